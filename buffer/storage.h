@@ -1,0 +1,34 @@
+// Storage of a buffer's pixels: reserved virtual memory or a swap file, by the memory policy; the
+// settings and counters that the policy looks at.
+#pragma once
+
+#include "buffer/record.h"
+
+namespace q32::buffer {
+
+// The settings that callers and the settings file change, and the counters.
+struct MemoryState {
+    uint32_t memory_switch, memory_limit;
+    uint32_t file_switch, file_limit;
+    uint32_t physical_memory;
+    BUF32DIRECTORIES directories;
+    uint32_t memory_in_use; // bytes reserved in virtual memory
+    uint32_t mapped_bytes;  // bytes of mapped swap files
+};
+extern MemoryState memory_state;
+
+// Gives an ordinary buffer its storage: memory where the policy allows it, else a swap file.
+// Reports and returns false on failure; the record is unchanged then.
+bool allocate_storage(Record &record);
+
+// Releases a buffer's memory or swap file, whichever it has, and takes it off the counters.
+// Memory counts as memory_bytes (the reserved bytes of an ordinary buffer, the block's size of a
+// one-colour or pattern one).
+void release_storage(Record &record, uint32_t memory_bytes);
+
+// A block of memory for a one-colour or pattern buffer, reserved and committed at once and added
+// to the memory in use. Null when there is none.
+std::byte *allocate_block(uint32_t bytes);
+void release_block(std::byte *block, uint32_t bytes);
+
+} // namespace q32::buffer

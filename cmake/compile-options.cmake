@@ -1,0 +1,57 @@
+# The flags that every target of the project shares, as two interface targets:
+#   q32_options        warnings, floating point, language rules
+#   q32_dll_options    what our DLLs add: a stack that callers align to 4 bytes only
+add_library(q32_options INTERFACE)
+target_compile_features(q32_options INTERFACE cxx_std_20)
+target_include_directories(q32_options INTERFACE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include")
+target_compile_options(
+  q32_options
+  INTERFACE -Wall -Wextra -Wshadow -Wundef -Wcast-qual -Wpointer-arith -Werror
+            $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Wextra-semi>
+            -fno-strict-aliasing -ffp-contract=off
+            "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+if(WIN32)
+  # Results must not depend on the processor: SSE2 arithmetic, never the x87 stack.
+  target_compile_options(q32_options INTERFACE -msse2 -mfpmath=sse)
+  target_compile_definitions(q32_options INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
+endif()
+if(Q32BASE_SANITIZE)
+  target_compile_options(q32_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(q32_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+add_library(q32_kernel_options INTERFACE)
+target_link_libraries(q32_kernel_options INTERFACE q32_options)
+target_compile_options(q32_kernel_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+if(WIN32)
+  # Windows callers guarantee a 4-byte aligned stack; the compiler assumes 16.
+  target_compile_options(q32_kernel_options INTERFACE -mstackrealign)
+endif()
+
+add_library(q32_dll_options INTERFACE)
+target_link_libraries(q32_dll_options INTERFACE q32_kernel_options)
+if(WIN32)
+  # No time stamp and a fixed image base make two builds of one source identical.
+  target_link_options(q32_dll_options INTERFACE -static -static-libgcc -static-libstdc++
+                      -Wl,--no-insert-timestamp -Wl,--enable-stdcall-fixup -Wl,--no-undefined)
+endif()
+
+# q32_kernel_sources(TARGET FILE...): adds kernel files to a target; a file whose name ends in an
+# instruction set is the only one that sees its flags, so that no other code can use it by accident.
+function(q32_kernel_sources target)
+  foreach(file IN LISTS ARGN)
+    if(file MATCHES "_ssse3\\.cpp$")
+      set(flags -mssse3)
+    elseif(file MATCHES "_sse41\\.cpp$")
+      set(flags -msse4.1)
+    elseif(file MATCHES "_avx2\\.cpp$")
+      set(flags -mavx2)
+    elseif(file MATCHES "_avx512\\.cpp$")
+      set(flags -mavx2 -mavx512f -mavx512bw -mavx512vl -mavx512dq -mavx512vbmi)
+    else()
+      set(flags "")
+    endif()
+    target_sources(${target} PRIVATE ${file})
+    set_source_files_properties(${file} PROPERTIES COMPILE_OPTIONS "${flags}")
+  endforeach()
+endfunction()

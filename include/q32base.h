@@ -1,0 +1,10 @@
+/* Q32BASE, the base imaging library: includes every header of the public interface. */
+#ifndef Q32BASE_H
+#define Q32BASE_H
+
+#include <q32base/buffers.h>
+#include <q32base/errors.h>
+#include <q32base/rows.h>
+#include <q32base/types.h>
+
+#endif

@@ -1,0 +1,319 @@
+/*
+ * Q32BASE: image buffers.
+ *
+ * A buffer is an image of up to 32000 x 32000 pixels at 1 to 64 bits per pixel. Its pixels lie in
+ * cells (tiles) of at most 128 x 128 pixels, in virtual memory or in a swap file that is mapped
+ * whole into the address space; or it is linear: one cell of the whole image.
+ *
+ * Cells. Cell (column c, band r) covers the pixels from x = c x 128 and y = r x 128; its index is
+ * r x cell columns + c. Inside a cell, rows lie top to bottom without gaps, each packed to the
+ * byte: (pixels x bits per pixel + 7) / 8 bytes. At 1, 2 and 4 bits the leftmost pixel is the
+ * highest. Pixels keep the channel order in which they were written.
+ *
+ * Threads. Nothing here takes a lock. The library-wide list and counters require that callers
+ * serialise allocation and freeing; one buffer must be used by one thread at a time.
+ *
+ * Results. 1 is success and 0 failure unless stated otherwise. Reports are listed as
+ * "message, severity, module, point" (see errors.h).
+ *
+ * Handles. buf32Free, buf32GetInfo and buf32GetWHU check that a handle is a live buffer; the other
+ * functions trust every handle but 0.
+ */
+#ifndef Q32BASE_BUFFERS_H
+#define Q32BASE_BUFFERS_H
+
+#include <q32base/types.h>
+
+Q32_BEGIN_DECLS
+
+/* --- types and blocks ------------------------------------------------------------------------ */
+
+/* Buffer types: the type argument of buf32Alloc. The values are bits. */
+#define BUF32_TILED         0u          /* cells, in memory or in a swap file */
+#define BUF32_ONE_COLOUR    1u          /* every pixel has one colour; no pixel storage */
+#define BUF32_LINEAR        2u          /* one cell of the whole image */
+#define BUF32_LINEAR_MEMORY 4u          /* linear, in virtual memory only; height can shrink */
+#define BUF32_DIB           8u          /* over a Windows device-independent bitmap */
+#define BUF32_LINEAR_SHRINK 16u         /* linear; height can shrink */
+#define BUF32_CALLER_MEMORY 32u         /* over the caller's packed rows, read only */
+#define BUF32_PATTERN       128u        /* a small pattern, repeated */
+#define BUF32_TILED_FILE    0x80000000u /* cells, kept out of memory (unless below 129 x 129) */
+
+/* Lock modes of buf32Lock. Any other value is a read lock that records that value. */
+#define BUF32_READ      1
+#define BUF32_WRITE     2
+#define BUF32_WRITE_3   3 /* as BUF32_WRITE */
+#define BUF32_OVERWRITE 4 /* write, and the caller will overwrite every pixel */
+
+/* Row modes of buf32Line. */
+#define BUF32_LINE_READ       1 /* buffer to memory, as stored */
+#define BUF32_LINE_WRITE      2 /* memory to buffer, as stored */
+#define BUF32_LINE_READ_BITS  3 /* stored 1 bit, memory one byte per pixel (0 or 255) */
+#define BUF32_LINE_WRITE_BITS 4 /* memory one byte per pixel, stored 1 bit (set above 127) */
+#define BUF32_LINE_READ_565   5 /* stored 5-6-5 words, memory 24-bit pixels */
+#define BUF32_LINE_WRITE_565  6 /* memory 24-bit pixels, stored 5-6-5 words */
+#define BUF32_LINE_READ_555   7 /* stored 5-5-5 words, memory 24-bit pixels */
+#define BUF32_LINE_WRITE_555  8 /* memory 24-bit pixels, stored 5-5-5 words */
+
+/* What buf32GetInfo copies out: the first 24 words of the buffer's record. */
+typedef struct BUF32INFO {
+    uint32_t type;           /* buffer type; reported as 0 for BUF32_CALLER_MEMORY */
+    HGLOBAL data_handle;     /* BUF32_DIB: the bitmap's memory handle; else 0 */
+    int32_t bits_per_pixel;  /* 1 to 64 */
+    int32_t bytes_per_pixel; /* bits / 8, truncated: 0 under 8 bits */
+    int32_t width;           /* pixels */
+    int32_t height;          /* pixels: rows in use */
+    int32_t capacity_rows;   /* the height at allocation */
+    uint32_t image_bytes;    /* height x row bytes (0xFFFFFFFF when it needs more than 32 bits) */
+    uint32_t reserved_bytes; /* capacity rows x row bytes, likewise */
+    int32_t format_depth;    /* BUF32_DIB: bit count, 15 for a 16-bit "R565" bitmap; else 0 */
+    int32_t one_colour;      /* 1 for one-colour buffers and after a pattern fill, else 0 */
+    uint32_t colour[2];      /* one colour: its bytes; pattern: width | height << 16 and the
+                                library's copy; caller memory: first word and pixel pointer */
+    int32_t cell_count;      /* cell columns x cell rows */
+    int32_t cell_columns;
+    int32_t cell_rows;         /* bands */
+    int32_t cell_width;        /* pixels: min(width, 128), or the width when linear */
+    int32_t cell_height;       /* pixels: min(height, 128), or the height when linear */
+    int32_t last_column_width; /* pixels */
+    int32_t last_row_height;   /* pixels */
+    uint32_t band_bytes;       /* bytes of one full band of cells */
+    uint32_t cell_bytes;       /* bytes of one full cell */
+    int32_t lock_count;        /* outstanding locks */
+    int32_t access_mode;       /* mode of the last whole-buffer lock */
+} BUF32INFO;
+
+/* What buf32CellLock tells about the cell that it locked. */
+typedef struct BUF32CELL {
+    int32_t index;           /* as passed in */
+    int32_t x;               /* the cell's first column in the image */
+    int32_t y;               /* the cell's first row in the image */
+    int32_t width;           /* pixels of this cell */
+    int32_t height;          /* rows of this cell */
+    int32_t bits_per_pixel;  /* of the buffer */
+    int32_t bytes_per_pixel; /* of the buffer, truncated */
+    int32_t row_bytes;       /* bytes of one row of this cell */
+    int32_t bytes;           /* height x row_bytes */
+    int32_t pixels;          /* width x height */
+} BUF32CELL;
+
+/* The extra argument of buf32Alloc for BUF32_PATTERN. */
+typedef struct BUF32PATTERN {
+    uint16_t width;     /* pixels, at least 1 */
+    uint16_t height;    /* rows, at least 1 */
+    const void *pixels; /* rows of (width x bits + 7) / 8 bytes, top row first; copied */
+} BUF32PATTERN;
+
+/* The extra argument of buf32Alloc for BUF32_CALLER_MEMORY. */
+typedef struct BUF32MEMORY {
+    uint32_t first_word; /* kept in the record, not used */
+    void *pixels;        /* rows packed to the byte, top row first; stays the caller's and must
+                            outlive the buffer */
+} BUF32MEMORY;
+
+/* The swap directories that buf32VMData exchanges. Directories are tried in this order. */
+typedef struct BUF32DIRECTORIES {
+    char path[4][260];   /* zero-terminated; empty: not used */
+    uint32_t enabled[4]; /* 0: not used */
+} BUF32DIRECTORIES;
+
+#ifdef __cplusplus
+static_assert(sizeof(void *) != 4 || sizeof(BUF32INFO) == 96, "24 words");
+static_assert(sizeof(BUF32CELL) == 40, "10 words");
+static_assert(sizeof(BUF32DIRECTORIES) == 1056, "four paths and four words");
+#endif
+
+/* --- allocation ------------------------------------------------------------------------------ */
+
+/*
+ * Creates a buffer and stores its handle in *handle.
+ *
+ *   handle          receives the new handle; must not be null (a null pointer fails with
+ *                   3200, 0, 4, 7). Unchanged when the call fails.
+ *   bits_per_pixel  1 to 64
+ *   width, height   pixels, 1 to 32000
+ *   type            a BUF32_ value
+ *   extra           BUF32_ONE_COLOUR: pointer to the colour's (bits + 7) / 8 bytes, required.
+ *                   BUF32_DIB: the bitmap's memory handle. BUF32_PATTERN: BUF32PATTERN pointer.
+ *                   BUF32_CALLER_MEMORY: BUF32MEMORY pointer. Other types: ignored.
+ *
+ * Memory or swap file: both sides below 129, or BUF32_LINEAR_MEMORY: memory. BUF32_TILED_FILE:
+ * file. Otherwise memory within the limits set by buf32VMData, else a file. The pixels of a new
+ * buffer are not initialised (they read as zero while the system has just provided them).
+ * The caller owns the buffer and gives it back with buf32Free.
+ *
+ * Reports, in the order of the checks:
+ *   1001, 0, 4, 9    less than 128 KB of memory is left, or the record cannot be had
+ *   5402, 0, 4, 71   width over 32000
+ *   5403, 0, 4, 72   height over 32000
+ *   3200, 0, 4, 7    bits, width or height below 1, bits over 64, or a null handle pointer
+ *   3200, 0, 4, 8    a type with bit 0 set and no colour; a pattern or caller memory without extra
+ *                    or without pixels, a pattern of width or height 0
+ *   1001, 0, 4, 10   one colour, pattern: the record or the pattern's copy cannot be had
+ *   1001, 0, 4, 2    the swap file cannot be made, sized or mapped
+ *   1001, 0, 4, 3    the swap file is over the file limit, or no directory can hold it
+ *   1001, 0, 4, 4    BUF32_LINEAR_MEMORY: no virtual memory
+ *   4010, 0, 9, 5    the process's record of swap files cannot be created;
+ *   4010, 0, 9, 6    nor entered in the master record file;
+ *   4010, 0, 9, 7    which has no free slot
+ *   1004, 0, 9, 10   no memory for the record's slot map;
+ *   1004, 0, 9, 11   nor for enlarging it
+ */
+Q32_API int Q32_CALL buf32Alloc(HBUF32 *handle, int bits_per_pixel, int width, int height,
+                                uint32_t type, const void *extra);
+
+/*
+ * Releases the buffer's storage (a swap file is deleted) and its record.
+ *
+ * A handle that is not a live buffer (never made, already freed, 0): 0 without a report.
+ *   5804, 1, 4, 12   the buffer is locked; nothing is released, except that a pattern buffer has
+ *                    lost its pattern's copy (its pixels then read as zero)
+ *   3200, 0, 4, 6    the record was freed during the call
+ */
+Q32_API int Q32_CALL buf32Free(HBUF32 buffer);
+
+/*
+ * Changes the height of a linear buffer of type BUF32_LINEAR_MEMORY or BUF32_LINEAR_SHRINK to
+ * rows, at most its height at allocation. Kept rows keep their pixels; memory of rows that are
+ * given up goes back to the system and reads as zero when the buffer grows again.
+ *
+ * A failed system call, a handle of 0 or rows below 1: 0 without a report.
+ *   3200, 0, 4, 11   another type, or rows over the height at allocation
+ */
+Q32_API int Q32_CALL buf32ReAlloc(HBUF32 buffer, int rows);
+
+/*
+ * Copies the buffer's information block to *info. A null info only checks the handle.
+ * A handle that is not a live buffer: 0 without a report.
+ */
+Q32_API int Q32_CALL buf32GetInfo(HBUF32 buffer, BUF32INFO *info);
+
+/*
+ * Stores width, height (pixels) and bytes per pixel (0 under 8 bits). Any pointer may be null.
+ * A handle that is not a live buffer: 0 without a report, nothing stored.
+ */
+Q32_API int Q32_CALL buf32GetWHU(HBUF32 buffer, int *width, int *height, int *bytes_per_pixel);
+
+/* Always 0. */
+Q32_API int Q32_CALL IsBufClean(void);
+
+/*
+ * Returns the number of live buffers and, when handles is not null, stores their handles there in
+ * the order of allocation. The caller provides the room: call with null first.
+ */
+Q32_API int Q32_CALL buf32CountBuf(HBUF32 *handles);
+
+/* --- locks, rows, addresses ------------------------------------------------------------------ */
+
+/*
+ * Locks the whole buffer in a mode (BUF32_READ ...), records the mode, and stores the address of
+ * its storage (of the source's storage while a duplicate shares it) in *base. base may be null.
+ * The first write lock gives a duplicate pixels of its own, and turns a one-colour or pattern
+ * buffer into an ordinary tiled one (type 0).
+ *
+ * A handle of 0: 0 without a report. On failure *base is 0.
+ *   1001, 0, 2, 5   one colour, reading: no memory for its block
+ *   1001, 0, 2, 4   one colour, writing: no storage (after the storage's own report)
+ */
+Q32_API int Q32_CALL buf32Lock(HBUF32 buffer, int mode, void **base);
+
+/*
+ * Takes back one lock.
+ *   5804, 1, 3, 4   the buffer is not locked (one colour: 5804, 0, 2, 6); the count stays 0
+ */
+Q32_API int Q32_CALL buf32Unlock(HBUF32 buffer);
+
+/*
+ * Locks one cell: counts one more lock, stores the cell's address in *address and, when cell is
+ * not null, its description in *cell. Either pointer may be null. A last whole-buffer lock in mode
+ * 2 or 3 makes this a write lock. The address stays valid until the buffer is freed, filled with
+ * one colour or given private pixels. All cells of a one-colour buffer share one block.
+ *
+ * A handle of 0: 0 without a report. On failure *address is 0.
+ *   5804, 0, 3, 1   index below 0 or not below the cell count (one colour: 5805, 0, 2, 1)
+ *   1001, 0, 2, 2   one colour: no memory for its block
+ */
+Q32_API int Q32_CALL buf32CellLock(HBUF32 buffer, int index, void **address, BUF32CELL *cell);
+
+/*
+ * Takes back one lock; which cell is not looked at.
+ *   5804, 0, 3, 2   the buffer is not locked (one colour: 5804, 0, 2, 3)
+ */
+Q32_API int Q32_CALL buf32CellUnlock(HBUF32 buffer, int index);
+
+/*
+ * Copies one image row between the buffer and memory, converting as the mode says (BUF32_LINE_).
+ *
+ *   row      clamped into 0 .. height - 1
+ *   mode     1 to 8; any other value takes and gives back a write lock and changes no pixel
+ *   memory   as stored: (width x bits + 7) / 8 bytes; modes 3 and 4: width bytes; modes 5 to 8:
+ *            3 x width bytes
+ *
+ * The buffer must be locked by the caller (in any way). Modes 3 and 4 are meant for buffers of 1
+ * bit per pixel, modes 5 to 8 for 16 bits. On other depths they convert the row's bytes as they
+ * stand, with zeros for bytes that the row does not have. A handle of 0, and no memory for a staged
+ * row: 0 without a report. 3200, 0, 4, 6   memory is null 5804, 1, 3, 3   the buffer is not locked
+ */
+Q32_API int Q32_CALL buf32Line(HBUF32 buffer, int row, int mode, void *memory);
+
+/*
+ * Returns the address of pixel (x, y), clamped into the image, without keeping a lock; under 8
+ * bits the address of the byte that holds it. Types 0, 1, 2, 4, 8 and 16 only. Null on failure:
+ *   3200, 1, 4, 181   handle 0
+ *   3200, 1, 4, 182   type 0 without storage, or another type
+ *   3200, 1, 4, 183   one colour, and its block has not been made by a lock yet
+ *   3200, 1, 4, 184   linear, without storage
+ */
+Q32_API void *Q32_CALL buf32PointAddr(HBUF32 buffer, int x, int y);
+
+/*
+ * Finds pixel (x, y) of a tiled buffer without keeping a lock: returns the cell's index and stores
+ * the cell's address, the pixel's address and the pixel's place in the cell. Any pointer may be
+ * null. Returns -1 without a report for a handle of 0, a pixel outside the image or a cell without
+ * storage.
+ */
+Q32_API int Q32_CALL buf32PointAddEx(HBUF32 buffer, int x, int y, void **cell_address,
+                                     void **pixel_address, int *x_in_cell, int *y_in_cell);
+
+/* --- memory, swap files ---------------------------------------------------------------------- */
+
+/*
+ * Reads (set = 0) or changes (set not 0) the settings that decide between memory and swap files.
+ * Each pointer may be null: that setting is left alone. Always returns 1.
+ *
+ *   memory_limit   bytes that buffers over 128 x 128 may take in virtual memory; 0xFFFFFFFF: the
+ *                  physical memory size; 0: never in memory. Looked at while *memory_switch is not
+ *                  0. The comparison is signed: limits from 2 GB up never admit.
+ *   file_limit     bytes of all swap files; 0xFFFFFFFF: unlimited; 0: none. Looked at while
+ *                  *file_switch is not 0.
+ *   directories    where swap files go. A directory is used when its switch is not 0, its volume is
+ *                  not compressed and has room.
+ */
+Q32_API int Q32_CALL buf32VMData(int set, uint32_t *memory_limit, uint32_t *file_limit,
+                                 BUF32DIRECTORIES *directories, uint32_t *memory_switch,
+                                 uint32_t *file_switch);
+
+/*
+ * Stores the bytes of virtual memory that buffers have reserved and the bytes of swap files that
+ * are mapped. Either pointer may be null. Returns its second argument (not a status).
+ */
+Q32_API uint32_t *Q32_CALL buf32GetVMDataExt(uint32_t *memory_in_use, uint32_t *mapped_bytes);
+
+/*
+ * Allocates a block to stage pixels of the buffer in: count cells (kind 1) or count rows (kind 2),
+ * and 4 bytes more. Any other kind does nothing and returns 1.
+ *
+ *   moveable   not 0: a locked GMEM_MOVEABLE block (free with GlobalFree of its GlobalHandle);
+ *              0: fixed and zeroed (free with GlobalFree)
+ *   block      receives the address; null or a count below 1: nothing is allocated
+ *   unit       receives the bytes of one cell or row; may be null
+ *
+ * The block is the caller's. A buffer of 0: 0 without a report.
+ *   1001, 1, 4, 17   no memory
+ */
+Q32_API int Q32_CALL buf32GetMemSpace(HBUF32 buffer, int kind, int count, int moveable,
+                                      void **block, uint32_t *unit);
+
+Q32_END_DECLS
+
+#endif

@@ -1,0 +1,44 @@
+// The order of start and stop. Every step is another file's; this one only decides the sequence.
+#include "library/attach/attach.h"
+
+#include "buffer/buffer_manager.h"
+#include "display/device.h"
+#include "library/process/process.h"
+#include "rows/rows.h"
+
+namespace q32 {
+namespace {
+
+// Defaults, settings file, master record file.
+bool set_up_buffers() {
+    buffer::set_defaults();
+    buffer::read_settings_file();
+    return buffer::examine_master_file();
+}
+
+} // namespace
+
+bool attach(HMODULE module) {
+    keep_module_handle(module);
+    rows::choose_kernels(detect_instruction_set());
+    if (!display_is_usable())
+        return false;
+    if (!display::set_up() || !set_up_buffers()) {
+        display::clean_up();
+        display::release_colour_management();
+        return false;
+    }
+    create_library_lock();
+    ask_common_library_for_processor();
+    return true;
+}
+
+void detach() {
+    display::clean_up();
+    delete_library_lock();
+    buffer::free_all();
+    buffer::close_record_file();
+    display::release_colour_management();
+}
+
+} // namespace q32

@@ -1,0 +1,89 @@
+// Owners: each releases what it holds when it goes out of scope, on every path.
+#pragma once
+
+#include <windows.h>
+
+#include <utility>
+
+namespace q32 {
+
+// Memory of the global heap as a typed pointer, for owners to take. Null when there is none.
+template <typename T>
+T *global_alloc(UINT flags, SIZE_T bytes) {
+    return static_cast<T *>(static_cast<void *>(GlobalAlloc(flags, bytes)));
+}
+
+// One resource and how it is released. Traits give the value that means none and the release.
+template <typename Traits>
+class Owner {
+public:
+    using Value = typename Traits::Value;
+
+    Owner() = default;
+    explicit Owner(Value value) : value_(value) {}
+    Owner(Owner &&other) noexcept : value_(other.release()) {}
+    Owner &operator=(Owner &&other) noexcept {
+        reset(other.release());
+        return *this;
+    }
+    ~Owner() { reset(); }
+
+    explicit operator bool() const { return value_ != Traits::none(); }
+    Value get() const { return value_; }
+    Value release() { return std::exchange(value_, Traits::none()); }
+    void reset(Value value = Traits::none()) {
+        if (const Value old = std::exchange(value_, value); old != Traits::none())
+            Traits::release(old);
+    }
+
+private:
+    Value value_ = Traits::none();
+};
+
+struct GlobalBlockTraits {
+    using Value = HGLOBAL;
+    static Value none() { return nullptr; }
+    static void release(Value block) { GlobalFree(block); }
+};
+using GlobalBlock = Owner<GlobalBlockTraits>;
+
+struct FileTraits {
+    using Value = HANDLE;
+    static Value none() { return INVALID_HANDLE_VALUE; }
+    static void release(Value file) { CloseHandle(file); }
+};
+using File = Owner<FileTraits>;
+
+struct MappingTraits {
+    using Value = HANDLE;
+    static Value none() { return nullptr; }
+    static void release(Value mapping) { CloseHandle(mapping); }
+};
+using Mapping = Owner<MappingTraits>;
+
+struct ViewTraits {
+    using Value = void *;
+    static Value none() { return nullptr; }
+    static void release(Value view) { UnmapViewOfFile(view); }
+};
+using View = Owner<ViewTraits>;
+
+// Runs a function at the end of the scope unless it is dismissed.
+template <typename Function>
+class ScopeGuard {
+public:
+    explicit ScopeGuard(Function function) : function_(std::move(function)) {}
+    ScopeGuard(const ScopeGuard &) = delete;
+    ScopeGuard &operator=(const ScopeGuard &) = delete;
+    ~ScopeGuard() {
+        if (armed_)
+            function_();
+    }
+    void dismiss() { armed_ = false; }
+
+private:
+    Function function_;
+    bool armed_ = true;
+};
+
+} // namespace q32

@@ -1,0 +1,36 @@
+// What the whole process shares: the module's handle, the processor, the library lock. Set once by
+// the attach sequence and read-only afterwards.
+#pragma once
+
+#include "library/process/cpu.h"
+
+#include <windows.h>
+
+namespace q32 {
+
+// The library's own module, as the system loaded it.
+HMODULE module_handle();
+void keep_module_handle(HMODULE module);
+
+// What the common library says of the processor: its name, and whether wide paths may be taken.
+// Where a rule has two roundings, the flag decides between them.
+bool mmx_available();
+const char *cpu_name();
+void ask_common_library_for_processor();
+
+// The instruction set that kernels may use: the processor's best, capped by Q32BASE_ISA.
+InstructionSet detect_instruction_set();
+
+// The one lock of the library: serialises resampling and guards the dispatch queue.
+void create_library_lock();
+void delete_library_lock();
+
+class LibraryLock {
+public:
+    LibraryLock();
+    ~LibraryLock();
+    LibraryLock(const LibraryLock &) = delete;
+    LibraryLock &operator=(const LibraryLock &) = delete;
+};
+
+} // namespace q32
