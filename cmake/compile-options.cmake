@@ -6,7 +6,7 @@ target_compile_features(q32_options INTERFACE cxx_std_20)
 target_include_directories(q32_options INTERFACE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include")
 target_compile_options(
   q32_options
-  INTERFACE -Wall -Wextra -Wshadow -Wundef -Wcast-qual -Wpointer-arith -Werror
+  INTERFACE -Wall -Wextra -Wno-missing-field-initializers -Wshadow -Wundef -Wcast-qual -Wpointer-arith -Werror
             $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Wextra-semi>
             -fno-strict-aliasing -ffp-contract=off
             "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")

@@ -177,8 +177,8 @@ Q32_API int Q32_CALL buf32Free(HBUF32 buffer);
  * rows, at most its height at allocation. Kept rows keep their pixels; memory of rows that are
  * given up goes back to the system and reads as zero when the buffer grows again.
  *
- * A failed system call, a handle of 0 or rows below 1: 0 without a report.
- *   3200, 0, 4, 11   another type, or rows over the height at allocation
+ * A failed system call and a handle of 0: 0 without a report.
+ *   3200, 0, 4, 11   another type, rows below 1 or over the height at allocation
  */
 Q32_API int Q32_CALL buf32ReAlloc(HBUF32 buffer, int rows);
 

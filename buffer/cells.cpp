@@ -1,0 +1,203 @@
+// Locks, cell locks and pixel addresses, and their exports.
+#include "buffer/cells.h"
+
+#include "buffer/failures.h"
+
+#include <algorithm>
+
+namespace q32::buffer {
+namespace {
+
+bool has_cell(const Record &record, int index) {
+    return index >= 0 && index < record.info.cell_count;
+}
+
+// A pixel's place with the address of its cell, found by a lock that is given back at once.
+struct FoundPixel {
+    PixelPlace place;
+    std::byte *cell_address;
+    std::byte *address() const { return cell_address + place.offset; }
+};
+
+bool find_pixel(Record &record, int x, int y, FoundPixel *found) {
+    found->place = place_of(record, x, y);
+    void *address = nullptr;
+    if (!record.operations.cell_lock(record, found->place.cell, &address, nullptr))
+        return false;
+    record.operations.cell_unlock(record, found->place.cell);
+    found->cell_address = static_cast<std::byte *>(address);
+    return address != nullptr;
+}
+
+int clamp_to(int value, int size) {
+    return std::clamp(value, 0, size - 1);
+}
+
+void *clamped_address(Record &record, int x, int y, const FailureSite &no_storage) {
+    FoundPixel found;
+    const BUF32INFO &info = record.info;
+    if (!find_pixel(record, clamp_to(x, info.width), clamp_to(y, info.height), &found)) {
+        fail(no_storage);
+        return nullptr;
+    }
+    return found.address();
+}
+
+void *refuse_point(const FailureSite &site) {
+    fail(site);
+    return nullptr;
+}
+
+template <typename T>
+void store(T *output, T value) {
+    if (output != nullptr)
+        *output = value;
+}
+
+} // namespace
+
+BUF32CELL describe_cell(const Record &record, int index) {
+    const BUF32INFO &info = record.info;
+    const int column = index % info.cell_columns;
+    const int band = index / info.cell_columns;
+    BUF32CELL cell;
+    cell.index = index;
+    cell.x = column * info.cell_width;
+    cell.y = band * info.cell_height;
+    cell.width = column == info.cell_columns - 1 ? info.last_column_width : info.cell_width;
+    cell.height = band == info.cell_rows - 1 ? info.last_row_height : info.cell_height;
+    cell.bits_per_pixel = info.bits_per_pixel;
+    cell.bytes_per_pixel = info.bytes_per_pixel;
+    cell.row_bytes = int32_t(packed_bytes(cell.width, info.bits_per_pixel));
+    cell.bytes = cell.height * cell.row_bytes;
+    cell.pixels = cell.width * cell.height;
+    return cell;
+}
+
+PixelPlace place_of(const Record &record, int x, int y) {
+    const BUF32INFO &info = record.info;
+    const int column = x / info.cell_width;
+    const int band = y / info.cell_height;
+    PixelPlace place;
+    place.cell = band * info.cell_columns + column;
+    place.x_in_cell = x % info.cell_width;
+    place.y_in_cell = y % info.cell_height;
+    const uint32_t row_step =
+        column == info.cell_columns - 1 ? record.last_column_row_bytes : record.cell_row_bytes;
+    place.offset = uint32_t(info.bits_per_pixel) * uint32_t(place.x_in_cell) / 8 +
+                   row_step * uint32_t(place.y_in_cell);
+    return place;
+}
+
+int lock(Record &record, int mode, void **base) {
+    ++record.info.lock_count;
+    record.info.access_mode = mode;
+    store<void *>(base, record.owner().storage);
+    return 1;
+}
+
+int unlock(Record &record) {
+    if (record.info.lock_count <= 0)
+        return fail(site::not_locked);
+    --record.info.lock_count;
+    return 1;
+}
+
+int cell_lock(Record &record, int index, void **address, BUF32CELL *cell) {
+    if (!has_cell(record, index))
+        return fail(site::no_such_cell);
+    ++record.info.lock_count;
+    if (cell != nullptr)
+        *cell = describe_cell(record, index);
+    store<void *>(address, record.owner().cell_address[index]);
+    return 1;
+}
+
+int cell_unlock(Record &record, int) {
+    if (record.info.lock_count <= 0)
+        return fail(site::cell_not_locked);
+    --record.info.lock_count;
+    return 1;
+}
+
+void *point_address(Record &record, int x, int y) {
+    const BUF32INFO &info = record.info;
+    const PixelPlace place = place_of(record, clamp_to(x, info.width), clamp_to(y, info.height));
+    std::byte *const cell = record.owner().cell_address[place.cell];
+    return cell != nullptr ? cell + place.offset : nullptr;
+}
+
+bool query_cell_address(Record &record, int index, void **address, int) {
+    if (record.info.type == BUF32_ONE_COLOUR) {
+        if (!record.operations.cell_lock(record, index, address, nullptr))
+            return false;
+        return record.operations.cell_unlock(record, index) != 0;
+    }
+    if (!has_cell(record, index))
+        return fail(site::no_such_cell);
+    store<void *>(address, record.owner().cell_address[index]);
+    return true;
+}
+
+} // namespace q32::buffer
+
+using namespace q32::buffer;
+namespace site = q32::buffer::site;
+
+int Q32_CALL buf32Lock(HBUF32 buffer, int mode, void **base) {
+    store<void *>(base, nullptr);
+    Record *const record = record_of(buffer);
+    return record != nullptr ? record->operations.lock(*record, mode, base) : 0;
+}
+
+int Q32_CALL buf32Unlock(HBUF32 buffer) {
+    Record *const record = record_of(buffer);
+    return record != nullptr ? record->operations.unlock(*record) : 0;
+}
+
+int Q32_CALL buf32CellLock(HBUF32 buffer, int index, void **address, BUF32CELL *cell) {
+    store<void *>(address, nullptr);
+    Record *const record = record_of(buffer);
+    return record != nullptr ? record->operations.cell_lock(*record, index, address, cell) : 0;
+}
+
+int Q32_CALL buf32CellUnlock(HBUF32 buffer, int index) {
+    Record *const record = record_of(buffer);
+    return record != nullptr ? record->operations.cell_unlock(*record, index) : 0;
+}
+
+void *Q32_CALL buf32PointAddr(HBUF32 buffer, int x, int y) {
+    Record *const record = record_of(buffer);
+    if (record == nullptr)
+        return refuse_point(site::point_of_nothing);
+    switch (record->info.type) {
+    case BUF32_TILED:
+        return clamped_address(*record, x, y, site::no_point_for_type);
+    case BUF32_ONE_COLOUR:
+        if (record->cell_address[0] == nullptr)
+            return refuse_point(site::one_colour_without_block);
+        return record->cell_address[0];
+    case BUF32_LINEAR:
+    case BUF32_LINEAR_MEMORY:
+    case BUF32_DIB:
+    case BUF32_LINEAR_SHRINK:
+        return clamped_address(*record, x, y, site::linear_without_storage);
+    default:
+        return refuse_point(site::no_point_for_type);
+    }
+}
+
+int Q32_CALL buf32PointAddEx(HBUF32 buffer, int x, int y, void **cell_address, void **pixel_address,
+                             int *x_in_cell, int *y_in_cell) {
+    Record *const record = record_of(buffer);
+    if (record == nullptr || x < 0 || y < 0 || x >= record->info.width || y >= record->info.height)
+        return -1;
+    FoundPixel found;
+    if (!find_pixel(*record, x, y, &found))
+        return -1;
+    store<void *>(cell_address, found.cell_address);
+    store<void *>(pixel_address, found.address());
+    store(x_in_cell, found.place.x_in_cell);
+    store(y_in_cell, found.place.y_in_cell);
+    return found.place.cell;
+}
