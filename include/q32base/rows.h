@@ -1,0 +1,188 @@
+/*
+ * Q32BASE: row conversions.
+ *
+ * Fills, swaps, inverts, converts and maps runs of pixels in plain memory: one row or a part of
+ * one. The functions know nothing of buffers, keep no state and may be called from any number of
+ * threads at once, as long as no two of them write the same memory.
+ *
+ * Pixels. Rows are packed without gaps; no pointer needs any alignment.
+ *
+ *     1-bit     eight pixels a byte; bit 7 of the first byte is pixel 0
+ *     8-bit     one byte
+ *     5-5-5     little-endian word: bits 14-10 first channel, 9-5 second, 4-0 third; bit 15 is
+ *               written as 0 and ignored when read
+ *     5-6-5     little-endian word: bits 15-11 first channel, 10-5 second, 4-0 third
+ *     24-bit    three bytes: first, second, third channel (red, green, blue in this library)
+ *     16-bit    one little-endian 16-bit sample
+ *     48-bit    three such samples, in the order of 24-bit
+ *
+ * Memory. All memory is the caller's. A function reads no byte outside the runs named at its
+ * arguments and writes none outside the destination's. Where a function may work in place, source
+ * and destination begin at the same address; runs that overlap in another way are not allowed
+ * anywhere. Pointers are only tested for null.
+ *
+ * Counts count pixels unless stated otherwise. A negative count writes nothing, reports nothing and
+ * returns 1.
+ *
+ * Results. 1 is success; 0 is failure, reported as listed ("message, severity, module, point", see
+ * errors.h), with nothing written.
+ */
+#ifndef Q32BASE_ROWS_H
+#define Q32BASE_ROWS_H
+
+#include <q32base/types.h>
+
+Q32_BEGIN_DECLS
+
+/* --- memory ---------------------------------------------------------------------------------- */
+
+/*
+ * Copies a block of the global heap into a new moveable one (GMEM_MOVEABLE) of its size + 2 bytes
+ * and returns its handle, unlocked. The last two bytes are not initialised. The new block is the
+ * caller's, to be freed with GlobalFree; the old one is left as it was.
+ *
+ *   memory   handle from GlobalAlloc; a block whose flags say nothing but discarded is refused
+ *
+ * Returns 0 on failure:
+ *   1005, 0, 7, 1   the block was discarded
+ *   3200, 0, 7, 2   its size is 0, or the handle is none
+ *   1001, 0, 7, 3   the new block cannot be allocated, or one of the two cannot be locked
+ */
+Q32_API HGLOBAL Q32_CALL mem32DuplicateHandle(HGLOBAL memory);
+
+/*
+ * Writes count copies of a pixel one after another.
+ *
+ *   destination       bytes_per_pixel x count bytes
+ *   pattern           the pixel's bytes_per_pixel bytes, outside the destination
+ *   bytes_per_pixel   1 to 4; 0 and below write nothing and return 1
+ *   count             pixels; not 0
+ *
+ *   3200, 0, 7, 4   destination null, bytes_per_pixel 5 or more, or count 0 (tested first); or
+ *                   pattern null with something to write
+ */
+Q32_API int Q32_CALL mem32Fill(void *destination, const void *pattern, int bytes_per_pixel,
+                               int count);
+
+/*
+ * Swaps the contents of two blocks. The blocks must be disjoint, or the same.
+ *
+ *   a, b         bytes bytes each
+ *   bytes        not 0
+ *
+ * The result is not a status and must not be tested: after a success it can be any value, 0 too.
+ * Only the report tells a failure.
+ *   3200, 0, 7, 5   a or b null, or bytes 0
+ */
+Q32_API int Q32_CALL mem32Exchange(void *a, void *b, int bytes);
+
+/*
+ * Writes 255 - value for each byte.
+ *
+ *   destination   bytes bytes; null: the source is inverted in place (as is the source itself)
+ *   source        bytes bytes
+ *   bytes         not 0
+ *
+ *   3200, 0, 7, 6   source null, or bytes 0
+ */
+Q32_API int Q32_CALL mem32ByteInvert(void *destination, void *source, int bytes);
+
+/* --- one bit and eight ----------------------------------------------------------------------- */
+
+/*
+ * Widens 1-bit pixels to bytes: a set bit becomes 255 (mem32BitToByte) or 1 (mem32BitToByteExt), a
+ * clear bit 0. Not in place.
+ *
+ *   destination   count bytes
+ *   source        (count + 7) / 8 bytes
+ *   count         pixels; not 0
+ *
+ *   3200, 0, 7, 7   mem32BitToByte: destination or source null, or count 0
+ *   3200, 0, 7, 8   mem32BitToByteExt: the same
+ */
+Q32_API int Q32_CALL mem32BitToByte(void *destination, const void *source, int count);
+Q32_API int Q32_CALL mem32BitToByteExt(void *destination, const void *source, int count);
+
+/*
+ * Narrows bytes to 1-bit pixels: a byte above the threshold becomes a set bit; a byte equal to it
+ * or below, a clear one. Bits of the last byte that belong to no pixel are cleared. May work in
+ * place.
+ *
+ *   destination   (count + 7) / 8 bytes
+ *   source        count bytes
+ *   count         pixels; not 0
+ *   threshold     0 to 255; only the low 8 bits are looked at
+ *
+ *   3200, 0, 7, 9   destination or source null, or count 0
+ */
+Q32_API int Q32_CALL mem32ByteToBit(void *destination, const void *source, int count,
+                                    int threshold);
+
+/* --- 16 bits and 24 -------------------------------------------------------------------------- */
+
+/*
+ * Narrows 24-bit pixels to words. Each channel loses its low bits: no rounding, no dither. May work
+ * in place.
+ *
+ *   destination   2 x count bytes
+ *   source        3 x count bytes
+ *   count         pixels; not 0
+ *
+ *   3200, 0, 7, 10   mem32_888To555: destination or source null, or count 0
+ *   3200, 0, 7, 12   mem32_888To565: the same
+ */
+Q32_API int Q32_CALL mem32_888To555(void *destination, const void *source, int count);
+Q32_API int Q32_CALL mem32_888To565(void *destination, const void *source, int count);
+
+/*
+ * Widens words to 24-bit pixels. The field becomes the top bits of the channel's byte and all bits
+ * below are set: a field of 0 gives 7 (3 for the six-bit field), its largest value 255. Not in
+ * place.
+ *
+ *   destination   3 x count bytes
+ *   source        2 x count bytes
+ *   count         pixels; not 0
+ *
+ *   3200, 0, 7, 11   mem32_555To888: destination or source null, or count 0
+ *   3200, 0, 7, 13   mem32_565To888: the same
+ */
+Q32_API int Q32_CALL mem32_555To888(void *destination, const void *source, int count);
+Q32_API int Q32_CALL mem32_565To888(void *destination, const void *source, int count);
+
+/*
+ * Copies 24-bit pixels with their first and third byte swapped. May work in place. Checks nothing,
+ * reports nothing; a count of 0 or below does nothing.
+ *
+ *   destination, source   3 x count bytes each; not null
+ *   count                 pixels
+ */
+Q32_API void Q32_CALL RGBToBGR(void *destination, const void *source, int count);
+
+/* --- tables ---------------------------------------------------------------------------------- */
+
+/* Pixel types of mem32Map. */
+#define MEM32_MAP_8  1 /* bytes, one table */
+#define MEM32_MAP_16 2 /* 16-bit samples, one table, interpolated */
+#define MEM32_MAP_24 3 /* 24-bit pixels, three tables */
+#define MEM32_MAP_48 6 /* 48-bit pixels, three tables, interpolated */
+
+/*
+ * Sends every sample through a lookup table of 256 bytes: channel k through table k, which begins
+ * at byte 256 x k. May work in place. Checks nothing, reports nothing, always returns 1.
+ *
+ * A byte v becomes table[v]. A 16-bit sample is interpolated: with h its high and l its low byte
+ * and n = min(h + 1, 255), it becomes (table[h] - table[n]) x l + table[n] x 256, of which the low
+ * 16 bits are kept. Mind the weights: a sample with l = 0 gives table[n] x 256.
+ *
+ *   destination, source   type x count bytes each; not null
+ *   table                 256 bytes (types 1 and 2) or 768 (types 3 and 6), outside the
+ *                         destination; not null
+ *   type                  MEM32_MAP_ value; any other does nothing
+ *   count                 pixels; 0 or below does nothing
+ */
+Q32_API int Q32_CALL mem32Map(void *destination, const void *source, const void *table, int type,
+                              int count);
+
+Q32_END_DECLS
+
+#endif

@@ -1,0 +1,55 @@
+// The row conversions as plain functions over pointers and counts, one table of them for each
+// instruction set. Checks no argument, reports nothing; that is the exports' part.
+//
+// Every form of a conversion gives the bytes of its scalar form, for all inputs, lengths and
+// alignments. It reads no byte outside the source run and writes none outside the destination run.
+#pragma once
+
+#include "library/process/cpu.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace q32::rows {
+
+// Where destination and source may meet: a conversion whose pixels do not grow may have both at the
+// same address. Otherwise the runs must not overlap. A count of 0 is allowed and does nothing.
+using Conversion = void(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels);
+using BitConversion = void(std::uint8_t *destination, const std::uint8_t *source,
+                           std::size_t pixels, std::uint8_t value);
+using Mapping = void(std::uint8_t *destination, const std::uint8_t *source,
+                     const std::uint8_t *tables, std::size_t pixels);
+using Filling = void(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels);
+using Exchange = void(std::uint8_t *a, std::uint8_t *b, std::size_t bytes);
+
+inline constexpr std::size_t max_fill_bytes = 4; // of one pixel
+
+struct RowKernels {
+    Filling *fill[max_fill_bytes]; // [bytes per pixel - 1]; the pattern lies outside the run
+    Exchange *exchange;            // the blocks are disjoint, or one and the same
+    Conversion *invert;            // pixels: bytes
+
+    BitConversion *bit_to_byte; // value: what a set bit becomes; a clear bit becomes 0
+    BitConversion *byte_to_bit; // value: the threshold; a byte above it becomes a set bit
+
+    // 24-bit pixels are three bytes; 16-bit pixels are little-endian words at any alignment.
+    Conversion *rgb888_to_555;
+    Conversion *rgb888_to_565;
+    Conversion *rgb555_to_888;
+    Conversion *rgb565_to_888;
+    Conversion *swap_red_blue;
+
+    // Tables of 256 bytes, one for each sample of a pixel, end to end, outside the destination.
+    Mapping *map_8;
+    Mapping *map_24;
+    Mapping *map_16;
+    Mapping *map_48;
+};
+
+// The reference: every function reads like its rule. No instruction set chooses this table.
+extern const RowKernels scalar_row_kernels;
+
+// The fastest forms that need no more than this instruction set.
+const RowKernels &row_kernels(InstructionSet level);
+
+} // namespace q32::rows

@@ -1,0 +1,208 @@
+// The scalar forms of the row conversions, each as its rule says it. Speed is the wide forms'.
+#include "rows/kernels/scalar.h"
+
+#include "rows/kernels/formats.h"
+
+namespace q32::rows {
+namespace {
+
+// --- helpers
+// --------------------------------------------------------------------------------------
+
+unsigned load_word(const std::uint8_t *at) {
+    return at[0] | unsigned(at[1]) << 8;
+}
+
+void store_word(std::uint8_t *at, unsigned word) {
+    at[0] = std::uint8_t(word);
+    at[1] = std::uint8_t(word >> 8);
+}
+
+template <std::size_t bytes_per_pixel>
+void fill(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels) {
+    for (; pixels > 0; --pixels, destination += bytes_per_pixel)
+        for (std::size_t i = 0; i < bytes_per_pixel; ++i)
+            destination[i] = pattern[i];
+}
+
+// Truncation: the top bits of the byte, nothing rounded.
+unsigned narrow(unsigned byte, Field field) {
+    return byte >> field.lost_bits() << field.place;
+}
+
+// The bits below the field are always set: 0 becomes 7 (or 3), never 0. Programs depend on it; do
+// not replicate the field's own bits.
+std::uint8_t widen(unsigned word, Field field) {
+    const unsigned value = (word & unsigned(field.mask())) >> field.place;
+    return std::uint8_t(value << field.lost_bits() | 0xFFu >> field.bits);
+}
+
+template <class Format>
+void rgb888_to_words(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels) {
+    for (; pixels > 0; --pixels, destination += 2, source += 3)
+        store_word(destination, narrow(source[0], Format::first) |
+                                    narrow(source[1], Format::second) |
+                                    narrow(source[2], Format::third));
+}
+
+template <class Format>
+void words_to_rgb888(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels) {
+    for (; pixels > 0; --pixels, destination += 3, source += 2) {
+        const unsigned word = load_word(source);
+        destination[0] = widen(word, Format::first);
+        destination[1] = widen(word, Format::second);
+        destination[2] = widen(word, Format::third);
+    }
+}
+
+template <std::size_t channels>
+void map_bytes(std::uint8_t *destination, const std::uint8_t *source, const std::uint8_t *tables,
+               std::size_t pixels) {
+    for (; pixels > 0; --pixels, destination += channels, source += channels)
+        for (std::size_t k = 0; k < channels; ++k)
+            destination[k] = tables[256 * k + source[k]];
+}
+
+template <std::size_t channels>
+void map_words(std::uint8_t *destination, const std::uint8_t *source, const std::uint8_t *tables,
+               std::size_t pixels) {
+    for (; pixels > 0; --pixels, destination += 2 * channels, source += 2 * channels)
+        for (std::size_t k = 0; k < channels; ++k) {
+            const auto sample = std::uint16_t(load_word(source + 2 * k));
+            store_word(destination + 2 * k, interpolate(tables + 256 * k, sample));
+        }
+}
+
+} // namespace
+
+// --- scalar forms
+// ---------------------------------------------------------------------------------
+
+void fill_1(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels) {
+    fill<1>(destination, pattern, pixels);
+}
+
+void fill_2(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels) {
+    fill<2>(destination, pattern, pixels);
+}
+
+void fill_3(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels) {
+    fill<3>(destination, pattern, pixels);
+}
+
+void fill_4(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels) {
+    fill<4>(destination, pattern, pixels);
+}
+
+void exchange(std::uint8_t *a, std::uint8_t *b, std::size_t bytes) {
+    for (std::size_t i = 0; i < bytes; ++i) {
+        const std::uint8_t kept = a[i];
+        a[i] = b[i];
+        b[i] = kept;
+    }
+}
+
+void invert(std::uint8_t *destination, const std::uint8_t *source, std::size_t bytes) {
+    for (std::size_t i = 0; i < bytes; ++i)
+        destination[i] = std::uint8_t(255 - source[i]);
+}
+
+// Pixel 0 is the highest bit of the first byte.
+void bit_to_byte(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels,
+                 std::uint8_t value) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const bool set = source[i / 8] >> (7 - i % 8) & 1;
+        destination[i] = set ? value : std::uint8_t(0);
+    }
+}
+
+// The bits of the last byte that belong to no pixel are 0. A byte equal to the threshold gives 0.
+void byte_to_bit(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels,
+                 std::uint8_t threshold) {
+    unsigned bits = 0;
+    for (std::size_t i = 0; i < pixels; ++i) {
+        if (source[i] > threshold)
+            bits |= 0x80u >> i % 8;
+        if (i % 8 == 7 || i == pixels - 1) {
+            destination[i / 8] = std::uint8_t(bits);
+            bits = 0;
+        }
+    }
+}
+
+void rgb888_to_555(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels) {
+    rgb888_to_words<Rgb555>(destination, source, pixels);
+}
+
+void rgb888_to_565(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels) {
+    rgb888_to_words<Rgb565>(destination, source, pixels);
+}
+
+void rgb555_to_888(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels) {
+    words_to_rgb888<Rgb555>(destination, source, pixels);
+}
+
+void rgb565_to_888(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels) {
+    words_to_rgb888<Rgb565>(destination, source, pixels);
+}
+
+// All bytes of a pixel are read before one is written: both runs may be the same.
+void swap_red_blue(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels) {
+    for (; pixels > 0; --pixels, destination += 3, source += 3) {
+        const std::uint8_t first = source[0], second = source[1], third = source[2];
+        destination[0] = third;
+        destination[1] = second;
+        destination[2] = first;
+    }
+}
+
+void map_8(std::uint8_t *destination, const std::uint8_t *source, const std::uint8_t *tables,
+           std::size_t pixels) {
+    map_bytes<1>(destination, source, tables, pixels);
+}
+
+void map_24(std::uint8_t *destination, const std::uint8_t *source, const std::uint8_t *tables,
+            std::size_t pixels) {
+    map_bytes<3>(destination, source, tables, pixels);
+}
+
+// The weight of the entry itself is the low byte, of its successor the rest: a sample with low byte
+// 0 gives the next entry, not its own. Required: tables are made for it.
+std::uint16_t interpolate(const std::uint8_t *table, std::uint16_t sample) {
+    const int high = sample >> 8;
+    const int low = sample & 255;
+    const int next = high < 255 ? high + 1 : 255;
+    return std::uint16_t((table[high] - table[next]) * low + table[next] * 256);
+}
+
+void map_16(std::uint8_t *destination, const std::uint8_t *source, const std::uint8_t *tables,
+            std::size_t pixels) {
+    map_words<1>(destination, source, tables, pixels);
+}
+
+void map_48(std::uint8_t *destination, const std::uint8_t *source, const std::uint8_t *tables,
+            std::size_t pixels) {
+    map_words<3>(destination, source, tables, pixels);
+}
+
+// --- table
+// ----------------------------------------------------------------------------------------
+
+constexpr RowKernels scalar_row_kernels = {
+    .fill = {fill_1, fill_2, fill_3, fill_4},
+    .exchange = exchange,
+    .invert = invert,
+    .bit_to_byte = bit_to_byte,
+    .byte_to_bit = byte_to_bit,
+    .rgb888_to_555 = rgb888_to_555,
+    .rgb888_to_565 = rgb888_to_565,
+    .rgb555_to_888 = rgb555_to_888,
+    .rgb565_to_888 = rgb565_to_888,
+    .swap_red_blue = swap_red_blue,
+    .map_8 = map_8,
+    .map_24 = map_24,
+    .map_16 = map_16,
+    .map_48 = map_48,
+};
+
+} // namespace q32::rows
