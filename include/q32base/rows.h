@@ -67,25 +67,25 @@ Q32_API int Q32_CALL mem32Fill(void *destination, const void *pattern, int bytes
 /*
  * Swaps the contents of two blocks. The blocks must be disjoint, or the same.
  *
- *   a, b         bytes bytes each
- *   bytes        not 0
+ *   a, b   blocks of size bytes
+ *   size   bytes; not 0
  *
  * The result is not a status and must not be tested: after a success it can be any value, 0 too.
  * Only the report tells a failure.
- *   3200, 0, 7, 5   a or b null, or bytes 0
+ *   3200, 0, 7, 5   a or b null, or size 0
  */
-Q32_API int Q32_CALL mem32Exchange(void *a, void *b, int bytes);
+Q32_API int Q32_CALL mem32Exchange(void *a, void *b, int size);
 
 /*
  * Writes 255 - value for each byte.
  *
- *   destination   bytes bytes; null: the source is inverted in place (as is the source itself)
- *   source        bytes bytes
- *   bytes         not 0
+ *   destination   size bytes; null or the source itself: the source is inverted in place
+ *   source        size bytes
+ *   size          bytes; not 0
  *
- *   3200, 0, 7, 6   source null, or bytes 0
+ *   3200, 0, 7, 6   source null, or size 0
  */
-Q32_API int Q32_CALL mem32ByteInvert(void *destination, void *source, int bytes);
+Q32_API int Q32_CALL mem32ByteInvert(void *destination, void *source, int size);
 
 /* --- one bit and eight ----------------------------------------------------------------------- */
 

@@ -6,8 +6,7 @@
 namespace q32::rows {
 namespace {
 
-// --- helpers
-// --------------------------------------------------------------------------------------
+// --- helpers -----------------------------------------------------------------------------------
 
 unsigned load_word(const std::uint8_t *at) {
     return at[0] | unsigned(at[1]) << 8;
@@ -75,8 +74,7 @@ void map_words(std::uint8_t *destination, const std::uint8_t *source, const std:
 
 } // namespace
 
-// --- scalar forms
-// ---------------------------------------------------------------------------------
+// --- scalar forms ------------------------------------------------------------------------------
 
 void fill_1(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels) {
     fill<1>(destination, pattern, pixels);
@@ -184,25 +182,5 @@ void map_48(std::uint8_t *destination, const std::uint8_t *source, const std::ui
             std::size_t pixels) {
     map_words<3>(destination, source, tables, pixels);
 }
-
-// --- table
-// ----------------------------------------------------------------------------------------
-
-constexpr RowKernels scalar_row_kernels = {
-    .fill = {fill_1, fill_2, fill_3, fill_4},
-    .exchange = exchange,
-    .invert = invert,
-    .bit_to_byte = bit_to_byte,
-    .byte_to_bit = byte_to_bit,
-    .rgb888_to_555 = rgb888_to_555,
-    .rgb888_to_565 = rgb888_to_565,
-    .rgb555_to_888 = rgb555_to_888,
-    .rgb565_to_888 = rgb565_to_888,
-    .swap_red_blue = swap_red_blue,
-    .map_8 = map_8,
-    .map_24 = map_24,
-    .map_16 = map_16,
-    .map_48 = map_48,
-};
 
 } // namespace q32::rows
