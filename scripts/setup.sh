@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the named purposes need (see packages.sh): setup.sh PURPOSE...
-# Asks nothing, changes nothing when all is there, and then takes well under a second.
+# Installs the Debian packages that the named purposes need (see packages.sh): setup.sh [PURPOSE...]
+# Asks nothing; changes nothing when all is there, and then takes well under a second.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/packages.sh
@@ -54,8 +54,10 @@ install_from_the_main_suite() {
     apt-get install "${apt_options[@]}" --allow-downgrades "${options[@]}" "$@"
 }
 
+(($#)) || set -- product test demo
 wanted=()
 for purpose in "$@"; do
+    [[ $purpose =~ ^(product|test|demo|lint|bench)$ ]] || { echo "no such purpose: $purpose" >&2; exit 2; }
     declare -n list="packages_$purpose"
     wanted+=("${list[@]}")
 done

@@ -1,0 +1,34 @@
+# What `cmake --install` leaves: both DLLs, import libraries and export lists, the headers, and what
+# CMake (find_package(q32base)) and pkg-config need to find them.
+include(CMakePackageConfigHelpers)
+
+install(
+  TARGETS q32base q32comm
+  EXPORT q32base-targets
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+install(FILES library/q32base.def q32comm/q32comm.def DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(
+  DIRECTORY include/
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+  FILES_MATCHING
+  PATTERN "*.h")
+
+set(q32base_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/q32base")
+install(
+  EXPORT q32base-targets
+  NAMESPACE q32base::
+  DESTINATION "${q32base_cmake_dir}")
+configure_package_config_file(cmake/q32base-config.cmake.in "${PROJECT_BINARY_DIR}/q32base-config.cmake"
+                              INSTALL_DESTINATION "${q32base_cmake_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/q32base-config-version.cmake"
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/q32base-config.cmake" "${PROJECT_BINARY_DIR}/q32base-config-version.cmake"
+        DESTINATION "${q32base_cmake_dir}")
+
+# The way from the .pc file back to the prefix, so that an installed tree can be moved.
+file(RELATIVE_PATH q32base_pc_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" q32base_pc_prefix "${q32base_pc_prefix}")
+configure_file(cmake/q32base.pc.in "${PROJECT_BINARY_DIR}/q32base.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/q32base.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
