@@ -1,0 +1,71 @@
+// Seeded, numbered random cases: a case depends on the seed and its own number only, so that any
+// one can be run again alone. Q32_TEST_SEED sets the seed, Q32_TEST_CASE the one case to run.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <string>
+
+namespace q32::test {
+
+class Random {
+public:
+    Random(std::uint64_t seed, std::uint64_t number)
+        : state_{seed * 0x9E3779B97F4A7C15u ^ number * 0xD1B54A32D192ED03u} {}
+
+    std::uint64_t next() {
+        state_ += 0x9E3779B97F4A7C15u;
+        std::uint64_t mixed = state_;
+        mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9u;
+        mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBu;
+        return mixed ^ (mixed >> 31);
+    }
+
+    // 0 to bound - 1.
+    std::size_t below(std::size_t bound) { return static_cast<std::size_t>(next() % bound); }
+
+    std::uint8_t byte() { return static_cast<std::uint8_t>(next() >> 56); }
+
+    void fill(std::span<std::uint8_t> bytes) {
+        for (std::uint8_t &value : bytes)
+            value = byte();
+    }
+
+private:
+    std::uint64_t state_;
+};
+
+inline std::uint64_t environment_number(const char *name, std::uint64_t otherwise) {
+    const char *const text = std::getenv(name);
+    return text && *text ? std::strtoull(text, nullptr, 0) : otherwise;
+}
+
+inline std::uint64_t test_seed() {
+    static const std::uint64_t seed = environment_number("Q32_TEST_SEED", 20240517);
+    return seed;
+}
+
+// Calls body(random, number) for the numbers 0 to count - 1, or for the one that was asked for.
+// body returns false to end the run.
+template <class Body>
+void random_cases(std::uint64_t count, Body body) {
+    constexpr std::uint64_t all = ~std::uint64_t{0};
+    const std::uint64_t only = environment_number("Q32_TEST_CASE", all);
+    for (std::uint64_t number = 0; number < count; ++number) {
+        if (only != all && number != only)
+            continue;
+        Random random{test_seed(), number};
+        if (!body(random, number))
+            return;
+    }
+}
+
+// How to run one case again; goes into every failure message.
+inline std::string rerun(std::uint64_t number) {
+    return "rerun alone with Q32_TEST_SEED=" + std::to_string(test_seed()) +
+           " Q32_TEST_CASE=" + std::to_string(number);
+}
+
+} // namespace q32::test
