@@ -25,14 +25,10 @@ constexpr RowKernels scalar_row_kernels = {
     .map_48 = map_48,
 };
 
-namespace {
-
-constexpr RowKernels sse2_table = scalar_row_kernels;
-
-} // namespace
+constexpr RowKernels sse2_row_kernels = scalar_row_kernels;
 
 const RowKernels &row_kernels(InstructionSet) {
-    return sse2_table;
+    return sse2_row_kernels;
 }
 
 } // namespace q32::rows

@@ -49,6 +49,9 @@ struct RowKernels {
 // The reference: every function reads like its rule. No instruction set chooses this table.
 extern const RowKernels scalar_row_kernels;
 
+// What every processor of the platform runs.
+extern const RowKernels sse2_row_kernels;
+
 // The fastest forms that need no more than this instruction set.
 const RowKernels &row_kernels(InstructionSet level);
 
