@@ -5,8 +5,6 @@
 
 namespace q32::buffer {
 
-inline constexpr int largest_cell_side = 128;
-
 // Computes the cell fields: cells of at most 128 x 128 pixels, or one cell of the whole image.
 void compute_cells(Record &record);
 

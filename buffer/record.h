@@ -17,6 +17,7 @@ inline constexpr uint32_t freed_type = 0xFFFFFFFF;
 inline constexpr uint32_t no_record_entry = 0xFFFFFFFF;
 inline constexpr uint32_t share_marker = 64;
 inline constexpr int max_path = 260;
+inline constexpr int largest_cell_side = 128; // pixels
 
 // Node in a source's chain of sharers. It lies inside the sharing buffer's record.
 struct SharingNode {
