@@ -6,7 +6,7 @@ namespace q32::buffer {
 // Limits, switches, counters and swap directories as they are before the settings file is read.
 void set_defaults();
 
-// Swap directories and limits from the settings file; the screen's gamma goes to the display.
+// Swap directories and limits from the settings file.
 void read_settings_file();
 
 // Deletes the swap files of processes that are gone; makes the master record file when there is

@@ -2,9 +2,13 @@
 // settings and counters that the policy looks at.
 #pragma once
 
+#include "buffer/layout.h"
 #include "buffer/record.h"
 
 namespace q32::buffer {
+
+// As a memory limit: the physical memory size. As a file limit: none.
+inline constexpr uint32_t no_limit = 0xFFFFFFFF;
 
 // The settings that callers and the settings file change, and the counters.
 struct MemoryState {
@@ -16,6 +20,11 @@ struct MemoryState {
     uint32_t mapped_bytes;  // bytes of mapped swap files
 };
 extern MemoryState memory_state;
+
+// Buffers of at most one cell's size always go to memory and are never refused a swap file.
+constexpr bool is_small(const BUF32INFO &info) {
+    return info.width <= largest_cell_side && info.height <= largest_cell_side;
+}
 
 // Gives an ordinary buffer its storage: memory where the policy allows it, else a swap file.
 // Reports and returns false on failure; the record is unchanged then.

@@ -1,4 +1,4 @@
-// Detection of the display's colour class, and the screen gamma that the settings file hands over.
+// Detection of the display's colour class, and the gamma tables.
 #include "display/device.h"
 
 #include "library/process/owners.h"

@@ -34,4 +34,7 @@ void set_screen_gamma(const Gamma &gamma);
 // Whether high-colour displays are dithered.
 void set_high_colour_dither(bool on);
 
+// Both as the settings file has them.
+void read_screen_settings();
+
 } // namespace q32::display

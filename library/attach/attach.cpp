@@ -9,10 +9,11 @@
 namespace q32 {
 namespace {
 
-// Defaults, settings file, master record file.
+// Defaults, settings file (the screen's settings lie there too), master record file.
 bool set_up_buffers() {
     buffer::set_defaults();
     buffer::read_settings_file();
+    display::read_screen_settings();
     return buffer::examine_master_file();
 }
 

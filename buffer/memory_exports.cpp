@@ -1,0 +1,84 @@
+// What callers may know and change of the memory policy, and staging blocks for them. The policy
+// itself is storage.cpp's.
+#include "buffer/storage.h"
+#include "buffer/storage_failures.h"
+#include "library/process/owners.h"
+
+#include <q32base/buffers.h>
+
+namespace q32::buffer {
+namespace {
+
+// Moves one setting in or out through a pointer that may be null.
+template <typename T>
+void exchange(bool set, T &setting, T *value) {
+    if (value == nullptr)
+        return;
+    if (set)
+        setting = *value;
+    else
+        *value = setting;
+}
+
+void terminate_paths(BUF32DIRECTORIES &directories) {
+    for (char(&path)[max_path] : directories.path)
+        path[max_path - 1] = '\0';
+}
+
+void *allocate_moveable(SIZE_T bytes) {
+    GlobalBlock block(GlobalAlloc(GMEM_MOVEABLE, bytes));
+    void *const address = block ? GlobalLock(block.get()) : nullptr;
+    if (address != nullptr)
+        block.release();
+    return address;
+}
+
+// count units and four bytes more, or null.
+void *allocate_staging(int count, uint32_t unit_bytes, bool moveable) {
+    const uint64_t bytes = uint64_t(uint32_t(count)) * unit_bytes + 4;
+    if (bytes > UINT32_MAX)
+        return nullptr;
+    return moveable ? allocate_moveable(SIZE_T(bytes)) : GlobalAlloc(GPTR, SIZE_T(bytes));
+}
+
+} // namespace
+} // namespace q32::buffer
+
+using namespace q32;
+using namespace q32::buffer;
+
+int Q32_CALL buf32VMData(int set, uint32_t *memory_limit, uint32_t *file_limit,
+                         BUF32DIRECTORIES *directories, uint32_t *memory_switch,
+                         uint32_t *file_switch) {
+    MemoryState &state = memory_state;
+    exchange(set != 0, state.memory_limit, memory_limit);
+    exchange(set != 0, state.file_limit, file_limit);
+    exchange(set != 0, state.directories, directories);
+    exchange(set != 0, state.memory_switch, memory_switch);
+    exchange(set != 0, state.file_switch, file_switch);
+    terminate_paths(state.directories);
+    return 1;
+}
+
+uint32_t *Q32_CALL buf32GetVMDataExt(uint32_t *memory_in_use, uint32_t *mapped_bytes) {
+    exchange(false, memory_state.memory_in_use, memory_in_use);
+    exchange(false, memory_state.mapped_bytes, mapped_bytes);
+    return mapped_bytes;
+}
+
+int Q32_CALL buf32GetMemSpace(HBUF32 buffer, int kind, int count, int moveable, void **block,
+                              uint32_t *unit) {
+    constexpr int cells = 1, rows = 2;
+    if (buffer == 0)
+        return 0;
+    if (kind != cells && kind != rows)
+        return 1;
+    const Record &record = *record_of(buffer);
+    const uint32_t unit_bytes = kind == cells ? record.info.cell_bytes : record.row_bytes;
+    if (unit != nullptr)
+        *unit = unit_bytes;
+    if (block == nullptr || count < 1)
+        return 1;
+    *block = allocate_staging(count, unit_bytes, moveable != 0);
+    return *block != nullptr ? 1 : fail(site::no_staging_block);
+}
