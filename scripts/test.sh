@@ -8,5 +8,5 @@ for preset in win32 native native-asan; do
     echo "subdirs(\"../$preset\")"
 done >build/all/CTestTestfile.cmake
 
-trap 'scripts/wine-stop build/win32' EXIT
+trap 'scripts/wine-run --stop' EXIT
 ctest --test-dir build/all --output-on-failure --no-tests=error -j "$(nproc)" ${1:+-R "$1"}
