@@ -25,13 +25,14 @@ struct StoredRun {
     uint32_t size() const { return end - begin; }
 };
 
-// One row of a cell after the other lies right behind it: a caller who walks the image row by row
-// finds the next row's piece in the cache already.
-void prefetch_next_row(const std::byte *piece, uint32_t row_bytes) {
-    constexpr uint32_t cache_line = 64, rows_ahead = 2;
+// The rows of a cell lie one behind the other: a caller who walks the image row by row finds the
+// pieces of coming rows in the cache. Into its second level: the pieces of a whole image row ahead
+// would push the row at hand out of the first. Reaching beyond the storage is harmless.
+void prefetch_coming_row(const std::byte *piece, uint32_t row_bytes) {
+    constexpr uint32_t cache_line = 64, rows_ahead = 4;
     const char *const ahead = reinterpret_cast<const char *>(piece) + rows_ahead * row_bytes;
     for (uint32_t offset = 0; offset < row_bytes; offset += cache_line)
-        _mm_prefetch(ahead + offset, _MM_HINT_T0);
+        _mm_prefetch(ahead + offset, _MM_HINT_T1);
 }
 
 // All cells of a one-colour buffer are its block.
@@ -57,7 +58,7 @@ void copy_stored(Record &record, const StoredRun &run, std::byte *memory) {
 
         std::byte *const piece =
             cell_of(owner, first_cell + column) + size_t(row_in_cell) * row_bytes + in_cell;
-        prefetch_next_row(piece, size);
+        prefetch_coming_row(piece, size);
         if constexpr (direction == Direction::to_memory)
             std::memcpy(memory, piece, size);
         else
