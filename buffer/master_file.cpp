@@ -25,7 +25,10 @@ struct MasterPath {
     char path[max_path + sizeof "Q32BASE.CFG"] = {};
 
     MasterPath() {
-        std::strcpy(path, BookkeepingDirectory().path);
+        const BookkeepingDirectory directory;
+        if (!directory)
+            return;
+        std::strcpy(path, directory.path);
         std::strcat(path, "Q32BASE.CFG");
     }
 };

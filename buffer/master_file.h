@@ -10,9 +10,13 @@
 namespace q32::buffer {
 
 // The directory that holds the master record file and the record files; ends with a separator.
+// Where the common library has none, no file may be made: an empty path would mean the caller's
+// current directory.
 struct BookkeepingDirectory {
     char path[max_path] = {};
+
     BookkeepingDirectory();
+    explicit operator bool() const { return path[0] != '\0'; }
 };
 
 // Enters a record file's path in the first free slot. Reports and returns false on failure.

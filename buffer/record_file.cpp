@@ -85,8 +85,9 @@ bool create_record_file() {
     GlobalBlock slot_map(GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, slots_per_step));
     if (!slot_map)
         return fail(site::no_slot_map);
+    const BookkeepingDirectory directory;
     char path[max_path] = {};
-    if (GetTempFileNameA(BookkeepingDirectory().path, "QTR", 0, path) == 0)
+    if (!directory || GetTempFileNameA(directory.path, "QTR", 0, path) == 0)
         return fail(site::record_file_not_created);
     // Stands before the owner of the file, so that it is deleted when that has closed it.
     ScopeGuard delete_file([&path] { DeleteFileA(path); });
