@@ -10,14 +10,18 @@ import subprocess
 import sys
 
 DLLS = ["Q32BASE.DLL", "q32comm.dll"]
-NOT_SOURCE = {"build", ".git", ".cache"}
+NOT_SOURCE = {"build", ".git", ".cache"}  # in the root
 
 
 def main(source, build, work):
     source, build, work = map(pathlib.Path, (source, build, work))
     shutil.rmtree(work, ignore_errors=True)
     copy = work / "a folder of another name"
-    shutil.copytree(source, copy, ignore=lambda folder, names: NOT_SOURCE & set(names))
+    shutil.copytree(
+        source,
+        copy,
+        ignore=lambda folder, names: NOT_SOURCE & set(names) if folder == str(source) else (),
+    )
     configure = ["cmake", "--preset", "win32", "-S", copy, "-B", work / "build"]
     compile_all = ["cmake", "--build", work / "build", "--target", "q32base", "q32comm"]
     for command in (configure, compile_all):
