@@ -54,10 +54,10 @@ install_from_the_main_suite() {
     apt-get install "${apt_options[@]}" --allow-downgrades "${options[@]}" "$@"
 }
 
-(($#)) || set -- product test demo
+(($#)) || set -- build demo
 wanted=()
 for purpose in "$@"; do
-    [[ $purpose =~ ^(product|test|demo|lint|bench)$ ]] || { echo "no such purpose: $purpose" >&2; exit 2; }
+    [[ $purpose =~ ^(build|demo|lint|bench)$ ]] || { echo "no such purpose: $purpose" >&2; exit 2; }
     declare -n list="packages_$purpose"
     wanted+=("${list[@]}")
 done
