@@ -56,7 +56,7 @@ int Q32_CALL buf32VMData(int set, uint32_t *memory_limit, uint32_t *file_limit,
     exchange(set != 0, state.directories, directories);
     exchange(set != 0, state.memory_switch, memory_switch);
     exchange(set != 0, state.file_switch, file_switch);
-    terminate_paths(state.directories);
+    terminate_paths(state.directories); // the caller's may fill all 260 characters
     return 1;
 }
 

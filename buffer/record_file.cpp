@@ -117,7 +117,7 @@ bool register_swap_file(const char *path, uint32_t *entry) {
         return false;
     // A swap file that no later process could find is as bad as one without a record file.
     if (!write_entry(own.file, *entry, path)) {
-        give_entry_back(*entry);
+        deregister_swap_file(*entry);
         return fail(site::record_file_not_created);
     }
     FlushFileBuffers(own.file);
