@@ -69,7 +69,7 @@ BUF32CELL describe_cell(const Record &record, int index) {
     cell.bits_per_pixel = info.bits_per_pixel;
     cell.bytes_per_pixel = info.bytes_per_pixel;
     cell.row_bytes = int32_t(packed_bytes(cell.width, info.bits_per_pixel));
-    cell.bytes = cell.height * cell.row_bytes;
+    cell.bytes = int32_t(uint32_t(cell.height) * uint32_t(cell.row_bytes));
     cell.pixels = cell.width * cell.height;
     return cell;
 }
