@@ -1,0 +1,169 @@
+// Reading of command lines and the text of their help, both from the commands' tables.
+#include "arguments.h"
+
+#include "failure.h"
+#include "numbers.h"
+#include "text.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+namespace q32tool {
+namespace {
+
+constexpr size_t help_column = 30;
+
+bool is_option(std::string_view word) {
+    return word.size() > 1 && word[0] == '-';
+}
+
+bool is_optional(std::string_view operand) {
+    return operand[0] == '[';
+}
+
+const Option *find_option(const Command &command, std::string_view word) {
+    for (const std::vector<Option> *table : {&command.options, &common_options()})
+        for (const Option &option : *table)
+            if (word == option.name || (!option.letter.empty() && word == option.letter))
+                return &option;
+    return nullptr;
+}
+
+std::string quoted(std::string_view text) {
+    return "'" + std::string(text) + "'";
+}
+
+std::string see_help(const Command &command) {
+    return "see q32tool help " + std::string(command.name);
+}
+
+} // namespace
+
+const std::vector<Option> &common_options() {
+    static const std::vector<Option> options = {
+        {"--quiet", "", "print nothing but errors and what was asked for", "-q"},
+        {"--timings", "", "print how long each part took and what the library did", "-v"},
+        {"--progress", "", "show progress even when the error stream is no console"},
+        {"--help", "", "print this help", "-h"},
+    };
+    return options;
+}
+
+Arguments::Arguments(const Command &command, const std::vector<std::string> &words) {
+    bool options_ended = false;
+    for (size_t i = 0; i < words.size(); ++i) {
+        const std::string &word = words[i];
+        if (options_ended || !is_option(word)) {
+            operands_.push_back(word);
+            continue;
+        }
+        if (word == "--") {
+            options_ended = true;
+            continue;
+        }
+        const size_t equals = word.starts_with("--") ? word.find('=') : std::string::npos;
+        const std::string name = word.substr(0, equals);
+        const Option *option = find_option(command, name);
+        if (option == nullptr)
+            throw UsageError("unknown option " + quoted(name) + "; " + see_help(command));
+        std::string value;
+        if (option->value.empty()) {
+            if (equals != std::string::npos)
+                throw UsageError(std::string(option->name) + " takes no value");
+        } else if (equals != std::string::npos) {
+            value = word.substr(equals + 1);
+        } else if (i + 1 < words.size()) {
+            value = words[++i];
+        } else {
+            throw UsageError(name + " needs a value: " + std::string(option->value));
+        }
+        values_.insert_or_assign(std::string(option->name), std::move(value));
+    }
+    if (has("--help"))
+        return; // the operands do not matter then
+    const size_t least = static_cast<size_t>(
+        std::count_if(command.operands.begin(), command.operands.end(),
+                      [](std::string_view operand) { return !is_optional(operand); }));
+    if (operands_.size() < least)
+        throw UsageError(std::string(command.name) + " needs " +
+                         std::string(command.operands[operands_.size()]) +
+                         "; usage: " + usage_line(command));
+    if (operands_.size() > command.operands.size())
+        throw UsageError("one argument too many: " + quoted(operands_[command.operands.size()]) +
+                         "; usage: " + usage_line(command));
+}
+
+uint32_t Arguments::number(std::string_view option, uint32_t least, uint32_t most,
+                           uint32_t fallback) const {
+    if (!has(option))
+        return fallback;
+    const auto parsed = parse_number(value(option));
+    if (!parsed || *parsed < least || *parsed > most)
+        throw UsageError(std::string(option) + " takes a number from " + std::to_string(least) +
+                         " to " + std::to_string(most) + ", not " + quoted(value(option)));
+    return static_cast<uint32_t>(*parsed);
+}
+
+std::string_view Arguments::choice(std::string_view option,
+                                   std::initializer_list<std::string_view> words,
+                                   std::string_view fallback) const {
+    if (!has(option))
+        return fallback;
+    std::string list;
+    for (const std::string_view word : words) {
+        if (value(option) == word)
+            return word;
+        list += (list.empty() ? "" : word == *(words.end() - 1) ? " or " : ", ");
+        list += word;
+    }
+    throw UsageError(std::string(option) + " takes " + list + ", not " + quoted(value(option)));
+}
+
+std::string usage_line(const Command &command) {
+    std::string line = "q32tool " + std::string(command.name);
+    for (const std::string_view operand : command.operands)
+        line += " " + std::string(operand);
+    return command.options.empty() ? line : line + " [OPTION...]";
+}
+
+std::string option_lines(const std::vector<Option> &options) {
+    std::string text;
+    for (const Option &option : options) {
+        std::string line = "  ";
+        line += option.letter.empty() ? "    " : std::string(option.letter) + ", ";
+        line += option.name;
+        if (!option.value.empty())
+            line += " " + std::string(option.value);
+        line.resize(std::max(line.size() + 1, help_column), ' ');
+        text += line + std::string(option.help) + "\n";
+    }
+    return text;
+}
+
+std::string help_text(const Command &command) {
+    std::string text = "Usage: " + usage_line(command) + "\n\n";
+    text += std::string(command.description) + "\n";
+    if (!command.options.empty())
+        text += "\nOptions:\n" + option_lines(command.options);
+    return text + "\nCommon options:\n" + option_lines(common_options());
+}
+
+std::string native_path(const std::string &path) {
+    using UnixToDos = WCHAR *(CDECL *)(const char *);
+    static const auto unix_to_dos = [] {
+        const FARPROC entry =
+            GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_dos_file_name");
+        return reinterpret_cast<UnixToDos>(reinterpret_cast<void *>(entry));
+    }();
+    if (!path.starts_with('/') || unix_to_dos == nullptr)
+        return path;
+    WCHAR *converted = unix_to_dos(path.c_str());
+    if (converted == nullptr)
+        return path;
+    const std::string result = to_utf8(converted);
+    HeapFree(GetProcessHeap(), 0, converted);
+    return result;
+}
+
+} // namespace q32tool

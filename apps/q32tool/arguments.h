@@ -1,0 +1,67 @@
+// The command line: what a command takes, reading it, and the help text made from the same tables.
+// What an option means is its command's business.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace q32tool {
+
+struct Option {
+    std::string_view name;  // "--bits"
+    std::string_view value; // what follows it, as shown in the help; empty: a switch
+    std::string_view help;
+    std::string_view letter = {}; // "-q"
+};
+
+class Arguments;
+
+struct Command {
+    std::string_view name;
+    std::vector<std::string_view> operands; // as shown in the help; "[NAME]": may be left out
+    std::string_view summary;               // one line
+    std::string_view description;           // paragraphs, already wrapped
+    std::vector<Option> options;
+    void (*run)(const Arguments &);
+};
+
+// Options that every command knows.
+const std::vector<Option> &common_options();
+
+class Arguments {
+public:
+    // Reads the words after the command's name. Throws UsageError.
+    Arguments(const Command &command, const std::vector<std::string> &words);
+
+    size_t operand_count() const { return operands_.size(); }
+    const std::string &operand(size_t index) const { return operands_.at(index); }
+
+    bool has(std::string_view option) const { return values_.count(option) != 0; }
+    // Of an option that was given.
+    const std::string &value(std::string_view option) const { return values_.find(option)->second; }
+
+    // The option's value, or the fallback when it was not given; UsageError when it is no such
+    // number or none of the words.
+    uint32_t number(std::string_view option, uint32_t least, uint32_t most,
+                    uint32_t fallback) const;
+    std::string_view choice(std::string_view option, std::initializer_list<std::string_view> words,
+                            std::string_view fallback) const;
+
+private:
+    std::map<std::string, std::string, std::less<>> values_;
+    std::vector<std::string> operands_;
+};
+
+std::string usage_line(const Command &command);
+std::string help_text(const Command &command);
+std::string option_lines(const std::vector<Option> &options);
+
+// An absolute Unix path, as shells under Wine hand them over, as a Windows path; all other names
+// as they are.
+std::string native_path(const std::string &path);
+
+} // namespace q32tool

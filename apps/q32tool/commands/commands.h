@@ -1,0 +1,23 @@
+// The table of commands. A new one is a function here, a line in commands.cpp and a file.
+#pragma once
+
+#include "apps/q32tool/arguments.h"
+
+#include <string_view>
+#include <vector>
+
+namespace q32tool {
+
+Command convert_command();
+Command help_command();
+Command info_command();
+
+// In the order of the help.
+const std::vector<Command> &commands();
+
+const Command *find_command(std::string_view name);
+
+// Of the program as a whole.
+std::string general_help();
+
+} // namespace q32tool

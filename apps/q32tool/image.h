@@ -1,0 +1,64 @@
+// A picture in one of the library's buffers, which is freed with it, and rows in and out.
+// Pixels change their format only where rows pass through the library; see picture_transfer.h and
+// the commands for that.
+#pragma once
+
+#include <q32base/buffers.h>
+
+#include <cstdint>
+#include <string>
+
+namespace q32tool {
+
+// What the pixels of an image are.
+enum class PixelFormat {
+    bits,   // 1 bit, 1 is white
+    grey,   // 8 bits
+    rgb555, // 16 bits
+    rgb565, // 16 bits
+    rgb,    // 24 bits, byte 0 red
+};
+
+int bits_of(PixelFormat format);
+
+class Image {
+public:
+    // named: what messages about the image are about, mostly a file's name. type: a BUF32_ value.
+    // Throws Failure.
+    Image(PixelFormat format, int width, int height, uint32_t type, std::string named);
+    Image(Image &&other) noexcept;
+    Image &operator=(Image &&other) noexcept;
+    ~Image();
+
+    HBUF32 handle() const { return handle_; }
+    PixelFormat format() const { return format_; }
+    int width() const { return width_; }
+    int height() const { return height_; }
+    const std::string &named() const { return named_; }
+
+    BUF32INFO info() const;
+
+    // One row by buf32Line, in a mode of BUF32_LINE_; the image must be locked (ImageLock).
+    void line(int row, int mode, void *memory);
+
+private:
+    HBUF32 handle_ = 0;
+    PixelFormat format_;
+    int width_;
+    int height_;
+    std::string named_;
+};
+
+// Keeps an image's buffer locked for its own life.
+class ImageLock {
+public:
+    ImageLock(Image &image, int mode); // BUF32_READ ...
+    ~ImageLock();
+    ImageLock(const ImageLock &) = delete;
+    ImageLock &operator=(const ImageLock &) = delete;
+
+private:
+    HBUF32 handle_;
+};
+
+} // namespace q32tool

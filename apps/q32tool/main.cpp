@@ -1,0 +1,96 @@
+// The program's beginning and end: which command runs, and which line and exit code a failure gets.
+#include "arguments.h"
+#include "commands/commands.h"
+#include "failure.h"
+#include "interrupt.h"
+#include "progress.h"
+#include "text.h"
+#include "timings.h"
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <algorithm>
+#include <new>
+
+namespace q32tool {
+namespace {
+
+std::vector<std::string> command_line_words() {
+    int count = 0;
+    LPWSTR *arguments = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> words;
+    for (int i = 1; i < count; ++i)
+        words.push_back(to_utf8(arguments[i]));
+    LocalFree(arguments);
+    return words;
+}
+
+bool contains(const std::vector<std::string> &words, std::string_view word) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+void run_command(const Command &command, const Arguments &arguments) {
+    if (arguments.has("--help")) {
+        print(help_text(command));
+        return;
+    }
+    if (arguments.has("--progress"))
+        set_progress(ShowProgress::always);
+    else if (arguments.has("--quiet"))
+        set_progress(ShowProgress::never);
+    command.run(arguments);
+    if (arguments.has("--timings"))
+        print_error(timings().summary());
+}
+
+// The command is the first word that is no option; common options may stand before it.
+void run(std::vector<std::string> words) {
+    const auto name = std::find_if(words.begin(), words.end(),
+                                   [](const std::string &word) { return !word.starts_with('-'); });
+    if (name == words.end()) {
+        if (contains(words, "--version"))
+            print("q32tool " Q32TOOL_VERSION "\n");
+        else if (contains(words, "--help") || contains(words, "-h"))
+            print(general_help());
+        else if (words.empty())
+            throw UsageError("no command given; see q32tool help");
+        else
+            throw UsageError("unknown option '" + words[0] + "'; see q32tool help");
+        return;
+    }
+    const Command *command = find_command(*name);
+    if (command == nullptr)
+        throw UsageError("there is no command '" + *name + "'; see q32tool help");
+    words.erase(name);
+    run_command(*command, Arguments(*command, words));
+}
+
+int fail(const std::string &line, ExitCode code) {
+    print_error("q32tool: " + line + "\n");
+    return code;
+}
+
+int guarded_run() {
+    try {
+        run(command_line_words());
+        return exit_success;
+    } catch (const UsageError &error) {
+        return fail(error.what(), exit_usage);
+    } catch (const Cancelled &) {
+        return fail("cancelled; nothing was written", exit_cancelled);
+    } catch (const std::bad_alloc &) {
+        return fail("not enough memory; try --storage file", exit_failure);
+    } catch (const std::exception &error) {
+        return fail(error.what(), exit_failure);
+    }
+}
+
+} // namespace
+} // namespace q32tool
+
+int main() {
+    q32tool::watch_for_interrupts();
+    return q32tool::guarded_run();
+}

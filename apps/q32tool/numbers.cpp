@@ -1,0 +1,61 @@
+// Parsing and formatting of numbers.
+#include "numbers.h"
+
+#include <charconv>
+#include <cstdio>
+
+namespace q32tool {
+
+std::optional<uint64_t> parse_number(std::string_view text) {
+    uint64_t value = 0;
+    const char *end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    if (result.ec != std::errc() || result.ptr != end)
+        return std::nullopt;
+    return value;
+}
+
+std::optional<uint64_t> parse_size(std::string_view text) {
+    int shift = 0;
+    switch (text.empty() ? '\0' : text.back()) {
+    case 'K':
+    case 'k':
+        shift = 10;
+        break;
+    case 'M':
+    case 'm':
+        shift = 20;
+        break;
+    case 'G':
+    case 'g':
+        shift = 30;
+        break;
+    default:
+        break;
+    }
+    if (shift != 0)
+        text.remove_suffix(1);
+    const std::optional<uint64_t> value = parse_number(text);
+    if (!value || *value > (UINT64_MAX >> shift))
+        return std::nullopt;
+    return *value << shift;
+}
+
+std::string counted(uint64_t count, std::string_view noun) {
+    std::string text = std::to_string(count) + " " + std::string(noun);
+    return count == 1 ? text : text + "s";
+}
+
+std::string in_megabytes(uint64_t bytes) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / (1024.0 * 1024.0));
+    return text;
+}
+
+std::string in_seconds(double seconds) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.3f s", seconds);
+    return text;
+}
+
+} // namespace q32tool

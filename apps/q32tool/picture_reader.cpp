@@ -1,0 +1,135 @@
+// Decoders, pixel format conversion and transparency.
+#include "picture_reader.h"
+
+#include "arguments.h"
+#include "failure.h"
+#include "picture_check.h"
+#include "text.h"
+
+#include <cctype>
+#include <vector>
+
+namespace q32tool {
+namespace {
+
+constexpr char cannot_be_decoded[] = "the picture cannot be decoded";
+
+void check_is_readable_file(const std::string &path, const std::wstring &native) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))
+        throw Failure(path, system_words(GetLastError()));
+    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        throw Failure(path, "this is a directory", "name a picture file");
+    if (data.nFileSizeHigh == 0 && data.nFileSizeLow == 0)
+        throw Failure(path, "the file is empty");
+}
+
+std::string format_name(const GUID &container) {
+    struct Name {
+        const GUID &container;
+        const char *text;
+    };
+    static const Name names[] = {
+        {GUID_ContainerFormatPng, "PNG"},   {GUID_ContainerFormatJpeg, "JPEG"},
+        {GUID_ContainerFormatTiff, "TIFF"}, {GUID_ContainerFormatBmp, "BMP"},
+        {GUID_ContainerFormatGif, "GIF"},   {GUID_ContainerFormatIco, "ICO"},
+    };
+    for (const Name &name : names)
+        if (IsEqualGUID(name.container, container))
+            return name.text;
+    return "picture";
+}
+
+uint8_t over_white(uint32_t sample, uint32_t alpha) {
+    return static_cast<uint8_t>((sample * alpha + 255 * (255 - alpha) + 127) / 255);
+}
+
+} // namespace
+
+PictureReader::PictureReader(const std::string &path) : path_(path) {
+    const std::wstring native = to_wide(native_path(path));
+    check_is_readable_file(path, native);
+    ComPtr<IWICBitmapDecoder> decoder;
+    const HRESULT opened = wic_factory()->CreateDecoderFromFilename(
+        native.c_str(), nullptr, GENERIC_READ, WICDecodeMetadataCacheOnDemand, decoder.out());
+    // A cut-off file is called so whatever its decoder says of it, if that says anything.
+    const bool cut_off = check_completeness(native, path) == Completeness::cut_off;
+    if (cut_off)
+        throw Failure(path, "the picture is cut off: the file ends too early",
+                      "get the whole file again");
+    if (opened == WINCODEC_ERR_COMPONENTNOTFOUND || opened == WINCODEC_ERR_UNKNOWNIMAGEFORMAT)
+        throw Failure(path, "this is not a picture that can be read",
+                      "PNG, JPEG, TIFF, BMP and GIF are");
+    check_wic(opened, path, cannot_be_decoded);
+    describe(decoder.get());
+}
+
+void PictureReader::describe(IWICBitmapDecoder *decoder) {
+    GUID container = {};
+    WICPixelFormatGUID pixels = {};
+    UINT width = 0, height = 0;
+    decoder->GetContainerFormat(&container);
+    format_ = format_name(container);
+    check_wic(decoder->GetFrame(0, frame_.out()), path_, cannot_be_decoded);
+    check_wic(frame_->GetSize(&width, &height), path_, cannot_be_decoded);
+    check_wic(frame_->GetPixelFormat(&pixels), path_, cannot_be_decoded);
+    if (width > INT_MAX || height > INT_MAX)
+        throw Failure(path_, "the picture's size makes no sense");
+    width_ = static_cast<int>(width);
+    height_ = static_cast<int>(height);
+    transparent_ = has_transparency(pixels);
+    convert_to(transparent_ ? GUID_WICPixelFormat32bppBGRA : GUID_WICPixelFormat24bppBGR);
+}
+
+bool PictureReader::has_transparency(const WICPixelFormatGUID &format) {
+    ComPtr<IWICComponentInfo> component;
+    ComPtr<IWICPixelFormatInfo2> info;
+    UINT bits = 0;
+    BOOL transparent = FALSE;
+    if (SUCCEEDED(wic_factory()->CreateComponentInfo(format, component.out())) &&
+        SUCCEEDED(component->QueryInterface(IID_IWICPixelFormatInfo2,
+                                            reinterpret_cast<void **>(info.out())))) {
+        info->GetBitsPerPixel(&bits);
+        info->SupportsTransparency(&transparent);
+    }
+    bits_ = static_cast<int>(bits);
+    // Indexed pictures are transparent where their palette says so.
+    ComPtr<IWICPalette> palette;
+    BOOL palette_transparent = FALSE;
+    if (SUCCEEDED(wic_factory()->CreatePalette(palette.out())) &&
+        SUCCEEDED(frame_->CopyPalette(palette.get())))
+        palette->HasAlpha(&palette_transparent);
+    return transparent || palette_transparent;
+}
+
+void PictureReader::convert_to(const WICPixelFormatGUID &format) {
+    ComPtr<IWICFormatConverter> converter;
+    check_wic(wic_factory()->CreateFormatConverter(converter.out()), path_, cannot_be_decoded);
+    check_wic(converter->Initialize(frame_.get(), format, WICBitmapDitherTypeNone, nullptr, 0,
+                                    WICBitmapPaletteTypeCustom),
+              path_, cannot_be_decoded);
+    check_wic(
+        converter->QueryInterface(IID_IWICBitmapSource, reinterpret_cast<void **>(source_.out())),
+        path_, cannot_be_decoded);
+}
+
+void PictureReader::read_rows(int first, int count, uint8_t *pixels) {
+    const WICRect band = {0, first, width_, count};
+    const size_t pixel_count = static_cast<size_t>(width_) * static_cast<size_t>(count);
+    if (!transparent_) {
+        check_wic(source_->CopyPixels(&band, static_cast<UINT>(width_) * 3,
+                                      static_cast<UINT>(pixel_count * 3), pixels),
+                  path_, cannot_be_decoded);
+        return;
+    }
+    std::vector<uint8_t> with_alpha(pixel_count * 4);
+    check_wic(source_->CopyPixels(&band, static_cast<UINT>(width_) * 4,
+                                  static_cast<UINT>(with_alpha.size()), with_alpha.data()),
+              path_, cannot_be_decoded);
+    for (size_t i = 0; i < pixel_count; ++i)
+        for (size_t channel = 0; channel < 3; ++channel)
+            pixels[i * 3 + channel] =
+                over_white(with_alpha[i * 4 + channel], with_alpha[i * 4 + 3]);
+}
+
+} // namespace q32tool

@@ -1,0 +1,41 @@
+// Reading of picture files through WIC, in bands of rows, as 24-bit pixels.
+// Where the pixels go is the caller's business.
+#pragma once
+
+#include "wic.h"
+
+#include <cstdint>
+#include <string>
+
+namespace q32tool {
+
+class PictureReader {
+public:
+    // Opens the file, its first picture and checks that nothing of it is missing. Throws Failure.
+    explicit PictureReader(const std::string &path);
+
+    int width() const { return width_; }                  // pixels
+    int height() const { return height_; }                // pixels
+    const std::string &format() const { return format_; } // "PNG"
+    int bits() const { return bits_; }                    // per pixel, in the file
+
+    // Rows first .. first + count - 1 as packed 24-bit pixels, byte 0 blue. Transparent parts are
+    // laid over white. pixels has room for count x width x 3 bytes. Throws Failure.
+    void read_rows(int first, int count, uint8_t *pixels);
+
+private:
+    void describe(IWICBitmapDecoder *decoder);
+    bool has_transparency(const WICPixelFormatGUID &format);
+    void convert_to(const WICPixelFormatGUID &format);
+
+    std::string path_;
+    std::string format_;
+    int width_ = 0;
+    int height_ = 0;
+    int bits_ = 0;
+    bool transparent_ = false;
+    ComPtr<IWICBitmapFrameDecode> frame_;
+    ComPtr<IWICBitmapSource> source_; // the frame as 24-bit BGR or, when transparent, 32-bit BGRA
+};
+
+} // namespace q32tool

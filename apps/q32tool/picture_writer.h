@@ -1,0 +1,54 @@
+// Writing of picture files through WIC, row by row, never half: the rows go to a file beside the
+// output, which takes the output's name when it is complete.
+#pragma once
+
+#include "unfinished_file.h"
+#include "wic.h"
+
+#include <cstdint>
+#include <string>
+
+namespace q32tool {
+
+enum class FileFormat { png, bmp, jpeg, tiff };
+
+// Kinds of rows that files are written from.
+enum class RowFormat {
+    bits,     // 1 bit a pixel, 1 is white
+    grey,     // 1 byte
+    words555, // 16-bit 5-5-5 words; BMP only
+    bgr,      // 3 bytes, byte 0 blue
+};
+
+// From the name's extension: png, bmp, jpg, jpeg, tif, tiff. Throws Failure for another one, and
+// when the name is a directory's or lies in a directory that does not exist.
+FileFormat check_output(const std::string &path);
+
+const char *format_name(FileFormat format);
+
+class PictureWriter {
+public:
+    // Throws Failure, as all functions here.
+    PictureWriter(const std::string &path, FileFormat format, RowFormat rows, int width,
+                  int height);
+
+    // The next row of the picture, top row first.
+    void write_row(const uint8_t *row);
+
+    // After the last row: completes the file and gives it its name. Without it no file is left.
+    void commit();
+
+private:
+    void open_file();
+    void start_frame(FileFormat format, RowFormat rows, int width, int height);
+
+    std::string path_;
+    FileFormat format_;
+    UINT row_bytes_;
+    UnfinishedFile file_; // outlives what writes into it
+    ComPtr<IStream> stream_;
+    ComPtr<IWICBitmapEncoder> encoder_;
+    ComPtr<IWICBitmapFrameEncode> frame_;
+};
+
+} // namespace q32tool

@@ -1,0 +1,56 @@
+// Drawing of the progress bar: one line, redrawn in place ten times a second at most.
+#include "progress.h"
+
+#include "interrupt.h"
+#include "text.h"
+
+#include <string>
+
+namespace q32tool {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr size_t bar_width = 40;
+
+ShowProgress show_progress = ShowProgress::on_console;
+
+bool is_shown() {
+    return show_progress == ShowProgress::always ||
+           (show_progress == ShowProgress::on_console && error_stream_is_console());
+}
+
+} // namespace
+
+void set_progress(ShowProgress show) {
+    show_progress = show;
+}
+
+Progress::Progress(std::string_view what, int steps)
+    : what_(what), steps_(steps), next_draw_(Clock::time_point::max()) {
+    if (is_shown())
+        next_draw_ = Clock::now() + (show_progress == ShowProgress::always ? 0ms : 500ms);
+}
+
+Progress::~Progress() {
+    if (drawn_)
+        print_error("\r" + std::string(what_.size() + bar_width + 8, ' ') + "\r");
+}
+
+void Progress::advance(int steps) {
+    done_ += steps;
+    stop_if_cancelled();
+    if (next_draw_ != Clock::time_point::max() && Clock::now() >= next_draw_)
+        draw();
+}
+
+void Progress::draw() {
+    const size_t percent = static_cast<size_t>(done_) * 100 / static_cast<size_t>(steps_);
+    const size_t filled = bar_width * percent / 100;
+    print_error("\r" + std::string(what_) + " [" + std::string(filled, '#') +
+                std::string(bar_width - filled, '.') + "] " + std::to_string(percent) + "%");
+    drawn_ = true;
+    next_draw_ = Clock::now() + 100ms;
+}
+
+} // namespace q32tool

@@ -1,0 +1,38 @@
+// A bar on the error stream for work that takes long, and the place where loops notice Ctrl-C.
+#pragma once
+
+#include <chrono>
+#include <string_view>
+
+namespace q32tool {
+
+enum class ShowProgress {
+    never,
+    on_console, // when the error stream is one, and the work takes longer than half a second
+    always,
+};
+
+void set_progress(ShowProgress show);
+
+class Progress {
+public:
+    Progress(std::string_view what, int steps);
+    ~Progress(); // wipes the bar
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+
+    // Counts steps as done. Throws Cancelled when the user has asked to stop.
+    void advance(int steps);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    void draw();
+
+    std::string_view what_;
+    int done_ = 0;
+    int steps_;
+    bool drawn_ = false;
+    Clock::time_point next_draw_;
+};
+
+} // namespace q32tool

@@ -1,0 +1,27 @@
+// Where buffers keep their pixels: the options that choose between memory and swap files.
+#pragma once
+
+#include "arguments.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace q32tool {
+
+// --storage, --memory-limit, --swap-dir.
+const std::vector<Option> &storage_options();
+
+// Changes the library's settings as the options say; returns the type for new buffers. Throws
+// UsageError, and Failure for a swap directory that cannot serve.
+uint32_t apply_storage_options(const Arguments &arguments);
+
+// The largest number of bytes that one of the swap directories has free.
+uint64_t free_swap_bytes();
+
+struct MemoryUse {
+    uint32_t memory; // bytes of virtual memory that buffers have reserved
+    uint32_t mapped; // bytes of swap files that are mapped
+};
+MemoryUse memory_use();
+
+} // namespace q32tool

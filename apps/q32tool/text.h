@@ -1,0 +1,21 @@
+// Text at the edges of the program: inside, all text is UTF-8; Windows is spoken to in UTF-16.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace q32tool {
+
+std::wstring to_wide(std::string_view utf8);
+std::string to_utf8(std::wstring_view wide);
+
+// In the system's code page, for interfaces that take no other; false when a character is missing.
+bool to_system_code_page(std::string_view utf8, std::string &out);
+
+// Write text as it stands: UTF-8 bytes, or characters when the stream is a console.
+void print(std::string_view text);
+void print_error(std::string_view text);
+
+bool error_stream_is_console();
+
+} // namespace q32tool

@@ -1,0 +1,20 @@
+// The sums of a run and their lines.
+#include "timings.h"
+
+#include "numbers.h"
+
+namespace q32tool {
+
+std::string Timings::summary() const {
+    return "reading: " + in_seconds(seconds_[0]) + "\n" + "library: " + in_seconds(seconds_[1]) +
+           " (" + counted(buffers, "buffer") + " made, " + counted(rows_moved, "row") + " moved, " +
+           counted(rows_converted, "row") + " converted)\n" +
+           "writing: " + in_seconds(seconds_[2]) + "\n";
+}
+
+Timings &timings() {
+    static Timings of_this_run;
+    return of_this_run;
+}
+
+} // namespace q32tool
