@@ -1,6 +1,7 @@
 // The chooser: which form of each conversion an instruction set runs. Each table begins as the one
 // below it and replaces what it has a faster form of.
 #include "rows/kernels/scalar.h"
+#include "rows/kernels/wide.h"
 
 #if defined(__SSE3__) || defined(__AVX__)
 #error "Compile this file for the baseline: it runs before the processor has been looked at."
@@ -25,9 +26,68 @@ constexpr RowKernels scalar_row_kernels = {
     .map_48 = map_48,
 };
 
-constexpr RowKernels sse2_row_kernels = scalar_row_kernels;
+constexpr RowKernels sse2_row_kernels = [] {
+    RowKernels table = scalar_row_kernels;
+    table.fill[0] = fill_1_sse2;
+    table.fill[1] = fill_2_sse2;
+    table.fill[2] = fill_3_sse2;
+    table.fill[3] = fill_4_sse2;
+    table.exchange = exchange_sse2;
+    table.invert = invert_sse2;
+    table.bit_to_byte = bit_to_byte_sse2;
+    table.byte_to_bit = byte_to_bit_sse2;
+    table.rgb888_to_555 = rgb888_to_555_sse2;
+    table.rgb888_to_565 = rgb888_to_565_sse2;
+    table.rgb555_to_888 = rgb555_to_888_sse2;
+    table.rgb565_to_888 = rgb565_to_888_sse2;
+    table.swap_red_blue = swap_red_blue_sse2;
+    return table;
+}();
 
-const RowKernels &row_kernels(InstructionSet) {
+namespace {
+
+constexpr RowKernels sse41_table = [] {
+    RowKernels table = sse2_row_kernels;
+    table.bit_to_byte = bit_to_byte_sse41;
+    table.byte_to_bit = byte_to_bit_sse41;
+    table.rgb888_to_555 = rgb888_to_555_sse41;
+    table.rgb888_to_565 = rgb888_to_565_sse41;
+    table.rgb555_to_888 = rgb555_to_888_sse41;
+    table.rgb565_to_888 = rgb565_to_888_sse41;
+    table.swap_red_blue = swap_red_blue_sse41;
+    return table;
+}();
+
+constexpr RowKernels avx2_table = [] {
+    RowKernels table = sse41_table;
+    table.fill[0] = fill_1_avx2;
+    table.fill[1] = fill_2_avx2;
+    table.fill[2] = fill_3_avx2;
+    table.fill[3] = fill_4_avx2;
+    table.exchange = exchange_avx2;
+    table.invert = invert_avx2;
+    table.bit_to_byte = bit_to_byte_avx2;
+    table.byte_to_bit = byte_to_bit_avx2;
+    table.rgb888_to_555 = rgb888_to_555_avx2;
+    table.rgb888_to_565 = rgb888_to_565_avx2;
+    table.rgb555_to_888 = rgb555_to_888_avx2;
+    table.rgb565_to_888 = rgb565_to_888_avx2;
+    table.swap_red_blue = swap_red_blue_avx2;
+    return table;
+}();
+
+} // namespace
+
+const RowKernels &row_kernels(InstructionSet level) {
+    switch (level) {
+    case InstructionSet::sse2:
+        return sse2_row_kernels;
+    case InstructionSet::sse41:
+        return sse41_table;
+    case InstructionSet::avx2:
+    case InstructionSet::avx512:
+        return avx2_table;
+    }
     return sse2_row_kernels;
 }
 
