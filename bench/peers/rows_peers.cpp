@@ -95,12 +95,14 @@ void convert_bits(const Table &t, const char *name, rows::BitConversion *rows::R
 }
 
 void map(const Table &t, const char *name, rows::Mapping *rows::RowKernels::*member, int channels) {
-    std::vector<std::uint8_t> tables(static_cast<std::size_t>(256 * channels));
+    constexpr int entries = 256;
+    std::vector<std::uint8_t> tables(entries * static_cast<std::size_t>(channels));
     for (std::uint8_t &entry : tables)
         entry = static_cast<std::uint8_t>(std::rand());
-    cv::Mat interleaved(1, 256, CV_8UC(channels)); // one entry of each table after another
-    for (int i = 0; i < 256 * channels; ++i)
-        interleaved.data[i] = tables[static_cast<std::size_t>(i % channels * 256 + i / channels)];
+    cv::Mat interleaved(1, entries, CV_8UC(channels));
+    for (int entry = 0; entry < entries; ++entry)
+        for (int channel = 0; channel < channels; ++channel)
+            interleaved.data[entry * channels + channel] = tables.data()[channel * entries + entry];
 
     Job job = begin(t, name, channels, channels);
     enter_ours(
