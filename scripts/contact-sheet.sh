@@ -13,7 +13,7 @@ contact_sheet() {
         pngtopnm -quiet "$1" | pamscale -quiet -xyfit "$sheet_tile_width" "$sheet_tile_height" >"$work/small"
         pbmtext -quiet -builtin fixed "$2" >"$work/caption"
         pnmcat -quiet -topbottom -jcenter -white "$work/small" "$work/caption" |
-            pnmpad -quiet -white -left 6 -right 6 -top 6 >"$work/tile-$number"
+            pnmpad -quiet -white -width "$((sheet_tile_width + 12))" -halign 0.5 -top 6 >"$work/tile-$number"
         tiles+=("$work/tile-$number")
         number=$((number + 1))
         shift 2

@@ -13,16 +13,16 @@ swap=$out/swap
 
 # name|what it shows|options of q32tool convert
 scenes=(
-    "24-bit|24 bits: every bit of red, green and blue|--bits 24"
-    "565|16 bits: five of red, six of green, five of blue|--bits 16 --format 565"
-    "555|16 bits: five of each channel|--bits 16 --format 555"
+    "24-bit|24 bits: 8 of red, 8 of green, 8 of blue|--bits 24"
+    "565|16 bits: 5 of red, 6 of green, 5 of blue|--bits 16 --format 565"
+    "555|16 bits: 5 of each channel|--bits 16 --format 555"
     "grey|8 bits: grey|--bits 8"
     "black-and-white|1 bit: white above the threshold|--bits 1 --threshold 110"
-    "inverted|24 bits, every byte inverted|--bits 24 --invert"
+    "inverted|24 bits: every byte inverted|--bits 24 --invert"
 )
 
 q32tool() { scripts/wine-run build/win32/bin/q32tool.exe "$@"; }
-indented() { sed 's/\r$//; s/^/    /'; }
+indented() { sed '/^wine: /d; s/^/    /'; } # Wine remarks that it cannot read the disk's label
 
 # The same picture through a buffer in memory and through one in a swap file, with what both cost.
 show_storage() { # PICTURE NAME
@@ -30,8 +30,8 @@ show_storage() { # PICTURE NAME
     for storage in memory file; do
         echo
         echo "Through a buffer in ${storage/file/a swap file}:"
-        q32tool convert "$1" "$out/$2-$storage.png" --storage "$storage" --swap-dir "$swap" --timings |
-            indented
+        q32tool convert "$1" "$out/$2-$storage.png" --storage "$storage" --swap-dir "$swap" --timings \
+            2>&1 | indented
     done
     cmp "$out/$2-memory.png" "$out/$2-file.png" && echo "    Both give the same picture, byte for byte."
     rm -f "$out/$2-memory.png" "$out/$2-file.png"
@@ -44,11 +44,11 @@ show_scenes() { # PICTURE NAME
         IFS='|' read -r scene_name shows options <<<"$scene"
         # shellcheck disable=SC2086  # options are words
         q32tool convert "$1" "$out/$2-$scene_name.png" $options >/dev/null
-        printf '%-48s %s\n' "$out/$2-$scene_name.png" "$shows"
+        printf '%-52s %s\n' "$out/$2-$scene_name.png" "$shows"
         sheet+=("$out/$2-$scene_name.png" "$shows")
     done
     contact_sheet "$out/$2.png" "${sheet[@]}"
-    printf '%-48s %s\n' "$out/$2.png" "all of these side by side"
+    printf '%-52s %s\n' "$out/$2.png" "all of these side by side"
 }
 
 (($#)) || set -- "$photograph"
