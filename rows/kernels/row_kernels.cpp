@@ -73,6 +73,26 @@ constexpr RowKernels avx2_table = [] {
     table.rgb555_to_888 = rgb555_to_888_avx2;
     table.rgb565_to_888 = rgb565_to_888_avx2;
     table.swap_red_blue = swap_red_blue_avx2;
+    table.map_8 = map_8_avx2;
+    table.map_24 = map_24_avx2;
+    table.map_16 = map_16_avx2;
+    table.map_48 = map_48_avx2;
+    return table;
+}();
+
+constexpr RowKernels avx512_table = [] {
+    RowKernels table = avx2_table;
+    table.bit_to_byte = bit_to_byte_avx512;
+    table.byte_to_bit = byte_to_bit_avx512;
+    table.rgb888_to_555 = rgb888_to_555_avx512;
+    table.rgb888_to_565 = rgb888_to_565_avx512;
+    table.rgb555_to_888 = rgb555_to_888_avx512;
+    table.rgb565_to_888 = rgb565_to_888_avx512;
+    table.swap_red_blue = swap_red_blue_avx512;
+    table.map_8 = map_8_avx512;
+    table.map_24 = map_24_avx512;
+    table.map_16 = map_16_avx512;
+    table.map_48 = map_48_avx512;
     return table;
 }();
 
@@ -85,8 +105,9 @@ const RowKernels &row_kernels(InstructionSet level) {
     case InstructionSet::sse41:
         return sse41_table;
     case InstructionSet::avx2:
-    case InstructionSet::avx512:
         return avx2_table;
+    case InstructionSet::avx512:
+        return avx512_table;
     }
     return sse2_row_kernels;
 }

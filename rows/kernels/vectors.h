@@ -1,4 +1,4 @@
-// Vectors of 16 and of 32 bytes under one set of names, so that a kernel is written once for both.
+// Vectors of 16, 32 and 64 bytes under one set of names, so that a kernel is written once for both.
 // Operations on bytes work inside each lane of 16 bytes; the kernels give every lane its own
 // pixels.
 //
@@ -9,6 +9,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#ifdef __AVX512F__
+// GCC 12 takes the vectors that its own header leaves undefined on purpose for a mistake.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
 
 #ifdef __AVX2__
 #include <immintrin.h>
@@ -214,6 +220,27 @@ inline V32 shuffle(V32 v, V32 indices) {
 template <int choice>
 V32 choose_dwords(V32 a, V32 b) {
     return _mm256_blend_epi32(a, b, choice | choice << 4);
+}
+
+#endif
+
+// --- 64 bytes -----------------------------------------------------------------------------------
+
+#ifdef __AVX512VBMI__
+
+using V64 = __m512i;
+
+template <>
+inline V64 load<V64>(const uint8_t *at) {
+    return _mm512_loadu_si512(at);
+}
+template <>
+inline V64 repeat_byte<V64>(uint8_t value) {
+    return _mm512_set1_epi8(char(value));
+}
+
+inline void store(uint8_t *at, V64 v) {
+    _mm512_storeu_si512(at, v);
 }
 
 #endif
