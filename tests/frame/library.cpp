@@ -1,0 +1,178 @@
+// Maps the DLL, fills its import table, and runs its entry point.
+#include "tests/frame/library.h"
+
+#include "tests/frame/calls.h"
+#include "tests/frame/comm.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace q32::frame {
+namespace {
+
+[[noreturn]] void give_up(const std::string &what) {
+    std::fprintf(stderr, "%s\n", what.c_str());
+    std::abort();
+}
+
+std::string small_letters(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+template <class Type>
+Type *at(HMODULE module, DWORD offset) {
+    return reinterpret_cast<Type *>(reinterpret_cast<std::uintptr_t>(module) + offset);
+}
+
+const IMAGE_OPTIONAL_HEADER32 &header_of(HMODULE module) {
+    const auto *const dos = at<const IMAGE_DOS_HEADER>(module, 0);
+    return at<const IMAGE_NT_HEADERS32>(module, static_cast<DWORD>(dos->e_lfanew))->OptionalHeader;
+}
+
+// The import table may lie in a section that is not writable.
+void write_slot(void **slot, void *value) {
+    DWORD protection;
+    VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
+    *slot = value;
+    VirtualProtect(slot, sizeof *slot, protection, &protection);
+}
+
+void *export_of(HMODULE module, const char *name) {
+    return reinterpret_cast<void *>(GetProcAddress(module, name));
+}
+
+} // namespace
+
+std::string library_path() {
+    char path[MAX_PATH];
+    if (GetEnvironmentVariableA("Q32BASE_TEST_LIBRARY", path, sizeof path) != 0)
+        return path;
+    GetModuleFileNameA(nullptr, path, sizeof path);
+    const std::string program = path;
+    return program.substr(0, program.rfind('\\')) + "\\..\\..\\bin\\Q32BASE.DLL";
+}
+
+Library::Library() {
+    comm(); // the recording q32comm.dll, and the sandbox, before anything of the DLL runs
+    char path[MAX_PATH];
+    GetFullPathNameA(library_path().c_str(), sizeof path, path, nullptr);
+    // Maps and relocates, and neither loads what is imported nor calls the entry point.
+    module_ = LoadLibraryExA(path, nullptr, DONT_RESOLVE_DLL_REFERENCES);
+    if (module_ == nullptr)
+        give_up("cannot load " + std::string(path));
+    resolve_imports();
+    load_api();
+}
+
+Library::~Library() {
+    if (attached_)
+        detach();
+    FreeLibrary(module_);
+    forget_holdings();
+}
+
+void Library::resolve_imports() {
+    const DWORD table =
+        header_of(module_).DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+    for (auto *import = at<IMAGE_IMPORT_DESCRIPTOR>(module_, table); import->Name != 0; ++import) {
+        const std::string dll = small_letters(at<const char>(module_, import->Name));
+        const HMODULE provider = LoadLibraryA(dll.c_str());
+        if (provider == nullptr)
+            give_up("cannot load " + dll);
+        const auto *name = at<const IMAGE_THUNK_DATA32>(module_, import->OriginalFirstThunk);
+        auto *slot = at<void *>(module_, import->FirstThunk);
+        for (; name->u1.AddressOfData != 0; ++name, ++slot) {
+            if (IMAGE_SNAP_BY_ORDINAL32(name->u1.Ordinal))
+                give_up("an import by number from " + dll);
+            const auto *const by_name =
+                at<const IMAGE_IMPORT_BY_NAME>(module_, name->u1.AddressOfData);
+            const std::string function = reinterpret_cast<const char *>(by_name->Name);
+            void *const real = export_of(provider, function.c_str());
+            if (real == nullptr)
+                give_up(dll + " does not export " + function);
+            void *const gate = gate_for(dll, function, real);
+            write_slot(slot, gate != nullptr ? gate : real);
+            imports_[{dll, function}] = slot;
+        }
+    }
+}
+
+void Library::load_api() {
+#define Q32_EXPORT(name)                                                                           \
+    api_.name = reinterpret_cast<decltype(api_.name)>(export_of(module_, #name));                  \
+    if (api_.name == nullptr)                                                                      \
+        give_up("the DLL does not export " #name);
+#include "q32_exports.inc"
+#undef Q32_EXPORT
+}
+
+bool Library::call_entry(DWORD reason, void *reserved) const {
+    using Entry = BOOL(WINAPI *)(HINSTANCE, DWORD, LPVOID);
+    void *const entry = at<void>(module_, header_of(module_).AddressOfEntryPoint);
+    return reinterpret_cast<Entry>(entry)(module_, reason, reserved) != FALSE;
+}
+
+bool Library::attach() {
+    attached_ = call_entry(DLL_PROCESS_ATTACH, nullptr);
+    return attached_;
+}
+
+void Library::detach(bool process_ends) {
+    attached_ = false;
+    call_entry(DLL_PROCESS_DETACH, process_ends ? &attached_ : nullptr);
+}
+
+void **Library::import_slot(const std::string &dll, const std::string &function) const {
+    const auto found = imports_.find({small_letters(dll), function});
+    return found == imports_.end() ? nullptr : found->second;
+}
+
+// --- the shared library ----------------------------------------------------------------------
+
+namespace {
+
+std::unique_ptr<Library> shared;
+
+} // namespace
+
+Library &shared_library() {
+    if (shared == nullptr) {
+        shared = std::make_unique<Library>();
+        if (!shared->attach())
+            give_up("the DLL refuses to start");
+        // While what the library and its gates stand on is still there.
+        static const int registered = std::atexit(drop_shared_library);
+        static_cast<void>(registered);
+    }
+    return *shared;
+}
+
+const Api &api() {
+    return shared_library().api();
+}
+
+void drop_shared_library() {
+    shared.reset();
+}
+
+// --- hooks -----------------------------------------------------------------------------------
+
+ImportHook::ImportHook(const Library &library, const std::string &dll, const std::string &function,
+                       void *replacement)
+    : slot_(library.import_slot(dll, function)) {
+    if (slot_ == nullptr)
+        give_up("the DLL does not import " + function + " from " + dll);
+    original_ = *slot_;
+    write_slot(slot_, replacement);
+}
+
+ImportHook::~ImportHook() {
+    write_slot(slot_, original_);
+}
+
+} // namespace q32::frame

@@ -1,0 +1,44 @@
+// Entry point of the test programs: GoogleTest's, and a crash that says where it was instead of
+// asking somebody who is not there.
+#include <gtest/gtest.h>
+
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <cstdio>
+
+namespace {
+
+LONG WINAPI say_where(EXCEPTION_POINTERS *pointers) {
+    const EXCEPTION_RECORD &record = *pointers->ExceptionRecord;
+    char module[MAX_PATH] = "?";
+    HMODULE handle = nullptr;
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                           GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       static_cast<LPCSTR>(record.ExceptionAddress), &handle);
+    GetModuleFileNameA(handle, module, sizeof module);
+    std::printf("crash: exception %08lX at %p (%s + %lX)", record.ExceptionCode,
+                record.ExceptionAddress, module,
+                static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(record.ExceptionAddress) -
+                                   reinterpret_cast<ULONG_PTR>(handle)));
+    if (record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION)
+        std::printf(", %s %p", record.ExceptionInformation[0] == 0 ? "reading" : "writing",
+                    reinterpret_cast<void *>(record.ExceptionInformation[1]));
+    const auto *const test = testing::UnitTest::GetInstance()->current_test_info();
+    std::printf(", in %s.%s\n", test ? test->test_suite_name() : "no test",
+                test ? test->name() : "");
+    std::fflush(stdout);
+    TerminateProcess(GetCurrentProcess(), 3);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+} // namespace
+#endif
+
+int main(int argc, char **argv) {
+#if defined(_WIN32)
+    SetUnhandledExceptionFilter(say_where);
+#endif
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
