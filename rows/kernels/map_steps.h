@@ -16,11 +16,8 @@ namespace {
 // --- choice of bytes ----------------------------------------------------------------------------
 
 template <class V>
-struct ByteSet;
-
-template <>
-struct ByteSet<V32> {
-    alignas(32) uint8_t at[32] = {};
+struct ByteSet {
+    alignas(sizeof(V)) uint8_t at[sizeof(V)] = {};
 
     constexpr void add(size_t i) { at[i] = 0xFF; }
 };
@@ -30,15 +27,10 @@ inline V32 choose(const ByteSet<V32> &from_second, V32 first, V32 second) {
 }
 
 #ifdef __AVX512VBMI__
-template <>
-struct ByteSet<V64> {
-    std::uint64_t bits = 0;
-
-    constexpr void add(size_t i) { bits |= std::uint64_t(1) << i; }
-};
-
+// The mask comes from a vector because 32-bit code would put a constant one together on the stack,
+// in every step.
 inline V64 choose(const ByteSet<V64> &from_second, V64 first, V64 second) {
-    return _mm512_mask_blend_epi8(from_second.bits, first, second);
+    return _mm512_mask_blend_epi8(_mm512_movepi8_mask(load<V64>(from_second.at)), first, second);
 }
 #endif
 
@@ -279,7 +271,7 @@ private:
 
 // --- walk ---------------------------------------------------------------------------------------
 
-// Tables are prepared only for runs that use them.
+// Tables are looked at only by runs that use them.
 template <class Step>
 inline void run_map(uint8_t *destination, const uint8_t *source, const uint8_t *tables,
                     size_t pixels, Mapping *shorter) {

