@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <numeric>
 #include <ostream>
@@ -58,7 +57,7 @@ std::size_t bits(std::size_t pixels) {
 // --- each kernel as the sweep sees it ---
 
 Conversion fill(const RowKernels &k, std::size_t pixel_bytes) {
-    return {"fill " + std::to_string(pixel_bytes),
+    return {std::string{"fill "} + std::to_string(pixel_bytes),
             [=](std::size_t) { return pixel_bytes; },
             [=](std::size_t n) { return pixel_bytes * n; },
             0,
@@ -75,7 +74,7 @@ Conversion invert(const RowKernels &k) {
 
 Conversion bit_to_byte(const RowKernels &k, std::uint8_t one) {
     return {
-        "bit to byte, a set bit is " + std::to_string(one),
+        std::string{"bit to byte, a set bit is "} + std::to_string(one),
         bits,
         as_many,
         0,
@@ -87,7 +86,7 @@ Conversion bit_to_byte(const RowKernels &k, std::uint8_t one) {
 }
 
 Conversion byte_to_bit(const RowKernels &k, std::uint8_t threshold) {
-    return {"byte to bit, threshold " + std::to_string(threshold),
+    return {std::string{"byte to bit, threshold "} + std::to_string(threshold),
             as_many,
             bits,
             0,
@@ -429,11 +428,3 @@ TEST_P(RowKernel, EveryKernelIsThere) {
 
 } // namespace
 } // namespace q32::test
-
-int main(int argc, char **argv) {
-    testing::InitGoogleTest(&argc, argv);
-    std::printf("seed of the random cases: %llu (Q32_TEST_SEED)\n",
-                static_cast<unsigned long long>(q32::test::test_seed()));
-    q32::test::announce_crashes();
-    return RUN_ALL_TESTS();
-}

@@ -57,11 +57,42 @@ std::string describe(const Current &what) {
     return text;
 }
 
-[[maybe_unused]] void crashed(int) { // the sanitizers have a report of their own
-    std::fprintf(stderr, "\ncrashed in %s\n", describe(current).c_str());
+void say_what_crashed() {
+    std::fprintf(stderr, "\ncrash in %s\n", describe(current).c_str());
     std::fflush(stderr);
+}
+
+#if defined(_WIN32)
+LPTOP_LEVEL_EXCEPTION_FILTER next_filter = nullptr;
+
+LONG WINAPI crashed(EXCEPTION_POINTERS *pointers) {
+    say_what_crashed();
+    return next_filter ? next_filter(pointers) : EXCEPTION_CONTINUE_SEARCH;
+}
+#else
+void crashed(int) {
+    say_what_crashed();
     std::_Exit(3);
 }
+#endif
+
+// Says before the tests which seed they run with, and in a crash what was running.
+class Announcer : public testing::Environment {
+public:
+    void SetUp() override {
+        std::printf("seed of the random cases: %llu\n",
+                    static_cast<unsigned long long>(test_seed()));
+#if defined(_WIN32)
+        next_filter = SetUnhandledExceptionFilter(crashed);
+#else
+        std::signal(SIGSEGV, crashed);
+        std::signal(SIGBUS, crashed);
+        std::signal(SIGILL, crashed);
+#endif
+    }
+};
+[[maybe_unused]] testing::Environment *const announcer =
+    testing::AddGlobalTestEnvironment(new Announcer);
 
 // Runs one conversion at given places. Keeps its memory for the next run.
 class Stage {
@@ -241,13 +272,6 @@ bool runs_exactly(const Conversion &conversion, const std::vector<std::uint8_t> 
     Stage stage{conversion, pixels};
     const Place rear{true, 0};
     return stage.run(source, conversion.expected(source, pixels), pixels, rear, rear);
-}
-
-void announce_crashes() {
-#if !defined(__SANITIZE_ADDRESS__)
-    std::signal(SIGSEGV, crashed);
-    std::signal(SIGILL, crashed);
-#endif
 }
 
 } // namespace q32::test

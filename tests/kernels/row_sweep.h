@@ -1,6 +1,7 @@
 // The sweep that every row conversion goes through: all lengths, all alignments, both fences, in
 // place where allowed, and random rows, each compared with the expected bytes, with the source and
 // the destination's surroundings checked as well. Which conversion it is, the caller says.
+// A run that crashes says what it was doing.
 #pragma once
 
 #include <cstddef>
@@ -38,8 +39,5 @@ void sweep_random_rows(const Conversion &conversion, std::uint64_t cases);
 // One run over given source bytes, both blocks ending at a fence.
 bool runs_exactly(const Conversion &conversion, const std::vector<std::uint8_t> &source,
                   std::size_t pixels);
-
-// A test that crashes prints what it was doing. Call once, in main.
-void announce_crashes();
 
 } // namespace q32::test
