@@ -1,7 +1,10 @@
 // The two 16-bit pixel layouts as data: which bits of the word hold which channel.
+//
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
 namespace q32::rows {
+namespace {
 
 // A channel of `bits` bits whose lowest bit is bit `place` of the word.
 struct Field {
@@ -20,4 +23,5 @@ struct Rgb565 {
     static constexpr Field first{5, 11}, second{6, 5}, third{5, 0};
 };
 
+} // namespace
 } // namespace q32::rows
