@@ -1,0 +1,34 @@
+// Loading of the common library.
+#include "tests/comm/comm_library.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace q32::test {
+
+CommLibrary::CommLibrary() {
+    char program[MAX_PATH];
+    GetModuleFileNameA(nullptr, program, sizeof program);
+    const std::string path = program;
+    module_ =
+        LoadLibraryA((path.substr(0, path.rfind('\\')) + "\\..\\..\\bin\\q32comm.dll").c_str());
+    if (module_ == nullptr) {
+        std::fputs("cannot load q32comm.dll\n", stderr);
+        std::abort();
+    }
+#define Q32_LOAD(name)                                                                             \
+    name = reinterpret_cast<decltype(name)>(                                                       \
+        reinterpret_cast<void *>(GetProcAddress(module_, #name)));                                 \
+    if (name == nullptr) {                                                                         \
+        std::fputs("q32comm.dll does not export " #name "\n", stderr);                             \
+        std::abort();                                                                              \
+    }
+    Q32_COMM_EXPORTS(Q32_LOAD)
+#undef Q32_LOAD
+}
+
+CommLibrary::~CommLibrary() {
+    FreeLibrary(module_);
+}
+
+} // namespace q32::test
