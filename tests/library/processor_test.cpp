@@ -1,0 +1,108 @@
+// What the library learns of the processor at its start: the common library's word on wide paths,
+// and the instruction set up to which kernels may go.
+#include "library/process/cpu.h"
+#include "tests/library/library_fixture.h"
+
+#include <cstdlib>
+
+namespace q32::test {
+namespace {
+
+class Processor : public LibraryTest {
+protected:
+    // A row of every 5-6-5 value through the library, which must be right at any instruction set.
+    void expect_rows_are_right() {
+        std::vector<uint16_t> from(0x10000);
+        Bytes to(from.size() * 3);
+        for (std::size_t i = 0; i < from.size(); ++i)
+            from[i] = uint16_t(i);
+        EXPECT_EQ(api().mem32_565To888(to.data(), from.data(), int(from.size())), 1);
+        int wrong = 0;
+        for (uint32_t i = 0; i < from.size(); ++i) {
+            wrong += to[3 * i] != (i >> 11 << 3 | 7);
+            wrong += to[3 * i + 1] != ((i >> 5 & 63) << 2 | 3);
+            wrong += to[3 * i + 2] != ((i & 31) << 3 | 7);
+        }
+        EXPECT_EQ(wrong, 0);
+    }
+};
+
+TEST_F(Processor, IsAskedOnceAndNeverAgain) {
+    for (bool mmx : {false, true}) {
+        SCOPED_TRACE(mmx);
+        frame::comm().mmx = mmx;
+        load();
+        Calls calls;
+        {
+            CommonWatch flag{library(), "IsSupportMMX", calls};
+            CommonWatch name{library(), "GetCPUName", calls};
+            start();
+            expect_rows_are_right();
+            free(allocate(24, 200, 200, BUF32_TILED));
+            EXPECT_EQ(calls.sequence(), (std::vector<std::string>{"GetCPUName", "IsSupportMMX"}));
+            EXPECT_EQ(calls.all().size(), 2u);
+        }
+        stop();
+    }
+}
+
+TEST_F(Processor, EveryCapWorks) {
+    char before[64] = "";
+    GetEnvironmentVariableA("Q32BASE_ISA", before, sizeof before);
+    for (const char *cap : {"sse2", "sse41", "avx2", "avx512", "", "nonsense"}) {
+        SCOPED_TRACE(cap);
+        SetEnvironmentVariableA("Q32BASE_ISA", cap);
+        _putenv_s("Q32BASE_ISA", cap);
+        start();
+        expect_rows_are_right();
+        stop();
+    }
+    SetEnvironmentVariableA("Q32BASE_ISA", before[0] != 0 ? before : nullptr);
+    _putenv_s("Q32BASE_ISA", before);
+}
+
+// --- the choice itself ---------------------------------------------------------------------------
+
+const InstructionSet all_sets[] = {InstructionSet::sse2, InstructionSet::sse41,
+                                   InstructionSet::avx2, InstructionSet::avx512};
+
+TEST(InstructionSets, ACapCapsAndNeverRaises) {
+    const InstructionSet best = best_instruction_set(nullptr);
+    for (InstructionSet cap : all_sets) {
+        const char *name = instruction_set_name(cap);
+        EXPECT_EQ(best_instruction_set(name), std::min(best, cap)) << name;
+    }
+}
+
+TEST(InstructionSets, AnUnknownCapCapsNothing) {
+    const InstructionSet best = best_instruction_set(nullptr);
+    for (const char *cap : {"", "nonsense", "avx", "SSE2", "sse", "sse2 ", "sse22", "avx5120"})
+        EXPECT_EQ(best_instruction_set(cap), best) << cap;
+}
+
+TEST(InstructionSets, HaveTheirNames) {
+    EXPECT_STREQ(instruction_set_name(InstructionSet::sse2), "sse2");
+    EXPECT_STREQ(instruction_set_name(InstructionSet::sse41), "sse41");
+    EXPECT_STREQ(instruction_set_name(InstructionSet::avx2), "avx2");
+    EXPECT_STREQ(instruction_set_name(InstructionSet::avx512), "avx512");
+}
+
+// The processor's own word, by the compiler's means.
+TEST(InstructionSets, TheBestIsWhatTheProcessorHas) {
+    __builtin_cpu_init();
+    InstructionSet expected = InstructionSet::sse2;
+    if (__builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1")) {
+        expected = InstructionSet::sse41;
+        if (__builtin_cpu_supports("avx2")) {
+            expected = InstructionSet::avx2;
+            if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
+                __builtin_cpu_supports("avx512vbmi"))
+                expected = InstructionSet::avx512;
+        }
+    }
+    EXPECT_EQ(best_instruction_set(nullptr), expected);
+}
+
+} // namespace
+} // namespace q32::test
