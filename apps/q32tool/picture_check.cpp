@@ -1,4 +1,4 @@
-// Walks through the structure of PNG, JPEG, GIF and BMP files without decoding a pixel.
+// Walks through the structure of PNG, JPEG, GIF, BMP and TIFF files without decoding a pixel.
 #include "picture_check.h"
 
 #include "failure.h"
@@ -7,10 +7,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
+#include <string_view>
+#include <vector>
 
 namespace q32tool {
 namespace {
+
+using namespace std::string_view_literals;
 
 // Thrown where a file ends before its structure does.
 struct EndOfFile {};
@@ -50,14 +53,12 @@ public:
             value |= static_cast<uint32_t>(next()) << (8 * i);
         return value;
     }
-    void skip(uint64_t count) {
-        if (count <= filled_ - at_) {
-            at_ += static_cast<DWORD>(count);
+    void skip(uint64_t count) { move_to(block_start_ + at_ + count); }
+    void move_to(uint64_t position) {
+        if (position >= block_start_ && position - block_start_ <= filled_) {
+            at_ = static_cast<DWORD>(position - block_start_);
             return;
         }
-        move_to(position() + count);
-    }
-    void move_to(uint64_t position) {
         if (position > size_)
             throw EndOfFile();
         LARGE_INTEGER target;
@@ -68,7 +69,6 @@ public:
     }
 
 private:
-    uint64_t position() const { return block_start_ + at_; }
     void refill() {
         block_start_ += filled_;
         at_ = filled_ = 0;
@@ -171,6 +171,65 @@ void walk_bmp(ByteReader &file) {
         throw EndOfFile();
 }
 
+class TiffWalk {
+public:
+    TiffWalk(ByteReader &file, bool big_endian) : file_(file), big_endian_(big_endian) {}
+
+    // Every strip or tile of the first picture must lie inside the file.
+    void check() {
+        constexpr uint32_t classic = 42, strip_offsets = 273, strip_bytes = 279, tile_offsets = 324,
+                           tile_bytes = 325;
+        file_.move_to(2);
+        if (number(2) != classic)
+            return;
+        std::vector<uint32_t> offsets, sizes;
+        const uint64_t directory = number(4);
+        file_.move_to(directory);
+        const uint32_t entries = number(2);
+        for (uint32_t i = 0; i < entries; ++i) {
+            file_.move_to(directory + 2 + i * 12);
+            const uint32_t tag = number(2);
+            if (tag == strip_offsets || tag == tile_offsets)
+                offsets = values();
+            if (tag == strip_bytes || tag == tile_bytes)
+                sizes = values();
+        }
+        for (size_t i = 0; i < std::min(offsets.size(), sizes.size()); ++i)
+            if (uint64_t{offsets[i]} + sizes[i] > file_.size())
+                throw EndOfFile();
+    }
+
+private:
+    uint32_t number(int bytes) {
+        return big_endian_ ? file_.big_endian(bytes) : file_.little_endian(bytes);
+    }
+    // Of the entry whose tag was read last. Values that fit into four bytes lie in the entry.
+    std::vector<uint32_t> values() {
+        constexpr uint32_t short_type = 3;
+        const int bytes = number(2) == short_type ? 2 : 4;
+        const uint64_t count = number(4);
+        if (count * static_cast<uint64_t>(bytes) > file_.size())
+            throw EndOfFile();
+        if (count * static_cast<uint64_t>(bytes) > 4)
+            file_.move_to(number(4));
+        std::vector<uint32_t> all(static_cast<size_t>(count));
+        for (uint32_t &value : all)
+            value = number(bytes);
+        return all;
+    }
+
+    ByteReader &file_;
+    bool big_endian_;
+};
+
+void walk_tiff_little_endian(ByteReader &file) {
+    TiffWalk(file, false).check();
+}
+
+void walk_tiff_big_endian(ByteReader &file) {
+    TiffWalk(file, true).check();
+}
+
 struct Format {
     std::string_view signature;
     void (*walk)(ByteReader &);
@@ -181,6 +240,8 @@ constexpr Format formats[] = {
     {"\xff\xd8\xff", walk_jpeg},
     {"GIF8", walk_gif},
     {"BM", walk_bmp},
+    {"II*\0"sv, walk_tiff_little_endian},
+    {"MM\0*"sv, walk_tiff_big_endian},
 };
 
 } // namespace

@@ -12,8 +12,9 @@ enum class Completeness {
 };
 
 // PNG: up to its IEND chunk; JPEG: its end-of-image marker; GIF: the end of its first image; BMP:
-// as many bytes as its header promises rows. TIFF and others: complete, their decoders report.
-// Throws Failure when the file cannot be read; named is how messages call the file.
+// as many bytes as its header promises rows; TIFF: the strips or tiles of its first picture.
+// Others: complete, their decoders report. Throws Failure when the file cannot be read; named is
+// how messages call the file.
 Completeness check_completeness(const std::wstring &path, const std::string &named);
 
 } // namespace q32tool

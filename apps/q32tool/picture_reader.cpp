@@ -12,7 +12,14 @@
 namespace q32tool {
 namespace {
 
-constexpr char cannot_be_decoded[] = "the picture cannot be decoded";
+// Codecs say no more than "failed" of most damage.
+void check_decoding(HRESULT result, const std::string &path) {
+    if (result == E_FAIL || result == WINCODEC_ERR_BADIMAGE || result == WINCODEC_ERR_BADHEADER ||
+        result == WINCODEC_ERR_BADSTREAMDATA)
+        throw Failure(path, "the picture is damaged, cut off or compressed in an unknown way",
+                      "try another copy of it");
+    check_wic(result, path, "the picture cannot be decoded");
+}
 
 void check_is_readable_file(const std::string &path, const std::wstring &native) {
     WIN32_FILE_ATTRIBUTE_DATA data;
@@ -40,6 +47,21 @@ std::string format_name(const GUID &container) {
     return "picture";
 }
 
+ComPtr<IWICPixelFormatInfo2> pixel_format_info(const WICPixelFormatGUID &format) {
+    ComPtr<IWICComponentInfo> component;
+    ComPtr<IWICPixelFormatInfo2> info;
+    if (SUCCEEDED(wic_factory()->CreateComponentInfo(format, component.out())))
+        component->QueryInterface(IID_IWICPixelFormatInfo2, reinterpret_cast<void **>(info.out()));
+    return info;
+}
+
+int bits_per_pixel(const WICPixelFormatGUID &format) {
+    UINT bits = 0;
+    if (const auto info = pixel_format_info(format))
+        info->GetBitsPerPixel(&bits);
+    return static_cast<int>(bits);
+}
+
 uint8_t over_white(uint32_t sample, uint32_t alpha) {
     return static_cast<uint8_t>((sample * alpha + 255 * (255 - alpha) + 127) / 255);
 }
@@ -60,7 +82,7 @@ PictureReader::PictureReader(const std::string &path) : path_(path) {
     if (opened == WINCODEC_ERR_COMPONENTNOTFOUND || opened == WINCODEC_ERR_UNKNOWNIMAGEFORMAT)
         throw Failure(path, "this is not a picture that can be read",
                       "PNG, JPEG, TIFF, BMP and GIF are");
-    check_wic(opened, path, cannot_be_decoded);
+    check_decoding(opened, path);
     describe(decoder.get());
 }
 
@@ -70,29 +92,24 @@ void PictureReader::describe(IWICBitmapDecoder *decoder) {
     UINT width = 0, height = 0;
     decoder->GetContainerFormat(&container);
     format_ = format_name(container);
-    check_wic(decoder->GetFrame(0, frame_.out()), path_, cannot_be_decoded);
-    check_wic(frame_->GetSize(&width, &height), path_, cannot_be_decoded);
-    check_wic(frame_->GetPixelFormat(&pixels), path_, cannot_be_decoded);
+    check_decoding(decoder->GetFrame(0, frame_.out()), path_);
+    check_decoding(frame_->GetSize(&width, &height), path_);
+    check_decoding(frame_->GetPixelFormat(&pixels), path_);
     if (width > INT_MAX || height > INT_MAX)
         throw Failure(path_, "the picture's size makes no sense");
     width_ = static_cast<int>(width);
     height_ = static_cast<int>(height);
-    transparent_ = has_transparency(pixels);
-    convert_to(transparent_ ? GUID_WICPixelFormat32bppBGRA : GUID_WICPixelFormat24bppBGR);
+    bits_ = bits_per_pixel(pixels);
+    // Not every system converts every format to 24 bits straight, but all go to BGRA.
+    bgra_ = has_transparency(pixels) || FAILED(convert_to(GUID_WICPixelFormat24bppBGR));
+    if (bgra_)
+        check_decoding(convert_to(GUID_WICPixelFormat32bppBGRA), path_);
 }
 
 bool PictureReader::has_transparency(const WICPixelFormatGUID &format) {
-    ComPtr<IWICComponentInfo> component;
-    ComPtr<IWICPixelFormatInfo2> info;
-    UINT bits = 0;
     BOOL transparent = FALSE;
-    if (SUCCEEDED(wic_factory()->CreateComponentInfo(format, component.out())) &&
-        SUCCEEDED(component->QueryInterface(IID_IWICPixelFormatInfo2,
-                                            reinterpret_cast<void **>(info.out())))) {
-        info->GetBitsPerPixel(&bits);
+    if (const auto info = pixel_format_info(format))
         info->SupportsTransparency(&transparent);
-    }
-    bits_ = static_cast<int>(bits);
     // Indexed pictures are transparent where their palette says so.
     ComPtr<IWICPalette> palette;
     BOOL palette_transparent = FALSE;
@@ -102,30 +119,31 @@ bool PictureReader::has_transparency(const WICPixelFormatGUID &format) {
     return transparent || palette_transparent;
 }
 
-void PictureReader::convert_to(const WICPixelFormatGUID &format) {
-    ComPtr<IWICFormatConverter> converter;
-    check_wic(wic_factory()->CreateFormatConverter(converter.out()), path_, cannot_be_decoded);
-    check_wic(converter->Initialize(frame_.get(), format, WICBitmapDitherTypeNone, nullptr, 0,
-                                    WICBitmapPaletteTypeCustom),
-              path_, cannot_be_decoded);
-    check_wic(
-        converter->QueryInterface(IID_IWICBitmapSource, reinterpret_cast<void **>(source_.out())),
-        path_, cannot_be_decoded);
+HRESULT PictureReader::convert_to(const WICPixelFormatGUID &format) {
+    check_decoding(wic_factory()->CreateFormatConverter(converter_.out()), path_);
+    const HRESULT accepted = converter_->Initialize(frame_.get(), format, WICBitmapDitherTypeNone,
+                                                    nullptr, 0, WICBitmapPaletteTypeCustom);
+    if (FAILED(accepted))
+        return accepted;
+    // Wine accepts conversions that it does not know; only pixels tell.
+    const WICRect first_pixel = {0, 0, 1, 1};
+    BYTE pixel[4];
+    return converter_->CopyPixels(&first_pixel, sizeof pixel, sizeof pixel, pixel);
 }
 
 void PictureReader::read_rows(int first, int count, uint8_t *pixels) {
     const WICRect band = {0, first, width_, count};
     const size_t pixel_count = static_cast<size_t>(width_) * static_cast<size_t>(count);
-    if (!transparent_) {
-        check_wic(source_->CopyPixels(&band, static_cast<UINT>(width_) * 3,
-                                      static_cast<UINT>(pixel_count * 3), pixels),
-                  path_, cannot_be_decoded);
+    if (!bgra_) {
+        check_decoding(converter_->CopyPixels(&band, static_cast<UINT>(width_) * 3,
+                                              static_cast<UINT>(pixel_count * 3), pixels),
+                       path_);
         return;
     }
     std::vector<uint8_t> with_alpha(pixel_count * 4);
-    check_wic(source_->CopyPixels(&band, static_cast<UINT>(width_) * 4,
-                                  static_cast<UINT>(with_alpha.size()), with_alpha.data()),
-              path_, cannot_be_decoded);
+    check_decoding(converter_->CopyPixels(&band, static_cast<UINT>(width_) * 4,
+                                          static_cast<UINT>(with_alpha.size()), with_alpha.data()),
+                   path_);
     for (size_t i = 0; i < pixel_count; ++i)
         for (size_t channel = 0; channel < 3; ++channel)
             pixels[i * 3 + channel] =

@@ -26,16 +26,17 @@ public:
 private:
     void describe(IWICBitmapDecoder *decoder);
     bool has_transparency(const WICPixelFormatGUID &format);
-    void convert_to(const WICPixelFormatGUID &format);
+    // Sets the converter up; a failure when pixels do not come through it.
+    HRESULT convert_to(const WICPixelFormatGUID &format);
 
     std::string path_;
     std::string format_;
     int width_ = 0;
     int height_ = 0;
     int bits_ = 0;
-    bool transparent_ = false;
     ComPtr<IWICBitmapFrameDecode> frame_;
-    ComPtr<IWICBitmapSource> source_; // the frame as 24-bit BGR or, when transparent, 32-bit BGRA
+    ComPtr<IWICFormatConverter> converter_; // gives 24-bit BGR or 32-bit BGRA
+    bool bgra_ = false;
 };
 
 } // namespace q32tool

@@ -145,52 +145,49 @@ PictureWriter::PictureWriter(const std::string &path, FileFormat format, RowForm
                              int height)
     : path_(path), format_(format), row_bytes_(row_bytes_of(rows, width)),
       file_(to_wide(native_path(path))) {
-    open_file();
-    check_wic(wic_factory()->CreateEncoder(container_of(format), nullptr, encoder_.out()), path_,
-              cannot_be_written);
-    check_wic(encoder_->Initialize(stream_.get(), WICBitmapEncoderNoCache), path_,
-              cannot_be_written);
+    *stream_.out() = new OutputStream(file_.path());
+    check(S_OK);
+    check(wic_factory()->CreateEncoder(container_of(format), nullptr, encoder_.out()));
+    check(encoder_->Initialize(stream_.get(), WICBitmapEncoderNoCache));
     start_frame(format, rows, width, height);
 }
 
-void PictureWriter::open_file() {
-    constexpr DWORD mode = STGM_CREATE | STGM_READWRITE | STGM_SHARE_DENY_WRITE;
-    check_wic(SHCreateStreamOnFileEx(file_.path().c_str(), mode, FILE_ATTRIBUTE_NORMAL, TRUE,
-                                     nullptr, stream_.out()),
-              path_, "the file cannot be created");
+void PictureWriter::check(HRESULT result) {
+    if (stream_->error() != 0)
+        throw Failure(path_, std::string(cannot_be_written) + ": " + system_words(stream_->error()),
+                      stream_->error() == ERROR_DISK_FULL ? "make room or write elsewhere" : "");
+    check_wic(result, path_, cannot_be_written);
 }
 
 void PictureWriter::start_frame(FileFormat format, RowFormat rows, int width, int height) {
     const WICPixelFormatGUID &wanted = pixels_of(format, rows);
     WICPixelFormatGUID pixels = wanted;
-    check_wic(encoder_->CreateNewFrame(frame_.out(), nullptr), path_, cannot_be_written);
-    check_wic(frame_->Initialize(nullptr), path_, cannot_be_written);
-    check_wic(frame_->SetSize(static_cast<UINT>(width), static_cast<UINT>(height)), path_,
-              cannot_be_written);
-    check_wic(frame_->SetPixelFormat(&pixels), path_, cannot_be_written);
+    check(encoder_->CreateNewFrame(frame_.out(), nullptr));
+    check(frame_->Initialize(nullptr));
+    check(frame_->SetSize(static_cast<UINT>(width), static_cast<UINT>(height)));
+    check(frame_->SetPixelFormat(&pixels));
     if (!IsEqualGUID(pixels, wanted))
         throw Failure(path_, std::string("the system's ") + format_name(format) +
                                  " encoder does not write this kind of pixels");
     if (format == FileFormat::bmp && (rows == RowFormat::bits || rows == RowFormat::grey))
-        check_wic(frame_->SetPalette(grey_palette(rows, path_).get()), path_, cannot_be_written);
+        check(frame_->SetPalette(grey_palette(rows, path_).get()));
 }
 
 void PictureWriter::write_row(const uint8_t *row) {
-    check_wic(frame_->WritePixels(1, row_bytes_, row_bytes_, const_cast<BYTE *>(row)), path_,
-              cannot_be_written);
+    check(frame_->WritePixels(1, row_bytes_, row_bytes_, const_cast<BYTE *>(row)));
 }
 
 void PictureWriter::commit() {
-    check_wic(frame_->Commit(), path_, cannot_be_written);
-    check_wic(encoder_->Commit(), path_, cannot_be_written);
+    check(frame_->Commit());
+    check(encoder_->Commit());
     frame_.reset();
     encoder_.reset();
+    check(S_OK); // some encoders keep a failed write to themselves
     stream_.reset();
     if (format_ == FileFormat::bmp)
         set_bmp_size(file_.path());
-    // Some encoders report success though the disk was full.
     if (check_completeness(file_.path(), path_) == Completeness::cut_off)
-        throw Failure(path_, std::string(cannot_be_written) + " in full", "is the disk full?");
+        throw Failure(path_, std::string(cannot_be_written) + " in full");
     if (!file_.finish())
         throw Failure(path_, "the file cannot be replaced: " + system_words(GetLastError()));
 }

@@ -2,6 +2,7 @@
 // output, which takes the output's name when it is complete.
 #pragma once
 
+#include "output_stream.h"
 #include "unfinished_file.h"
 #include "wic.h"
 
@@ -39,14 +40,14 @@ public:
     void commit();
 
 private:
-    void open_file();
+    void check(HRESULT result);
     void start_frame(FileFormat format, RowFormat rows, int width, int height);
 
     std::string path_;
     FileFormat format_;
     UINT row_bytes_;
     UnfinishedFile file_; // outlives what writes into it
-    ComPtr<IStream> stream_;
+    ComPtr<OutputStream> stream_;
     ComPtr<IWICBitmapEncoder> encoder_;
     ComPtr<IWICBitmapFrameEncode> frame_;
 };

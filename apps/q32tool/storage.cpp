@@ -35,6 +35,17 @@ std::string full_path(const std::string &path) {
     return to_utf8(full);
 }
 
+// The library takes names in the system's code page. A directory whose name it lacks still has a
+// short one.
+std::string system_name(const std::string &full_path) {
+    std::string name;
+    if (to_system_code_page(full_path, name))
+        return name;
+    wchar_t short_name[MAX_PATH] = {};
+    GetShortPathNameW(to_wide(full_path).c_str(), short_name, MAX_PATH);
+    return to_system_code_page(to_utf8(short_name), name) ? name : std::string();
+}
+
 void set_swap_directory(const std::string &path) {
     const std::string full = full_path(path);
     const DWORD attributes = GetFileAttributesW(to_wide(full).c_str());
@@ -42,12 +53,12 @@ void set_swap_directory(const std::string &path) {
         throw Failure(path, "the swap directory does not exist", "create it first");
     if (!(attributes & FILE_ATTRIBUTE_DIRECTORY))
         throw Failure(path, "this is a file", "--swap-dir takes a directory");
-    std::string narrow;
     BUF32DIRECTORIES directories = {};
-    if (!to_system_code_page(full, narrow) || narrow.size() >= sizeof directories.path[0])
+    const std::string name = system_name(full);
+    if (name.empty() || name.size() >= sizeof directories.path[0])
         throw Failure(path, "the swap directory's name cannot be said in the system's code page",
                       "name another --swap-dir");
-    std::memcpy(directories.path[0], narrow.c_str(), narrow.size() + 1);
+    std::memcpy(directories.path[0], name.c_str(), name.size() + 1);
     directories.enabled[0] = 1;
     buf32VMData(1, nullptr, nullptr, &directories, nullptr, nullptr);
 }

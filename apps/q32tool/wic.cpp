@@ -18,6 +18,7 @@ struct Words {
 };
 
 constexpr Words wic_words[] = {
+    {E_FAIL, "the system's codec gives no reason"},
     {E_OUTOFMEMORY, "not enough memory"},
     {WINCODEC_ERR_UNKNOWNIMAGEFORMAT, "the format is not known"},
     {WINCODEC_ERR_COMPONENTNOTFOUND, "the system has no codec for it"},

@@ -1,6 +1,7 @@
 // q32tool info: reads a picture into a buffer and tells what the library made of it.
 #include "commands.h"
 
+#include "apps/q32tool/numbers.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage.h"
 #include "apps/q32tool/text.h"
@@ -39,8 +40,9 @@ void run(const Arguments &arguments) {
     const Image &image = picture.image;
     const MemoryUse use = memory_use();
     print_line("file", arguments.operand(0));
-    print_line("format",
-               picture.format + ", " + std::to_string(picture.file_bits) + " bits per pixel");
+    print_line("format", picture.format + ", " +
+                             counted(static_cast<uint64_t>(picture.file_bits), "bit") +
+                             " per pixel");
     print_line("size", pixels(image.width(), image.height()));
     print_buffer(image.info());
     print_line("storage", use.mapped != 0 ? "swap file" : "memory");
