@@ -16,7 +16,7 @@ uint32_t address_of(const void *pointer) {
     return uint32_t(uintptr_t(pointer));
 }
 uint32_t point(HBUF32 buffer, int x, int y) {
-    return address_of(buf32PointAddr(buffer, x, y));
+    return address_of(api().buf32PointAddr(buffer, x, y));
 }
 uint32_t entry_point(HBUF32 buffer, int x, int y) {
     return address_of(
@@ -37,7 +37,7 @@ void PrintTo(const Place &place, std::ostream *to) {
 Place place_of(HBUF32 buffer, int x, int y) {
     void *cell = nullptr, *pixel = nullptr;
     Place place{};
-    place.cell = buf32PointAddEx(buffer, x, y, &cell, &pixel, &place.x, &place.y);
+    place.cell = api().buf32PointAddEx(buffer, x, y, &cell, &pixel, &place.x, &place.y);
     place.cell_address = address_of(cell);
     place.pixel_address = address_of(pixel);
     return place;
@@ -116,12 +116,12 @@ TEST_F(BufferAddresses, UnderEightBitsAreThoseOfTheByte) {
 }
 
 TEST_F(BufferAddresses, OfNullHandles) {
-    EXPECT_EQ(buf32PointAddr(0, 0, 0), nullptr);
+    EXPECT_EQ(api().buf32PointAddr(0, 0, 0), nullptr);
     expect_report(null_handle);
-    EXPECT_EQ(buf32PointAddEx(0, 0, 0, nullptr, nullptr, nullptr, nullptr), -1);
+    EXPECT_EQ(api().buf32PointAddEx(0, 0, 0, nullptr, nullptr, nullptr, nullptr), -1);
     void *address = nullptr;
     int value = 0;
-    EXPECT_EQ(buf32PointAddEx(0, 0, 0, &address, &address, &value, &value), -1);
+    EXPECT_EQ(api().buf32PointAddEx(0, 0, 0, &address, &address, &value, &value), -1);
     expect_no_report();
 }
 
@@ -136,7 +136,7 @@ TEST_F(BufferAddresses, OfTypesThatHaveNone) {
     Buffer other(8, 10, 10, 0x100);
     for (HBUF32 buffer :
          {HBUF32(patterned), HBUF32(over), HBUF32(file), HBUF32(small), HBUF32(other)}) {
-        EXPECT_EQ(buf32PointAddr(buffer, 0, 0), nullptr) << word(buffer, field_type);
+        EXPECT_EQ(api().buf32PointAddr(buffer, 0, 0), nullptr) << word(buffer, field_type);
         expect_report(no_address);
         EXPECT_EQ(word(buffer, field_lock_count), 0u);
     }
@@ -148,9 +148,9 @@ TEST_F(BufferAddresses, WithoutCellAddress) {
         Buffer buffer(8, 300, 200, type);
         const uint32_t address = cell_address_word(buffer, 0);
         set_word(buffer, field_cell_address, 0);
-        EXPECT_EQ(buf32PointAddr(buffer, 0, 0), nullptr);
+        EXPECT_EQ(api().buf32PointAddr(buffer, 0, 0), nullptr);
         expect_report(type == BUF32_TILED ? no_address : no_linear);
-        EXPECT_EQ(buf32PointAddEx(buffer, 0, 0, nullptr, nullptr, nullptr, nullptr), -1);
+        EXPECT_EQ(api().buf32PointAddEx(buffer, 0, 0, nullptr, nullptr, nullptr, nullptr), -1);
         expect_no_report();
         EXPECT_EQ(word(buffer, field_lock_count), 0u);
         set_word(buffer, field_cell_address, address);
@@ -161,13 +161,13 @@ TEST_F(BufferAddresses, WithoutCellAddress) {
 TEST_F(BufferAddresses, OfOneColourAreItsBlock) {
     for (const auto &[width, height] : {std::pair{300, 200}, {10, 10}}) {
         Buffer buffer(24, width, height, BUF32_ONE_COLOUR, colour);
-        EXPECT_EQ(buf32PointAddr(buffer, 0, 0), nullptr);
+        EXPECT_EQ(api().buf32PointAddr(buffer, 0, 0), nullptr);
         expect_report(no_block);
-        EXPECT_EQ(buf32PointAddr(buffer, -1, 9999), nullptr);
+        EXPECT_EQ(api().buf32PointAddr(buffer, -1, 9999), nullptr);
         expect_report(no_block);
         void *block = nullptr;
-        ASSERT_EQ(buf32Lock(buffer, BUF32_READ, &block), 1);
-        ASSERT_EQ(buf32Unlock(buffer), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, &block), 1);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
         for (int x : {0, 5, 299, -1, 9999})
             EXPECT_EQ(point(buffer, x, x), address_of(block));
         EXPECT_EQ(entry_point(buffer, 3, 3), address_of(block));
@@ -207,7 +207,8 @@ TEST_F(BufferAddresses, PlacesOutsideAreMinusOne) {
         } outside[] = {{300, 0},     {0, 200},     {-1, 0},      {0, -1},  {300, 200}, {INT_MAX, 0},
                        {0, INT_MAX}, {INT_MIN, 0}, {0, INT_MIN}, {383, 0}, {0, 255}};
         for (const auto &at : outside) {
-            EXPECT_EQ(buf32PointAddEx(buffer, at.x, at.y, nullptr, nullptr, nullptr, nullptr), -1);
+            EXPECT_EQ(api().buf32PointAddEx(buffer, at.x, at.y, nullptr, nullptr, nullptr, nullptr),
+                      -1);
             EXPECT_EQ(place_of(buffer, at.x, at.y).cell, -1) << at.x << ", " << at.y;
         }
         expect_no_report();
@@ -221,14 +222,14 @@ TEST_F(BufferAddresses, PlacesStoreWhatIsAskedFor) {
     ASSERT_EQ(all.cell, 4);
     void *address = nullptr;
     int value = -7;
-    EXPECT_EQ(buf32PointAddEx(buffer, 150, 140, nullptr, nullptr, nullptr, nullptr), 4);
-    EXPECT_EQ(buf32PointAddEx(buffer, 150, 140, &address, nullptr, nullptr, nullptr), 4);
+    EXPECT_EQ(api().buf32PointAddEx(buffer, 150, 140, nullptr, nullptr, nullptr, nullptr), 4);
+    EXPECT_EQ(api().buf32PointAddEx(buffer, 150, 140, &address, nullptr, nullptr, nullptr), 4);
     EXPECT_EQ(address_of(address), all.cell_address);
-    EXPECT_EQ(buf32PointAddEx(buffer, 150, 140, nullptr, &address, nullptr, nullptr), 4);
+    EXPECT_EQ(api().buf32PointAddEx(buffer, 150, 140, nullptr, &address, nullptr, nullptr), 4);
     EXPECT_EQ(address_of(address), all.pixel_address);
-    EXPECT_EQ(buf32PointAddEx(buffer, 150, 140, nullptr, nullptr, &value, nullptr), 4);
+    EXPECT_EQ(api().buf32PointAddEx(buffer, 150, 140, nullptr, nullptr, &value, nullptr), 4);
     EXPECT_EQ(value, 22);
-    EXPECT_EQ(buf32PointAddEx(buffer, 150, 140, nullptr, nullptr, nullptr, &value), 4);
+    EXPECT_EQ(api().buf32PointAddEx(buffer, 150, 140, nullptr, nullptr, nullptr, &value), 4);
     EXPECT_EQ(value, 12);
 }
 
@@ -265,7 +266,7 @@ TEST_F(BufferAddresses, ReachThePixels) {
         random.fill(image.bytes());
         for (int y = 0; y < 200; ++y)
             for (int x = 0; x < 300; ++x)
-                std::memcpy(buf32PointAddr(buffer, x, y), image.row(size_t(y)) + 3 * x, 3);
+                std::memcpy(api().buf32PointAddr(buffer, x, y), image.row(size_t(y)) + 3 * x, 3);
         expect_pixels(buffer, image);
     }
 }

@@ -64,9 +64,9 @@ TEST_F(BufferAllocation, RequiresDescriptors) {
 }
 
 TEST_F(BufferAllocation, RequiresAHandlePointer) {
-    EXPECT_EQ(buf32Alloc(nullptr, 8, 10, 10, 0, nullptr), 0);
+    EXPECT_EQ(api().buf32Alloc(nullptr, 8, 10, 10, 0, nullptr), 0);
     expect_report(bad_size);
-    EXPECT_EQ(buf32Alloc(nullptr, 8, 32001, 10, 0, nullptr), 0);
+    EXPECT_EQ(api().buf32Alloc(nullptr, 8, 32001, 10, 0, nullptr), 0);
     expect_report(too_wide);
 }
 
@@ -145,9 +145,9 @@ TEST_F(BufferAllocation, NeedsNoExtraForOrdinaryTypes) {
     const auto *nowhere = reinterpret_cast<const void *>(uintptr_t(0x10));
     for (uint32_t type : {0u, 2u, 4u, 16u, 0x80000000u}) {
         HBUF32 handle = 0;
-        ASSERT_EQ(buf32Alloc(&handle, 8, 300, 200, type, nowhere), 1); // never looked at
+        ASSERT_EQ(api().buf32Alloc(&handle, 8, 300, 200, type, nowhere), 1); // never looked at
         EXPECT_EQ(word(handle, field_capacity_rows), 200u);
-        EXPECT_EQ(buf32Free(handle), 1);
+        EXPECT_EQ(api().buf32Free(handle), 1);
     }
 }
 
@@ -230,21 +230,21 @@ TEST_F(BufferAllocation, AnyTypeValueIsSurvived) {
         if (type == BUF32_DIB)
             continue;
         HBUF32 handle = 0;
-        if (buf32Alloc(&handle, 24, 140, 130, type, &pattern) == 1) {
+        if (api().buf32Alloc(&handle, 24, 140, 130, type, &pattern) == 1) {
             ASSERT_NE(handle, 0u);
             void *address = nullptr;
-            if (buf32CellLock(handle, 0, &address, nullptr) == 1) {
-                EXPECT_EQ(buf32CellUnlock(handle, 0), 1) << type;
+            if (api().buf32CellLock(handle, 0, &address, nullptr) == 1) {
+                EXPECT_EQ(api().buf32CellUnlock(handle, 0), 1) << type;
             }
-            if (buf32Lock(handle, BUF32_READ, &address) == 1) {
-                EXPECT_EQ(buf32Unlock(handle), 1) << type;
+            if (api().buf32Lock(handle, BUF32_READ, &address) == 1) {
+                EXPECT_EQ(api().buf32Unlock(handle), 1) << type;
             }
-            buf32PointAddr(handle, 1, 1);
-            EXPECT_EQ(buf32Free(handle), 1) << type;
+            api().buf32PointAddr(handle, 1, 1);
+            EXPECT_EQ(api().buf32Free(handle), 1) << type;
         }
         forget_reports();
     }
-    EXPECT_EQ(buf32CountBuf(nullptr), 0);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
 }
 
 // A type of all ones means freed. Allocated so, the handle is never live, and the end of the
@@ -252,9 +252,9 @@ TEST_F(BufferAllocation, AnyTypeValueIsSurvived) {
 TEST_F(BufferAllocation, TypeOfAllOnesIsSurvived) {
     fresh_library();
     HBUF32 handle = 0;
-    if (buf32Alloc(&handle, 8, 10, 10, 0xFFFFFFFF, colour) == 1) {
-        EXPECT_EQ(buf32GetInfo(handle, nullptr), 0);
-        EXPECT_EQ(buf32Free(handle), 0);
+    if (api().buf32Alloc(&handle, 8, 10, 10, 0xFFFFFFFF, colour) == 1) {
+        EXPECT_EQ(api().buf32GetInfo(handle, nullptr), 0);
+        EXPECT_EQ(api().buf32Free(handle), 0);
     }
     forget_reports();
     fresh_library();

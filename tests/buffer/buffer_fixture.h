@@ -4,6 +4,11 @@
 
 #include "tests/buffer/geometry_model.h"
 #include "tests/buffer/record_words.h"
+#include "tests/frame/calls.h"
+#include "tests/frame/comm.h"
+#include "tests/frame/library.h"
+#include "tests/frame/misaligned.h"
+#include "tests/frame/sandbox.h"
 #include "tests/kernels/fenced_memory.h"
 #include "tests/kernels/random.h"
 
@@ -16,13 +21,13 @@
 
 namespace q32::test {
 
-// --- reports ---------------------------------------------------------------------------------
+using frame::api;
+using frame::FailingCall;
+using frame::Failure;
+using frame::file_exists;
+using frame::forget_reports;
 
-struct Failure {
-    int message, severity, module, point;
-    bool operator==(const Failure &) const = default;
-};
-void PrintTo(const Failure &failure, std::ostream *to);
+// --- reports ---------------------------------------------------------------------------------
 
 // Exactly these reports have been made since the last look, without a text and in the name of this
 // library.
@@ -32,7 +37,6 @@ void expect_report(int message, int severity, int module, int point);
 void expect_no_report();
 // One report, one of these.
 void expect_report_of(std::initializer_list<Failure> failures);
-void forget_reports();
 
 // --- settings and counters -------------------------------------------------------------------
 
@@ -47,26 +51,13 @@ uint32_t mapped_bytes();
 // From now on what is in use counts as the start of the test.
 void forget_memory_in_use();
 
-// Where the tests' swap files go; with a separator at the end.
-std::string swap_folder();
-bool file_exists(const std::string &name);
 void expect_no_swap_files();
 
-// Unloads the library, checks that nothing is left of it, and loads it again.
-void fresh_library();
+// Unloads the library, checks that nothing is left of it, and loads it again; with a record of swap
+// files, as tests find it, or as it starts.
+void fresh_library(bool with_record = true);
 
-// --- failures of the system ------------------------------------------------------------------
-
-// Counts the library's calls of one system function and lets the n-th fail; n = 0 fails none.
-class FailingCall {
-public:
-    enum Extent { only_there, from_there_on };
-    FailingCall(const char *function, int n, Extent extent = only_there);
-    ~FailingCall();
-    FailingCall(const FailingCall &) = delete;
-    FailingCall &operator=(const FailingCall &) = delete;
-    int calls() const;
-};
+// --- calls of the system --------------------------------------------------------------------
 
 // Keeps what the library asks of the global heap and of virtual memory.
 class ObservedCalls {
@@ -80,18 +71,23 @@ public:
         SIZE_T bytes;
         DWORD kind, protection;
     };
-    ObservedCalls();
-    ~ObservedCalls();
-    const std::vector<GlobalBlock> &global_blocks() const;
-    const std::vector<VirtualBlock> &virtual_blocks() const;
-};
+    const std::vector<GlobalBlock> &global_blocks() const { return global_blocks_; }
+    const std::vector<VirtualBlock> &virtual_blocks() const { return virtual_blocks_; }
 
-// What the library holds of the system's: blocks, locks, virtual memory, handles, views, files.
-class Census {
-public:
-    Census();
+private:
+    std::vector<GlobalBlock> global_blocks_;
+    std::vector<VirtualBlock> virtual_blocks_;
+    frame::Replaced<frame::call::GlobalAlloc> global_alloc_{[this](UINT flags, SIZE_T bytes) {
+        global_blocks_.push_back({flags, bytes});
+        return GlobalAlloc(flags, bytes);
+    }};
+    frame::Replaced<frame::call::VirtualAlloc> virtual_alloc_{
+        [this](LPVOID at, SIZE_T bytes, DWORD kind, DWORD protection) {
+            const LPVOID address = VirtualAlloc(at, bytes, kind, protection);
+            virtual_blocks_.push_back({uint32_t(uintptr_t(address)), bytes, kind, protection});
+            return address;
+        }};
 };
-void expect_nothing_left(const Census &before);
 
 // --- buffers ---------------------------------------------------------------------------------
 
@@ -150,6 +146,9 @@ class BufferTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+
+private:
+    frame::Census before_{};
 };
 
 } // namespace q32::test

@@ -11,12 +11,12 @@ constexpr Failure locked{5804, 1, 4, 12};
 
 HBUF32 allocated(int bits, int width, int height, uint32_t type, const void *extra = nullptr) {
     HBUF32 handle = 0;
-    EXPECT_EQ(buf32Alloc(&handle, bits, width, height, type, extra), 1);
+    EXPECT_EQ(api().buf32Alloc(&handle, bits, width, height, type, extra), 1);
     return handle;
 }
 
 TEST_F(BufferFree, NullHandle) {
-    EXPECT_EQ(buf32Free(0), 0);
+    EXPECT_EQ(api().buf32Free(0), 0);
     expect_no_report();
 }
 
@@ -34,11 +34,11 @@ TEST_F(BufferFree, TwiceIsRefusedInSilence) {
     for (const auto &kind : kinds) {
         SCOPED_TRACE(kind.type);
         const HBUF32 handle = allocated(8, 10, 10, kind.type, kind.extra);
-        EXPECT_EQ(buf32Free(handle), 1);
-        EXPECT_EQ(buf32Free(handle), 0);
-        EXPECT_EQ(buf32GetInfo(handle, nullptr), 0);
+        EXPECT_EQ(api().buf32Free(handle), 1);
+        EXPECT_EQ(api().buf32Free(handle), 0);
+        EXPECT_EQ(api().buf32GetInfo(handle, nullptr), 0);
         expect_no_report();
-        EXPECT_EQ(buf32CountBuf(nullptr), 1);
+        EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
     }
 }
 
@@ -48,11 +48,11 @@ TEST_F(BufferFree, RefusesALockedBuffer) {
         Buffer buffer(8, 300, 200, type, colour);
         ASSERT_TRUE(buffer);
         void *base = nullptr;
-        ASSERT_EQ(buf32Lock(buffer, BUF32_READ, &base), 1);
-        ASSERT_EQ(buf32CellLock(buffer, 0, &base, nullptr), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, &base), 1);
+        ASSERT_EQ(api().buf32CellLock(buffer, 0, &base, nullptr), 1);
         const uint32_t used = memory_in_use(), mapped = mapped_bytes();
         for (int locks = 2; locks > 0; --locks) {
-            EXPECT_EQ(buf32Free(buffer), 0);
+            EXPECT_EQ(api().buf32Free(buffer), 0);
             expect_report(locked);
             EXPECT_EQ(word(buffer, field_lock_count), uint32_t(locks));
             EXPECT_EQ(word(buffer, field_type), type);
@@ -60,8 +60,8 @@ TEST_F(BufferFree, RefusesALockedBuffer) {
             EXPECT_EQ(mapped_bytes(), mapped);
             EXPECT_NE(word(buffer, field_storage), 0u);
             *static_cast<volatile uint8_t *>(base) = 3; // storage is still there
-            EXPECT_EQ(buf32CountBuf(nullptr), 1);
-            EXPECT_EQ(buf32Unlock(buffer), 1);
+            EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer), 1);
         }
         buffer.free();
     }
@@ -76,18 +76,18 @@ TEST_F(BufferFree, RefusesALockedPatternBufferThatLosesItsPattern) {
     ASSERT_NE(handle, 0u);
     set_word(handle, field_lock_count, 1);
     FailingCall releases("free", 0);
-    EXPECT_EQ(buf32Free(handle), 0);
+    EXPECT_EQ(api().buf32Free(handle), 0);
     expect_report(locked);
     EXPECT_EQ(releases.calls(), 1);
     EXPECT_EQ(word(handle, field_external_data), 0u);
     EXPECT_EQ(word(handle, field_type), BUF32_PATTERN);
-    EXPECT_EQ(buf32CountBuf(nullptr), 1);
-    EXPECT_EQ(buf32Free(handle), 0);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
+    EXPECT_EQ(api().buf32Free(handle), 0);
     expect_report(locked);
     set_word(handle, field_lock_count, 0);
-    EXPECT_EQ(buf32Free(handle), 1);
+    EXPECT_EQ(api().buf32Free(handle), 1);
     expect_no_report();
-    EXPECT_EQ(buf32CountBuf(nullptr), 0);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
 }
 
 // Type 32 is released without a look at its locks.
@@ -97,7 +97,7 @@ TEST_F(BufferFree, CallerMemoryIsReleasedLockedOrNot) {
     const HBUF32 handle = allocated(8, 10, 10, BUF32_CALLER_MEMORY, &memory);
     ASSERT_NE(handle, 0u);
     set_word(handle, field_lock_count, 1);
-    EXPECT_EQ(buf32Free(handle), 1);
+    EXPECT_EQ(api().buf32Free(handle), 1);
     expect_no_report();
     image[99] = 1; // still the caller's
 }
@@ -107,7 +107,7 @@ TEST_F(BufferFree, ReleasesVirtualMemory) {
         const HBUF32 handle = allocated(8, 300, 200, type);
         const auto *storage = reinterpret_cast<const void *>(word(handle, field_storage));
         EXPECT_EQ(memory_in_use(), 60000u);
-        EXPECT_EQ(buf32Free(handle), 1);
+        EXPECT_EQ(api().buf32Free(handle), 1);
         EXPECT_EQ(memory_in_use(), 0u);
         MEMORY_BASIC_INFORMATION pages{};
         VirtualQuery(storage, &pages, sizeof pages);
@@ -122,7 +122,7 @@ TEST_F(BufferFree, ReleasesTheSwapFile) {
     EXPECT_TRUE(file_exists(name));
     EXPECT_EQ(mapped_bytes(), 60000u);
     EXPECT_EQ(memory_in_use(), 0u);
-    EXPECT_EQ(buf32Free(handle), 1);
+    EXPECT_EQ(api().buf32Free(handle), 1);
     EXPECT_EQ(mapped_bytes(), 0u);
     EXPECT_EQ(memory_in_use(), 0u);
     EXPECT_FALSE(file_exists(name));
@@ -137,10 +137,10 @@ TEST_F(BufferFree, ReleasesTheBlockOfOneColour) {
         SCOPED_TRACE(size_text(24, width, height));
         const HBUF32 handle = allocated(24, width, height, BUF32_ONE_COLOUR, colour);
         EXPECT_EQ(memory_in_use(), 0u);
-        ASSERT_EQ(buf32Lock(handle, BUF32_READ, nullptr), 1);
+        ASSERT_EQ(api().buf32Lock(handle, BUF32_READ, nullptr), 1);
         EXPECT_EQ(memory_in_use(), Geometry(width, height, 24, 1).block_bytes());
-        ASSERT_EQ(buf32Unlock(handle), 1);
-        EXPECT_EQ(buf32Free(handle), 1);
+        ASSERT_EQ(api().buf32Unlock(handle), 1);
+        EXPECT_EQ(api().buf32Free(handle), 1);
         EXPECT_EQ(memory_in_use(), 0u);
     }
 }
@@ -148,9 +148,9 @@ TEST_F(BufferFree, ReleasesTheBlockOfOneColour) {
 // A buffer that was in memory counts its reserved bytes, whatever its height has become.
 TEST_F(BufferFree, AfterShrinkingTakesOffTheReservedBytes) {
     const HBUF32 handle = allocated(8, 300, 200, BUF32_LINEAR_MEMORY);
-    ASSERT_EQ(buf32ReAlloc(handle, 50), 1);
+    ASSERT_EQ(api().buf32ReAlloc(handle, 50), 1);
     EXPECT_EQ(memory_in_use(), 60000u);
-    EXPECT_EQ(buf32Free(handle), 1);
+    EXPECT_EQ(api().buf32Free(handle), 1);
     EXPECT_EQ(memory_in_use(), 0u);
 }
 
@@ -162,20 +162,20 @@ TEST_F(BufferFree, UnloadingFreesEverything) {
     static uint8_t image[100] = {};
     const BUF32MEMORY memory{0, image};
     const HBUF32 locked_handle = allocated(8, 300, 200, BUF32_TILED);
-    buf32Lock(locked_handle, BUF32_WRITE, nullptr);
-    buf32CellLock(locked_handle, 1, nullptr, nullptr);
+    api().buf32Lock(locked_handle, BUF32_WRITE, nullptr);
+    api().buf32CellLock(locked_handle, 1, nullptr, nullptr);
     const HBUF32 file = allocated(8, 300, 200, BUF32_TILED_FILE);
-    buf32Lock(file, BUF32_READ, nullptr);
+    api().buf32Lock(file, BUF32_READ, nullptr);
     const std::string name = swap_file_of(file);
     const HBUF32 one_colour = allocated(8, 300, 200, BUF32_ONE_COLOUR, colour);
-    buf32Lock(one_colour, BUF32_READ, nullptr);
+    api().buf32Lock(one_colour, BUF32_READ, nullptr);
     allocated(8, 300, 200, BUF32_PATTERN, &pattern);
     allocated(8, 10, 10, BUF32_CALLER_MEMORY, &memory);
     allocated(8, 300, 200, BUF32_LINEAR);
     EXPECT_TRUE(file_exists(name));
     fresh_library(); // checks that the old one left nothing behind
     EXPECT_FALSE(file_exists(name));
-    EXPECT_EQ(buf32CountBuf(nullptr), 0);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
     expect_no_report();
 }
 

@@ -20,13 +20,13 @@ using Bytes = std::vector<uint8_t>;
 TEST_F(BufferLines, NullMemoryIsReportedBeforeAllElse) {
     Buffer buffer(8, 300, 200);
     for (int mode = 0; mode <= 9; ++mode) {
-        EXPECT_EQ(buf32Line(0, 0, mode, nullptr), 0);
+        EXPECT_EQ(api().buf32Line(0, 0, mode, nullptr), 0);
         expect_report(no_memory_given);
-        EXPECT_EQ(buf32Line(buffer, 0, mode, nullptr), 0); // and the buffer is not locked
+        EXPECT_EQ(api().buf32Line(buffer, 0, mode, nullptr), 0); // and the buffer is not locked
         expect_report(no_memory_given);
     }
     uint8_t memory[300];
-    EXPECT_EQ(buf32Line(0, 0, 1, memory), 0);
+    EXPECT_EQ(api().buf32Line(0, 0, 1, memory), 0);
     expect_no_report();
 }
 
@@ -37,7 +37,7 @@ TEST_F(BufferLines, NeedsALockedBuffer) {
         uint8_t memory[900];
         std::memset(memory, 0xCC, sizeof memory);
         for (int mode = -1; mode <= 10; ++mode) {
-            EXPECT_EQ(buf32Line(buffer, 0, mode, memory), 0);
+            EXPECT_EQ(api().buf32Line(buffer, 0, mode, memory), 0);
             expect_report(not_locked);
         }
         EXPECT_EQ(memory[0], 0xCC);
@@ -51,11 +51,11 @@ TEST_F(BufferLines, AnyLockOfTheCallerServes) {
     Buffer buffer(8, 300, 200);
     fill_and_check(buffer);
     uint8_t memory[300];
-    EXPECT_EQ(buf32CellLock(buffer, 3, nullptr, nullptr), 1);
-    EXPECT_EQ(buf32Line(buffer, 5, 1, memory), 1);
-    EXPECT_EQ(buf32Line(buffer, 5, 2, memory), 1);
-    EXPECT_EQ(buf32CellUnlock(buffer, 3), 1);
-    EXPECT_EQ(buf32Line(buffer, 5, 1, memory), 0);
+    EXPECT_EQ(api().buf32CellLock(buffer, 3, nullptr, nullptr), 1);
+    EXPECT_EQ(api().buf32Line(buffer, 5, 1, memory), 1);
+    EXPECT_EQ(api().buf32Line(buffer, 5, 2, memory), 1);
+    EXPECT_EQ(api().buf32CellUnlock(buffer, 3), 1);
+    EXPECT_EQ(api().buf32Line(buffer, 5, 1, memory), 0);
     expect_report(not_locked);
 }
 
@@ -63,13 +63,13 @@ TEST_F(BufferLines, LeaveTheCountAndRecordTheirMode) {
     for (uint32_t type : ordinary_types) {
         Buffer buffer(16, 300, 200, type);
         std::vector<uint8_t> memory(900);
-        ASSERT_EQ(buf32Lock(buffer, 77, nullptr), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, 77, nullptr), 1);
         for (int mode = 1; mode <= 8; ++mode) {
-            EXPECT_EQ(buf32Line(buffer, 0, mode, memory.data()), 1) << mode;
+            EXPECT_EQ(api().buf32Line(buffer, 0, mode, memory.data()), 1) << mode;
             EXPECT_EQ(word(buffer, field_lock_count), 1u) << mode;
             EXPECT_EQ(word(buffer, field_access_mode), mode % 2 == 1 ? 1u : 2u) << mode;
         }
-        ASSERT_EQ(buf32Unlock(buffer), 1);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
     }
 }
 
@@ -79,16 +79,16 @@ TEST_F(BufferLines, OtherModesOnlyRecordAWriteLock) {
         Buffer buffer(8, 300, 200, type);
         const PlainImage image = fill_and_check(buffer);
         std::vector<uint8_t> memory(900, 0xCC);
-        ASSERT_EQ(buf32Lock(buffer, 1, nullptr), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, 1, nullptr), 1);
         for (int mode : {9, 0, -1, 10, 255, 256 + 1, INT_MAX, INT_MIN}) {
             set_word(buffer, field_access_mode, 1);
-            EXPECT_EQ(buf32Line(buffer, 7, mode, memory.data()), 1) << mode;
+            EXPECT_EQ(api().buf32Line(buffer, 7, mode, memory.data()), 1) << mode;
             EXPECT_EQ(word(buffer, field_lock_count), 1u) << mode;
             EXPECT_EQ(word(buffer, field_access_mode), 2u) << mode;
         }
         EXPECT_EQ(memory, std::vector<uint8_t>(900, 0xCC));
         expect_pixels(buffer, image);
-        ASSERT_EQ(buf32Unlock(buffer), 1);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
     }
 }
 
@@ -97,20 +97,21 @@ TEST_F(BufferLines, WithoutStagingMemoryFailInSilence) {
         Buffer buffer(16, 300, 200, type);
         const PlainImage image = fill_and_check(buffer);
         std::vector<uint8_t> memory(900, 0xCC);
-        ASSERT_EQ(buf32Lock(buffer, 1, nullptr), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, 1, nullptr), 1);
         for (int mode = 1; mode <= 8; ++mode) {
             SCOPED_TRACE(mode);
             FailingCall staging("GlobalAlloc", 1);
             const bool staged = mode > 2;
             std::vector<uint8_t> row(image.row(3), image.row(3) + image.row_bytes());
-            EXPECT_EQ(buf32Line(buffer, 3, mode, staged ? memory.data() : row.data()), !staged);
+            EXPECT_EQ(api().buf32Line(buffer, 3, mode, staged ? memory.data() : row.data()),
+                      !staged);
             EXPECT_EQ(staging.calls(), staged ? 1 : 0);
             EXPECT_EQ(word(buffer, field_lock_count), 1u);
             expect_no_report();
         }
         EXPECT_EQ(memory, std::vector<uint8_t>(900, 0xCC));
         expect_pixels(buffer, image);
-        ASSERT_EQ(buf32Unlock(buffer), 1);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
     }
 }
 
@@ -120,22 +121,22 @@ TEST_F(BufferLines, ClampTheRow) {
     for (uint32_t type : ordinary_types) {
         Buffer buffer(8, 300, 200, type);
         PlainImage image = fill_and_check(buffer);
-        ASSERT_EQ(buf32Lock(buffer, 1, nullptr), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, 1, nullptr), 1);
         Bytes row(300);
         for (int y : {-1, -5, -200, INT_MIN}) {
-            EXPECT_EQ(buf32Line(buffer, y, 1, row.data()), 1);
+            EXPECT_EQ(api().buf32Line(buffer, y, 1, row.data()), 1);
             EXPECT_EQ(row, Bytes(image.row(0), image.row(0) + 300)) << y;
         }
         for (int y : {200, 201, 256, 32000, INT_MAX}) {
-            EXPECT_EQ(buf32Line(buffer, y, 1, row.data()), 1);
+            EXPECT_EQ(api().buf32Line(buffer, y, 1, row.data()), 1);
             EXPECT_EQ(row, Bytes(image.row(199), image.row(199) + 300)) << y;
         }
         std::memset(image.row(0), 7, 300);
-        EXPECT_EQ(buf32Line(buffer, -5, 2, image.row(0)), 1);
+        EXPECT_EQ(api().buf32Line(buffer, -5, 2, image.row(0)), 1);
         std::memset(image.row(199), 9, 300);
-        EXPECT_EQ(buf32Line(buffer, 200, 2, image.row(199)), 1);
+        EXPECT_EQ(api().buf32Line(buffer, 200, 2, image.row(199)), 1);
         expect_pixels(buffer, image);
-        ASSERT_EQ(buf32Unlock(buffer), 1);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
     }
 }
 
@@ -155,7 +156,7 @@ TEST_F(BufferLines, GoInAndComeOut) {
         const Geometry model(width, height, bits, type);
         PlainImage image(model);
         random.fill(image.bytes());
-        EXPECT_EQ(buf32Lock(buffer, BUF32_WRITE, nullptr), 1);
+        EXPECT_EQ(api().buf32Lock(buffer, BUF32_WRITE, nullptr), 1);
         FencedBlock row(image.row_bytes());
         std::vector<int> order(static_cast<size_t>(height));
         for (size_t i = 0; i < order.size(); ++i) {
@@ -164,18 +165,18 @@ TEST_F(BufferLines, GoInAndComeOut) {
         }
         for (int y : order) {
             std::memcpy(row.data(), image.row(size_t(y)), row.size());
-            EXPECT_EQ(buf32Line(buffer, y, BUF32_LINE_WRITE, row.data()), 1);
+            EXPECT_EQ(api().buf32Line(buffer, y, BUF32_LINE_WRITE, row.data()), 1);
         }
         for (int y : order) {
             std::memset(row.data(), 0, row.size());
-            EXPECT_EQ(buf32Line(buffer, y, BUF32_LINE_READ, row.data()), 1);
+            EXPECT_EQ(api().buf32Line(buffer, y, BUF32_LINE_READ, row.data()), 1);
             EXPECT_EQ(std::memcmp(row.data(), image.row(size_t(y)), row.size()), 0) << y;
         }
         const std::vector<uint8_t> expected = storage_of(image, model);
         EXPECT_EQ(std::memcmp(reinterpret_cast<const void *>(word(buffer, field_storage)),
                               expected.data(), expected.size()),
                   0);
-        EXPECT_EQ(buf32Unlock(buffer), 1);
+        EXPECT_EQ(api().buf32Unlock(buffer), 1);
         return !::testing::Test::HasFailure();
     });
 }
@@ -193,9 +194,9 @@ TEST_F(BufferLines, UnderEightBitsCrossCells) {
                 const int first_bit = x * bits;
                 row[size_t(first_bit / 8)] =
                     uint8_t(((1 << bits) - 1) << (8 - bits - first_bit % 8));
-                ASSERT_EQ(buf32Lock(buffer, BUF32_WRITE, nullptr), 1);
-                ASSERT_EQ(buf32Line(buffer, 1, BUF32_LINE_WRITE, row.data()), 1);
-                ASSERT_EQ(buf32Unlock(buffer), 1);
+                ASSERT_EQ(api().buf32Lock(buffer, BUF32_WRITE, nullptr), 1);
+                ASSERT_EQ(api().buf32Line(buffer, 1, BUF32_LINE_WRITE, row.data()), 1);
+                ASSERT_EQ(api().buf32Unlock(buffer), 1);
                 // The pixel's byte, and no other byte of the row, is set.
                 const auto *storage =
                     reinterpret_cast<const uint8_t *>(word(buffer, field_storage));
@@ -205,7 +206,8 @@ TEST_F(BufferLines, UnderEightBitsCrossCells) {
                 for (int64_t i = 0; i < model.image_bytes(); ++i)
                     set += storage[i] != 0;
                 ASSERT_EQ(set, 1) << x;
-                ASSERT_EQ(static_cast<const uint8_t *>(buf32PointAddr(buffer, x, 1)), storage + at);
+                ASSERT_EQ(static_cast<const uint8_t *>(api().buf32PointAddr(buffer, x, 1)),
+                          storage + at);
             }
         }
     }

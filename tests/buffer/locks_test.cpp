@@ -36,17 +36,17 @@ TEST_F(BufferLocks, StoreTheBaseCountAndRecordTheMode) {
         for (int mode : {1, 2, 3, 4, 1, 0, 5, 9, -1, 64, 1000, INT_MAX, INT_MIN, 2}) {
             SCOPED_TRACE(mode);
             void *base = nullptr;
-            EXPECT_EQ(buf32Lock(buffer, mode, &base), 1);
+            EXPECT_EQ(api().buf32Lock(buffer, mode, &base), 1);
             EXPECT_EQ(address_of(base), word(buffer, field_storage));
             EXPECT_EQ(count_of(buffer), ++count);
             EXPECT_EQ(mode_of(buffer), uint32_t(mode));
-            EXPECT_EQ(buf32Lock(buffer, mode, nullptr), 1); // the base may be left out
+            EXPECT_EQ(api().buf32Lock(buffer, mode, nullptr), 1); // the base may be left out
             EXPECT_EQ(count_of(buffer), ++count);
         }
         EXPECT_EQ(word(buffer, field_type), type);
         for (; count > 0; --count) {
             EXPECT_EQ(count_of(buffer), count);
-            EXPECT_EQ(buf32Unlock(buffer), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer), 1);
         }
         EXPECT_EQ(count_of(buffer), 0u);
         EXPECT_EQ(mode_of(buffer), 2u); // unlocking keeps the mode
@@ -58,9 +58,9 @@ TEST_F(BufferLocks, ChangeNoPixel) {
         Buffer buffer(8, 300, 200, type);
         const PlainImage image = fill_and_check(buffer);
         for (int mode : {1, 2, 3, 4, 0, 77}) {
-            EXPECT_EQ(buf32Lock(buffer, mode, nullptr), 1);
+            EXPECT_EQ(api().buf32Lock(buffer, mode, nullptr), 1);
             expect_pixels(buffer, image);
-            EXPECT_EQ(buf32Unlock(buffer), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer), 1);
         }
     }
 }
@@ -70,32 +70,32 @@ TEST_F(BufferLocks, UnlockingAnUnlockedBufferIsReported) {
         SCOPED_TRACE(type);
         Buffer buffer(8, 300, 200, type);
         for (int i = 0; i < 2; ++i) {
-            EXPECT_EQ(buf32Unlock(buffer), 0);
+            EXPECT_EQ(api().buf32Unlock(buffer), 0);
             expect_report(not_locked);
             EXPECT_EQ(count_of(buffer), 0u);
-            EXPECT_EQ(buf32CellUnlock(buffer, 0), 0);
+            EXPECT_EQ(api().buf32CellUnlock(buffer, 0), 0);
             expect_report(cell_not_locked);
             EXPECT_EQ(count_of(buffer), 0u);
         }
-        EXPECT_EQ(buf32Lock(buffer, 1, nullptr), 1);
-        EXPECT_EQ(buf32Unlock(buffer), 1);
-        EXPECT_EQ(buf32Unlock(buffer), 0);
+        EXPECT_EQ(api().buf32Lock(buffer, 1, nullptr), 1);
+        EXPECT_EQ(api().buf32Unlock(buffer), 1);
+        EXPECT_EQ(api().buf32Unlock(buffer), 0);
         expect_report(not_locked);
     }
 }
 
 TEST_F(BufferLocks, NullHandlesFailInSilence) {
     void *base = &base;
-    EXPECT_EQ(buf32Lock(0, 1, &base), 0);
+    EXPECT_EQ(api().buf32Lock(0, 1, &base), 0);
     EXPECT_EQ(base, nullptr);
-    EXPECT_EQ(buf32Lock(0, 2, nullptr), 0);
+    EXPECT_EQ(api().buf32Lock(0, 2, nullptr), 0);
     base = &base;
     BUF32CELL cell;
-    EXPECT_EQ(buf32CellLock(0, 0, &base, &cell), 0);
+    EXPECT_EQ(api().buf32CellLock(0, 0, &base, &cell), 0);
     EXPECT_EQ(base, nullptr);
-    EXPECT_EQ(buf32CellLock(0, 0, nullptr, nullptr), 0);
-    EXPECT_EQ(buf32Unlock(0), 0);
-    EXPECT_EQ(buf32CellUnlock(0, 0), 0);
+    EXPECT_EQ(api().buf32CellLock(0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(api().buf32Unlock(0), 0);
+    EXPECT_EQ(api().buf32CellUnlock(0, 0), 0);
     expect_no_report();
 }
 
@@ -114,8 +114,8 @@ TEST_F(BufferLocks, CellsAreDescribed) {
                     FencedBlock block(sizeof(BUF32CELL));
                     std::memset(block.data(), 0xCC, block.size());
                     void *address = nullptr;
-                    EXPECT_EQ(buf32CellLock(buffer, i, &address,
-                                            reinterpret_cast<BUF32CELL *>(block.data())),
+                    EXPECT_EQ(api().buf32CellLock(buffer, i, &address,
+                                                  reinterpret_cast<BUF32CELL *>(block.data())),
                               1);
                     const BUF32CELL expected = model.description(i);
                     EXPECT_EQ(std::memcmp(block.data(), &expected, sizeof expected), 0) << i;
@@ -123,7 +123,7 @@ TEST_F(BufferLocks, CellsAreDescribed) {
                               word(buffer, field_storage) + uint32_t(model.offset_of(i)))
                         << i;
                     EXPECT_EQ(cell_address_word(buffer, i), address_of(address)) << i;
-                    EXPECT_EQ(buf32CellUnlock(buffer, i), 1);
+                    EXPECT_EQ(api().buf32CellUnlock(buffer, i), 1);
                 }
             }
         }
@@ -149,10 +149,10 @@ TEST_F(BufferLocks, CellsOf300By200At24Bits) {
     for (const auto &expected : cells) {
         BUF32CELL cell;
         void *address = nullptr;
-        EXPECT_EQ(buf32CellLock(buffer, expected.cell.index, &address, &cell), 1);
+        EXPECT_EQ(api().buf32CellLock(buffer, expected.cell.index, &address, &cell), 1);
         EXPECT_EQ(std::memcmp(&cell, &expected.cell, sizeof cell), 0) << expected.cell.index;
         EXPECT_EQ(address_of(address) - storage, expected.offset) << expected.cell.index;
-        EXPECT_EQ(buf32CellUnlock(buffer, expected.cell.index), 1);
+        EXPECT_EQ(api().buf32CellUnlock(buffer, expected.cell.index), 1);
     }
 }
 
@@ -171,11 +171,11 @@ TEST_F(BufferLocks, CellsCoverTheStorageExactly) {
         for (int i = 0; i < count; ++i) {
             void *address = nullptr;
             BUF32CELL cell;
-            EXPECT_EQ(buf32CellLock(buffer, i, &address, &cell), 1);
+            EXPECT_EQ(api().buf32CellLock(buffer, i, &address, &cell), 1);
             EXPECT_EQ(address_of(address), next);
             next += uint32_t(cell.bytes);
             cells.emplace(uint32_t(cell.x), uint32_t(cell.y));
-            EXPECT_EQ(buf32CellUnlock(buffer, i), 1);
+            EXPECT_EQ(api().buf32CellUnlock(buffer, i), 1);
         }
         EXPECT_EQ(cells.size(), size_t(count));
         const Geometry model(width, height, bits, 0);
@@ -194,10 +194,10 @@ TEST_F(BufferLocks, CellIndexOutOfRangeIsReported) {
             SCOPED_TRACE(index);
             void *address = &address;
             BUF32CELL cell;
-            EXPECT_EQ(buf32CellLock(buffer, index, &address, &cell), 0);
+            EXPECT_EQ(api().buf32CellLock(buffer, index, &address, &cell), 0);
             EXPECT_EQ(address, nullptr);
             expect_report(bad_cell);
-            EXPECT_EQ(buf32CellLock(buffer, index, nullptr, nullptr), 0);
+            EXPECT_EQ(api().buf32CellLock(buffer, index, nullptr, nullptr), 0);
             expect_report(bad_cell);
             EXPECT_EQ(count_of(buffer), 0u);
         }
@@ -208,21 +208,21 @@ TEST_F(BufferLocks, CellLocksCountAndKeepTheMode) {
     for (uint32_t type : ordinary_types) {
         Buffer buffer(8, 300, 200, type);
         for (int mode : {1, 2, 3, 4, 0, 99}) {
-            EXPECT_EQ(buf32Lock(buffer, mode, nullptr), 1);
+            EXPECT_EQ(api().buf32Lock(buffer, mode, nullptr), 1);
             void *address = nullptr;
-            EXPECT_EQ(buf32CellLock(buffer, 0, &address, nullptr), 1);
+            EXPECT_EQ(api().buf32CellLock(buffer, 0, &address, nullptr), 1);
             EXPECT_EQ(address_of(address), word(buffer, field_storage));
             EXPECT_EQ(mode_of(buffer), uint32_t(mode));
-            EXPECT_EQ(buf32CellLock(buffer, 0, nullptr, nullptr), 1); // both outputs left out
+            EXPECT_EQ(api().buf32CellLock(buffer, 0, nullptr, nullptr), 1); // both outputs left out
             EXPECT_EQ(count_of(buffer), 3u);
             // Which cell is given back is not looked at, and either unlock serves for either lock.
-            EXPECT_EQ(buf32CellUnlock(buffer, -77), 1);
-            EXPECT_EQ(buf32CellUnlock(buffer, 1000000), 1);
+            EXPECT_EQ(api().buf32CellUnlock(buffer, -77), 1);
+            EXPECT_EQ(api().buf32CellUnlock(buffer, 1000000), 1);
             EXPECT_EQ(count_of(buffer), 1u);
-            EXPECT_EQ(buf32CellUnlock(buffer, 0), 1);
+            EXPECT_EQ(api().buf32CellUnlock(buffer, 0), 1);
             EXPECT_EQ(count_of(buffer), 0u);
-            EXPECT_EQ(buf32CellLock(buffer, 0, &address, nullptr), 1);
-            EXPECT_EQ(buf32Unlock(buffer), 1);
+            EXPECT_EQ(api().buf32CellLock(buffer, 0, &address, nullptr), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer), 1);
             EXPECT_EQ(mode_of(buffer), uint32_t(mode));
         }
     }
@@ -241,12 +241,12 @@ TEST_F(BufferLocks, CellAddressesReachThePixels) {
             for (int i = 0; i < int(model.cell_count()); ++i) {
                 void *address = nullptr;
                 BUF32CELL cell;
-                ASSERT_EQ(buf32CellLock(buffer, i, &address, &cell), 1);
+                ASSERT_EQ(api().buf32CellLock(buffer, i, &address, &cell), 1);
                 for (int y = 0; y < cell.height; ++y)
                     std::memcpy(static_cast<uint8_t *>(address) + y * cell.row_bytes,
                                 image.row(size_t(cell.y + y)) + cell.x * bits / 8,
                                 size_t(cell.row_bytes));
-                ASSERT_EQ(buf32CellUnlock(buffer, i), 1);
+                ASSERT_EQ(api().buf32CellUnlock(buffer, i), 1);
             }
             expect_pixels(buffer, image);
         }
@@ -260,12 +260,12 @@ TEST_F(BufferLocks, CallerMemoryTakesNoCellAndNoWriteLocks) {
     Buffer over(8, 10, 10, BUF32_CALLER_MEMORY, &memory);
     for (int mode : {2, 3, 4}) {
         void *base = &base;
-        EXPECT_EQ(buf32Lock(over, mode, &base), 0);
+        EXPECT_EQ(api().buf32Lock(over, mode, &base), 0);
         EXPECT_EQ(base, nullptr);
     }
     void *address = &address;
     BUF32CELL cell;
-    EXPECT_EQ(buf32CellLock(over, 0, &address, &cell), 0);
+    EXPECT_EQ(api().buf32CellLock(over, 0, &address, &cell), 0);
     EXPECT_EQ(address, nullptr);
     EXPECT_EQ(count_of(over), 0u);
     expect_no_report();

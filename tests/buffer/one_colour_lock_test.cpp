@@ -42,7 +42,7 @@ TEST_F(OneColour, AllCellsShareOneBlock) {
             for (int i = 0; i < count; i += 1 + count / 7) {
                 void *address = nullptr;
                 BUF32CELL cell;
-                EXPECT_EQ(buf32CellLock(buffer, i, &address, &cell), 1);
+                EXPECT_EQ(api().buf32CellLock(buffer, i, &address, &cell), 1);
                 const BUF32CELL expected = model.description(i);
                 EXPECT_EQ(std::memcmp(&cell, &expected, sizeof cell), 0) << i;
                 if (block == 0)
@@ -56,7 +56,7 @@ TEST_F(OneColour, AllCellsShareOneBlock) {
             EXPECT_EQ(cell_address_word(buffer, 0), block);
             EXPECT_EQ(memory_in_use(), model.block_bytes());
             for (; locks > 0; --locks)
-                EXPECT_EQ(buf32CellUnlock(buffer, 12345), 1);
+                EXPECT_EQ(api().buf32CellUnlock(buffer, 12345), 1);
             EXPECT_EQ(memory_in_use(), model.block_bytes()); // stays until the buffer goes
             EXPECT_EQ(word(buffer, field_type), BUF32_ONE_COLOUR);
         }
@@ -70,17 +70,17 @@ TEST_F(OneColour, BlockIsOfTheLargerOfRowAndCell) {
         Buffer buffer(24, width, height, BUF32_ONE_COLOUR, colour);
         ObservedCalls calls;
         void *base = nullptr;
-        EXPECT_EQ(buf32Lock(buffer, BUF32_READ, &base), 1);
+        EXPECT_EQ(api().buf32Lock(buffer, BUF32_READ, &base), 1);
         ASSERT_EQ(calls.virtual_blocks().size(), 1u);
         EXPECT_EQ(calls.virtual_blocks()[0].kind, DWORD(MEM_RESERVE | MEM_COMMIT));
         EXPECT_EQ(calls.virtual_blocks()[0].protection, DWORD(PAGE_READWRITE));
         EXPECT_EQ(calls.virtual_blocks()[0].bytes, bytes);
         EXPECT_TRUE(is_filled(static_cast<uint8_t *>(base), bytes - bytes % 3, 24));
-        EXPECT_EQ(buf32CellLock(buffer, 0, &base, nullptr), 1);
-        EXPECT_EQ(buf32Lock(buffer, 0, &base), 1);
+        EXPECT_EQ(api().buf32CellLock(buffer, 0, &base, nullptr), 1);
+        EXPECT_EQ(api().buf32Lock(buffer, 0, &base), 1);
         EXPECT_EQ(calls.virtual_blocks().size(), 1u); // made once
         for (int i = 0; i < 3; ++i)
-            EXPECT_EQ(buf32Unlock(buffer), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer), 1);
     }
 }
 
@@ -92,10 +92,10 @@ TEST_F(OneColour, UnderEightBitsTheByteIsThePattern) {
             Buffer buffer(bits, 301, 200, BUF32_ONE_COLOUR, &byte);
             const auto bytes = size_t(Geometry(301, 200, bits, 1).block_bytes());
             void *base = nullptr;
-            EXPECT_EQ(buf32Lock(buffer, BUF32_READ, &base), 1);
+            EXPECT_EQ(api().buf32Lock(buffer, BUF32_READ, &base), 1);
             for (size_t i = 0; i < bytes; ++i)
                 ASSERT_EQ(static_cast<uint8_t *>(base)[i], byte) << i;
-            EXPECT_EQ(buf32Unlock(buffer), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer), 1);
         }
     }
 }
@@ -108,7 +108,7 @@ TEST_F(OneColour, ReadLocksRefillTheBlock) {
         void *base = nullptr;
         uint32_t locks = 0;
         for (int mode : {1, 0, 5, -1, 1000}) {
-            EXPECT_EQ(buf32Lock(buffer, mode, &base), 1);
+            EXPECT_EQ(api().buf32Lock(buffer, mode, &base), 1);
             ASSERT_NE(base, nullptr);
             EXPECT_EQ(address_of(base), word(buffer, field_storage));
             EXPECT_EQ(word(buffer, field_lock_count), ++locks);
@@ -117,10 +117,10 @@ TEST_F(OneColour, ReadLocksRefillTheBlock) {
             EXPECT_TRUE(is_filled(static_cast<uint8_t *>(base), bytes, bits)) << mode;
             std::memset(base, 0, bytes); // a caller's mistake does not last
         }
-        EXPECT_EQ(buf32Lock(buffer, BUF32_READ, nullptr), 1); // without a base too
+        EXPECT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1); // without a base too
         EXPECT_TRUE(is_filled(static_cast<uint8_t *>(base), bytes, bits));
         for (++locks; locks > 0; --locks)
-            EXPECT_EQ(buf32Unlock(buffer), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer), 1);
         EXPECT_EQ(memory_in_use(), bytes);
     }
 }
@@ -129,31 +129,31 @@ TEST_F(OneColour, ReadLocksRefillTheBlock) {
 TEST_F(OneColour, CellLocksFillTheBlockOnce) {
     Buffer buffer(8, 300, 200, BUF32_ONE_COLOUR, colour);
     void *address = nullptr;
-    EXPECT_EQ(buf32CellLock(buffer, 0, &address, nullptr), 1);
+    EXPECT_EQ(api().buf32CellLock(buffer, 0, &address, nullptr), 1);
     *static_cast<uint8_t *>(address) = 7;
-    EXPECT_EQ(buf32CellLock(buffer, 1, &address, nullptr), 1);
+    EXPECT_EQ(api().buf32CellLock(buffer, 1, &address, nullptr), 1);
     EXPECT_EQ(*static_cast<uint8_t *>(address), 7);
-    EXPECT_EQ(buf32Lock(buffer, BUF32_READ, nullptr), 1);
+    EXPECT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
     EXPECT_EQ(*static_cast<uint8_t *>(address), colour[0]);
-    EXPECT_EQ(buf32CellLock(buffer, 1, nullptr, nullptr), 1);
+    EXPECT_EQ(api().buf32CellLock(buffer, 1, nullptr, nullptr), 1);
     for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(buf32Unlock(buffer), 1);
+        EXPECT_EQ(api().buf32Unlock(buffer), 1);
 }
 
 TEST_F(OneColour, RowsReadAsTheColour) {
     for (int bits : {1, 2, 4, 8, 16, 24, 32, 48, 64}) {
         SCOPED_TRACE(bits);
         Buffer buffer(bits, 300, 200, BUF32_ONE_COLOUR, colour);
-        ASSERT_EQ(buf32Lock(buffer, BUF32_READ, nullptr), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
         FencedBlock row(size_t(Geometry(300, 200, bits, 1).row_bytes()));
         for (int y : {0, 1, 127, 128, 199, 500, -1}) {
             std::memset(row.data(), 0, row.size());
-            EXPECT_EQ(buf32Line(buffer, y, BUF32_LINE_READ, row.data()), 1);
+            EXPECT_EQ(api().buf32Line(buffer, y, BUF32_LINE_READ, row.data()), 1);
             EXPECT_TRUE(is_filled(row.data(), row.size(), bits)) << y;
         }
         EXPECT_EQ(word(buffer, field_type), BUF32_ONE_COLOUR);
         EXPECT_EQ(word(buffer, field_lock_count), 1u);
-        ASSERT_EQ(buf32Unlock(buffer), 1);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
     }
 }
 
@@ -184,12 +184,12 @@ TEST_F(OneColour, WriteLocksTurnItIntoAnOrdinaryBuffer) {
                     Buffer buffer(bits, 300, 200, BUF32_ONE_COLOUR, colour);
                     uint32_t locks = 0;
                     if (with_block) {
-                        ASSERT_EQ(buf32CellLock(buffer, 2, nullptr, nullptr), 1);
+                        ASSERT_EQ(api().buf32CellLock(buffer, 2, nullptr, nullptr), 1);
                         ++locks;
                         EXPECT_EQ(memory_in_use(), model.block_bytes());
                     }
                     void *base = nullptr;
-                    EXPECT_EQ(buf32Lock(buffer, mode, &base), 1);
+                    EXPECT_EQ(api().buf32Lock(buffer, mode, &base), 1);
                     EXPECT_EQ(word(buffer, field_lock_count), ++locks);
                     EXPECT_EQ(word(buffer, field_access_mode), uint32_t(mode));
                     EXPECT_EQ(address_of(base), word(buffer, field_storage));
@@ -200,7 +200,7 @@ TEST_F(OneColour, WriteLocksTurnItIntoAnOrdinaryBuffer) {
                         EXPECT_TRUE(is_filled(static_cast<uint8_t *>(base), bytes, bits));
                     }
                     for (; locks > 0; --locks)
-                        EXPECT_EQ(buf32Unlock(buffer), 1);
+                        EXPECT_EQ(api().buf32Unlock(buffer), 1);
                     fill_and_check(buffer);
                     buffer.free();
                     EXPECT_EQ(memory_in_use(), 0u);
@@ -215,10 +215,10 @@ TEST_F(OneColour, WriteLocksTurnItIntoAnOrdinaryBuffer) {
 TEST_F(OneColour, Mode4DoesNotFill) {
     Buffer buffer(8, 300, 200, BUF32_ONE_COLOUR, colour);
     void *base = nullptr;
-    ASSERT_EQ(buf32Lock(buffer, BUF32_OVERWRITE, &base), 1);
+    ASSERT_EQ(api().buf32Lock(buffer, BUF32_OVERWRITE, &base), 1);
     const std::vector<uint8_t> zeros(60000);
     EXPECT_EQ(std::memcmp(base, zeros.data(), zeros.size()), 0);
-    ASSERT_EQ(buf32Unlock(buffer), 1);
+    ASSERT_EQ(api().buf32Unlock(buffer), 1);
 }
 
 // Under 8 bits the whole storage is filled with the colour's byte, all rows and all columns.
@@ -229,11 +229,11 @@ TEST_F(OneColour, UnderEightBitsTheWholeStorageIsFilled) {
             const uint8_t byte = 0x5A;
             Buffer buffer(bits, width, height, BUF32_ONE_COLOUR, &byte);
             void *base = nullptr;
-            ASSERT_EQ(buf32Lock(buffer, BUF32_WRITE, &base), 1);
+            ASSERT_EQ(api().buf32Lock(buffer, BUF32_WRITE, &base), 1);
             const uint32_t bytes = word(buffer, field_image_bytes);
             for (uint32_t i = 0; i < bytes; ++i)
                 ASSERT_EQ(static_cast<uint8_t *>(base)[i], byte) << i;
-            ASSERT_EQ(buf32Unlock(buffer), 1);
+            ASSERT_EQ(api().buf32Unlock(buffer), 1);
         }
     }
 }
@@ -241,12 +241,12 @@ TEST_F(OneColour, UnderEightBitsTheWholeStorageIsFilled) {
 TEST_F(OneColour, SmallOnesGoToMemoryUnderAnyLimit) {
     set_memory_limit(1, 0);
     Buffer small(8, 128, 128, BUF32_ONE_COLOUR, colour), large(8, 129, 1, BUF32_ONE_COLOUR, colour);
-    EXPECT_EQ(buf32Lock(small, BUF32_WRITE, nullptr), 1);
-    EXPECT_EQ(buf32Lock(large, BUF32_WRITE, nullptr), 1);
+    EXPECT_EQ(api().buf32Lock(small, BUF32_WRITE, nullptr), 1);
+    EXPECT_EQ(api().buf32Lock(large, BUF32_WRITE, nullptr), 1);
     EXPECT_EQ(word(small, field_file), 0u);
     EXPECT_NE(word(large, field_file), 0u);
-    EXPECT_EQ(buf32Unlock(small), 1);
-    EXPECT_EQ(buf32Unlock(large), 1);
+    EXPECT_EQ(api().buf32Unlock(small), 1);
+    EXPECT_EQ(api().buf32Unlock(large), 1);
 }
 
 TEST_F(OneColour, WritingARowTurnsItIntoAnOrdinaryBuffer) {
@@ -258,12 +258,12 @@ TEST_F(OneColour, WritingARowTurnsItIntoAnOrdinaryBuffer) {
         for (size_t i = 0; i < image.bytes().size(); ++i)
             image.bytes()[i] = colour[i % image.row_bytes() % size_t(std::max(bits / 8, 1))];
         std::memset(image.row(130), 0x33, image.row_bytes());
-        ASSERT_EQ(buf32Lock(buffer, BUF32_READ, nullptr), 1);
-        EXPECT_EQ(buf32Line(buffer, 130, BUF32_LINE_WRITE, image.row(130)), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
+        EXPECT_EQ(api().buf32Line(buffer, 130, BUF32_LINE_WRITE, image.row(130)), 1);
         EXPECT_EQ(word(buffer, field_lock_count), 1u);
         EXPECT_EQ(word(buffer, field_access_mode), 2u);
         expect_ordinary(buffer, model, false);
-        ASSERT_EQ(buf32Unlock(buffer), 1);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
         expect_pixels(buffer, image);
     }
 }
@@ -272,11 +272,11 @@ TEST_F(OneColour, WritingARowTurnsItIntoAnOrdinaryBuffer) {
 TEST_F(OneColour, Mode9OfARowTurnsItIntoAnOrdinaryBuffer) {
     Buffer buffer(8, 300, 200, BUF32_ONE_COLOUR, colour);
     uint8_t row[300];
-    ASSERT_EQ(buf32Lock(buffer, BUF32_READ, nullptr), 1);
-    EXPECT_EQ(buf32Line(buffer, 0, 9, row), 1);
+    ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
+    EXPECT_EQ(api().buf32Line(buffer, 0, 9, row), 1);
     EXPECT_EQ(word(buffer, field_type), BUF32_TILED);
     EXPECT_EQ(word(buffer, field_lock_count), 1u);
-    ASSERT_EQ(buf32Unlock(buffer), 1);
+    ASSERT_EQ(api().buf32Unlock(buffer), 1);
 }
 
 // --- failures --------------------------------------------------------------------------------
@@ -286,10 +286,10 @@ TEST_F(OneColour, CellIndexOutOfRange) {
     for (int index : {-1, 6, 7, 0x7FFFFFFF, -0x7FFFFFFF - 1}) {
         void *address = &address;
         BUF32CELL cell;
-        EXPECT_EQ(buf32CellLock(buffer, index, &address, &cell), 0);
+        EXPECT_EQ(api().buf32CellLock(buffer, index, &address, &cell), 0);
         EXPECT_EQ(address, nullptr);
         expect_report(bad_cell);
-        EXPECT_EQ(buf32CellLock(buffer, index, nullptr, nullptr), 0);
+        EXPECT_EQ(api().buf32CellLock(buffer, index, nullptr, nullptr), 0);
         expect_report(bad_cell);
     }
     EXPECT_EQ(word(buffer, field_lock_count), 0u);
@@ -299,16 +299,16 @@ TEST_F(OneColour, CellIndexOutOfRange) {
 TEST_F(OneColour, UnlockingAnUnlockedBuffer) {
     Buffer buffer(8, 300, 200, BUF32_ONE_COLOUR, colour);
     for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(buf32CellUnlock(buffer, 0), 0);
+        EXPECT_EQ(api().buf32CellUnlock(buffer, 0), 0);
         expect_report(cell_not_locked);
-        EXPECT_EQ(buf32Unlock(buffer), 0);
+        EXPECT_EQ(api().buf32Unlock(buffer), 0);
         expect_report(not_locked);
         EXPECT_EQ(word(buffer, field_lock_count), 0u);
     }
-    EXPECT_EQ(buf32CellLock(buffer, 0, nullptr, nullptr), 1);
-    EXPECT_EQ(buf32Unlock(buffer), 1); // either unlock serves
-    EXPECT_EQ(buf32Lock(buffer, 1, nullptr), 1);
-    EXPECT_EQ(buf32CellUnlock(buffer, -9), 1);
+    EXPECT_EQ(api().buf32CellLock(buffer, 0, nullptr, nullptr), 1);
+    EXPECT_EQ(api().buf32Unlock(buffer), 1); // either unlock serves
+    EXPECT_EQ(api().buf32Lock(buffer, 1, nullptr), 1);
+    EXPECT_EQ(api().buf32CellUnlock(buffer, -9), 1);
 }
 
 TEST_F(OneColour, NoBlock) {
@@ -316,22 +316,22 @@ TEST_F(OneColour, NoBlock) {
     for (int mode : {1, 0, 7}) {
         FailingCall block("VirtualAlloc", 1);
         void *base = &base;
-        EXPECT_EQ(buf32Lock(buffer, mode, &base), 0);
+        EXPECT_EQ(api().buf32Lock(buffer, mode, &base), 0);
         EXPECT_EQ(base, nullptr);
         expect_report(no_block);
     }
     {
         FailingCall block("VirtualAlloc", 1);
         void *address = &address;
-        EXPECT_EQ(buf32CellLock(buffer, 0, &address, nullptr), 0);
+        EXPECT_EQ(api().buf32CellLock(buffer, 0, &address, nullptr), 0);
         EXPECT_EQ(address, nullptr);
         expect_report(no_cell_block);
     }
     EXPECT_EQ(word(buffer, field_lock_count), 0u);
     EXPECT_EQ(word(buffer, field_storage), 0u);
     EXPECT_EQ(memory_in_use(), 0u);
-    EXPECT_EQ(buf32Lock(buffer, 1, nullptr), 1); // and now there is memory
-    EXPECT_EQ(buf32Unlock(buffer), 1);
+    EXPECT_EQ(api().buf32Lock(buffer, 1, nullptr), 1); // and now there is memory
+    EXPECT_EQ(api().buf32Unlock(buffer), 1);
 }
 
 // Without storage a write lock fails and everything is as it was: type, flag, block, counts.
@@ -341,14 +341,14 @@ TEST_F(OneColour, NoStorageRestoresEverything) {
         Buffer buffer(24, 300, 200, BUF32_ONE_COLOUR, colour);
         const auto block_bytes = uint32_t(Geometry(300, 200, 24, 1).block_bytes());
         if (with_block) {
-            ASSERT_EQ(buf32Lock(buffer, 5, nullptr), 1);
+            ASSERT_EQ(api().buf32Lock(buffer, 5, nullptr), 1);
         }
         std::vector<uint32_t> before(127);
         std::memcpy(before.data(), reinterpret_cast<const void *>(HBUF32(buffer)), 508);
         for (int mode : {2, 3, 4}) {
             FailingCall reserve("VirtualAlloc", 1);
             void *base = &base;
-            EXPECT_EQ(buf32Lock(buffer, mode, &base), 0);
+            EXPECT_EQ(api().buf32Lock(buffer, mode, &base), 0);
             EXPECT_EQ(base, nullptr);
             expect_reports({no_directory, no_storage});
             EXPECT_EQ(
@@ -359,11 +359,11 @@ TEST_F(OneColour, NoStorageRestoresEverything) {
         }
         // Reading goes on.
         void *base = nullptr;
-        EXPECT_EQ(buf32Lock(buffer, BUF32_READ, &base), 1);
+        EXPECT_EQ(api().buf32Lock(buffer, BUF32_READ, &base), 1);
         EXPECT_TRUE(is_filled(static_cast<uint8_t *>(base), block_bytes, 24));
-        EXPECT_EQ(buf32Unlock(buffer), 1);
+        EXPECT_EQ(api().buf32Unlock(buffer), 1);
         if (with_block) {
-            EXPECT_EQ(buf32Unlock(buffer), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer), 1);
         }
     }
 }
@@ -372,13 +372,13 @@ TEST_F(OneColour, NoStorageForARow) {
     use_no_directory();
     Buffer buffer(8, 300, 200, BUF32_ONE_COLOUR, colour);
     uint8_t row[300] = {};
-    ASSERT_EQ(buf32Lock(buffer, BUF32_READ, nullptr), 1);
+    ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
     FailingCall reserve("VirtualAlloc", 1);
-    EXPECT_EQ(buf32Line(buffer, 0, BUF32_LINE_WRITE, row), 0);
+    EXPECT_EQ(api().buf32Line(buffer, 0, BUF32_LINE_WRITE, row), 0);
     expect_reports({no_directory, no_storage});
     EXPECT_EQ(word(buffer, field_lock_count), 1u);
     EXPECT_EQ(word(buffer, field_type), BUF32_ONE_COLOUR);
-    ASSERT_EQ(buf32Unlock(buffer), 1);
+    ASSERT_EQ(api().buf32Unlock(buffer), 1);
 }
 
 // The largest image has a colour and no storage: reading works, writing fails cleanly.
@@ -386,16 +386,16 @@ TEST_F(OneColour, OfTheLargestImage) {
     Buffer buffer(64, 32000, 32000, BUF32_ONE_COLOUR, colour);
     ASSERT_TRUE(buffer);
     void *base = nullptr;
-    EXPECT_EQ(buf32Lock(buffer, BUF32_WRITE, &base), 0);
+    EXPECT_EQ(api().buf32Lock(buffer, BUF32_WRITE, &base), 0);
     EXPECT_EQ(base, nullptr);
     expect_reports({no_directory, no_storage});
     EXPECT_EQ(word(buffer, field_type), BUF32_ONE_COLOUR);
-    EXPECT_EQ(buf32CellLock(buffer, 62499, &base, nullptr), 1);
+    EXPECT_EQ(api().buf32CellLock(buffer, 62499, &base, nullptr), 1);
     EXPECT_EQ(memory_in_use(), 32000u * 8);
     std::vector<uint8_t> row(32000 * 8);
-    EXPECT_EQ(buf32Line(buffer, 31999, BUF32_LINE_READ, row.data()), 1);
+    EXPECT_EQ(api().buf32Line(buffer, 31999, BUF32_LINE_READ, row.data()), 1);
     EXPECT_TRUE(is_filled(row.data(), row.size(), 64));
-    EXPECT_EQ(buf32CellUnlock(buffer, 0), 1);
+    EXPECT_EQ(api().buf32CellUnlock(buffer, 0), 1);
 }
 
 } // namespace

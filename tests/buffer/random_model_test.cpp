@@ -44,7 +44,7 @@ public:
     ~Play() {
         while (!buffers_.empty()) {
             unlock_all(buffers_.back());
-            EXPECT_EQ(buf32Free(buffers_.back().handle), 1);
+            EXPECT_EQ(api().buf32Free(buffers_.back().handle), 1);
             buffers_.pop_back();
         }
         expect_counters();
@@ -98,7 +98,7 @@ private:
         const int width = between(random_, 1, 400), height = between(random_, 1, 300);
         Expected made(0, bits, width, height, type);
         random_.fill(made.colour);
-        ASSERT_EQ(buf32Alloc(&made.handle, bits, width, height, type, made.colour), 1);
+        ASSERT_EQ(api().buf32Alloc(&made.handle, bits, width, height, type, made.colour), 1);
         const bool large = width > 128 || height > 128;
         made.file = large && (type == 0x80000000 || (limited_ && type != 4 && type != 1));
         if (!made.one_colour())
@@ -111,11 +111,12 @@ private:
     // New pixels for a buffer whose pixels are not known.
     void overwrite(Expected &buffer) {
         random_.fill(buffer.image.bytes());
-        ASSERT_EQ(buf32Lock(buffer.handle, BUF32_OVERWRITE, nullptr), 1);
+        ASSERT_EQ(api().buf32Lock(buffer.handle, BUF32_OVERWRITE, nullptr), 1);
         for (int y = 0; y < int(buffer.geometry.height); ++y)
-            ASSERT_EQ(buf32Line(buffer.handle, y, BUF32_LINE_WRITE, buffer.image.row(size_t(y))),
-                      1);
-        ASSERT_EQ(buf32Unlock(buffer.handle), 1);
+            ASSERT_EQ(
+                api().buf32Line(buffer.handle, y, BUF32_LINE_WRITE, buffer.image.row(size_t(y))),
+                1);
+        ASSERT_EQ(api().buf32Unlock(buffer.handle), 1);
         buffer.mode = BUF32_WRITE;
     }
 
@@ -139,7 +140,7 @@ private:
         const int mode = random_.below(4) == 0 ? between(random_, -3, 9) : between(random_, 1, 4);
         const bool write = mode >= 2 && mode <= 4, was_one_colour = buffer.one_colour();
         void *base = nullptr;
-        ASSERT_EQ(buf32Lock(buffer.handle, mode, &base), 1);
+        ASSERT_EQ(api().buf32Lock(buffer.handle, mode, &base), 1);
         if (write)
             become_ordinary(buffer);
         buffer.block = buffer.one_colour();
@@ -154,8 +155,9 @@ private:
 
     void unlock(Expected &buffer) {
         const bool by_cell = random_.below(2) == 0;
-        const int result = by_cell ? buf32CellUnlock(buffer.handle, int(random_.below(20)) - 5)
-                                   : buf32Unlock(buffer.handle);
+        const int result = by_cell
+                               ? api().buf32CellUnlock(buffer.handle, int(random_.below(20)) - 5)
+                               : api().buf32Unlock(buffer.handle);
         EXPECT_EQ(result, buffer.locks > 0);
         if (buffer.locks > 0)
             --buffer.locks;
@@ -172,7 +174,8 @@ private:
         const auto row = size_t(std::clamp<int64_t>(y, 0, buffer.geometry.height - 1));
         std::vector<uint8_t> memory(buffer.image.row_bytes());
         random_.fill(memory);
-        EXPECT_EQ(buf32Line(buffer.handle, y, BUF32_LINE_WRITE, memory.data()), buffer.locks > 0);
+        EXPECT_EQ(api().buf32Line(buffer.handle, y, BUF32_LINE_WRITE, memory.data()),
+                  buffer.locks > 0);
         if (buffer.locks == 0) {
             expect_report(5804, 1, 3, 3);
             return;
@@ -186,7 +189,8 @@ private:
         const int y = between(random_, -3, int(buffer.geometry.height) + 3);
         const auto row = size_t(std::clamp<int64_t>(y, 0, buffer.geometry.height - 1));
         FencedBlock memory(buffer.image.row_bytes());
-        EXPECT_EQ(buf32Line(buffer.handle, y, BUF32_LINE_READ, memory.data()), buffer.locks > 0);
+        EXPECT_EQ(api().buf32Line(buffer.handle, y, BUF32_LINE_READ, memory.data()),
+                  buffer.locks > 0);
         if (buffer.locks == 0) {
             expect_report(5804, 1, 3, 3);
             return;
@@ -201,7 +205,7 @@ private:
         void *address = &address;
         BUF32CELL cell{};
         const bool valid = index >= 0 && index < buffer.geometry.cell_count();
-        EXPECT_EQ(buf32CellLock(buffer.handle, index, &address, &cell), valid);
+        EXPECT_EQ(api().buf32CellLock(buffer.handle, index, &address, &cell), valid);
         if (!valid) {
             EXPECT_EQ(address, nullptr);
             if (buffer.one_colour())
@@ -232,7 +236,7 @@ private:
     void resize(Expected &buffer) {
         const int rows = between(random_, 1, buffer.capacity + 2);
         const bool can = (buffer.type == 4 || buffer.type == 16) && rows <= buffer.capacity;
-        EXPECT_EQ(buf32ReAlloc(buffer.handle, rows), can);
+        EXPECT_EQ(api().buf32ReAlloc(buffer.handle, rows), can);
         if (!can) {
             expect_report(3200, 0, 4, 11);
             return;
@@ -240,25 +244,26 @@ private:
         const auto before = size_t(buffer.geometry.height);
         buffer.set_rows(rows);
         if (size_t(rows) > before) { // rows that have come back: their pixels are not known
-            ASSERT_EQ(buf32Lock(buffer.handle, BUF32_WRITE, nullptr), 1);
+            ASSERT_EQ(api().buf32Lock(buffer.handle, BUF32_WRITE, nullptr), 1);
             for (size_t y = before; y < size_t(rows); ++y) {
                 for (size_t i = 0; i < buffer.image.row_bytes(); ++i)
                     buffer.image.row(y)[i] = random_.byte();
-                ASSERT_EQ(buf32Line(buffer.handle, int(y), BUF32_LINE_WRITE, buffer.image.row(y)),
-                          1);
+                ASSERT_EQ(
+                    api().buf32Line(buffer.handle, int(y), BUF32_LINE_WRITE, buffer.image.row(y)),
+                    1);
             }
-            ASSERT_EQ(buf32Unlock(buffer.handle), 1);
+            ASSERT_EQ(api().buf32Unlock(buffer.handle), 1);
             buffer.mode = BUF32_WRITE;
         }
     }
 
     void release(Expected &buffer) {
-        EXPECT_EQ(buf32Free(buffer.handle), buffer.locks == 0);
+        EXPECT_EQ(api().buf32Free(buffer.handle), buffer.locks == 0);
         if (buffer.locks > 0) {
             expect_report(5804, 1, 4, 12);
             return;
         }
-        EXPECT_EQ(buf32Free(buffer.handle), 0);
+        EXPECT_EQ(api().buf32Free(buffer.handle), 0);
         buffers_.erase(buffers_.begin() + (&buffer - buffers_.data()));
     }
 
@@ -271,7 +276,7 @@ private:
     void unlock_all(Expected &buffer) {
         expect_stored(buffer);
         for (; buffer.locks > 0; --buffer.locks)
-            EXPECT_EQ(buf32Unlock(buffer.handle), 1);
+            EXPECT_EQ(api().buf32Unlock(buffer.handle), 1);
     }
 
     void expect_stored(const Expected &buffer) {
@@ -297,8 +302,8 @@ private:
         EXPECT_EQ(memory_in_use(), memory);
         EXPECT_EQ(mapped_bytes(), mapped);
         std::vector<HBUF32> listed(buffers_.size() + 1);
-        ASSERT_EQ(size_t(buf32CountBuf(nullptr)), buffers_.size());
-        buf32CountBuf(listed.data());
+        ASSERT_EQ(size_t(api().buf32CountBuf(nullptr)), buffers_.size());
+        api().buf32CountBuf(listed.data());
         for (size_t i = 0; i < buffers_.size(); ++i)
             EXPECT_EQ(listed[i], buffers_[i].handle);
         expect_no_report();
