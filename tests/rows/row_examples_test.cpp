@@ -53,6 +53,20 @@ TEST_P(RowExamples, ExchangeSwapsTheBlocks) {
     }
 }
 
+// With the flag clear the result is the byte moved last, with it set how many bytes were left over
+// after steps of eight: a success can be 0, and the report alone tells it from a failure.
+TEST_P(RowExamples, ExchangeHasNoStatus) {
+    const bool wide = GetParam();
+    for (const int last : {0, 1, 77}) {
+        Bytes a(19, 5);
+        Bytes b(19, 6);
+        a[15] = b[15] = a[18] = b[18] = static_cast<std::uint8_t>(last);
+        EXPECT_EQ(rows().mem32Exchange(a.data(), b.data(), 16), wide ? 0 : last);
+        EXPECT_EQ(rows().mem32Exchange(a.data(), b.data(), 19), wide ? 3 : last);
+    }
+    expect_no_report();
+}
+
 TEST_P(RowExamples, InvertIntoADestination) {
     Bytes source{0, 1, 127, 128, 254, 255};
     Bytes row(8, 0xEE);
