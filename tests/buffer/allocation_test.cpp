@@ -215,6 +215,24 @@ TEST_F(BufferAllocation, OneColourPatternAndCallerMemoryHaveNoStorage) {
     EXPECT_EQ(memory_in_use(), 0u); // nothing was counted, nothing is taken off
 }
 
+// A record that has become one of one colour when its cells get their addresses has no cells.
+TEST_F(BufferAllocation, OneColourHasNoAddressTable) {
+    HBUF32 record = 0;
+    frame::Replaced<frame::call::GlobalAlloc> blocks([&](UINT flags, SIZE_T bytes) {
+        const HGLOBAL block = GlobalAlloc(flags, bytes);
+        record = HBUF32(block); // the newest one is the final record
+        return block;
+    });
+    frame::Replaced<frame::call::VirtualAlloc> storage(
+        [&](LPVOID at, SIZE_T bytes, DWORD kind, DWORD protection) {
+            if (kind == MEM_COMMIT)
+                set_word(record, field_type, BUF32_ONE_COLOUR);
+            return VirtualAlloc(at, bytes, kind, protection);
+        });
+    expect_refused(8, 300, 200, BUF32_TILED, nullptr, {5800, 0, 4, 5});
+    EXPECT_EQ(memory_in_use(), 0u);
+}
+
 // --- types that nobody asks for --------------------------------------------------------------
 
 // Whatever the type is, allocation ends, and the library can be unloaded.

@@ -154,6 +154,25 @@ TEST_F(BufferFree, AfterShrinkingTakesOffTheReservedBytes) {
     EXPECT_EQ(memory_in_use(), 0u);
 }
 
+// A record whose type says freed once its storage has been released: reported, and not freed again.
+TEST_F(BufferFree, RecordThatIsFreedMeanwhile) {
+    const HBUF32 handle = allocated(8, 300, 200, BUF32_TILED);
+    {
+        frame::Replaced<frame::call::VirtualFree> meanwhile(
+            [handle](LPVOID address, SIZE_T bytes, DWORD kind) {
+                set_word(handle, field_type, 0xFFFFFFFF);
+                return VirtualFree(address, bytes, kind);
+            });
+        EXPECT_EQ(api().buf32Free(handle), 0);
+    }
+    expect_report(3200, 0, 4, 6);
+    EXPECT_EQ(memory_in_use(), 0u);
+    EXPECT_EQ(api().buf32Free(handle), 0); // it counts as freed
+    expect_no_report();
+    set_word(handle, field_type, BUF32_TILED);
+    EXPECT_EQ(api().buf32Free(handle), 1);
+}
+
 // At the end of the library all buffers go, locked or not.
 TEST_F(BufferFree, UnloadingFreesEverything) {
     fresh_library();

@@ -85,6 +85,21 @@ TEST_F(MemoryPolicy, AllOnesMeansThePhysicalMemory) {
     EXPECT_TRUE(in_memory(24, 1000, 1000));
 }
 
+TEST_F(MemoryPolicy, PhysicalMemoryIsMeasuredAtTheStart) {
+    frame::drop_shared_library();
+    {
+        frame::Replaced<frame::call::GlobalMemoryStatus> small([](MEMORYSTATUS *status) {
+            GlobalMemoryStatus(status);
+            status->dwTotalPhys = 60001;
+        });
+        frame::shared_library();
+    }
+    set_memory_limit(1, 0xFFFFFFFF);
+    EXPECT_TRUE(in_memory(8, 300, 200));
+    EXPECT_FALSE(in_memory(8, 300, 201));
+    fresh_library();
+}
+
 // The comparison is signed: a limit of 2 GB and more is negative and admits nothing.
 TEST_F(MemoryPolicy, LimitsFrom2GBAdmitNothing) {
     for (uint32_t limit : {0x80000000u, 0x80000001u, 0xC0000000u, 0xFFFFFFFEu}) {

@@ -238,6 +238,27 @@ TEST_F(OneColour, UnderEightBitsTheWholeStorageIsFilled) {
     }
 }
 
+// Between whole bytes the fill still counts width x height units of whole bytes, and writes nowhere
+// else.
+TEST_F(OneColour, OddDepthsFillWholeBytesPerPixel) {
+    for (int bits = 9; bits < 64; ++bits) {
+        if (bits % 8 == 0)
+            continue;
+        SCOPED_TRACE(bits);
+        Buffer buffer(bits, 300, 200, BUF32_ONE_COLOUR, colour);
+        void *base = nullptr;
+        ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, &base), 1);
+        ASSERT_EQ(api().buf32Lock(buffer, BUF32_WRITE, &base), 1);
+        const auto *bytes = static_cast<const uint8_t *>(base);
+        const size_t filled = size_t(300 * 200 * (bits / 8));
+        EXPECT_TRUE(is_filled(bytes, filled, bits));
+        for (size_t i = filled; i < word(buffer, field_image_bytes); ++i)
+            ASSERT_EQ(bytes[i], 0) << i;
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
+    }
+}
+
 TEST_F(OneColour, SmallOnesGoToMemoryUnderAnyLimit) {
     set_memory_limit(1, 0);
     Buffer small(8, 128, 128, BUF32_ONE_COLOUR, colour), large(8, 129, 1, BUF32_ONE_COLOUR, colour);
@@ -379,6 +400,17 @@ TEST_F(OneColour, NoStorageForARow) {
     EXPECT_EQ(word(buffer, field_lock_count), 1u);
     EXPECT_EQ(word(buffer, field_type), BUF32_ONE_COLOUR);
     ASSERT_EQ(api().buf32Unlock(buffer), 1);
+}
+
+// Storage of a bitmap is the caller's: there is none to be had for it.
+TEST_F(OneColour, NoStorageForABitmap) {
+    Buffer buffer(8, 300, 200, BUF32_ONE_COLOUR, colour);
+    set_word(buffer, field_type, BUF32_DIB);
+    EXPECT_EQ(api().buf32Lock(buffer, BUF32_WRITE, nullptr), 0);
+    set_word(buffer, field_type, BUF32_ONE_COLOUR);
+    expect_reports({{5800, 0, 4, 1}, no_storage});
+    EXPECT_EQ(memory_in_use(), 0u);
+    EXPECT_EQ(word(buffer, field_storage), 0u);
 }
 
 // The largest image has a colour and no storage: reading works, writing fails cleanly.
