@@ -1,0 +1,52 @@
+"""Ctrl-C: q32tool ends with its own exit code and leaves everything as it was.
+
+Wine turns SIGINT into the console's Ctrl-C event.
+"""
+
+import os
+import signal
+
+import pictures
+from tool_case import CANCELLED, ToolCase, text
+
+
+class CtrlC(ToolCase):
+    def setUp(self):
+        super().setUp()
+        self.swap = self.folder / self.make_folder("swap")
+        # Takes more than a second to write.
+        self.write("in.png", pictures.png(pictures.noise(3000, 3000), level=0))
+
+    def cancel(self, moment, *arguments):
+        """Sends Ctrl-C when the progress has come to moment; returns the swap files of then."""
+        before = self.files()
+        process = self.start(*arguments, "--progress", "--storage", "file", "--swap-dir", "swap")
+        with process:
+            said = b""
+            while moment not in said:
+                more = os.read(process.stderr.fileno(), 4096)
+                self.assertTrue(more, f"ended too early: {said}")
+                said += more
+            swap_files = os.listdir(self.swap)
+            process.send_signal(signal.SIGINT)
+            out, rest = process.communicate(timeout=20)
+        self.assertEqual(process.returncode, CANCELLED, rest)
+        self.assertEqual(out, b"")
+        last_line = text(said + rest).rstrip("\n").replace("\r", "\n").splitlines()[-1]
+        self.assertRegex(last_line, r"^q32tool: .*cancelled")
+        self.assert_only_new(before)
+        return swap_files
+
+    def test_while_writing(self):
+        swap_files = self.cancel(b"writing", "convert", "in.png", "out.png")
+        self.assertEqual([name[:3] for name in swap_files], ["~QT"])
+
+    def test_while_reading(self):
+        self.cancel(b"reading", "convert", "in.png", "out.png")
+
+    def test_keeps_an_older_file(self):
+        self.write("out.png", b"an older file")
+        self.cancel(b"writing", "convert", "in.png", "out.png", "--bits", "8")
+
+    def test_in_place_keeps_the_picture(self):
+        self.cancel(b"writing", "convert", "in.png", "in.png", "--invert")

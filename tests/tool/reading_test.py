@@ -1,0 +1,132 @@
+"""What q32tool reads: every format, in the kinds of pixels that are found in the wild."""
+
+import pictures
+from pictures import BLACK_AND_WHITE, PNG_GREY, PNG_PALETTE, PNG_RGB, PNG_RGBA
+from tool_case import ToolCase
+
+WIDTH, HEIGHT = 37, 5
+PALETTE = [(i, 255 - i, i * 3 % 256) for i in range(256)]
+
+
+def index_rows(entries):
+    return [[(7 * x + 11 * y) % entries for x in range(WIDTH)] for y in range(HEIGHT)]
+
+
+def colours_of(rows, palette):
+    colours = [palette[index] for row in rows for index in row]
+    return pictures.from_colours(WIDTH, HEIGHT, colours)
+
+
+def packed(rows, bits):
+    return [pictures.packed(row, bits) for row in rows]
+
+
+class Reading(ToolCase):
+    def assert_reads(self, name, contents, picture, within=0):
+        self.write(name, contents)
+        self.convert(name, "out.bmp")
+        self.assert_file_holds("out.bmp", picture, 24, within)
+
+    def test_png_with_a_palette(self):
+        rows = index_rows(256)
+        file = pictures.png_file(WIDTH, HEIGHT, packed(rows, 8), PNG_PALETTE, 8, PALETTE)
+        self.assert_reads("in.png", file, colours_of(rows, PALETTE))
+
+    def test_grey_png(self):
+        for bits in (1, 4, 8):
+            with self.subTest(bits=bits):
+                greys = [(value * 255 // ((1 << bits) - 1),) * 3 for value in range(1 << bits)]
+                rows = index_rows(1 << bits)
+                file = pictures.png_file(WIDTH, HEIGHT, packed(rows, bits), PNG_GREY, bits)
+                self.assert_reads("in.png", file, colours_of(rows, greys))
+
+    def test_png_of_16_bits_a_channel(self):
+        picture = pictures.noise(WIDTH, HEIGHT)
+        doubled = [bytes(value for value in row for _ in range(2)) for row in picture.rows()]
+        file = pictures.png_file(WIDTH, HEIGHT, doubled, PNG_RGB, 16)
+        self.assert_reads("in.png", file, picture)
+
+    def test_opaque_png_with_alpha(self):
+        picture = pictures.noise(WIDTH, HEIGHT)
+        colours = b"".join(bytes((*colour, 255)) for colour in picture.colours())
+        rows = [colours[y * WIDTH * 4 : (y + 1) * WIDTH * 4] for y in range(HEIGHT)]
+        self.assert_reads("in.png", pictures.png_file(WIDTH, HEIGHT, rows, PNG_RGBA), picture)
+
+    def test_bmp_with_a_palette(self):
+        for bits in (1, 4, 8):
+            with self.subTest(bits=bits):
+                rows, palette = index_rows(1 << bits), PALETTE[: 1 << bits]
+                file = pictures.bmp_file(WIDTH, HEIGHT, bits, packed(rows, bits), palette)
+                self.assert_reads("in.bmp", file, colours_of(rows, palette))
+
+    def test_bmp_with_the_top_row_first(self):
+        picture = pictures.noise(WIDTH, HEIGHT)
+        self.assert_reads("in.bmp", pictures.bmp(picture, top_down=True), picture)
+
+    def test_bmp_of_32_bits(self):
+        picture = pictures.noise(WIDTH, HEIGHT)
+        pixels = b"".join(bytes((*reversed(colour), 0)) for colour in picture.colours())
+        rows = [pixels[y * WIDTH * 4 : (y + 1) * WIDTH * 4] for y in range(HEIGHT)]
+        self.assert_reads("in.bmp", pictures.bmp_file(WIDTH, HEIGHT, 32, rows), picture)
+
+    def test_bmp_of_16_bits(self):
+        # Fields of all zeros and all ones: what lies between is widened by the system's codec.
+        values = [0x7FFF * (x % 2) for x in range(WIDTH)]
+        row = b"".join(value.to_bytes(2, "little") for value in values)
+        wanted = pictures.from_colours(WIDTH, 1, [BLACK_AND_WHITE[x % 2] for x in range(WIDTH)])
+        self.assert_reads("in.bmp", pictures.bmp_file(WIDTH, 1, 16, [row]), wanted)
+
+    def test_tiff(self):
+        picture = pictures.noise(WIDTH, HEIGHT)
+        self.assert_reads("in.tiff", pictures.tiff(picture), picture)
+
+    def test_gif(self):
+        rows = index_rows(256)
+        file = pictures.gif_file(WIDTH, HEIGHT, sum(rows, []), PALETTE)
+        self.assert_reads("in.gif", file, colours_of(rows, PALETTE))
+
+    def test_grey_jpeg(self):
+        blocks = [(20 * i,) for i in range(12)]
+        picture = self.blocks_picture(4, 3, [(value,) * 3 for (value,) in blocks])
+        self.assert_reads("in.jpg", pictures.jpeg_file(4, 3, blocks), picture)
+
+    def test_colour_jpeg(self):
+        blocks = [(100 + 5 * i, 115 + 3 * i, 150 - 4 * i) for i in range(12)]
+
+        def colour(luma, blue, red):
+            green = luma - 0.344136 * (blue - 128) - 0.714136 * (red - 128)
+            return luma + 1.402 * (red - 128), green, luma + 1.772 * (blue - 128)
+
+        colours = [tuple(round(value) for value in colour(*block)) for block in blocks]
+        picture = self.blocks_picture(4, 3, colours)
+        self.assert_reads("in.jpeg", pictures.jpeg_file(4, 3, blocks), picture, within=1)
+
+    def test_the_contents_count_not_the_name(self):
+        picture = pictures.noise(WIDTH, HEIGHT)
+        self.assert_reads("in.png", pictures.bmp(picture), picture)
+
+    def blocks_picture(self, columns, rows, colours):
+        pixels = [
+            colours[y // 8 * columns + x // 8] for y in range(rows * 8) for x in range(columns * 8)
+        ]
+        return pictures.from_colours(columns * 8, rows * 8, pixels)
+
+
+class WrittenAndRead(ToolCase):
+    """Whatever the tool writes, it reads."""
+
+    def test_fewer_bits(self):
+        picture = pictures.noise(35, 4)
+        source = self.write("in.png", pictures.png(picture))
+        for bits, names in [("1", ["a.bmp", "a.tif"]), ("8", ["b.png", "b.tif"])]:
+            for name in names:
+                with self.subTest(name=name, bits=bits):
+                    self.convert(source, name, "--bits", bits)
+                    self.convert(name, "back.bmp")
+                    self.assert_file_holds("back.bmp", self.read(name).picture, 24)
+
+    def test_16_bits(self):
+        picture = pictures.from_colours(3, 1, [(255, 0, 0), (0, 255, 0), (0, 0, 255)])
+        self.convert(self.write("in.png", pictures.png(picture)), "out.bmp", "--bits", "16")
+        self.convert("out.bmp", "back.png")
+        self.assert_file_holds("back.png", picture, 24)

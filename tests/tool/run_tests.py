@@ -1,0 +1,33 @@
+#!/usr/bin/env python3
+"""Tests q32tool from outside: run_tests.py PROGRAM EMULATOR SCRATCH [TEST...]
+
+PROGRAM is run by EMULATOR, in folders below SCRATCH. TEST chooses tests as unittest names them,
+such as pixels_test.Grey; without it all are run.
+"""
+
+import pathlib
+import sys
+import unittest
+
+from tool_case import Program
+
+MODULES = [
+    "command_line_test",
+    "pixels_test",
+    "reading_test",
+    "storage_test",
+    "refusals_test",
+    "cancel_test",
+]
+
+
+def main(program, emulator, scratch, *tests):
+    Program.command = [str(pathlib.Path(emulator).resolve()), str(pathlib.Path(program).resolve())]
+    Program.scratch = pathlib.Path(scratch).resolve()
+    suite = unittest.defaultTestLoader.loadTestsFromNames(tests or MODULES)
+    result = unittest.TextTestRunner(verbosity=2).run(suite)
+    return 0 if result.wasSuccessful() and result.testsRun and not result.skipped else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))

@@ -1,0 +1,166 @@
+"""What the tests of q32tool share: running the program, and looking at what it leaves behind.
+
+Every test has a folder of its own, in which the program runs. Whatever the program prints and
+whatever lies in the folder afterwards is compared whole, so that nothing appears unnoticed.
+"""
+
+import os
+import pathlib
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import unittest
+from collections import namedtuple
+
+import pictures
+
+Result = namedtuple("Result", "code out err")
+
+DONE, FAILED, USAGE, CANCELLED = 0, 1, 2, 130
+
+# What Wine itself says about the disk of a swap file; the program has no part in it.
+WINE_REMARK = re.compile(r"^wine: Read access denied for device .*\n", re.MULTILINE)
+
+
+class Program:
+    """The command that starts the program, and the folder in which tests may work."""
+
+    command = []
+    scratch = pathlib.Path()
+
+
+def environment():
+    # Wine converts file names by the locale, and a build machine's may know ASCII only.
+    return {**os.environ, "LC_ALL": "C.UTF-8"}
+
+
+def text(output):
+    return WINE_REMARK.sub("", output.decode().replace("\r\n", "\n"))
+
+
+def limit_file_size(size):
+    """Makes every file that the program grows beyond size bytes fail, as on a full disk."""
+    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
+
+
+class ToolCase(unittest.TestCase):
+    maxDiff = 2000
+
+    def setUp(self):
+        self.folder = Program.scratch / self.id()
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.folder.mkdir(parents=True)
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+
+    # Files
+
+    def write(self, name, contents):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(contents)
+        return name
+
+    def make_folder(self, name):
+        (self.folder / name).mkdir()
+        return name
+
+    def files(self):
+        """Everything in the test's folder: the contents of files, None for folders."""
+        found = {}
+        for path in sorted(self.folder.rglob("*")):
+            name = str(path.relative_to(self.folder))
+            found[name] = None if path.is_dir() else path.read_bytes()
+        return found
+
+    def assert_only_new(self, before, *names):
+        """Since before, these files have come, and none has gone or changed beside them."""
+        after = self.files()
+        self.assertEqual(set(after), set(before) | set(names))
+        changed = {name for name in before if after[name] != before[name]}
+        self.assertLessEqual(changed, set(names))
+
+    # Running
+
+    def start(self, *arguments):
+        """Starts the program and returns at once."""
+        return subprocess.Popen(
+            [*Program.command, *arguments],
+            cwd=self.folder,
+            env=environment(),
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+        )
+
+    def run_tool(self, *arguments, file_size=None):
+        """Runs the program to its end. file_size: no file can grow beyond it."""
+        done = subprocess.run(
+            [*Program.command, *arguments],
+            cwd=self.folder,
+            env=environment(),
+            stdin=subprocess.DEVNULL,
+            capture_output=True,
+            timeout=60,
+            restore_signals=file_size is None,
+            preexec_fn=None if file_size is None else lambda: limit_file_size(file_size),
+        )
+        return Result(done.returncode, text(done.stdout), text(done.stderr))
+
+    def succeed(self, *arguments):
+        """Runs the program, which must succeed without a word of trouble; returns what it says."""
+        result = self.run_tool(*arguments)
+        self.assertEqual((result.code, result.err), (DONE, ""), f"{arguments} printed {result.out}")
+        return result.out
+
+    def convert(self, source, target, *options):
+        """Converts a file; nothing else in the folder may change. Returns the new file's bytes."""
+        before = self.files()
+        self.succeed("convert", source, target, *options)
+        self.assert_only_new(before, target)
+        return (self.folder / target).read_bytes()
+
+    def info(self, *arguments):
+        """What `info` prints, by the words before the colons."""
+        lines = self.succeed("info", *arguments).splitlines()
+        return dict(line.split(": ", 1) for line in lines)
+
+    def refuse(self, code, *arguments, says=(), file_size=None):
+        """Runs the program, which must fail with one line and leave every file as it was."""
+        before = self.files()
+        result = self.run_tool(*arguments, file_size=file_size)
+        self.assertEqual(result.code, code, f"{arguments} printed {result.out}{result.err}")
+        self.assertEqual(result.out, "")
+        self.assertRegex(result.err, r"\Aq32tool: [^\n]{8,}\n\Z")
+        for words in [says] if isinstance(says, str) else says:
+            self.assertIn(words, result.err)
+        self.assert_only_new(before)
+        return result.err
+
+    # Pictures
+
+    def read(self, name):
+        return pictures.read(self.folder / name)
+
+    def assert_same_picture(self, found, wanted, within=0):
+        self.assertEqual((found.width, found.height), (wanted.width, wanted.height))
+        if found.pixels == wanted.pixels:
+            return
+        pairs = list(zip(found.colours(), wanted.colours()))
+        wrong = [
+            i
+            for i, (one, other) in enumerate(pairs)
+            if any(abs(a - b) > within for a, b in zip(one, other))
+        ]
+        if wrong:
+            y, x = divmod(wrong[0], wanted.width)
+            one, other = pairs[wrong[0]]
+            self.fail(f"{len(wrong)} pixels differ; ({x}, {y}) is {one} instead of {other}")
+
+    def assert_file_holds(self, name, picture, bits, within=0):
+        """The file has these pixels, and this many bits for each."""
+        found = self.read(name)
+        self.assertEqual(found.bits, bits)
+        self.assert_same_picture(found.picture, picture, within)
