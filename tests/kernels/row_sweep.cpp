@@ -37,7 +37,7 @@ struct Place {
 
 // What is being run, for the message of a failure or a crash.
 struct Current {
-    const char *name = "nothing";
+    const char *name = nullptr; // null: no conversion
     std::size_t pixels = 0;
     Place destination{};
     Place source{};
@@ -58,6 +58,8 @@ std::string describe(const Current &what) {
 }
 
 void say_what_crashed() {
+    if (current.name == nullptr)
+        return;
     std::fprintf(stderr, "\ncrash in %s\n", describe(current).c_str());
     std::fflush(stderr);
 }
