@@ -34,7 +34,7 @@ Failure allocation_failure(const std::string &named, int width, int height, uint
                     std::string(other_directory) + " " + report.numbers()};
         if (report.point == swap_file_failed)
             return {named, "a swap file of " + in_megabytes(bytes) + " cannot be made or mapped",
-                    std::string(other_directory) + " " + report.numbers()};
+                    "name another --swap-dir or use a smaller picture " + report.numbers()};
     }
     return library_failure(named, "no buffer for the picture");
 }
