@@ -1,0 +1,218 @@
+// The process's record file: its entries, their reuse, and how it is held open.
+#include "tests/storage/storage_fixture.h"
+
+#include <cstring>
+
+namespace q32::test {
+namespace {
+
+// The library's handle of its record file is caught when it is opened.
+class RecordFile : public StorageTest {
+protected:
+    void SetUp() override {
+        StorageTest::SetUp();
+        catch_handle_.emplace([this](auto path, auto... rest) {
+            const HANDLE file = call::CreateFileA::real(path, rest...);
+            if (is_record_file(path))
+                record = file;
+            return file;
+        });
+    }
+    void TearDown() override {
+        catch_handle_.reset();
+        StorageTest::TearDown();
+    }
+
+    Bytes entries() { return content_of(record); }
+
+    HANDLE record = nullptr;
+
+private:
+    std::optional<Replaced<call::CreateFileA>> catch_handle_;
+};
+
+TEST_F(RecordFile, IsMadeAtTheFirstSwapFile) {
+    const Bytes master = frame::read_file(master_file());
+    const HBUF32 in_memory = allocate(8, 200, 200, BUF32_TILED);
+    free(in_memory);
+    EXPECT_EQ(record, nullptr);
+    EXPECT_EQ(files_beginning(frame::sandbox_family(), "QTR").size(), 0u);
+    EXPECT_EQ(frame::read_file(master_file()), master);
+
+    free(swapped(200, 200));
+    const std::string path = record_path(); // it stays when the buffer goes
+    EXPECT_TRUE(path.starts_with(frame::sandbox_family() + "QTR")) << path;
+    const HANDLE first = record;
+    free(swapped(200, 200));
+    EXPECT_EQ(record, first);
+    EXPECT_EQ(record_path(), path);
+}
+
+TEST_F(RecordFile, IsMadeByTheseCalls) {
+    Calls calls;
+    {
+        Watch<call::GetTempFileNameA> name{calls};
+        Watch<call::CreateFileA> create{calls};
+        free(swapped(200, 200));
+    }
+    const std::string family = '"' + frame::sandbox_family() + '"';
+    EXPECT_NE(calls.find("GetTempFileNameA(" + family + ", \"QTR\", 0, *)"), -1) << calls.text();
+    const std::string expected = "CreateFileA(\"" + record_path() + "\", " +
+                                 std::to_string(GENERIC_READ | GENERIC_WRITE) + ", 0, null, " +
+                                 std::to_string(CREATE_ALWAYS);
+    EXPECT_NE(calls.find(expected), -1) << calls.text();
+}
+
+TEST_F(RecordFile, IsHeldOpenExclusively) {
+    swapped(200, 200);
+    for (DWORD access : {DWORD(GENERIC_READ), DWORD(GENERIC_WRITE)}) {
+        const HANDLE second = CreateFileA(record_path().c_str(), access,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                          nullptr, OPEN_EXISTING, 0, nullptr);
+        EXPECT_EQ(second, INVALID_HANDLE_VALUE);
+        EXPECT_EQ(GetLastError(), DWORD(ERROR_SHARING_VIOLATION));
+    }
+}
+
+TEST_F(RecordFile, HoldsAnEntryForEachSwapFile) {
+    std::vector<HBUF32> buffers;
+    for (uint32_t i = 0; i < 5; ++i) {
+        buffers.push_back(swapped(200 + int(i), 200));
+        const Bytes bytes = entries();
+        ASSERT_EQ(bytes.size(), (i + 1) * 260u);
+        for (uint32_t k = 0; k <= i; ++k) {
+            EXPECT_EQ(word(buffers[k], field_record_entry), k);
+            EXPECT_EQ(text_at(bytes, k * 260), swap_file_of(buffers[k]));
+        }
+    }
+
+    // A freed entry begins with 4 zero bytes; nothing else changes.
+    Bytes expected = entries();
+    for (uint32_t freed : {1u, 3u}) {
+        free(buffers[freed]);
+        std::fill_n(expected.begin() + freed * 260, 4, 0);
+        EXPECT_EQ(entries(), expected);
+    }
+
+    // The first free entry is taken, then the next.
+    for (uint32_t entry : {1u, 3u, 5u}) {
+        const HBUF32 next = swapped(150, 150);
+        EXPECT_EQ(word(next, field_record_entry), entry);
+        EXPECT_EQ(text_at(entries(), entry * 260), swap_file_of(next));
+    }
+    EXPECT_EQ(entries().size(), 6 * 260u);
+    for (uint32_t kept : {0u, 2u, 4u})
+        EXPECT_EQ(text_at(entries(), kept * 260), swap_file_of(buffers[kept]));
+}
+
+TEST_F(RecordFile, IsFlushedAtEveryChange) {
+    const HBUF32 first = swapped(200, 200);
+    FileWatch watch;
+    std::vector<HANDLE> flushed;
+    watch.flush.before = [&](HANDLE file) { flushed.push_back(file); };
+    const HBUF32 second = swapped(200, 200);
+    EXPECT_EQ(flushed, std::vector<HANDLE>{record});
+    free(first);
+    EXPECT_EQ(flushed, (std::vector<HANDLE>{record, record}));
+    free(second);
+    EXPECT_EQ(flushed.size(), 3u);
+}
+
+TEST_F(RecordFile, IsEnteredInTheMasterFile) {
+    const Bytes before = frame::read_file(master_file());
+    ASSERT_EQ(before, empty_master());
+    const HBUF32 buffer = swapped(200, 200);
+    Bytes after = frame::read_file(master_file());
+    ASSERT_EQ(after.size(), master_bytes);
+    EXPECT_EQ(text_at(after, 0), record_path());
+    std::fill_n(after.begin(), slot_bytes, 0);
+    EXPECT_EQ(after, before);
+    free(buffer);
+    EXPECT_EQ(text_at(frame::read_file(master_file()), 0), record_path());
+}
+
+TEST_F(RecordFile, TakesTheFirstFreeSlot) {
+    Bytes master = master_with({"a", "b", "", "d"});
+    frame::write_file(master_file(), master);
+    swapped(200, 200);
+    EXPECT_EQ(text_at(frame::read_file(master_file()), 2 * slot_bytes), record_path());
+    stop();
+    const Bytes after = frame::read_file(master_file());
+    EXPECT_EQ(after[2 * slot_bytes], 0);
+    for (std::size_t slot : {0u, 1u, 3u})
+        EXPECT_EQ(text_at(after, slot * slot_bytes), text_at(master, slot * slot_bytes));
+}
+
+TEST_F(RecordFile, IsDeletedAtTheStop) {
+    swapped(200, 200);
+    const std::string path = record_path();
+    stop();
+    EXPECT_FALSE(frame::file_exists(path));
+    EXPECT_EQ(frame::read_file(master_file())[0], 0);
+    EXPECT_EQ(frame::read_file(master_file()).size(), master_bytes);
+}
+
+// --- the slot map --------------------------------------------------------------------------------
+
+// More than 1024 swap files at once, each of 17 bytes and 10 more. The map is full at 1024 entries
+// and grows. What takes time in it is left out: waiting for the disk, and looking for names
+// in a full folder.
+TEST_F(RecordFile, HasRoomForMoreThan1024SwapFiles) {
+    const Replaced<call::FlushFileBuffers> no_flush([](HANDLE) { return TRUE; });
+    const std::string folder = frame::make_folder("many");
+    const Replaced<call::GetTempFileNameA> next_name(
+        [&, number = 0](auto directory, const char *prefix, UINT unique, char *name) mutable {
+            if (std::string(prefix) == "QTR")
+                return call::GetTempFileNameA::real(directory, prefix, unique, name);
+            if (number % 64 == 0)
+                CreateDirectoryA((folder + std::to_string(number / 64)).c_str(), nullptr);
+            wsprintfA(name, "%s%d\\~QT%d.tmp", folder.c_str(), number / 64, number);
+            return UINT(++number);
+        });
+    std::vector<HBUF32> buffers;
+    const auto add = [&] {
+        HBUF32 buffer = 0;
+        const int result = api().buf32Alloc(&buffer, 1, 129, 1, BUF32_TILED_FILE, nullptr);
+        if (result == 1)
+            buffers.push_back(buffer);
+        return result;
+    };
+    for (int i = 0; i < 1024; ++i)
+        ASSERT_EQ(add(), 1) << i;
+    expect_no_report();
+
+    // The map cannot grow, however it tries; and it can be tried again.
+    const Census full = Census::now();
+    for (int time = 0; time < 2; ++time) {
+        Calls calls;
+        Watch<call::GlobalReAlloc> enlarge{calls};
+        Watch<call::GlobalAlloc> another{calls};
+        enlarge.refuse_all();
+        another.refuse = [](UINT, SIZE_T bytes) { return bytes >= 2048 && bytes < 0x20000; };
+        EXPECT_EQ(add(), 0);
+        expect_reports({no_larger_slot_map});
+        EXPECT_EQ(Census::now(), full);
+        EXPECT_EQ(mapped_bytes(), 1024u * 17);
+    }
+
+    for (uint32_t entry = 1024; entry < 1030; ++entry) {
+        ASSERT_EQ(add(), 1);
+        EXPECT_EQ(word(buffers.back(), field_record_entry), entry);
+        EXPECT_EQ(text_at(entries(), entry * 260), swap_file_of(buffers.back()));
+    }
+    // Growing has kept who is there, and a freed entry is found again.
+    free(buffers[700]);
+    ASSERT_EQ(add(), 1);
+    EXPECT_EQ(word(buffers.back(), field_record_entry), 700u);
+    ASSERT_EQ(add(), 1);
+    EXPECT_EQ(word(buffers.back(), field_record_entry), 1030u);
+    buffers.erase(buffers.begin() + 700);
+    const Bytes all = entries();
+    for (HBUF32 buffer : buffers)
+        EXPECT_EQ(text_at(all, word(buffer, field_record_entry) * 260), swap_file_of(buffer));
+    stop(); // frees them all
+    EXPECT_EQ(frame::files_below(folder).size(), 0u);
+}
+
+} // namespace
+} // namespace q32::test
