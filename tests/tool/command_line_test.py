@@ -1,18 +1,20 @@
 """The command line of q32tool: help, options, what it prints, and the names of files."""
 
+import subprocess
+
 import pictures
-from tool_case import USAGE, ToolCase
+from tool_case import FAILED, USAGE, Program, ToolCase, environment, text
 
 PICTURE = pictures.noise(40, 30)
 
 
 class Help(ToolCase):
     def test_overview(self):
-        text = self.succeed("--help")
-        self.assertRegex(text, r"\AUsage: q32tool ")
+        overview = self.succeed("--help")
+        self.assertRegex(overview, r"\AUsage: q32tool ")
         for word in ("info", "convert", "help", "130"):
-            self.assertIn(word, text)
-        self.assertEqual(self.succeed("help"), text)
+            self.assertIn(word, overview)
+        self.assertEqual(self.succeed("help"), overview)
 
     def test_commands(self):
         for command, words in {
@@ -20,12 +22,12 @@ class Help(ToolCase):
             "convert": ["--bits", "--format", "--threshold", "--invert", "--storage"],
         }.items():
             with self.subTest(command=command):
-                text = self.succeed("help", command)
-                self.assertRegex(text, rf"\AUsage: q32tool {command} ")
+                page = self.succeed("help", command)
+                self.assertRegex(page, rf"\AUsage: q32tool {command} ")
                 for word in words:
-                    self.assertIn(word, text)
-                self.assertLessEqual(max(map(len, text.splitlines())), 90)
-                self.assertEqual(self.succeed(command, "--help"), text)
+                    self.assertIn(word, page)
+                self.assertLessEqual(max(map(len, page.splitlines())), 90)
+                self.assertEqual(self.succeed(command, "--help"), page)
 
     def test_version(self):
         self.assertRegex(self.succeed("--version"), r"\Aq32tool \d+\.\d+\.\d+\n\Z")
@@ -102,7 +104,20 @@ class Words(ToolCase):
         self.assert_file_holds("out.bmp", PICTURE, 24)
 
     def test_quiet_still_says_what_is_wrong(self):
-        self.refuse(1, "convert", "--quiet", "missing.png", "out.bmp", says="missing.png")
+        self.refuse(FAILED, "convert", "--quiet", "missing.png", "out.bmp", says="missing.png")
+
+    def test_an_answer_that_cannot_be_written_is_a_failure(self):
+        with open("/dev/full", "wb") as full:
+            process = subprocess.run(
+                [*Program.command, "info", "in.png"],
+                cwd=self.folder,
+                env=environment(),
+                stdout=full,
+                stderr=subprocess.PIPE,
+                timeout=60,
+            )
+        self.assertEqual(process.returncode, FAILED)
+        self.assertRegex(text(process.stderr), r"\Aq32tool: [^\n]{8,}\n\Z")
 
     def test_timings(self):
         result = self.run_tool("convert", "in.png", "out.bmp", "--timings")
@@ -111,8 +126,8 @@ class Words(ToolCase):
         self.assertRegex(result.err, r"(?m)^writing: \d+\.\d+ s")
         self.assertRegex(result.err, r"(?m)^library: \d+\.\d+ s \(\d+ buffers? made, ")
 
-    def test_options_before_the_files(self):
-        self.succeed("convert", "--bits", "8", "in.png", "--invert", "out.bmp")
+    def test_options_anywhere(self):
+        self.succeed("convert", "--bits=8", "in.png", "--invert", "out.bmp")
         self.assertEqual(self.read("out.bmp").bits, 8)
 
 
@@ -140,7 +155,7 @@ class Names(ToolCase):
         self.assertEqual(self.info(windows)["size"], "40 x 30 pixels")
 
     def test_names_appear_as_given(self):
-        self.refuse(1, "info", "ж 漢字.png", says="ж 漢字.png")
+        self.refuse(FAILED, "info", "ж 漢字.png", says="ж 漢字.png")
         self.write("ж 漢字.png", pictures.png(PICTURE))
         said = self.succeed("convert", "ж 漢字.png", "ñ 日本.bmp")
         self.assertEqual(said, "ñ 日本.bmp: 40 x 30 pixels, 24 bits, BMP\n")

@@ -52,6 +52,11 @@ class Reading(ToolCase):
         rows = [colours[y * WIDTH * 4 : (y + 1) * WIDTH * 4] for y in range(HEIGHT)]
         self.assert_reads("in.png", pictures.png_file(WIDTH, HEIGHT, rows, PNG_RGBA), picture)
 
+    def test_transparent_parts_are_laid_over_white(self):
+        row = bytes((10, 20, 30, 255)) + bytes((10, 20, 30, 0)) + bytes((0, 255, 0, 51))
+        wanted = pictures.from_colours(3, 1, [(10, 20, 30), (255, 255, 255), (204, 255, 204)])
+        self.assert_reads("in.png", pictures.png_file(3, 1, [row], PNG_RGBA), wanted, within=1)
+
     def test_bmp_with_a_palette(self):
         for bits in (1, 4, 8):
             with self.subTest(bits=bits):

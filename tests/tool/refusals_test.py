@@ -189,6 +189,13 @@ class Outputs(ToolCase):
             with self.subTest(name=name):
                 self.refuse_output(name, name, file_size=2000)
 
+    def test_disk_full_but_for_the_last_byte(self):
+        for name in ("out.bmp", "out.png", "out.tif", "out.jpg"):
+            with self.subTest(name=name):
+                size = len(self.convert(self.source, name))
+                (self.folder / name).unlink()
+                self.refuse_output(name, name, file_size=size - 1)
+
     def test_full_disk_keeps_an_older_file(self):
         self.write("out.bmp", b"an older file")
         self.refuse_output("out.bmp", "out.bmp", file_size=2000)

@@ -15,6 +15,11 @@ STORAGES = {
     "no memory": ["--memory-limit", "0", "--swap-dir", "swap"],
 }
 
+KEYS = (
+    "file, format, size, buffer, image bytes, cells, cell size, last column, last row, "
+    "storage, memory in use, mapped, buffers"
+)
+
 
 class SameEverywhere(ToolCase):
     def test_storage_does_not_change_the_file(self):
@@ -53,6 +58,7 @@ class Info(ToolCase):
 
     def test_geometry(self):
         info = self.info(self.source)
+        self.assertEqual(", ".join(info), KEYS)
         self.assertEqual(info["file"], "in.png")
         self.assertEqual(info["format"], "PNG, 24 bits per pixel")
         self.assertEqual(info["size"], "300 x 200 pixels")
@@ -62,6 +68,7 @@ class Info(ToolCase):
         self.assertEqual(info["last column"], "44 pixels wide")
         self.assertEqual(info["last row"], "72 pixels high")
         self.assertIn("24 bits per pixel, 3 bytes per pixel", info["buffer"])
+        self.assertEqual(info["buffers"], "1")
         self.assert_in_memory(info, self.bytes)
 
     def test_small_picture_is_one_cell(self):
@@ -90,6 +97,7 @@ class Info(ToolCase):
         limit = ["--memory-limit", "0", "--swap-dir", "swap"]
         one = self.write("one.png", pictures.png(pictures.noise(128, 128)))
         self.assert_in_memory(self.info(one, *limit), 128 * 128 * 3)
+        self.assert_in_memory(self.info(one, *STORAGES["file"]), 128 * 128 * 3)
         wider = self.write("wider.png", pictures.png(pictures.noise(129, 1)))
         self.assert_in_swap_file(self.info(wider, *limit), 129 * 3)
 
