@@ -92,6 +92,10 @@ Arguments::Arguments(const Command &command, const std::vector<std::string> &wor
     if (operands_.size() > command.operands.size())
         throw UsageError("one argument too many: " + quoted(operands_[command.operands.size()]) +
                          "; usage: " + usage_line(command));
+    for (size_t i = 0; i < operands_.size(); ++i)
+        if (operands_[i].empty())
+            throw UsageError(std::string(command.operands[i]) +
+                             " is an empty name; usage: " + usage_line(command));
 }
 
 uint32_t Arguments::number(std::string_view option, uint32_t least, uint32_t most,

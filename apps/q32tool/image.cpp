@@ -30,10 +30,10 @@ Failure allocation_failure(const std::string &named, int width, int height, uint
     constexpr int buffer_module = 4, swap_file_failed = 2, no_swap_directory = 3;
     if (report.message == Q32_MSG_NO_MEMORY && report.module == buffer_module) {
         if (report.point == no_swap_directory)
-            return {named, "no swap directory has room for " + in_megabytes(bytes),
+            return {named, "no swap directory has room for " + readable_size(bytes),
                     std::string(other_directory) + " " + report.numbers()};
         if (report.point == swap_file_failed)
-            return {named, "a swap file of " + in_megabytes(bytes) + " cannot be made or mapped",
+            return {named, "a swap file of " + readable_size(bytes) + " cannot be made or mapped",
                     "name another --swap-dir or use a smaller picture " + report.numbers()};
     }
     return library_failure(named, "no buffer for the picture");
@@ -74,8 +74,8 @@ Image::Image(PixelFormat format, int width, int height, uint32_t type, std::stri
     if (memory_use().mapped != mapped_before && free_before < bytes) {
         buf32Free(std::exchange(handle_, 0));
         throw Failure(named_,
-                      "the swap directory has room for " + in_megabytes(free_before) + " of " +
-                          in_megabytes(bytes),
+                      "the swap directory has room for " + readable_size(free_before) + " of " +
+                          readable_size(bytes),
                       other_directory);
     }
 }

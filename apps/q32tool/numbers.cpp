@@ -46,9 +46,13 @@ std::string counted(uint64_t count, std::string_view noun) {
     return count == 1 ? text : text + "s";
 }
 
-std::string in_megabytes(uint64_t bytes) {
+std::string readable_size(uint64_t bytes) {
+    constexpr double kilobyte = 1024, megabyte = 1024 * kilobyte;
+    constexpr uint64_t least_in_megabytes = 10 << 20;
+    const bool large = bytes >= least_in_megabytes;
     char text[40];
-    std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / (1024.0 * 1024.0));
+    std::snprintf(text, sizeof text, large ? "%.1f MB" : "%.1f KB",
+                  static_cast<double>(bytes) / (large ? megabyte : kilobyte));
     return text;
 }
 

@@ -15,7 +15,7 @@ std::optional<uint64_t> parse_number(std::string_view text);
 std::optional<uint64_t> parse_size(std::string_view text);
 
 std::string counted(uint64_t count, std::string_view noun); // "1 row", "2 rows"
-std::string in_megabytes(uint64_t bytes);                   // "23.7 MB"
+std::string readable_size(uint64_t bytes);                  // "23.7 MB"
 std::string in_seconds(double seconds);                     // "0.125 s"
 
 } // namespace q32tool

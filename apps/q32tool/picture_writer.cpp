@@ -124,6 +124,9 @@ FileFormat check_output(const std::string &path) {
     const DWORD own = attributes_of(path);
     if (own != INVALID_FILE_ATTRIBUTES && (own & FILE_ATTRIBUTE_DIRECTORY))
         throw Failure(path, "this is a directory", "name a file to write");
+    if (own != INVALID_FILE_ATTRIBUTES && (own & FILE_ATTRIBUTE_READONLY))
+        throw Failure(path, "the file is write-protected",
+                      "remove its protection or name another file");
     return found->format;
 }
 
@@ -146,10 +149,22 @@ PictureWriter::PictureWriter(const std::string &path, FileFormat format, RowForm
     : path_(path), format_(format), row_bytes_(row_bytes_of(rows, width)),
       file_(to_wide(native_path(path))) {
     *stream_.out() = new OutputStream(file_.path());
-    check(S_OK);
+    check_created();
     check(wic_factory()->CreateEncoder(container_of(format), nullptr, encoder_.out()));
     check(encoder_->Initialize(stream_.get(), WICBitmapEncoderNoCache));
     start_frame(format, rows, width, height);
+}
+
+// Where nothing can be made, the system may say that nothing is there.
+void PictureWriter::check_created() {
+    const DWORD error = stream_->error();
+    if (error == 0)
+        return;
+    const bool tells_why = error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
+    throw Failure(path_,
+                  "no file of this name can be made there" +
+                      (tells_why ? ": " + system_words(error) : std::string()),
+                  "name another file or directory");
 }
 
 void PictureWriter::check(HRESULT result) {

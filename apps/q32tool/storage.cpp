@@ -27,6 +27,8 @@ void set_memory_limit(std::optional<uint32_t> limit) {
 
 // The library keeps drive letters, so the path has to be a full one.
 std::string full_path(const std::string &path) {
+    if (path.empty())
+        throw UsageError("--swap-dir takes a directory, not an empty name");
     wchar_t full[MAX_PATH] = {};
     const DWORD length =
         GetFullPathNameW(to_wide(native_path(path)).c_str(), MAX_PATH, full, nullptr);

@@ -1,6 +1,8 @@
 // Conversions between UTF-8 and UTF-16, and the standard streams.
 #include "text.h"
 
+#include "failure.h"
+
 #include <windows.h>
 
 namespace q32tool {
@@ -11,19 +13,19 @@ bool is_console(HANDLE stream) {
     return GetConsoleMode(stream, &mode) != 0;
 }
 
-void write_to(DWORD stream_number, std::string_view text) {
+bool write_to(DWORD stream_number, std::string_view text) {
     HANDLE stream = GetStdHandle(stream_number);
     DWORD written = 0;
     if (is_console(stream)) {
         const std::wstring characters = to_wide(text);
-        WriteConsoleW(stream, characters.data(), static_cast<DWORD>(characters.size()), &written,
-                      nullptr);
-        return;
+        return WriteConsoleW(stream, characters.data(), static_cast<DWORD>(characters.size()),
+                             &written, nullptr) != 0;
     }
     while (!text.empty() &&
            WriteFile(stream, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) &&
            written > 0)
         text.remove_prefix(written);
+    return text.empty();
 }
 
 std::string to_code_page(std::wstring_view wide, UINT code_page, BOOL *lost) {
@@ -58,7 +60,8 @@ bool to_system_code_page(std::string_view utf8, std::string &out) {
 }
 
 void print(std::string_view text) {
-    write_to(STD_OUTPUT_HANDLE, text);
+    if (!write_to(STD_OUTPUT_HANDLE, text))
+        throw Failure("standard output", "the answer cannot be written");
 }
 
 void print_error(std::string_view text) {

@@ -83,9 +83,10 @@ std::string system_words(DWORD error) {
     case ERROR_FILE_NOT_FOUND:
         return "no such file";
     case ERROR_PATH_NOT_FOUND:
-    case ERROR_INVALID_NAME:
     case ERROR_BAD_NETPATH:
         return "no such directory";
+    case ERROR_INVALID_NAME:
+        return "this cannot be a file's name";
     case ERROR_ACCESS_DENIED:
     case ERROR_WRITE_PROTECT:
         return "no permission";
