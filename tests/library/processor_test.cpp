@@ -3,7 +3,8 @@
 #include "library/process/cpu.h"
 #include "tests/library/library_fixture.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstdint>
 
 namespace q32::test {
 namespace {
@@ -46,19 +47,95 @@ TEST_F(Processor, IsAskedOnceAndNeverAgain) {
     }
 }
 
-TEST_F(Processor, EveryCapWorks) {
+// Runs one call instruction by instruction and notes which families of instructions the library
+// uses in it.
+class SingleSteps {
+public:
+    explicit SingleSteps(HMODULE module) : first_(reinterpret_cast<std::uintptr_t>(module)) {
+        const auto *dos = reinterpret_cast<const IMAGE_DOS_HEADER *>(module);
+        const auto *headers = reinterpret_cast<const IMAGE_NT_HEADERS *>(first_ + dos->e_lfanew);
+        last_ = first_ + headers->OptionalHeader.SizeOfImage - 1;
+        current_ = this;
+        handler_ = AddVectoredExceptionHandler(1, step);
+    }
+    ~SingleSteps() {
+        RemoveVectoredExceptionHandler(handler_);
+        current_ = nullptr;
+    }
+    SingleSteps(const SingleSteps &) = delete;
+    SingleSteps &operator=(const SingleSteps &) = delete;
+
+    template <class Function>
+    void run(Function function) {
+        running_ = true;
+        asm volatile("pushfl\n\torl $0x100, (%%esp)\n\tpopfl" ::: "memory", "cc");
+        function();
+        running_ = false;
+    }
+
+    InstructionSet highest() const { return highest_; }
+    int steps() const { return steps_; }
+
+private:
+    static constexpr DWORD trap_flag = 0x100;
+
+    static LONG CALLBACK step(EXCEPTION_POINTERS *pointers) {
+        if (pointers->ExceptionRecord->ExceptionCode != EXCEPTION_SINGLE_STEP)
+            return EXCEPTION_CONTINUE_SEARCH;
+        if (current_->running_) {
+            current_->look_at(pointers->ContextRecord->Eip);
+            pointers->ContextRecord->EFlags |= trap_flag;
+        } else {
+            pointers->ContextRecord->EFlags &= ~trap_flag;
+        }
+        return EXCEPTION_CONTINUE_EXECUTION;
+    }
+
+    void look_at(std::uintptr_t place) {
+        if (place < first_ || place > last_)
+            return;
+        ++steps_;
+        const auto *code = reinterpret_cast<const unsigned char *>(place);
+        while (*code == 0x66 || *code == 0xF2 || *code == 0xF3)
+            ++code;
+        InstructionSet used = InstructionSet::sse2;
+        if (code[0] == 0x62 && code[1] >= 0xC0)
+            used = InstructionSet::avx512; // EVEX
+        else if ((code[0] == 0xC4 || code[0] == 0xC5) && code[1] >= 0xC0)
+            used = InstructionSet::avx2; // VEX
+        else if (code[0] == 0x0F && (code[1] == 0x38 || code[1] == 0x3A))
+            used = InstructionSet::sse41;
+        highest_ = std::max(highest_, used);
+    }
+
+    static inline SingleSteps *current_ = nullptr;
+    std::uintptr_t first_, last_ = 0;
+    void *handler_ = nullptr;
+    volatile bool running_ = false;
+    InstructionSet highest_ = InstructionSet::sse2;
+    int steps_ = 0;
+};
+
+// The environment variable caps what the rows' kernels really execute.
+TEST_F(Processor, TheCapIsKept) {
     char before[64] = "";
     GetEnvironmentVariableA("Q32BASE_ISA", before, sizeof before);
     for (const char *cap : {"sse2", "sse41", "avx2", "avx512", "", "nonsense"}) {
         SCOPED_TRACE(cap);
         SetEnvironmentVariableA("Q32BASE_ISA", cap);
-        _putenv_s("Q32BASE_ISA", cap);
         start();
         expect_rows_are_right();
+        std::vector<uint16_t> from(1000, 0x1234);
+        Bytes to(3000);
+        SingleSteps single_steps(library().module());
+        int result = 0;
+        single_steps.run([&] { result = api().mem32_565To888(to.data(), from.data(), 1000); });
+        EXPECT_EQ(result, 1);
+        EXPECT_GT(single_steps.steps(), 20);
+        EXPECT_EQ(single_steps.highest(), best_instruction_set(cap));
         stop();
     }
     SetEnvironmentVariableA("Q32BASE_ISA", before[0] != 0 ? before : nullptr);
-    _putenv_s("Q32BASE_ISA", before);
 }
 
 // --- the choice itself ---------------------------------------------------------------------------

@@ -102,6 +102,41 @@ TEST_F(Start, KeepsAnExistingTemporaryDirectory) {
     DeleteFileA((frame::sandbox_swap() + "mine.txt").c_str());
 }
 
+// --- physical memory -----------------------------------------------------------------------------
+
+// A memory limit of 0xFFFFFFFF is the physical memory as it was at the start; on systems that are
+// neither NT nor version 4 or later it is 1 MB.
+TEST_F(Start, MeasuresThePhysicalMemory) {
+    const struct {
+        DWORD version;
+        bool measured;
+    } systems[] = {{0x0000000A, true}, {0x1DB10106, true},  {0x04210303, true}, {0xC0000004, true},
+                   {0xC0000A04, true}, {0x80000A03, false}, {0xC0000A03, false}};
+    for (const auto &system : systems) {
+        SCOPED_TRACE(system.version);
+        {
+            const Replaced<call::GetVersion> version([&] { return system.version; });
+            const Replaced<call::GlobalMemoryStatus> memory([](MEMORYSTATUS *status) {
+                GlobalMemoryStatus(status);
+                status->dwTotalPhys = 3000000;
+            });
+            start();
+        }
+        set_memory_limit(1, 0xFFFFFFFF);
+        allocate(8, 1000, 1000, BUF32_TILED);
+        const HBUF32 second = allocate(8, 1000, 1000, BUF32_TILED);
+        EXPECT_EQ(word(second, field_file) == 0, system.measured);
+        if (system.measured) {
+            EXPECT_NE(word(allocate(8, 1000, 1000, BUF32_TILED), field_file), 0u); // exactly all
+            EXPECT_EQ(word(allocate(8, 1000, 999, BUF32_TILED), field_file), 0u);
+        } else {
+            EXPECT_EQ(word(allocate(8, 1000, 48, BUF32_TILED), field_file), 0u);
+            EXPECT_NE(word(allocate(8, 1000, 1, BUF32_TILED), field_file), 0u);
+        }
+        stop();
+    }
+}
+
 // --- failing steps -------------------------------------------------------------------------------
 
 // A master file that cannot be made fails the start: nothing after it happens, and what had been
