@@ -7,7 +7,7 @@ import os
 import signal
 
 import pictures
-from tool_case import CANCELLED, ToolCase, text
+from tool_case import CANCELLED, ToolCase
 
 
 class CtrlC(ToolCase):
@@ -20,20 +20,15 @@ class CtrlC(ToolCase):
     def cancel(self, moment, *arguments):
         """Sends Ctrl-C when the progress has come to moment; returns the swap files of then."""
         before = self.files()
-        process = self.start(*arguments, "--progress", "--storage", "file", "--swap-dir", "swap")
+        swap = ["--storage", "file", "--swap-dir", "swap"]
+        process, said = self.run_until(moment, *arguments, *swap)
         with process:
-            said = b""
-            while moment not in said:
-                more = os.read(process.stderr.fileno(), 4096)
-                self.assertTrue(more, f"ended too early: {said}")
-                said += more
             swap_files = os.listdir(self.swap)
             process.send_signal(signal.SIGINT)
             out, rest = process.communicate(timeout=20)
         self.assertEqual(process.returncode, CANCELLED, rest)
         self.assertEqual(out, b"")
-        last_line = text(said + rest).rstrip("\n").replace("\r", "\n").splitlines()[-1]
-        self.assertRegex(last_line, r"^q32tool: .*cancelled")
+        self.assertRegex(self.last_line(said + rest), r"^q32tool: .*cancelled")
         self.assert_only_new(before)
         return swap_files
 

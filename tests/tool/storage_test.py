@@ -163,26 +163,44 @@ class SwapDirectories(ToolCase):
 
 
 class Crashes(ToolCase):
-    def test_the_next_run_deletes_the_swap_file_of_a_killed_one(self):
-        swap = self.folder / self.make_folder("swap")
+    def setUp(self):
+        super().setUp()
+        self.swap = self.folder / self.make_folder("swap")
+        # Takes more than a second to write.
         self.write("in.png", pictures.png(pictures.noise(3000, 3000), level=0))
-        process = self.start("convert", "in.png", "out.png", "--progress", *STORAGES["file"])
+
+    def start_writing(self):
+        """A conversion that is busy writing, what it has said, and its swap file."""
+        convert = ["convert", "in.png", "out.png", *STORAGES["file"]]
+        process, said = self.run_until(b"writing", *convert)
+        (swap_file,) = self.swap.iterdir()
+        self.assertRegex(swap_file.name, r"^~QT\w+\.tmp$")
+        return process, said, swap_file
+
+    def test_pixels_that_are_lost_with_their_disk(self):
+        # Pages of a file that has become shorter cannot be had, as if its disk were full or gone.
+        before = self.files()
+        process, said, swap_file = self.start_writing()
         with process:
-            said = b""
-            while b"writing" not in said:
-                more = os.read(process.stderr.fileno(), 4096)
-                self.assertTrue(more, f"ended too early: {said}")
-                said += more
-            left = os.listdir(swap)
-            process.send_signal(signal.SIGKILL)
-        self.assertEqual(len(left), 1)
-        self.assertRegex(left[0], r"^~QT\w+\.tmp$")
+            process.send_signal(signal.SIGSTOP)
+            os.truncate(swap_file, 0)
+            process.send_signal(signal.SIGCONT)
+            out, rest = process.communicate(timeout=20)
+        self.assertEqual((process.returncode, out), (FAILED, b""))
+        self.assertRegex(self.last_line(said + rest), r"^q32tool: .*swap file")
+        self.assert_only_new(before)
+
+    def test_the_next_run_deletes_the_swap_file_of_a_killed_one(self):
+        process, _, swap_file = self.start_writing()
+        with process:
+            process.kill()
+        self.assertTrue(swap_file.exists())
         self.assertFalse((self.folder / "out.png").exists())
 
         self.write("small.png", pictures.png(pictures.noise(2, 2)))
         self.info("small.png")
         # Another program that starts at the same moment may be the one that deletes it.
         end = time.monotonic() + 5
-        while os.listdir(swap) and time.monotonic() < end:
+        while swap_file.exists() and time.monotonic() < end:
             time.sleep(0.05)
-        self.assertEqual(os.listdir(swap), [])
+        self.assertFalse(swap_file.exists())

@@ -84,16 +84,31 @@ class ToolCase(unittest.TestCase):
 
     # Running
 
-    def start(self, *arguments):
-        """Starts the program and returns at once."""
-        return subprocess.Popen(
-            [*Program.command, *arguments],
+    def run_until(self, moment, *arguments):
+        """Starts the program and waits until its progress has come to moment.
+
+        Returns the process, which goes on, and what it has said so far.
+        """
+        process = subprocess.Popen(
+            [*Program.command, *arguments, "--progress"],
             cwd=self.folder,
             env=environment(),
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
         )
+        said = b""
+        while moment not in said:
+            more = os.read(process.stderr.fileno(), 4096)
+            if not more:
+                process.communicate()
+                self.fail(f"ended too early: {said}")
+            said += more
+        return process, said
+
+    def last_line(self, output):
+        """What is left standing on a console after progress bars have gone over it."""
+        return text(output).rstrip("\n").replace("\r", "\n").splitlines()[-1]
 
     def run_tool(self, *arguments, file_size=None):
         """Runs the program to its end. file_size: no file can grow beyond it."""
