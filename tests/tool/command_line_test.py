@@ -75,6 +75,11 @@ class Misuse(ToolCase):
                     arguments = ["convert", "in.png", "out.png", option, value]
                     self.refuse(USAGE, *arguments, says=[option, f"'{value}'"])
 
+    def test_empty_names(self):
+        self.refuse(USAGE, "info", "", says="empty")
+        self.refuse(USAGE, "convert", "in.png", "", says="empty")
+        self.refuse(USAGE, "info", "in.png", "--swap-dir", "", says=["--swap-dir", "empty"])
+
     def test_thresholds(self):
         for value in ("256", "-1", "1x", "", "4294967296"):
             with self.subTest(value=value):

@@ -162,9 +162,6 @@ class Outputs(ToolCase):
     def test_no_extension(self):
         self.refuse_output("out", "out", "extension")
 
-    def test_no_name(self):
-        self.refuse_output("")
-
     def test_missing_directory(self):
         self.refuse_output("nowhere/out.png", "nowhere/out.png", "directory", "does not exist")
 

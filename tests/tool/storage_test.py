@@ -124,9 +124,6 @@ class SwapDirectories(ToolCase):
     def test_a_file(self):
         self.refuse_swap("in.png", "in.png")
 
-    def test_no_name(self):
-        self.refuse_swap("", "--swap-dir")
-
     def test_where_no_file_can_be_made(self):
         self.refuse_swap("/proc", "error 1001, module 4, point 2")
 
