@@ -145,6 +145,11 @@ TEST_F(BufferRecord, TablesFollowTheType) {
     EXPECT_EQ(table_of(tiled), table_of(other));
     EXPECT_EQ(table_of(linear), table_of(linear_memory));
     EXPECT_EQ(table_of(linear), table_of(shrink));
+    // The set goes by the whole type, not by its bits.
+    for (uint32_t type : {3u, 5u, 129u, 0x80000001u, 0x40u, 0x20000000u}) {
+        Buffer buffer(8, 10, 10, type, colour);
+        EXPECT_EQ(table_of(buffer), table_of(tiled)) << type;
+    }
     EXPECT_NE(table_of(tiled), table_of(one_colour));
     EXPECT_NE(table_of(tiled), table_of(patterned));
     EXPECT_NE(table_of(tiled), table_of(over));
