@@ -97,7 +97,9 @@ void Q32COMM_CALL qfdSplitPathname(const char *path, char *drive, char *director
 }
 
 void Q32COMM_CALL qfdDelSlash(char *path) {
-    const std::string_view text = path == nullptr ? "" : path;
+    if (path == nullptr)
+        return;
+    const std::string_view text = path;
     if (!text.empty() && behind_last(text, is_separator) == text.size())
         path[text.size() - 1] = '\0';
 }

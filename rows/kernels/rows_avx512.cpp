@@ -79,7 +79,8 @@ struct NarrowToWords {
     static constexpr int index_of(int at) { return at < 64 ? at : 64 + at - 32; }
 
     void store(uint8_t *destination, const Loaded &v) const {
-        constexpr Field first = Format::first, second = Format::second, third = Format::third;
+        static constexpr Field first = Format::first, second = Format::second,
+                               third = Format::third;
         constexpr __mmask64 low_bytes = 0x5555555555555555;
         constexpr int outer_fields = first.mask() | third.mask();
 
