@@ -158,6 +158,27 @@ TEST_F(Start, WithoutAMasterFileFails) {
     expect_nothing_left();
 }
 
+// The system stops a library at once whose start it was that failed.
+TEST_F(Start, MayBeStoppedAfterItHasFailed) {
+    load();
+    {
+        FailingCall failing("CreateFileA", 1, FailingCall::from_there_on);
+        EXPECT_FALSE(library().attach());
+        library().detach();
+    }
+    expect_reports({no_master});
+    expect_nothing_left();
+    {
+        const Replaced<call::GetDeviceCaps> sixteen(
+            [](HDC, int index) { return index == BITSPIXEL ? 4 : 1; });
+        EXPECT_FALSE(library().attach());
+        library().detach();
+    }
+    frame::forget_reports();
+    expect_nothing_left();
+    start();
+}
+
 // Lets the n-th call of a function fail in a start of its own, for every n, with and without a
 // master file. A start either succeeds, or fails and leaves nothing; each failure is reported as
 // allowed. Returns the reports that were seen.

@@ -143,6 +143,18 @@ TEST_F(RecordFile, TakesTheFirstFreeSlot) {
         EXPECT_EQ(text_at(after, slot * slot_bytes), text_at(master, slot * slot_bytes));
 }
 
+// Somebody has deleted the master file since the start: it is made again, and the next process
+// takes it for a valid one.
+TEST_F(RecordFile, AMasterFileThatIsGoneIsMadeAgain) {
+    ASSERT_TRUE(DeleteFileA(master_file().c_str()));
+    swapped(200, 200);
+    Bytes master = frame::read_file(master_file());
+    ASSERT_EQ(master.size(), master_bytes);
+    EXPECT_EQ(text_at(master, 0), record_path());
+    std::fill_n(master.begin(), slot_bytes, 0);
+    EXPECT_EQ(master, empty_master());
+}
+
 TEST_F(RecordFile, IsDeletedAtTheStop) {
     swapped(200, 200);
     const std::string path = record_path();
