@@ -47,6 +47,10 @@ class Inputs(ToolCase):
     def test_in_a_missing_directory(self):
         self.refuse(FAILED, "info", "nowhere/in.png", says="nowhere/in.png")
 
+    def test_no_wildcards(self):
+        self.write("in.png", pictures.png(PICTURE))
+        self.refuse(FAILED, "info", "*.png", says=["*.png", "name"])
+
     def test_directory(self):
         self.refuse_picture(self.make_folder("pictures"), "directory")
 
@@ -169,7 +173,7 @@ class Outputs(ToolCase):
         self.refuse_output(self.make_folder("out.png"), "out.png", "directory")
 
     def test_where_no_file_can_be_made(self):
-        self.refuse_output("/proc/out.png", "/proc/out.png")
+        self.refuse_output("/proc/out.png", "/proc/out.png", "no file of this name can be made")
 
     def test_below_a_file(self):
         self.refuse_output("in.png/out.png", "in.png/out.png")

@@ -142,7 +142,7 @@ class SwapDirectories(ToolCase):
             self.refuse_swap("full", "error 1001", file_size=65_536)
             return
         self.addCleanup(subprocess.run, ["umount", full], check=True)
-        self.refuse_swap("full", ["room", "--swap-dir"])
+        self.refuse_swap("full", ["64.0 KB of 175.8 KB", "--swap-dir"])
 
     def test_name_with_spaces_and_absolute_path(self):
         directory = self.folder / self.make_folder("swap files")
