@@ -3,6 +3,7 @@
 #include "interrupt.h"
 
 #include "failure.h"
+#include "progress.h"
 #include "text.h"
 
 #include <windows.h>
@@ -35,6 +36,7 @@ LONG CALLBACK on_exception(EXCEPTION_POINTERS *fault) {
 // Mapped swap files turn a full disk into a fault at the touching instruction. Leaving through
 // ExitProcess lets the library remove its swap files as it is unloaded.
 LONG WINAPI on_unhandled_fault(EXCEPTION_POINTERS *fault) {
+    clear_progress();
     char line[200];
     std::snprintf(line, sizeof line,
                   "q32tool: memory or a swap file could not be reached (fault %08lx at %p); is the "

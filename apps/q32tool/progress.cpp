@@ -14,6 +14,7 @@ using namespace std::chrono_literals;
 constexpr size_t bar_width = 40;
 
 ShowProgress show_progress = ShowProgress::on_console;
+size_t drawn_width = 0; // of the bar that stands on the error stream now
 
 bool is_shown() {
     return show_progress == ShowProgress::always ||
@@ -32,9 +33,14 @@ Progress::Progress(std::string_view what, int steps)
         next_draw_ = Clock::now() + (show_progress == ShowProgress::always ? 0ms : 500ms);
 }
 
+void clear_progress() {
+    if (drawn_width > 0)
+        print_error("\r" + std::string(drawn_width, ' ') + "\r");
+    drawn_width = 0;
+}
+
 Progress::~Progress() {
-    if (drawn_)
-        print_error("\r" + std::string(what_.size() + bar_width + 8, ' ') + "\r");
+    clear_progress();
 }
 
 void Progress::advance(int steps) {
@@ -47,9 +53,11 @@ void Progress::advance(int steps) {
 void Progress::draw() {
     const size_t percent = static_cast<size_t>(done_) * 100 / static_cast<size_t>(steps_);
     const size_t filled = bar_width * percent / 100;
-    print_error("\r" + std::string(what_) + " [" + std::string(filled, '#') +
-                std::string(bar_width - filled, '.') + "] " + std::to_string(percent) + "%");
-    drawn_ = true;
+    const std::string bar = std::string(what_) + " [" + std::string(filled, '#') +
+                            std::string(bar_width - filled, '.') + "] " + std::to_string(percent) +
+                            "%";
+    print_error("\r" + bar);
+    drawn_width = bar.size();
     next_draw_ = Clock::now() + 100ms;
 }
 

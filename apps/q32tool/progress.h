@@ -14,6 +14,9 @@ enum class ShowProgress {
 
 void set_progress(ShowProgress show);
 
+// Takes the bar off the error stream, for a line that is to stand alone.
+void clear_progress();
+
 class Progress {
 public:
     Progress(std::string_view what, int steps);
@@ -31,7 +34,6 @@ private:
     std::string_view what_;
     int done_ = 0;
     int steps_;
-    bool drawn_ = false;
     Clock::time_point next_draw_;
 };
 
