@@ -105,6 +105,27 @@ TEST_F(RecordFile, HoldsAnEntryForEachSwapFile) {
         EXPECT_EQ(text_at(entries(), kept * 260), swap_file_of(buffers[kept]));
 }
 
+// A swap file that cannot be entered fails the allocation, and its entry is free for the next.
+TEST_F(RecordFile, AnEntryThatCannotBeWrittenStaysFree) {
+    const HBUF32 first = swapped(200, 200);
+    const Census before = Census::now();
+    for (int time = 0; time < 2; ++time) {
+        Calls calls;
+        Watch<call::WriteFile> write{calls};
+        write.refuse = [this](HANDLE file, auto...) { return file == record; };
+        HBUF32 buffer = 0;
+        EXPECT_EQ(api().buf32Alloc(&buffer, 8, 200, 200, BUF32_TILED_FILE, nullptr), 0);
+        EXPECT_EQ(frame::reports().size(), 1u);
+        frame::forget_reports();
+        EXPECT_EQ(Census::now(), before);
+        EXPECT_EQ(mapped_bytes(), 40000u);
+    }
+    const HBUF32 second = swapped(200, 200);
+    EXPECT_EQ(word(second, field_record_entry), 1u);
+    EXPECT_EQ(text_at(entries(), 260), swap_file_of(second));
+    EXPECT_EQ(text_at(entries(), 0), swap_file_of(first));
+}
+
 TEST_F(RecordFile, IsFlushedAtEveryChange) {
     const HBUF32 first = swapped(200, 200);
     FileWatch watch;
