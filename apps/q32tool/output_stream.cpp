@@ -10,9 +10,11 @@ HRESULT result(BOOL succeeded) {
 
 } // namespace
 
+// Shared for deletion: a fault deletes the unfinished file while it is still open.
 OutputStream::OutputStream(const std::wstring &path)
-    : file_(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                        CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)) {
+    : file_(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                        FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
+                        FILE_ATTRIBUTE_NORMAL, nullptr)) {
     if (file_ == INVALID_HANDLE_VALUE)
         error_ = GetLastError();
 }
