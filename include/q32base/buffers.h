@@ -251,8 +251,11 @@ Q32_API int Q32_CALL buf32CellUnlock(HBUF32 buffer, int index);
  *
  * The buffer must be locked by the caller (in any way). Modes 3 and 4 are meant for buffers of 1
  * bit per pixel, modes 5 to 8 for 16 bits. On other depths they convert the row's bytes as they
- * stand, with zeros for bytes that the row does not have. A handle of 0, and no memory for a staged
- * row: 0 without a report. 3200, 0, 4, 6   memory is null 5804, 1, 3, 3   the buffer is not locked
+ * stand, with zeros for bytes that the row does not have.
+ *
+ * A handle of 0, and no memory for a staged row: 0 without a report.
+ *   3200, 0, 4, 6   memory is null (tested before the handle)
+ *   5804, 1, 3, 3   the buffer is not locked
  */
 Q32_API int Q32_CALL buf32Line(HBUF32 buffer, int row, int mode, void *memory);
 
