@@ -33,7 +33,9 @@ target_link_libraries(q32_dll_options INTERFACE q32_kernel_options)
 if(WIN32)
   # No time stamp and a fixed image base make two builds of one source identical.
   target_link_options(q32_dll_options INTERFACE -static -static-libgcc -static-libstdc++
-                      -Wl,--no-insert-timestamp -Wl,--enable-stdcall-fixup -Wl,--no-undefined)
+                      -Wl,--no-insert-timestamp -Wl,--no-undefined)
+  # What ships carries no debug sections; those of the C runtime would be half of it.
+  target_link_options(q32_dll_options INTERFACE $<$<CONFIG:Release>:-Wl,-s>)
 endif()
 
 # q32_kernel_sources(TARGET FILE...): adds kernel files to a target; a file whose name ends in an
