@@ -28,7 +28,12 @@ Q32_BEGIN_DECLS
 
 /* --- types and blocks ------------------------------------------------------------------------ */
 
-/* Buffer types: the type argument of buf32Alloc. The values are bits. */
+/*
+ * Buffer types: the type argument of buf32Alloc. The values are bits.
+ *
+ * In this version bitmap buffers are refused, and buffers over caller memory and of patterns can
+ * be allocated, examined and freed only: their locks and rows fail without a report.
+ */
 #define BUF32_TILED         0u          /* cells, in memory or in a swap file */
 #define BUF32_ONE_COLOUR    1u          /* every pixel has one colour; no pixel storage */
 #define BUF32_LINEAR        2u          /* one cell of the whole image */
@@ -150,6 +155,7 @@ static_assert(sizeof(BUF32DIRECTORIES) == 1056, "four paths and four words");
  *   3200, 0, 4, 8    a type with bit 0 set and no colour; a pattern or caller memory without extra
  *                    or without pixels, a pattern of width or height 0
  *   1001, 0, 4, 10   one colour, pattern: the record or the pattern's copy cannot be had
+ *   5800, 0, 4, 1    BUF32_DIB: not available in this version (after the checks of the sides)
  *   1001, 0, 4, 2    the swap file cannot be made, sized or mapped
  *   1001, 0, 4, 3    the swap file is over the file limit, or no directory can hold it
  *   1001, 0, 4, 4    BUF32_LINEAR_MEMORY: no virtual memory
