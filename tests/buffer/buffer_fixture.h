@@ -6,11 +6,11 @@
 #include "tests/buffer/record_words.h"
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
+#include "tests/frame/fenced_memory.h"
 #include "tests/frame/library.h"
 #include "tests/frame/misaligned.h"
+#include "tests/frame/random.h"
 #include "tests/frame/sandbox.h"
-#include "tests/kernels/fenced_memory.h"
-#include "tests/kernels/random.h"
 
 #include <gtest/gtest.h>
 #include <q32base/buffers.h>

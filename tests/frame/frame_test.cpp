@@ -1,10 +1,10 @@
 // The frame itself: what the other tests lean on must be able to notice what they look for.
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
+#include "tests/frame/fenced_memory.h"
 #include "tests/frame/library.h"
 #include "tests/frame/misaligned.h"
 #include "tests/frame/sandbox.h"
-#include "tests/kernels/fenced_memory.h"
 
 #include <array>
 #include <functional>

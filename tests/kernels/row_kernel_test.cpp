@@ -3,8 +3,8 @@
 // the domain is small enough. What the exports add to them is tested with the library.
 #include "rows/kernels/row_kernels.h"
 
-#include "tests/kernels/fenced_memory.h"
-#include "tests/kernels/random.h"
+#include "tests/frame/fenced_memory.h"
+#include "tests/frame/random.h"
 #include "tests/kernels/row_models.h"
 #include "tests/kernels/row_sweep.h"
 

@@ -2,8 +2,8 @@
 // leaves the meaning of the bytes to the conversion it is given.
 #include "tests/kernels/row_sweep.h"
 
-#include "tests/kernels/fenced_memory.h"
-#include "tests/kernels/random.h"
+#include "tests/frame/fenced_memory.h"
+#include "tests/frame/random.h"
 
 #include <gtest/gtest.h>
 

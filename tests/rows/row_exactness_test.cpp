@@ -2,8 +2,8 @@
 // in place, and random rows, with and without the MMX flag.
 #include "tests/rows/row_fixture.h"
 
-#include "tests/kernels/fenced_memory.h"
-#include "tests/kernels/random.h"
+#include "tests/frame/fenced_memory.h"
+#include "tests/frame/random.h"
 #include "tests/kernels/row_models.h"
 #include "tests/kernels/row_sweep.h"
 

@@ -1,5 +1,6 @@
 // Seeded, numbered random cases: a case depends on the seed and its own number only, so that any
-// one can be run again alone. Q32_TEST_SEED sets the seed, Q32_TEST_CASE the one case to run.
+// one can be run again alone. Q32BASE_TEST_SEED sets the seed, Q32BASE_TEST_CASE the one case to
+// run.
 #pragma once
 
 #include <cstddef>
@@ -43,7 +44,7 @@ inline std::uint64_t environment_number(const char *name, std::uint64_t otherwis
 }
 
 inline std::uint64_t test_seed() {
-    static const std::uint64_t seed = environment_number("Q32_TEST_SEED", 20240517);
+    static const std::uint64_t seed = environment_number("Q32BASE_TEST_SEED", 20240517);
     return seed;
 }
 
@@ -52,7 +53,7 @@ inline std::uint64_t test_seed() {
 template <class Body>
 void random_cases(std::uint64_t count, Body body) {
     constexpr std::uint64_t all = ~std::uint64_t{0};
-    const std::uint64_t only = environment_number("Q32_TEST_CASE", all);
+    const std::uint64_t only = environment_number("Q32BASE_TEST_CASE", all);
     for (std::uint64_t number = 0; number < count; ++number) {
         if (only != all && number != only)
             continue;
@@ -64,8 +65,8 @@ void random_cases(std::uint64_t count, Body body) {
 
 // How to run one case again; goes into every failure message.
 inline std::string rerun(std::uint64_t number) {
-    return "rerun alone with Q32_TEST_SEED=" + std::to_string(test_seed()) +
-           " Q32_TEST_CASE=" + std::to_string(number);
+    return "rerun alone with Q32BASE_TEST_SEED=" + std::to_string(test_seed()) +
+           " Q32BASE_TEST_CASE=" + std::to_string(number);
 }
 
 } // namespace q32::test
