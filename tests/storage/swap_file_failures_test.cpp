@@ -188,9 +188,9 @@ TEST_F(Registration, MasterFileIsTriedFor501Times) {
 
 TEST_F(Registration, NoFreeSlot) {
     stop();
-    std::vector<std::string> paths;
-    for (int i = 0; i < int(slot_count); ++i)
-        paths.push_back(frame::sandbox() + "gone" + std::to_string(i));
+    std::vector<std::string> paths(slot_count);
+    for (std::size_t i = 0; i < slot_count; ++i)
+        paths[i] = frame::sandbox() + "gone" + std::to_string(i);
     const Bytes full = master_with(paths);
     frame::write_file(master_file(), full);
     start();
