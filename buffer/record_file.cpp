@@ -30,13 +30,7 @@ RecordFile own;
 // The slot map, locked for the time of use.
 class SlotMap {
 public:
-    SlotMap() : bytes_(static_cast<char *>(GlobalLock(own.slot_map))) {}
-    ~SlotMap() {
-        if (bytes_ != nullptr)
-            GlobalUnlock(own.slot_map);
-    }
-    SlotMap(const SlotMap &) = delete;
-    SlotMap &operator=(const SlotMap &) = delete;
+    SlotMap() : block_(own.slot_map), bytes_(static_cast<char *>(block_.memory())) {}
 
     explicit operator bool() const { return bytes_ != nullptr; }
     void free(uint32_t entry) { bytes_[entry] = 0; }
@@ -48,6 +42,7 @@ public:
     }
 
 private:
+    LockedBlock block_;
     char *bytes_;
 };
 

@@ -9,23 +9,6 @@
 namespace q32::rows {
 namespace {
 
-// A global block's memory for the time of the scope; null when it cannot be locked.
-class LockedBlock {
-public:
-    explicit LockedBlock(HGLOBAL block) : block_(block), memory_(GlobalLock(block)) {}
-    LockedBlock(const LockedBlock &) = delete;
-    LockedBlock &operator=(const LockedBlock &) = delete;
-    ~LockedBlock() {
-        if (memory_ != nullptr)
-            GlobalUnlock(block_);
-    }
-    void *memory() const { return memory_; }
-
-private:
-    HGLOBAL block_;
-    void *memory_;
-};
-
 bool copy_block(HGLOBAL to, HGLOBAL from, SIZE_T size) {
     const LockedBlock source(from), destination(to);
     if (source.memory() == nullptr || destination.memory() == nullptr)

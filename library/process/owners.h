@@ -68,6 +68,24 @@ struct ViewTraits {
 };
 using View = Owner<ViewTraits>;
 
+// A moveable global block's memory for the time of the scope; null when it cannot be locked.
+class LockedBlock {
+public:
+    explicit LockedBlock(HGLOBAL block) : block_(block), memory_(GlobalLock(block)) {}
+    LockedBlock(const LockedBlock &) = delete;
+    LockedBlock &operator=(const LockedBlock &) = delete;
+    ~LockedBlock() {
+        if (memory_ != nullptr)
+            GlobalUnlock(block_);
+    }
+
+    void *memory() const { return memory_; }
+
+private:
+    HGLOBAL block_;
+    void *memory_;
+};
+
 // Runs a function at the end of the scope unless it is dismissed.
 template <typename Function>
 class ScopeGuard {
