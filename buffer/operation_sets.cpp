@@ -56,23 +56,20 @@ constexpr Operations one_colour_set = {
     .line_span = line_span,
 };
 
-constexpr Operations caller_memory_set = {
-    .lock = refuse_lock,
-    .cell_lock = refuse_cell_lock,
-    .cell_unlock = cell_unlock,
-    .line = refuse_line,
-    .point_address = refuse_caller_memory_point,
-    .unlock = unlock,
-};
+// Buffers that have no cells of their own: only what was locked could be unlocked.
+constexpr Operations refusing_set(decltype(Operations::point_address) point_address) {
+    return {
+        .lock = refuse_lock,
+        .cell_lock = refuse_cell_lock,
+        .cell_unlock = cell_unlock,
+        .line = refuse_line,
+        .point_address = point_address,
+        .unlock = unlock,
+    };
+}
 
-constexpr Operations pattern_set = {
-    .lock = refuse_lock,
-    .cell_lock = refuse_cell_lock,
-    .cell_unlock = cell_unlock,
-    .line = refuse_line,
-    .point_address = refuse_point_address,
-    .unlock = unlock,
-};
+constexpr Operations caller_memory_set = refusing_set(refuse_caller_memory_point);
+constexpr Operations pattern_set = refusing_set(refuse_point_address);
 
 } // namespace
 
