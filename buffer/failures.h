@@ -1,5 +1,5 @@
-// Failure sites of buffer records, cells and one-colour locks, in the order of the tables that
-// support staff read: message, severity, module, point. Storage has its own table.
+// Failure sites of buffer records, cells, rectangles and special buffers, in the order of the
+// tables that support staff read: message, severity, module, point. Storage has its own table.
 #pragma once
 
 #include "library/process/failure.h"
@@ -38,7 +38,47 @@ inline constexpr FailureSite one_colour_no_storage{1001, 0, 2, 4};
 inline constexpr FailureSite one_colour_no_block{1001, 0, 2, 5};
 inline constexpr FailureSite one_colour_not_locked{5804, 0, 2, 6};
 
+// Rectangles.
+inline constexpr FailureSite null_argument{3200, 0, 4, 6};
+inline constexpr FailureSite nothing_to_get{3200, 1, 3, 13};
+inline constexpr FailureSite nothing_to_merge{3200, 1, 3, 14};
+inline constexpr FailureSite depths_differ{3200, 1, 4, 18};
+inline constexpr FailureSite no_strip{1001, 1, 4, 19};
+inline constexpr FailureSite duplicate_types_differ{4026, 1, 3, 6};
+inline constexpr FailureSite duplicate_sizes_differ{4026, 1, 3, 7};
+inline constexpr FailureSite no_duplicate_record{1001, 1, 3, 8};
+inline constexpr FailureSite no_duplicate_layout{1001, 1, 3, 9};
+
+// Fills.
+inline constexpr FailureSite null_colour{3200, 0, 3, 5};
+inline constexpr FailureSite bitmap_not_converted{5800, 0, 4, 20};
+inline constexpr FailureSite no_fill_block{1001, 1, 4, 21};
+inline constexpr FailureSite null_pattern{3200, 0, 70, 22};
+inline constexpr FailureSite no_pattern_copy{1001, 1, 70, 23};
+
+// Bitmaps.
+inline constexpr FailureSite no_bitmap_record{1001, 1, 4, 14};
+inline constexpr FailureSite not_a_bitmap{1001, 1, 4, 15};
+inline constexpr FailureSite not_a_bitmap_buffer{3200, 0, 4, 16};
+inline constexpr FailureSite bitmap_null_fill{3200, 0, 1, 1};
+inline constexpr FailureSite bitmap_types_differ{3200, 0, 1, 3};
+inline constexpr FailureSite bitmap_sizes_differ{3200, 0, 1, 4};
+inline constexpr FailureSite no_private_bitmap{1001, 0, 1, 5};
+inline constexpr FailureSite no_private_row_table{1001, 0, 1, 7};
+inline constexpr FailureSite no_bitmap_duplicate{1001, 1, 1, 8};
+inline constexpr FailureSite no_bitmap_duplicate_layout{1001, 1, 1, 9};
+inline constexpr FailureSite bitmap_destination_not_made{1001, 0, 1, 9};
+
+// One-colour buffers as rectangles and duplicates.
+inline constexpr FailureSite one_colour_types_differ{3200, 0, 2, 7};
+inline constexpr FailureSite one_colour_sizes_differ{3200, 0, 2, 8};
+inline constexpr FailureSite no_one_colour_duplicate{1001, 0, 2, 9};
+inline constexpr FailureSite nothing_to_get_of_one_colour{3200, 0, 2, 10};
+
 // Buffers over caller memory.
 inline constexpr FailureSite caller_memory_no_point{5800, 0, 50, 61};
+inline constexpr FailureSite caller_memory_no_fill{5800, 0, 50, 62};
+inline constexpr FailureSite caller_memory_no_merge_buffer{5800, 0, 50, 63};
+inline constexpr FailureSite caller_memory_no_merge_memory{5800, 0, 50, 64};
 
 } // namespace q32::buffer::site

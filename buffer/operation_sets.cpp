@@ -2,38 +2,19 @@
 // does not offer; the exports refuse them.
 #include "buffer/operations.h"
 
+#include "buffer/bitmap_entries.h"
+#include "buffer/buffer_copy.h"
+#include "buffer/caller_memory.h"
 #include "buffer/cells.h"
-#include "buffer/failures.h"
+#include "buffer/duplicates.h"
+#include "buffer/fills.h"
 #include "buffer/lines.h"
 #include "buffer/one_colour.h"
+#include "buffer/pattern.h"
+#include "buffer/transfer.h"
 
 namespace q32::buffer {
 namespace {
-
-// --- entries that refuse ------------------------------------------------------------------------
-
-int refuse_lock(Record &, int, void **) {
-    return 0;
-}
-
-int refuse_cell_lock(Record &, int, void **, BUF32CELL *) {
-    return 0;
-}
-
-int refuse_line(Record &, int, int, void *) {
-    return 0;
-}
-
-void *refuse_point_address(Record &, int, int) {
-    return nullptr;
-}
-
-void *refuse_caller_memory_point(Record &, int, int) {
-    fail(site::caller_memory_no_point);
-    return nullptr;
-}
-
-// --- the sets -----------------------------------------------------------------------------------
 
 // Tiled buffers, and linear ones: their single cell follows the same rules.
 constexpr Operations ordinary_set = {
@@ -43,8 +24,25 @@ constexpr Operations ordinary_set = {
     .line = line,
     .point_address = point_address,
     .unlock = unlock,
+    .fill_one_colour = fill_one_colour,
+    .duplicate = duplicate,
+    .get_buffer = get_buffer,
+    .merge_buffer = merge_buffer,
+    .get_memory = get_memory,
+    .get_memory_with_background = get_memory_with_background,
+    .merge_memory = merge_memory,
     .line_span = line_span,
+    .fill_pattern = fill_pattern,
 };
+
+constexpr Operations bitmap_set = [] {
+    Operations set = ordinary_set;
+    set.fill_one_colour = bitmap_fill_one_colour;
+    set.duplicate = bitmap_duplicate;
+    set.get_buffer = bitmap_get_buffer;
+    set.fill_pattern = bitmap_fill_pattern;
+    return set;
+}();
 
 constexpr Operations one_colour_set = {
     .lock = one_colour_lock,
@@ -53,23 +51,50 @@ constexpr Operations one_colour_set = {
     .line = line,
     .point_address = one_colour_point_address,
     .unlock = one_colour_unlock,
+    .fill_one_colour = fill_one_colour,
+    .duplicate = one_colour_duplicate,
+    .get_buffer = one_colour_get_buffer,
+    .merge_buffer = one_colour_merge_buffer,
+    .get_memory = one_colour_get_memory,
+    .get_memory_with_background = one_colour_get_memory_with_background,
+    .merge_memory = merge_memory_by_lock,
     .line_span = line_span,
+    .fill_pattern = fill_pattern,
 };
 
-// Buffers that have no cells of their own: only what was locked could be unlocked.
-constexpr Operations refusing_set(decltype(Operations::point_address) point_address) {
-    return {
-        .lock = refuse_lock,
-        .cell_lock = refuse_cell_lock,
-        .cell_unlock = cell_unlock,
-        .line = refuse_line,
-        .point_address = point_address,
-        .unlock = unlock,
-    };
-}
+constexpr Operations pattern_set = {
+    .lock = pattern_lock,
+    .cell_lock = pattern_cell_lock,
+    .cell_unlock = cell_unlock,
+    .line = pattern_line,
+    .point_address = pattern_point_address,
+    .unlock = unlock,
+    .fill_one_colour = fill_one_colour,
+    .duplicate = pattern_duplicate,
+    .get_buffer = get_buffer,
+    .merge_buffer = merge_buffer,
+    .get_memory = get_memory,
+    .get_memory_with_background = get_memory_with_background,
+    .merge_memory = merge_memory_by_lock,
+    .line_span = pattern_line_span,
+    .fill_pattern = fill_pattern,
+};
 
-constexpr Operations caller_memory_set = refusing_set(refuse_caller_memory_point);
-constexpr Operations pattern_set = refusing_set(refuse_point_address);
+constexpr Operations caller_memory_set = {
+    .lock = caller_memory_lock,
+    .cell_lock = caller_memory_cell_lock,
+    .cell_unlock = cell_unlock,
+    .line = caller_memory_line,
+    .point_address = caller_memory_point_address,
+    .unlock = unlock,
+    .fill_one_colour = caller_memory_fill_one_colour,
+    .duplicate = caller_memory_duplicate,
+    .get_buffer = get_buffer,
+    .merge_buffer = merge_buffer,
+    .get_memory = get_memory,
+    .get_memory_with_background = get_memory_with_background,
+    .merge_memory = caller_memory_merge_memory,
+};
 
 } // namespace
 
@@ -77,6 +102,8 @@ const Operations &operations_for(uint32_t type) {
     switch (type) {
     case BUF32_ONE_COLOUR:
         return one_colour_set;
+    case BUF32_DIB:
+        return bitmap_set;
     case BUF32_CALLER_MEMORY:
         return caller_memory_set;
     case BUF32_PATTERN:

@@ -31,8 +31,9 @@ Q32_BEGIN_DECLS
 /*
  * Buffer types: the type argument of buf32Alloc. The values are bits.
  *
- * In this version bitmap buffers are refused, and buffers over caller memory and of patterns can
- * be allocated, examined and freed only: their locks and rows fail without a report.
+ * A buffer over caller memory can be locked as a whole for reading, read by rows and rectangles,
+ * and be a source; everything else is refused. A buffer of one colour or of a pattern is read
+ * without storage; whatever writes pixels into it first makes an ordinary tiled buffer of it.
  */
 #define BUF32_TILED         0u          /* cells, in memory or in a swap file */
 #define BUF32_ONE_COLOUR    1u          /* every pixel has one colour; no pixel storage */
@@ -155,7 +156,7 @@ static_assert(sizeof(BUF32DIRECTORIES) == 1056, "four paths and four words");
  *   3200, 0, 4, 8    a type with bit 0 set and no colour; a pattern or caller memory without extra
  *                    or without pixels, a pattern of width or height 0
  *   1001, 0, 4, 10   one colour, pattern: the record or the pattern's copy cannot be had
- *   5800, 0, 4, 1    BUF32_DIB: not available in this version (after the checks of the sides)
+ *   BUF32_DIB        after the checks of the sides: as buf32DIBBufAlloc(handle, extra)
  *   1001, 0, 4, 2    the swap file cannot be made, sized or mapped
  *   1001, 0, 4, 3    the swap file is over the file limit, or no directory can hold it
  *   1001, 0, 4, 4    BUF32_LINEAR_MEMORY: no virtual memory
@@ -218,8 +219,11 @@ Q32_API int Q32_CALL buf32CountBuf(HBUF32 *handles);
  * buffer into an ordinary tiled one (type 0).
  *
  * A handle of 0: 0 without a report. On failure *base is 0.
- *   1001, 0, 2, 5   one colour, reading: no memory for its block
- *   1001, 0, 2, 4   one colour, writing: no storage (after the storage's own report)
+ *   1001, 0, 2, 5    one colour, reading: no memory for its block (pattern: 1001, 1, 4, 21)
+ *   1001, 0, 2, 4    one colour, writing: no storage (after the storage's own report)
+ *   as buf32Alloc    other types, writing: no storage for a duplicate's own pixels, or for those
+ *                    of a buffer whose pixels others share, or for a pattern's
+ * A write lock of a buffer over caller memory: 0 without a report.
  */
 Q32_API int Q32_CALL buf32Lock(HBUF32 buffer, int mode, void **base);
 
@@ -232,12 +236,14 @@ Q32_API int Q32_CALL buf32Unlock(HBUF32 buffer);
 /*
  * Locks one cell: counts one more lock, stores the cell's address in *address and, when cell is
  * not null, its description in *cell. Either pointer may be null. A last whole-buffer lock in mode
- * 2 or 3 makes this a write lock. The address stays valid until the buffer is freed, filled with
- * one colour or given private pixels. All cells of a one-colour buffer share one block.
+ * 2 or 3 makes this a write lock. The address stays valid until the buffer is freed, filled or
+ * given pixels of its own. All cells of a one-colour buffer share one block; so do those of a
+ * pattern buffer, where the address is good until the next call on the buffer.
  *
- * A handle of 0: 0 without a report. On failure *address is 0.
+ * A handle of 0, and a buffer over caller memory: 0 without a report. On failure *address is 0.
  *   5804, 0, 3, 1   index below 0 or not below the cell count (one colour: 5805, 0, 2, 1)
- *   1001, 0, 2, 2   one colour: no memory for its block
+ *   1001, 0, 2, 2   one colour: no memory for its block (pattern: 1001, 1, 4, 21)
+ *   as buf32Lock    a write lock without storage
  */
 Q32_API int Q32_CALL buf32CellLock(HBUF32 buffer, int index, void **address, BUF32CELL *cell);
 
@@ -283,6 +289,220 @@ Q32_API void *Q32_CALL buf32PointAddr(HBUF32 buffer, int x, int y);
  */
 Q32_API int Q32_CALL buf32PointAddEx(HBUF32 buffer, int x, int y, void **cell_address,
                                      void **pixel_address, int *x_in_cell, int *y_in_cell);
+
+/* --- rectangles ------------------------------------------------------------------------------ */
+
+/*
+ * Rectangles of pixels between a buffer and plain memory, between two buffers, and over a whole
+ * buffer. The functions from here to buf32FillPattern run at THREAD_PRIORITY_ABOVE_NORMAL and give
+ * the thread its own priority back when they return.
+ *
+ * Rectangles are x, y, width, height in pixels and may reach beyond the image: what lies outside
+ * is clipped away, and nothing is left to do when width or height is below 1.
+ *
+ * Memory. The block always stands for the whole rectangle, clipped or not: rows of
+ * width x bytes per pixel bytes, top row first, without gaps; under 8 bits per pixel, rows of
+ * (width x bits + 7) / 8 bytes, the leftmost pixel in the highest bits. Pixels are copied as they
+ * are stored. The memory must not be the storage of one of the buffers.
+ *
+ * Sharing. A duplicate reads the pixels of its source until one of the two is written: then the
+ * duplicate gets pixels of its own first. A failure to get them (with the report of the storage,
+ * see buf32Alloc) fails the call, with all pixels as they were.
+ *
+ * A buffer handle of 0: 0 without a report.
+ */
+
+/*
+ * Copies a rectangle of the buffer into memory. Memory of pixels outside the image stays as it is,
+ * as do the bits behind the last pixel of a row; a one-colour buffer fills the whole block.
+ *
+ *   3200, 0, 4, 6    memory is null (tested before the handle)
+ *   3200, 1, 3, 13   the rectangle lies outside the image (one colour: 3200, 0, 2, 10)
+ */
+Q32_API int Q32_CALL buf32GetMem(HBUF32 buffer, int x, int y, int width, int height, void *memory);
+
+/*
+ * The same, and pixels of the rectangle that lie outside the image become the background.
+ *
+ *   background   the colour's bytes per pixel bytes; under 8 bits one byte of pixels, which is
+ *                repeated over every byte of a row and also fills the bits behind its last pixel
+ *
+ *   3200, 0, 4, 6   memory is null (tested before the handle)
+ * A null background: 0 without a report.
+ */
+Q32_API int Q32_CALL buf32GetMemWithBC(HBUF32 buffer, int x, int y, int width, int height,
+                                       void *memory, const void *background);
+
+/*
+ * Copies memory over a rectangle of the buffer. Mind the order: memory comes before the size here.
+ *
+ *   3200, 0, 4, 6     memory is null (tested before the handle)
+ *   3200, 1, 3, 14    the rectangle lies outside the image
+ *   5800, 0, 50, 64   the buffer lies over caller memory
+ */
+Q32_API int Q32_CALL buf32MergeMem(HBUF32 buffer, int x, int y, const void *memory, int width,
+                                   int height);
+
+/*
+ * Copies a rectangle of the source into another buffer, whose (0, 0) stands for (x, y).
+ *
+ *   destination   *destination is a buffer of the same bits per pixel, or 0: then a buffer of the
+ *                 rectangle's size and the source's type is made (type 0 where the source is a
+ *                 bitmap, lies over caller memory, or has a type that is no BUF32_ value), which
+ *                 the caller gives back with buf32Free. On failure *destination is as it was. A
+ *                 null pointer: 0 without a report.
+ *
+ * The whole source in a new buffer, or in one of the same type and size, is a duplicate
+ * (buf32DupBuf), which takes microseconds whatever the size; from a bitmap it is a copy. A
+ * rectangle outside the source, or outside the destination, copies nothing and succeeds: the
+ * pixels of a new buffer are then not initialised.
+ *
+ *   3200, 1, 4, 18   the two differ in bits per pixel
+ *   1001, 1, 4, 19   no memory for one row
+ *   1001, 0, 1, 9    from a bitmap: the new buffer cannot be made (after its own report)
+ *   as buf32Alloc    other sources: the new buffer cannot be made
+ */
+Q32_API int Q32_CALL buf32GetBuf(HBUF32 source, int x, int y, int width, int height,
+                                 HBUF32 *destination);
+
+/*
+ * Copies a rectangle of the source to (destination_x, destination_y) of the destination. What lies
+ * outside either image is clipped away; nothing left is a success.
+ *
+ *   3200, 1, 4, 18    the two differ in bits per pixel
+ *   1001, 1, 4, 19    no memory for one row
+ *   5800, 0, 50, 63   the destination lies over caller memory
+ * A destination of 0: 0 without a report.
+ */
+Q32_API int Q32_CALL buf32MergeBuf(HBUF32 source, int x, int y, int width, int height,
+                                   HBUF32 destination, int destination_x, int destination_y);
+
+/*
+ * Makes *destination a duplicate of the source: it shares the source's pixels until either is
+ * written. A duplicate of a duplicate shares with the first source. One-colour and pattern buffers
+ * share nothing: the duplicate gets the colour (all but its first byte when *destination is a
+ * buffer already) or a copy of the pattern.
+ *
+ *   destination   *destination is a buffer of the source's type, size and bits per pixel, whose
+ *                 pixels are given up, or 0: then it receives a new buffer, which the caller gives
+ *                 back with buf32Free. On failure *destination is as it was. A null pointer: 0
+ *                 without a report.
+ *
+ * A destination that already shares this source, or is the source, and a source over caller memory:
+ * 0 without a report.
+ *   4026, 1, 3, 6     the types differ
+ *   4026, 1, 3, 7     size or bits per pixel differ
+ *   1001, 1, 3, 8     no memory for the record
+ *   1001, 1, 3, 9     no memory for its cells
+ *   1001, 1, 70, 23   no memory for the pattern's copy
+ * The first three, from a one-colour buffer: 3200, 0, 2, 7; 3200, 0, 2, 8; 1001, 0, 2, 9.
+ * The first four, from a bitmap: 3200, 0, 1, 3; 3200, 0, 1, 4; 1001, 1, 1, 8; 1001, 1, 1, 9.
+ */
+Q32_API int Q32_CALL buf32DupBuf(HBUF32 source, HBUF32 *destination);
+
+/*
+ * Makes every pixel one colour. The buffer becomes a one-colour buffer (type 1) and gives up its
+ * storage for one block of a cell. A bitmap stays a bitmap and is filled, and takes only the first
+ * byte of the colour; the other bytes are zero.
+ *
+ *   colour   the colour's bytes per pixel bytes; under 8 bits one byte of pixels
+ *
+ *   3200, 0, 4, 6     colour is null (tested before the handle)
+ *   1001, 1, 4, 21    no memory for the block; the pixels are as they were
+ *   5800, 0, 50, 62   the buffer lies over caller memory
+ */
+Q32_API int Q32_CALL buf32FillOneColor(HBUF32 buffer, const void *colour);
+
+/*
+ * Fills the buffer with a pattern, repeated from its top left corner: it becomes a pattern buffer
+ * (type 128) and gives up its storage for a block of the pattern's rows. A bitmap stays a bitmap
+ * and is filled.
+ *
+ *   pattern   copied with its pixels
+ *
+ *   3200, 0, 4, 6     pattern is null (tested before the handle), or the buffer lies over caller
+ *                     memory
+ *   3200, 0, 70, 22   the pattern has no width, height or pixels (bitmap: 3200, 0, 1, 1)
+ *   1001, 1, 4, 21    no memory for the block; the pixels are as they were
+ *   1001, 1, 70, 23   no memory for the pattern's copy; likewise
+ */
+Q32_API int Q32_CALL buf32FillPattern(HBUF32 buffer, const BUF32PATTERN *pattern);
+
+/* --- bitmaps --------------------------------------------------------------------------------- */
+
+/*
+ * A bitmap buffer (BUF32_DIB) keeps its pixels where the caller has them: in a packed Windows
+ * device-independent bitmap (a global memory block of header, colour table and pixels) or in a bare
+ * block of pixels. Allocation rearranges them in place, from bitmap layout (bottom row first, rows
+ * padded to 4 bytes, 24-bit pixels blue first) to buffer layout (top row first, rows packed to the
+ * byte, 24-bit pixels red first); buf32DIBBufFree rearranges them back and returns the bitmap. In
+ * between all functions apply. Padding bytes keep whatever they hold.
+ *
+ * Accepted bitmaps: a header of 20 bytes or more that is no core header (12 bytes), compression 0
+ * (BI_RGB) or the characters "R565"; width and height 1 to 32000, bottom row first (a negative
+ * height is refused), 1 to 64 bits; the block holds all rows. The pixels lie behind the header and
+ * a colour table of biClrUsed entries (when the header has that field and it is not 0), else
+ * 2 ^ biBitCount entries under 16 bits, else none.
+ */
+
+/*
+ * Makes a buffer over a packed bitmap. The block is locked once and stays locked.
+ *
+ *   handle   receives the buffer's handle; 0 on failure. A null pointer: 3200, 0, 4, 7
+ *   bitmap   memory handle of the block; the buffer owns it until buf32DIBBufFree gives it back
+ *            (buf32Free frees it). On failure it stays the caller's, unlocked and unchanged.
+ *
+ *   1001, 1, 4, 14   the record cannot be had
+ *   1001, 1, 4, 15   not a bitmap as above
+ *   5402, 0, 4, 71; 5403, 0, 4, 72   wider, higher than 32000
+ * No memory for the row table: 0 without a report.
+ */
+Q32_API int Q32_CALL buf32DIBBufAlloc(HBUF32 *handle, HGLOBAL bitmap);
+
+/*
+ * Makes a buffer over a block of pixels in bitmap layout without a header. The block stays the
+ * caller's and must outlive the buffer.
+ *
+ *   handle           receives the buffer's handle; 0 on failure
+ *   bits_per_pixel   1 to 64
+ *   width, height    pixels, 1 to 32000
+ *   pixels           height rows of (width x bits + 7) / 8 bytes, each padded to 4
+ *
+ *   5402, 0, 4, 71; 5403, 0, 4, 72   width, height over 32000
+ *   3200, 0, 4, 7    bits, width or height below 1, bits over 64, or a null handle pointer
+ *   3200, 0, 4, 8    pixels is null
+ *   1001, 1, 4, 14   the record cannot be had
+ * No memory for the row table: 0 without a report.
+ */
+Q32_API int Q32_CALL buf32DIBMemBufAlloc(HBUF32 *handle, int bits_per_pixel, int width, int height,
+                                         void *pixels);
+
+/*
+ * Rearranges the pixels of a bitmap buffer in place: to buffer layout, and back to bitmap layout.
+ * After buf32DIBBufToDIB the buffer must be freed with buf32Free or go back through
+ * buf32DIBToDIBBuf before anything else is done with it. Both write: sharers get pixels of their
+ * own first.
+ *
+ * buf32DIBToDIBBuf returns 1, buf32DIBBufToDIB the bitmap's memory handle (null for a block of
+ * pixels). A handle of 0, another type of buffer, no storage: 0 without a report.
+ */
+Q32_API int Q32_CALL buf32DIBToDIBBuf(HBUF32 buffer);
+Q32_API HGLOBAL Q32_CALL buf32DIBBufToDIB(HBUF32 buffer);
+
+/*
+ * Returns the pixels to bitmap layout, stores the bitmap's memory handle (0 for a block of pixels,
+ * and for a duplicate that has no pixels of its own), unlocks it once and frees the buffer. The
+ * bitmap is the caller's again. Buffers that share its pixels get their own first.
+ *
+ *   bitmap   receives the handle; may be null
+ *
+ * A locked buffer: 1, but nothing is done: the buffer stays and *bitmap is not written.
+ * A handle that is not a live buffer: 0 without a report.
+ *   3200, 0, 4, 16   the buffer is no bitmap
+ *   3200, 0, 4, 6    the record was freed during the call
+ *   1001, 0, 1, 5    a sharer's own block cannot be had; nothing is freed
+ */
+Q32_API int Q32_CALL buf32DIBBufFree(HBUF32 buffer, HGLOBAL *bitmap);
 
 /* --- memory, swap files ---------------------------------------------------------------------- */
 

@@ -1,0 +1,46 @@
+// Pattern buffers: the record's copy of the pattern, its pixels, and the lock and row entries of
+// the type. Pixel (x, y) is pattern pixel (x mod pattern width, y mod pattern height).
+#pragma once
+
+#include "buffer/area.h"
+#include "buffer/pixels.h"
+#include "buffer/record.h"
+
+namespace q32::buffer {
+
+// --- the copy -----------------------------------------------------------------------------------
+
+bool is_usable(const BUF32PATTERN *pattern);
+
+// A copy of the pattern's pixels for a buffer of this depth, from the runtime heap; null when there
+// is no memory.
+std::byte *copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel);
+
+// Puts pattern and copy into the record, which owns the copy from now on. Frees no older one.
+void set_pattern(Record &record, const BUF32PATTERN &pattern, std::byte *copy);
+
+// The record's pattern; its pixels are null after free_pattern_copy, and then read as zero.
+BUF32PATTERN pattern_of(const Record &record);
+void free_pattern_copy(Record &record);
+
+// --- pixels -------------------------------------------------------------------------------------
+
+// Bytes of a pattern buffer's block: the larger of a cell and the pattern's rows at full width.
+uint32_t pattern_block_bytes(const Record &record);
+
+// Writes an area of the repeated pattern into rows of plain memory. The area may lie anywhere right
+// of and below (0, 0).
+void render_pattern(const Record &record, const Area &area, const PlainRows &rows);
+
+// The pattern's rows at full width, into the block.
+void render_block(Record &record);
+
+// --- entries ------------------------------------------------------------------------------------
+
+int pattern_lock(Record &record, int mode, void **base);
+int pattern_cell_lock(Record &record, int index, void **address, BUF32CELL *cell);
+int pattern_line(Record &record, int row, int mode, void *memory);
+int pattern_line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y);
+void *pattern_point_address(Record &record, int x, int y);
+
+} // namespace q32::buffer

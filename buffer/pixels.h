@@ -1,0 +1,41 @@
+// Pixels of an area between a buffer's storage and rows of plain memory: the one walk over cells.
+// Takes no lock and gives no duplicate pixels of its own; that is its callers' part.
+#pragma once
+
+#include "buffer/area.h"
+#include "buffer/record.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace q32::buffer {
+
+// Bits that one pixel takes in rows of plain memory and inside a cell row: whole bytes from 8 bits
+// on. At 12 bits, say, rectangles move one byte per pixel.
+constexpr uint32_t unit_bits(const BUF32INFO &info) {
+    return info.bits_per_pixel < 8 ? uint32_t(info.bits_per_pixel)
+                                   : uint32_t(info.bytes_per_pixel) * 8;
+}
+
+// Bytes of a row of so many pixels in rectangles of plain memory.
+constexpr size_t rectangle_row_bytes(const BUF32INFO &info, int width) {
+    return size_t((uint64_t(uint32_t(width)) * unit_bits(info) + 7) / 8);
+}
+
+// Rows of plain memory that stand for an area.
+struct PlainRows {
+    std::byte *memory;   // first row
+    size_t stride;       // bytes from one row to the next
+    size_t first_bit;    // of a row: where the area's leftmost pixel begins; may be 8 and more
+    uint32_t pixel_bits; // bits of one pixel, here and in the cell rows
+};
+
+// Copies the pixels of an area that lies inside the image into the rows; bits of the rows around
+// them stay as they are. Every type can be read: cells (the source's, for a duplicate), caller
+// memory, a pattern's copy, a colour. False when the buffer has no pixels to read.
+bool read_pixels(Record &record, const Area &area, const PlainRows &rows);
+
+// The other way round, into the cells of a buffer that has storage of its own. False without.
+bool write_pixels(Record &record, const Area &area, const PlainRows &rows);
+
+} // namespace q32::buffer
