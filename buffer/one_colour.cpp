@@ -2,43 +2,20 @@
 #include "buffer/one_colour.h"
 
 #include "buffer/cells.h"
+#include "buffer/colour_fill.h"
 #include "buffer/failures.h"
 #include "buffer/layout.h"
 #include "buffer/storage.h"
 
-#include <q32base/rows.h>
-
 #include <algorithm>
-#include <cstring>
 
 namespace q32::buffer {
 namespace {
 
-// Writes count copies of the colour. Colours of up to four bytes go through the row fill; the rest
-// by doubling what is already there.
-void fill_pixels(std::byte *memory, const void *colour, int colour_bytes, size_t count) {
-    if (count == 0)
-        return;
-    if (colour_bytes <= 4) {
-        mem32Fill(memory, colour, colour_bytes, int(count));
-        return;
-    }
-    const size_t bytes = count * size_t(colour_bytes);
-    std::memcpy(memory, colour, size_t(colour_bytes));
-    for (size_t done = size_t(colour_bytes); done < bytes;) {
-        const size_t next = std::min(done, bytes - done);
-        std::memcpy(memory + done, memory, next);
-        done += next;
-    }
-}
-
 // Under 8 bits the colour is one byte of pixels, written over every byte.
 void fill_with_colour(const Record &record, std::byte *memory, uint32_t bytes, size_t pixels) {
     const BUF32INFO &info = record.info;
-    if (info.bits_per_pixel < 8)
-        fill_pixels(memory, info.colour, 1, bytes);
-    else
-        fill_pixels(memory, info.colour, info.bytes_per_pixel, pixels);
+    fill_pixels(memory, info.colour, colour_bytes(info), info.bits_per_pixel < 8 ? bytes : pixels);
 }
 
 void fill_block(const Record &record) {

@@ -1,0 +1,18 @@
+// Plain memory filled with one colour. Knows bytes only, no buffer's layout.
+#pragma once
+
+#include <q32base/buffers.h>
+
+#include <cstddef>
+
+namespace q32::buffer {
+
+// Bytes of a colour as fills repeat it: a pixel's; under 8 bits one byte of pixels.
+constexpr int colour_bytes(const BUF32INFO &info) {
+    return info.bytes_per_pixel > 0 ? info.bytes_per_pixel : 1;
+}
+
+// Writes so many copies of a colour of 1 to 8 bytes. The colour lies outside the memory.
+void fill_pixels(std::byte *memory, const void *colour, int colour_bytes, size_t count);
+
+} // namespace q32::buffer
