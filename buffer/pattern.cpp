@@ -17,6 +17,7 @@ void free_pattern_copy(Record &) {}
 uint32_t pattern_block_bytes(const Record &) {
     return 0;
 }
+void render_pattern(const BUF32PATTERN &, int, const Area &, const PlainRows &) {}
 void render_pattern(const Record &, const Area &, const PlainRows &) {}
 void render_block(Record &) {}
 int pattern_lock(Record &, int, void **) {

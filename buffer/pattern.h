@@ -28,8 +28,13 @@ void free_pattern_copy(Record &record);
 // Bytes of a pattern buffer's block: the larger of a cell and the pattern's rows at full width.
 uint32_t pattern_block_bytes(const Record &record);
 
-// Writes an area of the repeated pattern into rows of plain memory. The area may lie anywhere right
-// of and below (0, 0).
+// Writes an area of the repeated pattern into rows of plain memory; bits of the rows around the
+// area stay as they are. The area may lie anywhere right of and below (0, 0). The pattern's pixels
+// are those of a buffer of this depth and lie outside the rows; null pixels read as zero.
+void render_pattern(const BUF32PATTERN &pattern, int bits_per_pixel, const Area &area,
+                    const PlainRows &rows);
+
+// The same with a pattern buffer's own pattern.
 void render_pattern(const Record &record, const Area &area, const PlainRows &rows);
 
 // The pattern's rows at full width, into the block.
