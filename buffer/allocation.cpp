@@ -1,9 +1,9 @@
 // Life of a buffer: buf32Alloc, buf32ReAlloc, buf32Free. Layout, storage and the list are their own
 // files' business.
+#include "buffer/blocks.h"
 #include "buffer/failures.h"
 #include "buffer/layout.h"
 #include "buffer/list.h"
-#include "buffer/one_colour.h"
 #include "buffer/storage.h"
 #include "library/process/owners.h"
 

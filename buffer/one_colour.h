@@ -10,8 +10,8 @@ namespace q32::buffer {
 // Bytes of a one-colour buffer's block.
 uint32_t one_colour_block_bytes(const Record &record);
 
-// What the buffer's storage counts as in the memory in use.
-uint32_t block_or_reserved_bytes(const Record &record);
+// Writes the record's colour over the block.
+void fill_block(Record &record);
 
 int one_colour_lock(Record &record, int mode, void **base);
 int one_colour_unlock(Record &record);
