@@ -1,13 +1,231 @@
-// Walks the cells that an area meets.
+// Walks the cells that an area meets, and moves the rows of each by a kernel. Pixels that lie in no
+// cell come from caller memory, a pattern's copy or a colour.
 #include "buffer/pixels.h"
 
-namespace q32::buffer {
+#include "buffer/caller_memory.h"
+#include "buffer/pattern.h"
+#include "rows/rows.h"
 
-bool read_pixels(Record &, const Area &, const PlainRows &) {
-    return false;
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace q32::buffer {
+namespace {
+
+uint8_t *kernel_bytes(std::byte *memory) {
+    return reinterpret_cast<uint8_t *>(memory);
 }
-bool write_pixels(Record &, const Area &, const PlainRows &) {
-    return false;
+
+const uint8_t *kernel_bytes(const std::byte *memory) {
+    return reinterpret_cast<const uint8_t *>(memory);
+}
+
+// --- rows of bits -------------------------------------------------------------------------------
+
+// Equal rows of bits, stride bytes apart.
+struct BitRows {
+    std::byte *memory; // first row
+    size_t stride;
+    size_t first_bit;
+
+    bool is_at_byte() const { return first_bit % 8 == 0; }
+    std::byte *first_byte() const { return memory + first_bit / 8; }
+};
+
+void copy_bit_rows(const BitRows &to, const BitRows &from, size_t bits, size_t rows) {
+    const rows::RowKernels &kernels = rows::kernels();
+    if (to.is_at_byte() && from.is_at_byte() && bits % 8 == 0) {
+        kernels.copy_rows(kernel_bytes(to.first_byte()), to.stride, kernel_bytes(from.first_byte()),
+                          from.stride, bits / 8, rows);
+        return;
+    }
+    for (size_t row = 0; row < rows; ++row)
+        kernels.copy_bits(kernel_bytes(to.memory + row * to.stride), to.first_bit,
+                          kernel_bytes(from.memory + row * from.stride), from.first_bit, bits);
+}
+
+// --- cells --------------------------------------------------------------------------------------
+
+enum class Direction { to_memory, to_buffer };
+
+// How many bits of a row belong to the pixels left to right - 1 of the image.
+size_t run_bits(const Record &record, const PlainRows &rows, int left, int right) {
+    const size_t bits = size_t(right - left) * rows.pixel_bits;
+    if (!rows.with_padding || right != record.info.width)
+        return bits;
+    const size_t end_in_byte = (size_t(left) * rows.pixel_bits + bits) % 8;
+    return bits + (8 - end_in_byte) % 8;
+}
+
+// The part of an area that lies in one cell, by that cell's rows and by the plain ones.
+template <Direction direction>
+void move_piece(const BitRows &cell, const BitRows &plain, size_t bits, int height) {
+    if constexpr (direction == Direction::to_memory)
+        copy_bit_rows(plain, cell, bits, size_t(height));
+    else
+        copy_bit_rows(cell, plain, bits, size_t(height));
+}
+
+// The cells are those of the record that owns them: one that shares them may have others by its own
+// fields, as a linear buffer keeps its single cell when it turns into an ordinary one.
+template <Direction direction>
+bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
+    const BUF32INFO &info = owner.info;
+    if (area.is_empty())
+        return true;
+    const int first_column = area.left / info.cell_width;
+    int band = area.top / info.cell_height;
+    int y_in_cell = area.top - band * info.cell_height;
+    std::byte *plain_row = rows.memory;
+    for (int y = area.top; y < area.bottom; ++band, y_in_cell = 0) {
+        const int height = std::min(info.cell_height - y_in_cell, area.bottom - y);
+        int column = first_column;
+        int x_in_cell = area.left - column * info.cell_width;
+        size_t plain_bit = rows.first_bit;
+        for (int x = area.left; x < area.right; ++column, x_in_cell = 0) {
+            std::byte *const cell = owner.cell_address[band * info.cell_columns + column];
+            if (cell == nullptr)
+                return false;
+            const int right = std::min(x - x_in_cell + info.cell_width, area.right);
+            const uint32_t row_bytes = column == info.cell_columns - 1 ? owner.last_column_row_bytes
+                                                                       : owner.cell_row_bytes;
+            const size_t bits = run_bits(owner, rows, x, right);
+            move_piece<direction>({cell + size_t(y_in_cell) * row_bytes, row_bytes,
+                                   size_t(x_in_cell) * rows.pixel_bits},
+                                  {plain_row, rows.stride, plain_bit}, bits, height);
+            plain_bit += bits;
+            x = right;
+        }
+        plain_row += size_t(height) * rows.stride;
+        y += height;
+    }
+    return true;
+}
+
+// --- caller memory ------------------------------------------------------------------------------
+
+bool read_caller_memory(const Record &record, const Area &area, const PlainRows &rows) {
+    std::byte *const pixels = caller_pixels(record);
+    if (pixels == nullptr)
+        return false;
+    if (area.is_empty())
+        return true;
+    copy_bit_rows({rows.memory, rows.stride, rows.first_bit},
+                  {pixels + size_t(area.top) * record.row_bytes, record.row_bytes,
+                   size_t(area.left) * rows.pixel_bits},
+                  run_bits(record, rows, area.left, area.right), size_t(area.height()));
+    return true;
+}
+
+// --- one colour ---------------------------------------------------------------------------------
+
+// Bytes of the colour; under 8 bits one byte of pixels.
+size_t colour_bytes(const BUF32INFO &info) {
+    return size_t(std::max(info.bytes_per_pixel, 1));
+}
+
+void fill_bytes(std::byte *row, const void *colour, size_t pixel_bytes, size_t pixels) {
+    const auto *const pixel = static_cast<const uint8_t *>(colour);
+    if (pixel_bytes <= rows::max_fill_bytes) {
+        rows::kernels().fill[pixel_bytes - 1](kernel_bytes(row), pixel, pixels);
+        return;
+    }
+    std::memcpy(row, pixel, pixel_bytes);
+    repeat_bytes(row, pixel_bytes, pixel_bytes * pixels);
+}
+
+// A row of the image is the colour's bytes over and over: bits begin to begin + bits - 1 of it.
+void fill_bits(std::byte *row, size_t first_bit, const BUF32INFO &info, size_t begin, size_t bits) {
+    const size_t period = colour_bytes(info);
+    std::array<std::byte, 64 * sizeof info.colour> stretch;
+    std::memcpy(stretch.data(), info.colour, period);
+    repeat_bytes(stretch.data(), period, stretch.size());
+
+    const size_t phase = begin % (8 * period);
+    const size_t longest = 8 * period * (stretch.size() / period - 1); // whole periods
+    for (size_t done = 0; done < bits;) {
+        const size_t next = std::min(bits - done, longest);
+        copy_bits(row, first_bit + done, stretch.data(), phase, next);
+        done += next;
+    }
+}
+
+void read_colour(const Record &record, const Area &area, const PlainRows &rows) {
+    const BUF32INFO &info = record.info;
+    if (area.is_empty())
+        return;
+    const bool whole_bytes =
+        info.bytes_per_pixel != 0 && rows.first_bit % 8 == 0 && rows.pixel_bits == unit_bits(info);
+    std::byte *row = rows.memory;
+    for (int y = area.top; y < area.bottom; ++y, row += rows.stride) {
+        if (whole_bytes)
+            fill_bytes(row + rows.first_bit / 8, info.colour, colour_bytes(info),
+                       size_t(area.width()));
+        else
+            fill_bits(row, rows.first_bit, info, size_t(area.left) * rows.pixel_bits,
+                      run_bits(record, rows, area.left, area.right));
+    }
+}
+
+bool has_cells_of_its_own(const Record &record) {
+    switch (record.info.type) {
+    case BUF32_ONE_COLOUR: // its first cell address is the block
+    case BUF32_CALLER_MEMORY:
+    case BUF32_PATTERN:
+        return false;
+    default:
+        return true;
+    }
+}
+
+} // namespace
+
+bool read_pixels(Record &record, const Area &area, const PlainRows &rows) {
+    switch (record.info.type) {
+    case BUF32_ONE_COLOUR:
+        read_colour(record, area, rows);
+        return true;
+    case BUF32_CALLER_MEMORY:
+        return read_caller_memory(record, area, rows);
+    case BUF32_PATTERN:
+        render_pattern(record, area, rows);
+        return true;
+    default:
+        return move_area<Direction::to_memory>(record.owner(), area, rows);
+    }
+}
+
+bool write_pixels(Record &record, const Area &area, const PlainRows &rows) {
+    return has_cells_of_its_own(record) && move_area<Direction::to_buffer>(record, area, rows);
+}
+
+void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *source,
+               size_t source_bit, size_t bits) {
+    rows::kernels().copy_bits(kernel_bytes(destination), destination_bit, kernel_bytes(source),
+                              source_bit, bits);
+}
+
+// What is there doubles with every turn.
+void repeat_bits(std::byte *row, size_t unit_bits, size_t total_bits) {
+    for (size_t done = unit_bits; done < total_bits;) {
+        const size_t next = std::min(done, total_bits - done);
+        copy_bits(row, done, row, 0, next);
+        done += next;
+    }
+}
+
+// Doubles up to a stretch that stays in the cache, and then repeats that.
+void repeat_bytes(std::byte *block, size_t unit_bytes, size_t total_bytes) {
+    constexpr size_t long_stretch = 8192;
+    size_t stretch = unit_bytes;
+    for (size_t done = unit_bytes; done < total_bytes;) {
+        const size_t next = std::min(stretch, total_bytes - done);
+        std::memcpy(block + done, block, next);
+        done += next;
+        if (stretch < long_stretch)
+            stretch = done;
+    }
 }
 
 } // namespace q32::buffer

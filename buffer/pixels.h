@@ -28,6 +28,9 @@ struct PlainRows {
     size_t stride;       // bytes from one row to the next
     size_t first_bit;    // of a row: where the area's leftmost pixel begins; may be 8 and more
     uint32_t pixel_bits; // bits of one pixel, here and in the cell rows
+
+    // An area that ends with the image takes along the bits that fill the last byte of its rows.
+    bool with_padding = false;
 };
 
 // Copies the pixels of an area that lies inside the image into the rows; bits of the rows around
@@ -37,5 +40,17 @@ bool read_pixels(Record &record, const Area &area, const PlainRows &rows);
 
 // The other way round, into the cells of a buffer that has storage of its own. False without.
 bool write_pixels(Record &record, const Area &area, const PlainRows &rows);
+
+// A run of bits from any position to any other, bit 0 being the highest of the first byte; bits
+// around it stay as they are. The runs may share a byte, but no bit.
+void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *source,
+               size_t source_bit, size_t bits);
+
+// Repeats what lies at the start of a row, unit_bits of it, until total_bits are filled. Bits
+// behind them stay as they are. total_bits may be less than unit_bits: then nothing happens.
+void repeat_bits(std::byte *row, size_t unit_bits, size_t total_bits);
+
+// The same for whole bytes and blocks of any size.
+void repeat_bytes(std::byte *block, size_t unit_bytes, size_t total_bytes);
 
 } // namespace q32::buffer

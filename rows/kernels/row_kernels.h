@@ -1,5 +1,5 @@
-// The row conversions as plain functions over pointers and counts, one table of them for each
-// instruction set. Checks no argument, reports nothing; that is the exports' part.
+// The row conversions and copies as plain functions over pointers and counts, one table of them for
+// each instruction set. Checks no argument, reports nothing; that is the exports' part.
 //
 // Every form of a conversion gives the bytes of its scalar form, for all inputs, lengths and
 // alignments. It reads no byte outside the source run and writes none outside the destination run.
@@ -22,12 +22,25 @@ using Mapping = void(std::uint8_t *destination, const std::uint8_t *source,
 using Filling = void(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels);
 using Exchange = void(std::uint8_t *a, std::uint8_t *b, std::size_t bytes);
 
+// Strides are the bytes from one row to the next; the bytes between rows are not touched.
+using RowsCopy = void(std::uint8_t *destination, std::size_t destination_stride,
+                      const std::uint8_t *source, std::size_t source_stride, std::size_t row_bytes,
+                      std::size_t rows);
+
+// Bit 0 is the highest of the first byte; positions may lie beyond it. Bits around the destination
+// run stay as they are. The runs may share a byte, but no bit.
+using BitsCopy = void(std::uint8_t *destination, std::size_t destination_bit,
+                      const std::uint8_t *source, std::size_t source_bit, std::size_t bits);
+
 inline constexpr std::size_t max_fill_bytes = 4; // of one pixel
 
 struct RowKernels {
     Filling *fill[max_fill_bytes]; // [bytes per pixel - 1]; the pattern lies outside the run
     Exchange *exchange;            // the blocks are disjoint, or one and the same
     Conversion *invert;            // pixels: bytes
+
+    RowsCopy *copy_rows;
+    BitsCopy *copy_bits;
 
     BitConversion *bit_to_byte; // value: what a set bit becomes; a clear bit becomes 0
     BitConversion *byte_to_bit; // value: the threshold; a byte above it becomes a set bit

@@ -120,6 +120,17 @@ template <int count>
 V16 words_down(V16 v) {
     return _mm_srli_epi16(v, count);
 }
+// By a count in the low half of a vector.
+inline V16 words_up(V16 v, V16 count) {
+    return _mm_sll_epi16(v, count);
+}
+inline V16 words_down(V16 v, V16 count) {
+    return _mm_srl_epi16(v, count);
+}
+// Bits of a where the mask is set, of b elsewhere.
+inline V16 choose_bits(V16 mask, V16 a, V16 b) {
+    return (mask & a) | _mm_andnot_si128(mask, b);
+}
 inline V16 interleave_low_words(V16 a, V16 b) {
     return _mm_unpacklo_epi16(a, b);
 }
@@ -201,6 +212,15 @@ V32 words_up(V32 v) {
 template <int count>
 V32 words_down(V32 v) {
     return _mm256_srli_epi16(v, count);
+}
+inline V32 words_up(V32 v, V16 count) {
+    return _mm256_sll_epi16(v, count);
+}
+inline V32 words_down(V32 v, V16 count) {
+    return _mm256_srl_epi16(v, count);
+}
+inline V32 choose_bits(V32 mask, V32 a, V32 b) {
+    return (mask & a) | _mm256_andnot_si256(mask, b);
 }
 inline V32 interleave_low_words(V32 a, V32 b) {
     return _mm256_unpacklo_epi16(a, b);

@@ -9,6 +9,8 @@ namespace q32::rows {
 Filling fill_1_sse2, fill_2_sse2, fill_3_sse2, fill_4_sse2;
 Exchange exchange_sse2;
 Conversion invert_sse2;
+RowsCopy copy_rows_sse2;
+BitsCopy copy_bits_sse2;
 BitConversion bit_to_byte_sse2, byte_to_bit_sse2;
 Conversion rgb888_to_555_sse2, rgb888_to_565_sse2, rgb555_to_888_sse2, rgb565_to_888_sse2;
 Conversion swap_red_blue_sse2;
@@ -20,6 +22,8 @@ Conversion swap_red_blue_sse41;
 Filling fill_1_avx2, fill_2_avx2, fill_3_avx2, fill_4_avx2;
 Exchange exchange_avx2;
 Conversion invert_avx2;
+RowsCopy copy_rows_avx2;
+BitsCopy copy_bits_avx2;
 BitConversion bit_to_byte_avx2, byte_to_bit_avx2;
 Conversion rgb888_to_555_avx2, rgb888_to_565_avx2, rgb555_to_888_avx2, rgb565_to_888_avx2;
 Conversion swap_red_blue_avx2;
