@@ -1,22 +1,194 @@
-// Copies from buffer to buffer.
+// Copies from buffer to buffer: by sharing where a destination is to show the whole source, by
+// strips of plain memory otherwise.
 #include "buffer/buffer_copy.h"
 
-namespace q32::buffer {
+#include "buffer/failures.h"
+#include "buffer/pattern.h"
+#include "buffer/pixels.h"
+#include "library/process/owners.h"
 
-int copy_area(Record &, const Area &, Record &, int, int) {
-    return 0;
+#include <q32base/buffers.h>
+
+#include <algorithm>
+
+namespace q32::buffer {
+namespace {
+
+// --- strips -------------------------------------------------------------------------------------
+
+// As many of so many rows as there is memory for, found by halving. Null when it is not one.
+GlobalBlock allocate_strip(size_t row_bytes, int *rows) {
+    for (; *rows > 0; *rows /= 2) {
+        const uint64_t bytes = uint64_t(row_bytes) * uint64_t(*rows);
+        if (bytes > SIZE_MAX)
+            continue;
+        if (const HGLOBAL strip = GlobalAlloc(GMEM_FIXED, SIZE_T(bytes)))
+            return GlobalBlock(strip);
+    }
+    return {};
 }
-int get_buffer(Record &, int, int, int, int, HBUF32 *) {
-    return 0;
+
+// --- rectangles ---------------------------------------------------------------------------------
+
+// How much of a rectangle's right and bottom the copy still reads when the destination's edge cuts
+// it off.
+enum class Excess { dropped, read };
+
+// Copies what source and destination have of a wanted area, moved by (dx, dy). Nothing is a
+// success.
+int copy_visible(Record &source, const Area &wanted, Record &destination, int dx, int dy,
+                 Excess excess) {
+    const Area held = intersect(wanted, area_of(source));
+    if (held.is_empty())
+        return 1;
+    const Area visible = intersect(moved(held, dx, dy), area_of(destination));
+    if (visible.is_empty())
+        return 1;
+    // A move that was cut to the range of int has left the destination: dx and dy are exact here.
+    Area part = moved(visible, -dx, -dy);
+    if (excess == Excess::read) {
+        part.right = held.right;
+        part.bottom = held.bottom;
+    }
+    return copy_area(source, part, destination, visible.left, visible.top);
 }
-int merge_buffer(Record &, int, int, int, int, Record &, int, int) {
-    return 0;
+
+int merge(Record &source, const Area &wanted, Record &destination, int x, int y, Excess excess) {
+    if (destination.info.type == BUF32_CALLER_MEMORY)
+        return fail(site::caller_memory_no_merge_buffer);
+    return copy_visible(source, wanted, destination, saturating_subtract(x, wanted.left),
+                        saturating_subtract(y, wanted.top), excess);
 }
-int one_colour_get_buffer(Record &, int, int, int, int, HBUF32 *) {
-    return 0;
+
+// --- destinations -------------------------------------------------------------------------------
+
+bool is_whole(const Record &source, int x, int y, int width, int height) {
+    return x == 0 && y == 0 && width == source.info.width && height == source.info.height;
 }
-int one_colour_merge_buffer(Record &, int, int, int, int, Record &, int, int) {
-    return 0;
+
+bool are_alike(const Record &a, const Record &b) {
+    return a.info.type == b.info.type && a.info.width == b.info.width &&
+           a.info.height == b.info.height && a.info.bits_per_pixel == b.info.bits_per_pixel;
+}
+
+// Copies the wanted area to (0, 0) of the destination.
+int copy_to_origin(Record &source, const Area &wanted, HBUF32 destination) {
+    return copy_visible(source, wanted, *record_of(destination),
+                        saturating_subtract(0, wanted.left), saturating_subtract(0, wanted.top),
+                        Excess::dropped);
+}
+
+// The same by sharing where the whole source is wanted. A destination that reads the source's
+// pixels already is refused as a duplicate, and needs nothing.
+int share_or_copy_to_origin(Record &source, const Area &wanted, HBUF32 destination) {
+    Record &record = *record_of(destination);
+    if (wanted == area_of(source) && are_alike(source, record)) {
+        if (source.operations.duplicate(source, &destination) || &record.owner() == &source.owner())
+            return 1;
+    }
+    return copy_to_origin(source, wanted, destination);
+}
+
+// A new buffer of the source's type where the record has what that type is made from; a tiled one
+// otherwise. 0 when it cannot be made.
+HBUF32 make_destination(const Record &source, int width, int height) {
+    uint32_t type = source.info.type;
+    const void *extra = nullptr;
+    BUF32PATTERN pattern{};
+    switch (type) {
+    case BUF32_ONE_COLOUR:
+        extra = source.info.colour;
+        break;
+    case BUF32_PATTERN:
+        pattern = pattern_of(source);
+        if (is_usable(&pattern))
+            extra = &pattern;
+        else
+            type = BUF32_TILED; // the pattern's copy is lost
+        break;
+    case BUF32_LINEAR:
+    case BUF32_LINEAR_MEMORY:
+    case BUF32_LINEAR_SHRINK:
+    case BUF32_TILED_FILE:
+        break;
+    default:
+        type = BUF32_TILED;
+    }
+    HBUF32 made = 0;
+    return buf32Alloc(&made, source.info.bits_per_pixel, width, height, type, extra) ? made : 0;
+}
+
+using CopyToOrigin = int(Record &source, const Area &wanted, HBUF32 destination);
+
+int copy_to_new(Record &source, int x, int y, int width, int height, HBUF32 *destination,
+                CopyToOrigin *copy) {
+    const HBUF32 made = make_destination(source, width, height);
+    if (made == 0)
+        return 0;
+    ScopeGuard free_made([&] { buf32Free(made); });
+    if (!copy(source, area_of(x, y, width, height), made))
+        return 0;
+    free_made.dismiss();
+    *destination = made;
+    return 1;
+}
+
+} // namespace
+
+int copy_area(Record &source, const Area &area, Record &destination, int x, int y) {
+    if (source.info.bits_per_pixel != destination.info.bits_per_pixel)
+        return fail(site::depths_differ);
+    int strip_rows = area.height();
+    const size_t row_bytes = rectangle_row_bytes(source.info, area.width());
+    const GlobalBlock strip = allocate_strip(row_bytes, &strip_rows);
+    if (!strip)
+        return fail(site::no_strip);
+
+    // Entries are taken from the tables anew for each strip: the first one written may change the
+    // destination's type.
+    for (int done = 0; done < area.height(); done += strip_rows) {
+        const int rows = std::min(strip_rows, area.height() - done);
+        if (!source.operations.get_memory(source, area.left, area.top + done, area.width(), rows,
+                                          strip.get()))
+            return 0;
+        if (!destination.operations.merge_memory(destination, x, y + done, area.width(), rows,
+                                                 strip.get()))
+            return 0;
+    }
+    return 1;
+}
+
+int get_buffer(Record &source, int x, int y, int width, int height, HBUF32 *destination) {
+    if (*destination != 0)
+        return share_or_copy_to_origin(source, area_of(x, y, width, height), *destination);
+    if (is_whole(source, x, y, width, height) && source.operations.duplicate(source, destination))
+        return 1;
+    return copy_to_new(source, x, y, width, height, destination, copy_to_origin);
+}
+
+// Asymmetric on purpose: the destination's left and top edge cut what is read from the source, its
+// right and bottom edge do not, and merging drops the excess. A caller short of memory can tell:
+// the strip is as wide and high as the uncut rectangle, and when it had to be halved, a strip
+// wholly below the destination fails the call with 3200, 1, 3, 14. Programs know it so.
+int merge_buffer(Record &source, int x, int y, int width, int height, Record &destination,
+                 int destination_x, int destination_y) {
+    return merge(source, area_of(x, y, width, height), destination, destination_x, destination_y,
+                 Excess::read);
+}
+
+// A new destination is made first and then takes the colour as an existing one does.
+int one_colour_get_buffer(Record &source, int x, int y, int width, int height,
+                          HBUF32 *destination) {
+    if (*destination != 0)
+        return share_or_copy_to_origin(source, area_of(x, y, width, height), *destination);
+    return copy_to_new(source, x, y, width, height, destination, share_or_copy_to_origin);
+}
+
+// Unlike merge_buffer: all four edges of the destination cut what is read.
+int one_colour_merge_buffer(Record &source, int x, int y, int width, int height,
+                            Record &destination, int destination_x, int destination_y) {
+    return merge(source, area_of(x, y, width, height), destination, destination_x, destination_y,
+                 Excess::dropped);
 }
 
 } // namespace q32::buffer
