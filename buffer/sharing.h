@@ -20,4 +20,7 @@ bool leave_sharers_provided(Record &record);
 // chain.
 void share(Record &sharer, Record &source);
 
+// Makes a new record, whatever its fields hold, one that shares with nobody.
+void share_nothing(Record &record);
+
 } // namespace q32::buffer
