@@ -56,10 +56,8 @@ void compute_cells(Record &record) {
         compute_tiles(record);
 }
 
-Record *lay_out(Record *record) {
+Record *make_room_for_addresses(Record *record) {
     const GlobalBlock old(record);
-    compute_cells(*record);
-
     constexpr size_t base_bytes = offsetof(Record, cell_address);
     const size_t bytes = base_bytes + address_count(*record) * sizeof(std::byte *);
     Record *const grown = global_alloc<Record>(GMEM_ZEROINIT, bytes);
@@ -68,6 +66,11 @@ Record *lay_out(Record *record) {
     std::memcpy(static_cast<void *>(grown), record, base_bytes);
     grown->sharing.self = grown;
     return grown;
+}
+
+Record *lay_out(Record *record) {
+    compute_cells(*record);
+    return make_room_for_addresses(record);
 }
 
 bool build_cell_addresses(Record &record) {

@@ -8,9 +8,11 @@ namespace q32::buffer {
 // Computes the cell fields: cells of at most 128 x 128 pixels, or one cell of the whole image.
 void compute_cells(Record &record);
 
-// A record with compute_cells done and room for its cell addresses takes the place of the given
-// one, which is freed: the handle is the new address. Null when there is no memory; the given
-// record is then freed as well.
+// A record with room for its cell addresses takes the place of the given one, which is freed: the
+// handle is the new address. Null when there is no memory; the given record is then freed as well.
+Record *make_room_for_addresses(Record *record);
+
+// The same after compute_cells.
 Record *lay_out(Record *record);
 
 // Points the cell address table at the storage: band by band, left to right. Refuses a one-colour

@@ -7,6 +7,7 @@
 #include "buffer/swap_file.h"
 #include "library/process/owners.h"
 
+#include <cstring>
 #include <utility>
 
 namespace q32::buffer {
@@ -81,6 +82,25 @@ void release_storage(Record &record, uint32_t memory_bytes) {
         delete_swap_file(record);
     else if (record.storage != nullptr)
         release_block(std::exchange(record.storage, nullptr), memory_bytes);
+}
+
+void hand_over_storage(Record &from, Record &to) {
+    to.info.capacity_rows = from.info.capacity_rows;
+    to.info.reserved_bytes = from.info.reserved_bytes;
+    to.mapping = from.mapping;
+    to.storage = from.storage;
+    std::memcpy(to.file_name, from.file_name, sizeof to.file_name);
+    to.file = from.file;
+    to.record_entry = from.record_entry;
+    forget_storage(from);
+}
+
+void forget_storage(Record &record) {
+    record.mapping = nullptr;
+    record.storage = nullptr;
+    record.file_name[0] = '\0';
+    record.file = nullptr;
+    record.record_entry = no_record_entry;
 }
 
 std::byte *allocate_block(uint32_t bytes) {

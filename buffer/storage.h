@@ -35,6 +35,13 @@ bool allocate_storage(Record &record);
 // one-colour or pattern one).
 void release_storage(Record &record, uint32_t memory_bytes);
 
+// Storage and what describes it (rows and bytes reserved) go to a buffer of the same size that has
+// none. The counters stay: the storage does.
+void hand_over_storage(Record &from, Record &to);
+
+// Makes the record one without storage and releases nothing: the storage is another's, or gone.
+void forget_storage(Record &record);
+
 // A block of memory for a one-colour or pattern buffer, reserved and committed at once and added
 // to the memory in use. Null when there is none.
 std::byte *allocate_block(uint32_t bytes);

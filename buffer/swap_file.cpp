@@ -145,12 +145,7 @@ void delete_swap_file(Record &record) {
     CloseHandle(record.file);
     deregister_swap_file(record.record_entry);
     DeleteFileA(record.file_name);
-
-    record.storage = nullptr;
-    record.mapping = nullptr;
-    record.file = nullptr;
-    record.record_entry = no_record_entry;
-    record.file_name[0] = '\0';
+    forget_storage(record);
 }
 
 } // namespace q32::buffer
