@@ -1,34 +1,56 @@
-// Buffers over caller memory.
+// Buffers over caller memory: whatever reads works, whatever writes is refused.
 #include "buffer/caller_memory.h"
 
+#include "buffer/cells.h"
 #include "buffer/failures.h"
+#include "buffer/lines.h"
+
+#include <algorithm>
 
 namespace q32::buffer {
 
-std::byte *caller_pixels(const Record &) {
-    return nullptr;
+std::byte *caller_pixels(const Record &record) {
+    return reinterpret_cast<std::byte *>(uintptr_t(record.info.colour[1]));
 }
-int caller_memory_lock(Record &, int, void **) {
-    return 0;
+
+int caller_memory_lock(Record &record, int mode, void **base) {
+    if (is_write_mode(mode))
+        return 0;
+    ++record.info.lock_count;
+    record.info.access_mode = mode;
+    if (base != nullptr)
+        *base = caller_pixels(record);
+    return 1;
 }
+
 int caller_memory_cell_lock(Record &, int, void **, BUF32CELL *) {
-    return 0;
+    return 0; // the rows are not in cells
 }
-int caller_memory_line(Record &, int, int, void *) {
-    return 0;
+
+// Other modes than the reading ones need a write lock, which there is none of.
+int caller_memory_line(Record &record, int row, int mode, void *memory) {
+    if (!is_line_reading(mode, BUF32_LINE_READ_555))
+        return 0;
+    record.info.access_mode = BUF32_READ;
+    const int y = std::clamp(row, 0, record.info.height - 1);
+    return read_line(record, y, 0, record.info.width, mode, static_cast<std::byte *>(memory));
 }
+
 void *caller_memory_point_address(Record &, int, int) {
     fail(site::caller_memory_no_point);
     return nullptr;
 }
+
 int caller_memory_fill_one_colour(Record &, const void *) {
-    return 0;
+    return fail(site::caller_memory_no_fill);
 }
+
 int caller_memory_duplicate(Record &, HBUF32 *) {
     return 0;
 }
+
 int caller_memory_merge_memory(Record &, int, int, int, int, const void *) {
-    return 0;
+    return fail(site::caller_memory_no_merge_memory);
 }
 
 } // namespace q32::buffer
