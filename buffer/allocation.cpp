@@ -1,9 +1,11 @@
 // Life of a buffer: buf32Alloc, buf32ReAlloc, buf32Free. Layout, storage and the list are their own
 // files' business.
+#include "buffer/bitmaps.h"
 #include "buffer/blocks.h"
 #include "buffer/failures.h"
 #include "buffer/layout.h"
 #include "buffer/list.h"
+#include "buffer/records.h"
 #include "buffer/storage.h"
 #include "library/process/owners.h"
 
@@ -13,13 +15,9 @@
 namespace q32::buffer {
 namespace {
 
-constexpr int most_bits_per_pixel = 64;
-
 // What the caller asked for.
 struct Request {
-    int bits_per_pixel;
-    int width;
-    int height;
+    Geometry geometry;
     uint32_t type;
     const void *extra;
 };
@@ -42,36 +40,6 @@ bool has_extra(const Request &request) {
                pattern->pixels != nullptr;
     }
     return true;
-}
-
-Record *make_record(const Request &request) {
-    Record *const record = global_alloc<Record>(GMEM_ZEROINIT, sizeof(Record));
-    if (record == nullptr)
-        return nullptr;
-    BUF32INFO &info = record->info;
-    info.type = request.type;
-    info.bits_per_pixel = request.bits_per_pixel;
-    info.bytes_per_pixel = request.bits_per_pixel / 8;
-    info.width = request.width;
-    info.height = request.height;
-    // Always the height, whatever extra says: a buffer never grows beyond its allocated height.
-    // Programs count on buf32ReAlloc refusing more.
-    info.capacity_rows = request.height;
-    record->row_bytes = packed_bytes(request.width, request.bits_per_pixel);
-    info.image_bytes = bytes_of_rows(request.height, record->row_bytes);
-    info.reserved_bytes = bytes_of_rows(info.capacity_rows, record->row_bytes);
-    info.one_colour = record->is_one_colour() ? 1 : 0;
-    info.access_mode = BUF32_READ;
-    record->record_entry = no_record_entry;
-    record->sharing.self = record;
-    record->operations = operations_for(request.type);
-    return record;
-}
-
-int link(Record &record, HBUF32 *handle) {
-    append_to_list(record);
-    *handle = handle_of(record);
-    return 1;
 }
 
 int allocate_one_colour(Record *record, const Request &request, HBUF32 *handle) {
@@ -128,19 +96,16 @@ int allocate_ordinary(Record *record, HBUF32 *handle) {
 int allocate(const Request &request, HBUF32 *handle) {
     if (!memory_is_left())
         return fail(site::no_record);
-    if (request.width > Q32_MAX_SIDE)
-        return fail(site::too_wide);
-    if (request.height > Q32_MAX_SIDE)
-        return fail(site::too_high);
+    if (!are_sides_within_limit(request.geometry))
+        return 0;
     if (request.type == BUF32_DIB)
-        return fail(site::bitmap_refused);
-    if (handle == nullptr || request.width < 1 || request.bits_per_pixel < 1 ||
-        request.height < 1 || request.bits_per_pixel > most_bits_per_pixel)
+        return allocate_bitmap(handle, const_cast<void *>(request.extra));
+    if (handle == nullptr || !is_valid(request.geometry))
         return fail(site::bad_geometry);
     if (!has_extra(request))
         return fail(site::no_extra);
 
-    Record *const record = make_record(request);
+    Record *const record = make_record(request.type, request.geometry);
     if (record == nullptr)
         return fail(site::no_record);
     if (record->is_one_colour())
@@ -162,15 +127,6 @@ void *pattern_copy(const Record &record) {
 void free_pattern_copy(Record &record) {
     std::free(pattern_copy(record));
     record.info.colour[1] = 0;
-}
-
-int free_record(Record &record) {
-    if (record.info.type == freed_type)
-        return fail(site::already_freed);
-    remove_from_list(record);
-    record.info.type = freed_type;
-    GlobalFree(&record);
-    return 1;
 }
 
 int free_buffer(Record &record) {
@@ -223,7 +179,7 @@ using namespace q32::buffer;
 
 int Q32_CALL buf32Alloc(HBUF32 *handle, int bits_per_pixel, int width, int height, uint32_t type,
                         const void *extra) {
-    return allocate({bits_per_pixel, width, height, type, extra}, handle);
+    return allocate({{bits_per_pixel, width, height}, type, extra}, handle);
 }
 
 int Q32_CALL buf32Free(HBUF32 buffer) {
