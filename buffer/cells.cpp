@@ -2,6 +2,7 @@
 #include "buffer/cells.h"
 
 #include "buffer/failures.h"
+#include "buffer/sharing.h"
 
 #include <algorithm>
 
@@ -10,6 +11,14 @@ namespace {
 
 bool has_cell(const Record &record, int index) {
     return index >= 0 && index < record.info.cell_count;
+}
+
+// Cell locks are for writing after a whole-buffer lock in mode 2 or 3. Mode 4 does not make them
+// so. Required: after a lock in mode 4 has been given back and the buffer been duplicated, a caller
+// sees the duplicate's pixels change with what he writes into a locked cell.
+bool cell_locks_write(const Record &record) {
+    const int mode = record.info.access_mode;
+    return mode == BUF32_WRITE || mode == BUF32_WRITE_3;
 }
 
 // A pixel's place with the address of its cell, found by a lock that is given back at once.
@@ -90,6 +99,8 @@ PixelPlace place_of(const Record &record, int x, int y) {
 }
 
 int lock(Record &record, int mode, void **base) {
+    if (is_write_mode(mode) && !prepare_for_writing(record))
+        return 0;
     ++record.info.lock_count;
     record.info.access_mode = mode;
     store<void *>(base, record.owner().storage);
@@ -106,6 +117,8 @@ int unlock(Record &record) {
 int cell_lock(Record &record, int index, void **address, BUF32CELL *cell) {
     if (!has_cell(record, index))
         return fail(site::no_such_cell);
+    if (cell_locks_write(record) && !prepare_for_writing(record))
+        return 0;
     ++record.info.lock_count;
     if (cell != nullptr)
         *cell = describe_cell(record, index);
@@ -127,14 +140,16 @@ void *point_address(Record &record, int x, int y) {
     return cell != nullptr ? cell + place.offset : nullptr;
 }
 
-bool query_cell_address(Record &record, int index, void **address, int) {
-    if (record.info.type == BUF32_ONE_COLOUR) {
+bool query_cell_address(Record &record, int index, void **address, int mode) {
+    if (record.operations.cell_lock != cell_lock) {
         if (!record.operations.cell_lock(record, index, address, nullptr))
             return false;
         return record.operations.cell_unlock(record, index) != 0;
     }
     if (!has_cell(record, index))
         return fail(site::no_such_cell);
+    if (is_write_mode(mode) && !prepare_for_writing(record))
+        return false;
     store<void *>(address, record.owner().cell_address[index]);
     return true;
 }

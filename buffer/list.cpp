@@ -14,6 +14,23 @@ bool is_accessible(Record &record) {
            IsBadWritePtr(&record.info, sizeof record.info) == 0;
 }
 
+void unlock_all(Record &record) {
+    while (record.info.lock_count > 0 && record.operations.unlock(record)) {
+    }
+}
+
+template <typename Condition>
+void free_where(Condition condition) {
+    for (Record *record = head; record != nullptr;) {
+        Record *const next = record->next;
+        if (condition(*record)) {
+            unlock_all(*record);
+            buf32Free(handle_of(*record));
+        }
+        record = next;
+    }
+}
+
 } // namespace
 
 void append_to_list(Record &record) {
@@ -44,14 +61,10 @@ Record *find_live(HBUF32 handle) {
     return nullptr;
 }
 
+// Duplicates first: nobody's pixels have to be saved for buffers that go as well.
 void free_all() {
-    for (Record *record = head; record != nullptr;) {
-        Record *const next = record->next;
-        while (record->info.lock_count > 0 && record->operations.unlock(*record)) {
-        }
-        buf32Free(handle_of(*record));
-        record = next;
-    }
+    free_where([](const Record &record) { return record.is_duplicate(); });
+    free_where([](const Record &) { return true; });
 }
 
 } // namespace q32::buffer
