@@ -29,7 +29,7 @@ struct PlainRows {
     size_t first_bit;    // of a row: where the area's leftmost pixel begins; may be 8 and more
     uint32_t pixel_bits; // bits of one pixel, here and in the cell rows
 
-    // An area that ends with the image takes along the bits that fill the last byte of its rows.
+    // Whole rows of the image take along the bits that fill their last byte.
     bool with_padding = false;
 };
 
@@ -46,9 +46,9 @@ bool write_pixels(Record &record, const Area &area, const PlainRows &rows);
 void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *source,
                size_t source_bit, size_t bits);
 
-// Repeats what lies at the start of a row, unit_bits of it, until total_bits are filled. Bits
-// behind them stay as they are. total_bits may be less than unit_bits: then nothing happens.
-void repeat_bits(std::byte *row, size_t unit_bits, size_t total_bits);
+// Repeats the first unit_bits of a run until total_bits are filled. Bits around the run stay as they
+// are. total_bits may be less than unit_bits: then nothing happens.
+void repeat_bits(std::byte *row, size_t first_bit, size_t unit_bits, size_t total_bits);
 
 // The same for whole bytes and blocks of any size.
 void repeat_bytes(std::byte *block, size_t unit_bytes, size_t total_bytes);
