@@ -1,39 +1,213 @@
-// Pattern buffers.
+// A pattern's copy and its pixels.
 #include "buffer/pattern.h"
 
-namespace q32::buffer {
+#include "buffer/cells.h"
 
-bool is_usable(const BUF32PATTERN *) {
-    return false;
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace q32::buffer {
+namespace {
+
+// What a pattern without pixels is: one pixel of zeros, enough for every depth.
+constexpr std::byte zeros[8] = {};
+constexpr BUF32PATTERN blank = {1, 1, zeros};
+
+uint64_t pattern_bytes(const BUF32PATTERN &pattern, int bits_per_pixel) {
+    return uint64_t(packed_bytes(pattern.width, bits_per_pixel)) * pattern.height;
 }
-std::byte *copy_pattern_pixels(const BUF32PATTERN &, int) {
-    return nullptr;
+
+// --- rows of pixels -----------------------------------------------------------------------------
+
+// The repeated pattern as rows of bits that begin at one column of the image.
+class PatternRows {
+public:
+    PatternRows(const BUF32PATTERN &pattern, int bits_per_pixel, uint32_t pixel_bits, int left)
+        : pattern_(pattern), row_bytes_(packed_bytes(pattern.width, bits_per_pixel)),
+          period_(pattern.width * pixel_bits), phase_(uint32_t(left % pattern.width) * pixel_bits) {
+    }
+
+    // What lies from the first column to the end of the pattern's row, then what lies before it,
+    // and these again and again.
+    void render(int y, std::byte *row, size_t first_bit, size_t bits) const {
+        const std::byte *const source = row_of_pattern(y);
+        const size_t to_end = std::min(period_ - phase_, bits);
+        copy_bits(row, first_bit, source, phase_, to_end);
+        copy_bits(row, first_bit + to_end, source, 0, std::min(phase_, bits - to_end));
+        if (first_bit % 8 == 0 && bits % 8 == 0 && period_ % 8 == 0)
+            repeat_bytes(row + first_bit / 8, period_ / 8, bits / 8);
+        else
+            repeat_bits(row, first_bit, period_, bits);
+    }
+
+private:
+    const std::byte *row_of_pattern(int y) const {
+        return static_cast<const std::byte *>(pattern_.pixels) +
+               size_t(y % pattern_.height) * row_bytes_;
+    }
+
+    const BUF32PATTERN &pattern_;
+    size_t row_bytes_;
+    size_t period_; // bits
+    size_t phase_;  // bits
+};
+
+// Fills rows up to count by those at the start, of which so many are ready.
+void repeat_rows(const PlainRows &rows, size_t bits, size_t ready, size_t count) {
+    const bool nothing_between = rows.first_bit == 0 && bits == 8 * rows.stride;
+    if (nothing_between) {
+        repeat_bytes(rows.memory, ready * rows.stride, count * rows.stride);
+        return;
+    }
+    for (size_t row = ready; row < count; ++row)
+        copy_bits(rows.memory + row * rows.stride, rows.first_bit,
+                  rows.memory + (row - ready) * rows.stride, rows.first_bit, bits);
 }
-void set_pattern(Record &, const BUF32PATTERN &, std::byte *) {}
-BUF32PATTERN pattern_of(const Record &) {
-    return {};
+
+// --- rows of stored bytes -----------------------------------------------------------------------
+
+// A row of the image as buf32Line knows it, at depths beyond 8 bits that fill no whole bytes: rows
+// of cells end to end, in each of which the pixels take fewer bytes than there are. The rest is
+// zero.
+class StoredRows {
+public:
+    explicit StoredRows(const Record &record)
+        : record_(record), pattern_(pattern_of(record)),
+          pattern_row_bytes_(packed_bytes(pattern_.width, record.info.bits_per_pixel)) {}
+
+    void render(int y, std::byte *row, size_t first_bit, size_t begin, size_t end) const {
+        for (size_t bit = begin; bit < end;) {
+            const size_t next = std::min(8 - bit % 8, end - bit);
+            const std::byte stored = byte_at(uint32_t(bit / 8), y);
+            copy_bits(row, first_bit + bit - begin, &stored, bit % 8, next);
+            bit += next;
+        }
+    }
+
+private:
+    std::byte byte_at(uint32_t index, int y) const {
+        const BUF32INFO &info = record_.info;
+        const uint32_t pixel_bytes = uint32_t(info.bytes_per_pixel);
+        const int column = int(index / record_.cell_row_bytes);
+        const uint32_t in_cell = index % record_.cell_row_bytes;
+        const int x_in_cell = int(in_cell / pixel_bytes);
+        const int x = column * info.cell_width + x_in_cell;
+        if (x_in_cell >= info.cell_width || x >= info.width || pattern_.pixels == nullptr)
+            return {};
+        return static_cast<const std::byte *>(
+            pattern_.pixels)[size_t(y % pattern_.height) * pattern_row_bytes_ +
+                             uint32_t(x % pattern_.width) * pixel_bytes + in_cell % pixel_bytes];
+    }
+
+    const Record &record_;
+    const BUF32PATTERN pattern_;
+    size_t pattern_row_bytes_;
+};
+
+void render_stored(const Record &record, const Area &area, const PlainRows &rows) {
+    const StoredRows stored(record);
+    for (int row = 0; row < area.height(); ++row)
+        stored.render(area.top + row, rows.memory + size_t(row) * rows.stride, rows.first_bit,
+                      size_t(area.left) * rows.pixel_bits, size_t(area.right) * rows.pixel_bits);
 }
-void free_pattern_copy(Record &) {}
-uint32_t pattern_block_bytes(const Record &) {
-    return 0;
+
+// The bits that fill the last byte of rows that end with the image.
+void clear_padding(const Area &area, const PlainRows &rows) {
+    const size_t end = rows.first_bit + size_t(area.width()) * rows.pixel_bits;
+    for (int row = 0; row < area.height(); ++row)
+        copy_bits(rows.memory + size_t(row) * rows.stride, end, zeros, 0, (8 - end % 8) % 8);
 }
-void render_pattern(const BUF32PATTERN &, int, const Area &, const PlainRows &) {}
-void render_pattern(const Record &, const Area &, const PlainRows &) {}
-void render_block(Record &) {}
-int pattern_lock(Record &, int, void **) {
-    return 0;
+
+// --- the block ----------------------------------------------------------------------------------
+
+// Rows of an area, one behind the other from the start of the block. What its pixels leave of a row
+// is zero, whatever the block held before.
+void render_into_block(Record &record, const Area &area, uint32_t row_bytes) {
+    const uint32_t pixel_bits = unit_bits(record.info);
+    if (uint32_t(area.width()) * pixel_bits != row_bytes * 8)
+        std::memset(record.storage, 0, size_t(area.height()) * row_bytes);
+    render_pattern(record, area, {record.storage, row_bytes, 0, pixel_bits});
 }
-int pattern_cell_lock(Record &, int, void **, BUF32CELL *) {
-    return 0;
+
+} // namespace
+
+bool is_usable(const BUF32PATTERN *pattern) {
+    return pattern != nullptr && pattern->width != 0 && pattern->height != 0 &&
+           pattern->pixels != nullptr;
 }
-int pattern_line(Record &, int, int, void *) {
-    return 0;
+
+std::byte *copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel) {
+    const uint64_t bytes = pattern_bytes(pattern, bits_per_pixel);
+    if (bytes > UINT32_MAX)
+        return nullptr;
+    auto *const copy = static_cast<std::byte *>(std::malloc(size_t(bytes)));
+    if (copy != nullptr)
+        std::memcpy(copy, pattern.pixels, size_t(bytes));
+    return copy;
 }
-int pattern_line_span(Record &, void *, int, int, int, int) {
-    return 0;
+
+void PatternCopyTraits::release(Value copy) {
+    std::free(copy);
 }
-void *pattern_point_address(Record &, int, int) {
-    return nullptr;
+
+void set_pattern(Record &record, const BUF32PATTERN &pattern, std::byte *copy) {
+    record.info.colour[0] = pattern.width | uint32_t(pattern.height) << 16;
+    record.info.colour[1] = uint32_t(reinterpret_cast<uintptr_t>(copy));
+}
+
+BUF32PATTERN pattern_of(const Record &record) {
+    return {uint16_t(record.info.colour[0]), uint16_t(record.info.colour[0] >> 16),
+            reinterpret_cast<const void *>(uintptr_t(record.info.colour[1]))};
+}
+
+void free_pattern_copy(Record &record) {
+    std::free(const_cast<void *>(pattern_of(record).pixels));
+    record.info.colour[1] = 0;
+}
+
+uint32_t pattern_block_bytes(const Record &record, int pattern_height) {
+    return std::max(record.info.cell_bytes, bytes_of_rows(pattern_height, record.row_bytes));
+}
+
+uint32_t pattern_block_bytes(const Record &record) {
+    return pattern_block_bytes(record, pattern_of(record).height);
+}
+
+void render_pattern(const BUF32PATTERN &pattern, int bits_per_pixel, const Area &area,
+                    const PlainRows &rows) {
+    if (pattern.pixels == nullptr)
+        return render_pattern(blank, bits_per_pixel, area, rows);
+    if (area.is_empty())
+        return;
+    const size_t bits = size_t(area.width()) * rows.pixel_bits;
+    const PatternRows pattern_rows(pattern, bits_per_pixel, rows.pixel_bits, area.left);
+    const int different = std::min<int>(area.height(), pattern.height);
+    for (int row = 0; row < different; ++row)
+        pattern_rows.render(area.top + row, rows.memory + size_t(row) * rows.stride, rows.first_bit,
+                            bits);
+    repeat_rows(rows, bits, size_t(different), size_t(area.height()));
+}
+
+void render_pattern(const Record &record, const Area &area, const PlainRows &rows) {
+    if (rows.pixel_bits == unit_bits(record.info))
+        render_pattern(pattern_of(record), record.info.bits_per_pixel, area, rows);
+    else
+        render_stored(record, area, rows);
+    if (rows.with_padding && area.right == record.info.width)
+        clear_padding(area, rows);
+}
+
+void render_block(Record &record) {
+    const Area area = {0, 0, record.info.width, pattern_of(record).height};
+    render_into_block(record, area, record.row_bytes);
+}
+
+BUF32CELL render_cell(Record &record, int index) {
+    const BUF32CELL cell = describe_cell(record, index);
+    render_into_block(record, area_of(cell.x, cell.y, cell.width, cell.height),
+                      uint32_t(cell.row_bytes));
+    return cell;
 }
 
 } // namespace q32::buffer

@@ -5,6 +5,7 @@
 #include "buffer/area.h"
 #include "buffer/pixels.h"
 #include "buffer/record.h"
+#include "library/process/owners.h"
 
 namespace q32::buffer {
 
@@ -15,6 +16,13 @@ bool is_usable(const BUF32PATTERN *pattern);
 // A copy of the pattern's pixels for a buffer of this depth, from the runtime heap; null when there
 // is no memory.
 std::byte *copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel);
+
+struct PatternCopyTraits {
+    using Value = std::byte *;
+    static Value none() { return nullptr; }
+    static void release(Value copy);
+};
+using PatternCopy = Owner<PatternCopyTraits>;
 
 // Puts pattern and copy into the record, which owns the copy from now on. Frees no older one.
 void set_pattern(Record &record, const BUF32PATTERN &pattern, std::byte *copy);
@@ -27,6 +35,7 @@ void free_pattern_copy(Record &record);
 
 // Bytes of a pattern buffer's block: the larger of a cell and the pattern's rows at full width.
 uint32_t pattern_block_bytes(const Record &record);
+uint32_t pattern_block_bytes(const Record &record, int pattern_height);
 
 // Writes an area of the repeated pattern into rows of plain memory; bits of the rows around the
 // area stay as they are. The area may lie anywhere right of and below (0, 0). The pattern's pixels
@@ -39,6 +48,9 @@ void render_pattern(const Record &record, const Area &area, const PlainRows &row
 
 // The pattern's rows at full width, into the block.
 void render_block(Record &record);
+
+// A cell's pixels in cell layout, into the block. Returns the cell's description.
+BUF32CELL render_cell(Record &record, int index);
 
 // --- entries ------------------------------------------------------------------------------------
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <xmmintrin.h>
 
 namespace q32::buffer {
 namespace {
@@ -58,9 +59,22 @@ size_t run_bits(const Record &record, const PlainRows &rows, int left, int right
     return bits + (8 - end_in_byte) % 8;
 }
 
+// The rows of a cell lie one behind the other: a caller who walks the image row by row finds the
+// pieces of coming rows in the cache. Into its second level: the pieces of a whole image row ahead
+// would push the row at hand out of the first. Reaching beyond the storage is harmless.
+void prefetch_coming_row(const BitRows &cell, size_t bits) {
+    constexpr size_t cache_line = 64, rows_ahead = 4;
+    const auto *const ahead =
+        reinterpret_cast<const char *>(cell.first_byte() + rows_ahead * cell.stride);
+    for (size_t offset = 0; offset < bits / 8; offset += cache_line)
+        _mm_prefetch(ahead + offset, _MM_HINT_T1);
+}
+
 // The part of an area that lies in one cell, by that cell's rows and by the plain ones.
 template <Direction direction>
 void move_piece(const BitRows &cell, const BitRows &plain, size_t bits, int height) {
+    if (height == 1)
+        prefetch_coming_row(cell, bits);
     if constexpr (direction == Direction::to_memory)
         copy_bit_rows(plain, cell, bits, size_t(height));
     else
@@ -207,10 +221,10 @@ void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *
 }
 
 // What is there doubles with every turn.
-void repeat_bits(std::byte *row, size_t unit_bits, size_t total_bits) {
+void repeat_bits(std::byte *row, size_t first_bit, size_t unit_bits, size_t total_bits) {
     for (size_t done = unit_bits; done < total_bits;) {
         const size_t next = std::min(done, total_bits - done);
-        copy_bits(row, done, row, 0, next);
+        copy_bits(row, first_bit + done, row, first_bit, next);
         done += next;
     }
 }

@@ -46,8 +46,8 @@ bool write_pixels(Record &record, const Area &area, const PlainRows &rows);
 void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *source,
                size_t source_bit, size_t bits);
 
-// Repeats the first unit_bits of a run until total_bits are filled. Bits around the run stay as they
-// are. total_bits may be less than unit_bits: then nothing happens.
+// Repeats the first unit_bits of a run until total_bits are filled. Bits around the run stay as
+// they are. total_bits may be less than unit_bits: then nothing happens.
 void repeat_bits(std::byte *row, size_t first_bit, size_t unit_bits, size_t total_bits);
 
 // The same for whole bytes and blocks of any size.
