@@ -5,11 +5,12 @@
 #include "buffer/failures.h"
 #include "buffer/layout.h"
 #include "buffer/list.h"
+#include "buffer/pattern.h"
 #include "buffer/records.h"
+#include "buffer/sharing.h"
 #include "buffer/storage.h"
 #include "library/process/owners.h"
 
-#include <cstdlib>
 #include <cstring>
 
 namespace q32::buffer {
@@ -34,11 +35,8 @@ bool has_extra(const Request &request) {
     if (request.type == BUF32_CALLER_MEMORY)
         return request.extra != nullptr &&
                static_cast<const BUF32MEMORY *>(request.extra)->pixels != nullptr;
-    if (request.type == BUF32_PATTERN) {
-        const auto *const pattern = static_cast<const BUF32PATTERN *>(request.extra);
-        return pattern != nullptr && pattern->width != 0 && pattern->height != 0 &&
-               pattern->pixels != nullptr;
-    }
+    if (request.type == BUF32_PATTERN)
+        return is_usable(static_cast<const BUF32PATTERN *>(request.extra));
     return true;
 }
 
@@ -60,21 +58,13 @@ int allocate_over_caller_memory(Record *record, const Request &request, HBUF32 *
 
 int allocate_pattern(Record *record, const Request &request, HBUF32 *handle) {
     const auto &pattern = *static_cast<const BUF32PATTERN *>(request.extra);
-    const uint32_t bytes =
-        packed_bytes(pattern.width, record->info.bits_per_pixel) * pattern.height;
-    void *const copy = std::malloc(bytes);
-    if (copy == nullptr) {
-        GlobalFree(record);
-        return fail(site::no_layout);
-    }
-    std::memcpy(copy, pattern.pixels, bytes);
-    record->info.colour[0] = pattern.width | uint32_t(pattern.height) << 16;
-    record->info.colour[1] = uint32_t(reinterpret_cast<uintptr_t>(copy));
+    PatternCopy copy(copy_pattern_pixels(pattern, record->info.bits_per_pixel));
     record = lay_out(record);
-    if (record == nullptr) {
-        std::free(copy);
+    GlobalBlock owned(record);
+    if (!copy || !owned)
         return fail(site::no_layout);
-    }
+    owned.release();
+    set_pattern(*record, pattern, copy.release());
     return link(*record, handle);
 }
 
@@ -120,13 +110,11 @@ int allocate(const Request &request, HBUF32 *handle) {
     }
 }
 
-void *pattern_copy(const Record &record) {
-    return reinterpret_cast<void *>(uintptr_t(record.info.colour[1]));
-}
-
-void free_pattern_copy(Record &record) {
-    std::free(pattern_copy(record));
-    record.info.colour[1] = 0;
+void release_pixels(Record &record) {
+    if (record.info.type == BUF32_DIB)
+        release_bitmap(record);
+    else
+        release_storage(record, block_or_reserved_bytes(record));
 }
 
 int free_buffer(Record &record) {
@@ -138,7 +126,9 @@ int free_buffer(Record &record) {
         free_pattern_copy(record);
     if (record.info.lock_count != 0)
         return fail(site::freeing_locked);
-    release_storage(record, block_or_reserved_bytes(record));
+    if (!leave_sharers_provided(record))
+        return 0;
+    release_pixels(record);
     return free_record(record);
 }
 
@@ -161,6 +151,8 @@ bool commit_rows(const Record &record, uint32_t bytes) {
 int change_height(Record &record, int rows) {
     if (!has_changeable_height(record) || rows < 1 || rows > record.info.capacity_rows)
         return fail(site::cannot_change_height);
+    if (!prepare_for_writing(record))
+        return 0;
     const uint32_t bytes = bytes_of_rows(rows, record.row_bytes);
     if (record.storage != nullptr && !record.is_file_backed()) {
         const bool done =

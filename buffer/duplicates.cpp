@@ -4,8 +4,9 @@
 
 #include "buffer/failures.h"
 #include "buffer/layout.h"
-#include "buffer/list.h"
+#include "buffer/one_colour.h"
 #include "buffer/pattern.h"
+#include "buffer/records.h"
 #include "buffer/sharing.h"
 #include "buffer/storage.h"
 #include "library/process/owners.h"
@@ -30,12 +31,6 @@ constexpr DuplicateSites one_colour_sites = {
     .no_record = site::no_one_colour_duplicate,
     .no_layout = site::no_one_colour_duplicate,
 };
-
-int link(Record &record, HBUF32 *handle) {
-    append_to_list(record);
-    *handle = handle_of(record);
-    return 1;
-}
 
 // A linear buffer that went through one colour is a tiled one with a single cell. The sharers of a
 // source find their cells in its address table.
@@ -66,38 +61,39 @@ void copy_colour_but_for_its_first_byte(const Record &source, Record &destinatio
     const auto *const from = reinterpret_cast<const std::byte *>(source.info.colour);
     auto *const to = reinterpret_cast<std::byte *>(destination.info.colour);
     std::copy(from + 1, from + bytes, to + 1);
+    if (destination.storage != nullptr)
+        fill_block(destination);
 }
 
 // Of a pattern buffer that has lost its pattern's pixels the duplicate has none either.
-bool copy_pattern(const Record &source, std::byte **pixels) {
+bool copy_pattern(const Record &source, PatternCopy &copy) {
     const BUF32PATTERN pattern = pattern_of(source);
-    *pixels = nullptr;
     if (pattern.pixels == nullptr)
         return true;
-    *pixels = copy_pattern_pixels(pattern, source.info.bits_per_pixel);
-    return *pixels != nullptr || fail(site::no_pattern_copy);
+    copy.reset(copy_pattern_pixels(pattern, source.info.bits_per_pixel));
+    return copy || fail(site::no_pattern_copy);
 }
 
 int make_pattern_duplicate(const Record &source, HBUF32 *destination) {
     GlobalBlock owned(copy_record(source, ordinary_sites));
-    std::byte *pixels = nullptr;
-    if (!owned || !copy_pattern(source, &pixels))
+    PatternCopy pixels;
+    if (!owned || !copy_pattern(source, pixels))
         return 0;
     Record &copy = *static_cast<Record *>(owned.release());
-    set_pattern(copy, pattern_of(source), pixels);
+    set_pattern(copy, pattern_of(source), pixels.release());
     return link(copy, destination);
 }
 
 int give_pattern(const Record &source, Record &destination) {
-    std::byte *pixels = nullptr;
+    PatternCopy pixels;
     if (!fits(source, destination, ordinary_sites) || &destination == &source ||
-        !copy_pattern(source, &pixels))
+        !copy_pattern(source, pixels))
         return 0;
     // The block goes as well: a pattern of another height needs another one.
     release_storage(destination, pattern_block_bytes(destination));
     destination.cell_address[0] = nullptr;
     free_pattern_copy(destination);
-    set_pattern(destination, pattern_of(source), pixels);
+    set_pattern(destination, pattern_of(source), pixels.release());
     return 1;
 }
 
