@@ -1,0 +1,233 @@
+// Choosing a step, making system calls fail, and what all operations share.
+#include "tests/model/world.h"
+
+namespace q32::test {
+
+// --- failing system calls -----------------------------------------------------------------------
+
+void World::maybe_inject() {
+    static constexpr const char *functions[] = {
+        "GlobalAlloc", "GlobalAlloc", "VirtualAlloc",       "VirtualAlloc",
+        "malloc",      "CreateFileA", "CreateFileMappingA", "MapViewOfFile"};
+    if (random_.below(6) != 0)
+        return;
+    const char *const function = functions[random_.below(std::size(functions))];
+    injection_ = std::make_unique<Injection>(function, between(random_, 1, 3));
+    describe("[fails: " + injection_->what() + "] ");
+}
+
+bool World::injected() const {
+    return injection_ != nullptr && injection_->happened();
+}
+
+// --- steps --------------------------------------------------------------------------------------
+
+const std::vector<World::Choice> &World::choices() {
+    static const std::vector<Choice> all = {
+        {7, &World::allocate},
+        {4, &World::release},
+        {2, &World::release_bitmap},
+        {1, &World::bitmap_there_and_back},
+        {2, &World::resize},
+        {1, &World::change_policy},
+        {4, &World::lock},
+        {4, &World::unlock},
+        {3, &World::lock_cell},
+        {3, &World::poke},
+        {3, &World::read_row},
+        {3, &World::write_row},
+        {8, &World::get_memory},
+        {4, &World::get_memory_with_background},
+        {10, &World::merge_memory},
+        {7, &World::get_buffer},
+        {8, &World::merge_buffer},
+        {9, &World::duplicate},
+        {3, &World::fill_one_colour},
+        {3, &World::fill_pattern},
+    };
+    return all;
+}
+
+World::World() {
+    set_memory_limit(0, 0);
+    forget_reports();
+}
+
+World::~World() {
+    finish();
+}
+
+std::optional<std::string> World::step(uint64_t seed) {
+    random_ = Random(seed, 0);
+    description_.clear();
+    difference_.clear();
+
+    size_t total = 0;
+    for (const Choice &choice : choices())
+        total += size_t(choice.weight);
+    auto pick = int(random_.below(total));
+    auto choice = choices().begin();
+    for (; pick >= choice->weight; ++choice)
+        pick -= choice->weight;
+    (this->*(buffers_.empty() ? &World::allocate : choice->operation))();
+
+    const bool failed = injected();
+    injection_.reset();
+    if (failed)
+        resynchronise();
+    compare_records();
+    compare_counters();
+    if (!buffers_.empty())
+        compare_pixels(any());
+    if (difference_.empty())
+        return std::nullopt;
+    return difference_;
+}
+
+std::optional<std::string> World::finish() {
+    description_ = "the end";
+    difference_.clear();
+    for (ModelBuffer &buffer : buffers_) {
+        compare_pixels(buffer);
+        for (; buffer.locks > 0; --buffer.locks)
+            called(api().buf32Unlock(buffer.handle), 1);
+    }
+    while (!buffers_.empty()) {
+        ModelBuffer &first = buffers_.front();
+        called(api().buf32Free(first.handle), 1);
+        forget(first);
+        for (ModelBuffer &left : buffers_)
+            compare_pixels(left);
+    }
+    compare_counters();
+    if (difference_.empty())
+        return std::nullopt;
+    return difference_;
+}
+
+// --- what operations share ----------------------------------------------------------------------
+
+void World::differs(const std::string &what) {
+    if (difference_.empty())
+        difference_ = what;
+}
+
+bool World::called(int result, int expected, std::vector<Failure> reports) {
+    const std::vector<Failure> made = frame::reports();
+    forget_reports();
+    if (injected() && result == 0)
+        return false;
+    std::ostringstream text;
+    if (result != expected)
+        text << "result " << result << ", not " << expected << "; ";
+    if (made != reports && !injected()) {
+        text << "reports";
+        for (const Failure &failure : made)
+            text << " " << failure;
+        text << ", not";
+        for (const Failure &failure : reports)
+            text << " " << failure;
+    }
+    if (!text.str().empty())
+        differs(text.str());
+    return result != 0;
+}
+
+std::string World::name_of(const ModelBuffer &buffer) const {
+    char text[100];
+    std::snprintf(text, sizeof text, "#%d(type %x, %d bits, %dx%d%s)",
+                  int(&buffer - buffers_.data()), unsigned(buffer.type), buffer.bits,
+                  buffer.image.width, buffer.image.height, buffer.locks > 0 ? ", locked" : "");
+    return text;
+}
+
+ModelBuffer &World::any() {
+    return buffers_[random_.below(buffers_.size())];
+}
+
+ModelBuffer *World::by_handle(HBUF32 handle) {
+    for (ModelBuffer &buffer : buffers_)
+        if (buffer.handle == handle)
+            return &buffer;
+    return nullptr;
+}
+
+// Often the whole image, often near an edge of it or of a cell, sometimes far outside.
+World::Rectangle World::rectangle_in(const ModelBuffer &buffer) {
+    const int width = buffer.image.width, height = buffer.image.height;
+    if (random_.below(6) == 0)
+        return {0, 0, width, height};
+    const int x = between(random_, -width / 2 - 3, width + 2);
+    const int y = between(random_, -height / 2 - 3, height + 2);
+    Rectangle area{x, y, between(random_, 1, width + 5), between(random_, 1, height + 5)};
+    if (random_.below(40) == 0)
+        area.width = between(random_, -3, 0);
+    return area;
+}
+
+std::vector<uint8_t> World::random_bytes(size_t count) {
+    std::vector<uint8_t> bytes(count);
+    random_.fill(bytes);
+    return bytes;
+}
+
+void World::overwrite(ModelBuffer &buffer) {
+    Block block(buffer.bits, buffer.image.width, buffer.image.height);
+    random_.fill(block.bytes());
+    buffer.image.paint([&](int x, int y) { return block.pixel(x, y); });
+    called(api().buf32MergeMem(buffer.handle, 0, 0, block.bytes().data(), buffer.image.width,
+                               buffer.image.height),
+           1);
+}
+
+void World::learn(ModelBuffer &buffer, const std::vector<bool> &known) {
+    Block block(buffer.bits, buffer.image.width, buffer.image.height);
+    called(api().buf32GetMem(buffer.handle, 0, 0, buffer.image.width, buffer.image.height,
+                             block.bytes().data()),
+           1);
+    size_t i = 0;
+    for (int y = 0; y < buffer.image.height; ++y)
+        for (int x = 0; x < buffer.image.width; ++x, ++i)
+            if (!known[i])
+                buffer.image.at(x, y) = block.pixel(x, y);
+}
+
+World::Pattern World::random_pattern(int bits) {
+    Pattern pattern{};
+    const int width = random_.below(8) == 0 ? between(random_, 1, 300) : between(random_, 1, 20);
+    const int height = random_.below(8) == 0 ? between(random_, 1, 40) : between(random_, 1, 9);
+    pattern.bytes = random_bytes(size_t((width * bits + 7) / 8 * height));
+    pattern.descriptor = {uint16_t(width), uint16_t(height), nullptr};
+    return pattern;
+}
+
+void World::paint(Image &image, int bits, const Pattern &pattern) {
+    const int width = pattern.descriptor.width, height = pattern.descriptor.height;
+    const size_t row_bytes = size_t((width * bits + 7) / 8);
+    image.paint([&](int x, int y) {
+        return Block::read(pattern.bytes.data() + size_t(y % height) * row_bytes, x % width, bits);
+    });
+}
+
+void World::paint(Image &image, int bits, const uint8_t *colour) {
+    image.paint([&](int x, int) { return colour_pixel(colour, x, bits); });
+}
+
+void World::become_ordinary(ModelBuffer &buffer) {
+    if (buffer.is(BUF32_ONE_COLOUR) || buffer.is(BUF32_PATTERN))
+        buffer.type = BUF32_TILED;
+}
+
+void World::resynchronise() {
+    for (ModelBuffer &buffer : buffers_) {
+        if (word(buffer.handle, field_type) == BUF32_TILED)
+            become_ordinary(buffer);
+        buffer.mode = int(word(buffer.handle, field_access_mode));
+    }
+}
+
+void World::forget(ModelBuffer &buffer) {
+    buffers_.erase(buffers_.begin() + (&buffer - buffers_.data()));
+}
+
+} // namespace q32::test
