@@ -5,6 +5,7 @@
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
+#include "tests/kernels/levels.h"
 #include "tests/kernels/row_models.h"
 #include "tests/kernels/row_sweep.h"
 
@@ -13,33 +14,12 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
-#include <ostream>
 
 namespace q32::test {
 namespace {
 
 using model::Bytes;
 using rows::RowKernels;
-
-// One table of kernels, by name.
-struct Level {
-    const char *name;
-    const RowKernels *kernels;
-};
-
-void PrintTo(const Level &level, std::ostream *stream) {
-    *stream << level.name;
-}
-
-std::vector<Level> levels_of_this_machine() {
-    std::vector<Level> levels{{"scalar", &rows::scalar_row_kernels}};
-    const InstructionSet best = best_instruction_set(nullptr);
-    for (const InstructionSet set : {InstructionSet::sse2, InstructionSet::sse41,
-                                     InstructionSet::avx2, InstructionSet::avx512})
-        if (set <= best)
-            levels.push_back({instruction_set_name(set), &rows::row_kernels(set)});
-    return levels;
-}
 
 std::size_t as_many(std::size_t pixels) {
     return pixels;
