@@ -403,7 +403,9 @@ Q32_API int Q32_CALL buf32DupBuf(HBUF32 source, HBUF32 *destination);
 /*
  * Makes every pixel one colour. The buffer becomes a one-colour buffer (type 1) and gives up its
  * storage for one block of a cell. A bitmap stays a bitmap and is filled, and takes only the first
- * byte of the colour; the other bytes are zero.
+ * byte of the colour; the other bytes are zero. Under 8 bits per pixel the fill of a bitmap covers
+ * (width + 7) / 8 x height bytes from its first row on, which is all of the image at 1 bit, half of
+ * it at 2 and a quarter at 4.
  *
  *   colour   the colour's bytes per pixel bytes; under 8 bits one byte of pixels
  *
@@ -443,6 +445,13 @@ Q32_API int Q32_CALL buf32FillPattern(HBUF32 buffer, const BUF32PATTERN *pattern
  * height is refused), 1 to 64 bits; the block holds all rows. The pixels lie behind the header and
  * a colour table of biClrUsed entries (when the header has that field and it is not 0), else
  * 2 ^ biBitCount entries under 16 bits, else none.
+ *
+ * A duplicate of a bitmap buffer that gets pixels of its own gets a moveable block of its own: the
+ * source's whole block, with the pixels behind a colour table of biClrUsed entries (when the header
+ * has that field and it is not 0), else none at 24 bits, else 2 ^ (biBitCount modulo 32) entries.
+ * Mind 16, 32 and 64 bits: there the pixels lie farther back than the header says. From a bare
+ * block the duplicate gets a header of 40 bytes and a colour table of zeros. 1001, 0, 1, 5   the
+ * block cannot be had 1001, 0, 1, 7   it cannot be locked
  */
 
 /*
@@ -470,7 +479,8 @@ Q32_API int Q32_CALL buf32DIBBufAlloc(HBUF32 *handle, HGLOBAL bitmap);
  *
  *   5402, 0, 4, 71; 5403, 0, 4, 72   width, height over 32000
  *   3200, 0, 4, 7    bits, width or height below 1, bits over 64, or a null handle pointer
- *   3200, 0, 4, 8    pixels is null
+ *   3200, 0, 4, 8    pixels is null, or the rows do not fit between it and the end of the address
+ *                    space
  *   1001, 1, 4, 14   the record cannot be had
  * No memory for the row table: 0 without a report.
  */
@@ -481,7 +491,7 @@ Q32_API int Q32_CALL buf32DIBMemBufAlloc(HBUF32 *handle, int bits_per_pixel, int
  * Rearranges the pixels of a bitmap buffer in place: to buffer layout, and back to bitmap layout.
  * After buf32DIBBufToDIB the buffer must be freed with buf32Free or go back through
  * buf32DIBToDIBBuf before anything else is done with it. Both write: sharers get pixels of their
- * own first.
+ * own first (see above for the reports), and so does a duplicate.
  *
  * buf32DIBToDIBBuf returns 1, buf32DIBBufToDIB the bitmap's memory handle (null for a block of
  * pixels). A handle of 0, another type of buffer, no storage: 0 without a report.
@@ -496,11 +506,12 @@ Q32_API HGLOBAL Q32_CALL buf32DIBBufToDIB(HBUF32 buffer);
  *
  *   bitmap   receives the handle; may be null
  *
- * A locked buffer: 1, but nothing is done: the buffer stays and *bitmap is not written.
+ * A locked buffer: 1, but the buffer stays, in buffer layout, and *bitmap is not written.
  * A handle that is not a live buffer: 0 without a report.
  *   3200, 0, 4, 16   the buffer is no bitmap
  *   3200, 0, 4, 6    the record was freed during the call
- *   1001, 0, 1, 5    a sharer's own block cannot be had; nothing is freed
+ *   1001, 0, 1, 5    a sharer's own block cannot be had (or, 1001, 0, 1, 7, locked); nothing is
+ *                    freed
  */
 Q32_API int Q32_CALL buf32DIBBufFree(HBUF32 buffer, HGLOBAL *bitmap);
 
