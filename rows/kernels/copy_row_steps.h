@@ -35,41 +35,56 @@ struct StridedRows {
     }
 };
 
-// A row of one to two units: its first unit and its last.
-template <class Unit>
+// Moves of one size, which load everything before they store anything.
+template <class Number>
+struct MoveNumber {
+    static constexpr size_t bytes = sizeof(Number);
+    Number held;
+
+    void load(const uint8_t *from) { std::memcpy(&held, from, sizeof held); }
+    void store(uint8_t *to) const { std::memcpy(to, &held, sizeof held); }
+};
+
+template <class V, int count>
+struct MoveVectors {
+    static constexpr size_t bytes = count * sizeof(V);
+    V held[count];
+
+    void load(const uint8_t *from) {
+        for (int i = 0; i < count; ++i)
+            held[i] = rows::load<V>(from + i * sizeof(V));
+    }
+    void store(uint8_t *to) const {
+        for (int i = 0; i < count; ++i)
+            rows::store(to + i * sizeof(V), held[i]);
+    }
+};
+
+// A row of one to two moves: its beginning and its end.
+template <class Move>
 void copy_in_two(const StridedRows &all) {
-    const size_t last = all.row_bytes - sizeof(Unit);
+    const size_t last = all.row_bytes - Move::bytes;
     all.copy_each([=](uint8_t *to, const uint8_t *from) {
-        Unit begin, end;
-        std::memcpy(&begin, from, sizeof begin);
-        std::memcpy(&end, from + last, sizeof end);
-        std::memcpy(to, &begin, sizeof begin);
-        std::memcpy(to + last, &end, sizeof end);
+        Move begin, end;
+        begin.load(from);
+        end.load(from + last);
+        begin.store(to);
+        end.store(to + last);
     });
 }
 
-template <class V>
-struct TwoVectors {
-    V first, second;
-};
-
-template <class V>
-struct FourVectors {
-    V first, second, third, fourth;
-};
-
-// A row of at least one block.
-template <class Block>
-void copy_in_blocks(const StridedRows &all) {
-    const size_t last = all.row_bytes - sizeof(Block);
+// A row of at least one move.
+template <class Move>
+void copy_in_moves(const StridedRows &all) {
+    const size_t last = all.row_bytes - Move::bytes;
     all.copy_each([=](uint8_t *to, const uint8_t *from) {
-        Block block;
-        for (size_t done = 0; done < last; done += sizeof block) {
-            std::memcpy(&block, from + done, sizeof block);
-            std::memcpy(to + done, &block, sizeof block);
+        Move move;
+        for (size_t done = 0; done < last; done += Move::bytes) {
+            move.load(from + done);
+            move.store(to + done);
         }
-        std::memcpy(&block, from + last, sizeof block);
-        std::memcpy(to + last, &block, sizeof block);
+        move.load(from + last);
+        move.store(to + last);
     });
 }
 
@@ -82,21 +97,21 @@ void copy_strided_rows(const StridedRows &all) {
     else if (bytes >= long_row)
         all.copy_each([=](uint8_t *to, const uint8_t *from) { std::memcpy(to, from, bytes); });
     else if (bytes > 4 * sizeof(V))
-        copy_in_blocks<FourVectors<V>>(all);
+        copy_in_moves<MoveVectors<V, 4>>(all);
     else if (bytes >= 2 * sizeof(V))
-        copy_in_two<TwoVectors<V>>(all);
+        copy_in_two<MoveVectors<V, 2>>(all);
     else if (bytes >= sizeof(V))
-        copy_in_two<V>(all);
+        copy_in_two<MoveVectors<V, 1>>(all);
     else if (bytes >= sizeof(V16))
-        copy_in_two<V16>(all);
+        copy_in_two<MoveVectors<V16, 1>>(all);
     else if (bytes >= 8)
-        copy_in_two<std::uint64_t>(all);
+        copy_in_two<MoveNumber<std::uint64_t>>(all);
     else if (bytes >= 4)
-        copy_in_two<std::uint32_t>(all);
+        copy_in_two<MoveNumber<std::uint32_t>>(all);
     else if (bytes >= 2)
-        copy_in_two<std::uint16_t>(all);
+        copy_in_two<MoveNumber<std::uint16_t>>(all);
     else if (bytes == 1)
-        copy_in_two<uint8_t>(all);
+        copy_in_two<MoveNumber<uint8_t>>(all);
 }
 
 } // namespace
