@@ -1,0 +1,2 @@
+// Bitmaps: to be written.
+#include "tests/bitmaps/bitmap_fixture.h"
