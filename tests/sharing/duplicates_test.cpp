@@ -163,6 +163,7 @@ TEST_F(Duplicates, LocksAndAddressesAreTheSources) {
                 ASSERT_EQ(api().buf32CellUnlock(made, i), 1);
             }
         }
+        set_word(from, field_access_mode, 1);
         if (type != BUF32_TILED_FILE) {
             EXPECT_EQ(api().buf32PointAddr(made, 200, 150), api().buf32PointAddr(from, 200, 150));
         }
@@ -176,6 +177,25 @@ TEST_F(Duplicates, LocksAndAddressesAreTheSources) {
         }
         family.check();
     }
+}
+
+// An address is found through a cell lock, which a last lock for writing makes one for writing.
+TEST_F(Duplicates, AddressesAfterAWriteLockAreTheirOwn) {
+    for (uint32_t mode : {2u, 3u})
+        for (size_t written : {0u, 1u}) {
+            Random random(test_seed(), 13);
+            Family family;
+            Member &source = family.allocate(24, 300, 200, BUF32_TILED, random);
+            Member &made = family.duplicate(source);
+            set_word(family[written].handle(), field_access_mode, mode);
+            set_word(family[1 - written].handle(), field_access_mode, 1);
+            const void *address = api().buf32PointAddr(family[written].handle(), 299, 199);
+            family.adopt_records();
+            EXPECT_EQ(made.source, nullptr);
+            EXPECT_EQ(uintptr_t(address), word(family[written].handle(), field_storage) +
+                                              source.picture.geometry.pixel_offset(299, 199));
+            family.check();
+        }
 }
 
 TEST_F(Duplicates, TakeNoMemoryForPixels) {

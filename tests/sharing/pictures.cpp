@@ -191,7 +191,7 @@ private:
         const int step = is_colour() && geometry_.bits < 8 ? 8 : 1;
         const int x = width_ / 3 / step * step, y = height_ / 3;
         return {{x, y, std::max(width_ / 2, 1), std::max(height_ / 2, 1)},
-                {-step * 3, -2, width_ + step * 3, height_ + 1},
+                {-step * 3, -2, width_ + step * 3, height_ + 2},
                 {x, y, width_ + 2, height_ + 3}};
     }
 
