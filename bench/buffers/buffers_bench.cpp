@@ -1,32 +1,23 @@
 // The buffer exports of the DLL: what rows, locks, allocation and swap files cost beside plain
 // memory and a bare mapped file, measured in turns in one run.
+#include "bench/buffers/printing.h"
 #include "bench/timing.h"
 
 #include <q32base.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 namespace {
 
-using q32::bench::PairedTime;
-using q32::bench::seconds;
-using q32::bench::time_paired;
+using namespace q32::bench;
 
 constexpr int width = 4000, height = 3000, bits = 24;
 constexpr std::size_t row_bytes = std::size_t(width) * 3;
 constexpr std::size_t image_bytes = row_bytes * height;
 constexpr double budget = 2.0;
-
-void require(bool done, const char *what) {
-    if (done)
-        return;
-    std::fprintf(stderr, "buffers_bench: %s failed\n", what);
-    std::exit(1);
-}
 
 HBUF32 allocate(std::uint32_t type) {
     HBUF32 buffer = 0;
@@ -37,14 +28,6 @@ HBUF32 allocate(std::uint32_t type) {
 void lines(HBUF32 buffer, int mode, void *row) {
     for (int y = 0; y < height; ++y)
         buf32Line(buffer, y, mode, row);
-}
-
-void print(const char *job, double nanoseconds, const char *unit, const char *reference,
-           double ratio) {
-    std::printf("%-34s %10.3f %-12s", job, nanoseconds, unit);
-    if (reference != nullptr)
-        std::printf(" %6.2f x %s", ratio, reference);
-    std::printf("\n");
 }
 
 // Rows in order, each into (or out of) the same row of memory; the reference copies as many bytes.
