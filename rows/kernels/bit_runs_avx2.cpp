@@ -6,7 +6,7 @@ namespace q32::rows {
 
 void copy_bits_avx2(uint8_t *destination, size_t destination_bit, const uint8_t *source,
                     size_t source_bit, size_t bits) {
-    copy_bit_run<V32>(destination, destination_bit, source, source_bit, bits, copy_bits_sse2);
+    copy_bit_run<V32>(destination, destination_bit, source, source_bit, bits);
 }
 
 } // namespace q32::rows

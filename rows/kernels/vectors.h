@@ -50,6 +50,10 @@ inline V16 load_8(const uint8_t *at) {
     return _mm_loadl_epi64(reinterpret_cast<const V16 *>(at));
 }
 
+inline void store_8(uint8_t *at, V16 v) {
+    _mm_storel_epi64(reinterpret_cast<V16 *>(at), v);
+}
+
 template <class Mask>
 inline void store_complement(uint8_t *at, Mask mask) {
     const Mask complement = Mask(~mask);
