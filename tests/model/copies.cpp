@@ -18,6 +18,8 @@ uint32_t type_of_new(const ModelBuffer &source) {
     case BUF32_DIB:
     case BUF32_CALLER_MEMORY:
         return BUF32_TILED;
+    case BUF32_PATTERN: // a refused free may have taken its pixels
+        return word(source.handle, field_external_data) != 0 ? BUF32_PATTERN : BUF32_TILED;
     default:
         return source.type;
     }
@@ -125,10 +127,8 @@ void World::duplicate() {
         return;
     }
     ModelBuffer &destination = destination_for(source);
-    if (&destination == &source && is_virtual(source.type)) {
-        describe("nothing");
-        return;
-    }
+    if (&destination == &source && is_virtual(source.type))
+        return merge_memory();
     describe("duplicate " + name_of(source) + " into " + name_of(destination));
     const DuplicateOutcome outcome = outcome_of_duplicate(source, destination);
     maybe_inject();
@@ -168,15 +168,18 @@ void World::get_buffer() {
                 differs("a handle from a failed call");
             return;
         }
+        // Where no duplicate can be made, a copy is.
+        const bool duplicated = whole && is_virtual(source.type) &&
+                                !(injected() && word(handle, field_type) == BUF32_TILED);
         injection_.reset();
         const size_t source_index = size_t(&source - buffers_.data());
-        ModelBuffer &made = adopt(handle, source, type_of_new(source), area.width, area.height);
+        const uint32_t type = duplicated ? source.type : type_of_new(source);
+        ModelBuffer &made = adopt(handle, source, type, area.width, area.height);
         const ModelBuffer &from = buffers_[source_index];
         if (whole && word(handle, field_access_mode) == 0)
             made.mode = 0; // a duplicate
         std::vector<bool> known(made.image.pixels.size(), false);
         const int copied = copy_common(from.image, area, made.image, 0, 0, &known);
-        const bool duplicated = whole && is_virtual(from.type);
         if (copied > 0 && !duplicated && is_virtual(made.type)) {
             made.type = BUF32_TILED;
             made.mode = BUF32_WRITE;
@@ -191,8 +194,8 @@ void World::get_buffer() {
     const bool same_owner = owner_of(source.handle) == owner_of(destination.handle);
     const bool alike = source.type == destination.type && source.bits == destination.bits &&
                        same_size(source, destination);
-    const bool duplicates =
-        whole && alike && !source.is(BUF32_DIB) && !source.is(BUF32_CALLER_MEMORY);
+    const bool duplicates = whole && alike && !source.is(BUF32_DIB) &&
+                            (!source.is(BUF32_CALLER_MEMORY) || &source == &destination);
     if (&source != &destination)
         maybe_inject();
     Image expected = destination.image;

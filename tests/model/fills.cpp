@@ -8,7 +8,7 @@ void World::fill_one_colour() {
     describe("fill with one colour " + name_of(buffer));
     maybe_inject();
     uint8_t colour[8];
-    random_.fill(colour);
+    random_colour(buffer.bits, colour);
     const bool refused = buffer.is(BUF32_CALLER_MEMORY);
     if (!called(api().buf32FillOneColor(buffer.handle, colour), !refused,
                 refused ? std::vector<Failure>{{5800, 0, 50, 62}} : std::vector<Failure>{}))

@@ -81,7 +81,7 @@ HBUF32 World::allocate_ordinary(ModelBuffer &buffer) {
 }
 
 HBUF32 World::allocate_one_colour(ModelBuffer &buffer) {
-    random_.fill(buffer.colour);
+    random_colour(buffer.bits, buffer.colour);
     paint(buffer.image, buffer.bits, buffer.colour);
     HBUF32 handle = 0;
     called(api().buf32Alloc(&handle, buffer.bits, buffer.image.width, buffer.image.height,
@@ -172,10 +172,8 @@ void World::release() {
 void World::release_bitmap() {
     ModelBuffer &buffer = any();
     const bool duplicate = word(buffer.handle, field_share_marker) == 64;
-    if (!buffer.is(BUF32_DIB) || duplicate) {
-        describe("nothing");
-        return;
-    }
+    if (!buffer.is(BUF32_DIB) || duplicate)
+        return merge_memory();
     describe("free as a bitmap " + name_of(buffer));
     maybe_inject();
     HGLOBAL bitmap = &bitmap;
@@ -210,10 +208,8 @@ void World::release_bitmap() {
 
 void World::bitmap_there_and_back() {
     ModelBuffer &buffer = any();
-    if (!buffer.is(BUF32_DIB) || word(buffer.handle, field_storage) == 0) {
-        describe("nothing");
-        return;
-    }
+    if (!buffer.is(BUF32_DIB) || word(buffer.handle, field_storage) == 0)
+        return merge_memory();
     describe("to bitmap layout and back " + name_of(buffer));
     const auto bitmap = uint32_t(uintptr_t(api().buf32DIBBufToDIB(buffer.handle)));
     if (bitmap != word(buffer.handle, field_data_handle))

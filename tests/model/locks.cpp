@@ -80,10 +80,8 @@ void World::lock_cell() {
 void World::poke() {
     ModelBuffer &buffer = any();
     if (buffer.locks == 0 || (buffer.mode != BUF32_WRITE && buffer.mode != BUF32_WRITE_3) ||
-        buffer.is(BUF32_ONE_COLOUR) || buffer.is(BUF32_PATTERN)) {
-        describe("nothing");
-        return;
-    }
+        buffer.is(BUF32_ONE_COLOUR) || buffer.is(BUF32_PATTERN))
+        return merge_memory();
     const int index = between(random_, 0, int(word(buffer.handle, field_cell_count)) - 1);
     describe("poke into cell " + std::to_string(index) + " of " + name_of(buffer));
     maybe_inject();

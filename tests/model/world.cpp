@@ -201,6 +201,15 @@ World::Pattern World::random_pattern(int bits) {
     return pattern;
 }
 
+void World::random_colour(int bits, uint8_t (&colour)[8]) {
+    random_.fill(colour);
+    if (bits >= 8)
+        return;
+    const bool any_pixel = bits == 1 || bits == 2 || bits == 4;
+    const unsigned pixel = any_pixel ? colour[0] % (1u << bits) : colour[0] % 2 * 255;
+    colour[0] = uint8_t(any_pixel ? pixel * (255 / ((1u << bits) - 1)) : pixel);
+}
+
 void World::paint(Image &image, int bits, const Pattern &pattern) {
     const int width = pattern.descriptor.width, height = pattern.descriptor.height;
     const size_t row_bytes = size_t((width * bits + 7) / 8);

@@ -139,6 +139,8 @@ private:
         std::vector<uint8_t> bytes;
     };
     Pattern random_pattern(int bits);
+    // A colour that is the same at every pixel: under 8 bits a byte that looks alike from each.
+    void random_colour(int bits, uint8_t (&colour)[8]);
     static void paint(Image &image, int bits, const Pattern &pattern);
     static void paint(Image &image, int bits, const uint8_t *colour);
     // What the first write does to a buffer without storage.
