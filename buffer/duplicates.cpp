@@ -2,6 +2,7 @@
 // bitmap_entries.cpp.
 #include "buffer/duplicates.h"
 
+#include "buffer/buffer_copy.h"
 #include "buffer/failures.h"
 #include "buffer/layout.h"
 #include "buffer/one_colour.h"
@@ -32,8 +33,8 @@ constexpr DuplicateSites one_colour_sites = {
     .no_layout = site::no_one_colour_duplicate,
 };
 
-// A linear buffer that went through one colour is a tiled one with a single cell. The sharers of a
-// source find their cells in its address table.
+// A linear buffer that went through one colour is a tiled one with a single cell: two buffers of
+// one type and size may differ in their cells. Sharers find theirs in the source's address table.
 bool has_same_cells(const Record &a, const Record &b) {
     return a.info.cell_width == b.info.cell_width && a.info.cell_height == b.info.cell_height;
 }
@@ -42,7 +43,7 @@ int share_with_existing(Record &source, Record &destination, const DuplicateSite
     if (!fits(source, destination, sites))
         return 0;
     if (!has_same_cells(source, destination))
-        return fail(sites.sizes_differ);
+        return copy_area(source, area_of(source), destination, 0, 0);
     // Itself, its source, or a sharer of the same source: refused without a report, and before
     // anything is done to the destination.
     if (&source.owner() == &destination.owner())
