@@ -14,6 +14,12 @@ std::byte *padded_row(const Record &record, int row) {
     return record.storage + size_t(row) * padded_row_bytes(record.row_bytes);
 }
 
+// Where the row table says that the row lies.
+std::byte *row_at(const Record &record, int row) {
+    std::byte *const *const table = record.cell_address;
+    return table[row];
+}
+
 bool has_padding(const Record &record) {
     return padded_row_bytes(record.row_bytes) != record.row_bytes;
 }
@@ -22,13 +28,13 @@ bool has_padding(const Record &record) {
 // itself.
 void pack_rows(const Record &record) {
     for (int row = 1; row < record.info.height; ++row)
-        std::memmove(record.cell_address[row], padded_row(record, row), record.row_bytes);
+        std::memmove(row_at(record, row), padded_row(record, row), record.row_bytes);
 }
 
 // The same backwards, from the last row on.
 void pad_rows(const Record &record) {
     for (int row = record.info.height - 1; row >= 1; --row)
-        std::memmove(padded_row(record, row), record.cell_address[row], record.row_bytes);
+        std::memmove(padded_row(record, row), row_at(record, row), record.row_bytes);
 }
 
 void swap_red_and_blue(const Record &record, std::byte *row) {
@@ -43,14 +49,14 @@ void flip_and_swap(const Record &record) {
     int top = 0;
     int bottom = record.info.height - 1;
     for (; top < bottom; ++top, --bottom) {
-        std::byte *const upper = record.cell_address[top];
-        std::byte *const lower = record.cell_address[bottom];
+        std::byte *const upper = row_at(record, top);
+        std::byte *const lower = row_at(record, bottom);
         mem32Exchange(upper, lower, int(record.row_bytes));
         swap_red_and_blue(record, upper);
         swap_red_and_blue(record, lower);
     }
     if (top == bottom)
-        swap_red_and_blue(record, record.cell_address[top]);
+        swap_red_and_blue(record, row_at(record, top));
 }
 
 } // namespace
