@@ -59,22 +59,38 @@ size_t run_bits(const Record &record, const PlainRows &rows, int left, int right
     return bits + (8 - end_in_byte) % 8;
 }
 
+void prefetch(const std::byte *address, bool soon) {
+    const auto *const line = reinterpret_cast<const char *>(address);
+    soon ? _mm_prefetch(line, _MM_HINT_T0) : _mm_prefetch(line, _MM_HINT_T1);
+}
+
 // The rows of a cell lie one behind the other: a caller who walks the image row by row finds the
 // pieces of coming rows in the cache. Into its second level: the pieces of a whole image row ahead
 // would push the row at hand out of the first. Reaching beyond the storage is harmless.
 void prefetch_coming_row(const BitRows &cell, size_t bits) {
     constexpr size_t cache_line = 64, rows_ahead = 4;
-    const auto *const ahead =
-        reinterpret_cast<const char *>(cell.first_byte() + rows_ahead * cell.stride);
+    const std::byte *const ahead = cell.first_byte() + rows_ahead * cell.stride;
     for (size_t offset = 0; offset < bits / 8; offset += cache_line)
-        _mm_prefetch(ahead + offset, _MM_HINT_T1);
+        prefetch(ahead + offset, false);
+}
+
+// The processor fetches the lines of a page by itself once it has met the first, but looks up one
+// page after the other. This lets it look up all pages of a piece at once.
+void prefetch_pages(const BitRows &cell, size_t rows) {
+    constexpr size_t page = 4096;
+    const size_t rows_of_page = std::max<size_t>(page / cell.stride, 1);
+    for (size_t row = 0; row < rows; row += rows_of_page)
+        prefetch(cell.first_byte() + row * cell.stride, true);
 }
 
 // The part of an area that lies in one cell, by that cell's rows and by the plain ones.
 template <Direction direction>
 void move_piece(const BitRows &cell, const BitRows &plain, size_t bits, int height) {
+    constexpr int many_rows = 32;
     if (height == 1)
         prefetch_coming_row(cell, bits);
+    else if (height >= many_rows)
+        prefetch_pages(cell, size_t(height));
     if constexpr (direction == Direction::to_memory)
         copy_bit_rows(plain, cell, bits, size_t(height));
     else
