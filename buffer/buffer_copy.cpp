@@ -28,6 +28,34 @@ GlobalBlock allocate_strip(size_t row_bytes, int *rows) {
     return {};
 }
 
+// A strip's rows are moved a few at a time, through the same few pages of it: they stay in the
+// cache, and the rest of a large strip is never touched. A source that may be the memory that is
+// written, however, is read before.
+int rows_at_a_time(const Record &source, const Record &destination, size_t row_bytes) {
+    constexpr size_t window_bytes = 128 * 1024;
+    if (&source == &destination || source.info.type == BUF32_CALLER_MEMORY)
+        return Q32_MAX_SIDE;
+    return int(std::max<size_t>(window_bytes / row_bytes, 1));
+}
+
+// One strip's area of the source to (x, y) of the destination. Entries are taken from the tables
+// anew each time: the first rows written may change the destination's type.
+bool copy_strip(Record &source, const Area &area, Record &destination, int x, int y,
+                int rows_at_once, void *strip) {
+    const int width = area.width();
+    for (int done = 0; done < area.height(); done += rows_at_once) {
+        // Rows below the destination are excess, unless the strip begins there.
+        if (done > 0 && y + done >= destination.info.height)
+            break;
+        const int rows = std::min(rows_at_once, area.height() - done);
+        if (!source.operations.get_memory(source, area.left, area.top + done, width, rows, strip))
+            return false;
+        if (!destination.operations.merge_memory(destination, x, y + done, width, rows, strip))
+            return false;
+    }
+    return true;
+}
+
 // --- rectangles ---------------------------------------------------------------------------------
 
 // How much of a rectangle's right and bottom the copy still reads when the destination's edge cuts
@@ -144,15 +172,11 @@ int copy_area(Record &source, const Area &area, Record &destination, int x, int 
     if (!strip)
         return fail(site::no_strip);
 
-    // Entries are taken from the tables anew for each strip: the first one written may change the
-    // destination's type.
+    const int rows_at_once = rows_at_a_time(source, destination, row_bytes);
     for (int done = 0; done < area.height(); done += strip_rows) {
-        const int rows = std::min(strip_rows, area.height() - done);
-        if (!source.operations.get_memory(source, area.left, area.top + done, area.width(), rows,
-                                          strip.get()))
-            return 0;
-        if (!destination.operations.merge_memory(destination, x, y + done, area.width(), rows,
-                                                 strip.get()))
+        const int top = area.top + done;
+        const Area part{area.left, top, area.right, std::min(top + strip_rows, area.bottom)};
+        if (!copy_strip(source, part, destination, x, y + done, rows_at_once, strip.get()))
             return 0;
     }
     return 1;
