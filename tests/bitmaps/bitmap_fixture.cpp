@@ -1,6 +1,9 @@
 // Bitmaps in memory, their layouts by definition, and buffers over them.
 #include "tests/bitmaps/bitmap_fixture.h"
 
+#include <map>
+#include <memory>
+
 namespace q32::test {
 
 // --- layouts ---------------------------------------------------------------------------------
@@ -151,45 +154,63 @@ uint32_t Bitmap::address() const {
     return address;
 }
 
+struct FencedBitmap::Gates {
+    static inline std::map<HGLOBAL, FencedBitmap *> blocks;
+    static inline std::unique_ptr<Gates> open; // while there are blocks
+
+    static FencedBitmap *find(HGLOBAL block) {
+        const auto found = blocks.find(block);
+        return found != blocks.end() ? found->second : nullptr;
+    }
+
+    frame::Replaced<frame::call::GlobalLock> lock{[](HGLOBAL block) -> LPVOID {
+        FencedBitmap *const fenced = find(block);
+        if (fenced == nullptr)
+            return GlobalLock(block);
+        ++fenced->locks_;
+        return fenced->data_;
+    }};
+    frame::Replaced<frame::call::GlobalUnlock> unlock{[](HGLOBAL block) -> BOOL {
+        FencedBitmap *const fenced = find(block);
+        if (fenced == nullptr)
+            return GlobalUnlock(block);
+        EXPECT_GT(fenced->locks_, 0) << "unlocked once too often";
+        SetLastError(NO_ERROR);
+        return --fenced->locks_ > 0;
+    }};
+    frame::Replaced<frame::call::GlobalSize> size{[](HGLOBAL block) -> SIZE_T {
+        const FencedBitmap *const fenced = find(block);
+        return fenced == nullptr ? GlobalSize(block) : fenced->size_;
+    }};
+    frame::Replaced<frame::call::GlobalFlags> flags{[](HGLOBAL block) -> UINT {
+        const FencedBitmap *const fenced = find(block);
+        return fenced == nullptr ? GlobalFlags(block) : UINT(fenced->locks_);
+    }};
+    frame::Replaced<frame::call::GlobalFree> free{[](HGLOBAL block) -> HGLOBAL {
+        FencedBitmap *const fenced = find(block);
+        if (fenced == nullptr)
+            return GlobalFree(block);
+        EXPECT_FALSE(fenced->freed_) << "freed twice";
+        EXPECT_EQ(fenced->locks_, 0) << "freed while it is locked";
+        fenced->freed_ = true;
+        return nullptr;
+    }};
+};
+
 FencedBitmap::FencedBitmap(const Bytes &bytes, Side side)
     : handle_(GlobalAlloc(GMEM_MOVEABLE, 1)), size_(bytes.size()),
       memory_(std::max<size_t>(bytes.size(), 1)),
-      data_(side == ends_at_fence ? memory_.end() - bytes.size() : memory_.begin()),
-      lock_([this](HGLOBAL block) -> LPVOID {
-          if (block != handle_)
-              return lock_before_ ? lock_before_(block) : GlobalLock(block);
-          ++locks_;
-          return data_;
-      }),
-      unlock_([this](HGLOBAL block) -> BOOL {
-          if (block != handle_)
-              return unlock_before_ ? unlock_before_(block) : GlobalUnlock(block);
-          EXPECT_GT(locks_, 0) << "unlocked once too often";
-          SetLastError(NO_ERROR);
-          return --locks_ > 0;
-      }),
-      size_of_([this](HGLOBAL block) -> SIZE_T {
-          if (block != handle_)
-              return size_before_ ? size_before_(block) : GlobalSize(block);
-          return size_;
-      }),
-      flags_([this](HGLOBAL block) -> UINT {
-          if (block != handle_)
-              return flags_before_ ? flags_before_(block) : GlobalFlags(block);
-          return UINT(locks_);
-      }),
-      free_([this](HGLOBAL block) -> HGLOBAL {
-          if (block != handle_)
-              return free_before_ ? free_before_(block) : GlobalFree(block);
-          EXPECT_FALSE(freed_) << "freed twice";
-          EXPECT_EQ(locks_, 0) << "freed while it is locked";
-          freed_ = true;
-          return nullptr;
-      }) {
+      data_(side == ends_at_fence ? memory_.end() - bytes.size() : memory_.begin()) {
     std::copy(bytes.begin(), bytes.end(), data_);
+    if (Gates::blocks.empty())
+        Gates::open = std::make_unique<Gates>();
+    Gates::blocks[handle_] = this;
 }
 
 FencedBitmap::~FencedBitmap() {
+    Gates::blocks.erase(handle_);
+    if (Gates::blocks.empty())
+        Gates::open.reset();
     GlobalFree(handle_);
 }
 

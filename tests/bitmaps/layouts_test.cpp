@@ -125,7 +125,7 @@ TEST_F(BitmapLayouts, OddHeightsKeepTheirMiddleRow) {
     Opened buffer(Shape{8, 3, 5}, block.data());
     EXPECT_EQ(pixels_of(buffer), (Bytes{5, 5, 5, 4, 4, 4, 3, 3, 3, 2, 2, 2, 1, 1, 1}));
     buffer.close();
-    EXPECT_EQ(block, (Bytes{1, 1, 1, 4, 2, 2, 2, 2, 3, 3, 3, 1, 4, 4, 4, 0xD, 5, 5, 5, 0xE}));
+    EXPECT_EQ(block, (Bytes{1, 1, 1, 4, 2, 2, 2, 3, 3, 3, 3, 2, 4, 4, 4, 0xD, 5, 5, 5, 0xE}));
 }
 
 // --- everywhere ------------------------------------------------------------------------------

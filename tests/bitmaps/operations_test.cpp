@@ -56,8 +56,8 @@ TEST_F(BitmapOperations, LocksGiveTheStorageAndCount) {
     }
     while (count-- > 0)
         EXPECT_SUCCESS(api().buf32Unlock(buffer));
-    EXPECT_REPORT(api().buf32Unlock(buffer), 5804, 1, 3, 4);
-    EXPECT_REPORT(api().buf32CellUnlock(buffer, 0), 5804, 0, 3, 2);
+    EXPECT_FAILURE(api().buf32Unlock(buffer), 5804, 1, 3, 4);
+    EXPECT_FAILURE(api().buf32CellUnlock(buffer, 0), 5804, 0, 3, 2);
 }
 
 TEST_F(BitmapOperations, HaveOneCell) {
@@ -78,7 +78,7 @@ TEST_F(BitmapOperations, HaveOneCell) {
         // A row of the table is no cell.
         for (int index : {-1, 1, 2, 199, 200, INT_MAX, INT_MIN}) {
             address = &address;
-            EXPECT_REPORT(api().buf32CellLock(buffer, index, &address, nullptr), 5804, 0, 3, 1);
+            EXPECT_FAILURE(api().buf32CellLock(buffer, index, &address, nullptr), 5804, 0, 3, 1);
             EXPECT_EQ(address, nullptr);
         }
         EXPECT_EQ(word(buffer, field_lock_count), 0u);
@@ -109,7 +109,7 @@ TEST_F(BitmapOperations, RowsAsStored) {
         }
         buffer.expect_pixels_now();
         EXPECT_SUCCESS(api().buf32Unlock(buffer));
-        EXPECT_REPORT(api().buf32Line(buffer, 0, BUF32_LINE_READ, row.data()), 5804, 1, 3, 3);
+        EXPECT_FAILURE(api().buf32Line(buffer, 0, BUF32_LINE_READ, row.data()), 5804, 1, 3, 3);
         return !::testing::Test::HasFailure();
     });
 }
@@ -196,7 +196,7 @@ TEST_F(BitmapOperations, AddressesWithoutStorage) {
     const uint32_t address = cell_address_word(buffer, 0), storage = word(buffer, field_storage);
     set_word(buffer, field_cell_address, 0);
     set_word(buffer, field_storage, 0);
-    EXPECT_REPORT(api().buf32PointAddr(buffer, 0, 0), 3200, 1, 4, 184);
+    EXPECT_FAILURE(api().buf32PointAddr(buffer, 0, 0), 3200, 1, 4, 184);
     set_word(buffer, field_cell_address, address);
     set_word(buffer, field_storage, storage);
 }
@@ -367,10 +367,10 @@ TEST_F(BitmapOperations, RectanglesOfHugeSides) {
                             {-1, 0, 1, 1}};
     for (const Area &area : nothing) {
         SCOPED_TRACE(area.x);
-        EXPECT_REPORT(api().buf32GetMem(buffer, area.x, area.y, area.width, area.height, memory),
-                      3200, 1, 3, 13);
-        EXPECT_REPORT(api().buf32MergeMem(buffer, area.x, area.y, memory, area.width, area.height),
-                      3200, 1, 3, 14);
+        EXPECT_FAILURE(api().buf32GetMem(buffer, area.x, area.y, area.width, area.height, memory),
+                       3200, 1, 3, 13);
+        EXPECT_FAILURE(api().buf32MergeMem(buffer, area.x, area.y, memory, area.width, area.height),
+                       3200, 1, 3, 14);
     }
     EXPECT_EQ(bytes_at(memory, 64), Bytes(64));
     buffer.expect_pixels_now();
@@ -381,9 +381,9 @@ TEST_F(BitmapOperations, NullArgumentsOfRectangles) {
     Fenced buffer({8, 9, 4}, random);
     uint8_t memory[64] = {};
     for (HBUF32 handle : {HBUF32(0), HBUF32(buffer)}) {
-        EXPECT_REPORT(api().buf32GetMem(handle, 0, 0, 1, 1, nullptr), 3200, 0, 4, 6);
-        EXPECT_REPORT(api().buf32MergeMem(handle, 0, 0, nullptr, 1, 1), 3200, 0, 4, 6);
-        EXPECT_REPORT(api().buf32GetMemWithBC(handle, 0, 0, 1, 1, nullptr, memory), 3200, 0, 4, 6);
+        EXPECT_FAILURE(api().buf32GetMem(handle, 0, 0, 1, 1, nullptr), 3200, 0, 4, 6);
+        EXPECT_FAILURE(api().buf32MergeMem(handle, 0, 0, nullptr, 1, 1), 3200, 0, 4, 6);
+        EXPECT_FAILURE(api().buf32GetMemWithBC(handle, 0, 0, 1, 1, nullptr, memory), 3200, 0, 4, 6);
         EXPECT_SILENT_FAILURE(api().buf32GetMemWithBC(handle, 0, 0, 1, 1, memory, nullptr));
     }
     buffer.expect_pixels_now();
@@ -395,7 +395,7 @@ TEST_F(BitmapOperations, HeightsCannotBeChanged) {
     Random random(test_seed(), 6);
     Fenced buffer({8, 9, 4}, random);
     for (int rows : {1, 4, 5}) {
-        EXPECT_REPORT(api().buf32ReAlloc(buffer, rows), 3200, 0, 4, 11);
+        EXPECT_FAILURE(api().buf32ReAlloc(buffer, rows), 3200, 0, 4, 11);
     }
     buffer.expect_pixels_now();
 }

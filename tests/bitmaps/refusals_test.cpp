@@ -186,12 +186,12 @@ TEST_F(BitmapRefusals, BlocksWithoutTheirLastRows) {
             const Bytes cut(whole.begin(), whole.begin() + ptrdiff_t(length));
             Bitmap bitmap(cut, flags);
             HBUF32 handle = 0x5A5A5A5A;
-            EXPECT_REPORT(api().buf32DIBBufAlloc(&handle, bitmap), 1001, 1, 4, 15);
+            EXPECT_FAILURE(api().buf32DIBBufAlloc(&handle, bitmap), 1001, 1, 4, 15);
             EXPECT_EQ(handle, 0u);
             EXPECT_EQ(bitmap.locks(), 0u);
             EXPECT_EQ(bitmap.bytes(), cut);
-            EXPECT_REPORT(api().buf32Alloc(&handle, 1, 1, 1, BUF32_DIB, HGLOBAL(bitmap)), 1001, 1,
-                          4, 15);
+            EXPECT_FAILURE(api().buf32Alloc(&handle, 1, 1, 1, BUF32_DIB, HGLOBAL(bitmap)), 1001, 1,
+                           4, 15);
             EXPECT_EQ(bitmap.locks(), 0u);
             EXPECT_EQ(bitmap.bytes(), cut);
         }
@@ -248,10 +248,10 @@ TEST_F(BitmapRefusals, HandlesThatCannotBeLocked) {
     FailingCall unlocks("GlobalUnlock", 0);
     for (HGLOBAL bitmap : {HGLOBAL(nullptr), freed, empty}) {
         HBUF32 handle = 0x5A5A5A5A;
-        EXPECT_REPORT(api().buf32DIBBufAlloc(&handle, bitmap), 1001, 1, 4, 15);
+        EXPECT_FAILURE(api().buf32DIBBufAlloc(&handle, bitmap), 1001, 1, 4, 15);
         EXPECT_EQ(handle, 0u);
         handle = 0x5A5A5A5A;
-        EXPECT_REPORT(api().buf32Alloc(&handle, 24, 10, 10, BUF32_DIB, bitmap), 1001, 1, 4, 15);
+        EXPECT_FAILURE(api().buf32Alloc(&handle, 24, 10, 10, BUF32_DIB, bitmap), 1001, 1, 4, 15);
         EXPECT_EQ(handle, 0u);
     }
     EXPECT_EQ(unlocks.calls(), 0); // what is not locked is not unlocked
@@ -261,12 +261,13 @@ TEST_F(BitmapRefusals, HandlesThatCannotBeLocked) {
 TEST_F(BitmapRefusals, WithoutARoomForTheHandle) {
     const Bytes block = bitmap_block(Header{{24, 5, 5}});
     Bitmap bitmap(block);
-    EXPECT_REPORT(api().buf32DIBBufAlloc(nullptr, bitmap), 3200, 0, 4, 7);
-    EXPECT_REPORT(api().buf32Alloc(nullptr, 24, 10, 10, BUF32_DIB, HGLOBAL(bitmap)), 3200, 0, 4, 7);
+    EXPECT_FAILURE(api().buf32DIBBufAlloc(nullptr, bitmap), 3200, 0, 4, 7);
+    EXPECT_FAILURE(api().buf32Alloc(nullptr, 24, 10, 10, BUF32_DIB, HGLOBAL(bitmap)), 3200, 0, 4,
+                   7);
     EXPECT_EQ(bitmap.locks(), 0u);
     EXPECT_EQ(bitmap.bytes(), block);
     Bytes pixels(100, 7);
-    EXPECT_REPORT(api().buf32DIBMemBufAlloc(nullptr, 8, 10, 10, pixels.data()), 3200, 0, 4, 7);
+    EXPECT_FAILURE(api().buf32DIBMemBufAlloc(nullptr, 8, 10, 10, pixels.data()), 3200, 0, 4, 7);
     EXPECT_EQ(pixels, Bytes(100, 7));
 }
 
