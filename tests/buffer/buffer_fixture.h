@@ -96,6 +96,8 @@ class Buffer {
 public:
     Buffer(int bits, int width, int height, uint32_t type = BUF32_TILED,
            const void *extra = nullptr);
+    // One that another call has made; 0 is none.
+    explicit Buffer(HBUF32 made) : handle_(made) {}
     ~Buffer();
     Buffer(const Buffer &) = delete;
     Buffer &operator=(const Buffer &) = delete;

@@ -99,6 +99,7 @@ public:
     uint8_t *row(size_t y) { return bytes_.data() + y * row_bytes_; }
     const uint8_t *row(size_t y) const { return bytes_.data() + y * row_bytes_; }
     std::vector<uint8_t> &bytes() { return bytes_; }
+    const std::vector<uint8_t> &bytes() const { return bytes_; }
 
     void set_rows(size_t rows) {
         rows_ = rows;
