@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Prints the benchmarks: row kernels and buffer exports under Wine, then the kernels beside peers.
+# Prints the benchmarks: row kernels and buffer exports under Wine, then both beside peers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 trap 'scripts/wine-run --stop' EXIT
@@ -9,7 +9,12 @@ scripts/wine-run build/win32/bin/rows_bench.exe
 
 printf '\nThe buffers of Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/buffers_bench.exe 2> >(sed '/^wine: /d' >&2)
+printf '\n'
+scripts/wine-run build/win32/bin/rectangles_bench.exe build/rectangles.txt
 
 printf '\nThe row kernels beside other libraries, 64 bits, on this machine\n'
 /usr/bin/python3 bench/peers/numpy_bits.py >build/numpy.txt
 build/native/bin/rows_peers build/numpy.txt
+
+printf '\nRectangles, the DLL (32 bits, under Wine) beside a tile buffer (64 bits, on this machine)\n'
+build/native/bin/buffers_peers build/rectangles.txt

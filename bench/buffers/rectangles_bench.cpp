@@ -1,5 +1,6 @@
 // Rectangles of the DLL: moved at random places of a large image, duplicated and filled, beside
 // plain memory in the same run.
+//     rectangles_bench [FILE]    the file gets the figures of the tiled buffer, for buffers_peers
 #include "bench/buffers/places.h"
 #include "bench/buffers/printing.h"
 #include "bench/buffers/priority_calls.h"
@@ -37,6 +38,11 @@ HBUF32 allocate(std::uint32_t type) {
     return buffer;
 }
 
+struct Figures {
+    double nanoseconds; // for each pixel
+    double ratio;       // to memcpy
+};
+
 // --- rectangles ---------------------------------------------------------------------------------
 
 // Many squares of one size, as one job.
@@ -73,9 +79,9 @@ void write_plain(Place place, int side, const std::uint8_t *memory) {
         std::memcpy(row, memory, bytes);
 }
 
-// Image and reference in turns, of the same number of bytes: per pixel of either.
+// Squares and the whole image in turns: what a pixel of either takes. Returns the squares' time.
 template <class Job>
-void measure_squares(const std::string &name, Squares &squares, Job job) {
+Figures measure_squares(const std::string &name, Squares &squares, Job job) {
     const PairedTime time = time_paired(job, copy_image, budget);
     const double per_pixel = time.job / squares.pixels();
     const double copied_per_pixel = time.reference / (double(width) * height);
@@ -84,9 +90,15 @@ void measure_squares(const std::string &name, Squares &squares, Job job) {
           per_pixel / copied_per_pixel);
     if (squares.side < 100)
         print("   the same, for each call", time.job / squares.count() * 1e9, "ns", nullptr, 0);
+    return {per_pixel * 1e9, per_pixel / copied_per_pixel};
 }
 
-void measure_rectangles_of(HBUF32 buffer, const std::string &kind) {
+void save(std::FILE *file, const char *job, int side, const Figures &figures) {
+    if (file != nullptr)
+        std::fprintf(file, "%s %d %.4f %.3f\n", job, side, figures.nanoseconds, figures.ratio);
+}
+
+void measure_rectangles_of(HBUF32 buffer, const std::string &kind, std::FILE *file) {
     for (const int side : {200, 16}) {
         Squares squares{side};
         const auto get = [=](Place at, int size, void *memory) {
@@ -98,25 +110,27 @@ void measure_rectangles_of(HBUF32 buffer, const std::string &kind) {
         {
             const NoPriorityCalls without("Q32BASE.DLL");
             require(without.complete(), "taking out the priority calls");
-            measure_squares("buf32GetMem, " + kind, squares, squares.job(get));
-            measure_squares("buf32MergeMem, " + kind, squares, squares.job(merge));
+            save(file, "read", side,
+                 measure_squares("buf32GetMem, " + kind, squares, squares.job(get)));
+            save(file, "write", side,
+                 measure_squares("buf32MergeMem, " + kind, squares, squares.job(merge)));
         }
         measure_squares("buf32GetMem, with priority calls", squares, squares.job(get));
         measure_squares("buf32MergeMem, with priority calls", squares, squares.job(merge));
     }
 }
 
-void measure_rectangles() {
+void measure_rectangles(std::FILE *file) {
     for (const int side : {200, 16}) {
         Squares squares{side};
         measure_squares("rows out of a plain image", squares, squares.job(read_plain));
         measure_squares("rows into a plain image", squares, squares.job(write_plain));
     }
     const HBUF32 tiled = allocate(BUF32_TILED);
-    measure_rectangles_of(tiled, "tiled");
+    measure_rectangles_of(tiled, "tiled", file);
     buf32Free(tiled);
     const HBUF32 linear = allocate(BUF32_LINEAR);
-    measure_rectangles_of(linear, "linear");
+    measure_rectangles_of(linear, "linear", nullptr);
     buf32Free(linear);
 }
 
@@ -198,11 +212,15 @@ void measure_fills() {
 
 } // namespace
 
-int main() {
+int main(int argc, char **argv) {
+    std::FILE *const file = argc > 1 ? std::fopen(argv[1], "w") : nullptr;
+    require(argc == 1 || file != nullptr, "opening the file");
     std::printf("Rectangles, %d x %d, %d bits, without the calls that raise the thread's priority "
                 "unless stated;\nthe least of many samples taken in turns\n\n",
                 width, height, bits);
-    measure_rectangles();
+    measure_rectangles(file);
+    if (file != nullptr)
+        std::fclose(file);
     measure_bits();
     measure_duplicates();
     measure_fills();
