@@ -9,31 +9,31 @@
 #include <cstring>
 
 namespace q32::buffer {
-namespace {
 
-// Copies begin at the start of the memory and double in size, up to what stays in the first level
-// of the cache.
-void fill_by_copies(std::byte *memory, const void *colour, size_t colour_bytes, size_t count) {
-    constexpr size_t largest_copy = 1024; // colours
-    const size_t bytes = count * colour_bytes;
-    std::memcpy(memory, colour, colour_bytes);
-    for (size_t done = colour_bytes; done < bytes;) {
-        const size_t next = std::min({done, largest_copy * colour_bytes, bytes - done});
-        std::memcpy(memory + done, memory, next);
+// Doubles up to a stretch that stays in the cache, and then repeats that.
+void repeat_bytes(std::byte *block, size_t unit_bytes, size_t total_bytes) {
+    constexpr size_t long_stretch = 8192;
+    size_t stretch = unit_bytes;
+    for (size_t done = unit_bytes; done < total_bytes;) {
+        const size_t next = std::min(stretch, total_bytes - done);
+        std::memcpy(block + done, block, next);
         done += next;
+        if (stretch < long_stretch)
+            stretch = done;
     }
 }
-
-} // namespace
 
 void fill_pixels(std::byte *memory, const void *colour, int colour_bytes, size_t count) {
     if (count == 0)
         return;
-    if (colour_bytes <= int(rows::max_fill_bytes))
-        rows::kernels().fill[colour_bytes - 1](reinterpret_cast<uint8_t *>(memory),
-                                               static_cast<const uint8_t *>(colour), count);
-    else
-        fill_by_copies(memory, colour, size_t(colour_bytes), count);
+    const size_t unit = size_t(colour_bytes);
+    if (unit <= rows::max_fill_bytes) {
+        rows::kernels().fill[unit - 1](reinterpret_cast<uint8_t *>(memory),
+                                       static_cast<const uint8_t *>(colour), count);
+        return;
+    }
+    std::memcpy(memory, colour, unit);
+    repeat_bytes(memory, unit, unit * count);
 }
 
 } // namespace q32::buffer

@@ -1,4 +1,5 @@
-// Plain memory filled with one colour. Knows bytes only, no buffer's layout.
+// Plain memory filled with one colour or with what it begins with. Knows bytes only, no buffer's
+// layout.
 #pragma once
 
 #include <q32base/buffers.h>
@@ -11,6 +12,10 @@ namespace q32::buffer {
 constexpr int colour_bytes(const BUF32INFO &info) {
     return info.bytes_per_pixel > 0 ? info.bytes_per_pixel : 1;
 }
+
+// Repeats the first unit_bytes of a block until total_bytes are filled. total_bytes may be less
+// than unit_bytes: then nothing happens.
+void repeat_bytes(std::byte *block, size_t unit_bytes, size_t total_bytes);
 
 // Writes so many copies of a colour of 1 to 8 bytes. The colour lies outside the memory.
 void fill_pixels(std::byte *memory, const void *colour, int colour_bytes, size_t count);

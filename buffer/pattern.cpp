@@ -2,6 +2,7 @@
 #include "buffer/pattern.h"
 
 #include "buffer/cells.h"
+#include "buffer/colour_fill.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -3,6 +3,7 @@
 #include "buffer/pixels.h"
 
 #include "buffer/caller_memory.h"
+#include "buffer/colour_fill.h"
 #include "buffer/pattern.h"
 #include "rows/rows.h"
 
@@ -150,24 +151,9 @@ bool read_caller_memory(const Record &record, const Area &area, const PlainRows 
 
 // --- one colour ---------------------------------------------------------------------------------
 
-// Bytes of the colour; under 8 bits one byte of pixels.
-size_t colour_bytes(const BUF32INFO &info) {
-    return size_t(std::max(info.bytes_per_pixel, 1));
-}
-
-void fill_bytes(std::byte *row, const void *colour, size_t pixel_bytes, size_t pixels) {
-    const auto *const pixel = static_cast<const uint8_t *>(colour);
-    if (pixel_bytes <= rows::max_fill_bytes) {
-        rows::kernels().fill[pixel_bytes - 1](kernel_bytes(row), pixel, pixels);
-        return;
-    }
-    std::memcpy(row, pixel, pixel_bytes);
-    repeat_bytes(row, pixel_bytes, pixel_bytes * pixels);
-}
-
 // A row of the image is the colour's bytes over and over: bits begin to begin + bits - 1 of it.
 void fill_bits(std::byte *row, size_t first_bit, const BUF32INFO &info, size_t begin, size_t bits) {
-    const size_t period = colour_bytes(info);
+    const size_t period = size_t(colour_bytes(info));
     std::array<std::byte, 64 * sizeof info.colour> stretch;
     std::memcpy(stretch.data(), info.colour, period);
     repeat_bytes(stretch.data(), period, stretch.size());
@@ -190,8 +176,8 @@ void read_colour(const Record &record, const Area &area, const PlainRows &rows) 
     std::byte *row = rows.memory;
     for (int y = area.top; y < area.bottom; ++y, row += rows.stride) {
         if (whole_bytes)
-            fill_bytes(row + rows.first_bit / 8, info.colour, colour_bytes(info),
-                       size_t(area.width()));
+            fill_pixels(row + rows.first_bit / 8, info.colour, colour_bytes(info),
+                        size_t(area.width()));
         else
             fill_bits(row, rows.first_bit, info, size_t(area.left) * rows.pixel_bits,
                       run_bits(record, rows, area.left, area.right));
@@ -242,19 +228,6 @@ void repeat_bits(std::byte *row, size_t first_bit, size_t unit_bits, size_t tota
         const size_t next = std::min(done, total_bits - done);
         copy_bits(row, first_bit + done, row, first_bit, next);
         done += next;
-    }
-}
-
-// Doubles up to a stretch that stays in the cache, and then repeats that.
-void repeat_bytes(std::byte *block, size_t unit_bytes, size_t total_bytes) {
-    constexpr size_t long_stretch = 8192;
-    size_t stretch = unit_bytes;
-    for (size_t done = unit_bytes; done < total_bytes;) {
-        const size_t next = std::min(stretch, total_bytes - done);
-        std::memcpy(block + done, block, next);
-        done += next;
-        if (stretch < long_stretch)
-            stretch = done;
     }
 }
 

@@ -50,7 +50,4 @@ void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *
 // they are. total_bits may be less than unit_bits: then nothing happens.
 void repeat_bits(std::byte *row, size_t first_bit, size_t unit_bits, size_t total_bits);
 
-// The same for whole bytes and blocks of any size.
-void repeat_bytes(std::byte *block, size_t unit_bytes, size_t total_bytes);
-
 } // namespace q32::buffer
