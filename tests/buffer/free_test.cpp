@@ -74,7 +74,7 @@ TEST_F(BufferFree, RefusesALockedPatternBufferThatLosesItsPattern) {
     const BUF32PATTERN pattern{2, 2, pixels};
     const HBUF32 handle = allocated(8, 300, 200, BUF32_PATTERN, &pattern);
     ASSERT_NE(handle, 0u);
-    set_word(handle, field_lock_count, 1);
+    ASSERT_EQ(api().buf32Lock(handle, BUF32_READ, nullptr), 1);
     FailingCall releases("free", 0);
     EXPECT_EQ(api().buf32Free(handle), 0);
     expect_report(locked);
@@ -84,7 +84,7 @@ TEST_F(BufferFree, RefusesALockedPatternBufferThatLosesItsPattern) {
     EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
     EXPECT_EQ(api().buf32Free(handle), 0);
     expect_report(locked);
-    set_word(handle, field_lock_count, 0);
+    EXPECT_EQ(api().buf32Unlock(handle), 1);
     EXPECT_EQ(api().buf32Free(handle), 1);
     expect_no_report();
     EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
@@ -96,7 +96,8 @@ TEST_F(BufferFree, CallerMemoryIsReleasedLockedOrNot) {
     const BUF32MEMORY memory{0, image};
     const HBUF32 handle = allocated(8, 10, 10, BUF32_CALLER_MEMORY, &memory);
     ASSERT_NE(handle, 0u);
-    set_word(handle, field_lock_count, 1);
+    ASSERT_EQ(api().buf32Lock(handle, BUF32_READ, nullptr), 1);
+    EXPECT_EQ(word(handle, field_lock_count), 1u);
     EXPECT_EQ(api().buf32Free(handle), 1);
     expect_no_report();
     image[99] = 1; // still the caller's
@@ -188,8 +189,12 @@ TEST_F(BufferFree, UnloadingFreesEverything) {
     const std::string name = swap_file_of(file);
     const HBUF32 one_colour = allocated(8, 300, 200, BUF32_ONE_COLOUR, colour);
     api().buf32Lock(one_colour, BUF32_READ, nullptr);
+    const HBUF32 patterned = allocated(8, 300, 200, BUF32_PATTERN, &pattern);
+    EXPECT_EQ(api().buf32Lock(patterned, BUF32_READ, nullptr), 1);
+    EXPECT_EQ(api().buf32CellLock(patterned, 3, nullptr, nullptr), 1);
     allocated(8, 300, 200, BUF32_PATTERN, &pattern);
-    allocated(8, 10, 10, BUF32_CALLER_MEMORY, &memory);
+    const HBUF32 over = allocated(8, 10, 10, BUF32_CALLER_MEMORY, &memory);
+    EXPECT_EQ(api().buf32Lock(over, BUF32_READ, nullptr), 1);
     allocated(8, 300, 200, BUF32_LINEAR);
     EXPECT_TRUE(file_exists(name));
     fresh_library(); // checks that the old one left nothing behind
