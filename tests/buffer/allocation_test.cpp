@@ -245,10 +245,10 @@ TEST_F(BufferAllocation, AnyTypeValueIsSurvived) {
         uint32_t type = i < 256 ? uint32_t(i) : uint32_t(random.next());
         if (i == 256)
             type = 0xFFFFFFFE;
-        if (type == BUF32_DIB)
-            continue;
         HBUF32 handle = 0;
-        if (api().buf32Alloc(&handle, 24, 140, 130, type, &pattern) == 1) {
+        const void *const extra = type == BUF32_DIB ? nullptr : &pattern; // that is no bitmap
+        if (api().buf32Alloc(&handle, 24, 140, 130, type, extra) == 1) {
+            EXPECT_NE(type, BUF32_DIB);
             ASSERT_NE(handle, 0u);
             void *address = nullptr;
             if (api().buf32CellLock(handle, 0, &address, nullptr) == 1) {

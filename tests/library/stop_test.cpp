@@ -51,31 +51,39 @@ TEST_F(Stop, FreesBuffersOfEveryTypeHoweverOftenLocked) {
     uint8_t pixels[200 * 3] = {};
     const BUF32PATTERN pattern{4, 4, pixels};
     const BUF32MEMORY memory{0, pixels};
+    const auto bitmap = [] { // 10 x 10 pixels of 24 bits
+        const HGLOBAL block = GlobalAlloc(GHND, sizeof(BITMAPINFOHEADER) + 320);
+        BITMAPINFOHEADER header{sizeof header, 10, 10, 1, 24};
+        std::memcpy(GlobalLock(block), &header, sizeof header);
+        GlobalUnlock(block);
+        return block;
+    };
     const struct {
         uint32_t type;
         const void *extra;
         int width, height;
     } kinds[] = {{0, nullptr, 200, 150}, {0x80000000, nullptr, 200, 150}, {1, colour, 200, 150},
                  {2, nullptr, 200, 150}, {4, nullptr, 200, 150},          {16, nullptr, 200, 150},
-                 {32, &memory, 10, 10},  {128, &pattern, 200, 150}};
+                 {32, &memory, 10, 10},  {128, &pattern, 200, 150},       {8, nullptr, 10, 10}};
+    std::vector<HGLOBAL> bitmaps;
     for (int locks = 0; locks <= 3; ++locks)
         for (const auto &kind : kinds) {
             SCOPED_TRACE(kind.type);
-            const HBUF32 buffer = allocate(24, kind.width, kind.height, kind.type, kind.extra);
-            if (kind.type == BUF32_CALLER_MEMORY || kind.type == BUF32_PATTERN) {
-                set_word(buffer, field_lock_count, uint32_t(locks));
-                continue;
-            }
+            const void *const extra =
+                kind.type == BUF32_DIB ? bitmaps.emplace_back(bitmap()) : kind.extra;
+            const HBUF32 buffer = allocate(24, kind.width, kind.height, kind.type, extra);
             for (int lock = 0; lock < locks; ++lock)
                 EXPECT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
-            if (locks == 3) {
+            if (locks == 3 && kind.type != BUF32_CALLER_MEMORY) { // which has no cells
                 EXPECT_EQ(api().buf32CellLock(buffer, 0, nullptr, nullptr), 1);
             }
         }
-    EXPECT_EQ(api().buf32CountBuf(nullptr), 32);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 36);
     expect_no_report();
     stop();
     expect_no_report();
+    for (HGLOBAL block : bitmaps) // they went with their buffers
+        EXPECT_EQ(GlobalFlags(block), UINT(GMEM_INVALID_HANDLE));
 }
 
 TEST_F(Stop, ClearsItsSlotInTheMasterFileAndNothingElse) {
