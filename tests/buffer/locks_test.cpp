@@ -253,21 +253,27 @@ TEST_F(BufferLocks, CellAddressesReachThePixels) {
     }
 }
 
-// A type that says pattern or caller memory: what must not be locked for writing fails in silence.
-TEST_F(BufferLocks, CallerMemoryTakesNoCellAndNoWriteLocks) {
+// Memory of the caller's is read as it stands: no cells, and nothing to write.
+TEST_F(BufferLocks, CallerMemoryTakesReadLocksOnly) {
     uint8_t image[100] = {};
     const BUF32MEMORY memory{0, image};
     Buffer over(8, 10, 10, BUF32_CALLER_MEMORY, &memory);
+    void *base = nullptr;
+    EXPECT_EQ(api().buf32Lock(over, BUF32_READ, &base), 1);
+    EXPECT_EQ(base, image);
+    EXPECT_EQ(count_of(over), 1u);
     for (int mode : {2, 3, 4}) {
-        void *base = &base;
+        base = &base;
         EXPECT_EQ(api().buf32Lock(over, mode, &base), 0);
         EXPECT_EQ(base, nullptr);
+        EXPECT_EQ(mode_of(over), 1u);
     }
     void *address = &address;
     BUF32CELL cell;
     EXPECT_EQ(api().buf32CellLock(over, 0, &address, &cell), 0);
     EXPECT_EQ(address, nullptr);
-    EXPECT_EQ(count_of(over), 0u);
+    EXPECT_EQ(count_of(over), 1u);
+    EXPECT_EQ(api().buf32Unlock(over), 1);
     expect_no_report();
 }
 
