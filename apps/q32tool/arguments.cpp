@@ -25,7 +25,8 @@ bool is_optional(std::string_view operand) {
 const Option *find_option(const Command &command, std::string_view word) {
     for (const std::vector<Option> *table : {&command.options, &common_options()})
         for (const Option &option : *table)
-            if (word == option.name || (!option.letter.empty() && word == option.letter))
+            if (word == option.name || (!option.letter.empty() && word == option.letter) ||
+                (!option.also.empty() && word == option.also))
                 return &option;
     return nullptr;
 }
@@ -48,6 +49,13 @@ const std::vector<Option> &common_options() {
         {"--help", "", "print this help", "-h"},
     };
     return options;
+}
+
+std::vector<Option> joined(std::initializer_list<std::vector<Option>> tables) {
+    std::vector<Option> all;
+    for (const std::vector<Option> &table : tables)
+        all.insert(all.end(), table.begin(), table.end());
+    return all;
 }
 
 Arguments::Arguments(const Command &command, const std::vector<std::string> &words) {

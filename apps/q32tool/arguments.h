@@ -16,6 +16,7 @@ struct Option {
     std::string_view value; // what follows it, as shown in the help; empty: a switch
     std::string_view help;
     std::string_view letter = {}; // "-q"
+    std::string_view also = {};   // another spelling, which the help leaves out
 };
 
 class Arguments;
@@ -28,6 +29,9 @@ struct Command {
     std::vector<Option> options;
     void (*run)(const Arguments &);
 };
+
+// Tables one behind the other, for a command's own.
+std::vector<Option> joined(std::initializer_list<std::vector<Option>> tables);
 
 // Options that every command knows.
 const std::vector<Option> &common_options();

@@ -56,17 +56,37 @@ int bits_of(PixelFormat format) {
     return 24;
 }
 
-Image::Image(PixelFormat format, int width, int height, uint32_t type, std::string named)
-    : format_(format), width_(width), height_(height), named_(std::move(named)) {
+Image::Image(PixelFormat format, int width, int height, std::string named)
+    : format_(format), width_(width), height_(height), named_(std::move(named)) {}
+
+Image::Image(PixelFormat format, int width, int height, uint32_t type, std::string named,
+             const void *extra)
+    : Image(format, width, height, std::move(named)) {
+    make([&](HBUF32 *handle) {
+        return buf32Alloc(handle, bits_of(format), width, height, type, extra);
+    });
+}
+
+Image Image::cut(const Area &area) const {
+    Image part(format_, area.width, area.height, named_);
+    ++timings().rectangles;
+    part.make([&](HBUF32 *handle) {
+        return buf32GetBuf(handle_, area.x, area.y, area.width, area.height, handle);
+    });
+    return part;
+}
+
+template <typename Function>
+void Image::make(const Function &function) {
     const uint64_t bytes =
-        (static_cast<uint64_t>(width) * static_cast<uint64_t>(bits_of(format)) + 7) / 8 *
-        static_cast<uint64_t>(height);
+        (static_cast<uint64_t>(width_) * static_cast<uint64_t>(bits_of(format_)) + 7) / 8 *
+        static_cast<uint64_t>(height_);
     const uint64_t free_before = free_swap_bytes();
     const uint32_t mapped_before = memory_use().mapped;
     {
         const Timed timed(Part::library);
-        if (!buf32Alloc(&handle_, bits_of(format), width, height, type, nullptr))
-            throw allocation_failure(named_, width, height, bytes);
+        if (!function(&handle_))
+            throw allocation_failure(named_, width_, height_, bytes);
     }
     ++timings().buffers;
     // Where files may have holes, a swap file is made on a full disk too, and the process dies when

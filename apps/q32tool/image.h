@@ -3,6 +3,8 @@
 // the commands for that.
 #pragma once
 
+#include "areas.h"
+
 #include <q32base/buffers.h>
 
 #include <cstdint>
@@ -23,9 +25,10 @@ int bits_of(PixelFormat format);
 
 class Image {
 public:
-    // named: what messages about the image are about, mostly a file's name. type: a BUF32_ value.
-    // Throws Failure.
-    Image(PixelFormat format, int width, int height, uint32_t type, std::string named);
+    // named: what messages about the image are about, mostly a file's name. type: a BUF32_ value,
+    // extra: what buf32Alloc wants for it. Throws Failure.
+    Image(PixelFormat format, int width, int height, uint32_t type, std::string named,
+          const void *extra = nullptr);
     Image(Image &&other) noexcept;
     Image &operator=(Image &&other) noexcept;
     ~Image();
@@ -38,10 +41,19 @@ public:
 
     BUF32INFO info() const;
 
+    // A rectangle inside the image as a new one, by buf32GetBuf: of the whole image a duplicate,
+    // which shares its pixels. Throws Failure.
+    Image cut(const Area &area) const;
+
     // One row by buf32Line, in a mode of BUF32_LINE_; the image must be locked (ImageLock).
     void line(int row, int mode, void *memory);
 
 private:
+    Image(PixelFormat format, int width, int height, std::string named);
+    // Lets a function of the library store the handle of a new buffer.
+    template <typename Function>
+    void make(const Function &function);
+
     HBUF32 handle_ = 0;
     PixelFormat format_;
     int width_;

@@ -5,14 +5,26 @@
 #include <cstdio>
 
 namespace q32tool {
+namespace {
 
-std::optional<uint64_t> parse_number(std::string_view text) {
-    uint64_t value = 0;
+template <typename Number>
+std::optional<Number> parse_whole(std::string_view text) {
+    Number value = 0;
     const char *end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value);
     if (result.ec != std::errc() || result.ptr != end)
         return std::nullopt;
     return value;
+}
+
+} // namespace
+
+std::optional<uint64_t> parse_number(std::string_view text) {
+    return parse_whole<uint64_t>(text);
+}
+
+std::optional<int> parse_integer(std::string_view text) {
+    return parse_whole<int>(text);
 }
 
 std::optional<uint64_t> parse_size(std::string_view text) {

@@ -11,6 +11,9 @@ namespace q32tool {
 // A whole decimal number, nothing before or after it.
 std::optional<uint64_t> parse_number(std::string_view text);
 
+// The same with a minus sign before it, if any.
+std::optional<int> parse_integer(std::string_view text);
+
 // Bytes: a whole number, optionally followed by K, M or G (1024, 1024^2, 1024^3).
 std::optional<uint64_t> parse_size(std::string_view text);
 

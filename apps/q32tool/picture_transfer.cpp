@@ -2,8 +2,11 @@
 // the library's RGBToBGR both ways.
 #include "picture_transfer.h"
 
+#include "areas.h"
+#include "numbers.h"
 #include "picture_reader.h"
 #include "progress.h"
+#include "text.h"
 #include "timings.h"
 
 #include <q32base/rows.h>
@@ -102,6 +105,19 @@ void save_picture(Image &image, const std::string &path, FileFormat format) {
     }
     const Timed timed(Part::writing);
     writer.commit();
+}
+
+void save_picture_and_tell(Image &image, const std::string &path, FileFormat format,
+                           const Arguments &arguments) {
+    save_picture(image, path, format);
+    if (!arguments.has("--quiet"))
+        print(written_line(path, image.width(), image.height(), bits_of(image.format()), format));
+}
+
+std::string written_line(const std::string &path, int width, int height, int bits,
+                         FileFormat format) {
+    return path + ": " + size_in_words(width, height) + ", " +
+           counted(static_cast<uint64_t>(bits), "bit") + ", " + format_name(format) + "\n";
 }
 
 } // namespace q32tool

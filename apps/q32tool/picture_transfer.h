@@ -1,6 +1,7 @@
 // Pictures between files and buffers: what a command reads first and writes last.
 #pragma once
 
+#include "arguments.h"
 #include "image.h"
 #include "picture_writer.h"
 
@@ -21,5 +22,13 @@ LoadedPicture load_picture(const std::string &path, uint32_t buffer_type);
 // JPEG, 1 bit becomes grey), 5-5-5 stays so in BMP, everything else becomes 24 bits. Throws
 // Failure, Cancelled; no file is left then.
 void save_picture(Image &image, const std::string &path, FileFormat format);
+
+// The same, and names what was written unless the user wants quiet.
+void save_picture_and_tell(Image &image, const std::string &path, FileFormat format,
+                           const Arguments &arguments);
+
+// "OUT: 640 x 480 pixels, 24 bits, PNG", with its end.
+std::string written_line(const std::string &path, int width, int height, int bits,
+                         FileFormat format);
 
 } // namespace q32tool

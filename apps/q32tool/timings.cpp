@@ -7,7 +7,8 @@ namespace q32tool {
 
 std::string Timings::summary() const {
     return "reading: " + in_seconds(seconds_[0]) + "\n" + "library: " + in_seconds(seconds_[1]) +
-           " (" + counted(buffers, "buffer") + " made, " + counted(rows_moved, "row") + " moved, " +
+           " (" + counted(buffers, "buffer") + " made, " + counted(rectangles, "rectangle") +
+           " moved, " + counted(fills, "fill") + ", " + counted(rows_moved, "row") + " moved, " +
            counted(rows_converted, "row") + " converted)\n" +
            "writing: " + in_seconds(seconds_[2]) + "\n";
 }

@@ -9,8 +9,13 @@
 namespace q32tool {
 
 Command convert_command();
+Command crop_command();
+Command fill_command();
 Command help_command();
 Command info_command();
+Command paste_command();
+Command pattern_command();
+Command rows_command();
 
 // In the order of the help.
 const std::vector<Command> &commands();

@@ -1,151 +1,27 @@
-// q32tool convert: a picture into another file format and another number of bits, through the
-// library's row conversions.
+// q32tool convert: a picture into another file format and another number of bits.
 #include "commands.h"
 
-#include "apps/q32tool/failure.h"
-#include "apps/q32tool/numbers.h"
+#include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/progress.h"
 #include "apps/q32tool/storage.h"
-#include "apps/q32tool/text.h"
-#include "apps/q32tool/timings.h"
-
-#include <q32base/rows.h>
-
-#include <algorithm>
-#include <vector>
 
 namespace q32tool {
 namespace {
 
-constexpr uint32_t default_threshold = 127;
-
-struct Conversion {
-    PixelFormat format;
-    uint8_t threshold; // 1 bit: brighter than this is white
-    bool invert;
-};
-
-PixelFormat pixel_format(std::string_view bits, std::string_view words) {
-    if (bits == "1")
-        return PixelFormat::bits;
-    if (bits == "8")
-        return PixelFormat::grey;
-    if (bits == "16")
-        return words == "565" ? PixelFormat::rgb565 : PixelFormat::rgb555;
-    return PixelFormat::rgb;
-}
-
-Conversion conversion_from(const Arguments &arguments) {
-    const std::string_view bits = arguments.choice("--bits", {"1", "8", "16", "24"}, "24");
-    if (arguments.has("--format") && bits != "16")
-        throw UsageError("--format is for --bits 16");
-    if (arguments.has("--threshold") && bits != "1")
-        throw UsageError("--threshold is for --bits 1");
-    return {
-        .format = pixel_format(bits, arguments.choice("--format", {"555", "565"}, "555")),
-        .threshold =
-            static_cast<uint8_t>(arguments.number("--threshold", 0, 255, default_threshold)),
-        .invert = arguments.has("--invert"),
-    };
-}
-
-// Luminance in whole numbers, rounded down: white stays 255, black 0.
-void row_to_grey(const uint8_t *rgb, uint8_t *grey, int width) {
-    for (int x = 0; x < width; ++x, rgb += 3)
-        grey[x] = static_cast<uint8_t>((299 * rgb[0] + 587 * rgb[1] + 114 * rgb[2]) / 1000);
-}
-
-void invert_bytes(uint8_t *row, int bytes) {
-    ++timings().rows_converted;
-    mem32ByteInvert(nullptr, row, bytes);
-}
-
-// Puts one 24-bit row into the target. Inverting comes where it makes exactly the complement of
-// what would be there without it: 16-bit words lose low bits only, so before them; grey and single
-// bits are rounded, so after them.
-void put_row(std::vector<uint8_t> &rgb, std::vector<uint8_t> &scratch, Image &target, int y,
-             const Conversion &conversion) {
-    const int width = target.width();
-    switch (conversion.format) {
-    case PixelFormat::bits:
-        row_to_grey(rgb.data(), scratch.data(), width);
-        ++timings().rows_converted;
-        mem32ByteToBit(rgb.data(), scratch.data(), width, conversion.threshold);
-        if (conversion.invert)
-            invert_bytes(rgb.data(), (width + 7) / 8);
-        target.line(y, BUF32_LINE_WRITE, rgb.data());
-        return;
-    case PixelFormat::grey:
-        row_to_grey(rgb.data(), scratch.data(), width);
-        if (conversion.invert)
-            invert_bytes(scratch.data(), width);
-        target.line(y, BUF32_LINE_WRITE, scratch.data());
-        return;
-    case PixelFormat::rgb555:
-    case PixelFormat::rgb565:
-    case PixelFormat::rgb:
-        break;
-    }
-    if (conversion.invert)
-        invert_bytes(rgb.data(), width * 3);
-    target.line(y,
-                conversion.format == PixelFormat::rgb555   ? BUF32_LINE_WRITE_555
-                : conversion.format == PixelFormat::rgb565 ? BUF32_LINE_WRITE_565
-                                                           : BUF32_LINE_WRITE,
-                rgb.data());
-}
-
-// From a 24-bit image; a 24-bit target may be the same image.
-void convert_rows(Image &source, Image &target, const Conversion &conversion) {
-    std::vector<uint8_t> rgb(static_cast<size_t>(source.width()) * 3);
-    std::vector<uint8_t> scratch(static_cast<size_t>(source.width()));
-    Progress progress("converting", source.height());
-    const ImageLock source_lock(source, BUF32_READ);
-    const ImageLock target_lock(target, BUF32_WRITE);
-    for (int y = 0; y < source.height(); ++y) {
-        const Timed timed(Part::library);
-        source.line(y, BUF32_LINE_READ, rgb.data());
-        put_row(rgb, scratch, target, y, conversion);
-        progress.advance(1);
-    }
-}
-
-void convert(Image &image, const Conversion &conversion, uint32_t buffer_type) {
-    if (conversion.format == PixelFormat::rgb) {
-        if (conversion.invert)
-            convert_rows(image, image, conversion);
-        return;
-    }
-    Image target(conversion.format, image.width(), image.height(), buffer_type, image.named());
-    convert_rows(image, target, conversion);
-    image = std::move(target);
-}
-
 void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(1);
-    const Conversion conversion = conversion_from(arguments);
+    Conversion conversion = conversion_from(arguments);
+    conversion.invert = arguments.has("--invert");
     const uint32_t type = apply_storage_options(arguments);
     const FileFormat format = check_output(out);
     Image image = load_picture(arguments.operand(0), type).image;
     convert(image, conversion, type);
-    save_picture(image, out, format);
-    if (!arguments.has("--quiet"))
-        print(out + ": " + std::to_string(image.width()) + " x " + std::to_string(image.height()) +
-              " pixels, " + counted(static_cast<uint64_t>(bits_of(image.format())), "bit") + ", " +
-              format_name(format) + "\n");
+    save_picture_and_tell(image, out, format, arguments);
 }
 
 } // namespace
 
 Command convert_command() {
-    std::vector<Option> options = {
-        {"--bits", "1|8|16|24", "bits per pixel of the result (24)"},
-        {"--format", "555|565", "kind of 16-bit pixels (555)"},
-        {"--threshold", "N", "1 bit: grey above N is white, 0 to 255 (127)"},
-        {"--invert", "", "make a negative"},
-    };
-    options.insert(options.end(), storage_options().begin(), storage_options().end());
     return {
         .name = "convert",
         .operands = {"IN", "OUT"},
@@ -155,7 +31,8 @@ Command convert_command() {
             "extension of OUT tells the format: .png, .bmp, .jpg, .jpeg, .tif or .tiff.\n"
             "1 and 8 bits are written as such, except that a JPEG of 1 bit is grey. 16 bits are\n"
             "written as such in a BMP with --format 555, and widened to 24 bits otherwise.",
-        .options = std::move(options),
+        .options =
+            joined({pixel_options(), {{"--invert", "", "make a negative"}}, storage_options()}),
         .run = run,
     };
 }

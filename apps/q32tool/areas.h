@@ -1,0 +1,48 @@
+// Points and rectangles of the command line, in pixels, and how they lie to a picture.
+// Moving their pixels is rectangles.h's part.
+#pragma once
+
+#include "arguments.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace q32tool {
+
+struct Point {
+    int x;
+    int y;
+};
+
+struct Area {
+    int x;
+    int y;
+    int width;
+    int height;
+
+    bool is_empty() const { return width < 1 || height < 1; }
+    bool operator==(const Area &) const = default;
+};
+
+// "640x480 at 10,-20"
+std::string in_words(const Area &area);
+
+// "1024 x 768 pixels"
+std::string size_in_words(int width, int height);
+
+// --at and --size, for commands that take a rectangle.
+const std::vector<Option> &area_options();
+
+// The value of --at, which must have been given. Throws UsageError.
+Point point_from(const Arguments &arguments);
+
+// What --at and --size say together; none when neither was given. Throws UsageError.
+std::optional<Area> area_from(const Arguments &arguments);
+
+// The part of an area that lies in a picture of this size; empty when there is none.
+Area part_inside(const Area &area, int width, int height);
+
+bool is_inside(const Area &area, int width, int height);
+
+} // namespace q32tool

@@ -1,0 +1,15 @@
+// What is told of a buffer: lines of "key: value".
+#pragma once
+
+#include <q32base/buffers.h>
+
+#include <string>
+
+namespace q32tool {
+
+std::string fact(const std::string &key, const std::string &value);
+
+// Its pixels, type and cells.
+std::string buffer_facts(const BUF32INFO &info);
+
+} // namespace q32tool

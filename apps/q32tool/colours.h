@@ -1,0 +1,20 @@
+// Colours of the command line.
+#pragma once
+
+#include "arguments.h"
+
+#include <cstdint>
+
+namespace q32tool {
+
+// The bytes of a 24-bit pixel, as buffers hold it.
+struct Colour {
+    uint8_t red;
+    uint8_t green;
+    uint8_t blue;
+};
+
+// The value of an option that was given: "R,G,B" or "#rrggbb". Throws UsageError.
+Colour colour_from(const Arguments &arguments, std::string_view option);
+
+} // namespace q32tool

@@ -1,0 +1,120 @@
+// Calls of the library's rectangle functions, counted and timed, with words for their failures.
+#include "rectangles.h"
+
+#include "failure.h"
+#include "library_report.h"
+#include "timings.h"
+
+#include <q32base/buffers.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace q32tool {
+namespace {
+
+// A call of the library that moves a rectangle.
+template <typename Function>
+void move_rectangle(const std::string &named, const Function &function) {
+    const Timed timed(Part::library);
+    ++timings().rectangles;
+    if (!function())
+        throw library_failure(named, "a rectangle of pixels cannot be moved");
+}
+
+template <typename Function>
+void fill_whole(const std::string &named, const Function &function) {
+    const Timed timed(Part::library);
+    ++timings().fills;
+    if (!function())
+        throw library_failure(named, "the picture cannot be filled");
+}
+
+// The part of an area that a canvas has. what: the area, in messages.
+Area part_on(const Canvas &canvas, const Area &area, const std::string &what) {
+    const Area part = part_inside(area, canvas.width, canvas.height);
+    if (part.is_empty())
+        throw Failure(canvas.named,
+                      what + " " + in_words(area) + " lies outside the picture, which is " +
+                          size_in_words(canvas.width, canvas.height),
+                      "name another --at");
+    return part;
+}
+
+// Rectangles are cut to what is seen before they are handed over: the library would stage the rest,
+// too.
+void merge(const Image &source, const Area &area, const Canvas &canvas, const Point &at) {
+    move_rectangle(canvas.named, [&] {
+        return buf32MergeBuf(source.handle(), area.x, area.y, area.width, area.height,
+                             canvas.buffer, at.x, at.y);
+    });
+}
+
+// From an image of the canvas' size the same area.
+void merge_area(const Image &source, const Area &area, const Canvas &canvas) {
+    const Area part = part_on(canvas, area, "the rectangle");
+    merge(source, part, canvas, {part.x, part.y});
+}
+
+} // namespace
+
+Canvas canvas_of(const Image &image) {
+    return {image.handle(), image.width(), image.height(), image.named()};
+}
+
+void get_pixels(const Image &image, const Area &area, void *memory) {
+    move_rectangle(image.named(), [&] {
+        return buf32GetMem(image.handle(), area.x, area.y, area.width, area.height, memory);
+    });
+}
+
+void get_pixels(const Image &image, const Area &area, void *memory, const Colour &background) {
+    move_rectangle(image.named(), [&] {
+        return buf32GetMemWithBC(image.handle(), area.x, area.y, area.width, area.height, memory,
+                                 &background);
+    });
+}
+
+void put_pixels(const Image &image, const Area &area, const void *memory) {
+    move_rectangle(image.named(), [&] {
+        return buf32MergeMem(image.handle(), area.x, area.y, memory, area.width, area.height);
+    });
+}
+
+void lay_image(const Canvas &canvas, const Image &overlay, const Point &at) {
+    const Area part =
+        part_on(canvas, {at.x, at.y, overlay.width(), overlay.height()}, "the overlay,");
+    merge(overlay, {part.x - at.x, part.y - at.y, part.width, part.height}, canvas,
+          {part.x, part.y});
+}
+
+void lay_colour(const Canvas &canvas, const Colour &colour, const std::optional<Area> &area) {
+    if (!area) {
+        fill_whole(canvas.named, [&] { return buf32FillOneColor(canvas.buffer, &colour); });
+        return;
+    }
+    const Image source(PixelFormat::rgb, canvas.width, canvas.height, BUF32_ONE_COLOUR,
+                       canvas.named, &colour);
+    merge_area(source, *area, canvas);
+}
+
+void lay_pattern(const Canvas &canvas, const Image &pattern, const std::optional<Area> &area) {
+    // Of a pattern larger than the canvas only this much is seen.
+    const int width = std::min(pattern.width(), canvas.width);
+    const int height = std::min(pattern.height(), canvas.height);
+    constexpr size_t pixel_bytes = 3;
+    std::vector<uint8_t> pixels(static_cast<size_t>(width) * static_cast<size_t>(height) *
+                                pixel_bytes);
+    get_pixels(pattern, {0, 0, width, height}, pixels.data());
+    const BUF32PATTERN tile = {static_cast<uint16_t>(width), static_cast<uint16_t>(height),
+                               pixels.data()};
+    if (!area) {
+        fill_whole(canvas.named, [&] { return buf32FillPattern(canvas.buffer, &tile); });
+        return;
+    }
+    const Image source(PixelFormat::rgb, canvas.width, canvas.height, BUF32_PATTERN, canvas.named,
+                       &tile);
+    merge_area(source, *area, canvas);
+}
+
+} // namespace q32tool

@@ -1,0 +1,40 @@
+// Rectangles of pixels through the library, and what commands make of them: laying one picture over
+// another, filling with a colour or a pattern.
+#pragma once
+
+#include "areas.h"
+#include "colours.h"
+#include "image.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace q32tool {
+
+// Where pixels are laid: a buffer of 24 bits that somebody else owns.
+struct Canvas {
+    HBUF32 buffer;
+    int width;
+    int height;
+    std::string named; // what messages are about
+};
+
+Canvas canvas_of(const Image &image);
+
+// Pixels of a rectangle to memory, as they are stored; see buf32GetMem. With a background the
+// rectangle may reach beyond the image. Throw Failure.
+void get_pixels(const Image &image, const Area &area, void *memory);
+void get_pixels(const Image &image, const Area &area, void *memory, const Colour &background);
+
+// Memory over a rectangle that meets the image. Throws Failure.
+void put_pixels(const Image &image, const Area &area, const void *memory);
+
+// Lay an image, a colour or a repeated pattern over the canvas; what lies outside the canvas is
+// left out. The pattern is repeated from the canvas' corner, whatever the area; without an area the
+// whole canvas is filled. Throw Failure when nothing lies inside.
+void lay_image(const Canvas &canvas, const Image &overlay, const Point &at);
+void lay_colour(const Canvas &canvas, const Colour &colour, const std::optional<Area> &area);
+void lay_pattern(const Canvas &canvas, const Image &pattern, const std::optional<Area> &area);
+
+} // namespace q32tool
