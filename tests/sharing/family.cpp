@@ -45,6 +45,11 @@ Member &Family::allocate(int bits, int width, int height, uint32_t type, Random 
     return *members_.back();
 }
 
+Member &Family::add(HBUF32 buffer, const Geometry &geometry, uint32_t type) {
+    members_.push_back(std::make_unique<Member>(buffer, geometry, type));
+    return *members_.back();
+}
+
 Member &Family::duplicate(Member &source) {
     Member *made = nullptr;
     EXPECT_TRUE(try_duplicate(source, made));
@@ -70,7 +75,7 @@ void Family::free(Member &member) {
 bool Family::try_duplicate(Member &source, Member *&made) {
     made = nullptr;
     HBUF32 handle = 0;
-    if (api().buf32DupBuf(source.handle(), &handle) != 1) {
+    if (!call_in_question([&] { return api().buf32DupBuf(source.handle(), &handle) == 1; })) {
         EXPECT_EQ(handle, 0u);
         return false;
     }
@@ -86,12 +91,15 @@ bool Family::try_duplicate(Member &source, Member *&made) {
 
 bool Family::try_duplicate_into(Member &source, Member &destination) {
     HBUF32 handle = destination.handle();
-    const bool done = api().buf32DupBuf(source.handle(), &handle) == 1;
+    const bool done =
+        call_in_question([&] { return api().buf32DupBuf(source.handle(), &handle) == 1; });
     EXPECT_EQ(handle, destination.handle());
     if (!done)
         return false;
     prepare_for_writing(destination);
-    attach(destination, source.source != nullptr ? *source.source : source);
+    if (source.has_layout_of(destination)) {
+        attach(destination, source.source != nullptr ? *source.source : source);
+    }
     destination.picture.image = source.picture.image;
     return true;
 }
@@ -121,7 +129,7 @@ bool Family::try_write(Member &member, const WritePath &path, Random &random) {
 }
 
 bool Family::try_free(Member &member) {
-    if (api().buf32Free(member.handle()) != 1)
+    if (!call_in_question([&] { return api().buf32Free(member.handle()) == 1; }))
         return false;
     if (member.source != nullptr)
         detach(member);

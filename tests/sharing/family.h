@@ -31,6 +31,12 @@ struct Member {
 
     HBUF32 handle() const { return picture.buffer; }
     bool is_special() const { return type == BUF32_ONE_COLOUR || type == BUF32_PATTERN; }
+    // A linear buffer that was filled and then written is of type 0 and still has one cell: other
+    // buffers of type 0 can have its pixels, but not share them.
+    bool has_layout_of(const Member &other) const {
+        return picture.geometry.cell_width() == other.picture.geometry.cell_width() &&
+               picture.geometry.cell_height() == other.picture.geometry.cell_height();
+    }
     uint32_t counted_bytes() const {
         return is_special() ? block : uint32_t(capacity * picture.geometry.row_bytes());
     }
@@ -46,6 +52,8 @@ public:
 
     // --- steps that must succeed
     Member &allocate(int bits, int width, int height, uint32_t type, Random &random);
+    // A special buffer that the test has made; the caller paints its picture.
+    Member &add(HBUF32 buffer, const Geometry &geometry, uint32_t type);
     Member &duplicate(Member &source);
     void duplicate_into(Member &source, Member &destination);
     void write(Member &member, const WritePath &path, Random &random);

@@ -4,6 +4,8 @@
 namespace q32::test {
 namespace {
 
+CallSurroundings::Around surroundings;
+
 bool any(uint32_t, int) {
     return true;
 }
@@ -30,7 +32,7 @@ void scribble(Picture &picture, void *storage, Random &random) {
 template <int mode>
 bool lock(Picture &picture, Random &random) {
     void *base = &base;
-    if (api().buf32Lock(picture.buffer, mode, &base) != 1) {
+    if (!call_in_question([&] { return api().buf32Lock(picture.buffer, mode, &base) == 1; })) {
         EXPECT_EQ(base, nullptr);
         return false;
     }
@@ -45,7 +47,8 @@ template <int mode>
 bool cell_lock(Picture &picture, Random &random) {
     set_word(picture.buffer, field_access_mode, mode);
     void *address = &address;
-    if (api().buf32CellLock(picture.buffer, 0, &address, nullptr) != 1) {
+    if (!call_in_question(
+            [&] { return api().buf32CellLock(picture.buffer, 0, &address, nullptr) == 1; })) {
         EXPECT_EQ(address, nullptr);
         return false;
     }
@@ -59,7 +62,8 @@ bool line(Picture &picture, int y, int mode, const Bytes &memory) {
     const uint32_t locks = word(picture.buffer, field_lock_count);
     if (api().buf32Lock(picture.buffer, BUF32_READ, nullptr) != 1)
         return false;
-    const bool done = api().buf32Line(picture.buffer, y, mode, copy.data()) == 1;
+    const bool done = call_in_question(
+        [&] { return api().buf32Line(picture.buffer, y, mode, copy.data()) == 1; });
     EXPECT_EQ(word(picture.buffer, field_lock_count), locks + 1);
     EXPECT_EQ(api().buf32Unlock(picture.buffer), 1);
     return done;
@@ -123,8 +127,10 @@ bool line_span(Picture &picture, Random &random) {
     random.fill(memory);
     if (api().buf32Lock(picture.buffer, BUF32_READ, nullptr) != 1)
         return false;
-    const bool done = entry_of<LineSpan>(picture.buffer, entry_line_span)(
-                          picture.buffer, memory.data(), BUF32_LINE_WRITE, start, width, y) == 1;
+    const bool done = call_in_question([&] {
+        return entry_of<LineSpan>(picture.buffer, entry_line_span)(
+                   picture.buffer, memory.data(), BUF32_LINE_WRITE, start, width, y) == 1;
+    });
     EXPECT_EQ(api().buf32Unlock(picture.buffer), 1);
     if (!done)
         return false;
@@ -144,8 +150,10 @@ bool merge_memory(Picture &picture, Random &random) {
     const Rectangle area = some_rectangle(picture, random);
     Bytes memory(rectangle_bytes(picture.geometry, area));
     random.fill(memory);
-    if (api().buf32MergeMem(picture.buffer, area.x, area.y, memory.data(), area.width,
-                            area.height) != 1)
+    if (!call_in_question([&] {
+            return api().buf32MergeMem(picture.buffer, area.x, area.y, memory.data(), area.width,
+                                       area.height) == 1;
+        }))
         return false;
     write_rectangle(picture, area, memory.data());
     return true;
@@ -167,8 +175,10 @@ struct OtherBuffer {
 bool merge_buffer(Picture &picture, Random &random) {
     const Rectangle area = some_rectangle(picture, random);
     const OtherBuffer other(picture, area, random);
-    if (api().buf32MergeBuf(other.buffer, 0, 0, area.width, area.height, picture.buffer, area.x,
-                            area.y) != 1)
+    if (!call_in_question([&] {
+            return api().buf32MergeBuf(other.buffer, 0, 0, area.width, area.height, picture.buffer,
+                                       area.x, area.y) == 1;
+        }))
         return false;
     write_rectangle(picture, area, other.memory.data());
     return true;
@@ -179,8 +189,9 @@ bool get_buffer(Picture &picture, Random &random) {
     area.x = area.y = 0; // of the destination
     const OtherBuffer other(picture, area, random);
     HBUF32 destination = picture.buffer;
-    const bool done =
-        api().buf32GetBuf(other.buffer, 0, 0, area.width, area.height, &destination) == 1;
+    const bool done = call_in_question([&] {
+        return api().buf32GetBuf(other.buffer, 0, 0, area.width, area.height, &destination) == 1;
+    });
     EXPECT_EQ(destination, picture.buffer);
     if (done)
         write_rectangle(picture, area, other.memory.data());
@@ -190,7 +201,7 @@ bool get_buffer(Picture &picture, Random &random) {
 bool fill_colour(Picture &picture, Random &random) {
     uint8_t colour[8];
     random.fill(colour);
-    if (api().buf32FillOneColor(picture.buffer, colour) != 1)
+    if (!call_in_question([&] { return api().buf32FillOneColor(picture.buffer, colour) == 1; }))
         return false;
     paint(picture, colour);
     return true;
@@ -200,7 +211,7 @@ bool fill_pattern(Picture &picture, Random &random) {
     const Pattern pattern(between(random, 1, 9), between(random, 1, 9), int(picture.geometry.bits),
                           random);
     const BUF32PATTERN descriptor = pattern.descriptor();
-    if (api().buf32FillPattern(picture.buffer, &descriptor) != 1)
+    if (!call_in_question([&] { return api().buf32FillPattern(picture.buffer, &descriptor) == 1; }))
         return false;
     paint(picture, pattern);
     return true;
@@ -210,7 +221,7 @@ bool shrink(Picture &picture, Random &) {
     const int rows = int(picture.geometry.height) - 1;
     if (rows < 1)
         return false;
-    if (api().buf32ReAlloc(picture.buffer, rows) != 1)
+    if (!call_in_question([&] { return api().buf32ReAlloc(picture.buffer, rows) == 1; }))
         return false;
     picture.geometry.height = rows;
     picture.image.set_rows(size_t(rows));
@@ -224,7 +235,7 @@ bool duplicate_into(Picture &picture, Random &random) {
                  word(picture.buffer, field_type));
     const PlainImage image = fill(other, random);
     HBUF32 destination = picture.buffer;
-    const bool done = api().buf32DupBuf(other, &destination) == 1;
+    const bool done = call_in_question([&] { return api().buf32DupBuf(other, &destination) == 1; });
     EXPECT_EQ(destination, picture.buffer);
     if (done)
         picture.image = image;
@@ -255,6 +266,18 @@ constexpr WritePath all_paths[] = {
 };
 
 } // namespace
+
+bool call_in_question(const std::function<bool()> &call) {
+    return surroundings ? surroundings(call) : call();
+}
+
+CallSurroundings::CallSurroundings(Around around) {
+    surroundings = std::move(around);
+}
+
+CallSurroundings::~CallSurroundings() {
+    surroundings = nullptr;
+}
 
 std::vector<WritePath> write_paths(uint32_t type, int bits) {
     std::vector<WritePath> result;

@@ -4,6 +4,7 @@
 
 #include "tests/sharing/pictures.h"
 
+#include <functional>
 #include <ostream>
 #include <vector>
 
@@ -26,5 +27,18 @@ inline void PrintTo(const WritePath &path, std::ostream *out) {
 std::vector<WritePath> write_paths(uint32_t type, int bits);
 // Those that turn a one-colour or pattern buffer into an ordinary one.
 std::vector<WritePath> write_paths_to_ordinary(int bits);
+
+// The one call of a step that is in question, apart from those that prepare it. A test may put
+// something around it, for the time of a CallSurroundings' life.
+bool call_in_question(const std::function<bool()> &call);
+
+class CallSurroundings {
+public:
+    using Around = std::function<bool(const std::function<bool()> &call)>;
+    explicit CallSurroundings(Around around);
+    ~CallSurroundings();
+    CallSurroundings(const CallSurroundings &) = delete;
+    CallSurroundings &operator=(const CallSurroundings &) = delete;
+};
 
 } // namespace q32::test

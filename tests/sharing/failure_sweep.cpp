@@ -1,0 +1,130 @@
+// The n-th call of each kind fails, for all n.
+#include "tests/sharing/failure_sweep.h"
+
+#include <optional>
+
+namespace q32::test {
+namespace {
+
+constexpr const char *acquiring_calls[] = {
+    "GlobalAlloc",
+    "GlobalReAlloc",
+    "GlobalLock",
+    "malloc",
+    "calloc",
+    "realloc",
+    "VirtualAlloc",
+    "GetVolumeInformationA",
+    "GetDiskFreeSpaceA",
+    "GetTempFileNameA",
+    "CreateFileA",
+    "SetFilePointer",
+    "SetEndOfFile",
+    "WriteFile",
+    "ReadFile",
+    "FlushFileBuffers",
+    "CreateFileMappingA",
+    "MapViewOfFile",
+};
+
+// The n-th call fails, or it and all after it. A commitment that fails stays counted; this one
+// knows how much.
+class Failing {
+public:
+    Failing(const std::string &call, int n, bool all_after) : n_(n), all_after_(all_after) {
+        if (call == "VirtualAlloc")
+            memory_.emplace([this](LPVOID at, SIZE_T bytes, DWORD kind, DWORD protection) {
+                return allocate(at, bytes, kind, protection);
+            });
+        else
+            other_.emplace(call, n,
+                           all_after ? FailingCall::from_there_on : FailingCall::only_there);
+    }
+    bool happened() const { return other_ ? other_->happened() : calls_ >= n_; }
+    uint32_t drift() const { return drift_; }
+
+private:
+    void *allocate(LPVOID at, SIZE_T bytes, DWORD kind, DWORD protection) {
+        ++calls_;
+        if (all_after_ ? calls_ >= n_ : calls_ == n_) {
+            drift_ += kind == MEM_COMMIT ? reserved_ : 0;
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+            return nullptr;
+        }
+        reserved_ = kind == MEM_RESERVE ? uint32_t(bytes) : 0;
+        return VirtualAlloc(at, bytes, kind, protection);
+    }
+
+    int n_;
+    bool all_after_;
+    int calls_ = 0;
+    uint32_t reserved_ = 0, drift_ = 0;
+    std::optional<frame::Replaced<frame::call::VirtualAlloc>> memory_;
+    std::optional<FailingCall> other_;
+};
+
+struct Outcome {
+    bool failed, reached;
+};
+
+Outcome run(const Step &step, const std::string &call, int n, bool all_after) {
+    Random random(test_seed(), uint64_t(n));
+    Family family;
+    send_to_files(step.to_files);
+    step.prepare(family, random);
+    std::vector<PlainImage> before;
+    for (const auto &member : family.members())
+        before.push_back(member->picture.image);
+    Outcome outcome{};
+    {
+        CallSurroundings surroundings([&](const std::function<bool()> &in_question) {
+            Failing failing(call, n, all_after);
+            const bool done = in_question();
+            outcome.reached = failing.happened();
+            family.add_drift(failing.drift());
+            return done;
+        });
+        outcome.failed = !step.take(family, random);
+    }
+    if (outcome.failed) {
+        EXPECT_TRUE(outcome.reached) << "failed although nothing failed";
+        EXPECT_EQ(frame::reports().empty(), step.is_silent(call));
+        EXPECT_EQ(family.size(), before.size());
+        for (size_t i = 0; i < std::min(before.size(), family.size()); ++i)
+            EXPECT_EQ(family[i].picture.image.bytes(), before[i].bytes());
+    }
+    forget_reports();
+    family.adopt_records();
+    family.check();
+    if (outcome.failed) {
+        EXPECT_TRUE(step.take(family, random)) << "and not once the system works again";
+        family.adopt_records();
+        family.check();
+    }
+    send_to_files(false);
+    return outcome;
+}
+
+} // namespace
+
+int sweep(const std::vector<Step> &steps) {
+    int failures = 0;
+    for (const Step &step : steps)
+        for (const char *call : acquiring_calls)
+            for (bool all_after : {false, true})
+                for (int n = 1;; ++n) {
+                    SCOPED_TRACE(step.name + (step.to_files ? " (files), " : ", ") +
+                                 (all_after ? "from call " : "call ") + std::to_string(n) + " of " +
+                                 call + " failing");
+                    const Outcome outcome = run(step, call, n, all_after);
+                    failures += outcome.failed;
+                    EXPECT_LT(n, 100) << "no end of calls";
+                    if (::testing::Test::HasFailure())
+                        return failures;
+                    if (!outcome.reached)
+                        break;
+                }
+    return failures;
+}
+
+} // namespace q32::test

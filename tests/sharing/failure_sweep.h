@@ -1,0 +1,30 @@
+// One step on buffers with every call of the system failing in turn: the first call of a kind, the
+// second, and so on, alone or with all that follow. Whatever fails, nothing is lost and nothing is
+// left: either the step succeeds by another way, or all pixels are as they were and the step works
+// once the system does.
+#pragma once
+
+#include "tests/sharing/family.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace q32::test {
+
+struct Step {
+    std::string name;
+    bool to_files; // buffers over 128 x 128 go to swap files
+    std::function<void(Family &, Random &)> prepare;
+    // The step; only its call in question meets failures. Returns whether it succeeded.
+    std::function<bool(Family &, Random &)> take;
+    // Whether a failure of this call of the system is not reported.
+    std::function<bool(const std::string &system_call)> is_silent = [](const std::string &) {
+        return false;
+    };
+};
+
+// Returns how many steps failed.
+int sweep(const std::vector<Step> &steps);
+
+} // namespace q32::test
