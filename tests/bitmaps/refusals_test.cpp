@@ -315,6 +315,11 @@ TEST_F(BitmapRefusals, BareBlocks) {
         {24, 5, INT_MAX, pixels.data(), too_high},
         {24, 32001, 32001, pixels.data(), too_wide},
         {24, 5, 5, nullptr, {3200, 0, 4, 8}},
+        // Rows that no address space holds, and such as reach beyond its end.
+        {64, 32000, 32000, pixels.data(), {3200, 0, 4, 8}},
+        {34, 32000, 32000, pixels.data(), {3200, 0, 4, 8}},
+        {8, 4097, 1, reinterpret_cast<void *>(0xFFFFF000), {3200, 0, 4, 8}},
+        {8, 1, 32000, reinterpret_cast<void *>(0xFFFFF000), {3200, 0, 4, 8}},
     };
     for (const auto &refused : calls) {
         SCOPED_TRACE(size_text(refused.bits, refused.width, refused.height));

@@ -657,6 +657,7 @@ TEST_F(BitmapSharing, ClosingALockedDuplicateKeepsIt) {
     EXPECT_EQ(word(duplicate, field_type), 8u);
     EXPECT_EQ(word(duplicate, field_lock_count), 1u);
     EXPECT_EQ(api().buf32CountBuf(nullptr), 2);
+    EXPECT_EQ(pixels_of(duplicate), source.pixels);
     Bytes memory(33 * 9 * 3);
     api().buf32Line(duplicate, 0, BUF32_LINE_READ, memory.data());
     api().buf32Line(duplicate, 0, BUF32_LINE_WRITE, memory.data());
