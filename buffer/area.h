@@ -5,7 +5,6 @@
 #include "buffer/record.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <limits>
 
 namespace q32::buffer {
@@ -20,16 +19,20 @@ struct Area {
     bool operator==(const Area &) const = default;
 };
 
-constexpr int cut_to_int(int64_t value) {
+constexpr int saturating_add(int a, int b) {
     using Int = std::numeric_limits<int>;
-    return int(std::clamp<int64_t>(value, Int::min(), Int::max()));
+    int sum = 0;
+    if (!__builtin_add_overflow(a, b, &sum))
+        return sum;
+    return b < 0 ? Int::min() : Int::max();
 }
 
-constexpr int saturating_add(int a, int b) {
-    return cut_to_int(int64_t(a) + b);
-}
 constexpr int saturating_subtract(int a, int b) {
-    return cut_to_int(int64_t(a) - b);
+    using Int = std::numeric_limits<int>;
+    int difference = 0;
+    if (!__builtin_sub_overflow(a, b, &difference))
+        return difference;
+    return b < 0 ? Int::max() : Int::min();
 }
 
 constexpr Area area_of(int x, int y, int width, int height) {

@@ -60,51 +60,20 @@ size_t run_bits(const Record &record, const PlainRows &rows, int left, int right
     return bits + (8 - end_in_byte) % 8;
 }
 
-void prefetch(const std::byte *address, bool soon) {
-    const auto *const line = reinterpret_cast<const char *>(address);
-    soon ? _mm_prefetch(line, _MM_HINT_T0) : _mm_prefetch(line, _MM_HINT_T1);
-}
+// The part of an area that lies in one cell.
+struct Piece {
+    BitRows cell, plain;
+    size_t bits; // of a row
+    size_t rows;
+};
 
-// The rows of a cell lie one behind the other: a caller who walks the image row by row finds the
-// pieces of coming rows in the cache. Into its second level: the pieces of a whole image row ahead
-// would push the row at hand out of the first. Reaching beyond the storage is harmless.
-void prefetch_coming_row(const BitRows &cell, size_t bits) {
-    constexpr size_t cache_line = 64, rows_ahead = 4;
-    const std::byte *const ahead = cell.first_byte() + rows_ahead * cell.stride;
-    for (size_t offset = 0; offset < bits / 8; offset += cache_line)
-        prefetch(ahead + offset, false);
-}
-
-// The processor fetches the lines of a page by itself once it has met the first, but looks up one
-// page after the other. This lets it look up all pages of a piece at once.
-void prefetch_pages(const BitRows &cell, size_t rows) {
-    constexpr size_t page = 4096;
-    const size_t rows_of_page = std::max<size_t>(page / cell.stride, 1);
-    for (size_t row = 0; row < rows; row += rows_of_page)
-        prefetch(cell.first_byte() + row * cell.stride, true);
-}
-
-// The part of an area that lies in one cell, by that cell's rows and by the plain ones.
-template <Direction direction>
-void move_piece(const BitRows &cell, const BitRows &plain, size_t bits, int height) {
-    constexpr int many_rows = 32;
-    if (height == 1)
-        prefetch_coming_row(cell, bits);
-    else if (height >= many_rows)
-        prefetch_pages(cell, size_t(height));
-    if constexpr (direction == Direction::to_memory)
-        copy_bit_rows(plain, cell, bits, size_t(height));
-    else
-        copy_bit_rows(cell, plain, bits, size_t(height));
-}
-
-// The cells are those of the record that owns them: one that shares them may have others by its own
-// fields, as a linear buffer keeps its single cell when it turns into an ordinary one.
-template <Direction direction>
-bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
+// Calls visit for each piece of an area, band by band and left to right. False, and no further, at
+// a cell without storage. The cells are those of the record that owns them: one that shares them
+// may have others by its own fields, as a linear buffer keeps its single cell when it turns into an
+// ordinary one.
+template <typename Visit>
+bool each_piece(const Record &owner, const Area &area, const PlainRows &rows, const Visit &visit) {
     const BUF32INFO &info = owner.info;
-    if (area.is_empty())
-        return true;
     const int first_column = area.left / info.cell_width;
     int band = area.top / info.cell_height;
     int y_in_cell = area.top - band * info.cell_height;
@@ -122,9 +91,11 @@ bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
             const uint32_t row_bytes = column == info.cell_columns - 1 ? owner.last_column_row_bytes
                                                                        : owner.cell_row_bytes;
             const size_t bits = run_bits(owner, rows, x, right);
-            move_piece<direction>({cell + size_t(y_in_cell) * row_bytes, row_bytes,
-                                   size_t(x_in_cell) * rows.pixel_bits},
-                                  {plain_row, rows.stride, plain_bit}, bits, height);
+            visit(Piece{{cell + size_t(y_in_cell) * row_bytes, row_bytes,
+                         size_t(x_in_cell) * rows.pixel_bits},
+                        {plain_row, rows.stride, plain_bit},
+                        bits,
+                        size_t(height)});
             plain_bit += bits;
             x = right;
         }
@@ -132,6 +103,60 @@ bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
         y += height;
     }
     return true;
+}
+
+template <Direction direction>
+void move_rows(const Piece &piece) {
+    if constexpr (direction == Direction::to_memory)
+        copy_bit_rows(piece.plain, piece.cell, piece.bits, piece.rows);
+    else
+        copy_bit_rows(piece.cell, piece.plain, piece.bits, piece.rows);
+}
+
+// --- prefetching --------------------------------------------------------------------------------
+
+// Addresses beyond the storage are harmless: a prefetch of them does nothing.
+
+constexpr size_t cache_line = 64, page = 4096;
+
+template <_mm_hint level>
+void prefetch(const std::byte *address) {
+    _mm_prefetch(reinterpret_cast<const char *>(address), level);
+}
+
+// The rows of a cell lie one behind the other: a caller who walks the image row by row finds the
+// pieces of coming rows in the cache. Into its second level: the pieces of a whole image row ahead
+// would push the row at hand out of the first.
+void prefetch_coming_row(const Piece &piece) {
+    constexpr size_t rows_ahead = 4;
+    const std::byte *const ahead = piece.cell.first_byte() + rows_ahead * piece.cell.stride;
+    for (size_t offset = 0; offset < piece.bits / 8; offset += cache_line)
+        prefetch<_MM_HINT_T1>(ahead + offset);
+}
+
+// Within a page the processor sees by itself what comes next, but it finds one page after the
+// other: this has it look for all of them at once.
+void prefetch_pages(const Piece &piece) {
+    const size_t rows_apart = std::max<size_t>(page / piece.cell.stride, 1);
+    for (size_t row = 0; row < piece.rows; row += rows_apart)
+        prefetch<_MM_HINT_T0>(piece.cell.first_byte() + row * piece.cell.stride);
+}
+
+// --- areas --------------------------------------------------------------------------------------
+
+template <Direction direction>
+bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
+    if (area.is_empty())
+        return true;
+    if (area.height() == 1)
+        return each_piece(owner, area, rows, [](const Piece &piece) {
+            prefetch_coming_row(piece);
+            move_rows<direction>(piece);
+        });
+    constexpr int many_rows = 32;
+    if (area.height() >= many_rows)
+        each_piece(owner, area, rows, [](const Piece &piece) { prefetch_pages(piece); });
+    return each_piece(owner, area, rows, [](const Piece &piece) { move_rows<direction>(piece); });
 }
 
 // --- caller memory ------------------------------------------------------------------------------
