@@ -151,9 +151,10 @@ int one_colour_duplicate(Record &source, HBUF32 *destination) {
         return copy != nullptr ? link(*copy, destination) : 0;
     }
     Record &existing = *record_of(*destination);
-    if (!fits(source, existing, one_colour_sites) || &existing == &source)
+    if (!fits(source, existing, one_colour_sites))
         return 0;
-    copy_colour_but_for_its_first_byte(source, existing);
+    if (&existing != &source)
+        copy_colour_but_for_its_first_byte(source, existing);
     return 1;
 }
 

@@ -389,12 +389,15 @@ Q32_API int Q32_CALL buf32MergeBuf(HBUF32 source, int x, int y, int width, int h
  *                 without a report.
  *
  * A destination that already shares this source, or is the source, and a source over caller memory:
- * 0 without a report.
+ * 0 without a report. A one-colour buffer may be its own destination: nothing changes then.
  *   4026, 1, 3, 6     the types differ
  *   4026, 1, 3, 7     size or bits per pixel differ
  *   1001, 1, 3, 8     no memory for the record
  *   1001, 1, 3, 9     no memory for its cells
  *   1001, 1, 70, 23   no memory for the pattern's copy
+ *   1001, 1, 4, 19    *destination's cells differ from the source's (a linear buffer that was
+ *                     filled and then written still has one cell), and there is no memory to copy
+ *                     instead
  * The first three, from a one-colour buffer: 3200, 0, 2, 7; 3200, 0, 2, 8; 1001, 0, 2, 9.
  * The first four, from a bitmap: 3200, 0, 1, 3; 3200, 0, 1, 4; 1001, 1, 1, 8; 1001, 1, 1, 9.
  */
