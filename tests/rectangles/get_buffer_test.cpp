@@ -409,7 +409,7 @@ TEST_F(GetBuffer, WithoutAStripLeavesTheDestination) {
 TEST_F(GetBuffer, FromItself) {
     Random random(test_seed(), 17);
     for (Kind kind : {Kind::tiled, Kind::linear, Kind::file, Kind::duplicate, Kind::shared}) {
-        for (int bits : {1, 4, 24}) {
+        for (int bits : {1, 4, 24, 64}) {
             SCOPED_TRACE(std::string(name_of(kind)) + ", " + size_text(bits, 300, 200));
             Subject subject(kind, bits, 300, 200, random);
             for (const Area &area :

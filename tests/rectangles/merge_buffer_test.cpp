@@ -170,7 +170,7 @@ TEST_F(MergeBuffer, WithoutAStripLeavesTheDestination) {
 TEST_F(MergeBuffer, IntoItself) {
     Random random(test_seed(), 7);
     for (Kind kind : {Kind::tiled, Kind::linear, Kind::file, Kind::duplicate, Kind::shared}) {
-        for (int bits : {1, 4, 24}) {
+        for (int bits : {1, 4, 24, 64}) {
             SCOPED_TRACE(std::string(name_of(kind)) + ", " + size_text(bits, 300, 200));
             Subject subject(kind, bits, 300, 200, random);
             check_merge_buffer(subject, {10, 20, 200, 150}, subject, 15, 23);
@@ -187,7 +187,7 @@ TEST_F(MergeBuffer, IntoItself) {
 TEST_F(MergeBuffer, BetweenTwoThatShare) {
     Random random(test_seed(), 8);
     for (Kind kind : {Kind::duplicate, Kind::shared, Kind::linear_duplicate}) {
-        for (int bits : {1, 4, 24}) {
+        for (int bits : {1, 4, 24, 64}) {
             SCOPED_TRACE(std::string(name_of(kind)) + ", " + size_text(bits, 300, 200));
             Subject subject(kind, bits, 300, 200, random);
             const Picture shared = subject.picture;

@@ -235,6 +235,24 @@ TEST_F(Strips, WhollyBelowTheDestinationFail) {
     }
 }
 
+// With the whole rectangle in one strip all that lies below the destination is dropped, however
+// much it is.
+TEST_F(Strips, OfAllRowsReachAsFarBelowTheDestinationAsTheyLike) {
+    Random random(test_seed(), 10);
+    for (Kind kind : {Kind::tiled, Kind::linear, Kind::caller_memory}) {
+        Subject source(kind, 64, 300, 400, random);
+        Subject destination(Kind::tiled, 64, 50, 40, random);
+        for (int y : {-390, -300, -1, 0, 1, 10, 39}) {
+            SCOPED_TRACE(std::string(name_of(kind)) + " to row " + std::to_string(y));
+            StripWatch watch;
+            destination.picture.merge(source.picture, {0, 0, 300, 400}, 3, y);
+            EXPECT_SUCCESS(merge_buffer(source, {0, 0, 300, 400}, destination, 3, y));
+            EXPECT_EQ(watch.asked(), Sizes{SIZE_T(300 * 8 * (400 + std::min(y, 0)))});
+            destination.expect_picture();
+        }
+    }
+}
+
 // Neither GetBuf nor one colour has such strips.
 TEST_F(Strips, OfGetBufAndOfOneColourNeverLieBelowTheDestination) {
     Random random(test_seed(), 8);
