@@ -3,6 +3,7 @@
 
 #include "arguments.h"
 #include "failure.h"
+#include "files.h"
 #include "picture_check.h"
 #include "text.h"
 
@@ -19,16 +20,6 @@ void check_decoding(HRESULT result, const std::string &path) {
         throw Failure(path, "the picture is damaged, cut off or compressed in an unknown way",
                       "try another copy of it");
     check_wic(result, path, "the picture cannot be decoded");
-}
-
-void check_is_readable_file(const std::string &path, const std::wstring &native) {
-    WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))
-        throw Failure(path, system_words(GetLastError()));
-    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
-        throw Failure(path, "this is a directory", "name a picture file");
-    if (data.nFileSizeHigh == 0 && data.nFileSizeLow == 0)
-        throw Failure(path, "the file is empty");
 }
 
 std::string format_name(const GUID &container) {

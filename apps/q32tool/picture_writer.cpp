@@ -3,6 +3,7 @@
 
 #include "arguments.h"
 #include "failure.h"
+#include "files.h"
 #include "picture_check.h"
 #include "text.h"
 
@@ -149,28 +150,16 @@ PictureWriter::PictureWriter(const std::string &path, FileFormat format, RowForm
     : path_(path), format_(format), row_bytes_(row_bytes_of(rows, width)),
       file_(to_wide(native_path(path))) {
     *stream_.out() = new OutputStream(file_.path());
-    check_created();
+    if (stream_->error() != 0)
+        throw creation_failure(path_, stream_->error());
     check(wic_factory()->CreateEncoder(container_of(format), nullptr, encoder_.out()));
     check(encoder_->Initialize(stream_.get(), WICBitmapEncoderNoCache));
     start_frame(format, rows, width, height);
 }
 
-// Where nothing can be made, the system may say that nothing is there.
-void PictureWriter::check_created() {
-    const DWORD error = stream_->error();
-    if (error == 0)
-        return;
-    const bool tells_why = error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
-    throw Failure(path_,
-                  "no file of this name can be made there" +
-                      (tells_why ? ": " + system_words(error) : std::string()),
-                  "name another file or directory");
-}
-
 void PictureWriter::check(HRESULT result) {
     if (stream_->error() != 0)
-        throw Failure(path_, std::string(cannot_be_written) + ": " + system_words(stream_->error()),
-                      stream_->error() == ERROR_DISK_FULL ? "make room or write elsewhere" : "");
+        throw writing_failure(path_, stream_->error());
     check_wic(result, path_, cannot_be_written);
 }
 
@@ -204,7 +193,7 @@ void PictureWriter::commit() {
     if (check_completeness(file_.path(), path_) == Completeness::cut_off)
         throw Failure(path_, std::string(cannot_be_written) + " in full");
     if (!file_.finish())
-        throw Failure(path_, "the file cannot be replaced: " + system_words(GetLastError()));
+        throw replacing_failure(path_, GetLastError());
 }
 
 } // namespace q32tool

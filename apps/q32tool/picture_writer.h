@@ -40,7 +40,6 @@ public:
     void commit();
 
 private:
-    void check_created();
     void check(HRESULT result);
     void start_frame(FileFormat format, RowFormat rows, int width, int height);
 

@@ -8,6 +8,7 @@
 
 namespace q32tool {
 
+Command bitmap_command();
 Command convert_command();
 Command crop_command();
 Command fill_command();

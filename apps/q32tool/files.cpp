@@ -1,0 +1,115 @@
+// Reading and writing in pieces, between which Ctrl-C is noticed.
+#include "files.h"
+
+#include "arguments.h"
+#include "interrupt.h"
+#include "text.h"
+#include "unfinished_file.h"
+#include "wic.h"
+
+#include <algorithm>
+#include <climits>
+
+namespace q32tool {
+namespace {
+
+constexpr size_t piece_bytes = 4 << 20;
+
+class OpenFile {
+public:
+    OpenFile(const std::wstring &path, DWORD access, DWORD sharing, DWORD creation)
+        : handle_(CreateFileW(path.c_str(), access, sharing, nullptr, creation,
+                              FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    ~OpenFile() {
+        if (is_open())
+            CloseHandle(handle_);
+    }
+    OpenFile(const OpenFile &) = delete;
+    OpenFile &operator=(const OpenFile &) = delete;
+
+    HANDLE get() const { return handle_; }
+    bool is_open() const { return handle_ != INVALID_HANDLE_VALUE; }
+
+private:
+    HANDLE handle_;
+};
+
+// Shared for deletion: a fault deletes the unfinished file while it is still open.
+void write_bytes(const std::string &path, const std::wstring &native,
+                 const std::vector<uint8_t> &bytes) {
+    const OpenFile file(native, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, CREATE_ALWAYS);
+    if (!file.is_open())
+        throw creation_failure(path, GetLastError());
+    for (size_t done = 0; done < bytes.size();) {
+        stop_if_cancelled();
+        const DWORD wanted = static_cast<DWORD>(std::min(piece_bytes, bytes.size() - done));
+        DWORD written = 0;
+        if (!WriteFile(file.get(), bytes.data() + done, wanted, &written, nullptr))
+            throw writing_failure(path, GetLastError());
+        if (written < wanted)
+            throw writing_failure(path, ERROR_DISK_FULL);
+        done += written;
+    }
+}
+
+} // namespace
+
+void check_is_readable_file(const std::string &path, const std::wstring &native) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))
+        throw Failure(path, system_words(GetLastError()));
+    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        throw Failure(path, "this is a directory", "name a picture file");
+    if (data.nFileSizeHigh == 0 && data.nFileSizeLow == 0)
+        throw Failure(path, "the file is empty");
+}
+
+std::vector<uint8_t> read_file(const std::string &path) {
+    const std::wstring native = to_wide(native_path(path));
+    check_is_readable_file(path, native);
+    const OpenFile file(native, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+    LARGE_INTEGER size = {};
+    if (!file.is_open() || !GetFileSizeEx(file.get(), &size))
+        throw Failure(path, "the file cannot be read: " + system_words(GetLastError()));
+    if (size.QuadPart > INT_MAX)
+        throw Failure(path, "the file is too large", "files of less than 2 GB are read");
+    std::vector<uint8_t> bytes(static_cast<size_t>(size.QuadPart));
+    for (size_t done = 0; done < bytes.size();) {
+        stop_if_cancelled();
+        const DWORD wanted = static_cast<DWORD>(std::min(piece_bytes, bytes.size() - done));
+        DWORD read = 0;
+        if (!ReadFile(file.get(), bytes.data() + done, wanted, &read, nullptr))
+            throw Failure(path, "the file cannot be read: " + system_words(GetLastError()));
+        if (read == 0)
+            throw Failure(path, "the file became shorter while it was read");
+        done += read;
+    }
+    return bytes;
+}
+
+void write_file(const std::string &path, const std::vector<uint8_t> &bytes) {
+    UnfinishedFile file(to_wide(native_path(path)));
+    write_bytes(path, file.path(), bytes);
+    if (!file.finish())
+        throw replacing_failure(path, GetLastError());
+}
+
+// Where nothing can be made, the system may say that nothing is there.
+Failure creation_failure(const std::string &path, DWORD error) {
+    const bool tells_why = error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
+    return {path,
+            "no file of this name can be made there" +
+                (tells_why ? ": " + system_words(error) : std::string()),
+            "name another file or directory"};
+}
+
+Failure writing_failure(const std::string &path, DWORD error) {
+    return {path, "the picture cannot be written: " + system_words(error),
+            error == ERROR_DISK_FULL ? "make room or write elsewhere" : ""};
+}
+
+Failure replacing_failure(const std::string &path, DWORD error) {
+    return {path, "the file cannot be replaced: " + system_words(error)};
+}
+
+} // namespace q32tool
