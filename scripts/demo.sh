@@ -11,15 +11,33 @@ photograph=/usr/share/palapeli/collection/european-honey-bee.jpg # in the public
 out=build/demo
 swap=$out/swap
 
-# name|what it shows|options of q32tool convert
-scenes=(
-    "24-bit|24 bits: 8 of red, 8 of green, 8 of blue|--bits 24"
-    "565|16 bits: 5 of red, 6 of green, 5 of blue|--bits 16 --format 565"
-    "555|16 bits: 5 of each channel|--bits 16 --format 555"
-    "grey|8 bits: grey|--bits 8"
-    "black-and-white|1 bit: white above the threshold|--bits 1 --threshold 110"
-    "inverted|24 bits: every byte inverted|--bits 24 --invert"
-)
+# file|what it shows|command of q32tool, for a picture of a size. IN stands for the picture, names of PNG
+# files for files of the demo: scenes use what earlier ones have made. Without words a file is only
+# a step to another.
+scenes() { # WIDTH HEIGHT
+    local w=$1 h=$2
+    # A detail above and left of the middle, a frame around it, and a tile to repeat.
+    local detail_at=$((w * 3 / 10)),$((h / 5)) detail_w=$((w / 4 + 1)) detail_h=$((h / 4 + 1))
+    local frame=$((w / 100 + 1)) tile_at=$((w * 37 / 100)),$((h / 4))
+    local framed_size=$((detail_w + 2 * frame))x$((detail_h + 2 * frame))
+    local bar_at=-10,$((h * 17 / 20)) bar_size=$((w * 3 / 5 + 11))x$((h / 10 + 1))
+    local part_at=$((w / 6)),$((h * 13 / 20)) part_size=$((w * 2 / 3 + 1))x$((h / 4 + 1))
+    cat <<SCENES
+24-bit.png|24 bits: 8 of red, 8 of green, 8 of blue|convert IN 24-bit.png --bits 24
+565.png|16 bits: 5 of red, 6 of green, 5 of blue|convert IN 565.png --bits 16 --format 565
+555.png|16 bits: 5 of each channel|convert IN 555.png --bits 16 --format 555
+grey.png|8 bits: grey|convert IN grey.png --bits 8
+black-and-white.png|1 bit: white above the threshold|convert IN black-and-white.png --bits 1 --threshold 110
+inverted.png|24 bits: every byte inverted|convert IN inverted.png --bits 24 --invert
+detail.png|a rectangle cut out|crop IN detail.png --at $detail_at --size ${detail_w}x$detail_h
+framed.png|a larger one, with a background|crop detail.png framed.png --at -$frame,-$frame --size $framed_size --background 250,180,40
+pasted.png|pasted over the picture and its edge|paste IN framed.png pasted.png --at $((w * 4 / 5)),$((h * 7 / 10))
+filled.png|a rectangle filled with a colour|fill pasted.png filled.png --at $bar_at --size $bar_size --colour 250,180,40
+tile.png||crop IN tile.png --at $tile_at --size $((w / 12 + 1))x$((h / 12 + 1))
+pattern.png|a small piece, repeated as a pattern|pattern IN tile.png pattern.png
+pattern-part.png|the same in a rectangle|pattern IN tile.png pattern-part.png --at $part_at --size $part_size
+SCENES
+}
 
 q32tool() { scripts/wine-run build/win32/bin/q32tool.exe "$@"; }
 indented() { sed '/^wine: /d; s/^/    /'; } # Wine remarks that it cannot read the disk's label
@@ -37,16 +55,39 @@ show_storage() { # PICTURE NAME
     rm -f "$out/$2-memory.png" "$out/$2-file.png"
 }
 
-show_scenes() { # PICTURE NAME
-    local scene scene_name shows options sheet=()
+# Pixels as numbers, and a bitmap that comes back as it was although its pixels were rearranged.
+show_numbers_and_bitmap() { # PICTURE NAME
     echo
-    for scene in "${scenes[@]}"; do
-        IFS='|' read -r scene_name shows options <<<"$scene"
-        # shellcheck disable=SC2086  # options are words
-        q32tool convert "$1" "$out/$2-$scene_name.png" $options >/dev/null
-        printf '%-52s %s\n' "$out/$2-$scene_name.png" "$shows"
-        sheet+=("$out/$2-$scene_name.png" "$shows")
-    done
+    echo "The first pixels of the first rows, as 24 bits and as words of 5, 6 and 5 bits:"
+    q32tool crop "$1" "$out/$2-corner.png" --at 0,0 --size 6x3 --background 0,0,0 --quiet 2>&1 | indented
+    q32tool rows "$out/$2-corner.png" | indented
+    q32tool rows "$out/$2-corner.png" --bits 16 --format 565 | indented
+    echo
+    echo "Through a bitmap buffer, in place:"
+    q32tool convert "$1" "$out/$2-before.bmp" --quiet 2>&1 | indented
+    q32tool bitmap "$out/$2-before.bmp" "$out/$2-after.bmp" | indented
+    cmp "$out/$2-before.bmp" "$out/$2-after.bmp" && echo "    Both files are the same, byte for byte."
+    rm -f "$out/$2-corner.png" "$out/$2-before.bmp" "$out/$2-after.bmp"
+}
+
+show_scenes() { # PICTURE NAME
+    local width height file shows command words word sheet=()
+    read -r width height < <(q32tool info "$1" 2>/dev/null | sed -n 's/^size: \([0-9]*\) x \([0-9]*\) .*/\1 \2/p')
+    echo
+    while IFS='|' read -r file shows command; do
+        words=()
+        for word in $command; do
+            case $word in
+                IN) words+=("$1") ;;
+                *.png) words+=("$out/$2-$word") ;;
+                *) words+=("$word") ;;
+            esac
+        done
+        q32tool "${words[@]}" >/dev/null </dev/null
+        [[ -n $shows ]] || continue
+        printf '%-52s %s\n' "$out/$2-$file" "$shows"
+        sheet+=("$out/$2-$file" "$shows")
+    done < <(scenes "$width" "$height")
     contact_sheet "$out/$2.png" "${sheet[@]}"
     printf '%-52s %s\n' "$out/$2.png" "all of these side by side"
 }
@@ -62,6 +103,7 @@ for picture in "$@"; do
     echo
     q32tool info "$picture" | indented
     show_storage "$picture" "$name"
+    show_numbers_and_bitmap "$picture" "$name"
     show_scenes "$picture" "$name"
 done
 
