@@ -72,22 +72,31 @@ TEST_F(BufferFree, RefusesALockedBuffer) {
 TEST_F(BufferFree, RefusesALockedPatternBufferThatLosesItsPattern) {
     const uint8_t pixels[4] = {1, 2, 3, 4};
     const BUF32PATTERN pattern{2, 2, pixels};
-    const HBUF32 handle = allocated(8, 300, 200, BUF32_PATTERN, &pattern);
-    ASSERT_NE(handle, 0u);
-    ASSERT_EQ(api().buf32Lock(handle, BUF32_READ, nullptr), 1);
-    FailingCall releases("free", 0);
-    EXPECT_EQ(api().buf32Free(handle), 0);
-    expect_report(locked);
-    EXPECT_EQ(releases.calls(), 1);
-    EXPECT_EQ(word(handle, field_external_data), 0u);
-    EXPECT_EQ(word(handle, field_type), BUF32_PATTERN);
-    EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
-    EXPECT_EQ(api().buf32Free(handle), 0);
-    expect_report(locked);
-    EXPECT_EQ(api().buf32Unlock(handle), 1);
-    EXPECT_EQ(api().buf32Free(handle), 1);
-    expect_no_report();
-    EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
+    for (bool by_cell : {false, true}) {
+        const HBUF32 handle = allocated(8, 300, 200, BUF32_PATTERN, &pattern);
+        ASSERT_NE(handle, 0u);
+        if (by_cell) {
+            ASSERT_EQ(api().buf32CellLock(handle, 5, nullptr, nullptr), 1);
+        } else {
+            ASSERT_EQ(api().buf32Lock(handle, BUF32_READ, nullptr), 1);
+        }
+        const uint32_t block = memory_in_use();
+        FailingCall releases("free", 0);
+        EXPECT_EQ(api().buf32Free(handle), 0);
+        expect_report(locked);
+        EXPECT_EQ(releases.calls(), 1);
+        EXPECT_EQ(word(handle, field_external_data), 0u);
+        EXPECT_EQ(word(handle, field_type), BUF32_PATTERN);
+        EXPECT_EQ(memory_in_use(), block); // nothing else is released
+        EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
+        EXPECT_EQ(api().buf32Free(handle), 0);
+        expect_report(locked);
+        EXPECT_EQ(api().buf32Unlock(handle), 1);
+        EXPECT_EQ(api().buf32Free(handle), 1);
+        expect_no_report();
+        EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
+        EXPECT_EQ(memory_in_use(), 0u);
+    }
 }
 
 // Type 32 is released without a look at its locks.

@@ -39,7 +39,7 @@ void each_way(std::initializer_list<int> depths, Test test) {
 }
 
 TEST_F(CopyOnWrite, AWrittenDuplicateGetsPixelsOfItsOwn) {
-    each_way({1, 4, 8, 16, 24, 64}, [](Family &family, Random &random, const WritePath &path) {
+    each_way({1, 8, 16, 24}, [](Family &family, Random &random, const WritePath &path) {
         Member &source = family[0], &made = family.duplicate(source);
         family.write(made, path, random);
         EXPECT_EQ(word(made.handle(), field_share_marker), 0u);
@@ -54,7 +54,7 @@ TEST_F(CopyOnWrite, AWrittenDuplicateGetsPixelsOfItsOwn) {
 }
 
 TEST_F(CopyOnWrite, AWrittenSourceGivesItsSharerPixelsFirst) {
-    each_way({1, 5, 8, 16, 24}, [](Family &family, Random &random, const WritePath &path) {
+    each_way({5, 8, 16}, [](Family &family, Random &random, const WritePath &path) {
         Member &source = family[0], &made = family.duplicate(source);
         family.write(source, path, random);
         EXPECT_EQ(word(made.handle(), field_share_marker), 0u);
@@ -94,8 +94,7 @@ TEST_F(CopyOnWrite, AWrittenDuplicateLeavesTheChain) {
 // One after the other, until nobody shares any more.
 TEST_F(CopyOnWrite, ChainsComeApart) {
     constexpr size_t count = 5;
-    const size_t orders[][count] = {
-        {0, 1, 2, 3, 4}, {4, 3, 2, 1, 0}, {2, 0, 4, 1, 3}, {1, 2, 0, 3, 4}};
+    const size_t orders[][count] = {{0, 1, 2, 3, 4}, {4, 3, 2, 1, 0}, {2, 0, 4, 1, 3}};
     for (const auto &order : orders)
         each_way({8}, [&order](Family &family, Random &random, const WritePath &path) {
             for (size_t i = 1; i < count; ++i)

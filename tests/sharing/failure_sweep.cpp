@@ -1,6 +1,7 @@
 // The n-th call of each kind fails, for all n.
 #include "tests/sharing/failure_sweep.h"
 
+#include <map>
 #include <optional>
 
 namespace q32::test {
@@ -63,32 +64,26 @@ private:
     std::optional<FailingCall> other_;
 };
 
-struct Outcome {
-    bool failed, reached;
-};
+using Surround = std::function<bool(Family &, const std::function<bool()> &)>;
 
-Outcome run(const Step &step, const std::string &call, int n, bool all_after) {
-    Random random(test_seed(), uint64_t(n));
+// One run of a step on buffers of its own; false when it failed, and then everything was as before.
+bool run(const Step &step, const Surround &surround, bool silent) {
+    Random random(test_seed(), 1);
     Family family;
     send_to_files(step.to_files);
     step.prepare(family, random);
     std::vector<PlainImage> before;
     for (const auto &member : family.members())
         before.push_back(member->picture.image);
-    Outcome outcome{};
+    bool done;
     {
         CallSurroundings surroundings([&](const std::function<bool()> &in_question) {
-            Failing failing(call, n, all_after);
-            const bool done = in_question();
-            outcome.reached = failing.happened();
-            family.add_drift(failing.drift());
-            return done;
+            return surround(family, in_question);
         });
-        outcome.failed = !step.take(family, random);
+        done = step.take(family, random);
     }
-    if (outcome.failed) {
-        EXPECT_TRUE(outcome.reached) << "failed although nothing failed";
-        EXPECT_EQ(frame::reports().empty(), step.is_silent(call));
+    if (!done) {
+        EXPECT_EQ(frame::reports().empty(), silent);
         EXPECT_EQ(family.size(), before.size());
         for (size_t i = 0; i < std::min(before.size(), family.size()); ++i)
             EXPECT_EQ(family[i].picture.image.bytes(), before[i].bytes());
@@ -96,34 +91,62 @@ Outcome run(const Step &step, const std::string &call, int n, bool all_after) {
     forget_reports();
     family.adopt_records();
     family.check();
-    if (outcome.failed) {
+    if (!done) {
         EXPECT_TRUE(step.take(family, random)) << "and not once the system works again";
         family.adopt_records();
         family.check();
     }
     send_to_files(false);
-    return outcome;
+    return done;
+}
+
+// How often the call in question makes each call of the system when nothing fails.
+std::map<std::string, int> calls_of(const Step &step) {
+    std::map<std::string, int> result;
+    const bool done = run(
+        step,
+        [&](Family &, const std::function<bool()> &in_question) {
+            std::map<std::string, FailingCall> counters;
+            for (const char *call : acquiring_calls)
+                counters.try_emplace(call, call, 0);
+            const bool succeeded = in_question();
+            for (const auto &[call, counter] : counters)
+                result[call] += counter.calls();
+            return succeeded;
+        },
+        false);
+    EXPECT_TRUE(done) << "failed although nothing failed";
+    return result;
 }
 
 } // namespace
 
 int sweep(const std::vector<Step> &steps) {
     int failures = 0;
-    for (const Step &step : steps)
-        for (const char *call : acquiring_calls)
+    for (const Step &step : steps) {
+        const std::string name = step.name + (step.to_files ? " (files)" : "");
+        SCOPED_TRACE(name);
+        for (const auto &[call, count] : calls_of(step))
             for (bool all_after : {false, true})
-                for (int n = 1;; ++n) {
-                    SCOPED_TRACE(step.name + (step.to_files ? " (files), " : ", ") +
-                                 (all_after ? "from call " : "call ") + std::to_string(n) + " of " +
+                for (int n = 1; n <= count; ++n) {
+                    SCOPED_TRACE((all_after ? "from call " : "call ") + std::to_string(n) + " of " +
                                  call + " failing");
-                    const Outcome outcome = run(step, call, n, all_after);
-                    failures += outcome.failed;
-                    EXPECT_LT(n, 100) << "no end of calls";
+                    bool reached = false;
+                    failures += !run(
+                        step,
+                        [&](Family &family, const std::function<bool()> &in_question) {
+                            Failing failing(call, n, all_after);
+                            const bool done = in_question();
+                            reached |= failing.happened();
+                            family.add_drift(failing.drift());
+                            return done;
+                        },
+                        step.is_silent(call));
+                    EXPECT_TRUE(reached);
                     if (::testing::Test::HasFailure())
                         return failures;
-                    if (!outcome.reached)
-                        break;
                 }
+    }
     return failures;
 }
 

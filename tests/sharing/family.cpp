@@ -315,6 +315,10 @@ void Family::adopt_records() {
     for (const auto &member : members_) {
         const HBUF32 handle = member->handle();
         member->source = member_of(word(handle, field_source));
+        if (member->is_special() && word(handle, field_type) == BUF32_TILED) {
+            member->type = BUF32_TILED;
+            member->block = 0;
+        }
         member->storage = word(handle, field_storage) == 0 ? Member::none
                           : word(handle, field_file) != 0  ? Member::file
                                                            : Member::memory;

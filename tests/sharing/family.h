@@ -72,7 +72,8 @@ public:
     // Whatever the model says of sharing and storage, what the records say of it is in order.
     void check_records() const;
     void check_pixels() const;
-    // Takes sharing and storage from the records: after a failure buffers may have been separated.
+    // Takes sharing and storage from the records: after a failure buffers may have been separated,
+    // or turned into ordinary ones.
     void adopt_records();
     // Bytes that stay counted because their commitment failed.
     void add_drift(uint32_t bytes) { drift_ += bytes; }

@@ -55,7 +55,7 @@ TEST_F(SharingFailures, WritingInMemory) {
 
 // Without memory buffers go to files: the same calls as below, after those for memory.
 TEST_F(SharingFailures, WritingInMemoryOrFiles) {
-    EXPECT_GT(sweep(writes(BUF32_TILED, false, 8, {0, 1})), 50);
+    EXPECT_GT(sweep(writes(BUF32_TILED, false, 8, {0, 1})), 20);
 }
 
 TEST_F(SharingFailures, WritingInFiles) {
