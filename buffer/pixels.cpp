@@ -42,9 +42,8 @@ void copy_bit_rows(const BitRows &to, const BitRows &from, size_t bits, size_t r
                           from.stride, bits / 8, rows);
         return;
     }
-    for (size_t row = 0; row < rows; ++row)
-        kernels.copy_bits(kernel_bytes(to.memory + row * to.stride), to.first_bit,
-                          kernel_bytes(from.memory + row * from.stride), from.first_bit, bits);
+    kernels.copy_bit_rows(kernel_bytes(to.memory), to.stride, to.first_bit,
+                          kernel_bytes(from.memory), from.stride, from.first_bit, bits, rows);
 }
 
 // --- cells --------------------------------------------------------------------------------------
@@ -243,8 +242,8 @@ bool write_pixels(Record &record, const Area &area, const PlainRows &rows) {
 
 void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *source,
                size_t source_bit, size_t bits) {
-    rows::kernels().copy_bits(kernel_bytes(destination), destination_bit, kernel_bytes(source),
-                              source_bit, bits);
+    rows::kernels().copy_bit_rows(kernel_bytes(destination), 0, destination_bit,
+                                  kernel_bytes(source), 0, source_bit, bits, 1);
 }
 
 // What is there doubles with every turn.

@@ -71,43 +71,59 @@ inline void copy_in_byte(uint8_t *destination, size_t to, const uint8_t *source,
     *destination = uint8_t((value & mask) | (*destination & ~mask));
 }
 
-// Whole destination bytes from a source that begins 1 to 7 bits into its first byte.
+// Runs of equal length and position: what is to be done is worked out once for all of them.
 template <class V>
-void shift_bytes(uint8_t *destination, const uint8_t *source, size_t bytes, size_t shift) {
-    const auto eights = [=](uint8_t *to, const uint8_t *from, size_t count) {
-        run(to, from, count, ShiftEightBytes(shift),
-            [=](uint8_t *to_byte, const uint8_t *from_byte, size_t left) {
-                for (; left != 0; --left)
-                    *to_byte++ = uint8_t(gather_byte(from_byte++, shift, 8));
+class BitRun {
+public:
+    BitRun(size_t to, size_t from, size_t bits)
+        : to_(to), from_(from), head_(to == 0 ? 0 : std::min(8 - to, bits)),
+          shift_((from + head_) % 8), bytes_((bits - head_) / 8), tail_((bits - head_) % 8),
+          wide_(shift_), narrow_(shift_) {}
+
+    void copy(uint8_t *destination, const uint8_t *source) const {
+        if (head_ != 0) {
+            copy_in_byte(destination, to_, source, from_, head_);
+            ++destination;
+            source += (from_ + head_) / 8;
+        }
+        if (shift_ == 0)
+            std::memcpy(destination, source, bytes_);
+        else
+            copy_shifted(destination, source);
+        if (tail_ != 0)
+            copy_in_byte(destination + bytes_, 0, source + bytes_, shift_, tail_);
+    }
+
+private:
+    void copy_shifted(uint8_t *destination, const uint8_t *source) const {
+        run(destination, source, bytes_, wide_,
+            [this](uint8_t *to, const uint8_t *from, size_t bytes) {
+                run(to, from, bytes, narrow_,
+                    [this](uint8_t *to_byte, const uint8_t *from_byte, size_t left) {
+                        for (; left != 0; --left)
+                            *to_byte++ = uint8_t(gather_byte(from_byte++, shift_, 8));
+                    });
             });
-    };
-    run(destination, source, bytes, ShiftBits<V>(shift), eights);
-}
+    }
+
+    size_t to_, from_;
+    size_t head_;  // bits of a first byte that is not whole
+    size_t shift_; // of the source once the destination is at a byte
+    size_t bytes_; // whole ones
+    size_t tail_;  // bits of a last byte that is not whole
+    ShiftBits<V> wide_;
+    ShiftEightBytes narrow_;
+};
 
 template <class V>
-void copy_bit_run(uint8_t *destination, size_t destination_bit, const uint8_t *source,
-                  size_t source_bit, size_t bits) {
+void copy_bit_runs(uint8_t *destination, size_t destination_stride, size_t destination_bit,
+                   const uint8_t *source, size_t source_stride, size_t source_bit, size_t bits,
+                   size_t rows) {
+    const BitRun<V> all(destination_bit % 8, source_bit % 8, bits);
     destination += destination_bit / 8;
     source += source_bit / 8;
-    const size_t to = destination_bit % 8;
-    size_t from = source_bit % 8;
-    if (to != 0) {
-        const size_t head = std::min(8 - to, bits);
-        if (head == 0)
-            return;
-        copy_in_byte(destination++, to, source, from, head);
-        from += head;
-        source += from / 8;
-        from %= 8;
-        bits -= head;
-    }
-    const size_t bytes = bits / 8, tail = bits % 8;
-    if (from == 0)
-        std::memcpy(destination, source, bytes);
-    else
-        shift_bytes<V>(destination, source, bytes, from);
-    if (tail != 0)
-        copy_in_byte(destination + bytes, 0, source + bytes, from, tail);
+    for (; rows != 0; --rows, destination += destination_stride, source += source_stride)
+        all.copy(destination, source);
 }
 
 } // namespace

@@ -1,8 +1,9 @@
-// Runs of bits in their scalar form: any number of bits from any bit position to any other. The
-// highest bit of a byte comes first.
+// Rows of bits between two strides, in their scalar form: any number of bits from any bit position
+// to any other. The highest bit of a byte comes first.
 #include "rows/kernels/scalar.h"
 
 namespace q32::rows {
+namespace {
 
 // Byte by byte of the destination, each from the two source bytes that it straddles. A byte that
 // the source run does not touch is not read; its bits fall to the mask.
@@ -31,6 +32,16 @@ void copy_bits(std::uint8_t *destination, std::size_t destination_bit, const std
             mask &= 0xFFu << bits_behind;
         destination[i] = std::uint8_t((value & mask) | (destination[i] & ~mask));
     }
+}
+
+} // namespace
+
+void copy_bit_rows(std::uint8_t *destination, std::size_t destination_stride,
+                   std::size_t destination_bit, const std::uint8_t *source,
+                   std::size_t source_stride, std::size_t source_bit, std::size_t bits,
+                   std::size_t rows) {
+    for (; rows != 0; --rows, destination += destination_stride, source += source_stride)
+        copy_bits(destination, destination_bit, source, source_bit, bits);
 }
 
 } // namespace q32::rows

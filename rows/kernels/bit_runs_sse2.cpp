@@ -4,9 +4,11 @@
 
 namespace q32::rows {
 
-void copy_bits_sse2(uint8_t *destination, size_t destination_bit, const uint8_t *source,
-                    size_t source_bit, size_t bits) {
-    copy_bit_run<V16>(destination, destination_bit, source, source_bit, bits);
+void copy_bit_rows_sse2(uint8_t *destination, size_t destination_stride, size_t destination_bit,
+                        const uint8_t *source, size_t source_stride, size_t source_bit, size_t bits,
+                        size_t rows) {
+    copy_bit_runs<V16>(destination, destination_stride, destination_bit, source, source_stride,
+                       source_bit, bits, rows);
 }
 
 } // namespace q32::rows

@@ -27,10 +27,12 @@ using RowsCopy = void(std::uint8_t *destination, std::size_t destination_stride,
                       const std::uint8_t *source, std::size_t source_stride, std::size_t row_bytes,
                       std::size_t rows);
 
-// Bit 0 is the highest of the first byte; positions may lie beyond it. Bits around the destination
-// run stay as they are. The runs may share a byte, but no bit.
-using BitsCopy = void(std::uint8_t *destination, std::size_t destination_bit,
-                      const std::uint8_t *source, std::size_t source_bit, std::size_t bits);
+// The same for rows of bits. Bit 0 is the highest of a row's first byte; positions may lie beyond
+// it. Bits around the destination runs stay as they are. Runs may share a byte, but no bit.
+using BitRowsCopy = void(std::uint8_t *destination, std::size_t destination_stride,
+                         std::size_t destination_bit, const std::uint8_t *source,
+                         std::size_t source_stride, std::size_t source_bit, std::size_t bits,
+                         std::size_t rows);
 
 inline constexpr std::size_t max_fill_bytes = 4; // of one pixel
 
@@ -40,7 +42,7 @@ struct RowKernels {
     Conversion *invert;            // pixels: bytes
 
     RowsCopy *copy_rows;
-    BitsCopy *copy_bits;
+    BitRowsCopy *copy_bit_rows;
 
     BitConversion *bit_to_byte; // value: what a set bit becomes; a clear bit becomes 0
     BitConversion *byte_to_bit; // value: the threshold; a byte above it becomes a set bit

@@ -10,7 +10,7 @@ Filling fill_1, fill_2, fill_3, fill_4;
 Exchange exchange;
 Conversion invert;
 RowsCopy copy_rows;
-BitsCopy copy_bits;
+BitRowsCopy copy_bit_rows;
 BitConversion bit_to_byte, byte_to_bit;
 Conversion rgb888_to_555, rgb888_to_565, rgb555_to_888, rgb565_to_888, swap_red_blue;
 Mapping map_8, map_24, map_16, map_48;

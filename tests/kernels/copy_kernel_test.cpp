@@ -58,7 +58,7 @@ class BitCopier {
 public:
     explicit BitCopier(std::size_t bytes) : source_{bytes}, destination_{bytes} {}
 
-    testing::AssertionResult copies(rows::BitsCopy *copy, const BitCase &c, Random &random,
+    testing::AssertionResult copies(rows::BitRowsCopy *copy, const BitCase &c, Random &random,
                                     bool at_front) {
         random.fill({source_.begin(), source_.size()});
         random.fill({destination_.begin(), destination_.size()});
@@ -71,8 +71,8 @@ public:
         for (std::size_t i = 0; i < c.bits; ++i)
             set_bit(expected_to, c.destination_bit % 8 + i, bit_at(from, c.source_bit % 8 + i));
 
-        copy(to - c.destination_bit / 8, c.destination_bit, from - c.source_bit / 8, c.source_bit,
-             c.bits);
+        copy(to - c.destination_bit / 8, 0, c.destination_bit, from - c.source_bit / 8, 0,
+             c.source_bit, c.bits, 1);
         if (!std::equal(expected.begin(), expected.end(), destination_.begin()))
             return testing::AssertionFailure() << c.text() << ": destination differs";
         if (!std::equal(source_before.begin(), source_before.end(), source_.begin()))
@@ -98,7 +98,7 @@ TEST_P(CopyKernel, BitsAtAllPositionsAndLengths) {
                 for (const bool at_front : {false, true}) {
                     Random random{test_seed(), (to * 8 + from) * 128 + bits};
                     ASSERT_TRUE(
-                        copier.copies(kernels().copy_bits, {to, from, bits}, random, at_front));
+                        copier.copies(kernels().copy_bit_rows, {to, from, bits}, random, at_front));
                 }
 }
 
@@ -111,7 +111,7 @@ TEST_P(CopyKernel, BitsAboutWholeVectors) {
                 for (std::size_t more = 0; more <= 24; ++more) {
                     const std::size_t bits = vectors * 128 + more - 12;
                     Random random{test_seed(), bits * 64 + to * 8 + from};
-                    ASSERT_TRUE(copier.copies(kernels().copy_bits, {to, from, bits}, random,
+                    ASSERT_TRUE(copier.copies(kernels().copy_bit_rows, {to, from, bits}, random,
                                               more % 2 == 0));
                 }
 }
@@ -122,7 +122,7 @@ TEST_P(CopyKernel, BitsOfRandomRuns) {
     random_cases(1500, [&](Random &random, std::uint64_t number) {
         const BitCase c{random.below(900), random.below(900), random.below(90000)};
         const testing::AssertionResult result =
-            copier.copies(kernels().copy_bits, c, random, number % 2 == 0);
+            copier.copies(kernels().copy_bit_rows, c, random, number % 2 == 0);
         if (!result)
             ADD_FAILURE() << result.message() << ": " << rerun(number);
         return bool(result);
@@ -138,9 +138,38 @@ TEST_P(CopyKernel, BitsBehindThemselves) {
         Bytes expected = row;
         for (std::size_t i = 0; i < bits; ++i)
             set_bit(expected.data(), bits + i, bit_at(row.data(), i));
-        kernels().copy_bits(row.data(), bits, row.data(), 0, bits);
+        kernels().copy_bit_rows(row.data(), 0, bits, row.data(), 0, 0, bits, 1);
         ASSERT_EQ(row, expected) << bits << " bits";
     }
+}
+
+// Rows that lie close together: what follows a row's run in its last byte, and between rows, stays.
+TEST_P(CopyKernel, BitsOfRandomRectangles) {
+    constexpr std::size_t most_rows = 20, widest = 400, widest_gap = 20;
+    constexpr std::size_t bytes = most_rows * (widest / 8 + 3 + widest_gap);
+    const FencedMemory source{bytes}, destination{bytes};
+    random_cases(2000, [&](Random &random, std::uint64_t number) {
+        const BitCase c{random.below(8), random.below(8), random.below(widest + 1)};
+        const std::size_t rows = random.below(most_rows + 1);
+        const std::size_t to_stride = bytes_touched(c.destination_bit, c.bits) + random.below(20);
+        const std::size_t from_stride = bytes_touched(c.source_bit, c.bits) + random.below(20);
+        random.fill({source.begin(), source.size()});
+        random.fill({destination.begin(), destination.size()});
+        std::uint8_t *const from =
+            source.end() -
+            (rows == 0 ? 0 : (rows - 1) * from_stride + bytes_touched(c.source_bit, c.bits));
+
+        Bytes expected(destination.begin(), destination.end());
+        for (std::size_t row = 0; row < rows; ++row)
+            for (std::size_t i = 0; i < c.bits; ++i)
+                set_bit(expected.data() + row * to_stride, c.destination_bit + i,
+                        bit_at(from + row * from_stride, c.source_bit + i));
+        kernels().copy_bit_rows(destination.begin(), to_stride, c.destination_bit, from,
+                                from_stride, c.source_bit, c.bits, rows);
+        const bool same = std::equal(expected.begin(), expected.end(), destination.begin());
+        EXPECT_TRUE(same) << rows << " rows of " << c.text() << ": " << rerun(number);
+        return same;
+    });
 }
 
 // --- rows ---------------------------------------------------------------------------------------
