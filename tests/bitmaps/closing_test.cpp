@@ -127,6 +127,22 @@ TEST_F(BitmapClosing, OfOtherBuffersIsRefused) {
     }
 }
 
+// Sharers come before everything else, so that a refusal parts them too.
+TEST_F(BitmapClosing, OfOtherBuffersThatShareIsRefused) {
+    Buffer source(24, 140, 130);
+    fill_and_check(source);
+    const Bytes pixels = read_pixels(source);
+    Opened first(duplicate_of(source)), second(duplicate_of(source));
+    EXPECT_FAILURE(api().buf32DIBBufFree(source, nullptr), 3200, 0, 4, 16);
+    EXPECT_FALSE(is_duplicate(first));
+    EXPECT_EQ(source_of(second), HBUF32(first));
+    for (HBUF32 buffer : {HBUF32(source), HBUF32(first), HBUF32(second)})
+        EXPECT_EQ(read_pixels(buffer), pixels);
+    EXPECT_FAILURE(api().buf32DIBBufFree(second, nullptr), 3200, 0, 4, 16);
+    EXPECT_EQ(read_pixels(first), pixels);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 3);
+}
+
 TEST_F(BitmapClosing, OfNoBufferFailsInSilence) {
     uint32_t local[200] = {8};
     Buffer other(8, 10, 10);

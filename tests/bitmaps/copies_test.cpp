@@ -181,6 +181,27 @@ TEST_F(BitmapCopies, IntoANewBufferWithoutMemoryForARow) {
     EXPECT_TRUE(no_row);
 }
 
+// The entry itself, which other subsystems call without the export around it.
+TEST_F(BitmapCopies, ByTheEntryIntoANewBufferLeaveNoHandleBehind) {
+    Random random(test_seed(), 8);
+    const Image source({24, 20, 10}, BUF32_DIB, random);
+    auto *const entry =
+        entry_of<int(HBUF32, int, int, int, int, HBUF32 *)>(source, entry_get_buffer);
+    const auto no_rows = [](UINT flags, SIZE_T bytes) {
+        // The strip alone is fixed and has the size of whole rows.
+        return bytes % 45 == 0 ? nullptr : GlobalAlloc(flags, bytes);
+    };
+    HBUF32 handle = 0;
+    {
+        frame::Replaced<frame::call::GlobalAlloc> failing(no_rows);
+        EXPECT_FAILURE(entry(source, 1, 1, 15, 8, &handle), 1001, 1, 4, 19);
+    }
+    EXPECT_EQ(handle, 0u);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
+    EXPECT_SUCCESS(entry(source, 1, 1, 15, 8, &handle));
+    EXPECT_SUCCESS(api().buf32Free(handle));
+}
+
 // The strip is halved until it can be had.
 TEST_F(BitmapCopies, InHalvedStrips) {
     Random random(test_seed(), 3);

@@ -298,7 +298,7 @@ TEST_F(BitmapOperations, GetMemWithBackground) {
         const Shape shape{random_depth(random), between(random, 1, 150), between(random, 1, 20)};
         SCOPED_TRACE(shape.text() + "; " + rerun(number));
         Fenced buffer(shape, random);
-        Area area = random_area(shape, random);
+        const Area area = random_area(shape, random);
         const Shape rectangle{shape.bits, area.width, area.height};
         FencedBlock memory(rectangle.packed_bytes());
         random.fill(std::span(memory.data(), memory.size()));
@@ -324,6 +324,9 @@ TEST_F(BitmapOperations, GetMemWithBackground) {
             }
         buffer.expect_pixels_now();
         EXPECT_EQ(word(buffer, field_lock_count), 0u);
+        // Under 8 bits the rectangle is read under a lock, when there is something to read.
+        EXPECT_EQ(word(buffer, field_access_mode),
+                  shape.bits < 8 && meets(area, shape) ? BUF32_READ : 0);
         return !::testing::Test::HasFailure();
     });
 }

@@ -31,7 +31,7 @@ public:
 
     void run(int steps) {
         open();
-        for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) {
+        for (int i = 0; i < steps && !images_.empty() && !::testing::Test::HasFailure(); ++i) {
             step();
             check();
         }
@@ -82,7 +82,8 @@ private:
                                                 shape().height, image.ground.bare->data()),
                       1);
         }
-        images_.push_back(std::move(image));
+        if (image.handle != 0)
+            images_.push_back(std::move(image));
     }
 
     // Gives the buffer back; what the library gives away is freed.
