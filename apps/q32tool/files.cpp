@@ -3,12 +3,14 @@
 
 #include "arguments.h"
 #include "interrupt.h"
+#include "numbers.h"
 #include "text.h"
 #include "unfinished_file.h"
 #include "wic.h"
 
 #include <algorithm>
 #include <climits>
+#include <new>
 
 namespace q32tool {
 namespace {
@@ -33,6 +35,14 @@ public:
 private:
     HANDLE handle_;
 };
+
+std::vector<uint8_t> room_for(const std::string &path, uint64_t bytes) {
+    try {
+        return std::vector<uint8_t>(static_cast<size_t>(bytes));
+    } catch (const std::bad_alloc &) {
+        throw Failure(path, "not enough memory for a file of " + readable_size(bytes));
+    }
+}
 
 // Shared for deletion: a fault deletes the unfinished file while it is still open.
 void write_bytes(const std::string &path, const std::wstring &native,
@@ -73,7 +83,7 @@ std::vector<uint8_t> read_file(const std::string &path) {
         throw Failure(path, "the file cannot be read: " + system_words(GetLastError()));
     if (size.QuadPart > INT_MAX)
         throw Failure(path, "the file is too large", "files of less than 2 GB are read");
-    std::vector<uint8_t> bytes(static_cast<size_t>(size.QuadPart));
+    std::vector<uint8_t> bytes = room_for(path, static_cast<uint64_t>(size.QuadPart));
     for (size_t done = 0; done < bytes.size();) {
         stop_if_cancelled();
         const DWORD wanted = static_cast<DWORD>(std::min(piece_bytes, bytes.size() - done));
