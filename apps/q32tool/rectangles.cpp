@@ -13,6 +13,12 @@
 namespace q32tool {
 namespace {
 
+constexpr char the_rectangle[] = "the rectangle";
+
+std::string size_of(const Canvas &canvas) {
+    return "the picture, which is " + size_in_words(canvas.width, canvas.height);
+}
+
 // A call of the library that moves a rectangle.
 template <typename Function>
 void move_rectangle(const std::string &named, const Function &function) {
@@ -30,17 +36,6 @@ void fill_whole(const std::string &named, const Function &function) {
         throw library_failure(named, "the picture cannot be filled");
 }
 
-// The part of an area that a canvas has. what: the area, in messages.
-Area part_on(const Canvas &canvas, const Area &area, const std::string &what) {
-    const Area part = part_inside(area, canvas.width, canvas.height);
-    if (part.is_empty())
-        throw Failure(canvas.named,
-                      what + " " + in_words(area) + " lies outside the picture, which is " +
-                          size_in_words(canvas.width, canvas.height),
-                      "name another --at");
-    return part;
-}
-
 // Rectangles are cut to what is seen before they are handed over: the library would stage the rest,
 // too.
 void merge(const Image &source, const Area &area, const Canvas &canvas, const Point &at) {
@@ -52,7 +47,7 @@ void merge(const Image &source, const Area &area, const Canvas &canvas, const Po
 
 // From an image of the canvas' size the same area.
 void merge_area(const Image &source, const Area &area, const Canvas &canvas) {
-    const Area part = part_on(canvas, area, "the rectangle");
+    const Area part = part_on(canvas, area, the_rectangle);
     merge(source, part, canvas, {part.x, part.y});
 }
 
@@ -60,6 +55,22 @@ void merge_area(const Image &source, const Area &area, const Canvas &canvas) {
 
 Canvas canvas_of(const Image &image) {
     return {image.handle(), image.width(), image.height(), image.named()};
+}
+
+Area part_on(const Canvas &canvas, const Area &area, const std::string &what) {
+    const Area part = part_inside(area, canvas.width, canvas.height);
+    if (part.is_empty())
+        throw Failure(canvas.named,
+                      what + " " + in_words(area) + " lies outside " + size_of(canvas),
+                      "name another --at");
+    return part;
+}
+
+void check_inside(const Canvas &canvas, const Area &area, const std::string &remedy) {
+    if (part_on(canvas, area, the_rectangle) != area)
+        throw Failure(canvas.named,
+                      the_rectangle + (" " + in_words(area)) + " leaves " + size_of(canvas),
+                      remedy);
 }
 
 void get_pixels(const Image &image, const Area &area, void *memory) {

@@ -22,6 +22,11 @@ struct Canvas {
 
 Canvas canvas_of(const Image &image);
 
+// The part of an area that a canvas has. Throws Failure when there is none, or when it is not all;
+// what: the area, in the message; remedy: what to do about it.
+Area part_on(const Canvas &canvas, const Area &area, const std::string &what);
+void check_inside(const Canvas &canvas, const Area &area, const std::string &remedy);
+
 // Pixels of a rectangle to memory, as they are stored; see buf32GetMem. With a background the
 // rectangle may reach beyond the image. Throw Failure.
 void get_pixels(const Image &image, const Area &area, void *memory);

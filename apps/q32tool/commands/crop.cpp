@@ -31,14 +31,6 @@ Image cut_with_background(const Image &image, const Area &area, const Colour &ba
     return part;
 }
 
-void check_that_it_meets(const Image &image, const Area &area) {
-    if (part_inside(area, image.width(), image.height()).is_empty())
-        throw Failure(image.named(),
-                      "the rectangle " + in_words(area) + " lies outside the picture, which is " +
-                          size_in_words(image.width(), image.height()),
-                      "name another --at");
-}
-
 void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(1);
     const std::optional<Area> area = area_from(arguments);
@@ -50,16 +42,13 @@ void run(const Arguments &arguments) {
     const uint32_t type = apply_storage_options(arguments);
     const FileFormat format = check_output(out);
     Image image = load_picture(arguments.operand(0), type).image;
-    check_that_it_meets(image, *area);
-    if (is_inside(*area, image.width(), image.height()))
-        image = image.cut(*area);
-    else if (background)
+    if (background && !is_inside(*area, image.width(), image.height())) {
+        part_on(canvas_of(image), *area, "the rectangle");
         image = cut_with_background(image, *area, *background, type, out);
-    else
-        throw Failure(image.named(),
-                      "the rectangle " + in_words(*area) + " leaves the picture, which is " +
-                          size_in_words(image.width(), image.height()),
-                      "keep inside or name a --background for the rest");
+    } else {
+        check_inside(canvas_of(image), *area, "keep inside or name a --background for the rest");
+        image = image.cut(*area);
+    }
     save_picture_and_tell(image, out, format, arguments);
 }
 

@@ -92,12 +92,8 @@ void print_rows(const Image &image, int first_row) {
     print(text);
 }
 
-void check_area(const Image &image, const Area &area, bool any_number) {
-    if (!is_inside(area, image.width(), image.height()))
-        throw Failure(image.named(),
-                      "the rectangle " + in_words(area) + " leaves the picture, which is " +
-                          size_in_words(image.width(), image.height()),
-                      "keep inside");
+void check_rectangle(const Image &image, const Area &area, bool any_number) {
+    check_inside(canvas_of(image), area, "keep inside");
     const uint64_t pixels = static_cast<uint64_t>(area.width) * static_cast<uint64_t>(area.height);
     if (pixels > pixels_without_asking && !any_number)
         throw Failure(image.named(),
@@ -112,7 +108,7 @@ void run(const Arguments &arguments) {
     const uint32_t type = apply_storage_options(arguments);
     Image image = load_picture(arguments.operand(0), type).image;
     const Area area = wanted.value_or(Area{0, 0, image.width(), image.height()});
-    check_area(image, area, arguments.has("--all"));
+    check_rectangle(image, area, arguments.has("--all"));
     image = image.cut(area);
     convert(image, conversion, type);
     print_rows(image, area.y);
