@@ -45,3 +45,18 @@ class CtrlC(ToolCase):
 
     def test_in_place_keeps_the_picture(self):
         self.cancel(b"writing", "convert", "in.png", "in.png", "--invert")
+
+    def test_crop(self):
+        self.write("out.bmp", b"an older file")
+        arguments = ["crop", "in.png", "out.bmp", "--at", "-5,5", "--size", "3005x2990"]
+        swap_files = self.cancel(b"writing", *arguments, "--background", "1,2,3")
+        self.assertNotEqual(swap_files, [])
+
+    def test_paste_over_the_picture_itself(self):
+        swap_files = self.cancel(
+            b"writing", "paste", "in.png", "in.png", "in.png", "--at", "1000,-1000"
+        )
+        self.assertNotEqual(swap_files, [])
+
+    def test_rows(self):
+        self.cancel(b"reading", "rows", "in.png", "--all")

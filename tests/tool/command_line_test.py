@@ -7,24 +7,42 @@ from tool_case import FAILED, USAGE, Program, ToolCase, environment, text
 
 PICTURE = pictures.noise(40, 30)
 
+# What each command takes: its operands, and options beside those of storage and of all commands.
+COMMANDS = {
+    "info": ("PICTURE", []),
+    "rows": ("PICTURE", ["--at", "--size", "--bits", "--format", "--threshold", "--all"]),
+    "convert": ("IN OUT", ["--bits", "--format", "--threshold", "--invert"]),
+    "crop": ("IN OUT", ["--at", "--size", "--background"]),
+    "paste": ("IN OVERLAY OUT", ["--at"]),
+    "fill": ("IN OUT", ["--colour", "--at", "--size"]),
+    "pattern": ("IN PATTERN OUT", ["--at", "--size"]),
+    "bitmap": ("IN.bmp OUT.bmp", ["--paste", "--pattern", "--fill", "--at", "--size"]),
+}
+
+# Each makes out.bmp of in.png.
+MAKE = {
+    "crop": ["crop", "in.png", "out.bmp", "--at", "1,2", "--size", "3x4"],
+    "paste": ["paste", "in.png", "in.png", "out.bmp", "--at", "1,2"],
+    "fill": ["fill", "in.png", "out.bmp", "--colour", "1,2,3"],
+    "pattern": ["pattern", "in.png", "in.png", "out.bmp"],
+}
+
 
 class Help(ToolCase):
     def test_overview(self):
         overview = self.succeed("--help")
         self.assertRegex(overview, r"\AUsage: q32tool ")
-        for word in ("info", "convert", "help", "130"):
+        for word in (*COMMANDS, "help", "130"):
             self.assertIn(word, overview)
         self.assertEqual(self.succeed("help"), overview)
 
     def test_commands(self):
-        for command, words in {
-            "info": ["--storage", "--memory-limit", "--swap-dir"],
-            "convert": ["--bits", "--format", "--threshold", "--invert", "--storage"],
-        }.items():
+        for command, (operands, options) in COMMANDS.items():
             with self.subTest(command=command):
                 page = self.succeed("help", command)
-                self.assertRegex(page, rf"\AUsage: q32tool {command} ")
-                for word in words:
+                usage = f"Usage: q32tool {command} {operands} [OPTION...]"
+                self.assertEqual(page.split("\n")[0], usage)
+                for word in (*options, "--storage", "--memory-limit", "--swap-dir", "--quiet"):
                     self.assertIn(word, page)
                 self.assertLessEqual(max(map(len, page.splitlines())), 90)
                 self.assertEqual(self.succeed(command, "--help"), page)
@@ -44,19 +62,44 @@ class Misuse(ToolCase):
         self.refuse(USAGE, "help", "frobnicate", says="frobnicate")
 
     def test_missing_arguments(self):
-        self.refuse(USAGE, "info", says="PICTURE")
-        self.refuse(USAGE, "convert", says="IN")
-        self.refuse(USAGE, "convert", "in.png", says="OUT")
+        for command, (operands, _) in COMMANDS.items():
+            names = operands.split()
+            for count, name in enumerate(names):
+                with self.subTest(command=command, name=name):
+                    arguments = ["in.png"] * count
+                    self.refuse(USAGE, command, *arguments, says=f"{command} needs {name}")
+
+    def test_missing_options(self):
+        self.write("out.bmp", b"an older file")
+        rectangle = ["--at", "1,2", "--size", "3x4"]
+        for arguments, says in [
+            (["crop", "in.png", "out.bmp"], ["--at", "--size"]),
+            (["crop", "in.png", "out.bmp", *rectangle[:2]], "--size"),
+            (["crop", "in.png", "out.bmp", *rectangle[2:]], "--at"),
+            (["paste", "in.png", "in.png", "out.bmp"], "--at"),
+            (["fill", "in.png", "out.bmp", *rectangle], "--colour"),
+            ([*MAKE["fill"], *rectangle[:2]], "--size"),
+            ([*MAKE["fill"], *rectangle[2:]], "--at"),
+            ([*MAKE["pattern"], *rectangle[:2]], "--size"),
+            (["rows", "in.png", *rectangle[2:]], "--at"),
+        ]:
+            with self.subTest(arguments=arguments):
+                self.refuse(USAGE, *arguments, says=says)
 
     def test_too_many_arguments(self):
         self.refuse(USAGE, "convert", "in.png", "out.png", "more.png", says="more.png")
         self.refuse(USAGE, "info", "in.png", "more.png", says="more.png")
+        for make in MAKE.values():
+            self.refuse(USAGE, *make, "more.png", says="more.png")
 
     def test_unknown_options(self):
         self.refuse(USAGE, "--frob", says="--frob")
         self.refuse(USAGE, "info", "in.png", "--frob", says="--frob")
         self.refuse(USAGE, "info", "in.png", "--bits", "8", says="--bits")
         self.refuse(USAGE, "convert", "in.png", "out.png", "-z", says="-z")
+        options = {"crop": "--colour", "paste": "--size", "fill": "--background"}
+        for command, option in options.items():
+            self.refuse(USAGE, *MAKE[command], option, "1,2,3", says=option)
 
     def test_options_without_their_value(self):
         for option in ("--bits", "--format", "--threshold", "--storage", "--memory-limit"):
@@ -74,6 +117,28 @@ class Misuse(ToolCase):
                 with self.subTest(option=option, value=value):
                     arguments = ["convert", "in.png", "out.png", option, value]
                     self.refuse(USAGE, *arguments, says=[option, f"'{value}'"])
+
+    def test_places_sizes_and_colours(self):
+        self.write("out.bmp", b"an older file")
+        for option, values in {
+            "--at": ["", "1", "1,", ",2", "1,2,3", "1.5,2", "1, 2", "0x1,2", "2147483648,0"],
+            "--size": ["", "5", "5x", "x5", "0x5", "5x0", "-5x5", "5x-5", "5,5", "5x2147483648"],
+            "--background": ["1,2", "1,2,3,4", "256,0,0", "0,0,-1", "red", "#12345", "#12345g"],
+        }.items():
+            for value in values:
+                with self.subTest(option=option, value=value):
+                    arguments = [*MAKE["crop"], option, value]
+                    self.refuse(USAGE, *arguments, says=[option, f"'{value}'"])
+        for value in ("", "1,2,", "#1234567", "123456"):
+            with self.subTest(value=value):
+                arguments = ["fill", "in.png", "out.bmp", "--colour", value]
+                self.refuse(USAGE, *arguments, says=["--colour", f"'{value}'"])
+
+    def test_the_other_spelling_of_colour(self):
+        arguments = ["fill", "in.png", "out.bmp", "--color", "1,2,3"]
+        self.make("out.bmp", *arguments)
+        self.assert_file_holds("out.bmp", PICTURE.changed(lambda *_: (1, 2, 3)), 24)
+        self.refuse(USAGE, *arguments[:-1], "1,2", says="'1,2'")
 
     def test_empty_names(self):
         self.refuse(USAGE, "info", "", says="empty")
@@ -104,6 +169,14 @@ class Words(ToolCase):
         said = self.succeed("convert", "in.png", "out.bmp", "--bits", "8")
         self.assertEqual(said, "out.bmp: 40 x 30 pixels, 8 bits, BMP\n")
 
+    def test_the_others_name_what_they_wrote(self):
+        for command, arguments in MAKE.items():
+            with self.subTest(command=command):
+                size = "3 x 4" if command == "crop" else "40 x 30"
+                wanted = f"out.bmp: {size} pixels, 24 bits, BMP\n"
+                self.assertEqual(self.succeed(*arguments), wanted)
+                self.assertEqual(self.succeed(*arguments, "--quiet"), "")
+
     def test_quiet(self):
         self.assertEqual(self.succeed("convert", "in.png", "out.bmp", "--quiet"), "")
         self.assert_file_holds("out.bmp", PICTURE, 24)
@@ -130,6 +203,15 @@ class Words(ToolCase):
         self.assertRegex(result.err, r"(?m)^reading: \d+\.\d+ s")
         self.assertRegex(result.err, r"(?m)^writing: \d+\.\d+ s")
         self.assertRegex(result.err, r"(?m)^library: \d+\.\d+ s \(\d+ buffers? made, ")
+
+    def test_what_the_library_did(self):
+        cropped = "2 buffers made, 1 rectangle moved, 0 fills, 34 rows moved, 34 rows converted"
+        filled = "1 buffer made, 0 rectangles moved, 1 fill, 60 rows moved, 60 rows converted"
+        for command, wanted in [("crop", cropped), ("fill", filled)]:
+            with self.subTest(command=command):
+                result = self.run_tool(*MAKE[command], "--timings")
+                self.assertEqual(result.code, 0)
+                self.assertRegex(result.err, rf"(?m)^library: \d+\.\d+ s \({wanted}\)$")
 
     def test_options_anywhere(self):
         self.succeed("convert", "--bits=8", "in.png", "--invert", "out.bmp")

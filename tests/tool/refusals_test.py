@@ -54,6 +54,28 @@ class Inputs(ToolCase):
     def test_directory(self):
         self.refuse_picture(self.make_folder("pictures"), "directory")
 
+    def test_every_command_and_every_picture(self):
+        self.write("in.png", pictures.png(PICTURE))
+        self.write("out.png", b"an older file")
+        self.write("text.png", b"This is no picture, whatever its name says.\n" * 40)
+        self.write("cut.png", pictures.png(PICTURE)[:-5000])
+        self.write("wide.png", pictures.png(pictures.noise(32001, 1)))
+        rectangle = ["--at", "0,0", "--size", "2x2"]
+        for arguments, name in [
+            (["rows", "missing.png"], "missing.png"),
+            (["rows", "cut.png", *rectangle], "cut.png"),
+            (["crop", "text.png", "out.png", *rectangle], "text.png"),
+            (["fill", "cut.png", "out.png", "--colour", "1,2,3"], "cut.png"),
+            (["paste", "missing.png", "in.png", "out.png", "--at", "0,0"], "missing.png"),
+            (["paste", "in.png", "cut.png", "out.png", "--at", "0,0"], "cut.png"),
+            (["paste", "in.png", "wide.png", "out.png", "--at", "0,0"], "5402"),
+            (["pattern", "text.png", "in.png", "out.png"], "text.png"),
+            (["pattern", "in.png", "cut.png", "out.png", *rectangle], "cut.png"),
+            (["pattern", "in.png", "wide.png", "out.png"], "32001 pixels wide"),
+        ]:
+            with self.subTest(arguments=arguments):
+                self.refuse(FAILED, *arguments, says=name)
+
     def test_empty_file(self):
         self.refuse_picture(self.write("empty.png", b""), "empty")
 
@@ -203,3 +225,18 @@ class Outputs(ToolCase):
 
     def test_full_disk_in_place_keeps_the_picture(self):
         self.refuse(FAILED, "convert", self.source, self.source, "--invert", file_size=2000)
+
+    def test_every_command(self):
+        self.write("older.bmp", b"an older file")
+        rectangle = ["--at", "0,0", "--size", "140x40"]
+        for before, after in [
+            (["crop", self.source], rectangle),
+            (["paste", self.source, self.source], ["--at", "1,1"]),
+            (["fill", self.source], ["--colour", "1,2,3", *rectangle]),
+            (["fill", self.source], ["--colour", "1,2,3"]),
+            (["pattern", self.source, self.source], []),
+        ]:
+            for name in ("nowhere/out.png", "older.bmp", self.source):
+                with self.subTest(command=before, name=name):
+                    arguments = [*before, name, *after]
+                    self.refuse(FAILED, *arguments, says=name, file_size=50)

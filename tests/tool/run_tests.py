@@ -14,6 +14,10 @@ from tool_case import Program
 MODULES = [
     "command_line_test",
     "pixels_test",
+    "rectangles_test",
+    "fills_test",
+    "rows_test",
+    "bitmap_test",
     "reading_test",
     "storage_test",
     "refusals_test",

@@ -7,13 +7,7 @@ import sys
 import time
 
 import pictures
-from tool_case import FAILED, ToolCase
-
-STORAGES = {
-    "memory": ["--storage", "memory"],
-    "file": ["--storage", "file", "--swap-dir", "swap"],
-    "no memory": ["--memory-limit", "0", "--swap-dir", "swap"],
-}
+from tool_case import FAILED, STORAGES, ToolCase
 
 KEYS = (
     "file, format, size, buffer, image bytes, cells, cell size, last column, last row, "
@@ -120,6 +114,26 @@ class SwapDirectories(ToolCase):
 
     def test_absent(self):
         self.refuse_swap("nowhere", ["nowhere", "does not exist"])
+
+    def test_absent_for_every_command(self):
+        rectangle = ["--at", "0,0", "--size", "200x150"]
+        for command in [
+            ["rows", self.source, "--all"],
+            ["crop", self.source, "out.bmp", *rectangle],
+            ["paste", self.source, self.source, "out.bmp", "--at", "9,9"],
+            ["fill", self.source, "out.bmp", "--colour", "1,2,3", *rectangle],
+            ["pattern", self.source, self.source, "out.bmp", *rectangle],
+        ]:
+            with self.subTest(command=command[0]):
+                arguments = [*command, "--memory-limit", "100K", "--swap-dir", "nowhere"]
+                self.refuse(FAILED, *arguments, says=["nowhere", "does not exist"])
+
+    def test_room_for_the_picture_but_not_for_a_larger_one(self):
+        # 180,000 bytes of pixels fit; what is made of them does not.
+        self.make_folder("swap")
+        crop = ["crop", self.source, "out.bmp", "--at", "0,0", "--size", "400x300"]
+        arguments = [*crop, "--background", "0,0,0", *STORAGES["file"]]
+        self.refuse(FAILED, *arguments, says="error 1001, module 4", file_size=200_000)
 
     def test_a_file(self):
         self.refuse_swap("in.png", "in.png")

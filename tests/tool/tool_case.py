@@ -20,6 +20,13 @@ Result = namedtuple("Result", "code out err")
 
 DONE, FAILED, USAGE, CANCELLED = 0, 1, 2, 130
 
+# Ways to keep pixels; the tests that use them make the folder.
+STORAGES = {
+    "memory": ["--storage", "memory"],
+    "file": ["--storage", "file", "--swap-dir", "swap"],
+    "no memory": ["--memory-limit", "0", "--swap-dir", "swap"],
+}
+
 # What Wine itself says about the disk of a swap file; the program has no part in it.
 WINE_REMARK = re.compile(r"^wine: Read access denied for device .*\n", re.MULTILINE)
 
@@ -130,12 +137,19 @@ class ToolCase(unittest.TestCase):
         self.assertEqual((result.code, result.err), (DONE, ""), f"{arguments} printed {result.out}")
         return result.out
 
-    def convert(self, source, target, *options):
-        """Converts a file; nothing else in the folder may change. Returns the new file's bytes."""
+    def make(self, target, *arguments):
+        """Runs a command that writes the file target and touches nothing else in the folder.
+
+        Returns the new file's bytes.
+        """
         before = self.files()
-        self.succeed("convert", source, target, *options)
+        self.succeed(*arguments)
         self.assert_only_new(before, target)
         return (self.folder / target).read_bytes()
+
+    def convert(self, source, target, *options):
+        """Converts a file. Returns the new file's bytes."""
+        return self.make(target, "convert", source, target, *options)
 
     def info(self, *arguments):
         """What `info` prints, by the words before the colons."""
