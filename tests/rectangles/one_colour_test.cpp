@@ -11,8 +11,8 @@ class OneColourRectangles : public RectangleTest {};
 // A byte of equal pixels under 8 bits: every strip of it looks alike, wherever it begins.
 constexpr uint8_t all_ones[1] = {0xFF};
 
-// A storage is filled with whole pixels: where bits are left over (12), it is not filled to its
-// end.
+// A buffer that becomes an ordinary one is filled with the colour's whole bytes per pixel: at 12
+// bits not to the end of its storage.
 constexpr int depths_that_fill[] = {1, 2, 3, 4, 5, 6, 7, 8, 16, 24, 32, 48, 64};
 
 constexpr Failure no_file{1001, 0, 4, 3}, no_storage{1001, 0, 2, 4};
