@@ -165,6 +165,35 @@ TEST_F(OneColourFill, OfLockedBuffers) {
     }
 }
 
+// The colour may be one of the pixels that are given up: the buffer's own, or those it shares.
+TEST_F(OneColourFill, WithAColourOfItsOwnPixels) {
+    for (const Start &start : starts())
+        for (bool shared : {false, true}) {
+            SCOPED_TRACE(testing::Message() << start.name << ' ' << shared);
+            Random random(test_seed(), 3);
+            const auto buffer = start.make(24, 150, 140, random);
+            HBUF32 made = 0;
+            if (shared) {
+                ASSERT_EQ(api().buf32DupBuf(*buffer, &made), 1);
+            }
+            Buffer owner(made);
+            for (HBUF32 filled : {made, HBUF32(*buffer)}) {
+                if (filled == 0)
+                    continue;
+                Picture picture = picture_of(filled, start, 24, 150, 140);
+                void *base = nullptr;
+                ASSERT_EQ(api().buf32Lock(filled, BUF32_READ, &base), 1);
+                const Bytes pixel(static_cast<uint8_t *>(base) + 30,
+                                  static_cast<uint8_t *>(base) + 38);
+                EXPECT_SUCCESS(
+                    api().buf32FillOneColor(filled, static_cast<const uint8_t *>(base) + 30));
+                paint(picture, pixel.data());
+                expect_read_everywhere(picture);
+                ASSERT_EQ(api().buf32Unlock(filled), 1);
+            }
+        }
+}
+
 // A shrunk image takes a block of its present size, and gives back what it had reserved.
 TEST_F(OneColourFill, OfAShrunkImage) {
     for (bool file : {false, true}) {

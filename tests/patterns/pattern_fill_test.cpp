@@ -164,6 +164,29 @@ TEST_F(PatternFill, FromItsOwnCopy) {
         }
 }
 
+// The pattern's pixels, and its descriptor, may lie in the storage that is given up.
+TEST_F(PatternFill, FromItsOwnPixels) {
+    for (const Start &start : starts()) {
+        SCOPED_TRACE(start.name);
+        Random random(test_seed(), 8);
+        const auto buffer = start.make(24, 150, 140, random);
+        Picture picture = picture_of(*buffer, start, 24, 150, 140);
+        void *base = nullptr;
+        ASSERT_EQ(api().buf32Lock(*buffer, BUF32_READ, &base), 1);
+        auto *storage = static_cast<uint8_t *>(base);
+        const Pattern pattern(7, 5, 24, random);
+        std::memcpy(storage + 100, pattern.pixels.data(), pattern.pixels.size());
+        const BUF32PATTERN descriptor{7, 5, storage + 100};
+        std::memcpy(storage, &descriptor, sizeof descriptor);
+        EXPECT_SUCCESS(
+            api().buf32FillPattern(*buffer, reinterpret_cast<const BUF32PATTERN *>(storage)));
+        paint(picture, pattern);
+        expect_filled_with(picture, pattern);
+        expect_read_everywhere(picture);
+        ASSERT_EQ(api().buf32Unlock(*buffer), 1);
+    }
+}
+
 TEST_F(PatternFill, OfLockedBuffers) {
     for (const Start &start : starts()) {
         SCOPED_TRACE(start.name);
