@@ -69,6 +69,13 @@ class Crop(RectangleCase):
                 arguments = ["crop", "in.bmp", "out.bmp", *at_and_size(rectangle)]
                 self.refuse(FAILED, *arguments, says=says)
 
+    def test_outside(self):
+        self.write("out.bmp", b"an older file")
+        for rectangle in [(-5, 0, 5, 5), (0, 131, 5, 5)]:
+            with self.subTest(rectangle=rectangle):
+                arguments = ["in.bmp", "out.bmp", *at_and_size(rectangle), "--background", "1,2,3"]
+                self.refuse(FAILED, "crop", *arguments, says=["in.bmp", "outside"])
+
     def test_more_than_the_library_takes(self):
         self.write("out.bmp", b"an older file")
         for size, says in [
