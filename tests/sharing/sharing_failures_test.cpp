@@ -58,9 +58,18 @@ TEST_F(SharingFailures, WritingInMemoryOrFiles) {
     EXPECT_GT(sweep(writes(BUF32_TILED, false, 8, {0, 1})), 20);
 }
 
+// Files are slow: a duplicate in every way, and a source in those that differ in what they take.
 TEST_F(SharingFailures, WritingInFiles) {
-    EXPECT_GT(sweep(writes(BUF32_LINEAR_SHRINK, true, 8, {0, 1})), 100);
-    EXPECT_GT(sweep(writes(BUF32_TILED_FILE, false, 1, {0})), 50);
+    EXPECT_GT(sweep(writes(BUF32_LINEAR_SHRINK, true, 8, {1})), 50);
+    std::vector<Step> steps = writes(BUF32_TILED_FILE, false, 1, {0});
+    std::erase_if(steps, [](const Step &step) {
+        return step.name.find("lock in mode 2") == std::string::npos &&
+               step.name.find("one colour") == std::string::npos &&
+               step.name.find("pattern") == std::string::npos &&
+               step.name.find("duplicate") == std::string::npos;
+    });
+    EXPECT_EQ(steps.size(), 4u);
+    EXPECT_GT(sweep(steps), 30);
 }
 
 TEST_F(SharingFailures, Duplicating) {
