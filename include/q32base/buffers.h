@@ -214,7 +214,8 @@ Q32_API int Q32_CALL buf32CountBuf(HBUF32 *handles);
 
 /*
  * Locks the whole buffer in a mode (BUF32_READ ...), records the mode, and stores the address of
- * its storage (of the source's storage while a duplicate shares it) in *base. base may be null.
+ * its storage (of the source's storage while a duplicate shares it) in *base. base may be null. The
+ * address stays valid as long as that of a cell (buf32CellLock).
  * The first write lock gives a duplicate pixels of its own, and turns a one-colour or pattern
  * buffer into an ordinary tiled one (type 0).
  *
@@ -236,9 +237,9 @@ Q32_API int Q32_CALL buf32Unlock(HBUF32 buffer);
 /*
  * Locks one cell: counts one more lock, stores the cell's address in *address and, when cell is
  * not null, its description in *cell. Either pointer may be null. A last whole-buffer lock in mode
- * 2 or 3 makes this a write lock. The address stays valid until the buffer is freed, filled or
- * given pixels of its own. All cells of a one-colour buffer share one block; so do those of a
- * pattern buffer, where the address is good until the next call on the buffer.
+ * 2 or 3 makes this a write lock. The address stays valid until the buffer is freed, filled,
+ * duplicated into or given pixels of its own. All cells of a one-colour buffer share one block; so
+ * do those of a pattern buffer, where the address is good until the next call on the buffer.
  *
  * A handle of 0, and a buffer over caller memory: 0 without a report. On failure *address is 0.
  *   5804, 0, 3, 1   index below 0 or not below the cell count (one colour: 5805, 0, 2, 1)
