@@ -28,12 +28,18 @@ GlobalBlock allocate_strip(size_t row_bytes, int *rows) {
     return {};
 }
 
+// Pixels that lie where a caller has put them, and may have put those of another buffer.
+bool lies_in_callers_memory(const Record &record) {
+    return record.info.type == BUF32_CALLER_MEMORY || record.info.type == BUF32_DIB;
+}
+
 // A strip's rows are moved a few at a time, through the same few pages of it: they stay in the
 // cache, and the rest of a large strip is never touched. A source that may be the memory that is
 // written, however, is read before.
 int rows_at_a_time(const Record &source, const Record &destination, size_t row_bytes) {
     constexpr size_t window_bytes = 128 * 1024;
-    if (&source == &destination || source.info.type == BUF32_CALLER_MEMORY)
+    if (&source == &destination || lies_in_callers_memory(source) ||
+        lies_in_callers_memory(destination))
         return Q32_MAX_SIDE;
     return int(std::max<size_t>(window_bytes / row_bytes, 1));
 }

@@ -311,6 +311,19 @@ TEST_F(BitmapCopies, WithinOneBitmap) {
                       {2, 3, 20, 12}, 4, 5));
 }
 
+// Two buffers over one block, and more rows than are moved at once: as within one bitmap.
+TEST_F(BitmapCopies, WithinOneBlock) {
+    Random random(test_seed(), 8);
+    const Shape shape{32, 1000, 400};
+    const FencedBlock block(shape.bitmap_bytes());
+    random.fill({block.data(), block.size()});
+    Opened upper(shape, block.data()), lower(shape, block.data());
+    const Bytes before = read_pixels(upper);
+    ASSERT_EQ(read_pixels(lower), before);
+    EXPECT_SUCCESS(api().buf32MergeBuf(upper, 0, 0, 1000, 300, lower, 0, 100));
+    EXPECT_TRUE(holds(read_pixels(lower), before, shape, before, shape, {0, 0, 1000, 300}, 0, 100));
+}
+
 TEST_F(BitmapCopies, OutsideCopyNothing) {
     Random random(test_seed(), 6);
     const Shape shape{24, 20, 10};
