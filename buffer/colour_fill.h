@@ -1,10 +1,12 @@
-// Plain memory filled with one colour or with what it begins with. Knows bytes only, no buffer's
-// layout.
+// Colours, and plain memory filled with one or with what it begins with. Knows bytes only, no
+// buffer's layout.
 #pragma once
 
 #include <q32base/buffers.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace q32::buffer {
 
@@ -12,6 +14,15 @@ namespace q32::buffer {
 constexpr int colour_bytes(const BUF32INFO &info) {
     return info.bytes_per_pixel > 0 ? info.bytes_per_pixel : 1;
 }
+
+// A colour of its own, as a record keeps it. A caller's colour may lie in the very memory that is
+// filled or released.
+struct Colour {
+    Colour(const BUF32INFO &info, const void *bytes) {
+        std::memcpy(words, bytes, size_t(colour_bytes(info)));
+    }
+    uint32_t words[2] = {};
+};
 
 // Repeats the first unit_bytes of a block until total_bytes are filled. total_bytes may be less
 // than unit_bytes: then nothing happens.

@@ -15,15 +15,6 @@
 namespace q32::buffer {
 namespace {
 
-// The colour as the record keeps it. Taken before storage is released: the caller's colour may be
-// one of the buffer's own pixels.
-struct Colour {
-    Colour(const BUF32INFO &info, const void *bytes) {
-        std::memcpy(words, bytes, size_t(colour_bytes(info)));
-    }
-    uint32_t words[2] = {};
-};
-
 void refill(Record &record, const void *colour) {
     std::memmove(record.info.colour, colour, size_t(colour_bytes(record.info)));
     if (record.storage != nullptr)

@@ -16,9 +16,9 @@ namespace {
 // --- blocks of plain memory ----------------------------------------------------------------------
 
 // The caller's block. It stands for the whole rectangle, of which the image may hold a part only.
-class Block {
+class MemoryRectangle {
 public:
-    Block(const BUF32INFO &info, int x, int y, int width, int height, const void *memory)
+    MemoryRectangle(const BUF32INFO &info, int x, int y, int width, int height, const void *memory)
         : x_(x), y_(y), width_(width), height_(height), pixel_bits_(unit_bits(info)),
           row_bytes_(bytes_of(width)),
           memory_(static_cast<std::byte *>(const_cast<void *>(memory))) {}
@@ -103,7 +103,7 @@ private:
 // --- reading ------------------------------------------------------------------------------------
 
 // Under 8 bits neighbours share bytes: the background goes first, the pixels over it.
-bool read_bits_over_background(Record &record, const Area &inside, const Block &block,
+bool read_bits_over_background(Record &record, const Area &inside, const MemoryRectangle &block,
                                const void *background) {
     if (!block.stands_for(inside) || block.has_padding())
         block.fill(background);
@@ -112,7 +112,7 @@ bool read_bits_over_background(Record &record, const Area &inside, const Block &
 
 // With a read lock of its own for the time of the transfer. A pattern is read without one, which
 // would make its block and render into it; only what the lock leaves behind is the same.
-int read_bits_locked(Record &record, const Area &inside, const Block &block,
+int read_bits_locked(Record &record, const Area &inside, const MemoryRectangle &block,
                      const void *background) {
     if (record.info.type == BUF32_PATTERN) {
         record.info.access_mode = BUF32_READ;
@@ -130,7 +130,7 @@ int get_memory(Record &record, int x, int y, int width, int height, void *memory
     const Area inside = intersect(area_of(x, y, width, height), area_of(record));
     if (inside.is_empty())
         return fail(site::nothing_to_get);
-    const Block block(record.info, x, y, width, height, memory);
+    const MemoryRectangle block(record.info, x, y, width, height, memory);
     return block.reaches(inside) && read_pixels(record, inside, block.rows(inside));
 }
 
@@ -138,17 +138,18 @@ int get_memory_with_background(Record &record, int x, int y, int width, int heig
                                const void *background) {
     if (width < 1 || height < 1)
         return 1; // a block without bytes
-    const Block block(record.info, x, y, width, height, memory);
+    const Colour colour(record.info, background);
+    const MemoryRectangle block(record.info, x, y, width, height, memory);
     if (!block.has_room())
         return 0;
     const Area inside = intersect(area_of(x, y, width, height), area_of(record));
     if (inside.is_empty()) {
-        block.fill(background);
+        block.fill(colour.words);
         return 1;
     }
     if (record.info.bits_per_pixel < 8)
-        return read_bits_locked(record, inside, block, background);
-    block.fill_around(inside, background);
+        return read_bits_locked(record, inside, block, colour.words);
+    block.fill_around(inside, colour.words);
     return read_pixels(record, inside, block.rows(inside));
 }
 
@@ -156,7 +157,7 @@ int merge_memory(Record &record, int x, int y, int width, int height, const void
     const Area inside = intersect(area_of(x, y, width, height), area_of(record));
     if (inside.is_empty())
         return fail(site::nothing_to_merge);
-    const Block block(record.info, x, y, width, height, memory);
+    const MemoryRectangle block(record.info, x, y, width, height, memory);
     return block.reaches(inside) && prepare_for_writing(record) &&
            write_pixels(record, inside, block.rows(inside));
 }
@@ -166,7 +167,7 @@ int merge_memory(Record &record, int x, int y, int width, int height, const void
 int one_colour_get_memory(Record &record, int x, int y, int width, int height, void *memory) {
     if (intersect(area_of(x, y, width, height), area_of(record)).is_empty())
         return fail(site::nothing_to_get_of_one_colour);
-    const Block block(record.info, x, y, width, height, memory);
+    const MemoryRectangle block(record.info, x, y, width, height, memory);
     if (!block.has_room())
         return 0;
     block.fill(record.info.colour);
@@ -178,13 +179,13 @@ int one_colour_get_memory_with_background(Record &record, int x, int y, int widt
     const Area inside = intersect(area_of(x, y, width, height), area_of(record));
     if (record.info.bits_per_pixel < 8 || inside.is_empty())
         return get_memory_with_background(record, x, y, width, height, memory, background);
-    const Block block(record.info, x, y, width, height, memory);
+    const MemoryRectangle block(record.info, x, y, width, height, memory);
     if (!block.has_room())
         return 0;
     if (block.stands_for(inside)) {
         block.fill(record.info.colour);
     } else {
-        block.fill_around(inside, background);
+        block.fill_around(inside, Colour(record.info, background).words);
         block.fill_area(inside, record.info.colour);
     }
     return 1;

@@ -160,6 +160,27 @@ TEST_F(GetMemoryWithBackground, ArgumentsAreCheckedMemoryFirst) {
     }
 }
 
+// The colour may lie in the block that it fills.
+TEST_F(GetMemoryWithBackground, MayLieInTheBlock) {
+    Random random(test_seed(), 7);
+    for (int bits : {4, 8, 24, 64}) {
+        for (uint32_t type : {BUF32_TILED, BUF32_ONE_COLOUR}) {
+            SCOPED_TRACE(size_text(bits, 4, 3) + " type " + std::to_string(type));
+            Buffer buffer(bits, 4, 3, type, some_colour);
+            const size_t bytes = size_t(8 * bits * 7 / 8);
+            MemoryBlock outside(bytes, MemoryBlock::fence_behind, random);
+            MemoryBlock inside(bytes, MemoryBlock::fence_before, random);
+            uint8_t *const background = inside.data() + 9;
+            std::memcpy(background, other_colour, sizeof other_colour);
+            EXPECT_SUCCESS(
+                api().buf32GetMemWithBC(buffer, -2, -2, 8, 7, outside.data(), other_colour));
+            EXPECT_SUCCESS(
+                api().buf32GetMemWithBC(buffer, -2, -2, 8, 7, inside.data(), background));
+            EXPECT_EQ(inside.contents(), outside.contents());
+        }
+    }
+}
+
 // Under 8 bits the image is read under a read lock that is given back: the mode tells.
 TEST_F(GetMemoryWithBackground, RecordsAReadLockUnderEightBits) {
     Random random(test_seed(), 6);
