@@ -1,15 +1,12 @@
 // Walks the cells that an area meets, and moves the rows of each by a kernel. Pixels that lie in no
-// cell come from caller memory, a pattern's copy or a colour.
+// cell come from caller memory or a pattern's copy.
 #include "buffer/pixels.h"
 
 #include "buffer/caller_memory.h"
-#include "buffer/colour_fill.h"
 #include "buffer/pattern.h"
 #include "rows/rows.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <xmmintrin.h>
 
 namespace q32::buffer {
@@ -66,10 +63,13 @@ struct Piece {
     size_t rows;
 };
 
+// All cells of a one-colour buffer are its block.
+std::byte *cell_of(const Record &owner, int index) {
+    return owner.info.type == BUF32_ONE_COLOUR ? owner.storage : owner.cell_address[index];
+}
+
 // Calls visit for each piece of an area, band by band and left to right. False, and no further, at
-// a cell without storage. The cells are those of the record that owns them: one that shares them
-// may have others by its own fields, as a linear buffer keeps its single cell when it turns into an
-// ordinary one.
+// a cell without storage.
 template <typename Visit>
 bool each_piece(const Record &owner, const Area &area, const PlainRows &rows, const Visit &visit) {
     const BUF32INFO &info = owner.info;
@@ -83,7 +83,7 @@ bool each_piece(const Record &owner, const Area &area, const PlainRows &rows, co
         int x_in_cell = area.left - column * info.cell_width;
         size_t plain_bit = rows.first_bit;
         for (int x = area.left; x < area.right; ++column, x_in_cell = 0) {
-            std::byte *const cell = owner.cell_address[band * info.cell_columns + column];
+            std::byte *const cell = cell_of(owner, band * info.cell_columns + column);
             if (cell == nullptr)
                 return false;
             const int right = std::min(x - x_in_cell + info.cell_width, area.right);
@@ -173,40 +173,7 @@ bool read_caller_memory(const Record &record, const Area &area, const PlainRows 
     return true;
 }
 
-// --- one colour ---------------------------------------------------------------------------------
-
-// A row of the image is the colour's bytes over and over: bits begin to begin + bits - 1 of it.
-void fill_bits(std::byte *row, size_t first_bit, const BUF32INFO &info, size_t begin, size_t bits) {
-    const size_t period = size_t(colour_bytes(info));
-    std::array<std::byte, 64 * sizeof info.colour> stretch;
-    std::memcpy(stretch.data(), info.colour, period);
-    repeat_bytes(stretch.data(), period, stretch.size());
-
-    const size_t phase = begin % (8 * period);
-    const size_t longest = 8 * period * (stretch.size() / period - 1); // whole periods
-    for (size_t done = 0; done < bits;) {
-        const size_t next = std::min(bits - done, longest);
-        copy_bits(row, first_bit + done, stretch.data(), phase, next);
-        done += next;
-    }
-}
-
-void read_colour(const Record &record, const Area &area, const PlainRows &rows) {
-    const BUF32INFO &info = record.info;
-    if (area.is_empty())
-        return;
-    const bool whole_bytes =
-        info.bytes_per_pixel != 0 && rows.first_bit % 8 == 0 && rows.pixel_bits == unit_bits(info);
-    std::byte *row = rows.memory;
-    for (int y = area.top; y < area.bottom; ++y, row += rows.stride) {
-        if (whole_bytes)
-            fill_pixels(row + rows.first_bit / 8, info.colour, colour_bytes(info),
-                        size_t(area.width()));
-        else
-            fill_bits(row, rows.first_bit, info, size_t(area.left) * rows.pixel_bits,
-                      run_bits(record, rows, area.left, area.right));
-    }
-}
+// --- types --------------------------------------------------------------------------------------
 
 bool has_cells_of_its_own(const Record &record) {
     switch (record.info.type) {
@@ -223,9 +190,6 @@ bool has_cells_of_its_own(const Record &record) {
 
 bool read_pixels(Record &record, const Area &area, const PlainRows &rows) {
     switch (record.info.type) {
-    case BUF32_ONE_COLOUR:
-        read_colour(record, area, rows);
-        return true;
     case BUF32_CALLER_MEMORY:
         return read_caller_memory(record, area, rows);
     case BUF32_PATTERN:

@@ -35,7 +35,8 @@ struct PlainRows {
 
 // Copies the pixels of an area that lies inside the image into the rows; bits of the rows around
 // them stay as they are. Every type can be read: cells (the source's, for a duplicate), caller
-// memory, a pattern's copy, a colour. False when the buffer has no pixels to read.
+// memory, a pattern's copy, a colour's block once a lock has made it. False when the buffer has no
+// pixels to read.
 bool read_pixels(Record &record, const Area &area, const PlainRows &rows);
 
 // The other way round, into the cells of a buffer that has storage of its own. False without.

@@ -513,7 +513,7 @@ TEST_F(OneColourRectangles, MergeBufWithExtremeArguments) {
 // --- DupBuf ----------------------------------------------------------------------------------
 
 TEST_F(OneColourRectangles, DuplicatesHaveTheColourAndShareNothing) {
-    for (int bits : all_depths) {
+    for (int bits : depths_that_fill) {
         SCOPED_TRACE(bits);
         Buffer source(bits, 300, 200, BUF32_ONE_COLOUR, some_colour);
         void *base = nullptr;
@@ -544,6 +544,22 @@ TEST_F(OneColourRectangles, DuplicatesHaveTheColourAndShareNothing) {
         }
         EXPECT_EQ(memory_in_use(), in_use);
         ASSERT_EQ(api().buf32Unlock(source), 1);
+    }
+}
+
+// At 12 bits the colour's one whole byte is written as often as there are pixels: the block and the
+// storage end in zeros, and rows show them, before the first write and after it.
+TEST_F(OneColourRectangles, RowsAreThoseOfTheBlock) {
+    Buffer buffer(12, 10, 10, BUF32_ONE_COLOUR, some_colour);
+    Bytes expected(150, 0);
+    std::fill_n(expected.begin(), 100, some_colour[0]);
+    for (int mode : {BUF32_READ, BUF32_WRITE}) {
+        SCOPED_TRACE(mode);
+        void *base = nullptr;
+        ASSERT_EQ(api().buf32Lock(buffer, mode, &base), 1);
+        EXPECT_EQ(std::memcmp(base, expected.data(), expected.size()), 0);
+        EXPECT_EQ(read_rows(buffer).bytes(), expected);
+        ASSERT_EQ(api().buf32Unlock(buffer), 1);
     }
 }
 
