@@ -5,8 +5,6 @@
 #include "buffer/failures.h"
 #include "buffer/lines.h"
 
-#include <algorithm>
-
 namespace q32::buffer {
 
 std::byte *caller_pixels(const Record &record) {
@@ -29,11 +27,7 @@ int caller_memory_cell_lock(Record &, int, void **, BUF32CELL *) {
 
 // Other modes than the reading ones need a write lock, which there is none of.
 int caller_memory_line(Record &record, int row, int mode, void *memory) {
-    if (!is_line_reading(mode, BUF32_LINE_READ_555))
-        return 0;
-    record.info.access_mode = BUF32_READ;
-    const int y = std::clamp(row, 0, record.info.height - 1);
-    return read_line(record, y, 0, record.info.width, mode, static_cast<std::byte *>(memory));
+    return is_line_reading(mode, BUF32_LINE_READ_555) ? read_line(record, row, mode, memory) : 0;
 }
 
 void *caller_memory_point_address(Record &, int, int) {

@@ -91,6 +91,21 @@ private:
     }
 };
 
+Span whole_row(Record &record, int y) {
+    return {record, std::clamp(y, 0, record.info.height - 1), 0, record.info.width};
+}
+
+Span clamped_span(Record &record, int x_start, int x_end, int y) {
+    const int left = std::clamp(x_start, 0, record.info.width);
+    const int right = std::clamp(x_end, left, record.info.width);
+    return {record, std::clamp(y, 0, record.info.height - 1), left, right};
+}
+
+int read_span(const Span &span, int mode, void *memory) {
+    span.record.info.access_mode = BUF32_READ;
+    return span.transfer(line_modes[mode - 1], static_cast<std::byte *>(memory));
+}
+
 // The lock of the transfer's own, whatever the caller holds: a mode outside 1 to last_mode takes
 // and gives back a write lock. The lock may give the buffer another set of operations.
 int transfer_span(const Span &span, int mode, int last_mode, void *memory) {
@@ -107,19 +122,20 @@ int transfer_span(const Span &span, int mode, int last_mode, void *memory) {
 } // namespace
 
 int line(Record &record, int y, int mode, void *memory) {
-    const int row = std::clamp(y, 0, record.info.height - 1);
-    return transfer_span({record, row, 0, record.info.width}, mode, BUF32_LINE_WRITE_555, memory);
+    return transfer_span(whole_row(record, y), mode, BUF32_LINE_WRITE_555, memory);
 }
 
 int line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y) {
-    const int row = std::clamp(y, 0, record.info.height - 1);
-    const int left = std::clamp(x_start, 0, record.info.width);
-    const int right = std::clamp(x_end, left, record.info.width);
-    return transfer_span({record, row, left, right}, mode, BUF32_LINE_WRITE_565, memory);
+    return transfer_span(clamped_span(record, x_start, x_end, y), mode, BUF32_LINE_WRITE_565,
+                         memory);
 }
 
-bool read_line(Record &record, int y, int x_start, int x_end, int mode, std::byte *memory) {
-    return Span{record, y, x_start, x_end}.transfer(line_modes[mode - 1], memory);
+int read_line(Record &record, int y, int mode, void *memory) {
+    return read_span(whole_row(record, y), mode, memory);
+}
+
+int read_line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y) {
+    return read_span(clamped_span(record, x_start, x_end, y), mode, memory);
 }
 
 } // namespace q32::buffer

@@ -19,8 +19,9 @@ constexpr bool is_line_reading(int mode, int last_mode) {
     return mode % 2 == 1 && mode >= BUF32_LINE_READ && mode <= last_mode;
 }
 
-// What both do in a reading mode, without their lock, for a span that lies inside the image. False
-// when there are no pixels to read or no memory for the stage.
-bool read_line(Record &record, int y, int x_start, int x_end, int mode, std::byte *memory);
+// What both do in a reading mode, for buffers that need no lock to be read; only what the lock
+// leaves behind is the same. 0 when there are no pixels to read or no memory for the stage.
+int read_line(Record &record, int y, int mode, void *memory);
+int read_line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y);
 
 } // namespace q32::buffer

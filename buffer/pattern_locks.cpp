@@ -69,21 +69,14 @@ int pattern_cell_lock(Record &record, int index, void **address, BUF32CELL *cell
 // Other modes than the reading ones turn the buffer into an ordinary one by their write lock, and
 // go on as there.
 int pattern_line(Record &record, int row, int mode, void *memory) {
-    if (!is_line_reading(mode, BUF32_LINE_READ_555))
-        return line(record, row, mode, memory);
-    record.info.access_mode = BUF32_READ;
-    const int y = std::clamp(row, 0, record.info.height - 1);
-    return read_line(record, y, 0, record.info.width, mode, static_cast<std::byte *>(memory));
+    return is_line_reading(mode, BUF32_LINE_READ_555) ? read_line(record, row, mode, memory)
+                                                      : line(record, row, mode, memory);
 }
 
 int pattern_line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y) {
-    if (!is_line_reading(mode, BUF32_LINE_READ_565))
-        return line_span(record, memory, mode, x_start, x_end, y);
-    record.info.access_mode = BUF32_READ;
-    const int row = std::clamp(y, 0, record.info.height - 1);
-    const int left = std::clamp(x_start, 0, record.info.width);
-    const int right = std::clamp(x_end, left, record.info.width);
-    return read_line(record, row, left, right, mode, static_cast<std::byte *>(memory));
+    return is_line_reading(mode, BUF32_LINE_READ_565)
+               ? read_line_span(record, memory, mode, x_start, x_end, y)
+               : line_span(record, memory, mode, x_start, x_end, y);
 }
 
 void *pattern_point_address(Record &record, int x, int y) {
