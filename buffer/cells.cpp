@@ -140,20 +140,6 @@ void *point_address(Record &record, int x, int y) {
     return cell != nullptr ? cell + place.offset : nullptr;
 }
 
-bool query_cell_address(Record &record, int index, void **address, int mode) {
-    if (record.operations.cell_lock != cell_lock) {
-        if (!record.operations.cell_lock(record, index, address, nullptr))
-            return false;
-        return record.operations.cell_unlock(record, index) != 0;
-    }
-    if (!has_cell(record, index))
-        return fail(site::no_such_cell);
-    if (is_write_mode(mode) && !prepare_for_writing(record))
-        return false;
-    store<void *>(address, record.owner().cell_address[index]);
-    return true;
-}
-
 } // namespace q32::buffer
 
 using namespace q32::buffer;

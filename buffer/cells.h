@@ -29,8 +29,4 @@ int cell_unlock(Record &record, int index);
 // Address of pixel (x, y), clamped into the image, without a lock. Null without storage.
 void *point_address(Record &record, int x, int y);
 
-// The cell's address without a lock; a write mode prepares for writing. Buffers without cells of
-// their own answer through their cell lock. Reports a bad index and returns false.
-bool query_cell_address(Record &record, int index, void **address, int mode);
-
 } // namespace q32::buffer
