@@ -90,9 +90,12 @@ int give_pattern(const Record &source, Record &destination) {
     if (!fits(source, destination, ordinary_sites) || &destination == &source ||
         !copy_pattern(source, pixels))
         return 0;
-    // The block goes as well: a pattern of another height needs another one.
-    release_storage(destination, pattern_block_bytes(destination));
-    destination.cell_address[0] = nullptr;
+    // A pattern of another height needs another block. One that fits stays: it may be locked.
+    if (pattern_block_bytes(destination) !=
+        pattern_block_bytes(destination, pattern_of(source).height)) {
+        release_storage(destination, pattern_block_bytes(destination));
+        destination.cell_address[0] = nullptr;
+    }
     free_pattern_copy(destination);
     set_pattern(destination, pattern_of(source), pixels.release());
     return 1;
