@@ -1,7 +1,7 @@
 // The operation table of a buffer: sixteen entries through which the exports reach what the
 // buffer's type does. Each type installs its own set at allocation, and again whenever its type
-// changes. A type that cannot do an operation installs an entry that refuses it with a report; the
-// exports take an empty entry for a refusal without one.
+// changes. A type that cannot do an operation installs an entry that refuses it; an empty entry is
+// refused by the export.
 #pragma once
 
 #include <q32base/buffers.h>

@@ -8,8 +8,9 @@ namespace q32::buffer {
 
 // To be called before pixels of a buffer change in any way: a duplicate gets a private copy of its
 // source's pixels and leaves the chain; a buffer with sharers hands its pixels to the first of
-// them, which becomes the source of the others. False, and nothing has changed, when there is no
-// storage for the copy; the storage has reported then.
+// them, which becomes the source of the others. False when there is no storage for the copy: the
+// storage has reported, and nothing has changed (but what a failed commit leaves of the memory in
+// use).
 bool prepare_for_writing(Record &record);
 
 // The same for a buffer that is about to be freed: its first sharer takes its storage over when it

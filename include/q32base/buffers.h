@@ -75,7 +75,8 @@ typedef struct BUF32INFO {
     int32_t format_depth;    /* BUF32_DIB: bit count, 15 for a 16-bit "R565" bitmap; else 0 */
     int32_t one_colour;      /* 1 for one-colour buffers and after a pattern fill, else 0 */
     uint32_t colour[2];      /* one colour: its bytes; pattern: width | height << 16 and the
-                                library's copy; caller memory: first word and pixel pointer */
+                                library's copy; caller memory: first word and pixel pointer;
+                                BUF32_DIB: the byte of the last buf32FillOneColor */
     int32_t cell_count;      /* cell columns x cell rows */
     int32_t cell_columns;
     int32_t cell_rows;         /* bands */
@@ -175,17 +176,20 @@ Q32_API int Q32_CALL buf32Alloc(HBUF32 *handle, int bits_per_pixel, int width, i
  * A handle that is not a live buffer (never made, already freed, 0): 0 without a report.
  *   5804, 1, 4, 12   the buffer is locked; nothing is released, except that a pattern buffer has
  *                    lost its pattern's copy (its pixels then read as zero)
+ *   1001, 0, 1, 5    a bitmap that others share: the first of them cannot get a block of its own
+ *   1001, 0, 1, 7    (see the bitmaps below); nothing is released
  *   3200, 0, 4, 6    the record was freed during the call
  */
 Q32_API int Q32_CALL buf32Free(HBUF32 buffer);
 
 /*
  * Changes the height of a linear buffer of type BUF32_LINEAR_MEMORY or BUF32_LINEAR_SHRINK to
- * rows, at most its height at allocation. Kept rows keep their pixels; memory of rows that are
- * given up goes back to the system and reads as zero when the buffer grows again.
+ * rows, at most its height at allocation. Kept rows keep their pixels. Whole pages of memory that
+ * are given up go back to the system; the pixels of rows that come back are not initialised.
  *
  * A failed system call and a handle of 0: 0 without a report.
  *   3200, 0, 4, 11   another type, rows below 1 or over the height at allocation
+ *   as buf32Alloc    the buffer shares pixels (buf32DupBuf), and there is no storage for a copy
  */
 Q32_API int Q32_CALL buf32ReAlloc(HBUF32 buffer, int rows);
 
@@ -237,9 +241,10 @@ Q32_API int Q32_CALL buf32Unlock(HBUF32 buffer);
 /*
  * Locks one cell: counts one more lock, stores the cell's address in *address and, when cell is
  * not null, its description in *cell. Either pointer may be null. A last whole-buffer lock in mode
- * 2 or 3 makes this a write lock. The address stays valid until the buffer is freed, filled,
- * duplicated into or given pixels of its own. All cells of a one-colour buffer share one block; so
- * do those of a pattern buffer, where the address is good until the next call on the buffer.
+ * 2 or 3 makes this a write lock. The address stays valid until the buffer, or the one whose pixels
+ * it shares, is freed, filled, duplicated into or given pixels of its own. All cells of a one-colour
+ * buffer share one block; so do those of a pattern buffer, where the address is good until the next
+ * call on the buffer.
  *
  * A handle of 0, and a buffer over caller memory: 0 without a report. On failure *address is 0.
  *   5804, 0, 3, 1   index below 0 or not below the cell count (one colour: 5805, 0, 2, 1)
@@ -260,7 +265,7 @@ Q32_API int Q32_CALL buf32CellUnlock(HBUF32 buffer, int index);
  *   row      clamped into 0 .. height - 1
  *   mode     1 to 8; any other value takes and gives back a write lock and changes no pixel
  *   memory   as stored: (width x bits + 7) / 8 bytes; modes 3 and 4: width bytes; modes 5 to 8:
- *            3 x width bytes
+ *            3 x width bytes; not the buffer's own storage
  *
  * The buffer must be locked by the caller (in any way). Modes 3 and 4 are meant for buffers of 1
  * bit per pixel, modes 5 to 8 for 16 bits. On other depths they convert the row's bytes as they
@@ -304,7 +309,7 @@ Q32_API int Q32_CALL buf32PointAddEx(HBUF32 buffer, int x, int y, void **cell_ad
  * Memory. The block always stands for the whole rectangle, clipped or not: rows of
  * width x bytes per pixel bytes, top row first, without gaps; under 8 bits per pixel, rows of
  * (width x bits + 7) / 8 bytes, the leftmost pixel in the highest bits. Pixels are copied as they
- * are stored. The memory must not be the storage of one of the buffers.
+ * are stored. The memory must not be the storage of one of the buffers, nor a pattern's copy.
  *
  * Sharing. A duplicate reads the pixels of its source until one of the two is written: then the
  * duplicate gets pixels of its own first. A failure to get them (with the report of the storage,
@@ -358,10 +363,11 @@ Q32_API int Q32_CALL buf32MergeMem(HBUF32 buffer, int x, int y, const void *memo
  * rectangle outside the source, or outside the destination, copies nothing and succeeds: the
  * pixels of a new buffer are then not initialised.
  *
- *   3200, 1, 4, 18   the two differ in bits per pixel
- *   1001, 1, 4, 19   no memory for one row
- *   1001, 0, 1, 9    from a bitmap: the new buffer cannot be made (after its own report)
- *   as buf32Alloc    other sources: the new buffer cannot be made
+ *   3200, 1, 4, 18    the two differ in bits per pixel
+ *   1001, 1, 4, 19    no memory for one row
+ *   1001, 0, 1, 9     from a bitmap: the new buffer cannot be made (after its own report)
+ *   as buf32Alloc     other sources: the new buffer cannot be made
+ *   5800, 0, 50, 64   the destination lies over caller memory
  */
 Q32_API int Q32_CALL buf32GetBuf(HBUF32 source, int x, int y, int width, int height,
                                  HBUF32 *destination);
@@ -454,8 +460,11 @@ Q32_API int Q32_CALL buf32FillPattern(HBUF32 buffer, const BUF32PATTERN *pattern
  * source's whole block, with the pixels behind a colour table of biClrUsed entries (when the header
  * has that field and it is not 0), else none at 24 bits, else 2 ^ (biBitCount modulo 32) entries.
  * Mind 16, 32 and 64 bits: there the pixels lie farther back than the header says. From a bare
- * block the duplicate gets a header of 40 bytes and a colour table of zeros. 1001, 0, 1, 5   the
- * block cannot be had 1001, 0, 1, 7   it cannot be locked
+ * block the duplicate gets a header of 40 bytes and a colour table of zeros. Any function that
+ * has to make such a block fails with one of these when it cannot:
+ *
+ *   1001, 0, 1, 5   there is no memory for the block
+ *   1001, 0, 1, 7   it cannot be locked
  */
 
 /*

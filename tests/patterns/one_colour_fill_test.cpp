@@ -276,6 +276,34 @@ TEST_F(OneColourFill, AtARaisedPriority) {
     EXPECT_EQ(GetThreadPriority(GetCurrentThread()), THREAD_PRIORITY_NORMAL);
 }
 
+// A type with bit 0 and other bits is no one-colour buffer: it has no storage, shows nothing and
+// takes nothing, until it is filled.
+TEST_F(OneColourFill, OfTypesWithOtherBits) {
+    for (uint32_t type : {3u, 5u, 33u, 129u, 0x80000001u}) {
+        SCOPED_TRACE(type);
+        Buffer buffer(24, 150, 140, type, colour);
+        void *base = &base;
+        EXPECT_SUCCESS(api().buf32Lock(buffer, BUF32_WRITE, &base));
+        EXPECT_EQ(base, nullptr);
+        uint8_t row[450] = {}, expected[450];
+        EXPECT_SILENT_FAILURE(api().buf32Line(buffer, 0, BUF32_LINE_READ, row));
+        EXPECT_SILENT_FAILURE(api().buf32Line(buffer, 0, BUF32_LINE_WRITE, row));
+        EXPECT_SUCCESS(api().buf32Unlock(buffer));
+        EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, 1, 1, row));
+        EXPECT_SILENT_FAILURE(api().buf32MergeMem(buffer, 0, 0, row, 1, 1));
+        HBUF32 made = 0;
+        EXPECT_SUCCESS(api().buf32DupBuf(buffer, &made));
+        EXPECT_SILENT_FAILURE(api().buf32GetMem(made, 0, 0, 1, 1, row));
+        EXPECT_SUCCESS(api().buf32Free(made));
+
+        EXPECT_SUCCESS(api().buf32FillOneColor(buffer, colour));
+        EXPECT_SUCCESS(api().buf32GetMem(buffer, 0, 139, 150, 1, row));
+        for (size_t i = 0; i < sizeof expected; ++i)
+            expected[i] = colour[i % 3];
+        EXPECT_EQ(std::memcmp(row, expected, sizeof row), 0);
+    }
+}
+
 // The largest image can be filled though it can never be written.
 TEST_F(OneColourFill, OfTheLargestImage) {
     Buffer buffer(64, 32000, 32000, BUF32_ONE_COLOUR, colour);
