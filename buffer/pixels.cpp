@@ -118,9 +118,8 @@ void move_rows(const Piece &piece) {
 
 constexpr size_t cache_line = 64, page = 4096;
 
-template <_mm_hint level>
-void prefetch(const std::byte *address) {
-    _mm_prefetch(reinterpret_cast<const char *>(address), level);
+const char *prefetched(const std::byte *address) {
+    return reinterpret_cast<const char *>(address);
 }
 
 // The rows of a cell lie one behind the other: a caller who walks the image row by row finds the
@@ -130,7 +129,7 @@ void prefetch_coming_row(const Piece &piece) {
     constexpr size_t rows_ahead = 4;
     const std::byte *const ahead = piece.cell.first_byte() + rows_ahead * piece.cell.stride;
     for (size_t offset = 0; offset < piece.bits / 8; offset += cache_line)
-        prefetch<_MM_HINT_T1>(ahead + offset);
+        _mm_prefetch(prefetched(ahead + offset), _MM_HINT_T1);
 }
 
 // Within a page the processor sees by itself what comes next, but it finds one page after the
@@ -138,7 +137,7 @@ void prefetch_coming_row(const Piece &piece) {
 void prefetch_pages(const Piece &piece) {
     const size_t rows_apart = std::max<size_t>(page / piece.cell.stride, 1);
     for (size_t row = 0; row < piece.rows; row += rows_apart)
-        prefetch<_MM_HINT_T0>(piece.cell.first_byte() + row * piece.cell.stride);
+        _mm_prefetch(prefetched(piece.cell.first_byte() + row * piece.cell.stride), _MM_HINT_T0);
 }
 
 // --- areas --------------------------------------------------------------------------------------

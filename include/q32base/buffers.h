@@ -242,9 +242,9 @@ Q32_API int Q32_CALL buf32Unlock(HBUF32 buffer);
  * Locks one cell: counts one more lock, stores the cell's address in *address and, when cell is
  * not null, its description in *cell. Either pointer may be null. A last whole-buffer lock in mode
  * 2 or 3 makes this a write lock. The address stays valid until the buffer, or the one whose pixels
- * it shares, is freed, filled, duplicated into or given pixels of its own. All cells of a one-colour
- * buffer share one block; so do those of a pattern buffer, where the address is good until the next
- * call on the buffer.
+ * it shares, is freed, filled, duplicated into or given pixels of its own. All cells of a
+ * one-colour buffer share one block; so do those of a pattern buffer, where the address is good
+ * until the next call on the buffer.
  *
  * A handle of 0, and a buffer over caller memory: 0 without a report. On failure *address is 0.
  *   5804, 0, 3, 1   index below 0 or not below the cell count (one colour: 5805, 0, 2, 1)

@@ -102,7 +102,7 @@ private:
             EXPECT_EQ(api().buf32DIBBufFree(place->handle, &given), 1);
             EXPECT_EQ(given, own);
             if (place->ground.bitmap) {
-                EXPECT_EQ(given, HGLOBAL(*place->ground.bitmap));
+                EXPECT_EQ(given, static_cast<HGLOBAL>(*place->ground.bitmap));
                 EXPECT_EQ(place->ground.bitmap->locks(), 0);
                 EXPECT_FALSE(place->ground.bitmap->freed());
                 if (!duplicate)

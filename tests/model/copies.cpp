@@ -33,13 +33,13 @@ bool is_virtual(uint32_t type) {
 
 // Often one that goes well with the source.
 ModelBuffer &World::destination_for(const ModelBuffer &source) {
-    std::vector<ModelBuffer *> alike;
-    for (ModelBuffer &buffer : buffers_)
-        if (buffer.bits == source.bits && &buffer != &source)
-            alike.push_back(&buffer);
+    std::vector<size_t> alike;
+    for (size_t i = 0; i < buffers_.size(); ++i)
+        if (buffers_[i].bits == source.bits && &buffers_[i] != &source)
+            alike.push_back(i);
     if (alike.empty() || random_.below(12) == 0)
         return any();
-    return *alike[random_.below(alike.size())];
+    return buffers_[alike[random_.below(alike.size())]];
 }
 
 ModelBuffer &World::adopt(HBUF32 handle, const ModelBuffer &source, uint32_t type, int width,

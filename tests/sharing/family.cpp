@@ -198,8 +198,8 @@ Member *Family::member_of(HBUF32 handle) const {
 void Family::check() const {
     for (size_t i = 0; i < members_.size(); ++i) {
         SCOPED_TRACE("buffer " + std::to_string(i));
-        check_node(*members_[i]);
-        check_storage(*members_[i]);
+        check_node((*this)[i]);
+        check_storage((*this)[i]);
     }
     check_records();
     check_pixels();
@@ -208,7 +208,7 @@ void Family::check() const {
 void Family::check_pixels() const {
     for (size_t i = 0; i < members_.size(); ++i) {
         SCOPED_TRACE("pixels of buffer " + std::to_string(i));
-        expect_image(members_[i]->picture);
+        expect_image((*this)[i].picture);
     }
 }
 
@@ -266,7 +266,7 @@ void Family::check_records() const {
     uint32_t memory = 0, mapped = 0;
     int memories = 0, files = 0;
     for (size_t i = 0; i < members_.size(); ++i) {
-        const HBUF32 handle = members_[i]->handle();
+        const HBUF32 handle = (*this)[i].handle();
         SCOPED_TRACE("record " + std::to_string(i));
         EXPECT_EQ(listed[i], handle);
         // A chain runs forth and back through duplicates of this one, which is none itself.
@@ -291,7 +291,7 @@ void Family::check_records() const {
         }
         const bool file = word(handle, field_file) != 0, storage = word(handle, field_storage) != 0;
         if (storage)
-            (file ? mapped : memory) += members_[i]->counted_bytes();
+            (file ? mapped : memory) += (*this)[i].counted_bytes();
         memories += storage && !file;
         files += file;
     }
