@@ -21,6 +21,7 @@
 
 namespace q32::test {
 
+using frame::acquiring_calls;
 using frame::api;
 using frame::FailingCall;
 using frame::Failure;

@@ -12,29 +12,6 @@ class FailureSweep : public BufferTest {};
 
 constexpr uint8_t colour[8] = {1, 2, 3, 4, 5, 6, 7, 8};
 
-// The calls of the system through which memory and files are had. Those that give something back
-// are not among them: nothing can be done about a release that fails.
-constexpr const char *acquiring_calls[] = {
-    "GlobalAlloc",
-    "GlobalReAlloc",
-    "GlobalLock",
-    "malloc",
-    "calloc",
-    "VirtualAlloc",
-    "CreateFileA",
-    "GetTempFileNameA",
-    "SetFilePointer",
-
-    "WriteFile",
-    "ReadFile",
-    "FlushFileBuffers",
-    "CreateFileMappingA",
-    "MapViewOfFile",
-    "GetVolumeInformationA",
-    "GetDiskFreeSpaceA",
-    "SetEndOfFile",
-};
-
 // A scenario returns whether all of it succeeded; it gives back what it has made.
 using Scenario = std::function<bool()>;
 

@@ -40,6 +40,29 @@ private:
     int calls_ = 0;
 };
 
+// The calls through which memory and files are had, for tests that let each fail in turn. Those
+// that give something back are not among them: nothing can be done about a release that fails.
+inline constexpr const char *acquiring_calls[] = {
+    "GlobalAlloc",
+    "GlobalReAlloc",
+    "GlobalLock",
+    "malloc",
+    "calloc",
+    "realloc",
+    "VirtualAlloc",
+    "GetVolumeInformationA",
+    "GetDiskFreeSpaceA",
+    "GetTempFileNameA",
+    "CreateFileA",
+    "SetFilePointer",
+    "SetEndOfFile",
+    "WriteFile",
+    "ReadFile",
+    "FlushFileBuffers",
+    "CreateFileMappingA",
+    "MapViewOfFile",
+};
+
 // Replaces one function by anything callable for the time of its own life:
 //     Replaced<call::GetDeviceCaps> sixteen([](HDC dc, int index) {
 //         return index == BITSPIXEL ? 4 : GetDeviceCaps(dc, index);

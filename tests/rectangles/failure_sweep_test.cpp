@@ -10,28 +10,6 @@ namespace {
 
 class RectangleSweep : public RectangleTest {};
 
-// The calls of the system through which memory and files are had.
-constexpr const char *acquiring_calls[] = {
-    "GlobalAlloc",
-    "GlobalReAlloc",
-    "GlobalLock",
-    "malloc",
-    "calloc",
-    "realloc",
-    "VirtualAlloc",
-    "CreateFileA",
-    "GetTempFileNameA",
-    "SetFilePointer",
-    "WriteFile",
-    "ReadFile",
-    "FlushFileBuffers",
-    "CreateFileMappingA",
-    "MapViewOfFile",
-    "GetVolumeInformationA",
-    "GetDiskFreeSpaceA",
-    "SetEndOfFile",
-};
-
 // The buffers that a scenario acts on. The pictures are those before the call.
 struct Stage {
     Subject source, destination;

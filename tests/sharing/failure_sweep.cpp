@@ -7,27 +7,6 @@
 namespace q32::test {
 namespace {
 
-constexpr const char *acquiring_calls[] = {
-    "GlobalAlloc",
-    "GlobalReAlloc",
-    "GlobalLock",
-    "malloc",
-    "calloc",
-    "realloc",
-    "VirtualAlloc",
-    "GetVolumeInformationA",
-    "GetDiskFreeSpaceA",
-    "GetTempFileNameA",
-    "CreateFileA",
-    "SetFilePointer",
-    "SetEndOfFile",
-    "WriteFile",
-    "ReadFile",
-    "FlushFileBuffers",
-    "CreateFileMappingA",
-    "MapViewOfFile",
-};
-
 // A file that cannot be had is given up at once, so that all calls failing from the second on is
 // the second failing.
 bool tried_once(const std::string &call) {
