@@ -1,5 +1,7 @@
 // Entry point of the test programs: GoogleTest's, and a crash that says where it was instead of
 // asking somebody who is not there.
+#include "tests/frame/random.h"
+
 #include <gtest/gtest.h>
 
 #if defined(_WIN32)
@@ -27,6 +29,8 @@ LONG WINAPI say_where(EXCEPTION_POINTERS *pointers) {
     const auto *const test = testing::UnitTest::GetInstance()->current_test_info();
     std::printf(", in %s.%s\n", test ? test->test_suite_name() : "no test",
                 test ? test->name() : "");
+    if (q32::test::running_case != q32::test::no_case)
+        std::printf("%s\n", q32::test::rerun(q32::test::running_case).c_str());
     std::fflush(stdout);
     TerminateProcess(GetCurrentProcess(), 3);
     return EXCEPTION_EXECUTE_HANDLER;

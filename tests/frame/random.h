@@ -48,17 +48,23 @@ inline std::uint64_t test_seed() {
     return seed;
 }
 
+inline constexpr std::uint64_t no_case = ~std::uint64_t{0};
+inline std::uint64_t running_case = no_case; // for whoever reports a crash
+
 // Calls body(random, number) for the numbers 0 to count - 1, or for the one that was asked for.
 // body returns false to end the run.
 template <class Body>
 void random_cases(std::uint64_t count, Body body) {
-    constexpr std::uint64_t all = ~std::uint64_t{0};
+    constexpr std::uint64_t all = no_case;
     const std::uint64_t only = environment_number("Q32BASE_TEST_CASE", all);
     for (std::uint64_t number = 0; number < count; ++number) {
         if (only != all && number != only)
             continue;
         Random random{test_seed(), number};
-        if (!body(random, number))
+        running_case = number;
+        const bool goes_on = body(random, number);
+        running_case = no_case;
+        if (!goes_on)
             return;
     }
 }
