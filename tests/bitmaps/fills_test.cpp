@@ -140,6 +140,29 @@ TEST_F(BitmapFills, WithNothing) {
     EXPECT_EQ(word(buffer, field_colour), 0u);
 }
 
+// The fills of other buffers would give up the pixels, which are the caller's.
+TEST_F(BitmapFills, ByTheEntriesOfAnotherTypeAreRefused) {
+    Random random(test_seed(), 5);
+    Canvas canvas({24, 9, 4}, random);
+    const Bytes before = canvas.now();
+    const HBUF32 buffer = canvas.buffer;
+    const uint8_t colour[3] = {9, 8, 7};
+    const BUF32PATTERN pattern{1, 1, colour};
+    for (uint32_t type : {BUF32_TILED, BUF32_LINEAR, BUF32_ONE_COLOUR}) {
+        SCOPED_TRACE(type);
+        const Buffer other(24, 9, 4, type, colour);
+        EXPECT_FAILURE(
+            entry_of<int(HBUF32, const void *)>(other, entry_fill_one_colour)(buffer, colour), 5800,
+            0, 4, 20);
+        EXPECT_FAILURE(entry_of<int(HBUF32, const BUF32PATTERN *)>(other, entry_fill_pattern)(
+                           buffer, &pattern),
+                       5800, 0, 4, 20);
+    }
+    EXPECT_EQ(canvas.now(), before);
+    EXPECT_EQ(word(buffer, field_type), BUF32_DIB);
+    EXPECT_EQ(word(buffer, field_colour), 0u);
+}
+
 // Fills look at no lock and take none.
 TEST_F(BitmapFills, LeaveLocksAlone) {
     Random random(test_seed(), 4);

@@ -221,6 +221,22 @@ TEST_F(OneColourFill, WithoutAColourOrABuffer) {
     forget_reports();
 }
 
+// Other subsystems reach the entries without the exports' check.
+TEST_F(OneColourFill, ByTheEntryWithoutAColour) {
+    for (uint32_t type : {BUF32_TILED, BUF32_LINEAR, BUF32_ONE_COLOUR}) {
+        SCOPED_TRACE(type);
+        Buffer buffer(8, 20, 10, type, colour);
+        EXPECT_REPORT(
+            entry_of<int(HBUF32, const void *)>(buffer, entry_fill_one_colour)(buffer, nullptr),
+            3200, 0, 3, 5);
+        EXPECT_REPORT(entry_of<int(HBUF32, const BUF32PATTERN *)>(buffer, entry_fill_pattern)(
+                          buffer, nullptr),
+                      3200, 0, 70, 22);
+        EXPECT_EQ(word(buffer, field_type), type);
+        forget_reports();
+    }
+}
+
 TEST_F(OneColourFill, OfCallerMemory) {
     uint8_t image[100] = {1, 2, 3};
     const BUF32MEMORY memory{0, image};
