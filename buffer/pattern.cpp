@@ -3,6 +3,7 @@
 
 #include "buffer/cells.h"
 #include "buffer/colour_fill.h"
+#include "rows/rows.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,6 +18,27 @@ constexpr BUF32PATTERN blank = {1, 1, zeros};
 
 uint64_t pattern_bytes(const BUF32PATTERN &pattern, int bits_per_pixel) {
     return uint64_t(packed_bytes(pattern.width, bits_per_pixel)) * pattern.height;
+}
+
+// --- runs of bits -------------------------------------------------------------------------------
+
+// Bit 0 is the highest of the first byte; bits around the destination stay as they are. The runs
+// may share a byte, but no bit.
+void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *source,
+               size_t source_bit, size_t bits) {
+    rows::kernels().copy_bit_rows(reinterpret_cast<uint8_t *>(destination), 0, destination_bit,
+                                  reinterpret_cast<const uint8_t *>(source), 0, source_bit, bits,
+                                  1);
+}
+
+// Repeats the first unit_bits of a run until total_bits are filled: what is there doubles with
+// every turn.
+void repeat_bits(std::byte *row, size_t first_bit, size_t unit_bits, size_t total_bits) {
+    for (size_t done = unit_bits; done < total_bits;) {
+        const size_t next = std::min(done, total_bits - done);
+        copy_bits(row, first_bit + done, row, first_bit, next);
+        done += next;
+    }
 }
 
 // --- rows of pixels -----------------------------------------------------------------------------

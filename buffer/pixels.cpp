@@ -16,10 +16,6 @@ uint8_t *kernel_bytes(std::byte *memory) {
     return reinterpret_cast<uint8_t *>(memory);
 }
 
-const uint8_t *kernel_bytes(const std::byte *memory) {
-    return reinterpret_cast<const uint8_t *>(memory);
-}
-
 // --- rows of bits -------------------------------------------------------------------------------
 
 // Equal rows of bits, stride bytes apart.
@@ -201,21 +197,6 @@ bool read_pixels(Record &record, const Area &area, const PlainRows &rows) {
 
 bool write_pixels(Record &record, const Area &area, const PlainRows &rows) {
     return has_cells_of_its_own(record) && move_area<Direction::to_buffer>(record, area, rows);
-}
-
-void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *source,
-               size_t source_bit, size_t bits) {
-    rows::kernels().copy_bit_rows(kernel_bytes(destination), 0, destination_bit,
-                                  kernel_bytes(source), 0, source_bit, bits, 1);
-}
-
-// What is there doubles with every turn.
-void repeat_bits(std::byte *row, size_t first_bit, size_t unit_bits, size_t total_bits) {
-    for (size_t done = unit_bits; done < total_bits;) {
-        const size_t next = std::min(done, total_bits - done);
-        copy_bits(row, first_bit + done, row, first_bit, next);
-        done += next;
-    }
 }
 
 } // namespace q32::buffer

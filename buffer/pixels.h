@@ -42,13 +42,4 @@ bool read_pixels(Record &record, const Area &area, const PlainRows &rows);
 // The other way round, into the cells of a buffer that has storage of its own. False without.
 bool write_pixels(Record &record, const Area &area, const PlainRows &rows);
 
-// A run of bits from any position to any other, bit 0 being the highest of the first byte; bits
-// around it stay as they are. The runs may share a byte, but no bit.
-void copy_bits(std::byte *destination, size_t destination_bit, const std::byte *source,
-               size_t source_bit, size_t bits);
-
-// Repeats the first unit_bits of a run until total_bits are filled. Bits around the run stay as
-// they are. total_bits may be less than unit_bits: then nothing happens.
-void repeat_bits(std::byte *row, size_t first_bit, size_t unit_bits, size_t total_bits);
-
 } // namespace q32::buffer
