@@ -3,27 +3,10 @@
 #include "buffer/failures.h"
 #include "buffer/operations.h"
 #include "buffer/record.h"
+#include "library/process/thread_priority.h"
 
 namespace q32::buffer {
 namespace {
-
-// The calling thread at THREAD_PRIORITY_ABOVE_NORMAL for the time of the scope.
-class RaisedPriority {
-public:
-    RaisedPriority() : before_(GetThreadPriority(GetCurrentThread())) {
-        if (before_ != THREAD_PRIORITY_ERROR_RETURN)
-            SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_ABOVE_NORMAL);
-    }
-    RaisedPriority(const RaisedPriority &) = delete;
-    RaisedPriority &operator=(const RaisedPriority &) = delete;
-    ~RaisedPriority() {
-        if (before_ != THREAD_PRIORITY_ERROR_RETURN)
-            SetThreadPriority(GetCurrentThread(), before_);
-    }
-
-private:
-    int before_;
-};
 
 // Calls an entry of the buffer's table, if there is a buffer and an entry.
 template <auto Operations::*entry, typename... Arguments>
@@ -31,7 +14,8 @@ int call(HBUF32 buffer, Arguments... arguments) {
     Record *const record = record_of(buffer);
     if (record == nullptr || record->operations.*entry == nullptr)
         return 0;
-    const RaisedPriority raised;
+    ThreadPriority priority;
+    priority.raise();
     return (record->operations.*entry)(*record, arguments...);
 }
 

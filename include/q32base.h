@@ -4,6 +4,7 @@
 
 #include <q32base/buffers.h>
 #include <q32base/errors.h>
+#include <q32base/merge.h>
 #include <q32base/rows.h>
 #include <q32base/types.h>
 

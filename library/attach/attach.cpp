@@ -4,6 +4,7 @@
 #include "buffer/buffer_manager.h"
 #include "display/device.h"
 #include "library/process/process.h"
+#include "merge/merge.h"
 #include "rows/rows.h"
 
 namespace q32 {
@@ -22,6 +23,7 @@ bool set_up_buffers() {
 bool attach(HMODULE module) {
     keep_module_handle(module);
     rows::choose_kernels(detect_instruction_set());
+    merge::choose_kernels(detect_instruction_set());
     if (!display_is_usable())
         return false;
     if (!display::set_up() || !set_up_buffers()) {

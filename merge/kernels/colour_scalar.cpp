@@ -1,0 +1,2 @@
+#include "merge/kernels/colour_kernels.h"
+namespace q32::merge { const ColourKernels scalar_colour_kernels{}; }
