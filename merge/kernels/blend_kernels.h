@@ -3,8 +3,9 @@
 // Checks no argument, reports nothing; that is the drivers' part.
 //
 // Every form gives the bytes of its scalar form, for all inputs, lengths and alignments. It reads
-// and writes no byte outside its runs. The destination holds the base; it may be the overlay or the
-// mask, from the same address on, and overlaps nothing in any other way. A count of 0 does nothing.
+// and writes no byte outside its runs. The destination holds the base; it may be the overlay and,
+// where pixels have one sample, the mask, from the same address on. It overlaps nothing in any
+// other way. A count of 0 does nothing.
 #pragma once
 
 #include "library/process/cpu.h"
@@ -34,8 +35,8 @@ enum class Rounding : std::uint8_t { divided, shifted };
 inline constexpr std::size_t rounding_count = 2;
 
 // weights and mask hold one byte per pixel and may be the same. The mask is what the premultiplied
-// rules divide by; the others do not read it. Weight 0 keeps the base. A premultiplied pixel of
-// mask 0 has weight 0.
+// rules divide by; the others do not read it. Weight 0 keeps the base, and so does mask 0 in the
+// premultiplied rules, whatever the weight.
 using MaskedBlend = void(std::uint8_t *destination, const std::uint8_t *overlay,
                          const std::uint8_t *weights, const std::uint8_t *mask, std::size_t pixels);
 

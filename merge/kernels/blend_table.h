@@ -1,0 +1,42 @@
+// The table of an instruction set: every rule in every frame. The frames are a struct with
+//   masked<R, rounding, samples>, uniform<R, rounding>, percent_weights, scaled_weights
+//
+// Private to the file that includes it, as rules.h.
+#pragma once
+
+#include "merge/kernels/rules.h"
+
+namespace q32::merge {
+namespace {
+
+template <class Frames, Rounding rounding, class R>
+constexpr Blend blend_of_rule() {
+    Blend blend{};
+    if constexpr (rounding == Rounding::divided)
+        blend.grey = Frames::template masked<R, rounding, 1>;
+    if constexpr (rounding == Rounding::divided || !Premultiplied<R>)
+        blend.colour = Frames::template masked<R, rounding, 3>;
+    if constexpr (!Premultiplied<R>)
+        blend.uniform = Frames::template uniform<R, rounding>;
+    return blend;
+}
+
+template <class Frames, Rounding rounding, class... R>
+constexpr void set_rules(BlendKernels &table, RuleList<R...>) {
+    static_assert(sizeof...(R) == rule_count);
+    Blend *entry = table.blend[std::size_t(rounding)];
+    ((*entry++ = blend_of_rule<Frames, rounding, R>()), ...);
+}
+
+template <class Frames>
+constexpr BlendKernels blend_table() {
+    BlendKernels table{};
+    set_rules<Frames, Rounding::divided>(table, Rules<Rounding::divided>());
+    set_rules<Frames, Rounding::shifted>(table, Rules<Rounding::shifted>());
+    table.percent_weights = Frames::percent_weights;
+    table.scaled_weights = Frames::scaled_weights;
+    return table;
+}
+
+} // namespace
+} // namespace q32::merge
