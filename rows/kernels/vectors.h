@@ -262,9 +262,32 @@ template <>
 inline V64 repeat_byte<V64>(uint8_t value) {
     return _mm512_set1_epi8(char(value));
 }
+template <>
+inline V64 repeat_word<V64>(int value) {
+    return _mm512_set1_epi16(short(value));
+}
+template <>
+inline V64 repeat_lane<V64>(V16 lane) {
+    return _mm512_broadcast_i32x4(lane);
+}
 
 inline void store(uint8_t *at, V64 v) {
     _mm512_storeu_si512(at, v);
+}
+
+inline V64 min_bytes(V64 a, V64 b) {
+    return _mm512_min_epu8(a, b);
+}
+template <int count>
+V64 words_up(V64 v) {
+    return _mm512_slli_epi16(v, count);
+}
+template <int count>
+V64 words_down(V64 v) {
+    return _mm512_srli_epi16(v, count);
+}
+inline V64 shuffle(V64 v, V64 indices) {
+    return _mm512_shuffle_epi8(v, indices);
 }
 
 #endif
