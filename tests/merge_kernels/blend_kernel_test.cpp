@@ -1,0 +1,540 @@
+// The blend kernels of every instruction set of this machine, and the scalar forms, against the
+// plain model: every triple of base, overlay and weight for every rule and rounding, all weights,
+// worked examples, and the sweeps over memory. What the exports add is tested with the library.
+#include "merge/kernels/blend_kernels.h"
+
+#include "tests/frame/fenced_memory.h"
+#include "tests/merge_kernels/blend_model.h"
+#include "tests/merge_kernels/kernel_sweep.h"
+#include "tests/merge_kernels/levels.h"
+#include "tests/merge_kernels/sample_pairs.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace q32::test {
+namespace {
+
+using merge::BlendKernels;
+using merge::Rounding;
+using merge::Rule;
+
+const std::vector<Level<BlendKernels>> &levels() {
+    static const auto all =
+        levels_of_this_machine(merge::scalar_blend_kernels, merge::blend_kernels);
+    return all;
+}
+
+struct RoundedRule {
+    Rounding rounding;
+    Rule rule;
+};
+
+constexpr const char *rule_names[merge::rule_count] = {"normal",
+                                                       "difference",
+                                                       "add",
+                                                       "subtract",
+                                                       "multiply",
+                                                       "screen",
+                                                       "premultiplied_black",
+                                                       "premultiplied_white"};
+
+std::string name_of(RoundedRule which) {
+    return std::string{which.rounding == Rounding::divided ? "divided_" : "shifted_"} +
+           rule_names[std::size_t(which.rule)];
+}
+
+void PrintTo(RoundedRule which, std::ostream *stream) {
+    *stream << name_of(which);
+}
+
+std::vector<RoundedRule> rounded_rules() {
+    std::vector<RoundedRule> all;
+    for (const Rounding rounding : {Rounding::divided, Rounding::shifted})
+        for (std::size_t rule = 0; rule < merge::rule_count; ++rule)
+            if (rounding == Rounding::divided || !model::is_premultiplied(Rule(rule)))
+                all.push_back({rounding, Rule(rule)});
+    return all;
+}
+
+// Rules that do not divide by the mask do not read it either: theirs cannot be read.
+const std::uint8_t *unreadable() {
+    static const FencedMemory memory{1};
+    return memory.end();
+}
+
+// What a rule makes of two samples, or of overlay and mask byte where it divides by that.
+class Results {
+public:
+    explicit Results(RoundedRule which) : by_mask_{model::is_premultiplied(which.rule)} {
+        for (int s = 0; s < 256; ++s)
+            for (int other = by_mask_ ? 1 : 0; other < 256; ++other)
+                table_[std::size_t(s * 256 + other)] = static_cast<std::uint8_t>(model::result(
+                    which.rule, which.rounding, by_mask_ ? 0 : other, s, by_mask_ ? other : 1));
+    }
+    int operator()(std::uint8_t b, std::uint8_t s, std::uint8_t m) const {
+        return table_[s * 256u + (by_mask_ ? m : b)];
+    }
+
+private:
+    bool by_mask_;
+    std::array<std::uint8_t, pair_count> table_{};
+};
+
+// A run of all pairs with its weights, and what is to come of it.
+struct Turn {
+    Bytes weights;
+    Bytes mask;
+    Bytes expected;
+
+    explicit Turn(std::size_t pixels) : weights(pixels), mask(pixels) {}
+
+    // Over 256 turns each pair meets each mask byte.
+    void set_mask(std::size_t turn, int percent) {
+        for (std::size_t i = 0; i < mask.size(); ++i)
+            mask[i] = value_of_turn(turn, i);
+        for (std::size_t i = 0; i < mask.size(); ++i)
+            weights[i] = static_cast<std::uint8_t>(model::percent_weight(mask[i], percent));
+    }
+
+    template <std::size_t samples>
+    void expect(RoundedRule which, const Results &results) {
+        const SamplePairs &pairs = all_pairs();
+        expected.resize(mask.size() * samples);
+        for (std::size_t i = 0; i < mask.size(); ++i)
+            for (std::size_t k = i * samples; k < (i + 1) * samples; ++k)
+                expected[k] = static_cast<std::uint8_t>(
+                    model::weigh(which.rounding, results(pairs.base[k], pairs.overlay[k], mask[i]),
+                                 pairs.base[k], weights[i]));
+    }
+};
+
+bool is_as_expected(RoundedRule which, const char *level, const Turn &turn, const Bytes &got,
+                    std::size_t samples) {
+    const std::size_t at = first_difference(got.data(), turn.expected.data(), got.size());
+    if (at == got.size())
+        return true;
+    const std::size_t pixel = at / samples;
+    ADD_FAILURE() << name_of(which) << ", " << samples << " per pixel, " << level << ": base "
+                  << int{all_pairs().base[at]} << ", overlay " << int{all_pairs().overlay[at]}
+                  << ", weight " << int{turn.weights[pixel]} << ", mask " << int{turn.mask[pixel]}
+                  << " gives " << int{got[at]} << ", expected " << int{turn.expected[at]};
+    return false;
+}
+
+template <std::size_t samples>
+void all_triples(RoundedRule which, int percent) {
+    const auto forms = forms_of(levels(), [&](const BlendKernels &kernels) {
+        const merge::Blend &blend = kernels(which.rounding, which.rule);
+        return samples == 1 ? blend.grey : blend.colour;
+    });
+    const Results results{which};
+    const SamplePairs &pairs = all_pairs();
+    Turn turn{samples == 1 ? pair_count : colour_pair_pixels};
+    Bytes destination(turn.mask.size() * samples);
+    for (std::size_t number = 0; number < 256; ++number) {
+        turn.set_mask(number, percent);
+        turn.expect<samples>(which, results);
+        const std::uint8_t *const weights = percent == 100 ? turn.mask.data() : turn.weights.data();
+        const std::uint8_t *const mask =
+            model::is_premultiplied(which.rule) ? turn.mask.data() : unreadable();
+        for (const auto &form : forms) {
+            std::copy_n(pairs.base.begin(), destination.size(), destination.begin());
+            form.run(destination.data(), pairs.overlay.data(), weights, mask, turn.mask.size());
+            if (!is_as_expected(which, form.level, turn, destination, samples))
+                return;
+        }
+    }
+}
+
+class BlendRule : public testing::TestWithParam<RoundedRule> {};
+
+INSTANTIATE_TEST_SUITE_P(Each, BlendRule, testing::ValuesIn(rounded_rules()),
+                         [](const auto &rule) { return name_of(rule.param); });
+
+// --- everything ---
+
+TEST_P(BlendRule, AllTriplesOfGreyPixels) {
+    if (GetParam().rounding == Rounding::divided) // grey pixels are never shifted
+        all_triples<1>(GetParam(), 100);
+}
+
+TEST_P(BlendRule, AllTriplesOfColourPixels) {
+    all_triples<3>(GetParam(), 100);
+}
+
+TEST_P(BlendRule, AllTriplesOfUniformRuns) {
+    const RoundedRule which = GetParam();
+    if (model::is_premultiplied(which.rule)) // without a mask they are normal
+        return;
+    const auto forms = forms_of(levels(), [&](const BlendKernels &kernels) {
+        return kernels(which.rounding, which.rule).uniform;
+    });
+    const Results results{which};
+    Turn turn{pair_count};
+    Bytes destination(pair_count);
+    for (int weight = 0; weight < 256; ++weight) {
+        std::fill(turn.weights.begin(), turn.weights.end(), static_cast<std::uint8_t>(weight));
+        turn.expect<1>(which, results);
+        for (const auto &form : forms) {
+            std::copy_n(all_pairs().base.begin(), pair_count, destination.begin());
+            form.run(destination.data(), all_pairs().overlay.data(),
+                     static_cast<std::uint8_t>(weight), pair_count);
+            if (!is_as_expected(which, form.level, turn, destination, 1))
+                return;
+        }
+    }
+}
+
+// The mask byte divides, the weight made from it weighs.
+TEST_P(BlendRule, AllPremultipliedUnderReducedWeights) {
+    if (!model::is_premultiplied(GetParam().rule))
+        return;
+    for (const int percent : {1, 2, 40, 50, 99}) {
+        all_triples<1>(GetParam(), percent);
+        all_triples<3>(GetParam(), percent);
+    }
+}
+
+// --- weights ---
+
+TEST(BlendWeights, AllPercents) {
+    const auto forms =
+        forms_of(levels(), [](const BlendKernels &kernels) { return kernels.percent_weights; });
+    Bytes mask(3 * 257); // each mask byte in several lanes
+    for (std::size_t i = 0; i < mask.size(); ++i)
+        mask[i] = static_cast<std::uint8_t>(i);
+    Bytes weights(mask.size());
+    for (int percent = 0; percent <= 100; ++percent)
+        for (const auto &form : forms) {
+            std::fill(weights.begin(), weights.end(), std::uint8_t{0xA5});
+            form.run(weights.data(), mask.data(), percent, mask.size());
+            for (std::size_t i = 0; i < mask.size(); ++i)
+                ASSERT_EQ(weights[i], model::percent_weight(mask[i], percent))
+                    << form.level << ": mask " << int{mask[i]} << ", percent " << percent;
+        }
+}
+
+TEST(BlendWeights, AllScales) {
+    const auto forms =
+        forms_of(levels(), [](const BlendKernels &kernels) { return kernels.scaled_weights; });
+    Bytes mask(3 * 257);
+    for (std::size_t i = 0; i < mask.size(); ++i)
+        mask[i] = static_cast<std::uint8_t>(i);
+    Bytes weights(mask.size());
+    for (int scale = 0; scale < 256; ++scale)
+        for (const auto &form : forms) {
+            std::fill(weights.begin(), weights.end(), std::uint8_t{0xA5});
+            form.run(weights.data(), mask.data(), static_cast<std::uint8_t>(scale), mask.size());
+            for (std::size_t i = 0; i < mask.size(); ++i)
+                ASSERT_EQ(weights[i], model::scaled_weight(mask[i], scale))
+                    << form.level << ": mask " << int{mask[i]} << ", scale " << scale;
+        }
+}
+
+// --- every level ---
+
+class BlendLevel : public testing::TestWithParam<Level<BlendKernels>> {
+protected:
+    const BlendKernels &kernels() const { return *GetParam().kernels; }
+
+    // Every form of a rule gives this for one sample.
+    void expect(Rounding rounding, Rule rule, int b, int s, int w, int expected) const {
+        const merge::Blend &blend = kernels()(rounding, rule);
+        const auto weight = static_cast<std::uint8_t>(w);
+        // Enough for whole vectors and a rest.
+        constexpr std::size_t pixels = 150;
+        const Bytes overlay(3 * pixels, static_cast<std::uint8_t>(s));
+        const Bytes weights(pixels, weight);
+        const Bytes grey(pixels, static_cast<std::uint8_t>(expected));
+        const Bytes colour(3 * pixels, static_cast<std::uint8_t>(expected));
+        if (blend.grey != nullptr) {
+            Bytes run(pixels, static_cast<std::uint8_t>(b));
+            blend.grey(run.data(), overlay.data(), weights.data(), weights.data(), pixels);
+            EXPECT_EQ(run, grey);
+        }
+        Bytes run(3 * pixels, static_cast<std::uint8_t>(b));
+        blend.colour(run.data(), overlay.data(), weights.data(), weights.data(), pixels);
+        EXPECT_EQ(run, colour);
+        if (blend.uniform != nullptr) {
+            Bytes samples(3 * pixels, static_cast<std::uint8_t>(b));
+            blend.uniform(samples.data(), overlay.data(), weight, samples.size());
+            EXPECT_EQ(samples, colour);
+        }
+    }
+
+    void expect_both(Rule rule, int b, int s, int w, int expected) const {
+        expect(Rounding::divided, rule, b, s, w, expected);
+        expect(Rounding::shifted, rule, b, s, w, expected);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, BlendLevel, testing::ValuesIn(levels()),
+                         [](const auto &level) { return std::string{level.param.name}; });
+
+TEST_P(BlendLevel, HasTheFormsThatItSays) {
+    for (std::size_t rule = 0; rule < merge::rule_count; ++rule) {
+        const bool premultiplied = model::is_premultiplied(Rule(rule));
+        const merge::Blend &divided = kernels()(Rounding::divided, Rule(rule));
+        EXPECT_NE(divided.grey, nullptr) << rule_names[rule];
+        EXPECT_NE(divided.colour, nullptr) << rule_names[rule];
+        EXPECT_EQ(divided.uniform == nullptr, premultiplied) << rule_names[rule];
+        const merge::Blend &shifted = kernels()(Rounding::shifted, Rule(rule));
+        EXPECT_EQ(shifted.grey, nullptr) << rule_names[rule];
+        EXPECT_EQ(shifted.colour == nullptr, premultiplied) << rule_names[rule];
+        EXPECT_EQ(shifted.uniform == nullptr, premultiplied) << rule_names[rule];
+    }
+    EXPECT_NE(kernels().percent_weights, nullptr);
+    EXPECT_NE(kernels().scaled_weights, nullptr);
+}
+
+TEST_P(BlendLevel, HalfAMaskAtHalfTheOpacity) {
+    const std::uint8_t mask = 128;
+    std::uint8_t weight = 0;
+    kernels().percent_weights(&weight, &mask, 50, 1);
+    EXPECT_EQ(weight, 64);
+    expect(Rounding::divided, Rule::normal, 200, 100, 64, 174); // 44600 / 255 = 174.9
+    expect(Rounding::shifted, Rule::normal, 200, 100, 64, 175); // 44600 >> 8 = 174
+    kernels().scaled_weights(&weight, &mask, 127, 1);
+    EXPECT_EQ(weight, 63);
+    kernels().scaled_weights(&weight, &mask, 128, 1);
+    EXPECT_EQ(weight, 64);
+}
+
+TEST_P(BlendLevel, WeightsAtTheirEnds) {
+    const std::uint8_t masks[] = {0, 1, 2, 254, 255};
+    std::uint8_t weights[5];
+    kernels().percent_weights(weights, masks, 100, 5);
+    EXPECT_EQ(Bytes(weights, weights + 5), Bytes({0, 1, 2, 254, 255}));
+    kernels().percent_weights(weights, masks, 99, 5);
+    EXPECT_EQ(Bytes(weights, weights + 5), Bytes({0, 0, 1, 251, 252}));
+    kernels().percent_weights(weights, masks, 0, 5);
+    EXPECT_EQ(Bytes(weights, weights + 5), Bytes({0, 0, 0, 0, 0}));
+    kernels().scaled_weights(weights, masks, 255, 5);
+    EXPECT_EQ(Bytes(weights, weights + 5), Bytes({0, 0, 1, 253, 254}));
+}
+
+// Shifting adds one to all but 0, and so keeps the base and takes the overlay exactly.
+TEST_P(BlendLevel, NoWeightKeepsTheBaseAndFullWeightTakesTheResult) {
+    for (const int b : {0, 1, 127, 128, 254, 255})
+        for (const int s : {0, 1, 2, 128, 255}) {
+            expect_both(Rule::normal, b, s, 0, b);
+            expect_both(Rule::normal, b, s, 255, s);
+            expect_both(Rule::difference, b, s, 0, b);
+            expect_both(Rule::multiply, b, s, 0, b);
+        }
+}
+
+TEST_P(BlendLevel, RoundingsDiffer) {
+    expect(Rounding::divided, Rule::normal, 0, 1, 128, 0); // X = 128
+    expect(Rounding::shifted, Rule::normal, 0, 1, 128, 1);
+    expect(Rounding::divided, Rule::normal, 0, 2, 128, 1); // X = 256
+    expect(Rounding::shifted, Rule::normal, 0, 2, 128, 2);
+    expect(Rounding::divided, Rule::normal, 0, 0, 128, 0); // X = 0
+    expect(Rounding::shifted, Rule::normal, 0, 0, 128, 0);
+    expect(Rounding::divided, Rule::normal, 255, 255, 1, 255); // X = 65025
+    expect(Rounding::shifted, Rule::normal, 255, 255, 1, 255);
+    expect(Rounding::divided, Rule::normal, 17, 17, 100, 17); // X = 4335
+    expect(Rounding::shifted, Rule::normal, 17, 17, 100, 17);
+}
+
+TEST_P(BlendLevel, DifferenceAddAndSubtract) {
+    expect_both(Rule::difference, 200, 100, 255, 100);
+    expect_both(Rule::difference, 100, 200, 255, 100);
+    expect_both(Rule::difference, 0, 255, 255, 255);
+    expect_both(Rule::difference, 77, 77, 255, 0);
+    expect_both(Rule::add, 200, 55, 255, 255);
+    expect_both(Rule::add, 200, 54, 255, 254);
+    expect_both(Rule::add, 200, 56, 255, 255);
+    expect_both(Rule::add, 255, 255, 255, 255);
+    expect_both(Rule::subtract, 100, 200, 255, 100); // the base from the overlay
+    expect_both(Rule::subtract, 200, 100, 255, 0);
+    expect_both(Rule::subtract, 100, 101, 255, 1);
+    expect_both(Rule::subtract, 100, 100, 255, 0);
+}
+
+TEST_P(BlendLevel, MultiplyAndScreen) {
+    expect_both(Rule::multiply, 255, 255, 255, 255);
+    expect_both(Rule::multiply, 2, 128, 255, 1); // 256 = 1 x 255 + 1
+    expect_both(Rule::multiply, 0, 255, 255, 0);
+    expect_both(Rule::screen, 0, 0, 255, 0);
+    expect_both(Rule::screen, 255, 3, 255, 255);
+    expect_both(Rule::screen, 253, 127, 255, 254); // 2 x 128 = 256, as above
+    // 126 and 127 on either side of where a remainder rounds up.
+    expect_both(Rule::multiply, 1, 126, 255, 0);
+    expect(Rounding::divided, Rule::multiply, 1, 127, 255, 1);
+    expect(Rounding::shifted, Rule::multiply, 1, 127, 255, 0);
+    expect_both(Rule::screen, 254, 129, 255, 255);
+    expect(Rounding::divided, Rule::screen, 254, 128, 255, 254);
+    expect(Rounding::shifted, Rule::screen, 254, 128, 255, 255);
+}
+
+TEST_P(BlendLevel, Premultiplied) {
+    // The same byte is mask and weight; the base is black.
+    const auto over_black = [&](Rule rule, int s, int m, int expected) {
+        expect(Rounding::divided, rule, 0, s, m, expected);
+    };
+    over_black(Rule::premultiplied_black, 100, 255, 100);
+    over_black(Rule::premultiplied_black, 64, 128, 63); // 127 x 128 / 255
+    over_black(Rule::premultiplied_black, 1, 1, 1);
+    over_black(Rule::premultiplied_black, 200, 100, 100); // cut to 255
+    over_black(Rule::premultiplied_white, 100, 255, 100);
+    over_black(Rule::premultiplied_white, 127, 128, 0); // 127 + 128 = 255: nothing left
+    over_black(Rule::premultiplied_white, 128, 128, 0); // 1 x 255 / 128 = 1, 1 x 128 / 255 = 0
+    over_black(Rule::premultiplied_white, 255, 128, 128);
+    over_black(Rule::premultiplied_white, 255, 1, 1);
+    for (const Rule rule : {Rule::premultiplied_black, Rule::premultiplied_white})
+        expect(Rounding::divided, rule, 99, 50, 0, 99); // no mask: the base
+}
+
+TEST_P(BlendLevel, NoMaskKeepsTheBaseWhateverTheWeight) {
+    for (const Rule rule : {Rule::premultiplied_black, Rule::premultiplied_white}) {
+        const merge::Blend &blend = kernels()(Rounding::divided, rule);
+        const Bytes before(3 * 150, 99);
+        const Bytes overlay(before.size(), 200);
+        const Bytes mask(before.size(), 0);
+        for (const std::uint8_t weight : {0, 1, 128, 255}) {
+            const Bytes weights(before.size(), weight);
+            Bytes grey = before;
+            blend.grey(grey.data(), overlay.data(), weights.data(), mask.data(), grey.size());
+            EXPECT_EQ(grey, before) << int{weight};
+            Bytes colour = before;
+            blend.colour(colour.data(), overlay.data(), weights.data(), mask.data(), 150);
+            EXPECT_EQ(colour, before) << int{weight};
+        }
+    }
+}
+
+// --- memory ---
+
+// Weights and, where there are four runs, mask bytes at their ends often, and in all combinations.
+std::vector<Bytes> blend_contents(Random &random, const std::vector<std::size_t> &pixel_bytes,
+                                  std::size_t pixels) {
+    std::vector<Bytes> contents = random_contents(random, pixel_bytes, pixels);
+    for (std::size_t run = 2; run < contents.size(); ++run)
+        for (std::uint8_t &value : contents[run])
+            if (random.below(4) == 0)
+                value = random.below(2) == 0 ? 0 : 255;
+    return contents;
+}
+
+Call masked_call(RoundedRule which, const char *level, merge::MaskedBlend *kernel,
+                 std::size_t samples) {
+    const bool reads_mask = model::is_premultiplied(which.rule);
+    Call call;
+    call.name = name_of(which) + (samples == 1 ? " grey, " : " colour, ") + level;
+    call.pixel_bytes = {samples, samples, 1};
+    if (reads_mask)
+        call.pixel_bytes.push_back(1);
+    call.contents = [bytes = call.pixel_bytes](Random &random, std::size_t pixels) {
+        return blend_contents(random, bytes, pixels);
+    };
+    call.run = [=](const Addresses &runs, std::size_t pixels) {
+        kernel(runs[0], runs[1], runs[2], reads_mask ? runs[3] : unreadable(), pixels);
+    };
+    call.expected = [=](const std::vector<Bytes> &runs, std::size_t pixels) {
+        Bytes out(pixels * samples);
+        for (std::size_t k = 0; k < out.size(); ++k)
+            out[k] = static_cast<std::uint8_t>(
+                model::blend(which.rounding, which.rule, runs[0][k], runs[1][k],
+                             runs[2][k / samples], reads_mask ? runs[3][k / samples] : 255));
+        return out;
+    };
+    if (reads_mask) {
+        call.sharings = {{0, 0, 2, 3}, {0, 1, 2, 2}, {0, 0, 2, 2}};
+        if (samples == 1)
+            call.sharings.insert(call.sharings.end(), {{0, 1, 2, 0}, {0, 1, 0, 3}, {0, 1, 0, 0}});
+    } else {
+        call.sharings = {{0, 0, 2}};
+        if (samples == 1)
+            call.sharings.push_back({0, 1, 0});
+    }
+    return call;
+}
+
+Call uniform_call(RoundedRule which, const char *level, merge::UniformBlend *kernel,
+                  std::uint8_t weight) {
+    Call call;
+    call.name = name_of(which) + " uniform " + std::to_string(weight) + ", " + level;
+    call.pixel_bytes = {1, 1};
+    call.contents = [](Random &random, std::size_t pixels) {
+        return random_contents(random, {1, 1}, pixels);
+    };
+    call.run = [=](const Addresses &runs, std::size_t pixels) {
+        kernel(runs[0], runs[1], weight, pixels);
+    };
+    call.expected = [=](const std::vector<Bytes> &runs, std::size_t pixels) {
+        Bytes out(pixels);
+        for (std::size_t i = 0; i < pixels; ++i)
+            out[i] = static_cast<std::uint8_t>(
+                model::blend(which.rounding, which.rule, runs[0][i], runs[1][i], weight, 255));
+        return out;
+    };
+    call.sharings = {{0, 0}};
+    return call;
+}
+
+TEST_P(BlendRule, GreyPixelsInMemory) {
+    const RoundedRule which = GetParam();
+    if (which.rounding == Rounding::shifted)
+        return;
+    const auto pick = [&](const BlendKernels &k) { return k(which.rounding, which.rule).grey; };
+    for (const auto &form : forms_of(levels(), pick))
+        sweep(masked_call(which, form.level, form.run, 1));
+}
+
+TEST_P(BlendRule, ColourPixelsInMemory) {
+    const RoundedRule which = GetParam();
+    const auto pick = [&](const BlendKernels &k) { return k(which.rounding, which.rule).colour; };
+    for (const auto &form : forms_of(levels(), pick))
+        sweep(masked_call(which, form.level, form.run, 3));
+}
+
+TEST_P(BlendRule, UniformRunsInMemory) {
+    const RoundedRule which = GetParam();
+    if (model::is_premultiplied(which.rule))
+        return;
+    const auto pick = [&](const BlendKernels &k) { return k(which.rounding, which.rule).uniform; };
+    for (const auto &form : forms_of(levels(), pick))
+        for (const std::uint8_t weight : {0, 100, 255})
+            sweep(uniform_call(which, form.level, form.run, weight));
+}
+
+template <class Kernel, class Model>
+void sweep_weights(const char *name, const Form<Kernel> &form, int argument, Model weight_of) {
+    Call call;
+    call.name = std::string{name} + " " + std::to_string(argument) + ", " + form.level;
+    call.pixel_bytes = {1, 1};
+    call.contents = [](Random &random, std::size_t pixels) {
+        return random_contents(random, {1, 1}, pixels);
+    };
+    call.run = [=](const Addresses &runs, std::size_t pixels) {
+        if constexpr (std::is_same_v<Kernel, merge::ScaledWeights>)
+            form.run(runs[0], runs[1], static_cast<std::uint8_t>(argument), pixels);
+        else
+            form.run(runs[0], runs[1], argument, pixels);
+    };
+    call.expected = [=](const std::vector<Bytes> &runs, std::size_t) {
+        Bytes out;
+        for (const std::uint8_t m : runs[1])
+            out.push_back(static_cast<std::uint8_t>(weight_of(m, argument)));
+        return out;
+    };
+    call.sharings = {{0, 0}};
+    sweep(call);
+}
+
+TEST(BlendWeights, InMemory) {
+    for (const auto &form :
+         forms_of(levels(), [](const BlendKernels &kernels) { return kernels.percent_weights; }))
+        for (const int percent : {0, 1, 50, 99, 100})
+            sweep_weights("percent weights", form, percent, model::percent_weight);
+    for (const auto &form :
+         forms_of(levels(), [](const BlendKernels &kernels) { return kernels.scaled_weights; }))
+        for (const int scale : {0, 2, 127, 255})
+            sweep_weights("scaled weights", form, scale, model::scaled_weight);
+}
+
+} // namespace
+} // namespace q32::test

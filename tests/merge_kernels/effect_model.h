@@ -1,0 +1,56 @@
+// The rules of choosing by luminance, of relief and of subtraction, written a second time and as
+// plainly as possible, for the tests to compare with. Shares no line with the library's own code;
+// only the comparisons' names are the library's.
+#pragma once
+
+#include "merge/kernels/effect_kernels.h"
+
+namespace q32::model {
+
+using merge::Comparison;
+
+// The luminance of a colour pixel before the division.
+inline int luminance_sum(const std::uint8_t *pixel) {
+    return 30 * pixel[0] + 59 * pixel[1] + 11 * pixel[2];
+}
+
+inline int luminance(const std::uint8_t *pixel) {
+    return luminance_sum(pixel) / 100;
+}
+
+// Whether an overlay pixel acts on a base pixel, both of one sample or of three.
+inline bool acts(Comparison comparison, const std::uint8_t *base, const std::uint8_t *overlay,
+                 std::size_t samples) {
+    const int b = samples == 1 ? base[0] : luminance(base);
+    const int s = samples == 1 ? overlay[0] : luminance(overlay);
+    switch (comparison) {
+    case Comparison::lighter:
+        return s > b;
+    case Comparison::darker:
+        return s < b;
+    case Comparison::lighter_by_sums:
+        return luminance_sum(overlay) > luminance_sum(base);
+    }
+    return false;
+}
+
+inline int relief(int b, int s, int strength) {
+    if (s > 127) {
+        const int raised = b + (s - 128) * strength / 127;
+        return raised > 255 ? 255 : raised;
+    }
+    const int lowered = b - (127 - s) * strength / 127;
+    return lowered < 0 ? 0 : lowered;
+}
+
+inline int subtract_masked(int b, int s, int m) {
+    const int rest = b - s * m / 255;
+    return rest < 0 ? 0 : rest;
+}
+
+inline int subtract_portion(int b, int s, int portion) {
+    const int rest = b - s * portion / 25500;
+    return rest < 0 ? 0 : rest;
+}
+
+} // namespace q32::model
