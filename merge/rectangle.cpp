@@ -1,2 +1,124 @@
+// Rectangles of plain memory, row by row or, where the rows follow on each other, as one run.
 #include "merge/rectangle.h"
-namespace q32::merge { int merge_rectangle(const Rectangle &, int, int) { return 0; } }
+
+#include "library/process/owners.h"
+#include "merge/failures.h"
+#include "merge/run.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+namespace q32::merge {
+namespace {
+
+// --- helpers ------------------------------------------------------------------------------------
+
+struct RuntimeBlockTraits {
+    using Value = void *;
+    static Value none() { return nullptr; }
+    static void release(Value block) { std::free(block); }
+};
+using RuntimeBlock = Owner<RuntimeBlockTraits>;
+
+bool can_be_merged(const Rectangle &rectangle) {
+    return rectangle.width > 0 && rectangle.height > 0 && rectangle.bytes_per_pixel > 0 &&
+           rectangle.bytes_per_pixel <= max_bytes_per_pixel;
+}
+
+// The blocks of a transfer's rows. The rows pass through the kernels in pieces and need none of
+// them; they are made because callers know the report of there being no memory for them.
+struct WorkRows {
+    GlobalBlock base_records, merged_records, merged;
+
+    bool make(std::uint64_t pixels) {
+        return make(base_records, 12 * pixels) && make(merged_records, 12 * pixels) &&
+               make(merged, 3 * pixels);
+    }
+
+private:
+    static bool make(GlobalBlock &block, std::uint64_t bytes) {
+        if (bytes <= std::numeric_limits<std::size_t>::max())
+            block.reset(GlobalAlloc(GMEM_ZEROINIT, std::size_t(bytes)));
+        return bool(block);
+    }
+};
+
+bool follow_on(std::size_t stride, std::size_t row) {
+    return stride == row;
+}
+
+void merge_rows(const Recipe &recipe, const Rectangle &rectangle) {
+    const std::size_t width = std::size_t(rectangle.width);
+    const std::size_t row_bytes = width * recipe.pixel_bytes;
+    const bool has_mask = recipe.reads_mask;
+    Run row{rectangle.destination, rectangle.destination, has_mask ? rectangle.mask : nullptr,
+            rectangle.overlay, width};
+    if (follow_on(rectangle.destination_stride, row_bytes) &&
+        follow_on(rectangle.overlay_stride, row_bytes) &&
+        (!has_mask || follow_on(rectangle.mask_stride, width))) {
+        row.pixels *= std::size_t(rectangle.height);
+        merge_run(recipe, row);
+        return;
+    }
+    for (int y = 0; y != rectangle.height; ++y) {
+        merge_run(recipe, row);
+        row.result += rectangle.destination_stride;
+        row.base = row.result;
+        row.overlay += rectangle.overlay_stride;
+        if (has_mask)
+            row.mask += rectangle.mask_stride;
+    }
+}
+
+} // namespace
+
+// --- drivers ------------------------------------------------------------------------------------
+
+int merge_masked_rectangle(const Rectangle &rectangle, GivenMask mask, int mode_number,
+                           int transparency) {
+    const Mode *const mode = find_mode(Form::rectangle, unsigned(mode_number));
+    if (mode == nullptr || !can_be_merged(rectangle))
+        return 0;
+    WorkRows work_rows;
+    if (mode->action == Action::transfer) {
+        if (rectangle.bytes_per_pixel != 3)
+            return 0;
+        if (!work_rows.make(std::uint64_t(rectangle.width)))
+            return fail(site::no_rectangle_work_rows);
+    }
+    const Recipe recipe = settle({.mode = *mode,
+                                  .form = Form::rectangle,
+                                  .bytes_per_pixel = rectangle.bytes_per_pixel,
+                                  .transparency = transparency,
+                                  .mask = rectangle.mask,
+                                  .mask_is_full = mask == GivenMask::full});
+    merge_rows(recipe, rectangle);
+    return 1;
+}
+
+// Quirk: the mask that stands in is made for every mode, hue and colour too, so that these weigh a
+// little differently here than in i32MergeEx.
+int merge_rectangle(const Rectangle &rectangle, int mode, int transparency) {
+    if (rectangle.mask != nullptr)
+        return merge_masked_rectangle(rectangle, GivenMask::as_it_is, mode, transparency);
+    if (!can_be_merged(rectangle))
+        return 0;
+    const std::uint64_t bytes = std::uint64_t(rectangle.overlay_stride) *
+                                    unsigned(rectangle.height) /
+                                    unsigned(rectangle.bytes_per_pixel) +
+                                2;
+    if (bytes > std::numeric_limits<std::size_t>::max())
+        return 0;
+    const RuntimeBlock full_mask(std::malloc(std::size_t(bytes)));
+    if (!full_mask)
+        return 0;
+    // One row serves all.
+    std::memset(full_mask.get(), 255, std::size_t(rectangle.width));
+    Rectangle masked = rectangle;
+    masked.mask = static_cast<const std::uint8_t *>(full_mask.get());
+    masked.mask_stride = 0;
+    return merge_masked_rectangle(masked, GivenMask::full, mode, transparency);
+}
+
+} // namespace q32::merge

@@ -24,4 +24,9 @@ struct Rectangle {
 // mode itself reports. Leaves the thread's priority alone.
 int merge_rectangle(const Rectangle &rectangle, int mode, int transparency);
 
+// The same once a mask has been found, if the mode needs one: a null one stays null here. A full
+// mask is one whose bytes are all 255.
+enum class GivenMask : bool { as_it_is, full };
+int merge_masked_rectangle(const Rectangle &rectangle, GivenMask mask, int mode, int transparency);
+
 } // namespace q32::merge

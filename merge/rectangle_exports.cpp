@@ -1,3 +1,159 @@
+// The exports that merge rectangles of plain memory: clip, find a mask, raise the thread's
+// priority. Merging what is left is rectangle.h's part.
+#include "buffer/area.h"
+#include "library/process/thread_priority.h"
+#include "merge/failures.h"
+#include "merge/full_mask.h"
+#include "merge/rectangle.h"
+#include "merge/run.h"
+
 #include <q32base/merge.h>
-int Q32_CALL i32MergeEx(void *, int, int, const void *, const RECT *, const void *, const RECT *, int, int, int) { return 0; }
-int Q32_CALL i32MergeRamToRam(void *, int, int, int, int, int, const void *, const void *, int, int, RECT, int, int) { return 0; }
+
+namespace q32::merge {
+namespace {
+
+using buffer::Area;
+using buffer::area_of;
+using buffer::intersect;
+using buffer::moved;
+using buffer::saturating_subtract;
+
+// --- helpers ------------------------------------------------------------------------------------
+
+// An image of packed rows and where it lies. Areas reach wider than memory can, so that everything
+// is reckoned in 64 bits; what lies in memory fits into a pointer again.
+template <typename Byte>
+struct Image {
+    Byte *memory;
+    Area area;
+    int bytes_per_pixel;
+
+    std::int64_t row_bytes() const {
+        return (std::int64_t(area.right) - area.left) * bytes_per_pixel;
+    }
+    std::size_t stride() const { return std::size_t(row_bytes()); }
+    Byte *pixel(int x, int y) const {
+        return memory + std::size_t((std::int64_t(y) - area.top) * row_bytes() +
+                                    (std::int64_t(x) - area.left) * bytes_per_pixel);
+    }
+};
+
+std::uint8_t *bytes(void *memory) {
+    return static_cast<std::uint8_t *>(memory);
+}
+
+const std::uint8_t *bytes(const void *memory) {
+    return static_cast<const std::uint8_t *>(memory);
+}
+
+Area area_of(const RECT &rectangle) {
+    return {int(rectangle.left), int(rectangle.top), int(rectangle.right), int(rectangle.bottom)};
+}
+
+// Quirk: these two do without a full mask, so that they weigh by the transparency alone as i32Merge
+// does; the MMX way rounds that to other weights than a full mask's.
+bool does_without_mask(int mode) {
+    return mode == MERGE_COLOR || mode == MERGE_HUE;
+}
+
+// --- drivers ------------------------------------------------------------------------------------
+
+// What a call holds while it works. The priority goes back first, then the mask.
+struct Holdings {
+    FullMask full_mask;
+    ThreadPriority priority;
+};
+
+struct Images {
+    Image<std::uint8_t> image;
+    Image<const std::uint8_t> mask;
+    Image<const std::uint8_t> overlay;
+};
+
+// Merges this area of the images, which all of them cover.
+int merge_area(Holdings &held, const Images &images, const Area &area, int mode, int transparency) {
+    const int bytes_per_pixel = images.image.bytes_per_pixel;
+    if (area.is_empty() || bytes_per_pixel < 1 || bytes_per_pixel > max_bytes_per_pixel ||
+        images.image.memory == nullptr || images.overlay.memory == nullptr)
+        return 0;
+
+    Rectangle rectangle{.destination = images.image.pixel(area.left, area.top),
+                        .mask = nullptr,
+                        .overlay = images.overlay.pixel(area.left, area.top),
+                        .width = area.width(),
+                        .height = area.height(),
+                        .destination_stride = images.image.stride(),
+                        .overlay_stride = images.overlay.stride(),
+                        .mask_stride = images.mask.stride(),
+                        .bytes_per_pixel = bytes_per_pixel};
+    GivenMask given = GivenMask::as_it_is;
+    if (images.mask.memory != nullptr) {
+        rectangle.mask = images.mask.pixel(area.left, area.top);
+    } else if (!does_without_mask(mode)) {
+        const std::size_t width = std::size_t(area.width());
+        if (!held.full_mask.make(std::uint64_t(width) * unsigned(area.height()), width))
+            return 0;
+        rectangle.mask = held.full_mask.row();
+        rectangle.mask_stride = 0;
+        given = GivenMask::full;
+    }
+    held.priority.raise();
+    return merge_masked_rectangle(rectangle, given, mode, transparency);
+}
+
+} // namespace
+} // namespace q32::merge
+
+// --- exports ------------------------------------------------------------------------------------
+
+using namespace q32::merge;
+using q32::buffer::Area;
+
+int Q32_CALL i32MergeEx(void *image, int width, int height, const void *mask,
+                        const RECT *mask_rectangle, const void *overlay,
+                        const RECT *overlay_rectangle, int bytes_per_pixel, int mode,
+                        int transparency) {
+    Holdings held;
+    const Area bounds = area_of(0, 0, width, height);
+    if (mask_rectangle == nullptr)
+        return q32::fail(site::misses_image);
+    const Area mask_area = area_of(*mask_rectangle);
+    const Area masked = intersect(bounds, mask_area);
+    if (masked.is_empty())
+        return q32::fail(site::misses_image);
+    if (overlay_rectangle == nullptr)
+        return q32::fail(site::misses_overlay);
+    const Area overlay_area = area_of(*overlay_rectangle);
+    const Area work = intersect(masked, overlay_area);
+    if (work.is_empty())
+        return q32::fail(site::misses_overlay);
+    return merge_area(held,
+                      {.image = {bytes(image), bounds, bytes_per_pixel},
+                       .mask = {bytes(mask), mask_area, 1},
+                       .overlay = {bytes(overlay), overlay_area, bytes_per_pixel}},
+                      work, mode, transparency);
+}
+
+int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int bytes_per_pixel, int x, int y,
+                              const void *overlay, const void *mask, int overlay_width,
+                              int overlay_height, RECT rectangle, int mode, int transparency) {
+    Holdings held;
+    const Area bounds = area_of(0, 0, width, height);
+    const Area source = area_of(rectangle);
+    const Area placed = area_of(x, y, saturating_subtract(source.right, source.left),
+                                saturating_subtract(source.bottom, source.top));
+    const Area met = intersect(bounds, placed);
+    if (met.is_empty())
+        return q32::fail(site::misses_image);
+    const Area overlay_area =
+        moved(area_of(0, 0, overlay_width, overlay_height), saturating_subtract(x, source.left),
+              saturating_subtract(y, source.top));
+    const Area work = intersect(met, overlay_area);
+    if (work.is_empty())
+        return q32::fail(site::misses_overlay);
+    return merge_area(held,
+                      {.image = {bytes(image), bounds, bytes_per_pixel},
+                       .mask = {bytes(mask), overlay_area, 1},
+                       .overlay = {bytes(overlay), overlay_area, bytes_per_pixel}},
+                      work, mode, transparency);
+}

@@ -1,0 +1,341 @@
+// Settling recipes, and merging runs by them.
+#include "merge/run.h"
+
+#include "library/process/process.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace q32::merge {
+namespace {
+
+using Weights = Recipe::Weights;
+
+// Scratch rows of this many bytes or pixels stay in the first-level cache beside the pixels.
+constexpr std::size_t scratch_pixels = 2048;
+constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+
+// --- pieces -------------------------------------------------------------------------------------
+
+// The weights of a piece: its mask as it is, or what becomes of it in the scratch row.
+const std::uint8_t *weights_of(const Recipe &recipe, const Run &piece, std::uint8_t *scratch) {
+    if (recipe.weights == Weights::mask)
+        return piece.mask;
+    if (recipe.weights == Weights::percent_of_mask)
+        blends().percent_weights(scratch, piece.mask, recipe.percent, piece.pixels);
+    else
+        blends().scaled_weights(scratch, piece.mask, recipe.scale, piece.pixels);
+    return scratch;
+}
+
+void copy_overlay(const Recipe &recipe, const Run &piece) {
+    if (piece.overlay != piece.result)
+        std::memcpy(piece.result, piece.overlay, piece.pixels * recipe.samples);
+}
+
+void blend_uniformly(const Recipe &recipe, const Run &piece) {
+    recipe.uniform_blend(piece.result, piece.overlay, recipe.constant,
+                         piece.pixels * recipe.samples);
+}
+
+void blend_by_mask(const Recipe &recipe, const Run &piece) {
+    recipe.masked_blend(piece.result, piece.overlay, piece.mask, piece.mask, piece.pixels);
+}
+
+void blend_by_weights(const Recipe &recipe, const Run &piece) {
+    std::uint8_t scratch[scratch_pixels];
+    recipe.masked_blend(piece.result, piece.overlay, weights_of(recipe, piece, scratch), piece.mask,
+                        piece.pixels);
+}
+
+void blend_selected(const Recipe &recipe, const Run &piece) {
+    std::uint8_t selected[scratch_pixels];
+    recipe.select(selected, weights_of(recipe, piece, selected), piece.result, piece.overlay,
+                  piece.pixels);
+    recipe.masked_blend(piece.result, piece.overlay, selected, piece.mask, piece.pixels);
+}
+
+void apply_relief(const Recipe &recipe, const Run &piece) {
+    recipe.relief(piece.result, piece.overlay, piece.mask, recipe.strength, piece.pixels);
+}
+
+void subtract_masked(const Recipe &recipe, const Run &piece) {
+    recipe.subtract_masked(piece.result, piece.overlay, piece.mask, piece.pixels);
+}
+
+void subtract_portion(const Recipe &recipe, const Run &piece) {
+    effects().subtract_portion(piece.result, piece.overlay, recipe.portion,
+                               piece.pixels * recipe.samples);
+}
+
+// The normal blend goes to a row of its own, whose fields then go into the base's pixels.
+template <MergePiece *normal_blend>
+void transfer_fields(const Recipe &recipe, const Run &piece) {
+    std::uint8_t merged[3 * scratch_pixels];
+    std::memcpy(merged, piece.base, 3 * piece.pixels);
+    normal_blend(recipe, {merged, merged, piece.mask, piece.overlay, piece.pixels});
+    recipe.transfer(piece.result, piece.base, merged, piece.pixels);
+}
+
+void transfer_overlay_fields(const Recipe &recipe, const Run &piece) {
+    recipe.transfer(piece.result, piece.base, piece.overlay, piece.pixels);
+}
+
+// --- pixels of other sizes ----------------------------------------------------------------------
+
+// Red, green and blue where there are three samples, else the first.
+int luminance(const std::uint8_t *pixel, std::size_t samples) {
+    return samples < 3 ? pixel[0] : (30 * pixel[0] + 59 * pixel[1] + 11 * pixel[2]) / 100;
+}
+
+bool acts(Comparison comparison, const std::uint8_t *base, const std::uint8_t *overlay,
+          std::size_t samples) {
+    const int below = luminance(base, samples);
+    const int above = luminance(overlay, samples);
+    return comparison == Comparison::darker ? above < below : above > below;
+}
+
+// Each sample becomes a grey pixel of its own.
+Run samples_of(const Recipe &recipe, const Run &piece, const std::uint8_t *mask) {
+    return {piece.result, piece.base, mask, piece.overlay, piece.pixels * recipe.pixel_bytes};
+}
+
+void merge_as_grey(const Recipe &recipe, const Run &piece) {
+    recipe.merge_samples(recipe, samples_of(recipe, piece, nullptr));
+}
+
+// The grey pixels share their pixel's mask byte, which counts as 0 where acts(pixel) is false.
+template <typename Acts>
+void spread_mask(const Recipe &recipe, const Run &piece, Acts acts_at) {
+    std::uint8_t mask[scratch_pixels];
+    const std::size_t samples = recipe.pixel_bytes;
+    for (std::size_t i = 0; i != piece.pixels; ++i)
+        std::memset(mask + i * samples, acts_at(i * samples) ? piece.mask[i] : 0, samples);
+    recipe.merge_samples(recipe, samples_of(recipe, piece, mask));
+}
+
+void merge_masked_as_grey(const Recipe &recipe, const Run &piece) {
+    spread_mask(recipe, piece, [](std::size_t) { return true; });
+}
+
+void merge_selected_as_grey(const Recipe &recipe, const Run &piece) {
+    spread_mask(recipe, piece, [&](std::size_t at) {
+        return acts(recipe.comparison, piece.result + at, piece.overlay + at, recipe.pixel_bytes);
+    });
+}
+
+// --- recipes ------------------------------------------------------------------------------------
+
+int percent_of(const Request &request) {
+    return 100 - std::clamp(request.transparency, 0, 100);
+}
+
+bool is_shifted(const Request &request) {
+    const ShiftedIn shifted_in = request.mode.shifted_in;
+    return mmx_available() && request.bytes_per_pixel == 3 &&
+           (request.form == Form::run ? shifted_in != ShiftedIn::none
+                                      : shifted_in == ShiftedIn::runs_and_rectangles);
+}
+
+// Quirk: the MMX way scales opacity to 255 in runs, and to the low byte of 256 in rectangles. A
+// transfer's normal blend is that of a run in both.
+std::uint8_t mask_scale(const Request &request, int percent) {
+    const bool as_run = request.form == Form::run || request.mode.action == Action::transfer;
+    return std::uint8_t(percent * (as_run ? 255 : 256) / 100);
+}
+
+void settle_weights(Recipe &recipe, const Request &request, Rounding rounding) {
+    recipe.percent = percent_of(request);
+    if (request.mask == nullptr) {
+        recipe.weights = Weights::constant;
+        recipe.constant = std::uint8_t(recipe.percent * 255 / 100);
+    } else if (recipe.percent == 100) {
+        recipe.weights = Weights::mask;
+    } else if (rounding == Rounding::shifted) {
+        recipe.weights = Weights::scaled_mask;
+        recipe.scale = mask_scale(request, recipe.percent);
+    } else {
+        recipe.weights = Weights::percent_of_mask;
+    }
+}
+
+// Under a full mask all weights are the same, and what premultiplied pixels are divided by is 255:
+// there is no need to read it.
+void do_without_full_mask(Recipe &recipe) {
+    constexpr int full = 255;
+    if (recipe.weights == Weights::mask)
+        recipe.constant = full;
+    else if (recipe.weights == Weights::percent_of_mask)
+        recipe.constant = std::uint8_t(full * recipe.percent / 100);
+    else if (recipe.weights == Weights::scaled_mask)
+        recipe.constant = std::uint8_t((full * recipe.scale) >> 8);
+    recipe.weights = Weights::constant;
+}
+
+bool is_premultiplied(Rule rule) {
+    return rule == Rule::premultiplied_black || rule == Rule::premultiplied_white;
+}
+
+// Quirk: without a mask and at full strength the standard way copies the overlay under every rule,
+// the MMX way under the normal one only. Callers see a difference without a mask act as a normal
+// merge at transparency 0, and as a difference from transparency 1 on.
+bool copies_overlay(const Recipe &recipe, const Request &request, Rounding rounding, Rule rule) {
+    return recipe.constant == 255 &&
+           (rule == Rule::normal || (request.mask == nullptr && rounding == Rounding::divided));
+}
+
+void settle_blend(Recipe &recipe, const Request &request) {
+    const Rounding rounding = is_shifted(request) ? Rounding::shifted : Rounding::divided;
+    settle_weights(recipe, request, rounding);
+    if (request.mask_is_full)
+        do_without_full_mask(recipe);
+
+    Rule rule = request.mode.rule;
+    if (recipe.weights == Weights::constant) {
+        if (is_premultiplied(rule))
+            rule = Rule::normal;
+        recipe.uniform_blend = blends()(rounding, rule).uniform;
+        recipe.begins_with_base = !copies_overlay(recipe, request, rounding, rule);
+        recipe.merge_piece = recipe.begins_with_base ? blend_uniformly : copy_overlay;
+        return;
+    }
+    const Blend &blend = blends()(rounding, rule);
+    recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
+    recipe.reads_mask = true;
+    if (recipe.weights == Weights::mask) {
+        recipe.merge_piece = blend_by_mask;
+    } else {
+        recipe.merge_piece = blend_by_weights;
+        recipe.piece_pixels = scratch_pixels;
+    }
+}
+
+void settle_transfer(Recipe &recipe, const Request &request) {
+    settle_blend(recipe, request);
+    recipe.transfer = colours().transfer[std::size_t(request.mode.fields)];
+    if (recipe.merge_piece == copy_overlay)
+        recipe.merge_piece = transfer_overlay_fields;
+    else if (recipe.merge_piece == blend_uniformly)
+        recipe.merge_piece = transfer_fields<blend_uniformly>;
+    else if (recipe.merge_piece == blend_by_mask)
+        recipe.merge_piece = transfer_fields<blend_by_mask>;
+    else
+        recipe.merge_piece = transfer_fields<blend_by_weights>;
+    recipe.piece_pixels = scratch_pixels;
+    recipe.begins_with_base = false;
+}
+
+template <typename Kernel>
+Kernel *of_size(const BySize<Kernel> &kernels, std::size_t samples) {
+    return samples == 3 ? kernels.colour : kernels.grey;
+}
+
+void settle_selection(Recipe &recipe, const Request &request) {
+    const bool shifted =
+        mmx_available() && request.bytes_per_pixel == 3 && request.form == Form::rectangle;
+    recipe.comparison = shifted ? request.mode.shifted_comparison : request.mode.comparison;
+    settle_weights(recipe, request, Rounding::divided);
+    recipe.select = of_size(effects().select[std::size_t(recipe.comparison)], recipe.samples);
+    const Blend &blend = blends()(Rounding::divided, Rule::normal);
+    recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
+    recipe.merge_piece = blend_selected;
+    recipe.piece_pixels = scratch_pixels;
+    recipe.reads_mask = true;
+}
+
+void settle_relief(Recipe &recipe, const Request &request) {
+    const int transparency = 100 - percent_of(request);
+    recipe.strength = transparency == 100 ? 0 : std::uint8_t(127 - 127 * transparency / 99);
+    recipe.relief = of_size(effects().relief, recipe.samples);
+    recipe.merge_piece = apply_relief;
+    recipe.reads_mask = true;
+}
+
+void settle_mask_subtraction(Recipe &recipe, const Request &request) {
+    const int percent = percent_of(request);
+    if (request.mask != nullptr && percent == 100) {
+        recipe.subtract_masked = of_size(effects().subtract_masked, recipe.samples);
+        recipe.merge_piece = subtract_masked;
+        recipe.reads_mask = true;
+        return;
+    }
+    // Quirk: under 100 percent the first byte of the mask stands for all of it.
+    const std::uint8_t weight = request.mask != nullptr ? request.mask[0] : 255;
+    recipe.portion = std::uint32_t(percent) * weight;
+    recipe.merge_piece = subtract_portion;
+}
+
+Recipe settle_samples(const Request &request, int samples) {
+    Recipe recipe{};
+    recipe.samples = std::size_t(samples);
+    recipe.pixel_bytes = recipe.samples;
+    recipe.piece_pixels = unlimited;
+    recipe.begins_with_base = true;
+    switch (request.mode.action) {
+    case Action::blend:
+        settle_blend(recipe, request);
+        break;
+    case Action::transfer:
+        settle_transfer(recipe, request);
+        break;
+    case Action::selection:
+        settle_selection(recipe, request);
+        break;
+    case Action::relief:
+        settle_relief(recipe, request);
+        break;
+    case Action::mask_subtraction:
+        settle_mask_subtraction(recipe, request);
+        break;
+    }
+    return recipe;
+}
+
+// Pixels of 2 and of 4 to 8 bytes. What a selection leaves out gets weight 0.
+Recipe settle_as_grey(Request request) {
+    const bool selects = request.mode.action == Action::selection;
+    if (selects)
+        request.mask_is_full = false; // the weights differ, as the pixels do
+    Recipe recipe = settle_samples(request, 1);
+    if (selects)
+        settle_blend(recipe, request);
+    recipe.pixel_bytes = std::size_t(request.bytes_per_pixel);
+    recipe.merge_samples = recipe.merge_piece;
+    if (selects)
+        recipe.merge_piece = merge_selected_as_grey;
+    else
+        recipe.merge_piece = recipe.reads_mask ? merge_masked_as_grey : merge_as_grey;
+    recipe.piece_pixels = scratch_pixels / recipe.pixel_bytes;
+    return recipe;
+}
+
+} // namespace
+
+// --- drivers ------------------------------------------------------------------------------------
+
+Recipe settle(const Request &request) {
+    const int size = request.bytes_per_pixel;
+    return size == 1 || size == 3 ? settle_samples(request, size) : settle_as_grey(request);
+}
+
+void merge_run(const Recipe &recipe, const Run &run) {
+    const bool brings_base = recipe.begins_with_base && run.base != run.result;
+    const std::size_t most =
+        brings_base ? std::min(recipe.piece_pixels, scratch_pixels) : recipe.piece_pixels;
+    Run piece = run;
+    for (std::size_t left = run.pixels; left != 0; left -= piece.pixels) {
+        piece.pixels = std::min(left, most);
+        const std::size_t bytes = piece.pixels * recipe.pixel_bytes;
+        if (brings_base)
+            std::memcpy(piece.result, piece.base, bytes);
+        recipe.merge_piece(recipe, piece);
+        piece.result += bytes;
+        piece.base += bytes;
+        piece.overlay += bytes;
+        if (piece.mask != nullptr)
+            piece.mask += piece.pixels;
+    }
+}
+
+} // namespace q32::merge

@@ -1,0 +1,67 @@
+// How runs of pixels are merged. A call settles once what its mode, mask, transparency and pixel
+// size come to, in a recipe; merging a run by it is then kernel after kernel over pieces that stay
+// in the cache. Knows no rectangles, makes no memory, reports nothing.
+#pragma once
+
+#include "merge/modes.h"
+
+namespace q32::merge {
+
+inline constexpr int max_bytes_per_pixel = 8;
+
+struct Run {
+    std::uint8_t *result;
+    const std::uint8_t *base;    // may be the result
+    const std::uint8_t *mask;    // one byte per pixel; null where there is none
+    const std::uint8_t *overlay; // may be the result only where that is the base too
+    std::size_t pixels;
+};
+
+struct Request {
+    const Mode &mode;
+    Form form;
+    int bytes_per_pixel;      // 1 to 8; 3 for transfers
+    int transparency;         // percent; what is out of range is cut to it
+    const std::uint8_t *mask; // null where there is none; relief and selections need one
+    bool mask_is_full;        // every byte is 255: stands in for one that was not given
+};
+
+struct Recipe;
+using MergePiece = void(const Recipe &recipe, const Run &piece);
+
+// Each way of merging a piece reads what it needs of this and leaves the rest.
+struct Recipe {
+    MergePiece *merge_piece;
+    std::size_t piece_pixels; // most that it takes at once
+    std::size_t pixel_bytes;
+    std::size_t samples;   // of the kernels' pixels: 1 or 3
+    bool begins_with_base; // the result must hold the base first
+    bool reads_mask;
+
+    // Weights: one for all pixels, or what the mask bytes become.
+    enum class Weights : std::uint8_t { constant, mask, percent_of_mask, scaled_mask };
+    Weights weights;
+    std::uint8_t constant;
+    std::uint8_t scale;
+    int percent;
+
+    MaskedBlend *masked_blend;
+    UniformBlend *uniform_blend;
+    Selection *select;
+    FieldTransfer *transfer;
+    Relief *relief;
+    std::uint8_t strength; // of relief
+    MaskedSubtraction *subtract_masked;
+    std::uint32_t portion; // of subtraction
+
+    // Pixels of other sizes than one and three samples: how their samples are merged, as grey.
+    MergePiece *merge_samples;
+    Comparison comparison;
+};
+
+// The recipe holds as long as the request's mask does.
+Recipe settle(const Request &request);
+
+void merge_run(const Recipe &recipe, const Run &run);
+
+} // namespace q32::merge
