@@ -5,7 +5,8 @@
 #include "library/process/cpu.h"
 
 #include <algorithm>
-#include <utility>
+#include <ostream>
+#include <type_traits>
 #include <vector>
 
 namespace q32::test {
@@ -15,6 +16,11 @@ struct Level {
     const char *name;
     const Kernels *kernels;
 };
+
+template <class Kernels>
+void PrintTo(const Level<Kernels> &level, std::ostream *stream) {
+    *stream << level.name;
+}
 
 template <class Kernels>
 std::vector<Level<Kernels>> levels_of_this_machine(const Kernels &scalar,
