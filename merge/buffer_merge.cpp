@@ -1,4 +1,235 @@
+// The exports that merge out of and into buffers: check, clip, lock, and merge the pieces that lie
+// inside one cell of each buffer involved.
+#include "merge/cell_walk.h"
+#include "merge/placement.h"
+#include "merge/rectangle.h"
+
 #include <q32base/merge.h>
-int Q32_CALL i32MergeBufToBuf(HBUF32, int, int, HBUF32, HBUF32, const RECT *, int, int) { return 0; }
-int Q32_CALL i32MergeRamToBuf(HBUF32, int, int, const void *, const void *, const RECT *, int, int, int, int) { return 0; }
-int Q32_CALL i32MergeBufToRam(void *, int, int, int, int, int, HBUF32, HBUF32, const RECT *, int, int) { return 0; }
+
+namespace q32::merge {
+namespace {
+
+Area area_of(const RECT &rectangle) {
+    return {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom};
+}
+
+// --- buffers as they are
+// --------------------------------------------------------------------------
+
+struct Format {
+    int width, height; // pixels
+    int bytes_per_pixel;
+
+    Area area() const { return {0, 0, width, height}; }
+};
+
+// False when the handle is no live buffer.
+bool read_format(HBUF32 buffer, Format *format) {
+    return buf32GetWHU(buffer, &format->width, &format->height, &format->bytes_per_pixel);
+}
+
+// --- sources ------------------------------------------------------------------------------------
+
+// What all pieces of a call have in common.
+struct Job {
+    HBUF32 mask; // or 0
+    HBUF32 overlay;
+    int bytes_per_pixel;
+    int mode;
+    int transparency;
+
+    bool has_mask() const { return mask != 0; }
+};
+
+// Overlay and mask, locked in this order and unlocked in it as well.
+struct SourceLocks {
+    BufferLock mask, overlay; // the last member goes first
+
+    bool lock(const Job &job) {
+        return overlay.lock(job.overlay, BUF32_READ) &&
+               (!job.has_mask() || mask.lock(job.mask, BUF32_READ));
+    }
+};
+
+// A cell of the overlay and the mask's of the same index, likewise.
+struct SourceCell {
+    CellLock mask, overlay;
+
+    bool lock(const Job &job, int index) {
+        return overlay.lock(job.overlay, index) && (!job.has_mask() || mask.lock(job.mask, index));
+    }
+
+    // With a mask, the overlay's cell is unlocked twice and the mask's not at all. Required:
+    // programs that reckon with it would end up with buffers that they cannot free. A caller sees
+    // the overlay's lock count fall short by one (an unlock at 0 is reported), and the mask's stay
+    // up by one.
+    void unlock_unmerged(const Job &job) {
+        overlay.unlock();
+        if (job.has_mask()) {
+            buf32CellUnlock(job.overlay, overlay.index());
+            mask.leave_locked();
+        }
+    }
+};
+
+// --- pieces -------------------------------------------------------------------------------------
+
+// Where a part of the overlay goes: rows of plain memory or of a cell.
+struct Target {
+    Area part; // in coordinates of the overlay
+    uint8_t *first_pixel;
+    size_t stride;
+
+    uint8_t *pixel(int x, int y, int bytes_per_pixel) const {
+        return first_pixel + size_t(y - part.top) * stride +
+               size_t(x - part.left) * size_t(bytes_per_pixel);
+    }
+};
+
+// Merges what of the target comes from one cell. Masks are taken as they are: one whose cell does
+// not hold the piece, because it is smaller or divided in another way, is found out here.
+bool merge_piece(const Job &job, const SourceCell &source, const Target &target,
+                 const Area &piece) {
+    constexpr int mask_bytes = 1;
+    if (job.has_mask() && !source.mask.holds(piece, mask_bytes))
+        return false;
+    Rectangle rectangle = {};
+    rectangle.destination = target.pixel(piece.left, piece.top, job.bytes_per_pixel);
+    rectangle.destination_stride = target.stride;
+    rectangle.overlay = source.overlay.pixel(piece.left, piece.top, job.bytes_per_pixel);
+    rectangle.overlay_stride = source.overlay.stride();
+    if (job.has_mask()) {
+        rectangle.mask = source.mask.pixel(piece.left, piece.top, mask_bytes);
+        rectangle.mask_stride = source.mask.stride();
+    }
+    rectangle.width = piece.width();
+    rectangle.height = piece.height();
+    rectangle.bytes_per_pixel = job.bytes_per_pixel;
+    return merge_rectangle(rectangle, job.mode, job.transparency);
+}
+
+// --- into a buffer ------------------------------------------------------------------------------
+
+bool merge_into_cell(const Job &job, const Target &target) {
+    return each_cell(job.overlay, target.part, [&](int index) {
+        SourceCell source;
+        return source.lock(job, index) &&
+               merge_piece(job, source, target, intersect(source.overlay.area(), target.part));
+    });
+}
+
+bool merge_into_buffer(const Job &job, HBUF32 destination, const Placement &placement) {
+    // Unlocked after the sources.
+    BufferLock destination_lock;
+    SourceLocks source_locks;
+    if (!destination_lock.lock(destination, BUF32_WRITE_3) || !source_locks.lock(job))
+        return false;
+    const int dx = placement.overlay.left - placement.destination.left;
+    const int dy = placement.overlay.top - placement.destination.top;
+    return each_cell(destination, placement.destination, [&](int index) {
+        CellLock cell;
+        if (!cell.lock(destination, index))
+            return false;
+        const Area piece = intersect(cell.area(), placement.destination);
+        return merge_into_cell(job, {moved(piece, dx, dy),
+                                     cell.pixel(piece.left, piece.top, job.bytes_per_pixel),
+                                     cell.stride()});
+    });
+}
+
+// --- into plain memory --------------------------------------------------------------------------
+
+struct Image {
+    uint8_t *memory;
+    Format format;
+
+    size_t stride() const { return size_t(format.width) * size_t(format.bytes_per_pixel); }
+    uint64_t offset_of(int x, int y) const {
+        return (uint64_t(unsigned(y)) * unsigned(format.width) + unsigned(x)) *
+               unsigned(format.bytes_per_pixel);
+    }
+    // Whether the address space has room for the image as far as an area's last pixel. Where it has
+    // not, the image cannot be the caller's, and nothing is touched.
+    bool reaches(const Area &area) const {
+        return offset_of(area.right, area.bottom - 1) <=
+               UINTPTR_MAX - reinterpret_cast<uintptr_t>(memory);
+    }
+};
+
+// All cells of the placed rectangle are visited, those beyond the image too.
+bool merge_into_image(const Job &job, const Image &image, const Placement &placement) {
+    const Area &place = placement.destination;
+    if (!image.reaches(place))
+        return false;
+    SourceLocks locks;
+    if (!locks.lock(job))
+        return false;
+    const Target target = {landing_part(placement),
+                           image.memory + image.offset_of(place.left, place.top), image.stride()};
+    return each_cell(job.overlay, placement.overlay, [&](int index) {
+        SourceCell source;
+        if (!source.lock(job, index))
+            return false;
+        const Area piece = intersect(source.overlay.area(), target.part);
+        if (piece.is_empty()) {
+            source.unlock_unmerged(job);
+            return true;
+        }
+        return merge_piece(job, source, target, piece);
+    });
+}
+
+} // namespace
+} // namespace q32::merge
+
+using namespace q32::merge;
+
+int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 mask, HBUF32 overlay,
+                              const RECT *rectangle, int mode, int transparency) {
+    if (destination == 0 || overlay == 0 || rectangle == nullptr)
+        return 0;
+    Format to, from;
+    if (!read_format(destination, &to) || !read_format(overlay, &from))
+        return 0;
+    if (to.bytes_per_pixel == 0 || to.bytes_per_pixel != from.bytes_per_pixel)
+        return 0;
+    const Placement placement = cut(place(area_of(*rectangle), from.area(), x, y), to.area());
+    if (placement.outcome != Outcome::placed)
+        return placement.outcome == Outcome::nothing_left;
+    const Job job = {mask, overlay, from.bytes_per_pixel, mode, transparency};
+    return merge_into_buffer(job, destination, placement);
+}
+
+int Q32_CALL i32MergeRamToBuf(HBUF32 destination, int x, int y, const void *, const void *overlay,
+                              const RECT *rectangle, int overlay_width, int overlay_height, int,
+                              int) {
+    if (destination == 0 || overlay == nullptr || rectangle == nullptr)
+        return 0;
+    const Placement placement =
+        place(area_of(*rectangle), {0, 0, overlay_width, overlay_height}, x, y);
+    if (placement.outcome != Outcome::placed)
+        return placement.outcome == Outcome::nothing_left;
+    // Refuses the very buffers that could be merged into. Required: programs fall back on a way of
+    // their own when they get 0. A caller sees every call with pixels to merge fail.
+    Format to;
+    if (!read_format(destination, &to) || to.bytes_per_pixel != 0)
+        return 0;
+    // Pixels that share a byte cannot be merged into.
+    return cut(placement, to.area()).outcome == Outcome::nothing_left;
+}
+
+int Q32_CALL i32MergeBufToRam(void *image, int x, int y, int width, int height, int bytes_per_pixel,
+                              HBUF32 mask, HBUF32 overlay, const RECT *rectangle, int mode,
+                              int transparency) {
+    if (image == nullptr || overlay == 0 || rectangle == nullptr)
+        return 0;
+    Format from;
+    if (!read_format(overlay, &from) || from.bytes_per_pixel != bytes_per_pixel)
+        return 0;
+    const Format to = {width, height, bytes_per_pixel};
+    const Placement placement = cut(place(area_of(*rectangle), from.area(), x, y), to.area());
+    if (placement.outcome != Outcome::placed)
+        return placement.outcome == Outcome::nothing_left;
+    const Job job = {mask, overlay, bytes_per_pixel, mode, transparency};
+    return merge_into_image(job, {static_cast<uint8_t *>(image), to}, placement);
+}

@@ -1,0 +1,50 @@
+// Locks of buffers and of cells, and where cells lie.
+#include "merge/cell_walk.h"
+
+#include <utility>
+
+namespace q32::merge {
+
+BufferLock::~BufferLock() {
+    if (buffer_ != 0)
+        buf32Unlock(buffer_);
+}
+
+bool BufferLock::lock(HBUF32 buffer, int mode) {
+    if (!buf32Lock(buffer, mode, nullptr))
+        return false;
+    buffer_ = buffer;
+    return true;
+}
+
+bool CellLock::lock(HBUF32 buffer, int index) {
+    void *address = nullptr;
+    if (!buf32CellLock(buffer, index, &address, &cell_))
+        return false;
+    buffer_ = buffer;
+    address_ = static_cast<std::uint8_t *>(address);
+    return address_ != nullptr;
+}
+
+void CellLock::unlock() {
+    if (const HBUF32 buffer = std::exchange(buffer_, 0); buffer != 0)
+        buf32CellUnlock(buffer, cell_.index);
+}
+
+bool CellLock::holds(const Area &area, int bytes_per_pixel) const {
+    return intersect(area, this->area()) == area &&
+           std::size_t(area.right - cell_.x) * std::size_t(bytes_per_pixel) <= stride();
+}
+
+std::uint8_t *CellLock::pixel(int x, int y, int bytes_per_pixel) const {
+    return address_ + std::size_t(y - cell_.y) * stride() +
+           std::size_t(x - cell_.x) * std::size_t(bytes_per_pixel);
+}
+
+CellRange cells_covering(HBUF32 buffer, const Area &area) {
+    const BUF32INFO &info = buffer::record_of(buffer)->info;
+    return {info.cell_columns, area.left / info.cell_width, (area.right - 1) / info.cell_width,
+            area.top / info.cell_height, (area.bottom - 1) / info.cell_height};
+}
+
+} // namespace q32::merge
