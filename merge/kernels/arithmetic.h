@@ -180,5 +180,19 @@ inline V64 sum_byte_products(V64 a, V64 b) {
 
 #endif
 
+// --- any size -----------------------------------------------------------------------------------
+
+// Two bytes, so one word, for each byte of a vector: those of the lanes' low halves, and those of
+// their high halves.
+template <class V>
+struct Pairs {
+    V low, high;
+};
+
+template <class V>
+Pairs<V> interleaved(V first, V second) {
+    return {interleave_low_bytes(first, second), interleave_high_bytes(first, second)};
+}
+
 } // namespace
 } // namespace q32::merge

@@ -24,8 +24,8 @@ constexpr Blend blend_of_rule() {
 template <class Frames, Rounding rounding, class... R>
 constexpr void set_rules(BlendKernels &table, RuleList<R...>) {
     static_assert(sizeof...(R) == rule_count);
-    Blend *entry = table.blend[std::size_t(rounding)];
-    ((*entry++ = blend_of_rule<Frames, rounding, R>()), ...);
+    Blend *const blends = table.blend[size_t(rounding)];
+    ((blends[size_t(R::rule)] = blend_of_rule<Frames, rounding, R>()), ...);
 }
 
 template <class Frames>

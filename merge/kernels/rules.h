@@ -5,6 +5,7 @@
 // Private to the file that includes it, as arithmetic.h.
 #pragma once
 
+#include "merge/kernels/arithmetic.h"
 #include "merge/kernels/blend_kernels.h"
 
 #include <algorithm>
@@ -21,6 +22,15 @@ constexpr int product(int x, int y) {
     return rounding == Rounding::divided && remainder >= 127 ? quotient + 1 : quotient;
 }
 
+// The same for words that hold 256 times a sample: x + 1 (or x + 129) times 257 is its quotient by
+// 255 times 65536, and a bit.
+template <Rounding rounding, class V>
+V product_words(V x256, V y256) {
+    constexpr int towards_next = rounding == Rounding::divided ? 255 - 127 : 0;
+    return multiply_high(add_words(multiply_high(x256, y256), repeat_word<V>(towards_next + 1)),
+                         repeat_word<V>(257));
+}
+
 // Result r weighed into base sample b.
 template <Rounding rounding>
 constexpr int weighed(int r, int b, int weight) {
@@ -31,39 +41,80 @@ constexpr int weighed(int r, int b, int weight) {
 // --- rules --------------------------------------------------------------------------------------
 
 struct Normal {
+    static constexpr Rule rule = Rule::normal;
     static constexpr int result(int s, int) { return s; }
+
+    template <class V>
+    static V wide(V s, V) {
+        return s;
+    }
 };
 
 struct Difference {
+    static constexpr Rule rule = Rule::difference;
     static constexpr int result(int s, int b) { return s > b ? s - b : b - s; }
+
+    template <class V>
+    static V wide(V s, V b) {
+        return subtract_bytes_saturated(s, b) | subtract_bytes_saturated(b, s);
+    }
 };
 
 struct Add {
+    static constexpr Rule rule = Rule::add;
     static constexpr int result(int s, int b) { return std::min(s + b, 255); }
+
+    template <class V>
+    static V wide(V s, V b) {
+        return add_bytes_saturated(s, b);
+    }
 };
 
 struct Subtract {
+    static constexpr Rule rule = Rule::subtract;
     static constexpr int result(int s, int b) { return std::max(s - b, 0); }
+
+    template <class V>
+    static V wide(V s, V b) {
+        return subtract_bytes_saturated(s, b);
+    }
 };
 
 template <Rounding rounding>
 struct Multiply {
+    static constexpr Rule rule = Rule::multiply;
     static constexpr int result(int s, int b) { return product<rounding>(s, b); }
+
+    template <class V>
+    static Pairs<V> pairs(V s, V b) {
+        const Pairs<V> s256 = interleaved(zero<V>(), s), b256 = interleaved(zero<V>(), b);
+        return {product_words<rounding>(s256.low, b256.low) | b256.low,
+                product_words<rounding>(s256.high, b256.high) | b256.high};
+    }
 };
 
 template <Rounding rounding>
 struct Screen {
+    static constexpr Rule rule = Rule::screen;
     static constexpr int result(int s, int b) { return 255 - product<rounding>(255 - s, 255 - b); }
+
+    template <class V>
+    static Pairs<V> pairs(V s, V b) {
+        const Pairs<V> complements = Multiply<rounding>::pairs(~s, ~b);
+        return {~complements.low, ~complements.high};
+    }
 };
 
 // The premultiplied rules do not look at the base: they give back the overlay sample as it was
 // before it was multiplied with the mask m, which is not 0.
 
 struct PremultipliedBlack {
+    static constexpr Rule rule = Rule::premultiplied_black;
     static constexpr int straight(int s, int m) { return std::min(s * 255 / m, 255); }
 };
 
 struct PremultipliedWhite {
+    static constexpr Rule rule = Rule::premultiplied_white;
     static constexpr int straight(int s, int m) {
         return PremultipliedBlack::straight(std::max(s + m - 255, 0), m);
     }
@@ -79,7 +130,7 @@ concept Premultiplied = requires {
 template <class...>
 struct RuleList {};
 
-// In the order of the enumerators. A rule that is added here has all its forms.
+// A rule that is added here has all its forms.
 template <Rounding rounding>
 using Rules = RuleList<Normal, Difference, Add, Subtract, Multiply<rounding>, Screen<rounding>,
                        PremultipliedBlack, PremultipliedWhite>;
