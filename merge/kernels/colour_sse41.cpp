@@ -1,0 +1,9 @@
+// Colour spaces for processors with the byte shuffle, 16 pixels at a time.
+#include "merge/kernels/colour_forms.h"
+#include "merge/kernels/colour_steps.h"
+
+namespace q32::merge {
+
+constexpr ColourKernels sse41_colour_kernels = WideColours<V16, scalar_colour_kernels>::table;
+
+} // namespace q32::merge

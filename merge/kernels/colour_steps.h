@@ -1,0 +1,197 @@
+// The steps of the colour kernels and the table that they make up, written once for all vectors.
+//
+// Private to the file that includes it, as vectors.h.
+#pragma once
+
+#include "merge/kernels/colour_grey.h"
+#include "merge/kernels/colour_layout.h"
+#include "rows/kernels/runs.h"
+
+namespace q32::merge {
+namespace {
+
+// --- out of RGB ----------------------------------------------------------------------------------
+
+template <class Space, class V>
+struct RgbToRecords {
+    static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = record_bytes;
+    using Loaded = Pixels<V>;
+
+    Loaded load(const uint8_t *source) const { return load_pixels<V>(source); }
+    void store(uint8_t *destination, const Loaded &pixels) const {
+        const Ranked<V> samples = rank(pixels);
+        store_half<0>(destination, samples);
+        store_half<1>(destination + record_bytes * units / 2, samples);
+    }
+
+private:
+    template <size_t half>
+    static void store_half(uint8_t *destination, const Ranked<V> &samples) {
+        const auto hues = Hues<V>::template of<half>(samples);
+        const auto saturations =
+            Saturations<V>::of(words_of<half>(samples.range), Space::template most<half>(samples));
+        const V value = Space::template value<half>(samples);
+        store_quarter<0>(destination, hues, saturations, value);
+        store_quarter<1>(destination + record_bytes * units / 4, hues, saturations, value);
+    }
+
+    template <size_t half>
+    static void store_quarter(uint8_t *destination, const Hues<V> &hues,
+                              const Saturations<V> &saturations, V value) {
+        const V hue = hues.template hue<half>();
+        const V saturation = saturations.template saturation<half>();
+        if constexpr (Space::saturation_last)
+            store_fields(destination, hue, dwords_of<half>(value), saturation);
+        else
+            store_fields(destination, hue, saturation, dwords_of<half>(value));
+    }
+};
+
+// --- back to RGB ---------------------------------------------------------------------------------
+
+// Records with a field out of range are left to the scalar form, a whole step of them.
+template <class Space, class V>
+struct RecordsToRgb {
+    static constexpr size_t units = sizeof(V), source_bytes = record_bytes, destination_bytes = 3;
+    struct Loaded {
+        V v[4][3]; // as in memory
+    };
+
+    Loaded load(const uint8_t *source) const {
+        Loaded loaded;
+        for (size_t i = 0; i < 4; ++i)
+            for (size_t j = 0; j < 3; ++j)
+                loaded.v[i][j] = rows::load<V>(source + (3 * i + j) * sizeof(V));
+        return loaded;
+    }
+
+    void store(uint8_t *destination, const Loaded &loaded) const {
+        const Half low = half_of(loaded.v[0], loaded.v[1]);
+        const Half high = half_of(loaded.v[2], loaded.v[3]);
+        if (any_bit(low.outside | high.outside))
+            store_scalar(destination, loaded);
+        else
+            store_pixels(destination, pixels_of(low.cone, high.cone));
+    }
+
+private:
+    struct Half {
+        Cone<V> cone;
+        V outside; // some bit is set when a field is out of range
+    };
+
+    static Half half_of(const V (&first)[3], const V (&second)[3]) {
+        const Fields<V> a = fields_of(first), b = fields_of(second);
+        const V hue = pack_dwords(a.field[0], b.field[0]);
+        const V field_1 = pack_dwords(a.field[1], b.field[1]);
+        const V field_2 = pack_dwords(a.field[2], b.field[2]);
+
+        const V grey = equal_words(hue, repeat_word<V>(no_hue));
+        const V above = greater_signed_words(hue, repeat_word<V>(360));
+        const V outside =
+            ((a.field[0] | b.field[0]) & repeat_dword<V>(~no_hue)) |
+            ((a.field[1] | b.field[1] | a.field[2] | b.field[2]) & repeat_dword<V>(~0xFF)) |
+            (grey ^ above);
+        const V saturation = without(grey, Space::saturation_last ? field_2 : field_1);
+        const V value = Space::saturation_last ? field_1 : field_2;
+        return {Space::cone(hue, saturation, value), outside};
+    }
+
+    static void store_scalar(uint8_t *destination, const Loaded &loaded) {
+        constexpr auto change =
+            Space::saturation_last ? ColourChange::hls_to_rgb : ColourChange::hsv_to_rgb;
+        uint8_t records[sizeof loaded];
+        std::memcpy(records, &loaded, sizeof loaded);
+        scalar_colour_kernels.convert[size_t(change)](destination, records, units);
+    }
+};
+
+// --- transfers -----------------------------------------------------------------------------------
+
+// Ranks both pixels, but works out of each only the fields that it gives.
+template <HsvFields fields, class V>
+struct Transfer {
+    static constexpr size_t units = sizeof(V), bytes = 3;
+    struct Loaded {
+        Pixels<V> base, other;
+    };
+
+    static Loaded load(const uint8_t *base, const uint8_t *other) {
+        return {load_pixels<V>(base), load_pixels<V>(other)};
+    }
+    static void store(uint8_t *destination, const Loaded &pixels) {
+        const Ranked<V> base = rank(pixels.base), other = rank(pixels.other);
+        store_pixels(destination, pixels_of(cone<0>(base, other), cone<1>(base, other)));
+    }
+
+private:
+    template <size_t half>
+    static Cone<V> cone(const Ranked<V> &base, const Ranked<V> &other) {
+        constexpr bool hue_of_other =
+            fields == HsvFields::hue || fields == HsvFields::hue_and_saturation;
+        constexpr bool saturation_of_other =
+            fields == HsvFields::saturation || fields == HsvFields::hue_and_saturation;
+        const Ranked<V> &value_from = fields == HsvFields::value ? other : base;
+        return cone_of<half>(hue_of_other ? other : base, saturation_of_other ? other : base,
+                             words_of<half>(value_from.max));
+    }
+
+    template <size_t half>
+    static Cone<V> cone_of(const Ranked<V> &hue_from, const Ranked<V> &saturation_from, V value) {
+        const auto hues = Hues<V>::template of<half>(hue_from);
+        const auto saturations = Saturations<V>::of(words_of<half>(saturation_from.range),
+                                                    words_of<half>(saturation_from.max));
+        const V hue = pack_dwords(hues.template hue<0>(), hues.template hue<1>());
+        const V saturation =
+            pack_dwords(saturations.template saturation<0>(), saturations.template saturation<1>());
+        const V grey = equal_words(hue, repeat_word<V>(no_hue));
+        return HsvSpace::cone(hue, without(grey, saturation), value);
+    }
+};
+
+// As run() of runs.h, with two sources of which the destination may be either.
+template <class Step>
+inline void run_transfer(uint8_t *destination, const uint8_t *base, const uint8_t *other,
+                         size_t pixels, FieldTransfer *shorter) {
+    if (pixels < Step::units) {
+        shorter(destination, base, other, pixels);
+        return;
+    }
+    const size_t end = Step::bytes * (pixels - Step::units);
+    const auto last_loaded = Step::load(base + end, other + end);
+    for (size_t at = 0; at < end; at += Step::bytes * Step::units)
+        Step::store(destination + at, Step::load(base + at, other + at));
+    Step::store(destination + end, last_loaded);
+}
+
+// --- the table -----------------------------------------------------------------------------------
+
+// The kernels for vectors V. Runs shorter than a step go to the narrower table's.
+template <class V, const ColourKernels &narrower>
+struct WideColours {
+    template <ColourChange change, class Step>
+    static void convert(uint8_t *destination, const uint8_t *source, size_t pixels) {
+        rows::run(destination, source, pixels, Step{}, narrower.convert[size_t(change)]);
+    }
+
+    template <HsvFields fields>
+    static void transfer(uint8_t *destination, const uint8_t *base, const uint8_t *other,
+                         size_t pixels) {
+        run_transfer<Transfer<fields, V>>(destination, base, other, pixels,
+                                          narrower.transfer[size_t(fields)]);
+    }
+
+    static constexpr ColourKernels table = {
+        .convert = {convert<ColourChange::rgb_to_grey, RgbToGrey<V>>,
+                    convert<ColourChange::grey_to_rgb, GreyToRgb<V>>,
+                    convert<ColourChange::rgb_to_hsv, RgbToRecords<HsvSpace, V>>,
+                    convert<ColourChange::hsv_to_rgb, RecordsToRgb<HsvSpace, V>>,
+                    convert<ColourChange::rgb_to_hls, RgbToRecords<HlsSpace, V>>,
+                    convert<ColourChange::hls_to_rgb, RecordsToRgb<HlsSpace, V>>},
+        .transfer = {transfer<HsvFields::hue_and_saturation>, transfer<HsvFields::hue>,
+                     transfer<HsvFields::saturation>, transfer<HsvFields::value>},
+    };
+};
+
+} // namespace
+} // namespace q32::merge
