@@ -35,6 +35,11 @@ std::string quoted(std::string_view text) {
     return "'" + std::string(text) + "'";
 }
 
+// As it is written: "--at X,Y".
+std::string shown(const Option &option) {
+    return std::string(option.name) + " " + std::string(option.value);
+}
+
 std::string see_help(const Command &command) {
     return "see q32tool help " + std::string(command.name);
 }
@@ -59,6 +64,14 @@ std::vector<Option> joined(std::initializer_list<std::vector<Option>> tables) {
 }
 
 Arguments::Arguments(const Command &command, const std::vector<std::string> &words) {
+    read_words(command, words);
+    if (has("--help"))
+        return; // nothing else matters then
+    check_operands(command);
+    check_required_options(command);
+}
+
+void Arguments::read_words(const Command &command, const std::vector<std::string> &words) {
     bool options_ended = false;
     for (size_t i = 0; i < words.size(); ++i) {
         const std::string &word = words[i];
@@ -86,10 +99,14 @@ Arguments::Arguments(const Command &command, const std::vector<std::string> &wor
         } else {
             throw UsageError(name + " needs a value: " + std::string(option->value));
         }
-        values_.insert_or_assign(std::string(option->name), std::move(value));
+        std::vector<std::string> &values = values_[std::string(option->name)];
+        if (!values.empty() && !option->value.empty() && !option->repeats)
+            throw UsageError(std::string(option->name) + " is given twice");
+        values.push_back(std::move(value));
     }
-    if (has("--help"))
-        return; // the operands do not matter then
+}
+
+void Arguments::check_operands(const Command &command) const {
     const size_t least = static_cast<size_t>(
         std::count_if(command.operands.begin(), command.operands.end(),
                       [](std::string_view operand) { return !is_optional(operand); }));
@@ -104,6 +121,13 @@ Arguments::Arguments(const Command &command, const std::vector<std::string> &wor
         if (operands_[i].empty())
             throw UsageError(std::string(command.operands[i]) +
                              " is an empty name; usage: " + usage_line(command));
+}
+
+void Arguments::check_required_options(const Command &command) const {
+    for (const Option &option : command.options)
+        if (option.required && !has(option.name))
+            throw UsageError(std::string(command.name) + " needs " + shown(option) + "; " +
+                             see_help(command));
 }
 
 uint32_t Arguments::number(std::string_view option, uint32_t least, uint32_t most,
@@ -136,6 +160,9 @@ std::string usage_line(const Command &command) {
     std::string line = "q32tool " + std::string(command.name);
     for (const std::string_view operand : command.operands)
         line += " " + std::string(operand);
+    for (const Option &option : command.options)
+        if (option.required)
+            line += " " + shown(option);
     return command.options.empty() ? line : line + " [OPTION...]";
 }
 

@@ -17,6 +17,8 @@ struct Option {
     std::string_view help;
     std::string_view letter = {}; // "-q"
     std::string_view also = {};   // another spelling, which the help leaves out
+    bool required = false;        // the command cannot do without it
+    bool repeats = false;         // may be given several times
 };
 
 class Arguments;
@@ -46,7 +48,13 @@ public:
 
     bool has(std::string_view option) const { return values_.count(option) != 0; }
     // Of an option that was given.
-    const std::string &value(std::string_view option) const { return values_.find(option)->second; }
+    const std::string &value(std::string_view option) const {
+        return values_.find(option)->second.front();
+    }
+    // Of one that repeats, in the order of the command line.
+    const std::vector<std::string> &values(std::string_view option) const {
+        return values_.find(option)->second;
+    }
 
     // The option's value, or the fallback when it was not given; UsageError when it is no such
     // number or none of the words.
@@ -56,7 +64,11 @@ public:
                             std::string_view fallback) const;
 
 private:
-    std::map<std::string, std::string, std::less<>> values_;
+    void read_words(const Command &command, const std::vector<std::string> &words);
+    void check_operands(const Command &command) const;
+    void check_required_options(const Command &command) const;
+
+    std::map<std::string, std::vector<std::string>, std::less<>> values_;
     std::vector<std::string> operands_;
 };
 

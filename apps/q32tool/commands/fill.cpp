@@ -1,7 +1,6 @@
 // q32tool fill: a picture, or a rectangle of it, in one colour.
 #include "commands.h"
 
-#include "apps/q32tool/failure.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/rectangles.h"
 #include "apps/q32tool/storage.h"
@@ -11,8 +10,6 @@ namespace {
 
 void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(1);
-    if (!arguments.has("--colour"))
-        throw UsageError("fill needs --colour R,G,B; see q32tool help fill");
     const Colour colour = colour_from(arguments, "--colour");
     const std::optional<Area> area = area_from(arguments);
     const uint32_t type = apply_storage_options(arguments);
@@ -33,7 +30,11 @@ Command fill_command() {
             "Writes IN as OUT, of 24 bits per pixel, with the rectangle that --at and --size name\n"
             "in one colour. The rectangle may reach beyond the picture; what lies outside is left\n"
             "out. Without --at and --size the whole picture gets the colour.",
-        .options = joined({{{"--colour", "R,G,B", "each from 0 to 255; or #rrggbb", {}, "--color"}},
+        .options = joined({{{.name = "--colour",
+                             .value = "R,G,B",
+                             .help = "each from 0 to 255; or #rrggbb",
+                             .also = "--color",
+                             .required = true}},
                            area_options(),
                            storage_options()}),
         .run = run,

@@ -1,7 +1,6 @@
 // q32tool paste: one picture over another.
 #include "commands.h"
 
-#include "apps/q32tool/failure.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/rectangles.h"
 #include "apps/q32tool/storage.h"
@@ -11,8 +10,6 @@ namespace {
 
 void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(2);
-    if (!arguments.has("--at"))
-        throw UsageError("paste needs --at X,Y; see q32tool help paste");
     const Point at = point_from(arguments);
     const uint32_t type = apply_storage_options(arguments);
     const FileFormat format = check_output(out);
@@ -33,8 +30,11 @@ Command paste_command() {
             "Lays the picture OVERLAY over the picture IN and writes OUT, of IN's size and 24\n"
             "bits per pixel. OVERLAY may reach beyond every side of IN; what lies outside is left\n"
             "out. Its transparent parts are white.",
-        .options =
-            joined({{{"--at", "X,Y", "where OVERLAY's left and top go in IN"}}, storage_options()}),
+        .options = joined({{{.name = "--at",
+                             .value = "X,Y",
+                             .help = "where OVERLAY's left and top go in IN",
+                             .required = true}},
+                           storage_options()}),
         .run = run,
     };
 }
