@@ -5,7 +5,6 @@
 #include "numbers.h"
 
 #include <charconv>
-#include <optional>
 
 namespace q32tool {
 namespace {
@@ -28,6 +27,8 @@ std::optional<Colour> parse_hexadecimal(std::string_view digits) {
                   static_cast<uint8_t>(value)};
 }
 
+} // namespace
+
 std::optional<Colour> parse_colour(std::string_view text) {
     if (text.starts_with('#'))
         return parse_hexadecimal(text.substr(1));
@@ -42,8 +43,6 @@ std::optional<Colour> parse_colour(std::string_view text) {
         return std::nullopt;
     return Colour{*red, *green, *blue};
 }
-
-} // namespace
 
 Colour colour_from(const Arguments &arguments, std::string_view option) {
     const std::string &text = arguments.value(option);

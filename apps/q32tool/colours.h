@@ -4,6 +4,8 @@
 #include "arguments.h"
 
 #include <cstdint>
+#include <optional>
+#include <string_view>
 
 namespace q32tool {
 
@@ -13,6 +15,9 @@ struct Colour {
     uint8_t green;
     uint8_t blue;
 };
+
+// "R,G,B" or "#rrggbb".
+std::optional<Colour> parse_colour(std::string_view text);
 
 // The value of an option that was given: "R,G,B" or "#rrggbb". Throws UsageError.
 Colour colour_from(const Arguments &arguments, std::string_view option);

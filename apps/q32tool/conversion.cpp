@@ -5,6 +5,7 @@
 #include "progress.h"
 #include "timings.h"
 
+#include <q32base/merge.h>
 #include <q32base/rows.h>
 
 #include <utility>
@@ -24,10 +25,10 @@ PixelFormat pixel_format(std::string_view bits, std::string_view words) {
     return PixelFormat::rgb;
 }
 
-// Luminance in whole numbers, rounded down: white stays 255, black 0.
+// Luminance: white stays 255, black 0.
 void row_to_grey(const uint8_t *rgb, uint8_t *grey, int width) {
-    for (int x = 0; x < width; ++x, rgb += 3)
-        grey[x] = static_cast<uint8_t>((299 * rgb[0] + 587 * rgb[1] + 114 * rgb[2]) / 1000);
+    ++timings().rows_converted;
+    i32ColorspaceConvert(grey, rgb, width, I32_RGB_TO_GREY);
 }
 
 void invert_bytes(uint8_t *row, int bytes) {

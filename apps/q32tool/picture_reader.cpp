@@ -92,12 +92,13 @@ void PictureReader::describe(IWICBitmapDecoder *decoder) {
     height_ = static_cast<int>(height);
     bits_ = bits_per_pixel(pixels);
     // Not every system converts every format to 24 bits straight, but all go to BGRA.
-    bgra_ = has_transparency(pixels) || FAILED(convert_to(GUID_WICPixelFormat24bppBGR));
+    transparent_ = may_be_transparent(pixels);
+    bgra_ = transparent_ || FAILED(convert_to(GUID_WICPixelFormat24bppBGR));
     if (bgra_)
         check_decoding(convert_to(GUID_WICPixelFormat32bppBGRA), path_);
 }
 
-bool PictureReader::has_transparency(const WICPixelFormatGUID &format) {
+bool PictureReader::may_be_transparent(const WICPixelFormatGUID &format) {
     BOOL transparent = FALSE;
     if (const auto info = pixel_format_info(format))
         info->SupportsTransparency(&transparent);
@@ -122,23 +123,30 @@ HRESULT PictureReader::convert_to(const WICPixelFormatGUID &format) {
     return converter_->CopyPixels(&first_pixel, sizeof pixel, sizeof pixel, pixel);
 }
 
-void PictureReader::read_rows(int first, int count, uint8_t *pixels) {
+void PictureReader::copy_pixels(int first, int count, int pixel_bytes, uint8_t *pixels) {
     const WICRect band = {0, first, width_, count};
-    const size_t pixel_count = static_cast<size_t>(width_) * static_cast<size_t>(count);
+    const UINT row_bytes = static_cast<UINT>(width_) * static_cast<UINT>(pixel_bytes);
+    check_decoding(
+        converter_->CopyPixels(&band, row_bytes, row_bytes * static_cast<UINT>(count), pixels),
+        path_);
+}
+
+void PictureReader::read_rows(int first, int count, uint8_t *pixels) {
     if (!bgra_) {
-        check_decoding(converter_->CopyPixels(&band, static_cast<UINT>(width_) * 3,
-                                              static_cast<UINT>(pixel_count * 3), pixels),
-                       path_);
+        copy_pixels(first, count, 3, pixels);
         return;
     }
+    const size_t pixel_count = static_cast<size_t>(width_) * static_cast<size_t>(count);
     std::vector<uint8_t> with_alpha(pixel_count * 4);
-    check_decoding(converter_->CopyPixels(&band, static_cast<UINT>(width_) * 4,
-                                          static_cast<UINT>(with_alpha.size()), with_alpha.data()),
-                   path_);
+    copy_pixels(first, count, 4, with_alpha.data());
     for (size_t i = 0; i < pixel_count; ++i)
         for (size_t channel = 0; channel < 3; ++channel)
             pixels[i * 3 + channel] =
                 over_white(with_alpha[i * 4 + channel], with_alpha[i * 4 + 3]);
+}
+
+void PictureReader::read_rows_with_alpha(int first, int count, uint8_t *pixels) {
+    copy_pixels(first, count, 4, pixels);
 }
 
 } // namespace q32tool

@@ -23,9 +23,15 @@ public:
     // laid over white. pixels has room for count x width x 3 bytes. Throws Failure.
     void read_rows(int first, int count, uint8_t *pixels);
 
+    // Whether pixels may be transparent, and the same rows as packed 32-bit pixels: blue, green and
+    // red as they are in the file, and alpha (255: opaque). Only for pictures with transparency.
+    bool has_transparency() const { return transparent_; }
+    void read_rows_with_alpha(int first, int count, uint8_t *pixels);
+
 private:
     void describe(IWICBitmapDecoder *decoder);
-    bool has_transparency(const WICPixelFormatGUID &format);
+    bool may_be_transparent(const WICPixelFormatGUID &format);
+    void copy_pixels(int first, int count, int pixel_bytes, uint8_t *pixels);
     // Sets the converter up; a failure when pixels do not come through it.
     HRESULT convert_to(const WICPixelFormatGUID &format);
 
@@ -37,6 +43,7 @@ private:
     ComPtr<IWICBitmapFrameDecode> frame_;
     ComPtr<IWICFormatConverter> converter_; // gives 24-bit BGR or 32-bit BGRA
     bool bgra_ = false;
+    bool transparent_ = false;
 };
 
 } // namespace q32tool

@@ -50,38 +50,80 @@ Export export_of(PixelFormat pixels, FileFormat format) {
     return {BUF32_LINE_READ, RowFormat::bgr};
 }
 
-} // namespace
+PictureReader open_picture(const std::string &path) {
+    const Timed timed(Part::reading);
+    return PictureReader(path);
+}
 
-LoadedPicture load_picture(const std::string &path, uint32_t buffer_type) {
-    PictureReader reader = [&] {
-        const Timed timed(Part::reading);
-        return PictureReader(path);
-    }();
-    const int width = reader.width(), height = reader.height();
-    Image image(PixelFormat::rgb, width, height, buffer_type, path);
-    const size_t row_bytes = static_cast<size_t>(width) * 3;
+// Hands a picture's rows over one by one. read_band(first, count, pixels) decodes,
+// take_row(y, pixels) may change its row.
+template <typename ReadBand, typename TakeRow>
+void read_in_bands(const PictureReader &reader, int pixel_bytes, const ReadBand &read_band,
+                   const TakeRow &take_row) {
+    const int height = reader.height();
+    const size_t row_bytes = static_cast<size_t>(reader.width()) * static_cast<size_t>(pixel_bytes);
     const int band_rows =
         std::clamp(band_bytes / static_cast<int>(row_bytes), 1, std::min(height, band_rows_most));
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
     Progress progress("reading", height);
-    const ImageLock lock(image, BUF32_OVERWRITE);
     for (int first = 0; first < height; first += band_rows) {
         const int count = std::min(band_rows, height - first);
         {
             const Timed timed(Part::reading);
-            reader.read_rows(first, count, band.data());
+            read_band(first, count, band.data());
         }
         {
             const Timed timed(Part::library);
-            uint8_t *row = band.data();
-            for (int y = first; y < first + count; ++y, row += row_bytes) {
-                swap_red_and_blue(row, width);
-                image.line(y, BUF32_LINE_WRITE, row);
-            }
+            for (int i = 0; i < count; ++i)
+                take_row(first + i, band.data() + row_bytes * static_cast<size_t>(i));
         }
         progress.advance(count);
     }
+}
+
+} // namespace
+
+LoadedPicture load_picture(const std::string &path, uint32_t buffer_type) {
+    PictureReader reader = open_picture(path);
+    const int width = reader.width();
+    Image image(PixelFormat::rgb, width, reader.height(), buffer_type, path);
+    const ImageLock lock(image, BUF32_OVERWRITE);
+    read_in_bands(
+        reader, 3,
+        [&](int first, int count, uint8_t *band) { reader.read_rows(first, count, band); },
+        [&](int y, uint8_t *row) {
+            swap_red_and_blue(row, width);
+            image.line(y, BUF32_LINE_WRITE, row);
+        });
     return {std::move(image), reader.format(), reader.bits()};
+}
+
+PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffer_type) {
+    PictureReader reader = open_picture(path);
+    if (!reader.has_transparency())
+        return {load_picture(path, buffer_type).image, std::nullopt};
+    const size_t width = static_cast<size_t>(reader.width());
+    Image image(PixelFormat::rgb, reader.width(), reader.height(), buffer_type, path);
+    Image alpha(PixelFormat::grey, reader.width(), reader.height(), buffer_type, path);
+    const ImageLock image_lock(image, BUF32_OVERWRITE), alpha_lock(alpha, BUF32_OVERWRITE);
+    std::vector<uint8_t> alpha_row(width);
+    read_in_bands(
+        reader, 4,
+        [&](int first, int count, uint8_t *band) {
+            reader.read_rows_with_alpha(first, count, band);
+        },
+        [&](int y, uint8_t *row) {
+            for (size_t x = 0; x < width; ++x) {
+                const uint8_t blue = row[x * 4], green = row[x * 4 + 1], red = row[x * 4 + 2];
+                alpha_row[x] = row[x * 4 + 3];
+                row[x * 3] = red;
+                row[x * 3 + 1] = green;
+                row[x * 3 + 2] = blue;
+            }
+            image.line(y, BUF32_LINE_WRITE, row);
+            alpha.line(y, BUF32_LINE_WRITE, alpha_row.data());
+        });
+    return {std::move(image), std::move(alpha)};
 }
 
 void save_picture(Image &image, const std::string &path, FileFormat format) {

@@ -5,6 +5,7 @@
 #include "image.h"
 #include "picture_writer.h"
 
+#include <optional>
 #include <string>
 
 namespace q32tool {
@@ -17,6 +18,14 @@ struct LoadedPicture {
 
 // Reads a picture file into a buffer of the given type. Throws Failure, Cancelled.
 LoadedPicture load_picture(const std::string &path, uint32_t buffer_type);
+
+// The same with transparency as a picture of its own, of 8 bits: 255 is opaque. Colours are then
+// those of the file, as if all of it were opaque. Without transparency in the file there is none.
+struct PictureWithAlpha {
+    Image image;
+    std::optional<Image> alpha;
+};
+PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffer_type);
 
 // Writes an image to a file whose name check_output has seen. 1 bit and grey stay what they are (in
 // JPEG, 1 bit becomes grey), 5-5-5 stays so in BMP, everything else becomes 24 bits. Throws

@@ -5,8 +5,9 @@ namespace q32tool {
 
 const std::vector<Command> &commands() {
     static const std::vector<Command> all = {
-        info_command(), rows_command(),    convert_command(), crop_command(), paste_command(),
-        fill_command(), pattern_command(), bitmap_command(),  help_command(),
+        info_command(),   rows_command(),       convert_command(), crop_command(),
+        paste_command(),  fill_command(),       pattern_command(), compose_command(),
+        filter_command(), colorspace_command(), bitmap_command(),  help_command(),
     };
     return all;
 }
@@ -24,7 +25,7 @@ std::string general_help() {
                        "\nCommands:\n";
     for (const Command &command : commands()) {
         std::string line = "  " + std::string(command.name);
-        line.resize(12, ' ');
+        line.resize(14, ' ');
         text += line + std::string(command.summary) + "\n";
     }
     return text + "\nCommon options:\n" + option_lines(common_options()) +

@@ -9,9 +9,12 @@
 namespace q32tool {
 
 Command bitmap_command();
+Command colorspace_command();
+Command compose_command();
 Command convert_command();
 Command crop_command();
 Command fill_command();
+Command filter_command();
 Command help_command();
 Command info_command();
 Command paste_command();

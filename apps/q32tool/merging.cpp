@@ -1,0 +1,81 @@
+// The walk over bands. Rectangles of buffers merge in every mode but mask subtraction, which the
+// library has for runs of pixels only.
+#include "merging.h"
+
+#include "library_report.h"
+#include "progress.h"
+#include "rectangles.h"
+#include "timings.h"
+
+#include <q32base/merge.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace q32tool {
+namespace {
+
+constexpr int band_rows = 128; // of the overlay
+
+struct Job {
+    const Image &base;
+    const Image &overlay;
+    const Image *mask;
+    Merge merge;
+};
+
+Failure merge_failure(const Job &job) {
+    return library_failure(job.base.named(), "the pictures cannot be merged");
+}
+
+// source: in the overlay; it goes to a point of the base.
+void merge_buffers(const Job &job, const Area &source, const Point &to) {
+    const Timed timed(Part::library);
+    ++timings().rectangles;
+    const RECT rectangle = {source.x, source.y, source.x + source.width, source.y + source.height};
+    const HBUF32 mask = job.mask != nullptr ? job.mask->handle() : 0;
+    if (!i32MergeBufToBuf(job.base.handle(), to.x, to.y, mask, job.overlay.handle(), &rectangle,
+                          job.merge.mode, job.merge.transparency))
+        throw merge_failure(job);
+}
+
+void merge_rows(const Job &job, const Area &source, const Point &to) {
+    const size_t pixels = static_cast<size_t>(source.width);
+    std::vector<uint8_t> base(pixels * 3), overlay(pixels * 3), mask(pixels);
+    for (int y = 0; y < source.height; ++y) {
+        const Area row = {source.x, source.y + y, source.width, 1};
+        const Area base_row = {to.x, to.y + y, source.width, 1};
+        get_pixels(job.base, base_row, base.data());
+        get_pixels(job.overlay, row, overlay.data());
+        if (job.mask != nullptr)
+            get_pixels(*job.mask, row, mask.data());
+        ++timings().rows_converted;
+        if (!i32Merge(base.data(), base.data(), job.mask != nullptr ? mask.data() : nullptr,
+                      overlay.data(), 3, source.width, static_cast<unsigned>(job.merge.mode),
+                      job.merge.transparency))
+            throw merge_failure(job);
+        put_pixels(job.base, base_row, base.data());
+    }
+}
+
+} // namespace
+
+void merge_image(const Image &base, const Image &overlay, const Image *mask, const Point &at,
+                 const Merge &merge) {
+    const Area part =
+        part_on(canvas_of(base), {at.x, at.y, overlay.width(), overlay.height()}, "the overlay,");
+    const Job job = {base, overlay, mask, merge};
+    Progress progress("merging", part.height);
+    for (int first = 0; first < part.height; first += band_rows) {
+        const int count = std::min(band_rows, part.height - first);
+        const Point to = {part.x, part.y + first};
+        const Area source = {to.x - at.x, to.y - at.y, part.width, count};
+        if (merge.mode == MERGE_MASK_SUBTRACT)
+            merge_rows(job, source, to);
+        else
+            merge_buffers(job, source, to);
+        progress.advance(count);
+    }
+}
+
+} // namespace q32tool
