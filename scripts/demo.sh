@@ -7,7 +7,8 @@ cd "$(dirname "$0")/.."
 # shellcheck source=scripts/contact-sheet.sh
 source scripts/contact-sheet.sh
 
-photograph=/usr/share/palapeli/collection/european-honey-bee.jpg # in the public domain
+photograph=/usr/share/palapeli/collection/european-honey-bee.jpg # both in the public domain
+second_photograph=/usr/share/palapeli/collection/citrus-fruits.jpg
 out=build/demo
 swap=$out/swap
 
@@ -36,6 +37,9 @@ filled.png|a rectangle filled with a colour|fill pasted.png filled.png --at $bar
 tile.png||crop IN tile.png --at $tile_at --size $((w / 12 + 1))x$((h / 12 + 1))
 pattern.png|a small piece, repeated as a pattern|pattern IN tile.png pattern.png
 pattern-part.png|the same in a rectangle|pattern IN tile.png pattern-part.png --at $part_at --size $part_size
+petals.png|a mask of colours near one|filter IN petals.png --range 150,120,190:60
+hue.png|the hue of each pixel|colorspace IN hue.png --to hsv --field hue
+turned.png|all hues turned by 120 degrees|colorspace IN turned.png --to hls --turn-hue 120
 SCENES
 }
 
@@ -70,9 +74,12 @@ show_numbers_and_bitmap() { # PICTURE NAME
     rm -f "$out/$2-corner.png" "$out/$2-before.bmp" "$out/$2-after.bmp"
 }
 
-show_scenes() { # PICTURE NAME
-    local width height file shows command words word sheet=()
-    read -r width height < <(q32tool info "$1" 2>/dev/null | sed -n 's/^size: \([0-9]*\) x \([0-9]*\) .*/\1 \2/p')
+size_of() { # PICTURE
+    q32tool info "$1" 2>/dev/null | sed -n 's/^size: \([0-9]*\) x \([0-9]*\) .*/\1 \2/p'
+}
+
+show_scenes() { # PICTURE NAME WIDTH HEIGHT
+    local file shows command words word sheet=()
     echo
     while IFS='|' read -r file shows command; do
         words=()
@@ -87,9 +94,41 @@ show_scenes() { # PICTURE NAME
         [[ -n $shows ]] || continue
         printf '%-52s %s\n' "$out/$2-$file" "$shows"
         sheet+=("$out/$2-$file" "$shows")
-    done < <(scenes "$width" "$height")
+    done < <(scenes "$3" "$4")
     contact_sheet "$out/$2.png" "${sheet[@]}"
     printf '%-52s %s\n' "$out/$2.png" "all of these side by side"
+}
+
+# A part of the picture under a part of the second photograph, in every mode, through a mask that is
+# white in the middle. What the two premultiplied modes expect is made from the same part first.
+show_modes() { # PICTURE NAME WIDTH HEIGHT
+    local w=$3 h=$4 mode number=0 overlay sheet=()
+    local base_w=$((w < 720 ? w : 720)) base_h=$((h < 480 ? h : 480))
+    local base=$out/$2-base.png mask=$out/$2-mask.png fruit=$out/$2-fruit.png
+    pgmramp -ellipse 720 480 | pnmtopng -quiet >"$mask"
+    pgmramp -ellipse 720 480 | pnminvert | pnmtopng -quiet >"$out/$2-mask-inverted.png"
+    {
+        q32tool crop "$1" "$base" --at $(((w - base_w) / 2)),$(((h - base_h) / 3)) --size "${base_w}x$base_h"
+        q32tool crop "$second_photograph" "$fruit" --at 190,240 --size 720x480
+        q32tool compose --base "$fruit" --overlay "$mask" --mode multiply -o "$out/$2-over-black.png"
+        q32tool compose --base "$fruit" --overlay "$mask" --mode multiply -o "$out/$2-over-white.png"
+        q32tool compose --base "$out/$2-over-white.png" --overlay "$out/$2-mask-inverted.png" --mode add \
+            -o "$out/$2-over-white.png"
+    } >/dev/null </dev/null
+    echo
+    for mode in normal color hue saturation value lighten darken relief difference add subtract \
+        multiply screen premul-black premul-white mask-subtract; do
+        number=$((number + 1))
+        overlay=$fruit
+        [[ $mode == premul-black ]] && overlay=$out/$2-over-black.png
+        [[ $mode == premul-white ]] && overlay=$out/$2-over-white.png
+        q32tool compose --base "$base" --overlay "$overlay" --mask "$mask" --mode "$mode" \
+            -o "$out/$2-merge-$mode.png" >/dev/null </dev/null
+        sheet+=("$out/$2-merge-$mode.png" "$number $mode")
+    done
+    sheet_columns=4 contact_sheet "$out/$2-modes.png" "${sheet[@]}"
+    printf '%-52s %s\n' "$out/$2-modes.png" "a second photograph merged onto it in the sixteen modes"
+    rm -f "$out/$2-mask-inverted.png" "$out/$2-over-black.png" "$out/$2-over-white.png"
 }
 
 (($#)) || set -- "$photograph"
@@ -104,11 +143,14 @@ for picture in "$@"; do
     q32tool info "$picture" | indented
     show_storage "$picture" "$name"
     show_numbers_and_bitmap "$picture" "$name"
-    show_scenes "$picture" "$name"
+    read -r width height < <(size_of "$picture")
+    show_scenes "$picture" "$name" "$width" "$height"
+    show_modes "$picture" "$name" "$width" "$height"
 done
 
 echo
 echo "The pictures are in $out; look at these first:"
 for picture in "$@"; do
-    echo "    $out/$(basename "${picture%.*}").png"
+    name=$out/$(basename "${picture%.*}")
+    printf '    %s\n' "$name.png" "$name-modes.png"
 done
