@@ -14,4 +14,5 @@ packages_demo=(palapeli-data netpbm)
 packages_lint=(clang-format clang-tidy cppcheck shellcheck)
 
 # Only for ./run bench: well-known libraries to measure against.
-packages_bench=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libgegl-dev python3-numpy)
+packages_bench=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libpixman-1-dev
+    libgegl-dev python3-numpy)

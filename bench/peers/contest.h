@@ -2,6 +2,8 @@
 // prints a line of a table. Knows nothing of the libraries that take part.
 #pragma once
 
+#include "library/process/cpu.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -34,6 +36,24 @@ struct Memory {
     std::span<std::uint8_t> source;
     std::span<std::uint8_t> destination;
 };
+
+// Enters our forms of a job: kernels_of(level) picks what an instruction set runs (anything that
+// can be compared), call runs what was picked.
+template <typename Picked, typename KernelsOf, typename Call>
+void enter_ours(Job &job, const Picked &scalar, KernelsOf kernels_of, Call call) {
+    const auto enter = [&](std::size_t place, const Picked &kernels) {
+        job.ours[place] = [kernels, call] { call(kernels); };
+    };
+    Picked last = scalar;
+    enter(0, last);
+    const int best = static_cast<int>(best_instruction_set(nullptr));
+    for (int level = 0; level <= best; ++level) {
+        const Picked kernels = kernels_of(static_cast<InstructionSet>(level));
+        if (kernels != last)
+            enter(static_cast<std::size_t>(level) + 1, kernels);
+        last = kernels;
+    }
+}
 
 void print_heading();
 

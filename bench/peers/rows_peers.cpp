@@ -46,19 +46,9 @@ struct Table {
 // Our forms of one conversion: picks it from each table of kernels, and calls what it picked.
 template <typename Pick, typename Call>
 void enter_ours(Job &job, Pick pick, Call call) {
-    using Kernel = decltype(pick(rows::scalar_row_kernels));
-    const auto enter = [&](std::size_t place, Kernel kernel) {
-        job.ours[place] = [kernel, call] { call(kernel); };
-    };
-    Kernel last = pick(rows::scalar_row_kernels);
-    enter(0, last);
-    const int best = static_cast<int>(best_instruction_set(nullptr));
-    for (int level = 0; level <= best; ++level) {
-        const Kernel kernel = pick(rows::row_kernels(static_cast<InstructionSet>(level)));
-        if (kernel != last)
-            enter(static_cast<std::size_t>(level) + 1, kernel);
-        last = kernel;
-    }
+    bench::enter_ours(
+        job, pick(rows::scalar_row_kernels),
+        [=](InstructionSet level) { return pick(rows::row_kernels(level)); }, call);
 }
 
 Job begin(const Table &table, const char *name, double read, double written) {
