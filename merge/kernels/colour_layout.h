@@ -67,8 +67,6 @@ struct Fields {
 
 template <class V>
 Pixels<V> load_pixels(const uint8_t *source);
-template <class V>
-Fields<V> load_fields(const uint8_t *source);
 
 // --- words among words ---------------------------------------------------------------------------
 
@@ -262,7 +260,9 @@ void store_fields(uint8_t *destination, V first, V second, V third) {
 }
 
 template <class V>
-Fields<V> fields_of(const V (&vectors)[3]) {
+Fields<V> load_fields(const uint8_t *source) {
+    const V vectors[3] = {load<V>(source), load<V>(source + sizeof(V)),
+                          load<V>(source + 2 * sizeof(V))};
     return {{from_places<0>(placed<0>(vectors)), from_places<1>(placed<1>(vectors)),
              from_places<2>(placed<2>(vectors))}};
 }

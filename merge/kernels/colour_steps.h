@@ -49,27 +49,15 @@ private:
 
 // --- back to RGB ---------------------------------------------------------------------------------
 
-// Records with a field out of range are left to the scalar form, a whole step of them.
+// A step of records that has a field out of range is left to the scalar form.
 template <class Space, class V>
 struct RecordsToRgb {
     static constexpr size_t units = sizeof(V), source_bytes = record_bytes, destination_bytes = 3;
-    struct Loaded {
-        V v[4][3]; // as in memory
-    };
 
-    Loaded load(const uint8_t *source) const {
-        Loaded loaded;
-        for (size_t i = 0; i < 4; ++i)
-            for (size_t j = 0; j < 3; ++j)
-                loaded.v[i][j] = rows::load<V>(source + (3 * i + j) * sizeof(V));
-        return loaded;
-    }
-
-    void store(uint8_t *destination, const Loaded &loaded) const {
-        const Half low = half_of(loaded.v[0], loaded.v[1]);
-        const Half high = half_of(loaded.v[2], loaded.v[3]);
-        if (any_bit(low.outside | high.outside))
-            store_scalar(destination, loaded);
+    static void convert(uint8_t *destination, const uint8_t *source) {
+        const Half low = half_of(source), high = half_of(source + record_bytes * units / 2);
+        if (any_bit(low.outside | high.outside)) [[unlikely]]
+            scalar_colour_kernels.convert[size_t(Space::to_rgb)](destination, source, units);
         else
             store_pixels(destination, pixels_of(low.cone, high.cone));
     }
@@ -80,8 +68,9 @@ private:
         V outside; // some bit is set when a field is out of range
     };
 
-    static Half half_of(const V (&first)[3], const V (&second)[3]) {
-        const Fields<V> a = fields_of(first), b = fields_of(second);
+    static Half half_of(const uint8_t *source) {
+        const Fields<V> a = load_fields<V>(source);
+        const Fields<V> b = load_fields<V>(source + record_bytes * units / 4);
         const V hue = pack_dwords(a.field[0], b.field[0]);
         const V field_1 = pack_dwords(a.field[1], b.field[1]);
         const V field_2 = pack_dwords(a.field[2], b.field[2]);
@@ -96,15 +85,24 @@ private:
         const V value = Space::saturation_last ? field_1 : field_2;
         return {Space::cone(hue, saturation, value), outside};
     }
-
-    static void store_scalar(uint8_t *destination, const Loaded &loaded) {
-        constexpr auto change =
-            Space::saturation_last ? ColourChange::hls_to_rgb : ColourChange::hsv_to_rgb;
-        uint8_t records[sizeof loaded];
-        std::memcpy(records, &loaded, sizeof loaded);
-        scalar_colour_kernels.convert[size_t(change)](destination, records, units);
-    }
 };
+
+// As run() of runs.h. The last step's records are set aside because the destination may be the
+// source.
+template <class Step>
+inline void run_records(uint8_t *destination, const uint8_t *source, size_t pixels,
+                        ColourConversion *shorter) {
+    if (pixels < Step::units) {
+        shorter(destination, source, pixels);
+        return;
+    }
+    uint8_t last_records[Step::source_bytes * Step::units];
+    const size_t last = pixels - Step::units;
+    std::memcpy(last_records, source + Step::source_bytes * last, sizeof last_records);
+    for (size_t at = 0; at < last; at += Step::units)
+        Step::convert(destination + Step::destination_bytes * at, source + Step::source_bytes * at);
+    Step::convert(destination + Step::destination_bytes * last, last_records);
+}
 
 // --- transfers -----------------------------------------------------------------------------------
 
@@ -166,17 +164,26 @@ inline void run_transfer(uint8_t *destination, const uint8_t *base, const uint8_
 
 // --- the table -----------------------------------------------------------------------------------
 
-// The kernels for vectors V. Runs shorter than a step go to the narrower table's.
+// The kernels for vectors V, each in one piece: a call would take vectors through memory. Runs
+// shorter than a step go to the narrower table's.
 template <class V, const ColourKernels &narrower>
 struct WideColours {
     template <ColourChange change, class Step>
-    static void convert(uint8_t *destination, const uint8_t *source, size_t pixels) {
+    [[gnu::flatten]] static void convert(uint8_t *destination, const uint8_t *source,
+                                         size_t pixels) {
         rows::run(destination, source, pixels, Step{}, narrower.convert[size_t(change)]);
     }
 
+    template <class Space>
+    [[gnu::flatten]] static void to_rgb(uint8_t *destination, const uint8_t *source,
+                                        size_t pixels) {
+        run_records<RecordsToRgb<Space, V>>(destination, source, pixels,
+                                            narrower.convert[size_t(Space::to_rgb)]);
+    }
+
     template <HsvFields fields>
-    static void transfer(uint8_t *destination, const uint8_t *base, const uint8_t *other,
-                         size_t pixels) {
+    [[gnu::flatten]] static void transfer(uint8_t *destination, const uint8_t *base,
+                                          const uint8_t *other, size_t pixels) {
         run_transfer<Transfer<fields, V>>(destination, base, other, pixels,
                                           narrower.transfer[size_t(fields)]);
     }
@@ -184,10 +191,8 @@ struct WideColours {
     static constexpr ColourKernels table = {
         .convert = {convert<ColourChange::rgb_to_grey, RgbToGrey<V>>,
                     convert<ColourChange::grey_to_rgb, GreyToRgb<V>>,
-                    convert<ColourChange::rgb_to_hsv, RgbToRecords<HsvSpace, V>>,
-                    convert<ColourChange::hsv_to_rgb, RecordsToRgb<HsvSpace, V>>,
-                    convert<ColourChange::rgb_to_hls, RgbToRecords<HlsSpace, V>>,
-                    convert<ColourChange::hls_to_rgb, RecordsToRgb<HlsSpace, V>>},
+                    convert<ColourChange::rgb_to_hsv, RgbToRecords<HsvSpace, V>>, to_rgb<HsvSpace>,
+                    convert<ColourChange::rgb_to_hls, RgbToRecords<HlsSpace, V>>, to_rgb<HlsSpace>},
         .transfer = {transfer<HsvFields::hue_and_saturation>, transfer<HsvFields::hue>,
                      transfer<HsvFields::saturation>, transfer<HsvFields::value>},
     };

@@ -225,6 +225,7 @@ struct HsvSpace {
         return {hue, value, scale_words(saturation, value)};
     }
 
+    static constexpr ColourChange to_rgb = ColourChange::hsv_to_rgb;
     static constexpr bool saturation_last = false;
 };
 
@@ -249,6 +250,7 @@ struct HlsSpace {
         return {hue, words_down<1>(sum), range};
     }
 
+    static constexpr ColourChange to_rgb = ColourChange::hls_to_rgb;
     static constexpr bool saturation_last = true;
 
 private:
