@@ -91,23 +91,26 @@ TEST_P(MergedRuns, ExtremeTransparencies) {
     }
 }
 
-// Every length of a few vectors, at both fences.
+// Every length of a few vectors, ending at a fence; beginning at one as well.
 TEST_P(MergedRuns, EveryShortLength) {
     RunStage stage;
     for (const int bytes : {1, 3}) {
         Random random(test_seed(), 300 + std::uint64_t(bytes));
-        const RunPixels pixels = some_pixels(random, 260, bytes);
+        const RunPixels pixels = some_pixels(random, 200, bytes);
         for (int mode = 1; mode <= 16; ++mode)
             for (const bool masked : {false, true})
                 for (const int transparency : {0, 30})
-                    for (std::size_t length = 1; length <= 260; ++length)
-                        for (const Fence fence : {Fence::before, Fence::behind})
-                            ASSERT_TRUE(stage.agrees({{mode, bytes, transparency, mmx()},
-                                                      length,
-                                                      masked,
-                                                      Sharing::result_and_base,
-                                                      fence},
-                                                     pixels));
+                    for (std::size_t length = 1; length <= 200; ++length) {
+                        RunCase run{{mode, bytes, transparency, mmx()},
+                                    length,
+                                    masked,
+                                    Sharing::result_and_base};
+                        ASSERT_TRUE(stage.agrees(run, pixels));
+                        run.fence = Fence::before;
+                        if (transparency == 0) {
+                            ASSERT_TRUE(stage.agrees(run, pixels));
+                        }
+                    }
     }
 }
 
