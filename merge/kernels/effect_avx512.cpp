@@ -1,0 +1,10 @@
+// The effects for AVX-512 with VBMI, 64 bytes at a time.
+#include "merge/kernels/effect_frames.h"
+#include "merge/kernels/effect_wide.h"
+
+namespace q32::merge {
+
+constexpr EffectKernels avx512_effect_kernels =
+    effect_table<WideEffects<V64, avx2_effect_kernels>>();
+
+} // namespace q32::merge

@@ -1,0 +1,83 @@
+// What relief and the subtractions make of a vector of samples, written once for all instruction
+// sets. Masks come as the pairs of words that blending weighs with: their low bytes are the mask's.
+//
+// Private to the file that includes it, as arithmetic.h.
+#pragma once
+
+#include "merge/kernels/effect_kernels.h"
+#include "merge/kernels/weight_pairs.h"
+
+namespace q32::merge {
+namespace {
+
+// d x strength / 127 for a distance d from the middle is (2 x d x factor) / 65536: the factor is
+// rounded up, which adds less than the 1 / 127 by which a quotient can fall short of the next.
+template <class V>
+class ReliefOf {
+public:
+    explicit ReliefOf(uint8_t strength) : factor_(repeat_word<V>((strength * 32768 + 126) / 127)) {}
+
+    V operator()(V base, V overlay, Pairs<V> mask) const {
+        const V above = subtract_bytes_saturated(overlay, repeat_byte<V>(128));
+        const V below = subtract_bytes_saturated(repeat_byte<V>(127), overlay);
+        const V distance = above | below; // one of them is 0
+        const Pairs<V> doubled = interleaved(add_bytes_saturated(distance, distance), zero<V>());
+        const V step = pack_words(scaled(doubled.low, mask.low), scaled(doubled.high, mask.high));
+        // No step is longer than its distance.
+        return subtract_bytes_saturated(add_bytes_saturated(base, min_bytes(step, above)),
+                                        min_bytes(step, below));
+    }
+
+private:
+    V scaled(V doubled, V mask) const {
+        const V kept = equal_words(mask, repeat_word<V>(0xFF00));
+        return ~kept & multiply_high(doubled, factor_);
+    }
+
+    V factor_;
+};
+
+// (X + 1) x 257 / 65536 is X / 255 for every product X.
+template <class V>
+struct MaskedSubtractionOf {
+    V operator()(V base, V overlay, Pairs<V> mask) const {
+        const Pairs<V> s = interleaved(overlay, zero<V>());
+        return subtract_bytes_saturated(
+            base, pack_words(weighed(s.low, mask.low), weighed(s.high, mask.high)));
+    }
+
+private:
+    static V weighed(V s, V mask) {
+        const V product = multiply_low(s, mask & repeat_word<V>(255));
+        return multiply_high(add_words(product, repeat_word<V>(1)), repeat_word<V>(257));
+    }
+};
+
+// The product of a word with the portion does not fit, but the quotient by 25500 is soon estimated:
+// by the right value or by one less. What is left over tells which; it is below 2 x 25500.
+template <class V>
+class PortionSubtractionOf {
+public:
+    explicit PortionSubtractionOf(std::uint32_t portion)
+        : portion_(repeat_word<V>(int(portion))),
+          estimate_(repeat_word<V>(int(std::min(portion * 65536 / whole_portion, 65535u)))) {}
+
+    V operator()(V base, V overlay) const {
+        const Pairs<V> s = interleaved(overlay, zero<V>());
+        return subtract_bytes_saturated(base, pack_words(quotient(s.low), quotient(s.high)));
+    }
+
+private:
+    V quotient(V s) const {
+        constexpr int whole = int(whole_portion);
+        const V estimate = multiply_high(s, estimate_);
+        const V left = subtract_words(multiply_low(s, portion_),
+                                      multiply_low(estimate, repeat_word<V>(whole)));
+        return add_words(estimate, words_down<15>(add_words(left, repeat_word<V>(32768 - whole))));
+    }
+
+    V portion_, estimate_;
+};
+
+} // namespace
+} // namespace q32::merge
