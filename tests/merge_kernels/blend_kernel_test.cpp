@@ -5,9 +5,9 @@
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/merge_kernels/blend_model.h"
+#include "tests/merge_kernels/domains.h"
 #include "tests/merge_kernels/kernel_sweep.h"
 #include "tests/merge_kernels/levels.h"
-#include "tests/merge_kernels/sample_pairs.h"
 
 #include <gtest/gtest.h>
 
@@ -133,7 +133,7 @@ void all_triples(RoundedRule which, int percent) {
     const SamplePairs &pairs = all_pairs();
     Turn turn{samples == 1 ? pair_count : colour_pair_pixels};
     Bytes destination(turn.mask.size() * samples);
-    for (std::size_t number = 0; number < 256; ++number) {
+    for (std::size_t number = 0; number < 256; number += next_turn) {
         turn.set_mask(number, percent);
         turn.expect<samples>(which, results);
         const std::uint8_t *const weights = percent == 100 ? turn.mask.data() : turn.weights.data();

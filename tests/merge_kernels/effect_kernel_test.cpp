@@ -4,10 +4,10 @@
 // over memory. What the exports add is tested with the library.
 #include "merge/kernels/effect_kernels.h"
 
+#include "tests/merge_kernels/domains.h"
 #include "tests/merge_kernels/effect_model.h"
 #include "tests/merge_kernels/kernel_sweep.h"
 #include "tests/merge_kernels/levels.h"
-#include "tests/merge_kernels/sample_pairs.h"
 
 #include <gtest/gtest.h>
 
@@ -55,10 +55,11 @@ TEST(Selection, AllPairsOfGreyPixelsUnderAllWeights) {
     Bytes selected(pair_count);
     for (const Comparison comparison : {Comparison::lighter, Comparison::darker}) {
         const auto forms = selections(comparison, 1);
-        for (std::size_t turn = 0; turn < 256; ++turn) {
+        for (std::size_t turn = 0; turn < 256; turn += next_turn) {
             for (std::size_t i = 0; i < pair_count; ++i) {
                 weights[i] = value_of_turn(turn, i);
-                const bool acts = model::acts(comparison, &pairs.base[i], &pairs.overlay[i], 1);
+                const bool acts = model::acts(comparison, model::sum_of(&pairs.base[i], 1),
+                                              model::sum_of(&pairs.overlay[i], 1));
                 expected[i] = acts ? weights[i] : std::uint8_t{0};
             }
             for (const auto &form : forms) {
@@ -76,18 +77,6 @@ TEST(Selection, AllPairsOfGreyPixelsUnderAllWeights) {
     }
 }
 
-// Rows of 65536 colours, all that begin with one sample.
-constexpr std::size_t row_pixels = 65536;
-
-void set_colours(Bytes &colours, std::size_t first) {
-    for (std::size_t i = 0; i < row_pixels; ++i) {
-        const std::size_t rest = i * 40503 % row_pixels; // unlike ones side by side
-        colours[3 * i] = static_cast<std::uint8_t>(first);
-        colours[3 * i + 1] = static_cast<std::uint8_t>(rest / 256);
-        colours[3 * i + 2] = static_cast<std::uint8_t>(rest % 256);
-    }
-}
-
 // Another colour for each of a row: as a step of each sample, cut to what a sample can be, or as
 // the grey of a luminance so many steps from the colour's own. Greys are where the sums reach the
 // next hundred: a luminance that is one off makes them compare in another way.
@@ -102,6 +91,7 @@ constexpr Neighbour neighbours[] = {
 };
 
 void set_neighbours(Bytes &others, const Bytes &colours, const Neighbour &neighbour) {
+    others.resize(colours.size());
     for (std::size_t i = 0; i < colours.size(); i += 3)
         for (std::size_t k = 0; k < 3; ++k) {
             const int other = neighbour.grey ? model::luminance(&colours[i]) + neighbour.steps[0]
@@ -110,25 +100,37 @@ void set_neighbours(Bytes &others, const Bytes &colours, const Neighbour &neighb
         }
 }
 
-bool selects_exactly(Comparison comparison, const Bytes &base, const Bytes &overlay) {
+// A row of colours with what they are compared by.
+struct Colours {
+    Bytes bytes;
+    std::vector<int> sums;
+
+    void set_sums() {
+        sums.resize(bytes.size() / 3);
+        for (std::size_t i = 0; i < sums.size(); ++i)
+            sums[i] = model::luminance_sum(&bytes[3 * i]);
+    }
+};
+
+bool selects_exactly(Comparison comparison, const Colours &base, const Colours &overlay) {
     static Bytes weights, expected, selected;
-    const std::size_t pixels = base.size() / 3;
+    const std::size_t pixels = base.sums.size();
     weights.resize(pixels);
     expected.resize(pixels);
     selected.resize(pixels);
     for (std::size_t i = 0; i < pixels; ++i) {
         weights[i] = static_cast<std::uint8_t>(i * 73 / 2);
-        const bool acts = model::acts(comparison, &base[3 * i], &overlay[3 * i], 3);
+        const bool acts = model::acts(comparison, base.sums[i], overlay.sums[i]);
         expected[i] = acts ? weights[i] : std::uint8_t{0};
     }
     for (const auto &form : selections(comparison, 3)) {
         std::fill(selected.begin(), selected.end(), std::uint8_t{0xA5});
-        form.run(selected.data(), weights.data(), base.data(), overlay.data(), pixels);
+        form.run(selected.data(), weights.data(), base.bytes.data(), overlay.bytes.data(), pixels);
         const std::size_t at = first_difference(selected.data(), expected.data(), pixels);
         if (at == pixels)
             continue;
-        const std::uint8_t *const b = &base[3 * at];
-        const std::uint8_t *const s = &overlay[3 * at];
+        const std::uint8_t *const b = &base.bytes[3 * at];
+        const std::uint8_t *const s = &overlay.bytes[3 * at];
         ADD_FAILURE() << comparison_names[std::size_t(comparison)] << ", " << form.level
                       << ": base (" << int{b[0]} << ", " << int{b[1]} << ", " << int{b[2]}
                       << "), overlay (" << int{s[0]} << ", " << int{s[1]} << ", " << int{s[2]}
@@ -138,33 +140,37 @@ bool selects_exactly(Comparison comparison, const Bytes &base, const Bytes &over
     return true;
 }
 
-class SelectionOf : public testing::TestWithParam<Comparison> {};
+bool all_select_exactly(const Colours &base, const Colours &overlay) {
+    return std::all_of(std::begin(comparisons), std::end(comparisons), [&](Comparison comparison) {
+        return selects_exactly(comparison, base, overlay);
+    });
+}
 
-INSTANTIATE_TEST_SUITE_P(Each, SelectionOf, testing::ValuesIn(comparisons), [](const auto &which) {
-    std::string name = comparison_names[std::size_t(which.param)];
-    std::replace(name.begin(), name.end(), ' ', '_');
-    return name;
-});
-
-TEST_P(SelectionOf, AllColoursAgainstNeighboursInLuminance) {
-    Bytes colours(3 * row_pixels);
-    Bytes others(3 * row_pixels);
-    for (std::size_t first = 0; first < 256; ++first) {
-        set_colours(colours, first);
+TEST(Selection, AllColoursAgainstNeighboursInLuminance) {
+    Colours colours, others;
+    for (std::size_t first = 0; first < 256; first += next_turn) {
+        set_colours(colours.bytes, first);
+        colours.set_sums();
         for (const Neighbour &neighbour : neighbours) {
-            set_neighbours(others, colours, neighbour);
-            ASSERT_TRUE(selects_exactly(GetParam(), colours, others));
+            set_neighbours(others.bytes, colours.bytes, neighbour);
+            others.set_sums();
+            ASSERT_TRUE(all_select_exactly(colours, others));
             if (neighbour.grey) {
-                ASSERT_TRUE(selects_exactly(GetParam(), others, colours));
+                ASSERT_TRUE(all_select_exactly(others, colours));
             }
         }
     }
 }
 
-TEST_P(SelectionOf, RandomColours) {
-    random_cases(20, [&](Random &random, std::uint64_t number) {
-        const std::vector<Bytes> runs = random_contents(random, {3, 3}, row_pixels);
-        if (selects_exactly(GetParam(), runs[0], runs[1]))
+TEST(Selection, RandomColours) {
+    random_cases(20, [](Random &random, std::uint64_t number) {
+        Colours runs[2];
+        for (Colours &run : runs) {
+            run.bytes.resize(3 * row_pixels);
+            random.fill(run.bytes);
+            run.set_sums();
+        }
+        if (all_select_exactly(runs[0], runs[1]))
             return true;
         ADD_FAILURE() << "case " << number << " differs: " << rerun(number);
         return false;
@@ -238,7 +244,7 @@ TEST(Relief, EveryMaskByte) {
             return of_size(kernels.relief, samples);
         });
         Bytes mask(pixels_of(samples));
-        for (std::size_t turn = 0; turn < 256; ++turn) {
+        for (std::size_t turn = 0; turn < 256; turn += next_turn) {
             for (std::size_t i = 0; i < mask.size(); ++i)
                 mask[i] = value_of_turn(turn, i);
             const auto model = [](int b, int s, int m) {
@@ -262,7 +268,7 @@ TEST(MaskedSubtraction, AllTriples) {
             return of_size(kernels.subtract_masked, samples);
         });
         Bytes mask(pixels_of(samples));
-        for (std::size_t turn = 0; turn < 256; ++turn) {
+        for (std::size_t turn = 0; turn < 256; turn += next_turn) {
             for (std::size_t i = 0; i < mask.size(); ++i)
                 mask[i] = value_of_turn(turn, i);
             for (const auto &form : forms)
@@ -283,7 +289,7 @@ TEST(PortionSubtraction, AllPortions) {
         base[i] = bases[i % std::size(bases)];
         overlay[i] = static_cast<std::uint8_t>(i / std::size(bases) * 91);
     }
-    for (std::uint32_t portion = 0; portion <= merge::whole_portion; ++portion) {
+    for (std::uint32_t portion = 0; portion <= merge::whole_portion; portion += next_turn) {
         for (std::size_t i = 0; i < samples; ++i)
             expected[i] = byte(model::subtract_portion(base[i], overlay[i], int(portion)));
         for (const auto &form : forms) {
@@ -497,9 +503,9 @@ Call selection_call(Comparison comparison, const Form<merge::Selection> &form,
     call.expected = [=](const std::vector<Bytes> &runs, std::size_t pixels) {
         Bytes out(pixels);
         for (std::size_t i = 0; i < pixels; ++i) {
-            const std::uint8_t *const base = runs[2].data() + i * samples;
-            const std::uint8_t *const overlay = runs[3].data() + i * samples;
-            out[i] = model::acts(comparison, base, overlay, samples) ? runs[1][i] : std::uint8_t{0};
+            const int base = model::sum_of(runs[2].data() + i * samples, samples);
+            const int overlay = model::sum_of(runs[3].data() + i * samples, samples);
+            out[i] = model::acts(comparison, base, overlay) ? runs[1][i] : std::uint8_t{0};
         }
         return out;
     };

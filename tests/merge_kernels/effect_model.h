@@ -18,20 +18,22 @@ inline int luminance(const std::uint8_t *pixel) {
     return luminance_sum(pixel) / 100;
 }
 
-// Whether an overlay pixel acts on a base pixel, both of one sample or of three.
-inline bool acts(Comparison comparison, const std::uint8_t *base, const std::uint8_t *overlay,
-                 std::size_t samples) {
-    const int b = samples == 1 ? base[0] : luminance(base);
-    const int s = samples == 1 ? overlay[0] : luminance(overlay);
+// Whether an overlay pixel acts on a base pixel, by the sums of both.
+inline bool acts(Comparison comparison, int base_sum, int overlay_sum) {
     switch (comparison) {
     case Comparison::lighter:
-        return s > b;
+        return overlay_sum / 100 > base_sum / 100;
     case Comparison::darker:
-        return s < b;
+        return overlay_sum / 100 < base_sum / 100;
     case Comparison::lighter_by_sums:
-        return luminance_sum(overlay) > luminance_sum(base);
+        return overlay_sum > base_sum;
     }
     return false;
+}
+
+// A pixel of one sample is its own luminance.
+inline int sum_of(const std::uint8_t *pixel, std::size_t samples) {
+    return samples == 1 ? 100 * pixel[0] : luminance_sum(pixel);
 }
 
 inline int relief(int b, int s, int strength) {

@@ -1,5 +1,5 @@
-// All pairs of a base sample and an overlay sample as one run, for loops over everything that two
-// samples and a third value can be.
+// Runs for loops over everything that samples can be: all pairs of a base sample and an overlay
+// sample, which meet every third value in turns, and all colours in rows.
 #pragma once
 
 #include "tests/merge_kernels/kernel_sweep.h"
@@ -33,5 +33,26 @@ inline const SamplePairs &all_pairs() {
 inline std::uint8_t value_of_turn(std::size_t turn, std::size_t pixel) {
     return static_cast<std::uint8_t>(turn + pixel * 167 / 8);
 }
+
+inline constexpr std::size_t row_pixels = 65536;
+
+// All colours that begin with one sample, unlike ones side by side.
+inline void set_colours(Bytes &colours, std::size_t first) {
+    colours.resize(3 * row_pixels);
+    for (std::size_t i = 0; i < row_pixels; ++i) {
+        const std::size_t rest = i * 40503 % row_pixels;
+        colours[3 * i] = static_cast<std::uint8_t>(first);
+        colours[3 * i + 1] = static_cast<std::uint8_t>(rest / 256);
+        colours[3 * i + 2] = static_cast<std::uint8_t>(rest % 256);
+    }
+}
+
+// Which of 256 or more turns or rows to run: all, but every fifth under the sanitizers, which are
+// slow and there for other things than exactness.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr std::size_t next_turn = 5;
+#else
+inline constexpr std::size_t next_turn = 1;
+#endif
 
 } // namespace q32::test
