@@ -75,6 +75,10 @@ inline V16 interleave_high_bytes(V16 a, V16 b) {
 inline V16 pack_words(V16 a, V16 b) {
     return _mm_packus_epi16(a, b);
 }
+// Signed words to signed bytes: what lies beyond their limits becomes the limit.
+inline V16 pack_signed_words(V16 a, V16 b) {
+    return _mm_packs_epi16(a, b);
+}
 // All ones where equal, 0 elsewhere.
 inline V16 equal_words(V16 a, V16 b) {
     return _mm_cmpeq_epi16(a, b);
@@ -83,6 +87,10 @@ inline V16 equal_words(V16 a, V16 b) {
 // Bytes of a times signed bytes of b, two products summed to a signed word, within its limits.
 inline V16 sum_byte_products(V16 a, V16 b) {
     return _mm_maddubs_epi16(a, b);
+}
+// (a x b + 16384) / 32768 of signed words, rounded down.
+inline V16 multiply_fractions(V16 a, V16 b) {
+    return _mm_mulhrs_epi16(a, b);
 }
 #endif
 
@@ -124,11 +132,17 @@ inline V32 interleave_high_bytes(V32 a, V32 b) {
 inline V32 pack_words(V32 a, V32 b) {
     return _mm256_packus_epi16(a, b);
 }
+inline V32 pack_signed_words(V32 a, V32 b) {
+    return _mm256_packs_epi16(a, b);
+}
 inline V32 equal_words(V32 a, V32 b) {
     return _mm256_cmpeq_epi16(a, b);
 }
 inline V32 sum_byte_products(V32 a, V32 b) {
     return _mm256_maddubs_epi16(a, b);
+}
+inline V32 multiply_fractions(V32 a, V32 b) {
+    return _mm256_mulhrs_epi16(a, b);
 }
 
 #endif
@@ -171,11 +185,17 @@ inline V64 interleave_high_bytes(V64 a, V64 b) {
 inline V64 pack_words(V64 a, V64 b) {
     return _mm512_packus_epi16(a, b);
 }
+inline V64 pack_signed_words(V64 a, V64 b) {
+    return _mm512_packs_epi16(a, b);
+}
 inline V64 equal_words(V64 a, V64 b) {
     return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b));
 }
 inline V64 sum_byte_products(V64 a, V64 b) {
     return _mm512_maddubs_epi16(a, b);
+}
+inline V64 multiply_fractions(V64 a, V64 b) {
+    return _mm512_mulhrs_epi16(a, b);
 }
 
 #endif
@@ -192,6 +212,13 @@ struct Pairs {
 template <class V>
 Pairs<V> interleaved(V first, V second) {
     return {interleave_low_bytes(first, second), interleave_high_bytes(first, second)};
+}
+
+// x / 255, truncated, of words x + 1 up to 65536 - 1: (255 q + e + 1) x 257 is 65536 q and
+// 257 (e + 1) - q, which is neither negative nor as much as 65536.
+template <class V>
+V over_255(V words_and_1) {
+    return multiply_high(words_and_1, repeat_word<V>(257));
 }
 
 } // namespace

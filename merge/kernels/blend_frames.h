@@ -5,58 +5,13 @@
 #pragma once
 
 #include "merge/kernels/blend_table.h"
+#include "merge/kernels/weighing.h"
 #include "merge/kernels/weight_pairs.h"
 
 #include <utility>
 
 namespace q32::merge {
 namespace {
-
-// --- one vector of samples ----------------------------------------------------------------------
-
-// Sums r x w + b x (255 - w), less sum_offset: the one instruction for it takes signed samples.
-#ifdef __SSE4_1__
-constexpr int sum_offset = 128 * 255;
-
-template <class V>
-V weighed_sums(V samples, V weights) {
-    return sum_byte_products(weights, samples ^ repeat_byte<V>(0x80));
-}
-#else
-constexpr int sum_offset = 0;
-
-template <class V>
-V weighed_sums(V samples, V weights) {
-    const V first = repeat_word<V>(0xFF);
-    return add_words(multiply_low(samples & first, weights & first),
-                     multiply_low(words_down<8>(samples), words_down<8>(weights)));
-}
-#endif
-
-// (X + 1) x 257 / 65536 is X / 255 for every sum. When shifted, 1 is added to X >> 8 by way of 256,
-// and equality takes the step back for a sum of 0.
-template <Rounding rounding, class V>
-V rounded(V sums) {
-    if constexpr (rounding == Rounding::divided)
-        return multiply_high(add_words(sums, repeat_word<V>(sum_offset + 1)), repeat_word<V>(257));
-    const V sum_of_0 = equal_words(sums, repeat_word<V>(-sum_offset));
-    return words_down<8>(add_words(add_words(sums, repeat_word<V>(sum_offset + 256)), sum_of_0));
-}
-
-// Result and base of each sample.
-template <class R, class V>
-Pairs<V> samples_of(V overlay, V base) {
-    if constexpr (requires { R::pairs(overlay, base); })
-        return R::pairs(overlay, base);
-    else
-        return interleaved(R::wide(overlay, base), base);
-}
-
-template <Rounding rounding, class V>
-V weighed(Pairs<V> samples, Pairs<V> weights) {
-    return pack_words(rounded<rounding>(weighed_sums(samples.low, weights.low)),
-                      rounded<rounding>(weighed_sums(samples.high, weights.high)));
-}
 
 // --- steps --------------------------------------------------------------------------------------
 
@@ -77,7 +32,7 @@ struct MaskedStep {
 
     V one(size_t at, Pairs<V> pairs) const {
         const V s = load<V>(overlay + at), b = load<V>(destination + at);
-        return weighed<rounding>(samples_of<R>(s, b), pairs);
+        return blended<R, rounding>(s, b, pairs);
     }
 };
 
@@ -112,7 +67,7 @@ void blend_uniform(uint8_t *destination, const uint8_t *overlay, uint8_t weight,
     const V pair = interleave_low_bytes(w, ~w);
     const auto blend = [&](size_t at) {
         const V s = load<V>(overlay + at), b = load<V>(destination + at);
-        return weighed<rounding>(samples_of<R>(s, b), Pairs<V>{pair, pair});
+        return blended<R, rounding>(s, b, Pairs<V>{pair, pair});
     };
     const size_t last = samples - sizeof(V);
     const V last_result = blend(last);

@@ -22,13 +22,11 @@ constexpr int product(int x, int y) {
     return rounding == Rounding::divided && remainder >= 127 ? quotient + 1 : quotient;
 }
 
-// The same for words that hold 256 times a sample: x + 1 (or x + 129) times 257 is its quotient by
-// 255 times 65536, and a bit.
+// The same for words that hold 256 times a sample.
 template <Rounding rounding, class V>
 V product_words(V x256, V y256) {
-    constexpr int towards_next = rounding == Rounding::divided ? 255 - 127 : 0;
-    return multiply_high(add_words(multiply_high(x256, y256), repeat_word<V>(towards_next + 1)),
-                         repeat_word<V>(257));
+    constexpr int to_next = rounding == Rounding::divided ? 255 - 127 : 0;
+    return over_255(add_words(multiply_high(x256, y256), repeat_word<V>(to_next + 1)));
 }
 
 // Result r weighed into base sample b.
@@ -39,6 +37,11 @@ constexpr int weighed(int r, int b, int weight) {
 }
 
 // --- rules --------------------------------------------------------------------------------------
+
+// A rule has result(s, b) and one wide form of it:
+//   wide(s, b)          the results of vectors of samples
+//   pairs<flips>(s, b)  where results come as words: result and base of each sample, side by side,
+//                       with the bits of `flips` inverted
 
 struct Normal {
     static constexpr Rule rule = Rule::normal;
@@ -85,11 +88,12 @@ struct Multiply {
     static constexpr Rule rule = Rule::multiply;
     static constexpr int result(int s, int b) { return product<rounding>(s, b); }
 
-    template <class V>
+    template <int flips, class V>
     static Pairs<V> pairs(V s, V b) {
         const Pairs<V> s256 = interleaved(zero<V>(), s), b256 = interleaved(zero<V>(), b);
-        return {product_words<rounding>(s256.low, b256.low) | b256.low,
-                product_words<rounding>(s256.high, b256.high) | b256.high};
+        const V flipped = repeat_byte<V>(flips);
+        return {(product_words<rounding>(s256.low, b256.low) | b256.low) ^ flipped,
+                (product_words<rounding>(s256.high, b256.high) | b256.high) ^ flipped};
     }
 };
 
@@ -98,10 +102,9 @@ struct Screen {
     static constexpr Rule rule = Rule::screen;
     static constexpr int result(int s, int b) { return 255 - product<rounding>(255 - s, 255 - b); }
 
-    template <class V>
+    template <int flips, class V>
     static Pairs<V> pairs(V s, V b) {
-        const Pairs<V> complements = Multiply<rounding>::pairs(~s, ~b);
-        return {~complements.low, ~complements.high};
+        return Multiply<rounding>::template pairs<255 - flips>(~s, ~b);
     }
 };
 

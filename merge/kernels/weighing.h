@@ -1,0 +1,76 @@
+// The arithmetic of blending on one vector of samples: a rule's results weighed into the base.
+//
+// Private to the file that includes it, as rules.h.
+#pragma once
+
+#include "merge/kernels/rules.h"
+
+namespace q32::merge {
+namespace {
+
+// Sums X = r x w + b x (255 - w) from words of two samples and of their two weights. The one
+// instruction for it takes samples with their top bit inverted as signed, and gives X - 32640.
+#ifdef __SSE4_1__
+constexpr int sample_flips = 0x80, sum_offset = 128 * 255;
+
+template <class V>
+V weighed_sums(V samples, V weights) {
+    return sum_byte_products(weights, samples);
+}
+#else
+constexpr int sample_flips = 0, sum_offset = 0;
+
+template <class V>
+V weighed_sums(V samples, V weights) {
+    const V first = repeat_word<V>(0xFF);
+    return add_words(multiply_low(samples & first, weights & first),
+                     multiply_low(words_down<8>(samples), words_down<8>(weights)));
+}
+#endif
+
+// Sums to samples, by either rounding. Shifted, with signed sums: X / 256 - 127 in one
+// multiplication, which the 128 that flips the top bit makes X / 256 + 1; a sum of 0 takes 1 off.
+// Without: 256 is added to X before the shift, and 1 taken off a sum of 0.
+template <Rounding rounding, class V>
+V rounded(Pairs<V> sums) {
+    if constexpr (rounding == Rounding::divided) {
+        const V and_1 = repeat_word<V>(sum_offset + 1);
+        return pack_words(over_255(add_words(sums.low, and_1)),
+                          over_255(add_words(sums.high, and_1)));
+    }
+#ifdef __SSE4_1__
+    const auto quotients = [](V x) {
+        return add_words(multiply_fractions(x, repeat_word<V>(128)),
+                         equal_words(x, repeat_word<V>(-sum_offset)));
+    };
+    return pack_signed_words(quotients(sums.low), quotients(sums.high)) ^ repeat_byte<V>(0x80);
+#else
+    const auto quotients = [](V x) {
+        return words_down<8>(
+            add_words(add_words(x, repeat_word<V>(256)), equal_words(x, zero<V>())));
+    };
+    return pack_words(quotients(sums.low), quotients(sums.high));
+#endif
+}
+
+// Words of result and base, as weighed_sums takes them.
+template <class R, class V>
+Pairs<V> samples_of(V overlay, V base) {
+    if constexpr (requires { R::template pairs<sample_flips>(overlay, base); }) {
+        return R::template pairs<sample_flips>(overlay, base);
+    } else {
+        const V flips = repeat_byte<V>(sample_flips);
+        return interleaved(R::wide(overlay, base) ^ flips, base ^ flips);
+    }
+}
+
+// What a rule makes of the base, under weights as words of w and 255 - w.
+template <class R, Rounding rounding, class V>
+V blended(V overlay, V base, Pairs<V> weights) {
+    const Pairs<V> samples = samples_of<R>(overlay, base);
+    return rounded<rounding, V>(
+        {weighed_sums(samples.low, weights.low), weighed_sums(samples.high, weights.high)});
+}
+
+} // namespace
+} // namespace q32::merge
