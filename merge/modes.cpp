@@ -22,11 +22,11 @@ constexpr Mode transfer(HsvFields fields) {
         .action = Action::transfer, .shifted_in = ShiftedIn::runs_and_rectangles, .fields = fields};
 }
 
-constexpr Mode select(Comparison comparison, Comparison shifted_comparison,
+constexpr Mode select(Comparison comparison, Comparison mmx_rectangle_comparison,
                       const FailureSite &no_overlay_copy) {
     return {.action = Action::selection,
             .comparison = comparison,
-            .shifted_comparison = shifted_comparison,
+            .mmx_rectangle_comparison = mmx_rectangle_comparison,
             .no_overlay_copy = &no_overlay_copy};
 }
 

@@ -18,12 +18,12 @@ enum class Form : std::uint8_t { run, rectangle };
 
 struct Mode {
     Action action;
-    Rule rule;                          // normal unless a blend
-    ShiftedIn shifted_in;               // transfers: their normal blend
-    HsvFields fields;                   // of a transfer
-    Comparison comparison;              // of a selection
-    Comparison shifted_comparison;      // and in rectangles where the processor has MMX
-    const FailureSite *no_overlay_copy; // null for transfers, which need no copy
+    Rule rule;                           // normal unless a blend
+    ShiftedIn shifted_in;                // transfers: their normal blend
+    HsvFields fields;                    // of a transfer
+    Comparison comparison;               // of a selection
+    Comparison mmx_rectangle_comparison; // and in rectangles where the processor has MMX
+    const FailureSite *no_overlay_copy;  // null for transfers, which need no copy
 };
 
 // Null for a mode that there is not.

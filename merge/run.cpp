@@ -70,11 +70,10 @@ void subtract_portion(const Recipe &recipe, const Run &piece) {
 }
 
 // The normal blend goes to a row of its own, whose fields then go into the base's pixels.
-template <MergePiece *normal_blend>
 void transfer_fields(const Recipe &recipe, const Run &piece) {
     std::uint8_t merged[3 * scratch_pixels];
     std::memcpy(merged, piece.base, 3 * piece.pixels);
-    normal_blend(recipe, {merged, merged, piece.mask, piece.overlay, piece.pixels});
+    recipe.inner(recipe, {merged, merged, piece.mask, piece.overlay, piece.pixels});
     recipe.transfer(piece.result, piece.base, merged, piece.pixels);
 }
 
@@ -102,7 +101,7 @@ Run samples_of(const Recipe &recipe, const Run &piece, const std::uint8_t *mask)
 }
 
 void merge_as_grey(const Recipe &recipe, const Run &piece) {
-    recipe.merge_samples(recipe, samples_of(recipe, piece, nullptr));
+    recipe.inner(recipe, samples_of(recipe, piece, nullptr));
 }
 
 // The grey pixels share their pixel's mask byte, which counts as 0 where acts(pixel) is false.
@@ -112,7 +111,7 @@ void spread_mask(const Recipe &recipe, const Run &piece, Acts acts_at) {
     const std::size_t samples = recipe.pixel_bytes;
     for (std::size_t i = 0; i != piece.pixels; ++i)
         std::memset(mask + i * samples, acts_at(i * samples) ? piece.mask[i] : 0, samples);
-    recipe.merge_samples(recipe, samples_of(recipe, piece, mask));
+    recipe.inner(recipe, samples_of(recipe, piece, mask));
 }
 
 void merge_masked_as_grey(const Recipe &recipe, const Run &piece) {
@@ -131,11 +130,16 @@ int percent_of(const Request &request) {
     return 100 - std::clamp(request.transparency, 0, 100);
 }
 
-bool is_shifted(const Request &request) {
+// Whether the call goes the MMX way, if its mode has one.
+bool goes_mmx_way(const Request &request) {
+    return mmx_available() && request.bytes_per_pixel == 3;
+}
+
+Rounding rounding_of(const Request &request) {
     const ShiftedIn shifted_in = request.mode.shifted_in;
-    return mmx_available() && request.bytes_per_pixel == 3 &&
-           (request.form == Form::run ? shifted_in != ShiftedIn::none
-                                      : shifted_in == ShiftedIn::runs_and_rectangles);
+    const bool may_shift = request.form == Form::run ? shifted_in != ShiftedIn::none
+                                                     : shifted_in == ShiftedIn::runs_and_rectangles;
+    return may_shift && goes_mmx_way(request) ? Rounding::shifted : Rounding::divided;
 }
 
 // Quirk: the MMX way scales opacity to 255 in runs, and to the low byte of 256 in rectangles. A
@@ -186,7 +190,7 @@ bool copies_overlay(const Recipe &recipe, const Request &request, Rounding round
 }
 
 void settle_blend(Recipe &recipe, const Request &request) {
-    const Rounding rounding = is_shifted(request) ? Rounding::shifted : Rounding::divided;
+    const Rounding rounding = rounding_of(request);
     settle_weights(recipe, request, rounding);
     if (request.mask_is_full)
         do_without_full_mask(recipe);
@@ -214,14 +218,9 @@ void settle_blend(Recipe &recipe, const Request &request) {
 void settle_transfer(Recipe &recipe, const Request &request) {
     settle_blend(recipe, request);
     recipe.transfer = colours().transfer[std::size_t(request.mode.fields)];
-    if (recipe.merge_piece == copy_overlay)
-        recipe.merge_piece = transfer_overlay_fields;
-    else if (recipe.merge_piece == blend_uniformly)
-        recipe.merge_piece = transfer_fields<blend_uniformly>;
-    else if (recipe.merge_piece == blend_by_mask)
-        recipe.merge_piece = transfer_fields<blend_by_mask>;
-    else
-        recipe.merge_piece = transfer_fields<blend_by_weights>;
+    const bool copies = recipe.merge_piece == copy_overlay;
+    recipe.inner = recipe.merge_piece;
+    recipe.merge_piece = copies ? transfer_overlay_fields : transfer_fields;
     recipe.piece_pixels = scratch_pixels;
     recipe.begins_with_base = false;
 }
@@ -232,11 +231,11 @@ Kernel *of_size(const BySize<Kernel> &kernels, std::size_t samples) {
 }
 
 void settle_selection(Recipe &recipe, const Request &request) {
-    const bool shifted =
-        mmx_available() && request.bytes_per_pixel == 3 && request.form == Form::rectangle;
-    recipe.comparison = shifted ? request.mode.shifted_comparison : request.mode.comparison;
+    const bool by_sums = request.form == Form::rectangle && goes_mmx_way(request);
+    const Comparison comparison =
+        by_sums ? request.mode.mmx_rectangle_comparison : request.mode.comparison;
     settle_weights(recipe, request, Rounding::divided);
-    recipe.select = of_size(effects().select[std::size_t(recipe.comparison)], recipe.samples);
+    recipe.select = of_size(effects().select[std::size_t(comparison)], recipe.samples);
     const Blend &blend = blends()(Rounding::divided, Rule::normal);
     recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
     recipe.merge_piece = blend_selected;
@@ -266,48 +265,36 @@ void settle_mask_subtraction(Recipe &recipe, const Request &request) {
     recipe.merge_piece = subtract_portion;
 }
 
-Recipe settle_samples(const Request &request, int samples) {
-    Recipe recipe{};
-    recipe.samples = std::size_t(samples);
-    recipe.pixel_bytes = recipe.samples;
-    recipe.piece_pixels = unlimited;
-    recipe.begins_with_base = true;
+void settle_action(Recipe &recipe, const Request &request) {
     switch (request.mode.action) {
     case Action::blend:
-        settle_blend(recipe, request);
-        break;
+        return settle_blend(recipe, request);
     case Action::transfer:
-        settle_transfer(recipe, request);
-        break;
+        return settle_transfer(recipe, request);
     case Action::selection:
-        settle_selection(recipe, request);
-        break;
+        return settle_selection(recipe, request);
     case Action::relief:
-        settle_relief(recipe, request);
-        break;
+        return settle_relief(recipe, request);
     case Action::mask_subtraction:
-        settle_mask_subtraction(recipe, request);
-        break;
+        return settle_mask_subtraction(recipe, request);
     }
-    return recipe;
 }
 
-// Pixels of 2 and of 4 to 8 bytes. What a selection leaves out gets weight 0.
-Recipe settle_as_grey(Request request) {
-    const bool selects = request.mode.action == Action::selection;
-    if (selects)
-        request.mask_is_full = false; // the weights differ, as the pixels do
-    Recipe recipe = settle_samples(request, 1);
-    if (selects)
-        settle_blend(recipe, request);
-    recipe.pixel_bytes = std::size_t(request.bytes_per_pixel);
-    recipe.merge_samples = recipe.merge_piece;
-    if (selects)
-        recipe.merge_piece = merge_selected_as_grey;
-    else
-        recipe.merge_piece = recipe.reads_mask ? merge_masked_as_grey : merge_as_grey;
-    recipe.piece_pixels = scratch_pixels / recipe.pixel_bytes;
-    return recipe;
+// Pixels of 2 and of 4 to 8 bytes.
+void settle_as_grey(Recipe &recipe, const Request &request) {
+    settle_action(recipe, request);
+    recipe.inner = recipe.merge_piece;
+    recipe.merge_piece = recipe.reads_mask ? merge_masked_as_grey : merge_as_grey;
+}
+
+// The samples do not know which pixels were selected: what was left out has weight 0, and the rest
+// is a normal blend. Its weights differ even under a full mask.
+void settle_selection_as_grey(Recipe &recipe, Request request) {
+    request.mask_is_full = false;
+    settle_blend(recipe, request);
+    recipe.comparison = request.mode.comparison;
+    recipe.inner = recipe.merge_piece;
+    recipe.merge_piece = merge_selected_as_grey;
 }
 
 } // namespace
@@ -315,8 +302,20 @@ Recipe settle_as_grey(Request request) {
 // --- drivers ------------------------------------------------------------------------------------
 
 Recipe settle(const Request &request) {
-    const int size = request.bytes_per_pixel;
-    return size == 1 || size == 3 ? settle_samples(request, size) : settle_as_grey(request);
+    const std::size_t size = std::size_t(request.bytes_per_pixel);
+    Recipe recipe{.piece_pixels = unlimited, .pixel_bytes = size, .begins_with_base = true};
+    if (size == 1 || size == 3) {
+        recipe.samples = size;
+        settle_action(recipe, request);
+        return recipe;
+    }
+    recipe.samples = 1;
+    if (request.mode.action == Action::selection)
+        settle_selection_as_grey(recipe, request);
+    else
+        settle_as_grey(recipe, request);
+    recipe.piece_pixels = scratch_pixels / size;
+    return recipe;
 }
 
 void merge_run(const Recipe &recipe, const Run &run) {

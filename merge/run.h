@@ -54,9 +54,10 @@ struct Recipe {
     MaskedSubtraction *subtract_masked;
     std::uint32_t portion; // of subtraction
 
-    // Pixels of other sizes than one and three samples: how their samples are merged, as grey.
-    MergePiece *merge_samples;
-    Comparison comparison;
+    // What the piece's merging goes through: the normal blend of a transfer, or, for pixels that
+    // the kernels do not know, the merging of their samples as grey pixels.
+    MergePiece *inner;
+    Comparison comparison; // of such pixels, in a selection
 };
 
 // The recipe holds as long as the request's mask does.
