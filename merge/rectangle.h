@@ -11,9 +11,9 @@ struct Rectangle {
     std::uint8_t *destination; // holds the base
     const std::uint8_t *mask;  // one byte per pixel, or null
     const std::uint8_t *overlay;
-    int width;  // pixels
-    int height; // rows
-    std::size_t destination_stride;
+    int width;                      // pixels
+    int height;                     // rows
+    std::size_t destination_stride; // bytes from row to row, no less than the rows have
     std::size_t overlay_stride;
     std::size_t mask_stride;
     int bytes_per_pixel;

@@ -20,21 +20,23 @@ using buffer::saturating_subtract;
 
 // --- helpers ------------------------------------------------------------------------------------
 
-// An image of packed rows and where it lies. Areas reach wider than memory can, so that everything
-// is reckoned in 64 bits; what lies in memory fits into a pointer again.
+// An image of packed rows and where it lies. An area may be wider than memory can be; differences
+// and products wrap around then, and come out right for every pixel that does lie in memory.
 template <typename Byte>
 struct Image {
     Byte *memory;
     Area area;
     int bytes_per_pixel;
 
-    std::int64_t row_bytes() const {
-        return (std::int64_t(area.right) - area.left) * bytes_per_pixel;
-    }
-    std::size_t stride() const { return std::size_t(row_bytes()); }
+    std::size_t stride() const { return distance(area.left, area.right); }
     Byte *pixel(int x, int y) const {
-        return memory + std::size_t((std::int64_t(y) - area.top) * row_bytes() +
-                                    (std::int64_t(x) - area.left) * bytes_per_pixel);
+        const std::size_t rows = std::size_t(y) - std::size_t(area.top);
+        return memory + (rows * stride() + distance(area.left, x));
+    }
+
+private:
+    std::size_t distance(int from, int to) const { // in bytes
+        return (std::size_t(to) - std::size_t(from)) * unsigned(bytes_per_pixel);
     }
 };
 
