@@ -15,7 +15,7 @@ struct Rectangle {
     int height;                     // rows
     std::size_t destination_stride; // bytes from row to row, no less than the rows have
     std::size_t overlay_stride;
-    std::size_t mask_stride;
+    std::size_t mask_stride; // 0: one row serves all
     int bytes_per_pixel;
 };
 
