@@ -34,6 +34,10 @@ inline V16 subtract_bytes(V16 a, V16 b) {
 inline V16 choose_bytes(V16 mask, V16 a, V16 b) {
     return _mm_blendv_epi8(b, a, mask);
 }
+// (a + b + 1) / 2.
+inline V16 average_bytes(V16 a, V16 b) {
+    return _mm_avg_epu8(a, b);
+}
 inline V16 min_signed_words(V16 a, V16 b) {
     return _mm_min_epi16(a, b);
 }
@@ -88,6 +92,9 @@ inline V32 subtract_bytes(V32 a, V32 b) {
 }
 inline V32 choose_bytes(V32 mask, V32 a, V32 b) {
     return _mm256_blendv_epi8(b, a, mask);
+}
+inline V32 average_bytes(V32 a, V32 b) {
+    return _mm256_avg_epu8(a, b);
 }
 inline V32 min_signed_words(V32 a, V32 b) {
     return _mm256_min_epi16(a, b);
@@ -167,6 +174,9 @@ template <int count>
 V64 words_up(V64 v) {
     return _mm512_slli_epi16(v, count);
 }
+inline V64 average_bytes(V64 a, V64 b) {
+    return _mm512_avg_epu8(a, b);
+}
 inline V64 min_signed_words(V64 a, V64 b) {
     return _mm512_min_epi16(a, b);
 }
@@ -219,6 +229,12 @@ V interleave_words(V a, V b) {
         return interleave_low_words(a, b);
     else
         return interleave_high_words(a, b);
+}
+
+// (a + b) / 2.
+template <class V>
+V floor_average_bytes(V a, V b) {
+    return subtract_bytes(average_bytes(a, b), (a ^ b) & repeat_byte<V>(1));
 }
 
 // Bits of v where the mask has none.

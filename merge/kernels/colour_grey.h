@@ -8,6 +8,8 @@
 namespace q32::merge {
 namespace {
 
+constexpr uint8_t nothing = 0x80; // a shuffle index that gives 0
+
 // --- to grey -------------------------------------------------------------------------------------
 
 // Words of half the pixels' samples: red and green as pairs of bytes, blue.
@@ -20,7 +22,7 @@ struct GreyWeights {
     V grey() const {
         const V eighth =
             words_down<3>(add_words(sum_byte_products(red_green, repeat_word<V>(75 << 8 | 43)),
-                                    multiply_low(blue, repeat_word<V>(114))));
+                                    sum_byte_products(blue, repeat_word<V>(114))));
         const V sum = add_words(
             eighth, words_up<5>(sum_byte_products(red_green, repeat_word<V>(2 << 8 | 1))));
         return words_down<6>(multiply_high(sum, repeat_word<V>(33555)));

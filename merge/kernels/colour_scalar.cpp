@@ -2,7 +2,6 @@
 #include "merge/kernels/colour_kernels.h"
 
 #include <algorithm>
-#include <compare>
 #include <cstring>
 
 namespace q32::merge {
@@ -15,7 +14,9 @@ struct Int {
     std::int32_t value;
 
     constexpr Int(std::int32_t from = 0) : value(from) {}
-    constexpr auto operator<=>(const Int &) const = default;
+    constexpr bool operator==(const Int &) const = default;
+    constexpr bool operator<(const Int &other) const { return value < other.value; }
+    constexpr bool operator>(const Int &other) const { return value > other.value; }
 };
 
 constexpr Int wrapped(std::uint32_t bits) {

@@ -20,30 +20,37 @@ struct RgbToRecords {
     Loaded load(const uint8_t *source) const { return load_pixels<V>(source); }
     void store(uint8_t *destination, const Loaded &pixels) const {
         const Ranked<V> samples = rank(pixels);
-        store_half<0>(destination, samples);
-        store_half<1>(destination + record_bytes * units / 2, samples);
+        const Bytes bytes = {
+            .max = turned<Space::saturation_field>(samples.max),
+            .min = turned<Space::saturation_field>(samples.min),
+            .value = turned<Space::value_field>(Space::value(samples.max, samples.min))};
+        store_half<0>(destination, Hues<V>::template of<0>(samples), bytes);
+        store_half<1>(destination, Hues<V>::template of<1>(samples), bytes);
     }
 
 private:
+    struct Bytes {
+        V max, min; // in the order of the saturation
+        V value;    // in its own
+    };
+
     template <size_t half>
-    static void store_half(uint8_t *destination, const Ranked<V> &samples) {
-        const auto hues = Hues<V>::template of<half>(samples);
+    static void store_half(uint8_t *destination, const Hues<V> &hues, const Bytes &bytes) {
         const auto saturations =
-            Saturations<V>::of(words_of<half>(samples.range), Space::template most<half>(samples));
-        const V value = Space::template value<half>(samples);
-        store_quarter<0>(destination, hues, saturations, value);
-        store_quarter<1>(destination + record_bytes * units / 4, hues, saturations, value);
+            Saturations<V>::of(words_of<half>(subtract_bytes(bytes.max, bytes.min)),
+                               Space::template most<half>(bytes.max, bytes.min));
+        const V value = words_of<half>(bytes.value);
+        store_fields<half>(destination, fields_of<0>(hues, saturations, value),
+                           fields_of<1>(hues, saturations, value));
     }
 
     template <size_t half>
-    static void store_quarter(uint8_t *destination, const Hues<V> &hues,
-                              const Saturations<V> &saturations, V value) {
-        const V hue = hues.template hue<half>();
-        const V saturation = saturations.template saturation<half>();
-        if constexpr (Space::saturation_last)
-            store_fields(destination, hue, dwords_of<half>(value), saturation);
-        else
-            store_fields(destination, hue, saturation, dwords_of<half>(value));
+    static Fields<V> fields_of(const Hues<V> &hues, const Saturations<V> &saturations, V value) {
+        Fields<V> fields;
+        fields.field[0] = hues.template hue<half>();
+        fields.field[Space::saturation_field] = saturations.template saturation<half>();
+        fields.field[Space::value_field] = dwords_of<half>(value);
+        return fields;
     }
 };
 
@@ -55,7 +62,7 @@ struct RecordsToRgb {
     static constexpr size_t units = sizeof(V), source_bytes = record_bytes, destination_bytes = 3;
 
     static void convert(uint8_t *destination, const uint8_t *source) {
-        const Half low = half_of(source), high = half_of(source + record_bytes * units / 2);
+        const Half low = half_of<0>(source), high = half_of<1>(source);
         if (any_bit(low.outside | high.outside)) [[unlikely]]
             scalar_colour_kernels.convert[size_t(Space::to_rgb)](destination, source, units);
         else
@@ -68,22 +75,23 @@ private:
         V outside; // some bit is set when a field is out of range
     };
 
+    template <size_t half>
     static Half half_of(const uint8_t *source) {
-        const Fields<V> a = load_fields<V>(source);
-        const Fields<V> b = load_fields<V>(source + record_bytes * units / 4);
-        const V hue = pack_dwords(a.field[0], b.field[0]);
-        const V field_1 = pack_dwords(a.field[1], b.field[1]);
-        const V field_2 = pack_dwords(a.field[2], b.field[2]);
-
+        const auto a = load_fields<2 * half, V>(source), b = load_fields<2 * half + 1, V>(source);
+        const V hue = packed<0>(a, b);
         const V grey = equal_words(hue, repeat_word<V>(no_hue));
         const V above = greater_signed_words(hue, repeat_word<V>(360));
         const V outside =
             ((a.field[0] | b.field[0]) & repeat_dword<V>(~no_hue)) |
             ((a.field[1] | b.field[1] | a.field[2] | b.field[2]) & repeat_dword<V>(~0xFF)) |
             (grey ^ above);
-        const V saturation = without(grey, Space::saturation_last ? field_2 : field_1);
-        const V value = Space::saturation_last ? field_1 : field_2;
-        return {Space::cone(hue, saturation, value), outside};
+        const V saturation = without(grey, packed<Space::saturation_field>(a, b));
+        return {Space::cone(hue, saturation, packed<Space::value_field>(a, b)), outside};
+    }
+
+    template <int field>
+    static V packed(const Fields<V> &a, const Fields<V> &b) {
+        return turned_back<field>(pack_dwords(a.field[field], b.field[field]));
     }
 };
 
@@ -137,8 +145,9 @@ private:
     template <size_t half>
     static Cone<V> cone_of(const Ranked<V> &hue_from, const Ranked<V> &saturation_from, V value) {
         const auto hues = Hues<V>::template of<half>(hue_from);
-        const auto saturations = Saturations<V>::of(words_of<half>(saturation_from.range),
-                                                    words_of<half>(saturation_from.max));
+        const auto saturations =
+            Saturations<V>::of(words_of<half>(saturation_from.range),
+                               HsvSpace::most<half>(saturation_from.max, saturation_from.min));
         const V hue = pack_dwords(hues.template hue<0>(), hues.template hue<1>());
         const V saturation =
             pack_dwords(saturations.template saturation<0>(), saturations.template saturation<1>());

@@ -134,6 +134,7 @@ struct Saturations {
         return {range, most | one, add_words(divisor, divisor)};
     }
 
+    // Double words.
     template <size_t half>
     V saturation() const {
         return quotient(sum_word_products(interleave_words<half>(range, odd_most),
@@ -184,7 +185,7 @@ V channel_of(V sextant, V max, V part, V min) {
 // Distance, along the cone's edge, from the sextant's beginning.
 template <class V>
 V part_of(V hue, V sextant, V range) {
-    const V degrees = subtract_words(hue, multiply_low(sextant, repeat_word<V>(60)));
+    const V degrees = subtract_words(hue, sum_byte_products(sextant, repeat_word<V>(60)));
     const V product = add_words(multiply_low(degrees, range), repeat_word<V>(30));
     return words_down<4>(multiply_high(product, repeat_word<V>(17477))); // / 60
 }
@@ -209,38 +210,38 @@ Pixels<V> pixels_of(const Cone<V> &low, const Cone<V> &high) {
 
 // --- spaces --------------------------------------------------------------------------------------
 
-// A space says in words what value (or lightness) and range belong to which samples, and back.
+// A space says what value (or lightness) and largest range belong to which samples, and back.
 
 struct HsvSpace {
-    template <size_t half, class V>
-    static V value(const Ranked<V> &samples) {
-        return words_of<half>(samples.max);
+    static constexpr ColourChange to_rgb = ColourChange::hsv_to_rgb;
+    static constexpr int saturation_field = 1, value_field = 2;
+
+    // Bytes; the rest is words.
+    template <class V>
+    static V value(V max, V) {
+        return max;
     }
     template <size_t half, class V>
-    static V most(const Ranked<V> &samples) {
-        return words_of<half>(samples.max);
+    static V most(V max, V) {
+        return words_of<half>(max);
     }
     template <class V>
     static Cone<V> cone(V hue, V saturation, V value) {
         return {hue, value, scale_words(saturation, value)};
     }
-
-    static constexpr ColourChange to_rgb = ColourChange::hsv_to_rgb;
-    static constexpr bool saturation_last = false;
 };
 
 struct HlsSpace {
-    template <size_t half, class V>
-    static V sum(const Ranked<V> &samples) {
-        return add_words(words_of<half>(samples.max), words_of<half>(samples.min));
+    static constexpr ColourChange to_rgb = ColourChange::hls_to_rgb;
+    static constexpr int saturation_field = 2, value_field = 1;
+
+    template <class V>
+    static V value(V max, V min) {
+        return floor_average_bytes(max, min);
     }
     template <size_t half, class V>
-    static V value(const Ranked<V> &samples) {
-        return words_down<1>(sum<half>(samples));
-    }
-    template <size_t half, class V>
-    static V most(const Ranked<V> &samples) {
-        return most_of(sum<half>(samples));
+    static V most(V max, V min) {
+        return most_of(add_words(words_of<half>(max), words_of<half>(min)));
     }
     template <class V>
     static Cone<V> cone(V hue, V saturation, V lightness) {
@@ -249,9 +250,6 @@ struct HlsSpace {
         const V sum = add_words(add_words(twice, range), repeat_word<V>(1));
         return {hue, words_down<1>(sum), range};
     }
-
-    static constexpr ColourChange to_rgb = ColourChange::hls_to_rgb;
-    static constexpr bool saturation_last = true;
 
 private:
     template <class V>
