@@ -97,10 +97,15 @@ struct WideEffects {
             narrower.subtract_portion(destination, overlay, portion, samples);
             return;
         }
-        walk<V>(destination, samples,
-                [destination, overlay, effect = PortionSubtractionOf<V>(portion)](size_t at) {
-                    return effect(load<V>(destination + at), load<V>(overlay + at));
-                });
+        const auto subtract = [&](const auto &effect) {
+            walk<V>(destination, samples, [=](size_t at) {
+                return effect(load<V>(destination + at), load<V>(overlay + at));
+            });
+        };
+        if (portion == whole_portion)
+            subtract([](V base, V whole) { return subtract_bytes_saturated(base, whole); });
+        else
+            subtract(PortionSubtractionOf<V>(portion));
     }
 };
 

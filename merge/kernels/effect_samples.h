@@ -5,13 +5,29 @@
 #pragma once
 
 #include "merge/kernels/effect_kernels.h"
+#include "merge/kernels/weighing.h"
 #include "merge/kernels/weight_pairs.h"
 
 namespace q32::merge {
 namespace {
 
+// The high words of products, 0 where the mask byte is.
+constexpr int pair_of_0 = 0xFF00;
+
+template <class V>
+V products_where_set(V a, V b, V mask) {
+    return multiply_high(a, b) & ~equal_words(mask, repeat_word<V>(pair_of_0));
+}
+
+#ifdef __AVX512VBMI__
+inline V64 products_where_set(V64 a, V64 b, V64 mask) {
+    const auto set = _mm512_cmpneq_epi16_mask(mask, repeat_word<V64>(pair_of_0));
+    return _mm512_maskz_mulhi_epu16(set, a, b);
+}
+#endif
+
 // d x strength / 127 for a distance d from the middle is (2 x d x factor) / 65536: the factor is
-// rounded up, which adds less than the 1 / 127 by which a quotient can fall short of the next.
+// rounded up, which adds less than the 1 / 127 that a quotient can lack to the next.
 template <class V>
 class ReliefOf {
 public:
@@ -22,34 +38,23 @@ public:
         const V below = subtract_bytes_saturated(repeat_byte<V>(127), overlay);
         const V distance = above | below; // one of them is 0
         const Pairs<V> doubled = interleaved(add_bytes_saturated(distance, distance), zero<V>());
-        const V step = pack_words(scaled(doubled.low, mask.low), scaled(doubled.high, mask.high));
+        const V step = pack_words(products_where_set(doubled.low, factor_, mask.low),
+                                  products_where_set(doubled.high, factor_, mask.high));
         // No step is longer than its distance.
         return subtract_bytes_saturated(add_bytes_saturated(base, min_bytes(step, above)),
                                         min_bytes(step, below));
     }
 
 private:
-    V scaled(V doubled, V mask) const {
-        const V kept = equal_words(mask, repeat_word<V>(0xFF00));
-        return ~kept & multiply_high(doubled, factor_);
-    }
-
     V factor_;
 };
 
-// (X + 1) x 257 / 65536 is X / 255 for every product X.
+// What blending the overlay into black gives, taken off.
 template <class V>
 struct MaskedSubtractionOf {
     V operator()(V base, V overlay, Pairs<V> mask) const {
-        const Pairs<V> s = interleaved(overlay, zero<V>());
-        return subtract_bytes_saturated(
-            base, pack_words(weighed(s.low, mask.low), weighed(s.high, mask.high)));
-    }
-
-private:
-    static V weighed(V s, V mask) {
-        const V product = multiply_low(s, mask & repeat_word<V>(255));
-        return multiply_high(add_words(product, repeat_word<V>(1)), repeat_word<V>(257));
+        const V weighed = blended<Normal, Rounding::divided>(overlay, zero<V>(), mask);
+        return subtract_bytes_saturated(base, weighed);
     }
 };
 
