@@ -207,6 +207,8 @@ void merge_in_run(std::uint8_t *result, const Call &call, Pixel base, Pixel mask
 }
 
 void merge_in_rectangle(std::uint8_t *pixel, const Call &call, Pixel mask, Pixel overlay) {
+    if (!rectangles_have(call))
+        return;
     const std::uint8_t full = 255;
     const int m = mask ? *mask : full;
     switch (call.mode) {
@@ -232,6 +234,11 @@ bool inside(std::int64_t x, std::int64_t y, const RECT &rectangle) {
 }
 
 } // namespace
+
+bool rectangles_have(const Call &call) {
+    const bool of_colour = call.mode >= 2 && call.mode <= 5;
+    return call.mode >= 1 && call.mode <= 15 && (!of_colour || call.bytes == 3);
+}
 
 // --- HSV -------------------------------------------------------------------------------------
 

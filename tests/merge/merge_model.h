@@ -27,6 +27,9 @@ struct Call {
 bool merge_run(Bytes &result, const Call &call, const Bytes &base, const Bytes *mask,
                const Bytes &overlay);
 
+// Whether the rectangle functions have the mode for such pixels. Where not, they change nothing.
+bool rectangles_have(const Call &call);
+
 // i32MergeEx: gives back the point that is reported, 0 when all three meet.
 int merge_rectangles(Bytes &image, int width, int height, const Bytes *mask,
                      const RECT &mask_rectangle, const Bytes &overlay,
