@@ -19,13 +19,6 @@ V products_where_set(V a, V b, V mask) {
     return multiply_high(a, b) & ~equal_words(mask, repeat_word<V>(pair_of_0));
 }
 
-#ifdef __AVX512VBMI__
-inline V64 products_where_set(V64 a, V64 b, V64 mask) {
-    const auto set = _mm512_cmpneq_epi16_mask(mask, repeat_word<V64>(pair_of_0));
-    return _mm512_maskz_mulhi_epu16(set, a, b);
-}
-#endif
-
 // d x strength / 127 for a distance d from the middle is (2 x d x factor) / 65536: the factor is
 // rounded up, which adds less than the 1 / 127 that a quotient can lack to the next.
 template <class V>
