@@ -23,26 +23,34 @@ const std::uint8_t *bytes(const void *memory) {
     return static_cast<const std::uint8_t *>(memory);
 }
 
-// A size beyond what memory can be is one that there is no memory for.
+// In 64 bits: a run may be named that no memory can hold.
+std::uint64_t size_of(const Run &run, int bytes_per_pixel) {
+    return std::uint64_t(run.pixels) * unsigned(bytes_per_pixel);
+}
+
+bool is_too_large(std::uint64_t size) {
+    return size > std::numeric_limits<std::size_t>::max();
+}
+
 GlobalBlock make_block(UINT flags, std::uint64_t size) {
-    return GlobalBlock(size <= std::numeric_limits<std::size_t>::max()
-                           ? GlobalAlloc(flags, std::size_t(size))
-                           : nullptr);
+    return GlobalBlock(is_too_large(size) ? nullptr : GlobalAlloc(flags, std::size_t(size)));
 }
 
 // --- drivers ------------------------------------------------------------------------------------
 
-int copy_base(const Run &run, std::uint64_t size) {
+int copy_base(const Run &run, int bytes_per_pixel) {
+    const std::uint64_t size = size_of(run, bytes_per_pixel);
     if (run.result == run.base)
         return 1;
-    if (run.result == nullptr || run.base == nullptr ||
-        size > std::numeric_limits<std::size_t>::max())
+    if (run.result == nullptr || run.base == nullptr || is_too_large(size))
         return 0;
     std::memcpy(run.result, run.base, std::size_t(size));
     return 1;
 }
 
 int merge(const Mode &mode, const Run &run, int bytes_per_pixel, int transparency) {
+    if (is_too_large(size_of(run, bytes_per_pixel)))
+        return 0;
     merge_run(settle({.mode = mode,
                       .form = Form::run,
                       .bytes_per_pixel = bytes_per_pixel,
@@ -57,7 +65,7 @@ int merge(const Mode &mode, const Run &run, int bytes_per_pixel, int transparenc
 int merge_with_copy(const Mode &mode, Run run, int bytes_per_pixel, int transparency) {
     GlobalBlock copy;
     if (run.overlay == run.result) {
-        const std::uint64_t size = std::uint64_t(run.pixels) * unsigned(bytes_per_pixel);
+        const std::uint64_t size = size_of(run, bytes_per_pixel);
         copy = make_block(GMEM_ZEROINIT, size);
         if (!copy)
             return fail(*mode.no_overlay_copy);
@@ -127,12 +135,11 @@ int Q32_CALL i32Merge(void *result, const void *base, const void *mask, const vo
     if (pixels < 1 || bytes_per_pixel < 1)
         return 0;
     const Run run{bytes(result), bytes(base), bytes(mask), bytes(overlay), std::size_t(pixels)};
-    const std::uint64_t size = std::uint64_t(unsigned(pixels)) * unsigned(bytes_per_pixel);
     if (transparency >= 100)
-        return copy_base(run, size);
+        return copy_base(run, bytes_per_pixel);
     const bool needs_base = mode_number != MERGE_RELIEF;
     if (result == nullptr || overlay == nullptr || (needs_base && base == nullptr) ||
-        bytes_per_pixel > max_bytes_per_pixel || size > std::numeric_limits<std::size_t>::max())
+        bytes_per_pixel > max_bytes_per_pixel)
         return 0;
     priority.raise();
     const Mode *const mode = find_mode(Form::run, mode_number);
