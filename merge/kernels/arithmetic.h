@@ -42,6 +42,16 @@ template <>
 inline V16 zero<V16>() {
     return _mm_setzero_si128();
 }
+inline V16 complement(V16 v) {
+    return ~v;
+}
+inline bool all_zero(V16 v) {
+#ifdef __SSE4_1__
+    return _mm_testz_si128(v, v);
+#else
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) == 0xFFFF;
+#endif
+}
 inline V16 add_bytes_saturated(V16 a, V16 b) {
     return _mm_adds_epu8(a, b);
 }
@@ -102,6 +112,12 @@ template <>
 inline V32 zero<V32>() {
     return _mm256_setzero_si256();
 }
+inline V32 complement(V32 v) {
+    return ~v;
+}
+inline bool all_zero(V32 v) {
+    return _mm256_testz_si256(v, v);
+}
 inline V32 add_bytes_saturated(V32 a, V32 b) {
     return _mm256_adds_epu8(a, b);
 }
@@ -154,6 +170,13 @@ inline V32 multiply_fractions(V32 a, V32 b) {
 template <>
 inline V64 zero<V64>() {
     return _mm512_setzero_si512();
+}
+// The instruction that GCC takes for ~ waits for what its destination held before.
+inline V64 complement(V64 v) {
+    return _mm512_subs_epu8(_mm512_set1_epi8(char(0xFF)), v);
+}
+inline bool all_zero(V64 v) {
+    return _mm512_test_epi32_mask(v, v) == 0;
 }
 inline V64 add_bytes_saturated(V64 a, V64 b) {
     return _mm512_adds_epu8(a, b);

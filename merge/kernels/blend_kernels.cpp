@@ -14,9 +14,8 @@ const BlendKernels &blend_kernels(InstructionSet level) {
     case InstructionSet::sse41:
         return sse41_blend_kernels;
     case InstructionSet::avx2:
+    case InstructionSet::avx512: // 64 bytes at a time were 3 % slower to 6 % faster
         return avx2_blend_kernels;
-    case InstructionSet::avx512:
-        return avx512_blend_kernels;
     }
     return sse2_blend_kernels;
 }

@@ -9,6 +9,5 @@ namespace q32::merge {
 extern const BlendKernels sse2_blend_kernels;
 extern const BlendKernels sse41_blend_kernels;
 extern const BlendKernels avx2_blend_kernels;
-extern const BlendKernels avx512_blend_kernels;
 
 } // namespace q32::merge

@@ -104,22 +104,32 @@ struct Screen {
 
     template <int flips, class V>
     static Pairs<V> pairs(V s, V b) {
-        return Multiply<rounding>::template pairs<255 - flips>(~s, ~b);
+        return Multiply<rounding>::template pairs<255 - flips>(complement(s), complement(b));
     }
 };
 
 // The premultiplied rules do not look at the base: they give back the overlay sample as it was
-// before it was multiplied with the mask m, which is not 0.
+// before it was multiplied with the mask m, which is not 0. Their wide form is what they divide.
 
 struct PremultipliedBlack {
     static constexpr Rule rule = Rule::premultiplied_black;
     static constexpr int straight(int s, int m) { return std::min(s * 255 / m, 255); }
+
+    template <class V>
+    static V over_black(V s, V) {
+        return s;
+    }
 };
 
 struct PremultipliedWhite {
     static constexpr Rule rule = Rule::premultiplied_white;
     static constexpr int straight(int s, int m) {
         return PremultipliedBlack::straight(std::max(s + m - 255, 0), m);
+    }
+
+    template <class V>
+    static V over_black(V s, V m) {
+        return subtract_bytes_saturated(s, complement(m));
     }
 };
 

@@ -1,13 +1,11 @@
 // The weights of a step's samples, laid out as weighing wants them: a byte w and its complement
 // 255 - w for each sample, so a word of two bytes. Pixels of three samples have each weight three
-// times; it is spread here, on the way from memory.
+// times; weights are spread here, on the way from memory.
 //
 // Private to the file that includes it, as arithmetic.h.
 #pragma once
 
 #include "merge/kernels/arithmetic.h"
-
-#include <algorithm>
 
 namespace q32::merge {
 namespace {
@@ -18,6 +16,97 @@ Pairs<V> with_complements(V low, V high) {
     const V second_byte = repeat_word<V>(0xFF00);
     return {low ^ second_byte, high ^ second_byte};
 }
+
+// --- spread inside lanes ------------------------------------------------------------------------
+
+// Each of four, three times: in three parts of four.
+constexpr int thirds[] = {_MM_SHUFFLE(1, 0, 0, 0), _MM_SHUFFLE(2, 2, 1, 1),
+                          _MM_SHUFFLE(3, 3, 3, 2)};
+
+#ifdef __SSE4_1__
+
+template <size_t size>
+struct alignas(size) Indices {
+    uint8_t at[size];
+};
+
+// Which pixel the pairs of vector k come from, counted from pixel `first` on; half 0 or 1.
+template <size_t size>
+constexpr Indices<size> pair_indices(size_t k, size_t half, size_t first) {
+    Indices<size> indices{};
+    for (size_t i = 0; i < size; ++i) {
+        const size_t sample = size * k + i / 16 * 16 + 8 * half + i % 16 / 2;
+        indices.at[i] = uint8_t(sample / 3 - first);
+    }
+    return indices;
+}
+
+// The pairs of vector k of three, where each lane has its own sixteen pixels.
+template <size_t k, class V>
+Pairs<V> spread(V weights) {
+    static constexpr Indices<16> low = pair_indices<16>(k, 0, 0), high = pair_indices<16>(k, 1, 0);
+    return with_complements(shuffle(weights, repeat_lane<V>(rows::load_16(low.at))),
+                            shuffle(weights, repeat_lane<V>(rows::load_16(high.at))));
+}
+
+// The same as plain bytes.
+template <size_t k, class V>
+V spread_bytes(V bytes) {
+    static constexpr Indices<16> indices = [] {
+        Indices<16> result{};
+        for (size_t i = 0; i < 16; ++i)
+            result.at[i] = uint8_t((16 * k + i) / 3);
+        return result;
+    }();
+    return shuffle(bytes, repeat_lane<V>(rows::load_16(indices.at)));
+}
+
+#else
+
+// 0001 1122, 2333 4445 and 5566 6777 of eight words.
+template <size_t part>
+V16 spread_third(V16 eight) {
+    constexpr int low = thirds[2 * part % 3], high = thirds[(2 * part + 1) % 3];
+    const V16 halves = part == 0   ? _mm_unpacklo_epi64(eight, eight)
+                       : part == 1 ? eight
+                                   : _mm_unpackhi_epi64(eight, eight);
+    return _mm_shufflehi_epi16(_mm_shufflelo_epi16(halves, low), high);
+}
+
+// Without a byte shuffle: every weight twice, then the words of eight pixels three times.
+template <size_t k>
+Pairs<V16> spread(V16 weights) {
+    const Pairs<V16> twice = interleaved(weights, weights);
+    return with_complements(spread_third<2 * k % 3>(k == 2 ? twice.high : twice.low),
+                            spread_third<(2 * k + 1) % 3>(k == 0 ? twice.low : twice.high));
+}
+
+template <size_t k>
+V16 spread_bytes(V16 bytes) {
+    const Pairs<V16> pairs = spread<k>(~bytes);
+    return pack_words(words_down<8>(pairs.low), words_down<8>(pairs.high));
+}
+
+#endif
+
+// For pixels of one sample or three.
+template <size_t samples, size_t k, class V>
+Pairs<V> spread_pairs(V weights) {
+    if constexpr (samples == 1)
+        return interleaved(weights, complement(weights));
+    else
+        return spread<k>(weights);
+}
+
+template <size_t samples, size_t k, class V>
+V spread_bytes(V bytes) {
+    if constexpr (samples == 1)
+        return bytes;
+    else
+        return spread_bytes<k>(bytes);
+}
+
+// --- the weights of a step ----------------------------------------------------------------------
 
 // The weights of sizeof(V) pixels. Vector k of their samples has the pairs of<k>().
 template <class V, size_t samples>
@@ -30,110 +119,48 @@ public:
 
     template <size_t>
     Pairs<V> of() const {
-        return interleaved(weights_, ~weights_);
+        return interleaved(weights_, complement(weights_));
     }
 
 private:
     V weights_;
 };
 
-#ifdef __SSE4_1__
+template <>
+class WeightPairs<V16, 3> {
+public:
+    explicit WeightPairs(const uint8_t *weights) : weights_(load<V16>(weights)) {}
 
-template <class V>
-struct alignas(V) Indices {
-    uint8_t at[sizeof(V)];
+    template <size_t k>
+    Pairs<V16> of() const {
+        return spread<k>(weights_);
+    }
+
+private:
+    V16 weights_;
 };
 
-// Which pixel the pairs come from, counted from pixel `first` on: vector k, half 0 or 1.
-template <class V>
-constexpr Indices<V> spread_indices(size_t k, size_t half, size_t first) {
-    Indices<V> indices{};
-    for (size_t i = 0; i < sizeof(V); ++i) {
-        const size_t sample = sizeof(V) * k + i / 16 * 16 + 8 * half + i % 16 / 2;
-        indices.at[i] = uint8_t(sample / 3 - first);
-    }
-    return indices;
-}
+#ifdef __AVX2__
 
-// A vector's samples belong to at most 12 pixels, so that one piece of 16 weights serves all lanes;
-// the last piece is moved back so that it ends with the step.
-template <class V>
-class WeightPairs<V, 3> {
+// A vector's samples belong to at most 12 pixels, so that one piece of 16 weights serves both
+// lanes; the last piece is moved back so that it ends with the step.
+template <>
+class WeightPairs<V32, 3> {
 public:
     explicit WeightPairs(const uint8_t *weights) : weights_(weights) {}
 
     template <size_t k>
-    Pairs<V> of() const {
-        constexpr size_t first = std::min(sizeof(V) * k / 3, sizeof(V) - 16);
-        static constexpr Indices<V> low = spread_indices<V>(k, 0, first),
-                                    high = spread_indices<V>(k, 1, first);
-        const V piece = repeat_lane<V>(rows::load_16(weights_ + first));
-        return with_complements(shuffle(piece, load<V>(low.at)), shuffle(piece, load<V>(high.at)));
+    Pairs<V32> of() const {
+        constexpr size_t first = k == 2 ? 16 : 32 * k / 3;
+        static constexpr Indices<32> low = pair_indices<32>(k, 0, first),
+                                     high = pair_indices<32>(k, 1, first);
+        const V32 piece = repeat_lane<V32>(rows::load_16(weights_ + first));
+        return with_complements(shuffle(piece, load<V32>(low.at)),
+                                shuffle(piece, load<V32>(high.at)));
     }
 
 private:
     const uint8_t *weights_;
-};
-
-#else
-
-// Without a byte shuffle: every weight twice, then the words of eight pixels three times.
-template <>
-class WeightPairs<V16, 3> {
-public:
-    explicit WeightPairs(const uint8_t *weights) {
-        const V16 loaded = load<V16>(weights);
-        eight_[0] = interleave_low_bytes(loaded, loaded);
-        eight_[1] = interleave_high_bytes(loaded, loaded);
-    }
-
-    template <size_t k>
-    Pairs<V16> of() const {
-        return with_complements(third<2 * k % 3>(eight_[2 * k / 3]),
-                                third<(2 * k + 1) % 3>(eight_[(2 * k + 1) / 3]));
-    }
-
-private:
-    template <size_t part>
-    static V16 third(V16 eight) {
-        if constexpr (part == 0) // 0001 1122
-            return spread<_MM_SHUFFLE(1, 0, 0, 0), _MM_SHUFFLE(2, 2, 1, 1)>(
-                _mm_unpacklo_epi64(eight, eight));
-        else if constexpr (part == 1) // 2333 4445
-            return spread<_MM_SHUFFLE(3, 3, 3, 2), _MM_SHUFFLE(1, 0, 0, 0)>(eight);
-        else // 5566 6777
-            return spread<_MM_SHUFFLE(2, 2, 1, 1), _MM_SHUFFLE(3, 3, 3, 2)>(
-                _mm_unpackhi_epi64(eight, eight));
-    }
-
-    template <int low, int high>
-    static V16 spread(V16 v) {
-        return _mm_shufflehi_epi16(_mm_shufflelo_epi16(v, low), high);
-    }
-
-    V16 eight_[2];
-};
-
-#endif
-
-#ifdef __AVX512VBMI__
-
-// One permutation reaches all 64 weights.
-template <>
-class WeightPairs<V64, 3> {
-public:
-    explicit WeightPairs(const uint8_t *weights) : weights_(load<V64>(weights)) {}
-
-    template <size_t k>
-    Pairs<V64> of() const {
-        static constexpr Indices<V64> low = spread_indices<V64>(k, 0, 0),
-                                      high = spread_indices<V64>(k, 1, 0);
-        return with_complements(_mm512_permutexvar_epi8(load<V64>(low.at), weights_),
-                                _mm512_permutexvar_epi8(load<V64>(high.at), weights_));
-    }
-
-private:
-    V64 weights_;
 };
 
 #endif
