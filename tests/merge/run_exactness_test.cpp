@@ -12,17 +12,19 @@ constexpr std::size_t longest = 5000;
 constexpr std::size_t lengths[] = {1,   2,   31,  32,   33,   34,   63,   64,     65,
                                    127, 128, 129, 2047, 2048, 2049, 2050, longest};
 
-// Every fence and many distances from it come by, one after the other.
+// Every way of sharing memory, both fences and many distances from them come by, one after the
+// other.
 struct Places {
     std::size_t number = 0;
     void place(RunCase &run) {
         ++number;
-        run.fence = number % 2 == 0 ? Fence::behind : Fence::before;
-        run.distance = number % 4 < 2 ? 0 : number * 7 % 64;
+        run.sharing = all_sharings[number % std::size(all_sharings)];
+        run.fence = number / 5 % 2 == 0 ? Fence::behind : Fence::before;
+        run.distance = number / 10 % 2 == 0 ? 0 : number * 7 % 64;
     }
 };
 
-TEST_P(MergedRuns, EveryModeWeightLengthAndSharing) {
+TEST_P(MergedRuns, EveryModeWeightAndLength) {
     RunStage stage;
     Places places;
     for (const int bytes : {1, 3}) {
@@ -31,13 +33,27 @@ TEST_P(MergedRuns, EveryModeWeightLengthAndSharing) {
         for (int mode = 1; mode <= 16; ++mode)
             for (const bool masked : {false, true})
                 for (const int transparency : all_transparencies)
+                    for (const std::size_t length : lengths) {
+                        RunCase run{{mode, bytes, transparency, mmx()}, length, masked};
+                        places.place(run);
+                        ASSERT_TRUE(stage.agrees(run, pixels));
+                    }
+    }
+}
+
+TEST_P(MergedRuns, EverySharing) {
+    RunStage stage;
+    for (const int bytes : {1, 3}) {
+        Random random(test_seed(), 600 + std::uint64_t(bytes));
+        const RunPixels pixels = some_pixels(random, 2050, bytes);
+        for (int mode = 1; mode <= 16; ++mode)
+            for (const bool masked : {false, true})
+                for (const int transparency : {0, 37})
                     for (const Sharing sharing : all_sharings)
-                        for (const std::size_t length : lengths) {
-                            RunCase run{
-                                {mode, bytes, transparency, mmx()}, length, masked, sharing};
-                            places.place(run);
-                            ASSERT_TRUE(stage.agrees(run, pixels));
-                        }
+                        for (const std::size_t length : {1u, 33u, 2050u})
+                            ASSERT_TRUE(stage.agrees(
+                                {{mode, bytes, transparency, mmx()}, length, masked, sharing},
+                                pixels));
     }
 }
 
@@ -51,17 +67,14 @@ TEST_P(MergedRuns, PixelsOfOtherSizes) {
         for (int mode = 1; mode <= 16; ++mode)
             for (const bool masked : {false, true})
                 for (const int transparency : {0, 37, 99, 100})
-                    for (const Sharing sharing : all_sharings)
-                        for (const std::size_t length : {1u, 2u, 15u, 16u, 17u, 33u, 700u}) {
-                            RunCase run{
-                                {mode, bytes, transparency, mmx()}, length, masked, sharing};
-                            places.place(run);
-                            ASSERT_TRUE(stage.agrees(run, pixels));
-                        }
+                    for (const std::size_t length : {1u, 2u, 3u, 15u, 16u, 17u, 33u, 700u}) {
+                        RunCase run{{mode, bytes, transparency, mmx()}, length, masked};
+                        places.place(run);
+                        ASSERT_TRUE(stage.agrees(run, pixels));
+                    }
     }
 }
 
-// Every percentage has weights of its own.
 TEST_P(MergedRuns, EveryTransparency) {
     RunStage stage;
     Places places;
