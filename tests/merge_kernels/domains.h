@@ -34,6 +34,16 @@ inline std::uint8_t value_of_turn(std::size_t turn, std::size_t pixel) {
     return static_cast<std::uint8_t>(turn + pixel * 167 / 8);
 }
 
+// Random bytes with stretches of one value, often 0 or 255: kernels may look ahead for those.
+inline void fill_in_stretches(Random &random, Bytes &bytes) {
+    for (std::size_t i = 0; i < bytes.size();) {
+        const std::size_t kind = random.below(4);
+        const std::uint8_t value = kind == 0 ? std::uint8_t{0} : kind == 1 ? 255 : random.byte();
+        for (std::size_t left = 1 + random.below(150); left > 0 && i < bytes.size(); --left, ++i)
+            bytes[i] = kind == 3 ? random.byte() : value;
+    }
+}
+
 inline constexpr std::size_t row_pixels = 65536;
 
 // All colours that begin with one sample, unlike ones side by side.

@@ -211,6 +211,17 @@ std::size_t pixels_of(std::size_t samples) {
     return samples == 1 ? pair_count : colour_pair_pixels;
 }
 
+// The turns after the 256 that make up everything have stretches of mask bytes that are the same.
+void set_mask(Bytes &mask, std::size_t turn) {
+    if (turn >= 256) {
+        Random random{test_seed(), turn};
+        fill_in_stretches(random, mask);
+        return;
+    }
+    for (std::size_t i = 0; i < mask.size(); ++i)
+        mask[i] = value_of_turn(turn, i);
+}
+
 TEST(Relief, AllPairsAtEveryStrength) {
     constexpr std::uint8_t masks[] = {0, 1, 255, 128};
     for (const std::size_t samples : {1, 3}) {
@@ -244,9 +255,8 @@ TEST(Relief, EveryMaskByte) {
             return of_size(kernels.relief, samples);
         });
         Bytes mask(pixels_of(samples));
-        for (std::size_t turn = 0; turn < 256; turn += next_turn) {
-            for (std::size_t i = 0; i < mask.size(); ++i)
-                mask[i] = value_of_turn(turn, i);
+        for (std::size_t turn = 0; turn < 261; turn += next_turn) {
+            set_mask(mask, turn);
             const auto model = [](int b, int s, int m) {
                 return m == 0 ? b : model::relief(b, s, 127);
             };
@@ -268,9 +278,8 @@ TEST(MaskedSubtraction, AllTriples) {
             return of_size(kernels.subtract_masked, samples);
         });
         Bytes mask(pixels_of(samples));
-        for (std::size_t turn = 0; turn < 256; turn += next_turn) {
-            for (std::size_t i = 0; i < mask.size(); ++i)
-                mask[i] = value_of_turn(turn, i);
+        for (std::size_t turn = 0; turn < 261; turn += next_turn) {
+            set_mask(mask, turn);
             for (const auto &form : forms)
                 ASSERT_TRUE(all_pairs_exactly({"masked subtraction", 0, samples}, form.level, mask,
                                               form.run, model::subtract_masked));
@@ -494,8 +503,15 @@ Call selection_call(Comparison comparison, const Form<merge::Selection> &form,
     call.name = std::string{comparison_names[std::size_t(comparison)]} +
                 (samples == 1 ? ", grey, " : ", colour, ") + form.level;
     call.pixel_bytes = {1, 1, samples, samples};
-    call.contents = [bytes = call.pixel_bytes](Random &random, std::size_t pixels) {
-        return random_contents(random, bytes, pixels);
+    // The same pixels for a while, so that whole vectors act or do not.
+    call.contents = [=, bytes = call.pixel_bytes](Random &random, std::size_t pixels) {
+        std::vector<Bytes> contents = random_contents(random, bytes, pixels);
+        fill_in_stretches(random, contents[1]);
+        if (random.below(2) == 0) {
+            fill_in_stretches(random, contents[2]);
+            fill_in_stretches(random, contents[3]);
+        }
+        return contents;
     };
     call.run = [=](const Addresses &runs, std::size_t pixels) {
         form.run(runs[0], runs[1], runs[2], runs[3], pixels);
@@ -533,9 +549,7 @@ Call masked_call(const std::string &name, std::size_t samples, Run run, Model mo
     call.pixel_bytes = {samples, samples, 1};
     call.contents = [bytes = call.pixel_bytes](Random &random, std::size_t pixels) {
         std::vector<Bytes> contents = random_contents(random, bytes, pixels);
-        for (std::uint8_t &mask : contents[2])
-            if (random.below(4) == 0)
-                mask = random.below(2) == 0 ? 0 : 255;
+        fill_in_stretches(random, contents[2]);
         return contents;
     };
     call.run = [=](const Addresses &runs, std::size_t pixels) {
