@@ -217,8 +217,8 @@ Q32_API int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 m
 /*
  * Refuses every destination with whole bytes per pixel, and cannot merge into any other: it returns
  * 1 when nothing is left after clipping, and otherwise 0. Nothing is reported or changed. Kept for
- * the programs that call it; i32MergeBufToBuf with an overlay over caller memory
- * (BUF32_CALLER_MEMORY), or i32MergeRamToRam, do what its name says.
+ * the programs that call it. What its name says takes a buffer for the overlay (buf32MergeMem) and
+ * i32MergeBufToBuf; buffers over caller memory have no cells and cannot be merged.
  *
  *   destination, x, y     the buffer, and where the rectangle's top left corner goes
  *   mask                  as in i32MergeRamToRam, or null
@@ -257,7 +257,7 @@ Q32_API int Q32_CALL i32MergeBufToRam(void *image, int x, int y, int width, int 
 /* One range of colours: each sample within its tolerance of the colour's, cut to 0..255. */
 typedef struct I32COLORRANGE {
     uint8_t colour[4];    /* samples that the filter's type does not test are ignored */
-    int32_t tolerance[4]; /* a negative one matches nothing */
+    int32_t tolerance[4]; /* a negative one matches nothing, but see the fourth */
 } I32COLORRANGE;
 
 /* A filter: a count, and that many ranges right behind it. */
@@ -285,8 +285,8 @@ typedef struct I32COLORFILTER {
  *   filter     the ranges. An empty list matches no pixel
  *   inside     keep what lies inside the ranges (not 0), or what lies outside (0)
  *
- * The fourth sample of I32_FILTER_RGBX must equal the upper end of its range; the lower end, which
- * is colour[0] - tolerance[3], is not tested.
+ * The fourth sample of I32_FILTER_RGBX must equal the upper end of its range, with a negative
+ * tolerance too; the lower end, which is colour[0] - tolerance[3], is not tested.
  *
  * Returns 0, not reported, for a null mask_out, another type, a null filter, a null source that is
  * needed, and when there is no memory for the ranges (8 bytes each).
