@@ -135,4 +135,17 @@ inline std::vector<Piece> pieces_to_memory(const Placement &place, const Geometr
     return pieces;
 }
 
+// The part of a request that one piece is.
+inline Placement placement_of(const Piece &piece) {
+    return {Placement::placed,
+            piece.left,
+            piece.top,
+            piece.left + piece.width,
+            piece.top + piece.height,
+            piece.x,
+            piece.y,
+            piece.width,
+            piece.height};
+}
+
 } // namespace q32::test::model
