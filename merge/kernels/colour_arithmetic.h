@@ -140,39 +140,17 @@ template <>
 inline V64 repeat_dword<V64>(int value) {
     return _mm512_set1_epi32(value);
 }
-template <class V>
-requires(sizeof(V) == 64) V repeat_word(int value) {
-    return _mm512_set1_epi16(short(value));
-}
-template <class V>
-requires(sizeof(V) == 64) V repeat_lane(V16 lane) {
-    return _mm512_broadcast_i32x4(lane);
-}
 inline V64 add_bytes(V64 a, V64 b) {
     return _mm512_add_epi8(a, b);
 }
 inline V64 subtract_bytes(V64 a, V64 b) {
     return _mm512_sub_epi8(a, b);
 }
-inline V64 min_bytes(V64 a, V64 b) {
-    return _mm512_min_epu8(a, b);
-}
 inline V64 equal_bytes(V64 a, V64 b) {
     return _mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a, b));
 }
 inline V64 choose_bytes(V64 mask, V64 a, V64 b) {
     return _mm512_ternarylogic_epi32(mask, a, b, 0xCA);
-}
-inline V64 shuffle(V64 v, V64 indices) {
-    return _mm512_shuffle_epi8(v, indices);
-}
-template <int count>
-V64 words_down(V64 v) {
-    return _mm512_srli_epi16(v, count);
-}
-template <int count>
-V64 words_up(V64 v) {
-    return _mm512_slli_epi16(v, count);
 }
 inline V64 average_bytes(V64 a, V64 b) {
     return _mm512_avg_epu8(a, b);

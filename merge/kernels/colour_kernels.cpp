@@ -14,8 +14,9 @@ const ColourKernels &colour_kernels(InstructionSet level) {
     case InstructionSet::sse41:
         return sse41_colour_kernels;
     case InstructionSet::avx2:
-    case InstructionSet::avx512:
         return avx2_colour_kernels;
+    case InstructionSet::avx512:
+        return avx512_colour_kernels;
     }
     return scalar_colour_kernels;
 }

@@ -128,11 +128,6 @@ V mixed(const V (&field)[3]) {
         rows::choose_dwords<words_with(1, vector)>(field[0], field[1]), field[2]);
 }
 
-template <class V>
-struct Fields {
-    V field[3]; // double words, each in its own order
-};
-
 template <int quarter, class V>
 Fields<V> load_fields(const uint8_t *source) {
     source += quarter * lane_records / 4;

@@ -20,6 +20,11 @@ struct Pixels {
     V red, green, blue; // bytes
 };
 
+template <class V>
+struct Fields {
+    V field[3]; // double words, of a quarter of the records
+};
+
 struct alignas(16) LaneBytes {
     uint8_t at[16];
 
