@@ -5,7 +5,6 @@
 #include "merge/failures.h"
 #include "merge/run.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -45,14 +44,23 @@ private:
     }
 };
 
-// The processor does not look ahead past the end of a row by itself. Long rows need no help but at
-// their beginning.
-void prefetch(const std::uint8_t *row, std::size_t bytes) {
-    constexpr std::size_t line = 64;
-    constexpr std::size_t most = 2048;
-    for (std::size_t at = 0; at < std::min(bytes, most); at += line)
-        __builtin_prefetch(row + at);
-}
+// The processor does not look ahead past the end of a row by itself. In long rows it soon catches
+// up, and is only hindered by being told. Addresses beyond the memory are harmless.
+class RowsAhead {
+public:
+    explicit RowsAhead(std::size_t row_bytes) : bytes_(row_bytes <= short_row ? row_bytes : 0) {}
+
+    // By force: the compiler holds a function that does nothing else for one without an effect.
+    [[gnu::always_inline]] void fetch(const std::uint8_t *row, std::size_t stride) const {
+        for (std::size_t at = 0; at < bytes_; at += line)
+            __builtin_prefetch(row + rows * stride + at);
+    }
+
+private:
+    static constexpr std::size_t short_row = 1024, line = 64;
+    static constexpr std::size_t rows = 4;
+    std::size_t bytes_;
+};
 
 // Whether the rows lie one behind the other in everything that is read or written.
 bool is_one_run(const Recipe &recipe, const Rectangle &rectangle) {
@@ -76,16 +84,18 @@ void merge_rows(const Recipe &recipe, const Rectangle &rectangle) {
         merge_run(recipe, row);
         return;
     }
+    const RowsAhead pixels_ahead(row_bytes), weights_ahead(width);
     for (int y = 0; y != rectangle.height; ++y) {
-        const Run current = row;
+        pixels_ahead.fetch(row.result, rectangle.destination_stride);
+        pixels_ahead.fetch(row.overlay, rectangle.overlay_stride);
+        if (has_mask)
+            weights_ahead.fetch(row.mask, rectangle.mask_stride);
+        merge_run(recipe, row);
         row.result += rectangle.destination_stride;
         row.base = row.result;
         row.overlay += rectangle.overlay_stride;
         if (has_mask)
             row.mask += rectangle.mask_stride;
-        prefetch(row.result, row_bytes);
-        prefetch(row.overlay, row_bytes);
-        merge_run(recipe, current);
     }
 }
 
