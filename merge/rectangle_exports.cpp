@@ -9,14 +9,15 @@
 
 #include <q32base/merge.h>
 
+#include <algorithm>
+#include <limits>
+
 namespace q32::merge {
 namespace {
 
 using buffer::Area;
 using buffer::area_of;
 using buffer::intersect;
-using buffer::moved;
-using buffer::saturating_subtract;
 
 // --- helpers ------------------------------------------------------------------------------------
 
@@ -50,6 +51,15 @@ const std::uint8_t *bytes(const void *memory) {
 
 Area area_of(const RECT &rectangle) {
     return {int(rectangle.left), int(rectangle.top), int(rectangle.right), int(rectangle.bottom)};
+}
+
+// An area may move by more than its coordinates can say, and be back within them.
+Area moved(const Area &area, std::int64_t dx, std::int64_t dy) {
+    const auto cut = [](std::int64_t coordinate) {
+        using Int = std::numeric_limits<int>;
+        return int(std::clamp<std::int64_t>(coordinate, Int::min(), Int::max()));
+    };
+    return {cut(area.left + dx), cut(area.top + dy), cut(area.right + dx), cut(area.bottom + dy)};
 }
 
 // Quirk: these two do without a full mask, so that they weigh by the transparency alone as i32Merge
@@ -142,14 +152,13 @@ int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int bytes_per_
     Holdings held;
     const Area bounds = area_of(0, 0, width, height);
     const Area source = area_of(rectangle);
-    const Area placed = area_of(x, y, saturating_subtract(source.right, source.left),
-                                saturating_subtract(source.bottom, source.top));
+    const std::int64_t dx = std::int64_t(x) - source.left;
+    const std::int64_t dy = std::int64_t(y) - source.top;
+    const Area placed = moved(source, dx, dy);
     const Area met = intersect(bounds, placed);
     if (met.is_empty())
         return q32::fail(site::misses_image);
-    const Area overlay_area =
-        moved(area_of(0, 0, overlay_width, overlay_height), saturating_subtract(x, source.left),
-              saturating_subtract(y, source.top));
+    const Area overlay_area = moved(area_of(0, 0, overlay_width, overlay_height), dx, dy);
     const Area work = intersect(met, overlay_area);
     if (work.is_empty())
         return q32::fail(site::misses_overlay);
