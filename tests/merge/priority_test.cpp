@@ -256,6 +256,27 @@ TEST_P(MergePriority, AtWhichMemoryIsTaken) {
               (std::vector<int>{raised, raised, raised}));
 }
 
+// The mask that stood in for a missing one goes last, after the priority.
+TEST_P(MergePriority, AtWhichMemoryIsGivenBack) {
+    std::vector<int> seen;
+    const Replaced<frame::call::GlobalFree> watch([&](HGLOBAL block) {
+        seen.push_back(priority());
+        return GlobalFree(block);
+    });
+    const auto given_back = [&](int result) {
+        EXPECT_EQ(result, 1);
+        return std::exchange(seen, {});
+    };
+    EXPECT_EQ(given_back(run(MERGE_NORMAL, 3, 0, true, true)), std::vector<int>{raised});
+    EXPECT_EQ(given_back(run(MERGE_COLOR)), (std::vector<int>{raised, raised, raised}));
+    EXPECT_EQ(given_back(run(MERGE_DARKEN, 3, 0, false)), std::vector<int>{GetParam()});
+    EXPECT_EQ(given_back(run(MERGE_LIGHTEN, 3, 0, false, true)),
+              (std::vector<int>{raised, GetParam()}));
+    EXPECT_EQ(given_back(ex(MERGE_NORMAL, 3, 0, false)), std::vector<int>{GetParam()});
+    EXPECT_EQ(given_back(ram_to_ram(MERGE_VALUE, 3, 0, false)),
+              (std::vector<int>{raised, raised, raised, GetParam()}));
+}
+
 TEST_P(MergePriority, IsRaisedWhileBytesAreMerged) {
     TouchedBytes bytes;
     const auto expect_touched = [&](int result) {
