@@ -90,10 +90,13 @@ Q32_BEGIN_DECLS
  * Merges a run of pixels onto a base, both of which stay as they are, into a third run.
  *
  *   result            pixels x bytes_per_pixel bytes; may be the base, or the overlay
- *   base              as many bytes; MERGE_RELIEF does not read it (it may then be null): the
- * relief is applied to what the result holds mask              one byte per pixel, or null.
- * MERGE_RELIEF needs one: 0 without, not reported overlay           as result bytes_per_pixel   1
- * or 3 (or another size up to 8, see above) pixels            at least 1 mode              1 to 16
+ *   base              as many bytes; not read by MERGE_RELIEF (it may then be null), which works
+ *                     on what the result holds
+ *   mask              one byte per pixel, or null; MERGE_RELIEF needs one
+ *   overlay           as many bytes as the result
+ *   bytes_per_pixel   1 or 3 (or another size up to 8, see above)
+ *   pixels            at least 1
+ *   mode              1 to 16
  *   transparency      percent
  *
  * At transparency 100 the base is copied to the result and nothing else is looked at, the mode
@@ -113,13 +116,19 @@ Q32_BEGIN_DECLS
  *
  * Returns 0 on failure, with the result as it was:
  *   not reported    pixels or bytes_per_pixel below 1, bytes_per_pixel above 8, mode outside 1 to
- *                   16, modes 2 to 5 with other than 3 bytes per pixel, a null pointer,
- * MERGE_RELIEF without a mask not reported    modes 2 to 5: no memory for the first of three work
- * rows 1001, 2, 61, 1  modes 2 to 5: no memory for the second or third not reported    modes 6 and
- * 7 without a mask: no memory for one; the thread's priority then stays raised 1001, 2, 61, *
- * result and overlay are the same and there is no memory for a copy of the overlay; the point is 50
- * in mode 1, 51 lighten, 52 darken, 59 relief, 53 difference, 56 add, 57 subtract, 59 multiply, 61
- * screen, 54 and 55 premultiplied over black and white, 58 mask subtract
+ *                   16, modes 2 to 5 with other than 3 bytes per pixel, a null pointer, or
+ *                   MERGE_RELIEF without a mask
+ *   not reported    modes 2 to 5: no memory for the first of three work rows
+ *   1001, 2, 61, 1  modes 2 to 5: no memory for the second or third
+ *   not reported    modes 6 and 7 without a mask: no memory for one; the thread's priority then
+ *                   stays raised
+ *   result and overlay are the same, and there is no memory for a copy of the overlay:
+ *   1001, 2, 61, 50  MERGE_NORMAL           1001, 2, 61, 56  MERGE_ADD
+ *   1001, 2, 61, 51  MERGE_LIGHTEN          1001, 2, 61, 57  MERGE_SUBTRACT
+ *   1001, 2, 61, 52  MERGE_DARKEN           1001, 2, 61, 58  MERGE_MASK_SUBTRACT
+ *   1001, 2, 61, 53  MERGE_DIFFERENCE       1001, 2, 61, 59  MERGE_MULTIPLY, MERGE_RELIEF
+ *   1001, 2, 61, 54  MERGE_PREMUL_BLACK     1001, 2, 61, 61  MERGE_SCREEN
+ *   1001, 2, 61, 55  MERGE_PREMUL_WHITE
  */
 Q32_API int Q32_CALL i32Merge(void *result, const void *base, const void *mask, const void *overlay,
                               int bytes_per_pixel, int pixels, unsigned mode, int transparency);
@@ -131,14 +140,16 @@ Q32_API int Q32_CALL i32Merge(void *result, const void *base, const void *mask, 
  * coordinates of the image, right and bottom exclusive; what lies outside the image, the mask's or
  * the overlay's rectangle stays as it was.
  *
- *   image             height rows of width pixels
- *   width, height     pixels of the image
- *   mask              one byte per pixel, rows of the mask rectangle's width, or null: full
- * strength (modes 2 and 3 then round their weight as i32Merge without a mask does) mask_rectangle
- * what the mask covers; needed without a mask too, as it bounds the merge overlay           rows of
- * the overlay rectangle's width; not the image, except pixel for pixel overlay_rectangle what the
- * overlay covers bytes_per_pixel   1 or 3 (or another size up to 8, see above) mode              1
- * to 15 transparency      percent
+ *   image               height rows of width pixels
+ *   width, height       pixels of the image
+ *   mask                one byte per pixel, rows of the mask rectangle's width, or null: full
+ *                       strength (modes 2 and 3 then weigh as i32Merge does without a mask)
+ *   mask_rectangle      what the mask covers; needed without a mask too, as it bounds the merge
+ *   overlay             rows of the overlay rectangle's width; may be the image pixel for pixel
+ *   overlay_rectangle   what the overlay covers
+ *   bytes_per_pixel     1 or 3 (or another size up to 8, see above)
+ *   mode                1 to 15
+ *   transparency        percent
  *
  * At transparency 100 the modes run as at any other: modes 2 to 5 still take the base to HSV and
  * back.
@@ -148,8 +159,8 @@ Q32_API int Q32_CALL i32Merge(void *result, const void *base, const void *mask, 
  *   4026, 2, 61, 4  the overlay's rectangle does not meet what these two share, or is null
  *   1001, 2, 61, 2  modes 2 to 5: no memory for one of three work rows
  *   not reported    bytes_per_pixel below 1 or above 8, mode outside 1 to 15, modes 2 to 5 with
- * other than 3 bytes per pixel, a null image or overlay, no memory for the mask that stands in for
- * a null one
+ *                   other than 3 bytes per pixel, a null image or overlay, or no memory for the
+ *                   mask that stands in for a null one
  */
 Q32_API int Q32_CALL i32MergeEx(void *image, int width, int height, const void *mask,
                                 const RECT *mask_rectangle, const void *overlay,
@@ -160,14 +171,16 @@ Q32_API int Q32_CALL i32MergeEx(void *image, int width, int height, const void *
  * Merges a rectangle of an overlay image into an image at (x, y). The mask covers the whole overlay
  * image, pixel for pixel.
  *
- *   image                       height rows of width pixels
- *   width, height               pixels of the image
- *   bytes_per_pixel             of both images, as in i32MergeEx
- *   x, y                        where the rectangle's top left corner goes
- *   overlay                     overlay_height rows of overlay_width pixels
- *   mask                        overlay_height rows of overlay_width bytes, or null as in
- * i32MergeEx overlay_width, _height      pixels of the overlay image rectangle what to merge, in
- * coordinates of the overlay image; by value mode, transparency          as in i32MergeEx
+ *   image                  height rows of width pixels
+ *   width, height          pixels of the image
+ *   bytes_per_pixel        of both images, as in i32MergeEx
+ *   x, y                   where the rectangle's top left corner goes
+ *   overlay                overlay_height rows of overlay_width pixels
+ *   mask                   overlay_height rows of overlay_width bytes, or null as in i32MergeEx
+ *   overlay_width          pixels of the overlay image
+ *   overlay_height
+ *   rectangle              what to merge, in coordinates of the overlay image; by value
+ *   mode, transparency     as in i32MergeEx
  *
  * Returns 0 on failure, with the image as it was:
  *   4026, 2, 61, 3  the placed rectangle does not meet the image
@@ -217,14 +230,16 @@ Q32_API int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 m
 /*
  * Refuses every destination with whole bytes per pixel, and cannot merge into any other: it returns
  * 1 when nothing is left after clipping, and otherwise 0. Nothing is reported or changed. Kept for
- * the programs that call it. What its name says takes a buffer for the overlay (buf32MergeMem) and
- * i32MergeBufToBuf; buffers over caller memory have no cells and cannot be merged.
+ * the programs that call it. To do what its name says, bring the overlay into a buffer
+ * (buf32MergeMem) and call i32MergeBufToBuf; buffers over caller memory have no cells to merge.
  *
  *   destination, x, y     the buffer, and where the rectangle's top left corner goes
  *   mask                  as in i32MergeRamToRam, or null
  *   overlay               overlay_height rows of overlay_width pixels
  *   rectangle             what to merge, in coordinates of the overlay image
- *   overlay_width, _height, mode, transparency   as in i32MergeRamToRam
+ *   overlay_width         pixels of the overlay image
+ *   overlay_height
+ *   mode, transparency    as in i32MergeRamToRam
  *
  * A handle of 0, a null overlay and a rectangle (or null) that does not meet the overlay give 0.
  */
