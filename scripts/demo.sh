@@ -37,7 +37,7 @@ filled.png|a rectangle filled with a colour|fill pasted.png filled.png --at $bar
 tile.png||crop IN tile.png --at $tile_at --size $((w / 12 + 1))x$((h / 12 + 1))
 pattern.png|a small piece, repeated as a pattern|pattern IN tile.png pattern.png
 pattern-part.png|the same in a rectangle|pattern IN tile.png pattern-part.png --at $part_at --size $part_size
-petals.png|a mask of colours near one|filter IN petals.png --range 150,120,190:60
+petals.png|a mask of two ranges of colours|filter IN petals.png --range 190,150,230:50,60,25 --range 150,100,190:50,45,50
 hue.png|the hue of each pixel|colorspace IN hue.png --to hsv --field hue
 turned.png|all hues turned by 120 degrees|colorspace IN turned.png --to hls --turn-hue 120
 SCENES
