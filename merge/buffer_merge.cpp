@@ -13,8 +13,7 @@ Area area_of(const RECT &rectangle) {
     return {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom};
 }
 
-// --- buffers as they are
-// --------------------------------------------------------------------------
+// --- formats -------------------------------------------------------------------------------------
 
 struct Format {
     int width, height; // pixels
