@@ -1,10 +1,9 @@
 // The arithmetic between RGB and hue, saturation and value or lightness, on vectors that hold one
 // channel each; where the bytes of a vector come from and go to is colour_layout.h's part.
 //
-// What costs is division, so everything before it is done on bytes and after it on words. The
-// results are those of the scalar form for every pixel: what a quotient n / d is made from is
-// (2n + 1) / 2d, which truncates to the same but is never close to the next whole number, so that
-// floating point cannot round it there, whichever way the caller has set it to round.
+// Division needs a double word for each pixel, so that as much as can be is done before, on bytes.
+// A quotient n / d is computed as (2n + 1) / 2d, which truncates to the same but is never close to
+// the next whole number: floating point cannot round it there, whichever way it is set to round.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
@@ -67,7 +66,7 @@ constexpr Sextant sextant_of(int order) {
         return {240, false};
     case blue_not_above_red | green_not_above_both:
         return {300, true};
-    default: // the other orders cannot be
+    default: // all equal; the other orders cannot be
         return {no_hue, false};
     }
 }
@@ -103,10 +102,11 @@ Ranked<V> rank(const Pixels<V> &pixels) {
             shuffle(begin_high.vector<V>(), order)};
 }
 
-// The hues of half the pixels. A grey pixel's parts give 0 above its beginning, no hue.
+// The hues of half the pixels: begin + (60 x part + range / 2) / range. Of grey pixels the range
+// counts as 1, so that nothing is added to no hue.
 template <class V>
 struct Hues {
-    V numerator, divisor, begin; // words
+    V numerator, divisor, begin; // words; of the quotient as said above
 
     template <size_t half>
     static Hues of(const Ranked<V> &samples) {
@@ -128,7 +128,8 @@ struct Hues {
     }
 };
 
-// The saturations of half the pixels: range / most, where `most` is the largest range there can be.
+// The saturations of half the pixels: (255 x range + most / 2) / most, where `most` is the largest
+// range there can be; 0 counts as 1. An odd number made of it is 2 (most / 2) + 1.
 template <class V>
 struct Saturations {
     V range, odd_most, divisor; // words
