@@ -26,7 +26,7 @@ int some_size(Random &random) {
 
 TEST_P(RandomMerges, OfRuns) {
     RunStage stage;
-    random_cases(4000, [&](Random &random, std::uint64_t number) {
+    random_cases(3000, [&](Random &random, std::uint64_t number) {
         RunCase run{{between(random, 0, 17), some_size(random), between(random, -3, 103), mmx()},
                     1 + (random.below(4) == 0 ? random.below(4000) : random.below(200)),
                     random.below(2) == 0,

@@ -135,7 +135,7 @@ TEST_P(MergedRectangles, WideRows) {
 
 TEST_P(MergedRectangles, LyingAnywhere) {
     RectangleStage stage;
-    random_cases(6000, [&](Random &random, std::uint64_t number) {
+    random_cases(4000, [&](Random &random, std::uint64_t number) {
         RectangleCase c{some_call(random, mmx()),
                         between(random, 1, 60),
                         between(random, 1, 12),
@@ -152,7 +152,7 @@ TEST_P(MergedRectangles, LyingAnywhere) {
 
 TEST_P(MergedRectangles, ImagesLyingAnywhere) {
     RectangleStage stage;
-    random_cases(6000, [&](Random &random, std::uint64_t number) {
+    random_cases(4000, [&](Random &random, std::uint64_t number) {
         const int width = between(random, 1, 60), height = between(random, 1, 12);
         const int over_width = between(random, 1, 60), over_height = between(random, 1, 12);
         const ImageCase c{some_call(random, mmx()),
@@ -173,7 +173,7 @@ TEST_P(MergedRectangles, ImagesLyingAnywhere) {
 // Corners at the ends of the numbers: no sum may come round.
 TEST_P(MergedRectangles, WithExtremeCorners) {
     RectangleStage stage;
-    random_cases(20000, [&](Random &random, std::uint64_t number) {
+    random_cases(8000, [&](Random &random, std::uint64_t number) {
         RectangleCase c{some_call(random, mmx()),
                         between(random, 1, 9),
                         between(random, 1, 5),
@@ -198,7 +198,7 @@ TEST_P(MergedRectangles, WithExtremeCorners) {
 
 TEST_P(MergedRectangles, ImagesWithExtremeCorners) {
     RectangleStage stage;
-    random_cases(20000, [&](Random &random, std::uint64_t number) {
+    random_cases(8000, [&](Random &random, std::uint64_t number) {
         ImageCase c{some_call(random, mmx()), between(random, 1, 9),  between(random, 1, 5),
                     between(random, -5, 9),   between(random, -5, 5), random.below(2) == 0,
                     between(random, 1, 9),    between(random, 1, 5),  {}};

@@ -109,11 +109,11 @@ TEST_P(MergedRuns, EveryShortLength) {
     RunStage stage;
     for (const int bytes : {1, 3}) {
         Random random(test_seed(), 300 + std::uint64_t(bytes));
-        const RunPixels pixels = some_pixels(random, 200, bytes);
+        const RunPixels pixels = some_pixels(random, 150, bytes);
         for (int mode = 1; mode <= 16; ++mode)
             for (const bool masked : {false, true})
                 for (const int transparency : {0, 30})
-                    for (std::size_t length = 1; length <= 200; ++length) {
+                    for (std::size_t length = 1; length <= 150; ++length) {
                         RunCase run{{mode, bytes, transparency, mmx()},
                                     length,
                                     masked,
@@ -149,13 +149,13 @@ TEST_P(MergedRuns, UnderMasksWithOneOddByte) {
     RunStage stage;
     for (const int bytes : {1, 3}) {
         Random random(test_seed(), 500 + std::uint64_t(bytes));
-        RunPixels pixels = some_pixels(random, 200, bytes);
+        RunPixels pixels = some_pixels(random, 150, bytes);
         for (const int even : {0, 255})
-            for (std::size_t place = 0; place < 200; ++place) {
+            for (std::size_t place = 0; place < 150; ++place) {
                 pixels.mask.assign(pixels.mask.size(), std::uint8_t(even));
                 pixels.mask[place] = 100;
                 for (int mode = 1; mode <= 16; ++mode)
-                    ASSERT_TRUE(stage.agrees({{mode, bytes, 0, mmx()}, 200, true}, pixels))
+                    ASSERT_TRUE(stage.agrees({{mode, bytes, 0, mmx()}, 150, true}, pixels))
                         << "odd byte at " << place;
             }
     }
