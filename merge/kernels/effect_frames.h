@@ -6,6 +6,8 @@
 #include "merge/kernels/effect_samples.h"
 #include "merge/kernels/effect_selection.h"
 
+#include <utility>
+
 namespace q32::merge {
 namespace {
 
@@ -15,7 +17,8 @@ namespace {
 // comes out the same, because it is computed before anything is stored: that also keeps runs in
 // place right.
 
-// Steps of sizeof(V) pixels, as the mask is spread. There is at least one.
+// Steps of sizeof(V) pixels, as the mask is spread; there is at least one. Vectors of real masks
+// are often all 0: looking for that costs little where there are none.
 template <class V, size_t samples, class Effect>
 void walk_masked(uint8_t *destination, const uint8_t *overlay, const uint8_t *mask, size_t pixels,
                  const Effect &effect) {
@@ -34,7 +37,8 @@ void walk_masked(uint8_t *destination, const uint8_t *overlay, const uint8_t *ma
     step(last,
          [&](size_t at, V result) { last_results[(at - samples * last) / sizeof(V)] = result; });
     for (size_t pixel = 0; pixel < last; pixel += sizeof(V))
-        step(pixel, [&](size_t at, V result) { store(destination + at, result); });
+        if (!all_zero(load<V>(mask + pixel)))
+            step(pixel, [&](size_t at, V result) { store(destination + at, result); });
     for (size_t k = 0; k < samples; ++k)
         store(destination + samples * last + k * sizeof(V), last_results[k]);
 }

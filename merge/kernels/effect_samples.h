@@ -8,6 +8,8 @@
 #include "merge/kernels/weighing.h"
 #include "merge/kernels/weight_pairs.h"
 
+#include <algorithm>
+
 namespace q32::merge {
 namespace {
 
