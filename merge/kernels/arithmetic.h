@@ -237,8 +237,8 @@ Pairs<V> interleaved(V first, V second) {
     return {interleave_low_bytes(first, second), interleave_high_bytes(first, second)};
 }
 
-// x / 255, truncated, of words x + 1 up to 65536 - 1: (255 q + e + 1) x 257 is 65536 q and
-// 257 (e + 1) - q, which is neither negative nor as much as 65536.
+// x / 255, truncated, from words that hold x + 1: with x = 255 q + e, (x + 1) x 257 is 65536 q and
+// 257 (e + 1) - q, which is neither below 0 nor as much as 65536.
 template <class V>
 V over_255(V words_and_1) {
     return multiply_high(words_and_1, repeat_word<V>(257));

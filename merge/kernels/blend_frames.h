@@ -10,7 +10,8 @@ namespace q32::merge {
 namespace {
 
 // Walks a run of at least one step. The last step is moved back so that it ends with the run; what
-// it covers twice comes out the same, because it is computed before anything is stored.
+// it covers twice comes out the same, because it is computed before anything is stored. The step is
+// a copy, so that stores of bytes cannot be taken to change it.
 template <class Step>
 void walk(uint8_t *destination, size_t units, const Step step) {
     const size_t last = units - Step::units;

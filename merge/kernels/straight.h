@@ -81,9 +81,9 @@ DoubleWords<V> widened(V bytes) {
             high_words(words.high)};
 }
 
-// What the samples of sizeof(V) pixels are multiplied with: a little more than 255 / m, by
-// 2^-18 of it. That is more than the errors of two roundings, and over s below 256 too little to
-// reach the next quotient, from which s x 255 / m keeps a distance of 1 / m. Mask 0 counts as 1.
+// What the samples of sizeof(V) pixels are multiplied with: 255 / m and a 2^-18th of it more. That
+// is more than the errors of three roundings, and too little to take s x 255 / m to the next whole
+// number, which is at least 1 / m away. Mask 0 counts as 1.
 template <class V>
 class Straightening {
 public:

@@ -89,7 +89,7 @@ V16 spread_bytes(V16 bytes) {
 
 #endif
 
-// For pixels of one sample or three.
+// The same for pixels of one sample or three.
 template <size_t samples, size_t k, class V>
 Pairs<V> spread_pairs(V weights) {
     if constexpr (samples == 1)
