@@ -379,6 +379,15 @@ TEST_P(RectangleFailures, MaskThatCannotBeLocked) {
     }
 }
 
+TEST_P(RectangleFailures, SubstituteMaskIsLockedAndUnlocked) {
+    for (const int mode : {1, 4, 5, 6, 7, 8, 9, 15, 16}) {
+        const FailingCall lock("GlobalLock", 0), unlock("GlobalUnlock", 0);
+        EXPECT_NO_REPORT(call(arguments(mode, false)));
+        EXPECT_EQ(lock.calls(), 1);
+        EXPECT_EQ(unlock.calls(), 1);
+    }
+}
+
 // No block of a size that has come round is taken, and nothing is touched: there cannot be an image
 // of that size.
 TEST_P(RectangleFailures, SizesOverThirtyTwoBits) {

@@ -357,6 +357,15 @@ TEST_P(RunMemory, SubstituteMaskThatCannotBeLocked) {
     });
 }
 
+TEST_P(RunMemory, SubstituteMaskIsLockedAndUnlocked) {
+    for (const int mode : {MERGE_LIGHTEN, MERGE_DARKEN}) {
+        const FailingCall lock("GlobalLock", 0), unlock("GlobalUnlock", 0);
+        EXPECT_SUCCESS(call({mode, 3, false, Sharing::nothing}));
+        EXPECT_EQ(lock.calls(), 1);
+        EXPECT_EQ(unlock.calls(), 1);
+    }
+}
+
 // The literal numbers, once more by themselves.
 TEST_P(RunMemory, PointsOfTheOverlaysCopy) {
     const auto expect_point = [&](unsigned mode, int point) {
