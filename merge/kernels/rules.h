@@ -109,8 +109,8 @@ struct Screen {
 };
 
 // The premultiplied rules do not look at the base: they give back the overlay sample as it was
-// before it was multiplied with the mask m, which is not 0. Their wide form leaves the division
-// out.
+// before it was multiplied with the mask m, which is not 0. Their wide form stops before the
+// division.
 
 struct PremultipliedBlack {
     static constexpr Rule rule = Rule::premultiplied_black;
