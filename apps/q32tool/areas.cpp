@@ -52,12 +52,17 @@ std::string size_in_words(int width, int height) {
     return std::to_string(width) + " x " + std::to_string(height) + " pixels";
 }
 
-const std::vector<Option> &area_options() {
-    static const std::vector<Option> options = {
-        {"--at", "X,Y", "left and top of the rectangle, from the picture's corner"},
-        {"--size", "WxH", "width and height of the rectangle"},
+std::vector<Option> area_options(bool required) {
+    return {
+        {.name = "--at",
+         .value = "X,Y",
+         .help = "left and top of the rectangle, from the picture's corner",
+         .required = required},
+        {.name = "--size",
+         .value = "WxH",
+         .help = "width and height of the rectangle",
+         .required = required},
     };
-    return options;
 }
 
 Point point_from(const Arguments &arguments) {

@@ -31,8 +31,8 @@ std::string in_words(const Area &area);
 // "1024 x 768 pixels"
 std::string size_in_words(int width, int height);
 
-// --at and --size, for commands that take a rectangle.
-const std::vector<Option> &area_options();
+// --at and --size, for commands that may take a rectangle, or need one.
+std::vector<Option> area_options(bool required = false);
 
 // The value of --at, which must have been given. Throws UsageError.
 Point point_from(const Arguments &arguments);

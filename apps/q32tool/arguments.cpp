@@ -35,6 +35,17 @@ std::string quoted(std::string_view text) {
     return "'" + std::string(text) + "'";
 }
 
+// "a, b or c", with the last word before the last of them.
+std::string listed(const std::vector<std::string> &things, std::string_view last) {
+    std::string list;
+    for (size_t i = 0; i < things.size(); ++i) {
+        if (i != 0)
+            list += i + 1 == things.size() ? " " + std::string(last) + " " : ", ";
+        list += things[i];
+    }
+    return list;
+}
+
 // As it is written: "--at X,Y".
 std::string shown(const Option &option) {
     return std::string(option.name) + " " + std::string(option.value);
@@ -124,10 +135,19 @@ void Arguments::check_operands(const Command &command) const {
 }
 
 void Arguments::check_required_options(const Command &command) const {
+    std::vector<std::string> missing;
     for (const Option &option : command.options)
         if (option.required && !has(option.name))
-            throw UsageError(std::string(command.name) + " needs " + shown(option) + "; " +
-                             see_help(command));
+            missing.push_back(shown(option));
+    if (!missing.empty())
+        throw UsageError(std::string(command.name) + " needs " + listed(missing, "and") + "; " +
+                         see_help(command));
+}
+
+const std::string &Arguments::file(std::string_view option) const {
+    if (value(option).empty())
+        throw UsageError(std::string(option) + " takes the name of a file, not an empty one");
+    return value(option);
 }
 
 uint32_t Arguments::number(std::string_view option, uint32_t least, uint32_t most,
@@ -146,14 +166,12 @@ std::string_view Arguments::choice(std::string_view option,
                                    std::string_view fallback) const {
     if (!has(option))
         return fallback;
-    std::string list;
-    for (const std::string_view word : words) {
+    for (const std::string_view word : words)
         if (value(option) == word)
             return word;
-        list += (list.empty() ? "" : word == *(words.end() - 1) ? " or " : ", ");
-        list += word;
-    }
-    throw UsageError(std::string(option) + " takes " + list + ", not " + quoted(value(option)));
+    const std::vector<std::string> all(words.begin(), words.end());
+    throw UsageError(std::string(option) + " takes " + listed(all, "or") + ", not " +
+                     quoted(value(option)));
 }
 
 std::string usage_line(const Command &command) {

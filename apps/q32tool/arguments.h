@@ -51,6 +51,8 @@ public:
     const std::string &value(std::string_view option) const {
         return values_.find(option)->second.front();
     }
+    // Of one that names a file. Throws UsageError when the name is empty.
+    const std::string &file(std::string_view option) const;
     // Of one that repeats, in the order of the command line.
     const std::vector<std::string> &values(std::string_view option) const {
         return values_.find(option)->second;

@@ -63,7 +63,7 @@ void merge_rows(const Job &job, const Area &source, const Point &to) {
 void merge_image(const Image &base, const Image &overlay, const Image *mask, const Point &at,
                  const Merge &merge) {
     const Area part =
-        part_on(canvas_of(base), {at.x, at.y, overlay.width(), overlay.height()}, "the overlay,");
+        part_on(canvas_of(base), {at.x, at.y, overlay.width(), overlay.height()}, "the overlay of");
     const Job job = {base, overlay, mask, merge};
     Progress progress("merging", part.height);
     for (int first = 0; first < part.height; first += band_rows) {

@@ -94,7 +94,7 @@ void put_pixels(const Image &image, const Area &area, const void *memory) {
 
 void lay_image(const Canvas &canvas, const Image &overlay, const Point &at) {
     const Area part =
-        part_on(canvas, {at.x, at.y, overlay.width(), overlay.height()}, "the overlay,");
+        part_on(canvas, {at.x, at.y, overlay.width(), overlay.height()}, "the overlay of");
     merge(overlay, {part.x - at.x, part.y - at.y, part.width, part.height}, canvas,
           {part.x, part.y});
 }

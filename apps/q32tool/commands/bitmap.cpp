@@ -31,7 +31,7 @@ Edit edit_from(const Arguments &arguments) {
     if (arguments.has("--paste") + arguments.has("--pattern") + arguments.has("--fill") > 1)
         throw UsageError("one of --paste, --pattern and --fill at a time; see q32tool help bitmap");
     if (arguments.has("--paste")) {
-        edit.overlay = arguments.value("--paste");
+        edit.overlay = arguments.file("--paste");
         if (!arguments.has("--at"))
             throw UsageError("--paste needs --at X,Y, too");
         if (arguments.has("--size"))
@@ -40,7 +40,7 @@ Edit edit_from(const Arguments &arguments) {
         return edit;
     }
     if (arguments.has("--pattern"))
-        edit.pattern = arguments.value("--pattern");
+        edit.pattern = arguments.file("--pattern");
     if (arguments.has("--fill"))
         edit.colour = colour_from(arguments, "--fill");
     edit.area = area_from(arguments);

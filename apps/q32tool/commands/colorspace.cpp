@@ -147,7 +147,7 @@ Command colorspace_command() {
             "stretched from 0..359 to 0..255; pixels without a hue have 0.",
         .options = joined(
             {{{.name = "--to", .value = "grey|hsv|hls", .help = "colour space", .required = true},
-              {"--field", "NAME", "only this field, as 8 bits: hue, saturation, value, lightness"},
+              {"--field", "NAME", "only hue, saturation, value or lightness, as 8 bits"},
               {"--turn-hue", "DEGREES", "turn all hues, and go back to red, green and blue"}},
              storage_options()}),
         .run = run,

@@ -1,7 +1,6 @@
 // q32tool crop: a rectangle of a picture as a new picture.
 #include "commands.h"
 
-#include "apps/q32tool/failure.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/rectangles.h"
@@ -33,21 +32,19 @@ Image cut_with_background(const Image &image, const Area &area, const Colour &ba
 
 void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(1);
-    const std::optional<Area> area = area_from(arguments);
-    if (!area)
-        throw UsageError("crop needs --at X,Y and --size WxH; see q32tool help crop");
+    const Area area = area_from(arguments).value();
     std::optional<Colour> background;
     if (arguments.has("--background"))
         background = colour_from(arguments, "--background");
     const uint32_t type = apply_storage_options(arguments);
     const FileFormat format = check_output(out);
     Image image = load_picture(arguments.operand(0), type).image;
-    if (background && !is_inside(*area, image.width(), image.height())) {
-        part_on(canvas_of(image), *area, "the rectangle");
-        image = cut_with_background(image, *area, *background, type, out);
+    if (background && !is_inside(area, image.width(), image.height())) {
+        part_on(canvas_of(image), area, "the rectangle");
+        image = cut_with_background(image, area, *background, type, out);
     } else {
-        check_inside(canvas_of(image), *area, "keep inside or name a --background for the rest");
-        image = image.cut(*area);
+        check_inside(canvas_of(image), area, "keep inside or name a --background for the rest");
+        image = image.cut(area);
     }
     save_picture_and_tell(image, out, format, arguments);
 }
@@ -63,7 +60,7 @@ Command crop_command() {
             "Writes the rectangle of IN that --at and --size name as the picture OUT, of 24 bits\n"
             "per pixel. With --background the rectangle may reach beyond the picture, and what\n"
             "lies outside gets that colour; without it such a rectangle is refused.",
-        .options = joined({area_options(),
+        .options = joined({area_options(true),
                            {{"--background", "R,G,B", "colour of what lies outside (or #rrggbb)"}},
                            storage_options()}),
         .run = run,

@@ -18,7 +18,7 @@ std::optional<Image> start_from(const Arguments &arguments, const Image &image,
                                 uint32_t buffer_type) {
     if (!arguments.has("--mask"))
         return std::nullopt;
-    const std::string &path = arguments.value("--mask");
+    const std::string &path = arguments.file("--mask");
     Image mask = load_picture(path, buffer_type).image;
     if (mask.width() != image.width() || mask.height() != image.height())
         throw Failure(path,
