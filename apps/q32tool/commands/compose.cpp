@@ -25,6 +25,14 @@ Image load_grey(const std::string &path, uint32_t buffer_type) {
     return image;
 }
 
+// Transparency that is not the mask has no say: it is laid over white as in all other pictures.
+PictureWithAlpha load_overlay(const Arguments &arguments, uint32_t buffer_type) {
+    const std::string &path = arguments.file("--overlay");
+    if (arguments.has("--mask"))
+        return {load_picture(path, buffer_type).image, std::nullopt};
+    return load_picture_with_alpha(path, buffer_type);
+}
+
 // The mask that the options name; else the overlay's own transparency, if it has any.
 std::optional<Image> mask_from(const Arguments &arguments, PictureWithAlpha &overlay,
                                uint32_t buffer_type) {
@@ -32,7 +40,7 @@ std::optional<Image> mask_from(const Arguments &arguments, PictureWithAlpha &ove
         arguments.choice("--mask-from", {"grey", "gray", "alpha"}, "grey");
     if (!arguments.has("--mask"))
         return std::move(overlay.alpha);
-    const std::string &path = arguments.value("--mask");
+    const std::string &path = arguments.file("--mask");
     Image mask = source == "alpha" ? load_alpha(path, buffer_type) : load_grey(path, buffer_type);
     if (mask.width() != overlay.image.width() || mask.height() != overlay.image.height())
         throw Failure(path,
@@ -44,7 +52,7 @@ std::optional<Image> mask_from(const Arguments &arguments, PictureWithAlpha &ove
 }
 
 void run(const Arguments &arguments) {
-    const std::string &out = arguments.value("--output");
+    const std::string &out = arguments.file("--output");
     const Merge merge = {
         .mode = merge_mode_from(arguments),
         .transparency = static_cast<int>(arguments.number("--transparency", 0, 100, 0)),
@@ -54,8 +62,8 @@ void run(const Arguments &arguments) {
         throw UsageError("--mask-from is for --mask");
     const uint32_t type = apply_storage_options(arguments);
     const FileFormat format = check_output(out);
-    Image base = load_picture(arguments.value("--base"), type).image;
-    PictureWithAlpha overlay = load_picture_with_alpha(arguments.value("--overlay"), type);
+    Image base = load_picture(arguments.file("--base"), type).image;
+    PictureWithAlpha overlay = load_overlay(arguments, type);
     const std::optional<Image> mask = mask_from(arguments, overlay, type);
     merge_image(base, overlay.image, mask ? &*mask : nullptr, at, merge);
     save_picture_and_tell(base, out, format, arguments);
