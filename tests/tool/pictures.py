@@ -60,25 +60,49 @@ def ramps(width, height):
 # --- PNG ------------------------------------------------------------------------------------------
 
 PNG_SIGNATURE = b"\x89PNG\r\n\x1a\n"
-PNG_GREY, PNG_RGB, PNG_PALETTE, PNG_RGBA = 0, 2, 3, 6
+PNG_GREY, PNG_RGB, PNG_PALETTE, PNG_GREY_ALPHA, PNG_RGBA = 0, 2, 3, 4, 6
 
 
 def png_chunk(kind, data):
     return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
 
-def png_file(width, height, rows, colour_type=PNG_RGB, depth=8, palette=None, level=1):
-    """A PNG of rows as the file has them, which must be packed already."""
+def png_file(
+    width, height, rows, colour_type=PNG_RGB, depth=8, palette=None, level=1, opacities=None
+):
+    """A PNG of rows as the file has them, which must be packed already.
+
+    opacities: how opaque each colour of the palette is, 0 to 255.
+    """
     header = struct.pack(">IIBBBBB", width, height, depth, colour_type, 0, 0, 0)
     file = PNG_SIGNATURE + png_chunk(b"IHDR", header)
     if palette is not None:
         file += png_chunk(b"PLTE", b"".join(map(bytes, palette)))
+    if opacities is not None:
+        file += png_chunk(b"tRNS", bytes(opacities))
     lines = b"".join(b"\0" + row for row in rows)
     return file + png_chunk(b"IDAT", zlib.compress(lines, level)) + png_chunk(b"IEND", b"")
 
 
 def png(picture, level=1):
     return png_file(picture.width, picture.height, picture.rows(), level=level)
+
+
+def grey_png(width, height, greys):
+    """greys: a byte for each pixel, row after row."""
+    rows = [greys[y * width : (y + 1) * width] for y in range(height)]
+    return png_file(width, height, rows, PNG_GREY)
+
+
+def png_with_alpha(picture, alpha):
+    """alpha: how opaque each pixel is, a byte each, row after row."""
+    pixels = bytearray(picture.width * picture.height * 4)
+    for channel in range(3):
+        pixels[channel::4] = picture.pixels[channel::3]
+    pixels[3::4] = alpha
+    row_bytes = picture.width * 4
+    rows = [pixels[start : start + row_bytes] for start in range(0, len(pixels), row_bytes)]
+    return png_file(picture.width, picture.height, rows, PNG_RGBA)
 
 
 def paeth(left, up, corner):
