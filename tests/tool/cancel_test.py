@@ -58,5 +58,22 @@ class CtrlC(ToolCase):
         )
         self.assertNotEqual(swap_files, [])
 
+    def test_compose(self):
+        self.write("out.bmp", b"an older file")
+        files = ["--base", "in.png", "--overlay", "in.png", "-o", "out.bmp"]
+        mask = ["--mask", "in.png", "--mode", "value", "--transparency", "5"]
+        swap_files = self.cancel(b"merging", "compose", *files, *mask)
+        self.assertEqual(len(swap_files), 3)
+
+    def test_compose_row_by_row(self):
+        files = ["--base", "in.png", "--overlay", "in.png", "-o", "in.png"]
+        self.cancel(b"merging", "compose", *files, "--mode", "mask-subtract")
+
+    def test_filter(self):
+        self.cancel(b"filtering", "filter", "in.png", "out.bmp", "--range", "9,9,9:9")
+
+    def test_colorspace(self):
+        self.cancel(b"converting", "colorspace", "in.png", "in.png", "--to", "hls")
+
     def test_rows(self):
         self.cancel(b"reading", "rows", "in.png", "--all")

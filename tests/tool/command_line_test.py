@@ -1,51 +1,88 @@
 """The command line of q32tool: help, options, what it prints, and the names of files."""
 
+import re
 import subprocess
 
+import merging
 import pictures
 from tool_case import FAILED, USAGE, Program, ToolCase, environment, text
 
 PICTURE = pictures.noise(40, 30)
 
-# What each command takes: its operands, and options beside those of storage and of all commands.
+# What each command takes: its operands, the options that it needs, as the usage line shows them,
+# and options beside those of storage and of all commands.
 COMMANDS = {
-    "info": ("PICTURE", []),
-    "rows": ("PICTURE", ["--at", "--size", "--bits", "--format", "--threshold", "--all"]),
-    "convert": ("IN OUT", ["--bits", "--format", "--threshold", "--invert"]),
-    "crop": ("IN OUT", ["--at", "--size", "--background"]),
-    "paste": ("IN OVERLAY OUT", ["--at"]),
-    "fill": ("IN OUT", ["--colour", "--at", "--size"]),
-    "pattern": ("IN PATTERN OUT", ["--at", "--size"]),
-    "bitmap": ("IN.bmp OUT.bmp", ["--paste", "--pattern", "--fill", "--at", "--size"]),
+    "info": ("PICTURE", "", []),
+    "rows": ("PICTURE", "", ["--at", "--size", "--bits", "--format", "--threshold", "--all"]),
+    "convert": ("IN OUT", "", ["--bits", "--format", "--threshold", "--invert"]),
+    "crop": ("IN OUT", "--at X,Y --size WxH", ["--background"]),
+    "paste": ("IN OVERLAY OUT", "--at X,Y", []),
+    "fill": ("IN OUT", "--colour R,G,B", ["--at", "--size"]),
+    "pattern": ("IN PATTERN OUT", "", ["--at", "--size"]),
+    "compose": (
+        "",
+        "--base BASE --overlay OVERLAY --output OUT",
+        ["--mode", "--at", "--transparency", "--mask", "--mask-from", "-o"],
+    ),
+    "filter": ("IN OUT", "--range R,G,B:T", ["--outside", "--mask"]),
+    "colorspace": ("IN OUT", "--to grey|hsv|hls", ["--field", "--turn-hue"]),
+    "bitmap": ("IN.bmp OUT.bmp", "", ["--paste", "--pattern", "--fill", "--at", "--size"]),
 }
 
-# Each makes out.bmp of in.png.
+# Each makes out.bmp of in.png, in so many bits.
 MAKE = {
     "crop": ["crop", "in.png", "out.bmp", "--at", "1,2", "--size", "3x4"],
     "paste": ["paste", "in.png", "in.png", "out.bmp", "--at", "1,2"],
     "fill": ["fill", "in.png", "out.bmp", "--colour", "1,2,3"],
     "pattern": ["pattern", "in.png", "in.png", "out.bmp"],
+    "compose": ["compose", "--base", "in.png", "--overlay", "in.png", "--output", "out.bmp"],
+    "filter": ["filter", "in.png", "out.bmp", "--range", "1,2,3:40"],
+    "colorspace": ["colorspace", "in.png", "out.bmp", "--to", "hsv"],
 }
+BITS = {command: 8 if command == "filter" else 24 for command in MAKE}
+
+
+def replaced(arguments, option, value):
+    """The arguments with this value of an option, in the place of the one it has, if any."""
+    if option not in arguments:
+        return [*arguments, option, value]
+    at = arguments.index(option) + 1
+    return [*arguments[:at], value, *arguments[at + 1 :]]
+
+
+def listed(words):
+    return [words] if isinstance(words, str) else words
+
+
+def counted(number, things):
+    return f"{number} {things}" + ("" if number == 1 else "s")
 
 
 class Help(ToolCase):
     def test_overview(self):
         overview = self.succeed("--help")
         self.assertRegex(overview, r"\AUsage: q32tool ")
-        for word in (*COMMANDS, "help", "130"):
-            self.assertIn(word, overview)
+        for command in (*COMMANDS, "help"):
+            self.assertRegex(overview, rf"(?m)^  {command} +\S")
+        self.assertIn("130", overview)
         self.assertEqual(self.succeed("help"), overview)
 
     def test_commands(self):
-        for command, (operands, options) in COMMANDS.items():
+        common = ["--storage", "--memory-limit", "--swap-dir", "--quiet"]
+        for command, (operands, needed, options) in COMMANDS.items():
             with self.subTest(command=command):
                 page = self.succeed("help", command)
-                usage = f"Usage: q32tool {command} {operands} [OPTION...]"
-                self.assertEqual(page.split("\n")[0], usage)
-                for word in (*options, "--storage", "--memory-limit", "--swap-dir", "--quiet"):
-                    self.assertIn(word, page)
+                words = [command, *operands.split(), *needed.split(), "[OPTION...]"]
+                self.assertEqual(page.split("\n")[0], "Usage: q32tool " + " ".join(words))
+                for word in (*needed.split()[::2], *options, *common):
+                    self.assertRegex(page, rf"(?m)^  (-\w,|   ) {word} |^  {word}, ")
                 self.assertLessEqual(max(map(len, page.splitlines())), 90)
                 self.assertEqual(self.succeed(command, "--help"), page)
+
+    def test_modes(self):
+        page = self.succeed("help", "compose")
+        for name, number in merging.NUMBERS.items():
+            self.assertRegex(page, rf"(?m)(^|\s){number} {name}(\s|$)")
 
     def test_version(self):
         self.assertRegex(self.succeed("--version"), r"\Aq32tool \d+\.\d+\.\d+\n\Z")
@@ -62,7 +99,7 @@ class Misuse(ToolCase):
         self.refuse(USAGE, "help", "frobnicate", says="frobnicate")
 
     def test_missing_arguments(self):
-        for command, (operands, _) in COMMANDS.items():
+        for command, (operands, *_) in COMMANDS.items():
             names = operands.split()
             for count, name in enumerate(names):
                 with self.subTest(command=command, name=name):
@@ -82,9 +119,42 @@ class Misuse(ToolCase):
             ([*MAKE["fill"], *rectangle[2:]], "--at"),
             ([*MAKE["pattern"], *rectangle[:2]], "--size"),
             (["rows", "in.png", *rectangle[2:]], "--at"),
+            (["compose"], ["--base BASE", "--overlay OVERLAY", "--output OUT"]),
+            (["compose", *MAKE["compose"][3:]], "--base BASE"),
+            (["compose", *MAKE["compose"][1:3], "-o", "out.bmp"], "--overlay OVERLAY"),
+            (["compose", *MAKE["compose"][1:5]], "--output OUT"),
+            (["filter", "in.png", "out.bmp", "--outside"], "--range R,G,B:T"),
+            (["colorspace", "in.png", "out.bmp", "--field", "hue"], "--to grey|hsv|hls"),
         ]:
             with self.subTest(arguments=arguments):
-                self.refuse(USAGE, *arguments, says=says)
+                self.refuse(USAGE, *arguments, says=["needs ", *listed(says)])
+
+    def test_options_given_twice(self):
+        self.write("out.bmp", b"an older file")
+        for command, option, value in [
+            ("crop", "--at", "1,2"),
+            ("crop", "--size", "5x5"),
+            ("fill", "--colour", "1,2,3"),
+            ("compose", "--base", "in.png"),
+            ("compose", "--overlay", "other.png"),
+            ("compose", "--output", "other.bmp"),
+            ("filter", "--mask", "in.png"),
+            ("colorspace", "--to", "hls"),
+        ]:
+            with self.subTest(command=command, option=option):
+                arguments = replaced(MAKE[command], option, value)
+                self.refuse(USAGE, *arguments, option, value, says=f"{option} is given twice")
+
+    def test_options_given_twice_in_two_spellings(self):
+        self.refuse(USAGE, *MAKE["compose"], "-o", "out.bmp", says="--output is given twice")
+        self.refuse(USAGE, *MAKE["fill"], "--color=1,2,3", says="--colour is given twice")
+        self.refuse(USAGE, *MAKE["paste"], "--at=1,2", says="--at is given twice")
+
+    def test_switches_given_twice(self):
+        # They say the same thing again.
+        self.assertEqual(self.succeed(*MAKE["filter"], "--outside", "-q", "--outside", "-q"), "")
+        wanted = (self.folder / "out.bmp").read_bytes()
+        self.assertEqual(self.make("out.bmp", *MAKE["filter"], "--outside"), wanted)
 
     def test_too_many_arguments(self):
         self.refuse(USAGE, "convert", "in.png", "out.png", "more.png", says="more.png")
@@ -98,6 +168,7 @@ class Misuse(ToolCase):
         self.refuse(USAGE, "info", "in.png", "--bits", "8", says="--bits")
         self.refuse(USAGE, "convert", "in.png", "out.png", "-z", says="-z")
         options = {"crop": "--colour", "paste": "--size", "fill": "--background"}
+        options |= {"compose": "--range", "filter": "--mask-from", "colorspace": "--mode"}
         for command, option in options.items():
             self.refuse(USAGE, *MAKE[command], option, "1,2,3", says=option)
 
@@ -106,6 +177,14 @@ class Misuse(ToolCase):
             with self.subTest(option=option):
                 self.refuse(USAGE, "convert", "in.png", "out.png", option, says=option)
         self.refuse(USAGE, "info", "in.png", "--swap-dir", says="--swap-dir")
+        self.refuse(USAGE, *MAKE["compose"][:-2], "-o", says=["-o", "OUT"])
+        self.refuse(USAGE, *MAKE["filter"], "--range", says=["--range", "R,G,B:T"])
+        self.refuse(USAGE, *MAKE["colorspace"], "--turn-hue", says=["--turn-hue", "DEGREES"])
+
+    def test_switches_with_a_value(self):
+        for option in ("--outside=1", "--quiet="):
+            name = option.split("=")[0]
+            self.refuse(USAGE, *MAKE["filter"], option, says=f"{name} takes no value")
 
     def test_values(self):
         for option, values in {
@@ -127,12 +206,30 @@ class Misuse(ToolCase):
         }.items():
             for value in values:
                 with self.subTest(option=option, value=value):
-                    arguments = [*MAKE["crop"], option, value]
+                    arguments = replaced(MAKE["crop"], option, value)
                     self.refuse(USAGE, *arguments, says=[option, f"'{value}'"])
         for value in ("", "1,2,", "#1234567", "123456"):
             with self.subTest(value=value):
                 arguments = ["fill", "in.png", "out.bmp", "--colour", value]
                 self.refuse(USAGE, *arguments, says=["--colour", f"'{value}'"])
+
+    def test_modes_transparencies_and_masks(self):
+        self.write("out.bmp", b"an older file")
+        for option, values in {
+            "--mode": ["0", "17", "-1", "", "1.5", "Normal", "multi", "4294967297"],
+            "--transparency": ["101", "-1", "", "x", "50%", "4294967296"],
+            "--at": ["", "1", "1,2,3"],
+        }.items():
+            for value in values:
+                with self.subTest(option=option, value=value):
+                    arguments = [*MAKE["compose"], option, value]
+                    self.refuse(USAGE, *arguments, says=[option, f"'{value}'"])
+        self.refuse(USAGE, *MAKE["compose"], "--mode", "17", says=["1", "16", "help compose"])
+        mask = [*MAKE["compose"], "--mask", "in.png", "--mask-from", "red"]
+        self.refuse(USAGE, *mask, says=["--mask-from", "grey", "alpha", "'red'"])
+        for source in ("grey", "alpha"):
+            arguments = [*MAKE["compose"], "--mask-from", source]
+            self.refuse(USAGE, *arguments, says=["--mask-from", "--mask\n"])
 
     def test_the_other_spelling_of_colour(self):
         arguments = ["fill", "in.png", "out.bmp", "--color", "1,2,3"]
@@ -144,6 +241,10 @@ class Misuse(ToolCase):
         self.refuse(USAGE, "info", "", says="empty")
         self.refuse(USAGE, "convert", "in.png", "", says="empty")
         self.refuse(USAGE, "info", "in.png", "--swap-dir", "", says=["--swap-dir", "empty"])
+        for option in ("--base", "--overlay", "--output", "--mask"):
+            arguments = replaced(MAKE["compose"], option, "")
+            self.refuse(USAGE, *arguments, says=[option, "empty"])
+        self.refuse(USAGE, *MAKE["filter"], "--mask", "", says=["--mask", "empty"])
 
     def test_thresholds(self):
         for value in ("256", "-1", "1x", "", "4294967296"):
@@ -173,7 +274,7 @@ class Words(ToolCase):
         for command, arguments in MAKE.items():
             with self.subTest(command=command):
                 size = "3 x 4" if command == "crop" else "40 x 30"
-                wanted = f"out.bmp: {size} pixels, 24 bits, BMP\n"
+                wanted = f"out.bmp: {size} pixels, {BITS[command]} bits, BMP\n"
                 self.assertEqual(self.succeed(*arguments), wanted)
                 self.assertEqual(self.succeed(*arguments, "--quiet"), "")
 
@@ -205,13 +306,50 @@ class Words(ToolCase):
         self.assertRegex(result.err, r"(?m)^library: \d+\.\d+ s \(\d+ buffers? made, ")
 
     def test_what_the_library_did(self):
-        cropped = "2 buffers made, 1 rectangle moved, 0 fills, 34 rows moved, 34 rows converted"
-        filled = "1 buffer made, 0 rectangles moved, 1 fill, 60 rows moved, 60 rows converted"
-        for command, wanted in [("crop", cropped), ("fill", filled)]:
-            with self.subTest(command=command):
-                result = self.run_tool(*MAKE[command], "--timings")
+        """Rows are moved when they are read, worked on and written, and converted on the way."""
+        self.write("grey.png", pictures.grey_png(40, 30, bytes(1200)))
+        self.write("tall.png", pictures.png(pictures.noise(40, 300)))
+        tall = replaced(replaced(MAKE["compose"], "--base", "tall.png"), "--overlay", "tall.png")
+        for arguments, buffers, rectangles, fills, moved, converted in [
+            (MAKE["crop"], 2, 1, 0, 34, 34),
+            (MAKE["fill"], 1, 0, 1, 60, 60),
+            # One rectangle for each 128 rows, and one of memory for each row of each picture.
+            (MAKE["compose"], 2, 1, 0, 90, 90),
+            (tall, 2, 3, 0, 900, 900),
+            ([*MAKE["compose"], "--mask", "grey.png"], 4, 1, 0, 180, 150),
+            ([*MAKE["compose"], "--mode", "16"], 2, 90, 0, 90, 120),
+            ([*MAKE["compose"], "--mode=16", "--mask=grey.png"], 4, 120, 0, 180, 180),
+            (MAKE["filter"], 2, 0, 0, 120, 60),
+            ([*MAKE["filter"], "--mask", "grey.png"], 4, 0, 0, 240, 120),
+            (MAKE["colorspace"], 1, 0, 0, 120, 90),
+            ([*MAKE["colorspace"], "--turn-hue", "1"], 1, 0, 0, 120, 120),
+            ([*MAKE["colorspace"], "--field", "hue"], 2, 0, 0, 120, 60),
+        ]:
+            with self.subTest(arguments=arguments):
+                result = self.run_tool(*arguments, "--timings")
                 self.assertEqual(result.code, 0)
-                self.assertRegex(result.err, rf"(?m)^library: \d+\.\d+ s \({wanted}\)$")
+                counts = [
+                    counted(buffers, "buffer") + " made",
+                    counted(rectangles, "rectangle") + " moved",
+                    counted(fills, "fill"),
+                    counted(moved, "row") + " moved",
+                    counted(converted, "row") + " converted",
+                ]
+                found = re.search(r"(?m)^library: \d+\.\d+ s \((.*)\)$", result.err)
+                self.assertEqual(found[1], ", ".join(counts))
+
+    def test_progress_says_what_is_being_done(self):
+        for command, doing in [
+            ("compose", "merging"),
+            ("filter", "filtering"),
+            ("colorspace", "converting"),
+        ]:
+            with self.subTest(command=command):
+                result = self.run_tool(*MAKE[command], "--progress")
+                self.assertEqual(result.code, 0)
+                words = re.findall(r"\r([a-z]+) \[", result.err)
+                reading = ["reading"] * (2 if command == "compose" else 1)
+                self.assertEqual(words, [*reading, doing, "writing"])
 
     def test_options_anywhere(self):
         self.succeed("convert", "--bits=8", "in.png", "--invert", "out.bmp")

@@ -61,6 +61,7 @@ class Inputs(ToolCase):
         self.write("cut.png", pictures.png(PICTURE)[:-5000])
         self.write("wide.png", pictures.png(pictures.noise(32001, 1)))
         rectangle = ["--at", "0,0", "--size", "2x2"]
+        compose = ["compose", "--base", "in.png", "-o", "out.png"]
         for arguments, name in [
             (["rows", "missing.png"], "missing.png"),
             (["rows", "cut.png", *rectangle], "cut.png"),
@@ -72,6 +73,12 @@ class Inputs(ToolCase):
             (["pattern", "text.png", "in.png", "out.png"], "text.png"),
             (["pattern", "in.png", "cut.png", "out.png", *rectangle], "cut.png"),
             (["pattern", "in.png", "wide.png", "out.png"], "32001 pixels wide"),
+            ([*compose, "--overlay", "cut.png"], "cut.png"),
+            ([*compose, "--overlay", "wide.png"], "5402"),
+            ([*compose, "--overlay", "in.png", "--mask", "cut.png"], "cut.png"),
+            (["filter", "cut.png", "out.png", "--range", "1,2,3"], "cut.png"),
+            (["filter", "in.png", "out.png", "--range", "1,2,3", "--mask", "cut.png"], "cut.png"),
+            (["colorspace", "cut.png", "out.png", "--to", "hsv"], "cut.png"),
         ]:
             with self.subTest(arguments=arguments):
                 self.refuse(FAILED, *arguments, says=name)
@@ -235,6 +242,9 @@ class Outputs(ToolCase):
             (["fill", self.source], ["--colour", "1,2,3", *rectangle]),
             (["fill", self.source], ["--colour", "1,2,3"]),
             (["pattern", self.source, self.source], []),
+            (["compose", "--base", self.source, "--overlay", self.source, "-o"], []),
+            (["filter", self.source], ["--range", "1,2,3:4"]),
+            (["colorspace", self.source], ["--to", "hls"]),
         ]:
             for name in ("nowhere/out.png", "older.bmp", self.source):
                 with self.subTest(command=before, name=name):

@@ -123,6 +123,9 @@ class SwapDirectories(ToolCase):
             ["paste", self.source, self.source, "out.bmp", "--at", "9,9"],
             ["fill", self.source, "out.bmp", "--colour", "1,2,3", *rectangle],
             ["pattern", self.source, self.source, "out.bmp", *rectangle],
+            ["compose", "--base", self.source, "--overlay", self.source, "-o", "out.bmp"],
+            ["filter", self.source, "out.bmp", "--range", "1,2,3:4"],
+            ["colorspace", self.source, "out.bmp", "--to", "hls"],
         ]:
             with self.subTest(command=command[0]):
                 arguments = [*command, "--memory-limit", "100K", "--swap-dir", "nowhere"]
