@@ -70,10 +70,13 @@ class CtrlC(ToolCase):
         self.cancel(b"merging", "compose", *files, "--mode", "mask-subtract")
 
     def test_filter(self):
-        self.cancel(b"filtering", "filter", "in.png", "out.bmp", "--range", "9,9,9:9")
+        arguments = ["filter", "in.png", "out.bmp", "--range", "9,9,9:9"]
+        self.assertEqual(len(self.cancel(b"filtering", *arguments)), 2)
 
     def test_colorspace(self):
-        self.cancel(b"converting", "colorspace", "in.png", "in.png", "--to", "hls")
+        arguments = ["colorspace", "in.png", "in.png", "--to", "hls"]
+        self.assertEqual(len(self.cancel(b"converting", *arguments)), 1)
+        self.assertEqual(len(self.cancel(b"converting", *arguments, "--field", "hue")), 2)
 
     def test_rows(self):
         self.cancel(b"reading", "rows", "in.png", "--all")

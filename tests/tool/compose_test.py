@@ -134,6 +134,31 @@ class Masks(ComposeCase):
             options = ["--mask", "mask.png", "--mask-from", "alpha"]
             self.assert_composes("normal", *options, mask=wanted)
 
+    def test_alpha_of_16_bits(self):
+        width, height = self.over_size
+        pixels = zip(self.over.colours(), self.weights)
+        samples = [value for colour, alpha in pixels for value in (*colour, alpha)]
+        doubled = bytes(value for value in samples for _ in range(2))
+        rows = [doubled[y * width * 8 :][: width * 8] for y in range(height)]
+        self.write("deep.png", pictures.png_file(width, height, rows, pictures.PNG_RGBA, 16))
+        self.assert_composes("normal", overlay="deep.png", mask=self.weights)
+
+    def test_a_transparent_colour(self):
+        palette = [(i, 255 - i, i * 3 % 256) for i in range(256)]
+        self.over = pictures.from_colours(*self.over_size, [palette[i] for i in self.weights])
+        opaque = bytes(255 * (i != 128) for i in self.weights)
+        for transparent, mask in [(None, None), (128, opaque)]:
+            gif = pictures.gif_file(*self.over_size, self.weights, palette, transparent)
+            self.write("over.gif", gif)
+            self.assert_composes("normal", overlay="over.gif", mask=mask)
+
+    def test_a_fourth_channel_that_is_no_alpha(self):
+        width, height = self.over_size
+        pixels = b"".join(bytes((*reversed(colour), 0)) for colour in self.over.colours())
+        rows = [pixels[y * width * 4 :][: width * 4] for y in range(height)]
+        self.write("over.bmp", pictures.bmp_file(width, height, 32, rows))
+        self.assert_composes("normal", overlay="over.bmp")
+
     def test_an_alpha_that_is_opaque(self):
         opaque = bytes([255] * len(self.weights))
         self.write("opaque.png", pictures.png_with_alpha(self.over, opaque))

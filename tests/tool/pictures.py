@@ -312,8 +312,11 @@ def read_tiff(file):
 # --- GIF ------------------------------------------------------------------------------------------
 
 
-def gif_file(width, height, values, palette):
-    """A GIF of 256 colours. Nothing is compressed: the table is cleared before it needs 10 bits."""
+def gif_file(width, height, values, palette, transparent=None):
+    """A GIF of 256 colours, one of which may be transparent.
+
+    Nothing is compressed: the table is cleared before it needs 10 bits.
+    """
     clear, end, often = 256, 257, 250
     codes = []
     for start in range(0, len(values), often):
@@ -322,10 +325,12 @@ def gif_file(width, height, values, palette):
     stream = sum(code << 9 * i for i, code in enumerate(codes))
     data = stream.to_bytes((len(codes) * 9 + 7) // 8, "little")
     blocks = [data[i : i + 255] for i in range(0, len(data), 255)]
+    control = struct.pack("<BBBBHBB", 0x21, 0xF9, 4, 1, 0, transparent or 0, 0)
     return (
         b"GIF89a"
         + struct.pack("<HHBBB", width, height, 0xF7, 0, 0)
         + b"".join(map(bytes, palette))
+        + (b"" if transparent is None else control)
         + struct.pack("<BHHHHBB", 0x2C, 0, 0, width, height, 0, 8)
         + b"".join(bytes([len(block)]) + block for block in blocks)
         + b"\0;"
