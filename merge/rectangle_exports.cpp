@@ -21,25 +21,29 @@ using buffer::intersect;
 
 // --- helpers ------------------------------------------------------------------------------------
 
-// An image of packed rows and where it lies. An area may be wider than memory can be; differences
-// and products wrap around then, and come out right for every pixel that does lie in memory.
+// An image of packed rows and where it lies. It may be wider than memory can be; differences and
+// products wrap around then, and come out right for every pixel that does lie in memory.
 template <typename Byte>
 struct Image {
     Byte *memory;
-    Area area;
+    int left, top;
+    std::size_t width; // pixels
     int bytes_per_pixel;
 
-    std::size_t stride() const { return distance(area.left, area.right); }
+    std::size_t stride() const { return width * unsigned(bytes_per_pixel); }
     Byte *pixel(int x, int y) const {
-        const std::size_t rows = std::size_t(y) - std::size_t(area.top);
-        return memory + (rows * stride() + distance(area.left, x));
-    }
-
-private:
-    std::size_t distance(int from, int to) const { // in bytes
-        return (std::size_t(to) - std::size_t(from)) * unsigned(bytes_per_pixel);
+        const std::size_t rows = std::size_t(y) - std::size_t(top);
+        const std::size_t pixels = std::size_t(x) - std::size_t(left);
+        return memory + (rows * stride() + pixels * unsigned(bytes_per_pixel));
     }
 };
+
+// One that fills an area.
+template <typename Byte>
+Image<Byte> image_of(Byte *memory, const Area &area, int bytes_per_pixel) {
+    return {memory, area.left, area.top, std::size_t(area.right) - std::size_t(area.left),
+            bytes_per_pixel};
+}
 
 std::uint8_t *bytes(void *memory) {
     return static_cast<std::uint8_t *>(memory);
@@ -140,9 +144,9 @@ int Q32_CALL i32MergeEx(void *image, int width, int height, const void *mask,
     if (work.is_empty())
         return q32::fail(site::misses_overlay);
     return merge_area(held,
-                      {.image = {bytes(image), bounds, bytes_per_pixel},
-                       .mask = {bytes(mask), mask_area, 1},
-                       .overlay = {bytes(overlay), overlay_area, bytes_per_pixel}},
+                      {.image = image_of(bytes(image), bounds, bytes_per_pixel),
+                       .mask = image_of(bytes(mask), mask_area, 1),
+                       .overlay = image_of(bytes(overlay), overlay_area, bytes_per_pixel)},
                       work, mode, transparency);
 }
 
@@ -162,9 +166,12 @@ int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int bytes_per_
     const Area work = intersect(met, overlay_area);
     if (work.is_empty())
         return q32::fail(site::misses_overlay);
+    // The area may have been cut, the rows have not.
+    const std::size_t row = std::size_t(overlay_width);
+    const int left = overlay_area.left, top = overlay_area.top;
     return merge_area(held,
-                      {.image = {bytes(image), bounds, bytes_per_pixel},
-                       .mask = {bytes(mask), overlay_area, 1},
-                       .overlay = {bytes(overlay), overlay_area, bytes_per_pixel}},
+                      {.image = image_of(bytes(image), bounds, bytes_per_pixel),
+                       .mask = {bytes(mask), left, top, row, 1},
+                       .overlay = {bytes(overlay), left, top, row, bytes_per_pixel}},
                       work, mode, transparency);
 }
