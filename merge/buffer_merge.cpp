@@ -6,6 +6,8 @@
 
 #include <q32base/merge.h>
 
+#include <algorithm>
+
 namespace q32::merge {
 namespace {
 
@@ -27,6 +29,11 @@ bool read_format(HBUF32 buffer, Format *format) {
     return buf32GetWHU(buffer, &format->width, &format->height, &format->bytes_per_pixel);
 }
 
+// Locks take every handle for a buffer: one of a buffer that is gone has to be found out before.
+bool is_live(HBUF32 buffer) {
+    return buf32GetWHU(buffer, nullptr, nullptr, nullptr);
+}
+
 // --- sources ------------------------------------------------------------------------------------
 
 // What all pieces of a call have in common.
@@ -46,7 +53,7 @@ struct SourceLocks {
 
     bool lock(const Job &job) {
         return overlay.lock(job.overlay, BUF32_READ) &&
-               (!job.has_mask() || mask.lock(job.mask, BUF32_READ));
+               (!job.has_mask() || (is_live(job.mask) && mask.lock(job.mask, BUF32_READ)));
     }
 };
 
@@ -144,14 +151,19 @@ struct Image {
 
     size_t stride() const { return size_t(format.width) * size_t(format.bytes_per_pixel); }
     uint64_t offset_of(int x, int y) const {
-        return (uint64_t(unsigned(y)) * unsigned(format.width) + unsigned(x)) *
-               unsigned(format.bytes_per_pixel);
+        return pixels_before(x, y) * unsigned(format.bytes_per_pixel);
     }
     // Whether the address space has room for the image as far as an area's last pixel. Where it has
     // not, the image cannot be the caller's, and nothing is touched.
     bool reaches(const Area &area) const {
-        return offset_of(area.right, area.bottom - 1) <=
-               UINTPTR_MAX - reinterpret_cast<uintptr_t>(memory);
+        const uintptr_t room = UINTPTR_MAX - reinterpret_cast<uintptr_t>(memory);
+        const int bytes_per_pixel = std::max(format.bytes_per_pixel, 1);
+        return pixels_before(area.right, area.bottom - 1) <= room / unsigned(bytes_per_pixel);
+    }
+
+private:
+    uint64_t pixels_before(int x, int y) const {
+        return uint64_t(unsigned(y)) * unsigned(format.width) + unsigned(x);
     }
 };
 

@@ -221,8 +221,8 @@ Q32_API int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int by
  * Returns 1 when everything was merged, or when nothing was left after clipping against the
  * destination. Returns 0, not reported by itself, for a handle of 0, a destination without whole
  * bytes per pixel, different bytes per pixel, a rectangle (or null) that does not meet the overlay,
- * a mask whose cells do not cover the overlay's, a lock that fails, and a piece that fails, as in
- * i32MergeEx.
+ * a handle that is no buffer (of the mask: where something is left to merge), a mask whose cells do
+ * not cover the overlay's, a lock that fails, and a piece that fails, as in i32MergeEx.
  */
 Q32_API int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 mask, HBUF32 overlay,
                                       const RECT *rectangle, int mode, int transparency);
@@ -256,7 +256,9 @@ Q32_API int Q32_CALL i32MergeRamToBuf(HBUF32 destination, int x, int y, const vo
  *
  * Returns 1 when everything was merged, or when nothing was left after clipping. Returns 0, not
  * reported by itself, for a null image, an overlay of 0, other bytes per pixel than the overlay's,
- * a rectangle (or null) that does not meet the overlay, a lock or a piece that fails.
+ * a rectangle (or null) that does not meet the overlay, a handle that is no buffer (of the mask:
+ * where something is left to merge), an image that reaches beyond all memory, a lock or a piece
+ * that fails.
  *
  * Lock counts. Cells that the rectangle covers to the right of the image or below it are unlocked
  * once too often on the overlay when there is a mask, and not at all on the mask: the overlay's
