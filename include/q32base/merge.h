@@ -28,9 +28,9 @@
  *                                         w = m, under 100 percent (m x a) >> 8, without a mask a
  *
  * These are i32Merge in modes 1 and 9 to 13, where MERGE_MULTIPLY and MERGE_SCREEN then truncate
- * instead of rounding, and in modes 2 to 5 the normal merge inside them (a = p x 255 / 100); and
- * the rectangle functions in mode 1 (a = p x 256 / 100). The rectangle functions' MERGE_LIGHTEN
- * then compares sums that have not been divided by 100.
+ * instead of rounding (a = p x 255 / 100); the rectangle functions in mode 1 (a = p x 256 / 100);
+ * and, in all of them, the normal merge inside modes 2 to 5 (a = p x 255 / 100). The rectangle
+ * functions' MERGE_LIGHTEN then compares sums that have not been divided by 100.
  *
  * Memory. All memory is the caller's and may begin anywhere. A function reads and writes no byte
  * outside the runs and rectangles that its arguments name. Runs of one call may begin at the same
@@ -100,8 +100,9 @@ Q32_BEGIN_DECLS
  *   transparency      percent
  *
  * At transparency 100 the base is copied to the result and nothing else is looked at, the mode
- * neither. Without a mask, at transparency 0, modes 1 and 9 to 15 copy the overlay, except where a
- * mode of 9 to 13 rounds the MMX way (see above).
+ * neither: MERGE_RELIEF, too, then needs a base and replaces the result by it. Without a mask, at
+ * transparency 0, modes 1 and 9 to 15 copy the overlay, except where a mode of 9 to 13 rounds the
+ * MMX way (see above).
  *
  * MERGE_MASK_SUBTRACT, with p = 100 - transparency:
  *   transparency 0, no mask      max(b - s, 0)
@@ -175,7 +176,8 @@ Q32_API int Q32_CALL i32MergeEx(void *image, int width, int height, const void *
  *   width, height          pixels of the image
  *   bytes_per_pixel        of both images, as in i32MergeEx
  *   x, y                   where the rectangle's top left corner goes
- *   overlay                overlay_height rows of overlay_width pixels
+ *   overlay                overlay_height rows of overlay_width pixels; may be the image pixel for
+ *                          pixel
  *   mask                   overlay_height rows of overlay_width bytes, or null as in i32MergeEx
  *   overlay_width          pixels of the overlay image
  *   overlay_height
@@ -229,9 +231,11 @@ Q32_API int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 m
 
 /*
  * Refuses every destination with whole bytes per pixel, and cannot merge into any other: it returns
- * 1 when nothing is left after clipping, and otherwise 0. Nothing is reported or changed. Kept for
- * the programs that call it. To do what its name says, bring the overlay into a buffer
- * (buf32MergeMem) and call i32MergeBufToBuf; buffers over caller memory have no cells to merge.
+ * 1 when nothing is left after clipping (with whole bytes per pixel only when the rectangle lies
+ * beyond the left or the upper edge and does not even touch it), and otherwise 0. Nothing is
+ * reported or changed. Kept for the programs that call it. To do what its name says, bring the
+ * overlay into a buffer (buf32MergeMem) and call i32MergeBufToBuf; buffers over caller memory have
+ * no cells to merge.
  *
  *   destination, x, y     the buffer, and where the rectangle's top left corner goes
  *   mask                  as in i32MergeRamToRam, or null
