@@ -99,14 +99,6 @@ class TurnedHues(ColourSpaceCase):
         for space in FIELDS:
             self.assert_turns(space, 0, 60)
 
-    def test_full_circles_are_none(self):
-        space = ["--to", "hsv"]
-        turns = [
-            self.make("out.bmp", "colorspace", "in.bmp", "out.bmp", *space, f"--turn-hue={turn}")
-            for turn in (0, 360, -360)
-        ]
-        self.assertEqual(turns[1:], turns[:1] * 2)
-
     def test_colours_known_by_name(self):
         names = {"red": (255, 0, 0), "green": (0, 255, 0), "blue": (0, 0, 255), "grey": (9, 9, 9)}
         self.write("in.png", pictures.png(pictures.from_colours(4, 1, names.values())))
