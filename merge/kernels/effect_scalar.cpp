@@ -40,8 +40,9 @@ bool acts(const uint8_t *base, const uint8_t *overlay) {
     case Comparison::darker:
         return luminance<channels>(overlay) < luminance<channels>(base);
     case Comparison::lighter_by_sums:
-        return weighed_sum<channels>(overlay) > weighed_sum<channels>(base);
+        break;
     }
+    return weighed_sum<channels>(overlay) > weighed_sum<channels>(base);
 }
 
 template <Comparison comparison, size_t channels>
