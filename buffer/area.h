@@ -19,24 +19,21 @@ struct Area {
     bool operator==(const Area &) const = default;
 };
 
-constexpr int saturating_add(int a, int b) {
+constexpr int cut_to_int(int64_t coordinate) {
     using Int = std::numeric_limits<int>;
-    int sum = 0;
-    if (!__builtin_add_overflow(a, b, &sum))
-        return sum;
-    return b < 0 ? Int::min() : Int::max();
+    return int(std::clamp<int64_t>(coordinate, Int::min(), Int::max()));
 }
 
 constexpr int saturating_subtract(int a, int b) {
-    using Int = std::numeric_limits<int>;
-    int difference = 0;
-    if (!__builtin_sub_overflow(a, b, &difference))
-        return difference;
-    return b < 0 ? Int::max() : Int::min();
+    return cut_to_int(int64_t(a) - b);
 }
 
 constexpr Area area_of(int x, int y, int width, int height) {
-    return {x, y, saturating_add(x, width), saturating_add(y, height)};
+    return {x, y, cut_to_int(int64_t(x) + width), cut_to_int(int64_t(y) + height)};
+}
+
+constexpr Area area_of(const RECT &rectangle) {
+    return {int(rectangle.left), int(rectangle.top), int(rectangle.right), int(rectangle.bottom)};
 }
 
 inline Area area_of(const Record &record) {
@@ -48,9 +45,10 @@ constexpr Area intersect(const Area &a, const Area &b) {
             std::min(a.bottom, b.bottom)};
 }
 
-constexpr Area moved(const Area &area, int dx, int dy) {
-    return {saturating_add(area.left, dx), saturating_add(area.top, dy),
-            saturating_add(area.right, dx), saturating_add(area.bottom, dy)};
+// An area may move by more than its coordinates can say, and be back within them.
+constexpr Area moved(const Area &area, int64_t dx, int64_t dy) {
+    return {cut_to_int(area.left + dx), cut_to_int(area.top + dy), cut_to_int(area.right + dx),
+            cut_to_int(area.bottom + dy)};
 }
 
 } // namespace q32::buffer

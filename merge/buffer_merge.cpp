@@ -11,9 +11,7 @@
 namespace q32::merge {
 namespace {
 
-Area area_of(const RECT &rectangle) {
-    return {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom};
-}
+using buffer::area_of;
 
 // --- formats -------------------------------------------------------------------------------------
 

@@ -19,13 +19,9 @@ struct Stretch {
 // begins before the destination loses what lies there. No image reaches beyond the range of int.
 Stretch placed_stretch(int begin, int end, int wanted_begin, int wanted_target) {
     const int64_t target = int64_t(wanted_target) + begin - wanted_begin;
-    const auto as_int = [](int64_t value) {
-        using Int = std::numeric_limits<int>;
-        return int(std::clamp<int64_t>(value, Int::min(), Int::max()));
-    };
     if (target < 0)
-        return {as_int(begin - target), end, 0};
-    return {begin, end, as_int(target)};
+        return {buffer::cut_to_int(begin - target), end, 0};
+    return {begin, end, buffer::cut_to_int(target)};
 }
 
 } // namespace

@@ -9,9 +9,6 @@
 
 #include <q32base/merge.h>
 
-#include <algorithm>
-#include <limits>
-
 namespace q32::merge {
 namespace {
 
@@ -51,19 +48,6 @@ std::uint8_t *bytes(void *memory) {
 
 const std::uint8_t *bytes(const void *memory) {
     return static_cast<const std::uint8_t *>(memory);
-}
-
-Area area_of(const RECT &rectangle) {
-    return {int(rectangle.left), int(rectangle.top), int(rectangle.right), int(rectangle.bottom)};
-}
-
-// An area may move by more than its coordinates can say, and be back within them.
-Area moved(const Area &area, std::int64_t dx, std::int64_t dy) {
-    const auto cut = [](std::int64_t coordinate) {
-        using Int = std::numeric_limits<int>;
-        return int(std::clamp<std::int64_t>(coordinate, Int::min(), Int::max()));
-    };
-    return {cut(area.left + dx), cut(area.top + dy), cut(area.right + dx), cut(area.bottom + dy)};
 }
 
 // Quirk: these two do without a full mask, so that they weigh by the transparency alone as i32Merge
