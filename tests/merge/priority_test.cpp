@@ -1,5 +1,6 @@
 // The thread's priority: raised for the work, given back as it was, whatever it was and however the
 // call ends. One failure leaves it raised.
+#include "tests/frame/priority.h"
 #include "tests/merge/rectangle_fixture.h"
 
 #include <functional>
@@ -7,72 +8,22 @@
 namespace q32::test {
 namespace {
 
+using frame::PriorityWatch;
+using frame::thread_priority;
+using frame::TouchedBytes;
+
 constexpr int raised = THREAD_PRIORITY_ABOVE_NORMAL;
 constexpr int pixels = 20;
-
-int priority() {
-    return GetThreadPriority(GetCurrentThread());
-}
-
-// What the library has set the priority to.
-class PriorityWatch {
-public:
-    const std::vector<int> &set() const { return set_; }
-
-private:
-    std::vector<int> set_;
-    Replaced<frame::call::SetThreadPriority> watch_{[this](HANDLE thread, int value) {
-        set_.push_back(value);
-        return ::SetThreadPriority(thread, value);
-    }};
-};
-
-// Bytes whose first touch is noticed, with the priority at which it came.
-class TouchedBytes {
-public:
-    TouchedBytes() {
-        current = this;
-        handler_ = AddVectoredExceptionHandler(1, notice);
-        rearm();
-    }
-    ~TouchedBytes() {
-        RemoveVectoredExceptionHandler(handler_);
-        current = nullptr;
-    }
-    TouchedBytes(const TouchedBytes &) = delete;
-    TouchedBytes &operator=(const TouchedBytes &) = delete;
-
-    std::uint8_t *data() const { return memory_.begin(); }
-    std::optional<int> touched() const { return touched_; }
-    void rearm() {
-        DWORD before;
-        touched_.reset();
-        VirtualProtect(memory_.begin(), memory_.size(), PAGE_READWRITE | PAGE_GUARD, &before);
-    }
-
-private:
-    static LONG CALLBACK notice(EXCEPTION_POINTERS *exception) {
-        if (exception->ExceptionRecord->ExceptionCode != STATUS_GUARD_PAGE_VIOLATION)
-            return EXCEPTION_CONTINUE_SEARCH;
-        current->touched_ = priority();
-        return EXCEPTION_CONTINUE_EXECUTION;
-    }
-
-    static inline TouchedBytes *current;
-    FencedMemory memory_{FencedMemory::page};
-    std::optional<int> touched_;
-    void *handler_;
-};
 
 class MergePriority : public MergeTest, public testing::WithParamInterface<int> {
 protected:
     void SetUp() override {
-        original_ = priority();
+        original_ = thread_priority();
         ::SetThreadPriority(GetCurrentThread(), GetParam());
-        ASSERT_EQ(priority(), GetParam());
+        ASSERT_EQ(thread_priority(), GetParam());
     }
     void TearDown() override {
-        EXPECT_EQ(priority(), GetParam());
+        EXPECT_EQ(thread_priority(), GetParam());
         ::SetThreadPriority(GetCurrentThread(), original_);
         MergeTest::TearDown();
     }
@@ -103,7 +54,7 @@ protected:
         const PriorityWatch watch;
         EXPECT_EQ(call() != 0, succeeds);
         EXPECT_EQ(watch.set(), expected);
-        EXPECT_EQ(priority(), expected.empty() ? GetParam() : expected.back());
+        EXPECT_EQ(thread_priority(), expected.empty() ? GetParam() : expected.back());
         frame::forget_reports();
     }
     const std::vector<int> raised_and_back{raised, GetParam()}, never{};
@@ -238,7 +189,7 @@ TEST_P(MergePriority, OfRectanglesIsGivenBackWithoutWorkRows) {
 TEST_P(MergePriority, AtWhichMemoryIsTaken) {
     std::vector<int> seen;
     const Replaced<frame::call::GlobalAlloc> watch([&](UINT flags, SIZE_T size) {
-        seen.push_back(priority());
+        seen.push_back(thread_priority());
         return GlobalAlloc(flags, size);
     });
     const auto taken = [&](int result) {
@@ -260,7 +211,7 @@ TEST_P(MergePriority, AtWhichMemoryIsTaken) {
 TEST_P(MergePriority, AtWhichMemoryIsGivenBack) {
     std::vector<int> seen;
     const Replaced<frame::call::GlobalFree> watch([&](HGLOBAL block) {
-        seen.push_back(priority());
+        seen.push_back(thread_priority());
         return GlobalFree(block);
     });
     const auto given_back = [&](int result) {
@@ -315,7 +266,7 @@ TEST_P(MergePriority, ThatCannotBeHadChangesNothingElse) {
                 RectangleCase{{mode, 3, 30, mmx()}, 9, 4, true, {0, 0, 9, 4}, {0, 0, 9, 4}},
                 random_));
             EXPECT_TRUE(failing.happened());
-            EXPECT_EQ(priority(), GetParam());
+            EXPECT_EQ(thread_priority(), GetParam());
         }
 }
 

@@ -1,4 +1,5 @@
 // The rectangle calls run above normal priority, and give the thread its own back however they end.
+#include "tests/frame/priority.h"
 #include "tests/rectangles/rectangle_fixture.h"
 
 #include <functional>
@@ -6,72 +7,20 @@
 namespace q32::test {
 namespace {
 
-using frame::call::SetThreadPriority;
-
-int priority() {
-    return GetThreadPriority(GetCurrentThread());
-}
-
-// What the library has set the priority to.
-class PriorityWatch {
-public:
-    const std::vector<int> &set() const { return set_; }
-
-private:
-    std::vector<int> set_;
-    Replaced<SetThreadPriority> watch_{[this](HANDLE thread, int value) {
-        set_.push_back(value);
-        return ::SetThreadPriority(thread, value);
-    }};
-};
-
-// Bytes whose first touch is noticed, with the priority at which it came.
-class TouchedBytes {
-public:
-    TouchedBytes() {
-        current = this;
-        handler_ = AddVectoredExceptionHandler(1, notice);
-        rearm();
-    }
-    ~TouchedBytes() {
-        RemoveVectoredExceptionHandler(handler_);
-        current = nullptr;
-    }
-    TouchedBytes(const TouchedBytes &) = delete;
-    TouchedBytes &operator=(const TouchedBytes &) = delete;
-
-    uint8_t *data() const { return memory_.begin(); }
-    void rearm() {
-        DWORD before;
-        touched_.reset();
-        VirtualProtect(memory_.begin(), memory_.size(), PAGE_READWRITE | PAGE_GUARD, &before);
-    }
-    std::optional<int> touched() const { return touched_; }
-
-private:
-    static LONG CALLBACK notice(EXCEPTION_POINTERS *exception) {
-        if (exception->ExceptionRecord->ExceptionCode != STATUS_GUARD_PAGE_VIOLATION)
-            return EXCEPTION_CONTINUE_SEARCH;
-        current->touched_ = priority();
-        return EXCEPTION_CONTINUE_EXECUTION;
-    }
-
-    static inline TouchedBytes *current;
-    FencedMemory memory_{FencedMemory::page};
-    std::optional<int> touched_;
-    void *handler_;
-};
+using frame::PriorityWatch;
+using frame::thread_priority;
+using frame::TouchedBytes;
 
 class Priority : public RectangleTest, public ::testing::WithParamInterface<int> {
 protected:
     void SetUp() override {
         RectangleTest::SetUp();
-        original_ = priority();
+        original_ = thread_priority();
         ::SetThreadPriority(GetCurrentThread(), GetParam());
-        ASSERT_EQ(priority(), GetParam());
+        ASSERT_EQ(thread_priority(), GetParam());
     }
     void TearDown() override {
-        EXPECT_EQ(priority(), GetParam());
+        EXPECT_EQ(thread_priority(), GetParam());
         ::SetThreadPriority(GetCurrentThread(), original_);
         RectangleTest::TearDown();
     }
@@ -87,7 +36,7 @@ protected:
         EXPECT_EQ(watch.set().back(), GetParam());
         for (size_t i = 0; i + 1 < watch.set().size(); ++i)
             EXPECT_EQ(watch.set()[i], THREAD_PRIORITY_ABOVE_NORMAL) << i;
-        EXPECT_EQ(priority(), GetParam());
+        EXPECT_EQ(thread_priority(), GetParam());
     }
 
 private:
@@ -198,7 +147,7 @@ TEST_P(Priority, IsTheSameAfterRefusedArguments) {
     };
     for (size_t i = 0; i < std::size(calls); ++i) {
         EXPECT_EQ(calls[i](), 0) << i;
-        EXPECT_EQ(priority(), GetParam()) << i;
+        EXPECT_EQ(thread_priority(), GetParam()) << i;
     }
     forget_reports();
 }
@@ -231,7 +180,7 @@ TEST_P(Priority, IsRaisedWhileMemoryIsTaken) {
     Buffer source(24, 300, 200), destination(24, 300, 200);
     std::vector<int> seen;
     Replaced<frame::call::GlobalAlloc> watch([&](UINT flags, SIZE_T size) {
-        seen.push_back(priority());
+        seen.push_back(thread_priority());
         return GlobalAlloc(flags, size);
     });
     const auto expect_seen = [&](const char *name, int result) {
@@ -264,7 +213,7 @@ TEST_P(Priority, ThatCannotBeHadChangesNothingElse) {
             destination.picture.merge(source.picture, {1, 2, 30, 40}, 5, 6);
             EXPECT_SUCCESS(api().buf32MergeBuf(source, 1, 2, 30, 40, destination, 5, 6));
             destination.expect_picture();
-            EXPECT_EQ(priority(), GetParam());
+            EXPECT_EQ(thread_priority(), GetParam());
         }
     }
 }
