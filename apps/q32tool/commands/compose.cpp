@@ -59,7 +59,7 @@ void run(const Arguments &arguments) {
     };
     const Point at = arguments.has("--at") ? point_from(arguments) : Point{0, 0};
     if (arguments.has("--mask-from") && !arguments.has("--mask"))
-        throw UsageError("--mask-from is for --mask");
+        throw UsageError("--mask-from needs --mask PICTURE, too");
     const uint32_t type = apply_storage_options(arguments);
     const FileFormat format = check_output(out);
     Image base = load_picture(arguments.file("--base"), type).image;
