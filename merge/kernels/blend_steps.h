@@ -16,6 +16,7 @@
 #include "merge/kernels/weighing.h"
 #include "merge/kernels/weight_pairs.h"
 
+#include <type_traits>
 #include <utility>
 
 namespace q32::merge {
@@ -42,10 +43,10 @@ struct PlainStep {
 // Pixels under a mask. Most vectors of real masks are all 0 or all 255: looking for the zeros costs
 // a tenth of a normal blend where there are none, and saves all of it where there are.
 template <class R, Rounding rounding, size_t samples, class V>
-struct MaskedStep : PlainStep<V, samples> {
+struct PlainMaskedStep : PlainStep<V, samples> {
     const uint8_t *destination, *overlay, *weights;
 
-    MaskedStep(const uint8_t *d, const uint8_t *o, const uint8_t *w, const uint8_t *)
+    PlainMaskedStep(const uint8_t *d, const uint8_t *o, const uint8_t *w, const uint8_t *)
         : destination(d), overlay(o), weights(w) {}
 
     bool shortcut(uint8_t *, size_t pixel) const { return all_zero(load<V>(weights + pixel)); }
@@ -64,13 +65,12 @@ struct MaskedStep : PlainStep<V, samples> {
 // Premultiplied pixels: each lane has its own sixteen. Where the mask is 255 they are straight
 // already.
 template <class R, Rounding rounding, size_t samples, class V>
-requires Premultiplied<R>
-struct MaskedStep<R, rounding, samples, V> {
+struct PremultipliedStep {
     using Vector = V;
     static constexpr size_t units = sizeof(V), bytes = samples, results = samples;
     const uint8_t *destination, *overlay, *weights, *mask;
 
-    MaskedStep(const uint8_t *d, const uint8_t *o, const uint8_t *w, const uint8_t *m)
+    PremultipliedStep(const uint8_t *d, const uint8_t *o, const uint8_t *w, const uint8_t *m)
         : destination(d), overlay(o), weights(w), mask(m) {}
 
     bool shortcut(uint8_t *to, size_t pixel) const {
@@ -79,7 +79,7 @@ struct MaskedStep<R, rounding, samples, V> {
             return true;
         if (!all_zero(complement(m)))
             return false;
-        using Straight = MaskedStep<Normal, rounding, samples, V>;
+        using Straight = PlainMaskedStep<Normal, rounding, samples, V>;
         Straight(destination, overlay, weights, mask).each(pixel, [to](size_t k, V result) {
             Straight::put(to, k, result);
         });
@@ -104,6 +104,10 @@ struct MaskedStep<R, rounding, samples, V> {
     }
     static void put(uint8_t *to, size_t k, V v) { rows::store_lanes(to + 16 * k, 16 * samples, v); }
 };
+
+template <class R, Rounding rounding, size_t samples, class V>
+using MaskedStep = std::conditional_t<Premultiplied<R>, PremultipliedStep<R, rounding, samples, V>,
+                                      PlainMaskedStep<R, rounding, samples, V>>;
 
 // Samples under one weight.
 template <class R, Rounding rounding, class V>
