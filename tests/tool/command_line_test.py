@@ -229,7 +229,7 @@ class Misuse(ToolCase):
         self.refuse(USAGE, *mask, says=["--mask-from", "grey", "alpha", "'red'"])
         for source in ("grey", "alpha"):
             arguments = [*MAKE["compose"], "--mask-from", source]
-            self.refuse(USAGE, *arguments, says=["--mask-from", "--mask\n"])
+            self.refuse(USAGE, *arguments, says=["--mask-from needs --mask PICTURE, too\n"])
 
     def test_the_other_spelling_of_colour(self):
         arguments = ["fill", "in.png", "out.bmp", "--color", "1,2,3"]
