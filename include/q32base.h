@@ -5,6 +5,7 @@
 #include <q32base/buffers.h>
 #include <q32base/errors.h>
 #include <q32base/merge.h>
+#include <q32base/resample.h>
 #include <q32base/rows.h>
 #include <q32base/types.h>
 

@@ -5,6 +5,7 @@
 #include "display/device.h"
 #include "library/process/process.h"
 #include "merge/merge.h"
+#include "resample/resample.h"
 #include "rows/rows.h"
 
 namespace q32 {
@@ -24,6 +25,7 @@ bool attach(HMODULE module) {
     keep_module_handle(module);
     rows::choose_kernels(detect_instruction_set());
     merge::choose_kernels(detect_instruction_set());
+    resample::choose_kernels(detect_instruction_set());
     if (!display_is_usable())
         return false;
     if (!display::set_up() || !set_up_buffers()) {
@@ -38,6 +40,8 @@ bool attach(HMODULE module) {
 
 void detach() {
     display::clean_up();
+    resample::free_coefficient_table();
+    resample::free_kept_tables();
     delete_library_lock();
     buffer::free_all();
     buffer::close_record_file();

@@ -1,0 +1,7 @@
+#include "resample/kernels/resample_tables.h"
+
+namespace q32::resample {
+
+const InterpolationKernels bilinear_avx2{};
+
+} // namespace q32::resample

@@ -1,0 +1,76 @@
+// The walk that both interpolations share: destination rows are made of lines, and each source row
+// becomes a line once, however many destination rows read it.
+#pragma once
+
+#include "resample/kernels/resample_kernels.h"
+
+#include <array>
+
+namespace q32::resample {
+
+// Keeps the lines of the source rows that were read last, in the caller's work memory.
+class RowWindow {
+public:
+    // Bytes of work memory, wherever it begins.
+    static std::size_t work_bytes(const InterpolationKernels &kernels, std::size_t columns,
+                                  int samples) {
+        return work_alignment + round_up_to_work_alignment(kernels.plan_bytes(columns, samples)) +
+               std::size_t(kernels.lines) *
+                   round_up_to_work_alignment(kernels.line_bytes(columns, samples));
+    }
+
+    RowWindow(const InterpolationKernels &kernels, void *work, const Positions &columns,
+              Extent source_columns, int samples)
+        : kernels_(kernels) {
+        auto *at = static_cast<std::byte *>(first_aligned(work));
+        plan_ = at;
+        at += round_up_to_work_alignment(kernels.plan_bytes(columns.count, samples));
+        for (int slot = 0; slot < kernels.lines; ++slot) {
+            line_[slot] = at;
+            at += round_up_to_work_alignment(kernels.line_bytes(columns.count, samples));
+        }
+        row_in_slot_.fill(no_row);
+        kernels.make_plan(plan_, columns, source_columns, samples);
+    }
+
+    // Makes the destination row that lies at a row of the source. fetch(row) gives the pixels of a
+    // source row, from the first column at hand on, or null: then there is no row and the answer
+    // is false.
+    template <typename Fetch>
+    bool make_row(std::uint8_t *destination, int row_index, int row_fraction, Extent source_rows,
+                  const Fetch &fetch) {
+        const void *lines[most_lines];
+        const int first_row = source_rows.cut(row_index) + kernels_.first_line;
+        for (int i = 0; i < kernels_.lines; ++i) {
+            lines[i] = line_of(source_rows.cut(first_row + i), fetch);
+            if (lines[i] == nullptr)
+                return false;
+        }
+        kernels_.down(destination, plan_, lines, row_fraction);
+        return true;
+    }
+
+private:
+    static constexpr int no_row = -1;
+
+    // Rows that are read together are neighbours and have slots of their own.
+    template <typename Fetch>
+    const void *line_of(int row, const Fetch &fetch) {
+        const int slot = row & (kernels_.lines - 1);
+        if (row_in_slot_[slot] != row) {
+            const std::uint8_t *pixels = fetch(row);
+            if (pixels == nullptr)
+                return nullptr;
+            kernels_.across(line_[slot], plan_, pixels);
+            row_in_slot_[slot] = row;
+        }
+        return line_[slot];
+    }
+
+    const InterpolationKernels &kernels_;
+    void *plan_;
+    std::array<void *, most_lines> line_;
+    std::array<int, most_lines> row_in_slot_;
+};
+
+} // namespace q32::resample
