@@ -10,6 +10,9 @@ scripts/wine-run build/win32/bin/rows_bench.exe
 printf '\nThe merge and colour kernels, 32 bits, under Wine\n'
 scripts/wine-run build/win32/bin/merge_bench.exe
 
+printf '\nThe resampling kernels, 32 bits, under Wine\n'
+scripts/wine-run build/win32/bin/resample_bench.exe
+
 printf '\nThe buffers of Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/buffers_bench.exe 2> >(sed '/^wine: /d' >&2)
 printf '\n'
@@ -18,12 +21,18 @@ scripts/wine-run build/win32/bin/rectangles_bench.exe build/rectangles.txt
 printf '\nMerging in Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/merge_exports_bench.exe
 
+printf '\nResampling in Q32BASE.DLL, under Wine\n'
+scripts/wine-run build/win32/bin/resample_exports_bench.exe
+
 printf '\nThe row kernels beside other libraries, 64 bits, on this machine\n'
 /usr/bin/python3 bench/peers/numpy_bits.py >build/numpy.txt
 build/native/bin/rows_peers build/numpy.txt
 
 printf '\nMerging and colour spaces beside other libraries, 64 bits, on this machine\n'
 build/native/bin/merge_peers
+
+printf '\nResampling beside other libraries, 64 bits, on this machine\n'
+build/native/bin/resample_peers
 
 printf '\nRectangles, the DLL (32 bits, under Wine) beside a tile buffer (64 bits, on this machine)\n'
 build/native/bin/buffers_peers build/rectangles.txt
