@@ -1,6 +1,8 @@
-// Position tables as the driver functions own them. The rules are in kernels/positions.h.
+// Position tables as drivers own them and as programs hold them. The rules are in
+// kernels/positions.h.
 #pragma once
 
+#include "library/process/owners.h"
 #include "resample/kernels/positions.h"
 #include "resample/kernels/resample_kernels.h"
 
@@ -10,42 +12,59 @@
 
 namespace q32::resample {
 
-// Which fractions a set of tables has, by the number that programs give.
+// Which fractions tables have, by the number that programs give.
 constexpr FractionBits column_fraction_bits(int mode) {
     return mode == 1 ? FractionBits::eight : FractionBits::sixteen;
 }
-// Not the same test as for columns: a mode of 2 gives 16-bit columns and 8-bit rows. Programs can
-// see it in the tables.
+// Not the same test as for columns. Required: with a mode of 2 programs see 16-bit fractions of
+// columns beside 8-bit fractions of rows.
 constexpr FractionBits row_fraction_bits(int mode) {
     return mode != 0 ? FractionBits::eight : FractionBits::sixteen;
 }
 
-// Four tables in locked GMEM_MOVEABLE | GMEM_ZEROINIT blocks, each of the entries and 8 bytes more.
-class PositionTables {
-public:
-    PositionTables() = default;
-    PositionTables(const PositionTables &) = delete;
-    PositionTables &operator=(const PositionTables &) = delete;
-    ~PositionTables() { free(); }
+// Four tables in locked GMEM_MOVEABLE | GMEM_ZEROINIT blocks, each of its entries and 8 bytes more.
+// Null is no table.
+struct TableSet {
+    std::int32_t *column_index;
+    std::int32_t *column_fraction;
+    std::int32_t *row_index;
+    std::int32_t *row_fraction;
 
-    // Reports and returns false when a side is below 1 or there is no memory; then there are none.
-    bool make(SIZE source, SIZE destination, int fraction_mode);
-    void free();
-
-    bool are_made() const { return table_[0] != nullptr; }
-    Positions columns() const { return {table_[0], table_[1], columns_}; }
-    Positions rows() const { return {table_[2], table_[3], rows_}; }
-
-    // Column indices, column fractions, row indices, row fractions: now the caller's, to be freed
-    // with free_position_table.
-    void release(std::int32_t *(&tables)[4]);
-
-private:
-    std::int32_t *table_[4] = {};
-    std::size_t columns_ = 0, rows_ = 0;
+    bool operator==(const TableSet &) const = default;
 };
 
-// Null is no table.
-void free_position_table(std::int32_t *table);
+// Reports when a side is below 1 or there is no memory; all four are null then.
+TableSet make_tables(SIZE source, SIZE destination, int fraction_mode);
+void free_tables(const TableSet &set);
+
+// Tables for the time of a scope, with their lengths.
+class PositionTables {
+public:
+    // Reports and returns false when a side is below 1 or there is no memory.
+    bool make(SIZE source, SIZE destination, int fraction_mode) {
+        destination_ = destination;
+        set_.reset(make_tables(source, destination, fraction_mode));
+        return bool(set_);
+    }
+
+    Positions columns() const {
+        const TableSet set = set_.get();
+        return {set.column_index, set.column_fraction, std::size_t(destination_.cx)};
+    }
+    Positions rows() const {
+        const TableSet set = set_.get();
+        return {set.row_index, set.row_fraction, std::size_t(destination_.cy)};
+    }
+
+private:
+    struct SetTraits {
+        using Value = TableSet;
+        static Value none() { return {}; }
+        static void release(const Value &set) { free_tables(set); }
+    };
+
+    Owner<SetTraits> set_;
+    SIZE destination_ = {};
+};
 
 } // namespace q32::resample
