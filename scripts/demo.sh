@@ -131,6 +131,27 @@ show_modes() { # PICTURE NAME WIDTH HEIGHT
     rm -f "$out/$2-mask-inverted.png" "$out/$2-over-black.png" "$out/$2-over-white.png"
 }
 
+# A detail enlarged by each method, so that its pixels can be compared, and the picture made small.
+show_methods() { # PICTURE NAME WIDTH HEIGHT
+    local w=$3 h=$4 method sheet=()
+    local detail=$out/$2-small-detail.png detail_w=$((w < 60 ? w : 60)) detail_h=$((h < 50 ? h : 50))
+    q32tool crop "$1" "$detail" --at $(((w - detail_w) * 52 / 100)),$(((h - detail_h) * 34 / 100)) \
+        --size "${detail_w}x$detail_h" >/dev/null </dev/null
+    for method in nearest bilinear bicubic; do
+        q32tool scale "$detail" "$out/$2-enlarged-$method.png" --percent 1000 --method $method \
+            >/dev/null </dev/null
+        q32tool scale "$1" "$out/$2-reduced-$method.png" --fit 600x500 --method $method \
+            >/dev/null </dev/null
+        sheet+=("$out/$2-enlarged-$method.png" "$method: ten times as large")
+    done
+    for method in nearest bilinear bicubic; do
+        sheet+=("$out/$2-reduced-$method.png" "$method: the whole in the same size")
+    done
+    sheet_columns=3 contact_sheet "$out/$2-methods.png" "${sheet[@]}"
+    printf '%-52s %s\n' "$out/$2-methods.png" "a detail enlarged and the whole reduced by three methods"
+    rm -f "$detail"
+}
+
 (($#)) || set -- "$photograph"
 rm -rf "$out"
 mkdir -p "$swap"
@@ -146,11 +167,12 @@ for picture in "$@"; do
     read -r width height < <(size_of "$picture")
     show_scenes "$picture" "$name" "$width" "$height"
     show_modes "$picture" "$name" "$width" "$height"
+    show_methods "$picture" "$name" "$width" "$height"
 done
 
 echo
 echo "The pictures are in $out; look at these first:"
 for picture in "$@"; do
     name=$out/$(basename "${picture%.*}")
-    printf '    %s\n' "$name.png" "$name-modes.png"
+    printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png"
 done

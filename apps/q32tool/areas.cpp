@@ -33,14 +33,6 @@ std::optional<Point> parse_pair(std::string_view text, char separator) {
     return Point{*first, *second};
 }
 
-Area size_from(const Arguments &arguments) {
-    const auto size = parse_pair(arguments.value("--size"), 'x');
-    if (!size || size->x < 1 || size->y < 1)
-        throw UsageError("--size takes WxH in pixels, such as 640x480, not '" +
-                         arguments.value("--size") + "'");
-    return {0, 0, size->x, size->y};
-}
-
 } // namespace
 
 std::string in_words(const Area &area) {
@@ -73,6 +65,14 @@ Point point_from(const Arguments &arguments) {
     return *point;
 }
 
+Area size_from(const Arguments &arguments, std::string_view option) {
+    const auto size = parse_pair(arguments.value(option), 'x');
+    if (!size || size->x < 1 || size->y < 1)
+        throw UsageError(std::string(option) + " takes WxH in pixels, such as 640x480, not '" +
+                         arguments.value(option) + "'");
+    return {0, 0, size->x, size->y};
+}
+
 std::optional<Area> area_from(const Arguments &arguments) {
     if (!arguments.has("--at") && !arguments.has("--size"))
         return std::nullopt;
@@ -81,7 +81,7 @@ std::optional<Area> area_from(const Arguments &arguments) {
     if (!arguments.has("--at"))
         throw UsageError("--size needs --at X,Y, too");
     const Point corner = point_from(arguments);
-    Area area = size_from(arguments);
+    Area area = size_from(arguments, "--size");
     area.x = corner.x;
     area.y = corner.y;
     return area;

@@ -37,6 +37,9 @@ std::vector<Option> area_options(bool required = false);
 // The value of --at, which must have been given. Throws UsageError.
 Point point_from(const Arguments &arguments);
 
+// The value of an option that names a size, at 0,0; it must have been given. Throws UsageError.
+Area size_from(const Arguments &arguments, std::string_view option);
+
 // What --at and --size say together; none when neither was given. Throws UsageError.
 std::optional<Area> area_from(const Arguments &arguments);
 

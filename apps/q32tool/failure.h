@@ -25,7 +25,8 @@ public:
 // The user asked to stop.
 class Cancelled : public std::runtime_error {
 public:
-    Cancelled() : std::runtime_error("cancelled") {}
+    explicit Cancelled(const std::string &what_is_left = "nothing was written")
+        : std::runtime_error("cancelled; " + what_is_left) {}
 };
 
 } // namespace q32tool

@@ -1,5 +1,6 @@
-// Console events only set a flag that the loops poll, so that buffers, swap files and unfinished
-// output are released by their owners. A fault has no owner to return to: it is cleaned up here.
+// Console events and the Esc key only set a flag that the loops poll, so that buffers, swap files
+// and unfinished output are released by their owners. A fault has no owner to return to: it is
+// cleaned up here.
 #include "interrupt.h"
 
 #include "failure.h"
@@ -8,8 +9,10 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <iterator>
 
 namespace q32tool {
 namespace {
@@ -23,6 +26,36 @@ BOOL WINAPI on_console_event(DWORD event) {
     if (event == CTRL_CLOSE_EVENT)
         Sleep(5000);
     return TRUE;
+}
+
+// The Esc key in the console that the program reads from: also one that was typed while nobody
+// looked. All else that was typed ahead stays for whoever reads it.
+bool was_escape_typed() {
+    HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    INPUT_RECORD records[64];
+    DWORD count = 0;
+    if (!PeekConsoleInputW(input, records, static_cast<DWORD>(std::size(records)), &count))
+        return false; // no console
+    const auto is_escape = [](const INPUT_RECORD &record) {
+        return record.EventType == KEY_EVENT && record.Event.KeyEvent.bKeyDown &&
+               record.Event.KeyEvent.wVirtualKeyCode == VK_ESCAPE;
+    };
+    const INPUT_RECORD *found = std::find_if(records, records + count, is_escape);
+    if (found == records + count)
+        return false;
+    ReadConsoleInputW(input, records, static_cast<DWORD>(found - records + 1), &count);
+    return true;
+}
+
+// The console is another process: asked a few times a second, loops may ask for every row.
+bool is_escape_due() {
+    constexpr DWORD interval = 50; // milliseconds
+    static DWORD last_look = 0;
+    const DWORD now = GetTickCount();
+    if (now - last_look < interval)
+        return false;
+    last_look = now;
+    return was_escape_typed();
 }
 
 // Without a console, Wine hands SIGINT to the main thread as an exception.
@@ -56,8 +89,14 @@ void watch_for_interrupts() {
     SetUnhandledExceptionFilter(on_unhandled_fault);
 }
 
+bool is_cancelled() {
+    if (!cancel_requested && is_escape_due())
+        cancel_requested = true;
+    return cancel_requested;
+}
+
 void stop_if_cancelled() {
-    if (cancel_requested)
+    if (is_cancelled())
         throw Cancelled();
 }
 

@@ -1,5 +1,5 @@
-// Being stopped: by the user (Ctrl-C, Ctrl-Break, closing the console), or by a swap file that can
-// no longer be read or written.
+// Being stopped: by the user (Esc, Ctrl-C, Ctrl-Break, closing the console), or by a swap file that
+// can no longer be read or written.
 #pragma once
 
 #include <string>
@@ -7,6 +7,9 @@
 namespace q32tool {
 
 void watch_for_interrupts();
+
+// Whether the user has asked to stop.
+bool is_cancelled();
 
 // Throws Cancelled once the user has asked to stop. Loops over rows call it (through Progress).
 void stop_if_cancelled();

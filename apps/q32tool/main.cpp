@@ -78,8 +78,8 @@ int guarded_run() {
         return exit_success;
     } catch (const UsageError &error) {
         return fail(error.what(), exit_usage);
-    } catch (const Cancelled &) {
-        return fail("cancelled; nothing was written", exit_cancelled);
+    } catch (const Cancelled &cancelled) {
+        return fail(cancelled.what(), exit_cancelled);
     } catch (const std::bad_alloc &) {
         return fail("not enough memory; try --storage file", exit_failure);
     } catch (const std::exception &error) {

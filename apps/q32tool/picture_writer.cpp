@@ -52,6 +52,8 @@ const GUID &pixels_of(FileFormat format, RowFormat rows) {
                                          : GUID_WICPixelFormat8bppGray;
     case RowFormat::words555:
         return GUID_WICPixelFormat16bppBGR555;
+    case RowFormat::bgra:
+        return GUID_WICPixelFormat32bppBGRA;
     case RowFormat::bgr:
         break;
     }
@@ -67,6 +69,8 @@ UINT row_bytes_of(RowFormat rows, int width) {
         return pixels;
     case RowFormat::words555:
         return pixels * 2;
+    case RowFormat::bgra:
+        return pixels * 4;
     case RowFormat::bgr:
         break;
     }

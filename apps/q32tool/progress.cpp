@@ -1,6 +1,7 @@
 // Drawing of the progress bar: one line, redrawn in place ten times a second at most.
 #include "progress.h"
 
+#include "failure.h"
 #include "interrupt.h"
 #include "text.h"
 
@@ -44,10 +45,17 @@ Progress::~Progress() {
 }
 
 void Progress::advance(int steps) {
-    done_ += steps;
-    stop_if_cancelled();
+    if (!reach(done_ + steps))
+        throw Cancelled();
+}
+
+bool Progress::reach(int done) {
+    done_ = done;
+    if (is_cancelled())
+        return false;
     if (next_draw_ != Clock::time_point::max() && Clock::now() >= next_draw_)
         draw();
+    return true;
 }
 
 void Progress::draw() {

@@ -27,6 +27,10 @@ public:
     // Counts steps as done. Throws Cancelled when the user has asked to stop.
     void advance(int steps);
 
+    // So many steps are done. False when the user has asked to stop: for callbacks out of the
+    // library, which must not throw.
+    bool reach(int done);
+
 private:
     using Clock = std::chrono::steady_clock;
     void draw();

@@ -20,6 +20,8 @@ Command info_command();
 Command paste_command();
 Command pattern_command();
 Command rows_command();
+Command scale_command();
+Command stream_command();
 
 // In the order of the help.
 const std::vector<Command> &commands();

@@ -1,0 +1,185 @@
+// Names with numbers, and folders.
+#include "frame_files.h"
+
+#include "arguments.h"
+#include "failure.h"
+#include "numbers.h"
+#include "picture_writer.h"
+#include "text.h"
+#include "wic.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace q32tool {
+namespace {
+
+constexpr size_t most_digits = 18;
+
+bool is_folder(const std::string &path) {
+    const DWORD attributes = GetFileAttributesW(to_wide(native_path(path)).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool is_digit(char character) {
+    return std::isdigit(static_cast<unsigned char>(character)) != 0;
+}
+
+// "shots/a-", 4, ".png": a name with a place for a number in its last part.
+struct NumberedName {
+    std::string before;
+    size_t digits; // at least so many
+    std::string after;
+
+    std::string with(uint64_t number) const {
+        std::string text = std::to_string(number);
+        if (text.size() < digits)
+            text.insert(0, digits - text.size(), '0');
+        return before + text + after;
+    }
+
+    // The number in a name, if it is one of these.
+    std::optional<uint64_t> number_in(std::string_view name) const {
+        if (name.size() < before.size() + digits + after.size() || !name.starts_with(before) ||
+            !name.ends_with(after))
+            return std::nullopt;
+        name.remove_prefix(before.size());
+        name.remove_suffix(after.size());
+        const bool padded_too_far = name.size() > std::max<size_t>(digits, 1) && name[0] == '0';
+        if (padded_too_far || !std::all_of(name.begin(), name.end(), is_digit))
+            return std::nullopt;
+        return parse_number(name);
+    }
+};
+
+size_t file_name_begin(std::string_view path) {
+    const size_t separator = path.find_last_of("/\\:");
+    return separator == std::string_view::npos ? 0 : separator + 1;
+}
+
+// %d, %4d and %04d, from the percent sign on; none when it is something else.
+std::optional<NumberedName> percent_name(const std::string &path, size_t percent) {
+    size_t end = percent + 1;
+    while (end < path.size() && is_digit(path[end]))
+        ++end;
+    if (end == path.size() || path[end] != 'd')
+        return std::nullopt;
+    const std::string width = path.substr(percent + 1, end - percent - 1);
+    const uint64_t digits = width.empty() ? 1 : parse_number(width).value_or(UINT64_MAX);
+    return NumberedName{path.substr(0, percent),
+                        static_cast<size_t>(std::min<uint64_t>(digits, most_digits + 1)),
+                        path.substr(end + 1)};
+}
+
+std::optional<NumberedName> numbered_name(const std::string &path) {
+    const size_t begin = file_name_begin(path);
+    const size_t sign = path.find_first_of("#%", begin);
+    if (sign == std::string::npos)
+        return std::nullopt;
+    std::optional<NumberedName> name;
+    if (path[sign] == '%') {
+        name = percent_name(path, sign);
+    } else {
+        const size_t end = std::min(path.find_first_not_of('#', sign), path.size());
+        name = NumberedName{path.substr(0, sign), end - sign, path.substr(end)};
+    }
+    if (!name || name->digits > most_digits || name->after.find_first_of("#%") != std::string::npos)
+        throw UsageError("'" + path + "': a number in a name is written as #### or %04d, once");
+    return name;
+}
+
+// Names of the files in a folder, in order.
+std::vector<std::string> files_in(const std::string &folder) {
+    std::vector<std::string> names;
+    WIN32_FIND_DATAW found;
+    const std::wstring pattern = to_wide(native_path(folder)) + L"\\*";
+    HANDLE search = FindFirstFileW(pattern.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE)
+        throw Failure(folder, system_words(GetLastError()));
+    do {
+        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            names.push_back(to_utf8(found.cFileName));
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+bool is_picture_name(const std::string &name) {
+    constexpr std::string_view extensions[] = {".png", ".bmp", ".jpg", ".jpeg", ".tif", ".tiff"};
+    const size_t dot = name.find_last_of('.');
+    if (dot == std::string::npos)
+        return false;
+    std::string extension = name.substr(dot);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char character) { return std::tolower(character); });
+    return std::find(std::begin(extensions), std::end(extensions), extension) !=
+           std::end(extensions);
+}
+
+std::string in_folder(const std::string &folder, const std::string &name) {
+    const bool ends = folder.ends_with('/') || folder.ends_with('\\');
+    return folder + (ends ? "" : "/") + name;
+}
+
+std::vector<FrameFile> frames_of_folder(const std::string &in, const std::string &out) {
+    if (!is_folder(out))
+        throw Failure(out, "this is not a folder",
+                      "frames of a folder go into a folder that is there");
+    std::vector<FrameFile> frames;
+    for (const std::string &name : files_in(in))
+        if (is_picture_name(name))
+            frames.push_back({in_folder(in, name), in_folder(out, name)});
+    if (frames.empty())
+        throw Failure(in, "the folder holds no .png, .bmp, .jpg or .tif files");
+    return frames;
+}
+
+std::vector<FrameFile> frames_by_number(const NumberedName &in, const std::string &in_as_given,
+                                        const std::string &out) {
+    const bool to_folder = is_folder(out);
+    const std::optional<NumberedName> out_name = to_folder ? std::nullopt : numbered_name(out);
+    if (!to_folder && !out_name)
+        throw UsageError("OUT must be a folder that is there, or have a number in its name as IN "
+                         "has: '" +
+                         out + "'");
+    const size_t begin = file_name_begin(in.before);
+    const std::string folder = in.before.substr(0, begin);
+    const NumberedName name = {in.before.substr(begin), in.digits, in.after};
+    std::vector<std::pair<uint64_t, std::string>> found;
+    for (const std::string &file : files_in(folder.empty() ? "." : folder))
+        if (const auto number = name.number_in(file))
+            found.emplace_back(*number, file);
+    std::sort(found.begin(), found.end());
+    std::vector<FrameFile> frames;
+    for (const auto &[number, file] : found)
+        frames.push_back(
+            {folder + file, to_folder ? in_folder(out, file) : out_name->with(number)});
+    if (frames.empty())
+        throw Failure(in_as_given, "there are no files of such names");
+    return frames;
+}
+
+} // namespace
+
+std::vector<FrameFile> find_frames(const std::string &in, const std::string &out) {
+    std::vector<FrameFile> frames;
+    if (is_folder(in)) {
+        frames = frames_of_folder(in, out);
+    } else if (const auto name = numbered_name(in)) {
+        frames = frames_by_number(*name, in, out);
+    } else {
+        throw Failure(in, "this is neither a folder nor a name with a number",
+                      "name a folder, or files as in shot-####.png");
+    }
+    for (const FrameFile &frame : frames)
+        check_output(frame.out);
+    return frames;
+}
+
+} // namespace q32tool

@@ -1,0 +1,137 @@
+// Frames from and to picture files. Files have blue first, and so have frames; only what the
+// library makes of a row's colours needs red first.
+#include "frames.h"
+
+#include "failure.h"
+#include "interrupt.h"
+#include "picture_reader.h"
+#include "timings.h"
+
+#include <q32base/merge.h>
+#include <q32base/rows.h>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+namespace q32tool {
+namespace {
+
+constexpr int band_rows = 64;
+
+// A row of 24 bits, blue first, which is lost, as a row of the frame.
+void put_row(uint8_t *bgr, Frame &frame, int y) {
+    if (frame.bits == 24) {
+        std::memcpy(frame.row(y), bgr, static_cast<size_t>(frame.width) * 3);
+        return;
+    }
+    RGBToBGR(bgr, bgr, frame.width);
+    if (frame.bits == 8)
+        i32ColorspaceConvert(frame.row(y), bgr, frame.width, I32_RGB_TO_GREY);
+    else
+        mem32_888To555(frame.row(y), bgr, frame.width);
+    timings().rows_converted += 2;
+}
+
+// Calls take_row(y, pixels) for each row of a picture.
+template <typename Read, typename TakeRow>
+void each_row(const PictureReader &reader, int pixel_bytes, const Read &read,
+              const TakeRow &take_row) {
+    const size_t row_bytes = static_cast<size_t>(reader.width()) * static_cast<size_t>(pixel_bytes);
+    std::vector<uint8_t> band(row_bytes * band_rows);
+    for (int first = 0; first < reader.height(); first += band_rows) {
+        stop_if_cancelled();
+        const int count = std::min(band_rows, reader.height() - first);
+        read(first, count, band.data());
+        for (int i = 0; i < count; ++i)
+            take_row(first + i, band.data() + static_cast<size_t>(i) * row_bytes);
+    }
+}
+
+void read_opaque(PictureReader &reader, Frame &frame) {
+    each_row(
+        reader, 3,
+        [&](int first, int count, uint8_t *band) { reader.read_rows(first, count, band); },
+        [&](int y, uint8_t *bgr) {
+            if (frame.bits != 32) {
+                put_row(bgr, frame, y);
+                return;
+            }
+            uint8_t *pixel = frame.row(y);
+            for (int x = 0; x < frame.width; ++x, pixel += 4, bgr += 3) {
+                std::memcpy(pixel, bgr, 3);
+                pixel[3] = 255;
+            }
+        });
+}
+
+void read_transparent(PictureReader &reader, Frame &frame) {
+    each_row(
+        reader, 4,
+        [&](int first, int count, uint8_t *band) {
+            reader.read_rows_with_alpha(first, count, band);
+        },
+        [&](int y, const uint8_t *bgra) { std::memcpy(frame.row(y), bgra, frame.stride); });
+}
+
+RowFormat rows_of(const Frame &frame, FileFormat format) {
+    switch (frame.bits) {
+    case 8:
+        return RowFormat::grey;
+    case 16:
+        return format == FileFormat::bmp ? RowFormat::words555 : RowFormat::bgr;
+    case 32:
+        return RowFormat::bgra;
+    default:
+        return RowFormat::bgr;
+    }
+}
+
+} // namespace
+
+Frame::Frame(int columns, int rows, int bits_per_pixel)
+    : width(columns), height(rows), bits(bits_per_pixel),
+      stride((static_cast<size_t>(columns) * static_cast<size_t>(bits_per_pixel / 8) + 3) / 4 * 4),
+      pixels(stride * static_cast<size_t>(rows)) {}
+
+BITMAPINFOHEADER Frame::header() const {
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof header;
+    header.biWidth = width;
+    header.biHeight = height;
+    header.biPlanes = 1;
+    header.biBitCount = static_cast<WORD>(bits);
+    return header;
+}
+
+Frame read_frame(const std::string &path, int bits) {
+    const Timed timed(Part::reading);
+    PictureReader reader(path);
+    Frame frame(reader.width(), reader.height(), bits);
+    if (bits == 32 && reader.has_transparency())
+        read_transparent(reader, frame);
+    else
+        read_opaque(reader, frame);
+    return frame;
+}
+
+void write_frame(Frame &frame, const std::string &path, FileFormat format) {
+    const Timed timed(Part::writing);
+    const RowFormat rows = rows_of(frame, format);
+    PictureWriter writer(path, format, rows, frame.width, frame.height);
+    std::vector<uint8_t> wide(static_cast<size_t>(frame.width) * 3);
+    for (int y = 0; y < frame.height; ++y) {
+        stop_if_cancelled();
+        const uint8_t *row = frame.row(y);
+        if (frame.bits == 16 && rows == RowFormat::bgr) {
+            mem32_555To888(wide.data(), row, frame.width);
+            RGBToBGR(wide.data(), wide.data(), frame.width);
+            row = wide.data();
+            timings().rows_converted += 2;
+        }
+        writer.write_row(row);
+    }
+    writer.commit();
+}
+
+} // namespace q32tool

@@ -1,0 +1,35 @@
+// Frames: whole pictures in plain memory, as the library's streaming functions take them. Rows are
+// padded to 4 bytes, the top row first; byte 0 of a 24- or 32-bit pixel is blue.
+#pragma once
+
+#include "picture_writer.h"
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace q32tool {
+
+struct Frame {
+    Frame(int columns, int rows, int bits_per_pixel);
+
+    int width;
+    int height;
+    int bits; // 8: grey, 16: 5-5-5, 24, 32: with transparency
+    size_t stride;
+    std::vector<uint8_t> pixels;
+
+    uint8_t *row(int y) { return pixels.data() + static_cast<size_t>(y) * stride; }
+    BITMAPINFOHEADER header() const;
+};
+
+// Reads a picture of that size into a frame. Throws Failure, Cancelled.
+Frame read_frame(const std::string &path, int bits);
+
+// Writes it; 16 bits stay so in BMP and become 24 bits elsewhere. Throws Failure, Cancelled; no
+// file is left then.
+void write_frame(Frame &frame, const std::string &path, FileFormat format);
+
+} // namespace q32tool
