@@ -1,6 +1,7 @@
 // Positions, as the rules state them. Every rounding is part of them: the quotient before the
-// product, then, where a rule says so, one rounding to single precision. The loops have no
-// branches, so that the compiler turns them into vectors, whose divisions round alike.
+// product, then, where a rule says so, one rounding to single precision. The loops are the
+// compiler's to turn into vectors (it is told that no operation traps); their divisions round
+// alike.
 #include "resample/kernels/positions.h"
 
 #include <algorithm>
