@@ -6,11 +6,27 @@
 #endif
 
 namespace q32::resample {
+namespace {
+
+const ResampleKernels sse2_kernels{nearest_scalar, bilinear_scalar, bicubic_scalar};
+const ResampleKernels sse41_kernels{nearest_scalar, bilinear_scalar, bicubic_scalar};
+const ResampleKernels avx2_kernels{nearest_scalar, bilinear_scalar, bicubic_scalar};
+
+} // namespace
 
 const ResampleKernels scalar_resample_kernels{nearest_scalar, bilinear_scalar, bicubic_scalar};
 
-const ResampleKernels &resample_kernels(InstructionSet) {
-    return scalar_resample_kernels; // until the wide forms are there
+const ResampleKernels &resample_kernels(InstructionSet level) {
+    switch (level) {
+    case InstructionSet::sse2:
+        return sse2_kernels;
+    case InstructionSet::sse41:
+        return sse41_kernels;
+    case InstructionSet::avx2:
+    case InstructionSet::avx512:
+        break;
+    }
+    return avx2_kernels;
 }
 
 } // namespace q32::resample

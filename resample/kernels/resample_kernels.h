@@ -73,9 +73,9 @@ struct InterpolationKernels {
 };
 
 struct ResampleKernels {
-    NearestKernels nearest;
-    InterpolationKernels bilinear;
-    InterpolationKernels bicubic;
+    const NearestKernels &nearest;
+    const InterpolationKernels &bilinear;
+    const InterpolationKernels &bicubic;
 };
 
 // The reference: reads like the rules. No instruction set chooses this table.
