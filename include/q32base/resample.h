@@ -167,7 +167,8 @@ Q32_API int Q32_CALL q32BufferResample(const SIZE *size, HBUF32 source, HBUF32 *
  *
  * Reports:
  *   3200, 1, 8, 14   size null, its width or height 0, or destination null
- *                    (what buf32GetInfo and buf32Alloc report of source and size comes as it is)
+ *                    (what buf32Alloc reports of the size comes as it is; a source that is not a
+ *                    live buffer, or cannot be locked: 0 without a report)
  *   5808, 2, 8, 24   RESAMPLE_BEGIN was refused
  *   1001, 0, 8, 17   no memory for the bicubic coefficient table
  * by rows:
