@@ -1,21 +1,9 @@
-// Locks of buffers and of cells, and where cells lie.
+// Locks of cells, and where cells lie.
 #include "merge/cell_walk.h"
 
 #include <utility>
 
 namespace q32::merge {
-
-BufferLock::~BufferLock() {
-    if (buffer_ != 0)
-        buf32Unlock(buffer_);
-}
-
-bool BufferLock::lock(HBUF32 buffer, int mode) {
-    if (!buf32Lock(buffer, mode, nullptr))
-        return false;
-    buffer_ = buffer;
-    return true;
-}
 
 bool CellLock::lock(HBUF32 buffer, int index) {
     void *address = nullptr;

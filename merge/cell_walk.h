@@ -1,8 +1,9 @@
-// Buffers and cells under lock, and the walk over the cells that an area of a buffer covers. Locks
-// go the way of a program's own, through the exports.
+// Cells under lock, and the walk over the cells that an area of a buffer covers. Locks go the way
+// of a program's own, through the exports.
 #pragma once
 
 #include "buffer/area.h"
+#include "buffer/buffer_lock.h"
 
 #include <q32base/buffers.h>
 
@@ -12,20 +13,7 @@
 namespace q32::merge {
 
 using buffer::Area;
-
-// A lock of a whole buffer, until the end of the scope.
-class BufferLock {
-public:
-    BufferLock() = default;
-    BufferLock(const BufferLock &) = delete;
-    BufferLock &operator=(const BufferLock &) = delete;
-    ~BufferLock();
-
-    bool lock(HBUF32 buffer, int mode);
-
-private:
-    HBUF32 buffer_ = 0; // 0: nothing to unlock
-};
+using buffer::BufferLock;
 
 // A lock of one cell, until the end of the scope.
 class CellLock {
