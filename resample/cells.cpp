@@ -1,1 +1,201 @@
+// The cell path: walks the destination's cells, makes each in a block of its own and writes it
+// back. A cell of more than 128 x 128 pixels is taken in pieces: a linear buffer is a single cell.
+#include "resample/cells.h"
+
+#include "buffer/area.h"
+#include "buffer/buffer_lock.h"
+#include "library/process/process.h"
+#include "library/process/thread_priority.h"
+#include "resample/cell_source.h"
+#include "resample/cell_tables.h"
+#include "resample/coefficient_table.h"
+#include "resample/failures.h"
+#include "resample/kernels/row_window.h"
+#include "resample/nearest_window.h"
 #include "resample/resample.h"
+#include "resample/reused_block.h"
+
+#include <algorithm>
+
+namespace q32::resample {
+namespace {
+
+using buffer::Area;
+using buffer::BufferLock;
+using buffer::record_of;
+
+// --- pieces -------------------------------------------------------------------------------------
+
+Positions part_of(const Positions &positions, int begin, int end) {
+    return {positions.index + begin,
+            positions.fraction != nullptr ? positions.fraction + begin : nullptr,
+            std::size_t(end - begin)};
+}
+
+// Makes pieces of the destination by one method. Window is the walk over rows that goes with the
+// kernels.
+template <typename Window, typename Kernels>
+class PieceMaker {
+public:
+    PieceMaker(const BufferJob &job, const CellTables &tables, const Kernels &kernels,
+               const site::CellSites &sites)
+        : destination_(*record_of(job.destination)), tables_(tables), kernels_(kernels),
+          sites_(sites), pixel_bytes_(destination_.info.bytes_per_pixel),
+          source_(*record_of(job.source), pixel_bytes_, sites) {}
+
+    // Reports and returns false when it fails.
+    bool make(const Area &piece) {
+        const Positions columns = part_of(tables_.columns(), piece.left, piece.right);
+        const Positions rows = part_of(tables_.rows(), piece.top, piece.bottom);
+        if (!source_.begin(columns, rows, reach_of(kernels_)))
+            return false;
+        const std::size_t row_bytes = columns.count * std::size_t(pixel_bytes_);
+        const std::size_t bytes = row_bytes * rows.count;
+        std::uint8_t *const pixels =
+            block_.of_bytes(bytes + Window::work_bytes(kernels_, columns.count, pixel_bytes_));
+        if (pixels == nullptr)
+            return fail(sites_.no_destination_block);
+        Window window(kernels_, pixels + bytes, columns, source_.columns(), pixel_bytes_);
+        return fill(window, rows, pixels, row_bytes) && write(piece, pixels);
+    }
+
+private:
+    bool fill(Window &window, const Positions &rows, std::uint8_t *pixels, std::size_t row_bytes) {
+        const auto fetch = [&](int row) { return source_.row(row); };
+        for (std::size_t y = 0; y < rows.count; ++y) {
+            const int fraction = rows.fraction != nullptr ? rows.fraction[y] : 0;
+            if (!window.make_row(pixels + y * row_bytes, rows.index[y], fraction, source_.rows(),
+                                 fetch))
+                return false;
+        }
+        return true;
+    }
+
+    // The buffer's own entry and not the export, which would raise the thread's priority each time.
+    bool write(const Area &piece, const std::uint8_t *pixels) {
+        return destination_.operations.merge_memory(destination_, piece.left, piece.top,
+                                                    piece.width(), piece.height(), pixels) ||
+               fail(sites_.not_written);
+    }
+
+    buffer::Record &destination_;
+    const CellTables &tables_;
+    const Kernels &kernels_;
+    const site::CellSites &sites_;
+    int pixel_bytes_;
+    CellSource source_;
+    ReusedBlock block_{GMEM_FIXED};
+};
+
+// --- cells --------------------------------------------------------------------------------------
+
+// Where a cell lies is known from a lock that is given back at once.
+bool find_cell(HBUF32 buffer, int index, Area *area) {
+    BUF32CELL cell;
+    if (!buf32CellLock(buffer, index, nullptr, &cell))
+        return false;
+    buf32CellUnlock(buffer, index);
+    *area = buffer::area_of(cell.x, cell.y, cell.width, cell.height);
+    return true;
+}
+
+// Calls make with the pieces of an area, left to right and top to bottom.
+template <typename Make>
+bool each_piece(const Area &area, const Make &make) {
+    constexpr int side = buffer::largest_cell_side;
+    for (int y = area.top; y < area.bottom; y += side)
+        for (int x = area.left; x < area.right; x += side)
+            if (!make(intersect(buffer::area_of(x, y, side, side), area)))
+                return false;
+    return true;
+}
+
+template <typename Window, typename Kernels>
+bool make_cells(const BufferJob &job, const CellTables &tables, const Kernels &kernels,
+                const site::CellSites &sites) {
+    PieceMaker<Window, Kernels> maker(job, tables, kernels, sites);
+    // The callback may change a linear buffer's height meanwhile.
+    const Area with_positions = {0, 0, int(tables.columns().count), int(tables.rows().count)};
+    const int count = record_of(job.destination)->info.cell_count;
+    for (int index = 0; index < count; ++index) {
+        if (!job.progress.report(job.progress.value_after(index, count)))
+            return fail(sites.cancelled);
+        Area cell;
+        if (!find_cell(job.destination, index, &cell))
+            return false;
+        if (!each_piece(intersect(cell, with_positions),
+                        [&](const Area &piece) { return maker.make(piece); }))
+            return false;
+    }
+    return true;
+}
+
+// --- methods ------------------------------------------------------------------------------------
+
+constexpr int grey_bits = 8, colour_bits = 24;
+
+// The destination's depth is asked for twice. Required: a grey destination takes pixels of any
+// depth, and receives the first byte of each.
+bool takes_pixels(const BUF32INFO &destination, const BUF32INFO &source) {
+    if (destination.bits_per_pixel != colour_bits && destination.bits_per_pixel != grey_bits)
+        return false;
+    return source.bits_per_pixel == colour_bits || destination.bits_per_pixel == grey_bits;
+}
+
+SIZE size_of(const BUF32INFO &info) {
+    return {info.width, info.height};
+}
+
+// make_tables is what the method calls its tables.
+template <typename Window, typename Kernels>
+bool resample_by(const BufferJob &job, const Kernels &kernels,
+                 bool (CellTables::*make_tables)(SIZE source, SIZE destination),
+                 const site::CellSites &sites) {
+    BUF32INFO destination, source;
+    if (!buf32GetInfo(job.destination, &destination) || !buf32GetInfo(job.source, &source) ||
+        !takes_pixels(destination, source))
+        return fail(sites.format_refused);
+    CellTables tables;
+    if (!(tables.*make_tables)(size_of(source), size_of(destination)))
+        return fail(sites.no_tables);
+    BufferLock destination_lock;
+    if (!destination_lock.lock(job.destination, BUF32_OVERWRITE))
+        return fail(sites.format_refused);
+    return make_cells<Window>(job, tables, kernels, sites);
+}
+
+// A method without a number is bicubic once a bicubic call has made the coefficient table, and
+// bilinear before. Required: programs see the same call give other pixels later.
+int method_of_number(int number) {
+    switch (number) {
+    case RESAMPLE_NEAREST:
+    case RESAMPLE_BILINEAR:
+    case RESAMPLE_BICUBIC:
+        return number;
+    default:
+        return coefficient_table_was_made() ? RESAMPLE_BICUBIC : RESAMPLE_BILINEAR;
+    }
+}
+
+} // namespace
+
+bool resample_cells(const BufferJob &job, int method) {
+    const LibraryLock library_lock;
+    if (method == RESAMPLE_BICUBIC && !make_coefficient_table())
+        return fail(site::no_coefficients);
+    ThreadPriority priority;
+    priority.raise();
+    switch (method_of_number(method)) {
+    case RESAMPLE_NEAREST:
+        return resample_by<NearestWindow>(job, kernels().nearest, &CellTables::make_nearest,
+                                          site::nearest_cells);
+    case RESAMPLE_BILINEAR:
+        return resample_by<RowWindow>(job, kernels().bilinear, &CellTables::make_bilinear,
+                                      site::bilinear_cells);
+    default:
+        return resample_by<RowWindow>(job, kernels().bicubic, &CellTables::make_bicubic,
+                                      site::bicubic_cells);
+    }
+}
+
+} // namespace q32::resample

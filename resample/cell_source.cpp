@@ -1,0 +1,71 @@
+// Which rows and columns of the source a piece reads, and how many rows are fetched at once.
+#include "resample/cell_source.h"
+
+#include <algorithm>
+
+namespace q32::resample {
+namespace {
+
+// Positions go from left to right and from top to bottom.
+Extent read_by(const Positions &positions, Reach reach, int image) {
+    const auto cut = [&](int pixel) { return std::clamp(pixel, 0, image - 1); };
+    const int first = cut(positions.index[0] + reach.first);
+    const int last = cut(positions.index[positions.count - 1] + reach.first + reach.count - 1);
+    return {first, last - first + 1};
+}
+
+// Whether more than every other row between the first and the last is passed over.
+bool passes_over_rows(const Positions &rows, Reach reach) {
+    const int span = rows.index[rows.count - 1] - rows.index[0];
+    return std::size_t(span) > std::size_t(reach.count + 1) * (rows.count - 1);
+}
+
+} // namespace
+
+// Where rows are passed over, one destination row's are fetched at a time and the others never.
+// Otherwise so many that a call costs little beside them, and that they stay in the cache.
+int CellSource::most_rows_at_once(const Positions &rows, Reach reach) const {
+    constexpr std::size_t block_bytes = 96 * 1024;
+    if (passes_over_rows(rows, reach))
+        return reach.count;
+    return int(std::max(block_bytes / stride_, std::size_t(reach.count)));
+}
+
+bool CellSource::begin(const Positions &columns, const Positions &rows, Reach reach) {
+    columns_ = read_by(columns, reach, record_.info.width);
+    rows_read_ = read_by(rows, reach, record_.info.height);
+    stride_ = std::size_t(columns_.count) * std::size_t(pixel_bytes_);
+    rows_at_once_ = std::min(most_rows_at_once(rows, reach), rows_read_.count);
+    first_row_ = end_row_ = 0;
+
+    const auto stored_pixel_bytes = std::size_t(record_.info.bytes_per_pixel);
+    pixels_ = block_.of_bytes(std::size_t(columns_.count) * stored_pixel_bytes *
+                              std::size_t(rows_at_once_));
+    if (pixels_ == nullptr)
+        return fail(sites_.no_source_block);
+    return fetch(rows_read_.first) != nullptr;
+}
+
+const std::uint8_t *CellSource::fetch(int first_row) {
+    const int rows = std::min(rows_at_once_, rows_read_.last() - first_row + 1);
+    if (!record_.operations.get_memory(record_, columns_.first, first_row, columns_.count, rows,
+                                       pixels_)) {
+        fail(sites_.not_fetched);
+        return nullptr;
+    }
+    if (record_.info.bytes_per_pixel != pixel_bytes_)
+        drop_other_bytes(rows);
+    first_row_ = first_row;
+    end_row_ = first_row + rows;
+    return pixels_;
+}
+
+void CellSource::drop_other_bytes(int rows) {
+    const auto kept = std::size_t(pixel_bytes_);
+    const auto stored = std::size_t(record_.info.bytes_per_pixel);
+    const std::size_t pixels = std::size_t(columns_.count) * std::size_t(rows);
+    for (std::size_t i = 0; i < pixels; ++i)
+        std::copy_n(pixels_ + i * stored, kept, pixels_ + i * kept);
+}
+
+} // namespace q32::resample

@@ -1,0 +1,66 @@
+// The source as cells read it: rows of the columns that a piece needs, fetched from the buffer in
+// blocks of rows.
+#pragma once
+
+#include "buffer/record.h"
+#include "resample/failures.h"
+#include "resample/kernels/resample_kernels.h"
+#include "resample/reused_block.h"
+
+#include <cstdint>
+
+namespace q32::resample {
+
+// What a method reads around an index.
+struct Reach {
+    int first; // pixel, from the index on
+    int count; // pixels
+};
+constexpr Reach reach_of(const NearestKernels &) {
+    return {0, 1};
+}
+constexpr Reach reach_of(const InterpolationKernels &kernels) {
+    return {kernels.first_line, kernels.lines};
+}
+
+class CellSource {
+public:
+    // The first pixel_bytes of each pixel of a buffer.
+    CellSource(buffer::Record &record, int pixel_bytes, const site::CellSites &sites)
+        : record_(record), pixel_bytes_(pixel_bytes), sites_(sites) {}
+
+    // Turns to what the positions of a piece read, and fetches the first block of it. Reports and
+    // returns false when that fails.
+    bool begin(const Positions &columns, const Positions &rows, Reach reach);
+
+    Extent columns() const { return columns_; }
+    Extent rows() const { return {0, record_.info.height}; }
+
+    // The pixels of a row, from the first of the columns on, as long as no other row is asked for.
+    // Rows are asked for from top to bottom. Reports and returns null when it cannot be read.
+    const std::uint8_t *row(int y) {
+        return y >= first_row_ && y < end_row_ ? at_hand(y) : fetch(y);
+    }
+
+private:
+    int most_rows_at_once(const Positions &rows, Reach reach) const;
+    const std::uint8_t *at_hand(int y) const {
+        return pixels_ + std::size_t(y - first_row_) * stride_;
+    }
+    const std::uint8_t *fetch(int first_row);
+    void drop_other_bytes(int rows);
+
+    buffer::Record &record_;
+    int pixel_bytes_;
+    const site::CellSites &sites_;
+    ReusedBlock block_{GMEM_FIXED | GMEM_ZEROINIT};
+    std::uint8_t *pixels_ = nullptr;
+    std::size_t stride_ = 0;
+
+    Extent columns_ = {};
+    Extent rows_read_ = {};
+    int rows_at_once_ = 0;
+    int first_row_ = 0, end_row_ = 0; // at hand
+};
+
+} // namespace q32::resample

@@ -1,0 +1,36 @@
+// The position tables of cells, for the time of a scope.
+#pragma once
+
+#include "library/process/owners.h"
+#include "resample/kernels/resample_kernels.h"
+
+#include <cstdint>
+
+namespace q32::resample {
+
+// Fixed blocks, each of its entries and 8 bytes more. False when there is no memory.
+class CellTables {
+public:
+    bool make_nearest(SIZE source, SIZE destination);
+    bool make_bilinear(SIZE source, SIZE destination); // 16-bit fractions
+    bool make_bicubic(SIZE source, SIZE destination);  // 8-bit fractions
+
+    Positions columns() const { return columns_.positions(); }
+    Positions rows() const { return rows_.positions(); }
+
+private:
+    struct Axis {
+        GlobalBlock index, fraction;
+        std::size_t count = 0;
+
+        bool allocate(int entries, bool with_fractions);
+        std::int32_t *indices() const { return static_cast<std::int32_t *>(index.get()); }
+        std::int32_t *fractions() const { return static_cast<std::int32_t *>(fraction.get()); }
+        Positions positions() const { return {indices(), fractions(), count}; }
+    };
+    bool allocate(SIZE destination, bool with_fractions);
+
+    Axis columns_, rows_;
+};
+
+} // namespace q32::resample
