@@ -49,6 +49,8 @@ bool make_coefficient_table() {
     HGLOBAL none = nullptr;
     if (table.compare_exchange_strong(none, block.get()))
         block.release();
+    else
+        GlobalUnlock(block.get());
     return true;
 }
 
