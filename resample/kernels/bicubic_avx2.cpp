@@ -1,7 +1,8 @@
-#include "resample/kernels/resample_tables.h"
+// Bicubic interpolation for AVX2, 32 bytes at a time.
+#include "resample/kernels/bicubic_wide.h"
 
 namespace q32::resample {
 
-const InterpolationKernels bicubic_avx2{};
+constexpr InterpolationKernels bicubic_avx2 = wide_bicubic<V32>;
 
 } // namespace q32::resample

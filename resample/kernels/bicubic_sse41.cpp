@@ -1,7 +1,8 @@
-#include "resample/kernels/resample_tables.h"
+// Bicubic interpolation for SSE4.1, 16 bytes at a time.
+#include "resample/kernels/bicubic_wide.h"
 
 namespace q32::resample {
 
-const InterpolationKernels bicubic_sse41{};
+constexpr InterpolationKernels bicubic_sse41 = wide_bicubic<V16>;
 
 } // namespace q32::resample

@@ -1,0 +1,261 @@
+// The plan of the wide bicubic forms: where the taps of each destination column lie in a source row
+// and what they weigh, in steps of eight columns; and how a line is laid out.
+//
+// Private to the file that includes it, as bicubic_vectors.h.
+#pragma once
+
+#include "resample/kernels/bicubic_vectors.h"
+#include "resample/kernels/cubic_weights.h"
+#include "resample/kernels/resample_kernels.h"
+
+#include <algorithm>
+#include <new>
+
+namespace q32::resample {
+namespace {
+
+constexpr int columns_per_step = 8;
+
+// Of 4, 12 and 32 steps of pixels of 3, 1 and 4 samples come whole chunks.
+constexpr std::size_t samples_per_chunk = 96;
+
+// Weights of the taps at -1 and 1, and at 0 and 2, as the words of double words: the order in which
+// the even and the odd bytes of four taps lie.
+struct WeightPairs {
+    std::uint32_t even, odd;
+};
+
+constexpr std::uint32_t words_in_dword(int low, int high) {
+    return std::uint32_t(std::uint16_t(low)) | std::uint32_t(std::uint16_t(high)) << 16;
+}
+
+constexpr auto weight_pairs = [] {
+    std::array<WeightPairs, cubic_phases> pairs{};
+    for (int phase = 0; phase < cubic_phases; ++phase) {
+        const CubicWeights &weights = cubic_weights[phase];
+        pairs[phase] = {words_in_dword(weights[0], weights[2]),
+                        words_in_dword(weights[1], weights[3])};
+    }
+    return pairs;
+}();
+
+// --- lines --------------------------------------------------------------------------------------
+
+// Sums across, a 64th of them, are at most 73408: more than 16 bits. A line has them less 32768 as
+// signed words, and what does not fit as the excess, in words of their own. A chunk with any excess
+// is marked; elsewhere the excess is not written.
+constexpr int line_bias = 32768, most_of_word = 32767;
+
+struct LineLayout {
+    std::size_t chunks;
+    std::size_t words; // of samples, and as many of excess
+
+    LineLayout(std::size_t columns, int samples)
+        : chunks((columns * std::size_t(samples) + samples_per_chunk - 1) / samples_per_chunk),
+          words(chunks * samples_per_chunk + words_beyond) {}
+
+    std::size_t bytes() const { return 2 * words * sizeof(std::int16_t) + chunks; }
+
+private:
+    // The last store of a step goes beyond it.
+    static constexpr std::size_t words_beyond = work_alignment / sizeof(std::int16_t);
+};
+
+// A line in memory; const Byte reads it.
+template <class Byte>
+struct Line {
+    Byte *words;
+    Byte *excess;
+    Byte *marks; // a byte for each chunk
+
+    Line(const LineLayout &layout, Byte *memory)
+        : words(memory), excess(words + layout.words * sizeof(std::int16_t)),
+          marks(excess + layout.words * sizeof(std::int16_t)) {}
+};
+
+// --- plans --------------------------------------------------------------------------------------
+
+// Eight columns. An offset is that of the first tap, or of four columns' window, in bytes from the
+// begin of the source row; the complement of one is from the begin of the edges.
+struct Step {
+    std::int32_t offset[columns_per_step];
+    std::uint32_t even[columns_per_step], odd[columns_per_step];
+};
+
+// Which bytes of a window are the taps of the columns.
+struct TapMasks {
+    std::uint8_t bytes[4 * columns_per_step];
+};
+
+// What taps read at the ends of a row: its first and its last bytes, the edge pixels repeated. A
+// row of less than a vector is there as a whole, before row_end. Bytes around are read, not used.
+struct Edges {
+    static constexpr int row_end = 64;
+    std::uint8_t bytes[128];
+};
+
+struct alignas(work_alignment) Plan {
+    const int samples; // of a pixel
+    const int row_bytes;
+    const std::size_t row_samples;
+    const std::size_t steps; // single samples are taken in pairs of steps
+    const LineLayout layout;
+    bool windows = false; // four columns have one of sizeof(V16) bytes
+    Edges edges{};
+    uint8_t no_excess[samples_per_chunk * sizeof(std::int16_t)]{};
+
+    Plan(std::size_t columns, Extent source, int pixel_samples)
+        : samples(pixel_samples), row_bytes(source.count * samples),
+          row_samples(columns * std::size_t(samples)), steps(steps_of(columns, samples)),
+          layout(columns, samples) {}
+
+    static std::size_t steps_of(std::size_t columns, int samples) {
+        const std::size_t at_once = samples == 1 ? 2 * columns_per_step : columns_per_step;
+        return (columns + at_once - 1) / at_once * at_once / columns_per_step;
+    }
+
+    Step *step() { return reinterpret_cast<Step *>(this + 1); }
+    TapMasks *masks() { return reinterpret_cast<TapMasks *>(step() + steps); }
+};
+
+std::size_t plan_bytes(std::size_t columns, int samples) {
+    return sizeof(Plan) + Plan::steps_of(columns, samples) * (sizeof(Step) + sizeof(TapMasks));
+}
+
+std::size_t line_bytes(std::size_t columns, int samples) {
+    return LineLayout(columns, samples).bytes();
+}
+
+// --- making one ---------------------------------------------------------------------------------
+
+// Where taps begin that are read one column at a time: directly where `bytes` from there on lie in
+// the row, in the edges otherwise.
+template <int samples>
+std::int32_t offset_of_taps(int pixel, int row_bytes) {
+    constexpr int bytes = samples == 1 ? 4 : int(sizeof(V16));
+    const int offset = (pixel - 1) * samples;
+    if (offset >= 0 && offset + bytes <= row_bytes)
+        return offset;
+    if (pixel == 0 && row_bytes >= int(sizeof(V16)))
+        return ~0;
+    return ~(Edges::row_end + offset - row_bytes);
+}
+
+template <int samples>
+void place_columns(Plan &plan, const int *pixel, Step &step) {
+    for (int k = 0; k < columns_per_step; ++k)
+        step.offset[k] = offset_of_taps<samples>(pixel[k], plan.row_bytes);
+}
+
+// Calls place(step number, source pixels of its columns) for each step. Beyond the last column
+// that one is repeated.
+template <class Place>
+void make_steps(Plan &plan, const Positions &columns, Extent source, const Place &place) {
+    for (std::size_t s = 0; s < plan.steps; ++s) {
+        Step &step = plan.step()[s];
+        int pixel[columns_per_step];
+        for (std::size_t k = 0; k < columns_per_step; ++k) {
+            const std::size_t x = std::min(s * columns_per_step + k, columns.count - 1);
+            const WeightPairs &weights = weight_pairs[phase_of(columns.fraction[x] & 0xFF)];
+            step.even[k] = weights.even;
+            step.odd[k] = weights.odd;
+            pixel[k] = source.cut(columns.index[x]) - source.first;
+        }
+        place(s, pixel);
+    }
+}
+
+#ifdef __SSE4_1__
+
+// Single samples: the taps of four columns come out of one vector by a shuffle, which repeats the
+// edge pixels too. It is loaded from one place where all taps lie together, else from four.
+
+struct Window {
+    int first, last; // pixels
+
+    Window(const int *pixel, int row_bytes) {
+        const int low = std::min(std::min(pixel[0], pixel[1]), std::min(pixel[2], pixel[3]));
+        const int high = std::max(std::max(pixel[0], pixel[1]), std::max(pixel[2], pixel[3]));
+        first = std::clamp(low - 1, 0, std::max(row_bytes, int(sizeof(V16))) - int(sizeof(V16)));
+        last = std::min(high + 2, row_bytes - 1);
+    }
+    bool fits() const { return last - first < int(sizeof(V16)); }
+};
+
+// first[k] of the vector is where the taps of column k would begin; `last` of bytes is usable.
+inline V16 tap_masks(V16 first, V16 last) {
+    const V16 repeat = _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12);
+    const V16 taps = _mm_setr_epi8(0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3);
+    const V16 bytes = _mm_add_epi8(shuffle(first, repeat), taps);
+    return _mm_max_epi8(_mm_min_epi8(bytes, last), _mm_setzero_si128());
+}
+
+inline V16 pixels_before(const int *pixel) {
+    return _mm_sub_epi32(load_16(reinterpret_cast<const uint8_t *>(pixel)), _mm_set1_epi32(1));
+}
+
+// Answers whether all fits into windows.
+inline bool place_windows(Plan &plan, const int *pixel, std::size_t step) {
+    bool fits = true;
+    for (int k = 0; k < columns_per_step; k += 4) {
+        const Window window(pixel + k, plan.row_bytes);
+        fits &= window.fits();
+        plan.step()[step].offset[k] = window.first;
+        const V16 first = _mm_sub_epi32(pixels_before(pixel + k), _mm_set1_epi32(window.first));
+        store_16(plan.masks()[step].bytes + 4 * k,
+                 tap_masks(first, repeat_byte<V16>(uint8_t(window.last - window.first))));
+    }
+    return fits;
+}
+
+inline void place_in_fours(Plan &plan, const int *pixel, std::size_t step) {
+    int first[columns_per_step];
+    for (int k = 0; k < columns_per_step; ++k) {
+        int &offset = plan.step()[step].offset[k];
+        offset = std::clamp(pixel[k] - 1, 0, plan.row_bytes - 4);
+        first[k] = pixel[k] - 1 - offset;
+    }
+    const V16 begins = _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12);
+    for (int k = 0; k < columns_per_step; k += 4)
+        store_16(plan.masks()[step].bytes + 4 * k,
+                 begins + tap_masks(load_16(reinterpret_cast<const uint8_t *>(first + k)),
+                                    repeat_byte<V16>(3)));
+}
+
+inline void make_steps_of_one(Plan &plan, const Positions &columns, Extent source) {
+    plan.windows = true;
+    make_steps(plan, columns, source, [&](std::size_t step, const int *pixel) {
+        plan.windows &= place_windows(plan, pixel, step);
+    });
+    if (!plan.windows)
+        make_steps(plan, columns, source,
+                   [&](std::size_t step, const int *pixel) { place_in_fours(plan, pixel, step); });
+}
+
+#else
+
+inline void make_steps_of_one(Plan &plan, const Positions &columns, Extent source) {
+    make_steps(plan, columns, source, [&](std::size_t step, const int *pixel) {
+        place_columns<1>(plan, pixel, plan.step()[step]);
+    });
+}
+
+#endif
+
+void make_plan(void *memory, const Positions &columns, Extent source, int samples) {
+    Plan &plan = *new (memory) Plan(columns.count, source, samples);
+    const auto make = [&]<int pixel_samples> {
+        make_steps(plan, columns, source, [&](std::size_t step, const int *pixel) {
+            place_columns<pixel_samples>(plan, pixel, plan.step()[step]);
+        });
+    };
+    if (samples == 1)
+        make_steps_of_one(plan, columns, source);
+    else if (samples == 3)
+        make.template operator()<3>();
+    else
+        make.template operator()<4>();
+}
+
+} // namespace
+} // namespace q32::resample
