@@ -157,6 +157,7 @@ std::vector<FrameFile> frames_by_number(const NumberedName &in, const std::strin
             found.emplace_back(*number, file);
     std::sort(found.begin(), found.end());
     std::vector<FrameFile> frames;
+    frames.reserve(found.size());
     for (const auto &[number, file] : found)
         frames.push_back(
             {folder + file, to_folder ? in_folder(out, file) : out_name->with(number)});

@@ -43,7 +43,7 @@ bool was_escape_typed() {
     const INPUT_RECORD *found = std::find_if(records, records + count, is_escape);
     if (found == records + count)
         return false;
-    ReadConsoleInputW(input, records, static_cast<DWORD>(found - records + 1), &count);
+    ReadConsoleInputW(input, records, static_cast<DWORD>(found - records) + 1, &count);
     return true;
 }
 
