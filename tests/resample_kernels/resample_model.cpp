@@ -38,8 +38,8 @@ std::uint8_t limited(std::int64_t value) {
     return std::uint8_t(std::clamp<std::int64_t>(value, 0, 255));
 }
 
-std::uint8_t bilinear_sample(const Image &source, int column, int row, std::size_t k, int fx,
-                             int fy) {
+std::uint8_t bilinear_sample(const Image &source, std::int64_t column, std::int64_t row,
+                             std::size_t k, int fx, int fy) {
     const auto sample = [&](int right, int down) {
         return int{source.pixel(column + right, row + down)[k]};
     };
@@ -47,8 +47,8 @@ std::uint8_t bilinear_sample(const Image &source, int column, int row, std::size
                     std::uint32_t(fy));
 }
 
-std::uint8_t bicubic_sample(const Image &source, int column, int row, std::size_t k, int fx,
-                            int fy) {
+std::uint8_t bicubic_sample(const Image &source, std::int64_t column, std::int64_t row,
+                            std::size_t k, int fx, int fy) {
     Block block;
     for (int j = 0; j < 4; ++j)
         for (int i = 0; i < 4; ++i)
@@ -128,9 +128,17 @@ std::uint8_t bicubic(const Block &rows, int column_phase, int row_phase) {
 
 // --- images ----------------------------------------------------------------------------------
 
+int Image::nearest_column(int column) const {
+    return std::clamp(column, left, left + width - 1);
+}
+
+int Image::nearest_row(int row) const {
+    return std::clamp(row, top, top + height - 1);
+}
+
 const std::uint8_t *Image::pixel(int column, int row) const {
-    const auto x = std::size_t(std::clamp(column, left, left + width - 1) - left);
-    const auto y = std::size_t(std::clamp(row, top, top + height - 1) - top);
+    const auto x = std::size_t(nearest_column(column) - left);
+    const auto y = std::size_t(nearest_row(row) - top);
     return bytes.data() + (y * std::size_t(width) + x) * pixel_bytes;
 }
 
@@ -139,7 +147,8 @@ Image resampled(Method method, const Image &source, const Axis &columns, const A
     std::uint8_t *to = result.bytes.data();
     for (std::size_t y = 0; y < rows.index.size(); ++y)
         for (std::size_t x = 0; x < columns.index.size(); ++x) {
-            const int column = columns.index[x], row = rows.index[y];
+            const int column = source.nearest_column(columns.index[x]);
+            const int row = source.nearest_row(rows.index[y]);
             if (method == Method::nearest) {
                 std::memcpy(to, source.pixel(column, row), source.pixel_bytes);
                 to += source.pixel_bytes;

@@ -60,13 +60,15 @@ struct Image {
 
     std::size_t row_bytes() const { return std::size_t(width) * pixel_bytes; }
     // Numbers are those of the larger image.
+    int nearest_column(int column) const;
+    int nearest_row(int row) const;
     const std::uint8_t *pixel(int column, int row) const;
 };
 
 enum class Method { nearest, bilinear, bicubic };
 
-// Bilinear takes the low 16 bits of a fraction, bicubic the low 8 bits. Every tap beyond the source
-// is that of the nearest edge.
+// Bilinear takes the low 16 bits of a fraction, bicubic the low 8 bits. An index outside the source
+// counts as the nearest edge's, with its fraction.
 Image resampled(Method method, const Image &source, const Axis &columns, const Axis &rows);
 
 } // namespace q32::test::model

@@ -1,0 +1,89 @@
+// One block resampled by one form of the kernels in memory that cannot be left: source,
+// destination, position tables and work memory each lie at a fence. The result is compared with the
+// model's, the surroundings with what they were. A form that crashes says what it was doing.
+#pragma once
+
+#include "resample/kernels/blocks.h"
+#include "resample/kernels/resample_kernels.h"
+
+#include "tests/frame/fenced_memory.h"
+#include "tests/frame/random.h"
+#include "tests/merge_kernels/levels.h"
+#include "tests/resample_kernels/resample_model.h"
+
+#include <string>
+
+namespace q32::test {
+
+using Bytes = std::vector<std::uint8_t>;
+using ResampleLevel = Level<resample::ResampleKernels>;
+
+// The forms of one method on this machine, the scalar one first. A level without a form of its own
+// has a lower one's, which is not tested twice.
+const std::vector<ResampleLevel> &resample_levels(model::Method method);
+
+const resample::InterpolationKernels &interpolation(const resample::ResampleKernels &kernels,
+                                                    model::Method method);
+const char *name_of(model::Method method);
+
+// What is to be resampled.
+struct Trial {
+    model::Method method;
+    model::Image source;
+    model::Axis columns;
+    model::Axis rows;
+};
+std::string describe(const Trial &trial);
+
+// Where everything lies, and how far apart the rows.
+struct Layout {
+    bool source_at_end = true;
+    bool destination_at_end = true;
+    bool tables_at_end = true;
+    std::size_t source_padding = 0; // bytes between rows
+    std::size_t destination_padding = 0;
+    std::size_t work_distance = 0; // bytes from the end of work memory to its fence
+};
+Layout random_layout(Random &random);
+
+// Keeps its memory for the next trial.
+class Stage {
+public:
+    // Adds at most one failure for each level.
+    bool run(const Trial &trial, const Layout &layout);
+    // At every fence, and at some random places.
+    bool run_everywhere(const Trial &trial, Random &random);
+
+    // The largest trial.
+    static constexpr std::size_t most_bytes = std::size_t{1} << 20;
+    static constexpr std::size_t most_columns = 20000;
+
+private:
+    bool run_level(const ResampleLevel &level, const Trial &trial, const Layout &layout,
+                   const model::Image &expected);
+
+    FencedMemory source_{most_bytes}, destination_{most_bytes}, work_{4 * most_bytes};
+    FencedMemory tables_[4] = {FencedMemory{most_columns * 4}, FencedMemory{most_columns * 4},
+                               FencedMemory{most_columns * 4}, FencedMemory{most_columns * 4}};
+    std::uint8_t canary_ = 7;
+};
+
+// --- random trials ---------------------------------------------------------------------------
+
+int between(Random &random, int first, int last);
+
+// How the source looks: noise, flat areas, black and white edges, ramps.
+void paint(Random &random, model::Image &image);
+
+// The places of so many destination pixels, and the source pixels at hand for them.
+struct Line {
+    model::Axis axis;
+    int first; // source pixel
+    int count;
+};
+// As tables and cells make them: `count` pixels out of a larger axis at a ratio of 1/32 to 32.
+Line line_by_ratio(Random &random, model::Method method, int count);
+// Any index of the source, in any order, with any fraction.
+Line line_at_random(Random &random, model::Method method, int count);
+
+} // namespace q32::test
