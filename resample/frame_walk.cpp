@@ -57,21 +57,23 @@ void widen_and_narrow(const FrameWalk &walk) {
 }
 
 void interpolate_rows(const FrameWalk &walk, RowWindow &window, int fraction_shift) {
-    const auto &[destination, source, pixel_bytes, wide_rows] = walk;
+    const SourceBlock &source = walk.source;
+    const DestinationBlock &destination = walk.destination;
+    const WideRows *const wide = walk.wide_rows;
+
     const auto source_row = [&](int row) -> const std::uint8_t * {
-        const std::uint8_t *const stored = source.row(row);
-        if (wide_rows == nullptr)
-            return stored;
-        rows::kernels().rgb555_to_888(wide_rows->source(), stored,
+        if (wide == nullptr)
+            return source.row(row);
+        rows::kernels().rgb555_to_888(wide->source(), source.row(row),
                                       std::size_t(source.columns.count));
-        return wide_rows->source();
+        return wide->source();
     };
     for (std::size_t y = 0; y < destination.rows.count; ++y) {
         std::uint8_t *const stored = row_of(destination, y);
-        std::uint8_t *const computed = wide_rows == nullptr ? stored : wide_rows->destination();
+        std::uint8_t *const computed = wide == nullptr ? stored : wide->destination();
         window.make_row(computed, destination.rows.index[y],
                         destination.rows.fraction[y] >> fraction_shift, source.rows, source_row);
-        if (wide_rows != nullptr)
+        if (wide != nullptr)
             rows::kernels().rgb888_to_555(stored, computed, destination.columns.count);
     }
 }

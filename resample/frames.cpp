@@ -8,6 +8,9 @@
 
 #include <q32base/resample.h>
 
+#include <cstdint>
+#include <utility>
+
 namespace q32::resample {
 namespace {
 
@@ -91,18 +94,16 @@ bool serves(const VCRESAMPLE &record, SIZE destination) {
 // --- one frame ----------------------------------------------------------------------------------
 
 FrameWalk walk_of(const Request &request, const TableSet &tables, const WideRows *wide_rows) {
-    const auto [source_size, destination_size] =
-        std::pair(request.source_size, request.destination_size);
+    const SIZE from = request.source_size, to = request.destination_size;
     return {
         .destination = {static_cast<std::uint8_t *>(request.destination),
-                        std::size_t(padded_row_bytes(destination_size, request.pixel_bytes)),
-                        {tables.column_index, tables.column_fraction,
-                         std::size_t(destination_size.cx)},
-                        {tables.row_index, tables.row_fraction, std::size_t(destination_size.cy)}},
+                        std::size_t(padded_row_bytes(to, request.pixel_bytes)),
+                        {tables.column_index, tables.column_fraction, std::size_t(to.cx)},
+                        {tables.row_index, tables.row_fraction, std::size_t(to.cy)}},
         .source = {static_cast<const std::uint8_t *>(request.source),
-                   std::size_t(padded_row_bytes(source_size, request.pixel_bytes)),
-                   {0, source_size.cx},
-                   {0, source_size.cy}},
+                   std::size_t(padded_row_bytes(from, request.pixel_bytes)),
+                   {0, int(from.cx)},
+                   {0, int(from.cy)}},
         .pixel_bytes = request.pixel_bytes,
         .wide_rows = wide_rows,
     };

@@ -235,7 +235,7 @@ Q32_API int Q32_CALL vcResampleEnd(VCRESAMPLE *record);
  *                 destination are padded to 4 bytes
  *   header        of the source: biWidth, biHeight and biBitCount are read. 8, 16 (5-5-5), 24 or
  *                 32 bits; others fail without a report. While frames of 16 bits are interpolated
- *                 biBitCount says 24
+ *                 biBitCount says 24: threads need headers of their own
  *   destination   height rows of width pixels of the same bit count, outside the source. The
  *                 padding of its rows is not written
  *   width, height pixels
@@ -245,11 +245,11 @@ Q32_API int Q32_CALL vcResampleEnd(VCRESAMPLE *record);
  *                 Null: tables are made for this call, and kept until the next such call or the
  *                 end of the library
  *
- * Frames of 16 bits and methods other than nearest neighbour go through 24-bit copies of source and
- * destination; when these cannot be allocated the call fails without a report. All four bytes of
- * 32-bit pixels are resampled alike.
+ * Frames of 16 bits and methods other than nearest neighbour go through 24 bits, row by row; when
+ * there is no memory for two such rows the call fails without a report. That takes bit 15 off, also
+ * where `nearest` then has its way. All four bytes of 32-bit pixels are resampled alike.
  *
- *   3200, 1, 8, 15   a side is below 1 (without a record)
+ *   3200, 1, 8, 15   a side is below 1 (without a record; with one it is not reported)
  *   1001, 1, 8, 16   no memory for tables (without a record)
  *   1001, 0, 8, 17   no memory for the bicubic coefficient table
  *   1001, 0, 8, 18   no memory for work rows
