@@ -1,7 +1,9 @@
+// Bilinear interpolation for AVX2.
+#include "resample/kernels/bilinear_wide.h"
 #include "resample/kernels/resample_tables.h"
 
 namespace q32::resample {
 
-const InterpolationKernels bilinear_avx2{};
+constinit const InterpolationKernels bilinear_avx2 = bilinear_wide<V32>;
 
 } // namespace q32::resample

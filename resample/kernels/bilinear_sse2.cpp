@@ -1,7 +1,9 @@
+// Bilinear interpolation for SSE2.
+#include "resample/kernels/bilinear_wide.h"
 #include "resample/kernels/resample_tables.h"
 
 namespace q32::resample {
 
-const InterpolationKernels bilinear_sse2{};
+constinit const InterpolationKernels bilinear_sse2 = bilinear_wide<V16>;
 
 } // namespace q32::resample
