@@ -134,20 +134,20 @@ show_modes() { # PICTURE NAME WIDTH HEIGHT
 # A detail enlarged by each method, so that its pixels can be compared, and the picture made small.
 show_methods() { # PICTURE NAME WIDTH HEIGHT
     local w=$3 h=$4 method sheet=()
-    local detail=$out/$2-small-detail.png detail_w=$((w < 60 ? w : 60)) detail_h=$((h < 50 ? h : 50))
-    q32tool crop "$1" "$detail" --at $(((w - detail_w) * 52 / 100)),$(((h - detail_h) * 34 / 100)) \
+    local detail=$out/$2-small-detail.png detail_w=$((w < 72 ? w : 72)) detail_h=$((h < 60 ? h : 60))
+    q32tool crop "$1" "$detail" --at $(((w - detail_w) * 39 / 100)),$(((h - detail_h) * 28 / 100)) \
         --size "${detail_w}x$detail_h" >/dev/null </dev/null
     for method in nearest bilinear bicubic; do
-        q32tool scale "$detail" "$out/$2-enlarged-$method.png" --percent 1000 --method $method \
+        q32tool scale "$detail" "$out/$2-enlarged-$method.png" --percent 800 --method $method \
             >/dev/null </dev/null
-        q32tool scale "$1" "$out/$2-reduced-$method.png" --fit 600x500 --method $method \
+        q32tool scale "$1" "$out/$2-reduced-$method.png" --fit 576x480 --method $method \
             >/dev/null </dev/null
-        sheet+=("$out/$2-enlarged-$method.png" "$method: ten times as large")
+        sheet+=("$out/$2-enlarged-$method.png" "$method: eight times as large")
     done
     for method in nearest bilinear bicubic; do
         sheet+=("$out/$2-reduced-$method.png" "$method: the whole in the same size")
     done
-    sheet_columns=3 contact_sheet "$out/$2-methods.png" "${sheet[@]}"
+    sheet_tile_width=576 sheet_tile_height=480 contact_sheet "$out/$2-methods.png" "${sheet[@]}"
     printf '%-52s %s\n' "$out/$2-methods.png" "a detail enlarged and the whole reduced by three methods"
     rm -f "$detail"
 }
