@@ -1,7 +1,9 @@
+// Nearest neighbour for AVX2: 32 bytes at a time.
+#include "resample/kernels/nearest_windows.h"
 #include "resample/kernels/resample_tables.h"
 
 namespace q32::resample {
 
-const NearestKernels nearest_avx2{};
+const NearestKernels nearest_avx2 = nearest_by_windows<rows::V32>;
 
 } // namespace q32::resample

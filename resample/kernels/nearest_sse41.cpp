@@ -1,7 +1,9 @@
+// Nearest neighbour for SSE4.1: 16 bytes at a time.
+#include "resample/kernels/nearest_windows.h"
 #include "resample/kernels/resample_tables.h"
 
 namespace q32::resample {
 
-const NearestKernels nearest_sse41{};
+const NearestKernels nearest_sse41 = nearest_by_windows<V16>;
 
 } // namespace q32::resample

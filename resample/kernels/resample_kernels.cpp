@@ -8,9 +8,9 @@
 namespace q32::resample {
 namespace {
 
-const ResampleKernels sse2_kernels{nearest_scalar, bilinear_sse2, bicubic_sse2};
-const ResampleKernels sse41_kernels{nearest_scalar, bilinear_sse41, bicubic_sse41};
-const ResampleKernels avx2_kernels{nearest_scalar, bilinear_avx2, bicubic_avx2};
+const ResampleKernels sse2_kernels{nearest_sse2, bilinear_sse2, bicubic_sse2};
+const ResampleKernels sse41_kernels{nearest_sse41, bilinear_sse41, bicubic_sse41};
+const ResampleKernels avx2_kernels{nearest_avx2, bilinear_avx2, bicubic_avx2};
 
 } // namespace
 

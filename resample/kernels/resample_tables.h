@@ -6,6 +6,7 @@
 namespace q32::resample {
 
 extern const NearestKernels nearest_scalar;
+extern const NearestKernels nearest_sse2;
 extern const NearestKernels nearest_sse41;
 extern const NearestKernels nearest_avx2;
 
