@@ -2,6 +2,7 @@
 // library makes of a row's colours needs red first.
 #include "frames.h"
 
+#include "areas.h"
 #include "failure.h"
 #include "interrupt.h"
 #include "picture_reader.h"
@@ -12,12 +13,32 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
+#include <new>
+#include <string>
 
 namespace q32tool {
 namespace {
 
 constexpr int band_rows = 64;
+constexpr uint64_t band_bytes = 16 << 20; // or one row
+
+// A row in whole words, in bytes. Counted in 64 bits: sizes come out of files and from --size, and
+// no library limits them on the way.
+uint64_t stride_of(int width, int bits) {
+    return (static_cast<uint64_t>(width) * static_cast<uint64_t>(bits / 8) + 3) / 4 * 4;
+}
+
+// Memory for a picture of that size, or for some rows of it. Throws Failure.
+std::vector<uint8_t> memory_for(int width, int height, uint64_t bytes) {
+    try {
+        if (bytes <= PTRDIFF_MAX)
+            return std::vector<uint8_t>(static_cast<size_t>(bytes));
+    } catch (const std::bad_alloc &) {
+        // as if it were too much for any memory
+    }
+    throw Failure(size_in_words(width, height), "there is not enough memory for frames so large",
+                  "choose a smaller size");
+}
 
 // A row of 24 bits, blue first, which is lost, as a row of the frame.
 void put_row(uint8_t *bgr, Frame &frame, int y) {
@@ -37,14 +58,17 @@ void put_row(uint8_t *bgr, Frame &frame, int y) {
 template <typename Read, typename TakeRow>
 void each_row(const PictureReader &reader, int pixel_bytes, const Read &read,
               const TakeRow &take_row) {
-    const size_t row_bytes = static_cast<size_t>(reader.width()) * static_cast<size_t>(pixel_bytes);
-    std::vector<uint8_t> band(row_bytes * band_rows);
-    for (int first = 0; first < reader.height(); first += band_rows) {
+    const int width = reader.width(), height = reader.height();
+    const uint64_t row_bytes = static_cast<uint64_t>(width) * static_cast<uint64_t>(pixel_bytes);
+    const int rows = static_cast<int>(std::clamp<uint64_t>(band_bytes / row_bytes, 1, band_rows));
+    std::vector<uint8_t> band = memory_for(width, height, row_bytes * static_cast<uint64_t>(rows));
+    for (int first = 0; first < height; first += rows) {
         stop_if_cancelled();
-        const int count = std::min(band_rows, reader.height() - first);
+        const int count = std::min(rows, height - first);
         read(first, count, band.data());
-        for (int i = 0; i < count; ++i)
-            take_row(first + i, band.data() + static_cast<size_t>(i) * row_bytes);
+        uint8_t *row = band.data();
+        for (int y = first; y < first + count; ++y, row += row_bytes)
+            take_row(y, row);
     }
 }
 
@@ -91,8 +115,9 @@ RowFormat rows_of(const Frame &frame, FileFormat format) {
 
 Frame::Frame(int columns, int rows, int bits_per_pixel)
     : width(columns), height(rows), bits(bits_per_pixel),
-      stride((static_cast<size_t>(columns) * static_cast<size_t>(bits_per_pixel / 8) + 3) / 4 * 4),
-      pixels(stride * static_cast<size_t>(rows)) {}
+      stride(static_cast<size_t>(stride_of(columns, bits_per_pixel))),
+      pixels(memory_for(columns, rows,
+                        stride_of(columns, bits_per_pixel) * static_cast<uint64_t>(rows))) {}
 
 BITMAPINFOHEADER Frame::header() const {
     BITMAPINFOHEADER header = {};
@@ -119,7 +144,8 @@ void write_frame(Frame &frame, const std::string &path, FileFormat format) {
     const Timed timed(Part::writing);
     const RowFormat rows = rows_of(frame, format);
     PictureWriter writer(path, format, rows, frame.width, frame.height);
-    std::vector<uint8_t> wide(static_cast<size_t>(frame.width) * 3);
+    std::vector<uint8_t> wide =
+        memory_for(frame.width, frame.height, static_cast<uint64_t>(frame.width) * 3);
     for (int y = 0; y < frame.height; ++y) {
         stop_if_cancelled();
         const uint8_t *row = frame.row(y);

@@ -13,7 +13,7 @@
 namespace q32tool {
 
 struct Frame {
-    Frame(int columns, int rows, int bits_per_pixel);
+    Frame(int columns, int rows, int bits_per_pixel); // throws Failure: not enough memory
 
     int width;
     int height;
