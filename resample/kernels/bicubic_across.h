@@ -98,22 +98,23 @@ V line_words(V a, V b) {
 // --- pixels of three and four samples -----------------------------------------------------------
 
 template <class V>
-V load_step(const std::uint32_t *weights) {
+V load_weights(const std::uint32_t *weights) {
     return load<V>(reinterpret_cast<const uint8_t *>(weights));
 }
 
 // The taps of column k, and in another lane of column k + 4.
-template <class V>
+template <bool in_row, class V>
 V load_columns(const SourceRow &source, const std::int32_t *offset, int k) {
-    const V16 first = load_16(source.at(offset[k]));
-    if constexpr (lanes_of<V> == 1) {
-        return first;
+    const auto load_column = [&](int column) {
+        return load_16(in_row ? source.row + offset[column] : source.at(offset[column]));
+    };
+    if constexpr (lanes_of<V> == 1)
+        return load_column(k);
 #ifdef __AVX2__
-    } else {
-        const V16 second = load_16(source.at(offset[k + 4]));
-        return _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
+    else
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(load_column(k)), load_column(k + 4),
+                                       1);
 #endif
-    }
 }
 
 // Stores columns 0 and 1 and columns 2 and 3 of each lane, four samples for each; of three samples
@@ -146,47 +147,46 @@ V closed_up(V words) {
     return words;
 }
 
-template <int pixel_samples, class V>
+template <int pixel_samples, bool in_row, class V>
 struct Pixels {
     static constexpr int samples = pixel_samples;
     static constexpr std::size_t steps_at_once = 1;
 
     template <Part part>
-    static V step(uint8_t *words, Plan &plan, const SourceRow &source, std::size_t at) {
-        const Step &step = plan.step()[at];
-        V most = four_columns<part>(words, source, step, 0);
+    static void make_words(uint8_t *words, const Step *step, const SourceRow &source) {
+        four_columns<part>(words, *step, source, 0);
         if constexpr (lanes_of<V> == 1)
-            most = max_words(most, four_columns<part>(words + 4 * samples * 2, source, step, 4));
-        return most;
+            four_columns<part>(words + bytes_of_four, *step, source, 4);
     }
 
 private:
+    static constexpr std::size_t bytes_of_four = 4 * samples * sizeof(std::int16_t);
+
+    // And four columns on in another lane.
     template <Part part>
-    static V four_columns(uint8_t *words, const SourceRow &source, const Step &step, int k) {
-        const V even = load_step<V>(step.even + k), odd = load_step<V>(step.odd + k);
+    static void four_columns(uint8_t *words, const Step &step, const SourceRow &source, int k) {
         const auto sums = [&]<int i> {
-            const V pixels = load_columns<V>(source, step.offset, k + i);
-            return sums_of(taps_of_pixels<samples>(pixels), repeat_in_lane<i>(even),
-                           repeat_in_lane<i>(odd));
+            const V pixels = load_columns<in_row, V>(source, step.offset, k + i);
+            return sums_of(taps_of_pixels<samples>(pixels),
+                           repeat_in_lane<i>(load_weights<V>(step.even + k)),
+                           repeat_in_lane<i>(load_weights<V>(step.odd + k)));
         };
-        const V first =
-            line_words<part>(sums.template operator()<0>(), sums.template operator()<1>());
-        const V second =
-            line_words<part>(sums.template operator()<2>(), sums.template operator()<3>());
-        const V a = closed_up<samples>(first), b = closed_up<samples>(second);
+        const V a = closed_up<samples>(
+            line_words<part>(sums.template operator()<0>(), sums.template operator()<1>()));
+        const V b = closed_up<samples>(
+            line_words<part>(sums.template operator()<2>(), sums.template operator()<3>()));
         store_columns<samples>(words, lane_0(a), lane_0(b));
 #ifdef __AVX2__
         if constexpr (lanes_of<V> == 2)
-            store_columns<samples>(words + 4 * samples * 2, lane_1(a), lane_1(b));
+            store_columns<samples>(words + bytes_of_four, lane_1(a), lane_1(b));
 #endif
-        return max_words(first, second);
     }
 };
 
 // --- single samples -----------------------------------------------------------------------------
 
-inline std::uint32_t load_4(const uint8_t *at) {
-    std::uint32_t bytes;
+inline int load_4(const uint8_t *at) {
+    int bytes;
     std::memcpy(&bytes, at, sizeof bytes);
     return bytes;
 }
@@ -199,82 +199,46 @@ struct Singles {
     static constexpr std::size_t steps_at_once = lanes_of<V>;
 
     template <Part part>
-    static V step(uint8_t *words, Plan &plan, const SourceRow &source, std::size_t at) {
+    static void make_words(uint8_t *words, const SingleStep *step, const SourceRow &source) {
         constexpr int columns = 4 * lanes_of<V>;
-        const V first = sums(plan, source, at, 0);
-        const V second =
-            sums(plan, source, at + columns / columns_per_step, columns % columns_per_step);
-        const V both = line_words<part>(first, second);
-        store(words, packed_in_order(both));
-        return both;
+        const V first = sums(step[0], source, 0);
+        const V second = sums(step[columns / columns_per_step], source, columns % columns_per_step);
+        store(words, packed_in_order(line_words<part>(first, second)));
     }
 
 private:
-    // From column k of a step on.
-    static V sums(Plan &plan, const SourceRow &source, std::size_t at, int k) {
-        const Step &step = plan.step()[at];
+    // From column k on.
+    static V sums(const SingleStep &step, const SourceRow &source, int k) {
         V bytes = load_taps(source, step.offset + k);
 #ifdef __SSE4_1__
-        bytes = shuffle(bytes, load<V>(plan.masks()[at].bytes + 4 * k));
+        bytes = shuffle(bytes, load<V>(step.taps + 4 * k));
 #endif
-        return sums_of(taps_of_bytes(bytes), load_step<V>(step.even + k),
-                       load_step<V>(step.odd + k));
+        return sums_of(taps_of_bytes(bytes), load_weights<V>(step.even + k),
+                       load_weights<V>(step.odd + k));
     }
 
     static V load_taps(const SourceRow &source, const std::int32_t *offset) {
-        if constexpr (lanes_of<V> == 1) {
+        if constexpr (lanes_of<V> == 1)
             return load_lane(source, offset);
 #ifdef __AVX2__
-        } else {
+        else
             return _mm256_inserti128_si256(_mm256_castsi128_si256(load_lane(source, offset)),
                                            load_lane(source, offset + 4), 1);
 #endif
-        }
     }
 
     static V16 load_lane(const SourceRow &source, const std::int32_t *offset) {
         if constexpr (from == TapsFrom::windows)
             return load_16(source.row + offset[0]);
 #ifdef __SSE4_1__
-        return _mm_setr_epi32(
-            int(load_4(source.row + offset[0])), int(load_4(source.row + offset[1])),
-            int(load_4(source.row + offset[2])), int(load_4(source.row + offset[3])));
+        return _mm_setr_epi32(load_4(source.row + offset[0]), load_4(source.row + offset[1]),
+                              load_4(source.row + offset[2]), load_4(source.row + offset[3]));
 #else
-        return _mm_setr_epi32(int(load_4(source.at(offset[0]))), int(load_4(source.at(offset[1]))),
-                              int(load_4(source.at(offset[2]))), int(load_4(source.at(offset[3]))));
+        return _mm_setr_epi32(load_4(source.at(offset[0])), load_4(source.at(offset[1])),
+                              load_4(source.at(offset[2])), load_4(source.at(offset[3])));
 #endif
     }
 };
-
-// --- lines --------------------------------------------------------------------------------------
-
-template <class Form, Part part>
-auto make_chunk(uint8_t *words, Plan &plan, const SourceRow &source, std::size_t step,
-                std::size_t end) {
-    constexpr std::size_t bytes =
-        Form::steps_at_once * columns_per_step * Form::samples * sizeof(std::int16_t);
-    auto most = Form::template step<part>(words, plan, source, step);
-    while ((step += Form::steps_at_once) < end) {
-        words += bytes;
-        most = max_words(most, Form::template step<part>(words, plan, source, step));
-    }
-    return most;
-}
-
-template <class Form>
-void make_line(Line<uint8_t> line, Plan &plan, const SourceRow &source) {
-    constexpr std::size_t steps = samples_per_chunk / (columns_per_step * Form::samples);
-    std::size_t chunk = 0;
-    for (std::size_t step = 0; step < plan.steps; step += steps, ++chunk) {
-        const std::size_t end = std::min(step + steps, plan.steps);
-        const std::size_t at = chunk * samples_per_chunk * sizeof(std::int16_t);
-        const auto most = make_chunk<Form, Part::words>(line.words + at, plan, source, step, end);
-        const bool excess = top_bits(equal_words(most, repeat_word<decltype(+most)>(most_of_word)));
-        line.marks[chunk] = excess;
-        if (excess)
-            make_chunk<Form, Part::excess>(line.excess + at, plan, source, step, end);
-    }
-}
 
 #ifdef __SSE4_1__
 // A row that is shorter than a window, in the edges: windows begin at its first sample.
@@ -287,27 +251,80 @@ inline SourceRow row_of_windows(Edges &edges, const uint8_t *row, int row_bytes)
 }
 #endif
 
+// --- lines --------------------------------------------------------------------------------------
+
+template <class Form>
+constexpr std::size_t bytes_of_step = columns_per_step *Form::samples * sizeof(std::int16_t);
+
+// A run of steps, and where it lies in a line.
+template <class Form, Part part>
+[[gnu::noinline]] void make_steps(uint8_t *line, Plan &plan, const SourceRow &source_in_memory,
+                                  std::size_t first, std::size_t end) {
+    const SourceRow source = source_in_memory;
+    const auto *step = plan.step<Form::samples>() + first;
+    const auto *const last = step + (end - first);
+    uint8_t *words = line + first * bytes_of_step<Form>;
+#pragma GCC unroll 1
+    for (; step < last; step += Form::steps_at_once) {
+        Form::template make_words<part>(words, step, source);
+        words += bytes_of_step<Form> * Form::steps_at_once;
+    }
+}
+
+// Looks for words that are at their limit, and where there are any makes the excess.
+template <class Form, class V>
+void make_excess(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
+    constexpr std::size_t steps = samples_per_chunk / (columns_per_step * Form::samples);
+    store(line.words + plan.steps * bytes_of_step<Form>, repeat_byte<V>(0));
+    for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
+        const std::size_t first = chunk * steps, end = std::min(first + steps, plan.steps);
+        V most = repeat_byte<V>(0);
+        for (std::size_t at = first * bytes_of_step<Form>; at < end * bytes_of_step<Form>;
+             at += sizeof(V))
+            most = max_words(most, load<V>(line.words + at));
+        line.marks[chunk] = top_bits(equal_words(most, repeat_word<V>(most_of_word))) != 0;
+        if (line.marks[chunk])
+            make_steps<Form, Part::excess>(line.excess, plan, source, first, end);
+    }
+}
+
+template <TapsFrom from, class V>
+void across_singles(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
+    using Form = Singles<from, V>;
+    make_steps<Form, Part::words>(line.words, plan, source, 0, plan.steps);
+    make_excess<Form, V>(line, plan, source);
+}
+
+template <int samples, class V>
+void across_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
+    using Anywhere = Pixels<samples, false, V>;
+    using InRow = Pixels<samples, true, V>;
+    const SourceRow source{row, plan.edges.bytes};
+    fill_edges<samples>(plan.edges, row, plan.row_bytes);
+    make_steps<Anywhere, Part::words>(line.words, plan, source, 0, plan.first_in_row);
+    make_steps<InRow, Part::words>(line.words, plan, source, plan.first_in_row, plan.end_in_row);
+    make_steps<Anywhere, Part::words>(line.words, plan, source, plan.end_in_row, plan.steps);
+    make_excess<Anywhere, V>(line, plan, source);
+}
+
 template <class V>
 void across(void *memory, void *plan_memory, const uint8_t *row) {
     Plan &plan = *static_cast<Plan *>(plan_memory);
     const Line<uint8_t> line(plan.layout, static_cast<uint8_t *>(memory));
-    const SourceRow source{row, plan.edges.bytes};
     switch (plan.samples) {
     case 1:
 #ifdef __SSE4_1__
         if (plan.windows)
-            return make_line<Singles<TapsFrom::windows, V>>(
+            return across_singles<TapsFrom::windows, V>(
                 line, plan, row_of_windows(plan.edges, row, plan.row_bytes));
 #else
         fill_edges<1>(plan.edges, row, plan.row_bytes);
 #endif
-        return make_line<Singles<TapsFrom::fours, V>>(line, plan, source);
+        return across_singles<TapsFrom::fours, V>(line, plan, {row, plan.edges.bytes});
     case 3:
-        fill_edges<3>(plan.edges, row, plan.row_bytes);
-        return make_line<Pixels<3, V>>(line, plan, source);
+        return across_pixels<3, V>(line, plan, row);
     default:
-        fill_edges<4>(plan.edges, row, plan.row_bytes);
-        return make_line<Pixels<4, V>>(line, plan, source);
+        return across_pixels<4, V>(line, plan, row);
     }
 }
 

@@ -10,19 +10,9 @@ namespace {
 
 constexpr int lines_down = 4;
 
-// The lines' samples from a chunk's begin on: words or excess.
-struct Chunk {
-    const uint8_t *line[lines_down];
-};
-
-// The weights of a row, of lines 0 and 1 and of lines 2 and 3 as the words of double words.
-template <class V>
-struct RowWeights {
-    V upper, lower;
-
-    explicit RowWeights(const CubicWeights &weights)
-        : upper(repeat_dword<V>(int(words_in_dword(weights[0], weights[1])))),
-          lower(repeat_dword<V>(int(words_in_dword(weights[2], weights[3])))) {}
+// The lines' samples from one of them on: words or excess.
+struct LineParts {
+    const uint8_t *part[lines_down];
 };
 
 // Sums of the first and the second half of each lane's words.
@@ -32,13 +22,14 @@ struct Sums {
 };
 
 template <class V>
-Sums<V> sums_down(const Chunk &chunk, size_t at, const RowWeights<V> &weights) {
-    const V line_0 = load<V>(chunk.line[0] + at), line_1 = load<V>(chunk.line[1] + at);
-    const V line_2 = load<V>(chunk.line[2] + at), line_3 = load<V>(chunk.line[3] + at);
-    return {add_dwords(sum_word_products(interleave_low_words(line_0, line_1), weights.upper),
-                       sum_word_products(interleave_low_words(line_2, line_3), weights.lower)),
-            add_dwords(sum_word_products(interleave_high_words(line_0, line_1), weights.upper),
-                       sum_word_products(interleave_high_words(line_2, line_3), weights.lower))};
+Sums<V> products(V line_a, V line_b, V weights) {
+    return {sum_word_products(interleave_low_words(line_a, line_b), weights),
+            sum_word_products(interleave_high_words(line_a, line_b), weights)};
+}
+
+template <class V>
+Sums<V> added(Sums<V> a, Sums<V> b) {
+    return {add_dwords(a.first, b.first), add_dwords(a.second, b.second)};
 }
 
 // --- rows ---------------------------------------------------------------------------------------
@@ -47,52 +38,51 @@ Sums<V> sums_down(const Chunk &chunk, size_t at, const RowWeights<V> &weights) {
 template <class V>
 class Between {
 public:
-    Between(const CubicWeights &weights)
-        : weights_(weights),
+    explicit Between(const CubicWeights &weights)
+        : upper_(repeat_dword<V>(int(words_in_dword(weights[0], weights[1])))),
+          lower_(repeat_dword<V>(int(words_in_dword(weights[2], weights[3])))),
           unbiased_(
               repeat_dword<V>(line_bias * (weights[0] + weights[1] + weights[2] + weights[3]))) {}
 
-    // As many bytes as V has words, as words; at counts bytes of lines.
-    template <bool has_excess>
-    V samples(const Chunk &words, const Chunk &excess, size_t at) const {
-        Sums<V> sums = sums_down<V>(words, at, weights_);
-        if constexpr (has_excess) {
-            const Sums<V> more = sums_down<V>(excess, at, weights_);
-            sums = {add_dwords(sums.first, more.first), add_dwords(sums.second, more.second)};
-        }
+    // As many samples as V has words, at so many bytes of the lines.
+    V samples(const LineParts &words, size_t at) const { return samples_of(sums(words, at)); }
+    V samples(const LineParts &words, const LineParts &excess, size_t at) const {
+        return samples_of(added(sums(words, at), sums(excess, at)));
+    }
+
+private:
+    Sums<V> sums(const LineParts &lines, size_t at) const {
+        const auto load_line = [&](int i) { return load<V>(lines.part[i] + at); };
+        return added(products(load_line(0), load_line(1), upper_),
+                     products(load_line(2), load_line(3), lower_));
+    }
+    V samples_of(Sums<V> sums) const {
         return pack_dwords(signed_dwords_down<22>(add_dwords(sums.first, unbiased_)),
                            signed_dwords_down<22>(add_dwords(sums.second, unbiased_)));
     }
 
-private:
-    const RowWeights<V> weights_;
-    const V unbiased_;
+    const V upper_, lower_, unbiased_;
 };
 
-// A destination row that lies on a line, line 1: the weights of the others are 0, and what has an
-// excess is more than 255 without it.
+// A destination row that lies on a line, line 1: the others weigh nothing, and what has an excess
+// is the highest sample without it.
 template <class V>
 struct OnLine {
-    template <bool>
-    V samples(const Chunk &words, const Chunk &, size_t at) const {
-        return words_down<8>(load<V>(words.line[1] + at) ^ repeat_word<V>(-line_bias));
+    explicit OnLine(const CubicWeights &) {}
+
+    V samples(const LineParts &words, size_t at) const {
+        return words_down<8>(load<V>(words.part[1] + at) ^ repeat_word<V>(-line_bias));
     }
 };
 
 // --- the walk -----------------------------------------------------------------------------------
 
-template <class Row, bool has_excess, class V>
-V bytes_down(const Row &row, const Chunk &words, const Chunk &excess, size_t at) {
-    return packed_in_order(
-        pack_words(row.template samples<has_excess>(words, excess, 2 * at),
-                   row.template samples<has_excess>(words, excess, 2 * at + sizeof(V))));
-}
-
+// The first `count` bytes of a vector.
 template <class V>
 void store_first(uint8_t *to, V v, size_t count) {
     uint8_t bytes[sizeof(V)];
     store(bytes, v);
-    const auto copy = [&](auto piece) {
+    const auto both_ends = [&](auto piece) {
         std::memcpy(&piece, bytes, sizeof piece);
         std::memcpy(to, &piece, sizeof piece);
         std::memcpy(&piece, bytes + count - sizeof piece, sizeof piece);
@@ -105,60 +95,78 @@ void store_first(uint8_t *to, V v, size_t count) {
         store_8(to, load_8(bytes));
         store_8(to + count - 8, load_8(bytes + count - 8));
     } else if (count >= 4) {
-        copy(std::uint32_t());
+        both_ends(std::uint32_t());
     } else if (count >= 2) {
-        copy(std::uint16_t());
+        both_ends(std::uint16_t());
     } else {
         *to = *bytes;
     }
 }
 
-template <class Row, bool has_excess, class V>
-void chunk_down(uint8_t *to, size_t count, const Row &row, const Chunk &words,
-                const Chunk &excess) {
+// A run of samples; lines are words, or words and excess.
+template <class V, class Row, class... Lines>
+[[gnu::noinline]] void run_down(uint8_t *to, size_t count, const CubicWeights &weights,
+                                const Lines &...lines_in_memory) {
+    const Row row(weights);
     size_t at = 0;
-    for (; at + sizeof(V) <= count; at += sizeof(V))
-        store(to + at, bytes_down<Row, has_excess, V>(row, words, excess, at));
-    if (at < count)
-        store_first(to + at, bytes_down<Row, has_excess, V>(row, words, excess, at), count - at);
+    const auto next_bytes = [&](const Lines &...lines) {
+        const V first = row.samples(lines..., 2 * at);
+        return packed_in_order(pack_words(first, row.samples(lines..., 2 * at + sizeof(V))));
+    };
+    const auto run = [&](const Lines... lines) {
+#pragma GCC unroll 1
+        for (; at + sizeof(V) <= count; at += sizeof(V))
+            store(to + at, next_bytes(lines...));
+        if (at < count)
+            store_first(to + at, next_bytes(lines...), count - at);
+    };
+    run(lines_in_memory...);
 }
 
-template <class V, class Row>
-void row_down(uint8_t *destination, Plan &plan, const void *const *memory, const Row &row) {
-    using ConstLine = Line<const uint8_t>;
-    const auto line = [&](int i) {
-        return ConstLine(plan.layout, static_cast<const uint8_t *>(memory[i]));
+// Chunks without excess are taken together.
+template <class V>
+void rows_between(uint8_t *destination, const Plan &plan, const Line<const uint8_t> *lines,
+                  const CubicWeights &weights) {
+    const auto is_marked = [&](size_t chunk) {
+        return (lines[0].marks[chunk] | lines[1].marks[chunk] | lines[2].marks[chunk] |
+                lines[3].marks[chunk]) != 0;
     };
-    const ConstLine lines[lines_down] = {line(0), line(1), line(2), line(3)};
-
-    for (size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
-        const size_t first = chunk * samples_per_chunk;
-        const size_t count = std::min(plan.row_samples - first, samples_per_chunk);
-        Chunk words, excess;
-        bool has_excess = false;
+    for (size_t chunk = 0; chunk < plan.layout.chunks;) {
+        const bool marked = is_marked(chunk);
+        const size_t first = chunk * samples_per_chunk, at = first * sizeof(std::int16_t);
+        LineParts words, excess;
         for (int i = 0; i < lines_down; ++i) {
-            words.line[i] = lines[i].words + first * sizeof(std::int16_t);
-            excess.line[i] = lines[i].excess + first * sizeof(std::int16_t);
-            if (!lines[i].marks[chunk])
-                excess.line[i] = plan.no_excess;
-            else
-                has_excess = true;
+            words.part[i] = lines[i].words + at;
+            excess.part[i] = lines[i].marks[chunk] ? lines[i].excess + at : plan.no_excess;
         }
-        if (has_excess)
-            chunk_down<Row, true, V>(destination + first, count, row, words, excess);
+        do
+            ++chunk;
+        while (!marked && chunk < plan.layout.chunks && !is_marked(chunk));
+
+        const size_t count = std::min(chunk * samples_per_chunk, plan.row_samples) - first;
+        if (marked)
+            run_down<V, Between<V>>(destination + first, count, weights, words, excess);
         else
-            chunk_down<Row, false, V>(destination + first, count, row, words, excess);
+            run_down<V, Between<V>>(destination + first, count, weights, words);
     }
 }
 
 template <class V>
-void down(uint8_t *destination, void *plan_memory, const void *const *lines, int row_fraction) {
-    Plan &plan = *static_cast<Plan *>(plan_memory);
+void down(uint8_t *destination, void *plan_memory, const void *const *memory, int row_fraction) {
+    const Plan &plan = *static_cast<Plan *>(plan_memory);
+    const auto line = [&](int i) {
+        return Line<const uint8_t>(plan.layout, static_cast<const uint8_t *>(memory[i]));
+    };
+    const Line<const uint8_t> lines[lines_down] = {line(0), line(1), line(2), line(3)};
+
     const int phase = phase_of(row_fraction & 0xFF);
-    if (phase == 0)
-        row_down<V>(destination, plan, lines, OnLine<V>());
+    const CubicWeights &weights = cubic_weights[phase];
+    if (phase != 0)
+        rows_between<V>(destination, plan, lines, weights);
     else
-        row_down<V>(destination, plan, lines, Between<V>(cubic_weights[phase]));
+        run_down<V, OnLine<V>>(
+            destination, plan.row_samples, weights,
+            LineParts{lines[0].words, lines[1].words, lines[2].words, lines[3].words});
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <new>
+#include <type_traits>
 
 namespace q32::resample {
 namespace {
@@ -82,9 +83,9 @@ struct Step {
     std::uint32_t even[columns_per_step], odd[columns_per_step];
 };
 
-// Which bytes of a window are the taps of the columns.
-struct TapMasks {
-    std::uint8_t bytes[4 * columns_per_step];
+// With the bytes of windows that are the columns' taps.
+struct SingleStep : Step {
+    std::uint8_t taps[4 * columns_per_step];
 };
 
 // What taps read at the ends of a row: its first and its last bytes, the edge pixels repeated. A
@@ -100,7 +101,8 @@ struct alignas(work_alignment) Plan {
     const std::size_t row_samples;
     const std::size_t steps; // single samples are taken in pairs of steps
     const LineLayout layout;
-    bool windows = false; // four columns have one of sizeof(V16) bytes
+    bool windows = false; // single samples: four columns have one of sizeof(V16) bytes
+    std::size_t first_in_row = 0, end_in_row = 0; // pixels: a run of steps that need no edges
     Edges edges{};
     uint8_t no_excess[samples_per_chunk * sizeof(std::int16_t)]{};
 
@@ -114,12 +116,16 @@ struct alignas(work_alignment) Plan {
         return (columns + at_once - 1) / at_once * at_once / columns_per_step;
     }
 
-    Step *step() { return reinterpret_cast<Step *>(this + 1); }
-    TapMasks *masks() { return reinterpret_cast<TapMasks *>(step() + steps); }
+    template <int pixel_samples>
+    auto *step() {
+        using StepOf = std::conditional_t<pixel_samples == 1, SingleStep, Step>;
+        return reinterpret_cast<StepOf *>(this + 1);
+    }
 };
 
 std::size_t plan_bytes(std::size_t columns, int samples) {
-    return sizeof(Plan) + Plan::steps_of(columns, samples) * (sizeof(Step) + sizeof(TapMasks));
+    return sizeof(Plan) +
+           Plan::steps_of(columns, samples) * (samples == 1 ? sizeof(SingleStep) : sizeof(Step));
 }
 
 std::size_t line_bytes(std::size_t columns, int samples) {
@@ -141,28 +147,50 @@ std::int32_t offset_of_taps(int pixel, int row_bytes) {
     return ~(Edges::row_end + offset - row_bytes);
 }
 
-template <int samples>
-void place_columns(Plan &plan, const int *pixel, Step &step) {
-    for (int k = 0; k < columns_per_step; ++k)
-        step.offset[k] = offset_of_taps<samples>(pixel[k], plan.row_bytes);
-}
-
-// Calls place(step number, source pixels of its columns) for each step. Beyond the last column
-// that one is repeated.
-template <class Place>
+// Calls place(step, source pixels of its columns) for each step. Beyond the last column that one is
+// repeated.
+template <int samples, class Place>
 void make_steps(Plan &plan, const Positions &columns, Extent source, const Place &place) {
+    auto *step = plan.step<samples>();
     for (std::size_t s = 0; s < plan.steps; ++s) {
-        Step &step = plan.step()[s];
         int pixel[columns_per_step];
         for (std::size_t k = 0; k < columns_per_step; ++k) {
             const std::size_t x = std::min(s * columns_per_step + k, columns.count - 1);
             const WeightPairs &weights = weight_pairs[phase_of(columns.fraction[x] & 0xFF)];
-            step.even[k] = weights.even;
-            step.odd[k] = weights.odd;
+            step[s].even[k] = weights.even;
+            step[s].odd[k] = weights.odd;
             pixel[k] = source.cut(columns.index[x]) - source.first;
         }
-        place(s, pixel);
+        place(step[s], pixel);
     }
+}
+
+// Taps that are read one column at a time.
+template <int samples>
+void place_columns(Plan &plan, const Positions &columns, Extent source) {
+    make_steps<samples>(plan, columns, source, [&](Step &step, const int *pixel) {
+        for (int k = 0; k < columns_per_step; ++k)
+            step.offset[k] = offset_of_taps<samples>(pixel[k], plan.row_bytes);
+    });
+}
+
+inline bool needs_edges(const Step &step) {
+    std::int32_t any = 0;
+    for (const std::int32_t offset : step.offset)
+        any |= offset;
+    return any < 0;
+}
+
+template <int samples>
+void find_run_in_row(Plan &plan) {
+    const Step *step = plan.step<samples>();
+    std::size_t at = 0;
+    while (at < plan.steps && needs_edges(step[at]))
+        ++at;
+    plan.first_in_row = at;
+    while (at < plan.steps && !needs_edges(step[at]))
+        ++at;
+    plan.end_in_row = at;
 }
 
 #ifdef __SSE4_1__
@@ -195,66 +223,64 @@ inline V16 pixels_before(const int *pixel) {
 }
 
 // Answers whether all fits into windows.
-inline bool place_windows(Plan &plan, const int *pixel, std::size_t step) {
+inline bool place_windows(const Plan &plan, const int *pixel, SingleStep &step) {
     bool fits = true;
     for (int k = 0; k < columns_per_step; k += 4) {
         const Window window(pixel + k, plan.row_bytes);
         fits &= window.fits();
-        plan.step()[step].offset[k] = window.first;
+        step.offset[k] = window.first;
         const V16 first = _mm_sub_epi32(pixels_before(pixel + k), _mm_set1_epi32(window.first));
-        store_16(plan.masks()[step].bytes + 4 * k,
+        store_16(step.taps + 4 * k,
                  tap_masks(first, repeat_byte<V16>(uint8_t(window.last - window.first))));
     }
     return fits;
 }
 
-inline void place_in_fours(Plan &plan, const int *pixel, std::size_t step) {
+inline void place_in_fours(const Plan &plan, const int *pixel, SingleStep &step) {
     int first[columns_per_step];
     for (int k = 0; k < columns_per_step; ++k) {
-        int &offset = plan.step()[step].offset[k];
-        offset = std::clamp(pixel[k] - 1, 0, plan.row_bytes - 4);
-        first[k] = pixel[k] - 1 - offset;
+        step.offset[k] = std::clamp(pixel[k] - 1, 0, plan.row_bytes - 4);
+        first[k] = pixel[k] - 1 - step.offset[k];
     }
     const V16 begins = _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12);
     for (int k = 0; k < columns_per_step; k += 4)
-        store_16(plan.masks()[step].bytes + 4 * k,
-                 begins + tap_masks(load_16(reinterpret_cast<const uint8_t *>(first + k)),
-                                    repeat_byte<V16>(3)));
+        store_16(
+            step.taps + 4 * k,
+            _mm_add_epi8(begins, tap_masks(load_16(reinterpret_cast<const uint8_t *>(first + k)),
+                                           repeat_byte<V16>(3))));
 }
 
-inline void make_steps_of_one(Plan &plan, const Positions &columns, Extent source) {
+inline void place_singles(Plan &plan, const Positions &columns, Extent source) {
     plan.windows = true;
-    make_steps(plan, columns, source, [&](std::size_t step, const int *pixel) {
+    make_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
         plan.windows &= place_windows(plan, pixel, step);
     });
     if (!plan.windows)
-        make_steps(plan, columns, source,
-                   [&](std::size_t step, const int *pixel) { place_in_fours(plan, pixel, step); });
+        make_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
+            place_in_fours(plan, pixel, step);
+        });
 }
 
 #else
 
-inline void make_steps_of_one(Plan &plan, const Positions &columns, Extent source) {
-    make_steps(plan, columns, source, [&](std::size_t step, const int *pixel) {
-        place_columns<1>(plan, pixel, plan.step()[step]);
-    });
+inline void place_singles(Plan &plan, const Positions &columns, Extent source) {
+    place_columns<1>(plan, columns, source);
 }
 
 #endif
 
 void make_plan(void *memory, const Positions &columns, Extent source, int samples) {
     Plan &plan = *new (memory) Plan(columns.count, source, samples);
-    const auto make = [&]<int pixel_samples> {
-        make_steps(plan, columns, source, [&](std::size_t step, const int *pixel) {
-            place_columns<pixel_samples>(plan, pixel, plan.step()[step]);
-        });
-    };
-    if (samples == 1)
-        make_steps_of_one(plan, columns, source);
-    else if (samples == 3)
-        make.template operator()<3>();
-    else
-        make.template operator()<4>();
+    switch (samples) {
+    case 1:
+        return place_singles(plan, columns, source);
+    case 3:
+        place_columns<3>(plan, columns, source);
+        return find_run_in_row<3>(plan);
+    default:
+        place_columns<4>(plan, columns, source);
+        return find_run_in_row<4>(plan);
+    }
 }
 
 } // namespace
