@@ -19,7 +19,7 @@ enum class RowFormat {
     grey,     // 1 byte
     words555, // 16-bit 5-5-5 words; BMP only
     bgr,      // 3 bytes, byte 0 blue
-    bgra,     // 4 bytes, byte 0 blue, byte 3 opaque at 255; not JPEG
+    bgra,     // 4 bytes, byte 0 blue, byte 3 opaque at 255; PNG and TIFF only
 };
 
 // From the name's extension: png, bmp, jpg, jpeg, tif, tiff. Throws Failure for another one, and

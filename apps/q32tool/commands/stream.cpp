@@ -63,6 +63,17 @@ private:
     double seconds_ = 0;
 };
 
+// Told before the first frame is read; their encoders would only tell when one is written.
+void check_holds_transparency(const std::vector<FrameFile> &files) {
+    for (const FrameFile &file : files) {
+        const FileFormat format = check_output(file.out);
+        if (format != FileFormat::png && format != FileFormat::tiff)
+            throw Failure(file.out,
+                          std::string(format_name(format)) + " files are not written with 32 bits",
+                          "use .png or .tif, or --bits 24");
+    }
+}
+
 void check_frame(const Frame &frame, const Frame &first, const std::string &path) {
     if (frame.width != first.width || frame.height != first.height)
         throw Failure(path,
@@ -93,6 +104,8 @@ void run(const Arguments &arguments) {
     const int bits =
         std::stoi(std::string(arguments.choice("--bits", {"8", "16", "24", "32"}, "24")));
     const std::vector<FrameFile> files = find_frames(arguments.operand(0), arguments.operand(1));
+    if (bits == 32)
+        check_holds_transparency(files);
     size_t done = 0;
     try {
         const auto start = Clock::now();
