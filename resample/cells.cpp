@@ -4,6 +4,9 @@
 
 #include "buffer/area.h"
 #include "buffer/buffer_lock.h"
+#include "buffer/cells.h"
+#include "buffer/sharing.h"
+#include "buffer/transfer.h"
 #include "library/process/process.h"
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
@@ -32,6 +35,12 @@ Positions part_of(const Positions &positions, int begin, int end) {
             std::size_t(end - begin)};
 }
 
+// Where the pixels of a piece are made.
+struct Target {
+    std::uint8_t *pixels;
+    std::size_t stride; // bytes from row to row
+};
+
 // Makes pieces of the destination by one method. Window is the walk over rows that goes with the
 // kernels.
 template <typename Window, typename Kernels>
@@ -43,29 +52,48 @@ public:
           sites_(sites), pixel_bytes_(destination_.info.bytes_per_pixel),
           source_(*record_of(job.source), pixel_bytes_, sites) {}
 
-    // Reports and returns false when it fails.
+    // The piece lies in one cell. Reports and returns false when it fails.
     bool make(const Area &piece) {
         const Positions columns = part_of(tables_.columns(), piece.left, piece.right);
         const Positions rows = part_of(tables_.rows(), piece.top, piece.bottom);
         if (!source_.begin(columns, rows, reach_of(kernels_)))
             return false;
+        const Target in_cell = target_in_cell(piece);
+        const bool is_staged = in_cell.pixels == nullptr;
         const std::size_t row_bytes = columns.count * std::size_t(pixel_bytes_);
-        const std::size_t bytes = row_bytes * rows.count;
-        std::uint8_t *const pixels =
-            block_.of_bytes(bytes + Window::work_bytes(kernels_, columns.count, pixel_bytes_));
-        if (pixels == nullptr)
+        const std::size_t staged_bytes = is_staged ? row_bytes * rows.count : 0;
+        std::uint8_t *const block = block_.of_bytes(
+            staged_bytes + Window::work_bytes(kernels_, columns.count, pixel_bytes_));
+        if (block == nullptr)
             return fail(sites_.no_destination_block);
-        Window window(kernels_, pixels + bytes, columns, source_.columns(), pixel_bytes_);
-        return fill(window, rows, pixels, row_bytes) && write(piece, pixels);
+        Window window(kernels_, block + staged_bytes, columns, source_.columns(), pixel_bytes_);
+        if (!is_staged)
+            return fill(window, rows, in_cell);
+        return fill(window, rows, {block, row_bytes}) && write(piece, block);
     }
 
 private:
-    bool fill(Window &window, const Positions &rows, std::uint8_t *pixels, std::size_t row_bytes) {
+    // Null pixels: the piece has to be staged. Cells that are the buffer's own and nobody else's
+    // are filled where they lie. What the callback has made something else of meanwhile, one colour
+    // for instance, has entries of its own for taking pixels.
+    Target target_in_cell(const Area &piece) {
+        if (destination_.operations.merge_memory != buffer::merge_memory ||
+            !buffer::prepare_for_writing(destination_))
+            return {};
+        const buffer::PixelPlace place = buffer::place_of(destination_, piece.left, piece.top);
+        std::byte *const cell = destination_.cell_address[place.cell];
+        if (cell == nullptr)
+            return {};
+        return {reinterpret_cast<std::uint8_t *>(cell) + place.offset,
+                std::size_t(buffer::describe_cell(destination_, place.cell).row_bytes)};
+    }
+
+    bool fill(Window &window, const Positions &rows, const Target &target) {
         const auto fetch = [&](int row) { return source_.row(row); };
         for (std::size_t y = 0; y < rows.count; ++y) {
             const int fraction = rows.fraction != nullptr ? rows.fraction[y] : 0;
-            if (!window.make_row(pixels + y * row_bytes, rows.index[y], fraction, source_.rows(),
-                                 fetch))
+            if (!window.make_row(target.pixels + y * target.stride, rows.index[y], fraction,
+                                 source_.rows(), fetch))
                 return false;
         }
         return true;
