@@ -1,6 +1,6 @@
 // Nearest neighbour by choosing bytes: 16 bytes of the destination, a lane, come out of the next
-// 16, 32, 48 or 64 bytes of the source row, its windows, by one shuffle of each, whatever the size
-// of the pixels. Where columns lie too far apart for that, or do not ascend, pixels are moved.
+// 16, 32, 48 ... bytes of the source row, its windows, by one shuffle of each, whatever the size of
+// the pixels. Where columns lie too far apart for that, or do not ascend, pixels are moved.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
@@ -18,7 +18,12 @@ using rows::store_16;
 using rows::V16;
 
 constexpr std::size_t lane_bytes = sizeof(V16);
-constexpr std::size_t most_windows = 4;
+constexpr std::size_t most_windows = 8;
+
+// A window costs about as much as moving a pixel, and a little more.
+constexpr std::size_t windows_that_pay(int pixel_bytes) {
+    return std::min(most_windows, 12 / std::size_t(pixel_bytes));
+}
 
 // --- the plan -----------------------------------------------------------------------------------
 
@@ -56,9 +61,10 @@ struct Parts {
     static std::size_t vectors(std::size_t row_bytes) {
         return (row_bytes + sizeof(V) - 1) / sizeof(V);
     }
-    static std::size_t bytes(std::size_t columns, std::size_t row_bytes) {
-        return (columns + spare_offsets + lanes * vectors(row_bytes)) * sizeof(Offset) +
-               work_alignment + most_windows * vectors(row_bytes) * sizeof(V);
+    static std::size_t bytes(std::size_t columns, int pixel_bytes) {
+        const std::size_t row_vectors = vectors(columns * std::size_t(pixel_bytes));
+        return (columns + spare_offsets + lanes * row_vectors) * sizeof(Offset) + work_alignment +
+               windows_that_pay(pixel_bytes) * row_vectors * sizeof(V);
     }
 };
 
@@ -233,7 +239,7 @@ void take_windows(std::uint8_t *destination, std::size_t bytes, const std::uint8
 
 template <class V>
 std::size_t plan_bytes(std::size_t columns, int pixel_bytes) {
-    return sizeof(Plan) + Parts<V>::bytes(columns, columns * std::size_t(pixel_bytes));
+    return sizeof(Plan) + Parts<V>::bytes(columns, pixel_bytes);
 }
 
 template <class V>
@@ -250,7 +256,7 @@ void make_plan(void *memory, const Positions &columns, Extent source, int pixel_
     if (ascend && plan.bytes >= sizeof(V)) {
         std::fill_n(parts.offsets + plan.columns, Parts<V>::spare_offsets, Offset(0));
         const std::size_t windows = make_starts(plan, parts);
-        if (windows <= most_windows)
+        if (windows <= windows_that_pay(pixel_bytes))
             plan.windows = windows;
     }
     if (plan.windows != 0)
@@ -276,7 +282,16 @@ void across(std::uint8_t *destination, void *memory, const std::uint8_t *source_
     using Take = void(std::uint8_t *, std::size_t, const std::uint8_t *, const Offset *,
                       const std::uint8_t *);
     static constexpr Take *takes[most_windows + 1] = {
-        nullptr, take_windows<V, 1>, take_windows<V, 2>, take_windows<V, 3>, take_windows<V, 4>};
+        nullptr,
+        take_windows<V, 1>,
+        take_windows<V, 2>,
+        take_windows<V, 3>,
+        take_windows<V, 4>,
+        take_windows<V, 5>,
+        take_windows<V, 6>,
+        take_windows<V, 7>,
+        take_windows<V, 8>,
+    };
     takes[plan.windows](destination, plan.bytes, source_row, parts.starts, parts.choices);
 }
 
