@@ -160,13 +160,13 @@ TEST_P(ResampleBlocks, OfLongRows) {
 // Every kernel's taps end at the edge of what is at hand, wherever tables point.
 TEST_P(ResampleBlocks, OfPlacesOutsideTheSource) {
     random_cases(300, [this](Random &random, std::uint64_t) {
-        constexpr int far[] = {INT_MIN,     INT_MIN + 1, INT_MIN + 2, INT_MAX,     INT_MAX - 1,
-                               INT_MAX - 2, -1,          0,           -1000000000, 1000000000};
+        constexpr int distant[] = {INT_MIN,     INT_MIN + 1, INT_MIN + 2, INT_MAX,     INT_MAX - 1,
+                                   INT_MAX - 2, -1,          0,           -1000000000, 1000000000};
         const auto spoil = [&](Line &line) {
             for (std::int32_t &index : line.axis.index)
                 switch (random.below(4)) {
                 case 0:
-                    index = far[random.below(std::size(far))];
+                    index = distant[random.below(std::size(distant))];
                     break;
                 case 1:
                     index = line.first + between(random, -6, line.count + 6);
