@@ -138,6 +138,14 @@ const char *prefetched(const std::byte *address) {
         _mm_prefetch(prefetched(piece.cell.first_byte() + row * piece.cell.stride), _MM_HINT_T0);
 }
 
+[[gnu::always_inline]] inline void prefetch_all(const Piece &piece) {
+    for (size_t row = 0; row < piece.rows; ++row) {
+        const std::byte *const begin = piece.cell.first_byte() + row * piece.cell.stride;
+        for (size_t offset = 0; offset < piece.bits / 8 + cache_line; offset += cache_line)
+            _mm_prefetch(prefetched(begin + offset), _MM_HINT_T1);
+    }
+}
+
 // --- areas --------------------------------------------------------------------------------------
 
 template <Direction direction>
@@ -198,6 +206,14 @@ bool read_pixels(Record &record, const Area &area, const PlainRows &rows) {
     default:
         return move_area<Direction::to_memory>(record.owner(), area, rows);
     }
+}
+
+bool prefetch_pixels(Record &record, const Area &area) {
+    const auto prefetch = [](const Piece &piece) __attribute__((always_inline)) {
+        prefetch_all(piece);
+    };
+    return has_cells_of_its_own(record) &&
+           each_piece(record.owner(), area, {nullptr, 0, 0, unit_bits(record.info)}, prefetch);
 }
 
 bool write_pixels(Record &record, const Area &area, const PlainRows &rows) {

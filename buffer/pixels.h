@@ -39,6 +39,11 @@ struct PlainRows {
 // pixels to read.
 bool read_pixels(Record &record, const Area &area, const PlainRows &rows);
 
+// Has the processor fetch the pixels of an area inside the image, which are about to be read, while
+// it does other things. Worth it where the area is not all of what lies there: what is read from
+// end to end the processor finds by itself. False when there are no such pixels in memory.
+bool prefetch_pixels(Record &record, const Area &area);
+
 // The other way round, into the cells of a buffer that has storage of its own. False without.
 bool write_pixels(Record &record, const Area &area, const PlainRows &rows);
 

@@ -1,6 +1,9 @@
 // Which rows and columns of the source a piece reads, and how many rows are fetched at once.
 #include "resample/cell_source.h"
 
+#include "buffer/area.h"
+#include "buffer/pixels.h"
+
 #include <algorithm>
 
 namespace q32::resample {
@@ -24,18 +27,22 @@ bool passes_over_rows(const Positions &rows, Reach reach) {
 
 // Where rows are passed over, one destination row's are fetched at a time and the others never.
 // Otherwise so many that a call costs little beside them, and that they stay in the cache.
-int CellSource::most_rows_at_once(const Positions &rows, Reach reach) const {
+int CellSource::most_rows_at_once() const {
     constexpr std::size_t block_bytes = 96 * 1024;
-    if (passes_over_rows(rows, reach))
-        return reach.count;
-    return int(std::max(block_bytes / stride_, std::size_t(reach.count)));
+    if (passes_over_rows_)
+        return reach_.count;
+    return int(std::max(block_bytes / stride_, std::size_t(reach_.count)));
 }
 
 bool CellSource::begin(const Positions &columns, const Positions &rows, Reach reach) {
     columns_ = read_by(columns, reach, record_.info.width);
     rows_read_ = read_by(rows, reach, record_.info.height);
     stride_ = std::size_t(columns_.count) * std::size_t(pixel_bytes_);
-    rows_at_once_ = std::min(most_rows_at_once(rows, reach), rows_read_.count);
+    rows_ = rows;
+    reach_ = reach;
+    next_ = 0;
+    passes_over_rows_ = passes_over_rows(rows, reach);
+    rows_at_once_ = std::min(most_rows_at_once(), rows_read_.count);
     first_row_ = end_row_ = 0;
 
     const auto stored_pixel_bytes = std::size_t(record_.info.bytes_per_pixel);
@@ -57,7 +64,21 @@ const std::uint8_t *CellSource::fetch(int first_row) {
         drop_other_bytes(rows);
     first_row_ = first_row;
     end_row_ = first_row + rows;
+    if (passes_over_rows_)
+        prefetch_behind(end_row_ - 1);
     return pixels_;
+}
+
+// The rows of the destination row that comes next: with what lies between them unread, the
+// processor does not see it coming.
+void CellSource::prefetch_behind(int row) {
+    while (next_ < rows_.count && rows_.index[next_] + reach_.first <= row)
+        ++next_;
+    if (next_ == rows_.count)
+        return;
+    const int first = std::clamp(rows_.index[next_] + reach_.first, 0, rows_read_.last());
+    const int count = std::min(reach_.count, rows_read_.last() - first + 1);
+    prefetch_pixels(record_, buffer::area_of(columns_.first, first, columns_.count, count));
 }
 
 void CellSource::drop_other_bytes(int rows) {

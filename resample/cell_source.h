@@ -43,7 +43,8 @@ public:
     }
 
 private:
-    int most_rows_at_once(const Positions &rows, Reach reach) const;
+    int most_rows_at_once() const;
+    void prefetch_behind(int row);
     const std::uint8_t *at_hand(int y) const {
         return pixels_ + std::size_t(y - first_row_) * stride_;
     }
@@ -58,6 +59,10 @@ private:
     std::size_t stride_ = 0;
 
     Extent columns_ = {};
+    Positions rows_ = {}; // of the destination
+    Reach reach_ = {};
+    std::size_t next_ = 0; // of them, whose source rows have not been prefetched
+    bool passes_over_rows_ = false;
     Extent rows_read_ = {};
     int rows_at_once_ = 0;
     int first_row_ = 0, end_row_ = 0; // at hand

@@ -5,7 +5,6 @@
 #include "buffer/area.h"
 #include "buffer/buffer_lock.h"
 #include "buffer/cells.h"
-#include "buffer/sharing.h"
 #include "buffer/transfer.h"
 #include "library/process/process.h"
 #include "library/process/thread_priority.h"
@@ -78,7 +77,7 @@ private:
     // for instance, has entries of its own for taking pixels.
     Target target_in_cell(const Area &piece) {
         if (destination_.operations.merge_memory != buffer::merge_memory ||
-            !buffer::prepare_for_writing(destination_))
+            destination_.is_duplicate() || destination_.first_sharer != nullptr)
             return {};
         const buffer::PixelPlace place = buffer::place_of(destination_, piece.left, piece.top);
         std::byte *const cell = destination_.cell_address[place.cell];
