@@ -1,5 +1,6 @@
 """The command line of q32tool: help, options, what it prints, and the names of files."""
 
+import itertools
 import re
 import subprocess
 
@@ -19,6 +20,12 @@ COMMANDS = {
     "paste": ("IN OVERLAY OUT", "--at X,Y", []),
     "fill": ("IN OUT", "--colour R,G,B", ["--at", "--size"]),
     "pattern": ("IN PATTERN OUT", "", ["--at", "--size"]),
+    "scale": (
+        "IN OUT",
+        "",
+        ["--size", "--fit", "--percent", "--method", "--bits", "--format", "--threshold"],
+    ),
+    "stream": ("IN OUT", "", ["--size", "--fit", "--percent", "--method", "--bits"]),
     "compose": (
         "",
         "--base BASE --overlay OVERLAY --output OUT",
@@ -35,11 +42,13 @@ MAKE = {
     "paste": ["paste", "in.png", "in.png", "out.bmp", "--at", "1,2"],
     "fill": ["fill", "in.png", "out.bmp", "--colour", "1,2,3"],
     "pattern": ["pattern", "in.png", "in.png", "out.bmp"],
+    "scale": ["scale", "in.png", "out.bmp", "--size", "3x4"],
     "compose": ["compose", "--base", "in.png", "--overlay", "in.png", "--output", "out.bmp"],
     "filter": ["filter", "in.png", "out.bmp", "--range", "1,2,3:40"],
     "colorspace": ["colorspace", "in.png", "out.bmp", "--to", "hsv"],
 }
 BITS = {command: 8 if command == "filter" else 24 for command in MAKE}
+SIZES = {command: "3 x 4" if command in ("crop", "scale") else "40 x 30" for command in MAKE}
 
 
 def replaced(arguments, option, value):
@@ -68,12 +77,14 @@ class Help(ToolCase):
         self.assertEqual(self.succeed("help"), overview)
 
     def test_commands(self):
-        common = ["--storage", "--memory-limit", "--swap-dir", "--quiet"]
+        storage = ["--storage", "--memory-limit", "--swap-dir"]
         for command, (operands, needed, options) in COMMANDS.items():
             with self.subTest(command=command):
                 page = self.succeed("help", command)
                 words = [command, *operands.split(), *needed.split(), "[OPTION...]"]
                 self.assertEqual(page.split("\n")[0], "Usage: q32tool " + " ".join(words))
+                # Frames are in memory, whatever there is of it.
+                common = ["--quiet", *(storage if command != "stream" else [])]
                 for word in (*needed.split()[::2], *options, *common):
                     self.assertRegex(page, rf"(?m)^  (-\w,|   ) {word} |^  {word}, ")
                 self.assertLessEqual(max(map(len, page.splitlines())), 90)
@@ -140,6 +151,11 @@ class Misuse(ToolCase):
             ("compose", "--output", "other.bmp"),
             ("filter", "--mask", "in.png"),
             ("colorspace", "--to", "hls"),
+            ("scale", "--size", "3x4"),
+            ("scale", "--fit", "3x4"),
+            ("scale", "--percent", "50"),
+            ("scale", "--method", "nearest"),
+            ("scale", "--bits", "8"),
         ]:
             with self.subTest(command=command, option=option):
                 arguments = replaced(MAKE[command], option, value)
@@ -169,8 +185,12 @@ class Misuse(ToolCase):
         self.refuse(USAGE, "convert", "in.png", "out.png", "-z", says="-z")
         options = {"crop": "--colour", "paste": "--size", "fill": "--background"}
         options |= {"compose": "--range", "filter": "--mask-from", "colorspace": "--mode"}
+        options |= {"scale": "--at"}
         for command, option in options.items():
             self.refuse(USAGE, *MAKE[command], option, "1,2,3", says=option)
+        for option in ("--storage=file", "--format=555", "--threshold=5", "--invert"):
+            arguments = ["stream", ".", ".", "--percent", "50", option]
+            self.refuse(USAGE, *arguments, says=[option.split("=")[0], "help stream"])
 
     def test_options_without_their_value(self):
         for option in ("--bits", "--format", "--threshold", "--storage", "--memory-limit"):
@@ -180,6 +200,8 @@ class Misuse(ToolCase):
         self.refuse(USAGE, *MAKE["compose"][:-2], "-o", says=["-o", "OUT"])
         self.refuse(USAGE, *MAKE["filter"], "--range", says=["--range", "R,G,B:T"])
         self.refuse(USAGE, *MAKE["colorspace"], "--turn-hue", says=["--turn-hue", "DEGREES"])
+        for option, value in (("--fit", "WxH"), ("--percent", "N"), ("--method", "nearest|")):
+            self.refuse(USAGE, "scale", "in.png", "out.bmp", option, says=[option, value])
 
     def test_switches_with_a_value(self):
         for option in ("--outside=1", "--quiet="):
@@ -231,6 +253,32 @@ class Misuse(ToolCase):
             arguments = [*MAKE["compose"], "--mask-from", source]
             self.refuse(USAGE, *arguments, says=["--mask-from needs --mask PICTURE, too\n"])
 
+    def test_sizes_and_methods(self):
+        self.write("out.bmp", b"an older file")
+        commands = itertools.cycle((["scale", "in.png", "out.bmp"], ["stream", ".", "."]))
+        for option, values in {
+            "--size": ["", "5", "0x5", "5x0", "-5x5", "5x2147483648", "5 x 5"],
+            "--fit": ["5x", "0x5", "5x-5", "1.5x5"],
+            "--percent": ["", "0", "-50", "50%", "1.5", "3200001", "4294967346", "ten"],
+            "--method": ["", "Nearest", "cubic", "4"],
+        }.items():
+            for value, command in zip(values, commands):
+                with self.subTest(option=option, value=value, command=command[0]):
+                    other = ["--percent", "50"] if option == "--method" else []
+                    self.refuse(USAGE, *command, option, value, *other, says=[option, f"'{value}'"])
+        for command, bits in ((MAKE["scale"], "32"), (["stream", ".", ".", "--percent=50"], "1")):
+            self.refuse(USAGE, *command, "--bits", bits, says=["--bits", f"'{bits}'"])
+
+    def test_pixels_that_have_one_method(self):
+        words_565 = [*MAKE["scale"], "--bits", "16", "--format", "565"]
+        bits = [*MAKE["scale"], "--bits", "1"]
+        says = ["565", "--method nearest"]
+        self.refuse(USAGE, *words_565, says=says)
+        for method in ("bilinear", "bicubic"):
+            with self.subTest(method=method):
+                self.refuse(USAGE, *words_565, "--method", method, says=says)
+                self.refuse(USAGE, *bits, "--method", method, says=["1 bit", "--method nearest"])
+
     def test_the_other_spelling_of_colour(self):
         arguments = ["fill", "in.png", "out.bmp", "--color", "1,2,3"]
         self.make("out.bmp", *arguments)
@@ -259,6 +307,9 @@ class Misuse(ToolCase):
         self.refuse(USAGE, *arguments, "--threshold", "5", says="--threshold")
         memory = ["--storage", "memory", "--memory-limit", "0"]
         self.refuse(USAGE, *arguments, *memory, says=["--storage", "--memory-limit"])
+        self.refuse(USAGE, *MAKE["scale"], "--format", "555", says="--format")
+        self.refuse(USAGE, *MAKE["scale"], "--bits=8", "--threshold=5", says="--threshold")
+        self.refuse(USAGE, *MAKE["scale"], *memory, says=["--storage", "--memory-limit"])
 
 
 class Words(ToolCase):
@@ -273,8 +324,7 @@ class Words(ToolCase):
     def test_the_others_name_what_they_wrote(self):
         for command, arguments in MAKE.items():
             with self.subTest(command=command):
-                size = "3 x 4" if command == "crop" else "40 x 30"
-                wanted = f"out.bmp: {size} pixels, {BITS[command]} bits, BMP\n"
+                wanted = f"out.bmp: {SIZES[command]} pixels, {BITS[command]} bits, BMP\n"
                 self.assertEqual(self.succeed(*arguments), wanted)
                 self.assertEqual(self.succeed(*arguments, "--quiet"), "")
 
@@ -324,6 +374,10 @@ class Words(ToolCase):
             (MAKE["colorspace"], 1, 0, 0, 120, 90),
             ([*MAKE["colorspace"], "--turn-hue", "1"], 1, 0, 0, 120, 120),
             ([*MAKE["colorspace"], "--field", "hue"], 2, 0, 0, 120, 60),
+            # The library moves and converts rows of its own when it scales.
+            (MAKE["scale"], 2, 0, 0, 34, 34),
+            ([*MAKE["scale"], "--bits", "8"], 3, 0, 0, 94, 60),
+            ([*MAKE["scale"], "--bits", "1"], 3, 0, 0, 94, 90),
         ]:
             with self.subTest(arguments=arguments):
                 result = self.run_tool(*arguments, "--timings")

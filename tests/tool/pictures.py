@@ -9,8 +9,9 @@ import struct
 import zlib
 from collections import namedtuple
 
-# A picture as a file had it: its pixels, and the bits of each in the file.
-FilePicture = namedtuple("FilePicture", "picture bits")
+# A picture as a file had it: its pixels, the bits of each in the file, and how opaque each is, a
+# byte each, if the file says so.
+FilePicture = namedtuple("FilePicture", "picture bits opacity", defaults=[None])
 
 GREYS = [(grey, grey, grey) for grey in range(256)]
 BLACK_AND_WHITE = [(0, 0, 0), (255, 255, 255)]
@@ -55,6 +56,14 @@ def ramps(width, height):
         return 255 * x // width, 255 * y // height, 255 - 255 * x // width
 
     return from_colours(width, height, [colour(x, y) for y in range(height) for x in range(width)])
+
+
+def with_opacity(width, height, pixels):
+    """A picture of four bytes for each pixel, the last of which is how opaque it is."""
+    colours = bytearray(width * height * 3)
+    for channel in range(3):
+        colours[channel::3] = pixels[channel::4]
+    return FilePicture(Picture(width, height, colours), 32, bytes(pixels[3::4]))
 
 
 # --- PNG ------------------------------------------------------------------------------------------
@@ -135,7 +144,7 @@ def read_png(file):
     found = dict(chunks)
     width, height, depth, colour_type, _, _, interlaced = struct.unpack(">IIBBBBB", found[b"IHDR"])
     assert not interlaced
-    bits = depth * (3 if colour_type == PNG_RGB else 1)
+    bits = depth * {PNG_RGB: 3, PNG_RGBA: 4}.get(colour_type, 1)
     row_bytes = (width * bits + 7) // 8
     data = zlib.decompress(b"".join(data for kind, data in chunks if kind == b"IDAT"))
     assert len(data) == height * (row_bytes + 1)
@@ -147,6 +156,9 @@ def read_png(file):
     if colour_type == PNG_RGB:
         assert depth == 8
         return FilePicture(Picture(width, height, b"".join(rows)), 24)
+    if colour_type == PNG_RGBA:
+        assert depth == 8
+        return with_opacity(width, height, b"".join(rows))
     if colour_type == PNG_PALETTE:
         entries = found[b"PLTE"]
         palette = [entries[i : i + 3] for i in range(0, len(entries), 3)]
@@ -246,6 +258,7 @@ def read_bmp(file):
 
 TIFF_SHORT, TIFF_LONG = 3, 4
 TIFF_WHITE_IS_0, TIFF_BLACK_IS_0, TIFF_RGB, TIFF_PALETTE = 0, 1, 2, 3
+TIFF_PLAIN_ALPHA = 2  # colours are not multiplied by it
 
 
 def tiff(picture):
@@ -294,6 +307,9 @@ def read_tiff(file):
     data = b"".join(file[at : at + size] for at, size in zip(tags[273], tags[279]))
     row_bytes = (width * bits + 7) // 8
     assert len(data) == row_bytes * height, "rows are missing"
+    if photometric == TIFF_RGB and bits == 32:
+        assert (tags[258], tags[338]) == ((8, 8, 8, 8), (TIFF_PLAIN_ALPHA,))
+        return with_opacity(width, height, data)
     if photometric == TIFF_RGB:
         assert tags[258] == (8, 8, 8)
         return FilePicture(Picture(width, height, data), bits)

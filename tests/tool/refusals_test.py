@@ -79,6 +79,9 @@ class Inputs(ToolCase):
             (["filter", "cut.png", "out.png", "--range", "1,2,3"], "cut.png"),
             (["filter", "in.png", "out.png", "--range", "1,2,3", "--mask", "cut.png"], "cut.png"),
             (["colorspace", "cut.png", "out.png", "--to", "hsv"], "cut.png"),
+            (["scale", "text.png", "out.png", "--size", "2x2"], "text.png"),
+            (["scale", "cut.png", "out.png", "--size", "2x2"], "cut.png"),
+            (["scale", "wide.png", "out.png", "--size", "2x2"], "5402"),
         ]:
             with self.subTest(arguments=arguments):
                 self.refuse(FAILED, *arguments, says=name)
@@ -245,6 +248,7 @@ class Outputs(ToolCase):
             (["compose", "--base", self.source, "--overlay", self.source, "-o"], []),
             (["filter", self.source], ["--range", "1,2,3:4"]),
             (["colorspace", self.source], ["--to", "hls"]),
+            (["scale", self.source], ["--percent", "90"]),
         ]:
             for name in ("nowhere/out.png", "older.bmp", self.source):
                 with self.subTest(command=before, name=name):

@@ -16,6 +16,8 @@ MODULES = [
     "pixels_test",
     "rectangles_test",
     "fills_test",
+    "scale_test",
+    "stream_test",
     "compose_test",
     "filter_test",
     "colorspace_test",

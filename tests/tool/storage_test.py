@@ -25,6 +25,16 @@ class SameEverywhere(ToolCase):
                 with self.subTest(options=options, storage=name):
                     self.assertEqual(self.convert(source, "out.bmp", *options, *storage), wanted)
 
+    def test_storage_does_not_change_what_is_scaled(self):
+        source = self.write("in.png", pictures.png(pictures.noise(300, 40)))
+        self.make_folder("swap")
+        for options in (["--bits", "24"], ["--bits", "8"], ["--bits", "16"], ["--bits", "1"]):
+            command = ["scale", source, "out.bmp", "--size", "150x140", *options]
+            wanted = self.make("out.bmp", *command)
+            for name, storage in STORAGES.items():
+                with self.subTest(options=options, storage=name):
+                    self.assertEqual(self.make("out.bmp", *command, *storage), wanted)
+
     def test_round_trip_through_swap_files(self):
         picture = pictures.noise(385, 129)
         source = self.write("in.bmp", pictures.bmp(picture))
@@ -126,6 +136,7 @@ class SwapDirectories(ToolCase):
             ["compose", "--base", self.source, "--overlay", self.source, "-o", "out.bmp"],
             ["filter", self.source, "out.bmp", "--range", "1,2,3:4"],
             ["colorspace", self.source, "out.bmp", "--to", "hls"],
+            ["scale", self.source, "out.bmp", "--percent", "50"],
         ]:
             with self.subTest(command=command[0]):
                 arguments = [*command, "--memory-limit", "100K", "--swap-dir", "nowhere"]
@@ -137,6 +148,8 @@ class SwapDirectories(ToolCase):
         crop = ["crop", self.source, "out.bmp", "--at", "0,0", "--size", "400x300"]
         arguments = [*crop, "--background", "0,0,0", *STORAGES["file"]]
         self.refuse(FAILED, *arguments, says="error 1001, module 4", file_size=200_000)
+        scale = ["scale", self.source, "out.bmp", "--percent", "150", *STORAGES["file"]]
+        self.refuse(FAILED, *scale, says="error 1001, module 4", file_size=200_000)
 
     def test_a_file(self):
         self.refuse_swap("in.png", "in.png")
