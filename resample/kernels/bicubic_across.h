@@ -151,12 +151,15 @@ template <int pixel_samples, bool in_row, class V>
 struct Pixels {
     static constexpr int samples = pixel_samples;
     static constexpr std::size_t steps_at_once = 1;
+    using Vector = V;
 
+    // Answers the highest words.
     template <Part part>
-    static void make_words(uint8_t *words, const Step *step, const SourceRow &source) {
-        four_columns<part>(words, *step, source, 0);
+    static V make_words(uint8_t *words, const Step *step, const SourceRow &source) {
+        V most = four_columns<part>(words, *step, source, 0);
         if constexpr (lanes_of<V> == 1)
-            four_columns<part>(words + bytes_of_four, *step, source, 4);
+            most = max_words(most, four_columns<part>(words + bytes_of_four, *step, source, 4));
+        return most;
     }
 
 private:
@@ -164,7 +167,7 @@ private:
 
     // And four columns on in another lane.
     template <Part part>
-    static void four_columns(uint8_t *words, const Step &step, const SourceRow &source, int k) {
+    static V four_columns(uint8_t *words, const Step &step, const SourceRow &source, int k) {
         const auto sums = [&]<int i> {
             const V pixels = load_columns<in_row, V>(source, step.offset, k + i);
             return sums_of(taps_of_pixels<samples>(pixels),
@@ -180,6 +183,7 @@ private:
         if constexpr (lanes_of<V> == 2)
             store_columns<samples>(words + bytes_of_four, lane_1(a), lane_1(b));
 #endif
+        return max_words(a, b);
     }
 };
 
@@ -197,13 +201,16 @@ template <TapsFrom from, class V>
 struct Singles {
     static constexpr int samples = 1;
     static constexpr std::size_t steps_at_once = lanes_of<V>;
+    using Vector = V;
 
     template <Part part>
-    static void make_words(uint8_t *words, const SingleStep *step, const SourceRow &source) {
+    static V make_words(uint8_t *words, const SingleStep *step, const SourceRow &source) {
         constexpr int columns = 4 * lanes_of<V>;
         const V first = sums(step[0], source, 0);
         const V second = sums(step[columns / columns_per_step], source, columns % columns_per_step);
-        store(words, packed_in_order(line_words<part>(first, second)));
+        const V both = line_words<part>(first, second);
+        store(words, packed_in_order(both));
+        return both;
     }
 
 private:
@@ -256,24 +263,33 @@ inline SourceRow row_of_windows(Edges &edges, const uint8_t *row, int row_bytes)
 template <class Form>
 constexpr std::size_t bytes_of_step = columns_per_step *Form::samples * sizeof(std::int16_t);
 
-// A run of steps, and where it lies in a line.
+template <class V>
+bool has_limit(V words) {
+    return top_bits(equal_words(words, repeat_word<V>(most_of_word))) != 0;
+}
+
+// Makes a run of steps, at their place in a line's part. Answers whether words are at their limit.
 template <class Form, Part part>
-[[gnu::noinline]] void make_steps(uint8_t *line, Plan &plan, const SourceRow &source_in_memory,
+[[gnu::noinline]] bool make_steps(uint8_t *line, Plan &plan, const SourceRow &source_in_memory,
                                   std::size_t first, std::size_t end) {
+    using V = typename Form::Vector;
     const SourceRow source = source_in_memory;
     const auto *step = plan.step<Form::samples>() + first;
     const auto *const last = step + (end - first);
     uint8_t *words = line + first * bytes_of_step<Form>;
+    V most = repeat_byte<V>(0);
 #pragma GCC unroll 1
     for (; step < last; step += Form::steps_at_once) {
-        Form::template make_words<part>(words, step, source);
+        most = max_words(most, Form::template make_words<part>(words, step, source));
         words += bytes_of_step<Form> * Form::steps_at_once;
     }
+    return has_limit(most);
 }
 
-// Looks for words that are at their limit, and where there are any makes the excess.
-template <class Form, class V>
+// Looks for the chunks with words at their limit, and makes their excess.
+template <class Form>
 void make_excess(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
+    using V = typename Form::Vector;
     constexpr std::size_t steps = samples_per_chunk / (columns_per_step * Form::samples);
     store(line.words + plan.steps * bytes_of_step<Form>, repeat_byte<V>(0));
     for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
@@ -282,8 +298,8 @@ void make_excess(const Line<uint8_t> &line, Plan &plan, const SourceRow &source)
         for (std::size_t at = first * bytes_of_step<Form>; at < end * bytes_of_step<Form>;
              at += sizeof(V))
             most = max_words(most, load<V>(line.words + at));
-        line.marks[chunk] = top_bits(equal_words(most, repeat_word<V>(most_of_word))) != 0;
-        if (line.marks[chunk])
+        line.marks_of_chunks[chunk] = has_limit(most);
+        if (has_limit(most))
             make_steps<Form, Part::excess>(line.excess, plan, source, first, end);
     }
 }
@@ -291,8 +307,9 @@ void make_excess(const Line<uint8_t> &line, Plan &plan, const SourceRow &source)
 template <TapsFrom from, class V>
 void across_singles(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
     using Form = Singles<from, V>;
-    make_steps<Form, Part::words>(line.words, plan, source, 0, plan.steps);
-    make_excess<Form, V>(line, plan, source);
+    *line.mark = make_steps<Form, Part::words>(line.words, plan, source, 0, plan.steps);
+    if (*line.mark)
+        make_excess<Form>(line, plan, source);
 }
 
 template <int samples, class V>
@@ -301,10 +318,13 @@ void across_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
     using InRow = Pixels<samples, true, V>;
     const SourceRow source{row, plan.edges.bytes};
     fill_edges<samples>(plan.edges, row, plan.row_bytes);
-    make_steps<Anywhere, Part::words>(line.words, plan, source, 0, plan.first_in_row);
-    make_steps<InRow, Part::words>(line.words, plan, source, plan.first_in_row, plan.end_in_row);
-    make_steps<Anywhere, Part::words>(line.words, plan, source, plan.end_in_row, plan.steps);
-    make_excess<Anywhere, V>(line, plan, source);
+    const std::size_t first = plan.first_in_row, end = plan.end_in_row;
+    bool excess = make_steps<Anywhere, Part::words>(line.words, plan, source, 0, first);
+    excess |= make_steps<InRow, Part::words>(line.words, plan, source, first, end);
+    excess |= make_steps<Anywhere, Part::words>(line.words, plan, source, end, plan.steps);
+    *line.mark = excess;
+    if (excess)
+        make_excess<Anywhere>(line, plan, source);
 }
 
 template <class V>

@@ -123,31 +123,35 @@ template <class V, class Row, class... Lines>
     run(lines_in_memory...);
 }
 
-// Chunks without excess are taken together.
+using LineToRead = Line<const uint8_t>;
+
+inline LineParts words_of(const LineToRead *lines, size_t at) {
+    return {{lines[0].words + at, lines[1].words + at, lines[2].words + at, lines[3].words + at}};
+}
+
+// Chunks in a row without excess are taken together.
 template <class V>
-void rows_between(uint8_t *destination, const Plan &plan, const Line<const uint8_t> *lines,
-                  const CubicWeights &weights) {
+void down_by_chunks(uint8_t *destination, const Plan &plan, const LineToRead *lines,
+                    const CubicWeights &weights) {
     const auto is_marked = [&](size_t chunk) {
-        return (lines[0].marks[chunk] | lines[1].marks[chunk] | lines[2].marks[chunk] |
-                lines[3].marks[chunk]) != 0;
+        return lines[0].is_marked(chunk) || lines[1].is_marked(chunk) ||
+               lines[2].is_marked(chunk) || lines[3].is_marked(chunk);
     };
     for (size_t chunk = 0; chunk < plan.layout.chunks;) {
-        const bool marked = is_marked(chunk);
         const size_t first = chunk * samples_per_chunk, at = first * sizeof(std::int16_t);
-        LineParts words, excess;
-        for (int i = 0; i < lines_down; ++i) {
-            words.part[i] = lines[i].words + at;
-            excess.part[i] = lines[i].marks[chunk] ? lines[i].excess + at : plan.no_excess;
-        }
-        do
-            ++chunk;
-        while (!marked && chunk < plan.layout.chunks && !is_marked(chunk));
+        LineParts excess;
+        for (int i = 0; i < lines_down; ++i)
+            excess.part[i] = lines[i].is_marked(chunk) ? lines[i].excess + at : plan.no_excess;
 
+        const bool marked = is_marked(chunk++);
+        while (!marked && chunk < plan.layout.chunks && !is_marked(chunk))
+            ++chunk;
         const size_t count = std::min(chunk * samples_per_chunk, plan.row_samples) - first;
         if (marked)
-            run_down<V, Between<V>>(destination + first, count, weights, words, excess);
+            run_down<V, Between<V>>(destination + first, count, weights, words_of(lines, at),
+                                    excess);
         else
-            run_down<V, Between<V>>(destination + first, count, weights, words);
+            run_down<V, Between<V>>(destination + first, count, weights, words_of(lines, at));
     }
 }
 
@@ -155,18 +159,18 @@ template <class V>
 void down(uint8_t *destination, void *plan_memory, const void *const *memory, int row_fraction) {
     const Plan &plan = *static_cast<Plan *>(plan_memory);
     const auto line = [&](int i) {
-        return Line<const uint8_t>(plan.layout, static_cast<const uint8_t *>(memory[i]));
+        return LineToRead(plan.layout, static_cast<const uint8_t *>(memory[i]));
     };
-    const Line<const uint8_t> lines[lines_down] = {line(0), line(1), line(2), line(3)};
+    const LineToRead lines[lines_down] = {line(0), line(1), line(2), line(3)};
 
     const int phase = phase_of(row_fraction & 0xFF);
     const CubicWeights &weights = cubic_weights[phase];
-    if (phase != 0)
-        rows_between<V>(destination, plan, lines, weights);
+    if (phase == 0)
+        run_down<V, OnLine<V>>(destination, plan.row_samples, weights, words_of(lines, 0));
+    else if (*lines[0].mark | *lines[1].mark | *lines[2].mark | *lines[3].mark)
+        down_by_chunks<V>(destination, plan, lines, weights);
     else
-        run_down<V, OnLine<V>>(
-            destination, plan.row_samples, weights,
-            LineParts{lines[0].words, lines[1].words, lines[2].words, lines[3].words});
+        run_down<V, Between<V>>(destination, plan.row_samples, weights, words_of(lines, 0));
 }
 
 } // namespace

@@ -43,8 +43,8 @@ constexpr auto weight_pairs = [] {
 // --- lines --------------------------------------------------------------------------------------
 
 // Sums across, a 64th of them, are at most 73408: more than 16 bits. A line has them less 32768 as
-// signed words, and what does not fit as the excess, in words of their own. A chunk with any excess
-// is marked; elsewhere the excess is not written.
+// signed words, and what does not fit as the excess, in words of their own. A line with any excess
+// is marked, and so are its chunks; elsewhere neither excess nor chunks' marks are written.
 constexpr int line_bias = 32768, most_of_word = 32767;
 
 struct LineLayout {
@@ -55,7 +55,7 @@ struct LineLayout {
         : chunks((columns * std::size_t(samples) + samples_per_chunk - 1) / samples_per_chunk),
           words(chunks * samples_per_chunk + words_beyond) {}
 
-    std::size_t bytes() const { return 2 * words * sizeof(std::int16_t) + chunks; }
+    std::size_t bytes() const { return 2 * words * sizeof(std::int16_t) + 1 + chunks; }
 
 private:
     // The last store of a step goes beyond it.
@@ -67,11 +67,14 @@ template <class Byte>
 struct Line {
     Byte *words;
     Byte *excess;
-    Byte *marks; // a byte for each chunk
+    Byte *mark;
+    Byte *marks_of_chunks; // a byte for each
 
     Line(const LineLayout &layout, Byte *memory)
         : words(memory), excess(words + layout.words * sizeof(std::int16_t)),
-          marks(excess + layout.words * sizeof(std::int16_t)) {}
+          mark(excess + layout.words * sizeof(std::int16_t)), marks_of_chunks(mark + 1) {}
+
+    bool is_marked(std::size_t chunk) const { return *mark != 0 && marks_of_chunks[chunk] != 0; }
 };
 
 // --- plans --------------------------------------------------------------------------------------
