@@ -260,71 +260,79 @@ inline SourceRow row_of_windows(Edges &edges, const uint8_t *row, int row_bytes)
 
 // --- lines --------------------------------------------------------------------------------------
 
-template <class Form>
-constexpr std::size_t bytes_of_step = columns_per_step *Form::samples * sizeof(std::int16_t);
+template <int samples>
+constexpr std::size_t bytes_of_step = columns_per_step *samples * sizeof(std::int16_t);
 
 template <class V>
 bool has_limit(V words) {
     return top_bits(equal_words(words, repeat_word<V>(most_of_word))) != 0;
 }
 
-// Makes a run of steps, at their place in a line's part. Answers whether words are at their limit.
+// Makes a part of a line for a run of steps. Answers whether words are at their limit.
 template <class Form, Part part>
-[[gnu::noinline]] bool make_steps(uint8_t *line, Plan &plan, const SourceRow &source_in_memory,
-                                  std::size_t first, std::size_t end) {
-    using V = typename Form::Vector;
+[[gnu::noinline]] bool run_steps(uint8_t *line, Plan &plan, const SourceRow &source_in_memory,
+                                 std::size_t first, std::size_t end) {
+    constexpr std::size_t bytes = bytes_of_step<Form::samples>;
     const SourceRow source = source_in_memory;
     const auto *step = plan.step<Form::samples>() + first;
     const auto *const last = step + (end - first);
-    uint8_t *words = line + first * bytes_of_step<Form>;
-    V most = repeat_byte<V>(0);
+    uint8_t *words = line + first * bytes;
+    auto most = repeat_byte<typename Form::Vector>(0);
 #pragma GCC unroll 1
     for (; step < last; step += Form::steps_at_once) {
         most = max_words(most, Form::template make_words<part>(words, step, source));
-        words += bytes_of_step<Form> * Form::steps_at_once;
+        words += bytes * Form::steps_at_once;
     }
     return has_limit(most);
 }
 
-// Looks for the chunks with words at their limit, and makes their excess.
-template <class Form>
-void make_excess(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
-    using V = typename Form::Vector;
-    constexpr std::size_t steps = samples_per_chunk / (columns_per_step * Form::samples);
-    store(line.words + plan.steps * bytes_of_step<Form>, repeat_byte<V>(0));
+// make<part>(that part of the line, first step, end) makes steps as run_steps does. Where words are
+// at their limit the chunks with them are looked for, to make their excess.
+template <int samples, class V, class Make>
+void make_line(const Line<uint8_t> &line, const Plan &plan, const Make &make) {
+    *line.mark = make.template operator()<Part::words>(line.words, 0, plan.steps);
+    if (!*line.mark)
+        return;
+    constexpr std::size_t bytes = bytes_of_step<samples>;
+    constexpr std::size_t steps = samples_per_chunk / (columns_per_step * samples);
+    store(line.words + plan.steps * bytes, repeat_byte<V>(0)); // what the last vector reads
     for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
         const std::size_t first = chunk * steps, end = std::min(first + steps, plan.steps);
         V most = repeat_byte<V>(0);
-        for (std::size_t at = first * bytes_of_step<Form>; at < end * bytes_of_step<Form>;
-             at += sizeof(V))
+        for (std::size_t at = first * bytes; at < end * bytes; at += sizeof(V))
             most = max_words(most, load<V>(line.words + at));
         line.marks_of_chunks[chunk] = has_limit(most);
-        if (has_limit(most))
-            make_steps<Form, Part::excess>(line.excess, plan, source, first, end);
+        if (line.marks_of_chunks[chunk])
+            make.template operator()<Part::excess>(line.excess, first, end);
     }
 }
 
 template <TapsFrom from, class V>
-void across_singles(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
-    using Form = Singles<from, V>;
-    *line.mark = make_steps<Form, Part::words>(line.words, plan, source, 0, plan.steps);
-    if (*line.mark)
-        make_excess<Form>(line, plan, source);
+void make_line_of_singles(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
+    make_line<1, V>(line, plan, [&]<Part part>(uint8_t *to, std::size_t first, std::size_t end) {
+        return run_steps<Singles<from, V>, part>(to, plan, source, first, end);
+    });
 }
 
 template <int samples, class V>
-void across_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
-    using Anywhere = Pixels<samples, false, V>;
-    using InRow = Pixels<samples, true, V>;
-    const SourceRow source{row, plan.edges.bytes};
+void make_line_of_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
     fill_edges<samples>(plan.edges, row, plan.row_bytes);
-    const std::size_t first = plan.first_in_row, end = plan.end_in_row;
-    bool excess = make_steps<Anywhere, Part::words>(line.words, plan, source, 0, first);
-    excess |= make_steps<InRow, Part::words>(line.words, plan, source, first, end);
-    excess |= make_steps<Anywhere, Part::words>(line.words, plan, source, end, plan.steps);
-    *line.mark = excess;
-    if (excess)
-        make_excess<Anywhere>(line, plan, source);
+    const SourceRow source{row, plan.edges.bytes};
+    make_line<samples, V>(
+        line, plan, [&]<Part part>(uint8_t *to, std::size_t first, std::size_t end) {
+            const std::size_t in_row = std::clamp(plan.first_in_row, first, end);
+            const std::size_t beyond = std::clamp(plan.end_in_row, first, end);
+            using Anywhere = Pixels<samples, false, V>;
+            bool limit = false;
+            if (first < in_row)
+                limit |= run_steps<Anywhere, part>(to, plan, source, first, in_row);
+            if (in_row < beyond)
+                limit |=
+                    run_steps<Pixels<samples, true, V>, part>(to, plan, source, in_row, beyond);
+            if (beyond < end)
+                limit |= run_steps<Anywhere, part>(to, plan, source, beyond, end);
+            return limit;
+        });
 }
 
 template <class V>
@@ -335,16 +343,16 @@ void across(void *memory, void *plan_memory, const uint8_t *row) {
     case 1:
 #ifdef __SSE4_1__
         if (plan.windows)
-            return across_singles<TapsFrom::windows, V>(
+            return make_line_of_singles<TapsFrom::windows, V>(
                 line, plan, row_of_windows(plan.edges, row, plan.row_bytes));
 #else
         fill_edges<1>(plan.edges, row, plan.row_bytes);
 #endif
-        return across_singles<TapsFrom::fours, V>(line, plan, {row, plan.edges.bytes});
+        return make_line_of_singles<TapsFrom::fours, V>(line, plan, {row, plan.edges.bytes});
     case 3:
-        return across_pixels<3, V>(line, plan, row);
+        return make_line_of_pixels<3, V>(line, plan, row);
     default:
-        return across_pixels<4, V>(line, plan, row);
+        return make_line_of_pixels<4, V>(line, plan, row);
     }
 }
 
