@@ -29,10 +29,10 @@ BOOL WINAPI on_console_event(DWORD event) {
 }
 
 // The Esc key in the console that the program reads from: also one that was typed while nobody
-// looked. All else that was typed ahead stays for whoever reads it.
+// looked. What was typed after it, or without it, stays for whoever reads it.
 bool was_escape_typed() {
     HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-    INPUT_RECORD records[64];
+    static INPUT_RECORD records[2048]; // each key is two, and the mouse makes them, too
     DWORD count = 0;
     if (!PeekConsoleInputW(input, records, static_cast<DWORD>(std::size(records)), &count))
         return false; // no console
