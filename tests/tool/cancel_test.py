@@ -1,4 +1,4 @@
-"""Ctrl-C: q32tool ends with its own exit code and leaves everything as it was.
+"""Ctrl-C and Esc: q32tool ends with its own exit code and leaves everything as it was.
 
 Wine turns SIGINT into the console's Ctrl-C event.
 """
@@ -8,7 +8,7 @@ import re
 import signal
 
 import pictures
-from tool_case import CANCELLED, ToolCase
+from tool_case import CANCELLED, DONE, ToolCase
 
 
 class CtrlC(ToolCase):
@@ -129,43 +129,95 @@ class Scaling(ToolCase):
         self.cancel("in.png", "--bits", "1")
 
 
-class Streaming(ToolCase):
+class StreamingCase(ToolCase):
+    """60 frames in the folder "in", and a folder "out"."""
+
     frames = 60
 
-    def setUp(self):
-        super().setUp()
+    def write_frames(self):
         self.make_folder("out")
         first = self.folder / self.write("in/00.png", pictures.png(pictures.noise(300, 300)))
         for number in range(1, self.frames):
             os.link(first, self.folder / f"in/{number:02}.png")
+        self.before = self.files()
 
-    def cancel(self, moment, pictures_folder, *options):
-        """Sends Ctrl-C at a moment; returns the names of the frames that were written."""
-        before = self.files()
-        process, said = self.run_until(moment, "stream", "in", pictures_folder, *options)
+    def assert_stopped_between_frames(self, folder, line):
+        """Some frames have been written to a folder, the others not, and the line says so."""
+        wanted = [f"{folder}/{number:02}.png" for number in range(self.frames)]
+        found = [name for name in wanted if (self.folder / name).exists()]
+        sizes = [self.read(name).picture.width for name in found]
+        done = sizes.count(150)
+        self.assertTrue(0 < done < self.frames, done)
+        self.assertEqual(sizes[:done], [150] * done)
+        were = "was" if done == 1 else "were"
+        self.assertEqual(line, f"q32tool: cancelled; of {self.frames} frames {done} {were} written")
+        self.assert_only_new(self.before, *wanted[:done])
+
+
+class Streaming(StreamingCase):
+    def setUp(self):
+        super().setUp()
+        self.write_frames()
+
+    def cancel(self, folder):
+        process, said = self.run_until(b"streaming", "stream", "in", folder, "--percent", "50")
         with process:
             process.send_signal(signal.SIGINT)
             out, rest = process.communicate(timeout=20)
         self.assertEqual((process.returncode, out), (CANCELLED, b""), rest)
-        names = sorted(os.listdir(self.folder / pictures_folder))
-        self.assert_only_new(before, *(f"{pictures_folder}/{name}" for name in names))
-        return self.last_line(said + rest), names
+        self.assert_stopped_between_frames(folder, self.last_line(said + rest))
 
-    def test_keeps_the_frames_that_are_done(self):
-        line, names = self.cancel(b"streaming", "out", "--percent", "50")
-        done = len(names)
-        self.assertTrue(0 < done < self.frames, done)
-        self.assertEqual(names, [f"{number:02}.png" for number in range(done)])
-        were = "was" if done == 1 else "were"
-        self.assertEqual(line, f"q32tool: cancelled; of 60 frames {done} {were} written")
-        for name in names:
-            found = self.read(f"out/{name}").picture
-            self.assertEqual((found.width, found.height), (150, 150))
+    def test_frames_that_are_done_stay(self):
+        self.cancel("out")
 
     def test_in_place(self):
-        line, names = self.cancel(b"streaming", "in", "--percent", "50")
-        self.assertEqual(len(names), self.frames)
-        sizes = [self.read(f"in/{name}").picture.width for name in names]
-        done = sizes.count(150)
-        self.assertEqual(sizes, [150] * done + [300] * (self.frames - done))
-        self.assertRegex(line, rf"cancelled; of 60 frames {done} (was|were) written$")
+        self.cancel("in")
+
+
+class Escape(StreamingCase):
+    """The Esc key, in a console."""
+
+    def setUp(self):
+        super().setUp()
+        self.write("in.png", pictures.png(pictures.noise(40, 30)))
+
+    def convert_after(self, keys):
+        """The exit code, errors, and which keys are left in the console."""
+        result = self.run_tool("convert", "in.png", "out.png", keys=keys)
+        wrote = "out.png: 40 x 30 pixels, 24 bits, PNG\n" if result.code == DONE else ""
+        self.assertEqual((self.folder / "out.png").exists(), result.code == DONE)
+        self.assertRegex(result.out, rf"\A{wrote}left: [a-z]*\n\Z")
+        (self.folder / "out.png").unlink(missing_ok=True)
+        return result.code, result.err, result.out[len(wrote) :].split()[1:]
+
+    def test_typed_ahead(self):
+        cancelled = "q32tool: cancelled; nothing was written\n"
+        self.assertEqual(self.convert_after("^"), (CANCELLED, cancelled, []))
+        self.assertEqual(self.convert_after("abc^de"), (CANCELLED, cancelled, ["de"]))
+        self.assertEqual(self.convert_after("a" * 500 + "^b"), (CANCELLED, cancelled, ["b"]))
+
+    def test_other_keys_stay_for_others(self):
+        self.assertEqual(self.convert_after("abc"), (DONE, "", ["abc"]))
+        self.assertEqual(self.convert_after("~ab~"), (DONE, "", ["ab"]))
+
+    def escape_at(self, moment, *arguments):
+        """Presses Esc when the progress has come to moment; returns the last line."""
+        process, said = self.run_until(moment, *arguments, console=True)
+        with process:
+            out, rest = process.communicate(b"a^b", timeout=20)
+        self.assertEqual((process.returncode, out), (CANCELLED, b"left: b\n"), rest)
+        return self.last_line(said + rest)
+
+    def test_while_scaling(self):
+        self.make_folder("swap")
+        self.write("out.png", b"an older file")
+        before = self.files()
+        options = ["--size", "12000x9000", "--storage", "file", "--swap-dir", "swap"]
+        line = self.escape_at(b"scaling", "scale", "in.png", "out.png", *options)
+        self.assertEqual(line, "q32tool: cancelled; nothing was written")
+        self.assert_only_new(before)
+
+    def test_while_streaming(self):
+        self.write_frames()
+        line = self.escape_at(b"streaming", "stream", "in", "out", "--percent", "50")
+        self.assert_stopped_between_frames("out", line)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Tests q32tool from outside: run_tests.py PROGRAM EMULATOR SCRATCH [TEST...]
+"""Tests q32tool from outside: run_tests.py PROGRAM CONSOLE EMULATOR SCRATCH [TEST...]
 
-PROGRAM is run by EMULATOR, in folders below SCRATCH. TEST chooses tests as unittest names them,
+PROGRAM is run by EMULATOR, in folders below SCRATCH; CONSOLE is tool_console, which types. TEST chooses tests as unittest names them,
 such as pixels_test.Grey; without it all are run.
 """
 
@@ -30,9 +30,13 @@ MODULES = [
 ]
 
 
-def main(program, emulator, scratch, *tests):
-    Program.command = [str(pathlib.Path(emulator).resolve()), str(pathlib.Path(program).resolve())]
-    Program.scratch = pathlib.Path(scratch).resolve()
+def main(program, console, emulator, scratch, *tests):
+    program, console, emulator, scratch = (
+        pathlib.Path(path).resolve() for path in (program, console, emulator, scratch)
+    )
+    Program.command = [str(emulator), str(program)]
+    Program.console = str(console)
+    Program.scratch = scratch
     suite = unittest.defaultTestLoader.loadTestsFromNames(tests or MODULES)
     result = unittest.TextTestRunner(verbosity=2).run(suite)
     return 0 if result.wasSuccessful() and result.testsRun and not result.skipped else 1

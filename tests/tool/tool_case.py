@@ -35,7 +35,14 @@ class Program:
     """The command that starts the program, and the folder in which tests may work."""
 
     command = []
+    console = ""
     scratch = pathlib.Path()
+
+    @classmethod
+    def in_console(cls, keys):
+        """The command that starts it in a console where these keys are typed (console.cpp)."""
+        emulator, program = cls.command
+        return [emulator, cls.console, keys, program]
 
 
 def environment():
@@ -91,16 +98,17 @@ class ToolCase(unittest.TestCase):
 
     # Running
 
-    def run_until(self, moment, *arguments):
+    def run_until(self, moment, *arguments, console=False):
         """Starts the program and waits until its progress has come to moment.
 
-        Returns the process, which goes on, and what it has said so far.
+        Returns the process, which goes on, and what it has said so far. console: in one, into which
+        all is typed that is written to the process.
         """
         process = subprocess.Popen(
-            [*Program.command, *arguments, "--progress"],
+            [*(Program.in_console("") if console else Program.command), *arguments, "--progress"],
             cwd=self.folder,
             env=environment(),
-            stdin=subprocess.DEVNULL,
+            stdin=subprocess.PIPE if console else subprocess.DEVNULL,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
         )
@@ -117,10 +125,13 @@ class ToolCase(unittest.TestCase):
         """What is left standing on a console after progress bars have gone over it."""
         return text(output).rstrip("\n").replace("\r", "\n").splitlines()[-1]
 
-    def run_tool(self, *arguments, file_size=None):
-        """Runs the program to its end. file_size: no file can grow beyond it."""
+    def run_tool(self, *arguments, file_size=None, keys=None):
+        """Runs the program to its end.
+
+        file_size: no file can grow beyond it. keys: in a console in which they have been typed.
+        """
         done = subprocess.run(
-            [*Program.command, *arguments],
+            [*(Program.command if keys is None else Program.in_console(keys)), *arguments],
             cwd=self.folder,
             env=environment(),
             stdin=subprocess.DEVNULL,
