@@ -136,6 +136,8 @@ void Side::make_special(Sort sort, Random &random) {
     Bytes pixels(std::max<size_t>(size_t((width * bits + 7) / 8 * height), 8));
     random.fill(pixels);
     repeat(picture, pixels.data(), width, height);
+    if (bits < 8 && sort != Sort::pattern) // a colour is a byte of pixels
+        std::fill(picture.image.bytes().begin(), picture.image.bytes().end(), pixels[0]);
     const BUF32PATTERN pattern{uint16_t(width), uint16_t(height), pixels.data()};
     buffer_ = std::make_unique<Buffer>(
         bits, int(geometry.width), int(geometry.height), type_of(sort),

@@ -1,0 +1,234 @@
+// Pixels of every path against the model, byte for byte: sizes around those of cells, depths, sorts
+// and destinations at random, and pictures that bring out what is special in the arithmetic.
+#include "tests/resample_buffers/resample_fixture.h"
+
+namespace q32::test {
+namespace {
+
+class ResamplePixels : public ResampleTest {};
+
+constexpr int some_sides[] = {1, 2, 3, 127, 128, 129, 255, 256, 257};
+
+// Every side to every side, across and down.
+TEST_F(ResamplePixels, OfSidesAroundCells) {
+    Random random(test_seed(), 1);
+    for (Path path : all_paths)
+        for (int from : some_sides)
+            for (int into : some_sides) {
+                const Side wide(bits_of(path), from, 3, random);
+                check_new(manner_of(path), into, 5, wide);
+                const Side high(bits_of(path), 3, from, random);
+                check_new(manner_of(path), 5, into, high);
+                if (HasFailure())
+                    return;
+            }
+}
+
+TEST_F(ResamplePixels, OfBytes) {
+    Random random(test_seed(), 2);
+    for (Path path : {Path::nearest_cells, Path::bilinear_cells, Path::bicubic_cells})
+        for (int from : some_sides)
+            for (int into : {1, 2, 127, 129, 257}) {
+                const Side source(8, from, 4, random);
+                check_new(manner_of(path), into, 7, source);
+                if (HasFailure())
+                    return;
+            }
+}
+
+// --- at random -------------------------------------------------------------------------------
+
+int random_side(Random &random) {
+    switch (random.below(8)) {
+    case 0:
+        return between(random, 1, 4);
+    case 1:
+        return some_sides[random.below(std::size(some_sides))];
+    case 2:
+        return between(random, 100, 400);
+    default:
+        return between(random, 1, 150);
+    }
+}
+
+Manner random_manner(Random &random) {
+    const int methods[] = {RESAMPLE_NEAREST, RESAMPLE_BILINEAR, RESAMPLE_BICUBIC, 3};
+    return {random.below(6) != 0, random.below(4) == 0 ? 1 : 0, methods[random.below(4)]};
+}
+
+// Half of the bytes are 0 or 255, so that sums run over and under.
+void sharpen(Side &side, Random &random) {
+    for (uint8_t &byte : side.picture.image.bytes())
+        byte = random.below(4) == 0 ? byte : uint8_t(random.below(2) * 255);
+    store(side, side.picture.image);
+    set_word(side, field_access_mode, Side::no_mode);
+}
+
+Sort random_sort(Random &random) {
+    const Sort sorts[] = {
+        Sort::tiled,     Sort::linear, Sort::linear_memory,    Sort::linear_shrink,
+        Sort::duplicate, Sort::shared, Sort::linear_duplicate, Sort::bitmap};
+    return sorts[random.below(std::size(sorts))];
+}
+
+TEST_F(ResamplePixels, OfNewBuffersAtRandom) {
+    random_cases(1200, [&](Random &random, uint64_t number) {
+        const int depths[] = {1, 2, 4, 7, 8, 8, 8, 12, 16, 16, 16, 20, 24, 24, 24, 32, 48, 64};
+        const int bits = depths[random.below(std::size(depths))];
+        Manner manner = random_manner(random);
+        if (is_of_cells(path_of(manner, bits, true)) && !model::cells_take(bits, bits))
+            manner = {true, 1, manner.method};
+        SCOPED_TRACE(rerun(number));
+        Side source(random_sort(random), bits, random_side(random), random_side(random), random);
+        if (random.below(2) == 0 && source.partner() == 0)
+            sharpen(source, random);
+        check_new(manner, random_side(random), random_side(random), source);
+        source.expect_picture();
+        return !HasFailure();
+    });
+}
+
+TEST_F(ResamplePixels, OfGivenBuffersAtRandom) {
+    random_cases(1000, [&](Random &random, uint64_t number) {
+        const int depths[] = {1, 2, 4, 8, 8, 12, 16, 20, 24, 24, 32, 48, 64};
+        const int from = depths[random.below(std::size(depths))];
+        int into = random.below(3) == 0 ? from : depths[random.below(std::size(depths))];
+        const Manner manner = random_manner(random);
+        if (is_of_cells(path_of(manner, from, true)) && !model::cells_take(from, into))
+            into = 8;
+        SCOPED_TRACE(rerun(number));
+        const Side source(random_sort(random), from, random_side(random), random_side(random),
+                          random);
+        Side given(random_sort(random), into, random_side(random), random_side(random), random);
+        check_given(manner, given, source);
+        source.expect_picture();
+        return !HasFailure();
+    });
+}
+
+// --- special pictures ------------------------------------------------------------------------
+
+// Every word through rows: nearest neighbour keeps bit 15, interpolation drops it.
+TEST_F(ResamplePixels, OfEveryWord) {
+    Picture picture(Geometry(256, 256, 16, BUF32_TILED));
+    for (size_t i = 0; i < picture.image.bytes().size(); i += 2) {
+        picture.image.bytes()[i] = uint8_t(i / 2);
+        picture.image.bytes()[i + 1] = uint8_t(i / 2 >> 8);
+    }
+    const Buffer source(16, 256, 256);
+    store(source, picture.image);
+    for (Path path : {Path::nearest_rows, Path::bilinear_rows, Path::bicubic_rows})
+        for (const auto &[width, height] : {std::pair{256, 256}, {255, 257}, {513, 300}})
+            check_new({true, 0, manner_of(path).method}, width, height, picture, source);
+}
+
+// One pixel is all there is: every place reads it.
+TEST_F(ResamplePixels, OfOnePixel) {
+    Random random(test_seed(), 3);
+    for (Path path : all_paths)
+        for (const auto &[width, height] : {std::pair{1, 1}, {1, 2}, {2, 1}, {130, 131}}) {
+            const Side source(bits_of(path), 1, 1, random);
+            check_new(manner_of(path), width, height, source);
+            const Side larger(bits_of(path), width, height, random);
+            check_new(manner_of(path), 1, 1, larger);
+        }
+}
+
+// Equal size is a copy, but for words that are interpolated: they lose bit 15. Cells that
+// interpolate divide first and multiply then, which gives back the same places for some sides only.
+TEST_F(ResamplePixels, OfEqualSizeAreCopies) {
+    Random random(test_seed(), 4);
+    for (Path path : all_paths) {
+        SCOPED_TRACE(name_of(path));
+        const bool exact = path == Path::bilinear_cells || path == Path::bicubic_cells;
+        const int width = exact ? 256 : 150, height = exact ? 128 : 140;
+        const Side source(bits_of(path), width, height, random);
+        check_new(manner_of(path), width, height, source);
+        HBUF32 handle = 0;
+        ASSERT_EQ(resample(manner_of(path), width, height, source, &handle), 1);
+        const Buffer made(handle);
+        Picture expected = source.picture;
+        if (bits_of(path) == 16)
+            for (size_t i = 1; i < expected.image.bytes().size(); i += 2)
+                expected.image.bytes()[i] &= 0x7F;
+        expect_same_pixels(picture_of(made), expected);
+    }
+}
+
+// The longest sides that a buffer can have.
+TEST_F(ResamplePixels, OfTheLongestSides) {
+    Random random(test_seed(), 5);
+    for (Path path : all_paths)
+        for (int side : {1, 31999, 32000}) {
+            const Side wide(bits_of(path), 32000, 2, random);
+            check_new(manner_of(path), side, 3, wide);
+            const Side high(bits_of(path), 2, 32000, random);
+            check_new(manner_of(path), 3, side, high);
+            const Side narrow(bits_of(path), 7, 2, random);
+            check_new(manner_of(path), 32000, 1, narrow);
+        }
+}
+
+// Literals, so that the model is not the only witness.
+class ResampleExamples : public ResampleTest {
+protected:
+    Bytes resampled_row(const Manner &manner, int bits, const Bytes &row, int into) {
+        const int from = int(row.size()) * 8 / bits;
+        const Buffer source(bits, from, 1);
+        PlainImage image(Geometry(from, 1, bits, BUF32_TILED));
+        std::copy_n(row.begin(), image.bytes().size(), image.bytes().begin());
+        store(source, image);
+        HBUF32 handle = 0;
+        EXPECT_SUCCESS(resample(manner, into, 1, source, &handle));
+        const Buffer made(handle);
+        return made ? read_rows(made).bytes() : Bytes{};
+    }
+};
+
+TEST_F(ResampleExamples, Nearest) {
+    const Manner rows{true, 1, RESAMPLE_NEAREST}, cells{true, 0, RESAMPLE_NEAREST};
+    EXPECT_EQ(resampled_row(rows, 8, {10, 20, 30}, 6), (Bytes{10, 10, 20, 20, 30, 30}));
+    EXPECT_EQ(resampled_row(cells, 8, {10, 20, 30}, 6), (Bytes{10, 20, 20, 30, 30, 30}));
+    // Reducing, the ends meet.
+    const Bytes ten{0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+    EXPECT_EQ(resampled_row(rows, 8, ten, 4), (Bytes{0, 3, 6, 9}));
+    EXPECT_EQ(resampled_row(cells, 8, ten, 4), (Bytes{0, 3, 6, 9}));
+    EXPECT_EQ(resampled_row(rows, 8, ten, 1), (Bytes{0}));
+    EXPECT_EQ(resampled_row(cells, 8, ten, 1), (Bytes{0}));
+    // Places 0, 4.5, 9 and 0, 2.25, 4.5, 6.75, 9.
+    EXPECT_EQ(resampled_row(rows, 8, ten, 3), (Bytes{0, 4, 9}));
+    EXPECT_EQ(resampled_row(cells, 8, ten, 3), (Bytes{0, 5, 9}));
+    EXPECT_EQ(resampled_row(rows, 8, ten, 5), (Bytes{0, 2, 4, 6, 9}));
+    EXPECT_EQ(resampled_row(cells, 8, ten, 5), (Bytes{0, 2, 5, 7, 9}));
+    // Words keep their highest bit.
+    EXPECT_EQ(resampled_row({true, 0, RESAMPLE_NEAREST}, 16, {0xFF, 0xFF, 0x34, 0x92}, 3),
+              (Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0x34, 0x92}));
+}
+
+TEST_F(ResampleExamples, Bilinear) {
+    const Manner cells{true, 0, RESAMPLE_BILINEAR};
+    // Fractions of a half and of three quarters; the last pixel has no neighbour.
+    EXPECT_EQ(resampled_row(cells, 8, {0, 100}, 4), (Bytes{0, 50, 100, 100}));
+    EXPECT_EQ(resampled_row(cells, 8, {100, 0}, 4), (Bytes{100, 50, 0, 0}));
+    // The difference is halved first: 99 >> 1 is 49, and twice that is 98.
+    EXPECT_EQ(resampled_row(cells, 8, {0, 99}, 4), (Bytes{0, 49, 99, 99}));
+    EXPECT_EQ(resampled_row(cells, 8, {0, 255}, 8), (Bytes{0, 63, 127, 190, 255, 255, 255, 255}));
+    // Cells reduce without meeting the ends.
+    EXPECT_EQ(resampled_row(cells, 8, {0, 10, 20, 30, 40, 50}, 3), (Bytes{0, 20, 40}));
+    // A word: black and white widened are 7 and 255.
+    EXPECT_EQ(resampled_row({false}, 16, {0x00, 0x00, 0xFF, 0x7F}, 4),
+              (Bytes{0x00, 0x00, 0x10, 0x42, 0xFF, 0x7F, 0xFF, 0x7F}));
+    EXPECT_EQ(resampled_row({false}, 16, {0x00, 0x80, 0xFF, 0xFF}, 2),
+              (Bytes{0x00, 0x00, 0xFF, 0x7F}));
+}
+
+TEST_F(ResampleExamples, Bits) {
+    // Half way and beyond is the next pixel.
+    EXPECT_EQ(resampled_row({false}, 1, {0b01100000}, 16), (Bytes{0b01111000, 0}));
+    // Places 0, 2.33, 4.67 and 7.
+    EXPECT_EQ(resampled_row({false}, 1, {0b01010101}, 4), (Bytes{0b00110000}));
+    EXPECT_EQ(resampled_row({false}, 1, {0xFF}, 3), (Bytes{0xE0}));
+}
+
+} // namespace
+} // namespace q32::test
