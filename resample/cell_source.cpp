@@ -17,7 +17,7 @@ Extent read_by(const Positions &positions, Reach reach, int image) {
     return {first, last - first + 1};
 }
 
-// Whether more than every other row between the first and the last is passed over.
+// Whether, from one destination row to the next, at least one source row is passed over.
 bool passes_over_rows(const Positions &rows, Reach reach) {
     const int span = rows.index[rows.count - 1] - rows.index[0];
     return std::size_t(span) > std::size_t(reach.count + 1) * (rows.count - 1);
