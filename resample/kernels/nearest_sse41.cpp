@@ -4,6 +4,6 @@
 
 namespace q32::resample {
 
-const NearestKernels nearest_sse41 = nearest_by_windows<V16>;
+const NearestKernels nearest_sse41 = NearestByWindows<V16>::kernels;
 
 } // namespace q32::resample

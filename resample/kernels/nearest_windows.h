@@ -1,6 +1,7 @@
 // Nearest neighbour by choosing bytes: 16 bytes of the destination, a lane, come out of the next
 // 16, 32, 48 ... bytes of the source row, its windows, by one shuffle of each, whatever the size of
-// the pixels. Where columns lie too far apart for that, or do not ascend, pixels are moved.
+// the pixels. Vectors of 64 bytes choose from windows of 64 bytes, across lanes. Where columns lie
+// too far apart for that, or do not ascend, pixels are moved.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
@@ -9,6 +10,7 @@
 #include "rows/kernels/vectors.h"
 
 #include <array>
+#include <utility>
 
 namespace q32::resample {
 namespace {
@@ -18,55 +20,84 @@ using rows::store_16;
 using rows::V16;
 
 constexpr std::size_t lane_bytes = sizeof(V16);
-constexpr std::size_t most_windows = 8;
 
-// A window costs about as much as moving a pixel, and a little more.
-constexpr std::size_t windows_that_pay(int pixel_bytes) {
-    return std::min(most_windows, 12 / std::size_t(pixel_bytes));
-}
+constexpr std::size_t most_window_bytes = 256; // in a row: what a byte can count
+
+// A shuffle chooses within lanes, so that every window of every lane has choices of its own: bytes
+// that lie in another window come out as 0.
+template <class V>
+struct Windows {
+    static constexpr std::size_t bytes = lane_bytes; // of a window
+    static constexpr std::size_t most = 8;
+
+    // A window costs about as much as moving a pixel, and a little more.
+    static std::size_t that_pay(int pixel_bytes) {
+        return std::min(most, 12 / std::size_t(pixel_bytes));
+    }
+    static std::size_t choices(std::size_t windows) { return windows; }
+};
+
+#ifdef __AVX512VBMI__
+using rows::V64;
+
+// The choices of a vector count through all of its windows.
+template <>
+struct Windows<V64> {
+    static constexpr std::size_t bytes = sizeof(V64);
+    static constexpr std::size_t most = 4;
+
+    static std::size_t that_pay(int) { return most; }
+    static std::size_t choices(std::size_t) { return 1; }
+};
+#endif
 
 // --- the plan -----------------------------------------------------------------------------------
 
+// Followed by the offsets of all columns, where the windows of each stretch of the row begin, and
+// for each vector which bytes of them to take. The last vector ends with the row, and makes bytes
+// of the one before it again.
 struct Plan {
+    using MakeRow = void(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row);
+
+    MakeRow *make_row;
     std::size_t columns;
     std::size_t bytes; // of a destination row
     std::size_t source_bytes;
     int pixel_bytes;
-    std::size_t windows; // 0: pixels are moved
-    std::size_t with_a_byte_more;
-    // A source row that is shorter than the windows is read from here.
-    alignas(lane_bytes) std::uint8_t narrow_row[most_windows * lane_bytes];
-
-    bool is_narrow() const { return source_bytes < windows * lane_bytes; }
-};
-
-// What follows a plan: the offsets of all columns, where the windows of each lane begin, and for
-// each vector and each of its windows which bytes to take. The last vector ends with the row, and
-// makes bytes of the one before it again.
-template <class V>
-struct Parts {
-    static constexpr std::size_t lanes = sizeof(V) / lane_bytes; // of a vector
-    static constexpr std::size_t spare_offsets = lane_bytes;     // may be read behind the last
-
-    Offset *offsets;
+    std::size_t windows;
+    std::size_t with_a_byte_more; // when pixels are moved
     Offset *starts;
     std::uint8_t *choices;
+    // A source row that is shorter than the windows is read from here.
+    alignas(lane_bytes) std::uint8_t narrow_row[most_window_bytes];
 
-    explicit Parts(Plan *plan)
-        : offsets(reinterpret_cast<Offset *>(plan + 1)),
-          starts(offsets + plan->columns + spare_offsets),
-          choices(
-              static_cast<std::uint8_t *>(first_aligned(starts + lanes * vectors(plan->bytes)))) {}
-
-    static std::size_t vectors(std::size_t row_bytes) {
-        return (row_bytes + sizeof(V) - 1) / sizeof(V);
-    }
-    static std::size_t bytes(std::size_t columns, int pixel_bytes) {
-        const std::size_t row_vectors = vectors(columns * std::size_t(pixel_bytes));
-        return (columns + spare_offsets + lanes * row_vectors) * sizeof(Offset) + work_alignment +
-               windows_that_pay(pixel_bytes) * row_vectors * sizeof(V);
-    }
+    Offset *offsets() { return reinterpret_cast<Offset *>(this + 1); }
+    const Offset *offsets() const { return reinterpret_cast<const Offset *>(this + 1); }
 };
+
+constexpr std::size_t spare_offsets = lane_bytes; // may be read behind the last
+
+template <class V>
+constexpr std::size_t vectors(std::size_t row_bytes) {
+    return (row_bytes + sizeof(V) - 1) / sizeof(V);
+}
+template <class V>
+constexpr std::size_t starts_of_vector = sizeof(V) / Windows<V>::bytes;
+
+template <class V>
+std::size_t bytes_behind_offsets(std::size_t columns, int pixel_bytes) {
+    return vectors<V>(columns * std::size_t(pixel_bytes)) *
+               (starts_of_vector<V> * sizeof(Offset) +
+                Windows<V>::choices(Windows<V>::that_pay(pixel_bytes)) * sizeof(V)) +
+           work_alignment;
+}
+
+template <class V>
+void lay_out(Plan &plan) {
+    plan.starts = plan.offsets() + plan.columns + spare_offsets;
+    plan.choices = static_cast<std::uint8_t *>(
+        first_aligned(plan.starts + starts_of_vector<V> * vectors<V>(plan.bytes)));
+}
 
 // --- offsets ------------------------------------------------------------------------------------
 
@@ -87,6 +118,7 @@ inline bool make_offsets(Offset *offsets, const Positions &columns, Extent sourc
         const V16 pixels = _mm_sub_epi32(_mm_min_epi32(_mm_max_epi32(here, first), last), first);
         store_16(reinterpret_cast<std::uint8_t *>(offsets + x), _mm_mullo_epi32(pixels, factor));
     }
+    std::fill_n(offsets + columns.count, spare_offsets, Offset(0));
     bool ascend = _mm_movemask_epi8(descents) == 0;
     for (; x < columns.count; ++x) {
         offsets[x] = offset_of(columns.index[x], source, pixel_bytes);
@@ -133,37 +165,41 @@ void each_lane(const Plan &plan, const Take &take) {
         for (; count != 0; --count, lane = next(lane))
             take(lane);
     };
-    constexpr std::size_t lanes = Parts<V>::lanes;
-    take_lanes({0, 0}, lanes * (Parts<V>::vectors(plan.bytes) - 1));
+    constexpr std::size_t lanes = sizeof(V) / lane_bytes;
+    take_lanes({0, 0}, lanes * (vectors<V>(plan.bytes) - 1));
     const std::size_t last_vector = plan.bytes - sizeof(V);
     take_lanes(
         {last_vector / std::size_t(pixel_bytes), int(last_vector % std::size_t(pixel_bytes))},
         lanes);
 }
 
-// Stores where the source bytes of each lane begin, and returns the windows that the longest of
-// them needs. Only the first and the last pixel of a lane may not be whole in it; the pixels beside
-// them may be the same source pixels.
+// Stores where the source bytes begin that come out of the same windows, and returns the windows
+// that the longest of these stretches needs. Only the first and the last pixel of a lane may not be
+// whole in it; the pixels beside them may be the same source pixels.
 template <class V>
-std::size_t make_starts(const Plan &plan, const Parts<V> &parts) {
+std::size_t make_starts(Plan &plan) {
+    constexpr std::size_t lanes = Windows<V>::bytes / lane_bytes;
     Offset most_bytes = 0;
-    Offset *start = parts.starts;
+    std::size_t i = 0;
     each_lane<V>(plan, [&](Lane lane) {
         const LaneLayout &layout = lane_layouts[plan.pixel_bytes][lane.byte];
-        const Offset *const first = parts.offsets + lane.pixel;
+        const Offset *const first = plan.offsets() + lane.pixel;
         const Offset *const last = first + layout.pixel.back();
-        const Offset begin = std::min(first[0] + Offset(lane.byte), first[1]);
-        const Offset end =
-            std::max(last[0] + layout.byte.back() + 1, last[-1] + Offset(plan.pixel_bytes));
-        most_bytes = std::max(most_bytes, end - begin);
-        *start++ = begin;
+        Offset &start = plan.starts[i / lanes];
+        if (i % lanes == 0)
+            start = std::min(first[0] + Offset(lane.byte), first[1]);
+        if (++i % lanes == 0)
+            most_bytes = std::max(most_bytes, std::max(last[0] + layout.byte.back() + 1,
+                                                       last[-1] + Offset(plan.pixel_bytes)) -
+                                                  start);
     });
-    return (most_bytes + lane_bytes - 1) / lane_bytes;
+    return (most_bytes + Windows<V>::bytes - 1) / Windows<V>::bytes;
 }
 
 // --- choices ------------------------------------------------------------------------------------
 
-// The distances of a lane's source bytes from the first byte of its first pixel.
+// The distances of a lane's source bytes from the first byte of its first pixel: less than the
+// windows have, since whole pixels end the stretch that they hold.
 inline V16 distances(const Offset *offsets, const LaneLayout &layout) {
     const V16 first = _mm_set1_epi32(int(offsets[0]));
     const auto four = [&](int i) {
@@ -184,119 +220,161 @@ inline V16 within_window(V16 distances_from_start, std::size_t window) {
 
 // Windows that would reach beyond the source row are moved back to its end.
 template <class V>
-void make_choices(const Plan &plan, const Parts<V> &parts) {
-    const std::size_t all_windows = plan.windows * lane_bytes;
+void make_choices(Plan &plan) {
+    constexpr std::size_t lanes = Windows<V>::bytes / lane_bytes;
+    const std::size_t all_windows = plan.windows * Windows<V>::bytes;
     const Offset furthest = Offset(std::max(plan.source_bytes, all_windows) - all_windows);
-    Offset *start = parts.starts;
-    std::uint8_t *choice = parts.choices;
-    std::size_t lane_of_vector = 0;
+    const std::size_t choices = Windows<V>::choices(plan.windows);
+    std::uint8_t *choice = plan.choices;
+    std::size_t i = 0;
     each_lane<V>(plan, [&](Lane lane) {
-        const Offset *const offsets = parts.offsets + lane.pixel;
-        *start = std::min(*start, furthest);
+        const Offset *const offsets = plan.offsets() + lane.pixel;
+        Offset &start = plan.starts[i / lanes];
+        if (i % lanes == 0)
+            start = std::min(start, furthest);
         const V16 from_start =
             _mm_add_epi8(distances(offsets, lane_layouts[plan.pixel_bytes][lane.byte]),
-                         _mm_set1_epi8(char(offsets[0] - *start)));
-        ++start;
-        for (std::size_t window = 0; window < plan.windows; ++window)
-            store_16(choice + window * sizeof(V), within_window(from_start, window));
+                         _mm_set1_epi8(char(offsets[0] - start)));
+        if constexpr (lanes == 1)
+            for (std::size_t window = 0; window < choices; ++window)
+                store_16(choice + window * sizeof(V), within_window(from_start, window));
+        else
+            store_16(choice, from_start);
         choice += lane_bytes;
-        if (++lane_of_vector == Parts<V>::lanes) {
-            lane_of_vector = 0;
-            choice += (plan.windows - 1) * sizeof(V);
-        }
+        if (++i % (sizeof(V) / lane_bytes) == 0) // behind the vector's further windows
+            choice += (choices - 1) * sizeof(V);
     });
 }
 
 // --- rows ---------------------------------------------------------------------------------------
 
 template <class V>
-V load_windows(const std::uint8_t *source_row, const Offset *starts) {
-    if constexpr (Parts<V>::lanes == 1)
-        return load_16(source_row + starts[0]);
+V load_windows(const std::uint8_t *at, const Offset *starts) {
+    if constexpr (starts_of_vector<V> == 1)
+        return rows::load<V>(at + starts[0]);
     else
-        return rows::load_lanes<V>(source_row + starts[0], starts[1] - starts[0]);
+        return rows::load_lanes<V>(at + starts[0], starts[1] - starts[0]);
 }
 
 template <class V, std::size_t windows>
-void take_windows(std::uint8_t *destination, std::size_t bytes, const std::uint8_t *source_row,
-                  const Offset *starts, const std::uint8_t *choices) {
+V take_bytes(const std::uint8_t *source_row, const Offset *starts, const std::uint8_t *choices) {
+    V taken = rows::shuffle(load_windows<V>(source_row, starts), rows::load<V>(choices));
+    for (std::size_t window = 1; window < windows; ++window)
+        taken = taken | rows::shuffle(load_windows<V>(source_row + window * lane_bytes, starts),
+                                      rows::load<V>(choices + window * sizeof(V)));
+    return taken;
+}
+
+#ifdef __AVX512VBMI__
+// The top bit of a choice is for the second pair of windows.
+template <>
+inline V64 take_bytes<V64, 1>(const std::uint8_t *source_row, const Offset *starts,
+                              const std::uint8_t *choices) {
+    return _mm512_permutexvar_epi8(rows::load<V64>(choices), load_windows<V64>(source_row, starts));
+}
+template <>
+inline V64 take_bytes<V64, 2>(const std::uint8_t *source_row, const Offset *starts,
+                              const std::uint8_t *choices) {
+    return _mm512_permutex2var_epi8(load_windows<V64>(source_row, starts), rows::load<V64>(choices),
+                                    load_windows<V64>(source_row + sizeof(V64), starts));
+}
+template <>
+inline V64 take_bytes<V64, 3>(const std::uint8_t *source_row, const Offset *starts,
+                              const std::uint8_t *choices) {
+    const V64 choice = rows::load<V64>(choices);
+    return _mm512_mask_permutexvar_epi8(take_bytes<V64, 2>(source_row, starts, choices),
+                                        _mm512_movepi8_mask(choice), choice,
+                                        load_windows<V64>(source_row + 2 * sizeof(V64), starts));
+}
+template <>
+inline V64 take_bytes<V64, 4>(const std::uint8_t *source_row, const Offset *starts,
+                              const std::uint8_t *choices) {
+    const V64 choice = rows::load<V64>(choices);
+    return _mm512_mask_blend_epi8(
+        _mm512_movepi8_mask(choice), take_bytes<V64, 2>(source_row, starts, choices),
+        take_bytes<V64, 2>(source_row + 2 * sizeof(V64), starts, choices));
+}
+#endif
+
+template <class V, std::size_t windows>
+void take_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row) {
+    if (plan.source_bytes < windows * Windows<V>::bytes) {
+        std::memcpy(plan.narrow_row, source_row, plan.source_bytes);
+        source_row = plan.narrow_row;
+    }
+    const Offset *starts = plan.starts;
+    const std::uint8_t *choices = plan.choices;
     const auto make_vector = [&](std::uint8_t *to) {
-        V taken = rows::shuffle(load_windows<V>(source_row, starts), rows::load<V>(choices));
-        for (std::size_t window = 1; window < windows; ++window)
-            taken = taken | rows::shuffle(load_windows<V>(source_row + window * lane_bytes, starts),
-                                          rows::load<V>(choices + window * sizeof(V)));
-        rows::store(to, taken);
-        starts += Parts<V>::lanes;
-        choices += windows * sizeof(V);
+        rows::store(to, take_bytes<V, windows>(source_row, starts, choices));
+        starts += starts_of_vector<V>;
+        choices += Windows<V>::choices(windows) * sizeof(V);
     };
-    std::uint8_t *const last = destination + bytes - sizeof(V);
+    std::uint8_t *const last = destination + plan.bytes - sizeof(V);
     for (; destination < last; destination += sizeof(V))
         make_vector(destination);
     make_vector(last);
 }
 
+// By the number of windows.
+template <class V>
+constexpr auto take_rows = []<std::size_t... less_one>(std::index_sequence<less_one...>) {
+    return std::array<Plan::MakeRow *, Windows<V>::most + 1>{nullptr, take_row<V, less_one + 1>...};
+}
+(std::make_index_sequence<Windows<V>::most>());
+
+inline void move_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row) {
+    moves[plan.pixel_bytes](destination, source_row, plan.offsets(), plan.columns,
+                            plan.with_a_byte_more);
+}
+
 // --- kernels ------------------------------------------------------------------------------------
 
-template <class V>
-std::size_t plan_bytes(std::size_t columns, int pixel_bytes) {
-    return sizeof(Plan) + Parts<V>::bytes(columns, pixel_bytes);
+inline void plan_moves(Plan &plan, Offset last_offset) {
+    plan.with_a_byte_more =
+        columns_that_move_a_byte_more(plan.offsets(), plan.columns, last_offset);
+    plan.make_row = move_row;
 }
 
+// Returns false when the row is too short or the columns lie too far apart.
 template <class V>
-void make_plan(void *memory, const Positions &columns, Extent source, int pixel_bytes) {
-    Plan &plan = *static_cast<Plan *>(memory);
-    plan.columns = columns.count;
-    plan.bytes = columns.count * std::size_t(pixel_bytes);
-    plan.source_bytes = std::size_t(source.count) * std::size_t(pixel_bytes);
-    plan.pixel_bytes = pixel_bytes;
-    plan.windows = 0;
-
-    const Parts<V> parts(&plan);
-    const bool ascend = make_offsets(parts.offsets, columns, source, pixel_bytes);
-    if (ascend && plan.bytes >= sizeof(V)) {
-        std::fill_n(parts.offsets + plan.columns, Parts<V>::spare_offsets, Offset(0));
-        const std::size_t windows = make_starts(plan, parts);
-        if (windows <= windows_that_pay(pixel_bytes))
-            plan.windows = windows;
-    }
-    if (plan.windows != 0)
-        make_choices(plan, parts);
-    else
-        plan.with_a_byte_more = columns_that_move_a_byte_more(
-            parts.offsets, plan.columns, offset_of(source.last(), source, pixel_bytes));
+bool plan_windows(Plan &plan) {
+    if (plan.bytes < sizeof(V))
+        return false;
+    lay_out<V>(plan);
+    plan.windows = make_starts<V>(plan);
+    if (plan.windows > Windows<V>::that_pay(plan.pixel_bytes))
+        return false;
+    make_choices<V>(plan);
+    plan.make_row = take_rows<V>[plan.windows];
+    return true;
 }
 
-template <class V>
-void across(std::uint8_t *destination, void *memory, const std::uint8_t *source_row) {
-    Plan &plan = *static_cast<Plan *>(memory);
-    const Parts<V> parts(&plan);
-    if (plan.windows == 0) {
-        moves[plan.pixel_bytes](destination, source_row, parts.offsets, plan.columns,
-                                plan.with_a_byte_more);
-        return;
+// By vectors of these kinds, the first that can.
+template <class... Vs>
+struct NearestByWindows {
+    static std::size_t plan_bytes(std::size_t columns, int pixel_bytes) {
+        return sizeof(Plan) + (columns + spare_offsets) * sizeof(Offset) +
+               std::max({bytes_behind_offsets<Vs>(columns, pixel_bytes)...});
     }
-    if (plan.is_narrow()) {
-        std::memcpy(plan.narrow_row, source_row, plan.source_bytes);
-        source_row = plan.narrow_row;
-    }
-    using Take = void(std::uint8_t *, std::size_t, const std::uint8_t *, const Offset *,
-                      const std::uint8_t *);
-    static constexpr Take *takes[most_windows + 1] = {
-        nullptr,
-        take_windows<V, 1>,
-        take_windows<V, 2>,
-        take_windows<V, 3>,
-        take_windows<V, 4>,
-        take_windows<V, 5>,
-        take_windows<V, 6>,
-        take_windows<V, 7>,
-        take_windows<V, 8>,
-    };
-    takes[plan.windows](destination, plan.bytes, source_row, parts.starts, parts.choices);
-}
 
-template <class V>
-constexpr NearestKernels nearest_by_windows{plan_bytes<V>, make_plan<V>, across<V>};
+    static void make_plan(void *memory, const Positions &columns, Extent source, int pixel_bytes) {
+        Plan &plan = *static_cast<Plan *>(memory);
+        plan.columns = columns.count;
+        plan.bytes = columns.count * std::size_t(pixel_bytes);
+        plan.source_bytes = std::size_t(source.count) * std::size_t(pixel_bytes);
+        plan.pixel_bytes = pixel_bytes;
+        const bool ascend = make_offsets(plan.offsets(), columns, source, pixel_bytes);
+        if (!ascend || !(plan_windows<Vs>(plan) || ...))
+            plan_moves(plan, offset_of(source.last(), source, pixel_bytes));
+    }
+
+    static void across(std::uint8_t *destination, void *memory, const std::uint8_t *source_row) {
+        Plan &plan = *static_cast<Plan *>(memory);
+        plan.make_row(destination, plan, source_row);
+    }
+
+    static constexpr NearestKernels kernels{plan_bytes, make_plan, across};
+};
 
 } // namespace
 } // namespace q32::resample

@@ -11,6 +11,7 @@ namespace {
 const ResampleKernels sse2_kernels{nearest_sse2, bilinear_sse2, bicubic_sse2};
 const ResampleKernels sse41_kernels{nearest_sse41, bilinear_sse41, bicubic_sse41};
 const ResampleKernels avx2_kernels{nearest_avx2, bilinear_avx2, bicubic_avx2};
+const ResampleKernels avx512_kernels{nearest_avx512, bilinear_avx2, bicubic_avx2};
 
 } // namespace
 
@@ -23,10 +24,11 @@ const ResampleKernels &resample_kernels(InstructionSet level) {
     case InstructionSet::sse41:
         return sse41_kernels;
     case InstructionSet::avx2:
+        return avx2_kernels;
     case InstructionSet::avx512:
-        break;
+        return avx512_kernels;
     }
-    return avx2_kernels;
+    return sse2_kernels;
 }
 
 } // namespace q32::resample

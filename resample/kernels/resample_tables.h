@@ -9,6 +9,7 @@ extern const NearestKernels nearest_scalar;
 extern const NearestKernels nearest_sse2;
 extern const NearestKernels nearest_sse41;
 extern const NearestKernels nearest_avx2;
+extern const NearestKernels nearest_avx512;
 
 extern const InterpolationKernels bilinear_scalar;
 extern const InterpolationKernels bilinear_sse2;
