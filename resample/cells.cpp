@@ -89,13 +89,7 @@ private:
 
     bool fill(Window &window, const Positions &rows, const Target &target) {
         const auto fetch = [&](int row) { return source_.row(row); };
-        for (std::size_t y = 0; y < rows.count; ++y) {
-            const int fraction = rows.fraction != nullptr ? rows.fraction[y] : 0;
-            if (!window.make_row(target.pixels + y * target.stride, rows.index[y], fraction,
-                                 source_.rows(), fetch))
-                return false;
-        }
-        return true;
+        return window.make_rows(target.pixels, target.stride, rows, source_.rows(), fetch);
     }
 
     // The buffer's own entry and not the export, which would raise the thread's priority each time.

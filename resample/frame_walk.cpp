@@ -68,6 +68,11 @@ void interpolate_rows(const FrameWalk &walk, RowWindow &window, int fraction_shi
                                       std::size_t(source.columns.count));
         return wide->source();
     };
+    if (wide == nullptr && fraction_shift == 0) {
+        window.make_rows(destination.pixels, destination.stride, destination.rows, source.rows,
+                         source_row);
+        return;
+    }
     for (std::size_t y = 0; y < destination.rows.count; ++y) {
         std::uint8_t *const stored = row_of(destination, y);
         std::uint8_t *const computed = wide == nullptr ? stored : wide->destination();

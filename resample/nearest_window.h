@@ -41,6 +41,16 @@ public:
         return true;
     }
 
+    // The same for rows one after another, `stride` bytes apart.
+    template <typename Fetch>
+    bool make_rows(std::uint8_t *destination, std::size_t stride, const Positions &rows,
+                   Extent source_rows, const Fetch &fetch) {
+        for (std::size_t y = 0; y < rows.count; ++y)
+            if (!make_row(destination + y * stride, rows.index[y], 0, source_rows, fetch))
+                return false;
+        return true;
+    }
+
 private:
     const NearestKernels &kernels_;
     void *plan_;

@@ -39,9 +39,8 @@ void resample_block(const InterpolationKernels &kernels, const DestinationBlock 
                     const SourceBlock &source, int samples, void *work) {
     RowWindow window(kernels, work, destination.columns, source.columns, samples);
     const auto source_row = [&](int row) { return source.row(row); };
-    for (std::size_t y = 0; y < destination.rows.count; ++y)
-        window.make_row(destination.pixels + y * destination.stride, destination.rows.index[y],
-                        destination.rows.fraction[y], source.rows, source_row);
+    window.make_rows(destination.pixels, destination.stride, destination.rows, source.rows,
+                     source_row);
 }
 
 } // namespace q32::resample

@@ -70,6 +70,11 @@ struct InterpolationKernels {
     void (*across)(void *line, void *plan, const std::uint8_t *source_row);
     // The lines from top to bottom; some may be the same.
     void (*down)(std::uint8_t *destination, void *plan, const void *const *lines, int row_fraction);
+    // Several destination rows of the same lines, `stride` bytes apart, faster than one by one; or
+    // null.
+    void (*down_rows)(std::uint8_t *destination, std::size_t stride, void *plan,
+                      const void *const *lines, const std::int32_t *row_fractions,
+                      std::size_t rows);
 };
 
 struct ResampleKernels {

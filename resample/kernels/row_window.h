@@ -40,18 +40,46 @@ public:
     bool make_row(std::uint8_t *destination, int row_index, int row_fraction, Extent source_rows,
                   const Fetch &fetch) {
         const void *lines[most_lines];
-        const int first_row = source_rows.cut(row_index) + kernels_.first_line;
-        for (int i = 0; i < kernels_.lines; ++i) {
-            lines[i] = line_of(source_rows.cut(first_row + i), fetch);
-            if (lines[i] == nullptr)
-                return false;
-        }
+        if (!find_lines(lines, source_rows.cut(row_index), source_rows, fetch))
+            return false;
         kernels_.down(destination, plan_, lines, row_fraction);
+        return true;
+    }
+
+    // The same for rows one after another, `stride` bytes apart. Those that lie between the same
+    // rows of the source are made together.
+    template <typename Fetch>
+    bool make_rows(std::uint8_t *destination, std::size_t stride, const Positions &rows,
+                   Extent source_rows, const Fetch &fetch) {
+        for (std::size_t y = 0, next; y < rows.count; y = next) {
+            const int row = source_rows.cut(rows.index[y]);
+            for (next = y + 1; next < rows.count && source_rows.cut(rows.index[next]) == row;)
+                ++next;
+            const void *lines[most_lines];
+            if (!find_lines(lines, row, source_rows, fetch))
+                return false;
+            std::uint8_t *first = destination + y * stride;
+            if (kernels_.down_rows != nullptr)
+                kernels_.down_rows(first, stride, plan_, lines, rows.fraction + y, next - y);
+            else
+                for (std::size_t i = 0; i < next - y; ++i)
+                    kernels_.down(first + i * stride, plan_, lines, rows.fraction[y + i]);
+        }
         return true;
     }
 
 private:
     static constexpr int no_row = -1;
+
+    template <typename Fetch>
+    bool find_lines(const void **lines, int row, Extent source_rows, const Fetch &fetch) {
+        for (int i = 0; i < kernels_.lines; ++i) {
+            lines[i] = line_of(source_rows.cut(row + kernels_.first_line + i), fetch);
+            if (lines[i] == nullptr)
+                return false;
+        }
+        return true;
+    }
 
     // Rows that are read together are neighbours and have slots of their own.
     template <typename Fetch>

@@ -1,0 +1,134 @@
+// Lines of pairs out of a source row: the bytes of a sample and of its right neighbour, for each
+// sample of the destination row.
+//
+// Private to the file that includes it, as rows/kernels/vectors.h.
+#pragma once
+
+#include "resample/kernels/bilinear_columns.h"
+
+#include <cstring>
+
+namespace q32::resample {
+namespace {
+
+// Rows are read in pieces, and of large images from memory: what comes next is asked for early.
+// Nothing is wrong with asking beyond the row.
+inline void expect(const uint8_t *at) {
+    constexpr size_t ahead = 2048;
+    _mm_prefetch(reinterpret_cast<const char *>(at + ahead), _MM_HINT_T0);
+}
+
+// --- out of windows -----------------------------------------------------------------------------
+
+#ifdef __SSE4_1__
+
+// The windows of each lane, which are `distance` apart in the list of windows.
+template <class V>
+V load_windows(const uint8_t *row, const int32_t *start, size_t distance);
+template <>
+inline V16 load_windows<V16>(const uint8_t *row, const int32_t *start, size_t) {
+    return load_16(row + start[0]);
+}
+#ifdef __AVX2__
+template <>
+inline V32 load_windows<V32>(const uint8_t *row, const int32_t *start, size_t distance) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load_16(row + start[0])),
+                                   load_16(row + start[distance]), 1);
+}
+#endif
+
+// A copy of what the loops need: the compiler must think that storing to a line changes the plan.
+struct WindowsOf {
+    explicit WindowsOf(const Plan &plan)
+        : start(plan.start), index(plan.index), bytes(plan.line_bytes()) {}
+    const int32_t *start;
+    const uint8_t *index;
+    size_t bytes; // of the line
+};
+
+template <class V>
+void take_lanes(uint8_t *line, const Plan &plan, const uint8_t *row) {
+    constexpr size_t lanes = sizeof(V) / sizeof(V16);
+    const auto [start, index, bytes] = WindowsOf(plan);
+    for (size_t at = 0, window_at = 0; at < bytes; at += sizeof(V), window_at += lanes)
+        store(line + at, shuffle(load_windows<V>(row, start + window_at, 1), load<V>(index + at)));
+}
+
+template <class V>
+void take_half_lanes(uint8_t *line, const Plan &plan, const uint8_t *row) {
+    constexpr size_t halves = 2 * sizeof(V) / sizeof(V16);
+    const auto [start, index, bytes] = WindowsOf(plan);
+    for (size_t at = 0, half = 0; at < bytes; at += sizeof(V), half += halves) {
+        expect(row + start[half]);
+        const V pairs = load<V>(index + at);
+        const V low = shuffle(load_windows<V>(row, start + half, 2), pairs);
+        const V high = shuffle(load_windows<V>(row, start + half + 1, 2), pairs);
+        store(line + at, choose_dwords<0b1100>(low, high));
+    }
+}
+
+#endif
+
+// --- pixel by pixel -----------------------------------------------------------------------------
+
+template <size_t pixel_bytes>
+void take_edge_pixel(uint8_t *pair, const uint8_t *left, bool is_last) {
+    const uint8_t *right = is_last ? left : left + pixel_bytes;
+    for (size_t sample = 0; sample < pixel_bytes; ++sample) {
+        *pair++ = left[sample];
+        *pair++ = right[sample];
+    }
+}
+
+template <size_t pixel_bytes>
+void take_pixels(uint8_t *line, const Plan &plan, const uint8_t *row) {
+    constexpr size_t step = 2 * pixel_bytes, wide = wide_load(pixel_bytes);
+    if (plan.row_bytes >= wide) {
+        const auto last_wide = int32_t(plan.row_bytes - wide);
+        const int32_t *left = plan.left, *const end = left + plan.pixels;
+        for (uint8_t *pair = line; left != end; ++left, pair += step) {
+            const uint8_t *at = row + std::min(*left, last_wide);
+            if constexpr (pixel_bytes == 1) {
+                std::memcpy(pair, at, wide);
+            } else {
+                const V16 both = load_8(at);
+                const V16 right = _mm_srli_epi64(both, 8 * pixel_bytes);
+                store_8(pair, _mm_unpacklo_epi8(both, right));
+            }
+        }
+    }
+    for (size_t i = 0; i < plan.edge_pixels; ++i) {
+        const auto x = size_t(plan.edge_pixel[i]);
+        const int32_t left = plan.left[x];
+        take_edge_pixel<pixel_bytes>(line + x * step, row + left, left == plan.last_left());
+    }
+}
+
+// --- the choice ---------------------------------------------------------------------------------
+
+template <class V>
+void across(void *work_line, void *work, const uint8_t *row) {
+    Plan &plan = *static_cast<Plan *>(work);
+    auto *line = static_cast<uint8_t *>(work_line);
+#ifdef __SSE4_1__
+    if (plan.row_bytes < window) {
+        std::memcpy(plan.short_row, row, plan.row_bytes);
+        row = plan.short_row;
+    }
+    if (plan.search == Search::lanes)
+        return take_lanes<V>(line, plan, row);
+    if (plan.search == Search::half_lanes)
+        return take_half_lanes<V>(line, plan, row);
+#endif
+    switch (plan.pixel_bytes) {
+    case 1:
+        return take_pixels<1>(line, plan, row);
+    case 3:
+        return take_pixels<3>(line, plan, row);
+    default:
+        return take_pixels<4>(line, plan, row);
+    }
+}
+
+} // namespace
+} // namespace q32::resample
