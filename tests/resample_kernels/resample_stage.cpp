@@ -97,8 +97,9 @@ const std::int32_t *lay_down(const FencedMemory &memory, const std::vector<std::
                              bool at_end) {
     const std::size_t bytes = table.size() * sizeof(std::int32_t);
     std::uint8_t *const place = place_in(memory, bytes, at_end);
-    std::memcpy(place, table.data(), bytes);
-    return reinterpret_cast<std::int32_t *>(place);
+    auto *const first = reinterpret_cast<std::int32_t *>(place);
+    std::copy(table.begin(), table.end(), first);
+    return first;
 }
 
 // Bytes of an image whose last row has no padding behind it.
