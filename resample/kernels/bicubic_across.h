@@ -83,17 +83,35 @@ V sums_of(Taps<V> taps, V even_weights, V odd_weights) {
     return signed_dwords_down<6>(add_dwords(sums, repeat_dword<V>(32 - (line_bias << 6))));
 }
 
-enum class Part { words, excess };
-
 // What a line keeps of sums: negative ones, dropped, are its lowest word.
-template <Part part, class V>
-V line_words(V a, V b) {
-    if constexpr (part == Part::words)
-        return pack_dwords(a, b);
+template <class V>
+V words_of_sums(V a, V b) {
+    return pack_dwords(a, b);
+}
+
+template <class V>
+V excess_of_sums(V a, V b) {
     const V limit = repeat_dword<V>(most_of_word);
     return max_words(pack_dwords(subtract_dwords(a, limit), subtract_dwords(b, limit)),
                      repeat_byte<V>(0));
 }
+
+// What a walk over steps makes.
+enum class Parts { words, excess, both };
+
+constexpr bool has_words(Parts parts) {
+    return parts != Parts::excess;
+}
+constexpr bool has_excess(Parts parts) {
+    return parts != Parts::words;
+}
+
+// A place in both parts of a line.
+struct LinePlace {
+    uint8_t *words, *excess;
+
+    LinePlace operator+(std::size_t bytes) const { return {words + bytes, excess + bytes}; }
+};
 
 // --- pixels of three and four samples -----------------------------------------------------------
 
@@ -154,11 +172,11 @@ struct Pixels {
     using Vector = V;
 
     // Answers the highest words.
-    template <Part part>
-    static V make_words(uint8_t *words, const Step *step, const SourceRow &source) {
-        V most = four_columns<part>(words, *step, source, 0);
+    template <Parts parts>
+    static V make_words(LinePlace to, const Step *step, const SourceRow &source) {
+        V most = four_columns<parts>(to, *step, source, 0);
         if constexpr (lanes_of<V> == 1)
-            most = max_words(most, four_columns<part>(words + bytes_of_four, *step, source, 4));
+            most = max_words(most, four_columns<parts>(to + bytes_of_four, *step, source, 4));
         return most;
     }
 
@@ -166,24 +184,33 @@ private:
     static constexpr std::size_t bytes_of_four = 4 * samples * sizeof(std::int16_t);
 
     // And four columns on in another lane.
-    template <Part part>
-    static V four_columns(uint8_t *words, const Step &step, const SourceRow &source, int k) {
+    template <Parts parts>
+    static V four_columns(LinePlace to, const Step &step, const SourceRow &source, int k) {
         const auto sums = [&]<int i> {
             const V pixels = load_columns<in_row, V>(source, step.offset, k + i);
             return sums_of(taps_of_pixels<samples>(pixels),
                            repeat_in_lane<i>(load_weights<V>(step.even + k)),
                            repeat_in_lane<i>(load_weights<V>(step.odd + k)));
         };
-        const V a = closed_up<samples>(
-            line_words<part>(sums.template operator()<0>(), sums.template operator()<1>()));
-        const V b = closed_up<samples>(
-            line_words<part>(sums.template operator()<2>(), sums.template operator()<3>()));
-        store_columns<samples>(words, lane_0(a), lane_0(b));
+        const V sums_0 = sums.template operator()<0>(), sums_1 = sums.template operator()<1>();
+        const V a = words_of_sums(sums_0, sums_1);
+        [[maybe_unused]] const V excess_a = excess_of_sums(sums_0, sums_1);
+        const V sums_2 = sums.template operator()<2>(), sums_3 = sums.template operator()<3>();
+        const V b = words_of_sums(sums_2, sums_3);
+        if constexpr (has_words(parts))
+            store_four(to.words, a, b);
+        if constexpr (has_excess(parts))
+            store_four(to.excess, excess_a, excess_of_sums(sums_2, sums_3));
+        return max_words(a, b);
+    }
+
+    static void store_four(uint8_t *to, V first, V second) {
+        const V a = closed_up<samples>(first), b = closed_up<samples>(second);
+        store_columns<samples>(to, lane_0(a), lane_0(b));
 #ifdef __AVX2__
         if constexpr (lanes_of<V> == 2)
-            store_columns<samples>(words + bytes_of_four, lane_1(a), lane_1(b));
+            store_columns<samples>(to + bytes_of_four, lane_1(a), lane_1(b));
 #endif
-        return max_words(a, b);
     }
 };
 
@@ -203,14 +230,17 @@ struct Singles {
     static constexpr std::size_t steps_at_once = lanes_of<V>;
     using Vector = V;
 
-    template <Part part>
-    static V make_words(uint8_t *words, const SingleStep *step, const SourceRow &source) {
+    template <Parts parts>
+    static V make_words(LinePlace to, const SingleStep *step, const SourceRow &source) {
         constexpr int columns = 4 * lanes_of<V>;
         const V first = sums(step[0], source, 0);
         const V second = sums(step[columns / columns_per_step], source, columns % columns_per_step);
-        const V both = line_words<part>(first, second);
-        store(words, packed_in_order(both));
-        return both;
+        const V words = words_of_sums(first, second);
+        if constexpr (has_words(parts))
+            store(to.words, packed_in_order(words));
+        if constexpr (has_excess(parts))
+            store(to.excess, packed_in_order(excess_of_sums(first, second)));
+        return words;
     }
 
 private:
@@ -268,49 +298,76 @@ bool has_limit(V words) {
     return top_bits(equal_words(words, repeat_word<V>(most_of_word))) != 0;
 }
 
-// Makes a part of a line for a run of steps. Answers whether words are at their limit.
-template <class Form, Part part>
-[[gnu::noinline]] bool run_steps(uint8_t *line, Plan &plan, const SourceRow &source_in_memory,
-                                 std::size_t first, std::size_t end) {
+// Makes parts of a line for a run of steps. Answers whether words are at their limit.
+template <class Form, Parts parts>
+[[gnu::noinline]] bool run_steps(const Line<uint8_t> &line, Plan &plan,
+                                 const SourceRow &source_in_memory, std::size_t first,
+                                 std::size_t end) {
     constexpr std::size_t bytes = bytes_of_step<Form::samples>;
     const SourceRow source = source_in_memory;
     const auto *step = plan.step<Form::samples>() + first;
     const auto *const last = step + (end - first);
-    uint8_t *words = line + first * bytes;
+    LinePlace to = LinePlace{line.words, line.excess} + first * bytes;
     auto most = repeat_byte<typename Form::Vector>(0);
 #pragma GCC unroll 1
     for (; step < last; step += Form::steps_at_once) {
-        most = max_words(most, Form::template make_words<part>(words, step, source));
-        words += bytes * Form::steps_at_once;
+        most = max_words(most, Form::template make_words<parts>(to, step, source));
+        to = to + bytes * Form::steps_at_once;
     }
     return has_limit(most);
 }
 
-// make<part>(that part of the line, first step, end) makes steps as run_steps does. Where words are
-// at their limit the chunks with them are looked for, to make their excess.
-template <int samples, class V, class Make>
-void make_line(const Line<uint8_t> &line, const Plan &plan, const Make &make) {
-    *line.mark = make.template operator()<Part::words>(line.words, 0, plan.steps);
-    if (!*line.mark)
-        return;
-    constexpr std::size_t bytes = bytes_of_step<samples>;
-    constexpr std::size_t steps = samples_per_chunk / (columns_per_step * samples);
-    store(line.words + plan.steps * bytes, repeat_byte<V>(0)); // what the last vector reads
+// Marks the chunks with words at their limit. Answers how many these are.
+template <int samples, class V>
+std::size_t mark_chunks(const Line<uint8_t> &line, const Plan &plan) {
+    constexpr std::size_t bytes_of_chunk = samples_per_chunk * sizeof(std::int16_t);
+    const std::size_t bytes = plan.steps * bytes_of_step<samples>;
+    store(line.words + bytes, repeat_byte<V>(0)); // what the last vector reads
+    std::size_t marked = 0;
     for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
-        const std::size_t first = chunk * steps, end = std::min(first + steps, plan.steps);
+        const std::size_t end = std::min((chunk + 1) * bytes_of_chunk, bytes);
         V most = repeat_byte<V>(0);
-        for (std::size_t at = first * bytes; at < end * bytes; at += sizeof(V))
+        for (std::size_t at = chunk * bytes_of_chunk; at < end; at += sizeof(V))
             most = max_words(most, load<V>(line.words + at));
         line.marks_of_chunks[chunk] = has_limit(most);
+        marked += line.marks_of_chunks[chunk];
+    }
+    return marked;
+}
+
+template <class V>
+void store_zeros(uint8_t *to, std::size_t bytes) {
+    for (std::size_t at = 0; at < bytes; at += sizeof(V))
+        store(to + at, repeat_byte<V>(0));
+}
+
+// make<parts>(first step, end) makes steps as run_steps does. Below a line with much excess it is
+// expected, and made at once.
+template <int samples, class V, class Make>
+void make_line(const Line<uint8_t> &line, Plan &plan, const Make &make) {
+    const bool both = plan.expects_excess;
+    *line.mark = both ? make.template operator()<Parts::both>(0, plan.steps)
+                      : make.template operator()<Parts::words>(0, plan.steps);
+    plan.expects_excess =
+        *line.mark && 2 * mark_chunks<samples, V>(line, plan) > plan.layout.chunks;
+    if (both || !*line.mark)
+        return;
+
+    constexpr std::size_t steps = samples_per_chunk / (columns_per_step * samples);
+    for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
+        const std::size_t first = chunk * steps, end = std::min(first + steps, plan.steps);
         if (line.marks_of_chunks[chunk])
-            make.template operator()<Part::excess>(line.excess, first, end);
+            make.template operator()<Parts::excess>(first, end);
+        else
+            store_zeros<V>(line.excess + first * bytes_of_step<samples>,
+                           (end - first) * bytes_of_step<samples>);
     }
 }
 
 template <TapsFrom from, class V>
 void make_line_of_singles(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
-    make_line<1, V>(line, plan, [&]<Part part>(uint8_t *to, std::size_t first, std::size_t end) {
-        return run_steps<Singles<from, V>, part>(to, plan, source, first, end);
+    make_line<1, V>(line, plan, [&]<Parts parts>(std::size_t first, std::size_t end) {
+        return run_steps<Singles<from, V>, parts>(line, plan, source, first, end);
     });
 }
 
@@ -318,21 +375,20 @@ template <int samples, class V>
 void make_line_of_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
     fill_edges<samples>(plan.edges, row, plan.row_bytes);
     const SourceRow source{row, plan.edges.bytes};
-    make_line<samples, V>(
-        line, plan, [&]<Part part>(uint8_t *to, std::size_t first, std::size_t end) {
-            const std::size_t in_row = std::clamp(plan.first_in_row, first, end);
-            const std::size_t beyond = std::clamp(plan.end_in_row, first, end);
-            using Anywhere = Pixels<samples, false, V>;
-            bool limit = false;
-            if (first < in_row)
-                limit |= run_steps<Anywhere, part>(to, plan, source, first, in_row);
-            if (in_row < beyond)
-                limit |=
-                    run_steps<Pixels<samples, true, V>, part>(to, plan, source, in_row, beyond);
-            if (beyond < end)
-                limit |= run_steps<Anywhere, part>(to, plan, source, beyond, end);
-            return limit;
-        });
+    make_line<samples, V>(line, plan, [&]<Parts parts>(std::size_t first, std::size_t end) {
+        const std::size_t in_row = std::clamp(plan.first_in_row, first, end);
+        const std::size_t beyond = std::clamp(plan.end_in_row, first, end);
+        using InRow = Pixels<samples, true, V>;
+        using Anywhere = Pixels<samples, false, V>;
+        bool limit = false;
+        if (first < in_row)
+            limit |= run_steps<Anywhere, parts>(line, plan, source, first, in_row);
+        if (in_row < beyond)
+            limit |= run_steps<InRow, parts>(line, plan, source, in_row, beyond);
+        if (beyond < end)
+            limit |= run_steps<Anywhere, parts>(line, plan, source, beyond, end);
+        return limit;
+    });
 }
 
 template <class V>

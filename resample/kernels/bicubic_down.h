@@ -129,7 +129,8 @@ inline LineParts words_of(const LineToRead *lines, size_t at) {
     return {{lines[0].words + at, lines[1].words + at, lines[2].words + at, lines[3].words + at}};
 }
 
-// Chunks in a row without excess are taken together.
+// Chunks in a row with or without excess are taken together; with excess in some lines only, where
+// zeros stand for that of the others, one after another.
 template <class V>
 void down_by_chunks(uint8_t *destination, const Plan &plan, const LineToRead *lines,
                     const CubicWeights &weights) {
@@ -137,16 +138,17 @@ void down_by_chunks(uint8_t *destination, const Plan &plan, const LineToRead *li
         return lines[0].is_marked(chunk) || lines[1].is_marked(chunk) ||
                lines[2].is_marked(chunk) || lines[3].is_marked(chunk);
     };
+    const bool all_marked = *lines[0].mark & *lines[1].mark & *lines[2].mark & *lines[3].mark;
     for (size_t chunk = 0; chunk < plan.layout.chunks;) {
         const size_t first = chunk * samples_per_chunk, at = first * sizeof(std::int16_t);
-        LineParts excess;
-        for (int i = 0; i < lines_down; ++i)
-            excess.part[i] = lines[i].is_marked(chunk) ? lines[i].excess + at : plan.no_excess;
-
         const bool marked = is_marked(chunk++);
-        while (!marked && chunk < plan.layout.chunks && !is_marked(chunk))
+        while ((!marked || all_marked) && chunk < plan.layout.chunks && is_marked(chunk) == marked)
             ++chunk;
         const size_t count = std::min(chunk * samples_per_chunk, plan.row_samples) - first;
+
+        LineParts excess;
+        for (int i = 0; i < lines_down; ++i)
+            excess.part[i] = *lines[i].mark ? lines[i].excess + at : plan.no_excess;
         if (marked)
             run_down<V, Between<V>>(destination + first, count, weights, words_of(lines, at),
                                     excess);

@@ -44,7 +44,7 @@ constexpr auto weight_pairs = [] {
 
 // Sums across, a 64th of them, are at most 73408: more than 16 bits. A line has them less 32768 as
 // signed words, and what does not fit as the excess, in words of their own. A line with any excess
-// is marked, and so are its chunks; elsewhere neither excess nor chunks' marks are written.
+// is marked, and so are its chunks with any; another line has neither excess nor marks of chunks.
 constexpr int line_bias = 32768, most_of_word = 32767;
 
 struct LineLayout {
@@ -106,6 +106,7 @@ struct alignas(work_alignment) Plan {
     const LineLayout layout;
     bool windows = false; // single samples: four columns have one of sizeof(V16) bytes
     std::size_t first_in_row = 0, end_in_row = 0; // pixels: a run of steps that need no edges
+    bool expects_excess = false;                  // so had the line before
     Edges edges{};
     uint8_t no_excess[samples_per_chunk * sizeof(std::int16_t)]{};
 
