@@ -6,6 +6,7 @@ Wine turns SIGINT into the console's Ctrl-C event.
 import os
 import re
 import signal
+import time
 
 import pictures
 from tool_case import CANCELLED, DONE, ToolCase
@@ -86,8 +87,8 @@ class CtrlC(ToolCase):
 class Scaling(ToolCase):
     """Ctrl-C while the library scales, for each way that it takes."""
 
-    # From a small picture to so many pixels that scaling takes long.
-    size = ["--size", "12000x9000"]
+    # From a small picture to so many pixels that scaling takes seconds.
+    size = ["--size", "16000x12000"]
 
     def setUp(self):
         super().setUp()
@@ -99,20 +100,27 @@ class Scaling(ToolCase):
         arguments = ["scale", "in.png", target, "--storage", "file", "--swap-dir", "swap"]
         process, said = self.run_until(b"scaling", *arguments, *self.size, *options)
         with process:
+            begin = time.monotonic()
             swap_files = os.listdir(self.swap)
             # The library's own messages move the bar; it is drawn ten times a second.
-            while not re.search(rb"scaling \S+ [1-9]", said):
+            while not (reached := re.search(rb"scaling \S+ ([1-9]\d*)%", said)):
                 more = os.read(process.stderr.fileno(), 4096)
                 self.assertNotEqual(more, b"", said)
                 said += more
+            cancelled = time.monotonic()
             process.send_signal(signal.SIGINT)
             out, rest = process.communicate(timeout=20)
+            end = time.monotonic()
         self.assertEqual((process.returncode, out), (CANCELLED, b""), rest)
         self.assertEqual(self.last_line(said + rest), "q32tool: cancelled; nothing was written")
         self.assertNotIn(b"writing", said + rest)
         percents = list(map(int, re.findall(rb"scaling \[[#.]{40}\] (\d+)%", said + rest)))
         self.assertEqual(percents, sorted(percents))
-        self.assertLess(percents[-1], 100)
+        self.assertLess(percents[0], 5)
+        self.assertLess(percents[-1], 90)
+        # It stops long before it would have been done.
+        whole = (cancelled - begin) * 100 / int(reached[1])
+        self.assertLess(end - cancelled, whole / 2)
         self.assertNotEqual(swap_files, [])
         self.assert_only_new(before)
 

@@ -301,3 +301,13 @@ class Words(ScaleCase):
                     self.assertEqual(len(done + left), 40)
                     self.assertEqual(len(done), 40 * int(percent) // 100)
                     self.assertLessEqual(int(percent), 100)
+
+    def test_progress_of_long_work(self):
+        # A few tenths of a second: some bars.
+        options = [*by_size(6000, 6000), "--bits", "8", "--progress", "--quiet"]
+        result = self.run_tool("scale", "in.png", "out.bmp", *options)
+        self.assertEqual((result.code, result.out), (0, ""))
+        percents = [int(number) for number in re.findall(r"scaling \S+ (\d+)%", result.err)]
+        self.assertEqual(percents, sorted(percents))
+        self.assertEqual(percents[0], 0)
+        self.assertLessEqual(percents[-1], 100)

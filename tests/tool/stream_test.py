@@ -8,8 +8,9 @@ from pixels_test import as_555, grey
 from resampling import METHODS, by_tables, plane_by_tables, planes
 from tool_case import FAILED, USAGE, ToolCase
 
-# From and to: larger and smaller, each side another way; to and from one pixel.
-SIZES = [((37, 29), (61, 20)), ((150, 9), (41, 140)), ((9, 13), (1, 1)), ((1, 1), (5, 3))]
+# From and to: larger and smaller, each side another way; to and from one pixel. 75 rows are more
+# than are read at once.
+SIZES = [((37, 75), (61, 20)), ((150, 9), (41, 140)), ((9, 13), (1, 1)), ((1, 1), (5, 3))]
 
 HALF = ["--percent", "50"]
 
@@ -421,6 +422,8 @@ class Words(StreamCase):
         self.assertEqual({bar[0] for bar in bars}, {"streaming"})
         for _, done, left, percent in bars:
             self.assertEqual((len(done + left), len(done)), (40, 40 * int(percent) // 100))
+        # The first bar is drawn at once, when one frame of three is done.
         percents = [int(bar[3]) for bar in bars]
+        self.assertEqual(percents[0], 33)
         self.assertEqual(percents, sorted(percents))
         self.assertLessEqual(percents[-1], 100)
