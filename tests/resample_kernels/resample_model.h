@@ -59,6 +59,7 @@ struct Image {
           bytes(std::size_t(columns) * std::size_t(rows) * bytes_of_a_pixel) {}
 
     std::size_t row_bytes() const { return std::size_t(width) * pixel_bytes; }
+    const std::uint8_t *row(int y) const { return bytes.data() + std::size_t(y) * row_bytes(); }
     // Numbers are those of the larger image.
     int nearest_column(int column) const;
     int nearest_row(int row) const;

@@ -17,6 +17,7 @@ using model::Image;
 using model::Method;
 using resample::DestinationBlock;
 using resample::Extent;
+using resample::InterpolationKernels;
 using resample::Positions;
 using resample::ResampleKernels;
 using resample::SourceBlock;
@@ -153,8 +154,17 @@ Layout random_layout(Random &random) {
 bool Stage::run(const Trial &trial, const Layout &layout) {
     const Image expected = model::resampled(trial.method, trial.source, trial.columns, trial.rows);
     bool right = true;
-    for (const ResampleLevel &level : resample_levels(trial.method))
-        right &= run_level(level, trial, layout, expected);
+    for (const ResampleLevel &level : resample_levels(trial.method)) {
+        const auto &[nearest, bilinear, bicubic] = *level.kernels;
+        const InterpolationKernels &form = trial.method == Method::bilinear ? bilinear : bicubic;
+        right &= run_form({level.name, &nearest, &form}, trial, layout, expected);
+        if (trial.method == Method::nearest || form.down_rows == nullptr)
+            continue;
+        InterpolationKernels row_by_row = form;
+        row_by_row.down_rows = nullptr;
+        const std::string name = std::string{level.name} + " row by row";
+        right &= run_form({name.c_str(), &nearest, &row_by_row}, trial, layout, expected);
+    }
     return right;
 }
 
@@ -166,24 +176,53 @@ bool Stage::run_everywhere(const Trial &trial, Random &random) {
     return run(trial, random_layout(random));
 }
 
-bool Stage::run_level(const ResampleLevel &level, const Trial &trial, const Layout &layout,
-                      const Image &expected) {
-    const Image &from = trial.source;
-    const std::size_t stride = from.row_bytes() + layout.source_padding;
-    std::uint8_t *const pixels =
-        place_in(source_, laid_out_bytes(from, layout.source_padding), layout.source_at_end);
-    for (int y = 0; y < from.height; ++y)
-        std::memcpy(pixels + std::size_t(y) * stride,
-                    from.bytes.data() + std::size_t(y) * from.row_bytes(), from.row_bytes());
+bool Stage::run_form(const BlockForm &form, const Trial &trial, const Layout &layout,
+                     const Image &expected) {
+    const SourceBlock source = lay_down_source(trial.source, layout);
+    const DestinationBlock destination = lay_down_destination(trial, layout, expected);
+    const auto samples = int(trial.source.pixel_bytes);
+    const std::size_t columns = trial.columns.index.size();
+    const auto run = [&](const auto &kernels) {
+        const std::size_t bytes = work_bytes(kernels, columns, samples);
+        std::uint8_t *const work = work_.end() - layout.work_distance - bytes;
+        std::memset(work, canary_ + 1, bytes);
+        current = {form.name, &trial};
+        resample_block(kernels, destination, source, samples, work);
+        current = {};
+    };
+    if (trial.method == Method::nearest)
+        run(*form.nearest);
+    else
+        run(*form.interpolation);
 
+    std::string difference = difference_in(destination, trial, expected);
+    if (difference.empty() && !is(source, trial.source))
+        difference = "the source was changed";
+    if (difference.empty())
+        return true;
+    ADD_FAILURE() << form.name << ", " << describe(trial) << ": " << difference
+                  << (running_case == no_case ? "" : "; " + rerun(running_case));
+    return false;
+}
+
+SourceBlock Stage::lay_down_source(const Image &image, const Layout &layout) {
+    const std::size_t stride = image.row_bytes() + layout.source_padding;
+    std::uint8_t *const pixels =
+        place_in(source_, laid_out_bytes(image, layout.source_padding), layout.source_at_end);
+    for (int y = 0; y < image.height; ++y)
+        std::memcpy(pixels + std::size_t(y) * stride, image.row(y), image.row_bytes());
+    return {pixels, stride, Extent{image.left, image.width}, Extent{image.top, image.height}};
+}
+
+DestinationBlock Stage::lay_down_destination(const Trial &trial, const Layout &layout,
+                                             const Image &expected) {
     // Other surroundings in every run: no stray write matches them for long.
     canary_ = std::uint8_t(canary_ * 5 + 113);
-    const std::size_t to_stride = expected.row_bytes() + layout.destination_padding;
-    const std::size_t to_bytes = laid_out_bytes(expected, layout.destination_padding);
-    std::uint8_t *const to = place_in(destination_, to_bytes, layout.destination_at_end);
-    std::uint8_t *const around = std::max(to - margin, destination_.begin());
-    std::uint8_t *const around_end = std::min(to + to_bytes + margin, destination_.end());
-    std::memset(around, canary_, std::size_t(around_end - around));
+    const std::size_t bytes = laid_out_bytes(expected, layout.destination_padding);
+    std::uint8_t *const pixels = place_in(destination_, bytes, layout.destination_at_end);
+    around_ = std::max(pixels - margin, destination_.begin());
+    around_end_ = std::min(pixels + bytes + margin, destination_.end());
+    std::memset(around_, canary_, std::size_t(around_end_ - around_));
 
     const bool at_end = layout.tables_at_end;
     const auto positions = [&](int memory, const Axis &axis) {
@@ -192,64 +231,41 @@ bool Stage::run_level(const ResampleLevel &level, const Trial &trial, const Layo
             axis.fraction.empty() ? nullptr : lay_down(tables_[memory + 1], axis.fraction, at_end),
             axis.index.size()};
     };
-    const DestinationBlock destination{to, to_stride, positions(0, trial.columns),
-                                       positions(2, trial.rows)};
-    const SourceBlock source{pixels, stride, Extent{from.left, from.width},
-                             Extent{from.top, from.height}};
+    return {pixels, expected.row_bytes() + layout.destination_padding, positions(0, trial.columns),
+            positions(2, trial.rows)};
+}
 
-    const auto work_of = [&](std::size_t bytes) {
-        std::uint8_t *const work = work_.end() - layout.work_distance - bytes;
-        std::memset(work, canary_ + 1, bytes);
-        return work;
-    };
-    const auto samples = int(from.pixel_bytes);
-    const std::size_t columns = trial.columns.index.size();
-    current = {level.name, &trial};
-    if (trial.method == Method::nearest) {
-        const resample::NearestKernels &kernels = level.kernels->nearest;
-        resample_block(kernels, destination, source, samples,
-                       work_of(work_bytes(kernels, columns, samples)));
-    } else {
-        const auto &kernels = interpolation(*level.kernels, trial.method);
-        resample_block(kernels, destination, source, samples,
-                       work_of(work_bytes(kernels, columns, samples)));
-    }
-    current = {};
-
-    const auto failure = [&](const std::string &what) {
-        ADD_FAILURE() << level.name << ", " << describe(trial) << ": " << what
-                      << (running_case == no_case ? "" : "; " + rerun(running_case));
-        return false;
-    };
-    // The block as it must be, surroundings and padding included.
-    Bytes wanted(std::size_t(around_end - around), canary_);
+// Empty when the block is as it must be, surroundings and padding included.
+std::string Stage::difference_in(const DestinationBlock &made, const Trial &trial,
+                                 const Image &expected) const {
+    Bytes wanted(std::size_t(around_end_ - around_), canary_);
     for (int y = 0; y < expected.height; ++y)
-        std::copy_n(expected.bytes.begin() + std::ptrdiff_t(std::size_t(y) * expected.row_bytes()),
-                    expected.row_bytes(),
-                    wanted.begin() + (to - around) + std::ptrdiff_t(std::size_t(y) * to_stride));
-    if (std::memcmp(wanted.data(), around, wanted.size()) != 0) {
-        const auto differs = std::mismatch(wanted.begin(), wanted.end(), around);
-        const std::ptrdiff_t at = differs.second - to;
-        if (at < 0 || std::size_t(at) >= to_bytes ||
-            std::size_t(at) % to_stride >= expected.row_bytes())
-            return failure("bytes beside the destination's pixels were written");
-        const std::size_t y = std::size_t(at) / to_stride, x = std::size_t(at) % to_stride;
-        const std::size_t column = x / from.pixel_bytes;
-        const auto place = [](const Axis &axis, std::size_t i) {
-            return std::to_string(axis.index[i]) +
-                   (axis.fraction.empty() ? "" : " + " + std::to_string(axis.fraction[i]));
-        };
-        return failure("byte " + std::to_string(x % from.pixel_bytes) + " of column " +
-                       std::to_string(column) + " (" + place(trial.columns, column) + ") in row " +
-                       std::to_string(y) + " (" + place(trial.rows, y) + ") is " +
-                       std::to_string(*differs.second) + ", expected " +
-                       std::to_string(*differs.first));
-    }
-    for (int y = 0; y < from.height; ++y)
-        if (std::memcmp(pixels + std::size_t(y) * stride,
-                        from.bytes.data() + std::size_t(y) * from.row_bytes(),
-                        from.row_bytes()) != 0)
-            return failure("the source was changed");
+        std::copy_n(expected.row(y), expected.row_bytes(),
+                    wanted.begin() + (made.pixels - around_) +
+                        std::ptrdiff_t(std::size_t(y) * made.stride));
+    if (std::memcmp(wanted.data(), around_, wanted.size()) == 0)
+        return "";
+    const auto differs = std::mismatch(wanted.begin(), wanted.end(), around_);
+    const std::ptrdiff_t at = differs.second - made.pixels;
+    const std::size_t y = std::size_t(at) / made.stride, x = std::size_t(at) % made.stride;
+    if (at < 0 || y >= std::size_t(expected.height) || x >= expected.row_bytes())
+        return "bytes beside the destination's pixels were written";
+    const auto place = [](const Axis &axis, std::size_t i) {
+        return std::to_string(i) + " (index " + std::to_string(axis.index[i]) +
+               (axis.fraction.empty() ? "" : ", fraction " + std::to_string(axis.fraction[i])) +
+               ")";
+    };
+    return "byte " + std::to_string(x % expected.pixel_bytes) + " of column " +
+           place(trial.columns, x / expected.pixel_bytes) + " in row " + place(trial.rows, y) +
+           " is " + std::to_string(*differs.second) + ", expected " +
+           std::to_string(*differs.first);
+}
+
+bool Stage::is(const SourceBlock &source, const Image &image) {
+    for (int y = 0; y < image.height; ++y)
+        if (std::memcmp(source.pixels + std::size_t(y) * source.stride, image.row(y),
+                        image.row_bytes()) != 0)
+            return false;
     return true;
 }
 

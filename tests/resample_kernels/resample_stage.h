@@ -46,10 +46,17 @@ struct Layout {
 };
 Layout random_layout(Random &random);
 
+// Kernels that blocks are made with.
+struct BlockForm {
+    const char *name;
+    const resample::NearestKernels *nearest;
+    const resample::InterpolationKernels *interpolation;
+};
+
 // Keeps its memory for the next trial.
 class Stage {
 public:
-    // Adds at most one failure for each level.
+    // Adds at most one failure for each form; rows together, and one by one.
     bool run(const Trial &trial, const Layout &layout);
     // At every fence, and at some random places.
     bool run_everywhere(const Trial &trial, Random &random);
@@ -59,12 +66,21 @@ public:
     static constexpr std::size_t most_columns = 20000;
 
 private:
-    bool run_level(const ResampleLevel &level, const Trial &trial, const Layout &layout,
-                   const model::Image &expected);
+    bool run_form(const BlockForm &form, const Trial &trial, const Layout &layout,
+                  const model::Image &expected);
+    resample::SourceBlock lay_down_source(const model::Image &image, const Layout &layout);
+    resample::DestinationBlock lay_down_destination(const Trial &trial, const Layout &layout,
+                                                    const model::Image &expected);
+    std::string difference_in(const resample::DestinationBlock &made, const Trial &trial,
+                              const model::Image &expected) const;
+    static bool is(const resample::SourceBlock &source, const model::Image &image);
 
     FencedMemory source_{most_bytes}, destination_{most_bytes}, work_{4 * most_bytes};
     FencedMemory tables_[4] = {FencedMemory{most_columns * 4}, FencedMemory{most_columns * 4},
                                FencedMemory{most_columns * 4}, FencedMemory{most_columns * 4}};
+    // The last destination with its surroundings, and what those hold.
+    std::uint8_t *around_ = nullptr;
+    std::uint8_t *around_end_ = nullptr;
     std::uint8_t canary_ = 7;
 };
 
