@@ -85,6 +85,7 @@ constexpr InterpolationKernels bicubic_scalar{
     .make_plan = make_plan,
     .across = across,
     .down = down,
+    .down_rows = nullptr,
 };
 
 } // namespace q32::resample

@@ -19,6 +19,7 @@ constexpr InterpolationKernels wide_bicubic = {
     .make_plan = make_plan,
     .across = across<V>,
     .down = down<V>,
+    .down_rows = nullptr, // two at once need more registers than there are
 };
 
 } // namespace
