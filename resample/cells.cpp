@@ -1,5 +1,6 @@
-// The cell path: walks the destination's cells, makes each in a block of its own and writes it
-// back. A cell of more than 128 x 128 pixels is taken in pieces: a linear buffer is a single cell.
+// The cell path: walks the destination's cells and makes each where it lies, or in a block that is
+// written to it. A cell of more than 128 x 128 pixels is taken in pieces: a linear buffer is a
+// single cell.
 #include "resample/cells.h"
 
 #include "buffer/area.h"
@@ -12,8 +13,8 @@
 #include "resample/cell_tables.h"
 #include "resample/coefficient_table.h"
 #include "resample/failures.h"
+#include "resample/kernels/row_repeater.h"
 #include "resample/kernels/row_window.h"
-#include "resample/nearest_window.h"
 #include "resample/resample.h"
 #include "resample/reused_block.h"
 
@@ -40,9 +41,9 @@ struct Target {
     std::size_t stride; // bytes from row to row
 };
 
-// Makes pieces of the destination by one method. Window is the walk over rows that goes with the
-// kernels.
-template <typename Window, typename Kernels>
+// Makes pieces of the destination by one method. Walk goes over their rows: RowRepeater or
+// RowWindow, whichever belongs to the kernels.
+template <typename Walk, typename Kernels>
 class PieceMaker {
 public:
     PieceMaker(const BufferJob &job, const CellTables &tables, const Kernels &kernels,
@@ -61,14 +62,14 @@ public:
         const bool is_staged = in_cell.pixels == nullptr;
         const std::size_t row_bytes = columns.count * std::size_t(pixel_bytes_);
         const std::size_t staged_bytes = is_staged ? row_bytes * rows.count : 0;
-        std::uint8_t *const block = block_.of_bytes(
-            staged_bytes + Window::work_bytes(kernels_, columns.count, pixel_bytes_));
+        std::uint8_t *const block =
+            block_.of_bytes(staged_bytes + Walk::work_bytes(kernels_, columns.count, pixel_bytes_));
         if (block == nullptr)
             return fail(sites_.no_destination_block);
-        Window window(kernels_, block + staged_bytes, columns, source_.columns(), pixel_bytes_);
+        Walk walk(kernels_, block + staged_bytes, columns, source_.columns(), pixel_bytes_);
         if (!is_staged)
-            return fill(window, rows, in_cell);
-        return fill(window, rows, {block, row_bytes}) && write(piece, block);
+            return fill(walk, rows, in_cell);
+        return fill(walk, rows, {block, row_bytes}) && write(piece, block);
     }
 
 private:
@@ -87,9 +88,9 @@ private:
                 std::size_t(buffer::describe_cell(destination_, place.cell).row_bytes)};
     }
 
-    bool fill(Window &window, const Positions &rows, const Target &target) {
+    bool fill(Walk &walk, const Positions &rows, const Target &target) {
         const auto fetch = [&](int row) { return source_.row(row); };
-        return window.make_rows(target.pixels, target.stride, rows, source_.rows(), fetch);
+        return walk.make_rows(target.pixels, target.stride, rows, source_.rows(), fetch);
     }
 
     // The buffer's own entry and not the export, which would raise the thread's priority each time.
@@ -131,10 +132,10 @@ bool each_piece(const Area &area, const Make &make) {
     return true;
 }
 
-template <typename Window, typename Kernels>
+template <typename Walk, typename Kernels>
 bool make_cells(const BufferJob &job, const CellTables &tables, const Kernels &kernels,
                 const site::CellSites &sites) {
-    PieceMaker<Window, Kernels> maker(job, tables, kernels, sites);
+    PieceMaker<Walk, Kernels> maker(job, tables, kernels, sites);
     // The callback may change a linear buffer's height meanwhile.
     const Area with_positions = {0, 0, int(tables.columns().count), int(tables.rows().count)};
     const int count = record_of(job.destination)->info.cell_count;
@@ -168,7 +169,7 @@ SIZE size_of(const BUF32INFO &info) {
 }
 
 // make_tables is what the method calls its tables.
-template <typename Window, typename Kernels>
+template <typename Walk, typename Kernels>
 bool resample_by(const BufferJob &job, const Kernels &kernels,
                  bool (CellTables::*make_tables)(SIZE source, SIZE destination),
                  const site::CellSites &sites) {
@@ -182,7 +183,7 @@ bool resample_by(const BufferJob &job, const Kernels &kernels,
     BufferLock destination_lock;
     if (!destination_lock.lock(job.destination, BUF32_OVERWRITE))
         return fail(sites.format_refused);
-    return make_cells<Window>(job, tables, kernels, sites);
+    return make_cells<Walk>(job, tables, kernels, sites);
 }
 
 // A method without a number is bicubic once a bicubic call has made the coefficient table, and
@@ -208,8 +209,8 @@ bool resample_cells(const BufferJob &job, int method) {
     priority.raise();
     switch (method_of_number(method)) {
     case RESAMPLE_NEAREST:
-        return resample_by<NearestWindow>(job, kernels().nearest, &CellTables::make_nearest,
-                                          site::nearest_cells);
+        return resample_by<RowRepeater>(job, kernels().nearest, &CellTables::make_nearest,
+                                        site::nearest_cells);
     case RESAMPLE_BILINEAR:
         return resample_by<RowWindow>(job, kernels().bilinear, &CellTables::make_bilinear,
                                       site::bilinear_cells);

@@ -7,8 +7,8 @@
 #include "library/process/process.h"
 #include "resample/coefficient_table.h"
 #include "resample/failures.h"
+#include "resample/kernels/row_repeater.h"
 #include "resample/kernels/row_window.h"
-#include "resample/nearest_window.h"
 #include "resample/resample.h"
 #include "resample/row_walk.h"
 #include "rows/rows.h"
@@ -74,8 +74,7 @@ struct Rows {
 
 bool resample_nearest(const Rows &rows) {
     const NearestKernels &nearest = kernels().nearest;
-    const std::size_t work_bytes =
-        NearestWindow::work_bytes(nearest, rows.width(), rows.pixel_bytes);
+    const std::size_t work_bytes = RowRepeater::work_bytes(nearest, rows.width(), rows.pixel_bytes);
     auto *const work = global_alloc<std::uint8_t>(GMEM_ZEROINIT, work_bytes + rows.row_bytes());
     const GlobalBlock owned(work);
     if (work == nullptr)
@@ -83,8 +82,7 @@ bool resample_nearest(const Rows &rows) {
 
     std::uint8_t *const row = work + work_bytes;
     const std::int32_t *const row_index = rows.tables.rows().index;
-    NearestWindow window(nearest, work, rows.tables.columns(), rows.source_columns,
-                         rows.pixel_bytes);
+    RowRepeater window(nearest, work, rows.tables.columns(), rows.source_columns, rows.pixel_bytes);
     const auto fetch = [&](int source_row) { return rows.stored_row.read(source_row); };
     return write_rows(rows.job, rows.height(), stops, BUF32_LINE_WRITE, row, [&](int y) {
         return window.make_row(row, row_index[y], 0, rows.source_rows, fetch);

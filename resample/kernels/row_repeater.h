@@ -1,5 +1,5 @@
-// Nearest neighbour's counterpart of RowWindow, to be used in its place: each source row becomes a
-// destination row once, and is copied where it comes again.
+// The walk of nearest neighbour, the counterpart of RowWindow and used alike: each source row
+// becomes a destination row once, which is copied where it comes again.
 #pragma once
 
 #include "resample/kernels/resample_kernels.h"
@@ -8,7 +8,7 @@
 
 namespace q32::resample {
 
-class NearestWindow {
+class RowRepeater {
 public:
     // Bytes of work memory, wherever it begins.
     static std::size_t work_bytes(const NearestKernels &kernels, std::size_t columns,
@@ -16,8 +16,8 @@ public:
         return work_alignment + kernels.plan_bytes(columns, pixel_bytes);
     }
 
-    NearestWindow(const NearestKernels &kernels, void *work, const Positions &columns,
-                  Extent source_columns, int pixel_bytes)
+    RowRepeater(const NearestKernels &kernels, void *work, const Positions &columns,
+                Extent source_columns, int pixel_bytes)
         : kernels_(kernels), plan_(first_aligned(work)),
           row_bytes_(columns.count * std::size_t(pixel_bytes)) {
         kernels.make_plan(plan_, columns, source_columns, pixel_bytes);
