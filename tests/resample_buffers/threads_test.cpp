@@ -61,13 +61,15 @@ TEST_P(TwoAtOnce, TheSecondWaits) {
         (message.message == RESAMPLE_BEGIN ? second_began : second_worked).set();
     };
     std::thread other;
-    int other_result = 0;
+    int other_result = 0, other_priority = THREAD_PRIORITY_ERROR_RETURN;
+    DWORD other_id = 0;
     Listener listener(0, 100);
     listener.also = [&](const Message &message) {
         if (message.message != RESAMPLE_PROGRESS || other.joinable())
             return;
         // In the middle of the work.
         other = std::thread([&] {
+            other_id = GetCurrentThreadId();
             other_result = second.work(second_listener);
             second_done.set();
         });
@@ -75,12 +77,16 @@ TEST_P(TwoAtOnce, TheSecondWaits) {
         EXPECT_FALSE(second_worked.comes(a_while));
         EXPECT_FALSE(second_done.comes(0));
         EXPECT_EQ(second.given.mode(), Side::no_mode); // not even locked
+        const HANDLE thread = OpenThread(THREAD_QUERY_INFORMATION, FALSE, other_id);
+        other_priority = GetThreadPriority(thread);
+        CloseHandle(thread);
     };
     EXPECT_SUCCESS(first.work(listener));
     ASSERT_TRUE(other.joinable());
     EXPECT_TRUE(second_done.comes());
     other.join();
     EXPECT_EQ(other_result, 1);
+    EXPECT_EQ(other_priority, THREAD_PRIORITY_NORMAL); // nor raised
     first.expect_done();
     second.expect_done();
     EXPECT_EQ(second_listener.heard(), model::messages(second_path, second.given.cells(), 0, 100));
