@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Tests q32tool from outside: run_tests.py PROGRAM CONSOLE EMULATOR SCRATCH [TEST...]
 
-PROGRAM is run by EMULATOR, in folders below SCRATCH; CONSOLE is tool_console, which types. TEST chooses tests as unittest names them,
-such as pixels_test.Grey; without it all are run.
+PROGRAM is run by EMULATOR, in folders below SCRATCH; CONSOLE is tool_console, which types into it.
+TEST chooses tests as unittest names them, such as pixels_test.Grey; without it all are run.
 """
 
 import pathlib

@@ -42,9 +42,9 @@ class ScaleCase(ToolCase):
         """Scales a file. Returns the new file's bytes."""
         return self.make(target, "scale", source, target, *options)
 
-    def assert_all_sizes(self, bits, options, change, model):
+    def assert_sizes(self, sizes, bits, options, change, model):
         """change: what the number of bits makes of a colour. model: picture, width, height."""
-        for before, after in SIZES:
+        for before, after in sizes:
             with self.subTest(options=options, before=before, after=after):
                 picture = pictures.noise(*before)
                 source = self.write("in.bmp", pictures.bmp(picture))
@@ -56,29 +56,26 @@ class ScaleCase(ToolCase):
 class Pixels(ScaleCase):
     def test_24_bits(self):
         for method in METHODS:
-            self.assert_all_sizes(
-                24, ["--method", method], same, functools.partial(by_cells, method=method)
-            )
+            model = functools.partial(by_cells, method=method)
+            self.assert_sizes(SIZES, 24, ["--method", method], same, model)
 
     def test_grey(self):
         for method in METHODS:
-            self.assert_all_sizes(
-                8, ["--method", method], grey, functools.partial(by_cells, method=method)
-            )
+            model = functools.partial(by_cells, method=method)
+            self.assert_sizes(SIZES[:3], 8, ["--method", method], grey, model)
 
     def test_16_bits(self):
         """Interpolated in 24 bits, and cut off to 16 again."""
 
-        def model(*arguments, method):
+        def cut_off(*arguments, method):
             return by_tables(*arguments, method).changed(as_555)
 
         for method in METHODS:
-            self.assert_all_sizes(
-                16, ["--method", method], as_555, functools.partial(model, method=method)
-            )
+            model = functools.partial(cut_off, method=method)
+            self.assert_sizes(SIZES[:3], 16, ["--method", method], as_555, model)
 
     def test_black_and_white(self):
-        self.assert_all_sizes(1, [], white_above(127), by_bits)
+        self.assert_sizes(SIZES, 1, [], white_above(127), by_bits)
 
     def test_black_and_white_have_one_method(self):
         source = self.write("in.png", pictures.png(pictures.noise(37, 29)))
@@ -131,7 +128,6 @@ class NewSizes(ScaleCase):
 
     def test_size(self):
         self.assert_size((45, 35), "--size 3x200", (3, 200))
-        self.assert_size((45, 35), "--size 1x1", (1, 1))
         self.assert_size((3, 2), "--size 32000x1", (32000, 1))
 
     def test_percent_is_rounded(self):
@@ -144,7 +140,6 @@ class NewSizes(ScaleCase):
     def test_percent_grows(self):
         # 60.75 x 47.25 pixels.
         self.assert_size((45, 35), "--percent 135", (61, 47))
-        self.assert_size((45, 35), "--percent 300", (135, 105))
         self.assert_size((2, 1), "--percent 90000", (1800, 900))
 
     def test_percent_leaves_a_pixel(self):
@@ -162,7 +157,6 @@ class NewSizes(ScaleCase):
         self.assert_size((30, 40), "--fit 10x10", (8, 10))
 
     def test_fit_grows(self):
-        self.assert_size((45, 35), "--fit 90x90", (90, 70))
         self.assert_size((45, 35), "--fit 1000x70", (90, 70))
         self.assert_size((45, 35), "--fit 45x2147483647", (45, 35))
         self.assert_size((45, 35), "--fit 2147483647x35", (45, 35))

@@ -30,10 +30,10 @@ class SameEverywhere(ToolCase):
         self.make_folder("swap")
         for options in (["--bits", "24"], ["--bits", "8"], ["--bits", "16"], ["--bits", "1"]):
             command = ["scale", source, "out.bmp", "--size", "150x140", *options]
-            wanted = self.make("out.bmp", *command)
-            for name, storage in STORAGES.items():
+            wanted = self.make("out.bmp", *command, *STORAGES["memory"])
+            for name in ("file", "no memory"):
                 with self.subTest(options=options, storage=name):
-                    self.assertEqual(self.make("out.bmp", *command, *storage), wanted)
+                    self.assertEqual(self.make("out.bmp", *command, *STORAGES[name]), wanted)
 
     def test_round_trip_through_swap_files(self):
         picture = pictures.noise(385, 129)

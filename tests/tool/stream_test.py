@@ -318,8 +318,8 @@ class Numbers(StreamCase):
             with self.subTest(pattern=pattern):
                 says = [f"in/{pattern}", "#### or %04d, once"]
                 self.refuse(USAGE, "stream", f"in/{pattern}", "out", *HALF, says=says)
-                arguments = ["in/s-####.png", f"in/{pattern}", *HALF]
-                self.refuse(USAGE, "stream", *arguments, says=says)
+        arguments = ["in/s-####.png", "out/s-##-#.png", *HALF]
+        self.refuse(USAGE, "stream", *arguments, says=["out/s-##-#.png", "#### or %04d, once"])
 
     def test_frames_with_numbers_need_a_folder_or_numbers(self):
         self.write_frames("in/0.png")
