@@ -269,12 +269,20 @@ TEST_F(FreshResamplePaths, BicubicCallsGoOnWithoutTheTable) {
     const frame::Census before = frame::Census::now();
     check_new({true, 0, RESAMPLE_BICUBIC}, 13, 11, bytes);
     for (int round = 0; round < 3; ++round) {
-        EXPECT_EQ(api().q32FreeBiCubicTable(), 1);
+        {
+            const FailingCall unlocks("GlobalUnlock", 0), frees("GlobalFree", 0);
+            EXPECT_EQ(api().q32FreeBiCubicTable(), 1);
+            EXPECT_EQ(unlocks.calls(), round == 0 ? 1 : 0);
+            EXPECT_EQ(frees.calls(), round == 0 ? 1 : 0);
+        }
         EXPECT_EQ(frame::Census::now(), before);
+        const ObservedCalls calls;
         for (const Side *side : {&bytes, &words, &pixels}) {
             check_new({true, 0, RESAMPLE_BICUBIC}, 13, 11, *side);
             check_new({true, 0, RESAMPLE_BICUBIC}, 29, 37, *side);
         }
+        for (const ObservedCalls::GlobalBlock &block : calls.global_blocks())
+            EXPECT_NE(block.bytes, 65536u);
         EXPECT_EQ(frame::Census::now(), before);
         expect_unknown_methods_are_bicubic(random);
     }
