@@ -35,8 +35,14 @@ protected:
         return {method(), source, columns.axis, rows.axis};
     }
     static Line line(Random &random, int count) {
-        return random.below(4) == 0 ? line_at_random(random, method(), count)
-                                    : line_by_ratio(random, method(), count);
+        switch (random.below(4)) {
+        case 0:
+            return line_at_random(random, method(), count);
+        case 1:
+            return line_in_order(random, method(), count);
+        default:
+            return line_by_ratio(random, method(), count);
+        }
     }
     static bool fits(const Line &columns, const Line &rows) {
         return std::size_t(columns.count) * std::size_t(rows.count) * pixel_bytes() <=
@@ -60,8 +66,8 @@ constexpr int all_lengths = 3 * 64 + 1;
 TEST_P(ResampleBlocks, OfEveryLength) {
     Random random{test_seed(), 0};
     for (int length = 0; length <= all_lengths; ++length)
-        for (int i = 0; i < 2; ++i) {
-            const Line columns = line_by_ratio(random, method(), length);
+        for (const auto make : {line_by_ratio, line_in_order, line_in_order}) {
+            const Line columns = make(random, method(), length);
             ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, few_rows(random, 3, columns)),
                                               random));
         }
@@ -139,6 +145,17 @@ TEST_P(ResampleBlocks, OfRowsInOtherOrders) {
             index = rows.first + (row % rows.count + rows.count) % rows.count;
         }
         return stage_.run(trial(random, columns, rows), random_layout(random));
+    });
+}
+
+// Columns that lie as close, or as far apart, as one load of the source just reaches.
+TEST_P(ResampleBlocks, OfColumnsInOrder) {
+    random_cases(1500, [this](Random &random, std::uint64_t) {
+        const Line columns = line_in_order(random, method(), between(random, 1, 100));
+        Line row = line_at_random(random, method(), 1);
+        row.count = 1;
+        row.axis.index[0] = row.first;
+        return stage_.run(trial(random, columns, row), random_layout(random));
     });
 }
 

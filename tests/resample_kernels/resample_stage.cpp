@@ -351,6 +351,20 @@ Line line_by_ratio(Random &random, Method method, int count) {
     return line;
 }
 
+Line line_in_order(Random &random, Method method, int count) {
+    Line line = line_at_random(random, method, count);
+    const int most = between(random, 1, 4);
+    const auto stays = random.below(8);
+    int index = line.first;
+    for (std::int32_t &place : line.axis.index) {
+        place = index;
+        index += random.below(8) < stays ? 0 : between(random, 1, most);
+    }
+    const int taps = method == Method::nearest ? 0 : between(random, 0, 3);
+    line.count = (count == 0 ? index : line.axis.index.back()) - line.first + 1 + taps;
+    return line;
+}
+
 Line line_at_random(Random &random, Method method, int count) {
     Line line;
     line.first = random.below(2) == 0 ? 0 : between(random, 0, 1000);

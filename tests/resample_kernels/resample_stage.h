@@ -99,6 +99,8 @@ struct Line {
 };
 // As tables and cells make them: `count` pixels out of a larger axis at a ratio of 1/32 to 32.
 Line line_by_ratio(Random &random, model::Method method, int count);
+// From left to right in steps of no, one or more pixels, in any mixture.
+Line line_in_order(Random &random, model::Method method, int count);
 // Any index of the source, in any order, with any fraction.
 Line line_at_random(Random &random, model::Method method, int count);
 
