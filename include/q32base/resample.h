@@ -22,7 +22,8 @@
  * nearest edge. All shifts are arithmetic.
  *
  * Nearest neighbour copies whole pixels. Cells (see q32BufferResampleEx) take the pixel at position
- * + 0.5, all others the one at the index.
+ * + 0.5; rows of bits take the one at the index or, from a fraction of 1/2 on, the next one; all
+ * others take the one at the index.
  *
  * Bilinear, with 16-bit fractions fx and fy, p00 the sample at the index, p10 its right neighbour,
  * p01 the one below and p11 the fourth:
@@ -92,8 +93,8 @@ Q32_API int Q32_CALL q32FreeResampleTable(int32_t *column_index, int32_t *column
 
 /*
  * Frees the bicubic coefficient table of the process, 64 KB that the first bicubic call allocates.
- * The library does this itself when it is unloaded. Bicubic calls after it still work and allocate
- * nothing. Must not run beside a bicubic call. Returns 1.
+ * The library does this itself when it is unloaded. Once the table has been made and freed, bicubic
+ * calls still work and do not make it again. Must not run beside a bicubic call. Returns 1.
  */
 Q32_API int Q32_CALL q32FreeBiCubicTable(void);
 
@@ -106,7 +107,8 @@ Q32_API int Q32_CALL q32FreeBiCubicTable(void);
 
 /*
  * A progress callback. Not 0: go on; 0: stop. It is called on the thread that resamples; between
- * RESAMPLE_BEGIN and RESAMPLE_END that thread holds the library's lock.
+ * RESAMPLE_BEGIN and RESAMPLE_END that thread holds the library's lock. It may call the library, for
+ * the buffers at work too, but must not free, unlock or shrink those.
  */
 typedef int(__stdcall RESAMPLECALLBACK)(int message, int value, int zero, uintptr_t user_data);
 
@@ -162,13 +164,13 @@ Q32_API int Q32_CALL q32BufferResample(const SIZE *size, HBUF32 source, HBUF32 *
  * send one before each row if it differs from the last value sent; cells send one before each cell.
  * RESAMPLE_END is sent after a failure too, but not after a refused RESAMPLE_BEGIN.
  *
- * Memory used meanwhile: tables of 4 bytes per column and row, a few rows, or a cell and the source
- * pixels under it.
+ * Memory used meanwhile: tables of at most 8 bytes per column and per row, and a few rows, or a cell
+ * and the source pixels under it.
  *
  * Reports:
  *   3200, 1, 8, 14   size null, its width or height 0, or destination null
- *                    (what buf32Alloc reports of the size comes as it is; a source that is not a
- *                    live buffer, or cannot be locked: 0 without a report)
+ *                    (a source that is not a live buffer: 0 without a report; what buf32Alloc
+ *                    and buf32Lock report comes as it is, and nothing is added but by cells)
  *   5808, 2, 8, 24   RESAMPLE_BEGIN was refused
  *   1001, 0, 8, 17   no memory for the bicubic coefficient table
  * by rows:
