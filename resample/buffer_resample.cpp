@@ -16,7 +16,7 @@ using buffer::BufferLock;
 
 // --- the destination -----------------------------------------------------------------------------
 
-// The caller's buffer, or one that is made for him and freed again unless it is kept.
+// The caller's buffer, or one that is made for the call and freed again unless it is kept.
 class Destination {
 public:
     explicit Destination(HBUF32 *handle) : handle_(handle), buffer_(*handle) {}

@@ -1,4 +1,4 @@
-// What the caller of a buffer's resampling sees of it meanwhile: the messages to his callback,
+// What the caller of a buffer's resampling sees of it meanwhile: the messages to the callback,
 // their values, and the Esc key. Which failure it is to be stopped is the paths' part.
 #pragma once
 

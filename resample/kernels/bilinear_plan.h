@@ -1,6 +1,6 @@
 // What the wide bilinear kernels know of a destination row's columns: the fractions, sample by
 // sample, and where in a source row each sample's pair is found (the sample and its right
-// neighbour). bilinear_windows.h makes the windows.
+// neighbour). bilinear_columns.h makes plans.
 //
 // Private to the file that includes it, as rows/kernels/vectors.h.
 #pragma once
