@@ -466,23 +466,25 @@ const CellPoints cell_points[] = {
     {Path::bicubic_cells, {1001, 1, 12, 1748}, {1001, 1, 12, 1901}},
 };
 
-// A destination of six cells that is not smaller than its source: a piece is a cell.
-TEST_F(ResampleFailures, PiecesThatCannotBeFetched) {
+// A pattern's pixels lie nowhere: they are always fetched. The first fetch for a cell fails.
+TEST_F(ResampleFailures, PixelsThatCannotBeFetched) {
     Random random(test_seed(), 12);
     for (const auto &[path, fetch, write] : cell_points)
         for (int bits : {8, 24})
             for (int fails = 0; fails < 6; ++fails) {
-                SCOPED_TRACE(std::string(name_of(path)) + ", piece " + std::to_string(fails));
-                const Side source(bits, 150, 140, random);
+                SCOPED_TRACE(std::string(name_of(path)) + ", cell " + std::to_string(fails));
+                const Side source(Sort::pattern, bits, 150, 140, random);
                 Side given(bits, 300, 200, random);
+                ASSERT_EQ(api().buf32Lock(source, BUF32_READ, nullptr), 1); // makes its block
+                ASSERT_EQ(api().buf32Unlock(source), 1);
                 const Surroundings surroundings({&source, &given});
                 Listener listener(0, 6);
                 {
-                    int pieces = 0;
                     const GetMemoryHook hook(source, [&](auto original, HBUF32 buffer, int x, int y,
                                                          int width, int height, void *memory) {
-                        return pieces++ == fails ? 0
-                                                 : original(buffer, x, y, width, height, memory);
+                        return listener.progress() > fails
+                                   ? 0
+                                   : original(buffer, x, y, width, height, memory);
                     });
                     EXPECT_REPORT(resample_into(given, manner_of(path), source, listener),
                                   fetch.message, fetch.severity, fetch.module, fetch.point);
@@ -495,23 +497,24 @@ TEST_F(ResampleFailures, PiecesThatCannotBeFetched) {
             }
 }
 
-TEST_F(ResampleFailures, PiecesThatCannotBeWritten) {
+// A destination with an entry of its own is written through it.
+TEST_F(ResampleFailures, PixelsThatCannotBeWritten) {
     Random random(test_seed(), 13);
     for (const auto &[path, fetch, write] : cell_points)
         for (int bits : {8, 24})
             for (int fails = 0; fails < 6; ++fails) {
-                SCOPED_TRACE(std::string(name_of(path)) + ", piece " + std::to_string(fails));
+                SCOPED_TRACE(std::string(name_of(path)) + ", cell " + std::to_string(fails));
                 const Side source(bits, 150, 140, random);
                 Side given(bits, 300, 200, random);
                 const Surroundings surroundings({&source, &given});
                 Listener listener(0, 6);
                 {
-                    int pieces = 0;
                     const MergeMemoryHook hook(given, [&](auto original, HBUF32 buffer, int x,
                                                           int y, int width, int height,
                                                           const void *memory) {
-                        return pieces++ == fails ? 0
-                                                 : original(buffer, x, y, width, height, memory);
+                        return listener.progress() > fails
+                                   ? 0
+                                   : original(buffer, x, y, width, height, memory);
                     });
                     EXPECT_REPORT(resample_into(given, manner_of(path), source, listener),
                                   write.message, write.severity, write.module, write.point);
@@ -525,18 +528,20 @@ TEST_F(ResampleFailures, PiecesThatCannotBeWritten) {
 }
 
 // A new buffer that could not be finished is gone.
-TEST_F(ResampleFailures, NewBufferOfPiecesThatCannotBeFetched) {
+TEST_F(ResampleFailures, NewBufferOfPixelsThatCannotBeFetched) {
     Random random(test_seed(), 14);
     for (const auto &[path, fetch, write] : cell_points) {
-        const Side source(24, 150, 140, random);
+        const Side source(Sort::pattern, 24, 150, 140, random);
+        ASSERT_EQ(api().buf32Lock(source, BUF32_READ, nullptr), 1); // makes its block
+        ASSERT_EQ(api().buf32Unlock(source), 1);
         const Surroundings surroundings({&source});
-        int pieces = 0;
+        Listener listener(0, 6);
         const GetMemoryHook hook(source, [&](auto original, HBUF32 buffer, int x, int y, int width,
                                              int height, void *memory) {
-            return pieces++ == 3 ? 0 : original(buffer, x, y, width, height, memory);
+            return listener.progress() > 3 ? 0 : original(buffer, x, y, width, height, memory);
         });
         HBUF32 handle = 0;
-        EXPECT_REPORT(resample(manner_of(path), 300, 200, source, &handle), fetch.message,
+        EXPECT_REPORT(resample(manner_of(path), 300, 200, source, &handle, listener), fetch.message,
                       fetch.severity, fetch.module, fetch.point);
         EXPECT_EQ(handle, 0u);
         surroundings.expect_unchanged();
