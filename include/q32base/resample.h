@@ -107,8 +107,8 @@ Q32_API int Q32_CALL q32FreeBiCubicTable(void);
 
 /*
  * A progress callback. Not 0: go on; 0: stop. It is called on the thread that resamples; between
- * RESAMPLE_BEGIN and RESAMPLE_END that thread holds the library's lock. It may call the library, for
- * the buffers at work too, but must not free, unlock or shrink those.
+ * RESAMPLE_BEGIN and RESAMPLE_END that thread holds the library's lock. It may call the library,
+ * also for the buffers at work, but must not free, unlock or shrink those.
  */
 typedef int(__stdcall RESAMPLECALLBACK)(int message, int value, int zero, uintptr_t user_data);
 
