@@ -164,8 +164,8 @@ Q32_API int Q32_CALL q32BufferResample(const SIZE *size, HBUF32 source, HBUF32 *
  * send one before each row if it differs from the last value sent; cells send one before each cell.
  * RESAMPLE_END is sent after a failure too, but not after a refused RESAMPLE_BEGIN.
  *
- * Memory used meanwhile: tables of at most 8 bytes per column and per row; a few rows, or a cell and
- * the source pixels under it.
+ * Memory used meanwhile: tables of at most 8 bytes per column and per row; a few rows, or a cell
+ * and the source pixels under it.
  *
  * Reports:
  *   3200, 1, 8, 14   size null, its width or height 0, or destination null
