@@ -137,15 +137,19 @@ void find_pixels(Plan &plan, const Positions &columns, Extent source) {
 
 #ifdef __SSE4_1__
 
-// The group's pairs as they lie in the row, counted from where its first pixel begins.
+// The group's pairs as they lie in the row, counted from where its first pixel begins, modulo 256:
+// in a row that is reduced a thousandfold its last pixel begins more than 32767 bytes behind.
 inline V16 pairs_of_group(const Plan &plan, const int32_t *left) {
     const V16 low = load_dwords(left), high = load_dwords(left + 4);
     const V16 last = _mm_set1_epi32(plan.last_left());
     const V16 at_end = _mm_packs_epi32(_mm_cmpeq_epi32(low, last), _mm_cmpeq_epi32(high, last));
     const V16 first = _mm_set1_epi32(left[0]);
-    const V16 from_first = _mm_packs_epi32(_mm_sub_epi32(low, first), _mm_sub_epi32(high, first));
+    const auto distance = [&](V16 begin) {
+        return _mm_sub_epi32(begin, first) & _mm_set1_epi32(0xFF);
+    };
+    const V16 from_first = _mm_packs_epi32(distance(low), distance(high));
     const V16 step = _mm_andnot_si128(at_end, repeat_word<V16>(int(plan.pixel_bytes)));
-    return left_of_pairs(from_first) | words_up<8>(add_words(from_first, step));
+    return from_first | words_up<8>(add_words(from_first, step));
 }
 
 // Windows of so many samples each. False where one does not hold the pairs of its samples, or where

@@ -159,6 +159,27 @@ TEST_P(ResampleBlocks, OfColumnsInOrder) {
     });
 }
 
+// Columns so far apart that the bytes between a few of them are more than 16 bits can count.
+TEST_P(ResampleBlocks, OfDistantColumns) {
+    random_cases(60, [this](Random &random, std::uint64_t) {
+        const int columns_made = between(random, 2, 40);
+        const int row_pixels = int(Stage::most_bytes / 2 / pixel_bytes());
+        const bool evenly = random.below(2) == 0;
+        const int most = row_pixels / columns_made;
+        Line columns = line_at_random(random, method(), columns_made);
+        int index = columns.first;
+        for (std::int32_t &place : columns.axis.index) {
+            place = index;
+            index += evenly ? most : between(random, 0, most);
+        }
+        columns.count = columns.axis.index.back() - columns.first + 1 + between(random, 0, 3);
+        Line row = line_at_random(random, method(), 1);
+        row.count = 1;
+        row.axis.index[0] = row.first;
+        return stage_.run(trial(random, columns, row), random_layout(random));
+    });
+}
+
 TEST_P(ResampleBlocks, OfLongRows) {
     Random random{test_seed(), 4};
     for (const int length : {4096, 4097, 9999, 20000}) {
