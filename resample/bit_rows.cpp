@@ -59,7 +59,7 @@ public:
         plan_ = at += index_bytes;
         stored_ = at += plan_bytes;
         spread_ = at += stored_bytes_;
-        row_ = at += source_width();
+        row_ = at + source_width();
         return true;
     }
 

@@ -246,8 +246,9 @@ std::vector<std::uint8_t> make_image(std::size_t bytes, int stride) {
     unsigned state = 20240517;
     for (std::size_t i = 0; i < bytes; ++i) {
         state = state * 1664525u + 1013904223u;
-        const auto y = static_cast<double>(i / static_cast<std::size_t>(stride));
-        const auto x = static_cast<double>(i % static_cast<std::size_t>(stride));
+        const std::size_t row = i / static_cast<std::size_t>(stride);
+        const auto y = static_cast<double>(row);
+        const auto x = static_cast<double>(i - row * static_cast<std::size_t>(stride));
         image[i] = static_cast<std::uint8_t>(
             128 + static_cast<int>(std::sin(x * 0.004) * 60 + std::sin(y * 0.017) * 50) +
             static_cast<int>(state >> 29));
