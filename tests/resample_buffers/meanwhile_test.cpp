@@ -91,6 +91,19 @@ TEST_F(ResampleMeanwhile, DestinationIsDuplicatedAtEveryMessage) {
     }
 }
 
+// Rows or cells of the first `count` parts of a picture become those of another one.
+void set_parts(Path path, const Geometry &cells, int count, Picture &picture, const Picture &from) {
+    for (int64_t y = 0; y < cells.height; ++y)
+        for (int64_t x = 0; x < cells.width; ++x) {
+            const int64_t part = !is_of_cells(path) ? y
+                                                    : y / cells.cell_height() * cells.columns() +
+                                                          x / cells.cell_width();
+            if (part < count)
+                move_pixel(bits_of(path), picture.image.row(size_t(y)), picture.bit_of(x),
+                           from.image.row(size_t(y)), from.bit_of(x));
+        }
+}
+
 // What was finished is the colour's; what comes after is written over it.
 TEST_F(ResampleMeanwhile, DestinationIsFilled) {
     Random random(test_seed(), 3);
@@ -110,20 +123,41 @@ TEST_F(ResampleMeanwhile, DestinationIsFilled) {
                 EXPECT_SUCCESS(resample_into(given, manner_of(path), source, listener));
                 Picture result = given.picture;
                 model::resample(path, source.picture, result, cells);
-                Picture colour = OneColourSubject(bits_of(path), 200, 190).picture;
-                for (int64_t y = 0; y < cells.height; ++y)
-                    for (int64_t x = 0; x < cells.width; ++x) {
-                        const int64_t of = !is_of_cells(path)
-                                               ? y
-                                               : y / cells.cell_height() * cells.columns() +
-                                                     x / cells.cell_width();
-                        if (of < part)
-                            move_pixel(bits_of(path), result.image.row(size_t(y)), result.bit_of(x),
-                                       colour.image.row(size_t(y)), colour.bit_of(x));
-                    }
+                set_parts(path, cells, part, result,
+                          OneColourSubject(bits_of(path), 200, 190).picture);
                 expect_same_pixels(picture_of(given), result);
                 EXPECT_EQ(given.locks(), 0u);
                 given.picture = result;
+            }
+}
+
+// The destination gives its pixels up to share another buffer's: what was finished is that one's,
+// and what comes after is written to pixels that are the destination's own again.
+TEST_F(ResampleMeanwhile, DestinationBecomesADuplicate) {
+    Random random(test_seed(), 6);
+    for (Path path : all_paths)
+        for (Sort sort : {Sort::tiled, Sort::linear})
+            for (int part : {0, 1, 2}) {
+                SCOPED_TRACE(std::string(name_of(path)) + ", " + name_of(sort) + ", before part " +
+                             std::to_string(part));
+                const Side source(bits_of(path), 150, 140, random);
+                Side given(sort, bits_of(path), 200, 190, random);
+                const Side other(sort, bits_of(path), 200, 190, random);
+                const Geometry cells = given.cells();
+                const int parts = parts_of(path, cells);
+                if (part >= parts)
+                    continue;
+                Before listener(path, part, parts, [&] {
+                    HBUF32 handle = given;
+                    EXPECT_EQ(api().buf32DupBuf(other, &handle), 1);
+                });
+                EXPECT_SUCCESS(resample_into(given, manner_of(path), source, listener));
+                model::resample(path, source.picture, given.picture, cells);
+                set_parts(path, cells, part, given.picture, other.picture);
+                given.expect_picture();
+                other.expect_picture();
+                EXPECT_EQ(given.locks(), 0u);
+                EXPECT_EQ(other.locks(), 0u);
             }
 }
 
