@@ -183,19 +183,24 @@ struct Pixels {
 private:
     static constexpr std::size_t bytes_of_four = 4 * samples * sizeof(std::int16_t);
 
+    template <int i>
+    [[gnu::always_inline]] static V sums_of_column(const Step &step, const SourceRow &source,
+                                                   int k) {
+        const V pixels = load_columns<in_row, V>(source, step.offset, k + i);
+        return sums_of(taps_of_pixels<samples>(pixels),
+                       repeat_in_lane<i>(load_weights<V>(step.even + k)),
+                       repeat_in_lane<i>(load_weights<V>(step.odd + k)));
+    }
+
     // And four columns on in another lane.
     template <Parts parts>
     static V four_columns(LinePlace to, const Step &step, const SourceRow &source, int k) {
-        const auto sums = [&]<int i> {
-            const V pixels = load_columns<in_row, V>(source, step.offset, k + i);
-            return sums_of(taps_of_pixels<samples>(pixels),
-                           repeat_in_lane<i>(load_weights<V>(step.even + k)),
-                           repeat_in_lane<i>(load_weights<V>(step.odd + k)));
-        };
-        const V sums_0 = sums.template operator()<0>(), sums_1 = sums.template operator()<1>();
+        const V sums_0 = sums_of_column<0>(step, source, k);
+        const V sums_1 = sums_of_column<1>(step, source, k);
         const V a = words_of_sums(sums_0, sums_1);
         [[maybe_unused]] const V excess_a = excess_of_sums(sums_0, sums_1);
-        const V sums_2 = sums.template operator()<2>(), sums_3 = sums.template operator()<3>();
+        const V sums_2 = sums_of_column<2>(step, source, k);
+        const V sums_3 = sums_of_column<3>(step, source, k);
         const V b = words_of_sums(sums_2, sums_3);
         if constexpr (has_words(parts))
             store_four(to.words, a, b);
@@ -341,13 +346,19 @@ void store_zeros(uint8_t *to, std::size_t bytes) {
         store(to + at, repeat_byte<V>(0));
 }
 
-// make<parts>(first step, end) makes steps as run_steps does. Below a line with much excess it is
-// expected, and made at once.
+// Which parts a call makes, as an argument.
+template <Parts p>
+struct Making {
+    static constexpr Parts parts = p;
+};
+
+// make(Making<parts>(), first step, end) makes steps as run_steps does. Below a line with much
+// excess it is expected, and made at once.
 template <int samples, class V, class Make>
 void make_line(const Line<uint8_t> &line, Plan &plan, const Make &make) {
     const bool both = plan.expects_excess;
-    *line.mark = both ? make.template operator()<Parts::both>(0, plan.steps)
-                      : make.template operator()<Parts::words>(0, plan.steps);
+    *line.mark = both ? make(Making<Parts::both>(), std::size_t(0), plan.steps)
+                      : make(Making<Parts::words>(), std::size_t(0), plan.steps);
     plan.expects_excess =
         *line.mark && 2 * mark_chunks<samples, V>(line, plan) > plan.layout.chunks;
     if (both || !*line.mark)
@@ -357,7 +368,7 @@ void make_line(const Line<uint8_t> &line, Plan &plan, const Make &make) {
     for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
         const std::size_t first = chunk * steps, end = std::min(first + steps, plan.steps);
         if (line.marks_of_chunks[chunk])
-            make.template operator()<Parts::excess>(first, end);
+            make(Making<Parts::excess>(), first, end);
         else
             store_zeros<V>(line.excess + first * bytes_of_step<samples>,
                            (end - first) * bytes_of_step<samples>);
@@ -366,7 +377,8 @@ void make_line(const Line<uint8_t> &line, Plan &plan, const Make &make) {
 
 template <TapsFrom from, class V>
 void make_line_of_singles(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
-    make_line<1, V>(line, plan, [&]<Parts parts>(std::size_t first, std::size_t end) {
+    make_line<1, V>(line, plan, [&](auto making, std::size_t first, std::size_t end) {
+        constexpr Parts parts = decltype(making)::parts;
         return run_steps<Singles<from, V>, parts>(line, plan, source, first, end);
     });
 }
@@ -375,7 +387,8 @@ template <int samples, class V>
 void make_line_of_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
     fill_edges<samples>(plan.edges, row, plan.row_bytes);
     const SourceRow source{row, plan.edges.bytes};
-    make_line<samples, V>(line, plan, [&]<Parts parts>(std::size_t first, std::size_t end) {
+    make_line<samples, V>(line, plan, [&](auto making, std::size_t first, std::size_t end) {
+        constexpr Parts parts = decltype(making)::parts;
         const std::size_t in_row = std::clamp(plan.first_in_row, first, end);
         const std::size_t beyond = std::clamp(plan.end_in_row, first, end);
         using InRow = Pixels<samples, true, V>;

@@ -77,7 +77,7 @@ struct OnLine {
 
 // --- the walk -----------------------------------------------------------------------------------
 
-// The first `count` bytes of a vector.
+// The first `count` bytes of a vector, which has as many.
 template <class V>
 void store_first(uint8_t *to, V v, size_t count) {
     uint8_t bytes[sizeof(V)];
@@ -90,6 +90,7 @@ void store_first(uint8_t *to, V v, size_t count) {
     };
     if (count >= 16) {
         store_16(to, load_16(bytes));
+        // cppcheck-suppress pointerOutOfBoundsCond
         store_16(to + count - 16, load_16(bytes + count - 16));
     } else if (count >= 8) {
         store_8(to, load_8(bytes));

@@ -19,7 +19,7 @@ struct Group {
 };
 
 inline Group group_at(const Positions &columns, size_t first) {
-    Group result;
+    Group result = {};
     for (size_t i = 0; i < group; ++i) {
         const size_t x = std::min(first + i, columns.count - 1);
         result.index[i] = columns.index[x];

@@ -97,7 +97,7 @@ private:
 
     const InterpolationKernels &kernels_;
     void *plan_;
-    std::array<void *, most_lines> line_;
+    void *line_[most_lines];
     std::array<int, most_lines> row_in_slot_;
 };
 
