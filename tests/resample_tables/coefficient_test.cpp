@@ -171,7 +171,7 @@ TEST_F(ResamplingLibrary, DoesNotFreeTheCoefficientTableTwice) {
     const Replaced<frame::call::GlobalFree> frees([](HGLOBAL block) {
         freed.push_back(block);
         // Never handed out again, so that a second free would be seen.
-        return block == table ? HGLOBAL{nullptr} : ::GlobalFree(block);
+        return block == table ? nullptr : ::GlobalFree(block);
     });
     frame::shared_library();
     EXPECT_SUCCESS(resample_bicubic_frame());
