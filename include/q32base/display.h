@@ -91,8 +91,9 @@ Q32_API int Q32_CALL disp32NewScreenGamma(int red, int green, int blue);
  * A ramp of greys from black to white: level i is i x 255 / (levels - 1), truncated.
  *
  *   palette     null: a new palette is created. Otherwise its entries are rewritten from 0 on, as
- * far as it has them levels      2 to 256; values below count as 2, above as 256 with_gamma  not 0:
- * each channel is corrected
+ *               far as it has them
+ *   levels      2 to 256; values below count as 2, above as 256
+ *   with_gamma  not 0: each channel is corrected
  *
  * Returns the palette; null without a report, the palette unchanged, when there is no memory or a
  * new one cannot be created.
