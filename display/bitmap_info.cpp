@@ -1,13 +1,14 @@
 // The shared bitmap description.
 #include "display/bitmap_info.h"
 
+#include <numeric>
+
 namespace q32::display {
 namespace {
 
 constexpr std::array<WORD, 256> all_places = [] {
     std::array<WORD, 256> places{};
-    for (WORD place = 0; place < places.size(); ++place)
-        places[place] = place;
+    std::iota(places.begin(), places.end(), WORD{0});
     return places;
 }();
 
