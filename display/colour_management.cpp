@@ -62,7 +62,7 @@ Path profile_directory() {
     if (!dc || !GetICMProfileA(dc.get(), &size, profile.text))
         return {};
     profile.text[sizeof profile.text - 1] = '\0';
-    return directory_of(profile.text);
+    return profile.text[0] != '\0' ? directory_of(profile.text) : Path{};
 }
 
 bool equal(const char *a, const char *b) {
