@@ -1,34 +1,39 @@
-// Detection of the display's colour class, and the gamma tables.
+// Detection of the display's colour class, and the class that programs force instead. What depends
+// on it is made by library_palettes.cpp; everything else is told the type when it asks.
 #include "display/device.h"
 
-#include "library/process/owners.h"
+#include "display/display.h"
+#include "display/gamma.h"
+#include "display/gdi_owners.h"
+#include "display/high_colour_dither.h"
+#include "display/library_palettes.h"
 
-#include <windows.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdint>
+#include <iterator>
 
 namespace q32::display {
 namespace {
 
-// Corrected value of each channel level.
-struct GammaTables {
-    std::array<uint8_t, 256> red, green, blue;
-};
-static_assert(sizeof(GammaTables) == 768);
-
-struct Device {
+// What can be forced and detected.
+struct ColourClass {
     DeviceType type = DeviceType::monochrome;
     int bits_per_pixel = 0;
     int planes = 0;
-    Gamma gamma_percent{100, 100, 100};
-    GammaTables *gamma_tables = nullptr;
-    bool high_colour_dither = true;
 };
 
-Device device;
+// Numbered as the types.
+constexpr ColourClass forced_classes[] = {
+    {DeviceType::monochrome, 1, 1},      {DeviceType::eight_colours, 4, 1},
+    {DeviceType::sixteen_colours, 4, 1}, {DeviceType::palette, 8, 1},
+    {DeviceType::true_colour, 24, 1},    {DeviceType::high_colour, 16, 1},
+};
+
+struct Device {
+    ColourClass colours, detected;
+    int width_mm = 0, height_mm = 0;
+    int dpi_x = 0, dpi_y = 0;
+    int width = 0, height = 0;
+};
+constinit Device device;
 
 DeviceType type_of(int colour_bits) {
     switch (colour_bits) {
@@ -45,60 +50,89 @@ DeviceType type_of(int colour_bits) {
     }
 }
 
-// A display without a context has no colours: it counts as monochrome.
-void detect_type() {
-    device.bits_per_pixel = device.planes = 0;
-    if (const HDC dc = CreateICA("DISPLAY", nullptr, nullptr, nullptr)) {
-        device.bits_per_pixel = GetDeviceCaps(dc, BITSPIXEL);
-        device.planes = GetDeviceCaps(dc, PLANES);
-        DeleteDC(dc);
+// A display without a context has no size and no colours: it counts as monochrome.
+Device detect() {
+    Device found;
+    if (const DeviceContext dc(CreateICA("DISPLAY", nullptr, nullptr, nullptr)); dc) {
+        const auto capability = [&dc](int index) { return GetDeviceCaps(dc.get(), index); };
+        found.width_mm = capability(HORZSIZE);
+        found.height_mm = capability(VERTSIZE);
+        found.dpi_x = capability(LOGPIXELSX);
+        found.dpi_y = capability(LOGPIXELSY);
+        found.width = capability(HORZRES);
+        found.height = capability(VERTRES);
+        found.detected.bits_per_pixel = capability(BITSPIXEL);
+        found.detected.planes = capability(PLANES);
+        found.detected.type = type_of(found.detected.bits_per_pixel * found.detected.planes);
     }
-    device.type = type_of(device.bits_per_pixel * device.planes);
+    found.colours = found.detected;
+    return found;
 }
 
-// A gamma exponent of 180 hundredths corrects nothing.
-int percent_of(int gamma) {
-    return int(gamma * 0.5555555555555556);
+bool detect_and_read_settings() {
+    if (!set_up())
+        return false;
+    read_screen_settings();
+    return true;
 }
 
-void fill_gamma_table(std::array<uint8_t, 256> &table, int percent) {
-    const double exponent = 100.0 / std::max(percent, 1);
-    for (int level = 0; level < 256; ++level)
-        table[level] = uint8_t(percent == 100 ? level : 255 * std::pow(level / 255.0, exponent));
+// The palettes of the type before are gone by now, whatever becomes of the new ones.
+bool change_to(const ColourClass &colours) {
+    device.colours = colours;
+    return make_library_palettes(colours.type);
 }
 
 } // namespace
 
 bool set_up() {
-    detect_type();
-    device.gamma_tables = global_alloc<GammaTables>(GMEM_FIXED, sizeof(GammaTables));
-    if (device.gamma_tables == nullptr)
-        return false;
-    set_screen_gamma({180, 180, 180});
-    return true;
+    device = detect();
+    set_gamma_percent({100, 100, 100});
+    return make_library_palettes(device.colours.type);
 }
 
 void clean_up() {
-    if (device.gamma_tables != nullptr)
-        GlobalFree(device.gamma_tables);
+    delete_library_palettes();
+    set_high_colour_dither(1);
     device = Device{};
 }
 
-void release_colour_management() {}
-
 DeviceType device_type() {
-    return device.type;
+    return device.colours.type;
 }
 
-void set_screen_gamma(const Gamma &gamma) {
-    device.gamma_percent = {percent_of(gamma.red), percent_of(gamma.green), percent_of(gamma.blue)};
-    fill_gamma_table(device.gamma_tables->red, device.gamma_percent.red);
-    fill_gamma_table(device.gamma_tables->green, device.gamma_percent.green);
-    fill_gamma_table(device.gamma_tables->blue, device.gamma_percent.blue);
-}
-
-void set_high_colour_dither(bool on) {
-    device.high_colour_dither = on;
+DispDevInfo device_information() {
+    const GammaPercent percent = gamma_percent();
+    return {int(device.colours.type),
+            device.width_mm,
+            device.height_mm,
+            device.dpi_x,
+            device.dpi_y,
+            device.width,
+            device.height,
+            device.colours.bits_per_pixel,
+            device.colours.planes,
+            percent.red,
+            percent.green,
+            percent.blue};
 }
 
 } // namespace q32::display
+
+using namespace q32::display;
+
+int Q32_CALL disp32SetDevType(int type) {
+    if (type == int(device_type()))
+        return 1;
+    delete_library_palettes();
+    if (type == DISP32_DETECT)
+        return detect_and_read_settings();
+    const bool is_type = type >= 0 && type < int(std::size(forced_classes));
+    return change_to(is_type ? forced_classes[type] : device.detected);
+}
+
+int Q32_CALL disp32GetDevInfo(DispDevInfo *info) {
+    if (info == nullptr)
+        return 0;
+    *info = device_information();
+    return 1;
+}

@@ -1,40 +1,23 @@
-// The display device as the library knows it, for the whole process: its colour class and the
-// screen's gamma. One painting thread at a time.
+// The display device as the library knows it, for the whole process. One painting thread at a time.
 #pragma once
+
+#include <q32base/display.h>
 
 namespace q32::display {
 
 // Colour class of the display.
 enum class DeviceType {
-    monochrome = 0,
-    eight_colours = 1,
-    sixteen_colours = 2,
-    palette = 3,
-    true_colour = 4,
-    high_colour = 5
+    monochrome = DISP32_MONOCHROME,
+    eight_colours = DISP32_EIGHT_COLOURS,
+    sixteen_colours = DISP32_SIXTEEN_COLOURS,
+    palette = DISP32_PALETTE,
+    true_colour = DISP32_TRUE_COLOUR,
+    high_colour = DISP32_HIGH_COLOUR
 };
-
-// Detects the display. False when its tables cannot be had.
-bool set_up();
-
-// Undoes set_up; does nothing when there is nothing to undo.
-void clean_up();
-
-// Releases what colour management keeps.
-void release_colour_management();
 
 DeviceType device_type();
 
-// Screen gamma in hundredths of an exponent; 180 corrects nothing.
-struct Gamma {
-    int red = 180, green = 180, blue = 180;
-};
-void set_screen_gamma(const Gamma &gamma);
-
-// Whether high-colour displays are dithered.
-void set_high_colour_dither(bool on);
-
-// Both as the settings file has them.
-void read_screen_settings();
+// As disp32GetDevInfo tells it: of a forced type where one is forced, and with the gamma.
+DispDevInfo device_information();
 
 } // namespace q32::display

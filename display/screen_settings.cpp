@@ -1,6 +1,8 @@
 // What the settings file says of the screen: gamma and high-colour dithering.
-#include "display/device.h"
+#include "display/display.h"
 
+#include "display/gamma.h"
+#include "display/high_colour_dither.h"
 #include "library/process/settings_file.h"
 
 namespace q32::display {
@@ -26,7 +28,7 @@ void read_screen_settings() {
     const Gamma gamma{value(red_gamma_text, none.red), value(green_gamma_text, none.green),
                       value(blue_gamma_text, none.blue)};
     set_screen_gamma(value(gamma_switch_text, 1) != 0 ? gamma : none);
-    set_high_colour_dither(value(high_colour_dither_text, 1) != 0);
+    set_high_colour_dither(value(high_colour_dither_text, 1));
 }
 
 } // namespace q32::display

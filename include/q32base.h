@@ -3,6 +3,7 @@
 #define Q32BASE_H
 
 #include <q32base/buffers.h>
+#include <q32base/display.h>
 #include <q32base/errors.h>
 #include <q32base/merge.h>
 #include <q32base/resample.h>

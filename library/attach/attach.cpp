@@ -2,7 +2,7 @@
 #include "library/attach/attach.h"
 
 #include "buffer/buffer_manager.h"
-#include "display/device.h"
+#include "display/display.h"
 #include "library/process/process.h"
 #include "merge/merge.h"
 #include "resample/resample.h"

@@ -81,7 +81,10 @@ namespace q32::frame {
     GATE(gdi32, SelectObject, nullptr, ERROR_INVALID_HANDLE)                                       \
     GATE(gdi32, SelectPalette, nullptr, ERROR_INVALID_HANDLE)                                      \
     GATE(gdi32, RealizePalette, GDI_ERROR, ERROR_INVALID_HANDLE)                                   \
+    GATE(gdi32, GetObjectA, 0, ERROR_INVALID_HANDLE)                                               \
+    GATE(gdi32, GetObjectType, 0, ERROR_INVALID_HANDLE)                                            \
     GATE(gdi32, GetPaletteEntries, 0, ERROR_INVALID_HANDLE)                                        \
+    GATE(gdi32, SetPaletteEntries, 0, ERROR_INVALID_HANDLE)                                        \
     GATE(gdi32, SetDIBitsToDevice, 0, ERROR_INVALID_PARAMETER)                                     \
     GATE(gdi32, StretchDIBits, 0, ERROR_INVALID_PARAMETER)                                         \
     GATE(gdi32, BitBlt, FALSE, ERROR_INVALID_HANDLE)                                               \

@@ -133,7 +133,7 @@ void Q32COMM_CALL qfdSplitPathname(const char *path, char *drive, char *director
         copy(rest.substr(0, length), out, MAX_PATH);
         rest.remove_prefix(length);
     };
-    take(rest.substr(1, 1) == ":" ? 2 : 0, drive);
+    take(rest.size() > 1 && rest[1] == ':' ? 2 : 0, drive);
     take(rest.rfind('\\') + 1, directory); // npos + 1 is 0
     take(std::min(rest.rfind('.'), rest.size()), name);
     take(rest.size(), extension);

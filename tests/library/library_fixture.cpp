@@ -29,8 +29,8 @@ bool LibraryTest::try_start() {
         load();
     if (library_->attach())
         return true;
+    expect_nothing_left(); // of the image that is unmapped nothing counts any more
     library_.reset();
-    expect_nothing_left();
     return false;
 }
 
@@ -41,8 +41,8 @@ void LibraryTest::start() {
 
 void LibraryTest::stop() {
     library_->detach();
+    expect_nothing_left(); // of the image that is unmapped nothing counts any more
     library_.reset();
-    expect_nothing_left();
 }
 
 void LibraryTest::expect_reports(const Reports &wanted) {

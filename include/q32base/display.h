@@ -1,0 +1,200 @@
+/*
+ * Q32BASE: the display: palettes, gamma, dithering, device types, colour management.
+ *
+ * The library keeps one description of the display for the process: its colour class (the device
+ * type), its gamma, and the palettes and tables that pictures are shown with. It detects the
+ * display when it is loaded; programs may force another type, to see what a user of such a display
+ * would see.
+ *
+ * Palettes are GDI palettes of version 0x300 whose entries have no flags. Those that functions here
+ * create are the caller's, to be deleted with DeleteObject; the library's own are not handed out.
+ *
+ * Threads. The state is one for the process and not locked: use it from the one thread that paints,
+ * and change the device type and the gamma while nothing is being shown.
+ *
+ * Results. 1 is success; 0 is failure, reported as listed ("message, severity, module, point", see
+ * errors.h) or not reported where that is said.
+ */
+#ifndef Q32BASE_DISPLAY_H
+#define Q32BASE_DISPLAY_H
+
+#include <q32base/types.h>
+
+Q32_BEGIN_DECLS
+
+/* --- device types ---------------------------------------------------------------------------- */
+
+/* Colour classes, by bits per pixel x planes of "DISPLAY". */
+#define DISP32_MONOCHROME      0 /* 1, 2, 5 to 7 */
+#define DISP32_EIGHT_COLOURS   1 /* 3 */
+#define DISP32_SIXTEEN_COLOURS 2 /* 4 */
+#define DISP32_PALETTE         3 /* 8: 256 colours through a palette */
+#define DISP32_TRUE_COLOUR     4 /* 9 and more, but for 16; 15, too */
+#define DISP32_HIGH_COLOUR     5 /* 16 */
+
+#define DISP32_DETECT (-1)
+
+/*
+ * Changes the device type, and with it the palettes and tables of the library.
+ *
+ *   type   DISP32_DETECT: detects the display, and reads gamma and the high-colour dither switch
+ *          from the settings file, as at the start of the library. A DISP32_ type: forces it (its
+ *          bits per pixel are then 1, 4, 4, 8, 24, 16, its planes 1). Any other value: what was
+ *          detected last, without looking again.
+ *
+ * The type that the library has already: 1, nothing happens. Returns 0 without a report when a
+ * palette cannot be made: the type is then changed all the same, and that palette missing. The
+ * gamma stays as it is, but for DISP32_DETECT.
+ */
+Q32_API int Q32_CALL disp32SetDevType(int type);
+
+/*
+ * The display as the library sees it. Sizes are what GetDeviceCaps said of "DISPLAY" when it was
+ * detected, whatever type is forced.
+ */
+typedef struct DispDevInfo {
+    int32_t type;           /* DISP32_ */
+    int32_t width_mm;       /* HORZSIZE */
+    int32_t height_mm;      /* VERTSIZE */
+    int32_t dpi_x;          /* LOGPIXELSX */
+    int32_t dpi_y;          /* LOGPIXELSY */
+    int32_t width;          /* HORZRES, pixels */
+    int32_t height;         /* VERTRES, pixels */
+    int32_t bits_per_pixel; /* of the type, when it is forced */
+    int32_t planes;         /* 1, when it is forced */
+    int32_t red_gamma;      /* percent, see disp32NewScreenGamma */
+    int32_t green_gamma;
+    int32_t blue_gamma;
+} DispDevInfo;
+
+/* Fills a record. Returns 0 without a report for a null pointer. */
+Q32_API int Q32_CALL disp32GetDevInfo(DispDevInfo *info);
+
+/* --- gamma ----------------------------------------------------------------------------------- */
+
+/*
+ * Corrects what is shown for the screen's gamma: the palettes of the library and the tables of
+ * true- and high-colour displays. On displays of up to sixteen colours the library's palettes
+ * follow at the next change of the device type.
+ *
+ *   red, green, blue   hundredths of an exponent; 180 corrects nothing. The percentage p = gamma /
+ *                      1.8, truncated, is what disp32GetDevInfo tells; level v of 0 to 255 becomes
+ *                      255 x (v / 255) to the power of 100 / p, truncated (p below 1 counts as 1)
+ *
+ * Returns 1.
+ */
+Q32_API int Q32_CALL disp32NewScreenGamma(int red, int green, int blue);
+
+/* --- palettes -------------------------------------------------------------------------------- */
+
+/*
+ * A ramp of greys from black to white: level i is i x 255 / (levels - 1), truncated.
+ *
+ *   palette     null: a new palette is created. Otherwise its entries are rewritten from 0 on, as
+ *               far as it has them
+ *   levels      2 to 256; values below count as 2, above as 256
+ *   with_gamma  not 0: each channel is corrected
+ *
+ * Returns the palette; null without a report, the palette unchanged, when there is no memory or a
+ * new one cannot be created.
+ */
+Q32_API HPALETTE Q32_CALL disp32CreateGrayPalette(HPALETTE palette, int levels, int with_gamma);
+
+/* Colour cubes: levels of red, green and blue; entry (r x greens + g) x blues + b. */
+#define DISP32_CUBE_676 2 /* 252 colours */
+#define DISP32_CUBE_666 3 /* 216 colours */
+/* any other: 8 x 8 x 4, 256 colours */
+
+/*
+ * A palette of colours.
+ *
+ *   palette     as above
+ *   mode        a DISP32_CUBE_ value; for 256 entries and more
+ *   entries     2: black and white, never corrected. 8: the colours of eight-colour displays. 256
+ *               and more: a colour cube, then white up to entry 255, then black. Others: the first
+ *               of the colours of sixteen-colour displays, black beyond 16
+ *   with_gamma  not 0: each channel is corrected
+ *
+ * Returns the palette; null without a report in the same cases, and for less than 1 entry or more
+ * than 32767.
+ */
+Q32_API HPALETTE Q32_CALL disp32CreateColorPalette(HPALETTE palette, int mode, int entries,
+                                                   int with_gamma);
+
+/*
+ * A copy of a palette, its colours corrected for the screen's gamma and its entries' flags 0.
+ *
+ *   info   receives the display as disp32GetDevInfo tells it; may be null
+ *
+ * Returns the new palette; null without a report, the record unchanged, when the palette cannot be
+ * read, or for a lack of memory.
+ */
+Q32_API HPALETTE Q32_CALL disp32GammaColorPalette(HPALETTE palette, DispDevInfo *info);
+
+/*
+ * A copy of a palette, with the flags of its entries. Returns null when
+ *   3200, 0, 5, 1   the palette cannot be read
+ *   3200, 1, 5, 2   the copy cannot be created
+ *   not reported    there is no memory
+ */
+Q32_API HPALETTE Q32_CALL disp32PalDuplicate(HPALETTE palette);
+
+/*
+ * The number of a palette's entries (low 16 bits), or -1 when
+ *   3200, 1, 5, 3   the palette cannot be read
+ */
+Q32_API int Q32_CALL disp32PalSize(HPALETTE palette);
+
+/* --- dithering ------------------------------------------------------------------------------- */
+
+/*
+ * Switches dithering on high-colour displays on (not 0) or off (0). Until a program says otherwise
+ * it is what the settings file says, and on (1) without a setting. Concerns what is opened
+ * afterwards. Returns the switch as it was set before.
+ */
+Q32_API int Q32_CALL disp32BeHiColorDither(int on);
+
+/* --- colour management ----------------------------------------------------------------------- */
+
+/* Flags of DispIcmMode. */
+#define DISP32_ICM_DISPLAY_PROFILE 1 /* apply the display profile to what is shown */
+#define DISP32_ICM_MATCH_TARGET    2 /* and match it to the target profile */
+
+/*
+ * Settings of colour management. Texts are zero-terminated; the library keeps copies of its own,
+ * and hands those out in disp32GetICMMode. A copy is good until disp32SetICMMode sets another text
+ * in its place.
+ */
+typedef struct DispIcmMode {
+    int32_t value;               /* kept for the caller, as all that has no comment */
+    const char *text1;           /* texts may be null */
+    const char *display_profile; /* file name in the folder of the display's profile */
+    const char *text3;
+    const char *text4;
+    const char *target_profile; /* file name in the same folder */
+    uint32_t flags;             /* DISP32_ICM_; one that the system refuses to follow is cleared */
+    int32_t value2;
+    int32_t value3;
+} DispIcmMode;
+
+/*
+ * Sets colour management. The first call asks the system for the display's profile and remembers
+ * its folder; without one, profiles are looked for under their names alone. Returns 0 without a
+ * report, nothing changed, for a null pointer or a lack of memory.
+ */
+Q32_API int Q32_CALL disp32SetICMMode(const DispIcmMode *settings);
+
+/*
+ * Fills a record with the settings. Returns 0 without a report, the record filled with zeros, when
+ * none have been set; 0 for a null pointer.
+ */
+Q32_API int Q32_CALL disp32GetICMMode(DispIcmMode *settings);
+
+#ifdef __cplusplus
+static_assert(sizeof(DispDevInfo) == 48, "12 words");
+static_assert(sizeof(void *) != 4 || sizeof(DispIcmMode) == 36, "9 words");
+#endif
+
+Q32_END_DECLS
+
+#endif
