@@ -234,5 +234,30 @@ TEST_F(ResampleMeanwhile, HeightsChange) {
             }
 }
 
+// A destination that was smaller when the work began: the rows that come back are left as they are.
+TEST_F(ResampleMeanwhile, DestinationGrows) {
+    Random random(test_seed(), 7);
+    for (Path path : all_paths) {
+        SCOPED_TRACE(name_of(path));
+        const int bits = bits_of(path), rows = 290, all_rows = 300; // of the same pages
+        const Side source(bits, 150, 140, random);
+        const Buffer given(bits, 20, all_rows, BUF32_LINEAR_MEMORY);
+        Picture expected(Geometry(20, all_rows, bits, BUF32_LINEAR_MEMORY));
+        expected.image = fill(given, random);
+        EXPECT_EQ(api().buf32ReAlloc(given, rows), 1);
+        const bool cells = is_of_cells(path);
+        Before listener(path, cells ? 0 : 100, cells ? 1 : rows,
+                        [&] { EXPECT_EQ(api().buf32ReAlloc(given, all_rows), 1); });
+        EXPECT_SUCCESS(resample_into(given, manner_of(path), source, listener));
+        Picture made(Geometry(20, rows, bits, BUF32_LINEAR_MEMORY));
+        model::resample(path, source.picture, made, made.geometry);
+        for (size_t y = 0; y < size_t(rows); ++y)
+            std::memcpy(expected.image.row(y), made.image.row(y), made.image.row_bytes());
+        EXPECT_EQ(word(given, field_height), uint32_t(all_rows));
+        EXPECT_EQ(word(given, field_lock_count), 0u);
+        expect_rows(given, expected);
+    }
+}
+
 } // namespace
 } // namespace q32::test
