@@ -43,7 +43,6 @@ bool CellSource::begin(const Positions &columns, const Positions &rows, Reach re
     next_ = 0;
     passes_over_rows_ = passes_over_rows(rows, reach);
     rows_at_once_ = std::min(most_rows_at_once(), rows_read_.count);
-    first_row_ = end_row_ = 0;
 
     const auto stored_pixel_bytes = std::size_t(record_.info.bytes_per_pixel);
     pixels_ = block_.of_bytes(std::size_t(columns_.count) * stored_pixel_bytes *
