@@ -40,7 +40,8 @@ TEST_F(PaletteCopies, OfLibraryPalettesAreExactToo) {
 }
 
 TEST_F(PaletteCopies, CannotBeMadeOfWhatIsNoPalette) {
-    const HPALETTE deleted = OwnPalette{colourful(4)}.deleted();
+    OwnPalette palette(colourful(4));
+    const HPALETTE deleted = palette.deleted();
     const HBRUSH brush = CreateSolidBrush(RGB(1, 2, 3));
     const HDC dc = CreateCompatibleDC(nullptr);
     DispDevInfo record;

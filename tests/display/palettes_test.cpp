@@ -183,7 +183,8 @@ TEST_F(Palettes, WithNoEntriesOrTooManyAreNotMade) {
 
 // A palette that is given is given back, whatever the system says to its entries.
 TEST_F(Palettes, ThatAreNoneAreGivenBack) {
-    const HPALETTE deleted = OwnPalette{colourful(4)}.deleted();
+    OwnPalette palette(colourful(4));
+    const HPALETTE deleted = palette.deleted();
     EXPECT_EQ(api().disp32CreateGrayPalette(deleted, 16, 0), deleted);
     EXPECT_EQ(api().disp32CreateColorPalette(deleted, 3, 256, 1), deleted);
     expect_no_report();
