@@ -2,6 +2,7 @@
 #ifndef Q32BASE_H
 #define Q32BASE_H
 
+#include <q32base/bars.h>
 #include <q32base/buffers.h>
 #include <q32base/display.h>
 #include <q32base/errors.h>

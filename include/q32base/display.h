@@ -1,5 +1,6 @@
 /*
- * Q32BASE: the display: palettes, gamma, dithering, device types, colour management.
+ * Q32BASE: the display: showing pictures, palettes, gamma, dithering, device types, and colour
+ * management.
  *
  * The library keeps one description of the display for the process: its colour class (the device
  * type), its gamma, and the palettes and tables that pictures are shown with. It detects the
@@ -21,6 +22,118 @@
 #include <q32base/types.h>
 
 Q32_BEGIN_DECLS
+
+/* --- showing pictures ------------------------------------------------------------------------ */
+
+/*
+ * Handle of a display run: rows of pixels on their way to a rectangle of a device context. 0 means
+ * none. Made by disp32ShowInit or disp32ShowInitEx, given back by disp32ShowEnd; trusted, so that a
+ * run must not be used once it has ended.
+ *
+ * One call opens the run, any number of disp32ShowData bring its rows, and one disp32ShowEnd draws
+ * what is still held and closes it. A run belongs to the thread that opened it, and its device
+ * context must live until it has ended. While a run is open the device type and the gamma must not
+ * be changed, and no other thread may show anything.
+ *
+ * Rows are held in a strip of up to 48 KiB (24 KiB of bits) and drawn together with one call of the
+ * graphics interface when it is full. Strips of rows wider than that hold two.
+ */
+typedef uintptr_t HDISPRUN;
+
+/*
+ * Opens a run.
+ *
+ *   run        receives the handle; 0 on failure
+ *   dc         window or memory device context
+ *   depth      bits of a source pixel:
+ *                24   red, green, blue, a byte each
+ *                16   little-endian word: red in bits 14-10, green 9-5, blue 4-0; bit 15 ignored.
+ *                     A field f counts as the byte (f << 3) | 7
+ *                8    index into palette; without a palette, a grey from black to white
+ *                1    eight pixels a byte, bit 7 first; a set bit is shown white, a clear one black
+ *   left, top, right, bottom
+ *              where to draw, in the context's coordinates; right and bottom exclusive. An empty
+ *              rectangle takes no rows and draws nothing
+ *   palette    of pixels of 8 bits; null: they are greys. Must live until the run has ended.
+ *              Indices beyond its entries are black
+ *   palette_option
+ *              concerns 8 bits on devices of 256 colours and less (but 16):
+ *                with a palette      not 0: its colours are dithered into the library's cube of
+ *                                    6 x 6 x 6 colours. 0: they are shown through the palette
+ *                without             not 0: 16 levels of grey. 0: 128
+ *   force_background
+ *              the last argument of SelectPalette
+ *
+ * What is drawn follows from the device type (disp32SetDevType):
+ *
+ *     source      device                  drawn as
+ *     1 bit       any                     black and white
+ *     24, 16      16 colours              red, green, blue each on or off by an 8 x 8 matrix of
+ *                                         thresholds, and a fourth plane where any is on
+ *     8           16 colours              with a palette as 24 bits; without, black and white by
+ *                                         the same matrix
+ *     24, 16      256 colours and less    the cube of 6 x 6 x 6, dithered by an 8 x 8 matrix
+ *     8           256 colours and less    see palette_option
+ *     24, 16      true colour             24 bits, corrected for gamma
+ *     24, 16      high colour             the same, dithered to 5 bits by a 4 x 4 matrix unless
+ *                                         disp32BeHiColorDither says no
+ *     8           true, high colour       with a palette through it, whatever palette_option says;
+ *                                         without as 24 bits
+ *
+ * Matrices are anchored at the context's origin: a picture that is drawn in pieces has no seams.
+ *
+ * Returns 0 without a report, and stores 0 where run is not null, when run or dc is null, for any
+ * other depth, and when memory or something of the graphics interface cannot be had.
+ */
+Q32_API int Q32_CALL disp32ShowInit(HDISPRUN *run, HDC dc, int depth, int left, int top, int right,
+                                    int bottom, HPALETTE palette, int palette_option,
+                                    int force_background);
+
+/*
+ * The same with matrices anchored elsewhere: pixel (left, top) takes its threshold from column
+ * origin_x and row origin_y of the matrix, modulo its side. A picture that scrolls keeps its
+ * pattern when these are coordinates within the picture.
+ */
+Q32_API int Q32_CALL disp32ShowInitEx(HDISPRUN *run, HDC dc, int depth, int left, int top,
+                                      int right, int bottom, HPALETTE palette, int palette_option,
+                                      int force_background, int origin_x, int origin_y);
+
+/*
+ * Brings rows. Rows beyond the bottom of the rectangle are ignored.
+ *
+ *   image          row k begins at image + k x stride
+ *   first_column   source column of the left edge; as many columns are drawn as the rectangle has
+ *   first_row      row to begin with
+ *   rows           how many follow, in ascending order; 0 and below: none
+ *   stride         bytes from one row to the next; may be negative
+ *
+ * Returns 0 without a report for a handle of 0 or a null image, and when a full strip could not be
+ * drawn: rows of this call from there on are lost, the next call tries to draw it again.
+ */
+Q32_API int Q32_CALL disp32ShowData(HDISPRUN run, const void *image, int first_column,
+                                    int first_row, int rows, int stride);
+
+/*
+ * Draws what is still held, and gives everything back. Returns 0 without a report for a handle of
+ * 0; else 1, also when it could not be drawn.
+ */
+Q32_API int Q32_CALL disp32ShowEnd(HDISPRUN run);
+
+/* Attributes of a run. */
+#define DISP32_DIRECTION  1 /* 1: rows come from the top down. -1: from the bottom up */
+#define DISP32_STRIP_ROWS 2 /* rows that a strip holds */
+
+/*
+ * Changes a run that has taken no rows yet; rows that it holds are lost.
+ *
+ *   DISP32_DIRECTION    1 (as runs are opened) or -1; anything else returns 0. The run's value:
+ *                       nothing happens. The matrix still begins with the first row that comes
+ *   DISP32_STRIP_ROWS   taken only from 1 to below what the strip holds, and up to 49152 bytes
+ *   any other           nothing happens
+ *
+ * Returns 0 without a report for a handle of 0, else 1.
+ */
+Q32_API int Q32_CALL disp32SetAttrib(HDISPRUN run, int attribute, int value);
 
 /* --- device types ---------------------------------------------------------------------------- */
 
