@@ -7,8 +7,10 @@
 #include <q32base/display.h>
 #include <q32base/errors.h>
 #include <q32base/merge.h>
+#include <q32base/queues.h>
 #include <q32base/resample.h>
 #include <q32base/rows.h>
+#include <q32base/separation.h>
 #include <q32base/types.h>
 
 #endif

@@ -1,8 +1,8 @@
 /*
- * Q32BASE: row conversions.
+ * Q32BASE: row conversions, scaling of rows by whole factors, rectangles of plain images.
  *
- * Fills, swaps, inverts, converts and maps runs of pixels in plain memory: one row or a part of
- * one. The functions know nothing of buffers, keep no state and may be called from any number of
+ * Fills, swaps, inverts, converts, maps and scales pixels in plain memory. The functions know
+ * nothing of buffers, keep no state and may be called from any number of
  * threads at once, as long as no two of them write the same memory.
  *
  * Pixels. Rows are packed without gaps; no pointer needs any alignment.
@@ -182,6 +182,141 @@ Q32_API void Q32_CALL RGBToBGR(void *destination, const void *source, int count)
  */
 Q32_API int Q32_CALL mem32Map(void *destination, const void *source, const void *table, int type,
                               int count);
+
+/* --- whole factors --------------------------------------------------------------------------- */
+
+/*
+ * Enlarging repeats pixels, reducing takes one pixel of each group: nothing is averaged. None of
+ * these functions checks a pointer or reports anything. Source and destination never overlap.
+ *
+ * bytes_per_pixel is 1, 3 or 4; anything else counts as 2, also in strides and results. swap, not
+ * 0, exchanges the first and third byte of pixels of 3 bytes; others it does not concern. Rows of a
+ * block follow one another without gaps; rows of bits begin at a byte each.
+ */
+
+/*
+ * Enlarges a row of bits.
+ *
+ *   destination   (count x factor + 7) / 8 bytes, and one more where count x factor is a multiple
+ *                 of 8: that byte is written with 0. With factor 0 or 1 just (count + 7) / 8
+ *   source        (count + 7) / 8 bytes
+ *   count         pixels; below 1: the first byte of the destination is cleared (with factor 0 or
+ *                 1: nothing is written)
+ *   factor        how often each bit is written; 0 and 1 copy the bytes of the row as they are
+ */
+Q32_API void Q32_CALL mem32BitEnlarge(void *destination, const void *source, int count,
+                                      unsigned factor);
+
+/*
+ * Enlarges a block of bits: each row by mem32BitEnlarge with its byte beyond the row, and then
+ * vertical - 1 copies of the row below it.
+ *
+ *   destination   rows x vertical rows of (width x horizontal + 7) / 8 bytes, and the byte beyond
+ *                 the last row where mem32BitEnlarge writes one there: with vertical 0 or 1
+ *   source        rows of (width + 7) / 8 bytes
+ *   width         pixels of a source row
+ *   rows          source rows; 0 and below: nothing is written
+ *   vertical      0 and 1 write each row once
+ *
+ * Returns the bytes of a source row; 0 when rows is 0 or below.
+ */
+Q32_API int Q32_CALL mem32BitEnlargeExt(void *destination, const void *source, int width, int rows,
+                                        unsigned horizontal, unsigned vertical);
+
+/*
+ * Enlarges a row of pixels. count and factor below 1 count as 1.
+ *
+ *   destination   bytes_per_pixel x count x factor bytes
+ *   source        bytes_per_pixel x count bytes
+ */
+Q32_API void Q32_CALL mem32Enlarge(void *destination, const void *source, int count, int factor,
+                                   int bytes_per_pixel, int swap);
+
+/*
+ * Enlarges a block of pixels: each row by mem32Enlarge, and vertical - 1 copies of it below.
+ *
+ *   destination   rows x vertical rows of bytes_per_pixel x width x horizontal bytes
+ *   source        rows of bytes_per_pixel x width bytes
+ *   rows          source rows; 0 and below: nothing is written
+ *   width, horizontal, vertical
+ *                 below 1 count as 1
+ *
+ * Returns the bytes of a source row; 0 when rows is 0 or below.
+ */
+Q32_API int Q32_CALL mem32EnlargeExt(void *destination, const void *source, int width, int rows,
+                                     int horizontal, int vertical, int bytes_per_pixel, int swap);
+
+/*
+ * Reduces a row of bits to n = (count + factor - 1) / factor: bit k is source bit k x factor.
+ *
+ *   destination   (n + 7) / 8 bytes; bits that belong to no pixel are cleared
+ *   source        (count + 7) / 8 bytes
+ *   count         pixels; below 1: nothing is written
+ *   factor        1 and below copy the bytes of the row as they are
+ */
+Q32_API void Q32_CALL mem32BitReduce(void *destination, const void *source, int count, int factor);
+
+/*
+ * Reduces a block of bits: rows 0, step, 2 step and so on below `rows`, each by mem32BitReduce.
+ *
+ *   destination   rows of (n + 7) / 8 bytes, n as above, one for each row taken
+ *   source        rows of (width + 7) / 8 bytes
+ *   step          below 1 counts as 1
+ *
+ * Returns the number of the first row not taken, a multiple of step; when rows is 0 or below,
+ * step x (width + 7) / 8.
+ */
+Q32_API int Q32_CALL mem32BitReduceExt(void *destination, const void *source, int width, int rows,
+                                       int factor, int step);
+
+/*
+ * Reduces a row of pixels to n = (count + factor - 1) / factor: pixel k is source pixel k x factor.
+ *
+ * Pixels of 3 bytes with swap are mixed of two: pixel k has bytes 2 and 1 of the last pixel of its
+ * group, source pixel k x factor + factor - 1, and as its third byte 0 of the first, k x factor.
+ * With factor 1 that is a swap. The last group is read whole, also where count ends within it.
+ *
+ *   destination   bytes_per_pixel x n bytes
+ *   source        bytes_per_pixel x count bytes; with swap 3 x n x factor
+ *   count         pixels; below 1: nothing is written
+ *   factor        below 1 counts as 1
+ */
+Q32_API void Q32_CALL mem32Reduce(void *destination, const void *source, int count, int factor,
+                                  int bytes_per_pixel, int swap);
+
+/*
+ * Reduces a block of pixels: rows 0, step, 2 step and so on below `rows`, each by mem32Reduce.
+ *
+ *   destination   rows of bytes_per_pixel x n bytes, n as above, one for each row taken
+ *   source        rows of bytes_per_pixel x width bytes; with swap readable to the end of the last
+ *                 group of the last row taken
+ *   step          below 1 counts as 1
+ *
+ * Returns the number of the first row not taken, a multiple of step; when rows is 0 or below,
+ * bytes_per_pixel x step x width.
+ */
+Q32_API int Q32_CALL mem32ReduceExt(void *destination, const void *source, int width, int rows,
+                                    int factor, int step, int bytes_per_pixel, int swap);
+
+/* --- rectangles ------------------------------------------------------------------------------ */
+
+/*
+ * Copies a rectangle of a plain image into a block of packed rows (mem32GetMem), or such a block
+ * into the image (mem32MergeMem). Checks nothing, reports nothing, always returns 1.
+ *
+ *   image             first row
+ *   x, y              left upper corner, pixels; not negative
+ *   width, height     pixels; below 1: nothing is copied
+ *   bytes_per_pixel   any from 1 on; 0: pixels are bits. Below 0 nothing is copied
+ *   stride            bytes from one image row to the next; may be negative
+ *   block             height rows of bytes_per_pixel x width bytes, or (width + 7) / 8 for bits,
+ *                     outside the image. mem32GetMem clears the bits after the last of each row;
+ *                     mem32MergeMem does not look at them, and keeps what is around the rectangle
+ */
+Q32_API int Q32_CALL mem32GetMem(const void *image, int x, int y, int width, int height,
+                                 int bytes_per_pixel, int stride, void *block);
+Q32_API int Q32_CALL mem32MergeMem(void *image, int x, int y, const void *block, int width,
+                                   int height, int bytes_per_pixel, int stride);
 
 Q32_END_DECLS
 
