@@ -11,8 +11,6 @@ namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
 
-constinit const RowKernels *chosen = &sse2_row_kernels;
-
 std::uint8_t *bytes(void *memory) {
     return static_cast<std::uint8_t *>(memory);
 }
@@ -105,15 +103,6 @@ int map(void *destination, const void *source, const void *tables, int type, int
 }
 
 } // namespace
-
-void choose_kernels(InstructionSet level) {
-    chosen = &row_kernels(level);
-}
-
-const RowKernels &kernels() {
-    return *chosen;
-}
-
 } // namespace q32::rows
 
 // --- exports ------------------------------------------------------------------------------------

@@ -3,10 +3,12 @@
 #pragma once
 
 #include "rows/kernels/row_kernels.h"
+#include "rows/kernels/scaling_kernels.h"
 
 namespace q32::rows {
 
 void choose_kernels(InstructionSet level);
 const RowKernels &kernels();
+const ScalingKernels &scaling();
 
 } // namespace q32::rows

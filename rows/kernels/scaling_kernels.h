@@ -1,0 +1,46 @@
+// Rows enlarged and reduced by whole factors, as plain functions over pointers and counts, one
+// table of them for each instruction set. Blocks of rows, checks and odd factors of callers are the
+// exports' part.
+//
+// Every form gives the bytes of its scalar form, for all inputs, counts, factors and alignments. It
+// reads no byte outside the source row and writes none outside the destination row.
+#pragma once
+
+#include "library/process/cpu.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace q32::rows {
+
+// Source and destination never overlap. A count of 0 is allowed and does nothing; factors are 1 or
+// more.
+using RowScaling = void(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels,
+                        std::size_t factor);
+
+// Pixels move as a whole; those of the last kind have their first and third byte exchanged.
+enum class PixelKind { one_byte, two_bytes, three_bytes, four_bytes, three_bytes_swapped };
+inline constexpr std::size_t pixel_kinds = 5;
+
+struct ScalingKernels {
+    // Each pixel `factor` times. A destination row of bits ends with its last byte, whose bits
+    // behind the last pixel are cleared.
+    RowScaling *enlarge_bits;
+    RowScaling *enlarge[pixel_kinds];
+
+    // The first pixel of each group of `factor`; the last group may be incomplete. Of swapped
+    // pixels bytes 2 and 1 are the last pixel's of the group, which is read whole even there.
+    RowScaling *reduce_bits;
+    RowScaling *reduce[pixel_kinds];
+};
+
+// The reference: every function reads like its rule. No instruction set chooses this table.
+extern const ScalingKernels scalar_scaling_kernels;
+
+// What every processor of the platform runs.
+extern const ScalingKernels sse2_scaling_kernels;
+
+// The fastest forms that need no more than this instruction set.
+const ScalingKernels &scaling_kernels(InstructionSet level);
+
+} // namespace q32::rows
