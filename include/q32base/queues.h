@@ -78,17 +78,21 @@ Q32_API int Q32_CALL IsQueueEmpty(void);
  * this header. The other functions do not wait: use them where nothing is dispatched meanwhile.
  */
 
-/* Messages to a job's callback, in the order in which they come, and what parameter is. */
-#define D32_BEGIN                                                                                  \
-    16              /* the job has become current. Tiles and bands: const RECT *, (0, 0, width,    \
-                       height) of a tile. Steps: const RECT *, the job's. The reply is ignored */
-#define D32_STEP 32 /* one step. Tiles and bands: const RECT *, the tile. Steps: the number */
-#define D32_END                                                                                    \
-    64 /* the job has ended: it is done, was stopped, deleted or replaced.                         \
-          const RECT *: its end rectangle. The reply is ignored */
+/*
+ * Messages to a job's callback, in the order in which they come. Their parameter is a const RECT *,
+ * good until the callback returns, or a number. The replies to the first and last are ignored.
+ *
+ *   D32_BEGIN   the job has become current. Tiles and bands: (0, 0, width, height) of a tile;
+ *               steps: the job's rectangle
+ *   D32_STEP    one step. Tiles and bands: the tile; steps: its number
+ *   D32_END     the job has ended: it is done, was stopped, deleted or replaced. Its end rectangle
+ */
+#define D32_BEGIN 16
+#define D32_STEP  32
+#define D32_END   64
 
 /*
- * A job's callback. Not 0: go on; 0: end the job. Rectangles are copies, good until it returns.
+ * A job's callback. Not 0: go on; 0: end the job.
  */
 typedef int(Q32_CALL D32CALLBACK)(int message, uint32_t owner, intptr_t parameter,
                                   intptr_t user_data);
