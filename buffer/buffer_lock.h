@@ -4,6 +4,8 @@
 
 #include <q32base/buffers.h>
 
+#include <utility>
+
 namespace q32::buffer {
 
 // A lock of a whole buffer, until the end of the scope.
@@ -23,6 +25,9 @@ public:
         buffer_ = buffer;
         return true;
     }
+
+    // Before the end of the scope, for those who must know whether it could be.
+    bool unlock() { return buf32Unlock(std::exchange(buffer_, 0)) != 0; }
 
 private:
     HBUF32 buffer_ = 0; // 0: nothing to unlock

@@ -1,6 +1,7 @@
 // The exports that resample buffers: check, provide the destination, lock the source, tell the
 // caller's callback, and hand the work to the path that the pixels and the method call for.
 #include "buffer/buffer_lock.h"
+#include "buffer/provided_buffer.h"
 #include "resample/bit_rows.h"
 #include "resample/cells.h"
 #include "resample/failures.h"
@@ -13,38 +14,7 @@ namespace q32::resample {
 namespace {
 
 using buffer::BufferLock;
-
-// --- the destination -----------------------------------------------------------------------------
-
-// The caller's buffer, or one that is made for the call and freed again unless it is kept.
-class Destination {
-public:
-    explicit Destination(HBUF32 *handle) : handle_(handle), buffer_(*handle) {}
-    Destination(const Destination &) = delete;
-    Destination &operator=(const Destination &) = delete;
-    ~Destination() {
-        if (!is_owned_)
-            return;
-        buf32Free(buffer_);
-        *handle_ = 0;
-    }
-
-    bool is_given() const { return buffer_ != 0; }
-    HBUF32 buffer() const { return buffer_; }
-    void keep() { is_owned_ = false; }
-
-    bool make(const SIZE &size, int bits_per_pixel, std::uint32_t type, const void *extra) {
-        is_owned_ = buf32Alloc(&buffer_, bits_per_pixel, size.cx, size.cy, type, extra) != 0;
-        if (is_owned_)
-            *handle_ = buffer_;
-        return is_owned_;
-    }
-
-private:
-    HBUF32 *handle_;
-    HBUF32 buffer_;
-    bool is_owned_ = false;
-};
+using buffer::ProvidedBuffer;
 
 // --- paths --------------------------------------------------------------------------------------
 
@@ -91,7 +61,7 @@ int resample_buffer(const SIZE *size, HBUF32 source, HBUF32 *handle, const RESAM
     if (size == nullptr || size->cx == 0 || size->cy == 0 || handle == nullptr)
         return fail(site::no_size);
     const Progress progress(record);
-    Destination destination(handle);
+    ProvidedBuffer destination(handle);
     if (!destination.is_given()) {
         BUF32INFO info;
         if (!buf32GetInfo(source, &info))

@@ -2,13 +2,13 @@
 // end anywhere in the range of int.
 #include "areas.h"
 
-#include "failure.h"
-#include "numbers.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
 
 #include <algorithm>
 #include <cstdint>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 struct Range {
@@ -100,4 +100,4 @@ bool is_inside(const Area &area, int width, int height) {
     return part_inside(area, width, height) == area;
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

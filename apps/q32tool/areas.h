@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 struct Point {
     int x;
@@ -48,4 +48,4 @@ Area part_inside(const Area &area, int width, int height);
 
 bool is_inside(const Area &area, int width, int height);
 
-} // namespace q32tool
+} // namespace apps::q32tool

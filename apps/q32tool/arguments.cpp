@@ -1,15 +1,13 @@
 // Reading of command lines and the text of their help, both from the commands' tables.
 #include "arguments.h"
 
-#include "failure.h"
-#include "numbers.h"
-#include "text.h"
-
-#include <windows.h>
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/text.h"
 
 #include <algorithm>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr size_t help_column = 30;
@@ -206,21 +204,4 @@ std::string help_text(const Command &command) {
     return text + "\nCommon options:\n" + option_lines(common_options());
 }
 
-std::string native_path(const std::string &path) {
-    using UnixToDos = WCHAR *(CDECL *)(const char *);
-    static const auto unix_to_dos = [] {
-        const FARPROC entry =
-            GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_dos_file_name");
-        return reinterpret_cast<UnixToDos>(reinterpret_cast<void *>(entry));
-    }();
-    if (!path.starts_with('/') || unix_to_dos == nullptr)
-        return path;
-    WCHAR *converted = unix_to_dos(path.c_str());
-    if (converted == nullptr)
-        return path;
-    const std::string result = to_utf8(converted);
-    HeapFree(GetProcessHeap(), 0, converted);
-    return result;
-}
-
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 struct Option {
     std::string_view name;  // "--bits"
@@ -78,8 +78,4 @@ std::string usage_line(const Command &command);
 std::string help_text(const Command &command);
 std::string option_lines(const std::vector<Option> &options);
 
-// An absolute Unix path, as shells under Wine hand them over, as a Windows path; all other names
-// as they are.
-std::string native_path(const std::string &path);
-
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -2,11 +2,11 @@
 // table, while a file may have a gap there.
 #include "bitmap_file.h"
 
-#include "failure.h"
-#include "files.h"
-#include "library_report.h"
-#include "numbers.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/library_report.h"
+#include "apps/pictures/numbers.h"
 #include "timings.h"
+#include "whole_files.h"
 
 #include <q32comm.h>
 
@@ -16,7 +16,7 @@
 #include <cstring>
 #include <utility>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 Failure refusal_of_library(const std::string &path, const Refusal &refusal) {
@@ -152,4 +152,4 @@ std::vector<uint8_t> BitmapFile::close() {
     return std::move(file_);
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 class BitmapFile {
 public:
@@ -47,4 +47,4 @@ private:
     BUF32INFO info_ = {};
 };
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr uint32_t colour_bytes = 4;
@@ -95,4 +95,4 @@ Refusal refusal_of(const BmpHeader &header, size_t file_bytes) {
     return {"the file ends before its last row", get_it_again};
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 constexpr size_t bmp_file_header_bytes = 14;
 
@@ -41,4 +41,4 @@ Refusal refusal_of(const BmpHeader &header, size_t file_bytes);
 // Pictures of other kinds become bitmaps that the library takes.
 inline constexpr char convert_it[] = "q32tool convert makes one that is taken";
 
-} // namespace q32tool
+} // namespace apps::q32tool

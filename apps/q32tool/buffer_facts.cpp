@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 std::string fact(const std::string &key, const std::string &value) {
     return key + ": " + value + "\n";
@@ -27,4 +27,4 @@ std::string buffer_facts(const BUF32INFO &info) {
            fact("last row", std::to_string(info.last_row_height) + " pixels high");
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -5,11 +5,11 @@
 
 #include <string>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 std::string fact(const std::string &key, const std::string &value);
 
 // Its pixels, type and cells.
 std::string buffer_facts(const BUF32INFO &info);
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,13 +1,13 @@
 // Parsing of colour ranges.
 #include "colour_ranges.h"
 
+#include "apps/pictures/failure.h"
 #include "colours.h"
-#include "failure.h"
 
 #include <cstring>
 #include <optional>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 std::optional<Colour> parse_tolerance(std::string_view text) {
@@ -51,4 +51,4 @@ ColourRanges colour_ranges_from(const Arguments &arguments, std::string_view opt
     return ColourRanges(ranges);
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

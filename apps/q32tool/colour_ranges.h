@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 // A filter's count and its ranges, in one block.
 class ColourRanges {
@@ -27,4 +27,4 @@ private:
 // the colour. Throws UsageError.
 ColourRanges colour_ranges_from(const Arguments &arguments, std::string_view option);
 
-} // namespace q32tool
+} // namespace apps::q32tool

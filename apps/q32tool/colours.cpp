@@ -1,12 +1,12 @@
 // Parsing of colours.
 #include "colours.h"
 
-#include "failure.h"
-#include "numbers.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
 
 #include <charconv>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 std::optional<uint8_t> parse_channel(std::string_view text) {
@@ -55,4 +55,4 @@ Colour colour_from(const Arguments &arguments, std::string_view option) {
     return *colour;
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

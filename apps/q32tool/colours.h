@@ -7,7 +7,7 @@
 #include <optional>
 #include <string_view>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 // The bytes of a 24-bit pixel, as buffers hold it.
 struct Colour {
@@ -22,4 +22,4 @@ std::optional<Colour> parse_colour(std::string_view text);
 // The value of an option that was given: "R,G,B" or "#rrggbb". Throws UsageError.
 Colour colour_from(const Arguments &arguments, std::string_view option);
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,7 +1,7 @@
 // The options, and the loop over the rows.
 #include "conversion.h"
 
-#include "failure.h"
+#include "apps/pictures/failure.h"
 #include "progress.h"
 #include "timings.h"
 
@@ -10,7 +10,7 @@
 
 #include <utility>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr uint32_t default_threshold = 127;
@@ -122,4 +122,4 @@ void convert(Image &image, const Conversion &conversion, uint32_t buffer_type) {
     image = std::move(target);
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

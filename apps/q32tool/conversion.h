@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 struct Conversion {
     PixelFormat format;
@@ -25,4 +25,4 @@ Conversion conversion_from(const Arguments &arguments);
 // Failure, Cancelled.
 void convert(Image &image, const Conversion &conversion, uint32_t buffer_type);
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,12 +1,13 @@
 // Names with numbers, and folders.
 #include "frame_files.h"
 
+#include "apps/pictures/failure.h"
+#include "apps/pictures/files.h"
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/picture_writer.h"
+#include "apps/pictures/text.h"
+#include "apps/pictures/wic.h"
 #include "arguments.h"
-#include "failure.h"
-#include "numbers.h"
-#include "picture_writer.h"
-#include "text.h"
-#include "wic.h"
 
 #include <windows.h>
 
@@ -16,7 +17,7 @@
 #include <optional>
 #include <string_view>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr size_t most_digits = 18;
@@ -183,4 +184,4 @@ std::vector<FrameFile> find_frames(const std::string &in, const std::string &out
     return frames;
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 struct FrameFile {
     std::string in;
@@ -19,4 +19,4 @@ struct FrameFile {
 // Throws UsageError, and Failure when there is no such file or an output cannot be written.
 std::vector<FrameFile> find_frames(const std::string &in, const std::string &out);
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -2,10 +2,10 @@
 // library makes of a row's colours needs red first.
 #include "frames.h"
 
+#include "apps/pictures/failure.h"
+#include "apps/pictures/picture_reader.h"
 #include "areas.h"
-#include "failure.h"
 #include "interrupt.h"
-#include "picture_reader.h"
 #include "timings.h"
 
 #include <q32base/merge.h>
@@ -16,7 +16,7 @@
 #include <new>
 #include <string>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr int band_rows = 64;
@@ -160,4 +160,4 @@ void write_frame(Frame &frame, const std::string &path, FileFormat format) {
     writer.commit();
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

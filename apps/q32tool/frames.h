@@ -2,7 +2,7 @@
 // padded to 4 bytes, the top row first; byte 0 of a 24- or 32-bit pixel is blue.
 #pragma once
 
-#include "picture_writer.h"
+#include "apps/pictures/picture_writer.h"
 
 #include <windows.h>
 
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 struct Frame {
     Frame(int columns, int rows, int bits_per_pixel); // throws Failure: not enough memory
@@ -32,4 +32,4 @@ Frame read_frame(const std::string &path, int bits);
 // file is left then.
 void write_frame(Frame &frame, const std::string &path, FileFormat format);
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,8 +1,8 @@
 // Buffers: making them, with the reasons why one cannot be made, and freeing them.
 #include "image.h"
 
-#include "library_report.h"
-#include "numbers.h"
+#include "apps/pictures/library_report.h"
+#include "apps/pictures/numbers.h"
 #include "storage.h"
 #include "timings.h"
 
@@ -10,7 +10,7 @@
 
 #include <utility>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr char other_directory[] = "free some disk space or name another --swap-dir";
@@ -142,4 +142,4 @@ ImageLock::~ImageLock() {
     buf32Unlock(handle_);
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 // What the pixels of an image are.
 enum class PixelFormat {
@@ -73,4 +73,4 @@ private:
     HBUF32 handle_;
 };
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -3,9 +3,10 @@
 // cleaned up here.
 #include "interrupt.h"
 
-#include "failure.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/text.h"
+#include "apps/pictures/unfinished_file.h"
 #include "progress.h"
-#include "text.h"
 
 #include <windows.h>
 
@@ -14,11 +15,10 @@
 #include <cstdio>
 #include <iterator>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 std::atomic<bool> cancel_requested = false;
-std::wstring unfinished_file;
 
 BOOL WINAPI on_console_event(DWORD event) {
     cancel_requested = true;
@@ -76,8 +76,7 @@ LONG WINAPI on_unhandled_fault(EXCEPTION_POINTERS *fault) {
                   "swap directory's disk full?\n",
                   fault->ExceptionRecord->ExceptionCode, fault->ExceptionRecord->ExceptionAddress);
     print_error(line);
-    if (!unfinished_file.empty())
-        DeleteFileW(unfinished_file.c_str());
+    remove_unfinished_file();
     ExitProcess(exit_failure);
 }
 
@@ -100,8 +99,4 @@ void stop_if_cancelled() {
         throw Cancelled();
 }
 
-void set_unfinished_file(const std::wstring &path) {
-    unfinished_file = path;
-}
-
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -2,9 +2,7 @@
 // can no longer be read or written.
 #pragma once
 
-#include <string>
-
-namespace q32tool {
+namespace apps::q32tool {
 
 void watch_for_interrupts();
 
@@ -14,7 +12,4 @@ bool is_cancelled();
 // Throws Cancelled once the user has asked to stop. Loops over rows call it (through Progress).
 void stop_if_cancelled();
 
-// A file to remove should the process end without unwinding; one at a time, empty: none.
-void set_unfinished_file(const std::wstring &path);
-
-} // namespace q32tool
+} // namespace apps::q32tool

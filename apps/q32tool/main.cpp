@@ -1,10 +1,10 @@
 // The program's beginning and end: which command runs, and which line and exit code a failure gets.
+#include "apps/pictures/failure.h"
+#include "apps/pictures/text.h"
 #include "arguments.h"
 #include "commands/commands.h"
-#include "failure.h"
 #include "interrupt.h"
 #include "progress.h"
-#include "text.h"
 #include "timings.h"
 
 #include <windows.h>
@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <new>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 std::vector<std::string> command_line_words() {
@@ -88,9 +88,9 @@ int guarded_run() {
 }
 
 } // namespace
-} // namespace q32tool
+} // namespace apps::q32tool
 
 int main() {
-    q32tool::watch_for_interrupts();
-    return q32tool::guarded_run();
+    apps::q32tool::watch_for_interrupts();
+    return apps::q32tool::guarded_run();
 }

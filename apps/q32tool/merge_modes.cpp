@@ -1,14 +1,14 @@
 // The table of modes. Their order is that of their numbers, from 1 on.
 #include "merge_modes.h"
 
-#include "failure.h"
-#include "numbers.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
 
 #include <q32base/merge.h>
 
 #include <iterator>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr std::string_view names[] = {
@@ -51,4 +51,4 @@ const std::string &merge_mode_names() {
     return text;
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 // The value of --mode: a name, or a number from 1 to 16; without the option the normal mode. Throws
 // UsageError.
@@ -14,4 +14,4 @@ int merge_mode_from(const Arguments &arguments);
 // All names with their numbers, wrapped into lines for the help.
 const std::string &merge_mode_names();
 
-} // namespace q32tool
+} // namespace apps::q32tool

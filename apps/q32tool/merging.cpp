@@ -2,7 +2,7 @@
 // library has for runs of pixels only.
 #include "merging.h"
 
-#include "library_report.h"
+#include "apps/pictures/library_report.h"
 #include "progress.h"
 #include "rectangles.h"
 #include "timings.h"
@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr int band_rows = 128; // of the overlay
@@ -78,4 +78,4 @@ void merge_image(const Image &base, const Image &overlay, const Image *mask, con
     }
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -4,7 +4,7 @@
 #include "areas.h"
 #include "image.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 
 struct Merge {
     int mode;         // MERGE_
@@ -17,4 +17,4 @@ struct Merge {
 void merge_image(const Image &base, const Image &overlay, const Image *mask, const Point &at,
                  const Merge &merge);
 
-} // namespace q32tool
+} // namespace apps::q32tool

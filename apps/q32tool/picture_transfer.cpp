@@ -2,11 +2,11 @@
 // the library's RGBToBGR both ways.
 #include "picture_transfer.h"
 
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/picture_reader.h"
+#include "apps/pictures/text.h"
 #include "areas.h"
-#include "numbers.h"
-#include "picture_reader.h"
 #include "progress.h"
-#include "text.h"
 #include "timings.h"
 
 #include <q32base/rows.h>
@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 // Rows are decoded in bands of about a megabyte, so that no second copy of a picture is needed.
@@ -162,4 +162,4 @@ std::string written_line(const std::string &path, int width, int height, int bit
            counted(static_cast<uint64_t>(bits), "bit") + ", " + format_name(format) + "\n";
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,14 +1,14 @@
 // Pictures between files and buffers: what a command reads first and writes last.
 #pragma once
 
+#include "apps/pictures/picture_writer.h"
 #include "arguments.h"
 #include "image.h"
-#include "picture_writer.h"
 
 #include <optional>
 #include <string>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 struct LoadedPicture {
     Image image;        // 24 bits
@@ -40,4 +40,4 @@ void save_picture_and_tell(Image &image, const std::string &path, FileFormat for
 std::string written_line(const std::string &path, int width, int height, int bits,
                          FileFormat format);
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,13 +1,13 @@
 // Drawing of the progress bar: one line, redrawn in place ten times a second at most.
 #include "progress.h"
 
-#include "failure.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/text.h"
 #include "interrupt.h"
-#include "text.h"
 
 #include <string>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 using namespace std::chrono_literals;
@@ -69,4 +69,4 @@ void Progress::draw() {
     next_draw_ = Clock::now() + 100ms;
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

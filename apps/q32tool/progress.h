@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string_view>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 enum class ShowProgress {
     never,
@@ -41,4 +41,4 @@ private:
     Clock::time_point next_draw_;
 };
 
-} // namespace q32tool
+} // namespace apps::q32tool

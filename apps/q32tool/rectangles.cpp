@@ -1,8 +1,8 @@
 // Calls of the library's rectangle functions, counted and timed, with words for their failures.
 #include "rectangles.h"
 
-#include "failure.h"
-#include "library_report.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/library_report.h"
 #include "timings.h"
 
 #include <q32base/buffers.h>
@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr char the_rectangle[] = "the rectangle";
@@ -128,4 +128,4 @@ void lay_pattern(const Canvas &canvas, const Image &pattern, const std::optional
     merge_area(source, *area, canvas);
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 // Where pixels are laid: a buffer of 24 bits that somebody else owns.
 struct Canvas {
@@ -42,4 +42,4 @@ void lay_image(const Canvas &canvas, const Image &overlay, const Point &at);
 void lay_colour(const Canvas &canvas, const Colour &colour, const std::optional<Area> &area);
 void lay_pattern(const Canvas &canvas, const Image &pattern, const std::optional<Area> &area);
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,10 +1,10 @@
 // Sizes in whole numbers, and the library's progress messages on their way to the bar.
 #include "scaling.h"
 
+#include "apps/pictures/failure.h"
+#include "apps/pictures/library_report.h"
 #include "areas.h"
-#include "failure.h"
 #include "interrupt.h"
-#include "library_report.h"
 #include "progress.h"
 #include "timings.h"
 
@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr uint32_t most_percent = Q32_MAX_SIDE * 100; // a pixel as wide as a picture can be
@@ -113,4 +113,4 @@ Image scaled(const Image &image, PictureSize size, int method, uint32_t buffer_t
     return result;
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

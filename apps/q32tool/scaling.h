@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 struct PictureSize {
     int width;
@@ -42,4 +42,4 @@ private:
 Image scaled(const Image &image, PictureSize size, int method, uint32_t buffer_type,
              const std::string &named);
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,9 +1,10 @@
 // Memory limits and swap directories, by buf32VMData.
 #include "storage.h"
 
-#include "failure.h"
-#include "numbers.h"
-#include "text.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/files.h"
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/text.h"
 
 #include <q32base/buffers.h>
 
@@ -13,7 +14,7 @@
 #include <cstring>
 #include <optional>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 // The library compares signed numbers: a limit from here up would admit nothing.
@@ -116,4 +117,4 @@ MemoryUse memory_use() {
     return use;
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 // --storage, --memory-limit, --swap-dir.
 const std::vector<Option> &storage_options();
@@ -24,4 +24,4 @@ struct MemoryUse {
 };
 MemoryUse memory_use();
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,9 +1,9 @@
 // The sums of a run and their lines.
 #include "timings.h"
 
-#include "numbers.h"
+#include "apps/pictures/numbers.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 
 std::string Timings::summary() const {
     return "reading: " + in_seconds(seconds_[0]) + "\n" + "library: " + in_seconds(seconds_[1]) +
@@ -18,4 +18,4 @@ Timings &timings() {
     return of_this_run;
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 // Three parts that never overlap: the system's decoder, the library, the system's encoder.
 enum class Part { reading, library, writing };
@@ -43,4 +43,4 @@ private:
     Clock::time_point start_ = Clock::now();
 };
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -2,17 +2,17 @@
 // place and everything else of the file stays as it is.
 #include "commands.h"
 
+#include "apps/pictures/failure.h"
+#include "apps/pictures/text.h"
 #include "apps/q32tool/bitmap_file.h"
 #include "apps/q32tool/buffer_facts.h"
-#include "apps/q32tool/failure.h"
-#include "apps/q32tool/files.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/rectangles.h"
 #include "apps/q32tool/storage.h"
-#include "apps/q32tool/text.h"
 #include "apps/q32tool/timings.h"
+#include "apps/q32tool/whole_files.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 // What is to be done to the pixels. At most one of overlay, pattern and colour is there.
@@ -119,4 +119,4 @@ Command bitmap_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,9 +1,9 @@
 // q32tool colorspace: a picture in another colour space, as a picture that can be looked at.
 #include "commands.h"
 
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
 #include "apps/q32tool/conversion.h"
-#include "apps/q32tool/failure.h"
-#include "apps/q32tool/numbers.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/storage.h"
@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <array>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr int full_circle = 360;
@@ -154,4 +154,4 @@ Command colorspace_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

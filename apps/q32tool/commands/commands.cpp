@@ -1,7 +1,7 @@
 // All commands, and the help that lists them.
 #include "commands.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 
 const std::vector<Command> &commands() {
     static const std::vector<Command> all = {
@@ -35,4 +35,4 @@ std::string general_help() {
            "Exit codes: 0 done, 1 failed, 2 command line not understood, 130 cancelled.\n";
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace q32tool {
+namespace apps::q32tool {
 
 Command bitmap_command();
 Command colorspace_command();
@@ -31,4 +31,4 @@ const Command *find_command(std::string_view name);
 // Of the program as a whole.
 std::string general_help();
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,14 +1,14 @@
 // q32tool compose: one picture merged onto another.
 #include "commands.h"
 
+#include "apps/pictures/failure.h"
 #include "apps/q32tool/conversion.h"
-#include "apps/q32tool/failure.h"
 #include "apps/q32tool/merge_modes.h"
 #include "apps/q32tool/merging.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 Image load_alpha(const std::string &path, uint32_t buffer_type) {
@@ -105,4 +105,4 @@ Command compose_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

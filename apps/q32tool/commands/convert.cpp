@@ -5,7 +5,7 @@
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 void run(const Arguments &arguments) {
@@ -37,4 +37,4 @@ Command convert_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

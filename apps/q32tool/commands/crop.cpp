@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 // Bands of about a megabyte go through memory.
@@ -67,4 +67,4 @@ Command crop_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

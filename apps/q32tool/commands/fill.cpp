@@ -5,7 +5,7 @@
 #include "apps/q32tool/rectangles.h"
 #include "apps/q32tool/storage.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 void run(const Arguments &arguments) {
@@ -41,4 +41,4 @@ Command fill_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,16 +1,16 @@
 // q32tool filter: where a picture has certain colours, as a mask.
 #include "commands.h"
 
+#include "apps/pictures/failure.h"
+#include "apps/pictures/library_report.h"
 #include "apps/q32tool/colour_ranges.h"
 #include "apps/q32tool/conversion.h"
-#include "apps/q32tool/failure.h"
-#include "apps/q32tool/library_report.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/storage.h"
 #include "apps/q32tool/timings.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 // An 8-bit picture of the same size that every row of the mask begins with.
@@ -91,4 +91,4 @@ Command filter_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,10 +1,10 @@
 // q32tool help: what the program or one command takes.
 #include "commands.h"
 
-#include "apps/q32tool/failure.h"
-#include "apps/q32tool/text.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/text.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 void run(const Arguments &arguments) {
@@ -31,4 +31,4 @@ Command help_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,13 +1,13 @@
 // q32tool info: reads a picture into a buffer and tells what the library made of it.
 #include "commands.h"
 
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/text.h"
 #include "apps/q32tool/buffer_facts.h"
-#include "apps/q32tool/numbers.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage.h"
-#include "apps/q32tool/text.h"
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 void run(const Arguments &arguments) {
@@ -40,4 +40,4 @@ Command info_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,21 +1,21 @@
 // q32tool rows: pixels as numbers, for people and scripts.
 #include "commands.h"
 
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/text.h"
 #include "apps/q32tool/conversion.h"
-#include "apps/q32tool/failure.h"
 #include "apps/q32tool/interrupt.h"
-#include "apps/q32tool/numbers.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/rectangles.h"
 #include "apps/q32tool/storage.h"
-#include "apps/q32tool/text.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/rows.h>
 
 #include <cstring>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 // More than this is rather a mistake than a wish.
@@ -135,4 +135,4 @@ Command rows_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

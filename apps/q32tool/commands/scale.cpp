@@ -1,15 +1,15 @@
 // q32tool scale: a picture in another size.
 #include "commands.h"
 
+#include "apps/pictures/failure.h"
 #include "apps/q32tool/conversion.h"
-#include "apps/q32tool/failure.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/scaling.h"
 #include "apps/q32tool/storage.h"
 
 #include <q32base/resample.h>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 // The library interpolates words of 16 bits as 5-5-5; single bits are never interpolated.
@@ -56,4 +56,4 @@ Command scale_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,16 +1,16 @@
 // q32tool stream: many pictures of one size scaled with one set of tables.
 #include "commands.h"
 
+#include "apps/pictures/failure.h"
+#include "apps/pictures/library_report.h"
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/text.h"
 #include "apps/q32tool/areas.h"
-#include "apps/q32tool/failure.h"
 #include "apps/q32tool/frame_files.h"
 #include "apps/q32tool/frames.h"
 #include "apps/q32tool/interrupt.h"
-#include "apps/q32tool/library_report.h"
-#include "apps/q32tool/numbers.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/scaling.h"
-#include "apps/q32tool/text.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/resample.h>
@@ -18,7 +18,7 @@
 #include <chrono>
 #include <cstdio>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -153,4 +153,4 @@ Command stream_command() {
     };
 }
 
-} // namespace q32tool
+} // namespace apps::q32tool

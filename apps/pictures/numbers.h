@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace q32tool {
+namespace apps {
 
 // A whole decimal number, nothing before or after it.
 std::optional<uint64_t> parse_number(std::string_view text);
@@ -21,4 +21,4 @@ std::string counted(uint64_t count, std::string_view noun); // "1 row", "2 rows"
 std::string readable_size(uint64_t bytes);                  // "23.7 MB"
 std::string in_seconds(double seconds);                     // "0.125 s"
 
-} // namespace q32tool
+} // namespace apps

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace q32tool {
+namespace apps {
 namespace {
 
 using namespace std::string_view_literals;
@@ -265,4 +265,4 @@ Completeness check_completeness(const std::wstring &path, const std::string &nam
     return Completeness::complete;
 }
 
-} // namespace q32tool
+} // namespace apps

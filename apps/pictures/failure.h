@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace q32tool {
+namespace apps {
 
 enum ExitCode { exit_success = 0, exit_failure = 1, exit_usage = 2, exit_cancelled = 130 };
 
@@ -29,4 +29,4 @@ public:
         : std::runtime_error("cancelled; " + what_is_left) {}
 };
 
-} // namespace q32tool
+} // namespace apps

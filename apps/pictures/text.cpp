@@ -5,7 +5,7 @@
 
 #include <windows.h>
 
-namespace q32tool {
+namespace apps {
 namespace {
 
 bool is_console(HANDLE stream) {
@@ -72,4 +72,4 @@ bool error_stream_is_console() {
     return is_console(GetStdHandle(STD_ERROR_HANDLE));
 }
 
-} // namespace q32tool
+} // namespace apps

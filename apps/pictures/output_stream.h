@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace q32tool {
+namespace apps {
 
 // COM's interfaces have no destructors: a stream is deleted by its own Release only.
 #pragma GCC diagnostic push
@@ -49,4 +49,4 @@ private:
 };
 #pragma GCC diagnostic pop
 
-} // namespace q32tool
+} // namespace apps

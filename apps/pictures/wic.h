@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-namespace q32tool {
+namespace apps {
 
 template <typename T>
 class ComPtr {
@@ -48,4 +48,4 @@ void check_wic(HRESULT result, const std::string &subject, const std::string &do
 // What the system says of an error number of GetLastError, as part of a sentence.
 std::string system_words(DWORD error);
 
-} // namespace q32tool
+} // namespace apps

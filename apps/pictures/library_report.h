@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace q32tool {
+namespace apps {
 
 struct LibraryReport {
     int message; // 0: it said nothing
@@ -24,4 +24,4 @@ LibraryReport last_report();
 // it says so.
 Failure library_failure(const std::string &subject, const std::string &doing);
 
-} // namespace q32tool
+} // namespace apps

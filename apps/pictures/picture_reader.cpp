@@ -1,7 +1,6 @@
 // Decoders, pixel format conversion and transparency.
 #include "picture_reader.h"
 
-#include "arguments.h"
 #include "failure.h"
 #include "files.h"
 #include "picture_check.h"
@@ -10,7 +9,7 @@
 #include <cctype>
 #include <vector>
 
-namespace q32tool {
+namespace apps {
 namespace {
 
 // Codecs say no more than "failed" of most damage.
@@ -149,4 +148,4 @@ void PictureReader::read_rows_with_alpha(int first, int count, uint8_t *pixels) 
     copy_pixels(first, count, 4, pixels);
 }
 
-} // namespace q32tool
+} // namespace apps

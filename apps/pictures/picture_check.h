@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace q32tool {
+namespace apps {
 
 enum class Completeness {
     complete, // or of a format that is left to its decoder
@@ -17,4 +17,4 @@ enum class Completeness {
 // how messages call the file.
 Completeness check_completeness(const std::wstring &path, const std::string &named);
 
-} // namespace q32tool
+} // namespace apps

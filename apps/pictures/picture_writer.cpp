@@ -1,7 +1,6 @@
 // Encoders, pixel formats and palettes of the output, and the unfinished file.
 #include "picture_writer.h"
 
-#include "arguments.h"
 #include "failure.h"
 #include "files.h"
 #include "picture_check.h"
@@ -12,7 +11,7 @@
 #include <algorithm>
 #include <cwctype>
 
-namespace q32tool {
+namespace apps {
 namespace {
 
 constexpr char cannot_be_written[] = "the picture cannot be written";
@@ -200,4 +199,4 @@ void PictureWriter::commit() {
         throw replacing_failure(path_, GetLastError());
 }
 
-} // namespace q32tool
+} // namespace apps

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cstdio>
 
-namespace q32tool {
+namespace apps {
 namespace {
 
 template <typename Number>
@@ -74,4 +74,4 @@ std::string in_seconds(double seconds) {
     return text;
 }
 
-} // namespace q32tool
+} // namespace apps

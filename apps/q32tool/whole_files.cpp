@@ -1,18 +1,18 @@
 // Reading and writing in pieces, between which Ctrl-C is noticed.
-#include "files.h"
+#include "whole_files.h"
 
-#include "arguments.h"
+#include "apps/pictures/files.h"
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/text.h"
+#include "apps/pictures/unfinished_file.h"
+#include "apps/pictures/wic.h"
 #include "interrupt.h"
-#include "numbers.h"
-#include "text.h"
-#include "unfinished_file.h"
-#include "wic.h"
 
 #include <algorithm>
 #include <climits>
 #include <new>
 
-namespace q32tool {
+namespace apps::q32tool {
 namespace {
 
 constexpr size_t piece_bytes = 4 << 20;
@@ -64,16 +64,6 @@ void write_bytes(const std::string &path, const std::wstring &native,
 
 } // namespace
 
-void check_is_readable_file(const std::string &path, const std::wstring &native) {
-    WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))
-        throw Failure(path, system_words(GetLastError()));
-    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
-        throw Failure(path, "this is a directory", "name a picture file");
-    if (data.nFileSizeHigh == 0 && data.nFileSizeLow == 0)
-        throw Failure(path, "the file is empty");
-}
-
 std::vector<uint8_t> read_file(const std::string &path) {
     const std::wstring native = to_wide(native_path(path));
     check_is_readable_file(path, native);
@@ -104,22 +94,4 @@ void write_file(const std::string &path, const std::vector<uint8_t> &bytes) {
         throw replacing_failure(path, GetLastError());
 }
 
-// Where nothing can be made, the system may say that nothing is there.
-Failure creation_failure(const std::string &path, DWORD error) {
-    const bool tells_why = error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
-    return {path,
-            "no file of this name can be made there" +
-                (tells_why ? ": " + system_words(error) : std::string()),
-            "name another file or directory"};
-}
-
-Failure writing_failure(const std::string &path, DWORD error) {
-    return {path, "the picture cannot be written: " + system_words(error),
-            error == ERROR_DISK_FULL ? "make room or write elsewhere" : ""};
-}
-
-Failure replacing_failure(const std::string &path, DWORD error) {
-    return {path, "the file cannot be replaced: " + system_words(error)};
-}
-
-} // namespace q32tool
+} // namespace apps::q32tool

@@ -1,7 +1,7 @@
 // The stream's methods, each one call of the system.
 #include "output_stream.h"
 
-namespace q32tool {
+namespace apps {
 namespace {
 
 HRESULT result(BOOL succeeded) {
@@ -124,4 +124,4 @@ HRESULT OutputStream::Clone(IStream **clone) {
     return E_NOTIMPL;
 }
 
-} // namespace q32tool
+} // namespace apps

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-namespace q32tool {
+namespace apps {
 
 class PictureReader {
 public:
@@ -46,4 +46,4 @@ private:
     bool transparent_ = false;
 };
 
-} // namespace q32tool
+} // namespace apps

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace q32tool {
+namespace apps {
 
 std::wstring to_wide(std::string_view utf8);
 std::string to_utf8(std::wstring_view wide);
@@ -20,4 +20,4 @@ void print_error(std::string_view text);
 
 bool error_stream_is_console();
 
-} // namespace q32tool
+} // namespace apps

@@ -4,7 +4,7 @@
 #include <q32base/types.h>
 #include <q32comm.h>
 
-namespace q32tool {
+namespace apps {
 
 std::string LibraryReport::numbers() const {
     return "(error " + std::to_string(message) + ", module " + std::to_string(module) + ", point " +
@@ -31,4 +31,4 @@ Failure library_failure(const std::string &subject, const std::string &doing) {
     return {subject, doing + ": " + report.text + " " + report.numbers()};
 }
 
-} // namespace q32tool
+} // namespace apps

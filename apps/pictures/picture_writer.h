@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <string>
 
-namespace q32tool {
+namespace apps {
 
 enum class FileFormat { png, bmp, jpeg, tiff };
 
@@ -53,4 +53,4 @@ private:
     ComPtr<IWICBitmapFrameEncode> frame_;
 };
 
-} // namespace q32tool
+} // namespace apps

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <iterator>
 
-namespace q32tool {
+namespace apps {
 namespace {
 
 struct Words {
@@ -107,4 +107,4 @@ std::string system_words(DWORD error) {
     return to_utf8({text, length}) + " (system error " + std::to_string(error) + ")";
 }
 
-} // namespace q32tool
+} // namespace apps

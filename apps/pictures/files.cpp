@@ -1,0 +1,54 @@
+// Names and attributes of files, and sentences about them.
+#include "files.h"
+
+#include "text.h"
+#include "wic.h"
+
+namespace apps {
+
+std::string native_path(const std::string &path) {
+    using UnixToDos = WCHAR *(CDECL *)(const char *);
+    static const auto unix_to_dos = [] {
+        const FARPROC entry =
+            GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_dos_file_name");
+        return reinterpret_cast<UnixToDos>(reinterpret_cast<void *>(entry));
+    }();
+    if (!path.starts_with('/') || unix_to_dos == nullptr)
+        return path;
+    WCHAR *converted = unix_to_dos(path.c_str());
+    if (converted == nullptr)
+        return path;
+    const std::string result = to_utf8(converted);
+    HeapFree(GetProcessHeap(), 0, converted);
+    return result;
+}
+
+void check_is_readable_file(const std::string &path, const std::wstring &native) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))
+        throw Failure(path, system_words(GetLastError()));
+    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        throw Failure(path, "this is a directory", "name a picture file");
+    if (data.nFileSizeHigh == 0 && data.nFileSizeLow == 0)
+        throw Failure(path, "the file is empty");
+}
+
+// Where nothing can be made, the system may say that nothing is there.
+Failure creation_failure(const std::string &path, DWORD error) {
+    const bool tells_why = error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
+    return {path,
+            "no file of this name can be made there" +
+                (tells_why ? ": " + system_words(error) : std::string()),
+            "name another file or directory"};
+}
+
+Failure writing_failure(const std::string &path, DWORD error) {
+    return {path, "the picture cannot be written: " + system_words(error),
+            error == ERROR_DISK_FULL ? "make room or write elsewhere" : ""};
+}
+
+Failure replacing_failure(const std::string &path, DWORD error) {
+    return {path, "the file cannot be replaced: " + system_words(error)};
+}
+
+} // namespace apps

@@ -1,0 +1,143 @@
+// What the kernels that bring rows to a display must do, as plainly as the rules read: a pixel at a
+// time, with the matrices number by number. Takes nothing from the library but the types of what it
+// is given.
+#pragma once
+
+#include "display/kernels/show_kernels.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace q32::test::model {
+
+using Bytes = std::vector<std::uint8_t>;
+using display::ChannelTable;
+using display::ChannelTables;
+using display::ColourEntries;
+using display::Thresholds;
+
+// --- matrices --------------------------------------------------------------------------------
+
+inline constexpr Thresholds sixteen_colour_rows[8] = {
+    {4, 195, 52, 243, 16, 207, 64, 255},  {131, 68, 179, 116, 143, 80, 191, 128},
+    {36, 227, 20, 211, 48, 239, 32, 223}, {163, 100, 147, 84, 175, 112, 159, 96},
+    {12, 203, 60, 251, 8, 199, 56, 247},  {139, 76, 187, 124, 135, 72, 183, 120},
+    {44, 235, 28, 219, 40, 231, 24, 215}, {171, 108, 155, 92, 167, 104, 151, 88}};
+
+inline constexpr Thresholds palette_rows[8] = {
+    {1, 39, 10, 48, 3, 41, 12, 51}, {26, 13, 36, 23, 28, 16, 38, 25},
+    {7, 45, 4, 42, 9, 48, 6, 44},   {32, 20, 29, 16, 35, 22, 32, 19},
+    {2, 40, 12, 50, 1, 40, 11, 49}, {28, 15, 37, 24, 27, 14, 36, 24},
+    {8, 47, 5, 44, 8, 46, 4, 43},   {34, 21, 31, 18, 33, 20, 30, 17}};
+
+// Four columns, repeated.
+inline constexpr Thresholds high_colour_rows[4] = {{1, 7, 2, 8, 1, 7, 2, 8},
+                                                   {5, 3, 6, 4, 5, 3, 6, 4},
+                                                   {2, 8, 1, 7, 2, 8, 1, 7},
+                                                   {6, 4, 5, 3, 6, 4, 5, 3}};
+
+// A row of a matrix for a run that begins at this column of it.
+constexpr Thresholds turned(const Thresholds &row, std::size_t column) {
+    Thresholds thresholds{};
+    for (std::size_t i = 0; i < 8; ++i)
+        thresholds[i] = row[(column + i) % 8];
+    return thresholds;
+}
+
+// --- tables ----------------------------------------------------------------------------------
+
+// Of displays of 5 bits a channel without gamma: 0 to 255 become 0 to 248.
+inline ChannelTables plain_high_colour_tables() {
+    ChannelTables tables{};
+    for (int sample = 0; sample < 256; ++sample)
+        tables.red[sample] = tables.green[sample] = tables.blue[sample] =
+            std::uint8_t((sample * 248 + 127) / 255);
+    return tables;
+}
+
+inline ChannelTables identity_tables() {
+    ChannelTables tables{};
+    for (int sample = 0; sample < 256; ++sample)
+        tables.red[sample] = tables.green[sample] = tables.blue[sample] = std::uint8_t(sample);
+    return tables;
+}
+
+// --- kernels ---------------------------------------------------------------------------------
+
+inline Bytes colours_of_indices(const Bytes &indices, const ColourEntries &entries) {
+    Bytes rgb;
+    for (const std::uint8_t index : indices)
+        for (std::size_t channel = 0; channel < 3; ++channel)
+            rgb.push_back(entries[std::size_t{4} * index + channel]);
+    return rgb;
+}
+
+inline Bytes grey_levels(const Bytes &greys, int shift) {
+    Bytes levels;
+    for (const std::uint8_t grey : greys)
+        levels.push_back(std::uint8_t(grey >> shift));
+    return levels;
+}
+
+inline void set_bit(Bytes &bits, std::size_t first_byte, std::size_t pixel) {
+    bits[first_byte + pixel / 8] |= std::uint8_t(1 << (7 - pixel % 8));
+}
+
+inline Bytes bits_of_greys(const Bytes &greys, const Thresholds &thresholds) {
+    Bytes bits((greys.size() + 7) / 8);
+    for (std::size_t i = 0; i < greys.size(); ++i)
+        if (thresholds[i % 8] <= greys[i])
+            set_bit(bits, 0, i);
+    return bits;
+}
+
+inline Bytes planes(const Bytes &rgb, const Thresholds &thresholds, std::size_t plane_bytes) {
+    Bytes planes(4 * plane_bytes);
+    for (std::size_t i = 0; i < rgb.size() / 3; ++i)
+        for (std::size_t channel = 0; channel < 3; ++channel)
+            if (rgb[3 * i + channel] >= thresholds[i % 8]) {
+                set_bit(planes, channel * plane_bytes, i);
+                set_bit(planes, 3 * plane_bytes, i);
+            }
+    return planes;
+}
+
+// The level of a cube of 6 x 6 x 6.
+inline int cube_level(int sample, int threshold) {
+    return sample / 51 + (sample % 51 >= threshold ? 1 : 0);
+}
+
+inline Bytes cube_indices(const Bytes &rgb, const Thresholds &thresholds) {
+    Bytes indices;
+    for (std::size_t i = 0; i < rgb.size() / 3; ++i) {
+        const int threshold = thresholds[i % 8];
+        indices.push_back(std::uint8_t(36 * cube_level(rgb[3 * i], threshold) +
+                                       6 * cube_level(rgb[3 * i + 1], threshold) +
+                                       cube_level(rgb[3 * i + 2], threshold)));
+    }
+    return indices;
+}
+
+inline Bytes correct(const Bytes &rgb, const ChannelTables &tables) {
+    Bytes bgr;
+    for (std::size_t i = 0; i < rgb.size() / 3; ++i) {
+        bgr.push_back(tables.blue[rgb[3 * i + 2]]);
+        bgr.push_back(tables.green[rgb[3 * i + 1]]);
+        bgr.push_back(tables.red[rgb[3 * i]]);
+    }
+    return bgr;
+}
+
+inline Bytes high_colour(const Bytes &rgb, const ChannelTables &tables,
+                         const Thresholds &thresholds) {
+    Bytes bgr = correct(rgb, tables);
+    for (std::size_t i = 0; i < bgr.size(); ++i) {
+        const int value = bgr[i];
+        const bool steps_up = (value & 7) >= thresholds[i / 3 % 8];
+        bgr[i] = std::uint8_t(steps_up ? ((value & 0xF8) + 8) & 0xFF : value & 0xF8);
+    }
+    return bgr;
+}
+
+} // namespace q32::test::model
