@@ -5,10 +5,10 @@ namespace apps::q32tool {
 
 const std::vector<Command> &commands() {
     static const std::vector<Command> all = {
-        info_command(),   rows_command(),    convert_command(), crop_command(),
-        paste_command(),  fill_command(),    pattern_command(), scale_command(),
-        stream_command(), compose_command(), filter_command(),  colorspace_command(),
-        bitmap_command(), help_command(),
+        info_command(),     rows_command(),    convert_command(), crop_command(),
+        paste_command(),    fill_command(),    pattern_command(), scale_command(),
+        stream_command(),   compose_command(), filter_command(),  colorspace_command(),
+        separate_command(), bitmap_command(),  jobs_command(),    help_command(),
     };
     return all;
 }

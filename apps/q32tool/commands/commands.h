@@ -17,10 +17,12 @@ Command fill_command();
 Command filter_command();
 Command help_command();
 Command info_command();
+Command jobs_command();
 Command paste_command();
 Command pattern_command();
 Command rows_command();
 Command scale_command();
+Command separate_command();
 Command stream_command();
 
 // In the order of the help.

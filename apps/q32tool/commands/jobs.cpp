@@ -1,0 +1,146 @@
+// q32tool jobs: the dispatch queue at work, as a picture of the order in which it visits tiles.
+#include "commands.h"
+
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/text.h"
+#include "apps/q32tool/dispatch_show.h"
+#include "apps/q32tool/picture_transfer.h"
+#include "apps/q32tool/progress.h"
+#include "apps/q32tool/rectangles.h"
+
+#include <q32base/merge.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+
+namespace apps::q32tool {
+namespace {
+
+constexpr int default_width = 640, default_height = 480, default_side = 48;
+constexpr int max_side = 4096, max_frames = 9999;
+constexpr Colour paper = {255, 255, 255};
+
+// From red over green to blue and violet, not all the way back to red.
+Colour colour_of(size_t number, size_t count) {
+    constexpr size_t last_hue = 300;
+    const int32_t record[3] = {
+        static_cast<int32_t>(count > 1 ? number * last_hue / (count - 1) : 0), 200, 235};
+    uint8_t pixel[3];
+    i32ColorspaceConvert(pixel, record, 1, I32_HSV_TO_RGB);
+    return {pixel[0], pixel[1], pixel[2]};
+}
+
+// A pixel of paper stays between neighbours, where there is room for it.
+Area without_border(const Area &area) {
+    if (area.width < 3 || area.height < 3)
+        return area;
+    return {area.x, area.y, area.width - 1, area.height - 1};
+}
+
+void paint(const Canvas &canvas, const DispatchStep &step, const Colour &colour) {
+    for (const Area &area : step.areas)
+        if (!area.is_empty())
+            lay_colour(canvas, colour, without_border(area));
+}
+
+// "frames/####.png" and 7: "frames/0007.png".
+std::string numbered(const std::string &pattern, size_t number) {
+    const size_t first = pattern.find('#');
+    const size_t behind = pattern.find_first_not_of('#', first);
+    const size_t digits = (behind == std::string::npos ? pattern.size() : behind) - first;
+    std::string text = std::to_string(number);
+    text.insert(0, digits > text.size() ? digits - text.size() : 0, '0');
+    return std::string(pattern).replace(first, digits, text);
+}
+
+std::optional<std::string> frames_from(const Arguments &arguments) {
+    if (!arguments.has("--frames"))
+        return std::nullopt;
+    const std::string &pattern = arguments.file("--frames");
+    if (pattern.find('#') == std::string::npos)
+        throw UsageError("--frames takes a name with # signs for the number, such as "
+                         "step-####.png, not '" +
+                         pattern + "'");
+    check_output(numbered(pattern, 0));
+    return pattern;
+}
+
+// The order is known only when all is done: the picture is painted from it, and the frames show it
+// growing.
+std::vector<DispatchStep> visit_all(DispatchShow &show) {
+    std::vector<DispatchStep> steps;
+    show.run([&steps](const DispatchStep &step) { steps.push_back(step); });
+    return steps;
+}
+
+// "client 2, bands 48 high, first service: steps 26 to 30"
+std::string order_lines(const DispatchShow &show, const std::vector<DispatchStep> &steps) {
+    std::string text;
+    for (size_t first = 0; first < steps.size();) {
+        const int client = steps[first].client;
+        const auto behind =
+            std::find_if(steps.begin() + static_cast<std::ptrdiff_t>(first), steps.end(),
+                         [client](const DispatchStep &step) { return step.client != client; });
+        const auto last = static_cast<size_t>(behind - steps.begin());
+        text += "client " + std::to_string(client) + ", " +
+                show.clients()[static_cast<size_t>(client) - 1].what + ": ";
+        text += last - first == 1
+                    ? "step " + std::to_string(last)
+                    : "steps " + std::to_string(first + 1) + " to " + std::to_string(last);
+        text += "\n";
+        first = last;
+    }
+    return text;
+}
+
+void run(const Arguments &arguments) {
+    const std::string &out = arguments.operand(0);
+    const Area size = arguments.has("--size") ? size_from(arguments, "--size")
+                                              : Area{0, 0, default_width, default_height};
+    const int side = static_cast<int>(arguments.number("--side", 2, max_side, default_side));
+    const std::optional<std::string> frames = frames_from(arguments);
+    const FileFormat format = check_output(out);
+    DispatchShow show(size.width, size.height, side);
+    const std::vector<DispatchStep> steps = visit_all(show);
+    if (frames && steps.size() > max_frames)
+        throw UsageError("--frames would write " + counted(steps.size(), "file") +
+                         "; use a larger --side");
+    Image image(PixelFormat::rgb, size.width, size.height, BUF32_TILED, out);
+    const Canvas canvas = canvas_of(image);
+    lay_colour(canvas, paper, std::nullopt);
+    Progress progress("painting", static_cast<int>(steps.size()));
+    for (size_t i = 0; i < steps.size(); ++i) {
+        paint(canvas, steps[i], colour_of(i, steps.size()));
+        if (frames)
+            save_picture(image, numbered(*frames, i + 1), check_output(numbered(*frames, i + 1)));
+        progress.advance(1);
+    }
+    clear_progress();
+    save_picture_and_tell(image, out, format, arguments);
+    if (!arguments.has("--quiet"))
+        print(order_lines(show, steps));
+}
+
+} // namespace
+
+Command jobs_command() {
+    return {
+        .name = "jobs",
+        .operands = {"OUT"},
+        .summary = "show in which order the dispatch queue works",
+        .description =
+            "Four clients give the dispatch queue jobs, each for a quarter of a picture: tiles, "
+            "bands\n"
+            "and numbered steps, of different priorities. Each step paints its part of OUT in the "
+            "colour\n"
+            "of its place in the order: red first, then yellow, green, blue, and violet last.",
+        .options = {{"--size", "WxH", "of the picture, 640x480 without it"},
+                    {"--side", "N", "side of tiles and height of bands, 48 without it"},
+                    {"--frames", "NAME", "also write a picture after each step: step-####.png"}},
+        .run = run,
+    };
+}
+
+} // namespace apps::q32tool
