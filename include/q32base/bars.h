@@ -42,13 +42,11 @@ Q32_BEGIN_DECLS
  *   from, to     greys, 0 to 255 (low 8 bits)
  *   horizontal   not 0: the ramp runs from left to right; 0: from the top down
  *
- * In a buffer:
- *   1001, 1, 8, 1    it cannot be made
- *   3200, 1, 8, 2    its pixels have not 1 byte
- *   1001, 1, 8, 3    no memory for a row
- * On a device context:
- *   1001, 1, 8, 10   no memory for a row
- *   not reported     the run cannot be opened, or a row not drawn
+ *   1001, 1, 8, 1    q32CreateGrayBarImage: the buffer cannot be made
+ *   3200, 1, 8, 2    q32CreateGrayBarImage: its pixels have not 1 byte
+ *   1001, 1, 8, 3    q32CreateGrayBarImage: no memory for a row
+ *   1001, 1, 8, 10   q32RectDrawGrayBar: no memory for a row
+ *   not reported     q32RectDrawGrayBar: the run cannot be opened, or a row not drawn
  */
 Q32_API int Q32_CALL q32CreateGrayBarImage(HBUF32 *buffer, int width, int height, int from, int to,
                                            int horizontal);
@@ -73,13 +71,11 @@ Q32_API int Q32_CALL q32RectDrawGrayBar(HDC dc, const RECT *rectangle, int from,
  *
  *   style   BAR_ value; for any other nothing is drawn and the result is 1
  *
- * In a buffer:
- *   1001, 1, 8, 4    it cannot be made
- *   3200, 1, 8, 5    its pixels have not 3 bytes
- *   1001, 1, 8, 6    no memory for a row
- * On a device context:
- *   1001, 1, 8, 11   no memory for a row
- *   not reported     as above
+ *   1001, 1, 8, 4    q32CreateHSBBarImage: the buffer cannot be made
+ *   3200, 1, 8, 5    q32CreateHSBBarImage: its pixels have not 3 bytes
+ *   1001, 1, 8, 6    q32CreateHSBBarImage: no memory for a row
+ *   1001, 1, 8, 11   q32RectDrawHSBBar: no memory for a row
+ *   not reported     q32RectDrawHSBBar: as above
  */
 Q32_API int Q32_CALL q32CreateHSBBarImage(HBUF32 *buffer, int style, int width, int height);
 Q32_API int Q32_CALL q32RectDrawHSBBar(HDC dc, const RECT *rectangle, int style);
@@ -92,13 +88,11 @@ Q32_API int Q32_CALL q32RectDrawHSBBar(HDC dc, const RECT *rectangle, int style)
  *   rainbow      not 0: hues from 0 to 359 degrees, saturation and brightness 255, instead of from
  *                and to
  *
- * In a buffer:
- *   1001, 1, 8, 7    it cannot be made
- *   3200, 1, 8, 8    its pixels have not 3 bytes
- *   1001, 1, 8, 9    no memory for a row
- * On a device context:
- *   1001, 1, 8, 12   no memory for a row
- *   not reported     as above
+ *   1001, 1, 8, 7    q32CreateColorBarImage: the buffer cannot be made
+ *   3200, 1, 8, 8    q32CreateColorBarImage: its pixels have not 3 bytes
+ *   1001, 1, 8, 9    q32CreateColorBarImage: no memory for a row
+ *   1001, 1, 8, 12   q32RectDrawColorBar: no memory for a row
+ *   not reported     q32RectDrawColorBar: as above
  */
 Q32_API int Q32_CALL q32CreateColorBarImage(HBUF32 *buffer, int width, int height, COLORREF from,
                                             COLORREF to, int horizontal, int rainbow);

@@ -90,8 +90,8 @@ Q32_API int Q32_CALL disp32ShowInit(HDISPRUN *run, HDC dc, int depth, int left, 
                                     int force_background);
 
 /*
- * The same with matrices anchored elsewhere: pixel (left, top) takes its threshold from column
- * origin_x and row origin_y of the matrix, modulo its side. A picture that scrolls keeps its
+ * Opens a run whose matrices are anchored elsewhere: pixel (left, top) takes its threshold from
+ * column origin_x and row origin_y of the matrix, modulo its side. A picture that scrolls keeps its
  * pattern when these are coordinates within the picture.
  */
 Q32_API int Q32_CALL disp32ShowInitEx(HDISPRUN *run, HDC dc, int depth, int left, int top,

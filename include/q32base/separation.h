@@ -34,7 +34,7 @@ Q32_API void Q32_CALL qfdCalcBGCurve(void);
 Q32_API uint8_t *Q32_CALL qfdClrRgbToCmyk(const uint8_t *rgb, uint8_t *cmyk);
 
 /*
- * The way back.
+ * Puts one pixel together again.
  *
  *   cmyk   4 bytes; may be rgb
  *   rgb    receives 3 bytes

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Checks a DLL that ships as the file it is: check_dll.py DLL DEF BASE IMPORT[,IMPORT...] HEADER...
+"""Checks a DLL that ships as the file it is: check_dll.py DLL DEF COUNT BASE IMPORT[,IMPORT...] HEADER...
 
-The exports are exactly those of the .def file, undecorated, and exactly those that the public
-headers declare; nothing is imported from any DLL but the named ones; the file says what it is.
+The exports are exactly those of the .def file, undecorated, exactly those that the public headers
+declare, and COUNT of them; nothing is imported from any DLL but the named ones; the file says what
+it is.
 """
 
 import pathlib
@@ -24,7 +25,7 @@ def declared_exports(header):
     return re.findall(r"^\w+_API\b[^;()]*?\b(\w+)\s*\(", code, flags=re.MULTILINE)
 
 
-def main(dll_path, def_path, image_base, allowed_imports, *header_paths):
+def main(dll_path, def_path, count, image_base, allowed_imports, *header_paths):
     dll = pe_file.PeFile(dll_path)
     problems = []
 
@@ -50,7 +51,7 @@ def main(dll_path, def_path, image_base, allowed_imports, *header_paths):
 
     listed = listed_exports(pathlib.Path(def_path))
     declared = [name for path in header_paths for name in declared_exports(pathlib.Path(path))]
-    expect(listed, "the list of exports is empty")
+    expect(len(listed) == int(count), f"the list has {len(listed)} exports, not {count}")
     expect_same("exports of the file, by the list", dll.exports(), listed)
     expect_same("declarations of the headers, by the list", declared, listed)
 
