@@ -42,7 +42,7 @@ def rows_of(text):
     """Table rows of a comment, those that go over several lines in one, two of one line apart."""
     indent = None
     row = ""
-    for line in re.sub(r"(\S)\s{3,}(?=" + NUMBERS + ")", r"\1\n", text).split("\n") + [""]:
+    for line in re.sub(r"(\S) {3,}(?=" + NUMBERS + ")", r"\1\n  ", text).split("\n") + [""]:
         begins = ROW.match(line)
         depth = len(line) - len(line.lstrip())
         if indent is not None and (begins or not line.strip() or depth <= indent):
