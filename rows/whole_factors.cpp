@@ -42,9 +42,6 @@ std::size_t groups_of(std::size_t pixels, std::size_t factor) {
 struct Pixels {
     PixelKind kind;
     std::size_t bytes;
-
-    RowScaling *enlarge() const { return scaling().enlarge[std::size_t(kind)]; }
-    RowScaling *reduce() const { return scaling().reduce[std::size_t(kind)]; }
 };
 
 // Every size that is none counts as 2.
@@ -85,6 +82,33 @@ void reduce_bit_row(std::uint8_t *destination, const std::uint8_t *source, std::
         scaling().reduce_bits(destination, source, pixels, factor);
 }
 
+// --- rows of pixels -----------------------------------------------------------------------------
+
+// What a factor of 1 makes of a row, whether it is to be enlarged or reduced.
+void copy_row(std::uint8_t *destination, const std::uint8_t *source, std::size_t count,
+              Pixels pixels) {
+    if (pixels.kind == PixelKind::three_bytes_swapped)
+        kernels().swap_red_blue(destination, source, count);
+    else
+        std::memcpy(destination, source, pixels.bytes * count);
+}
+
+void enlarge_row(std::uint8_t *destination, const std::uint8_t *source, std::size_t count,
+                 std::size_t factor, Pixels pixels) {
+    if (factor == 1)
+        copy_row(destination, source, count, pixels);
+    else
+        scaling().enlarge[std::size_t(pixels.kind)](destination, source, count, factor);
+}
+
+void reduce_row(std::uint8_t *destination, const std::uint8_t *source, std::size_t count,
+                std::size_t factor, Pixels pixels) {
+    if (factor == 1)
+        copy_row(destination, source, count, pixels);
+    else
+        scaling().reduce[std::size_t(pixels.kind)](destination, source, count, factor);
+}
+
 // --- blocks -------------------------------------------------------------------------------------
 
 // Bytes of a row here and there.
@@ -92,38 +116,38 @@ struct RowBytes {
     std::size_t destination, source;
 };
 
-// Every row once by `enlarge_row`, then copies of it.
-template <class EnlargeRow>
+// Every row once by `enlarge`, then copies of it.
+template <class Enlarge>
 void enlarge_rows(std::uint8_t *destination, const std::uint8_t *source, RowBytes row, int rows,
-                  std::size_t vertical, EnlargeRow enlarge_row) {
+                  std::size_t vertical, Enlarge enlarge) {
     for (; rows > 0; --rows, source += row.source) {
-        enlarge_row(destination, source);
+        enlarge(destination, source);
         kernels().copy_rows(destination + row.destination, row.destination, destination, 0,
                             row.destination, vertical - 1);
         destination += row.destination * vertical;
     }
 }
 
-// Rows 0, step, 2 step and so on by `reduce_row`. Returns the number of the first row not taken.
-template <class ReduceRow>
+// Rows 0, step, 2 step and so on by `reduce`. Returns the number of the first row not taken.
+template <class Reduce>
 int reduce_rows(std::uint8_t *destination, const std::uint8_t *source, RowBytes row, int rows,
-                std::size_t step, ReduceRow reduce_row) {
+                std::size_t step, Reduce reduce) {
     const std::size_t taken = groups_of(std::size_t(rows), step);
     for (std::size_t i = 0; i < taken; ++i)
-        reduce_row(destination + i * row.destination, source + i * step * row.source);
+        reduce(destination + i * row.destination, source + i * step * row.source);
     return int(taken * step);
 }
 
 // --- drivers ------------------------------------------------------------------------------------
 
+// With a horizontal factor of 0 rows are copied but have no length: each lies over the one before.
 int enlarge_bit_block(std::uint8_t *destination, const std::uint8_t *source, int width, int rows,
                       std::size_t horizontal, std::size_t vertical) {
     if (rows <= 0)
         return 0;
     const std::size_t pixels = at_least(0, width);
-    const std::uint64_t enlarged = std::uint64_t(pixels) * std::max<std::size_t>(1, horizontal);
-    enlarge_rows(destination, source, {bytes_of_bits(enlarged), bytes_of_bits(pixels)}, rows,
-                 std::max<std::size_t>(1, vertical),
+    const RowBytes row{bytes_of_bits(std::uint64_t(pixels) * horizontal), bytes_of_bits(pixels)};
+    enlarge_rows(destination, source, row, rows, std::max<std::size_t>(1, vertical),
                  [=](std::uint8_t *to, const std::uint8_t *from) {
                      enlarge_bit_row(to, from, pixels, horizontal);
                  });
@@ -137,7 +161,7 @@ int enlarge_block(std::uint8_t *destination, const std::uint8_t *source, std::si
     const RowBytes row{pixels.bytes * width * horizontal, pixels.bytes * width};
     enlarge_rows(destination, source, row, rows, vertical,
                  [=](std::uint8_t *to, const std::uint8_t *from) {
-                     pixels.enlarge()(to, from, width, horizontal);
+                     enlarge_row(to, from, width, horizontal, pixels);
                  });
     return int(row.source);
 }
@@ -163,7 +187,7 @@ int reduce_block(std::uint8_t *destination, const std::uint8_t *source, int widt
     const RowBytes row{pixels.bytes * groups_of(count, factor), pixels.bytes * count};
     return reduce_rows(destination, source, row, rows, step,
                        [=](std::uint8_t *to, const std::uint8_t *from) {
-                           pixels.reduce()(to, from, count, factor);
+                           reduce_row(to, from, count, factor, pixels);
                        });
 }
 
@@ -185,8 +209,8 @@ int Q32_CALL mem32BitEnlargeExt(void *destination, const void *source, int width
 
 void Q32_CALL mem32Enlarge(void *destination, const void *source, int count, int factor,
                            int bytes_per_pixel, int swap) {
-    pixels_of(bytes_per_pixel, swap)
-        .enlarge()(bytes(destination), bytes(source), at_least(1, count), at_least(1, factor));
+    enlarge_row(bytes(destination), bytes(source), at_least(1, count), at_least(1, factor),
+                pixels_of(bytes_per_pixel, swap));
 }
 
 int Q32_CALL mem32EnlargeExt(void *destination, const void *source, int width, int rows,
@@ -208,8 +232,8 @@ int Q32_CALL mem32BitReduceExt(void *destination, const void *source, int width,
 
 void Q32_CALL mem32Reduce(void *destination, const void *source, int count, int factor,
                           int bytes_per_pixel, int swap) {
-    pixels_of(bytes_per_pixel, swap)
-        .reduce()(bytes(destination), bytes(source), at_least(0, count), at_least(1, factor));
+    reduce_row(bytes(destination), bytes(source), at_least(0, count), at_least(1, factor),
+               pixels_of(bytes_per_pixel, swap));
 }
 
 int Q32_CALL mem32ReduceExt(void *destination, const void *source, int width, int rows, int factor,

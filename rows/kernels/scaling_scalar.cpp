@@ -138,4 +138,13 @@ void reduce_3_swapped(std::uint8_t *destination, const std::uint8_t *source, std
     }
 }
 
+// --- entry table -------------------------------------------------------------------------------
+
+constinit const ScalingKernels scalar_scaling_kernels = {
+    .enlarge_bits = enlarge_bits,
+    .enlarge = {enlarge_1, enlarge_2, enlarge_3, enlarge_4, enlarge_3_swapped},
+    .reduce_bits = reduce_bits,
+    .reduce = {reduce_1, reduce_2, reduce_3, reduce_4, reduce_3_swapped},
+};
+
 } // namespace q32::rows

@@ -1,0 +1,253 @@
+// Enlarging and reducing rows of bits, written once for vectors of all sizes. Powers of two are
+// made by doubling and by halving in registers. Other factors below 8 go nibble by nibble through
+// tables, larger ones are runs of bytes that are all set or all clear.
+//
+// Private to the file that includes it, as vectors.h.
+#pragma once
+
+#include "rows/kernels/interleaving.h"
+#include "rows/kernels/row_kernels.h"
+#include "rows/kernels/runs.h"
+#include "rows/kernels/scaling_scalar.h"
+
+#include <array>
+
+namespace q32::rows {
+namespace {
+
+// 0 or 1. Without a branch: nobody can foretell bits.
+inline unsigned bit_of(const uint8_t *source, size_t pixel) {
+    return unsigned(source[pixel / 8]) >> (7 - pixel % 8) & 1;
+}
+
+// --- twice --------------------------------------------------------------------------------------
+
+// Bytes of four bits to bytes with each of them twice.
+template <class V>
+inline V double_nibbles(V nibbles) {
+#ifdef __SSE4_1__
+    alignas(16) static constexpr uint8_t doubled[16] = {0x00, 0x03, 0x0C, 0x0F, 0x30, 0x33,
+                                                        0x3C, 0x3F, 0xC0, 0xC3, 0xCC, 0xCF,
+                                                        0xF0, 0xF3, 0xFC, 0xFF};
+    return shuffle(repeat_lane<V>(load_16(doubled)), nibbles);
+#else
+    const V pairs = (nibbles | words_up<2>(nibbles)) & repeat_byte<V>(0x33);
+    const V singles = (pairs | words_up<1>(pairs)) & repeat_byte<V>(0x55);
+    return singles | words_up<1>(singles);
+#endif
+}
+
+template <class V>
+inline Two<V> double_bits(V bits) {
+    const V low_nibble = repeat_byte<V>(0x0F);
+    const V dealt = deal(bits);
+    return interleave_dealt<1>(double_nibbles<V>(words_down<4>(dealt) & low_nibble),
+                               double_nibbles<V>(dealt & low_nibble));
+}
+
+// Units are bytes of the source.
+template <class V, size_t factor>
+struct EnlargeBits {
+    static constexpr size_t units = sizeof(V), source_bytes = 1, destination_bytes = factor;
+    using Loaded = V;
+
+    Loaded load(const uint8_t *source) const { return rows::load<V>(source); }
+    void store(uint8_t *destination, V bits) const {
+        const Two<V> twice = double_bits(bits);
+        if constexpr (factor == 2) {
+            rows::store(destination, twice.first);
+            rows::store(destination + sizeof(V), twice.second);
+        } else {
+            const EnlargeBits<V, factor / 2> half;
+            half.store(destination, twice.first);
+            half.store(destination + factor / 2 * sizeof(V), twice.second);
+        }
+    }
+};
+
+// --- by tables ----------------------------------------------------------------------------------
+
+// What the two nibbles of a byte give in the `factor` bytes that it becomes.
+template <size_t factor>
+struct NibbleTables {
+    using Bytes = std::array<uint8_t, 8>;
+    std::array<Bytes, 16> high{}, low{};
+
+    constexpr NibbleTables() {
+        for (size_t byte = 0; byte < 16; ++byte) {
+            high[byte] = enlarged(byte << 4);
+            low[byte] = enlarged(byte);
+        }
+    }
+
+private:
+    static constexpr Bytes enlarged(size_t byte) {
+        Bytes bytes{};
+        for (size_t bit = 0; bit < 8 * factor; ++bit)
+            bytes[bit / 8] |= uint8_t((byte << bit / factor & 0x80) >> bit % 8);
+        return bytes;
+    }
+};
+
+// Eight bytes are stored for each source byte; those too many belong to the next, or are left out.
+template <size_t factor>
+inline void enlarge_bits_by_table(uint8_t *destination, const uint8_t *source, size_t bytes) {
+    static constexpr NibbleTables<factor> tables;
+    const auto enlarged = [](uint8_t byte) {
+        return load_8(tables.high[byte >> 4].data()) | load_8(tables.low[byte & 15].data());
+    };
+    constexpr size_t careful = (8 - 1) / factor; // bytes of the source
+    for (; bytes > careful; --bytes, ++source, destination += factor)
+        store_8(destination, enlarged(*source));
+    for (; bytes != 0; --bytes, ++source, destination += factor) {
+        uint8_t held[8];
+        store_8(held, enlarged(*source));
+        std::memcpy(destination, held, factor);
+    }
+}
+
+// --- runs ---------------------------------------------------------------------------------------
+
+// Every pixel is stored as bytes of its own up to the end of its run and beyond it, where the next
+// run follows. The byte that two runs share is put together when the second begins. The factor is 8
+// or more.
+template <class V>
+void enlarge_bits_in_runs(uint8_t *destination, const uint8_t *source, size_t pixels,
+                          size_t factor) {
+    const uint8_t *const end = destination + size_t((std::uint64_t(pixels) * factor + 7) / 8);
+    unsigned held = 0; // bits of the run before in the byte at the destination
+    size_t used = 0;   // how many they are
+    for (size_t pixel = 0; pixel < pixels; ++pixel) {
+        const auto value = uint8_t(0 - bit_of(source, pixel));
+        const size_t bits = used + factor % 8;
+        const size_t whole = factor / 8 + bits / 8;
+        const size_t touched = whole + (bits % 8 != 0);
+
+        if (size_t(end - destination) >= touched + sizeof(V))
+            for (size_t done = 0; done < touched; done += sizeof(V))
+                store(destination + done, repeat_byte<V>(value));
+        else
+            std::memset(destination, value, touched);
+        *destination = uint8_t(held | (value & 0xFFu >> used));
+
+        destination += whole;
+        used = bits % 8;
+        held = value & ~(0xFFu >> used);
+    }
+    if (used != 0)
+        *destination = uint8_t(held);
+}
+
+// --- half ---------------------------------------------------------------------------------------
+
+// Every other bit of each byte, as its upper four bits.
+template <class V>
+inline V halve_bytes(V bits) {
+    const V singles = bits & repeat_byte<V>(0xAA);
+    const V pairs = (singles | words_up<1>(singles)) & repeat_byte<V>(0xCC);
+    return (pairs | words_up<2>(pairs)) & repeat_byte<V>(0xF0);
+}
+
+template <class V>
+inline V halve_words(V bits) {
+    const V nibbles = halve_bytes(bits);
+    return (nibbles & repeat_word<V>(0x00F0)) | words_down<12>(nibbles);
+}
+
+// Units are bytes of the destination.
+template <class V, size_t factor>
+struct ReduceBits {
+    static constexpr size_t units = sizeof(V), source_bytes = factor, destination_bytes = 1;
+    using Loaded = V;
+
+    Loaded load(const uint8_t *source) const {
+        if constexpr (factor == 1) {
+            return rows::load<V>(source);
+        } else {
+            const ReduceBits<V, factor / 2> half;
+            const V first = half.load(source);
+            const V second = half.load(source + factor / 2 * sizeof(V));
+            return pack_words(halve_words(first), halve_words(second));
+        }
+    }
+    void store(uint8_t *destination, V bits) const { rows::store(destination, bits); }
+};
+
+// Eight pixels at a time from their places, and what is left over in a last byte.
+inline void gather_bits(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
+    size_t left = (pixels + factor - 1) / factor;
+    for (size_t pixel = 0; left != 0; ++destination) {
+        const size_t count = left < 8 ? left : 8;
+        unsigned byte = 0;
+        for (size_t i = 0; i < count; ++i, pixel += factor)
+            byte = byte << 1 | bit_of(source, pixel);
+        *destination = uint8_t(byte << (8 - count));
+        left -= count;
+    }
+}
+
+// --- factors ------------------------------------------------------------------------------------
+
+template <class V>
+void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
+                     RowScaling *shorter, BitConversion *bit_to_byte) {
+    const size_t bytes = pixels / 8;
+    const auto run_shorter = [=](uint8_t *to, const uint8_t *from, size_t count) {
+        shorter(to, from, 8 * count, factor);
+    };
+    switch (factor) {
+    case 1:
+        return enlarge_bits(destination, source, pixels, 1);
+    case 2:
+        run(destination, source, bytes, EnlargeBits<V, 2>{}, run_shorter);
+        break;
+    case 3:
+        enlarge_bits_by_table<3>(destination, source, bytes);
+        break;
+    case 4:
+        run(destination, source, bytes, EnlargeBits<V, 4>{}, run_shorter);
+        break;
+    case 5:
+        enlarge_bits_by_table<5>(destination, source, bytes);
+        break;
+    case 6:
+        enlarge_bits_by_table<6>(destination, source, bytes);
+        break;
+    case 7:
+        enlarge_bits_by_table<7>(destination, source, bytes);
+        break;
+    case 8:
+        bit_to_byte(destination, source, pixels, 0xFF);
+        return;
+    default:
+        enlarge_bits_in_runs<V>(destination, source, pixels, factor);
+        return;
+    }
+    enlarge_bits(destination + factor * bytes, source + bytes, pixels % 8, factor);
+}
+
+template <class V>
+void reduce_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
+                    RowScaling *shorter) {
+    const auto run_shorter = [=](uint8_t *to, const uint8_t *from, size_t count) {
+        shorter(to, from, 8 * factor * count, factor);
+    };
+    size_t bytes = pixels / factor / 8; // of the destination
+    switch (factor) {
+    case 2:
+        run(destination, source, bytes, ReduceBits<V, 2>{}, run_shorter);
+        break;
+    case 4:
+        run(destination, source, bytes, ReduceBits<V, 4>{}, run_shorter);
+        break;
+    case 8:
+        run(destination, source, bytes, ReduceBits<V, 8>{}, run_shorter);
+        break;
+    default:
+        bytes = 0;
+    }
+    gather_bits(destination + bytes, source + factor * bytes, pixels - 8 * factor * bytes, factor);
+}
+
+} // namespace
+} // namespace q32::rows

@@ -1,0 +1,288 @@
+// Enlarging pixels, written once for vectors of all sizes. Small factors have their places of every
+// byte worked out by the compiler: a shuffle makes a vector. For others each pixel is repeated in a
+// vector that is stored as often as its run needs.
+//
+// Private to the file that includes it, as vectors.h.
+#pragma once
+
+#include "rows/kernels/interleaving.h"
+#include "rows/kernels/runs.h"
+#include "rows/kernels/scaling_kernels.h"
+#include "rows/kernels/scaling_pixels.h"
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <utility>
+
+namespace q32::rows {
+namespace {
+
+// --- runs of any length -------------------------------------------------------------------------
+
+// A pixel as a number, its bytes in the order of the destination.
+template <class Pixel>
+inline int load_pixel(const uint8_t *source) {
+    unsigned pixel = 0;
+    for (size_t i = 0; i < Pixel::bytes; ++i)
+        pixel |= unsigned(source[Pixel::in_pixel(i)]) << 8 * i;
+    return int(pixel);
+}
+
+// As many pixels as a vector holds, and of another one what is left of the vector.
+template <class V, size_t bytes>
+V repeat_pixel(int pixel);
+
+#ifdef __SSE4_1__
+
+template <class V>
+V repeat_dword(int value);
+template <>
+inline V16 repeat_dword<V16>(int value) {
+    return _mm_set1_epi32(value);
+}
+#ifdef __AVX2__
+template <>
+inline V32 repeat_dword<V32>(int value) {
+    return _mm256_set1_epi32(value);
+}
+#endif
+#ifdef __AVX512VBMI__
+template <>
+inline V64 repeat_dword<V64>(int value) {
+    return _mm512_set1_epi32(value);
+}
+#endif
+
+template <class V, size_t bytes>
+V repeat_pixel(int pixel) {
+    if constexpr (bytes == 1)
+        return repeat_byte<V>(uint8_t(pixel));
+    else if constexpr (bytes == 2)
+        return repeat_word<V>(pixel);
+    else if constexpr (bytes == 4)
+        return repeat_dword<V>(pixel);
+    else {
+        alignas(sizeof(V)) static constexpr auto indices = [] {
+            std::array<uint8_t, sizeof(V)> at{};
+            for (size_t i = 0; i < sizeof(V); ++i)
+                at[i] = uint8_t(i % bytes);
+            return at;
+        }();
+        return shuffle(repeat_dword<V>(pixel), load<V>(indices.data()));
+    }
+}
+
+#else
+
+template <class V, size_t bytes>
+V repeat_pixel(int pixel) {
+    if constexpr (bytes == 1)
+        return _mm_set1_epi8(char(pixel));
+    else if constexpr (bytes == 2)
+        return _mm_set1_epi16(short(pixel));
+    else if constexpr (bytes == 4)
+        return _mm_set1_epi32(pixel);
+    else {
+        V v = _mm_cvtsi32_si128(pixel & 0xFFFFFF);
+        v = v | _mm_slli_si128(v, 3);
+        v = v | _mm_slli_si128(v, 6);
+        return v | _mm_slli_si128(v, 12);
+    }
+}
+
+#endif
+
+// Of a vector, the bytes that are whole pixels.
+template <class V, size_t bytes>
+inline constexpr size_t whole_pixels = sizeof(V) / bytes *bytes;
+
+// A run of one pixel in whole vectors, the last of which may reach beyond its end.
+template <class V, size_t bytes>
+inline void store_run(uint8_t *destination, size_t run_bytes, V pixels) {
+    for (size_t done = 0; done < run_bytes; done += whole_pixels<V, bytes>)
+        store(destination + done, pixels);
+}
+
+// The same up to the last byte and not beyond.
+template <class V, size_t bytes>
+inline void store_last_run(uint8_t *destination, size_t run_bytes, V pixels) {
+    size_t done = 0;
+    for (; run_bytes - done >= sizeof(V); done += whole_pixels<V, bytes>)
+        store(destination + done, pixels);
+    uint8_t rest[sizeof(V)];
+    store(rest, pixels);
+    std::memcpy(destination + done, rest, run_bytes - done);
+}
+
+// Runs reach into the next ones, which are stored later, as long as those are long enough.
+template <class V, class Pixel>
+void enlarge_in_runs(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
+    constexpr size_t bytes = Pixel::bytes;
+    const size_t run_bytes = bytes * factor;
+    const size_t careful = std::min(pixels, (sizeof(V) - 1 + run_bytes - 1) / run_bytes);
+    const auto repeated = [&] { return repeat_pixel<V, bytes>(load_pixel<Pixel>(source)); };
+
+    for (size_t left = pixels - careful; left != 0; --left, source += bytes) {
+        store_run<V, bytes>(destination, run_bytes, repeated());
+        destination += run_bytes;
+    }
+    for (size_t left = careful; left != 0; --left, source += bytes) {
+        store_last_run<V, bytes>(destination, run_bytes, repeated());
+        destination += run_bytes;
+    }
+}
+
+// --- small factors ------------------------------------------------------------------------------
+
+#ifndef __SSE4_1__
+
+template <class Pixel, size_t factor>
+inline constexpr bool has_enlarge_step = Pixel::bytes != 3 && factor != 3;
+
+// Without a byte shuffle: a vector interleaved with itself.
+template <class V, class Pixel, size_t factor>
+struct EnlargeStep {
+    static constexpr size_t units = sizeof(V) / Pixel::bytes, source_bytes = Pixel::bytes,
+                            destination_bytes = Pixel::bytes * factor;
+    using Loaded = V;
+
+    Loaded load(const uint8_t *source) const { return rows::load<V>(source); }
+    void store(uint8_t *destination, V v) const {
+        const Two<V> twice = interleave_dealt<Pixel::bytes>(v, v);
+        if constexpr (factor == 2) {
+            rows::store(destination, twice.first);
+            rows::store(destination + sizeof(V), twice.second);
+        } else {
+            const EnlargeStep<V, Pixel, factor / 2> half;
+            half.store(destination, twice.first);
+            half.store(destination + 2 * sizeof(V), twice.second);
+        }
+    }
+};
+
+#else
+
+template <class Pixel, size_t factor>
+inline constexpr bool has_enlarge_step = true;
+
+// Among how many bytes `permute` moves them.
+template <class V>
+inline constexpr size_t reach = sizeof(V) == 64 ? 64 : 16;
+
+template <class V>
+inline V permute(V v, V indices) {
+    return shuffle(v, indices);
+}
+#ifdef __AVX512VBMI__
+template <>
+inline V64 permute(V64 v, V64 indices) {
+    return _mm512_permutexvar_epi8(indices, v);
+}
+#endif
+
+// Every part of a destination vector comes from a window of the source, both as wide as the reach.
+template <class V>
+struct VectorPlan {
+    static constexpr size_t parts = sizeof(V) / reach<V>;
+    size_t window[parts];
+    alignas(sizeof(V)) uint8_t indices[sizeof(V)];
+};
+
+template <class V, class Pixel, size_t factor>
+struct EnlargeStep {
+    static constexpr size_t source_bytes = Pixel::bytes, destination_bytes = Pixel::bytes * factor;
+    // Whole vectors here, and at least one window there.
+    static constexpr size_t units = [] {
+        size_t pixels = sizeof(V) / std::gcd(sizeof(V), destination_bytes);
+        while (pixels * source_bytes < reach<V>)
+            pixels *= 2;
+        return pixels;
+    }();
+    static constexpr size_t vectors = units * destination_bytes / sizeof(V);
+
+    // Rows never overlap: nothing needs to be held.
+    using Loaded = const uint8_t *;
+    Loaded load(const uint8_t *source) const { return source; }
+
+    void store(uint8_t *destination, Loaded source) const {
+        store_each(destination, source, std::make_index_sequence<vectors>());
+    }
+
+private:
+    static constexpr size_t source_of(size_t at) {
+        return at / destination_bytes * source_bytes + Pixel::in_pixel(at % Pixel::bytes);
+    }
+    // The window from the pixel of a byte on, but never beyond the end of the step.
+    static constexpr size_t window_of(size_t at) {
+        return std::min(at / destination_bytes * source_bytes, units * source_bytes - reach<V>);
+    }
+    static constexpr bool fits(size_t window, size_t begin) {
+        for (size_t i = 0; i < reach<V>; ++i)
+            if (source_of(begin + i) >= window + reach<V>)
+                return false;
+        return true;
+    }
+    // Where one window serves for all parts, one load does.
+    static constexpr VectorPlan<V> plan_of(size_t vector) {
+        VectorPlan<V> plan{};
+        for (size_t part = 0; part < plan.parts; ++part) {
+            const size_t begin = vector * sizeof(V) + part * reach<V>;
+            const size_t window = fits(plan.window[0], begin) ? plan.window[0] : window_of(begin);
+            plan.window[part] = part == 0 ? window_of(begin) : window;
+            for (size_t i = 0; i < reach<V>; ++i)
+                plan.indices[part * reach<V> + i] =
+                    uint8_t(source_of(begin + i) - plan.window[part]);
+        }
+        return plan;
+    }
+
+    template <size_t vector>
+    static V make(const uint8_t *source) {
+        static constexpr VectorPlan<V> plan = plan_of(vector);
+        const V indices = rows::load<V>(plan.indices);
+        if constexpr (plan.parts == 1)
+            return permute(rows::load<V>(source + plan.window[0]), indices);
+        else if constexpr (plan.window[0] == plan.window[1])
+            return permute(repeat_lane<V>(load_16(source + plan.window[0])), indices);
+        else
+            return permute(load_lanes<V>(source + plan.window[0], plan.window[1] - plan.window[0]),
+                           indices);
+    }
+    template <size_t... vector>
+    static void store_each(uint8_t *destination, const uint8_t *source,
+                           std::index_sequence<vector...>) {
+        (rows::store(destination + vector * sizeof(V), make<vector>(source)), ...);
+    }
+};
+
+#endif
+
+template <class V, class Pixel, size_t factor>
+inline void enlarge_by(uint8_t *destination, const uint8_t *source, size_t pixels,
+                       RowScaling *shorter) {
+    if constexpr (has_enlarge_step<Pixel, factor>)
+        run(destination, source, pixels, EnlargeStep<V, Pixel, factor>{},
+            [=](uint8_t *to, const uint8_t *from, size_t count) {
+                shorter(to, from, count, factor);
+            });
+    else
+        enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
+}
+
+template <class V, class Pixel>
+void enlarge_pixels(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
+                    RowScaling *shorter) {
+    switch (factor) {
+    case 2:
+        return enlarge_by<V, Pixel, 2>(destination, source, pixels, shorter);
+    case 3:
+        return enlarge_by<V, Pixel, 3>(destination, source, pixels, shorter);
+    case 4:
+        return enlarge_by<V, Pixel, 4>(destination, source, pixels, shorter);
+    }
+    enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
+}
+
+} // namespace
+} // namespace q32::rows

@@ -1,0 +1,177 @@
+// Reducing pixels, written once for vectors of all sizes. By a small factor the bytes of a few
+// source vectors make a destination vector: each is shuffled to its place, and all are combined.
+// By a larger one pixels move one by one: little of a source vector is of use.
+//
+// Private to the file that includes it, as vectors.h.
+#pragma once
+
+#include "rows/kernels/interleaving.h"
+#include "rows/kernels/runs.h"
+#include "rows/kernels/scaling_kernels.h"
+#include "rows/kernels/scaling_pixels.h"
+
+#include <array>
+#include <numeric>
+#include <utility>
+
+namespace q32::rows {
+namespace {
+
+inline size_t groups_of(size_t pixels, size_t factor) {
+    return (pixels + factor - 1) / factor;
+}
+
+// --- pixel by pixel -----------------------------------------------------------------------------
+
+template <class Pixel>
+void reduce_in_moves(uint8_t *destination, const uint8_t *source, size_t groups, size_t factor) {
+    std::array<size_t, Pixel::bytes> places;
+    for (size_t i = 0; i < Pixel::bytes; ++i)
+        places[i] = Pixel::in_group(i, factor);
+    for (; groups != 0; --groups, destination += Pixel::bytes, source += Pixel::bytes * factor)
+        for (size_t i = 0; i < Pixel::bytes; ++i)
+            destination[i] = source[places[i]];
+}
+
+// --- small factors ------------------------------------------------------------------------------
+
+#ifdef __SSE4_1__
+
+template <class Pixel, size_t factor>
+inline constexpr bool has_reduce_step = true;
+
+// Every lane makes its own pixels, from a source of its own.
+template <class V, class Pixel, size_t factor>
+struct ReduceStep {
+    static constexpr size_t source_bytes = Pixel::bytes * factor, destination_bytes = Pixel::bytes;
+    static constexpr size_t lane_units = 16 / std::gcd(size_t(16), destination_bytes);
+    static constexpr size_t units = lane_units * sizeof(V) / 16;
+    static constexpr size_t windows = lane_units * source_bytes / 16;
+    static constexpr size_t results = lane_units * destination_bytes / 16;
+
+    // Rows never overlap: nothing needs to be held.
+    using Loaded = const uint8_t *;
+    Loaded load(const uint8_t *source) const { return source; }
+
+    void store(uint8_t *destination, Loaded source) const {
+        store_each(destination, source, std::make_index_sequence<results>());
+    }
+
+private:
+    struct Plan {
+        alignas(16) uint8_t indices[16];
+        bool is_used;
+    };
+    static constexpr size_t source_of(size_t at) {
+        return at / destination_bytes * source_bytes +
+               Pixel::in_group(at % destination_bytes, factor);
+    }
+    static constexpr Plan plan_of(size_t result, size_t window) {
+        Plan plan{};
+        for (size_t i = 0; i < 16; ++i) {
+            const size_t from = source_of(16 * result + i);
+            const bool is_here = from / 16 == window;
+            plan.indices[i] = is_here ? uint8_t(from % 16) : 0x80; // or nothing
+            plan.is_used = plan.is_used || is_here;
+        }
+        return plan;
+    }
+
+    template <size_t result, size_t window>
+    static void add(V &sum, const uint8_t *source) {
+        static constexpr Plan plan = plan_of(result, window);
+        if constexpr (plan.is_used) {
+            const V part = load_lanes<V>(source + 16 * window, lane_units * source_bytes);
+            sum = sum | shuffle(part, repeat_lane<V>(load_16(plan.indices)));
+        }
+    }
+    template <size_t result, size_t... window>
+    static V make(const uint8_t *source, std::index_sequence<window...>) {
+        V sum = V{};
+        (add<result, window>(sum, source), ...);
+        return sum;
+    }
+    template <size_t... result>
+    static void store_each(uint8_t *destination, const uint8_t *source,
+                           std::index_sequence<result...>) {
+        (store_lanes(destination + 16 * result, lane_units * destination_bytes,
+                     make<result>(source, std::make_index_sequence<windows>())),
+         ...);
+    }
+};
+
+#else
+
+template <class Pixel, size_t factor>
+inline constexpr bool has_reduce_step = Pixel::bytes != 3 && factor != 3;
+
+// Every other unit of two vectors.
+template <size_t unit_bytes>
+inline V16 thin_out(V16 a, V16 b) {
+    const auto signed_low_words = [](V16 v) { return _mm_srai_epi32(_mm_slli_epi32(v, 16), 16); };
+    if constexpr (unit_bytes == 1)
+        return pack_words(a & repeat_word<V16>(0x00FF), b & repeat_word<V16>(0x00FF));
+    else if constexpr (unit_bytes == 2)
+        return _mm_packs_epi32(signed_low_words(a), signed_low_words(b));
+    else
+        return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), 0x88));
+}
+
+template <class V, class Pixel, size_t factor>
+struct ReduceStep {
+    static constexpr size_t units = sizeof(V) / Pixel::bytes;
+    static constexpr size_t source_bytes = Pixel::bytes * factor, destination_bytes = Pixel::bytes;
+    using Loaded = V;
+
+    Loaded load(const uint8_t *source) const {
+        if constexpr (factor == 1) {
+            return rows::load<V>(source);
+        } else {
+            const ReduceStep<V, Pixel, factor / 2> half;
+            return thin_out<Pixel::bytes>(half.load(source),
+                                          half.load(source + factor / 2 * sizeof(V)));
+        }
+    }
+    void store(uint8_t *destination, V pixels) const { rows::store(destination, pixels); }
+};
+
+#endif
+
+template <class V, class Pixel, size_t factor>
+inline void reduce_by(uint8_t *destination, const uint8_t *source, size_t groups,
+                      RowScaling *shorter) {
+    if constexpr (has_reduce_step<Pixel, factor>)
+        run(destination, source, groups, ReduceStep<V, Pixel, factor>{},
+            [=](uint8_t *to, const uint8_t *from, size_t count) {
+                shorter(to, from, factor * count, factor);
+            });
+    else
+        reduce_in_moves<Pixel>(destination, source, groups, factor);
+}
+
+// Only swapped pixels may be read to the end of an incomplete group. Of others such a group's
+// pixel is moved by itself.
+template <class V, class Pixel>
+void reduce_pixels(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
+                   RowScaling *shorter) {
+    const size_t groups = pixels / factor;
+    switch (factor) {
+    case 2:
+        reduce_by<V, Pixel, 2>(destination, source, groups, shorter);
+        break;
+    case 3:
+        reduce_by<V, Pixel, 3>(destination, source, groups, shorter);
+        break;
+    case 4:
+        reduce_by<V, Pixel, 4>(destination, source, groups, shorter);
+        break;
+    default:
+        reduce_in_moves<Pixel>(destination, source, groups, factor);
+    }
+    if (groups_of(pixels, factor) != groups)
+        reduce_in_moves<Pixel>(destination + Pixel::bytes * groups,
+                               source + Pixel::bytes * factor * groups, 1, factor);
+}
+
+} // namespace
+} // namespace q32::rows
