@@ -4,8 +4,10 @@
 
 #include "apps/pictures/failure.h"
 #include "apps/pictures/picture_reader.h"
+#include "apps/pictures/text.h"
 #include "areas.h"
 #include "interrupt.h"
+#include "picture_transfer.h"
 #include "timings.h"
 
 #include <q32base/merge.h>
@@ -158,6 +160,22 @@ void write_frame(Frame &frame, const std::string &path, FileFormat format) {
         writer.write_row(row);
     }
     writer.commit();
+}
+
+void write_frame_and_tell(Frame &frame, const std::string &path, FileFormat format,
+                          const Arguments &arguments) {
+    write_frame(frame, path, format);
+    if (!arguments.has("--quiet"))
+        print(written_line(path, frame.width, frame.height, frame.bits, format));
+}
+
+FileFormat check_transparent_output(const std::string &path) {
+    const FileFormat format = check_output(path);
+    if (format != FileFormat::png && format != FileFormat::tiff)
+        throw Failure(path,
+                      std::string(format_name(format)) + " files are not written with 32 bits",
+                      "use .png or .tif, or --bits 24");
+    return format;
 }
 
 } // namespace apps::q32tool

@@ -5,10 +5,11 @@ namespace apps::q32tool {
 
 const std::vector<Command> &commands() {
     static const std::vector<Command> all = {
-        info_command(),     rows_command(),    convert_command(), crop_command(),
-        paste_command(),    fill_command(),    pattern_command(), scale_command(),
-        stream_command(),   compose_command(), filter_command(),  colorspace_command(),
-        separate_command(), bitmap_command(),  jobs_command(),    help_command(),
+        info_command(),    rows_command(),       convert_command(),  crop_command(),
+        paste_command(),   fill_command(),       pattern_command(),  scale_command(),
+        enlarge_command(), reduce_command(),     stream_command(),   compose_command(),
+        filter_command(),  colorspace_command(), separate_command(), bitmap_command(),
+        jobs_command(),    help_command(),
     };
     return all;
 }

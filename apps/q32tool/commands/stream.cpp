@@ -65,13 +65,8 @@ private:
 
 // Told before the first frame is read; their encoders would only tell when one is written.
 void check_holds_transparency(const std::vector<FrameFile> &files) {
-    for (const FrameFile &file : files) {
-        const FileFormat format = check_output(file.out);
-        if (format != FileFormat::png && format != FileFormat::tiff)
-            throw Failure(file.out,
-                          std::string(format_name(format)) + " files are not written with 32 bits",
-                          "use .png or .tif, or --bits 24");
-    }
+    for (const FrameFile &file : files)
+        check_transparent_output(file.out);
 }
 
 void check_frame(const Frame &frame, const Frame &first, const std::string &path) {
