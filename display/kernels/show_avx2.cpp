@@ -1,0 +1,40 @@
+// Showing for AVX2, 32 bytes at a time.
+#include "display/kernels/show_walks.h"
+#include "display/kernels/show_wide.h"
+
+namespace q32::display {
+
+void grey_levels_avx2(uint8_t *levels, const uint8_t *greys, int shift, size_t pixels) {
+    run_grey_levels<V32>(levels, greys, shift, pixels, grey_levels_sse2);
+}
+
+void bits_of_greys_avx2(uint8_t *bits, const uint8_t *greys, const Thresholds &thresholds,
+                        size_t pixels) {
+    run_bits_of_greys<V32>(bits, greys, thresholds, pixels, bits_of_greys_sse41);
+}
+
+void cube_indices_avx2(uint8_t *indices, const uint8_t *rgb, const Thresholds &thresholds,
+                       size_t pixels) {
+    run_cube_indices<V32>(indices, rgb, thresholds, pixels, cube_indices_sse41);
+}
+
+void planes_avx2(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb,
+                 const Thresholds &thresholds, size_t pixels) {
+    run_planes<V32>(planes, plane_bytes, rgb, thresholds, pixels, planes_sse41);
+}
+
+void correct_avx2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables, size_t pixels) {
+    run_correct<V32>(bgr, rgb, tables, pixels, correct_sse2);
+}
+
+void high_colour_avx2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,
+                      const Thresholds &thresholds, size_t pixels) {
+    run_high_colour<V32>(bgr, rgb, tables, thresholds, pixels, correct_avx2, high_colour_sse2);
+}
+
+void plain_high_colour_avx2(uint8_t *bgr, const uint8_t *rgb, const Thresholds &thresholds,
+                            size_t pixels) {
+    run_plain_high_colour<V32>(bgr, rgb, thresholds, pixels, plain_high_colour_sse41);
+}
+
+} // namespace q32::display
