@@ -8,7 +8,7 @@ const std::vector<Command> &commands() {
         info_command(),   rows_command(),    convert_command(), crop_command(),
         paste_command(),  fill_command(),    pattern_command(), scale_command(),
         stream_command(), compose_command(), filter_command(),  colorspace_command(),
-        bitmap_command(), help_command(),
+        show_command(),   bars_command(),    bitmap_command(),  help_command(),
     };
     return all;
 }

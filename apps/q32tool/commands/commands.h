@@ -8,6 +8,7 @@
 
 namespace apps::q32tool {
 
+Command bars_command();
 Command bitmap_command();
 Command colorspace_command();
 Command compose_command();
@@ -21,6 +22,7 @@ Command paste_command();
 Command pattern_command();
 Command rows_command();
 Command scale_command();
+Command show_command();
 Command stream_command();
 
 // In the order of the help.
