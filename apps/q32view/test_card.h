@@ -1,0 +1,13 @@
+// The test card: the library's colour bars side by side.
+#pragma once
+
+#include "geometry.h"
+
+#include <windows.h>
+
+namespace apps::q32view {
+
+// Throws Failure when a bar cannot be drawn.
+void draw_test_card(HDC dc, Extent window);
+
+} // namespace apps::q32view
