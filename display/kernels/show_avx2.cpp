@@ -1,8 +1,14 @@
 // Showing for AVX2, 32 bytes at a time.
 #include "display/kernels/show_walks.h"
 #include "display/kernels/show_wide.h"
+#include "rows/kernels/wide.h"
 
 namespace q32::display {
+
+void colours_of_indices_avx2(uint8_t *rgb, const uint8_t *indices, const ColourEntries &entries,
+                             size_t pixels) {
+    run_colours_of_indices(rgb, indices, entries, pixels, colours_of_indices_sse2);
+}
 
 void grey_levels_avx2(uint8_t *levels, const uint8_t *greys, int shift, size_t pixels) {
     run_grey_levels<V32>(levels, greys, shift, pixels, grey_levels_sse2);
@@ -23,8 +29,11 @@ void planes_avx2(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb,
     run_planes<V32>(planes, plane_bytes, rgb, thresholds, pixels, planes_sse41);
 }
 
+// In one go it takes an eighth longer: three lookups and the swapping are more than eight registers
+// and what the processor sees at a time.
 void correct_avx2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables, size_t pixels) {
-    run_correct<V32>(bgr, rgb, tables, pixels, correct_sse2);
+    rows::map_24_avx2(bgr, rgb, tables.red.data(), pixels);
+    rows::swap_red_blue_avx2(bgr, bgr, pixels);
 }
 
 void high_colour_avx2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,

@@ -21,6 +21,7 @@ constexpr ShowKernels sse2_table = {
 
 constexpr ShowKernels sse41_table = [] {
     ShowKernels table = sse2_table;
+    table.colours_of_indices = colours_of_indices_sse41;
     table.bits_of_greys = bits_of_greys_sse41;
     table.cube_indices = cube_indices_sse41;
     table.planes = planes_sse41;
@@ -30,6 +31,7 @@ constexpr ShowKernels sse41_table = [] {
 
 constexpr ShowKernels avx2_table = [] {
     ShowKernels table = sse41_table;
+    table.colours_of_indices = colours_of_indices_avx2;
     table.grey_levels = grey_levels_avx2;
     table.bits_of_greys = bits_of_greys_avx2;
     table.cube_indices = cube_indices_avx2;

@@ -50,13 +50,6 @@ struct Pixels {
             return {rows::load_lanes<V>(at, 48), rows::load_lanes<V>(at + 16, 48),
                     rows::load_lanes<V>(at + 32, 48)};
     }
-    void store(uint8_t *at) const {
-        for (size_t i = 0; i < 3; ++i)
-            if constexpr (sizeof(V) == 64)
-                rows::store(at + 64 * i, v[i]);
-            else
-                rows::store_lanes(at + 16 * i, 48, v[i]);
-    }
 };
 
 #ifdef __SSE4_1__
@@ -64,22 +57,21 @@ struct Pixels {
 // Every place of a piece holds channel k of a pixel in exactly one of the three vectors, so that a
 // choice of bytes gathers a channel; in which order is seen afterwards.
 template <class V>
-constexpr PieceOf<V> places_of(int channel, int vector) {
+constexpr Bytes<V> places_of(int channel, int vector) {
     return piece_by<V>(
         [=](int p) { return (piece_bytes<V> * vector + p) % 3 == channel ? 0xFF : 0; });
 }
 
 template <int channel, class V>
 V at_places(const Pixels<V> &pixels) {
-    static constexpr PieceOf<V> from_1 = places_of<V>(channel, 1),
-                                from_2 = places_of<V>(channel, 2);
+    static constexpr Bytes<V> from_1 = places_of<V>(channel, 1), from_2 = places_of<V>(channel, 2);
     return choose_bytes(from_2.vector(), choose_bytes(from_1.vector(), pixels.v[0], pixels.v[1]),
                         pixels.v[2]);
 }
 
 template <class Order, int channel, class V>
 V from_places(V v) {
-    static constexpr PieceOf<V> places =
+    static constexpr Bytes<V> places =
         piece_by<V>([](int i) { return (3 * Order::pixel(i) + channel) % piece_bytes<V>; });
     return permute(v, places);
 }
@@ -89,28 +81,6 @@ Channels<V> channels_of(const Pixels<V> &pixels) {
     return {from_places<Order, 0>(at_places<0>(pixels)),
             from_places<Order, 1>(at_places<1>(pixels)),
             from_places<Order, 2>(at_places<2>(pixels))};
-}
-
-// Channels at their places to pixels with blue first: red and blue change places, two away from
-// each other, and what was gathered is dealt out again.
-template <int by, class V>
-V moved(V v) {
-    static constexpr PieceOf<V> places =
-        piece_by<V>([](int p) { return (p + piece_bytes<V> - by) % piece_bytes<V>; });
-    return permute(v, places);
-}
-
-template <int vector, class V>
-V dealt(const Channels<V> &bgr) {
-    static constexpr PieceOf<V> second = places_of<V>(1, vector), third = places_of<V>(2, vector);
-    return choose_bytes(third.vector(), choose_bytes(second.vector(), bgr.blue, bgr.green),
-                        bgr.red);
-}
-
-template <class V>
-Pixels<V> bgr_of_places(const Channels<V> &channels) {
-    const Channels<V> bgr{moved<2>(channels.red), channels.green, moved<-2>(channels.blue)};
-    return {{dealt<0>(bgr), dealt<1>(bgr), dealt<2>(bgr)}};
 }
 
 #else
@@ -139,7 +109,7 @@ Channels<V16> channels_of(const Pixels<V16> &pixels) {
 
 template <class V>
 V in_bit_order(V bytes) {
-    static constexpr PieceOf<V> turned = piece_by<V>([](int i) { return i % 16 ^ 7; });
+    static constexpr Bytes<V> turned = piece_by<V>([](int i) { return i % 16 ^ 7; });
     return rows::shuffle(bytes, turned.vector());
 }
 
@@ -188,16 +158,9 @@ V beside_pixels(const Thresholds &thresholds) {
 #ifdef __SSE4_1__
 template <int vector, class V>
 V beside_samples(const Thresholds &thresholds) {
-    struct alignas(sizeof(V)) Indices {
-        uint8_t at[sizeof(V)];
-    };
-    static constexpr Indices pixel_of_sample = [] {
-        Indices indices{};
-        for (size_t i = 0; i < sizeof(V); ++i)
-            indices.at[i] = uint8_t((vector * sizeof(V) + i) / 3 % 8);
-        return indices;
-    }();
-    return rows::shuffle(beside_pixels<V>(thresholds), load<V>(pixel_of_sample.at));
+    static constexpr Bytes<V> pixel_of_sample =
+        bytes_by<V>([](int i) { return (vector * int(sizeof(V)) + i) / 3 % 8; });
+    return rows::shuffle(beside_pixels<V>(thresholds), pixel_of_sample.vector());
 }
 #else
 template <int vector, class V>

@@ -25,7 +25,7 @@ void store_pixels(uint8_t *pixels, size_t count, PixelOf pixel_of) {
 
 void colours_of_indices_sse2(uint8_t *rgb, const uint8_t *indices, const ColourEntries &entries,
                              size_t pixels) {
-    store_pixels(rgb, pixels, [&](size_t i) {
+    store_pixels(rgb, pixels, [indices, &entries](size_t i) {
         std::uint32_t colour;
         std::memcpy(&colour, &entries[4 * size_t(indices[i])], sizeof colour);
         return colour;
@@ -52,7 +52,7 @@ void planes_sse2(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb,
 }
 
 void correct_sse2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables, size_t pixels) {
-    store_pixels(bgr, pixels, [&](size_t i) {
+    store_pixels(bgr, pixels, [rgb, &tables](size_t i) {
         const uint8_t *const pixel = rgb + 3 * i;
         return std::uint32_t(tables.blue[pixel[2]] | tables.green[pixel[1]] << 8 |
                              tables.red[pixel[0]] << 16);
@@ -67,10 +67,11 @@ void high_colour_sse2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tab
 // Swapped first; the arithmetic is the same for all channels.
 void plain_high_colour_sse2(uint8_t *bgr, const uint8_t *rgb, const Thresholds &thresholds,
                             size_t pixels) {
-    if (pixels >= PlainHighColourStep<V16>::units)
-        rows::swap_red_blue_sse2(bgr, rgb, pixels);
-    run_dithered<PlainHighColourStep<V16>>(
-        bgr, bgr, thresholds, pixels, [&] { plain_high_colour(bgr, rgb, thresholds, pixels); });
+    run_in_place<PlainHighColourStep<V16>>(
+        bgr, thresholds, pixels, [&](size_t whole) { rows::swap_red_blue_sse2(bgr, rgb, whole); },
+        [&](size_t whole) {
+            plain_high_colour(bgr + 3 * whole, rgb + 3 * whole, thresholds, pixels - whole);
+        });
 }
 
 } // namespace q32::display

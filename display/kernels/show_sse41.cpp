@@ -4,6 +4,11 @@
 
 namespace q32::display {
 
+void colours_of_indices_sse41(uint8_t *rgb, const uint8_t *indices, const ColourEntries &entries,
+                              size_t pixels) {
+    run_colours_of_indices(rgb, indices, entries, pixels, colours_of_indices_sse2);
+}
+
 void bits_of_greys_sse41(uint8_t *bits, const uint8_t *greys, const Thresholds &thresholds,
                          size_t pixels) {
     run_bits_of_greys<V16>(bits, greys, thresholds, pixels, bits_of_greys_sse2);

@@ -6,7 +6,6 @@
 
 #include "display/kernels/colour_cube.h"
 #include "display/kernels/show_layout.h"
-#include "rows/kernels/table_lookup.h"
 
 namespace q32::display {
 namespace {
@@ -77,15 +76,15 @@ V three_for_each_level(V samples, V room) {
 #ifdef __SSE4_1__
 
 template <class V>
-constexpr PieceOf<V> contributions(const std::array<uint8_t, cube_side> &of_level) {
+constexpr Bytes<V> contributions(const std::array<uint8_t, cube_side> &of_level) {
     return piece_by<V>([&](int i) { return of_level[i % 16 / 3]; });
 }
 
 template <class V>
 V index_in_cube(const Channels<V> &thirds) {
-    static constexpr PieceOf<V> red = contributions<V>(dithered_cube.of_red),
-                                green = contributions<V>(dithered_cube.of_green),
-                                blue = contributions<V>(dithered_cube.of_blue);
+    static constexpr Bytes<V> red = contributions<V>(dithered_cube.of_red),
+                              green = contributions<V>(dithered_cube.of_green),
+                              blue = contributions<V>(dithered_cube.of_blue);
     return add_bytes(add_bytes(rows::shuffle(red.vector(), thirds.red),
                                rows::shuffle(green.vector(), thirds.green)),
                      rows::shuffle(blue.vector(), thirds.blue));
@@ -150,38 +149,12 @@ public:
         store_bits(planes, red);
         store_bits(planes + plane_bytes, green);
         store_bits(planes + 2 * plane_bytes, blue);
-        store_bits(planes + 3 * plane_bytes, red | green | blue);
+        store_bits(planes + 3 * plane_bytes, either(either(red, green), blue));
     }
 
 private:
     V thresholds_;
 };
-
-// --- tables --------------------------------------------------------------------------------------
-
-#ifdef __AVX2__
-
-template <class V>
-class CorrectStep {
-public:
-    static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = 3;
-    using Loaded = Pixels<V>;
-
-    explicit CorrectStep(const ChannelTables &tables)
-        : red_(tables.red.data()), green_(tables.green.data()), blue_(tables.blue.data()) {}
-
-    Loaded load(const uint8_t *rgb) const { return Pixels<V>::load(rgb); }
-    void store(uint8_t *bgr, const Pixels<V> &pixels) const {
-        bgr_of_places(Channels<V>{red_(at_places<0>(pixels)), green_(at_places<1>(pixels)),
-                                  blue_(at_places<2>(pixels))})
-            .store(bgr);
-    }
-
-private:
-    rows::TableLookup<V> red_, green_, blue_;
-};
-
-#endif
 
 // --- high colour ---------------------------------------------------------------------------------
 
@@ -263,10 +236,10 @@ public:
 #ifdef __AVX512VBMI__
         constexpr __mmask64 low_bytes = 0x5555555555555555;
         if constexpr (sizeof(V) == 64)
-            return _mm512_maskz_permutexvar_epi8(low_bytes, rows::load<V>(indices.at), windows);
+            return _mm512_maskz_permutexvar_epi8(low_bytes, indices.vector(), windows);
         else
 #endif
-            return rows::shuffle(windows, rows::load<V>(indices.at));
+            return rows::shuffle(windows, indices.vector());
     }
 
 private:
@@ -283,18 +256,11 @@ private:
         return begin;
     }
 
-    struct alignas(sizeof(V)) Indices {
-        uint8_t at[sizeof(V)];
-    };
-    static constexpr Indices indices = [] {
-        constexpr uint8_t nothing = 0x80;
-        Indices result{};
-        for (int word = 0; word < int(sizeof(V) / 2); ++word) {
-            result.at[2 * word] = uint8_t(source_of(word) - begin(word / in_window));
-            result.at[2 * word + 1] = nothing;
-        }
-        return result;
-    }();
+    static constexpr Bytes<V> indices = bytes_by<V>([](int i) {
+        constexpr int nothing = 0x80;
+        const int word = i / 2;
+        return i % 2 == 0 ? source_of(word) - begin(word / in_window) : nothing;
+    });
 };
 
 // Without gamma the tables hold (sample x 248 + 127) / 255: the rounded product of the sample with

@@ -45,6 +45,9 @@ inline V16 subtract_bytes_saturated(V16 a, V16 b) {
 inline V16 at_least(V16 a, V16 b) {
     return _mm_cmpeq_epi8(_mm_max_epu8(a, b), a);
 }
+inline V16 either(V16 a, V16 b) {
+    return a | b;
+}
 inline V16 add_words(V16 a, V16 b) {
     return _mm_add_epi16(a, b);
 }
@@ -95,11 +98,8 @@ inline V32 subtract_bytes_saturated(V32 a, V32 b) {
 inline V32 at_least(V32 a, V32 b) {
     return _mm256_cmpeq_epi8(_mm256_max_epu8(a, b), a);
 }
-inline V32 widen_low(V32 v) {
-    return _mm256_unpacklo_epi8(v, _mm256_setzero_si256());
-}
-inline V32 widen_high(V32 v) {
-    return _mm256_unpackhi_epi8(v, _mm256_setzero_si256());
+inline V32 either(V32 a, V32 b) {
+    return a | b;
 }
 inline V32 pack_words(V32 a, V32 b) {
     return _mm256_packus_epi16(a, b);
@@ -133,6 +133,10 @@ inline V64 subtract_bytes_saturated(V64 a, V64 b) {
 inline __mmask64 at_least(V64 a, V64 b) {
     return _mm512_cmpge_epu8_mask(a, b);
 }
+// Where it stays a mask: 32-bit code would take it apart.
+inline __mmask64 either(__mmask64 a, __mmask64 b) {
+    return _kor_mask64(a, b);
+}
 inline V64 pack_words(V64 a, V64 b) {
     return _mm512_packus_epi16(a, b);
 }
@@ -154,31 +158,31 @@ inline V64 choose_bytes(V64 mask, V64 a, V64 b) {
 template <class V>
 inline constexpr int piece_bytes = sizeof(V) == 64 ? 64 : 16;
 
-// A byte for each place of a piece.
+// A byte for each place of a vector: the same in every piece where a rule gives them for one.
 template <class V>
-struct alignas(piece_bytes<V>) PieceOf {
-    uint8_t at[piece_bytes<V>];
+struct alignas(sizeof(V)) Bytes {
+    uint8_t at[sizeof(V)];
 
-    V vector() const {
-        if constexpr (sizeof(V) == 64)
-            return load<V>(at);
-        else
-            return rows::repeat_lane<V>(rows::load_16(at));
-    }
+    V vector() const { return load<V>(at); }
 };
 
 template <class V, class Rule>
-constexpr PieceOf<V> piece_by(Rule rule) {
-    PieceOf<V> piece{};
-    for (int i = 0; i < piece_bytes<V>; ++i)
-        piece.at[i] = uint8_t(rule(i));
-    return piece;
+constexpr Bytes<V> bytes_by(Rule rule) {
+    Bytes<V> bytes{};
+    for (int i = 0; i < int(sizeof(V)); ++i)
+        bytes.at[i] = uint8_t(rule(i));
+    return bytes;
+}
+
+template <class V, class Rule>
+constexpr Bytes<V> piece_by(Rule rule) {
+    return bytes_by<V>([=](int i) { return rule(i % piece_bytes<V>); });
 }
 
 #ifdef __SSE4_1__
 
 template <class V>
-V permute(V v, const PieceOf<V> &places) {
+V permute(V v, const Bytes<V> &places) {
 #ifdef __AVX512VBMI__
     if constexpr (sizeof(V) == 64)
         return _mm512_permutexvar_epi8(places.vector(), v);
