@@ -46,6 +46,9 @@ private:
     Means means_;
 };
 
+// As blocks of memory are.
+static_assert(alignof(DisplayRun) <= 8);
+
 struct DisplayRunTraits {
     using Value = DisplayRun *;
     static Value none() { return nullptr; }

@@ -5,7 +5,8 @@
 #include "display/library_palettes.h"
 
 #include <algorithm>
-#include <array>
+#include <cstdint>
+#include <iterator>
 
 namespace q32::display {
 namespace {
@@ -82,23 +83,28 @@ struct Rule {
     Path path;
 };
 
-constexpr Pixels rgb = Pixels::colours, as_are = Pixels::as_they_are;
+constexpr Pixels rgb = Pixels::colours, raw = Pixels::as_they_are;
+constexpr Set both = colours | bytes;
+
+namespace to = conversion;
+namespace on = target;
 
 // The first that fits.
 // clang-format off
 constexpr Rule rules[] = {
-    {colours, sixteen,     always,             {rgb,    conversion::sixteen_colours,   target::plane_bitmap,      none}},
-    {bytes,   sixteen,     palette,            {rgb,    conversion::sixteen_colours,   target::plane_bitmap,      none}},
-    {bytes,   sixteen,     always,             {as_are, conversion::black_and_white,   target::monochrome_bitmap, none}},
-    {bits,    any,         always,             {as_are, conversion::copied_bits,       target::monochrome_bitmap, none}},
-    {bytes,   few,         palette_and_option, {rgb,    conversion::colour_cube,       target::indices,           cube}},
-    {bytes,   few | many,  palette,            {as_are, conversion::copied,            target::indices,           given}},
-    {bytes,   few,         option,             {as_are, conversion::greys_16,          target::indices,           grey_16}},
-    {bytes,   few,         always,             {as_are, conversion::greys_128,         target::indices,           grey_128}},
-    {colours, few,         always,             {rgb,    conversion::colour_cube,       target::indices,           cube}},
-    {colours | bytes, true_colour, always,     {rgb,    conversion::true_colour,       target::colours,           none}},
-    {colours | bytes, high_colour, dithering,  {rgb,    conversion::high_colour,       target::colours,           none}},
-    {colours | bytes, high_colour, always,     {rgb,    conversion::plain_high_colour, target::colours,           none}},
+    {colours, sixteen,     always,             {rgb, to::sixteen_colours,   on::planes,  none}},
+    {bytes,   sixteen,     palette,            {rgb, to::sixteen_colours,   on::planes,  none}},
+    {bytes,   sixteen,     always,             {raw, to::black_and_white,   on::bits,    none}},
+    {bits,    any,         always,             {raw, to::copied_bits,       on::bits,    none}},
+    {bytes,   few,         palette_and_option, {rgb, to::colour_cube,       on::indices, cube}},
+    {bytes,   few,         palette,            {raw, to::copied,            on::indices, given}},
+    {bytes,   few,         option,             {raw, to::greys_16,          on::indices, grey_16}},
+    {bytes,   few,         always,             {raw, to::greys_128,         on::indices, grey_128}},
+    {bytes,   many,        palette,            {raw, to::copied,            on::indices, given}},
+    {colours, few,         always,             {rgb, to::colour_cube,       on::indices, cube}},
+    {both,    true_colour, always,             {rgb, to::true_colour,       on::colours, none}},
+    {both,    high_colour, dithering,          {rgb, to::high_colour,       on::colours, none}},
+    {both,    high_colour, always,             {rgb, to::plain_high_colour, on::colours, none}},
 };
 // clang-format on
 

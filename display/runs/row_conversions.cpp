@@ -17,11 +17,14 @@ constexpr MatrixView by_planes = view<8>(sixteen_colour_thresholds);
 constexpr MatrixView by_cube = view<8>(palette_thresholds);
 constexpr MatrixView by_high_colour = view<4>(high_colour_thresholds);
 
+constexpr auto screen = corrected_samples;
+constexpr auto five_bits = corrected_high_colour_samples;
+
 void to_planes(std::uint8_t *planes, const RowToShow &row) {
     kernels().planes(planes, plane_row_bytes(row.pixels), row.source, row.thresholds, row.pixels);
 }
 
-void greys_to_bits(std::uint8_t *bits, const RowToShow &row) {
+void to_bits(std::uint8_t *bits, const RowToShow &row) {
     kernels().bits_of_greys(bits, row.source, row.thresholds, row.pixels);
 }
 
@@ -78,16 +81,16 @@ namespace conversion {
 
 // clang-format off
 constinit const Conversion
-    sixteen_colours  {to_planes,      to_planes,            by_planes,      corrected_samples},
-    black_and_white  {greys_to_bits,  greys_to_bits,        by_planes,      corrected_samples},
-    copied_bits      {copy_bits,      copy_bits,            undithered,     corrected_samples},
-    copied           {copy,           copy,                 undithered,     corrected_samples},
-    greys_16         {shift_greys<4>, shift_greys<4>,       undithered,     corrected_samples},
-    greys_128        {shift_greys<1>, shift_greys<1>,       undithered,     corrected_samples},
-    colour_cube      {to_cube,        to_cube,              by_cube,        corrected_samples},
-    true_colour      {correct,        swap,                 undithered,     corrected_samples},
-    high_colour      {dither,         dither_without_gamma, by_high_colour, corrected_high_colour_samples},
-    plain_high_colour{correct,        correct,              undithered,     corrected_high_colour_samples};
+    sixteen_colours  {to_planes,      to_planes,            by_planes,      screen},
+    black_and_white  {to_bits,        to_bits,              by_planes,      screen},
+    copied_bits      {copy_bits,      copy_bits,            undithered,     screen},
+    copied           {copy,           copy,                 undithered,     screen},
+    greys_16         {shift_greys<4>, shift_greys<4>,       undithered,     screen},
+    greys_128        {shift_greys<1>, shift_greys<1>,       undithered,     screen},
+    colour_cube      {to_cube,        to_cube,              by_cube,        screen},
+    true_colour      {correct,        swap,                 undithered,     screen},
+    high_colour      {dither,         dither_without_gamma, by_high_colour, five_bits},
+    plain_high_colour{correct,        correct,              undithered,     five_bits};
 // clang-format on
 
 } // namespace conversion

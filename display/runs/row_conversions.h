@@ -37,16 +37,21 @@ constexpr std::uint64_t plane_row_bytes(std::uint64_t width) {
 
 namespace conversion {
 
-extern const Conversion sixteen_colours;   // of colours to planes of bits
-extern const Conversion black_and_white;   // of greys to bits
-extern const Conversion copied_bits;       // of bits
-extern const Conversion copied;            // of indices
-extern const Conversion greys_16;          // of greys to indices
-extern const Conversion greys_128;         //
-extern const Conversion colour_cube;       // of colours to indices
-extern const Conversion true_colour;       // of colours to colours in the order BGR
-extern const Conversion high_colour;       //
-extern const Conversion plain_high_colour; // without dithering
+// Of colours.
+extern const Conversion sixteen_colours; // to four planes of bits
+extern const Conversion colour_cube;     // to indices of the display palette
+extern const Conversion true_colour;     // to samples in the order BGR
+extern const Conversion high_colour;     // the same, dithered
+extern const Conversion plain_high_colour;
+
+// Of greys.
+extern const Conversion black_and_white; // to bits
+extern const Conversion greys_16;        // to indices of the grey palettes
+extern const Conversion greys_128;
+
+// Of what is shown as it is.
+extern const Conversion copied; // indices
+extern const Conversion copied_bits;
 
 } // namespace conversion
 } // namespace q32::display

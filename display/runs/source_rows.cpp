@@ -6,8 +6,10 @@
 #include "rows/rows.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
+#include <span>
 
 namespace q32::display {
 namespace {
@@ -30,31 +32,33 @@ ColourEntries greys() {
     return colours;
 }
 
-// The widest row's work row takes more than there is.
-constexpr std::size_t widest = (std::numeric_limits<std::size_t>::max() - 12) / 3;
-
-} // namespace
-
-void SourceRows::words(std::uint8_t *rgb, const std::uint8_t *source, const ColourEntries &,
-                       std::size_t pixels) {
+void widen_words(std::uint8_t *rgb, const std::uint8_t *source, const ColourEntries &,
+                 std::size_t pixels) {
     rows::kernels().rgb555_to_888(rgb, source, pixels);
 }
 
-void SourceRows::indices(std::uint8_t *rgb, const std::uint8_t *source,
-                         const ColourEntries &entries, std::size_t pixels) {
+void look_up_colours(std::uint8_t *rgb, const std::uint8_t *source, const ColourEntries &entries,
+                     std::size_t pixels) {
     kernels().colours_of_indices(rgb, source, entries, pixels);
 }
+
+constexpr std::size_t spare_bytes = 12;
+
+// Bytes of wider rows could not be counted.
+constexpr std::size_t widest = (std::numeric_limits<std::size_t>::max() - spare_bytes) / 3;
+
+} // namespace
 
 bool SourceRows::set_up(int depth, Pixels pixels, HPALETTE palette, std::size_t width) {
     depth_ = depth;
     width_ = width;
     if (pixels == Pixels::as_they_are || depth == 24)
         return true;
-    widen_ = depth == 16 ? words : indices;
+    widen_ = depth == 16 ? widen_words : look_up_colours;
     if (depth == 8)
         entries_ = palette != nullptr ? entries_of(palette) : greys();
     if (width <= widest)
-        widened_.reset(GlobalAlloc(GMEM_FIXED, width * 3 + 12));
+        widened_.reset(GlobalAlloc(GMEM_FIXED, width * 3 + spare_bytes));
     return bool(widened_);
 }
 

@@ -20,25 +20,23 @@ struct Picture {
 // What paths take: rows as the program brings them, or 24-bit pixels in the order RGB.
 enum class Pixels { as_they_are, colours };
 
+using Widening = void(std::uint8_t *rgb, const std::uint8_t *source, const ColourEntries &entries,
+                      std::size_t pixels);
+
 class SourceRows {
 public:
     // The palette gives the colours of 8-bit pixels; null: they are greys. False when there is no
     // memory.
     bool set_up(int depth, Pixels pixels, HPALETTE palette, std::size_t width);
 
-    // A row from its first column on, good until the next one. Rows of bits begin in the byte's bit
-    // first_bit.
+    // A row from its first column on, good until the next one. A row of bits begins within its
+    // first byte, at first_bit.
     const std::uint8_t *row(const Picture &picture, std::int64_t index);
     int first_bit(const Picture &picture) const {
         return depth_ == 1 ? picture.first_column & 7 : 0;
     }
 
 private:
-    using Widening = void(std::uint8_t *rgb, const std::uint8_t *source,
-                          const ColourEntries &entries, std::size_t pixels);
-
-    static Widening words, indices;
-
     int depth_ = 0;
     std::size_t width_ = 0;
     Widening *widen_ = nullptr; // null: rows are taken as they are

@@ -31,8 +31,8 @@ struct Target {
 
 namespace target {
 
-extern const Target plane_bitmap;
-extern const Target monochrome_bitmap;
+extern const Target planes;  // four, through a bitmap of the device's
+extern const Target bits;    // black and white, through a bitmap of bits
 extern const Target indices; // of a palette
 extern const Target colours;
 
