@@ -84,7 +84,7 @@ void Canvas::prepare() {
 
 void Canvas::paint_box(HDC dc, const Box &box) {
     if (show_.test_card)
-        draw_test_card(dc, view_.window());
+        draw_test_card(dc, view_.window(), show_.settings);
     else
         paint_picture(dc, box);
 }

@@ -119,7 +119,7 @@ constexpr Option table[] = {
      [](Options &options, std::string_view value) {
          read_file("--screenshot", value, options.screenshot);
      }},
-    {"--whole-window", "", "save views with the window around them",
+    {"--whole-window", "", "save views with menu and status bar",
      [](Options &options, std::string_view) { options.whole_window = true; }},
     {"--help", "", "print this help",
      [](Options &options, std::string_view) { options.help = true; }},

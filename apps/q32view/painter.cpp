@@ -1,6 +1,7 @@
 // Bands of rows out of the buffer, changed into the pixels that the library is to show.
 #include "painter.h"
 
+#include "acted_display.h"
 #include "apps/pictures/failure.h"
 #include "apps/pictures/library_report.h"
 
@@ -124,12 +125,9 @@ private:
     HDISPRUN run_ = 0;
 };
 
-} // namespace
-
-void paint(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
-           const ShowSettings &settings) {
-    if (box.is_empty())
-        return;
+// Columns of the box beyond the buffer are drawn, with whatever colour.
+void show_rows(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
+               const ShowSettings &settings) {
     const int width = box.width(), height = box.height();
     const size_t row_bytes = static_cast<size_t>(width) * 3;
     const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
@@ -141,6 +139,22 @@ void paint(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
             throw library_failure("the picture", "its pixels cannot be read");
         run.show(band.data(), rows, change_rows(band.data(), width, rows, settings.pixels));
     }
+}
+
+} // namespace
+
+void paint(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
+           const ShowSettings &settings) {
+    if (box.is_empty())
+        return;
+    if (!ActedDisplay::is_needed(settings)) {
+        show_rows(dc, box, buffer, place, matrix, settings);
+        return;
+    }
+    const int depth = settings.pixels == Pixels::palette ? 24 : depth_of(settings.pixels);
+    ActedDisplay display(depth, {box.width(), box.height()});
+    show_rows(display.dc(), {0, 0, display.width(), box.height()}, buffer, place, matrix, settings);
+    display.show(dc, {box.left, box.top});
 }
 
 } // namespace apps::q32view

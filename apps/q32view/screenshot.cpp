@@ -12,8 +12,8 @@ namespace {
 
 class WindowDc {
 public:
-    WindowDc(HWND window, bool whole)
-        : window_(window), dc_(whole ? GetWindowDC(window) : GetDC(window)) {}
+    WindowDc(HWND window, bool with_menu)
+        : window_(window), dc_(with_menu ? GetWindowDC(window) : GetDC(window)) {}
     ~WindowDc() { ReleaseDC(window_, dc_); }
     WindowDc(const WindowDc &) = delete;
     WindowDc &operator=(const WindowDc &) = delete;
@@ -62,26 +62,33 @@ private:
     size_t row_bytes_;
 };
 
-Extent extent_of(HWND window, bool whole) {
-    RECT area = {};
-    if (whole)
-        GetWindowRect(window, &area);
-    else
-        GetClientRect(window, &area);
-    return {area.right - area.left, area.bottom - area.top};
+// In the coordinates of the window's corner, or of its client area's. The title and the border are
+// left out: often they are not the window's own work.
+Box area_of(HWND window, bool with_menu) {
+    RECT client = {}, outer = {};
+    GetClientRect(window, &client);
+    if (!with_menu)
+        return {0, 0, client.right, client.bottom};
+    MENUBARINFO menu = {.cbSize = sizeof menu};
+    GetMenuBarInfo(window, OBJID_MENU, 0, &menu);
+    GetWindowRect(window, &outer);
+    MapWindowPoints(window, nullptr, reinterpret_cast<POINT *>(&client), 2);
+    return {client.left - outer.left, menu.rcBar.top - outer.top, client.right - outer.left,
+            client.bottom - outer.top};
 }
 
 } // namespace
 
-void save_screenshot(HWND window, bool whole, const std::string &path) {
+void save_screenshot(HWND window, bool with_menu, const std::string &path) {
     const FileFormat format = check_output(path);
-    const Extent size = extent_of(window, whole);
+    const Box area = area_of(window, with_menu);
+    const Extent size = {area.width(), area.height()};
     if (size.is_empty())
         throw Failure(path, "the window shows nothing");
-    const WindowDc source(window, whole);
+    const WindowDc source(window, with_menu);
     const Copy copy(size);
-    if (!copy.is_made() ||
-        !BitBlt(copy.dc(), 0, 0, size.width, size.height, source.get(), 0, 0, SRCCOPY))
+    if (!copy.is_made() || !BitBlt(copy.dc(), 0, 0, size.width, size.height, source.get(),
+                                   area.left, area.top, SRCCOPY))
         throw Failure(path, "the window's contents cannot be read");
     GdiFlush();
     PictureWriter writer(path, format, RowFormat::bgr, size.width, size.height);

@@ -7,7 +7,7 @@
 
 namespace apps::q32view {
 
-// whole: with title, menu and border. The file's format is that of its name. Throws Failure.
-void save_screenshot(HWND window, bool whole, const std::string &path);
+// with_menu: with the menu above it. The file's format is that of its name. Throws Failure.
+void save_screenshot(HWND window, bool with_menu, const std::string &path);
 
 } // namespace apps::q32view

@@ -1,6 +1,7 @@
 // Rows of bars: greys both ways, channels, the colour circle, and hue fields.
 #include "test_card.h"
 
+#include "acted_display.h"
 #include "apps/pictures/library_report.h"
 
 #include <q32base/bars.h>
@@ -17,7 +18,9 @@ constexpr int units = 16; // of the card's height
 
 class Card {
 public:
-    Card(HDC dc, Extent window) : dc_(dc), window_(window) {}
+    Card(HDC dc, Extent window, const ShowSettings &settings)
+        : dc_(dc), window_(window), is_acted_(ActedDisplay::is_needed(settings)),
+          has_palette_((GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) != 0) {}
 
     // Starts a row of bars that is so many units high.
     void row(int height) {
@@ -26,21 +29,29 @@ public:
         column_ = 0;
     }
 
+    // A display with a palette holds one at a time: a palette of greys would take the others'
+    // colours away, and greys are colours there.
     void grey(int wide, int from, int to, bool across) {
-        const RECT area = next(wide);
-        check(q32RectDrawGrayBar(dc_, &area, from, to, across));
+        if (has_palette_)
+            colour(wide, RGB(from, from, from), RGB(to, to, to), across);
+        else
+            draw(wide, 8, [=](HDC dc, const RECT &area) {
+                return q32RectDrawGrayBar(dc, &area, from, to, across);
+            });
     }
     void colour(int wide, COLORREF from, COLORREF to, bool across = true) {
-        const RECT area = next(wide);
-        check(q32RectDrawColorBar(dc_, &area, from, to, across, FALSE));
+        draw(wide, 24, [=](HDC dc, const RECT &area) {
+            return q32RectDrawColorBar(dc, &area, from, to, across, FALSE);
+        });
     }
     void circle(int wide) {
-        const RECT area = next(wide);
-        check(q32RectDrawColorBar(dc_, &area, black, black, TRUE, TRUE));
+        draw(wide, 24, [](HDC dc, const RECT &area) {
+            return q32RectDrawColorBar(dc, &area, black, black, TRUE, TRUE);
+        });
     }
     void hues(int wide, int style) {
-        const RECT area = next(wide);
-        check(q32RectDrawHSBBar(dc_, &area, style));
+        draw(wide, 24,
+             [=](HDC dc, const RECT &area) { return q32RectDrawHSBBar(dc, &area, style); });
     }
 
 private:
@@ -52,6 +63,21 @@ private:
         column_ += wide;
         return area;
     }
+    // depth: bits of the pixels that the library makes. bar(dc, area) draws, and says whether it
+    // did.
+    template <typename Bar>
+    void draw(int wide, int depth, const Bar &bar) {
+        const RECT area = next(wide);
+        if (area.right <= area.left || area.bottom <= area.top)
+            return;
+        if (!is_acted_) {
+            check(bar(dc_, area));
+            return;
+        }
+        ActedDisplay display(depth, {area.right - area.left, area.bottom - area.top});
+        check(bar(display.dc(), RECT{0, 0, display.width(), area.bottom - area.top}));
+        display.show(dc_, {area.left, area.top});
+    }
     static void check(int drawn) {
         if (!drawn)
             throw library_failure("the test card", "a bar cannot be drawn");
@@ -59,6 +85,8 @@ private:
 
     HDC dc_;
     Extent window_;
+    bool is_acted_;
+    bool has_palette_;
     int top_ = 0;
     int bottom_ = 0;
     int column_ = 0;
@@ -66,8 +94,8 @@ private:
 
 } // namespace
 
-void draw_test_card(HDC dc, Extent window) {
-    Card card(dc, window);
+void draw_test_card(HDC dc, Extent window, const ShowSettings &settings) {
+    Card card(dc, window, settings);
     card.row(1);
     card.grey(4, 0, 255, true);
     card.row(1);
