@@ -13,6 +13,9 @@ scripts/wine-run build/win32/bin/merge_bench.exe
 printf '\nThe resampling kernels, 32 bits, under Wine\n'
 scripts/wine-run build/win32/bin/resample_bench.exe
 
+printf '\nThe display kernels, 32 bits, under Wine\n'
+scripts/wine-run build/win32/bin/display_bench.exe
+
 printf '\nThe buffers of Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/buffers_bench.exe 2> >(sed '/^wine: /d' >&2)
 printf '\n'
@@ -33,6 +36,9 @@ build/native/bin/merge_peers
 
 printf '\nResampling beside other libraries, 64 bits, on this machine\n'
 build/native/bin/resample_peers
+
+printf '\nPreparing for displays beside other libraries, 64 bits, on this machine\n'
+build/native/bin/display_peers
 
 printf '\nRectangles, the DLL (32 bits, under Wine) beside a tile buffer (64 bits, on this machine)\n'
 build/native/bin/buffers_peers build/rectangles.txt
