@@ -27,6 +27,9 @@ scripts/wine-run build/win32/bin/merge_exports_bench.exe
 printf '\nResampling in Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/resample_exports_bench.exe
 
+printf '\nShowing pictures with Q32BASE.DLL, under Wine\n'
+scripts/wine-run build/win32/bin/display_exports_bench.exe
+
 printf '\nThe row kernels beside other libraries, 64 bits, on this machine\n'
 /usr/bin/python3 bench/peers/numpy_bits.py >build/numpy.txt
 build/native/bin/rows_peers build/numpy.txt
