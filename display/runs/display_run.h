@@ -1,9 +1,18 @@
 // A display run: rows come in, strips go out, and the place moves on.
 #pragma once
 
+#include "display/colour_management.h"
 #include "display/runs/path_table.h"
 
 namespace q32::display {
+
+// A device context in which colours are managed.
+struct ManagedContextTraits {
+    using Value = HDC;
+    static Value none() { return nullptr; }
+    static void release(HDC dc) { undo_colour_management(dc); }
+};
+using ManagedContext = Owner<ManagedContextTraits>;
 
 // What a handle is the address of. Made with open_run.
 class DisplayRun {
@@ -18,14 +27,15 @@ public:
     // False when a full strip could not be drawn. It stays, and the next row tries again.
     bool take_rows(const Picture &picture, int first_row, int rows);
 
-    // Draws what is held; does nothing when that is nothing.
+    // Draws what is held, if anything is.
     bool draw_held();
+
+    // Until the run has given back all else.
+    void manage_colours();
 
     // False when it is neither 1, top down, nor -1, bottom up.
     bool set_direction(int direction);
     void set_strip_rows(int rows);
-
-    HDC dc() const { return opening_.dc; }
 
 private:
     bool is_top_down() const { return direction_ == 1; }
@@ -34,6 +44,7 @@ private:
     void show(const Picture &picture, std::int64_t row);
 
     const Opening opening_;
+    ManagedContext managed_; // goes after what follows
     const Path &path_;
     ConvertRow *const convert_;
     const ChannelTables &tables_;

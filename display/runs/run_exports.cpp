@@ -1,5 +1,4 @@
 // The exports of display runs.
-#include "display/colour_management.h"
 #include "display/runs/display_run.h"
 
 #include <q32base/display.h>
@@ -39,8 +38,8 @@ int Q32_CALL disp32ShowInitEx(HDISPRUN *run, HDC dc, int depth, int left, int to
                                 origin_y});
     if (!opened)
         return 0;
-    *run = reinterpret_cast<HDISPRUN>(opened.release());
-    apply_colour_management(dc);
+    *run = reinterpret_cast<HDISPRUN>(opened.get());
+    opened.release()->manage_colours();
     return 1;
 }
 
@@ -53,13 +52,10 @@ int Q32_CALL disp32ShowData(HDISPRUN run, const void *image, int first_column, i
 }
 
 int Q32_CALL disp32ShowEnd(HDISPRUN run) {
-    OwnedRun ended(run_of(run));
+    const OwnedRun ended(run_of(run));
     if (!ended)
         return 0;
-    const HDC dc = ended.get()->dc();
     ended.get()->draw_held();
-    ended.reset();
-    undo_colour_management(dc);
     return 1;
 }
 
