@@ -255,8 +255,10 @@ void Canvas::zoom(Zoom how) {
         changed.zoom_out(changed.middle());
         break;
     }
-    if (has_picture())
-        change_view(changed);
+    if (!has_picture())
+        return;
+    change_view(changed);
+    UpdateWindow(window_); // Esc that comes next is meant for this
 }
 
 void Canvas::zoom_to(int percent) {

@@ -135,14 +135,20 @@ void Frame::lay_out() {
                TRUE);
 }
 
-// The canvas is to have this size inside; the frame grows or shrinks as it must.
+// The canvas is to have this size inside; the frame grows or shrinks as it must. That may wrap or
+// unwrap the menu, and then it must again.
 void Frame::give_size(Extent canvas) {
-    RECT outer = {};
-    GetWindowRect(window_, &outer);
-    const Extent inner = client_extent(canvas_.window());
-    SetWindowPos(window_, nullptr, 0, 0, outer.right - outer.left + canvas.width - inner.width,
-                 outer.bottom - outer.top + canvas.height - inner.height,
-                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    constexpr int most_tries = 4;
+    for (int tries = 0; tries < most_tries; ++tries) {
+        const Extent inner = client_extent(canvas_.window());
+        if (inner == canvas)
+            break;
+        RECT outer = {};
+        GetWindowRect(window_, &outer);
+        SetWindowPos(window_, nullptr, 0, 0, outer.right - outer.left + canvas.width - inner.width,
+                     outer.bottom - outer.top + canvas.height - inner.height,
+                     SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    }
 }
 
 void Frame::open(const std::string &path) {

@@ -19,10 +19,15 @@ constexpr int most_gamma = 1000;
                      " is wanted");
 }
 
+std::optional<int> number_between(std::string_view text, int least, int most) {
+    const auto parsed = parse_integer(text);
+    return parsed && *parsed >= least && *parsed <= most ? parsed : std::nullopt;
+}
+
 int number(std::string_view option, std::string_view value, int least, int most,
            std::string_view wanted) {
-    const auto parsed = parse_integer(value);
-    if (!parsed || *parsed < least || *parsed > most)
+    const auto parsed = number_between(value, least, most);
+    if (!parsed)
         refuse(option, value, wanted);
     return *parsed;
 }
@@ -30,11 +35,12 @@ int number(std::string_view option, std::string_view value, int least, int most,
 // Two numbers and what stands between them.
 Place pair(std::string_view option, std::string_view value, char between, int least, int most,
            std::string_view wanted) {
-    const size_t middle = value.find(between);
-    if (middle == std::string_view::npos)
+    const size_t middle = std::min(value.find(between), value.size());
+    const auto x = number_between(value.substr(0, middle), least, most);
+    const auto y = number_between(value.substr(std::min(middle + 1, value.size())), least, most);
+    if (!x || !y)
         refuse(option, value, wanted);
-    return {number(option, value.substr(0, middle), least, most, wanted),
-            number(option, value.substr(middle + 1), least, most, wanted)};
+    return {*x, *y};
 }
 
 void read_zoom(Options &options, std::string_view value) {

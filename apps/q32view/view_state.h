@@ -32,7 +32,8 @@ public:
     int percent() const;
 
     void fit();
-    // anchor: the point of the window under which the picture stays put.
+    // percent: above 100 in whole hundreds, others count as the hundreds below. anchor: the point
+    // of the window under which the picture stays put.
     void zoom_to(int percent, Place anchor);
     void zoom_in(Place anchor);
     void zoom_out(Place anchor);
