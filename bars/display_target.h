@@ -14,8 +14,8 @@ class DisplayTarget {
 public:
     // Reports the site when there is no memory for a row; a run that cannot be opened is silent.
     bool open(HDC dc, const RECT &rectangle, int bits_per_pixel, const FailureSite &no_work_row);
-    // Shows what the run still holds. Not done for a bar of which a row was lost: its run stays
-    // open, and a caller sees the rows that it holds missing from the display.
+    // Shows what the run still holds. Quirk: not done for a bar of which a row was lost. Its run
+    // stays open, and a caller misses the rows that it holds.
     bool close() { return disp32ShowEnd(run_); }
 
     bool is_empty() const { return width_ <= 0 || height_ <= 0; }

@@ -23,17 +23,17 @@ bool keep(HPALETTE &place, HPALETTE palette) {
 // Those of screens of up to 256 colours stay the same ones and get new colours.
 bool make_palettes_of_few_colours() {
     const bool cube = keep(palettes.display, make_colour_palette(palettes.display, DISP32_CUBE_666,
-                                                                 256, Correction::gamma));
+                                                                 256, ScreenCorrection::gamma));
     const bool coarse =
-        keep(palettes.grey_16, make_grey_palette(palettes.grey_16, 16, Correction::gamma));
+        keep(palettes.grey_16, make_grey_palette(palettes.grey_16, 16, ScreenCorrection::gamma));
     const bool fine =
-        keep(palettes.grey_128, make_grey_palette(palettes.grey_128, 128, Correction::gamma));
+        keep(palettes.grey_128, make_grey_palette(palettes.grey_128, 128, ScreenCorrection::gamma));
     return cube && coarse && fine;
 }
 
 // That of the others is a new one each time.
 bool make_palette_of_greys(int levels) {
-    return keep(palettes.grey, make_grey_palette(nullptr, levels, Correction::gamma));
+    return keep(palettes.grey, make_grey_palette(nullptr, levels, ScreenCorrection::gamma));
 }
 
 } // namespace

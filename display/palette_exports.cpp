@@ -6,8 +6,8 @@
 namespace q32::display {
 namespace {
 
-Correction correction_of(int with_gamma) {
-    return with_gamma != 0 ? Correction::gamma : Correction::none;
+ScreenCorrection correction_of(int with_gamma) {
+    return with_gamma != 0 ? ScreenCorrection::gamma : ScreenCorrection::none;
 }
 
 } // namespace

@@ -16,14 +16,15 @@ constexpr int most_entries = 32767;
 
 // Every palette is this: the colour of each entry, corrected where that is wanted.
 template <class ColourOf>
-HPALETTE make_palette(HPALETTE existing, int entries, Correction correction, ColourOf colour_of) {
+HPALETTE make_palette(HPALETTE existing, int entries, ScreenCorrection correction,
+                      ColourOf colour_of) {
     const LogicalPalette palette(entries);
     if (!palette)
         return nullptr;
     int index = 0;
     for (PALETTEENTRY &entry : palette.entries()) {
         const Colour plain = colour_of(index++);
-        const Colour colour = correction == Correction::gamma ? corrected(plain) : plain;
+        const Colour colour = correction == ScreenCorrection::gamma ? corrected(plain) : plain;
         entry = {colour.red, colour.green, colour.blue, 0};
     }
     return palette.write_to(existing);
@@ -71,13 +72,14 @@ Colour corrected(const Colour &colour) {
     return {tables.red[colour.red], tables.green[colour.green], tables.blue[colour.blue]};
 }
 
-HPALETTE make_grey_palette(HPALETTE existing, int levels, Correction correction) {
+HPALETTE make_grey_palette(HPALETTE existing, int levels, ScreenCorrection correction) {
     levels = std::clamp(levels, 2, 256);
     return make_palette(existing, levels, correction,
                         [levels](int index) { return grey(index, levels); });
 }
 
-HPALETTE make_colour_palette(HPALETTE existing, int cube_mode, int entries, Correction correction) {
+HPALETTE make_colour_palette(HPALETTE existing, int cube_mode, int entries,
+                             ScreenCorrection correction) {
     if (entries < 1 || entries > most_entries)
         return nullptr;
     if (entries >= cube_entries)
@@ -85,7 +87,7 @@ HPALETTE make_colour_palette(HPALETTE existing, int cube_mode, int entries, Corr
             return cube_colour(index, cube);
         });
     // Black and white are what they are on every screen.
-    return make_palette(existing, entries, entries == 2 ? Correction::none : correction,
+    return make_palette(existing, entries, entries == 2 ? ScreenCorrection::none : correction,
                         [entries](int index) { return fixed_colour(index, entries); });
 }
 

@@ -11,7 +11,7 @@
 
 namespace q32::display {
 
-enum class Correction { none, gamma };
+enum class ScreenCorrection { none, gamma };
 
 // A palette as the system takes it: a block with its description and its entries, all black first.
 class LogicalPalette {
@@ -36,11 +36,12 @@ Colour corrected(const Colour &colour);
 
 // A ramp of greys: 2 to 256 levels, others count as the nearest of these. Null when it cannot be
 // had; an existing palette is then as it was.
-HPALETTE make_grey_palette(HPALETTE existing, int levels, Correction correction);
+HPALETTE make_grey_palette(HPALETTE existing, int levels, ScreenCorrection correction);
 
 // A colour cube or a fixed set; any number of entries up to 32767. Null in the same cases, and
 // without an entry.
-HPALETTE make_colour_palette(HPALETTE existing, int cube_mode, int entries, Correction correction);
+HPALETTE make_colour_palette(HPALETTE existing, int cube_mode, int entries,
+                             ScreenCorrection correction);
 
 // Nothing when there is no such palette.
 std::optional<int> entry_count(HPALETTE palette);

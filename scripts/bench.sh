@@ -6,6 +6,8 @@ trap 'scripts/wine-run --stop' EXIT
 
 echo "The row kernels, 32 bits, under Wine"
 scripts/wine-run build/win32/bin/rows_bench.exe
+printf '\n'
+scripts/wine-run build/win32/bin/scaling_bench.exe
 
 printf '\nThe merge and colour kernels, 32 bits, under Wine\n'
 scripts/wine-run build/win32/bin/merge_bench.exe
@@ -13,16 +15,25 @@ scripts/wine-run build/win32/bin/merge_bench.exe
 printf '\nThe resampling kernels, 32 bits, under Wine\n'
 scripts/wine-run build/win32/bin/resample_bench.exe
 
+printf '\nThe display kernels, 32 bits, under Wine\n'
+scripts/wine-run build/win32/bin/display_bench.exe
+
 printf '\nThe buffers of Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/buffers_bench.exe 2> >(sed '/^wine: /d' >&2)
 printf '\n'
 scripts/wine-run build/win32/bin/rectangles_bench.exe build/rectangles.txt
+
+printf '\nRectangles of plain images in Q32BASE.DLL, under Wine\n'
+scripts/wine-run build/win32/bin/plain_images_bench.exe
 
 printf '\nMerging in Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/merge_exports_bench.exe
 
 printf '\nResampling in Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/resample_exports_bench.exe
+
+printf '\nShowing pictures with Q32BASE.DLL, under Wine\n'
+scripts/wine-run build/win32/bin/display_exports_bench.exe
 
 printf '\nQueues and colour separation in Q32BASE.DLL, under Wine\n'
 scripts/wine-run build/win32/bin/queues_bench.exe
@@ -37,6 +48,9 @@ build/native/bin/merge_peers
 
 printf '\nResampling beside other libraries, 64 bits, on this machine\n'
 build/native/bin/resample_peers
+
+printf '\nPreparing for displays beside other libraries, 64 bits, on this machine\n'
+build/native/bin/display_peers
 
 printf '\nRectangles, the DLL (32 bits, under Wine) beside a tile buffer (64 bits, on this machine)\n'
 build/native/bin/buffers_peers build/rectangles.txt

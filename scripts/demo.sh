@@ -152,6 +152,50 @@ show_methods() { # PICTURE NAME WIDTH HEIGHT
     rm -f "$detail"
 }
 
+# The picture, small as show_methods has made it, as users of other displays see it.
+show_displays() { # NAME
+    local name display shows file sheet=()
+    while IFS='|' read -r name display shows; do
+        file=$out/$1-on-$name.png
+        # shellcheck disable=SC2086 # its name and options
+        q32tool show "$out/$1-reduced-bicubic.png" -o "$file" --depth-of $display >/dev/null </dev/null
+        sheet+=("$file" "$shows")
+    done <<'DISPLAYS'
+monochrome|monochrome|black and white
+16-colours|16-colours|16 colours: each channel on or off
+256-colours|256-colours|256 colours: a cube of 6 x 6 x 6, dithered
+16-greys|256-colours --bits 8 --levels-16|256 colours: sixteen greys
+high-colour|high-colour|high colour: 5 bits of each channel, dithered
+true-colour|true-colour|true colour
+DISPLAYS
+    sheet_tile_width=576 sheet_tile_height=480 contact_sheet "$out/$1-displays.png" "${sheet[@]}"
+    printf '%-52s %s\n' "$out/$1-displays.png" "what users of other displays see of it"
+}
+
+# What a colour picker shows.
+show_bars() { # NAME
+    local bar options shows file number=0 sheet=()
+    while IFS='|' read -r bar options shows; do
+        number=$((number + 1))
+        file=$out/$1-bar-$number.png
+        # shellcheck disable=SC2086 # options
+        q32tool bars "$bar" -o "$file" --size 320x260 $options >/dev/null </dev/null
+        sheet+=("$file" "$shows")
+    done <<'BARS'
+hsb|--style 1|hues across, black to white down
+hsb|--style 2|the same from right to left
+hsb|--style 3|hues down, black to white across
+hsb|--style 4|from the bottom up, white to black
+grey|--horizontal|black to white
+grey|--from 255 --to 0|white to black, down
+colour|--horizontal --rainbow|once around the colour circle
+colour|--rainbow|the same, down
+colour|--horizontal --from 230,60,20 --to 20,90,200|from one colour to another
+BARS
+    contact_sheet "$out/$1-bars.png" "${sheet[@]}"
+    printf '%-52s %s\n' "$out/$1-bars.png" "the ramps of a colour picker"
+}
+
 (($#)) || set -- "$photograph"
 rm -rf "$out"
 mkdir -p "$swap"
@@ -168,11 +212,13 @@ for picture in "$@"; do
     show_scenes "$picture" "$name" "$width" "$height"
     show_modes "$picture" "$name" "$width" "$height"
     show_methods "$picture" "$name" "$width" "$height"
+    show_displays "$name"
+    show_bars "$name"
 done
 
 echo
 echo "The pictures are in $out; look at these first:"
 for picture in "$@"; do
     name=$out/$(basename "${picture%.*}")
-    printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png"
+    printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png" "$name-displays.png" "$name-bars.png"
 done

@@ -15,4 +15,4 @@ packages_lint=(clang-format clang-tidy cppcheck shellcheck)
 
 # Only for ./run bench: well-known libraries to measure against.
 packages_bench=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libpixman-1-dev
-    libzimg-dev libgegl-dev python3-numpy)
+    libzimg-dev libgegl-dev libswscale-dev qtbase5-dev python3-numpy)

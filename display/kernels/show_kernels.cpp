@@ -1,14 +1,72 @@
-// The chooser: which table of kernels an instruction set runs.
-#include "display/kernels/show_kernels.h"
+// The chooser: which kernels an instruction set runs.
+#include "display/kernels/show_wide.h"
 
 #if defined(__SSE3__) || defined(__AVX__)
 #error "Compile this file for the baseline: it runs before the processor has been looked at."
 #endif
 
 namespace q32::display {
+namespace {
 
-const ShowKernels &show_kernels(InstructionSet) {
-    return scalar_show_kernels;
+constexpr ShowKernels sse2_table = {
+    .colours_of_indices = colours_of_indices_sse2,
+    .grey_levels = grey_levels_sse2,
+    .bits_of_greys = bits_of_greys_sse2,
+    .cube_indices = cube_indices_sse2,
+    .planes = planes_sse2,
+    .correct = correct_sse2,
+    .high_colour = high_colour_sse2,
+    .plain_high_colour = plain_high_colour_sse2,
+};
+
+constexpr ShowKernels sse41_table = [] {
+    ShowKernels table = sse2_table;
+    table.colours_of_indices = colours_of_indices_sse41;
+    table.bits_of_greys = bits_of_greys_sse41;
+    table.cube_indices = cube_indices_sse41;
+    table.planes = planes_sse41;
+    table.plain_high_colour = plain_high_colour_sse41;
+    return table;
+}();
+
+constexpr ShowKernels avx2_table = [] {
+    ShowKernels table = sse41_table;
+    table.colours_of_indices = colours_of_indices_avx2;
+    table.grey_levels = grey_levels_avx2;
+    table.bits_of_greys = bits_of_greys_avx2;
+    table.cube_indices = cube_indices_avx2;
+    table.planes = planes_avx2;
+    table.correct = correct_avx2;
+    table.high_colour = high_colour_avx2;
+    table.plain_high_colour = plain_high_colour_avx2;
+    return table;
+}();
+
+constexpr ShowKernels avx512_table = [] {
+    ShowKernels table = avx2_table;
+    table.bits_of_greys = bits_of_greys_avx512;
+    table.cube_indices = cube_indices_avx512;
+    table.planes = planes_avx512;
+    table.correct = correct_avx512;
+    table.high_colour = high_colour_avx512;
+    table.plain_high_colour = plain_high_colour_avx512;
+    return table;
+}();
+
+} // namespace
+
+const ShowKernels &show_kernels(InstructionSet level) {
+    switch (level) {
+    case InstructionSet::sse2:
+        return sse2_table;
+    case InstructionSet::sse41:
+        return sse41_table;
+    case InstructionSet::avx2:
+        return avx2_table;
+    case InstructionSet::avx512:
+        return avx512_table;
+    }
+    return sse2_table;
 }
 
 } // namespace q32::display

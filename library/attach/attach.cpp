@@ -26,6 +26,7 @@ bool attach(HMODULE module) {
     rows::choose_kernels(detect_instruction_set());
     merge::choose_kernels(detect_instruction_set());
     resample::choose_kernels(detect_instruction_set());
+    display::choose_kernels(detect_instruction_set());
     if (!display_is_usable())
         return false;
     if (!display::set_up() || !set_up_buffers()) {

@@ -290,9 +290,9 @@ template <>
 inline V64 take_bytes<V64, 4>(const std::uint8_t *source_row, const Offset *starts,
                               const std::uint8_t *choices) {
     const V64 choice = rows::load<V64>(choices);
-    return _mm512_mask_blend_epi8(
-        _mm512_movepi8_mask(choice), take_bytes<V64, 2>(source_row, starts, choices),
-        take_bytes<V64, 2>(source_row + 2 * sizeof(V64), starts, choices));
+    const V64 first = take_bytes<V64, 2>(source_row, starts, choices);
+    const V64 second = take_bytes<V64, 2>(source_row + 2 * sizeof(V64), starts, choices);
+    return _mm512_mask_blend_epi8(_mm512_movepi8_mask(choice), first, second);
 }
 #endif
 

@@ -1,5 +1,5 @@
 // The steps of table mapping, written once for vectors of 32 and of 64 bytes. How one vector of
-// bytes goes through one table is the including file's part: its TableLookup<V>.
+// bytes goes through one table is table_lookup.h's part.
 //
 // Pixels of three channels are first sorted by channel: vectors that hold consecutive samples have
 // the samples of one channel at different places, so that a choice of bytes is all it takes, and
@@ -9,6 +9,7 @@
 #pragma once
 
 #include "rows/kernels/runs.h"
+#include "rows/kernels/table_lookup.h"
 
 namespace q32::rows {
 namespace {
@@ -96,9 +97,6 @@ private:
 };
 
 // --- bytes --------------------------------------------------------------------------------------
-
-template <class V>
-class TableLookup;
 
 template <class V>
 class MapBytes {

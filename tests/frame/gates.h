@@ -89,6 +89,8 @@ namespace q32::frame {
     GATE(gdi32, StretchDIBits, 0, ERROR_INVALID_PARAMETER)                                         \
     GATE(gdi32, BitBlt, FALSE, ERROR_INVALID_HANDLE)                                               \
     GATE(gdi32, SetBitmapBits, 0, ERROR_INVALID_HANDLE)                                            \
+    GATE(gdi32, SetBkColor, CLR_INVALID, ERROR_INVALID_HANDLE)                                     \
+    GATE(gdi32, SetTextColor, CLR_INVALID, ERROR_INVALID_HANDLE)                                   \
     /* colour management */                                                                        \
     GATE(gdi32, SetICMMode, 0, ERROR_INVALID_HANDLE)                                               \
     GATE(gdi32, ColorMatchToTarget, FALSE, ERROR_INVALID_HANDLE)                                   \

@@ -1,7 +1,8 @@
-// What the tests of resampled buffers share: the calls, a listener to their progress, operation
-// entries of a buffer that do something else, and calls checked against the model.
+// What the tests of resampled buffers share: the calls, a listener to their progress, and calls
+// checked against the model.
 #pragma once
 
+#include "tests/buffer/entry_hook.h"
 #include "tests/merge_buffers/merge_fixture.h"
 #include "tests/resample_buffers/path_model.h"
 
@@ -68,45 +69,7 @@ private:
     std::vector<Message> heard_;
 };
 
-// --- operation entries -----------------------------------------------------------------------
-
-// Puts another function in a buffer's operation table. It gets the original as its first argument.
-// One at a time of each entry; not for buffers whose type changes meanwhile.
-template <Entry entry, class... Arguments>
-class EntryHook {
-public:
-    using Original = int(HBUF32, Arguments...);
-    using Body = std::function<int(Original *, HBUF32, Arguments...)>;
-
-    EntryHook(HBUF32 buffer, Body body)
-        : buffer_(buffer), original_(entry_of<Original>(buffer, entry)), body_(std::move(body)) {
-        current = this;
-        set_word(buffer, field_of(entry), uint32_t(uintptr_t(&call)));
-    }
-    ~EntryHook() {
-        set_word(buffer_, field_of(entry), uint32_t(uintptr_t(original_)));
-        current = nullptr;
-    }
-    EntryHook(const EntryHook &) = delete;
-    EntryHook &operator=(const EntryHook &) = delete;
-
-private:
-    static int call(HBUF32 buffer, Arguments... arguments) {
-        return current->body_(current->original_, buffer, arguments...);
-    }
-
-    static inline EntryHook *current;
-    HBUF32 buffer_;
-    Original *original_;
-    Body body_;
-};
-using LockHook = EntryHook<entry_lock, int, void **>;
-using UnlockHook = EntryHook<entry_unlock>;
-using CellLockHook = EntryHook<entry_cell_lock, int, void **, BUF32CELL *>;
-using LineHook = EntryHook<entry_line, int, int, void *>;
-// x, y, width, height, memory.
-using GetMemoryHook = EntryHook<entry_get_memory, int, int, int, int, void *>;
-using MergeMemoryHook = EntryHook<entry_merge_memory, int, int, int, int, const void *>;
+// --- the library's lock ----------------------------------------------------------------------
 
 // Every entry and leaving of the library's lock.
 class LockBalance {

@@ -80,6 +80,15 @@ class CtrlC(ToolCase):
         self.assertEqual(len(self.cancel(b"converting", *arguments)), 1)
         self.assertEqual(len(self.cancel(b"converting", *arguments, "--field", "hue")), 2)
 
+    def test_show(self):
+        arguments = ["show", "in.png", "--depth-of", "256-colours", "-o", "in.png"]
+        swap_files = self.cancel(b"showing", *arguments, "--pieces", "100x10")
+        self.assertEqual(len(swap_files), 2)
+
+    def test_bars(self):
+        swap_files = self.cancel(b"writing", "bars", "hsb", "--size", "4000x4000", "-o", "new.png")
+        self.assertEqual(len(swap_files), 1)
+
     def test_rows(self):
         self.cancel(b"reading", "rows", "in.png", "--all")
 

@@ -33,6 +33,16 @@ COMMANDS = {
     ),
     "filter": ("IN OUT", "--range R,G,B:T", ["--outside", "--mask"]),
     "colorspace": ("IN OUT", "--to grey|hsv|hls", ["--field", "--turn-hue"]),
+    "show": (
+        "PICTURE",
+        "--depth-of DISPLAY --output OUT",
+        ["--gamma", "--no-dither", "--levels-16", "--pieces", "--bits", "--threshold", "-o"],
+    ),
+    "bars": (
+        "grey|hsb|colour",
+        "--size WxH --output OUT",
+        ["--from", "--to", "--horizontal", "--rainbow", "--style", "-o"],
+    ),
     "bitmap": ("IN.bmp OUT.bmp", "", ["--paste", "--pattern", "--fill", "--at", "--size"]),
 }
 
@@ -46,9 +56,12 @@ MAKE = {
     "compose": ["compose", "--base", "in.png", "--overlay", "in.png", "--output", "out.bmp"],
     "filter": ["filter", "in.png", "out.bmp", "--range", "1,2,3:40"],
     "colorspace": ["colorspace", "in.png", "out.bmp", "--to", "hsv"],
+    "show": ["show", "in.png", "--depth-of", "3", "--output", "out.bmp"],
+    "bars": ["bars", "hsb", "--size", "3x4", "--output", "out.bmp"],
 }
 BITS = {command: 8 if command == "filter" else 24 for command in MAKE}
-SIZES = {command: "3 x 4" if command in ("crop", "scale") else "40 x 30" for command in MAKE}
+SMALL = ("crop", "scale", "bars")
+SIZES = {command: "3 x 4" if command in SMALL else "40 x 30" for command in MAKE}
 
 
 def replaced(arguments, option, value):
@@ -136,6 +149,8 @@ class Misuse(ToolCase):
             (["compose", *MAKE["compose"][1:5]], "--output OUT"),
             (["filter", "in.png", "out.bmp", "--outside"], "--range R,G,B:T"),
             (["colorspace", "in.png", "out.bmp", "--field", "hue"], "--to grey|hsv|hls"),
+            (["show", "in.png"], ["--depth-of DISPLAY", "--output OUT"]),
+            (["bars", "hsb"], ["--size WxH", "--output OUT"]),
         ]:
             with self.subTest(arguments=arguments):
                 self.refuse(USAGE, *arguments, says=["needs ", *listed(says)])
@@ -151,6 +166,11 @@ class Misuse(ToolCase):
             ("compose", "--output", "other.bmp"),
             ("filter", "--mask", "in.png"),
             ("colorspace", "--to", "hls"),
+            ("show", "--depth-of", "4"),
+            ("show", "--gamma", "180"),
+            ("show", "--pieces", "5x5"),
+            ("bars", "--size", "5x5"),
+            ("bars", "--style", "2"),
             ("scale", "--size", "3x4"),
             ("scale", "--fit", "3x4"),
             ("scale", "--percent", "50"),
@@ -378,6 +398,10 @@ class Words(ToolCase):
             (MAKE["scale"], 2, 0, 0, 34, 34),
             ([*MAKE["scale"], "--bits", "8"], 3, 0, 0, 94, 60),
             ([*MAKE["scale"], "--bits", "1"], 3, 0, 0, 94, 90),
+            # The first row tells that these are colours. A rectangle for each row that is seen.
+            (MAKE["show"], 2, 30, 0, 91, 60),
+            ([*MAKE["show"], "--pieces", "20x20"], 2, 60, 0, 121, 60),
+            (MAKE["bars"], 1, 0, 0, 4, 4),
         ]:
             with self.subTest(arguments=arguments):
                 result = self.run_tool(*arguments, "--timings")
@@ -397,6 +421,7 @@ class Words(ToolCase):
             ("compose", "merging"),
             ("filter", "filtering"),
             ("colorspace", "converting"),
+            ("show", "showing"),
         ]:
             with self.subTest(command=command):
                 result = self.run_tool(*MAKE[command], "--progress")

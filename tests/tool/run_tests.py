@@ -21,6 +21,8 @@ MODULES = [
     "compose_test",
     "filter_test",
     "colorspace_test",
+    "show_test",
+    "bars_test",
     "rows_test",
     "bitmap_test",
     "reading_test",

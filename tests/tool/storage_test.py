@@ -137,6 +137,8 @@ class SwapDirectories(ToolCase):
             ["filter", self.source, "out.bmp", "--range", "1,2,3:4"],
             ["colorspace", self.source, "out.bmp", "--to", "hls"],
             ["scale", self.source, "out.bmp", "--percent", "50"],
+            ["show", self.source, "--depth-of", "3", "-o", "out.bmp"],
+            ["bars", "hsb", "--size", "300x300", "-o", "out.bmp"],
         ]:
             with self.subTest(command=command[0]):
                 arguments = [*command, "--memory-limit", "100K", "--swap-dir", "nowhere"]

@@ -8,6 +8,7 @@
 
 namespace apps::q32tool {
 
+Command bars_command();
 Command bitmap_command();
 Command colorspace_command();
 Command compose_command();
@@ -25,6 +26,7 @@ Command reduce_command();
 Command rows_command();
 Command scale_command();
 Command separate_command();
+Command show_command();
 Command stream_command();
 
 // In the order of the help.

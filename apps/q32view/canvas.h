@@ -1,0 +1,81 @@
+// The window inside the window, in which the picture is shown and moved about. What it shows, and
+// menus and messages to the user, are the frame's part.
+#pragma once
+
+#include "scaled_picture.h"
+#include "show.h"
+#include "status_bar.h"
+#include "view_state.h"
+
+#include <windows.h>
+
+#include <exception>
+
+namespace apps::q32view {
+
+enum class Zoom { fit, actual, in, out };
+
+// Whom a canvas tells.
+class CanvasOwner {
+public:
+    virtual void say_failure(const std::exception &failure) = 0;
+    virtual void view_changed() = 0;
+
+protected:
+    ~CanvasOwner() = default;
+};
+
+class Canvas {
+public:
+    Canvas(const Show &show, StatusBar &status, CanvasOwner &owner)
+        : show_(show), status_(status), owner_(owner) {}
+
+    // Throws Failure.
+    void create(HWND parent);
+    HWND window() const { return window_; }
+    const ViewState &view() const { return view_; }
+
+    // After the show has another picture, or none. Before the old one is gone: forget_picture.
+    void forget_picture();
+    void take_picture();
+    // After its settings have changed.
+    void repaint();
+
+    void zoom(Zoom how);
+    void zoom_to(int percent);
+    void scroll_to(Place scroll);
+
+    // Of the keyboard and the wheel, which the frame hears of. handle_key: false for other keys.
+    bool handle_key(WPARAM key);
+    void handle_wheel(int turned, Place on_screen);
+
+private:
+    static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wide, LPARAM param);
+    LRESULT handle(UINT message, WPARAM wide, LPARAM param);
+
+    void handle_size(Extent size);
+    void handle_scroll_bar(int bar, int code);
+    void handle_button(Place at);
+    void handle_drag(Place to);
+
+    void handle_paint();
+    void prepare();
+    void paint_box(HDC dc, const Box &box);
+    void paint_picture(HDC dc, const Box &box);
+
+    void change_view(const ViewState &changed);
+    void show_scroll_bars();
+    bool has_picture() const { return show_.picture.has_value(); }
+
+    const Show &show_;
+    StatusBar &status_;
+    CanvasOwner &owner_;
+    HWND window_ = nullptr;
+    ViewState view_;
+    ScaledPicture scaled_;
+    Place drag_from_;   // of the pointer, while the picture is dragged
+    Place drag_scroll_; // of the view, then
+    int wheel_ = 0;     // turned, but not enough for a step yet
+};
+
+} // namespace apps::q32view

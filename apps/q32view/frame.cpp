@@ -1,0 +1,206 @@
+// The window's life and messages. Commands of the menu: frame_menu.cpp.
+#include "frame.h"
+
+#include "apps/pictures/failure.h"
+#include "apps/pictures/text.h"
+#include "resource.h"
+#include "screenshot.h"
+
+#include <windowsx.h>
+
+namespace apps::q32view {
+namespace {
+
+constexpr wchar_t class_name[] = L"Q32View";
+constexpr wchar_t title[] = L"q32view";
+
+void register_class(WNDPROC procedure) {
+    WNDCLASSW type = {};
+    type.lpfnWndProc = procedure;
+    type.hInstance = GetModuleHandleW(nullptr);
+    type.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
+    type.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    type.lpszMenuName = MAKEINTRESOURCEW(IDR_MENU);
+    type.lpszClassName = class_name;
+    RegisterClassW(&type);
+}
+
+Extent client_extent(HWND window) {
+    RECT area = {};
+    GetClientRect(window, &area);
+    return {area.right, area.bottom};
+}
+
+// Messages that would begin something new, while something is under way.
+bool is_request(UINT message) {
+    return message == WM_COMMAND || message == WM_DROPFILES || message == WM_CLOSE ||
+           message == WM_KEYDOWN || message == WM_MOUSEWHEEL;
+}
+
+} // namespace
+
+Frame::Frame(const Options &options) : options_(options), canvas_(show_, status_, *this) {
+    show_.settings = options.settings;
+    show_.test_card = options.test_card;
+}
+
+void Frame::create() {
+    register_class(procedure);
+    CreateWindowExW(WS_EX_ACCEPTFILES, class_name, title, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
+                    CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr,
+                    GetModuleHandleW(nullptr), this);
+    if (window_ == nullptr)
+        throw Failure("q32view", "no window can be made");
+    status_.create(window_);
+    canvas_.create(window_);
+    lay_out();
+    if (options_.size)
+        give_size(*options_.size);
+    apply(show_.settings);
+    view_changed();
+}
+
+LRESULT CALLBACK Frame::procedure(HWND window, UINT message, WPARAM wide, LPARAM param) {
+    if (message == WM_NCCREATE) {
+        const auto *creation = reinterpret_cast<const CREATESTRUCTW *>(param);
+        SetWindowLongPtrW(window, GWLP_USERDATA,
+                          reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
+        static_cast<Frame *>(creation->lpCreateParams)->window_ = window;
+    }
+    auto *frame = reinterpret_cast<Frame *>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    return frame != nullptr ? frame->handle_guarded(message, wide, param)
+                            : DefWindowProcW(window, message, wide, param);
+}
+
+// The system calls; nothing may be thrown at it.
+LRESULT Frame::handle_guarded(UINT message, WPARAM wide, LPARAM param) {
+    if (LongWork::is_under_way() && is_request(message)) {
+        if (message == WM_DROPFILES)
+            DragFinish(reinterpret_cast<HDROP>(wide));
+        return 0;
+    }
+    try {
+        return handle(message, wide, param);
+    } catch (const std::exception &failure) {
+        say_failure(failure);
+        return 0;
+    }
+}
+
+LRESULT Frame::handle(UINT message, WPARAM wide, LPARAM param) {
+    switch (message) {
+    case WM_SIZE:
+        lay_out();
+        return 0;
+    case WM_COMMAND:
+        handle_command(LOWORD(wide));
+        return 0;
+    case WM_INITMENUPOPUP:
+        show_choices();
+        return 0;
+    case WM_KEYDOWN:
+        return canvas_.handle_key(wide) ? 0 : DefWindowProcW(window_, message, wide, param);
+    case WM_MOUSEWHEEL:
+        canvas_.handle_wheel(GET_WHEEL_DELTA_WPARAM(wide),
+                             {GET_X_LPARAM(param), GET_Y_LPARAM(param)});
+        return 0;
+    case WM_DROPFILES:
+        take_dropped_file(reinterpret_cast<HDROP>(wide));
+        return 0;
+    // The library realises its palette whenever it draws: what was drawn under other palettes is
+    // drawn again.
+    case WM_QUERYNEWPALETTE:
+        canvas_.repaint();
+        return TRUE;
+    case WM_PALETTECHANGED: {
+        const HWND by = reinterpret_cast<HWND>(wide);
+        if (by != window_ && by != canvas_.window())
+            canvas_.repaint();
+        return 0;
+    }
+    case WM_DESTROY:
+        PostQuitMessage(0);
+        return 0;
+    default:
+        return DefWindowProcW(window_, message, wide, param);
+    }
+}
+
+void Frame::lay_out() {
+    if (status_.window() == nullptr || canvas_.window() == nullptr)
+        return;
+    status_.fit();
+    const Extent room = client_extent(window_);
+    MoveWindow(canvas_.window(), 0, 0, room.width, std::max(room.height - status_.height(), 0),
+               TRUE);
+}
+
+// The canvas is to have this size inside; the frame grows or shrinks as it must. That may wrap or
+// unwrap the menu, and then it must again.
+void Frame::give_size(Extent canvas) {
+    constexpr int most_tries = 4;
+    for (int tries = 0; tries < most_tries; ++tries) {
+        const Extent inner = client_extent(canvas_.window());
+        if (inner == canvas)
+            break;
+        RECT outer = {};
+        GetWindowRect(window_, &outer);
+        SetWindowPos(window_, nullptr, 0, 0, outer.right - outer.left + canvas.width - inner.width,
+                     outer.bottom - outer.top + canvas.height - inner.height,
+                     SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    }
+}
+
+void Frame::open(const std::string &path) {
+    Picture picture = load_picture(path, status_);
+    canvas_.forget_picture();
+    show_.picture = std::move(picture);
+    show_.test_card = false;
+    canvas_.take_picture();
+    SetWindowTextW(window_, to_wide(show_.picture->name + " - q32view").c_str());
+    status_.say({});
+}
+
+void Frame::show_test_card() {
+    show_.test_card = true;
+    canvas_.repaint();
+    view_changed();
+}
+
+void Frame::apply_view_options() {
+    if (options_.percent)
+        canvas_.zoom_to(*options_.percent);
+    canvas_.scroll_to(options_.scroll);
+}
+
+void Frame::save_view(const std::string &path) {
+    UpdateWindow(canvas_.window());
+    save_screenshot(options_.whole_window ? window_ : canvas_.window(), options_.whole_window,
+                    path);
+}
+
+void Frame::take_dropped_file(HDROP drop) {
+    std::wstring path(DragQueryFileW(drop, 0, nullptr, 0) + 1, L'\0');
+    path.resize(DragQueryFileW(drop, 0, path.data(), static_cast<UINT>(path.size())));
+    DragFinish(drop);
+    if (!path.empty())
+        open(to_utf8(path));
+}
+
+void Frame::say_failure(const std::exception &failure) {
+    status_.say(failure.what());
+}
+
+void Frame::view_changed() {
+    std::string text;
+    if (show_.test_card)
+        text = "test card";
+    else if (show_.picture)
+        text = std::to_string(show_.picture->size.width) + " x " +
+               std::to_string(show_.picture->size.height) + ", " +
+               std::to_string(canvas_.view().percent()) + " %";
+    status_.say_picture(text);
+    status_.say_device(device_in_words(show_.settings));
+}
+
+} // namespace apps::q32view

@@ -1,0 +1,114 @@
+// The program's beginning and end: the command line, the window, and which line and exit code a
+// failure gets.
+#include "apps/pictures/failure.h"
+#include "apps/pictures/text.h"
+#include "frame.h"
+#include "options.h"
+#include "resource.h"
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <new>
+
+namespace apps::q32view {
+namespace {
+
+std::vector<std::string> command_line_words() {
+    int count = 0;
+    LPWSTR *arguments = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> words;
+    for (int i = 1; i < count; ++i)
+        words.push_back(to_utf8(arguments[i]));
+    LocalFree(arguments);
+    return words;
+}
+
+bool has_stream(DWORD number) {
+    const HANDLE stream = GetStdHandle(number);
+    return stream != nullptr && stream != INVALID_HANDLE_VALUE;
+}
+
+// A program with windows has no console of its own, but may have been started from one. Without
+// any, a message is a window.
+void tell(const std::string &text, bool is_failure) {
+    const DWORD number = is_failure ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE;
+    if (!has_stream(number))
+        AttachConsole(ATTACH_PARENT_PROCESS);
+    if (!has_stream(number))
+        MessageBoxW(nullptr, to_wide(text).c_str(), L"q32view", is_failure ? MB_ICONERROR : MB_OK);
+    else if (is_failure)
+        print_error(text);
+    else
+        print(text);
+}
+
+// A picture that cannot be opened leaves the window to say so, unless nobody will see it.
+void open_first_picture(Frame &frame, const Options &options) {
+    try {
+        if (!options.picture.empty())
+            frame.open(options.picture);
+        if (options.test_card)
+            frame.show_test_card();
+        frame.apply_view_options();
+    } catch (const std::exception &failure) {
+        if (!options.screenshot.empty())
+            throw;
+        frame.say_failure(failure);
+    }
+}
+
+int handle_messages(HWND window) {
+    const HACCEL keys = LoadAcceleratorsW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_KEYS));
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (TranslateAcceleratorW(window, keys, &message))
+            continue;
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return static_cast<int>(message.wParam);
+}
+
+int run() {
+    const Options options = read_options(command_line_words());
+    if (options.help || options.version) {
+        tell(options.help ? help_text() : "q32view " Q32VIEW_VERSION "\n", false);
+        return exit_success;
+    }
+    Frame frame(options);
+    frame.create();
+    ShowWindow(frame.window(), SW_SHOWDEFAULT);
+    UpdateWindow(frame.window());
+    open_first_picture(frame, options);
+    if (options.screenshot.empty())
+        return handle_messages(frame.window());
+    frame.save_view(options.screenshot);
+    return exit_success;
+}
+
+int guarded_run() {
+    try {
+        return run();
+    } catch (const UsageError &error) {
+        tell("q32view: " + std::string(error.what()) + "\n", true);
+        return exit_usage;
+    } catch (const Cancelled &cancelled) {
+        tell("q32view: " + std::string(cancelled.what()) + "\n", true);
+        return exit_cancelled;
+    } catch (const std::bad_alloc &) {
+        tell("q32view: not enough memory\n", true);
+        return exit_failure;
+    } catch (const std::exception &failure) {
+        tell("q32view: " + std::string(failure.what()) + "\n", true);
+        return exit_failure;
+    }
+}
+
+} // namespace
+} // namespace apps::q32view
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+    return apps::q32view::guarded_run();
+}

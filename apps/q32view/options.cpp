@@ -1,0 +1,182 @@
+// A table of options, and what each makes of its value.
+#include "options.h"
+
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
+#include "view_state.h"
+
+#include <string_view>
+
+namespace apps::q32view {
+namespace {
+
+// The screen of no machine is larger.
+constexpr int largest_side = 16000;
+constexpr int most_gamma = 1000;
+
+[[noreturn]] void refuse(std::string_view option, std::string_view value, std::string_view wanted) {
+    throw UsageError(std::string(option) + " " + std::string(value) + ": " + std::string(wanted) +
+                     " is wanted");
+}
+
+std::optional<int> number_between(std::string_view text, int least, int most) {
+    const auto parsed = parse_integer(text);
+    return parsed && *parsed >= least && *parsed <= most ? parsed : std::nullopt;
+}
+
+int number(std::string_view option, std::string_view value, int least, int most,
+           std::string_view wanted) {
+    const auto parsed = number_between(value, least, most);
+    if (!parsed)
+        refuse(option, value, wanted);
+    return *parsed;
+}
+
+// Two numbers and what stands between them.
+Place pair(std::string_view option, std::string_view value, char between, int least, int most,
+           std::string_view wanted) {
+    const size_t middle = std::min(value.find(between), value.size());
+    const auto x = number_between(value.substr(0, middle), least, most);
+    const auto y = number_between(value.substr(std::min(middle + 1, value.size())), least, most);
+    if (!x || !y)
+        refuse(option, value, wanted);
+    return {*x, *y};
+}
+
+void read_zoom(Options &options, std::string_view value) {
+    if (value == "fit")
+        options.percent.reset();
+    else
+        options.percent =
+            number("--zoom", value, least_percent, most_percent, "fit, or 1 to 3200 percent,");
+}
+
+void read_at(Options &options, std::string_view value) {
+    options.scroll = pair("--at", value, ',', 0, INT32_MAX, "X,Y");
+}
+
+void read_size(Options &options, std::string_view value) {
+    const Place size = pair("--size", value, 'x', 1, largest_side, "WxH of 1 to 16000");
+    options.size = {size.x, size.y};
+}
+
+void read_device_type(Options &options, std::string_view value) {
+    options.settings.device_type = number("--device-type", value, 0, 5, "0 to 5");
+}
+
+void read_gamma(Options &options, std::string_view value) {
+    options.settings.gamma = number("--gamma", value, 1, most_gamma, "1 to 1000");
+}
+
+void read_dither(Options &options, std::string_view value) {
+    if (value != "on" && value != "off")
+        refuse("--dither", value, "on or off");
+    options.settings.high_colour_dither = value == "on";
+}
+
+void read_pixels(Options &options, std::string_view value) {
+    static constexpr struct {
+        std::string_view word;
+        Pixels pixels;
+    } kinds[] = {{"24", Pixels::rgb},
+                 {"16", Pixels::rgb555},
+                 {"palette", Pixels::palette},
+                 {"grey", Pixels::grey},
+                 {"1", Pixels::bits}};
+    for (const auto &kind : kinds)
+        if (kind.word == value) {
+            options.settings.pixels = kind.pixels;
+            return;
+        }
+    refuse("--pixels", value, "24, 16, palette, grey or 1");
+}
+
+void read_file(std::string_view option, std::string_view value, std::string &file) {
+    if (value.empty())
+        refuse(option, value, "a file's name");
+    file = value;
+}
+
+struct Option {
+    std::string_view name;
+    std::string_view value; // as shown in the help; empty: a switch
+    std::string_view help;
+    void (*read)(Options &, std::string_view value);
+};
+
+constexpr Option table[] = {
+    {"--zoom", "fit|PERCENT", "show it so large (fit)", read_zoom},
+    {"--at", "X,Y", "scroll there", read_at},
+    {"--size", "WxH", "size of the area in which pictures are shown", read_size},
+    {"--device-type", "0..5", "act as on a display of 2, 8, 16, 256 colours, true or high colour",
+     read_device_type},
+    {"--gamma", "N", "hundredths of the screen's gamma; 180 corrects nothing", read_gamma},
+    {"--dither", "on|off", "dithering on high-colour displays", read_dither},
+    {"--pixels", "KIND", "24, 16, palette, grey or 1: the pixels that are shown (24)", read_pixels},
+    {"--palette-option", "", "on 256 colours: dithered colours, 16 greys",
+     [](Options &options, std::string_view) { options.settings.palette_option = true; }},
+    {"--test-card", "", "show the test card",
+     [](Options &options, std::string_view) { options.test_card = true; }},
+    {"--save-to", "FILE", "save views there without asking",
+     [](Options &options, std::string_view value) {
+         read_file("--save-to", value, options.save_to);
+     }},
+    {"--screenshot", "FILE", "save what is shown there, and end",
+     [](Options &options, std::string_view value) {
+         read_file("--screenshot", value, options.screenshot);
+     }},
+    {"--whole-window", "", "save views with menu and status bar",
+     [](Options &options, std::string_view) { options.whole_window = true; }},
+    {"--help", "", "print this help",
+     [](Options &options, std::string_view) { options.help = true; }},
+    {"--version", "", "print the program's version",
+     [](Options &options, std::string_view) { options.version = true; }},
+};
+
+const Option &option_named(std::string_view name) {
+    for (const Option &option : table)
+        if (option.name == name)
+            return option;
+    throw UsageError(std::string(name) + ": there is no such option; see q32view --help");
+}
+
+} // namespace
+
+Options read_options(const std::vector<std::string> &words) {
+    Options options;
+    bool only_operands = false;
+    for (size_t i = 0; i < words.size(); ++i) {
+        const std::string &word = words[i];
+        if (!only_operands && word == "--") {
+            only_operands = true;
+        } else if (!only_operands && word.size() > 1 && word[0] == '-') {
+            const Option &option = option_named(word);
+            if (!option.value.empty() && ++i == words.size())
+                throw UsageError(word + ": " + std::string(option.value) + " is missing");
+            option.read(options, option.value.empty() ? std::string_view() : words[i]);
+        } else if (options.picture.empty() && !word.empty()) {
+            options.picture = word;
+        } else {
+            throw UsageError(word.empty() ? "a picture's name is empty"
+                                          : word + ": one picture is shown at a time");
+        }
+    }
+    return options;
+}
+
+std::string help_text() {
+    constexpr size_t column = 28;
+    std::string text = "usage: q32view [PICTURE] [OPTION...]\n\n"
+                       "Shows a picture in a window, as the library would show it on any kind of "
+                       "display.\n\n";
+    for (const Option &option : table) {
+        std::string line = "  " + std::string(option.name);
+        if (!option.value.empty())
+            line += " " + std::string(option.value);
+        line.resize(std::max(column, line.size() + 1), ' ');
+        text += line + std::string(option.help) + "\n";
+    }
+    return text;
+}
+
+} // namespace apps::q32view

@@ -1,0 +1,160 @@
+// Bands of rows out of the buffer, changed into the pixels that the library is to show.
+#include "painter.h"
+
+#include "acted_display.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/library_report.h"
+
+#include <q32base/buffers.h>
+#include <q32base/display.h>
+#include <q32base/rows.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace apps::q32view {
+namespace {
+
+constexpr size_t band_bytes = 64 * 1024;
+constexpr int threshold = 127; // above it a grey is white
+constexpr int cube_side = 6;
+
+// The palette of Pixels::palette, made when it is first needed.
+HPALETTE cube_palette() {
+    static const HPALETTE palette = [] {
+        struct {
+            WORD version = 0x300;
+            WORD count = cube_side * cube_side * cube_side;
+            PALETTEENTRY entries[cube_side * cube_side * cube_side] = {};
+        } cube;
+        for (int i = 0; i < cube.count; ++i) {
+            constexpr int step = 255 / (cube_side - 1);
+            cube.entries[i] = {static_cast<BYTE>(i / (cube_side * cube_side) * step),
+                               static_cast<BYTE>(i / cube_side % cube_side * step),
+                               static_cast<BYTE>(i % cube_side * step), 0};
+        }
+        return CreatePalette(reinterpret_cast<const LOGPALETTE *>(&cube));
+    }();
+    return palette;
+}
+
+uint8_t cube_index(const uint8_t *rgb) {
+    const auto level = [](int value) { return (value * (cube_side - 1) + 127) / 255; };
+    return static_cast<uint8_t>((level(rgb[0]) * cube_side + level(rgb[1])) * cube_side +
+                                level(rgb[2]));
+}
+
+uint8_t grey_of(const uint8_t *rgb) {
+    return static_cast<uint8_t>((rgb[0] * 299 + rgb[1] * 587 + rgb[2] * 114 + 500) / 1000);
+}
+
+template <typename Change>
+void change_pixels(uint8_t *pixels, int count, const Change &change) {
+    for (int i = 0; i < count; ++i)
+        pixels[i] = change(pixels + static_cast<size_t>(i) * 3);
+}
+
+// In place: no kind of pixels is wider than 24 bits. Returns the bytes of a row.
+int change_rows(uint8_t *pixels, int width, int rows, Pixels kind) {
+    const int count = width * rows;
+    switch (kind) {
+    case Pixels::rgb:
+        break;
+    case Pixels::rgb555: {
+        std::vector<uint8_t> words(static_cast<size_t>(count) * 2);
+        mem32_888To555(words.data(), pixels, count);
+        std::copy(words.begin(), words.end(), pixels);
+        return width * 2;
+    }
+    case Pixels::palette:
+        change_pixels(pixels, count, cube_index);
+        return width;
+    case Pixels::grey:
+        change_pixels(pixels, count, grey_of);
+        return width;
+    case Pixels::bits: {
+        change_pixels(pixels, count, grey_of);
+        const int row_bytes = (width + 7) / 8;
+        std::vector<uint8_t> bits(static_cast<size_t>(row_bytes));
+        for (int y = 0; y < rows; ++y) {
+            mem32ByteToBit(bits.data(), pixels + static_cast<ptrdiff_t>(y) * width, width,
+                           threshold);
+            std::copy(bits.begin(), bits.end(), pixels + static_cast<ptrdiff_t>(y) * row_bytes);
+        }
+        return row_bytes;
+    }
+    }
+    return width * 3;
+}
+
+int depth_of(Pixels kind) {
+    switch (kind) {
+    case Pixels::rgb:
+        break;
+    case Pixels::rgb555:
+        return 16;
+    case Pixels::palette:
+    case Pixels::grey:
+        return 8;
+    case Pixels::bits:
+        return 1;
+    }
+    return 24;
+}
+
+class Run {
+public:
+    Run(HDC dc, const Box &box, Place matrix, const ShowSettings &settings) {
+        const HPALETTE palette = settings.pixels == Pixels::palette ? cube_palette() : nullptr;
+        if (!disp32ShowInitEx(&run_, dc, depth_of(settings.pixels), box.left, box.top, box.right,
+                              box.bottom, palette, settings.palette_option, FALSE, matrix.x,
+                              matrix.y))
+            throw Failure("the display", "nothing can be shown on it");
+    }
+    ~Run() { disp32ShowEnd(run_); }
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
+
+    void show(const uint8_t *pixels, int rows, int row_bytes) {
+        if (!disp32ShowData(run_, pixels, 0, 0, rows, row_bytes))
+            throw Failure("the display", "the system does not draw the picture");
+    }
+
+private:
+    HDISPRUN run_ = 0;
+};
+
+// Columns of the box beyond the buffer are drawn, with whatever colour.
+void show_rows(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
+               const ShowSettings &settings) {
+    const int width = box.width(), height = box.height();
+    const size_t row_bytes = static_cast<size_t>(width) * 3;
+    const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
+    std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
+    Run run(dc, box, matrix, settings);
+    for (int first = 0; first < height; first += band_rows) {
+        const int rows = std::min(band_rows, height - first);
+        if (!buf32GetMem(buffer, place.x, place.y + first, width, rows, band.data()))
+            throw library_failure("the picture", "its pixels cannot be read");
+        run.show(band.data(), rows, change_rows(band.data(), width, rows, settings.pixels));
+    }
+}
+
+} // namespace
+
+void paint(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
+           const ShowSettings &settings) {
+    if (box.is_empty())
+        return;
+    if (!ActedDisplay::is_needed(settings)) {
+        show_rows(dc, box, buffer, place, matrix, settings);
+        return;
+    }
+    const int depth = settings.pixels == Pixels::palette ? 24 : depth_of(settings.pixels);
+    ActedDisplay display(depth, {box.width(), box.height()});
+    show_rows(display.dc(), {0, 0, display.width(), box.height()}, buffer, place, matrix, settings);
+    display.show(dc, {box.left, box.top});
+}
+
+} // namespace apps::q32view

@@ -1,0 +1,19 @@
+// Rows of a buffer on their way to a window, through one of the library's display runs.
+#pragma once
+
+#include "geometry.h"
+#include "show_settings.h"
+
+#include <q32base/types.h>
+
+#include <windows.h>
+
+namespace apps::q32view {
+
+// Draws a rectangle of a buffer of 24 bits. place: its corner in the buffer; matrix: what the
+// thresholds of dithering are anchored to, the rectangle's corner in the picture as it is shown, so
+// that pieces fit together wherever they are drawn. Throws Failure.
+void paint(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
+           const ShowSettings &settings);
+
+} // namespace apps::q32view

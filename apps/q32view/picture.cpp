@@ -1,0 +1,69 @@
+// Rows on their way from a file into a buffer.
+#include "picture.h"
+
+#include "apps/pictures/library_report.h"
+#include "apps/pictures/picture_reader.h"
+
+#include <q32base/rows.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace apps::q32view {
+namespace {
+
+constexpr size_t band_bytes = 1 << 20;
+
+class WriteLock {
+public:
+    WriteLock(const Buffer &buffer, const std::string &named) : handle_(buffer.get()) {
+        if (!buf32Lock(handle_, BUF32_OVERWRITE, nullptr))
+            throw library_failure(named, "the buffer cannot be locked");
+    }
+    ~WriteLock() { buf32Unlock(handle_); }
+    WriteLock(const WriteLock &) = delete;
+    WriteLock &operator=(const WriteLock &) = delete;
+
+private:
+    HBUF32 handle_;
+};
+
+std::string without_folder(const std::string &path) {
+    return path.substr(path.find_last_of("/\\:") + 1);
+}
+
+Buffer buffer_of(Extent size, const std::string &named) {
+    HBUF32 handle = 0;
+    if (!buf32Alloc(&handle, 24, size.width, size.height, BUF32_TILED, nullptr))
+        throw library_failure(named, "no buffer for the picture");
+    return Buffer(handle);
+}
+
+} // namespace
+
+Picture load_picture(const std::string &path, StatusBar &status) {
+    const std::string name = without_folder(path);
+    LongWork work(status, "reading " + name);
+    PictureReader reader(path);
+    const int width = reader.width(), height = reader.height();
+    Picture picture = {
+        buffer_of({width, height}, name), {width, height}, name, reader.format(), reader.bits()};
+    const size_t row_bytes = static_cast<size_t>(width) * 3;
+    const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
+    std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
+    const WriteLock lock(picture.buffer, name);
+    for (int first = 0; first < height; first += band_rows) {
+        const int count = std::min(band_rows, height - first);
+        reader.read_rows(first, count, band.data());
+        RGBToBGR(band.data(), band.data(), width * count);
+        for (int i = 0; i < count; ++i)
+            if (!buf32Line(picture.buffer.get(), first + i, BUF32_LINE_WRITE,
+                           band.data() + row_bytes * static_cast<size_t>(i)))
+                throw library_failure(name,
+                                      "row " + std::to_string(first + i) + " cannot be stored");
+        work.go_on(first + count, height);
+    }
+    return picture;
+}
+
+} // namespace apps::q32view

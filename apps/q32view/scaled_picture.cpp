@@ -1,0 +1,132 @@
+// Resampling with progress, and the store of tiles.
+#include "scaled_picture.h"
+
+#include "apps/pictures/library_report.h"
+
+#include <q32base/resample.h>
+
+#include <algorithm>
+
+namespace apps::q32view {
+namespace {
+
+constexpr int tile_pixels = 512; // side of a tile on the screen, about
+constexpr size_t most_tiles = 96;
+constexpr int nearest_above = 4; // times: where single pixels are to be seen as such
+
+// Around a tile, in pixels of the picture: what bicubic interpolation looks at across its edges.
+constexpr int margin = 3;
+
+// The library calls back out of its own frames, which exceptions must not cross.
+int __stdcall go_on(int, int value, int, uintptr_t work) {
+    return reinterpret_cast<LongWork *>(work)->reach(value, 1000);
+}
+
+Buffer resampled(const std::string &named, HBUF32 source, Extent size, bool nearest,
+                 LongWork *work) {
+    const RESAMPLEPROGRESS watch = {.poll_esc = 0, // LongWork looks at the keyboard
+                                    .callback = go_on,
+                                    .user_data = reinterpret_cast<uintptr_t>(work),
+                                    .start = 0,
+                                    .end = 1000};
+    const SIZE new_size = {size.width, size.height};
+    HBUF32 destination = 0;
+    const int done =
+        q32BufferResampleEx(&new_size, source, &destination, work != nullptr ? &watch : nullptr,
+                            nearest ? 1 : 0, nearest ? RESAMPLE_NEAREST : RESAMPLE_BICUBIC);
+    Buffer result(destination);
+    if (work != nullptr)
+        work->check();
+    if (!done)
+        throw library_failure(named, "the picture cannot be scaled");
+    return result;
+}
+
+int tiles_before(int position, int side) {
+    return position / side;
+}
+
+} // namespace
+
+void ScaledPicture::prepare(const Picture &picture, Extent shown, StatusBar &status) {
+    if (is_prepared_for(picture, shown))
+        return;
+    Buffer reduced;
+    int factor = 0;
+    if (shown.width > picture.size.width || shown.height > picture.size.height) {
+        factor = std::max(shown.width / picture.size.width, 1);
+    } else if (shown != picture.size) {
+        LongWork work(status, "scaling " + picture.name);
+        reduced = resampled(picture.name, picture.buffer.get(), shown, false, &work);
+    }
+    forget();
+    picture_ = &picture;
+    shown_ = shown;
+    reduced_ = std::move(reduced);
+    factor_ = factor;
+    source_side_ = factor == 0 ? 0 : std::max(tile_pixels / factor, 1);
+}
+
+bool ScaledPicture::is_prepared_for(const Picture &picture, Extent shown) const {
+    return picture_ == &picture && shown_ == shown;
+}
+
+void ScaledPicture::forget() {
+    picture_ = nullptr;
+    reduced_ = Buffer();
+    tiles_.clear();
+    used_.clear();
+}
+
+void ScaledPicture::for_each_piece(const Box &box, const std::function<void(const Piece &)> &use) {
+    if (picture_ == nullptr)
+        return;
+    if (factor_ == 0) {
+        const HBUF32 whole = reduced_.get() != 0 ? reduced_.get() : picture_->buffer.get();
+        use({box, whole, {box.left, box.top}});
+        return;
+    }
+    const int side = tile_side();
+    for (int row = tiles_before(box.top, side); row * side < box.bottom; ++row)
+        for (int column = tiles_before(box.left, side); column * side < box.right; ++column) {
+            const Tile &made = tile({column, row});
+            const Box part = common_part(box, box_at({column * side, row * side}, {side, side}));
+            use({part, made.buffer.get(), Place{part.left, part.top} - made.place});
+        }
+}
+
+const ScaledPicture::Tile &ScaledPicture::tile(Index index) {
+    if (const auto found = tiles_.find(index); found != tiles_.end()) {
+        used_.splice(used_.begin(), used_, found->second.last_used);
+        return found->second;
+    }
+    Tile made = make_tile(index);
+    if (tiles_.size() >= most_tiles) {
+        tiles_.erase(used_.back());
+        used_.pop_back();
+    }
+    used_.push_front(index);
+    made.last_used = used_.begin();
+    return tiles_.emplace(index, std::move(made)).first->second;
+}
+
+// Tiles lie on a grid, so that a pixel comes out of the same tile whenever it is drawn. The factor
+// being whole, a part of the picture is interpolated as it would be within the whole.
+ScaledPicture::Tile ScaledPicture::make_tile(Index index) const {
+    const Place corner = {index.first * source_side_, index.second * source_side_};
+    const Box wanted = {corner.x - margin, corner.y - margin, corner.x + source_side_ + margin,
+                        corner.y + source_side_ + margin};
+    const Box part = common_part(wanted, box_at({}, picture_->size));
+    HBUF32 cut = 0;
+    if (!buf32GetBuf(picture_->buffer.get(), part.left, part.top, part.width(), part.height(),
+                     &cut))
+        throw library_failure(picture_->name, "a part of the picture cannot be read");
+    const Buffer source(cut);
+    return {resampled(picture_->name, source.get(),
+                      {part.width() * factor_, part.height() * factor_}, factor_ > nearest_above,
+                      nullptr),
+            {part.left * factor_, part.top * factor_},
+            {}};
+}
+
+} // namespace apps::q32view

@@ -1,0 +1,52 @@
+// A picture at the size in which it is shown, made by the library's resampler: reduced, as a
+// whole; enlarged, in tiles that are made when they come into view.
+#pragma once
+
+#include "geometry.h"
+#include "picture.h"
+
+#include <functional>
+#include <list>
+#include <map>
+#include <utility>
+
+namespace apps::q32view {
+
+class ScaledPicture {
+public:
+    // Makes what can be made in advance. Throws Failure, Cancelled: what was there before is still
+    // there then.
+    void prepare(const Picture &picture, Extent shown, StatusBar &status);
+    bool is_prepared_for(const Picture &picture, Extent shown) const;
+    void forget();
+
+    // A rectangle of the picture as it is shown, and where its pixels are.
+    struct Piece {
+        Box box;       // in the shown picture
+        HBUF32 buffer; // 24 bits
+        Place place;   // of the box's corner in the buffer
+    };
+    // Hands over the pieces that make up a box of the shown picture. Throws Failure.
+    void for_each_piece(const Box &box, const std::function<void(const Piece &)> &use);
+
+private:
+    using Index = std::pair<int, int>; // column and row of a tile
+    struct Tile {
+        Buffer buffer;
+        Place place; // of the buffer's corner in the shown picture
+        std::list<Index>::iterator last_used;
+    };
+    const Tile &tile(Index index);
+    Tile make_tile(Index index) const;
+    int tile_side() const { return source_side_ * factor_; }
+
+    const Picture *picture_ = nullptr;
+    Extent shown_;
+    Buffer reduced_;      // empty at the picture's own size, and enlarged
+    int factor_ = 0;      // of an enlargement; else 0
+    int source_side_ = 0; // of a tile, in pixels of the picture
+    std::map<Index, Tile> tiles_;
+    std::list<Index> used_; // the tile that was used last comes first
+};
+
+} // namespace apps::q32view

@@ -1,0 +1,43 @@
+// The library keeps display, gamma and dithering for the whole process; here they are set together.
+#include "show_settings.h"
+
+#include "apps/pictures/failure.h"
+
+#include <q32base/display.h>
+
+#include <iterator>
+
+namespace apps::q32view {
+
+// Detecting reads gamma and dithering from the settings file again: what is chosen comes after.
+void apply(const ShowSettings &settings) {
+    bool made = disp32SetDevType(DISP32_DETECT) != 0;
+    if (settings.gamma)
+        disp32NewScreenGamma(*settings.gamma, *settings.gamma, *settings.gamma);
+    if (settings.device_type)
+        made = disp32SetDevType(*settings.device_type) != 0;
+    if (settings.high_colour_dither)
+        disp32BeHiColorDither(*settings.high_colour_dither);
+    if (!made)
+        throw Failure(device_in_words(settings), "the palettes of this display cannot be made");
+}
+
+bool is_high_colour_dithered() {
+    const int now = disp32BeHiColorDither(1);
+    disp32BeHiColorDither(now);
+    return now != 0;
+}
+
+const char *device_type_name(int type) {
+    static const char *const names[] = {"monochrome",  "8 colours",   "16 colours",
+                                        "256 colours", "true colour", "high colour"};
+    return type >= 0 && type < static_cast<int>(std::size(names)) ? names[type] : "unknown display";
+}
+
+std::string device_in_words(const ShowSettings &settings) {
+    DispDevInfo info = {};
+    disp32GetDevInfo(&info);
+    return std::string(device_type_name(info.type)) + (settings.device_type ? "" : ", detected");
+}
+
+} // namespace apps::q32view

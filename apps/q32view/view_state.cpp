@@ -1,0 +1,131 @@
+// Zoom steps and scrolling. Products of sizes are taken in 64 bits.
+#include "view_state.h"
+
+#include <cstdint>
+#include <iterator>
+
+namespace apps::q32view {
+namespace {
+
+// Enlargements are whole, so that every pixel becomes a square like all others.
+constexpr int steps[] = {1,  2,   3,   5,   7,   10,  15,  20,   25,   33,   50,
+                         67, 100, 200, 300, 400, 600, 800, 1200, 1600, 2400, 3200};
+static_assert(steps[0] == least_percent && steps[std::size(steps) - 1] == most_percent);
+
+// length x numerator / denominator, rounded, and no less than a pixel.
+int scaled_length(int length, int64_t numerator, int64_t denominator) {
+    const int64_t scaled = (length * numerator + denominator / 2) / denominator;
+    return static_cast<int>(std::clamp<int64_t>(scaled, 1, INT32_MAX));
+}
+
+int centred(int length, int room) {
+    return length < room ? (room - length) / 2 : 0;
+}
+
+// The point of a picture under a point of the window, after the picture has changed its size.
+int under_anchor(int from_origin, int length_before, int length) {
+    return static_cast<int>(static_cast<int64_t>(from_origin) * length / length_before);
+}
+
+} // namespace
+
+Extent at_percent(Extent picture, int percent) {
+    return {scaled_length(picture.width, percent, 100),
+            scaled_length(picture.height, percent, 100)};
+}
+
+Extent fitted(Extent picture, Extent window) {
+    if (picture.width <= window.width && picture.height <= window.height)
+        return picture;
+    const Extent room = {std::max(window.width, 1), std::max(window.height, 1)};
+    if (static_cast<int64_t>(room.width) * picture.height <=
+        static_cast<int64_t>(room.height) * picture.width)
+        return {room.width,
+                std::min(room.height, scaled_length(picture.height, room.width, picture.width))};
+    return {std::min(room.width, scaled_length(picture.width, room.height, picture.height)),
+            room.height};
+}
+
+void ViewState::set_picture(Extent picture) {
+    picture_ = picture;
+    fit();
+}
+
+void ViewState::set_window(Extent window) {
+    window_ = window;
+    scroll_to(scroll_);
+}
+
+Extent ViewState::shown() const {
+    if (picture_.is_empty())
+        return {};
+    return fitted_ ? fitted(picture_, window_) : at_percent(picture_, percent_);
+}
+
+// By the longer side, which is rounded the least.
+int ViewState::percent() const {
+    if (picture_.is_empty())
+        return 0;
+    if (!fitted_)
+        return percent_;
+    const Extent now = shown();
+    return picture_.width >= picture_.height ? scaled_length(now.width, 100, picture_.width)
+                                             : scaled_length(now.height, 100, picture_.height);
+}
+
+void ViewState::fit() {
+    fitted_ = true;
+    scroll_ = {};
+}
+
+void ViewState::zoom_to(int percent, Place anchor) {
+    const Extent shown_before = shown();
+    const Place origin_before = origin();
+    fitted_ = false;
+    percent_ = std::clamp(percent, least_percent, most_percent);
+    if (percent_ > 100)
+        percent_ -= percent_ % 100;
+    if (!shown_before.is_empty())
+        keep_in_view(anchor, shown_before, origin_before);
+}
+
+// A fitted picture's zoom lies between two steps, or is taken for the nearer whole percentage.
+void ViewState::zoom_in(Place anchor) {
+    const int *next = std::upper_bound(std::begin(steps), std::end(steps), percent());
+    zoom_to(next == std::end(steps) ? most_percent : *next, anchor);
+}
+
+void ViewState::zoom_out(Place anchor) {
+    const int *next = std::lower_bound(std::begin(steps), std::end(steps), percent());
+    zoom_to(next == std::begin(steps) ? least_percent : *(next - 1), anchor);
+}
+
+void ViewState::keep_in_view(Place anchor, Extent shown_before, Place origin_before) {
+    const Place from_origin = anchor - origin_before;
+    const Extent now = shown();
+    scroll_to({under_anchor(from_origin.x, shown_before.width, now.width) - anchor.x,
+               under_anchor(from_origin.y, shown_before.height, now.height) - anchor.y});
+}
+
+Place ViewState::most_scroll() const {
+    const Extent now = shown();
+    return {std::max(now.width - window_.width, 0), std::max(now.height - window_.height, 0)};
+}
+
+Place ViewState::scroll_to(Place scroll) {
+    const Place before = scroll_, most = most_scroll();
+    scroll_ = {std::clamp(scroll.x, 0, most.x), std::clamp(scroll.y, 0, most.y)};
+    return scroll_ - before;
+}
+
+Place ViewState::origin() const {
+    const Extent now = shown();
+    return {centred(now.width, window_.width) - scroll_.x,
+            centred(now.height, window_.height) - scroll_.y};
+}
+
+Box ViewState::covered() const {
+    return common_part(box_at(origin(), shown()), box_at({}, window_));
+}
+
+} // namespace apps::q32view

@@ -1,0 +1,64 @@
+// Where a picture stands in a window: its zoom, what of it is scrolled into view, and how both
+// change. Pure arithmetic; scaling, scroll bars and drawing are the neighbours' parts.
+#pragma once
+
+#include "geometry.h"
+
+namespace apps::q32view {
+
+constexpr int least_percent = 1;
+constexpr int most_percent = 3200;
+
+// A picture's size at a percentage; a side never falls below one pixel.
+Extent at_percent(Extent picture, int percent);
+
+// As large as a window allows with the picture's proportions, but never enlarged.
+Extent fitted(Extent picture, Extent window);
+
+class ViewState {
+public:
+    // A new picture is fitted into the window.
+    void set_picture(Extent picture);
+    // The window's size; the picture's top left corner in view stays where it is as far as it can.
+    void set_window(Extent window);
+
+    Extent picture() const { return picture_; }
+    Extent window() const { return window_; }
+    bool is_fitted() const { return fitted_; }
+
+    // The whole picture at the current zoom.
+    Extent shown() const;
+    // The zoom in percent, rounded; 0 without a picture.
+    int percent() const;
+
+    void fit();
+    // percent: above 100 in whole hundreds, others count as the hundreds below. anchor: the point
+    // of the window under which the picture stays put.
+    void zoom_to(int percent, Place anchor);
+    void zoom_in(Place anchor);
+    void zoom_out(Place anchor);
+    Place middle() const { return {window_.width / 2, window_.height / 2}; }
+
+    // The shown picture's point in the window's top left corner, if the picture is larger than the
+    // window; 0 in the direction in which it is not.
+    Place scroll() const { return scroll_; }
+    Place most_scroll() const;
+    // Stops at the picture's edges. Returns how far the view has come.
+    Place scroll_to(Place scroll);
+
+    // Where the shown picture begins in the window: centred where it is smaller.
+    Place origin() const;
+    // The part of the window that the picture covers.
+    Box covered() const;
+
+private:
+    void keep_in_view(Place anchor, Extent shown_before, Place origin_before);
+
+    Extent picture_;
+    Extent window_;
+    bool fitted_ = true;
+    int percent_ = 100; // unless fitted
+    Place scroll_;
+};
+
+} // namespace apps::q32view

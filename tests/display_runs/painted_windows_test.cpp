@@ -1,0 +1,155 @@
+// Runs painted onto a window of the real display. What a display makes of colours is its own
+// affair: the model's picture, handed to the system by the test in one piece, must look the same.
+// Black and white, and everything on a true-colour display, are compared with the model itself.
+#include "tests/display_runs/painted_fixture.h"
+
+namespace q32::test {
+namespace {
+
+class Window {
+public:
+    Window() {
+        handle_ = CreateWindowExA(WS_EX_TOPMOST, "STATIC", "", WS_POPUP | WS_VISIBLE, 10, 20, 300,
+                                  200, nullptr, nullptr, nullptr, nullptr);
+        EXPECT_NE(handle_, nullptr);
+        UpdateWindow(handle_);
+        for (MSG message; PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE);)
+            DispatchMessageA(&message);
+        dc_ = GetDC(handle_);
+    }
+    ~Window() {
+        ReleaseDC(handle_, dc_);
+        DestroyWindow(handle_);
+    }
+    Window(const Window &) = delete;
+    Window &operator=(const Window &) = delete;
+    HDC dc() const { return dc_; }
+    void clear() {
+        const RECT all{0, 0, 300, 200};
+        FillRect(dc_, &all, HBRUSH(GetStockObject(BLACK_BRUSH)));
+    }
+    Colours colours() { return colours_of(dc_, 0, 0, 300, 200); }
+
+private:
+    HWND handle_;
+    HDC dc_;
+};
+
+class PaintedWindows : public PaintedRuns {
+protected:
+    static constexpr int width = 101, height = 77;
+
+    // The model's picture drawn by the test at (x, y): its pixels as places of the palette, or as
+    // colours, or its bits as black and white.
+    void draw_reference(HDC dc, const RunSpec &spec, const Source &source, int x, int y) {
+        const bool places = model::strip_of(model::path_of(spec)) == model::Strip::places;
+        model::ModelRun model(spec);
+        model.show(source.image(), 0, 0, source.rows, source.stride);
+        model.end();
+        Canvas canvas(spec.left, spec.top, width, height);
+        canvas.put(model.flushes());
+        const Colours picture = places ? canvas.pixels() : wanted(spec, source);
+        struct {
+            BITMAPINFOHEADER header;
+            WORD places[256];
+        } info{};
+        info.header = {
+            sizeof info.header, width, -height, 1, WORD(places ? 8 : 24), BI_RGB, 0, 0, 0, 0, 0};
+        for (unsigned i = 0; i < 256; ++i)
+            info.places[i] = WORD(i);
+        const std::size_t stride = (width * (places ? 8 : 24) + 31) / 32 * 4;
+        Bytes bits(stride * height);
+        for (std::size_t row = 0; row < height; ++row)
+            for (std::size_t column = 0; column < width; ++column) {
+                const std::uint32_t pixel = picture[row * width + column];
+                unsigned char *const place = &bits[row * stride];
+                if (places)
+                    place[column] = std::uint8_t(pixel);
+                else
+                    for (unsigned channel = 0; channel < 3; ++channel)
+                        place[3 * column + channel] = std::uint8_t(pixel >> (8 * channel));
+            }
+        std::optional<OwnPalette> palette;
+        HPALETTE before = nullptr;
+        if (places) {
+            palette.emplace(shown_palette(spec));
+            before = SelectPalette(dc, palette->get(), FALSE);
+            RealizePalette(dc);
+        }
+        EXPECT_NE(SetDIBitsToDevice(dc, x, y, width, height, 0, 0, 0, height, bits.data(),
+                                    reinterpret_cast<BITMAPINFO *>(&info),
+                                    places ? DIB_PAL_COLORS : DIB_RGB_COLORS),
+                  0);
+        if (places)
+            SelectPalette(dc, before, FALSE);
+    }
+
+    void expect_painted(const RunSpec &spec) {
+        prepare(spec);
+        const Source source(random, spec.depth, width, height);
+        window.clear();
+        // One where the other was: a palette that is realized again may move.
+        draw_reference(window.dc(), spec, source, spec.left, spec.top);
+        const Colours reference = window.colours();
+        window.clear();
+        paint(window.dc(), spec, source, 10);
+        const Colours painted = window.colours();
+        EXPECT_EQ(difference(painted, reference, 300), "") << spec;
+
+        const bool bits = model::strip_of(model::path_of(spec)) == model::Strip::bits;
+        if (!bits && screen_bits() < 24)
+            return;
+        Colours picture(300 * 200, 0);
+        const Colours pixels = wanted(spec, source);
+        for (std::size_t y = 0; y < height; ++y)
+            for (std::size_t x = 0; x < width; ++x)
+                picture[(y + std::size_t(spec.top)) * 300 + x + std::size_t(spec.left)] =
+                    pixels[y * width + x];
+        EXPECT_EQ(difference(painted, picture, 300), "") << spec;
+    }
+    static int screen_bits() {
+        const HDC screen = GetDC(nullptr);
+        const int bits = GetDeviceCaps(screen, BITSPIXEL) * GetDeviceCaps(screen, PLANES);
+        ReleaseDC(nullptr, screen);
+        return bits;
+    }
+    Window window;
+    Random random{test_seed(), 131};
+};
+
+TEST_F(PaintedWindows, OfEveryPath) {
+    for (int type : {0, 2, 3, 4, 5})
+        for (int depth : {1, 8, 16, 24})
+            for (int option : {0, 1})
+                for (bool palette : {false, true}) {
+                    if (option != 0 && (depth != 8 || type > 3))
+                        continue;
+                    if (palette && depth != 8)
+                        continue;
+                    RunSpec spec{.type = type, .depth = depth, .left = 13, .top = 21};
+                    spec.right = spec.left + width;
+                    spec.bottom = spec.top + height;
+                    spec.option = option;
+                    if (palette)
+                        spec.palette = some_colours(random, 256);
+                    if (model::strip_of(model::path_of(spec)) != model::Strip::planes)
+                        expect_painted(spec);
+                }
+}
+
+// With the type that the display really has.
+TEST_F(PaintedWindows, OfTheDetectedType) {
+    const int bits = screen_bits();
+    const int type = bits == 8 ? 3 : bits == 16 ? 5 : 4;
+    EXPECT_EQ(information().type, type);
+    for (int depth : {1, 8, 16, 24}) {
+        RunSpec spec{.type = type, .depth = depth, .left = 150, .top = 100};
+        spec.right = spec.left + width;
+        spec.bottom = spec.top + height;
+        spec.dither = true;
+        expect_painted(spec);
+    }
+}
+
+} // namespace
+} // namespace q32::test

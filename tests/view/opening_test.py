@@ -1,0 +1,51 @@
+"""Pictures that are dropped on the window, and those that cannot be shown."""
+
+import pictures
+from view_case import ACTUAL, ViewCase
+
+SIZE = ["--size", "120x90"]
+
+
+class Opening(ViewCase):
+    def dropped(self, name):
+        """As it comes from another program."""
+        path = str(self.folder / name).replace("/", "\\")
+        return f"drop:Z:{path}"
+
+    def test_dropped(self):
+        first = self.write("first.png", pictures.png(pictures.noise(50, 40)))
+        second = self.write("zweites Bild é.png", pictures.png(pictures.ramps(60, 30)))
+        with self.viewer(first, *SIZE) as viewer:
+            seen = viewer.view(self.dropped(second), f"titled:{second} - q32view")
+        self.assert_same(seen, self.view(second, *SIZE))
+
+    def test_dropped_on_an_empty_window(self):
+        name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
+        with self.viewer(*SIZE) as viewer:
+            self.assertEqual(viewer.do("title"), ["q32view"])
+            seen = viewer.view(self.dropped(name), "titled:first.png")
+        self.assert_same(seen, self.view(name, *SIZE))
+
+    def test_a_new_picture_is_fitted(self):
+        first = self.write("first.png", pictures.png(pictures.noise(300, 200)))
+        second = self.write("second.png", pictures.png(pictures.noise(301, 201)))
+        with self.viewer(first, *SIZE) as viewer:
+            seen = viewer.view(f"command:{ACTUAL}", self.dropped(second), "titled:second.png")
+        self.assert_same(seen, self.view(second, *SIZE))
+
+    def test_what_is_no_picture_leaves_the_one_before(self):
+        name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
+        self.write("text.png", b"no picture at all")
+        with self.viewer(name, *SIZE) as viewer:
+            before = viewer.view()
+            path = self.dropped("text.png").removeprefix("drop:")
+            says = viewer.do(self.dropped("text.png"), f"told:{path}", "says", "title")
+            self.assertIn("this is not a picture that can be read", says[0])
+            self.assertEqual(says[1], "first.png - q32view")
+            self.assert_same(viewer.view(), before)
+
+    def test_a_first_picture_that_is_not_there(self):
+        with self.viewer("none.png", *SIZE) as viewer:
+            says = viewer.do("told:none.png", "says", "title")
+            self.assertEqual(says, ["none.png: no such file", "q32view"])
+            self.assertEqual(set(viewer.view().colours()), {(128, 128, 128)})

@@ -1,0 +1,48 @@
+#!/usr/bin/env python3
+"""Tests q32view from outside: run_tests.py VIEWER DRIVER TOOL EMULATOR SCRATCH DEPTH [TEST...]
+
+VIEWER is q32view, which runs on a display of DEPTH bits in folders below SCRATCH; DRIVER is
+view_driver, which uses it from another process; TOOL is q32tool, which scales pictures to compare
+with. EMULATOR runs all three. TEST chooses tests as unittest names them, such as
+scrolling_test.Seams; without it all are run.
+
+With Q32VIEW_STORE set in the environment, views that are compared with stored pictures are stored
+instead: look at them before they are committed.
+"""
+
+import pathlib
+import sys
+import unittest
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "tool"))
+
+from view_case import Viewer  # noqa: E402
+
+MODULES = [
+    "command_line_test",
+    "stored_views_test",
+    "colours_test",
+    "scaling_test",
+    "scrolling_test",
+    "menu_test",
+    "opening_test",
+    "stopping_test",
+]
+
+
+def main(viewer, driver, tool, emulator, scratch, depth, *tests):
+    viewer, driver, tool, emulator, scratch = (
+        str(pathlib.Path(path).resolve()) for path in (viewer, driver, tool, emulator, scratch)
+    )
+    Viewer.program = [emulator, viewer]
+    Viewer.driver = [emulator, driver]
+    Viewer.tool = [emulator, tool]
+    Viewer.scratch = pathlib.Path(scratch)
+    Viewer.depth = int(depth)
+    suite = unittest.defaultTestLoader.loadTestsFromNames(tests or MODULES)
+    result = unittest.TextTestRunner(verbosity=2).run(suite)
+    return 0 if result.wasSuccessful() and result.testsRun and not result.skipped else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))

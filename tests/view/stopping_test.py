@@ -1,0 +1,35 @@
+"""Esc stops what takes long, and leaves what was shown."""
+
+import pictures
+from view_case import ACTUAL, ESCAPE, HOME, ZOOM_OUT, ViewCase
+
+SIZE = ["--size", "120x90"]
+
+
+class Stopping(ViewCase):
+    def setUp(self):
+        super().setUp()
+        grey = bytes(x * 255 // 5999 for x in range(6000))
+        self.write("large.png", pictures.png_file(6000, 4000, [grey] * 4000, pictures.PNG_GREY))
+        self.small = self.write("small.png", pictures.png(pictures.noise(50, 40)))
+        self.drop = "drop:Z:" + str(self.folder / "large.png").replace("/", "\\")
+
+    def test_reading(self):
+        with self.viewer(self.small, *SIZE) as viewer:
+            before = viewer.view()
+            says = viewer.do(self.drop, f"type:{ESCAPE}", "told:cancelled", "says", "title")
+            self.assertEqual(
+                says, ["cancelled; reading large.png was stopped", "small.png - q32view"]
+            )
+            self.assert_same(viewer.view(), before)
+            viewer.do(self.drop, "titled:large.png")
+
+    def test_scaling(self):
+        with self.viewer("large.png", *SIZE) as viewer:
+            before = viewer.view(f"command:{ACTUAL}", f"key:{HOME}")
+            says = viewer.do(
+                f"post:{ZOOM_OUT}", f"type:{ESCAPE}", "told:cancelled", "says", f"key:{HOME}"
+            )
+            self.assertEqual(says, ["cancelled; scaling large.png was stopped"])
+            self.assert_same(viewer.view(), before)
+            self.assertNotEqual(viewer.view(f"command:{ZOOM_OUT}").pixels, before.pixels)

@@ -1,0 +1,169 @@
+"""What the tests of q32view share: views of pictures, and viewers that stay open to be used.
+
+Views are saved as BMP, which is read fast. Every test has a folder of its own.
+"""
+
+import contextlib
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import unittest
+
+import pictures
+
+DONE, FAILED, USAGE = 0, 1, 2
+GREY = (128, 128, 128)  # around pictures
+
+# Numbers of menu commands (apps/q32view/resource.h).
+SAVE, FIT, ACTUAL, ZOOM_IN, ZOOM_OUT, TEST_CARD = 101, 110, 111, 112, 113, 114
+DETECTED, DEVICE, GAMMA_FILE, GAMMA, DITHER, PALETTE_OPTION, PIXELS = 119, 120, 129, 130, 140, 141, 150
+
+PAGE_UP, PAGE_DOWN, END, HOME, LEFT, UP, RIGHT, DOWN = range(0x21, 0x29)
+ESCAPE = 0x1B
+
+WINE_REMARK = re.compile(r"^wine: Read access denied for device .*\n", re.MULTILINE)
+
+
+class Viewer:
+    """The commands that start the programs, and the display's bits."""
+
+    program = []
+    driver = []
+    tool = []
+    scratch = pathlib.Path()
+    depth = 24
+
+
+def text(output):
+    return WINE_REMARK.sub("", output.decode().replace("\r\n", "\n"))
+
+
+class OpenViewer:
+    """A viewer with a window, which another program uses."""
+
+    def __init__(self, case):
+        self.case = case
+
+    def do(self, *steps):
+        """Takes steps of view_driver; returns the lines that they print."""
+        return self.case.run_program(Viewer.driver, *steps).splitlines()
+
+    def view(self, *steps):
+        """What the viewer shows after some steps."""
+        return self.views(steps)[0]
+
+    def views(self, *ways):
+        """What it shows after each of some sequences of steps."""
+        folder = self.case.folder
+        steps = []
+        for i, way in enumerate(ways):
+            steps += [*way, f"command:{SAVE}", f"keep:saved.bmp,view-{i}.bmp"]
+        self.do(*steps)
+        found = [pictures.read(folder / f"view-{i}.bmp").picture for i in range(len(ways))]
+        for i in range(len(ways)):
+            (folder / f"view-{i}.bmp").unlink()
+        return found
+
+
+class ViewCase(unittest.TestCase):
+    maxDiff = 2000
+
+    def setUp(self):
+        self.folder = Viewer.scratch / self.id()
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.folder.mkdir(parents=True)
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+
+    def write(self, name, contents):
+        (self.folder / name).write_bytes(contents)
+        return name
+
+    def start(self, command, *arguments):
+        return subprocess.Popen(
+            [*command, *arguments],
+            cwd=self.folder,
+            env={**os.environ, "LC_ALL": "C.UTF-8"},
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+        )
+
+    def run_to_end(self, command, *arguments):
+        """Returns exit code, output, errors."""
+        process = self.start(command, *arguments)
+        try:
+            out, err = process.communicate(timeout=60)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.communicate()
+            raise
+        return process.returncode, text(out), text(err)
+
+    def run_program(self, command, *arguments):
+        """Runs a program, which must succeed without a word of trouble; returns what it says."""
+        code, out, err = self.run_to_end(command, *arguments)
+        self.assertEqual((code, err), (DONE, ""), arguments)
+        return out
+
+    def view(self, *arguments):
+        """What a viewer that is started anew shows."""
+        self.run_program(Viewer.program, *arguments, "--screenshot", "view.bmp")
+        return pictures.read(self.folder / "view.bmp").picture
+
+    @contextlib.contextmanager
+    def viewer(self, *arguments):
+        """With its first picture, if there is one to open."""
+        process = self.start(Viewer.program, *arguments, "--save-to", "saved.bmp")
+        viewer = OpenViewer(self)
+        try:
+            if (self.folder / arguments[0]).is_file():
+                viewer.do(f"titled:{arguments[0]} - q32view")
+            yield viewer
+            self.run_program(Viewer.driver, "close")
+            out, err = process.communicate(timeout=60)
+            self.assertEqual((process.returncode, text(out), text(err)), (DONE, "", ""))
+        finally:
+            if process.poll() is None:
+                process.kill()
+                process.communicate()
+
+    def refuse(self, code, *arguments, says):
+        """Runs the viewer, which must fail with one line and leave nothing."""
+        before = set(self.folder.iterdir())
+        result = self.run_to_end(Viewer.program, *arguments)
+        self.assertEqual(result[:2], (code, ""), result[2])
+        self.assertRegex(result[2], r"\Aq32view: [^\n]{8,}\n\Z")
+        self.assertIn(says, result[2])
+        self.assertEqual(set(self.folder.iterdir()), before)
+
+    def assert_same(self, found, wanted, within=0, named=""):
+        self.assertEqual((found.width, found.height), (wanted.width, wanted.height), named)
+        if found.pixels == wanted.pixels:
+            return
+        pairs = list(zip(found.colours(), wanted.colours()))
+        wrong = [
+            i
+            for i, (one, other) in enumerate(pairs)
+            if any(abs(a - b) > within for a, b in zip(one, other))
+        ]
+        if wrong:
+            y, x = divmod(wrong[0], wanted.width)
+            one, other = pairs[wrong[0]]
+            self.fail(f"{named}: {len(wrong)} pixels differ; ({x}, {y}) is {one}, not {other}")
+
+
+def centred(picture, width, height):
+    """A picture in the middle of a window."""
+    left, top = (width - picture.width) // 2, (height - picture.height) // 2
+    rows = [bytes(GREY) * width] * top
+    for row in picture.rows():
+        rows.append(bytes(GREY) * left + row + bytes(GREY) * (width - left - picture.width))
+    rows += [bytes(GREY) * width] * (height - top - picture.height)
+    return pictures.Picture(width, height, b"".join(rows))
+
+
+def part(picture, left, top, width, height):
+    rows = [row[left * 3 : (left + width) * 3] for row in picture.rows()[top : top + height]]
+    return pictures.Picture(width, height, b"".join(rows))

@@ -1,0 +1,200 @@
+// Uses q32view as a user would, from another process: view_driver STEP...
+// Each step is a word, and what belongs to it behind a colon. When the next begins this one is
+// done, unless it is said otherwise:
+//     command:ID            a menu command
+//     post:ID, type:VK      a menu command, a key: on their way when the next step begins
+//     key:VK                a key that the menu does not know
+//     wheel:TURN,X,Y        over a point of the canvas
+//     drag:X,Y,X,Y          with the left button, from and to a point of the canvas
+//     bar:BAR,CODE,PLACE    BAR 0 across, 1 down; CODE a SB_ value, PLACE where a thumb is dragged
+//     to drop:FILE             a file on the window; on its way spoil                 makes the
+//     canvas invalid size:W,H              of the whole window says, title           prints the
+//     status bar's message, the window's title told:TEXT, titled:TEXT   waits until the message,
+//     the title begins so close                 and waits until the program has ended
+// Exit code: 0; 1 when the window does not come, or does not do what is asked of it.
+#include <windows.h>
+
+#include <shlobj.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr DWORD patience = 20000; // milliseconds
+
+HWND frame, canvas, status;
+DWORD process_id;
+
+int fail(const std::wstring &what) {
+    std::fprintf(stderr, "view_driver: %ls (error %lu)\n", what.c_str(), GetLastError());
+    return 1;
+}
+
+BOOL CALLBACK take_frame(HWND window, LPARAM) {
+    wchar_t name[40] = {};
+    DWORD owner = 0;
+    GetWindowThreadProcessId(window, &owner);
+    GetClassNameW(window, name, 40);
+    if (std::wcscmp(name, L"Q32View") == 0 && IsWindowVisible(window) &&
+        (process_id == 0 || owner == process_id))
+        frame = window;
+    return frame == nullptr;
+}
+
+bool find_windows() {
+    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(20)) {
+        EnumWindows(take_frame, 0);
+        if (frame == nullptr)
+            continue;
+        canvas = FindWindowExW(frame, nullptr, L"Q32ViewCanvas", nullptr);
+        status = FindWindowExW(frame, nullptr, L"msctls_statusbar32", nullptr);
+        if (canvas != nullptr && status != nullptr)
+            return true;
+    }
+    return false;
+}
+
+bool send(HWND window, UINT message, WPARAM wide = 0, LPARAM param = 0) {
+    DWORD_PTR result = 0;
+    return SendMessageTimeoutW(window, message, wide, param, SMTO_NORMAL, patience, &result) != 0;
+}
+
+bool post(HWND window, UINT message, WPARAM wide, LPARAM param) {
+    return PostMessageW(window, message, wide, param) != 0;
+}
+
+std::vector<int> numbers(const wchar_t *text) {
+    std::vector<int> list;
+    for (wchar_t *end = nullptr; *text != 0; text = *end != 0 ? end + 1 : end)
+        list.push_back(static_cast<int>(std::wcstol(text, &end, 10)));
+    return list;
+}
+
+// The handle of a drop is good in the window's process only; a block's address is as good there.
+bool drop(const std::wstring &path) {
+    const size_t name_bytes = (path.size() + 2) * sizeof(wchar_t);
+    std::vector<unsigned char> block(sizeof(DROPFILES) + name_bytes);
+    DROPFILES header = {};
+    header.pFiles = sizeof header;
+    header.fWide = TRUE;
+    std::memcpy(block.data(), &header, sizeof header);
+    std::memcpy(block.data() + sizeof header, path.c_str(), name_bytes - sizeof(wchar_t));
+    const HANDLE process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_WRITE, FALSE, process_id);
+    void *there =
+        VirtualAllocEx(process, nullptr, block.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    const bool written =
+        there != nullptr && WriteProcessMemory(process, there, block.data(), block.size(), nullptr);
+    CloseHandle(process);
+    return written && post(frame, WM_DROPFILES, reinterpret_cast<WPARAM>(there), 0);
+}
+
+bool wheel(const std::vector<int> &values) {
+    POINT at = {values[1], values[2]};
+    ClientToScreen(canvas, &at);
+    return send(frame, WM_MOUSEWHEEL, static_cast<WPARAM>(MAKELONG(0, values[0])),
+                MAKELPARAM(at.x, at.y));
+}
+
+bool drag(const std::vector<int> &values) {
+    return send(canvas, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(values[0], values[1])) &&
+           send(canvas, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(values[2], values[3])) &&
+           send(canvas, WM_LBUTTONUP, 0, MAKELPARAM(values[2], values[3]));
+}
+
+std::wstring text_of(HWND window) {
+    wchar_t text[1000] = {};
+    SendMessageTimeoutW(window, WM_GETTEXT, 1000, reinterpret_cast<LPARAM>(text), SMTO_NORMAL,
+                        patience, nullptr);
+    return text;
+}
+
+bool print_text(HWND window) {
+    const std::wstring text = text_of(window);
+    char bytes[3000] = {};
+    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, bytes, sizeof bytes, nullptr, nullptr);
+    std::printf("%s\n", bytes);
+    return true;
+}
+
+bool wait_for_text(HWND window, const std::wstring &wanted) {
+    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
+        if (text_of(window).starts_with(wanted))
+            return true;
+    return false;
+}
+
+bool close() {
+    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, process_id);
+    const bool ended =
+        post(frame, WM_CLOSE, 0, 0) && WaitForSingleObject(process, patience) == WAIT_OBJECT_0;
+    CloseHandle(process);
+    return ended;
+}
+
+bool keep(const std::wstring &names) {
+    const size_t comma = names.find(L',');
+    return MoveFileExW(names.substr(0, comma).c_str(), names.substr(comma + 1).c_str(),
+                       MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+bool take_step(const std::wstring &word, const std::wstring &value) {
+    if (word == L"drop")
+        return drop(value);
+    if (word == L"keep")
+        return keep(value);
+    if (word == L"told")
+        return wait_for_text(status, value);
+    if (word == L"titled")
+        return wait_for_text(frame, value);
+    if (word == L"says")
+        return print_text(status);
+    if (word == L"title")
+        return print_text(frame);
+    if (word == L"spoil")
+        return RedrawWindow(canvas, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW) != 0;
+    if (word == L"palettes")
+        return send(frame, WM_QUERYNEWPALETTE) &&
+               send(frame, WM_PALETTECHANGED, reinterpret_cast<WPARAM>(GetDesktopWindow()));
+    if (word == L"close")
+        return close();
+    const std::vector<int> list = numbers(value.c_str());
+    const WPARAM first = static_cast<WPARAM>(list[0]);
+    if (word == L"command")
+        return send(frame, WM_COMMAND, first);
+    if (word == L"post")
+        return post(frame, WM_COMMAND, first, 0);
+    if (word == L"type")
+        return post(frame, WM_KEYDOWN, first, 1) && post(frame, WM_KEYUP, first, 1);
+    if (word == L"key")
+        return send(frame, WM_KEYDOWN, first, 1);
+    if (word == L"wheel")
+        return wheel(list);
+    if (word == L"drag")
+        return drag(list);
+    if (word == L"bar")
+        return send(canvas, list[0] == 0 ? WM_HSCROLL : WM_VSCROLL,
+                    static_cast<WPARAM>(MAKELONG(list[1], list[2])));
+    return word == L"size" && SetWindowPos(frame, nullptr, 0, 0, list[0], list[1],
+                                           SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+} // namespace
+
+int wmain(int count, wchar_t **arguments) {
+    if (!find_windows())
+        return fail(L"the window does not come");
+    GetWindowThreadProcessId(frame, &process_id);
+    for (int i = 1; i < count; ++i) {
+        const std::wstring step = arguments[i];
+        const size_t colon = step.find(L':');
+        const std::wstring value = colon == std::wstring::npos ? L"" : step.substr(colon + 1);
+        if (!take_step(step.substr(0, colon), value))
+            return fail(step);
+        std::fflush(stdout);
+    }
+    return 0;
+}
