@@ -196,6 +196,20 @@ BARS
     printf '%-52s %s\n' "$out/$1-bars.png" "the ramps of a colour picker"
 }
 
+# The plates of a print and what they give together, and the order in which jobs are worked through.
+show_plates_and_jobs() { # NAME
+    local plate sheet=("$out/$1-reduced-bicubic.png" "the picture")
+    q32tool separate "$out/$1-reduced-bicubic.png" "$out/$1-plate.png" >/dev/null </dev/null
+    for plate in cyan magenta yellow black; do
+        sheet+=("$out/$1-plate-$plate.png" "the plate for $plate")
+    done
+    sheet+=("$out/$1-plate-proof.png" "all four printed")
+    sheet_tile_width=432 sheet_tile_height=360 contact_sheet "$out/$1-plates.png" "${sheet[@]}"
+    printf '%-52s %s\n' "$out/$1-plates.png" "the picture separated into the plates of a print"
+    printf '%-52s %s\n' "$out/$1-jobs.png" "four clients' jobs, coloured by the order of their steps:"
+    q32tool jobs "$out/$1-jobs.png" </dev/null | sed 1d | indented
+}
+
 (($#)) || set -- "$photograph"
 rm -rf "$out"
 mkdir -p "$swap"
@@ -214,11 +228,13 @@ for picture in "$@"; do
     show_methods "$picture" "$name" "$width" "$height"
     show_displays "$name"
     show_bars "$name"
+    show_plates_and_jobs "$name"
 done
 
 echo
 echo "The pictures are in $out; look at these first:"
 for picture in "$@"; do
     name=$out/$(basename "${picture%.*}")
-    printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png" "$name-displays.png" "$name-bars.png"
+    printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png" "$name-displays.png" "$name-bars.png" \
+        "$name-plates.png"
 done
