@@ -56,61 +56,86 @@ private:
     V16 from_here_;
 };
 
-// Eight bits of the source from bit `from` of its first byte on; the second byte is read only when
-// some of `count` bits lie in it.
-inline unsigned gather_byte(const uint8_t *source, size_t from, size_t count) {
-    const unsigned pair = unsigned(source[0]) << 8 | (from + count > 8 ? source[1] : 0);
-    return pair << from >> 8 & 0xFF;
-}
+// Bytes that lie alike here and there: the runtime's copy costs more than rows this short take.
+template <class V>
+struct MoveBytes {
+    static constexpr size_t units = sizeof(V), source_bytes = 1, destination_bytes = 1;
 
-// Bits of a single destination byte.
-inline void copy_in_byte(uint8_t *destination, size_t to, const uint8_t *source, size_t from,
-                         size_t count) {
-    const unsigned mask = 0xFFu >> to & 0xFFu << (8 - to - count);
-    const unsigned value = gather_byte(source, from, count) >> to;
-    *destination = uint8_t((value & mask) | (*destination & ~mask));
-}
+    V load(const uint8_t *source) const { return rows::load<V>(source); }
+    void store(uint8_t *destination, V bytes) const { rows::store(destination, bytes); }
+};
+
+struct MoveEightBytes {
+    static constexpr size_t units = 8, source_bytes = 1, destination_bytes = 1;
+
+    V16 load(const uint8_t *source) const { return load_8(source); }
+    void store(uint8_t *destination, V16 bytes) const { store_8(destination, bytes); }
+};
+
+// A destination byte of which the run has some bits, or all. The second byte of the source is read
+// only when some of these lie in it.
+class PartOfByte {
+public:
+    PartOfByte(size_t to, size_t from, size_t count)
+        : down_(8 + to - from), mask_(0xFFu >> to & 0xFFu << (8 - to - count)),
+          reads_second_(from + count > 8) {}
+
+    void copy(uint8_t *destination, const uint8_t *source) const {
+        const unsigned pair = unsigned(source[0]) << 8 | (reads_second_ ? source[1] : 0);
+        *destination = uint8_t((pair >> down_ & mask_) | (*destination & ~mask_));
+    }
+
+private:
+    size_t down_;
+    unsigned mask_;
+    bool reads_second_;
+};
 
 // Runs of equal length and position: what is to be done is worked out once for all of them.
 template <class V>
 class BitRun {
 public:
     BitRun(size_t to, size_t from, size_t bits)
-        : to_(to), from_(from), head_(to == 0 ? 0 : std::min(8 - to, bits)),
-          shift_((from + head_) % 8), bytes_((bits - head_) / 8), tail_((bits - head_) % 8),
-          wide_(shift_), narrow_(shift_) {}
+        : from_(from), head_(to == 0 ? 0 : std::min(8 - to, bits)), shift_((from + head_) % 8),
+          bytes_((bits - head_) / 8), tail_((bits - head_) % 8), first_(to, from, head_),
+          last_(0, shift_, tail_), whole_(0, shift_, 8), wide_(shift_), narrow_(shift_) {}
 
     void copy(uint8_t *destination, const uint8_t *source) const {
         if (head_ != 0) {
-            copy_in_byte(destination, to_, source, from_, head_);
+            first_.copy(destination, source);
             ++destination;
             source += (from_ + head_) / 8;
         }
-        if (shift_ == 0)
-            std::memcpy(destination, source, bytes_);
+        constexpr size_t long_row = 4096; // from here on the runtime's own copy is as good
+        if (shift_ != 0)
+            copy_bytes(destination, source, wide_, narrow_);
+        else if (bytes_ < long_row)
+            copy_bytes(destination, source, MoveBytes<V>(), MoveEightBytes());
         else
-            copy_shifted(destination, source);
+            std::memcpy(destination, source, bytes_);
         if (tail_ != 0)
-            copy_in_byte(destination + bytes_, 0, source + bytes_, shift_, tail_);
+            last_.copy(destination + bytes_, source + bytes_);
     }
 
 private:
-    void copy_shifted(uint8_t *destination, const uint8_t *source) const {
-        run(destination, source, bytes_, wide_,
-            [this](uint8_t *to, const uint8_t *from, size_t bytes) {
-                run(to, from, bytes, narrow_,
-                    [this](uint8_t *to_byte, const uint8_t *from_byte, size_t left) {
-                        for (; left != 0; --left)
-                            *to_byte++ = uint8_t(gather_byte(from_byte++, shift_, 8));
-                    });
-            });
+    template <class Wide, class Narrow>
+    void copy_bytes(uint8_t *destination, const uint8_t *source, const Wide &wide,
+                    const Narrow &narrow) const {
+        run(destination, source, bytes_, wide, [&](uint8_t *to, const uint8_t *from, size_t bytes) {
+            run(to, from, bytes, narrow,
+                [this](uint8_t *to_byte, const uint8_t *from_byte, size_t left) {
+                    for (; left != 0; --left)
+                        whole_.copy(to_byte++, from_byte++);
+                });
+        });
     }
 
-    size_t to_, from_;
+    size_t from_;
     size_t head_;  // bits of a first byte that is not whole
     size_t shift_; // of the source once the destination is at a byte
     size_t bytes_; // whole ones
     size_t tail_;  // bits of a last byte that is not whole
+    PartOfByte first_, last_, whole_;
     ShiftBits<V> wide_;
     ShiftEightBytes narrow_;
 };
