@@ -8,7 +8,6 @@
 #include "rows/kernels/interleaving.h"
 #include "rows/kernels/row_kernels.h"
 #include "rows/kernels/runs.h"
-#include "rows/kernels/scaling_scalar.h"
 
 #include <array>
 
@@ -89,21 +88,44 @@ private:
     }
 };
 
+template <size_t factor>
+inline V16 enlarge_byte(unsigned byte) {
+    static constexpr NibbleTables<factor> tables;
+    return load_8(tables.high[byte >> 4].data()) | load_8(tables.low[byte & 15].data());
+}
+
+// Of one byte as many bytes as are wanted.
+template <size_t factor>
+inline void enlarge_last_byte(uint8_t *destination, unsigned byte, size_t bytes) {
+    uint8_t held[8];
+    store_8(held, enlarge_byte<factor>(byte));
+    std::memcpy(destination, held, bytes);
+}
+
 // Eight bytes are stored for each source byte; those too many belong to the next, or are left out.
 template <size_t factor>
-inline void enlarge_bits_by_table(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    static constexpr NibbleTables<factor> tables;
-    const auto enlarged = [](uint8_t byte) {
-        return load_8(tables.high[byte >> 4].data()) | load_8(tables.low[byte & 15].data());
-    };
+inline void enlarge_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
     constexpr size_t careful = (8 - 1) / factor; // bytes of the source
     for (; bytes > careful; --bytes, ++source, destination += factor)
-        store_8(destination, enlarged(*source));
-    for (; bytes != 0; --bytes, ++source, destination += factor) {
-        uint8_t held[8];
-        store_8(held, enlarged(*source));
-        std::memcpy(destination, held, factor);
-    }
+        store_8(destination, enlarge_byte<factor>(*source));
+    for (; bytes != 0; --bytes, ++source, destination += factor)
+        enlarge_last_byte<factor>(destination, *source, factor);
+}
+
+// By a factor below 8.
+template <class V, size_t factor>
+inline void enlarge_bits_by(uint8_t *destination, const uint8_t *source, size_t pixels) {
+    const size_t bytes = pixels / 8, left = pixels % 8;
+    if constexpr (factor == 2 || factor == 4)
+        run(destination, source, bytes, EnlargeBits<V, factor>{},
+            [](uint8_t *to, const uint8_t *from, size_t count) {
+                enlarge_bytes<factor>(to, from, count);
+            });
+    else
+        enlarge_bytes<factor>(destination, source, bytes);
+    if (left != 0)
+        enlarge_last_byte<factor>(destination + factor * bytes, source[bytes] & 0xFF00u >> left,
+                                  (left * factor + 7) / 8);
 }
 
 // --- runs ---------------------------------------------------------------------------------------
@@ -190,63 +212,50 @@ inline void gather_bits(uint8_t *destination, const uint8_t *source, size_t pixe
 
 template <class V>
 void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
-                     RowScaling *shorter, BitConversion *bit_to_byte) {
-    const size_t bytes = pixels / 8;
-    const auto run_shorter = [=](uint8_t *to, const uint8_t *from, size_t count) {
-        shorter(to, from, 8 * count, factor);
-    };
+                     BitConversion *bit_to_byte) {
     switch (factor) {
     case 1:
-        return enlarge_bits(destination, source, pixels, 1);
+        return gather_bits(destination, source, pixels, 1);
     case 2:
-        run(destination, source, bytes, EnlargeBits<V, 2>{}, run_shorter);
-        break;
+        return enlarge_bits_by<V, 2>(destination, source, pixels);
     case 3:
-        enlarge_bits_by_table<3>(destination, source, bytes);
-        break;
+        return enlarge_bits_by<V, 3>(destination, source, pixels);
     case 4:
-        run(destination, source, bytes, EnlargeBits<V, 4>{}, run_shorter);
-        break;
+        return enlarge_bits_by<V, 4>(destination, source, pixels);
     case 5:
-        enlarge_bits_by_table<5>(destination, source, bytes);
-        break;
+        return enlarge_bits_by<V, 5>(destination, source, pixels);
     case 6:
-        enlarge_bits_by_table<6>(destination, source, bytes);
-        break;
+        return enlarge_bits_by<V, 6>(destination, source, pixels);
     case 7:
-        enlarge_bits_by_table<7>(destination, source, bytes);
-        break;
+        return enlarge_bits_by<V, 7>(destination, source, pixels);
     case 8:
-        bit_to_byte(destination, source, pixels, 0xFF);
-        return;
-    default:
-        enlarge_bits_in_runs<V>(destination, source, pixels, factor);
-        return;
+        return bit_to_byte(destination, source, pixels, 0xFF);
     }
-    enlarge_bits(destination + factor * bytes, source + bytes, pixels % 8, factor);
+    enlarge_bits_in_runs<V>(destination, source, pixels, factor);
+}
+
+// The bytes that are full, and the rest of the row.
+template <class V, size_t factor>
+inline void reduce_bits_by(uint8_t *destination, const uint8_t *source, size_t pixels) {
+    const size_t bytes = pixels / factor / 8;
+    run(destination, source, bytes, ReduceBits<V, factor>{},
+        [](uint8_t *to, const uint8_t *from, size_t count) {
+            gather_bits(to, from, 8 * factor * count, factor);
+        });
+    gather_bits(destination + bytes, source + factor * bytes, pixels - 8 * factor * bytes, factor);
 }
 
 template <class V>
-void reduce_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
-                    RowScaling *shorter) {
-    const auto run_shorter = [=](uint8_t *to, const uint8_t *from, size_t count) {
-        shorter(to, from, 8 * factor * count, factor);
-    };
-    size_t bytes = pixels / factor / 8; // of the destination
+void reduce_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
     switch (factor) {
     case 2:
-        run(destination, source, bytes, ReduceBits<V, 2>{}, run_shorter);
-        break;
+        return reduce_bits_by<V, 2>(destination, source, pixels);
     case 4:
-        run(destination, source, bytes, ReduceBits<V, 4>{}, run_shorter);
-        break;
+        return reduce_bits_by<V, 4>(destination, source, pixels);
     case 8:
-        run(destination, source, bytes, ReduceBits<V, 8>{}, run_shorter);
-        break;
-    default:
-        bytes = 0;
+        return reduce_bits_by<V, 8>(destination, source, pixels);
     }
-    gather_bits(destination + bytes, source + factor * bytes, pixels - 8 * factor * bytes, factor);
+    gather_bits(destination, source, pixels, factor);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// The table of an instruction set: every kind of row by vectors V, and what is too short for them
-// by another table.
+// The table of an instruction set: every kind of row by vectors V, and pixels that are too few for
+// them by another table.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
@@ -16,12 +16,11 @@ template <class V, const ScalingKernels &shorter, BitConversion *bits_to_bytes>
 struct WideScaling {
     static void enlarge_bits(uint8_t *destination, const uint8_t *source, size_t pixels,
                              size_t factor) {
-        enlarge_bit_row<V>(destination, source, pixels, factor, shorter.enlarge_bits,
-                           bits_to_bytes);
+        enlarge_bit_row<V>(destination, source, pixels, factor, bits_to_bytes);
     }
     static void reduce_bits(uint8_t *destination, const uint8_t *source, size_t pixels,
                             size_t factor) {
-        reduce_bit_row<V>(destination, source, pixels, factor, shorter.reduce_bits);
+        reduce_bit_row<V>(destination, source, pixels, factor);
     }
     template <class Pixel, PixelKind kind>
     static void enlarge(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
