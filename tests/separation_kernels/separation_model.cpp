@@ -2,6 +2,7 @@
 #include "tests/separation_kernels/separation_model.h"
 
 #include <algorithm>
+#include <map>
 #include <vector>
 
 namespace q32::test::model {
@@ -39,27 +40,27 @@ Number power(unsigned base, int exponent) {
     return result;
 }
 
-// (value / 255) to the power of 100 / amount, times 255, cut off: the largest b with
-// (b / 255)^amount <= (value / 255)^100.
-int bent(int value, int amount) {
-    if (value == 0)
-        return 0;
-    const Number right = power(static_cast<unsigned>(value), 100);
-    const auto fits = [&](int b) {
-        Number left = power(255, 100 - amount);
-        for (int i = 0; i < amount; ++i)
-            left *= static_cast<unsigned>(b);
-        return left <= right;
-    };
-    int low = 0, high = 255; // low fits, high + 1 does not
-    while (low < high) {
-        const int middle = (low + high + 1) / 2;
-        if (fits(middle))
-            low = middle;
-        else
-            high = middle - 1;
-    }
-    return low;
+// Whether (b / 255)^amount <= (value / 255)^100.
+bool is_below(int b, int value, int amount) {
+    Number left = power(255, 100 - amount);
+    for (int i = 0; i < amount; ++i)
+        left *= static_cast<unsigned>(b);
+    return left <= power(static_cast<unsigned>(value), 100);
+}
+
+// (value / 255) to the power of 100 / amount, times 255, cut off.
+using Curve = std::array<int, 256>;
+const Curve &bent(int amount) {
+    static std::map<int, Curve> curves;
+    const auto [found, made] = curves.try_emplace(amount);
+    if (made)
+        for (int value = 1; value < 256; ++value) {
+            int &b = found->second[std::size_t(value)];
+            b = found->second[std::size_t(value - 1)];
+            while (b < 255 && is_below(b + 1, value, amount))
+                ++b;
+        }
+    return found->second;
 }
 
 } // namespace
@@ -75,7 +76,7 @@ Separation separation(const Inks &inks) {
             curve[std::size_t(s + k)] = (k * 255 + (255 - s) / 2) / (255 - s);
         if (inks.amount < 100)
             for (int i = s; i < 255; ++i)
-                curve[std::size_t(i)] = bent(curve[std::size_t(i)], inks.amount);
+                curve[std::size_t(i)] = bent(inks.amount)[std::size_t(curve[std::size_t(i)])];
         curve[255] = 255;
         // Levels of black up to this one have their grey.
         int filled = -1;
