@@ -115,8 +115,7 @@ TEST_F(DispatchCallbacks, QuestionsAtTheBeginning) {
     expect_rest({"2 begins 1 2 3 4", "2 steps 2", "2 ends 10 10 10 10"});
 }
 
-// --- while a step is made
-// --------------------------------------------------------------------------
+// --- while a step is made ----------------------------------------------------------------------
 
 // The step within a step is the next one.
 TEST_F(DispatchCallbacks, AStepWithinAStep) {

@@ -125,8 +125,7 @@ TEST_F(DispatchQueries, WaitingForNobody) {
     }
 }
 
-// --- the rectangles of the current owner
-// -----------------------------------------------------------
+// --- the rectangles of the current owner -------------------------------------------------------
 
 TEST_F(DispatchQueries, CurrentRectangles) {
     HGLOBAL block = reinterpret_cast<HGLOBAL>(77);
