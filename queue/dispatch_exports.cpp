@@ -46,9 +46,11 @@ void wait_for(std::uint32_t owner) {
         dispatch_until_owner_changes();
 }
 
+// As the table is at one moment: other threads may add to it meanwhile.
 HGLOBAL rectangles_of_current_owner() {
     const std::uint32_t owner = dispatcher.current_owner();
-    const int count = 1 + dispatcher.waiting().count_of(owner);
+    const WaitingJobs waiting = dispatcher.waiting();
+    const int count = 1 + waiting.count_of(owner);
     auto *const rects =
         global_alloc<DispatchRects>(GPTR, sizeof(std::int32_t) + std::size_t(count) * sizeof(RECT));
     if (rects == nullptr)
@@ -56,7 +58,7 @@ HGLOBAL rectangles_of_current_owner() {
     rects->count = count;
     RECT *next = rects->rectangles;
     *next++ = dispatcher.current_rectangle();
-    for (const WaitingJob &job : dispatcher.waiting())
+    for (const WaitingJob &job : waiting)
         if (job.owner == owner)
             *next++ = job.rectangle;
     return rects;

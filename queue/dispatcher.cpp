@@ -14,34 +14,41 @@ bool has_steps(const WaitingJob &job) {
 
 } // namespace
 
-// --- the current job
-// ------------------------------------------------------------------------------
+// --- the current job ---------------------------------------------------------------------------
 
 int Dispatcher::call_back(int message, std::intptr_t parameter) const {
     const DispatchDesc &description = current_.description;
     return description.callback(message, current_.owner, parameter, description.user_data);
 }
 
-void Dispatcher::begin(const WaitingJob &job) {
+// False when the callback has put another job, or none, in its place.
+bool Dispatcher::begin(const WaitingJob &job) {
+    const unsigned serial = ++last_serial_;
     current_ = {.owner = job.owner,
-                .serial = ++last_serial_,
+                .serial = serial,
                 .description = job.description,
                 .rectangle = job.rectangle,
                 .end_rectangle = job.end_rectangle,
                 .steps = JobSteps(job.mode, job.rectangle, job.description)};
     const RECT announced = current_.steps.announced();
     call_back(D32_BEGIN, as_parameter(announced));
+    return is_still_current(serial);
 }
 
-// Whatever is current is forgotten, if there is a next one.
+// Whatever is current is forgotten, if there is a next one. False when there is none, too.
 bool Dispatcher::begin_next(std::uint32_t preferred) {
     WaitingJob *const next = waiting_.next(preferred);
     if (next == nullptr)
         return false;
     const WaitingJob job = *next;
     *next = {};
-    begin(job);
-    return true;
+    return begin(job);
+}
+
+// False in the same cases.
+bool Dispatcher::give_way_to_next(std::uint32_t preferred) {
+    current_ = {.serial = ++last_serial_};
+    return begin_next(preferred);
 }
 
 // False when the callback has put another job, or none, in its place.
@@ -59,24 +66,18 @@ bool Dispatcher::deliver_end() {
 }
 
 void Dispatcher::end_and_begin_next(std::uint32_t preferred) {
-    if (!deliver_end())
-        return;
-    current_ = {.serial = ++last_serial_};
-    begin_next(preferred);
+    if (deliver_end())
+        give_way_to_next(preferred);
 }
 
-// --- steps
-// ----------------------------------------------------------------------------------------
+// --- steps -------------------------------------------------------------------------------------
 
 // The place moves on before the callback is called: one that dispatches gets the next step, and
-// every step is made once.
+// every step is made once. A job that is being told of its end, further out, has none left. What a
+// callback puts in a job's place is stepped by the next call.
 bool Dispatcher::dispatch() {
-    if (current_.owner == 0)
-        begin_next(0);
-    else if (current_.ending)
-        end_and_begin_next(current_.owner);
-    if (current_.owner == 0)
-        return false;
+    if ((current_.owner == 0 || current_.ending) && !give_way_to_next(current_.owner))
+        return current_.owner != 0;
     const unsigned serial = current_.serial;
     bool goes_on = true;
     if (!current_.steps.done()) {
@@ -89,8 +90,7 @@ bool Dispatcher::dispatch() {
     return current_.owner != 0;
 }
 
-// --- requests
-// -------------------------------------------------------------------------------------
+// --- requests ----------------------------------------------------------------------------------
 
 // With nothing to do the next of those that wait begins instead. If none does, whatever is current
 // stays so, even a job that has just been told of its end: it is stepped further.

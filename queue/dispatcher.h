@@ -42,9 +42,11 @@ private:
     int call_back(int message, std::intptr_t parameter) const;
     bool is_still_current(unsigned serial) const { return current_.serial == serial; }
 
-    void begin(const WaitingJob &job);
+    bool begin(const WaitingJob &job);
     bool begin_next(std::uint32_t preferred);
+    bool give_way_to_next(std::uint32_t preferred);
     bool begin_request(const WaitingJob &request);
+    bool begin_successor(std::uint32_t preferred);
     bool deliver_end();
     void end_and_begin_next(std::uint32_t preferred);
     void drain();

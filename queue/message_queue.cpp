@@ -53,8 +53,7 @@ private:
     LockedBlock block_{queue.entries};
 };
 
-// --- messages
-// -------------------------------------------------------------------------------------
+// --- messages ----------------------------------------------------------------------------------
 
 void free_message(Entry message) {
     GlobalFree(message->data);
@@ -125,8 +124,7 @@ int discard_messages() {
     return int(std::exchange(queue.count, 0));
 }
 
-// --- the queue
-// ------------------------------------------------------------------------------------
+// --- the queue ---------------------------------------------------------------------------------
 
 bool create(std::uint32_t owner) {
     constexpr SIZE_T bytes = entries_per_growth * sizeof(Entry);
@@ -149,14 +147,14 @@ void destroy() {
     GlobalFree(std::exchange(queue.entries, nullptr));
     queue.owner = 0;
     queue.capacity = 0;
+    queue.count = 0; // also of messages that could not be got at
     DeleteCriticalSection(&queue.lock);
 }
 
 } // namespace
 } // namespace q32::queue
 
-// --- exports
-// --------------------------------------------------------------------------------------
+// --- exports -----------------------------------------------------------------------------------
 
 using namespace q32::queue;
 
