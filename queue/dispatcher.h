@@ -46,7 +46,6 @@ private:
     bool begin_next(std::uint32_t preferred);
     bool give_way_to_next(std::uint32_t preferred);
     bool begin_request(const WaitingJob &request);
-    bool begin_successor(std::uint32_t preferred);
     bool deliver_end();
     void end_and_begin_next(std::uint32_t preferred);
     void drain();
