@@ -19,6 +19,18 @@ inline unsigned bit_of(const uint8_t *source, size_t pixel) {
     return unsigned(source[pixel / 8]) >> (7 - pixel % 8) & 1;
 }
 
+// What takes over where a vector finds too little.
+template <class V>
+struct Narrower {
+    using Vector = V16;
+};
+#ifdef __AVX512VBMI__
+template <>
+struct Narrower<V64> {
+    using Vector = V32;
+};
+#endif
+
 // --- twice --------------------------------------------------------------------------------------
 
 // Bytes of four bits to bytes with each of them twice.
@@ -97,9 +109,10 @@ inline V16 enlarge_byte(unsigned byte) {
 // Of one byte as many bytes as are wanted.
 template <size_t factor>
 inline void enlarge_last_byte(uint8_t *destination, unsigned byte, size_t bytes) {
-    uint8_t held[8];
-    store_8(held, enlarge_byte<factor>(byte));
-    std::memcpy(destination, held, bytes);
+    std::uint64_t held;
+    store_8(reinterpret_cast<uint8_t *>(&held), enlarge_byte<factor>(byte));
+    for (; bytes != 0; --bytes, held >>= 8)
+        *destination++ = uint8_t(held); // copying would be a call
 }
 
 // Eight bytes are stored for each source byte; those too many belong to the next, or are left out.
@@ -112,15 +125,23 @@ inline void enlarge_bytes(uint8_t *destination, const uint8_t *source, size_t by
         enlarge_last_byte<factor>(destination, *source, factor);
 }
 
+template <class V, size_t factor>
+inline void double_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
+    run(destination, source, bytes, EnlargeBits<V, factor>{},
+        [](uint8_t *to, const uint8_t *from, size_t count) {
+            if constexpr (sizeof(V) > sizeof(V16))
+                double_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
+            else
+                enlarge_bytes<factor>(to, from, count);
+        });
+}
+
 // By a factor below 8.
 template <class V, size_t factor>
 inline void enlarge_bits_by(uint8_t *destination, const uint8_t *source, size_t pixels) {
     const size_t bytes = pixels / 8, left = pixels % 8;
     if constexpr (factor == 2 || factor == 4)
-        run(destination, source, bytes, EnlargeBits<V, factor>{},
-            [](uint8_t *to, const uint8_t *from, size_t count) {
-                enlarge_bytes<factor>(to, from, count);
-            });
+        double_bytes<V, factor>(destination, source, bytes);
     else
         enlarge_bytes<factor>(destination, source, bytes);
     if (left != 0)
@@ -234,14 +255,22 @@ void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels,
     enlarge_bits_in_runs<V>(destination, source, pixels, factor);
 }
 
+template <class V, size_t factor>
+inline void halve_to_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
+    run(destination, source, bytes, ReduceBits<V, factor>{},
+        [](uint8_t *to, const uint8_t *from, size_t count) {
+            if constexpr (sizeof(V) > sizeof(V16))
+                halve_to_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
+            else
+                gather_bits(to, from, 8 * factor * count, factor);
+        });
+}
+
 // The bytes that are full, and the rest of the row.
 template <class V, size_t factor>
 inline void reduce_bits_by(uint8_t *destination, const uint8_t *source, size_t pixels) {
     const size_t bytes = pixels / factor / 8;
-    run(destination, source, bytes, ReduceBits<V, factor>{},
-        [](uint8_t *to, const uint8_t *from, size_t count) {
-            gather_bits(to, from, 8 * factor * count, factor);
-        });
+    halve_to_bytes<V, factor>(destination, source, bytes);
     gather_bits(destination + bytes, source + factor * bytes, pixels - 8 * factor * bytes, factor);
 }
 

@@ -115,21 +115,27 @@ inline void store_last_run(uint8_t *destination, size_t run_bytes, V pixels) {
     std::memcpy(destination + done, rest, run_bytes - done);
 }
 
-// Runs reach into the next ones, which are stored later, as long as those are long enough.
+// Runs reach into the next ones, which are stored later, as long as those are long enough. The last
+// ones are put together elsewhere, unless they are one that is long.
 template <class V, class Pixel>
 void enlarge_in_runs(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
     constexpr size_t bytes = Pixel::bytes;
     const size_t run_bytes = bytes * factor;
-    const size_t careful = std::min(pixels, (sizeof(V) - 1 + run_bytes - 1) / run_bytes);
+    const size_t last = std::min(pixels, (sizeof(V) - 1 + run_bytes - 1) / run_bytes);
     const auto repeated = [&] { return repeat_pixel<V, bytes>(load_pixel<Pixel>(source)); };
+    const auto store_runs = [&](uint8_t *to, size_t count) {
+        for (; count != 0; --count, source += bytes, to += run_bytes)
+            store_run<V, bytes>(to, run_bytes, repeated());
+    };
 
-    for (size_t left = pixels - careful; left != 0; --left, source += bytes) {
-        store_run<V, bytes>(destination, run_bytes, repeated());
-        destination += run_bytes;
-    }
-    for (size_t left = careful; left != 0; --left, source += bytes) {
+    store_runs(destination, pixels - last);
+    destination += (pixels - last) * run_bytes;
+    if (run_bytes < sizeof(V)) {
+        uint8_t row_end[3 * sizeof(V)];
+        store_runs(row_end, last);
+        std::memcpy(destination, row_end, last * run_bytes);
+    } else if (last != 0) {
         store_last_run<V, bytes>(destination, run_bytes, repeated());
-        destination += run_bytes;
     }
 }
 
