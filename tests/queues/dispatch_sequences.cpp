@@ -89,10 +89,13 @@ private:
 
     int answer(int message, uint32_t owner, intptr_t parameter, std::size_t job) {
         const bool number = message == D32_STEP && modes_.at(job) == D32_STEPS;
+        const auto text = [=] {
+            return number ? std::to_string(parameter)
+                          : text_of(*reinterpret_cast<const RECT *>(parameter));
+        };
+        const std::string received = text();
         line("message " + std::to_string(message) + " for " + std::to_string(owner) + ", job " +
-             std::to_string(job) + ": " +
-             (number ? std::to_string(parameter)
-                     : text_of(*reinterpret_cast<const RECT *>(parameter))));
+             std::to_string(job) + ": " + received);
         const std::uint64_t place = messages_++;
         if (place >= most_messages)
             return 0;
@@ -105,6 +108,8 @@ private:
                 perform(random_operation(random, sequence_));
             }
         --depth_;
+        if (text() != received)
+            line("changed meanwhile to " + text());
         return reply;
     }
 
