@@ -196,6 +196,15 @@ BARS
     printf '%-52s %s\n' "$out/$1-bars.png" "the ramps of a colour picker"
 }
 
+# The viewer's window, with a picture and with its test card.
+show_viewer() { # PICTURE
+    local viewer=build/win32/bin/q32view.exe
+    scripts/wine-run "$viewer" "$1" --size 640x440 --whole-window --screenshot "$out/viewer.png"
+    scripts/wine-run "$viewer" --test-card --size 640x440 --whole-window \
+        --screenshot "$out/viewer-test-card.png"
+    printf '%-52s %s\n' "$out/viewer.png" "the viewer, and its test card beside it"
+}
+
 (($#)) || set -- "$photograph"
 rm -rf "$out"
 mkdir -p "$swap"
@@ -215,6 +224,7 @@ for picture in "$@"; do
     show_displays "$name"
     show_bars "$name"
 done
+show_viewer "$(cd "$callers_folder" && realpath "$1")"
 
 echo
 echo "The pictures are in $out; look at these first:"
@@ -222,3 +232,4 @@ for picture in "$@"; do
     name=$out/$(basename "${picture%.*}")
     printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png" "$name-displays.png" "$name-bars.png"
 done
+printf '    %s\n' "$out/viewer.png" "$out/viewer-test-card.png"
