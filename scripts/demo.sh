@@ -210,6 +210,15 @@ show_plates_and_jobs() { # NAME
     q32tool jobs "$out/$1-jobs.png" </dev/null | sed 1d | indented
 }
 
+# The viewer's window, with a picture and with its test card.
+show_viewer() { # PICTURE
+    local viewer=build/win32/bin/q32view.exe
+    scripts/wine-run "$viewer" "$1" --size 640x440 --whole-window --screenshot "$out/viewer.png"
+    scripts/wine-run "$viewer" --test-card --size 640x440 --whole-window \
+        --screenshot "$out/viewer-test-card.png"
+    printf '%-52s %s\n' "$out/viewer.png" "the viewer, and its test card beside it"
+}
+
 (($#)) || set -- "$photograph"
 rm -rf "$out"
 mkdir -p "$swap"
@@ -230,6 +239,7 @@ for picture in "$@"; do
     show_bars "$name"
     show_plates_and_jobs "$name"
 done
+show_viewer "$(cd "$callers_folder" && realpath "$1")"
 
 echo
 echo "The pictures are in $out; look at these first:"
@@ -238,3 +248,4 @@ for picture in "$@"; do
     printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png" "$name-displays.png" "$name-bars.png" \
         "$name-plates.png"
 done
+printf '    %s\n' "$out/viewer.png" "$out/viewer-test-card.png"

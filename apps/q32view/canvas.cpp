@@ -143,7 +143,7 @@ void Canvas::scroll_to(Place scroll) {
 }
 
 void Canvas::handle_scroll_bar(int bar, int code) {
-    if (LongWork::is_under_way())
+    if (Busy::is_anything())
         return;
     const bool across = bar == SB_HORZ;
     Place to = view_.scroll();
@@ -215,7 +215,7 @@ bool Canvas::handle_key(WPARAM key) {
 
 void Canvas::handle_button(Place at) {
     SetFocus(GetParent(window_));
-    if (LongWork::is_under_way() || view_.most_scroll() == Place{})
+    if (Busy::is_anything() || view_.most_scroll() == Place{})
         return;
     drag_from_ = at;
     drag_scroll_ = view_.scroll();
@@ -224,7 +224,7 @@ void Canvas::handle_button(Place at) {
 }
 
 void Canvas::handle_drag(Place to) {
-    if (GetCapture() == window_ && !LongWork::is_under_way())
+    if (GetCapture() == window_ && !Busy::is_anything())
         scroll_to(drag_scroll_ - (to - drag_from_));
 }
 

@@ -53,11 +53,12 @@ void fill_around(HDC dc, const Box &box, const Box &spared) {
 
 } // namespace
 
-// While some work is under way the window stays invalid, and is painted when it has ended.
+// While something else is being done the window stays invalid, and is painted when that has ended.
 void Canvas::handle_paint() {
-    if (LongWork::is_under_way())
+    if (Busy::is_anything())
         return;
     prepare();
+    const Busy busy;
     const std::vector<Box> boxes = boxes_of_update_region(window_);
     const Painting painting(window_);
     try {

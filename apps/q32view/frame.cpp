@@ -31,7 +31,7 @@ Extent client_extent(HWND window) {
     return {area.right, area.bottom};
 }
 
-// Messages that would begin something new, while something is under way.
+// Messages that begin something new.
 bool is_request(UINT message) {
     return message == WM_COMMAND || message == WM_DROPFILES || message == WM_CLOSE ||
            message == WM_KEYDOWN || message == WM_MOUSEWHEEL;
@@ -72,11 +72,11 @@ LRESULT CALLBACK Frame::procedure(HWND window, UINT message, WPARAM wide, LPARAM
                             : DefWindowProcW(window, message, wide, param);
 }
 
-// The system calls; nothing may be thrown at it.
+// The system calls; nothing may be thrown at it. What is asked for while something else is being
+// done comes again when that has ended.
 LRESULT Frame::handle_guarded(UINT message, WPARAM wide, LPARAM param) {
-    if (LongWork::is_under_way() && is_request(message)) {
-        if (message == WM_DROPFILES)
-            DragFinish(reinterpret_cast<HDROP>(wide));
+    if (Busy::is_anything() && is_request(message)) {
+        PostMessageW(window_, message, wide, param);
         return 0;
     }
     try {

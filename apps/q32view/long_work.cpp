@@ -11,8 +11,6 @@ namespace {
 constexpr DWORD patience = 200; // milliseconds until the pointer waits
 constexpr DWORD pause = 50;     // between two looks at the keyboard
 
-int under_way = 0;
-
 // Other keys that were typed meanwhile are dropped: they were meant for what is not there yet.
 bool was_stop_asked_for() {
     MSG message;
@@ -25,12 +23,9 @@ bool was_stop_asked_for() {
 } // namespace
 
 LongWork::LongWork(StatusBar &status, std::string what)
-    : status_(status), what_(std::move(what)), start_(GetTickCount()), last_shown_(start_) {
-    ++under_way;
-}
+    : status_(status), what_(std::move(what)), start_(GetTickCount()), last_shown_(start_) {}
 
 LongWork::~LongWork() {
-    --under_way;
     if (!shown_)
         return;
     SetCursor(cursor_before_);
@@ -63,10 +58,6 @@ void LongWork::show(int done, int total) {
         cursor_before_ = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
     const int percent = total > 0 ? static_cast<int>(100LL * done / total) : 0;
     status_.say(what_ + ": " + std::to_string(percent) + " % (Esc stops)");
-}
-
-bool LongWork::is_under_way() {
-    return under_way > 0;
 }
 
 } // namespace apps::q32view

@@ -8,6 +8,21 @@
 
 namespace apps::q32view {
 
+// While one lives, nothing else may begin: messages that other programs send still come in, when
+// the system waits for those programs.
+class Busy {
+public:
+    Busy() { ++count_; }
+    ~Busy() { --count_; }
+    Busy(const Busy &) = delete;
+    Busy &operator=(const Busy &) = delete;
+
+    static bool is_anything() { return count_ > 0; }
+
+private:
+    static inline int count_ = 0;
+};
+
 class LongWork {
 public:
     // what: "reading bee.jpg"
@@ -27,12 +42,10 @@ public:
     // Throws Cancelled when it was to stop.
     void check() const;
 
-    // Whether some work is under way now: messages that others send come in meanwhile.
-    static bool is_under_way();
-
 private:
     void show(int done, int total);
 
+    Busy busy_;
     StatusBar &status_;
     std::string what_;
     DWORD start_;

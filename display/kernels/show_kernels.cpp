@@ -44,6 +44,7 @@ constexpr ShowKernels avx2_table = [] {
 
 constexpr ShowKernels avx512_table = [] {
     ShowKernels table = avx2_table;
+    table.colours_of_indices = colours_of_indices_avx512;
     table.bits_of_greys = bits_of_greys_avx512;
     table.cube_indices = cube_indices_avx512;
     table.planes = planes_avx512;

@@ -51,7 +51,8 @@ struct ShowKernels {
     // no pixel are cleared.
     BitsOfGreys *bits_of_greys;
 
-    // Places in the display palette, by colour_cube.h.
+    // Places in the display palette, by colour_cube.h. Thresholds from 1 on, as there is nothing
+    // above the last level.
     CubeIndices *cube_indices;
 
     // Four rows of bits, plane_bytes apart and each of that size, written whole: red, green, blue

@@ -6,7 +6,8 @@
 
 namespace q32::display {
 
-ColoursOfIndices colours_of_indices_sse2, colours_of_indices_sse41, colours_of_indices_avx2;
+ColoursOfIndices colours_of_indices_sse2, colours_of_indices_sse41, colours_of_indices_avx2,
+    colours_of_indices_avx512;
 GreyLevels grey_levels_sse2, grey_levels_avx2;
 BitsOfGreys bits_of_greys_sse2, bits_of_greys_sse41, bits_of_greys_avx2, bits_of_greys_avx512;
 CubeIndices cube_indices_sse2, cube_indices_sse41, cube_indices_avx2, cube_indices_avx512;

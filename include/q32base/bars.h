@@ -7,9 +7,9 @@
  *     colour bar   from one colour to another, channel by channel, or once around the colour circle
  *     hue field    all hues along one side, saturation and brightness across
  *
- * Ramps. A ramp of n steps from a to b is a + i x (b - a) / n + 0.5, truncated, at step i; it never
- * reaches b: a grey bar of 256 columns from 0 to 255 ends at 254. The value runs in double
- * precision, the step being added once for each.
+ * Ramps. A ramp of n steps from a to b is a + i x (b - a) / n + 0.5, truncated, at step i = 0 to
+ * n - 1: it stops one step before b. A grey bar of 256 columns from 0 to 255 ends at 254. The value
+ * runs in double precision, the step being added once for each.
  *
  * Colours are COLORREF values: 0x00bbggrr; the upper 8 bits are ignored.
  *

@@ -3,6 +3,8 @@
 #include "tests/bars/context_fixture.h"
 #include "tests/frame/misaligned.h"
 
+#include <tuple>
+
 namespace q32::test {
 namespace {
 
@@ -115,6 +117,31 @@ TEST_F(BarsOnContexts, AsRunsOnEveryTypeOfDevice) {
         }
     }
     expect_no_report();
+}
+
+// No options: greys in 128 levels, and palettes of the foreground.
+TEST_F(BarsOnContexts, OnPaletteDevices) {
+    use_type(DISP32_PALETTE);
+    std::vector<BOOL> background;
+    Bytes indices;
+    const Replaced<call::SelectPalette> select([&](HDC dc, HPALETTE palette, BOOL force) {
+        background.push_back(force);
+        return call::SelectPalette::real(dc, palette, force);
+    });
+    const Replaced<call::SetDIBitsToDevice> draw([&](auto... arguments) {
+        const auto all = std::tuple(arguments...);
+        const auto *const bits = static_cast<const unsigned char *>(std::get<9>(all));
+        indices.assign(bits, bits + 4);
+        return call::SetDIBitsToDevice::real(arguments...);
+    });
+    Canvas canvas(4, 1);
+    const RECT four{0, 0, 4, 1};
+    EXPECT_SUCCESS(api().q32RectDrawGrayBar(canvas.dc(), &four, 0, 255, 1));
+    EXPECT_EQ(indices, (Bytes{0, 32, 64, 95})); // 0, 64, 128, 191
+    EXPECT_EQ(background, (std::vector<BOOL>{FALSE, FALSE}));
+    EXPECT_SUCCESS(api().q32RectDrawColorBar(canvas.dc(), &four, 0x000000FF, 0x000000FF, 1, 0));
+    EXPECT_EQ(indices, (Bytes{180, 180, 180, 180}));
+    EXPECT_EQ(background, (std::vector<BOOL>{FALSE, FALSE, FALSE, FALSE}));
 }
 
 // --- nothing to draw -------------------------------------------------------------------------

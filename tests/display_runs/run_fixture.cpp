@@ -158,6 +158,9 @@ Flush RunTest::flush_of(const Drawing &drawing, const RunSpec &spec) {
     const int bytes = int(model::row_bytes(spec));
     const int plane = (drawing.width + 15) / 16 * 2;
     const bool independent = strip == model::Strip::places || strip == model::Strip::colours;
+    EXPECT_GT(bytes, 0) << "an empty rectangle draws nothing";
+    if (bytes <= 0)
+        return flush;
     EXPECT_EQ(drawing.independent, independent);
     EXPECT_EQ(drawing.dc, dc());
     if (independent)

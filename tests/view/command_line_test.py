@@ -42,7 +42,7 @@ class Pictures(ViewCase):
         self.shot("folder", says="folder: this is a directory")
 
     def test_too_wide(self):
-        wide = pictures.png_file(30001, 1, [b"\0" * 30001], pictures.PNG_GREY)
+        wide = pictures.png_file(32001, 1, [b"\0" * 32001], pictures.PNG_GREY)
         self.shot(self.write("wide.png", wide), says="module 4")
 
     def test_screenshots_that_cannot_be_written(self):

@@ -1,7 +1,7 @@
 """Pictures that are dropped on the window, and those that cannot be shown."""
 
 import pictures
-from view_case import ACTUAL, ViewCase
+from view_case import ACTUAL, DONE, ViewCase
 
 SIZE = ["--size", "120x90"]
 
@@ -49,3 +49,8 @@ class Opening(ViewCase):
             says = viewer.do("told:none.png", "says", "title")
             self.assertEqual(says, ["none.png: no such file", "q32view"])
             self.assertEqual(set(viewer.view().colours()), {(128, 128, 128)})
+
+    def test_closing(self):
+        name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
+        with self.viewer(name, *SIZE, ended_with=DONE) as viewer:
+            viewer.do("close")

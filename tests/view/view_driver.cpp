@@ -1,16 +1,22 @@
 // Uses q32view as a user would, from another process: view_driver STEP...
-// Each step is a word, and what belongs to it behind a colon. When the next begins this one is
-// done, unless it is said otherwise:
+// Each step is a word, and what belongs to it behind a colon. What a user would do is put into the
+// window's queue, where it is done in this order:
 //     command:ID            a menu command
-//     post:ID, type:VK      a menu command, a key: on their way when the next step begins
-//     key:VK                a key that the menu does not know
+//     key:VK                a key
 //     wheel:TURN,X,Y        over a point of the canvas
 //     drag:X,Y,X,Y          with the left button, from and to a point of the canvas
 //     bar:BAR,CODE,PLACE    BAR 0 across, 1 down; CODE a SB_ value, PLACE where a thumb is dragged
-//     to drop:FILE             a file on the window; on its way spoil                 makes the
-//     canvas invalid size:W,H              of the whole window says, title           prints the
-//     status bar's message, the window's title told:TEXT, titled:TEXT   waits until the message,
-//     the title begins so close                 and waits until the program has ended
+//     to drop:FILE             a file on the window palettes              as if another window's
+//     palette had changed the colours
+// Steps that are done when the next begins:
+//     keep:FROM,TO          waits for a file, and moves it, replacing an older one
+//     told:TEXT, titled:TEXT   waits until the status bar's message, the title begins so
+//     says, title           prints them
+//     spoil                 makes the canvas invalid
+//     size:W,H              of the whole window
+//     close                 and waits until the program has ended: Wine waits two seconds for a
+//                           window manager to take the window away
+//     end                   ends the program at once, if it still answers
 // Exit code: 0; 1 when the window does not come, or does not do what is asked of it.
 #include <windows.h>
 
@@ -95,14 +101,14 @@ bool drop(const std::wstring &path) {
 bool wheel(const std::vector<int> &values) {
     POINT at = {values[1], values[2]};
     ClientToScreen(canvas, &at);
-    return send(frame, WM_MOUSEWHEEL, static_cast<WPARAM>(MAKELONG(0, values[0])),
+    return post(frame, WM_MOUSEWHEEL, static_cast<WPARAM>(MAKELONG(0, values[0])),
                 MAKELPARAM(at.x, at.y));
 }
 
 bool drag(const std::vector<int> &values) {
-    return send(canvas, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(values[0], values[1])) &&
-           send(canvas, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(values[2], values[3])) &&
-           send(canvas, WM_LBUTTONUP, 0, MAKELPARAM(values[2], values[3]));
+    return post(canvas, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(values[0], values[1])) &&
+           post(canvas, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(values[2], values[3])) &&
+           post(canvas, WM_LBUTTONUP, 0, MAKELPARAM(values[2], values[3]));
 }
 
 std::wstring text_of(HWND window) {
@@ -135,10 +141,20 @@ bool close() {
     return ended;
 }
 
+bool end() {
+    const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, process_id);
+    const bool ended = send(frame, WM_NULL) && TerminateProcess(process, 0);
+    CloseHandle(process);
+    return ended;
+}
+
 bool keep(const std::wstring &names) {
     const size_t comma = names.find(L',');
-    return MoveFileExW(names.substr(0, comma).c_str(), names.substr(comma + 1).c_str(),
-                       MOVEFILE_REPLACE_EXISTING) != 0;
+    const std::wstring from = names.substr(0, comma), to = names.substr(comma + 1);
+    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
+        if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING))
+            return true;
+    return false;
 }
 
 bool take_step(const std::wstring &word, const std::wstring &value) {
@@ -155,29 +171,27 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
     if (word == L"title")
         return print_text(frame);
     if (word == L"spoil")
-        return RedrawWindow(canvas, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW) != 0;
+        return InvalidateRect(canvas, nullptr, FALSE) != 0;
     if (word == L"palettes")
-        return send(frame, WM_QUERYNEWPALETTE) &&
-               send(frame, WM_PALETTECHANGED, reinterpret_cast<WPARAM>(GetDesktopWindow()));
+        return post(frame, WM_QUERYNEWPALETTE, 0, 0) &&
+               post(frame, WM_PALETTECHANGED, reinterpret_cast<WPARAM>(GetDesktopWindow()), 0);
     if (word == L"close")
         return close();
+    if (word == L"end")
+        return end();
     const std::vector<int> list = numbers(value.c_str());
     const WPARAM first = static_cast<WPARAM>(list[0]);
     if (word == L"command")
-        return send(frame, WM_COMMAND, first);
-    if (word == L"post")
         return post(frame, WM_COMMAND, first, 0);
-    if (word == L"type")
-        return post(frame, WM_KEYDOWN, first, 1) && post(frame, WM_KEYUP, first, 1);
     if (word == L"key")
-        return send(frame, WM_KEYDOWN, first, 1);
+        return post(frame, WM_KEYDOWN, first, 1) && post(frame, WM_KEYUP, first, 1);
     if (word == L"wheel")
         return wheel(list);
     if (word == L"drag")
         return drag(list);
     if (word == L"bar")
-        return send(canvas, list[0] == 0 ? WM_HSCROLL : WM_VSCROLL,
-                    static_cast<WPARAM>(MAKELONG(list[1], list[2])));
+        return post(canvas, list[0] == 0 ? WM_HSCROLL : WM_VSCROLL,
+                    static_cast<WPARAM>(MAKELONG(list[1], list[2])), 0);
     return word == L"size" && SetWindowPos(frame, nullptr, 0, 0, list[0], list[1],
                                            SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
