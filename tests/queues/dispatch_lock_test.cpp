@@ -39,6 +39,7 @@ TEST_F(DispatchLock, OthersWaitForACallback) {
             return 1;
         });
         EXPECT_EQ(dispatch(), 1);
+        ASSERT_TRUE(other);
         EXPECT_TRUE(other->ended(patience));
         other.reset();
         EXPECT_EQ(result, 1);
@@ -61,6 +62,7 @@ TEST_F(DispatchLock, AtTheBeginningAndEndToo) {
     };
     when("1 begins 0 0 1 1", not_now);
     EXPECT_EQ(add(steps(1, 1, 9)), 1);
+    ASSERT_TRUE(other);
     EXPECT_TRUE(other->ended(patience));
     other.reset();
     EXPECT_EQ(result, 1);
@@ -68,6 +70,7 @@ TEST_F(DispatchLock, AtTheBeginningAndEndToo) {
     EXPECT_EQ(add(steps(2, 5, 9)), 1);
     when("1 ends 0 0 1 1", not_now);
     EXPECT_EQ(api().d32DeleteQueue(1), 1);
+    ASSERT_TRUE(other);
     EXPECT_TRUE(other->ended(patience));
     other.reset();
     EXPECT_EQ(take_log(), (Lines{"1 ends 0 0 1 1", "2 begins 0 0 1 1", "2 steps 5"}));
