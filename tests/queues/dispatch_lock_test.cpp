@@ -3,6 +3,8 @@
 #include "tests/queues/dispatch_fixture.h"
 #include "tests/queues/threads.h"
 
+#include <array>
+#include <atomic>
 #include <set>
 
 namespace q32::test {
@@ -102,6 +104,69 @@ TEST_F(DispatchLock, QuestionsDoNotWait) {
     });
     EXPECT_EQ(dispatch(), 1);
     EXPECT_TRUE(asked);
+}
+
+// Jobs that several threads add and several step: one callback at a time, each message once and in
+// its order.
+struct Watched {
+    int steps, begun, made, ended;
+};
+constexpr int most_jobs = 20000;
+std::array<Watched, most_jobs> watched;
+std::atomic<int> inside, disorder;
+
+int Q32_CALL watch(int message, uint32_t owner, intptr_t parameter, intptr_t user_data) {
+    if (inside++ != 0)
+        ++disorder;
+    Watched &job = watched[std::size_t(user_data)];
+    const bool in_order = message == D32_BEGIN  ? job.begun++ == 0 && job.made == 0
+                          : message == D32_STEP ? job.ended == 0 && ++job.made == int(parameter)
+                                                : job.ended++ == 0 && job.made == job.steps;
+    if (!in_order || job.begun != 1 || owner != uint32_t(user_data) % 3 + 1)
+        ++disorder;
+    --inside;
+    return 1;
+}
+
+TEST_F(DispatchLock, ManyThreads) {
+    watched = {};
+    inside = disorder = 0;
+    std::atomic<int> added{0}, refused{0}, stepped{0};
+    std::atomic<bool> over{false};
+    {
+        std::vector<std::unique_ptr<Thread>> threads;
+        for (int i = 0; i < 2; ++i)
+            threads.push_back(std::make_unique<Thread>([&] {
+                const RECT rectangle{0, 0, 1, 1};
+                for (int job = added++; !over && job < most_jobs; job = added++) {
+                    watched[std::size_t(job)].steps = job % 7 + 1;
+                    const DispatchDesc description{0, watch, job, 1, job % 7 + 1};
+                    if (api().d32AddQueue(uint32_t(job % 3 + 1), &rectangle, 0, 0, 0, D32_STEPS,
+                                          &description) != 1) {
+                        ++refused;
+                        watched[std::size_t(job)].steps = 0;
+                    }
+                }
+            }));
+        for (int i = 0; i < 3; ++i)
+            threads.push_back(std::make_unique<Thread>([&] {
+                while (!over)
+                    stepped += api().d32DispatchQueue();
+            }));
+        Sleep(1000);
+        over = true;
+    }
+    while (dispatch() != 0) {
+    }
+    EXPECT_EQ(disorder, 0);
+    EXPECT_EQ(refused, 0);
+    EXPECT_GT(stepped, 0);
+    EXPECT_GT(added, 100);
+    for (const Watched &job : watched) {
+        EXPECT_EQ(job.begun, job.steps > 0 ? 1 : 0);
+        EXPECT_EQ(job.made, job.steps);
+        EXPECT_EQ(job.ended, job.begun);
+    }
 }
 
 // The lock is the library's own, made when it starts, and is left as often as it is entered.
