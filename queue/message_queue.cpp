@@ -114,14 +114,17 @@ int take_oldest(const Entries &entries, void *buffer) {
     return int(size);
 }
 
-// Returns how many there were.
-int discard_messages() {
+// False, with all of them still there, when the system does not let them be got at.
+bool discard_messages() {
+    if (queue.count == 0)
+        return true;
     const Entries entries;
     if (!entries)
-        return 0;
+        return false;
     for (Entry &entry : entries)
         free_message(std::exchange(entry, nullptr));
-    return int(std::exchange(queue.count, 0));
+    queue.count = 0;
+    return true;
 }
 
 // --- the queue ---------------------------------------------------------------------------------
@@ -139,16 +142,18 @@ bool create(std::uint32_t owner) {
     return true;
 }
 
-void destroy() {
+// False, and nothing changes, in the same case.
+bool destroy() {
     {
         const QueueLock lock;
-        discard_messages();
+        if (!discard_messages())
+            return false;
     }
     GlobalFree(std::exchange(queue.entries, nullptr));
     queue.owner = 0;
     queue.capacity = 0;
-    queue.count = 0; // also of messages that could not be got at
     DeleteCriticalSection(&queue.lock);
+    return true;
 }
 
 } // namespace
@@ -163,17 +168,15 @@ using namespace q32::queue;
 int Q32_CALL CreateQueue(uint32_t owner) {
     if (queue.owner != 0)
         return 0;
-    if (exists())
-        destroy();
+    if (exists() && !destroy())
+        return 0;
     return create(owner);
 }
 
 int Q32_CALL DeleteQueue(uint32_t owner) {
     if (owner != queue.owner)
         return 0;
-    if (exists())
-        destroy();
-    return 1;
+    return !exists() || destroy();
 }
 
 int Q32_CALL AddQueue(const void *data, uint32_t size) {
@@ -205,7 +208,8 @@ int Q32_CALL ClearQueue(void) {
     if (!exists())
         return 0;
     const QueueLock lock;
-    return discard_messages();
+    const auto count = int(queue.count);
+    return discard_messages() ? count : 0;
 }
 
 int Q32_CALL IsQueueEmpty(void) {

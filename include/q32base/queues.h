@@ -8,7 +8,8 @@
  *                      thread that asks for the next step
  *
  * Nothing here is reported (errors.h) but what is listed at d32AddQueue. Null pointers where one is
- * needed: 0, and nothing happens.
+ * needed: 0, and nothing happens; the same when the system does not let the library at the messages
+ * of the queue.
  */
 #ifndef Q32BASE_QUEUES_H
 #define Q32BASE_QUEUES_H

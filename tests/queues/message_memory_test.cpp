@@ -284,5 +284,24 @@ TEST_F(MessageMemory, AnArrayThatCannotBeLocked) {
     EXPECT_SUCCESS(api().DeleteQueue(1));
 }
 
+// Nor is anything discarded, and nothing is lost: the queue stays.
+TEST_F(MessageMemory, AnArrayThatCannotBeLockedCannotBeFreed) {
+    for (uint32_t owner : {1u, 0u}) {
+        EXPECT_SUCCESS(api().CreateQueue(owner));
+        add_messages(0, 5);
+        const Census before = Census::now();
+        {
+            const FailingCall failing{"GlobalLock", 1, FailingCall::from_there_on};
+            EXPECT_SILENT_FAILURE(api().DeleteQueue(owner));
+            EXPECT_SILENT_FAILURE(api().CreateQueue(2));
+            EXPECT_SILENT_FAILURE(api().ClearQueue());
+            EXPECT_EQ(failing.calls(), owner == 0 ? 3 : 2);
+        }
+        EXPECT_EQ(Census::now(), before);
+        expect_content(messages(0, 5));
+        EXPECT_SUCCESS(api().DeleteQueue(owner));
+    }
+}
+
 } // namespace
 } // namespace q32::test
