@@ -88,6 +88,27 @@ TEST_F(DispatchCallbacks, ReplacedAtTheBeginning) {
     expect_rest({"1 steps 7", "1 steps 8", "1 ends 5 6 7 8"});
 }
 
+// A call that begins a job makes a step of that one or of none.
+TEST_F(DispatchCallbacks, NoStepOfAJobThatCameInPlaceOfTheOneBegun) {
+    add(steps(1, 1, 1));
+    add(steps(2, 2, 2));
+    add(steps(3, 3, 3));
+    take_log();
+    when("1 ends 0 0 1 1", [&] { return note("dispatch", dispatch()); });
+    when("2 begins 0 0 1 1", [&] { return note("delete", api().d32DeleteQueue(2)); });
+    expect_step(1, {"1 steps 1", "1 ends 0 0 1 1", "2 begins 0 0 1 1", "2 ends 0 0 1 1",
+                    "3 begins 0 0 1 1", "delete: 1", "dispatch: 1"});
+    when("3 ends 0 0 1 1", [&] {
+        add(steps(4, 4, 5));
+        return note("dispatch", dispatch());
+    });
+    when("4 begins 0 0 1 1", [&] { return note("dispatch", dispatch()); });
+    // Still the one that has begun, further on: it is stepped.
+    expect_step(0, {"3 steps 3", "3 ends 0 0 1 1", "4 begins 0 0 1 1", "4 steps 4", "dispatch: 1",
+                    "4 steps 5", "4 ends 0 0 1 1", "dispatch: 0"});
+    expect_idle();
+}
+
 // A job has left the table when it begins, and its end rectangle is already its own.
 TEST_F(DispatchCallbacks, QuestionsAtTheBeginning) {
     add(steps(1, 1, 1));

@@ -208,6 +208,39 @@ TEST_F(DispatchQueries, NoMemoryForTheRectangles) {
     api().d32DeleteQueue(1);
 }
 
+// Jobs that come while the block is had, as from another thread, are not in it, and none is written
+// beyond it.
+TEST_F(DispatchQueries, TheTableChangesMeanwhile) {
+    add(steps(1, 1, 1));
+    add(steps(1, 2, 2, {1, 2, 3, 4}));
+    constexpr SIZE_T wanted = 4 + 2 * 16, more = 64;
+    bool full = false;
+    HGLOBAL block = nullptr;
+    {
+        const Replaced<call::GlobalAlloc> busy{[&](UINT flags, SIZE_T bytes) {
+            if (bytes != wanted)
+                return ::GlobalAlloc(flags, bytes);
+            const HGLOBAL larger = ::GlobalAlloc(flags, bytes + more);
+            std::memset(static_cast<char *>(larger) + bytes, 0x5A, more);
+            for (int i = 0; i < 3; ++i)
+                add(steps(1, 3, 3, {5, 6, 7, 8}));
+            full = true;
+            return larger;
+        }};
+        EXPECT_EQ(api().d32GetCurQueue(&block), 1u);
+    }
+    ASSERT_TRUE(full);
+    const auto *const rects = static_cast<const DispatchRects *>(block);
+    EXPECT_EQ(rects->count, 2);
+    EXPECT_EQ(text_of(rects->rectangles[0]), "0 0 1 1");
+    EXPECT_EQ(text_of(rects->rectangles[1]), "1 2 3 4");
+    const char *const behind = static_cast<const char *>(block) + wanted;
+    EXPECT_EQ(std::count(behind, behind + more, 0x5A), int(more));
+    frame::forget_block(block);
+    ::GlobalFree(block);
+    api().d32DeleteQueue(1);
+}
+
 // --- end rectangles ------------------------------------------------------------------------------
 
 TEST_F(DispatchQueries, TheEndOfTheCurrentJob) {
