@@ -53,7 +53,6 @@ namespace {
 constexpr RowKernels sse41_table = [] {
     RowKernels table = sse2_row_kernels;
     table.bit_to_byte = bit_to_byte_sse41;
-    table.byte_to_bit = byte_to_bit_sse41;
     table.rgb888_to_555 = rgb888_to_555_sse41;
     table.rgb888_to_565 = rgb888_to_565_sse41;
     table.rgb555_to_888 = rgb555_to_888_sse41;

@@ -35,7 +35,7 @@ void bit_to_byte_avx2(uint8_t *destination, const uint8_t *source, size_t pixels
 }
 
 void byte_to_bit_avx2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<ByteToBit<V32>>(destination, source, pixels, value, byte_to_bit_sse41, byte_to_bit);
+    run_bits<ByteToBit<V32>>(destination, source, pixels, value, byte_to_bit, byte_to_bit);
 }
 
 void rgb888_to_555_avx2(uint8_t *destination, const uint8_t *source, size_t pixels) {

@@ -15,7 +15,7 @@ BitConversion bit_to_byte_sse2, byte_to_bit_sse2;
 Conversion rgb888_to_555_sse2, rgb888_to_565_sse2, rgb555_to_888_sse2, rgb565_to_888_sse2;
 Conversion swap_red_blue_sse2;
 
-BitConversion bit_to_byte_sse41, byte_to_bit_sse41;
+BitConversion bit_to_byte_sse41;
 Conversion rgb888_to_555_sse41, rgb888_to_565_sse41, rgb555_to_888_sse41, rgb565_to_888_sse41;
 Conversion swap_red_blue_sse41;
 
