@@ -89,6 +89,20 @@ class CtrlC(ToolCase):
         swap_files = self.cancel(b"writing", "bars", "hsb", "--size", "4000x4000", "-o", "new.png")
         self.assertEqual(len(swap_files), 1)
 
+    def test_enlarge(self):
+        swap_files = self.cancel(b"enlarging", "enlarge", "in.png", "in.png", "--factor", "2")
+        self.assertEqual(len(swap_files), 2)
+
+    def test_reduce(self):
+        self.write("out.bmp", b"an older file")
+        self.cancel(b"reading", "reduce", "in.png", "out.bmp", "--factor", "2")
+
+    def test_separate(self):
+        self.write("out-cyan.bmp", b"an older file")
+        swap_files = self.cancel(b"separating", "separate", "in.png", "out.bmp")
+        self.assertEqual(len(swap_files), 5)
+        self.cancel(b"writing", "separate", "in.png", "out.bmp")
+
     def test_rows(self):
         self.cancel(b"reading", "rows", "in.png", "--all")
 

@@ -25,6 +25,8 @@ COMMANDS = {
         "",
         ["--size", "--fit", "--percent", "--method", "--bits", "--format", "--threshold"],
     ),
+    "enlarge": ("IN OUT", "--factor N[xM]", ["--bits", "--format", "--threshold"]),
+    "reduce": ("IN OUT", "--factor N", ["--step", "--bits", "--format", "--threshold"]),
     "stream": ("IN OUT", "", ["--size", "--fit", "--percent", "--method", "--bits"]),
     "compose": (
         "",
@@ -33,6 +35,7 @@ COMMANDS = {
     ),
     "filter": ("IN OUT", "--range R,G,B:T", ["--outside", "--mask"]),
     "colorspace": ("IN OUT", "--to grey|hsv|hls", ["--field", "--turn-hue"]),
+    "separate": ("IN OUT", "", ["--film"]),
     "show": (
         "PICTURE",
         "--depth-of DISPLAY --output OUT",
@@ -44,6 +47,7 @@ COMMANDS = {
         ["--from", "--to", "--horizontal", "--rainbow", "--style", "-o"],
     ),
     "bitmap": ("IN.bmp OUT.bmp", "", ["--paste", "--pattern", "--fill", "--at", "--size"]),
+    "jobs": ("OUT", "", ["--size", "--side", "--frames"]),
 }
 
 # Each makes out.bmp of in.png, in so many bits.
@@ -53,6 +57,8 @@ MAKE = {
     "fill": ["fill", "in.png", "out.bmp", "--colour", "1,2,3"],
     "pattern": ["pattern", "in.png", "in.png", "out.bmp"],
     "scale": ["scale", "in.png", "out.bmp", "--size", "3x4"],
+    "enlarge": ["enlarge", "in.png", "out.bmp", "--factor", "2x3"],
+    "reduce": ["reduce", "in.png", "out.bmp", "--factor", "3", "--step", "7"],
     "compose": ["compose", "--base", "in.png", "--overlay", "in.png", "--output", "out.bmp"],
     "filter": ["filter", "in.png", "out.bmp", "--range", "1,2,3:40"],
     "colorspace": ["colorspace", "in.png", "out.bmp", "--to", "hsv"],
@@ -62,6 +68,7 @@ MAKE = {
 BITS = {command: 8 if command == "filter" else 24 for command in MAKE}
 SMALL = ("crop", "scale", "bars")
 SIZES = {command: "3 x 4" if command in SMALL else "40 x 30" for command in MAKE}
+SIZES |= {"enlarge": "80 x 90", "reduce": "14 x 5"}
 
 
 def replaced(arguments, option, value):
@@ -96,8 +103,9 @@ class Help(ToolCase):
                 page = self.succeed("help", command)
                 words = [command, *operands.split(), *needed.split(), "[OPTION...]"]
                 self.assertEqual(page.split("\n")[0], "Usage: q32tool " + " ".join(words))
-                # Frames are in memory, whatever there is of it.
-                common = ["--quiet", *(storage if command != "stream" else [])]
+                # Frames are in memory, whatever there is of it, and so is what jobs paint.
+                in_memory = command in ("stream", "jobs")
+                common = ["--quiet", *([] if in_memory else storage)]
                 for word in (*needed.split()[::2], *options, *common):
                     self.assertRegex(page, rf"(?m)^  (-\w,|   ) {word} |^  {word}, ")
                 self.assertLessEqual(max(map(len, page.splitlines())), 90)
@@ -147,6 +155,8 @@ class Misuse(ToolCase):
             (["compose", *MAKE["compose"][3:]], "--base BASE"),
             (["compose", *MAKE["compose"][1:3], "-o", "out.bmp"], "--overlay OVERLAY"),
             (["compose", *MAKE["compose"][1:5]], "--output OUT"),
+            (["enlarge", "in.png", "out.bmp", "--bits", "8"], "--factor N[xM]"),
+            (["reduce", "in.png", "out.bmp", "--step", "2"], "--factor N"),
             (["filter", "in.png", "out.bmp", "--outside"], "--range R,G,B:T"),
             (["colorspace", "in.png", "out.bmp", "--field", "hue"], "--to grey|hsv|hls"),
             (["show", "in.png"], ["--depth-of DISPLAY", "--output OUT"]),
@@ -172,6 +182,9 @@ class Misuse(ToolCase):
             ("bars", "--size", "5x5"),
             ("bars", "--style", "2"),
             ("scale", "--size", "3x4"),
+            ("enlarge", "--factor", "2"),
+            ("reduce", "--factor", "3"),
+            ("reduce", "--step", "7"),
             ("scale", "--fit", "3x4"),
             ("scale", "--percent", "50"),
             ("scale", "--method", "nearest"),
@@ -421,6 +434,8 @@ class Words(ToolCase):
             ("compose", "merging"),
             ("filter", "filtering"),
             ("colorspace", "converting"),
+            ("enlarge", "enlarging"),
+            ("reduce", "reducing"),
             ("show", "showing"),
         ]:
             with self.subTest(command=command):

@@ -82,6 +82,12 @@ class Inputs(ToolCase):
             (["scale", "text.png", "out.png", "--size", "2x2"], "text.png"),
             (["scale", "cut.png", "out.png", "--size", "2x2"], "cut.png"),
             (["scale", "wide.png", "out.png", "--size", "2x2"], "5402"),
+            (["enlarge", "text.png", "out.png", "--factor", "2"], "text.png"),
+            (["enlarge", "cut.png", "out.png", "--factor", "2", "--bits", "32"], "cut.png"),
+            (["reduce", "cut.png", "out.png", "--factor", "2"], "cut.png"),
+            (["reduce", "wide.png", "out.png", "--factor", "2"], "5402"),
+            (["separate", "cut.png", "out.png"], "cut.png"),
+            (["separate", "wide.png", "out.png"], "5402"),
         ]:
             with self.subTest(arguments=arguments):
                 self.refuse(FAILED, *arguments, says=name)

@@ -137,6 +137,9 @@ class SwapDirectories(ToolCase):
             ["filter", self.source, "out.bmp", "--range", "1,2,3:4"],
             ["colorspace", self.source, "out.bmp", "--to", "hls"],
             ["scale", self.source, "out.bmp", "--percent", "50"],
+            ["enlarge", self.source, "out.bmp", "--factor", "2"],
+            ["reduce", self.source, "out.bmp", "--factor", "2"],
+            ["separate", self.source, "out.bmp"],
             ["show", self.source, "--depth-of", "3", "-o", "out.bmp"],
             ["bars", "hsb", "--size", "300x300", "-o", "out.bmp"],
         ]:
