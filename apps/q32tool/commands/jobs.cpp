@@ -131,11 +131,10 @@ Command jobs_command() {
         .operands = {"OUT"},
         .summary = "show in which order the dispatch queue works",
         .description =
-            "Four clients give the dispatch queue jobs, each for a quarter of a picture: tiles, "
-            "bands\n"
-            "and numbered steps, of different priorities. Each step paints its part of OUT in the "
-            "colour\n"
-            "of its place in the order: red first, then yellow, green, blue, and violet last.",
+            "Four clients give the dispatch queue jobs, each for a quarter of a picture: tiles,\n"
+            "bands and numbered steps, of different priorities. Each step paints its part of\n"
+            "OUT in the colour of its place in the order: red first, then yellow, green, blue,\n"
+            "and violet last.",
         .options = {{"--size", "WxH", "of the picture, 640x480 without it"},
                     {"--side", "N", "side of tiles and height of bands, 48 without it"},
                     {"--frames", "NAME", "also write a picture after each step: step-####.png"}},
