@@ -1,7 +1,7 @@
 """Pictures that are dropped on the window, and those that cannot be shown."""
 
 import pictures
-from view_case import ACTUAL, DONE, ViewCase
+from view_case import ACTUAL, DONE, ViewCase, background
 
 SIZE = ["--size", "120x90"]
 
@@ -48,7 +48,7 @@ class Opening(ViewCase):
         with self.viewer("none.png", *SIZE) as viewer:
             says = viewer.do("told:none.png", "says", "title")
             self.assertEqual(says, ["none.png: no such file", "q32view"])
-            self.assertEqual(set(viewer.view().colours()), {(128, 128, 128)})
+            self.assertEqual(set(viewer.view().colours()), {background()})
 
     def test_closing(self):
         name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
