@@ -111,6 +111,18 @@ TEST_F(FailingRunCalls, AtTheOpening) {
         EXPECT_EQ(openings("CreateCompatibleDC"), of_bits(spec) ? 1 : 0);
         EXPECT_EQ(openings("CreateBitmap"), of_bits(spec) && !planes ? 1 : 0);
         EXPECT_EQ(openings("CreateCompatibleBitmap"), planes ? 1 : 0);
+
+        // A bitmap that cannot be selected is of no use. (The second selection is at the end.)
+        const FailingCall selection{"SelectObject", 1};
+        const Census before = Census::now();
+        HDISPRUN run = 0x5A5A5A5A;
+        EXPECT_EQ(try_open(spec, &run), of_bits(spec) ? 0 : 1);
+        EXPECT_EQ(selection.happened(), of_bits(spec));
+        EXPECT_EQ(run == 0, of_bits(spec));
+        if (run != 0)
+            end(run);
+        EXPECT_EQ(Census::now(), before);
+        EXPECT_EQ(state(), context);
     });
 }
 
