@@ -57,9 +57,11 @@ std::vector<RGBQUAD> colours_of(const Display &display, const Shown &shown) {
     const HPALETTE palette = make_palette(display, shown);
     GetPaletteEntries(palette, 0, entries.size(), entries.data());
     DeleteObject(palette);
-    std::vector<RGBQUAD> colours;
-    for (int i = 0; i < 1 << display.bits; ++i)
-        colours.push_back({entries[i].peBlue, entries[i].peGreen, entries[i].peRed, 0});
+    std::vector<RGBQUAD> colours(size_t{1} << display.bits);
+    std::transform(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(colours.size()),
+                   colours.begin(), [](const PALETTEENTRY &entry) {
+                       return RGBQUAD{entry.peBlue, entry.peGreen, entry.peRed, 0};
+                   });
     return colours;
 }
 

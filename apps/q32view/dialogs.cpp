@@ -25,7 +25,7 @@ std::string ask(HWND owner, Ask dialog, const wchar_t *filter, const wchar_t *ex
     request.lpstrFile = name.data();
     request.nMaxFile = static_cast<DWORD>(name.size());
     request.lpstrDefExt = extension;
-    request.Flags = flags | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
+    request.Flags = flags | OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
     if (dialog(&request))
         return to_utf8(name.data());
     if (const DWORD error = CommDlgExtendedError(); error != 0)

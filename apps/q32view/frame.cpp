@@ -46,9 +46,10 @@ Frame::Frame(const Options &options) : options_(options), canvas_(show_, status_
 
 void Frame::create() {
     register_class(procedure);
-    CreateWindowExW(WS_EX_ACCEPTFILES, class_name, title, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
-                    CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr,
-                    GetModuleHandleW(nullptr), this);
+    window_ =
+        CreateWindowExW(WS_EX_ACCEPTFILES, class_name, title, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
+                        CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr,
+                        nullptr, GetModuleHandleW(nullptr), this);
     if (window_ == nullptr)
         throw Failure("q32view", "no window can be made");
     status_.create(window_);

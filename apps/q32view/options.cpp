@@ -60,8 +60,18 @@ void read_size(Options &options, std::string_view value) {
     options.size = {size.x, size.y};
 }
 
+// By name or by number.
 void read_device_type(Options &options, std::string_view value) {
-    options.settings.device_type = number("--device-type", value, 0, 5, "0 to 5");
+    static constexpr std::string_view names[] = {"monochrome",  "8-colours",   "16-colours",
+                                                 "256-colours", "true-colour", "high-colour"};
+    constexpr int last = static_cast<int>(std::size(names)) - 1;
+    const auto *const found = std::find(std::begin(names), std::end(names), value);
+    options.settings.device_type =
+        found != std::end(names)
+            ? static_cast<int>(found - names)
+            : number("--device-type", value, 0, last,
+                     "monochrome, 8-colours, 16-colours, 256-colours, true-colour, high-colour or "
+                     "0 to 5");
 }
 
 void read_gamma(Options &options, std::string_view value) {
@@ -108,7 +118,9 @@ constexpr Option table[] = {
     {"--zoom", "fit|PERCENT", "show it so large (fit)", read_zoom},
     {"--at", "X,Y", "scroll there", read_at},
     {"--size", "WxH", "size of the area in which pictures are shown", read_size},
-    {"--device-type", "0..5", "act as on a display of 2, 8, 16, 256 colours, true or high colour",
+    {"--device-type", "TYPE",
+     "act as on another display: 0 monochrome, 1 8-colours,\n"
+     "2 16-colours, 3 256-colours, 4 true-colour, 5 high-colour",
      read_device_type},
     {"--gamma", "N", "hundredths of the screen's gamma; 180 corrects nothing", read_gamma},
     {"--dither", "on|off", "dithering on high-colour displays", read_dither},
@@ -140,6 +152,36 @@ const Option &option_named(std::string_view name) {
     throw UsageError(std::string(name) + ": there is no such option; see q32view --help");
 }
 
+// The option at a place among the words, and its value: behind "=", or the next word.
+void read_option(Options &options, const std::vector<std::string> &words, size_t &place) {
+    const std::string_view word = words[place];
+    const size_t equals = std::min(word.find('='), word.size());
+    const Option &option = option_named(word.substr(0, equals));
+    std::string_view value;
+    if (equals < word.size()) {
+        if (option.value.empty())
+            throw UsageError(std::string(option.name) + " takes no value");
+        value = word.substr(equals + 1);
+    } else if (!option.value.empty()) {
+        if (++place == words.size())
+            throw UsageError(std::string(option.name) + ": " + std::string(option.value) +
+                             " is missing");
+        value = words[place];
+    }
+    option.read(options, value);
+}
+
+// Further lines of a help text under the first one.
+std::string indented(std::string_view text, size_t column) {
+    std::string result;
+    for (const char character : text) {
+        result += character;
+        if (character == '\n')
+            result.append(column, ' ');
+    }
+    return result;
+}
+
 } // namespace
 
 Options read_options(const std::vector<std::string> &words) {
@@ -150,10 +192,7 @@ Options read_options(const std::vector<std::string> &words) {
         if (!only_operands && word == "--") {
             only_operands = true;
         } else if (!only_operands && word.size() > 1 && word[0] == '-') {
-            const Option &option = option_named(word);
-            if (!option.value.empty() && ++i == words.size())
-                throw UsageError(word + ": " + std::string(option.value) + " is missing");
-            option.read(options, option.value.empty() ? std::string_view() : words[i]);
+            read_option(options, words, i);
         } else if (options.picture.empty() && !word.empty()) {
             options.picture = word;
         } else {
@@ -174,7 +213,7 @@ std::string help_text() {
         if (!option.value.empty())
             line += " " + std::string(option.value);
         line.resize(std::max(column, line.size() + 1), ' ');
-        text += line + std::string(option.help) + "\n";
+        text += line + indented(option.help, column) + "\n";
     }
     return text;
 }

@@ -139,7 +139,7 @@ TEST_F(BarsOnContextsFailures, ARowThatIsLostLeavesTheRunOpen) {
                         canvas.expected(0, 0, 300, (draw - 1) * 54, picture, bar.bytes()));
             Census after = Census::now();
             EXPECT_EQ(after.global_blocks - before.global_blocks, int(blocks.held().size()));
-            EXPECT_GE(blocks.held().size(), 2u); // the run and its strip
+            ASSERT_GE(blocks.held().size(), 2u); // the run and its strip
             EXPECT_EQ(after.global_locks - before.global_locks, 1);
             const BlockWatch::Block run = blocks.held().front();
             EXPECT_EQ(run.flags & GMEM_MOVEABLE, 0u);

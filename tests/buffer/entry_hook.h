@@ -1,5 +1,5 @@
-// An entry of a buffer's operation table that does something else: refuses, counts, or looks at what
-// it is given.
+// An entry of a buffer's operation table that does something else: refuses, counts, or looks at
+// what it is given.
 #pragma once
 
 #include "tests/buffer/record_words.h"

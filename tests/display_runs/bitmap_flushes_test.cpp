@@ -11,27 +11,27 @@ protected:
     struct Parts {
         Lines opening, showing, ending;
     };
-    Parts calls_of(const RunSpec &spec, int direction = 1) {
-        prepare(spec);
+    Parts calls_of(const RunSetup &setup, int direction = 1) {
+        prepare(setup);
         GdiWatch watch(dc());
         Parts parts;
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         parts.opening = watch.take_calls();
         std::ranges::sort(parts.opening); // which is made first does not matter
         EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_STRIP_ROWS, 3));
         EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_DIRECTION, direction));
         EXPECT_EQ(watch.take_calls(), Lines{});
-        const Source source(random, spec.depth, int(spec.width()), int(spec.height()));
+        const Source source(random, setup.depth, int(setup.width()), int(setup.height()));
         EXPECT_SUCCESS(show(run, source));
         parts.showing = watch.take_calls();
         end(run);
         parts.ending = watch.take_calls();
-        model::ModelRun model(spec);
+        model::ModelRun model(setup);
         model.attribute(2, 3);
         model.attribute(1, direction);
         model.show(source.image(), 0, 0, source.rows, source.stride);
         model.end();
-        expect_drawn(watch, spec, model.flushes());
+        expect_drawn(watch, setup, model.flushes());
         return parts;
     }
     static void expect_release(const Lines &ending, std::size_t from) {
@@ -44,7 +44,7 @@ protected:
         EXPECT_EQ(std::ranges::count(released, "DeleteObject(bitmap)"), 1);
     }
     Random random{test_seed(), 21};
-    static constexpr RunSpec place{.left = 20, .top = 30, .right = 37, .bottom = 35};
+    static constexpr RunSetup place{.left = 20, .top = 30, .right = 37, .bottom = 35};
 };
 
 TEST_F(BitmapFlushes, OfBits) {
@@ -52,10 +52,10 @@ TEST_F(BitmapFlushes, OfBits) {
         for (int depth : {1, 8}) {
             if (depth == 8 && type != 2)
                 continue;
-            RunSpec spec = place;
-            spec.type = type;
-            spec.depth = depth;
-            const Parts parts = calls_of(spec);
+            RunSetup setup = place;
+            setup.type = type;
+            setup.depth = depth;
+            const Parts parts = calls_of(setup);
             EXPECT_EQ(parts.opening,
                       (Lines{"CreateBitmap(17, 5, 1, 1, null)", "CreateCompatibleDC(dc)",
                              "SelectObject(memory, bitmap)"}));
@@ -75,11 +75,11 @@ TEST_F(BitmapFlushes, OfBits) {
 // Four planes of 4 bytes a row.
 TEST_F(BitmapFlushes, OfPlanes) {
     for (int depth : {8, 16, 24}) {
-        RunSpec spec = place;
-        spec.type = 2;
-        spec.depth = depth;
-        spec.palette = some_colours(random, 256);
-        const Parts parts = calls_of(spec);
+        RunSetup setup = place;
+        setup.type = 2;
+        setup.depth = depth;
+        setup.palette = some_colours(random, 256);
+        const Parts parts = calls_of(setup);
         EXPECT_EQ(parts.opening, (Lines{"CreateCompatibleBitmap(dc, 17, 5)",
                                         "CreateCompatibleDC(dc)", "SelectObject(memory, bitmap)"}));
         EXPECT_EQ(parts.showing,
@@ -94,10 +94,10 @@ TEST_F(BitmapFlushes, OfPlanes) {
 // From the bottom up the strip fills from its end: two rows of three begin at the second.
 TEST_F(BitmapFlushes, BottomFirst) {
     for (int depth : {1, 24}) {
-        RunSpec spec = place;
-        spec.type = 2;
-        spec.depth = depth;
-        const Parts parts = calls_of(spec, -1);
+        RunSetup setup = place;
+        setup.type = 2;
+        setup.depth = depth;
+        const Parts parts = calls_of(setup, -1);
         const auto has = [](const Lines &calls, const std::string &call) {
             return std::ranges::count(calls, call);
         };
@@ -109,12 +109,12 @@ TEST_F(BitmapFlushes, BottomFirst) {
 // Without a drawing nothing but the release is left.
 TEST_F(BitmapFlushes, WithoutRows) {
     for (int depth : {1, 8, 16, 24}) {
-        RunSpec spec = place;
-        spec.type = 2;
-        spec.depth = depth;
-        prepare(spec);
+        RunSetup setup = place;
+        setup.type = 2;
+        setup.depth = depth;
+        prepare(setup);
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         watch.take_calls();
         end(run);
         expect_release(watch.take_calls(), 0);
@@ -123,17 +123,17 @@ TEST_F(BitmapFlushes, WithoutRows) {
 
 // The bitmap of bits has the rows of a strip, that of planes all rows of the rectangle.
 TEST_F(BitmapFlushes, SizesOfTheBitmaps) {
-    RunSpec spec{.type = 2, .depth = 1, .right = 100, .bottom = 4000};
+    RunSetup setup{.type = 2, .depth = 1, .right = 100, .bottom = 4000};
     GdiWatch watch(dc());
-    prepare(spec);
-    end(open(spec));
+    prepare(setup);
+    end(open(setup));
     EXPECT_EQ(std::ranges::count(watch.take_calls(), "CreateBitmap(100, 1755, 1, 1, null)"),
               1); // 24576 / 14
-    spec.depth = 8;
-    end(open(spec));
+    setup.depth = 8;
+    end(open(setup));
     EXPECT_EQ(std::ranges::count(watch.take_calls(), "CreateBitmap(100, 1755, 1, 1, null)"), 1);
-    spec.depth = 24;
-    end(open(spec));
+    setup.depth = 24;
+    end(open(setup));
     EXPECT_EQ(std::ranges::count(watch.take_calls(), "CreateCompatibleBitmap(dc, 100, 4000)"), 1);
 }
 
@@ -144,13 +144,13 @@ TEST_F(BitmapFlushes, DetectedDisplays) {
         EXPECT_SUCCESS(api().disp32SetDevType(DISP32_DETECT));
         expect_device(2, bits, planes);
         for (int width : {1, 15, 16, 17, 33}) {
-            RunSpec spec{.type = 2, .right = width, .bottom = 3};
-            spec.device_bits = bits;
-            spec.device_planes = planes;
+            RunSetup setup{.type = 2, .right = width, .bottom = 3};
+            setup.device_bits = bits;
+            setup.device_planes = planes;
             GdiWatch watch(dc());
-            const HDISPRUN run = open(spec);
+            const HDISPRUN run = open(setup);
             const Source source(random, 24, width, 3);
-            model::ModelRun model(spec);
+            model::ModelRun model(setup);
             model.show(source.image(), 0, 0, 3, source.stride);
             model.end();
             EXPECT_SUCCESS(show(run, source));
@@ -158,7 +158,7 @@ TEST_F(BitmapFlushes, DetectedDisplays) {
             const std::string bytes = std::to_string((width + 15) / 16 * 2 * 4 * 3);
             const Lines calls = watch.take_calls();
             EXPECT_EQ(std::ranges::count(calls, "SetBitmapBits(bitmap, " + bytes + ")"), 1);
-            expect_drawn(watch, spec, model.flushes());
+            expect_drawn(watch, setup, model.flushes());
         }
         EXPECT_SUCCESS(api().disp32SetDevType(4));
     }

@@ -30,8 +30,8 @@ protected:
     // What an opening and an end call.
     Lines opening(GdiWatch &watch, int depth = 24) {
         watch.take_calls();
-        spec.depth = depth;
-        run = open(spec);
+        setup.depth = depth;
+        run = open(setup);
         return watch.take_calls();
     }
     Lines ending(GdiWatch &watch) {
@@ -39,7 +39,7 @@ protected:
         end(run);
         return watch.take_calls();
     }
-    RunSpec spec{.type = 4, .right = 9, .bottom = 9};
+    RunSetup setup{.type = 4, .right = 9, .bottom = 9};
     HDISPRUN run = 0;
     static inline const Lines applied{"SetICMProfileA(dc, C:\\windows\\color\\two.icm)",
                                       "SetICMMode(dc, on)"};
@@ -58,7 +58,7 @@ protected:
 };
 
 TEST_F(RunColours, WithoutSettings) {
-    prepare(spec);
+    prepare(setup);
     GdiWatch watch(dc());
     EXPECT_EQ(opening(watch), Lines{});
     EXPECT_EQ(ending(watch), Lines{});
@@ -71,7 +71,7 @@ TEST_F(RunColours, WithoutSettings) {
 }
 
 TEST_F(RunColours, OfTheDisplay) {
-    prepare(spec);
+    prepare(setup);
     set_flags(1);
     for (int depth : {8, 16, 24})
         for (int i = 0; i < 2; ++i) {
@@ -90,7 +90,7 @@ TEST_F(RunColours, OfTheDisplay) {
 }
 
 TEST_F(RunColours, OfTheTarget) {
-    prepare(spec);
+    prepare(setup);
     set_flags(3);
     const Census before = Census::now();
     GdiWatch watch(dc());
@@ -107,7 +107,7 @@ TEST_F(RunColours, OfTheTarget) {
 }
 
 TEST_F(RunColours, WithoutATarget) {
-    prepare(spec);
+    prepare(setup);
     set({0, "one", "two.icm", "three", "four", nullptr, 3, 0, 0});
     GdiWatch watch(dc());
     EXPECT_EQ(opening(watch), applied);
@@ -117,7 +117,7 @@ TEST_F(RunColours, WithoutATarget) {
 
 // Without a folder profiles go by their names alone.
 TEST_F(RunColours, WithoutAFolder) {
-    prepare(spec);
+    prepare(setup);
     set({0, nullptr, "two.icm", nullptr, nullptr, "five.icm", 3, 0, 0}, "");
     GdiWatch watch(dc());
     EXPECT_EQ(opening(watch),
@@ -129,7 +129,7 @@ TEST_F(RunColours, WithoutAFolder) {
 
 // The handle is stored before.
 TEST_F(RunColours, AfterTheHandle) {
-    prepare(spec);
+    prepare(setup);
     set_flags(3);
     HDISPRUN handle = 0x5A5A5A5A;
     GdiWatch watch(dc());
@@ -152,8 +152,8 @@ TEST_F(RunColours, UndoneAfterTheLastDrawing) {
     const Source source(random, 24, 9, 9);
     GdiWatch watch(dc());
     for (int type : {2, 3, 4}) {
-        spec.type = type;
-        prepare(spec);
+        setup.type = type;
+        prepare(setup);
         opening(watch);
         EXPECT_SUCCESS(show(run, source));
         int frees_after = 0;
@@ -178,7 +178,7 @@ TEST_F(RunColours, UndoneAfterTheLastDrawing) {
 }
 
 TEST_F(RunColours, RefusedOpeningsApplyNothing) {
-    prepare(spec);
+    prepare(setup);
     set_flags(3);
     GdiWatch watch(dc());
     HDISPRUN handle;
@@ -191,8 +191,8 @@ TEST_F(RunColours, RefusedOpeningsApplyNothing) {
 }
 
 TEST_F(RunColours, OfEmptyRectangles) {
-    spec.bottom = 0;
-    prepare(spec);
+    setup.bottom = 0;
+    prepare(setup);
     set_flags(1);
     GdiWatch watch(dc());
     EXPECT_EQ(opening(watch), applied);
@@ -203,7 +203,7 @@ TEST_F(RunColours, OfEmptyRectangles) {
 
 // Without the profile nothing more is done; the flags stay, so that the mode is set back.
 TEST_F(RunColours, ProfileRefused) {
-    prepare(spec);
+    prepare(setup);
     set_flags(3);
     GdiWatch watch(dc());
     for (int i = 0; i < 2; ++i) {
@@ -218,7 +218,7 @@ TEST_F(RunColours, ProfileRefused) {
 }
 
 TEST_F(RunColours, ModeRefused) {
-    prepare(spec);
+    prepare(setup);
     set_flags(3);
     GdiWatch watch(dc());
     watch.mode_works = false;
@@ -234,7 +234,7 @@ TEST_F(RunColours, ModeRefused) {
 }
 
 TEST_F(RunColours, TargetRefused) {
-    prepare(spec);
+    prepare(setup);
     GdiWatch watch(dc());
     for (int refused = 0; refused < 4; ++refused) {
         SCOPED_TRACE(refused);
@@ -261,8 +261,8 @@ TEST_F(RunColours, TargetRefused) {
 
 // With the real mode of a context: what the run has set is what its drawings see.
 TEST_F(RunColours, DrawingsSeeTheMode) {
-    spec.type = 3;
-    prepare(spec);
+    setup.type = 3;
+    prepare(setup);
     Random random{test_seed(), 102};
     const Source source(random, 24, 9, 9);
     int mode = ICM_OFF;
@@ -276,13 +276,13 @@ TEST_F(RunColours, DrawingsSeeTheMode) {
             mode = wanted;
             return 1;
         });
-        run = open(spec);
+        run = open(setup);
         EXPECT_SUCCESS(show(run, source));
         end(run);
         EXPECT_EQ(mode, ICM_OFF);
         for (const Drawing &drawing : watch.drawings())
             usages.push_back(drawing.usage);
-        EXPECT_EQ(drawn(watch, spec).size(), 1u);
+        EXPECT_EQ(drawn(watch, setup).size(), 1u);
     }
     EXPECT_EQ(usages, (std::vector<UINT>{DIB_RGB_COLORS, DIB_PAL_COLORS, DIB_RGB_COLORS}));
 }

@@ -8,52 +8,52 @@ namespace {
 class DibFlushes : public RunTest {
 protected:
     // Everything that a run of two strips calls.
-    Lines calls_of(RunSpec spec, DWORD icm_mode = ICM_OFF) {
-        prepare(spec);
+    Lines calls_of(RunSetup setup, DWORD icm_mode = ICM_OFF) {
+        prepare(setup);
         GdiWatch watch(dc());
         watch.icm_mode = icm_mode;
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         watch.name(palette(), "own");
         EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_STRIP_ROWS, 3));
-        const Source source(random, spec.depth, int(spec.width()), int(spec.height()));
+        const Source source(random, setup.depth, int(setup.width()), int(setup.height()));
         EXPECT_SUCCESS(show(run, source));
         end(run);
         usages.clear();
         for (const Drawing &drawing : watch.drawings())
             usages.push_back(drawing.usage);
-        model::ModelRun model(spec);
+        model::ModelRun model(setup);
         model.attribute(2, 3);
         model.show(source.image(), 0, 0, source.rows, source.stride);
         model.end();
-        expect_drawn(watch, spec, model.flushes());
+        expect_drawn(watch, setup, model.flushes());
         return watch.take_calls();
     }
     Random random{test_seed(), 11};
     std::vector<UINT> usages;
-    static constexpr RunSpec place{.left = 20, .top = 30, .right = 31, .bottom = 35};
+    static constexpr RunSetup place{.left = 20, .top = 30, .right = 31, .bottom = 35};
 };
 
 TEST_F(DibFlushes, OfColours) {
     for (int type : {4, 5})
         for (int depth : {8, 16, 24}) {
-            RunSpec spec = place;
-            spec.type = type;
-            spec.depth = depth;
+            RunSetup setup = place;
+            setup.type = type;
+            setup.depth = depth;
             for (DWORD mode : {ICM_OFF, ICM_ON}) // which is not even asked
-                EXPECT_EQ(calls_of(spec, mode),
+                EXPECT_EQ(calls_of(setup, mode),
                           (Lines{"SetDIBitsToDevice(dc, 20, 30, 11, 3, 0, 0, 0, 3, colours)",
                                  "SetDIBitsToDevice(dc, 20, 33, 11, 2, 0, 0, 0, 2, colours)"}));
         }
 }
 
 TEST_F(DibFlushes, OfPlaces) {
-    RunSpec spec = place;
-    spec.type = 3;
-    spec.force_background = 1;
+    RunSetup setup = place;
+    setup.type = 3;
+    setup.force_background = 1;
     for (int depth : {8, 16, 24}) {
-        spec.depth = depth;
+        setup.depth = depth;
         EXPECT_EQ(
-            calls_of(spec),
+            calls_of(setup),
             (Lines{"SetICMMode(dc, query)", "SelectPalette(dc, other, 1)", "RealizePalette(dc)",
                    "SetDIBitsToDevice(dc, 20, 30, 11, 3, 0, 0, 0, 3, places)",
                    "SelectPalette(dc, before, 1)", //
@@ -64,17 +64,17 @@ TEST_F(DibFlushes, OfPlaces) {
 }
 
 TEST_F(DibFlushes, ThroughTheCallersPalette) {
-    RunSpec spec = place;
-    spec.depth = 8;
-    spec.palette = some_colours(random, 256);
+    RunSetup setup = place;
+    setup.depth = 8;
+    setup.palette = some_colours(random, 256);
     for (int type : {0, 1, 3, 4, 5})
         for (int option : {0, 1}) {
             if (type <= 3 && option != 0)
                 continue;
-            spec.type = type;
-            spec.option = option;
+            setup.type = type;
+            setup.option = option;
             EXPECT_EQ(
-                calls_of(spec),
+                calls_of(setup),
                 (Lines{"SetICMMode(dc, query)", "SelectPalette(dc, own, 0)", "RealizePalette(dc)",
                        "SetDIBitsToDevice(dc, 20, 30, 11, 3, 0, 0, 0, 3, places)",
                        "SelectPalette(dc, before, 0)", //
@@ -86,11 +86,11 @@ TEST_F(DibFlushes, ThroughTheCallersPalette) {
 
 // The flag is handed on as it is.
 TEST_F(DibFlushes, ForceBackground) {
-    RunSpec spec = place;
-    spec.type = 3;
+    RunSetup setup = place;
+    setup.type = 3;
     for (int flag : {0, 1, 2, -1, 0x7FFFFFFF}) {
-        spec.force_background = flag;
-        const Lines calls = calls_of(spec);
+        setup.force_background = flag;
+        const Lines calls = calls_of(setup);
         ASSERT_EQ(calls.size(), 10u);
         EXPECT_EQ(calls[1], "SelectPalette(dc, other, " + std::to_string(flag) + ")");
         EXPECT_EQ(calls[4], "SelectPalette(dc, before, " + std::to_string(flag) + ")");
@@ -99,42 +99,42 @@ TEST_F(DibFlushes, ForceBackground) {
 
 // Under colour management colours are handed over and not places: blue, green, red, 0.
 TEST_F(DibFlushes, AsColoursUnderColourManagement) {
-    RunSpec spec = place;
-    spec.type = 3;
+    RunSetup setup = place;
+    setup.type = 3;
     for (int depth : {8, 16, 24})
         for (int entries : {0, 5, 256})
             for (int option : {0, 1}) {
-                spec.depth = depth;
-                spec.option = option;
-                spec.palette.reset();
+                setup.depth = depth;
+                setup.option = option;
+                setup.palette.reset();
                 if (entries > 0)
-                    spec.palette = some_colours(random, entries);
-                EXPECT_EQ(calls_of(spec, ICM_ON).size(), 10u);
+                    setup.palette = some_colours(random, entries);
+                EXPECT_EQ(calls_of(setup, ICM_ON).size(), 10u);
                 EXPECT_EQ(usages, (std::vector<UINT>{DIB_RGB_COLORS, DIB_RGB_COLORS}));
                 // And the places are there again.
-                calls_of(spec, ICM_OFF);
+                calls_of(setup, ICM_OFF);
                 EXPECT_EQ(usages, (std::vector<UINT>{DIB_PAL_COLORS, DIB_PAL_COLORS}));
             }
 }
 
 TEST_F(DibFlushes, OnlyWhenItIsOn) {
-    RunSpec spec = place;
-    spec.type = 3;
+    RunSetup setup = place;
+    setup.type = 3;
     for (DWORD mode : {DWORD{0}, DWORD{ICM_OFF}, DWORD{3}, DWORD{4}}) {
-        calls_of(spec, mode);
+        calls_of(setup, mode);
         EXPECT_EQ(usages, (std::vector<UINT>{DIB_PAL_COLORS, DIB_PAL_COLORS}));
     }
 }
 
 // The mode is asked for at each flush.
 TEST_F(DibFlushes, ModeThatChanges) {
-    RunSpec spec = place;
-    spec.type = 3;
-    spec.bottom = spec.top + 8;
-    prepare(spec);
+    RunSetup setup = place;
+    setup.type = 3;
+    setup.bottom = setup.top + 8;
+    prepare(setup);
     const Source source(random, 24, 11, 8);
     GdiWatch watch(dc());
-    const HDISPRUN run = open(spec);
+    const HDISPRUN run = open(setup);
     EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_STRIP_ROWS, 2));
     std::vector<UINT> wanted;
     for (int row = 0; row < 8; ++row) {
@@ -146,45 +146,45 @@ TEST_F(DibFlushes, ModeThatChanges) {
         wanted.push_back(drawing.usage);
     EXPECT_EQ(wanted,
               (std::vector<UINT>{DIB_RGB_COLORS, DIB_PAL_COLORS, DIB_RGB_COLORS, DIB_PAL_COLORS}));
-    EXPECT_EQ(drawn(watch, spec).size(), 4u);
+    EXPECT_EQ(drawn(watch, setup).size(), 4u);
 }
 
 // Colours used are the palette's entries, also when there are more than 256 of them.
 TEST_F(DibFlushes, PalettesOfAnySize) {
-    RunSpec spec = place;
-    spec.depth = 8;
+    RunSetup setup = place;
+    setup.depth = 8;
     for (int entries : {1, 2, 16, 255, 256, 257, 300, 1024})
         for (DWORD mode : {ICM_OFF, ICM_ON})
             for (int type : {3, 4}) {
-                spec.type = type;
-                spec.palette = some_colours(random, entries);
-                calls_of(spec, mode);
+                setup.type = type;
+                setup.palette = some_colours(random, entries);
+                calls_of(setup, mode);
             }
 }
 
 // The number of entries is told in a word, and whatever lies above it does not count.
 TEST_F(DibFlushes, EntriesAreCountedInAWord) {
-    RunSpec spec = place;
-    spec.type = 3;
+    RunSetup setup = place;
+    setup.type = 3;
     const Replaced<call::GetObjectA> count([](HANDLE object, int size, void *into) {
         if (size > 2)
             std::memset(into, 0xA5, std::size_t(size));
         return call::GetObjectA::real(object, std::min(size, 2), into);
     });
-    calls_of(spec, ICM_OFF); // 256
+    calls_of(setup, ICM_OFF); // 256
 }
 
 // A run of places leaves the shared header to a run of colours, and the other way round.
 TEST_F(DibFlushes, TakeTurns) {
     Random numbers{test_seed(), 12};
     for (int i = 0; i < 40; ++i) {
-        RunSpec spec = place;
-        spec.depth = numbers.below(2) ? 24 : 8;
-        spec.type = 3 + int(numbers.below(3));
-        spec.right = spec.left + 1 + int(numbers.below(60));
-        if (spec.depth == 8 && numbers.below(2))
-            spec.palette = some_colours(numbers, int(1 + numbers.below(256)));
-        calls_of(spec, numbers.below(2) ? ICM_ON : ICM_OFF);
+        RunSetup setup = place;
+        setup.depth = numbers.below(2) ? 24 : 8;
+        setup.type = 3 + int(numbers.below(3));
+        setup.right = setup.left + 1 + int(numbers.below(60));
+        if (setup.depth == 8 && numbers.below(2))
+            setup.palette = some_colours(numbers, int(1 + numbers.below(256)));
+        calls_of(setup, numbers.below(2) ? ICM_ON : ICM_OFF);
     }
 }
 
@@ -195,14 +195,14 @@ TEST_F(DibFlushes, WithoutAPalette) {
         const FailingCall none{"CreatePalette", 1, FailingCall::from_there_on};
         EXPECT_SILENT_FAILURE(api().disp32SetDevType(3));
     }
-    RunSpec spec = place;
-    spec.type = 3;
+    RunSetup setup = place;
+    setup.type = 3;
     for (int depth : {24, 16, 8})
         for (int option : {0, 1}) {
-            spec.depth = depth;
-            spec.option = option;
+            setup.depth = depth;
+            setup.option = option;
             GdiWatch watch(dc());
-            const HDISPRUN run = open(spec);
+            const HDISPRUN run = open(setup);
             const Source source(random, depth, 11, 5);
             EXPECT_SUCCESS(show(run, source));
             end(run);

@@ -39,7 +39,7 @@ struct Percents {
     int red = 100, green = 100, blue = 100;
 };
 
-struct RunSpec {
+struct RunSetup {
     int type = 4, depth = 24;
     int left = 0, top = 0, right = 0, bottom = 0;
     std::optional<std::vector<Rgb>> palette;
@@ -71,20 +71,20 @@ enum class Path {
     direct
 };
 
-inline Path path_of(const RunSpec &spec) {
-    const bool full = spec.type == 4 || spec.type == 5;
-    switch (spec.depth) {
+inline Path path_of(const RunSetup &setup) {
+    const bool full = setup.type == 4 || setup.type == 5;
+    switch (setup.depth) {
     case 24:
     case 16:
-        return spec.type == 2 ? Path::planes : full ? Path::direct : Path::cube;
+        return setup.type == 2 ? Path::planes : full ? Path::direct : Path::cube;
     case 8:
-        if (spec.type == 2)
-            return spec.palette ? Path::palette_planes : Path::grey_bits;
+        if (setup.type == 2)
+            return setup.palette ? Path::palette_planes : Path::grey_bits;
         if (full)
-            return spec.palette ? Path::palette_places : Path::direct_greys;
-        if (spec.palette)
-            return spec.option != 0 ? Path::palette_cube : Path::palette_places;
-        return spec.option != 0 ? Path::greys_16 : Path::greys_128;
+            return setup.palette ? Path::palette_places : Path::direct_greys;
+        if (setup.palette)
+            return setup.option != 0 ? Path::palette_cube : Path::palette_places;
+        return setup.option != 0 ? Path::greys_16 : Path::greys_128;
     case 1:
         return Path::bits;
     default:
@@ -178,10 +178,10 @@ constexpr int reduced(int value, int limit) {
 // Makes pixels of one run.
 class Painter {
 public:
-    explicit Painter(const RunSpec &spec)
-        : spec_(spec),
-          path_(path_of(spec)), gamma_{gamma_levels(spec.gamma.red), gamma_levels(spec.gamma.green),
-                                       gamma_levels(spec.gamma.blue)} {}
+    explicit Painter(const RunSetup &setup)
+        : setup_(setup), path_(path_of(setup)), gamma_{gamma_levels(setup.gamma.red),
+                                                       gamma_levels(setup.gamma.green),
+                                                       gamma_levels(setup.gamma.blue)} {}
 
     // What the strip holds for a pixel whose threshold is at this place of the matrix: a bit, four
     // plane bits, a place of the palette, or 0xRRGGBB.
@@ -214,7 +214,7 @@ public:
 private:
     // Beyond those the palette has all are black.
     Rgb entry(int index) const {
-        const std::vector<Rgb> &entries = *spec_.palette;
+        const std::vector<Rgb> &entries = *setup_.palette;
         return index < int(entries.size()) ? entries[std::size_t(index)] : Rgb{0, 0, 0};
     }
     std::uint32_t full_colour(const Rgb &colour, int limit) const {
@@ -222,16 +222,16 @@ private:
         std::uint32_t result = 0;
         for (int channel = 0; channel < 3; ++channel) {
             int value = gamma_[channel][given[channel]];
-            if (spec_.type == 5)
+            if (setup_.type == 5)
                 value = high_colour_level(value);
-            if (spec_.type == 5 && spec_.dither)
+            if (setup_.type == 5 && setup_.dither)
                 value = reduced(value, limit);
             result = result * 256 + std::uint32_t(value);
         }
         return result;
     }
 
-    RunSpec spec_;
+    RunSetup setup_;
     Path path_;
     std::array<Levels, 3> gamma_;
 };

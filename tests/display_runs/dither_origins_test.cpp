@@ -7,21 +7,21 @@ namespace {
 
 class DitherOrigins : public RunTest {
 protected:
-    std::vector<Flush> draw(const RunSpec &spec, const Source &source) {
+    std::vector<Flush> draw(const RunSetup &setup, const Source &source) {
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         EXPECT_SUCCESS(show(run, source));
         end(run);
-        return drawn(watch, spec);
+        return drawn(watch, setup);
     }
     // Pixels of a run that shows one value everywhere.
-    std::vector<std::uint32_t> even(const RunSpec &spec, int value) {
-        const Bytes row(std::size_t(spec.width()) * 3, std::uint8_t(value));
+    std::vector<std::uint32_t> even(const RunSetup &setup, int value) {
+        const Bytes row(std::size_t(setup.width()) * 3, std::uint8_t(value));
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
-        EXPECT_SUCCESS(api().disp32ShowData(run, row.data(), 0, 0, int(spec.height()), 0));
+        const HDISPRUN run = open(setup);
+        EXPECT_SUCCESS(api().disp32ShowData(run, row.data(), 0, 0, int(setup.height()), 0));
         end(run);
-        const auto flushes = drawn(watch, spec);
+        const auto flushes = drawn(watch, setup);
         EXPECT_EQ(flushes.size(), 1u);
         return flushes.empty() ? std::vector<std::uint32_t>{} : flushes[0].pixels;
     }
@@ -32,10 +32,10 @@ protected:
 // Row 2 from column 5 on: 48 6 44 7 45 4; rows on from there at column 5: 48 22 40.
 TEST_F(DitherOrigins, OfTheContext) {
     prepare({.type = 3});
-    const RunSpec row{.type = 3, .left = 5, .top = 2, .right = 11, .bottom = 3};
+    const RunSetup row{.type = 3, .left = 5, .top = 2, .right = 11, .bottom = 3};
     EXPECT_EQ(even(row, 44), (Pixels{0, 43, 43, 43, 0, 43}));
     EXPECT_EQ(even(row, 45), (Pixels{0, 43, 43, 43, 43, 43}));
-    const RunSpec column{.type = 3, .left = 5, .top = 2, .right = 6, .bottom = 5};
+    const RunSetup column{.type = 3, .left = 5, .top = 2, .right = 6, .bottom = 5};
     EXPECT_EQ(even(column, 40), (Pixels{0, 43, 43}));
     EXPECT_EQ(even(column, 39), (Pixels{0, 43, 0}));
 }
@@ -45,7 +45,7 @@ TEST_F(DitherOrigins, Given) {
     prepare({.type = 3});
     for (const auto &[x, y] : {std::pair(5, 2), std::pair(13, 10), std::pair(-3, -6),
                                std::pair(-2147483643, -2147483646), std::pair(2147483645, 2)}) {
-        RunSpec row{.type = 3, .left = 100, .top = 33, .right = 106, .bottom = 34};
+        RunSetup row{.type = 3, .left = 100, .top = 33, .right = 106, .bottom = 34};
         row.origin = {x, y};
         EXPECT_EQ(even(row, 44), (Pixels{0, 43, 43, 43, 0, 43})) << x << ' ' << y;
         row.left = -2147483647;
@@ -60,7 +60,7 @@ TEST_F(DitherOrigins, Given) {
 // stepped up at thresholds to 5.
 TEST_F(DitherOrigins, OfHighColour) {
     prepare({.type = 5});
-    RunSpec row{.type = 5, .left = 3, .top = 1, .right = 9, .bottom = 2};
+    RunSetup row{.type = 5, .left = 3, .top = 1, .right = 9, .bottom = 2};
     const Pixels wanted{0xF0F0F0, 0xF0F0F0, 0xF0F0F0, 0xE8E8E8, 0xF0F0F0, 0xF0F0F0};
     EXPECT_EQ(even(row, 244), wanted);
     row.left += 4;
@@ -77,7 +77,7 @@ TEST_F(DitherOrigins, OfHighColour) {
 // Sixteen colours: row 4 from column 6 on: 56 247 12 203.
 TEST_F(DitherOrigins, OfSixteenColours) {
     prepare({.type = 2});
-    RunSpec row{.type = 2, .left = 6, .top = 4, .right = 10, .bottom = 5};
+    RunSetup row{.type = 2, .left = 6, .top = 4, .right = 10, .bottom = 5};
     EXPECT_EQ(even(row, 203), (Pixels{15, 0, 15, 15}));
     EXPECT_EQ(even(row, 55), (Pixels{0, 0, 15, 0}));
     row.origin = {-2, -4};
@@ -90,17 +90,17 @@ TEST_F(DitherOrigins, AllPhases) {
     for (int type : {2, 3, 5})
         for (int depth : {8, 16, 24})
             for (int phase = 0; phase < 64; ++phase) {
-                RunSpec spec{.type = type, .depth = depth, .option = 1};
+                RunSetup setup{.type = type, .depth = depth, .option = 1};
                 if (depth == 8)
-                    spec.palette = some_colours(random, 256);
-                spec.left = phase % 8;
-                spec.top = phase / 8;
-                spec.right = spec.left + 21;
-                spec.bottom = spec.top + 10;
-                expect_as_model(spec, random);
-                spec.origin = {phase % 8 - 16, phase / 8 + 64};
-                spec.left = spec.top = 0;
-                expect_as_model(spec, random);
+                    setup.palette = some_colours(random, 256);
+                setup.left = phase % 8;
+                setup.top = phase / 8;
+                setup.right = setup.left + 21;
+                setup.bottom = setup.top + 10;
+                expect_as_model(setup, random);
+                setup.origin = {phase % 8 - 16, phase / 8 + 64};
+                setup.left = setup.top = 0;
+                expect_as_model(setup, random);
             }
 }
 
@@ -109,14 +109,14 @@ TEST_F(DitherOrigins, AreTheSameForBothOpenings) {
     for (int type : {2, 3, 5})
         for (int left : {0, 3, -5})
             for (int top : {0, 6, -7}) {
-                RunSpec spec{.type = type, .left = left, .top = top};
-                spec.right = left + 19;
-                spec.bottom = top + 12;
-                prepare(spec);
+                RunSetup setup{.type = type, .left = left, .top = top};
+                setup.right = left + 19;
+                setup.bottom = top + 12;
+                prepare(setup);
                 const Source source(random, 24, 19, 12);
-                const auto plain = draw(spec, source);
-                spec.origin = {left, top};
-                EXPECT_EQ(difference(draw(spec, source), plain), "");
+                const auto plain = draw(setup, source);
+                setup.origin = {left, top};
+                EXPECT_EQ(difference(draw(setup, source), plain), "");
             }
 }
 
@@ -142,32 +142,32 @@ protected:
             std::swap(all[i - 1], all[numbers.below(i)]);
         return all;
     }
-    void expect_seamless(RunSpec spec, Random &numbers, bool with_origin) {
-        prepare(spec);
-        const int left = spec.left, top = spec.top;
+    void expect_seamless(RunSetup setup, Random &numbers, bool with_origin) {
+        prepare(setup);
+        const int left = setup.left, top = setup.top;
         const int origin_x = int(numbers.below(100)) - 50, origin_y = int(numbers.below(100)) - 50;
-        const Source source(numbers, spec.depth, width, height);
+        const Source source(numbers, setup.depth, width, height);
         Canvas at_once(left, top, width, height), in_pieces = at_once;
         const auto draw_part = [&](const RECT &part, Canvas &canvas) {
-            spec.left = left + part.left;
-            spec.top = top + part.top;
-            spec.right = left + part.right;
-            spec.bottom = top + part.bottom;
+            setup.left = left + part.left;
+            setup.top = top + part.top;
+            setup.right = left + part.right;
+            setup.bottom = top + part.bottom;
             if (with_origin)
-                spec.origin = {origin_x + part.left, origin_y + part.top};
+                setup.origin = {origin_x + part.left, origin_y + part.top};
             GdiWatch watch(dc());
-            const HDISPRUN run = open(spec);
+            const HDISPRUN run = open(setup);
             EXPECT_EQ(api().disp32ShowData(run, source.image(), part.left, part.top,
                                            part.bottom - part.top, source.stride),
                       1);
             end(run);
-            canvas.put(drawn(watch, spec));
+            canvas.put(drawn(watch, setup));
         };
         draw_part({0, 0, width, height}, at_once);
         for (const RECT &piece : pieces(numbers))
             draw_part(piece, in_pieces);
         EXPECT_EQ(std::ranges::count(at_once.pixels(), Canvas::nothing), 0);
-        EXPECT_TRUE(at_once == in_pieces) << spec;
+        EXPECT_TRUE(at_once == in_pieces) << setup;
     }
 };
 
@@ -180,13 +180,13 @@ TEST_F(Pieces, AreTheSameAsAtOnce) {
                     if (palette && depth != 8)
                         continue;
                     Random numbers{test_seed(), 7200 + number++};
-                    RunSpec spec{.type = type, .depth = depth};
-                    spec.left = int(numbers.below(40)) - 20;
-                    spec.top = int(numbers.below(40)) - 20;
-                    spec.option = int(numbers.below(2));
+                    RunSetup setup{.type = type, .depth = depth};
+                    setup.left = int(numbers.below(40)) - 20;
+                    setup.top = int(numbers.below(40)) - 20;
+                    setup.option = int(numbers.below(2));
                     if (palette)
-                        spec.palette = some_colours(numbers, 256);
-                    expect_seamless(spec, numbers, with_origin);
+                        setup.palette = some_colours(numbers, 256);
+                    expect_seamless(setup, numbers, with_origin);
                 }
 }
 

@@ -80,15 +80,15 @@ TEST_F(Edges, EmptyAndInvertedRectangles) {
         for (int depth : {1, 8, 16, 24})
             for (const RECT &place : rectangles)
                 for (int direction : {1, -1}) {
-                    RunSpec spec{.type = type,
-                                 .depth = depth,
-                                 .left = place.left,
-                                 .top = place.top,
-                                 .right = place.right,
-                                 .bottom = place.bottom};
+                    RunSetup setup{.type = type,
+                                   .depth = depth,
+                                   .left = place.left,
+                                   .top = place.top,
+                                   .right = place.right,
+                                   .bottom = place.bottom};
                     const Census before = Census::now();
                     GdiWatch watch(dc());
-                    const HDISPRUN run = open(spec);
+                    const HDISPRUN run = open(setup);
                     EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_DIRECTION, direction));
                     EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_STRIP_ROWS, 1));
                     // No row is even looked at.
@@ -126,18 +126,18 @@ TEST_F(Edges, RectanglesWithoutEnd) {
 TEST_F(Edges, TallRectangles) {
     constexpr int most = 0x7FFFFFFF, least = -most - 1;
     for (int type : {3, 4, 5}) {
-        const RunSpec spec{
+        const RunSetup setup{
             .type = type, .left = least, .top = least, .right = least + 2048, .bottom = most};
-        prepare(spec);
+        prepare(setup);
         const Source source(random, 24, 2048, 40);
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
-        model::ModelRun model(spec);
+        const HDISPRUN run = open(setup);
+        model::ModelRun model(setup);
         EXPECT_SUCCESS(show(run, source));
         end(run);
         model.show(source.image(), 0, 0, 40, source.stride);
         model.end();
-        expect_drawn(watch, spec, model.flushes());
+        expect_drawn(watch, setup, model.flushes());
     }
 }
 
@@ -149,26 +149,26 @@ TEST_F(Edges, NullHandlesAndImages) {
     EXPECT_SILENT_FAILURE(api().disp32ShowData(0, nullptr, 0, 0, 0, 0));
     EXPECT_SILENT_FAILURE(api().disp32ShowEnd(0));
     for (int type : {2, 3, 4, 5}) {
-        const RunSpec spec{.type = type, .right = 9, .bottom = 9};
-        prepare(spec);
+        const RunSetup setup{.type = type, .right = 9, .bottom = 9};
+        prepare(setup);
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         EXPECT_SILENT_FAILURE(api().disp32ShowData(run, nullptr, 0, 0, 1, 27));
         const Source source(random, 24, 9, 9);
         EXPECT_SUCCESS(show(run, source));
         end(run);
-        model::ModelRun model(spec);
+        model::ModelRun model(setup);
         model.show(source.image(), 0, 0, 9, source.stride);
         model.end();
-        expect_drawn(watch, spec, model.flushes());
+        expect_drawn(watch, setup, model.flushes());
     }
 }
 
 TEST_F(Edges, NoRows) {
-    const RunSpec spec{.type = 4, .right = 9, .bottom = 9};
-    prepare(spec);
+    const RunSetup setup{.type = 4, .right = 9, .bottom = 9};
+    prepare(setup);
     GdiWatch watch(dc());
-    const HDISPRUN run = open(spec);
+    const HDISPRUN run = open(setup);
     const std::uint8_t pixel[1] = {};
     for (int rows : {0, -1, -100, -0x7FFFFFFF - 1})
         EXPECT_SUCCESS(api().disp32ShowData(run, pixel, 1 << 20, 1 << 20, rows, 4096));
@@ -180,11 +180,11 @@ TEST_F(Edges, NoRows) {
 TEST_F(Edges, ExtraRows) {
     for (int type : {2, 3, 4, 5})
         for (int depth : {1, 8, 16, 24}) {
-            const RunSpec spec{.type = type, .depth = depth, .top = 4, .right = 9, .bottom = 11};
-            prepare(spec);
+            const RunSetup setup{.type = type, .depth = depth, .top = 4, .right = 9, .bottom = 11};
+            prepare(setup);
             const Source source(random, depth, 9, 7);
             GdiWatch watch(dc());
-            const HDISPRUN run = open(spec);
+            const HDISPRUN run = open(setup);
             EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_STRIP_ROWS, 3));
             EXPECT_SUCCESS(show(run, source, 0, 5));
             EXPECT_SUCCESS(show(run, source, 5, 5000)); // two of them
@@ -192,12 +192,12 @@ TEST_F(Edges, ExtraRows) {
             EXPECT_SUCCESS(api().disp32ShowData(run, source.image(), 1 << 20, 1 << 20, 9, 4096));
             EXPECT_EQ(watch.drawings().size(), 2u);
             end(run);
-            model::ModelRun model(spec);
+            model::ModelRun model(setup);
             model.attribute(2, 3);
             model.show(source.image(), 0, 0, 7, source.stride);
             model.end();
             ASSERT_EQ(model.flushes().size(), 3u);
-            expect_drawn(watch, spec, model.flushes());
+            expect_drawn(watch, setup, model.flushes());
         }
 }
 
@@ -206,48 +206,48 @@ TEST_F(Edges, FewerRows) {
     for (int type : {2, 3, 4, 5})
         for (int depth : {1, 8, 16, 24})
             for (int direction : {1, -1}) {
-                const RunSpec spec{.type = type, .depth = depth, .right = 9, .bottom = 50};
-                prepare(spec);
+                const RunSetup setup{.type = type, .depth = depth, .right = 9, .bottom = 50};
+                prepare(setup);
                 const Source source(random, depth, 9, 7);
                 GdiWatch watch(dc());
-                const HDISPRUN run = open(spec);
+                const HDISPRUN run = open(setup);
                 EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_DIRECTION, direction));
                 EXPECT_SUCCESS(show(run, source));
                 end(run);
-                model::ModelRun model(spec);
+                model::ModelRun model(setup);
                 model.attribute(1, direction);
                 model.show(source.image(), 0, 0, 7, source.stride);
                 model.end();
-                expect_drawn(watch, spec, model.flushes());
+                expect_drawn(watch, setup, model.flushes());
             }
 }
 
 // The colours of a palette that is copied are read once; a palette that is shown, at each drawing.
 TEST_F(Edges, PalettesThatChange) {
     for (int type : {2, 3}) {
-        RunSpec spec{.type = type, .depth = 8, .right = 40, .bottom = 9, .option = 1};
-        spec.palette = some_colours(random, 256);
-        prepare(spec);
+        RunSetup setup{.type = type, .depth = 8, .right = 40, .bottom = 9, .option = 1};
+        setup.palette = some_colours(random, 256);
+        prepare(setup);
         const Source source(random, 8, 40, 9);
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         const std::vector<PALETTEENTRY> black(256);
         EXPECT_EQ(SetPaletteEntries(palette(), 0, 256, black.data()), 256u);
         EXPECT_SUCCESS(show(run, source));
         end(run);
-        model::ModelRun model(spec);
+        model::ModelRun model(setup);
         model.show(source.image(), 0, 0, 9, source.stride);
         model.end();
-        expect_drawn(watch, spec, model.flushes());
+        expect_drawn(watch, setup, model.flushes());
     }
 }
 
 TEST_F(Edges, PalettesOfAnySize) {
     for (int type : {2, 3})
         for (int entries : {1, 2, 100, 255, 256, 257, 1000, 32767}) {
-            RunSpec spec{.type = type, .depth = 8, .right = 256, .bottom = 3, .option = 1};
-            spec.palette = some_colours(random, entries);
-            expect_as_model(spec, random);
+            RunSetup setup{.type = type, .depth = 8, .right = 256, .bottom = 3, .option = 1};
+            setup.palette = some_colours(random, entries);
+            expect_as_model(setup, random);
         }
 }
 

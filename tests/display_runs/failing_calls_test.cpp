@@ -48,21 +48,21 @@ protected:
                 for (bool palette : {false, true}) {
                     if (palette && depth != 8)
                         continue;
-                    RunSpec spec{.type = type, .depth = depth, .left = 2, .top = 3};
-                    spec.right = 35;
-                    spec.bottom = 20;
-                    spec.option = 1;
+                    RunSetup setup{.type = type, .depth = depth, .left = 2, .top = 3};
+                    setup.right = 35;
+                    setup.bottom = 20;
+                    setup.option = 1;
                     if (palette)
-                        spec.palette = some_colours(random, 256);
+                        setup.palette = some_colours(random, 256);
                     std::ostringstream trace;
-                    trace << spec;
+                    trace << setup;
                     SCOPED_TRACE(trace.str());
-                    prepare(spec);
-                    action(spec);
+                    prepare(setup);
+                    action(setup);
                 }
     }
-    static bool of_bits(const RunSpec &spec) {
-        const auto strip = model::strip_of(model::path_of(spec));
+    static bool of_bits(const RunSetup &setup) {
+        const auto strip = model::strip_of(model::path_of(setup));
         return strip == model::Strip::bits || strip == model::Strip::planes;
     }
 
@@ -87,13 +87,13 @@ private:
 TEST_F(FailingRunCalls, AtTheOpening) {
     SetBkColor(dc(), 0x112233);
     SetTextColor(dc(), 0x445566);
-    each_path([&](const RunSpec &spec) {
+    each_path([&](const RunSetup &setup) {
         const ContextState context = state();
         const auto openings = [&](const char *function) {
             return each_failing(function, [&] {
                 const Census before = Census::now();
                 HDISPRUN run = 0x5A5A5A5A;
-                const int result = try_open(spec, &run);
+                const int result = try_open(setup, &run);
                 expect_no_report();
                 EXPECT_EQ(result, failed() ? 0 : 1);
                 EXPECT_EQ(run == 0, failed());
@@ -107,23 +107,35 @@ TEST_F(FailingRunCalls, AtTheOpening) {
         for (const char *function : {"GlobalAlloc", "GlobalLock", "malloc", "calloc"})
             memory += openings(function);
         EXPECT_GE(memory, 2); // record and strip
-        const bool planes = model::strip_of(model::path_of(spec)) == model::Strip::planes;
-        EXPECT_EQ(openings("CreateCompatibleDC"), of_bits(spec) ? 1 : 0);
-        EXPECT_EQ(openings("CreateBitmap"), of_bits(spec) && !planes ? 1 : 0);
+        const bool planes = model::strip_of(model::path_of(setup)) == model::Strip::planes;
+        EXPECT_EQ(openings("CreateCompatibleDC"), of_bits(setup) ? 1 : 0);
+        EXPECT_EQ(openings("CreateBitmap"), of_bits(setup) && !planes ? 1 : 0);
         EXPECT_EQ(openings("CreateCompatibleBitmap"), planes ? 1 : 0);
+
+        // A bitmap that cannot be selected is of no use. (The second selection is at the end.)
+        const FailingCall selection{"SelectObject", 1};
+        const Census before = Census::now();
+        HDISPRUN run = 0x5A5A5A5A;
+        EXPECT_EQ(try_open(setup, &run), of_bits(setup) ? 0 : 1);
+        EXPECT_EQ(selection.happened(), of_bits(setup));
+        EXPECT_EQ(run == 0, of_bits(setup));
+        if (run != 0)
+            end(run);
+        EXPECT_EQ(Census::now(), before);
+        EXPECT_EQ(state(), context);
     });
 }
 
 // Whatever becomes of the run, nothing is left.
 TEST_F(FailingRunCalls, OfOtherThingsAtTheOpening) {
-    each_path([&](const RunSpec &spec) {
+    each_path([&](const RunSetup &setup) {
         const ContextState context = state();
-        const Source source(random, spec.depth, 33, 17);
+        const Source source(random, setup.depth, 33, 17);
         for (const char *function : {"SelectObject", "GetObjectA", "GetPaletteEntries"})
             each_failing(function, [&] {
                 const Census before = Census::now();
                 HDISPRUN run = 0x5A5A5A5A;
-                const int result = try_open(spec, &run);
+                const int result = try_open(setup, &run);
                 EXPECT_EQ(result == 0, run == 0);
                 if (run != 0) {
                     show(run, source);
@@ -139,13 +151,13 @@ TEST_F(FailingRunCalls, OfOtherThingsAtTheOpening) {
 TEST_F(FailingRunCalls, OfDrawing) {
     SetBkColor(dc(), 0x112233);
     SetTextColor(dc(), 0x445566);
-    each_path([&](const RunSpec &spec) {
+    each_path([&](const RunSetup &setup) {
         const ContextState context = state();
-        const Source source(random, spec.depth, 33, 17);
+        const Source source(random, setup.depth, 33, 17);
         for (const char *function : {"SetDIBitsToDevice", "BitBlt", "SetBitmapBits"}) {
             const int failures = each_failing(function, [&] {
                 const Census before = Census::now();
-                const HDISPRUN run = open(spec);
+                const HDISPRUN run = open(setup);
                 EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_STRIP_ROWS, 5));
                 int refused = 0;
                 for (int row = 0; row < 17; ++row)
@@ -160,21 +172,21 @@ TEST_F(FailingRunCalls, OfDrawing) {
                 EXPECT_EQ(state(), context);
             });
             const bool bits = std::string(function) != "SetDIBitsToDevice";
-            EXPECT_EQ(failures, bits == of_bits(spec) ? 4 : 0); // 5 + 5 + 5 + 2 rows
+            EXPECT_EQ(failures, bits == of_bits(setup) ? 4 : 0); // 5 + 5 + 5 + 2 rows
         }
     });
 }
 
 // None of these is a failed drawing.
 TEST_F(FailingRunCalls, BesideDrawing) {
-    each_path([&](const RunSpec &spec) {
-        const Source source(random, spec.depth, 33, 17);
+    each_path([&](const RunSetup &setup) {
+        const Source source(random, setup.depth, 33, 17);
         for (const char *function :
              {"SetICMMode", "SelectPalette", "RealizePalette", "SetBkColor", "SetTextColor"})
             each_failing(function, [&] {
                 const Census before = Census::now();
                 const GdiWatch watch(dc()); // whose drawings succeed whatever is selected
-                const HDISPRUN run = open(spec);
+                const HDISPRUN run = open(setup);
                 const FailingCall draws{"SetDIBitsToDevice", 0}, blits{"BitBlt", 0};
                 EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_STRIP_ROWS, 9));
                 EXPECT_SUCCESS(show(run, source));
@@ -188,11 +200,11 @@ TEST_F(FailingRunCalls, BesideDrawing) {
 // A palette whose colours cannot be read while it is shown: nothing crashes, nothing is left.
 TEST_F(FailingRunCalls, OfPalettesWhileDrawing) {
     const Replaced<call::SetICMMode> on([](HDC, int) { return ICM_ON; });
-    each_path([&](const RunSpec &spec) {
-        const Source source(random, spec.depth, 33, 17);
+    each_path([&](const RunSetup &setup) {
+        const Source source(random, setup.depth, 33, 17);
         for (const char *function : {"GetObjectA", "GetPaletteEntries"}) {
             const Census before = Census::now();
-            const HDISPRUN run = open(spec);
+            const HDISPRUN run = open(setup);
             {
                 const FailingCall failing{function, 1, FailingCall::from_there_on};
                 show(run, source);
@@ -201,21 +213,21 @@ TEST_F(FailingRunCalls, OfPalettesWhileDrawing) {
             EXPECT_EQ(Census::now(), before);
             // The places are where they belong.
             GdiWatch watch(dc());
-            const HDISPRUN next = open(spec);
+            const HDISPRUN next = open(setup);
             EXPECT_SUCCESS(show(next, source));
             end(next);
-            drawn(watch, spec);
+            drawn(watch, setup);
         }
     });
 }
 
 // A strip that cannot be locked again.
 TEST_F(FailingRunCalls, OfAttributes) {
-    each_path([&](const RunSpec &spec) {
+    each_path([&](const RunSetup &setup) {
         for (const auto &[which, value] : {std::pair(1, -1), std::pair(2, 3)}) {
-            const Source source(random, spec.depth, 33, 17);
+            const Source source(random, setup.depth, 33, 17);
             const Census before = Census::now();
-            const HDISPRUN run = open(spec);
+            const HDISPRUN run = open(setup);
             {
                 const FailingCall lock{"GlobalLock", 1};
                 api().disp32SetAttrib(run, which, value);
@@ -256,11 +268,11 @@ TEST_F(FailingRunCalls, DeletedPalettes) {
 
 // Many runs of every path hold no more than none.
 TEST_F(FailingRunCalls, NothingAccumulates) {
-    each_path([&](const RunSpec &spec) {
-        const Source source(random, spec.depth, 33, 17);
+    each_path([&](const RunSetup &setup) {
+        const Source source(random, setup.depth, 33, 17);
         const Census before = Census::now();
         for (int i = 0; i < 40; ++i) {
-            const HDISPRUN run = open(spec);
+            const HDISPRUN run = open(setup);
             show(run, source);
             end(run);
         }

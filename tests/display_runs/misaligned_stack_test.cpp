@@ -20,23 +20,23 @@ TEST_P(MisalignedRuns, EveryExport) {
     for (int type = 0; type <= 5; ++type)
         for (int depth : {1, 8, 16, 24})
             for (bool given : {false, true}) {
-                RunSpec spec{.type = type, .depth = depth, .left = 3, .top = 4};
-                spec.right = 3 + 131;
-                spec.bottom = 4 + 9;
-                spec.option = 1;
+                RunSetup setup{.type = type, .depth = depth, .left = 3, .top = 4};
+                setup.right = 3 + 131;
+                setup.bottom = 4 + 9;
+                setup.option = 1;
                 if (given)
-                    spec.palette = some_colours(random, 256);
-                prepare(spec);
+                    setup.palette = some_colours(random, 256);
+                prepare(setup);
                 std::optional<OwnPalette> own;
                 if (given)
-                    own.emplace(entries_of(*spec.palette));
+                    own.emplace(entries_of(*setup.palette));
                 const HPALETTE palette = own ? own->get() : nullptr;
                 const Source source(random, depth, 131, 9);
                 GdiWatch watch(dc());
                 for (bool origin : {false, true}) {
                     HDISPRUN run = 0;
                     if (origin) {
-                        spec.origin = {5, 6};
+                        setup.origin = {5, 6};
                         EXPECT_EQ(call(api().disp32ShowInitEx, &run, dc(), depth, 3, 4, 134, 13,
                                        palette, 1, 0, 5, 6),
                                   1);
@@ -51,7 +51,7 @@ TEST_P(MisalignedRuns, EveryExport) {
                     EXPECT_EQ(
                         call(api().disp32ShowData, run, source.image(), 0, 0, 9, source.stride), 1);
                     EXPECT_EQ(call(api().disp32ShowEnd, run), 1);
-                    model::ModelRun model(spec);
+                    model::ModelRun model(setup);
                     model.attribute(2, 4);
                     model.show(source.image(), 0, 0, 9, source.stride);
                     model.end();

@@ -29,20 +29,20 @@ TEST(DisplayRunModel, Matrices) {
 }
 
 TEST(DisplayRunModel, Strips) {
-    RunSpec spec{.type = 4, .depth = 24, .right = 100, .bottom = 1000};
-    EXPECT_EQ(row_bytes(spec), 300);
-    EXPECT_EQ(strip_rows(spec), 163);
-    spec.type = 3;
-    EXPECT_EQ(row_bytes(spec), 100);
-    EXPECT_EQ(strip_rows(spec), 491);
-    spec.type = 2;
-    EXPECT_EQ(row_bytes(spec), 56);
-    EXPECT_EQ(strip_rows(spec), 877);
-    spec.depth = 1;
-    EXPECT_EQ(row_bytes(spec), 14);
-    EXPECT_EQ(strip_rows(spec), 1000);
-    spec.bottom = 2000;
-    EXPECT_EQ(strip_rows(spec), 1755);
+    RunSetup setup{.type = 4, .depth = 24, .right = 100, .bottom = 1000};
+    EXPECT_EQ(row_bytes(setup), 300);
+    EXPECT_EQ(strip_rows(setup), 163);
+    setup.type = 3;
+    EXPECT_EQ(row_bytes(setup), 100);
+    EXPECT_EQ(strip_rows(setup), 491);
+    setup.type = 2;
+    EXPECT_EQ(row_bytes(setup), 56);
+    EXPECT_EQ(strip_rows(setup), 877);
+    setup.depth = 1;
+    EXPECT_EQ(row_bytes(setup), 14);
+    EXPECT_EQ(strip_rows(setup), 1000);
+    setup.bottom = 2000;
+    EXPECT_EQ(strip_rows(setup), 1755);
 }
 
 TEST(DisplayRunModel, Pixels) {

@@ -8,26 +8,26 @@ namespace {
 class PaintedContexts : public PaintedRuns {
 protected:
     static constexpr int width = 90, height = 60;
-    void expect_painted(int bits, const RunSpec &spec, const Entries &table = {}, int rows = 7,
+    void expect_painted(int bits, const RunSetup &setup, const Entries &table = {}, int rows = 7,
                         int direction = 1) {
-        prepare(spec);
-        const Source source(random, spec.depth, int(spec.width()), int(spec.height()));
+        prepare(setup);
+        const Source source(random, setup.depth, int(setup.width()), int(setup.height()));
         const Section target(bits, width, height, table);
-        paint(target.dc(), spec, source, rows, direction);
-        Colours picture = wanted(spec, source);
+        paint(target.dc(), setup, source, rows, direction);
+        Colours picture = wanted(setup, source);
         if (direction == -1) {
             // The same pixels row by row from the bottom; their thresholds are those of the top.
             Colours turned;
-            const auto columns = std::ptrdiff_t(spec.width());
+            const auto columns = std::ptrdiff_t(setup.width());
             for (auto row = picture.end(); row != picture.begin(); row -= columns)
                 turned.insert(turned.end(), row - columns, row);
             picture = turned;
         }
-        Colours all = placed(spec, picture, width, height);
+        Colours all = placed(setup, picture, width, height);
         if (bits == 16)
             for (std::uint32_t &colour : all)
                 colour &= 0xF8F8F8;
-        EXPECT_EQ(difference(target.colours(), all, width), "") << spec << ", bits " << bits;
+        EXPECT_EQ(difference(target.colours(), all, width), "") << setup << ", bits " << bits;
     }
     // Any path whose picture consists of colours, with indices that the palette has.
     template <class Action>
@@ -36,38 +36,38 @@ protected:
             for (int depth : {1, 8, 16, 24})
                 for (int option : {0, 1})
                     for (bool palette : {false, true}) {
-                        RunSpec spec{.type = type, .depth = depth, .left = 7, .top = 5};
-                        spec.right = 7 + 61;
-                        spec.bottom = 5 + 44;
-                        spec.option = option;
+                        RunSetup setup{.type = type, .depth = depth, .left = 7, .top = 5};
+                        setup.right = 7 + 61;
+                        setup.bottom = 5 + 44;
+                        setup.option = option;
                         if (palette)
-                            spec.palette = some_colours(random, 256);
-                        if (model::strip_of(model::path_of(spec)) != model::Strip::planes)
-                            action(spec);
+                            setup.palette = some_colours(random, 256);
+                        if (model::strip_of(model::path_of(setup)) != model::Strip::planes)
+                            action(setup);
                     }
     }
     Random random{test_seed(), 121};
 };
 
 TEST_F(PaintedContexts, OfFullColours) {
-    each_path([&](const RunSpec &spec) {
-        expect_painted(24, spec);
-        expect_painted(32, spec);
+    each_path([&](const RunSetup &setup) {
+        expect_painted(24, setup);
+        expect_painted(32, setup);
     });
 }
 
 TEST_F(PaintedContexts, WithGamma) {
     for (int type : {3, 4, 5})
         for (int depth : {8, 16, 24}) {
-            RunSpec spec{.type = type, .depth = depth, .left = 1, .top = 2, .right = 80};
-            spec.bottom = 55;
-            spec.gamma = {50, 122, 200};
-            expect_painted(24, spec);
+            RunSetup setup{.type = type, .depth = depth, .left = 1, .top = 2, .right = 80};
+            setup.bottom = 55;
+            setup.gamma = {50, 122, 200};
+            expect_painted(24, setup);
         }
 }
 
 TEST_F(PaintedContexts, FromTheBottomUp) {
-    each_path([&](const RunSpec &spec) { expect_painted(32, spec, {}, 9, -1); });
+    each_path([&](const RunSetup &setup) { expect_painted(32, setup, {}, 9, -1); });
 }
 
 // Rectangles that reach beyond the bitmap, on all sides.
@@ -76,26 +76,26 @@ TEST_F(PaintedContexts, CutAtTheEdges) {
                               RECT{200, 10, 220, 30}, RECT{0, 0, 90, 60}})
         for (int type : {3, 4, 5})
             for (int depth : {1, 8, 24}) {
-                RunSpec spec{.type = type, .depth = depth, .left = place.left, .top = place.top};
-                spec.right = place.right;
-                spec.bottom = place.bottom;
-                expect_painted(32, spec);
+                RunSetup setup{.type = type, .depth = depth, .left = place.left, .top = place.top};
+                setup.right = place.right;
+                setup.bottom = place.bottom;
+                expect_painted(32, setup);
             }
 }
 
 // Every colour lies in the bitmap's table.
 TEST_F(PaintedContexts, OfTheCubesColours) {
     for (int depth : {24, 16}) {
-        const RunSpec spec{
+        const RunSetup setup{
             .type = 3, .depth = depth, .left = 3, .top = 4, .right = 80, .bottom = 50};
-        prepare(spec);
+        prepare(setup);
         const Source source(random, depth, 77, 46);
         const Entries cube = colour_cube(3, 256);
         const Section target(8, width, height, cube);
         const Colours before = target.colours();
-        paint(target.dc(), spec, source);
+        paint(target.dc(), setup, source);
         const Colours after = target.colours();
-        Colours all = placed(spec, wanted(spec, source), width, height);
+        Colours all = placed(setup, wanted(setup, source), width, height);
         for (std::size_t i = 0; i < all.size(); ++i)
             if (all[i] == grey)
                 all[i] = before[i]; // the nearest to grey there is
@@ -105,9 +105,9 @@ TEST_F(PaintedContexts, OfTheCubesColours) {
 
 TEST_F(PaintedContexts, OfFiveBits) {
     for (int depth : {8, 16, 24}) {
-        const RunSpec spec{
+        const RunSetup setup{
             .type = 5, .depth = depth, .left = 3, .top = 4, .right = 80, .bottom = 50};
-        expect_painted(16, spec); // dithered to five bits: nothing is lost
+        expect_painted(16, setup); // dithered to five bits: nothing is lost
     }
 }
 
@@ -115,13 +115,13 @@ TEST_F(PaintedContexts, OfFiveBits) {
 TEST_F(PaintedContexts, OfPlanes) {
     for (int bits : {24, 32})
         for (int depth : {8, 16, 24}) {
-            RunSpec spec{
+            RunSetup setup{
                 .type = 2, .depth = depth, .left = 10, .top = 9, .right = 70, .bottom = 40};
-            spec.palette = some_colours(random, 256);
-            prepare(spec);
+            setup.palette = some_colours(random, 256);
+            prepare(setup);
             const Source source(random, depth, 60, 31);
             const Section target(bits, width, height);
-            paint(target.dc(), spec, source);
+            paint(target.dc(), setup, source);
             const Colours after = target.colours();
             for (int y = 0; y < height; ++y)
                 for (int x = 0; x < width; ++x)
@@ -136,17 +136,17 @@ TEST_F(PaintedContexts, InSeveralStrips) {
     for (int type : {3, 4, 5})
         for (int depth : {1, 8, 16, 24})
             for (int direction : {1, -1}) {
-                RunSpec spec{.type = type, .depth = depth, .left = -900, .top = -3, .right = 100};
-                spec.bottom = 63;
-                expect_painted(32, spec, {}, 5, direction);
+                RunSetup setup{.type = type, .depth = depth, .left = -900, .top = -3, .right = 100};
+                setup.bottom = 63;
+                expect_painted(32, setup, {}, 5, direction);
             }
 }
 
 // The library leaves the context as it was.
 TEST_F(PaintedContexts, StayAsTheyWere) {
-    each_path([&](const RunSpec &spec) {
-        prepare(spec);
-        const Source source(random, spec.depth, int(spec.width()), int(spec.height()));
+    each_path([&](const RunSetup &setup) {
+        prepare(setup);
+        const Source source(random, setup.depth, int(setup.width()), int(setup.height()));
         const Section target(24, width, height);
         const HDC dc = target.dc();
         SetBkColor(dc, 0x112233);
@@ -154,7 +154,7 @@ TEST_F(PaintedContexts, StayAsTheyWere) {
         const OwnPalette own{colourful(20)};
         SelectPalette(dc, own.get(), TRUE);
         const HGDIOBJ bitmap = GetCurrentObject(dc, OBJ_BITMAP);
-        paint(dc, spec, source);
+        paint(dc, setup, source);
         EXPECT_EQ(GetBkColor(dc), COLORREF{0x112233});
         EXPECT_EQ(GetTextColor(dc), COLORREF{0x445566});
         EXPECT_EQ(GetCurrentObject(dc, OBJ_PAL), own.get());

@@ -84,15 +84,15 @@ std::string difference(const Colours &is, const Colours &should, int width) {
 
 // --- runs ------------------------------------------------------------------------------------
 
-void PaintedRuns::paint(HDC target, const RunSpec &spec, const Source &source, int rows,
+void PaintedRuns::paint(HDC target, const RunSetup &setup, const Source &source, int rows,
                         int direction) {
     std::optional<OwnPalette> own;
-    if (spec.palette)
-        own.emplace(entries_of(*spec.palette));
+    if (setup.palette)
+        own.emplace(entries_of(*setup.palette));
     HDISPRUN run = 0;
-    EXPECT_SUCCESS(api().disp32ShowInit(&run, target, spec.depth, spec.left, spec.top, spec.right,
-                                        spec.bottom, own ? own->get() : nullptr, spec.option,
-                                        spec.force_background));
+    EXPECT_SUCCESS(api().disp32ShowInit(&run, target, setup.depth, setup.left, setup.top,
+                                        setup.right, setup.bottom, own ? own->get() : nullptr,
+                                        setup.option, setup.force_background));
     if (run == 0)
         return;
     EXPECT_SUCCESS(api().disp32SetAttrib(run, DISP32_DIRECTION, direction));
@@ -101,11 +101,11 @@ void PaintedRuns::paint(HDC target, const RunSpec &spec, const Source &source, i
     end(run);
 }
 
-Entries PaintedRuns::shown_palette(const RunSpec &spec) {
-    const Gamma gamma{spec.gamma.red, spec.gamma.green, spec.gamma.blue};
-    switch (model::palette_of(model::path_of(spec))) {
+Entries PaintedRuns::shown_palette(const RunSetup &setup) {
+    const Gamma gamma{setup.gamma.red, setup.gamma.green, setup.gamma.blue};
+    switch (model::palette_of(model::path_of(setup))) {
     case model::Shown::callers:
-        return entries_of(*spec.palette);
+        return entries_of(*setup.palette);
     case model::Shown::cube:
         return corrected(colour_cube(3, 256), gamma);
     case model::Shown::greys_16:
@@ -115,14 +115,14 @@ Entries PaintedRuns::shown_palette(const RunSpec &spec) {
     }
 }
 
-Colours PaintedRuns::wanted(const RunSpec &spec, const Source &source) {
-    model::ModelRun model(spec);
+Colours PaintedRuns::wanted(const RunSetup &setup, const Source &source) {
+    model::ModelRun model(setup);
     model.show(source.image(), source.first_column, source.first_row, source.rows, source.stride);
     model.end();
-    Canvas canvas(spec.left, spec.top, int(spec.width()), int(spec.height()));
+    Canvas canvas(setup.left, setup.top, int(setup.width()), int(setup.height()));
     canvas.put(model.flushes());
-    const Entries entries = shown_palette(spec);
-    const auto strip = model::strip_of(model::path_of(spec));
+    const Entries entries = shown_palette(setup);
+    const auto strip = model::strip_of(model::path_of(setup));
     Colours picture;
     for (std::uint32_t pixel : canvas.pixels()) {
         if (strip == model::Strip::places) {
@@ -137,13 +137,14 @@ Colours PaintedRuns::wanted(const RunSpec &spec, const Source &source) {
     return picture;
 }
 
-Colours PaintedRuns::placed(const RunSpec &spec, const Colours &picture, int width, int height) {
+Colours PaintedRuns::placed(const RunSetup &setup, const Colours &picture, int width, int height) {
     Colours all(std::size_t(width * height), grey);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
-            const int column = x - spec.left, row = y - spec.top;
-            if (column >= 0 && column < spec.width() && row >= 0 && row < spec.height())
-                all[std::size_t(y * width + x)] = picture[std::size_t(row * spec.width() + column)];
+            const int column = x - setup.left, row = y - setup.top;
+            if (column >= 0 && column < setup.width() && row >= 0 && row < setup.height())
+                all[std::size_t(y * width + x)] =
+                    picture[std::size_t(row * setup.width() + column)];
         }
     return all;
 }

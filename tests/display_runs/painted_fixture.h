@@ -32,18 +32,18 @@ private:
 class PaintedRuns : public RunTest {
 protected:
     // Draws all rows of a source, in pieces of `rows` at a time.
-    void paint(HDC target, const RunSpec &spec, const Source &source, int rows = 1000,
+    void paint(HDC target, const RunSetup &setup, const Source &source, int rows = 1000,
                int direction = 1);
 
     // What the model's picture shows, as colours; planes have none.
-    Colours wanted(const RunSpec &spec, const Source &source);
+    Colours wanted(const RunSetup &setup, const Source &source);
 
     // What is expected of a context of this size that was grey before: the picture, cut at its
     // edges.
-    static Colours placed(const RunSpec &spec, const Colours &picture, int width, int height);
+    static Colours placed(const RunSetup &setup, const Colours &picture, int width, int height);
     static constexpr std::uint32_t grey = 0x808080;
 
-    static Entries shown_palette(const RunSpec &spec);
+    static Entries shown_palette(const RunSetup &setup);
 };
 
 // The pixels of any context, as the system converts them.

@@ -66,14 +66,14 @@ protected:
 
     // The model's picture drawn by the test at (x, y): its pixels as places of the palette, or as
     // colours, or its bits as black and white.
-    void draw_reference(HDC dc, const RunSpec &spec, const Source &source, int x, int y) {
-        const bool places = model::strip_of(model::path_of(spec)) == model::Strip::places;
-        model::ModelRun model(spec);
+    void draw_reference(HDC dc, const RunSetup &setup, const Source &source, int x, int y) {
+        const bool places = model::strip_of(model::path_of(setup)) == model::Strip::places;
+        model::ModelRun model(setup);
         model.show(source.image(), 0, 0, source.rows, source.stride);
         model.end();
-        Canvas canvas(spec.left, spec.top, width, height);
+        Canvas canvas(setup.left, setup.top, width, height);
         canvas.put(model.flushes());
-        const Colours picture = places ? canvas.pixels() : wanted(spec, source);
+        const Colours picture = places ? canvas.pixels() : wanted(setup, source);
         struct {
             BITMAPINFOHEADER header;
             WORD places[256];
@@ -97,7 +97,7 @@ protected:
         std::optional<OwnPalette> palette;
         HPALETTE before = nullptr;
         if (places) {
-            palette.emplace(shown_palette(spec));
+            palette.emplace(shown_palette(setup));
             before = SelectPalette(dc, palette->get(), FALSE);
             RealizePalette(dc);
         }
@@ -109,39 +109,39 @@ protected:
             SelectPalette(dc, before, FALSE);
     }
 
-    void expect_painted(const RunSpec &spec) {
-        prepare(spec);
-        const Source source(random, spec.depth, width, height);
+    void expect_painted(const RunSetup &setup) {
+        prepare(setup);
+        const Source source(random, setup.depth, width, height);
         for (HDC target : {window.dc(), like_window.dc()}) {
             clear(target);
             // One where the other was: a palette that is realized again may move.
-            draw_reference(target, spec, source, spec.left, spec.top);
+            draw_reference(target, setup, source, setup.left, setup.top);
             const Colours reference = colours_of(target, 0, 0, 300, 200);
             EXPECT_GE(std::set(reference.begin(), reference.end()).size(), 2u);
             clear(target);
-            paint(target, spec, source, 10);
+            paint(target, setup, source, 10);
             const Colours painted = colours_of(target, 0, 0, 300, 200);
-            EXPECT_EQ(difference(painted, reference, 300), "") << spec;
-            expect_picture(painted, spec, source);
+            EXPECT_EQ(difference(painted, reference, 300), "") << setup;
+            expect_picture(painted, setup, source);
         }
     }
 
     // Where the display shows every colour of the picture as it is.
-    void expect_picture(Colours painted, const RunSpec &spec, const Source &source) {
-        const auto strip = model::strip_of(model::path_of(spec));
-        const bool five_bits = strip == model::Strip::colours && spec.type == 5 && spec.dither;
+    void expect_picture(Colours painted, const RunSetup &setup, const Source &source) {
+        const auto strip = model::strip_of(model::path_of(setup));
+        const bool five_bits = strip == model::Strip::colours && setup.type == 5 && setup.dither;
         if (strip != model::Strip::bits && screen_bits() < (five_bits ? 16 : 24))
             return;
         Colours picture(300 * 200, 0);
-        const Colours pixels = wanted(spec, source);
+        const Colours pixels = wanted(setup, source);
         for (std::size_t y = 0; y < height; ++y)
             for (std::size_t x = 0; x < width; ++x)
-                picture[(y + std::size_t(spec.top)) * 300 + x + std::size_t(spec.left)] =
+                picture[(y + std::size_t(setup.top)) * 300 + x + std::size_t(setup.left)] =
                     pixels[y * width + x];
         for (std::uint32_t &colour : painted)
             if (five_bits)
                 colour &= 0xF8F8F8; // below it is what makes 31 of 31 white
-        EXPECT_EQ(difference(painted, picture, 300), "") << spec;
+        EXPECT_EQ(difference(painted, picture, 300), "") << setup;
     }
     static int screen_bits() {
         const HDC screen = GetDC(nullptr);
@@ -163,14 +163,14 @@ TEST_F(PaintedWindows, OfEveryPath) {
                         continue;
                     if (palette && depth != 8)
                         continue;
-                    RunSpec spec{.type = type, .depth = depth, .left = 13, .top = 21};
-                    spec.right = spec.left + width;
-                    spec.bottom = spec.top + height;
-                    spec.option = option;
+                    RunSetup setup{.type = type, .depth = depth, .left = 13, .top = 21};
+                    setup.right = setup.left + width;
+                    setup.bottom = setup.top + height;
+                    setup.option = option;
                     if (palette)
-                        spec.palette = some_colours(random, 256);
-                    if (model::strip_of(model::path_of(spec)) != model::Strip::planes)
-                        expect_painted(spec);
+                        setup.palette = some_colours(random, 256);
+                    if (model::strip_of(model::path_of(setup)) != model::Strip::planes)
+                        expect_painted(setup);
                 }
 }
 
@@ -180,11 +180,11 @@ TEST_F(PaintedWindows, OfTheDetectedType) {
     const int type = bits == 8 ? 3 : bits == 16 ? 5 : 4;
     EXPECT_EQ(information().type, type);
     for (int depth : {1, 8, 16, 24}) {
-        RunSpec spec{.type = type, .depth = depth, .left = 150, .top = 100};
-        spec.right = spec.left + width;
-        spec.bottom = spec.top + height;
-        spec.dither = true;
-        expect_painted(spec);
+        RunSetup setup{.type = type, .depth = depth, .left = 150, .top = 100};
+        setup.right = setup.left + width;
+        setup.bottom = setup.top + height;
+        setup.dither = true;
+        expect_painted(setup);
     }
 }
 

@@ -10,15 +10,15 @@ namespace {
 class Paths : public RunTest {
 protected:
     // What a run makes of one row at (0, 0); the row is repeated.
-    std::vector<std::uint32_t> painted(RunSpec spec, const Bytes &row, int pixels, int rows = 1) {
-        prepare(spec);
-        spec.right = spec.left + pixels;
-        spec.bottom = spec.top + rows;
+    std::vector<std::uint32_t> painted(RunSetup setup, const Bytes &row, int pixels, int rows = 1) {
+        prepare(setup);
+        setup.right = setup.left + pixels;
+        setup.bottom = setup.top + rows;
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         EXPECT_SUCCESS(api().disp32ShowData(run, row.data(), 0, 0, rows, 0));
         end(run);
-        const auto flushes = drawn(watch, spec);
+        const auto flushes = drawn(watch, setup);
         EXPECT_EQ(flushes.size(), 1u);
         return flushes.empty() ? std::vector<std::uint32_t>{} : flushes[0].pixels;
     }
@@ -31,13 +31,13 @@ TEST_F(Paths, EveryDepthOnEveryDevice) {
         for (int depth : {1, 8, 16, 24})
             for (int entries : {0, 256})
                 for (int option : {0, 1, -1}) {
-                    RunSpec spec{.type = type, .depth = depth, .left = 3, .top = 5};
-                    spec.right = spec.left + 61;
-                    spec.bottom = spec.top + 19;
+                    RunSetup setup{.type = type, .depth = depth, .left = 3, .top = 5};
+                    setup.right = setup.left + 61;
+                    setup.bottom = setup.top + 19;
                     if (entries > 0)
-                        spec.palette = some_colours(random, entries);
-                    spec.option = option;
-                    expect_as_model(spec, random);
+                        setup.palette = some_colours(random, entries);
+                    setup.option = option;
+                    expect_as_model(setup, random);
                 }
 }
 
@@ -46,13 +46,13 @@ TEST_F(Paths, GammaAndTheSwitch) {
     for (int type = 0; type <= 5; ++type)
         for (int depth : {8, 16, 24})
             for (bool dither : {false, true}) {
-                RunSpec spec{.type = type, .depth = depth, .left = -9, .top = -7, .right = 60};
-                spec.bottom = spec.top + 9;
-                spec.dither = dither;
-                spec.gamma = {50, 122, 200};
-                expect_as_model(spec, random);
-                spec.gamma = {100, 100, 55};
-                expect_as_model(spec, random);
+                RunSetup setup{.type = type, .depth = depth, .left = -9, .top = -7, .right = 60};
+                setup.bottom = setup.top + 9;
+                setup.dither = dither;
+                setup.gamma = {50, 122, 200};
+                expect_as_model(setup, random);
+                setup.gamma = {100, 100, 55};
+                expect_as_model(setup, random);
             }
 }
 
@@ -61,10 +61,10 @@ TEST_F(Paths, EveryWidth) {
     for (int type : {2, 3, 4, 5})
         for (int depth : {1, 8, 16, 24})
             for (int width = 1; width <= 97; ++width) {
-                RunSpec spec{.type = type, .depth = depth, .left = width % 11, .top = 1};
-                spec.right = spec.left + width;
-                spec.bottom = 3;
-                expect_as_model(spec, random);
+                RunSetup setup{.type = type, .depth = depth, .left = width % 11, .top = 1};
+                setup.right = setup.left + width;
+                setup.bottom = 3;
+                expect_as_model(setup, random);
             }
 }
 
@@ -96,9 +96,9 @@ TEST_F(Paths, GreysAsBits) {
 }
 
 TEST_F(Paths, PaletteColoursInSixteenColours) {
-    RunSpec spec{.type = 2, .depth = 8};
-    spec.palette = {{255, 0, 0}, {0, 255, 255}, {3, 3, 3}};
-    EXPECT_EQ(painted(spec, {0, 1, 2, 3, 255, 0}, 6), (Pixels{9, 14, 0, 0, 0, 9}));
+    RunSetup setup{.type = 2, .depth = 8};
+    setup.palette = {{255, 0, 0}, {0, 255, 255}, {3, 3, 3}};
+    EXPECT_EQ(painted(setup, {0, 1, 2, 3, 255, 0}, 6), (Pixels{9, 14, 0, 0, 0, 9}));
 }
 
 // --- literally: bits -------------------------------------------------------------------------
@@ -139,11 +139,11 @@ TEST_F(Paths, BlackWordsInTheCube) {
 }
 
 TEST_F(Paths, PaletteColoursInTheCube) {
-    RunSpec spec{.type = 3, .depth = 8, .option = 1};
-    spec.palette = {{255, 255, 255}, {255, 0, 51}, {1, 0, 0}};
-    EXPECT_EQ(painted(spec, {2, 2, 0, 1, 3, 200}, 6), (Pixels{36, 0, 215, 181, 0, 0}));
-    spec.option = 0;
-    EXPECT_EQ(painted(spec, {2, 2, 0, 1, 3, 200}, 6), (Pixels{2, 2, 0, 1, 3, 200}));
+    RunSetup setup{.type = 3, .depth = 8, .option = 1};
+    setup.palette = {{255, 255, 255}, {255, 0, 51}, {1, 0, 0}};
+    EXPECT_EQ(painted(setup, {2, 2, 0, 1, 3, 200}, 6), (Pixels{36, 0, 215, 181, 0, 0}));
+    setup.option = 0;
+    EXPECT_EQ(painted(setup, {2, 2, 0, 1, 3, 200}, 6), (Pixels{2, 2, 0, 1, 3, 200}));
 }
 
 TEST_F(Paths, Greys) {
@@ -170,9 +170,9 @@ TEST_F(Paths, TrueColour) {
     // Blue 1, green 2, red 4; bit 15 is ignored.
     EXPECT_EQ(painted({.type = 4, .depth = 16}, {0x41, 0x10, 0x41, 0x90, 0xFF, 0x7F, 0, 0x80}, 4),
               (Pixels{0x27170F, 0x27170F, 0xFFFFFF, 0x070707}));
-    RunSpec spec{.type = 4};
-    spec.gamma = {50, 55, 200};
-    EXPECT_EQ(painted(spec, {128, 128, 128, 255, 0, 1}, 2),
+    RunSetup setup{.type = 4};
+    setup.gamma = {50, 55, 200};
+    EXPECT_EQ(painted(setup, {128, 128, 128, 255, 0, 1}, 2),
               (Pixels{unsigned(model::levels_at_50[128]) << 16 | model::levels_at_55[128] << 8 |
                           model::levels_at_200[128],
                       0xFF000F}));
@@ -182,7 +182,7 @@ TEST_F(Paths, TrueColour) {
 // 255 becomes 248, and stays so at every place of the matrix; without the switch it is not reduced.
 TEST_F(Paths, WhiteInHighColour) {
     EXPECT_EQ(painted({.type = 5}, Bytes(24, 255), 8, 8), Pixels(64, 0xF8F8F8));
-    RunSpec off{.type = 5};
+    RunSetup off{.type = 5};
     off.dither = false;
     EXPECT_EQ(painted(off, Bytes(24, 255), 8, 8), Pixels(64, 0xF8F8F8));
     EXPECT_EQ(painted({.type = 5}, Bytes(24, 0), 8, 8), Pixels(64, 0));
@@ -194,24 +194,24 @@ TEST_F(Paths, HighColour) {
     const Bytes row{4, 8, 100, 4, 8, 100, 4, 200, 100, 200, 8, 100};
     EXPECT_EQ(painted({.type = 5}, row, 4, 2), (Pixels{0x080868, 0x000860, 0x08C860, 0xC00860, //
                                                        0x000860, 0x080860, 0x00C060, 0xC00860}));
-    RunSpec off{.type = 5};
+    RunSetup off{.type = 5};
     off.dither = false;
     EXPECT_EQ(painted(off, row, 4), (Pixels{0x040861, 0x040861, 0x04C361, 0xC30861}));
 }
 
 // The switch counts when a run is opened.
 TEST_F(Paths, TheSwitchIsReadAtTheStart) {
-    const RunSpec spec{.type = 5, .right = 4, .bottom = 1};
-    prepare(spec);
+    const RunSetup setup{.type = 5, .right = 4, .bottom = 1};
+    prepare(setup);
     const Bytes row(12, 100);
     GdiWatch watch(dc());
     for (int on : {1, 0}) {
         api().disp32BeHiColorDither(on);
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         api().disp32BeHiColorDither(!on);
         EXPECT_SUCCESS(api().disp32ShowData(run, row.data(), 0, 0, 1, 0));
         end(run);
-        const auto flushes = drawn(watch, spec);
+        const auto flushes = drawn(watch, setup);
         ASSERT_EQ(flushes.size(), 1u);
         EXPECT_EQ(flushes[0].pixels,
                   on ? (Pixels{0x686868, 0x606060, 0x606060, 0x606060}) : Pixels(4, 0x616161));

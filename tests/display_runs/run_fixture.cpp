@@ -56,32 +56,32 @@ void RunTest::SetUp() {
     start();
 }
 
-void RunTest::prepare(const RunSpec &spec) {
-    const Gamma wanted{spec.gamma.red, spec.gamma.green, spec.gamma.blue};
+void RunTest::prepare(const RunSetup &setup) {
+    const Gamma wanted{setup.gamma.red, setup.gamma.green, setup.gamma.blue};
     if (gamma() != wanted) {
         // The palettes of up to sixteen colours follow at a change of the type.
-        EXPECT_SUCCESS(api().disp32SetDevType(spec.type == 4 ? 5 : 4));
+        EXPECT_SUCCESS(api().disp32SetDevType(setup.type == 4 ? 5 : 4));
         set_gamma(wanted);
     }
-    EXPECT_SUCCESS(api().disp32SetDevType(spec.type));
-    api().disp32BeHiColorDither(spec.dither);
+    EXPECT_SUCCESS(api().disp32SetDevType(setup.type));
+    api().disp32BeHiColorDither(setup.dither);
 }
 
-int RunTest::try_open(const RunSpec &spec, HDISPRUN *run) {
+int RunTest::try_open(const RunSetup &setup, HDISPRUN *run) {
     own_.reset();
-    if (spec.palette)
-        own_.emplace(test::entries_of(*spec.palette));
-    if (spec.origin)
-        return api().disp32ShowInitEx(run, dc(), spec.depth, spec.left, spec.top, spec.right,
-                                      spec.bottom, palette(), spec.option, spec.force_background,
-                                      (*spec.origin)[0], (*spec.origin)[1]);
-    return api().disp32ShowInit(run, dc(), spec.depth, spec.left, spec.top, spec.right, spec.bottom,
-                                palette(), spec.option, spec.force_background);
+    if (setup.palette)
+        own_.emplace(test::entries_of(*setup.palette));
+    if (setup.origin)
+        return api().disp32ShowInitEx(run, dc(), setup.depth, setup.left, setup.top, setup.right,
+                                      setup.bottom, palette(), setup.option, setup.force_background,
+                                      (*setup.origin)[0], (*setup.origin)[1]);
+    return api().disp32ShowInit(run, dc(), setup.depth, setup.left, setup.top, setup.right,
+                                setup.bottom, palette(), setup.option, setup.force_background);
 }
 
-HDISPRUN RunTest::open(const RunSpec &spec) {
+HDISPRUN RunTest::open(const RunSetup &setup) {
     HDISPRUN run = 0;
-    EXPECT_SUCCESS(try_open(spec, &run));
+    EXPECT_SUCCESS(try_open(setup, &run));
     EXPECT_NE(run, 0u);
     return run;
 }
@@ -97,9 +97,9 @@ int RunTest::show(HDISPRUN run, const Source &source, int from, int count) {
 
 // --- drawings --------------------------------------------------------------------------------
 
-void RunTest::check_header(const Drawing &drawing, const RunSpec &spec) {
+void RunTest::check_header(const Drawing &drawing, const RunSetup &setup) {
     const BITMAPINFOHEADER &header = drawing.header;
-    const bool places = model::strip_of(model::path_of(spec)) == model::Strip::places;
+    const bool places = model::strip_of(model::path_of(setup)) == model::Strip::places;
     EXPECT_EQ(header.biSize, 40u);
     EXPECT_EQ(header.biWidth, drawing.width);
     EXPECT_EQ(header.biHeight, drawing.rows);
@@ -111,20 +111,20 @@ void RunTest::check_header(const Drawing &drawing, const RunSpec &spec) {
     EXPECT_EQ(drawing.source_x, 0);
     EXPECT_EQ(drawing.source_y, 0);
     if (places) {
-        check_palette(drawing, spec);
+        check_palette(drawing, setup);
     } else {
         EXPECT_EQ(drawing.usage, UINT{DIB_RGB_COLORS});
         EXPECT_EQ(header.biClrUsed, 0u);
     }
 }
 
-void RunTest::check_palette(const Drawing &drawing, const RunSpec &spec) {
-    const Gamma gamma{spec.gamma.red, spec.gamma.green, spec.gamma.blue};
+void RunTest::check_palette(const Drawing &drawing, const RunSetup &setup) {
+    const Gamma gamma{setup.gamma.red, setup.gamma.green, setup.gamma.blue};
     Entries wanted;
-    switch (model::palette_of(model::path_of(spec))) {
+    switch (model::palette_of(model::path_of(setup))) {
     case model::Shown::callers:
         EXPECT_EQ(drawing.palette, palette());
-        wanted = test::entries_of(*spec.palette);
+        wanted = test::entries_of(*setup.palette);
         break;
     case model::Shown::cube:
         wanted = corrected(colour_cube(3, 256), gamma);
@@ -152,10 +152,10 @@ void RunTest::check_palette(const Drawing &drawing, const RunSpec &spec) {
     }
 }
 
-Flush RunTest::flush_of(const Drawing &drawing, const RunSpec &spec) {
+Flush RunTest::flush_of(const Drawing &drawing, const RunSetup &setup) {
     Flush flush{drawing.x, drawing.y, drawing.width, drawing.rows, {}};
-    const auto strip = model::strip_of(model::path_of(spec));
-    const int bytes = int(model::row_bytes(spec));
+    const auto strip = model::strip_of(model::path_of(setup));
+    const int bytes = int(model::row_bytes(setup));
     const int plane = (drawing.width + 15) / 16 * 2;
     const bool independent = strip == model::Strip::places || strip == model::Strip::colours;
     EXPECT_GT(bytes, 0) << "an empty rectangle draws nothing";
@@ -164,7 +164,7 @@ Flush RunTest::flush_of(const Drawing &drawing, const RunSpec &spec) {
     EXPECT_EQ(drawing.independent, independent);
     EXPECT_EQ(drawing.dc, dc());
     if (independent)
-        check_header(drawing, spec);
+        check_header(drawing, setup);
     else {
         EXPECT_EQ(drawing.operation, DWORD{SRCCOPY});
         EXPECT_EQ(drawing.source_x, 0);
@@ -206,10 +206,10 @@ Flush RunTest::flush_of(const Drawing &drawing, const RunSpec &spec) {
     return flush;
 }
 
-std::vector<Flush> RunTest::drawn(GdiWatch &watch, const RunSpec &spec) {
+std::vector<Flush> RunTest::drawn(GdiWatch &watch, const RunSetup &setup) {
     std::vector<Flush> flushes;
     for (const Drawing &drawing : watch.take_drawings())
-        flushes.push_back(flush_of(drawing, spec));
+        flushes.push_back(flush_of(drawing, setup));
     return flushes;
 }
 
@@ -238,26 +238,27 @@ std::string difference(const std::vector<Flush> &drawn, const std::vector<Flush>
     return {};
 }
 
-void RunTest::expect_drawn(GdiWatch &watch, const RunSpec &spec, const std::vector<Flush> &wanted) {
-    EXPECT_EQ(difference(drawn(watch, spec), wanted), "") << spec;
+void RunTest::expect_drawn(GdiWatch &watch, const RunSetup &setup,
+                           const std::vector<Flush> &wanted) {
+    EXPECT_EQ(difference(drawn(watch, setup), wanted), "") << setup;
 }
 
-void RunTest::expect_as_model(const RunSpec &spec, Random &random) {
+void RunTest::expect_as_model(const RunSetup &setup, Random &random) {
     std::ostringstream trace;
-    trace << spec;
+    trace << setup;
     SCOPED_TRACE(trace.str());
-    prepare(spec);
-    const Source source(random, spec.depth, int(spec.width()), int(spec.height()));
-    model::ModelRun model(spec);
+    prepare(setup);
+    const Source source(random, setup.depth, int(setup.width()), int(setup.height()));
+    model::ModelRun model(setup);
     GdiWatch watch(dc());
-    const HDISPRUN run = open(spec);
+    const HDISPRUN run = open(setup);
     if (run == 0)
         return;
     EXPECT_SUCCESS(show(run, source));
     end(run);
     model.show(source.image(), 0, 0, source.rows, source.stride);
     model.end();
-    expect_drawn(watch, spec, model.flushes());
+    expect_drawn(watch, setup, model.flushes());
 }
 
 // --- pictures --------------------------------------------------------------------------------

@@ -10,7 +10,7 @@
 namespace q32::test {
 
 using model::Flush;
-using model::RunSpec;
+using model::RunSetup;
 using Lines = std::vector<std::string>;
 
 // A memory device context of the test's own.
@@ -52,12 +52,12 @@ class RunTest : public DisplayTest {
 protected:
     void SetUp() override;
 
-    // Brings the library to the type, gamma and switch of a specification.
-    void prepare(const RunSpec &spec);
+    // Brings the library to the type, gamma and switch of a set-up.
+    void prepare(const RunSetup &setup);
 
     // Opens without a model. The palette is kept until the test ends.
-    int try_open(const RunSpec &spec, HDISPRUN *run);
-    HDISPRUN open(const RunSpec &spec);
+    int try_open(const RunSetup &setup, HDISPRUN *run);
+    HDISPRUN open(const RunSetup &setup);
     HDC dc() const { return context_.get(); }
     HPALETTE palette() const { return own_ ? own_->get() : nullptr; }
 
@@ -66,16 +66,16 @@ protected:
     void end(HDISPRUN run) { EXPECT_SUCCESS(api().disp32ShowEnd(run)); }
 
     // All that was drawn, checked for what holds of every drawing of such a run.
-    std::vector<Flush> drawn(GdiWatch &watch, const RunSpec &spec);
-    void expect_drawn(GdiWatch &watch, const RunSpec &spec, const std::vector<Flush> &wanted);
+    std::vector<Flush> drawn(GdiWatch &watch, const RunSetup &setup);
+    void expect_drawn(GdiWatch &watch, const RunSetup &setup, const std::vector<Flush> &wanted);
 
     // Opens, brings the rows of a source that fits, ends, and compares with the model.
-    void expect_as_model(const RunSpec &spec, Random &random);
+    void expect_as_model(const RunSetup &setup, Random &random);
 
 private:
-    void check_header(const Drawing &drawing, const RunSpec &spec);
-    void check_palette(const Drawing &drawing, const RunSpec &spec);
-    Flush flush_of(const Drawing &drawing, const RunSpec &spec);
+    void check_header(const Drawing &drawing, const RunSetup &setup);
+    void check_palette(const Drawing &drawing, const RunSetup &setup);
+    Flush flush_of(const Drawing &drawing, const RunSetup &setup);
 
     MemoryContext context_;
     std::optional<OwnPalette> own_;

@@ -18,14 +18,14 @@ struct Flush {
 };
 
 // Bytes of a strip's row.
-inline std::int64_t row_bytes(const RunSpec &spec) {
-    const std::int64_t width = spec.empty() ? 0 : spec.width();
-    switch (strip_of(path_of(spec))) {
+inline std::int64_t row_bytes(const RunSetup &setup) {
+    const std::int64_t width = setup.empty() ? 0 : setup.width();
+    switch (strip_of(path_of(setup))) {
     case Strip::bits:
         return (width + 15) / 16 * 2;
     case Strip::planes:
         // Never less than the four rows that are put into it.
-        return std::max((width * spec.device_bits + 15) / 16 * 2 * spec.device_planes,
+        return std::max((width * setup.device_bits + 15) / 16 * 2 * setup.device_planes,
                         (width + 15) / 16 * 2 * 4);
     case Strip::places:
         return (width * 8 + 31) / 32 * 4;
@@ -34,23 +34,23 @@ inline std::int64_t row_bytes(const RunSpec &spec) {
     }
 }
 
-inline std::int64_t strip_rows(const RunSpec &spec) {
-    if (spec.empty())
+inline std::int64_t strip_rows(const RunSetup &setup) {
+    if (setup.empty())
         return 0;
-    const std::int64_t bytes = row_bytes(spec);
-    const std::int64_t cap = strip_of(path_of(spec)) == Strip::bits ? 24576 : 49152;
-    if (bytes * spec.height() <= cap)
-        return spec.height();
+    const std::int64_t bytes = row_bytes(setup);
+    const std::int64_t cap = strip_of(path_of(setup)) == Strip::bits ? 24576 : 49152;
+    if (bytes * setup.height() <= cap)
+        return setup.height();
     return bytes <= cap ? cap / bytes : 2;
 }
 
 class ModelRun {
 public:
-    explicit ModelRun(const RunSpec &spec)
-        : spec_(spec), painter_(spec), depth_(spec.depth), top_(spec.top), bottom_(spec.bottom),
-          to_accept_(spec.empty() ? 0 : spec.height()), capacity_(strip_rows(spec)),
-          column_(spec.origin ? (*spec.origin)[0] : spec.left),
-          row_(spec.origin ? (*spec.origin)[1] : spec.top) {}
+    explicit ModelRun(const RunSetup &setup)
+        : setup_(setup), painter_(setup), depth_(setup.depth), top_(setup.top),
+          bottom_(setup.bottom), to_accept_(setup.empty() ? 0 : setup.height()),
+          capacity_(strip_rows(setup)), column_(setup.origin ? (*setup.origin)[0] : setup.left),
+          row_(setup.origin ? (*setup.origin)[1] : setup.top) {}
 
     int attribute(int which, int value) {
         if (which == 1) {
@@ -60,7 +60,7 @@ public:
                 held_.clear();
             direction_ = value;
         } else if (which == 2 && value >= 1 && value < capacity_ &&
-                   value * row_bytes(spec_) <= 49152) {
+                   value * row_bytes(setup_) <= 49152) {
             capacity_ = value;
             held_.clear();
         }
@@ -94,7 +94,7 @@ public:
 private:
     void take(const std::uint8_t *row, int first_column) {
         std::vector<std::uint32_t> line;
-        for (std::int64_t i = 0; i < spec_.width(); ++i)
+        for (std::int64_t i = 0; i < setup_.width(); ++i)
             line.push_back(
                 painter_.paint(source_pixel(row, depth_, first_column + i), column_ + i, row_));
         held_.push_back(std::move(line));
@@ -104,7 +104,8 @@ private:
 
     bool flush() {
         const auto count = std::int64_t(held_.size());
-        Flush drawn{spec_.left, direction_ == 1 ? top_ : bottom_ - count, spec_.width(), count, {}};
+        Flush drawn{
+            setup_.left, direction_ == 1 ? top_ : bottom_ - count, setup_.width(), count, {}};
         auto lines = held_;
         if (direction_ == -1)
             std::ranges::reverse(lines);
@@ -120,7 +121,7 @@ private:
         return true;
     }
 
-    RunSpec spec_;
+    RunSetup setup_;
     Painter painter_;
     int depth_;
     std::int64_t top_, bottom_, to_accept_, capacity_;
@@ -130,14 +131,14 @@ private:
     std::vector<Flush> flushes_;
 };
 
-inline std::ostream &operator<<(std::ostream &out, const RunSpec &spec) {
-    out << "type " << spec.type << ", depth " << spec.depth << ", (" << spec.left << ", "
-        << spec.top << ")-(" << spec.right << ", " << spec.bottom << "), palette "
-        << (spec.palette ? int(spec.palette->size()) : -1) << ", option " << spec.option
-        << ", dither " << spec.dither << ", gamma " << spec.gamma.red << ' ' << spec.gamma.green
-        << ' ' << spec.gamma.blue;
-    if (spec.origin)
-        out << ", origin " << (*spec.origin)[0] << ' ' << (*spec.origin)[1];
+inline std::ostream &operator<<(std::ostream &out, const RunSetup &setup) {
+    out << "type " << setup.type << ", depth " << setup.depth << ", (" << setup.left << ", "
+        << setup.top << ")-(" << setup.right << ", " << setup.bottom << "), palette "
+        << (setup.palette ? int(setup.palette->size()) : -1) << ", option " << setup.option
+        << ", dither " << setup.dither << ", gamma " << setup.gamma.red << ' ' << setup.gamma.green
+        << ' ' << setup.gamma.blue;
+    if (setup.origin)
+        out << ", origin " << (*setup.origin)[0] << ' ' << (*setup.origin)[1];
     return out;
 }
 

@@ -8,19 +8,19 @@ namespace {
 class Sources : public RunTest {
 protected:
     // Draws from such a source at both ends of its memory.
-    void expect_read(const RunSpec &spec, int first_column, int first_row, int stride) {
+    void expect_read(const RunSetup &setup, int first_column, int first_row, int stride) {
         for (bool at_end : {true, false}) {
-            const Source source(random, spec.depth, int(spec.width()), int(spec.height()),
+            const Source source(random, setup.depth, int(setup.width()), int(setup.height()),
                                 first_column, first_row, stride, at_end);
             GdiWatch watch(dc());
-            const HDISPRUN run = open(spec);
+            const HDISPRUN run = open(setup);
             EXPECT_SUCCESS(show(run, source));
             end(run);
-            model::ModelRun model(spec);
+            model::ModelRun model(setup);
             model.show(source.image(), first_column, first_row, source.rows, source.stride);
             model.end();
-            EXPECT_EQ(difference(drawn(watch, spec), model.flushes()), "")
-                << spec << ", column " << first_column << ", row " << first_row << ", stride "
+            EXPECT_EQ(difference(drawn(watch, setup), model.flushes()), "")
+                << setup << ", column " << first_column << ", row " << first_row << ", stride "
                 << stride << ", at end " << at_end;
         }
     }
@@ -58,31 +58,31 @@ TEST_F(Sources, RowsAndStrides) {
 TEST_F(Sources, OneRowAgainAndAgain) {
     prepare({.type = 3});
     const Source source(random, 24, 20, 1);
-    const RunSpec spec{.type = 3, .right = 20, .bottom = 9};
+    const RunSetup setup{.type = 3, .right = 20, .bottom = 9};
     GdiWatch watch(dc());
-    const HDISPRUN run = open(spec);
+    const HDISPRUN run = open(setup);
     EXPECT_SUCCESS(api().disp32ShowData(run, source.image(), 0, 7, 9, 0));
     end(run);
-    model::ModelRun model(spec);
+    model::ModelRun model(setup);
     model.show(source.image(), 0, 7, 9, 0);
     model.end();
-    expect_drawn(watch, spec, model.flushes());
+    expect_drawn(watch, setup, model.flushes());
 }
 
 // Rows that the rectangle does not take are not read either.
 TEST_F(Sources, RowsBeyondTheRectangle) {
     for (int depth : {1, 8, 16, 24}) {
-        const RunSpec spec{.depth = depth, .right = 20, .bottom = 3};
-        prepare(spec);
+        const RunSetup setup{.depth = depth, .right = 20, .bottom = 3};
+        prepare(setup);
         const Source source(random, depth, 20, 3);
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         EXPECT_SUCCESS(api().disp32ShowData(run, source.image(), 0, 0, 0x7FFFFFFF, source.stride));
         end(run);
-        model::ModelRun model(spec);
+        model::ModelRun model(setup);
         model.show(source.image(), 0, 0, 3, source.stride);
         model.end();
-        expect_drawn(watch, spec, model.flushes());
+        expect_drawn(watch, setup, model.flushes());
     }
 }
 
@@ -90,9 +90,9 @@ TEST_F(Sources, RowsBeyondTheRectangle) {
 TEST_F(Sources, RowsOfTheHighestNumbers) {
     prepare({.type = 4});
     for (int row : {0x7FFFFFFE, -0x7FFFFFFF - 1}) {
-        const RunSpec spec{.right = 20, .bottom = 2};
-        expect_read(spec, 0, row, 60);
-        expect_read(spec, 0, row, -60);
+        const RunSetup setup{.right = 20, .bottom = 2};
+        expect_read(setup, 0, row, 60);
+        expect_read(setup, 0, row, -60);
     }
 }
 

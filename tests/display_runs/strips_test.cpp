@@ -11,15 +11,15 @@ protected:
         SIZE_T bytes;
     };
     // Opens and ends a run; what it has allocated meanwhile.
-    std::vector<Allocation> allocations(const RunSpec &spec) {
-        prepare(spec);
+    std::vector<Allocation> allocations(const RunSetup &setup) {
+        prepare(setup);
         std::vector<Allocation> all;
         const Replaced<call::GlobalAlloc> watch([&](UINT flags, SIZE_T bytes) {
             all.push_back({flags, bytes});
             return call::GlobalAlloc::real(flags, bytes);
         });
         GdiWatch gdi(dc());
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         const std::vector<Allocation> opening = all;
         end(run);
         return opening;
@@ -30,13 +30,13 @@ protected:
         });
     }
     // Rows of each drawing of a run that takes all its rows.
-    std::vector<int> heights(const RunSpec &spec) {
-        prepare(spec);
-        const Source row(random, spec.depth, int(spec.width()), 1);
+    std::vector<int> heights(const RunSetup &setup) {
+        prepare(setup);
+        const Source row(random, setup.depth, int(setup.width()), 1);
         GdiWatch watch(dc());
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         std::vector<int> rows;
-        EXPECT_SUCCESS(api().disp32ShowData(run, row.image(), 0, 0, int(spec.height()), 0));
+        EXPECT_SUCCESS(api().disp32ShowData(run, row.image(), 0, 0, int(setup.height()), 0));
         end(run);
         for (const Drawing &drawing : watch.drawings())
             rows.push_back(drawing.rows);
@@ -47,31 +47,31 @@ protected:
 
 // 49152 / 300 = 163; the last 22 rows at the end.
 TEST_F(Strips, AThousandRowsOfAHundredPixels) {
-    const RunSpec spec{.type = 4, .depth = 24, .left = 5, .top = 6, .right = 105, .bottom = 1006};
-    prepare(spec);
+    const RunSetup setup{.type = 4, .depth = 24, .left = 5, .top = 6, .right = 105, .bottom = 1006};
+    prepare(setup);
     const Source source(random, 24, 100, 1000);
     GdiWatch watch(dc());
-    const HDISPRUN run = open(spec);
+    const HDISPRUN run = open(setup);
     for (int row = 0; row < 1000; ++row) {
         EXPECT_SUCCESS(show(run, source, row, 1));
         // A full strip is drawn when the next row comes.
         ASSERT_EQ(int(watch.drawings().size()), row / 163) << row;
     }
     end(run);
-    const auto flushes = drawn(watch, spec);
+    const auto flushes = drawn(watch, setup);
     ASSERT_EQ(flushes.size(), 7u);
     for (int i = 0; i < 7; ++i) {
         EXPECT_EQ(flushes[i].y, 6 + 163 * i);
         EXPECT_EQ(flushes[i].rows, i < 6 ? 163 : 22);
     }
-    EXPECT_EQ(heights(spec), (std::vector<int>{163, 163, 163, 163, 163, 163, 22}));
+    EXPECT_EQ(heights(setup), (std::vector<int>{163, 163, 163, 163, 163, 163, 22}));
 }
 
 // A strip that is just full is drawn at the end.
 TEST_F(Strips, FullAtTheEnd) {
     for (int rows : {163, 326}) {
-        const RunSpec spec{.type = 4, .right = 100, .bottom = rows};
-        EXPECT_EQ(heights(spec), std::vector<int>(std::size_t(rows / 163), 163));
+        const RunSetup setup{.type = 4, .right = 100, .bottom = rows};
+        EXPECT_EQ(heights(setup), std::vector<int>(std::size_t(rows / 163), 163));
     }
 }
 
@@ -107,8 +107,9 @@ TEST_F(Strips, WideRows) {
 
 // Movable, with four bytes to spare: the whole picture, the cap's rows, or two.
 TEST_F(Strips, Memory) {
-    const auto strip = [&](const RunSpec &spec) {
-        return [all = allocations(spec)](SIZE_T bytes) { return count(all, GMEM_MOVEABLE, bytes); };
+    const auto strip = [&](const RunSetup &setup) {
+        return
+            [all = allocations(setup)](SIZE_T bytes) { return count(all, GMEM_MOVEABLE, bytes); };
     };
     EXPECT_EQ(strip({.type = 4, .right = 100, .bottom = 1000})(163 * 300 + 4), 1);
     EXPECT_EQ(strip({.type = 4, .right = 101, .bottom = 10})(10 * 304 + 4), 1);
@@ -141,11 +142,11 @@ TEST_F(Strips, OtherMemory) {
 // The strip stays locked as long as the run is open.
 TEST_F(Strips, StaysLocked) {
     for (int type : {2, 3, 4, 5}) {
-        const RunSpec spec{.type = type, .right = 10, .bottom = 10};
-        prepare(spec);
+        const RunSetup setup{.type = type, .right = 10, .bottom = 10};
+        prepare(setup);
         GdiWatch watch(dc());
         const Census before = Census::now();
-        const HDISPRUN run = open(spec);
+        const HDISPRUN run = open(setup);
         const Source source(random, 24, 10, 10);
         EXPECT_GE(Census::now().global_locks, before.global_locks + 1);
         EXPECT_SUCCESS(show(run, source));
@@ -160,13 +161,13 @@ TEST_F(Strips, OfEveryPath) {
     for (int type = 0; type <= 5; ++type)
         for (int depth : {1, 8, 16, 24})
             for (bool palette : {false, true}) {
-                RunSpec spec{
+                RunSetup setup{
                     .type = type, .depth = depth, .left = -3, .top = -4, .option = palette};
-                spec.right = spec.left + (depth == 1 ? 40001 : 9001);
-                spec.bottom = spec.top + (depth == 1 ? 13 : depth == 8 ? 30 : 15);
+                setup.right = setup.left + (depth == 1 ? 40001 : 9001);
+                setup.bottom = setup.top + (depth == 1 ? 13 : depth == 8 ? 30 : 15);
                 if (palette)
-                    spec.palette = some_colours(random, 200);
-                expect_as_model(spec, random);
+                    setup.palette = some_colours(random, 200);
+                expect_as_model(setup, random);
             }
 }
 

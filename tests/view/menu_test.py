@@ -77,6 +77,22 @@ class Menu(ViewCase):
             seen = viewer.view(f"command:{ACTUAL}", f"key:{HOME}")
         self.assert_same(seen, self.view(picture, *SIZE, "--zoom", "100"))
 
+    def test_keys(self):
+        picture = self.write("large.png", pictures.png(pictures.noise(200, 150)))
+        plus, minus = 0x6B, 0x6D  # of the number block
+        with self.viewer(picture, *SIZE) as viewer:
+            fitted, actual, more, less, again = viewer.views(
+                [],
+                [f"key:{ord('1')}", f"key:{HOME}"],
+                [f"key:{plus}", f"key:{HOME}"],
+                [f"key:{minus}", f"key:{minus}", f"key:{HOME}"],
+                [f"key:{ord('F')}"],
+            )
+        self.assert_same(actual, self.view(picture, *SIZE, "--zoom", "100"))
+        self.assert_same(more, self.view(picture, *SIZE, "--zoom", "200"))
+        self.assert_same(less, self.view(picture, *SIZE, "--zoom", "67"))
+        self.assert_same(again, fitted)
+
     def test_saving_says_so(self):
         with self.viewer(self.picture, *SIZE) as viewer:
             viewer.view()

@@ -1,7 +1,7 @@
 """Pictures that are dropped on the window, and those that cannot be shown."""
 
 import pictures
-from view_case import ACTUAL, DONE, ViewCase
+from view_case import ACTUAL, DONE, OPEN, ViewCase, background
 
 SIZE = ["--size", "120x90"]
 
@@ -28,10 +28,15 @@ class Opening(ViewCase):
 
     def test_a_new_picture_is_fitted(self):
         first = self.write("first.png", pictures.png(pictures.noise(300, 200)))
-        second = self.write("second.png", pictures.png(pictures.noise(301, 201)))
+        second = self.write("second.png", pictures.png(pictures.noise(300, 200, seed=1)))
         with self.viewer(first, *SIZE) as viewer:
-            seen = viewer.view(f"command:{ACTUAL}", self.dropped(second), "titled:second.png")
+            before, seen, again = viewer.views(
+                [],
+                [f"command:{ACTUAL}", self.dropped(second), "titled:second.png"],
+                [self.dropped(first), "titled:first.png"],
+            )
         self.assert_same(seen, self.view(second, *SIZE))
+        self.assert_same(again, before)
 
     def test_what_is_no_picture_leaves_the_one_before(self):
         name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
@@ -48,7 +53,15 @@ class Opening(ViewCase):
         with self.viewer("none.png", *SIZE) as viewer:
             says = viewer.do("told:none.png", "says", "title")
             self.assertEqual(says, ["none.png: no such file", "q32view"])
-            self.assertEqual(set(viewer.view().colours()), {(128, 128, 128)})
+            self.assertEqual(set(viewer.view().colours()), {background()})
+
+    def test_dialogs(self):
+        first = self.write("first.png", pictures.png(pictures.noise(50, 40)))
+        second = self.write("second.png", pictures.png(pictures.ramps(60, 30)))
+        path = self.dropped(second).removeprefix("drop:")
+        with self.viewer(first, *SIZE) as viewer:
+            seen = viewer.view(f"command:{OPEN}", f"dialog:{path}", "titled:second.png")
+        self.assert_same(seen, self.view(second, *SIZE))
 
     def test_closing(self):
         name = self.write("first.png", pictures.png(pictures.noise(50, 40)))

@@ -66,6 +66,22 @@ TEST(Options, KindsOfPixels) {
     EXPECT_EQ(options_of({"--pixels", "1"}).settings.pixels, Pixels::bits);
 }
 
+TEST(Options, KindsOfDisplays) {
+    const char *names[] = {"monochrome",  "8-colours",   "16-colours",
+                           "256-colours", "true-colour", "high-colour"};
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_EQ(options_of({"--device-type", names[i]}).settings.device_type, i);
+        EXPECT_EQ(options_of({"--device-type", std::to_string(i)}).settings.device_type, i);
+    }
+}
+
+TEST(Options, ValuesMayStandBehindAnEqualsSign) {
+    const Options options = options_of({"--zoom=50", "bee.png", "--save-to=a=b.png"});
+    EXPECT_EQ(options.percent, 50);
+    EXPECT_EQ(options.picture, "bee.png");
+    EXPECT_EQ(options.save_to, "a=b.png");
+}
+
 TEST(Options, TheLastZoomCounts) {
     EXPECT_FALSE(options_of({"--zoom", "50", "--zoom", "fit"}).percent.has_value());
 }
@@ -88,7 +104,12 @@ TEST(Options, AreRefused) {
     EXPECT_EQ(complaint({"--at", "-1,5"}), "--at -1,5: X,Y is wanted");
     EXPECT_EQ(complaint({"--size", "0x10"}), "--size 0x10: WxH of 1 to 16000 is wanted");
     EXPECT_EQ(complaint({"--size", "16001x1"}), "--size 16001x1: WxH of 1 to 16000 is wanted");
-    EXPECT_EQ(complaint({"--device-type", "6"}), "--device-type 6: 0 to 5 is wanted");
+    EXPECT_EQ(complaint({"--device-type", "6"}),
+              "--device-type 6: monochrome, 8-colours, 16-colours, 256-colours, true-colour, "
+              "high-colour or 0 to 5 is wanted");
+    EXPECT_EQ(complaint({"--test-card=1"}), "--test-card takes no value");
+    EXPECT_EQ(complaint({"--zoom="}), "--zoom : fit, or 1 to 3200 percent, is wanted");
+    EXPECT_EQ(complaint({"--help=", "x"}), "--help takes no value");
     EXPECT_EQ(complaint({"--gamma", "0"}), "--gamma 0: 1 to 1000 is wanted");
     EXPECT_EQ(complaint({"--dither", "yes"}), "--dither yes: on or off is wanted");
     EXPECT_EQ(complaint({"--pixels", "8"}), "--pixels 8: 24, 16, palette, grey or 1 is wanted");

@@ -14,10 +14,9 @@ import unittest
 import pictures
 
 DONE, FAILED, USAGE = 0, 1, 2
-GREY = (128, 128, 128)  # around pictures
 
 # Numbers of menu commands (apps/q32view/resource.h).
-SAVE, FIT, ACTUAL, ZOOM_IN, ZOOM_OUT, TEST_CARD = 101, 110, 111, 112, 113, 114
+OPEN, SAVE, FIT, ACTUAL, ZOOM_IN, ZOOM_OUT, TEST_CARD = 100, 101, 110, 111, 112, 113, 114
 DETECTED, DEVICE, GAMMA_FILE, GAMMA, DITHER, PALETTE_OPTION, PIXELS = 119, 120, 129, 130, 140, 141, 150
 
 PAGE_UP, PAGE_DOWN, END, HOME, LEFT, UP, RIGHT, DOWN = range(0x21, 0x29)
@@ -34,6 +33,11 @@ class Viewer:
     tool = []
     scratch = pathlib.Path()
     depth = 24
+
+
+def background():
+    """The grey around pictures, as the display has it: 5, 6 and 5 bits, repeated to 8."""
+    return (132, 130, 132) if Viewer.depth == 16 else (128, 128, 128)
 
 
 def text(output):
@@ -161,10 +165,11 @@ class ViewCase(unittest.TestCase):
 def centred(picture, width, height):
     """A picture in the middle of a window."""
     left, top = (width - picture.width) // 2, (height - picture.height) // 2
-    rows = [bytes(GREY) * width] * top
+    grey = bytes(background())
+    rows = [grey * width] * top
     for row in picture.rows():
-        rows.append(bytes(GREY) * left + row + bytes(GREY) * (width - left - picture.width))
-    rows += [bytes(GREY) * width] * (height - top - picture.height)
+        rows.append(grey * left + row + grey * (width - left - picture.width))
+    rows += [grey * width] * (height - top - picture.height)
     return pictures.Picture(width, height, b"".join(rows))
 
 

@@ -12,6 +12,7 @@
 //     keep:FROM,TO          waits for a file, and moves it, replacing an older one
 //     told:TEXT, titled:TEXT   waits until the status bar's message, the title begins so
 //     says, title           prints them
+//     dialog:FILE           waits for a dialog, names a file in it, and presses its button
 //     spoil                 makes the canvas invalid
 //     size:W,H              of the whole window
 //     close                 and waits until the program has ended: Wine waits two seconds for a
@@ -157,9 +158,36 @@ bool keep(const std::wstring &names) {
     return false;
 }
 
+HWND dialog;
+
+BOOL CALLBACK take_dialog(HWND window, LPARAM) {
+    wchar_t name[40] = {};
+    DWORD owner = 0;
+    GetWindowThreadProcessId(window, &owner);
+    GetClassNameW(window, name, 40);
+    if (std::wcscmp(name, L"#32770") == 0 && IsWindowVisible(window) && owner == process_id)
+        dialog = window;
+    return dialog == nullptr;
+}
+
+bool use_dialog(const std::wstring &file) {
+    constexpr int name_field = 0x47C; // cmb13 of dlgs.h
+    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(20)) {
+        dialog = nullptr;
+        EnumWindows(take_dialog, 0);
+        const HWND field = dialog != nullptr ? GetDlgItem(dialog, name_field) : nullptr;
+        if (field != nullptr)
+            return send(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(file.c_str())) &&
+                   post(dialog, WM_COMMAND, IDOK, 0);
+    }
+    return false;
+}
+
 bool take_step(const std::wstring &word, const std::wstring &value) {
     if (word == L"drop")
         return drop(value);
+    if (word == L"dialog")
+        return use_dialog(value);
     if (word == L"keep")
         return keep(value);
     if (word == L"told")
