@@ -93,6 +93,10 @@ class Enlarge(WholeFactorCase):
         sizes = [((width, 2), (factor, 2)) for width in (7, 8, 9) for factor in (2, 3, 8)]
         self.assert_made("enlarge", sizes, by_factor, enlarged, ["1"])
 
+    def test_rows_with_many_copies(self):
+        """The copies of one row are more than go through memory at once."""
+        self.assert_made("enlarge", [((40, 2), (800, 23))], by_factor, enlarged, ["24"])
+
     def test_one_factor_is_both(self):
         source, picture = self.write_noise(41, 13)
         self.make("out.png", "enlarge", source, "out.png", "--factor", "3")
@@ -154,6 +158,14 @@ class Enlarge(WholeFactorCase):
         wanted = enlarged(picture.changed(grey), 800, 1)
         self.assert_file_holds("wide.bmp", wanted, 8)
 
+    def test_too_large_for_memory(self):
+        self.write("in.png", pictures.png_with_alpha(pictures.noise(40, 30), bytes(1200)))
+        self.write("one.png", pictures.png_with_alpha(pictures.noise(1, 1), b"x"))
+        self.write("out.png", b"an older file")
+        for source in ("in.png", "one.png"):
+            arguments = ["enlarge", source, "out.png", "--factor", "32000", "--bits", "32"]
+            self.refuse(FAILED, *arguments, says="memory")
+
     def test_more_than_32000_pixels_with_transparency(self):
         picture = pictures.noise(11, 2)
         self.write("in.png", pictures.png_with_alpha(picture, bytes(range(22))))
@@ -171,6 +183,10 @@ class Reduce(WholeFactorCase):
     def test_one_bit_in_all_widths(self):
         sizes = [((width, 3), (factor, 2)) for width in (15, 16, 17) for factor in (1, 2, 3)]
         self.assert_made("reduce", sizes, by_step, reduced, ["1"])
+
+    def test_more_rows_than_go_through_memory_at_once(self):
+        sizes = [((20000, 40), (100, 3)), ((20000, 40), (100, 19))]
+        self.assert_made("reduce", sizes, by_step, reduced, ["24", "1"])
 
     def test_one_factor_is_both(self):
         source, picture = self.write_noise(41, 13)
