@@ -329,7 +329,7 @@ TEST_F(MessageQueue, TooLarge) {
     EXPECT_SUCCESS(api().CreateQueue(1));
     EXPECT_SUCCESS(add({1}));
     const Census before = Census::now();
-    // Behind memory: copies of bytes that are there would wreck the process, which then ends with 0.
+    // Behind memory: copies of what is there would wreck the process, which then ends with 0.
     const FencedMemory memory{FencedMemory::page};
     const std::uint8_t *const bytes = memory.end() + 64;
     for (uint32_t size : {0xFFFFFFFFu, 0xFFFFFFFEu, 0xFFFFFFFDu, 0xFFFFFFFCu, 0xFFFFFFFBu,
