@@ -124,8 +124,7 @@ TEST_F(Separation, OtherColours) {
     EXPECT_EQ(together({255, 255, 255, 0}), (Rgb{0, 0, 0}));
 }
 
-// --- all colours
-// -----------------------------------------------------------------------------------
+// --- all colours -------------------------------------------------------------------------------
 
 TEST_F(Separation, EveryColour) {
     api().qfdCalcBGCurve();
@@ -152,8 +151,7 @@ TEST_F(Separation, RandomInks) {
     });
 }
 
-// --- before the tables are made
-// --------------------------------------------------------------------
+// --- before the tables are made ----------------------------------------------------------------
 
 TEST_F(Separation, WithoutTablesThereIsNoBlackAndNoLimit) {
     EXPECT_EQ(separated({0, 0, 0}), (Cmyk{255, 255, 255, 0}));
