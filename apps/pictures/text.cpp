@@ -5,6 +5,8 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
+
 namespace apps {
 namespace {
 
@@ -57,6 +59,16 @@ bool to_system_code_page(std::string_view utf8, std::string &out) {
     BOOL lost = FALSE;
     out = to_code_page(wide, CP_ACP, GetACP() == CP_UTF8 ? nullptr : &lost);
     return !lost;
+}
+
+std::vector<std::string> command_line_words() {
+    int count = 0;
+    LPWSTR *arguments = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> words;
+    for (int i = 1; i < count; ++i)
+        words.push_back(to_utf8(arguments[i]));
+    LocalFree(arguments);
+    return words;
 }
 
 void print(std::string_view text) {

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace apps {
 
@@ -11,6 +12,9 @@ std::string to_utf8(std::wstring_view wide);
 
 // In the system's code page, for interfaces that take no other; false when a character is missing.
 bool to_system_code_page(std::string_view utf8, std::string &out);
+
+// What the program was started with, without its own name.
+std::vector<std::string> command_line_words();
 
 // Write text as it stands: UTF-8 bytes, or characters when the stream is a console. print throws
 // Failure when not all of the text could be written; what cannot be said on the error stream is

@@ -9,23 +9,11 @@
 
 #include <windows.h>
 
-#include <shellapi.h>
-
 #include <algorithm>
 #include <new>
 
 namespace apps::q32tool {
 namespace {
-
-std::vector<std::string> command_line_words() {
-    int count = 0;
-    LPWSTR *arguments = CommandLineToArgvW(GetCommandLineW(), &count);
-    std::vector<std::string> words;
-    for (int i = 1; i < count; ++i)
-        words.push_back(to_utf8(arguments[i]));
-    LocalFree(arguments);
-    return words;
-}
 
 bool contains(const std::vector<std::string> &words, std::string_view word) {
     return std::find(words.begin(), words.end(), word) != words.end();

@@ -8,22 +8,10 @@
 
 #include <windows.h>
 
-#include <shellapi.h>
-
 #include <new>
 
 namespace apps::q32view {
 namespace {
-
-std::vector<std::string> command_line_words() {
-    int count = 0;
-    LPWSTR *arguments = CommandLineToArgvW(GetCommandLineW(), &count);
-    std::vector<std::string> words;
-    for (int i = 1; i < count; ++i)
-        words.push_back(to_utf8(arguments[i]));
-    LocalFree(arguments);
-    return words;
-}
 
 bool has_stream(DWORD number) {
     const HANDLE stream = GetStdHandle(number);

@@ -2,6 +2,8 @@
 // order, from the opening of a run to its end.
 #include "tests/display_runs/run_fixture.h"
 
+#include <cstring>
+
 namespace q32::test {
 namespace {
 
@@ -119,6 +121,44 @@ TEST_F(BitmapFlushes, WithoutRows) {
         end(run);
         expect_release(watch.take_calls(), 0);
     }
+}
+
+// Rows that never came, and what lies behind the pixels of the others, are clear in the bitmap: no
+// memory of the process is handed out.
+TEST_F(BitmapFlushes, WhatNeverCameIsClear) {
+    const Replaced<call::GlobalAlloc> used_before([](UINT flags, SIZE_T bytes) {
+        const HGLOBAL block = call::GlobalAlloc::real(flags, bytes);
+        if ((flags & GMEM_ZEROINIT) == 0) {
+            std::memset(call::GlobalLock::real(block), 0xCC, bytes);
+            call::GlobalUnlock::real(block);
+        }
+        return block;
+    });
+    for (int depth : {1, 8, 24}) {
+        const RunSetup setup{.type = 2, .depth = depth, .right = 16, .bottom = 6};
+        prepare(setup);
+        const Source source(random, depth, 16, 2);
+        GdiWatch watch(dc());
+        const HDISPRUN run = open(setup);
+        EXPECT_SUCCESS(show(run, source));
+        end(run);
+        ASSERT_EQ(watch.drawings().size(), 1u);
+        const std::vector<unsigned char> &bits = watch.drawings()[0].bits;
+        const std::size_t row = depth == 24 ? 8 : 2; // four planes of two bytes, or bits
+        ASSERT_EQ(bits.size(), 6 * row);
+        EXPECT_EQ(std::count(bits.begin() + std::ptrdiff_t(2 * row), bits.end(), 0),
+                  std::ptrdiff_t(4 * row))
+            << depth;
+    }
+    const RunSetup narrow{.type = 2, .depth = 1, .right = 8, .bottom = 1};
+    prepare(narrow);
+    const std::uint8_t eight_pixels = 0xFF;
+    GdiWatch watch(dc());
+    const HDISPRUN run = open(narrow);
+    EXPECT_SUCCESS(api().disp32ShowData(run, &eight_pixels, 0, 0, 1, 1));
+    end(run);
+    ASSERT_EQ(watch.drawings().size(), 1u);
+    EXPECT_EQ(watch.drawings()[0].bits, (std::vector<unsigned char>{0xFF, 0}));
 }
 
 // The bitmap of bits has the rows of a strip, that of planes all rows of the rectangle.

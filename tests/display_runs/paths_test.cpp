@@ -199,13 +199,13 @@ TEST_F(Paths, HighColour) {
     EXPECT_EQ(painted(off, row, 4), (Pixels{0x040861, 0x040861, 0x04C361, 0xC30861}));
 }
 
-// The switch counts when a run is opened.
+// The switch counts when a run is opened; anything but 0 is on.
 TEST_F(Paths, TheSwitchIsReadAtTheStart) {
     const RunSetup setup{.type = 5, .right = 4, .bottom = 1};
     prepare(setup);
     const Bytes row(12, 100);
     GdiWatch watch(dc());
-    for (int on : {1, 0}) {
+    for (int on : {1, 0, 2, -1, 256}) {
         api().disp32BeHiColorDither(on);
         const HDISPRUN run = open(setup);
         api().disp32BeHiColorDither(!on);

@@ -98,6 +98,10 @@ TEST_F(StripAttributes, StripRowsOfWideRows) {
     setup = {.type = 2, .depth = 1, .right = 196609, .bottom = 5};
     prepare(setup);
     expect_with(setup, {{2, 1}}); // 24578 bytes: taken
+    setup.right = 393216;
+    expect_with(setup, {{2, 1}}); // 49152 bytes: taken
+    setup.right = 393217;
+    expect_with(setup, {{2, 1}}); // 49154 bytes: not taken
 }
 
 TEST_F(StripAttributes, Direction) {

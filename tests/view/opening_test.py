@@ -26,6 +26,13 @@ class Opening(ViewCase):
             seen = viewer.view(self.dropped(name), "titled:first.png")
         self.assert_same(seen, self.view(name, *SIZE))
 
+    def test_dropped_on_the_test_card(self):
+        name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
+        with self.viewer("--test-card", *SIZE) as viewer:
+            card, seen = viewer.views([], [self.dropped(name), "titled:first.png"])
+        self.assert_same(card, self.view("--test-card", *SIZE))
+        self.assert_same(seen, self.view(name, *SIZE))
+
     def test_a_new_picture_is_fitted(self):
         first = self.write("first.png", pictures.png(pictures.noise(300, 200)))
         second = self.write("second.png", pictures.png(pictures.noise(300, 200, seed=1)))

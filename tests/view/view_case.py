@@ -126,7 +126,7 @@ class ViewCase(unittest.TestCase):
             if (self.folder / arguments[0]).is_file():
                 viewer.do(f"titled:{arguments[0]} - q32view")
             yield viewer
-            if process.poll() is None:
+            if ended_with is None:
                 self.run_program(Viewer.driver, "end")
             out, err = process.communicate(timeout=60)
             self.assertEqual((text(out), text(err)), ("", ""))

@@ -1,31 +1,13 @@
 // q32tool enlarge: a picture larger by whole factors.
 #include "commands.h"
-
-#include "apps/q32tool/conversion.h"
-#include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage.h"
-#include "apps/q32tool/whole_factors.h"
+#include "scaled_output.h"
 
 namespace apps::q32tool {
 namespace {
 
 void run(const Arguments &arguments) {
-    const std::string &in = arguments.operand(0), &out = arguments.operand(1);
-    const Factors factors = factors_from(arguments);
-    if (wants_transparency(arguments)) {
-        apply_storage_options(arguments);
-        const FileFormat format = check_transparent_output(out);
-        Frame frame = enlarged(read_frame(in, 32), factors);
-        write_frame_and_tell(frame, out, format, arguments);
-        return;
-    }
-    const Conversion conversion = conversion_from(arguments);
-    const uint32_t type = apply_storage_options(arguments);
-    const FileFormat format = check_output(out);
-    Image image = load_picture(in, type).image;
-    convert(image, conversion, type);
-    image = enlarged(image, factors, type, out);
-    save_picture_and_tell(image, out, format, arguments);
+    write_scaled(arguments, factors_from(arguments),
+                 [](const auto &picture, const auto &...how) { return enlarged(picture, how...); });
 }
 
 } // namespace

@@ -1,10 +1,6 @@
 // q32tool reduce: a picture smaller by whole factors.
 #include "commands.h"
-
-#include "apps/q32tool/conversion.h"
-#include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage.h"
-#include "apps/q32tool/whole_factors.h"
+#include "scaled_output.h"
 
 #include <q32base/types.h>
 
@@ -18,22 +14,8 @@ Factors reduction_from(const Arguments &arguments) {
 }
 
 void run(const Arguments &arguments) {
-    const std::string &in = arguments.operand(0), &out = arguments.operand(1);
-    const Factors factors = reduction_from(arguments);
-    if (wants_transparency(arguments)) {
-        apply_storage_options(arguments);
-        const FileFormat format = check_transparent_output(out);
-        Frame frame = reduced(read_frame(in, 32), factors);
-        write_frame_and_tell(frame, out, format, arguments);
-        return;
-    }
-    const Conversion conversion = conversion_from(arguments);
-    const uint32_t type = apply_storage_options(arguments);
-    const FileFormat format = check_output(out);
-    Image image = load_picture(in, type).image;
-    convert(image, conversion, type);
-    image = reduced(image, factors, type, out);
-    save_picture_and_tell(image, out, format, arguments);
+    write_scaled(arguments, reduction_from(arguments),
+                 [](const auto &picture, const auto &...how) { return reduced(picture, how...); });
 }
 
 } // namespace
