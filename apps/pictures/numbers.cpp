@@ -58,6 +58,11 @@ std::string counted(uint64_t count, std::string_view noun) {
     return count == 1 ? text : text + "s";
 }
 
+std::string written_of(uint64_t done, uint64_t count, std::string_view noun) {
+    return "of " + counted(count, noun) + " " + std::to_string(done) +
+           (done == 1 ? " was" : " were") + " written";
+}
+
 std::string readable_size(uint64_t bytes) {
     constexpr double kilobyte = 1024, megabyte = 1024 * kilobyte;
     constexpr uint64_t least_in_megabytes = 10 << 20;

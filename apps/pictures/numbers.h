@@ -18,7 +18,9 @@ std::optional<int> parse_integer(std::string_view text);
 std::optional<uint64_t> parse_size(std::string_view text);
 
 std::string counted(uint64_t count, std::string_view noun); // "1 row", "2 rows"
-std::string readable_size(uint64_t bytes);                  // "23.7 MB"
-std::string in_seconds(double seconds);                     // "0.125 s"
+// "of 5 files 2 were written", when work ended early.
+std::string written_of(uint64_t done, uint64_t count, std::string_view noun);
+std::string readable_size(uint64_t bytes); // "23.7 MB"
+std::string in_seconds(double seconds);    // "0.125 s"
 
 } // namespace apps

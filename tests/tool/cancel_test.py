@@ -107,6 +107,43 @@ class CtrlC(ToolCase):
         self.cancel(b"reading", "rows", "in.png", "--all")
 
 
+class ManyFiles(ToolCase):
+    """Commands that write more than one file keep those that are done, and say how many."""
+
+    def cancel_when(self, file, arguments, line):
+        """Sends Ctrl-C when a file appears, finished or not; returns the finished new ones."""
+        before = self.files()
+        process, said = self.run_until(b"ing [", *arguments)
+        with process:
+            while not list(self.folder.glob(file)):
+                said += os.read(process.stderr.fileno(), 4096)
+            process.send_signal(signal.SIGINT)
+            _, rest = process.communicate(timeout=20)
+        self.assertEqual(process.returncode, CANCELLED, rest)
+        done = sorted(set(self.files()) - set(before))
+        match = re.match(line, self.last_line(said + rest))
+        self.assertIsNotNone(match, said + rest)
+        self.assertEqual(int(match[1]), len(done), f"{match[0]}: {done}")
+        return done
+
+    def test_plates(self):
+        self.write("in.png", pictures.png(pictures.noise(2000, 2000), level=0))
+        done = self.cancel_when(
+            "out-magenta.png*",
+            ["separate", "in.png", "out.png"],
+            r"q32tool: cancelled; of 5 pictures ([1-4]) (?:was|were) written$",
+        )
+        self.assertEqual(done, ["out-cyan.png", "out-magenta.png"][: len(done)])
+
+    def test_frames_of_jobs(self):
+        done = self.cancel_when(
+            "step-0003.png*",
+            ["jobs", "out.png", "--size", "900x900", "--frames", "step-####.png"],
+            r"q32tool: cancelled; of \d+ frames (\d+) were written$",
+        )
+        self.assertEqual(done, [f"step-{n + 1:04}.png" for n in range(len(done))])
+
+
 class Scaling(ToolCase):
     """Ctrl-C while the library scales, for each way that it takes."""
 

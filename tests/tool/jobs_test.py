@@ -193,7 +193,9 @@ class Misuse(ToolCase):
         self.refuse(FAILED, "jobs", "out.png", "--frames", "step-#.gif", says=".gif")
         self.refuse(FAILED, "jobs", "out.png", "--frames", "nowhere/#.png", says="nowhere")
         self.refuse(FAILED, "jobs", "out.png", "--size", "32001x100", says="32000")
-        self.refuse(FAILED, "jobs", "out.png", "--size", "1x1")
+        for size in ("1x1", "1x4", "2x3", "40000x3"):
+            self.refuse(USAGE, "jobs", "out.png", "--size", size, says=["--size", "2x4", size])
+        self.succeed("jobs", "out.png", "--size", "2x4")
 
 
 class Cancelled(ToolCase):

@@ -20,6 +20,9 @@ namespace {
 
 constexpr int default_width = 640, default_height = 480, default_side = 48;
 constexpr int max_side = 4096, max_frames = 9999;
+
+// Each client has a quarter, and one of them two jobs in it.
+constexpr int least_width = 2, least_height = 4;
 constexpr Colour paper = {255, 255, 255};
 
 // From red over green to blue and violet, not all the way back to red.
@@ -95,10 +98,46 @@ std::string order_lines(const DispatchShow &show, const std::vector<DispatchStep
     return text;
 }
 
+Area picture_size_from(const Arguments &arguments) {
+    if (!arguments.has("--size"))
+        return {0, 0, default_width, default_height};
+    const Area size = size_from(arguments, "--size");
+    if (size.width < least_width || size.height < least_height)
+        throw UsageError("--size takes 2x4 and more, not '" + arguments.value("--size") + "'");
+    return size;
+}
+
+// Files of steps that are done stay when the work is cancelled.
+void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
+                    const std::optional<std::string> &frames, FileFormat format,
+                    const Arguments &arguments) {
+    const std::string &out = arguments.operand(0);
+    const Canvas canvas = canvas_of(image);
+    lay_colour(canvas, paper, std::nullopt);
+    Progress progress("painting", static_cast<int>(steps.size()));
+    size_t frames_done = 0;
+    try {
+        for (size_t i = 0; i < steps.size(); ++i) {
+            paint(canvas, steps[i], colour_of(i, steps.size()));
+            if (frames) {
+                const std::string path = numbered(*frames, i + 1);
+                save_picture(image, path, check_output(path));
+                ++frames_done;
+            }
+            progress.advance(1);
+        }
+        clear_progress();
+        save_picture_and_tell(image, out, format, arguments);
+    } catch (const Cancelled &) {
+        if (frames_done == 0)
+            throw;
+        throw Cancelled(written_of(frames_done, steps.size(), "frame"));
+    }
+}
+
 void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(0);
-    const Area size = arguments.has("--size") ? size_from(arguments, "--size")
-                                              : Area{0, 0, default_width, default_height};
+    const Area size = picture_size_from(arguments);
     const int side = static_cast<int>(arguments.number("--side", 2, max_side, default_side));
     const std::optional<std::string> frames = frames_from(arguments);
     const FileFormat format = check_output(out);
@@ -108,17 +147,7 @@ void run(const Arguments &arguments) {
         throw UsageError("--frames would write " + counted(steps.size(), "file") +
                          "; use a larger --side");
     Image image(PixelFormat::rgb, size.width, size.height, BUF32_TILED, out);
-    const Canvas canvas = canvas_of(image);
-    lay_colour(canvas, paper, std::nullopt);
-    Progress progress("painting", static_cast<int>(steps.size()));
-    for (size_t i = 0; i < steps.size(); ++i) {
-        paint(canvas, steps[i], colour_of(i, steps.size()));
-        if (frames)
-            save_picture(image, numbered(*frames, i + 1), check_output(numbered(*frames, i + 1)));
-        progress.advance(1);
-    }
-    clear_progress();
-    save_picture_and_tell(image, out, format, arguments);
+    paint_and_save(image, steps, frames, format, arguments);
     if (!arguments.has("--quiet"))
         print(order_lines(show, steps));
 }

@@ -1,7 +1,8 @@
 // q32tool separate: the plates of a four-colour print, and what they give together.
 #include "commands.h"
 
-#include "apps/pictures/text.h"
+#include "apps/pictures/failure.h"
+#include "apps/pictures/numbers.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/separating.h"
@@ -83,6 +84,21 @@ void separate(Image &image, Plates &plates, bool as_film) {
     }
 }
 
+// Pictures that are done stay when a later one cannot be.
+void save_all(Plates &plates, Image &proof, const Outputs &outputs, FileFormat format,
+              const Arguments &arguments) {
+    size_t done = 0;
+    try {
+        for (; done < plate_count; ++done)
+            save_picture_and_tell(plates[done], outputs.plates[done], format, arguments);
+        save_picture_and_tell(proof, outputs.proof, format, arguments);
+    } catch (const Cancelled &) {
+        if (done == 0)
+            throw;
+        throw Cancelled(written_of(done, plate_count + 1, "picture"));
+    }
+}
+
 void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(1);
     const uint32_t type = apply_storage_options(arguments);
@@ -91,9 +107,7 @@ void run(const Arguments &arguments) {
     Image image = load_picture(arguments.operand(0), type).image;
     Plates plates(image, outputs, type);
     separate(image, plates, arguments.has("--film"));
-    for (size_t i = 0; i < plate_count; ++i)
-        save_picture_and_tell(plates[i], outputs.plates[i], format, arguments);
-    save_picture_and_tell(image, outputs.proof, format, arguments);
+    save_all(plates, image, outputs, format, arguments);
 }
 
 } // namespace
@@ -109,7 +123,8 @@ Command separate_command() {
             "are OUT's with a word before the extension: -cyan, -magenta, -yellow and -black, of "
             "8\n"
             "bits, dark where there is ink, and -proof, of 24 bits: the plates put together "
-            "again.",
+            "again.\n"
+            "Pictures that are done stay when a later one fails or the work is cancelled.",
         .options = joined(
             {{{"--film", "", "plates as films: light where there is ink"}}, storage_options()}),
         .run = run,

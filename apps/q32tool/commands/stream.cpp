@@ -120,8 +120,7 @@ void run(const Arguments &arguments) {
     } catch (const Cancelled &) {
         if (done == 0)
             throw;
-        throw Cancelled("of " + counted(files.size(), "frame") + " " + std::to_string(done) +
-                        (done == 1 ? " was" : " were") + " written");
+        throw Cancelled(written_of(done, files.size(), "frame"));
     }
 }
 
