@@ -71,7 +71,7 @@ BmpHeader read_bmp_header(const std::vector<uint8_t> &file) {
 }
 
 Refusal refusal_of(const BmpHeader &header, size_t file_bytes) {
-    constexpr char get_it_again[] = "get the whole file again";
+    static constexpr char get_it_again[] = "get the whole file again";
     const std::string most = " pixels, and " + std::to_string(Q32_MAX_SIDE) + " are the most";
     if (header.bytes == old_header_bytes)
         return {"it has the old header of 12 bytes", convert_it};
