@@ -3,6 +3,7 @@
 
 #include <q32base/queues.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -20,6 +21,7 @@ struct QueueItem {
     void *data;
 };
 using Entry = QueueItem *;
+constexpr SIZE_T entry_bytes = sizeof(void *);
 
 struct MessageQueue {
     std::uint32_t owner = 0;
@@ -78,7 +80,7 @@ Entry message_of(const void *data, std::uint32_t size) {
 bool make_room() {
     if (queue.count < queue.capacity)
         return true;
-    const SIZE_T bytes = SIZE_T{queue.capacity + entries_per_growth} * sizeof(Entry);
+    const SIZE_T bytes = SIZE_T{queue.capacity + entries_per_growth} * entry_bytes;
     const HGLOBAL grown = GlobalReAlloc(queue.entries, bytes, GMEM_MOVEABLE | GMEM_ZEROINIT);
     if (grown == nullptr)
         return false;
@@ -105,7 +107,7 @@ bool append(const void *data, std::uint32_t size) {
 // The buffer has room for the message and the zeros handed out with it.
 int take_oldest(const Entries &entries, void *buffer) {
     const Entry oldest = *entries.begin();
-    std::memmove(entries.begin(), entries.begin() + 1, (queue.count - 1) * sizeof(Entry));
+    std::move(entries.begin() + 1, entries.end(), entries.begin());
     --queue.count;
     *entries.end() = nullptr;
     const std::uint32_t size = oldest->size;
@@ -130,7 +132,7 @@ bool discard_messages() {
 // --- the queue ---------------------------------------------------------------------------------
 
 bool create(std::uint32_t owner) {
-    constexpr SIZE_T bytes = entries_per_growth * sizeof(Entry);
+    constexpr SIZE_T bytes = entries_per_growth * entry_bytes;
     const HGLOBAL entries = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes);
     if (entries == nullptr)
         return false;
