@@ -9,7 +9,7 @@ namespace apps::q32view {
 namespace {
 
 constexpr DWORD patience = 200; // milliseconds until the pointer waits
-constexpr DWORD pause = 50;     // between two looks at the keyboard
+constexpr DWORD pause = 20;     // between two looks at the keyboard
 
 // Other keys that were typed meanwhile are dropped: they were meant for what is not there yet.
 bool was_stop_asked_for() {
