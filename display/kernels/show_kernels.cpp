@@ -57,17 +57,7 @@ constexpr ShowKernels avx512_table = [] {
 } // namespace
 
 const ShowKernels &show_kernels(InstructionSet level) {
-    switch (level) {
-    case InstructionSet::sse2:
-        return sse2_table;
-    case InstructionSet::sse41:
-        return sse41_table;
-    case InstructionSet::avx2:
-        return avx2_table;
-    case InstructionSet::avx512:
-        return avx512_table;
-    }
-    return sse2_table;
+    return choose(level, sse2_table, sse41_table, avx2_table, avx512_table);
 }
 
 } // namespace q32::display

@@ -11,6 +11,13 @@
 namespace q32 {
 namespace {
 
+void choose_kernels(InstructionSet level) {
+    rows::choose_kernels(level);
+    merge::choose_kernels(level);
+    resample::choose_kernels(level);
+    display::choose_kernels(level);
+}
+
 // Defaults, settings file (the screen's settings lie there too), master record file.
 bool set_up_buffers() {
     buffer::set_defaults();
@@ -23,10 +30,7 @@ bool set_up_buffers() {
 
 bool attach(HMODULE module) {
     keep_module_handle(module);
-    rows::choose_kernels(detect_instruction_set());
-    merge::choose_kernels(detect_instruction_set());
-    resample::choose_kernels(detect_instruction_set());
-    display::choose_kernels(detect_instruction_set());
+    choose_kernels(detect_instruction_set());
     if (!display_is_usable())
         return false;
     if (!display::set_up() || !set_up_buffers()) {

@@ -1,5 +1,5 @@
-// Which instruction set the kernels may use. Knows the processor only; the choice of kernels for it
-// is each kernel family's own.
+// Which instruction set the kernels may use. Knows the processor only; what there is for a level is
+// each kernel family's own.
 #pragma once
 
 namespace q32 {
@@ -13,5 +13,22 @@ enum class InstructionSet { sse2, sse41, avx2, avx512 };
 InstructionSet best_instruction_set(const char *cap);
 
 const char *instruction_set_name(InstructionSet level);
+
+// Of the tables that a kernel family has for the levels, the one for this level.
+template <class Kernels>
+const Kernels &choose(InstructionSet level, const Kernels &sse2, const Kernels &sse41,
+                      const Kernels &avx2, const Kernels &avx512) {
+    switch (level) {
+    case InstructionSet::sse2:
+        break;
+    case InstructionSet::sse41:
+        return sse41;
+    case InstructionSet::avx2:
+        return avx2;
+    case InstructionSet::avx512:
+        return avx512;
+    }
+    return sse2;
+}
 
 } // namespace q32

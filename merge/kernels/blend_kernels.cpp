@@ -8,16 +8,9 @@
 namespace q32::merge {
 
 const BlendKernels &blend_kernels(InstructionSet level) {
-    switch (level) {
-    case InstructionSet::sse2:
-        return sse2_blend_kernels;
-    case InstructionSet::sse41:
-        return sse41_blend_kernels;
-    case InstructionSet::avx2:
-    case InstructionSet::avx512: // 64 bytes at a time gain nothing where they count
-        return avx2_blend_kernels;
-    }
-    return sse2_blend_kernels;
+    // 64 bytes at a time gain nothing where they count.
+    return choose(level, sse2_blend_kernels, sse41_blend_kernels, avx2_blend_kernels,
+                  avx2_blend_kernels);
 }
 
 } // namespace q32::merge

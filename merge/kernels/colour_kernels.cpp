@@ -8,17 +8,9 @@
 namespace q32::merge {
 
 const ColourKernels &colour_kernels(InstructionSet level) {
-    switch (level) {
-    case InstructionSet::sse2: // without the byte shuffle nothing pays
-        return scalar_colour_kernels;
-    case InstructionSet::sse41:
-        return sse41_colour_kernels;
-    case InstructionSet::avx2:
-        return avx2_colour_kernels;
-    case InstructionSet::avx512:
-        return avx512_colour_kernels;
-    }
-    return scalar_colour_kernels;
+    // Without the byte shuffle nothing pays.
+    return choose(level, scalar_colour_kernels, sse41_colour_kernels, avx2_colour_kernels,
+                  avx512_colour_kernels);
 }
 
 } // namespace q32::merge

@@ -8,17 +8,8 @@
 namespace q32::merge {
 
 const EffectKernels &effect_kernels(InstructionSet level) {
-    switch (level) {
-    case InstructionSet::sse2:
-        return sse2_effect_kernels;
-    case InstructionSet::sse41:
-        return sse41_effect_kernels;
-    case InstructionSet::avx2:
-        return avx2_effect_kernels;
-    case InstructionSet::avx512:
-        return avx512_effect_kernels;
-    }
-    return sse2_effect_kernels;
+    return choose(level, sse2_effect_kernels, sse41_effect_kernels, avx2_effect_kernels,
+                  avx512_effect_kernels);
 }
 
 } // namespace q32::merge

@@ -18,17 +18,7 @@ const ResampleKernels avx512_kernels{nearest_avx512, bilinear_avx2, bicubic_avx2
 const ResampleKernels scalar_resample_kernels{nearest_scalar, bilinear_scalar, bicubic_scalar};
 
 const ResampleKernels &resample_kernels(InstructionSet level) {
-    switch (level) {
-    case InstructionSet::sse2:
-        return sse2_kernels;
-    case InstructionSet::sse41:
-        return sse41_kernels;
-    case InstructionSet::avx2:
-        return avx2_kernels;
-    case InstructionSet::avx512:
-        return avx512_kernels;
-    }
-    return sse2_kernels;
+    return choose(level, sse2_kernels, sse41_kernels, avx2_kernels, avx512_kernels);
 }
 
 } // namespace q32::resample

@@ -104,17 +104,7 @@ constexpr RowKernels avx512_table = [] {
 } // namespace
 
 const RowKernels &row_kernels(InstructionSet level) {
-    switch (level) {
-    case InstructionSet::sse2:
-        return sse2_row_kernels;
-    case InstructionSet::sse41:
-        return sse41_table;
-    case InstructionSet::avx2:
-        return avx2_table;
-    case InstructionSet::avx512:
-        return avx512_table;
-    }
-    return sse2_row_kernels;
+    return choose(level, sse2_row_kernels, sse41_table, avx2_table, avx512_table);
 }
 
 } // namespace q32::rows

@@ -8,17 +8,8 @@
 namespace q32::rows {
 
 const ScalingKernels &scaling_kernels(InstructionSet level) {
-    switch (level) {
-    case InstructionSet::sse2:
-        return sse2_scaling_kernels;
-    case InstructionSet::sse41:
-        return sse41_scaling_kernels;
-    case InstructionSet::avx2:
-        return avx2_scaling_kernels;
-    case InstructionSet::avx512:
-        return avx512_scaling_kernels;
-    }
-    return sse2_scaling_kernels;
+    return choose(level, sse2_scaling_kernels, sse41_scaling_kernels, avx2_scaling_kernels,
+                  avx512_scaling_kernels);
 }
 
 } // namespace q32::rows
