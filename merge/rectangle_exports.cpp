@@ -1,6 +1,7 @@
 // The exports that merge rectangles of plain memory: clip, find a mask, raise the thread's
 // priority. Merging what is left is rectangle.h's part.
 #include "buffer/area.h"
+#include "library/process/bytes.h"
 #include "library/process/thread_priority.h"
 #include "merge/failures.h"
 #include "merge/full_mask.h"
@@ -40,14 +41,6 @@ template <typename Byte>
 Image<Byte> image_of(Byte *memory, const Area &area, int bytes_per_pixel) {
     return {memory, area.left, area.top, std::size_t(area.right) - std::size_t(area.left),
             bytes_per_pixel};
-}
-
-std::uint8_t *bytes(void *memory) {
-    return static_cast<std::uint8_t *>(memory);
-}
-
-const std::uint8_t *bytes(const void *memory) {
-    return static_cast<const std::uint8_t *>(memory);
 }
 
 // Quirk: these two do without a full mask, so that they weigh by the transparency alone as i32Merge
@@ -106,6 +99,7 @@ int merge_area(Holdings &held, const Images &images, const Area &area, int mode,
 
 // --- exports ------------------------------------------------------------------------------------
 
+using q32::bytes;
 using namespace q32::merge;
 using q32::buffer::Area;
 

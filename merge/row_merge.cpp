@@ -1,5 +1,6 @@
 // i32Merge: a run of pixels. Checks, raises the thread's priority, finds what the mode needs of
 // memory and merges; how runs are merged is run.h's part.
+#include "library/process/bytes.h"
 #include "library/process/thread_priority.h"
 #include "merge/failures.h"
 #include "merge/full_mask.h"
@@ -14,14 +15,6 @@ namespace q32::merge {
 namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
-
-std::uint8_t *bytes(void *memory) {
-    return static_cast<std::uint8_t *>(memory);
-}
-
-const std::uint8_t *bytes(const void *memory) {
-    return static_cast<const std::uint8_t *>(memory);
-}
 
 // In 64 bits: a run may be named that no memory can hold.
 std::uint64_t size_of(const Run &run, int bytes_per_pixel) {
@@ -126,6 +119,7 @@ int dispatch(const Mode &mode, Run run, FullMask &full_mask, ThreadPriority &pri
 
 // --- exports ------------------------------------------------------------------------------------
 
+using q32::bytes;
 using namespace q32::merge;
 
 int Q32_CALL i32Merge(void *result, const void *base, const void *mask, const void *overlay,

@@ -1,5 +1,6 @@
 // The exports that convert, fill, swap, invert and map rows: check, call the kernel, report. The
 // bytes are the kernels' part.
+#include "library/process/bytes.h"
 #include "library/process/process.h"
 #include "rows/failures.h"
 #include "rows/rows.h"
@@ -10,14 +11,6 @@ namespace q32::rows {
 namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
-
-std::uint8_t *bytes(void *memory) {
-    return static_cast<std::uint8_t *>(memory);
-}
-
-const std::uint8_t *bytes(const void *memory) {
-    return static_cast<const std::uint8_t *>(memory);
-}
 
 // Negative counts pass the checks and do nothing.
 bool is_nothing(int count) {
@@ -107,6 +100,7 @@ int map(void *destination, const void *source, const void *tables, int type, int
 
 // --- exports ------------------------------------------------------------------------------------
 
+using q32::bytes;
 using namespace q32::rows;
 
 int Q32_CALL mem32Fill(void *destination, const void *pattern, int bytes_per_pixel, int count) {

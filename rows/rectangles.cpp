@@ -1,5 +1,6 @@
 // The exports that copy rectangles between plain images and blocks of packed rows. Nothing is
 // checked and nothing reported, as callers expect.
+#include "library/process/bytes.h"
 #include "rows/rows.h"
 
 #include <q32base/rows.h>
@@ -68,28 +69,25 @@ void merge_bytes(std::uint8_t *image, const std::uint8_t *block, const Area &are
 
 // --- exports ------------------------------------------------------------------------------------
 
+using q32::bytes;
 using namespace q32::rows;
 
 int Q32_CALL mem32GetMem(const void *image, int x, int y, int width, int height,
                          int bytes_per_pixel, int stride, void *block) {
     const Area area = area_of(x, y, width, height, stride);
-    auto *const to = static_cast<std::uint8_t *>(block);
-    const auto *const from = static_cast<const std::uint8_t *>(image);
     if (bytes_per_pixel == 0)
-        get_bits(to, from, area);
+        get_bits(bytes(block), bytes(image), area);
     else if (bytes_per_pixel > 0)
-        get_bytes(to, from, area, std::size_t(bytes_per_pixel));
+        get_bytes(bytes(block), bytes(image), area, std::size_t(bytes_per_pixel));
     return 1;
 }
 
 int Q32_CALL mem32MergeMem(void *image, int x, int y, const void *block, int width, int height,
                            int bytes_per_pixel, int stride) {
     const Area area = area_of(x, y, width, height, stride);
-    auto *const to = static_cast<std::uint8_t *>(image);
-    const auto *const from = static_cast<const std::uint8_t *>(block);
     if (bytes_per_pixel == 0)
-        merge_bits(to, from, area);
+        merge_bits(bytes(image), bytes(block), area);
     else if (bytes_per_pixel > 0)
-        merge_bytes(to, from, area, std::size_t(bytes_per_pixel));
+        merge_bytes(bytes(image), bytes(block), area, std::size_t(bytes_per_pixel));
     return 1;
 }

@@ -1,6 +1,7 @@
 // The exports that enlarge and reduce rows and blocks by whole factors: what counts and factors
 // mean, and the walk from row to row. Nothing is checked and nothing reported, as callers expect;
 // the bytes of a row are the kernels' part.
+#include "library/process/bytes.h"
 #include "rows/rows.h"
 
 #include <q32base/rows.h>
@@ -12,14 +13,6 @@ namespace q32::rows {
 namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
-
-std::uint8_t *bytes(void *memory) {
-    return static_cast<std::uint8_t *>(memory);
-}
-
-const std::uint8_t *bytes(const void *memory) {
-    return static_cast<const std::uint8_t *>(memory);
-}
 
 std::size_t at_least(int least, int value) {
     return std::size_t(std::max(least, value));
@@ -196,6 +189,7 @@ int reduce_block(std::uint8_t *destination, const std::uint8_t *source, int widt
 
 // --- exports ------------------------------------------------------------------------------------
 
+using q32::bytes;
 using namespace q32::rows;
 
 void Q32_CALL mem32BitEnlarge(void *destination, const void *source, int count, unsigned factor) {
