@@ -12,8 +12,6 @@ protected:
     }
 };
 
-constexpr Failure no_block{1001, 1, 4, 21};
-
 // A picture of a buffer that has just been made from a start.
 Picture picture_of(HBUF32 buffer, const Start &start, int bits, int width, int height) {
     return Picture(buffer, Geometry(width, height, bits, start.type));
@@ -248,34 +246,40 @@ TEST_F(OneColourFill, OfCallerMemory) {
     forget_reports();
 }
 
-// Without a block nothing changes: not the record, not the pixels, not what is in use.
+// The storage is given up before the block is asked for: without a block there is neither, and the
+// pixels have gone. The buffer can be filled again.
 TEST_F(OneColourFill, WithoutMemoryForTheBlock) {
     for (const Start &start : starts()) {
         if (start.type == BUF32_ONE_COLOUR)
             continue; // needs no block
         SCOPED_TRACE(start.name);
         Random random(test_seed(), 2);
-        const auto buffer = start.make(24, 150, 140, random);
-        Picture picture = picture_of(*buffer, start, 24, 150, 140);
-        const Rectangle all{0, 0, 150, 140};
-        Bytes pixels(rectangle_bytes(picture.geometry, all));
-        ASSERT_EQ(api().buf32GetMem(*buffer, 0, 0, 150, 140, pixels.data()), 1);
-        write_rectangle(picture, all, pixels.data());
-        const uint32_t memory = memory_in_use(), mapped = mapped_bytes();
-        Bytes record(508);
-        std::memcpy(record.data(), reinterpret_cast<const void *>(HBUF32(*buffer)), record.size());
-        const frame::Census before = frame::Census::now();
+        const frame::Census nothing = frame::Census::now();
+        auto buffer = start.make(24, 150, 140, random);
+        const HBUF32 handle = *buffer;
+        Picture picture = picture_of(handle, start, 24, 150, 140);
         {
             FailingCall block("VirtualAlloc", 1, FailingCall::from_there_on);
-            EXPECT_EQ(api().buf32FillOneColor(*buffer, colour), 0);
-            EXPECT_TRUE(block.happened());
+            EXPECT_EQ(api().buf32FillOneColor(handle, colour), 0);
+            EXPECT_EQ(block.calls(), 1);
         }
         expect_report(no_block);
-        EXPECT_TRUE(same_bytes(record, reinterpret_cast<const uint8_t *>(HBUF32(*buffer))));
-        EXPECT_EQ(frame::Census::now(), before);
-        EXPECT_EQ(memory_in_use(), memory);
-        EXPECT_EQ(mapped_bytes(), mapped);
+        expect_given_up(handle, start, picture.geometry);
+        if (start.type == BUF32_PATTERN) {
+            EXPECT_EQ(word(handle, field_external_data), 0u); // released before all else
+        }
+        EXPECT_EQ(frame::Census::now().runtime_blocks, nothing.runtime_blocks);
+        EXPECT_EQ(frame::Census::now().reservations, nothing.reservations);
+        EXPECT_EQ(frame::Census::now().views, nothing.views);
+        EXPECT_EQ(frame::Census::now().files, nothing.files);
+        EXPECT_EQ(frame::Census::now().global_blocks, nothing.global_blocks + 1); // the record
+        expect_what_is_left(picture, start);
+        EXPECT_SUCCESS(api().buf32FillOneColor(handle, colour));
+        paint(picture, colour);
+        expect_filled_with(picture, colour);
         expect_read_everywhere(picture);
+        buffer.reset();
+        EXPECT_EQ(frame::Census::now(), nothing);
     }
 }
 

@@ -12,8 +12,6 @@ protected:
     }
 };
 
-constexpr Failure no_block{1001, 1, 4, 21}, no_copy{1001, 1, 70, 23};
-
 Picture picture_of(HBUF32 buffer, const Start &start, int bits, int width, int height) {
     return Picture(buffer, Geometry(width, height, bits, start.type));
 }
@@ -250,38 +248,71 @@ TEST_F(PatternFill, OfCallerMemory) {
     forget_reports();
 }
 
-// Without the copy, or without the block, nothing changes.
+// The storage is given up before the block is asked for, and the block before the pattern is
+// copied: without either the pixels have gone, and so has the block. A colour or a pattern that was
+// there before is still in the record, but for the pattern that was being renewed, which may be.
 TEST_F(PatternFill, WithoutMemory) {
     for (const Start &start : starts())
-        for (const auto &[call, failure] :
-             {std::pair{"malloc", no_copy}, {"VirtualAlloc", no_block}}) {
-            SCOPED_TRACE(std::string(start.name) + ", " + call);
+        for (const Loss &loss : losses_of(start)) {
+            SCOPED_TRACE(std::string(start.name) + ", " + loss.name);
             Random random(test_seed(), 7);
-            const auto buffer = start.make(24, 150, 140, random);
-            Picture picture = picture_of(*buffer, start, 24, 150, 140);
+            const frame::Census nothing = frame::Census::now();
+            auto buffer = start.make(24, 150, 140, random);
+            const HBUF32 handle = *buffer;
+            Picture picture = picture_of(handle, start, 24, 150, 140);
             const Rectangle all{0, 0, 150, 140};
             Bytes pixels(rectangle_bytes(picture.geometry, all));
-            ASSERT_EQ(api().buf32GetMem(*buffer, 0, 0, 150, 140, pixels.data()), 1);
+            ASSERT_EQ(api().buf32GetMem(handle, 0, 0, 150, 140, pixels.data()), 1);
             write_rectangle(picture, all, pixels.data());
-            const uint32_t memory = memory_in_use(), mapped = mapped_bytes();
-            Bytes record(508);
-            std::memcpy(record.data(), reinterpret_cast<const void *>(HBUF32(*buffer)),
-                        record.size());
-            const Pattern pattern(7, 5, 24, random);
-            const BUF32PATTERN descriptor = pattern.descriptor();
-            const frame::Census before = frame::Census::now();
-            {
-                FailingCall memory_call(call, 1, FailingCall::from_there_on);
-                EXPECT_EQ(api().buf32FillPattern(*buffer, &descriptor), 0);
-                EXPECT_TRUE(memory_call.happened());
+            const uint32_t size = word(handle, field_colour);
+            EXPECT_TRUE(loss.take(handle));
+            expect_given_up(handle, start, picture.geometry);
+            const bool has_copy =
+                start.type == BUF32_PATTERN && word(handle, field_external_data) != 0;
+            if (has_copy) {
+                EXPECT_EQ(word(handle, field_colour), size);
             }
-            expect_report(failure);
-            EXPECT_TRUE(same_bytes(record, reinterpret_cast<const uint8_t *>(HBUF32(*buffer))));
-            EXPECT_EQ(frame::Census::now(), before);
-            EXPECT_EQ(memory_in_use(), memory);
-            EXPECT_EQ(mapped_bytes(), mapped);
+            EXPECT_EQ(frame::Census::now().runtime_blocks,
+                      nothing.runtime_blocks + (has_copy ? 1 : 0));
+            EXPECT_EQ(frame::Census::now().reservations, nothing.reservations);
+            EXPECT_EQ(frame::Census::now().views, nothing.views);
+            EXPECT_EQ(frame::Census::now().files, nothing.files);
+            EXPECT_EQ(frame::Census::now().global_blocks, nothing.global_blocks + 1);
+            expect_what_is_left(picture, start);
+            const Pattern pattern(7, 5, 24, random);
+            fill_with(picture, pattern);
+            expect_filled_with(picture, pattern);
             expect_read_everywhere(picture);
+            buffer.reset();
+            EXPECT_EQ(frame::Census::now(), nothing);
         }
+}
+
+// A pattern that was there before is not lost to a block that cannot be had: its copy is renewed
+// after that.
+TEST_F(PatternFill, WithoutABlockThePatternBeforeStays) {
+    for (const Start &start : starts()) {
+        if (start.type != BUF32_PATTERN)
+            continue;
+        SCOPED_TRACE(start.name);
+        Random random(test_seed(), 9);
+        const auto buffer = start.make(24, 150, 140, random);
+        Picture picture = picture_of(*buffer, start, 24, 150, 140);
+        const Rectangle all{0, 0, 150, 140};
+        Bytes pixels(rectangle_bytes(picture.geometry, all));
+        ASSERT_EQ(api().buf32GetMem(*buffer, 0, 0, 150, 140, pixels.data()), 1);
+        write_rectangle(picture, all, pixels.data());
+        const uint32_t copy = word(*buffer, field_external_data);
+        const Pattern other(9, 4, 24, random);
+        const BUF32PATTERN descriptor = other.descriptor();
+        {
+            const NoBlocks none;
+            EXPECT_EQ(api().buf32FillPattern(*buffer, &descriptor), 0);
+            expect_report(no_block);
+        }
+        EXPECT_EQ(word(*buffer, field_external_data), copy);
+        expect_read_everywhere(picture);
+    }
 }
 
 // Sizes that need more than 32 bits fail like memory that cannot be had, and nothing is read.
@@ -298,10 +329,12 @@ TEST_F(PatternFill, OfSizesBeyond32Bits) {
             EXPECT_EQ(handle, 0x5A5A5A5Au);
         }
     }
-    Buffer buffer(64, 10, 10);
     for (const BUF32PATTERN *pattern : {&whole, &wrapping}) {
+        Buffer buffer(64, 10, 10);
         EXPECT_REPORT(api().buf32FillPattern(buffer, pattern), 1001, 1, 70, 23);
         EXPECT_EQ(word(buffer, field_type), BUF32_TILED);
+        EXPECT_EQ(word(buffer, field_storage), 0u);
+        EXPECT_EQ(memory_in_use(), 0u);
     }
     // The copy is small, the block of 65535 rows of 256000 bytes is not.
     const Bytes column(65535 * 8, 0x42);
@@ -320,7 +353,7 @@ TEST_F(PatternFill, OfSizesBeyond32Bits) {
     address = &address;
     EXPECT_REPORT(api().buf32CellLock(fresh, 0, &address, nullptr), 1001, 1, 4, 21);
     EXPECT_EQ(address, nullptr);
-    EXPECT_EQ(memory_in_use(), 80u * 10);
+    EXPECT_EQ(memory_in_use(), 0u);
     forget_reports();
 }
 
