@@ -163,6 +163,10 @@ class Painting(JobsCase):
         self.assertEqual((last.width, last.height), (40, 40))
         self.assert_same_picture(last, self.read("small.png").picture)
 
+    def test_frames_by_a_percent_sign(self):
+        names = [f"s-{number:03}.bmp" for number in range(1, 17)]
+        self.work("small.png", "--size", "40x40", "--frames", "s-%03d.bmp", makes=names)
+
 
 class Misuse(ToolCase):
     def setUp(self):
@@ -173,7 +177,7 @@ class Misuse(ToolCase):
         for option, values in {
             "--side": ["", "0", "1", "-1", "4097", "4294967344", "1.5", "48x48", "many"],
             "--size": ["", "5", "5x", "0x5", "5x0", "-5x5", "5,5", "5x2147483648"],
-            "--frames": ["", "frames.png", "out.png"],
+            "--frames": ["", "frames.png", "out.png", "#-#.png", "%x.png"],
         }.items():
             for value in values:
                 with self.subTest(option=option, value=value):
