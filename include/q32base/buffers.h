@@ -417,26 +417,26 @@ Q32_API int Q32_CALL buf32DupBuf(HBUF32 source, HBUF32 *destination);
 
 /*
  * Makes every pixel one colour. The buffer becomes a one-colour buffer (type 1): it gives up its
- * storage first, and then gets one block of a cell. A bitmap stays a bitmap and is filled, and takes
- * only the first byte of the colour; the other bytes are zero. Under 8 bits per pixel the fill of a
- * bitmap covers (width + 7) / 8 x height bytes from its first row on, which is all of the image at
- * 1 bit, half of it at 2 and a quarter at 4.
+ * storage first, and then gets one block of a cell. A bitmap stays a bitmap and is filled, and
+ * takes only the first byte of the colour; the other bytes are zero. Under 8 bits per pixel the
+ * fill of a bitmap covers (width + 7) / 8 x height bytes from its first row on, which is all of the
+ * image at 1 bit, half of it at 2 and a quarter at 4.
  *
  *   colour   the colour's bytes per pixel bytes; under 8 bits one byte of pixels
  *
  *   3200, 0, 4, 6     colour is null (tested before the handle)
  *   1001, 1, 4, 21    no memory for the block; the buffer is of the type that it was, and has no
  *                     pixels any more: cells have a null address, rows and rectangles fail without
- *                     a report, until the buffer is filled. One colour and patterns get a block when
- *                     they next need one; the pattern's copy is gone, and reads as zero
+ *                     a report, until the buffer is filled. One colour and patterns get a block
+ *                     when they next need one; the pattern's copy is gone, and reads as zero
  *   5800, 0, 50, 62   the buffer lies over caller memory
  */
 Q32_API int Q32_CALL buf32FillOneColor(HBUF32 buffer, const void *colour);
 
 /*
  * Fills the buffer with a pattern, repeated from its top left corner: it becomes a pattern buffer
- * (type 128), which gives up its storage first and then gets a block of the pattern's rows. A bitmap
- * stays a bitmap and is filled.
+ * (type 128), which gives up its storage first and then gets a block of the pattern's rows. A
+ * bitmap stays a bitmap and is filled.
  *
  *   pattern   copied with its pixels, which may lie in the buffer's own storage
  *

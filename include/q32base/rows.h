@@ -305,8 +305,8 @@ Q32_API int Q32_CALL mem32ReduceExt(void *destination, const void *source, int w
  * into the image (mem32MergeMem). Checks nothing, reports nothing, always returns 1.
  *
  *   image             first row
- *   x, y              left upper corner, pixels. May be negative where the rectangle's memory is the
- *                     caller's: bit -1 of a row is the lowest of the byte before it
+ *   x, y              left upper corner, pixels. May be negative where the rectangle's memory is
+ *                     the caller's: bit -1 of a row is the lowest of the byte before it
  *   width, height     pixels; below 1: nothing is copied
  *   bytes_per_pixel   any from 1 on; 0: pixels are bits. Below 0 nothing is copied
  *   stride            bytes from one image row to the next; may be negative
