@@ -9,8 +9,8 @@
 namespace q32::test {
 namespace {
 
-constexpr int width = 150, height = 140, bits = 24;
-constexpr size_t row_bytes = width * 3;
+constexpr int width = 152, height = 140;                  // rows of whole bytes at every depth
+constexpr size_t most_bytes = size_t(width) * height * 3; // of an image of this size here
 
 class LostPixels : public BufferTest {
 protected:
@@ -25,7 +25,7 @@ bool is_special(uint32_t type) {
 }
 
 // What a buffer shows, read by one rectangle; as a picture of a layout.
-Picture picture_of(HBUF32 buffer, const Start &start) {
+Picture picture_of(HBUF32 buffer, const Start &start, int bits) {
     Picture picture(buffer, Geometry(width, height, bits, start.type));
     const Rectangle all{0, 0, width, height};
     Bytes pixels(rectangle_bytes(picture.geometry, all));
@@ -49,11 +49,13 @@ void touch(void *address, size_t bytes) {
 struct Scene {
     HBUF32 lost;
     const Start &start;
+    int bits;
     HBUF32 good;
     Picture shown;   // by the good one
     bool has_pixels; // a special one shows its colour or pattern, and takes pixels as ever
     Random &random;
 
+    size_t row_bytes() const { return size_t(shown.geometry.row_bytes()); }
     void expect_nothing(int result) const { EXPECT_EQ(result, has_pixels ? 1 : 0); }
     void expect_good() const { expect_image(shown); }
 };
@@ -73,7 +75,7 @@ void lock_all_modes(Scene &scene) {
             EXPECT_EQ(base, nullptr);
         }
         if (result == 1 && base != nullptr)
-            touch(base, row_bytes);
+            touch(base, scene.row_bytes());
         EXPECT_EQ(word(scene.lost, field_lock_count), uint32_t(result));
         if (result == 1)
             EXPECT_SUCCESS(api().buf32Unlock(scene.lost));
@@ -105,9 +107,9 @@ void lock_cells(Scene &scene) {
 }
 
 void rows_in_and_out(Scene &scene) {
-    const FencedBlock row(row_bytes * 8); // enough for any mode
+    const FencedBlock row(width * 8); // enough for any mode
     std::memset(row.data(), 0x5A, row.size());
-    const FencedBlock stored(row_bytes);
+    const FencedBlock stored(scene.row_bytes());
     using LineSpan = int(HBUF32, void *, int, int, int, int);
     if (api().buf32Lock(scene.lost, BUF32_READ, nullptr) != 1)
         return;
@@ -147,7 +149,7 @@ void addresses(Scene &scene) {
 }
 
 void rectangles_of_memory(Scene &scene) {
-    const FencedBlock memory(size_t(60) * 50 * 3);
+    const FencedBlock memory(rectangle_bytes(scene.shown.geometry, {0, 0, 60, 50}));
     for (const Rectangle &area :
          {Rectangle{0, 0, 60, 50}, {-30, -20, 60, 50}, {120, 110, 60, 50}}) {
         SCOPED_TRACE(testing::Message() << area);
@@ -160,7 +162,7 @@ void rectangles_of_memory(Scene &scene) {
     // What meets nothing of the buffer is background as ever.
     EXPECT_SUCCESS(api().buf32GetMemWithBC(scene.lost, width, 0, 60, 50, memory.data(), colour));
     for (size_t i = 0; i < memory.size(); ++i)
-        ASSERT_EQ(memory.data()[i], colour[i % 3]) << i;
+        ASSERT_EQ(memory.data()[i], colour[i % unit_bytes(scene.shown.geometry)]) << i;
     for (const Rectangle &area :
          {Rectangle{0, 0, 60, 50}, {-30, -20, 60, 50}, {120, 110, 60, 50}}) {
         scene.expect_nothing(
@@ -189,7 +191,7 @@ void get_from(Scene &scene) {
     }
     if (scene.has_pixels)
         return;
-    Buffer other(bits, 90, 80);
+    Buffer other(scene.bits, 90, 80);
     Picture picture(other);
     picture.image = fill(other, scene.random);
     HBUF32 handle = other;
@@ -199,7 +201,7 @@ void get_from(Scene &scene) {
     EXPECT_EQ(handle, HBUF32(other));
     expect_image(picture);
     // One colour stays one: it is not written to.
-    Buffer one_colour(bits, 90, 80, BUF32_ONE_COLOUR, colour);
+    Buffer one_colour(scene.bits, 90, 80, BUF32_ONE_COLOUR, colour);
     handle = one_colour;
     EXPECT_SILENT_FAILURE(api().buf32GetBuf(scene.lost, 0, 0, width, height, &handle));
     EXPECT_EQ(word(one_colour, field_type), BUF32_ONE_COLOUR);
@@ -262,7 +264,7 @@ void duplicate_new(Scene &scene) {
     for (HBUF32 duplicate : {second, made, scene.lost})
         if (api().buf32Lock(duplicate, BUF32_WRITE, &base) == 1) {
             if (base != nullptr)
-                touch(base, row_bytes);
+                touch(base, scene.row_bytes());
             EXPECT_SUCCESS(api().buf32Unlock(duplicate));
         }
     forget_reports();
@@ -318,7 +320,7 @@ void duplicate_into_others(Scene &scene) {
     if (!is_special(scene.start.type))
         EXPECT_SILENT_FAILURE(api().buf32DupBuf(scene.lost, &handle)); // is the source itself
     EXPECT_EQ(handle, scene.lost);
-    const Buffer small(bits, 5, 5), deep(32, width, height);
+    const Buffer small(scene.bits, 5, 5), deep(32, width, height);
     for (HBUF32 other : {HBUF32(small), HBUF32(deep)}) {
         handle = other;
         EXPECT_EQ(api().buf32DupBuf(scene.lost, &handle), 0);
@@ -344,7 +346,7 @@ void fill_again(Scene &scene) {
 
 void fill_with_pattern_again(Scene &scene) {
     Picture picture(scene.lost, scene.shown.geometry);
-    const Pattern pattern(7, 5, bits, scene.random);
+    const Pattern pattern(7, 5, scene.bits, scene.random);
     const BUF32PATTERN descriptor = pattern.descriptor();
     EXPECT_SUCCESS(api().buf32FillPattern(scene.lost, &descriptor));
     paint(picture, pattern);
@@ -385,9 +387,9 @@ void change_height(Scene &scene) {
     }
     BUF32INFO info;
     EXPECT_SUCCESS(api().buf32GetInfo(scene.lost, &info));
-    EXPECT_EQ(info.image_bytes, uint32_t(info.height) * row_bytes);
+    EXPECT_EQ(info.image_bytes, uint32_t(info.height) * uint32_t(scene.row_bytes()));
     EXPECT_SUCCESS(api().buf32FillOneColor(scene.lost, colour));
-    Picture picture(scene.lost, Geometry(width, info.height, bits, scene.start.type));
+    Picture picture(scene.lost, Geometry(width, info.height, scene.bits, scene.start.type));
     paint(picture, colour);
     expect_image(picture);
 }
@@ -401,9 +403,10 @@ void ask_about(Scene &scene) {
     EXPECT_SUCCESS(api().buf32GetWHU(scene.lost, &w, &h, &unit));
     EXPECT_EQ(w, width);
     EXPECT_EQ(h, height);
-    EXPECT_EQ(unit, 3);
+    EXPECT_EQ(unit, scene.bits / 8);
     EXPECT_EQ(api().buf32CountBuf(nullptr), 2);
-    for (const auto &[kind, bytes] : {std::pair{1, info.cell_bytes}, {2, uint32_t(row_bytes)}}) {
+    for (const auto &[kind, bytes] :
+         {std::pair{1, info.cell_bytes}, {2, uint32_t(scene.row_bytes())}}) {
         void *block = nullptr;
         uint32_t got = 0;
         EXPECT_SUCCESS(api().buf32GetMemSpace(scene.lost, kind, 2, 0, &block, &got));
@@ -422,15 +425,15 @@ void treat_as_bitmap(Scene &scene) {
 
 void merge_images(Scene &scene) {
     const RECT all{0, 0, width, height}, part{10, 10, 140, 135};
-    const FencedBlock image(row_bytes * height);
+    const FencedBlock image(most_bytes);
     std::memset(image.data(), 0, image.size());
     const Buffer mask(8, width, height);
     for (int mode : {MERGE_NORMAL, MERGE_COLOR, MERGE_ADD})
         for (HBUF32 by : {HBUF32(0), HBUF32(mask)}) {
             api().i32MergeBufToBuf(scene.lost, 0, 0, by, scene.good, &all, mode, 20);
             api().i32MergeBufToBuf(scene.lost, -3, 4, by, scene.lost, &part, mode, 20);
-            api().i32MergeBufToRam(image.data(), 0, 0, width, height, 3, by, scene.lost, &all, mode,
-                                   20);
+            api().i32MergeBufToRam(image.data(), 0, 0, width, height, scene.bits / 8, by,
+                                   scene.lost, &all, mode, 20);
             api().i32MergeRamToBuf(scene.lost, 0, 0, nullptr, image.data(), &all, width, height,
                                    mode, 20);
             if (!scene.has_pixels) {
@@ -469,6 +472,7 @@ void resample(Scene &scene) {
     EXPECT_EQ(word(scene.lost, field_lock_count), 0u);
     EXPECT_EQ(word(scene.good, field_lock_count), 0u);
     scene.expect_good();
+    api().q32FreeBiCubicTable(); // which would stay
 }
 
 void free_while_locked(Scene &scene) {
@@ -507,41 +511,52 @@ constexpr Probe probes[] = {
     {"free while locked", free_while_locked},
 };
 
-// Every probe alone, on a buffer that has just lost its pixels.
-void probe_all(const Start &start, bool good_goes_first) {
-    for (const Loss &loss : losses_of(start))
-        for (const Probe &probe : probes) {
-            SCOPED_TRACE(std::string(start.name) + ", " + loss.name + ", " + probe.name);
-            Random random(test_seed(), 1);
-            const frame::Census before = frame::Census::now();
-            {
-                auto lost = start.make(bits, width, height, random);
-                auto good = start.make(bits, width, height, random);
-                Scene scene{*lost, start, *good, picture_of(*good, start), is_special(start.type),
-                            random};
-                ASSERT_TRUE(loss.take(*lost));
-                probe.take(scene);
-                forget_reports(); // every call's have been looked at where it was made
-                if (good_goes_first)
-                    good.reset();
-            }
-            EXPECT_EQ(memory_in_use(), 0u);
-            EXPECT_EQ(mapped_bytes(), 0u);
-            EXPECT_EQ(frame::Census::now(), before);
-            expect_no_swap_files();
-            if (::testing::Test::HasFailure())
-                return;
-        }
+// A probe alone, on a buffer that has just lost its pixels.
+void probe_one(const Start &start, int bits, const Loss &loss, const Probe &probe,
+               bool good_goes_first) {
+    SCOPED_TRACE(std::string(start.name) + ", " + std::to_string(bits) + " bits, " + loss.name +
+                 ", " + probe.name);
+    Random random(test_seed(), 1);
+    const frame::Census before = frame::Census::now();
+    {
+        auto lost = start.make(bits, width, height, random);
+        auto good = start.make(bits, width, height, random);
+        Scene scene{
+            *lost, start, bits, *good, picture_of(*good, start, bits), is_special(start.type),
+            random};
+        ASSERT_TRUE(loss.take(*lost));
+        probe.take(scene);
+        forget_reports(); // every call's have been looked at where it was made
+        if (good_goes_first)
+            good.reset();
+    }
+    EXPECT_EQ(memory_in_use(), 0u);
+    EXPECT_EQ(mapped_bytes(), 0u);
+    EXPECT_EQ(frame::Census::now(), before);
+    expect_no_swap_files();
 }
 
-TEST_F(LostPixels, EveryExportStandsThem) {
-    for (const Start &start : starts())
-        for (bool good_goes_first : {false, true}) {
-            probe_all(start, good_goes_first);
-            if (HasFailure())
-                return;
+// Depths whose rectangles are copied by bits, whose rows are converted, and whole samples.
+class LostPixelsOf : public LostPixels, public ::testing::WithParamInterface<int> {};
+
+TEST_P(LostPixelsOf, EveryExportStandsThem) {
+    for (const Start &start : starts()) {
+        bool good_goes_first = false;
+        for (const Loss &loss : losses_of(start)) {
+            for (const Probe &probe : probes) {
+                probe_one(start, GetParam(), loss, probe, good_goes_first);
+                if (HasFailure())
+                    return;
+            }
+            good_goes_first = !good_goes_first;
         }
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(Depths, LostPixelsOf, ::testing::Values(1, 16, 24));
+
+constexpr int bits = 24;
+constexpr size_t row_bytes = width * 3;
 
 // --- sharing ---------------------------------------------------------------------------------
 
@@ -559,7 +574,7 @@ TEST_F(LostPixels, SharersKeepTheirs) {
                     Random random(test_seed(), 2);
                     const frame::Census before = frame::Census::now();
                     auto source = start.make(bits, width, height, random);
-                    const Picture shown = picture_of(*source, start);
+                    const Picture shown = picture_of(*source, start, bits);
                     std::unique_ptr<Buffer> family[3] = {std::move(source)};
                     for (size_t i = 1; i < 3; ++i) {
                         HBUF32 made = 0;
@@ -610,7 +625,7 @@ TEST_F(LostPixels, NothingIsLostWhileSharersCannotBeServed) {
         SCOPED_TRACE(start.name);
         Random random(test_seed(), 3);
         auto source = start.make(bits, width, height, random);
-        Picture shown = picture_of(*source, start);
+        Picture shown = picture_of(*source, start, bits);
         HBUF32 made = 0;
         ASSERT_EQ(api().buf32DupBuf(*source, &made), 1);
         const Buffer sharer(made);

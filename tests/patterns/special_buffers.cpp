@@ -12,6 +12,7 @@ const std::vector<Start> &starts() {
         {"linear, in a file", BUF32_LINEAR, false, true},
         {"linear, in memory only", BUF32_LINEAR_MEMORY, false, true},
         {"linear, shrinking", BUF32_LINEAR_SHRINK, false, false},
+        {"linear, shrinking, in a file", BUF32_LINEAR_SHRINK, false, true},
         {"one colour", BUF32_ONE_COLOUR, false, false},
         {"one colour with a block", BUF32_ONE_COLOUR, true, false},
         {"pattern", BUF32_PATTERN, false, false},
