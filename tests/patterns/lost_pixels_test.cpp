@@ -71,9 +71,8 @@ void lock_all_modes(Scene &scene) {
         void *base = &base;
         const int result = api().buf32Lock(scene.lost, mode, &base);
         expect_no_report();
-        if (!scene.has_pixels) {
-            EXPECT_EQ(base, nullptr);
-        }
+        EXPECT_EQ(result, 1);
+        EXPECT_EQ(base != nullptr, scene.has_pixels);
         if (result == 1 && base != nullptr)
             touch(base, scene.row_bytes());
         EXPECT_EQ(word(scene.lost, field_lock_count), uint32_t(result));
@@ -93,11 +92,11 @@ void lock_cells(Scene &scene) {
             BUF32CELL cell{};
             const int result = api().buf32CellLock(scene.lost, i, &address, &cell);
             expect_no_report();
-            if (!scene.has_pixels) {
-                EXPECT_EQ(address, nullptr);
-            } else if (result == 1) {
+            EXPECT_EQ(result, 1);
+            EXPECT_EQ(address != nullptr, scene.has_pixels);
+            EXPECT_EQ(cell.index, i);
+            if (address != nullptr)
                 touch(address, size_t(cell.bytes));
-            }
             if (result == 1)
                 EXPECT_SUCCESS(api().buf32CellUnlock(scene.lost, i));
             EXPECT_EQ(api().buf32CellLock(scene.lost, cells, &address, &cell), 0);

@@ -315,6 +315,87 @@ TEST_F(PatternFill, WithoutABlockThePatternBeforeStays) {
     }
 }
 
+// Pixels in the storage that is given up must be copied before it goes; what fails then is reported
+// as ever, and nothing stays behind.
+TEST_F(PatternFill, FromItsOwnPixelsWithoutMemory) {
+    for (const Start &start : starts())
+        for (bool without_copy : {false, true}) {
+            SCOPED_TRACE(testing::Message() << start.name << ' ' << without_copy);
+            Random random(test_seed(), 10);
+            const frame::Census nothing = frame::Census::now();
+            {
+                const auto buffer = start.make(24, 150, 140, random);
+                Picture picture = picture_of(*buffer, start, 24, 150, 140);
+                void *base = nullptr;
+                ASSERT_EQ(api().buf32Lock(*buffer, BUF32_READ, &base), 1);
+                ASSERT_EQ(api().buf32Unlock(*buffer), 1);
+                const BUF32PATTERN own{7, 5, static_cast<const uint8_t *>(base) + 100};
+                const auto fails = [&](const Failure &failure) {
+                    EXPECT_EQ(api().buf32FillPattern(*buffer, &own), 0);
+                    expect_report(failure);
+                };
+                if (without_copy) {
+                    FailingCall copy("malloc", 1, FailingCall::from_there_on);
+                    fails(no_copy);
+                } else {
+                    const NoBlocks none;
+                    fails(no_block);
+                    expect_given_up(*buffer, start, picture.geometry);
+                }
+                EXPECT_EQ(word(*buffer, field_type), start.type);
+                const Pattern pattern(7, 5, 24, random);
+                fill_with(picture, pattern);
+                expect_filled_with(picture, pattern);
+                expect_read_everywhere(picture);
+            }
+            EXPECT_EQ(memory_in_use(), 0u);
+            EXPECT_EQ(mapped_bytes(), 0u);
+            EXPECT_EQ(frame::Census::now(), nothing);
+        }
+}
+
+// The same from the copy of the pattern that is to be renewed.
+TEST_F(PatternFill, FromItsOwnCopyWithoutMemory) {
+    for (bool with_block : {false, true})
+        for (bool without_copy : {false, true}) {
+            SCOPED_TRACE(testing::Message() << with_block << ' ' << without_copy);
+            Random random(test_seed(), 11);
+            const frame::Census nothing = frame::Census::now();
+            {
+                const Pattern before(7, 5, 24, random);
+                const BUF32PATTERN descriptor = before.descriptor();
+                Buffer buffer(24, 150, 140, BUF32_PATTERN, &descriptor);
+                Picture picture(buffer);
+                if (with_block)
+                    fill_with(picture, before);
+                const BUF32PATTERN part{
+                    7, 2, reinterpret_cast<const void *>(word(buffer, field_external_data))};
+                if (without_copy) {
+                    FailingCall copy("malloc", 1, FailingCall::from_there_on);
+                    EXPECT_EQ(api().buf32FillPattern(buffer, &part), 0);
+                    expect_report(no_copy);
+                } else {
+                    const NoBlocks none;
+                    EXPECT_EQ(api().buf32FillPattern(buffer, &part), 0);
+                    expect_report(no_block);
+                }
+                EXPECT_EQ(word(buffer, field_storage), 0u);
+                EXPECT_EQ(memory_in_use(), 0u);
+                paint(picture, before);
+                if (word(buffer, field_external_data) == 0) {
+                    EXPECT_TRUE(without_copy);
+                    picture.image = PlainImage(picture.geometry);
+                }
+                expect_read_everywhere(picture);
+                const Pattern pattern(3, 4, 24, random);
+                fill_with(picture, pattern);
+                expect_filled_with(picture, pattern);
+            }
+            EXPECT_EQ(memory_in_use(), 0u);
+            EXPECT_EQ(frame::Census::now(), nothing);
+        }
+}
+
 // Sizes that need more than 32 bits fail like memory that cannot be had, and nothing is read.
 TEST_F(PatternFill, OfSizesBeyond32Bits) {
     FencedBlock pixel(8);

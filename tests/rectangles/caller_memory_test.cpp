@@ -207,6 +207,7 @@ TEST_F(CallerMemory, MergeBufFromItIsRefusedByReport) {
         expect_refused(other_depth);
         other_depth.expect_picture();
         expect_refused(over);
+        EXPECT_SILENT_FAILURE(api().buf32MergeBuf(over, 0, 0, 10, 10, 0, 0, 0));
         EXPECT_EQ(word(over, field_lock_count), 0u);
         EXPECT_EQ(word(over, field_access_mode), 1u);
         over.expect_picture();
