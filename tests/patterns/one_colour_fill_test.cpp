@@ -246,43 +246,6 @@ TEST_F(OneColourFill, OfCallerMemory) {
     forget_reports();
 }
 
-// The storage is given up before the block is asked for: without a block there is neither, and the
-// pixels have gone. The buffer can be filled again.
-TEST_F(OneColourFill, WithoutMemoryForTheBlock) {
-    for (const Start &start : starts()) {
-        if (start.type == BUF32_ONE_COLOUR)
-            continue; // needs no block
-        SCOPED_TRACE(start.name);
-        Random random(test_seed(), 2);
-        const frame::Census nothing = frame::Census::now();
-        auto buffer = start.make(24, 150, 140, random);
-        const HBUF32 handle = *buffer;
-        Picture picture = picture_of(handle, start, 24, 150, 140);
-        {
-            FailingCall block("VirtualAlloc", 1, FailingCall::from_there_on);
-            EXPECT_EQ(api().buf32FillOneColor(handle, colour), 0);
-            EXPECT_EQ(block.calls(), 1);
-        }
-        expect_report(no_block);
-        expect_given_up(handle, start, picture.geometry);
-        if (start.type == BUF32_PATTERN) {
-            EXPECT_EQ(word(handle, field_external_data), 0u); // released before all else
-        }
-        EXPECT_EQ(frame::Census::now().runtime_blocks, nothing.runtime_blocks);
-        EXPECT_EQ(frame::Census::now().reservations, nothing.reservations);
-        EXPECT_EQ(frame::Census::now().views, nothing.views);
-        EXPECT_EQ(frame::Census::now().files, nothing.files);
-        EXPECT_EQ(frame::Census::now().global_blocks, nothing.global_blocks + 1); // the record
-        expect_what_is_left(picture, start);
-        EXPECT_SUCCESS(api().buf32FillOneColor(handle, colour));
-        paint(picture, colour);
-        expect_filled_with(picture, colour);
-        expect_read_everywhere(picture);
-        buffer.reset();
-        EXPECT_EQ(frame::Census::now(), nothing);
-    }
-}
-
 TEST_F(OneColourFill, AtARaisedPriority) {
     Buffer buffer(8, 300, 200);
     int seen = -100;
