@@ -228,12 +228,13 @@ Q32_API HPALETTE Q32_CALL disp32CreateGrayPalette(HPALETTE palette, int levels, 
  *   palette     as above
  *   mode        a DISP32_CUBE_ value; for 256 entries and more
  *   entries     2: black and white, never corrected. 8: the colours of eight-colour displays. 256
- *               and more: a colour cube, then white up to entry 255, then black. Others: the first
- *               of the colours of sixteen-colour displays, black beyond 16
+ *               to 65535: a colour cube, then white up to entry 255, then black. Others: the first
+ *               of the colours of sixteen-colour displays, black beyond 16. Below 1: nothing is
+ *               written
  *   with_gamma  not 0: each channel is corrected
  *
- * Returns the palette; null without a report in the same cases, and for less than 1 entry or more
- * than 32767.
+ * Returns the palette; null without a report in the same cases, for more than 65535 entries, and
+ * for a new palette of less than 1.
  */
 Q32_API HPALETTE Q32_CALL disp32CreateColorPalette(HPALETTE palette, int mode, int entries,
                                                    int with_gamma);
