@@ -108,7 +108,8 @@ Q32_API int Q32_CALL q32FreeBiCubicTable(void);
 /*
  * A progress callback. Not 0: go on; 0: stop. It is called on the thread that resamples; between
  * RESAMPLE_BEGIN and RESAMPLE_END that thread holds the library's lock. It may call the library,
- * also for the buffers at work, but must not free, unlock or shrink those.
+ * also for the buffers at work, but must not free, unlock or shrink those. Of a source that shrinks
+ * all the same, only what is left is read.
  */
 typedef int(__stdcall RESAMPLECALLBACK)(int message, int value, int zero, uintptr_t user_data);
 
