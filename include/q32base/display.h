@@ -11,7 +11,7 @@
  * create are the caller's, to be deleted with DeleteObject; the library's own are not handed out.
  *
  * Threads. The state is one for the process and not locked: use it from the one thread that paints,
- * and change the device type and the gamma while nothing is being shown.
+ * and change the device type while no display run is open.
  *
  * Results. 1 is success; 0 is failure, reported as listed ("message, severity, module, point", see
  * errors.h) or not reported where that is said.
@@ -32,8 +32,8 @@ Q32_BEGIN_DECLS
  *
  * One call opens the run, any number of disp32ShowData bring its rows, and one disp32ShowEnd draws
  * what is still held and closes it. A run belongs to the thread that opened it, and its device
- * context must live until it has ended. While a run is open the device type and the gamma must not
- * be changed, and no other thread may show anything.
+ * context must live until it has ended. While a run is open the device type must not be changed,
+ * and no other thread may show anything. The gamma may be changed: see disp32NewScreenGamma.
  *
  * Rows are held in a strip of up to 48 KiB (24 KiB of bits) and drawn together with one call of the
  * graphics interface when it is full. Strips of rows wider than that hold two.
@@ -189,6 +189,10 @@ Q32_API int Q32_CALL disp32GetDevInfo(DispDevInfo *info);
  * Corrects what is shown for the screen's gamma: the palettes of the library and the tables of
  * true- and high-colour displays. On displays of up to sixteen colours the library's palettes
  * follow at the next change of the device type.
+ *
+ * Runs that are open follow at once. On true- and high-colour displays rows are corrected as the
+ * gamma is when disp32ShowData brings them; what the run holds by then stays. On displays of 256
+ * colours it is the palette that is corrected: what the run holds is drawn in the new colours.
  *
  *   red, green, blue   hundredths of an exponent; 180 corrects nothing. The percentage p = gamma /
  *                      1.8, truncated, is what disp32GetDevInfo tells; level v of 0 to 255 becomes
