@@ -1,94 +1,13 @@
-// Records whose tables the caller has made: of a record only the tables count, and of those only
-// what the call's method reads. Everything else is said by the call.
-#include "tests/resample_frames/frame_fixture.h"
+// Frames by tables of the caller's own: of a record only the tables count, and of those only what
+// the call's method reads. Everything else is said by the call.
+#include "tests/resample_frames/own_tables.h"
 
 #include <algorithm>
-#include <functional>
-#include <memory>
-#include <optional>
 
 namespace q32::test {
 namespace {
 
-using model::Axis;
-
 constexpr int methods[] = {RESAMPLE_NEAREST, RESAMPLE_BILINEAR, RESAMPLE_BICUBIC};
-
-// Numbers that end at an inaccessible page and cannot be written.
-class Table {
-public:
-    explicit Table(const std::vector<std::int32_t> &numbers)
-        : memory_(std::max<std::size_t>(numbers.size() * 4, 1)), count_(numbers.size()) {
-        std::copy(numbers.begin(), numbers.end(), data());
-        DWORD before;
-        VirtualProtect(memory_.begin(), memory_.size(), PAGE_READONLY, &before);
-    }
-    std::int32_t *data() const { return reinterpret_cast<std::int32_t *>(memory_.end()) - count_; }
-
-private:
-    FencedMemory memory_;
-    std::size_t count_;
-};
-
-// Memory of which no byte can be read.
-void *nowhere() {
-    static const FencedMemory fence(1);
-    return fence.end();
-}
-
-// What nobody looks at.
-enum class Beside { zeros, nonsense };
-
-// A record of such tables. Where there are no fractions it has none.
-class OwnTables {
-public:
-    OwnTables(const Axis &columns, const Axis &rows, Beside beside = Beside::nonsense) {
-        record.column_index = table(columns.index);
-        record.column_fraction = table(columns.fraction);
-        record.row_index = table(rows.index);
-        record.row_fraction = table(rows.fraction);
-        if (beside == Beside::zeros)
-            return;
-        record.source = static_cast<const BITMAPINFOHEADER *>(nowhere());
-        record.width = -5;
-        record.height = INT_MIN;
-        record.method = 0x12345678;
-    }
-
-    VCRESAMPLE record{};
-
-private:
-    std::int32_t *table(const std::vector<std::int32_t> &numbers) {
-        if (numbers.empty())
-            return nullptr;
-        tables_.push_back(std::make_unique<Table>(numbers));
-        return tables_.back()->data();
-    }
-    std::vector<std::unique_ptr<Table>> tables_;
-};
-
-Axis counted(int count, const std::function<int(int)> &index, int fraction = 0) {
-    Axis axis;
-    for (int i = 0; i < count; ++i) {
-        axis.index.push_back(index(i));
-        axis.fraction.push_back(fraction);
-    }
-    return axis;
-}
-Axis as_it_is(int count) {
-    return counted(count, [](int i) { return i; });
-}
-Axis mirrored(int count) {
-    return counted(count, [=](int i) { return count - 1 - i; });
-}
-Axis constant(int count, int index, int fraction = 0) {
-    return counted(
-        count, [=](int) { return index; }, fraction);
-}
-Axis without_fractions(Axis axis) {
-    axis.fraction.clear();
-    return axis;
-}
 
 class OwnTablesOfFrames : public FrameTest {
 protected:
@@ -276,14 +195,24 @@ TEST_F(OwnTablesOfFrames, LargerThanTheirRecordSays) {
 
 // A record does not touch the tables of calls without one.
 TEST_F(OwnTablesOfFrames, BesideTheTablesOfTheLibrary) {
-    EXPECT_EQ(row_of_bytes({0, 100}, 4, RESAMPLE_BILINEAR), (Bytes{0, 50, 100, 100}));
+    std::vector<HGLOBAL> tables;
+    {
+        const GlobalAllocations allocations;
+        EXPECT_EQ(row_of_bytes({0, 100}, 4, RESAMPLE_NEAREST), (Bytes{0, 0, 100, 100}));
+        for (const auto &block : allocations.all())
+            if (block.bytes == 4 * 4 + 8 || block.bytes == 1 * 4 + 8)
+                tables.push_back(block.handle);
+    }
+    ASSERT_EQ(tables.size(), 4u);
     expect_kept_tables(true, false);
-    const FailingCall frees("GlobalFree", 0);
-    EXPECT_EQ(row_by({10, 20}, mirrored(2), RESAMPLE_NEAREST), (Bytes{20, 10}));
-    EXPECT_EQ(frees.calls(), 0);
-    expect_kept_tables(true, false);
-    EXPECT_EQ(row_by({10, 20}, mirrored(2), RESAMPLE_BILINEAR), (Bytes{20, 10}));
-    expect_kept_tables(true, false);
+    for (const int method : {RESAMPLE_NEAREST, RESAMPLE_BILINEAR}) {
+        const Replaced<frame::call::GlobalFree> frees([&](HGLOBAL block) {
+            EXPECT_EQ(std::ranges::count(tables, block), 0);
+            return ::GlobalFree(block);
+        });
+        EXPECT_EQ(row_by({10, 20}, mirrored(2), method), (Bytes{20, 10}));
+        expect_kept_tables(true, false);
+    }
 }
 
 // --- tables that are not there -----------------------------------------------------------------
@@ -318,162 +247,6 @@ TEST_F(OwnTablesOfFrames, OfNearestNeighbourHaveUnreadFractions) {
             EXPECT_TRUE(agrees_with({bits, 20, 30, 20, 30, method, nearest}, columns, rows,
                                     own.record, random));
         }
-}
-
-// A table that is read must be there.
-TEST_F(OwnTablesOfFrames, WithoutATableThatIsReadAreRefused) {
-    const Axis columns = mirrored(20), rows = mirrored(30);
-    for (const int bits : {8, 16, 24, 32})
-        for (const int method : {1, 2, 4, 0, 3})
-            for (const int nearest : {0, 1})
-                for (int missing = 1; missing < 16; ++missing) {
-                    OwnTables own(columns, rows);
-                    VCRESAMPLE &record = own.record;
-                    if ((missing & 1) != 0)
-                        record.column_index = nullptr;
-                    if ((missing & 2) != 0)
-                        record.row_index = nullptr;
-                    if ((missing & 4) != 0)
-                        record.column_fraction = nullptr;
-                    if ((missing & 8) != 0)
-                        record.row_fraction = nullptr;
-                    const bool fractions = method != RESAMPLE_NEAREST && nearest != 1;
-                    if (!fractions && (missing & 3) == 0)
-                        continue;
-                    BITMAPINFOHEADER header = header_of(20, 30, bits);
-                    const BITMAPINFOHEADER before = header;
-                    const Bytes source(frame_bytes(20, 30, bits), 9);
-                    const Bytes start(source.size(), 0x77);
-                    Bytes result = start;
-                    EXPECT_SILENT_FAILURE(api().vcResampleEx(
-                        nearest, source.data(), &header, result.data(), 20, 30, method, &record));
-                    EXPECT_EQ(result, start);
-                    EXPECT_EQ(std::memcmp(&header, &before, sizeof header), 0);
-                    ASSERT_EQ(blocks_held(), 0);
-                }
-}
-
-// --- frames without pixels ---------------------------------------------------------------------
-
-// Nothing to do is done: no pixel, no table and no memory is touched.
-TEST_F(OwnTablesOfFrames, OfFramesWithoutPixelsAreDoneAtOnce) {
-    OwnTables own(mirrored(20), mirrored(30));
-    OwnTables none({}, {});
-    OwnTables unread({}, {});
-    unread.record.column_index = unread.record.row_index = static_cast<std::int32_t *>(nowhere());
-    unread.record.column_fraction = unread.record.row_fraction = unread.record.row_index;
-    const FailingCall memory("GlobalAlloc", 1, FailingCall::from_there_on);
-    for (const int bits : {8, 16, 24, 32})
-        for (const int method : {1, 2, 4, 0, 3})
-            for (const int nearest : {0, 1})
-                for (VCRESAMPLE *const record : {&own.record, &none.record, &unread.record})
-                    for (const SIZE to : {SIZE{0, 30}, SIZE{20, 0}, SIZE{0, 0}, SIZE{-1, 30},
-                                          SIZE{20, -1}, SIZE{-20, -30}, SIZE{INT_MIN, INT_MAX},
-                                          SIZE{INT_MAX, INT_MIN}, SIZE{INT_MIN, INT_MIN}}) {
-                        BITMAPINFOHEADER header = header_of(20, 30, bits);
-                        const BITMAPINFOHEADER before = header;
-                        EXPECT_SUCCESS(api().vcResampleEx(nearest, nowhere(), &header, nowhere(),
-                                                          to.cx, to.cy, method, record));
-                        EXPECT_EQ(std::memcmp(&header, &before, sizeof header), 0);
-                    }
-    EXPECT_EQ(memory.calls(), 0);
-}
-
-// Depths that are refused are refused before.
-TEST_F(OwnTablesOfFrames, OfFramesWithoutPixelsOfOtherBitCounts) {
-    OwnTables own(mirrored(20), mirrored(30));
-    for (const int bits : {0, 1, 4, 7})
-        for (const int method : methods)
-            for (const SIZE to : {SIZE{0, 30}, SIZE{20, -1}}) {
-                BITMAPINFOHEADER header = header_of(20, 30, bits);
-                EXPECT_SILENT_FAILURE(api().vcResampleEx(0, nowhere(), &header, nowhere(), to.cx,
-                                                         to.cy, method, &own.record));
-            }
-}
-
-// There is no pixel to read.
-TEST_F(OwnTablesOfFrames, OfSourcesWithoutPixelsAreRefused) {
-    OwnTables own(mirrored(20), mirrored(30));
-    const Bytes start(frame_bytes(20, 30, 32), 0x77);
-    for (const int bits : {8, 16, 24, 32})
-        for (const int method : methods)
-            for (const int nearest : {0, 1})
-                for (const SIZE from : {SIZE{0, 30}, SIZE{20, 0}, SIZE{-1, 30}, SIZE{20, -1},
-                                        SIZE{INT_MIN, 30}, SIZE{20, INT_MIN}, SIZE{0, 0}}) {
-                    BITMAPINFOHEADER header = header_of(from.cx, from.cy, bits);
-                    const BITMAPINFOHEADER before = header;
-                    Bytes result = start;
-                    EXPECT_SILENT_FAILURE(api().vcResampleEx(
-                        nearest, nowhere(), &header, result.data(), 20, 30, method, &own.record));
-                    EXPECT_EQ(result, start);
-                    EXPECT_EQ(std::memcmp(&header, &before, sizeof header), 0);
-                    ASSERT_EQ(blocks_held(), 0);
-                }
-}
-
-// Without a record sides below 1 are reported as ever.
-TEST_F(OwnTablesOfFrames, AreNotNeededToReportSides) {
-    for (const int method : methods)
-        for (const SIZE to : {SIZE{0, 30}, SIZE{20, 0}, SIZE{-1, -1}}) {
-            BITMAPINFOHEADER header = header_of(20, 30, 24);
-            EXPECT_REPORT(
-                api().vcResampleEx(0, nowhere(), &header, nowhere(), to.cx, to.cy, method, nullptr),
-                3200, 1, 8, 15);
-            EXPECT_REPORT(api().vcResample(0, nowhere(), &header, nowhere(), to.cx, to.cy, method),
-                          3200, 1, 8, 15);
-        }
-}
-
-// --- memory ------------------------------------------------------------------------------------
-
-// The first allocation fails, then the second and so on: the frame stays, and nothing is left.
-TEST_F(OwnTablesOfFrames, WithoutMemory) {
-    const Failure coefficients{1001, 0, 8, 17}, work{1001, 0, 8, 18};
-    using All = std::vector<std::vector<Failure>>;
-    for (const int bits : {8, 16, 24, 32})
-        for (const int method : methods)
-            for (const int nearest : {0, 1}) {
-                const bool interpolates = method != RESAMPLE_NEAREST && nearest == 0;
-                const bool through_colours = bits == 16 && method != RESAMPLE_NEAREST;
-                OwnTables own(interpolates ? mirrored(33) : without_fractions(mirrored(33)),
-                              interpolates ? mirrored(37) : without_fractions(mirrored(37)));
-                All all;
-                for (int n = 1;; ++n) {
-                    ASSERT_LE(n, 20);
-                    SetUp(); // without the coefficient table
-                    BITMAPINFOHEADER header = header_of(33, 37, bits);
-                    const BITMAPINFOHEADER before = header;
-                    const Bytes source(frame_bytes(33, 37, bits), 0x21);
-                    const Bytes start(source.size(), 0x77);
-                    Bytes made = start;
-                    frame::forget_reports();
-                    std::optional<FailingCall> failing(std::in_place, "GlobalAlloc", n);
-                    const int result = api().vcResampleEx(nearest, source.data(), &header,
-                                                          made.data(), 33, 37, method, &own.record);
-                    const bool happened = failing->happened();
-                    failing.reset();
-                    EXPECT_EQ(result, happened ? 0 : 1);
-                    EXPECT_EQ(made == start, happened);
-                    EXPECT_EQ(std::memcmp(&header, &before, sizeof header), 0);
-                    const bool built = method == RESAMPLE_BICUBIC && nearest == 0 &&
-                                       (!happened || frame::reports() == std::vector{work});
-                    expect_kept_tables(false, built);
-                    if (!happened)
-                        break;
-                    all.push_back(frame::reports());
-                }
-                // Work rows belong to every method; only words need others first.
-                All wanted;
-                const auto silent = std::ranges::count(all, std::vector<Failure>{});
-                EXPECT_EQ(silent > 0, through_colours);
-                wanted.resize(std::size_t(silent));
-                if (method == RESAMPLE_BICUBIC && nearest == 0)
-                    wanted.push_back({coefficients});
-                if (std::ranges::count(all, std::vector{work}) != 0 || interpolates)
-                    wanted.push_back({work});
-                EXPECT_EQ(all, wanted)
-                    << bits << " bits, method " << method << ", nearest " << nearest;
-            }
 }
 
 // --- at random ---------------------------------------------------------------------------------
