@@ -42,6 +42,7 @@ void DispatchModel::send(int message, intptr_t parameter, int *reply) {
 void DispatchModel::begin(const Request &request) {
     Running job{request, ++serials_, {}, 0, 0, false, false};
     const RECT &whole = request.rectangle;
+    job.end = whole;
     const DispatchDesc &given = request.description;
     RECT told = whole;
     if (request.mode == D32_STEPS) {
@@ -68,9 +69,12 @@ unsigned DispatchModel::begin_next(uint32_t preferred) {
             for (std::optional<Request> &entry : table_)
                 if (entry && entry->priority == priority && (!own || entry->owner == preferred)) {
                     const Request request = *entry;
-                    entry.reset();
                     const unsigned serial = serials_ + 1;
                     begin(request);
+                    if (is_current(serial) && entry && entry->ticket == request.ticket) {
+                        current_->end = entry->end;
+                        entry.reset();
+                    }
                     return serial;
                 }
     return 0;
@@ -157,7 +161,7 @@ int DispatchModel::add(uint32_t owner, const RECT &rectangle, bool replace, int 
                        const DispatchDesc &description) {
     if (owner == 0 || (!replace && is_empty(rectangle)))
         return 0;
-    Request request{owner, rectangle, rectangle, mode, description, 0};
+    Request request{owner, rectangle, rectangle, mode, description, 0, 0};
     if (replace)
         take_out(owner);
     if (replace && current_ && current_->owner == owner) {
@@ -184,6 +188,7 @@ int DispatchModel::add(uint32_t owner, const RECT &rectangle, bool replace, int 
         return 0;
     if (!request.is_nothing()) {
         request.priority = owner == first_service_ ? 1 : 0;
+        request.ticket = ++tickets_;
         *place = request;
     }
     return 1;

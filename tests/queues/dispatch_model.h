@@ -45,6 +45,7 @@ private:
         int mode;
         DispatchDesc description;
         int priority;
+        unsigned ticket;         // of this entry of the table and no other
         bool is_nothing() const; // no tiles or bands to be made
     };
     struct Running : Request {
@@ -59,7 +60,9 @@ private:
     void send(int message, intptr_t parameter, int *reply = nullptr);
     void begin(const Request &request);
     // Begins the next waiting job in place of the current one. Its serial, or 0: there is none, and
-    // nothing has been changed.
+    // nothing has been changed. The job stays in the table until it has been told that it begins,
+    // and gets the end rectangle that it has there only then; a job that the callback has ended or
+    // replaced gets nothing and takes nothing out.
     unsigned begin_next(uint32_t preferred);
     void begin_or_next(const Request &request);
     // False: it is no longer current.
@@ -76,7 +79,7 @@ private:
     std::array<std::optional<Request>, 16> table_;
     std::optional<Running> current_;
     uint32_t first_service_ = 0;
-    unsigned serials_ = 0;
+    unsigned serials_ = 0, tickets_ = 0;
 };
 
 } // namespace q32::test
