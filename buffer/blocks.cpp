@@ -35,10 +35,12 @@ bool make_block(Record &record, uint32_t bytes) {
     return record.storage != nullptr;
 }
 
-void put_block_in_place(Record &record, std::byte *block, uint32_t new_type) {
+void give_up_pixels(Record &record) {
     release_storage(record, block_or_reserved_bytes(record));
-    // The other cells have no address of their own any more.
     std::fill_n(record.cell_address, record.info.cell_count, nullptr);
+}
+
+void put_block_in_place(Record &record, std::byte *block, uint32_t new_type) {
     record.storage = record.cell_address[0] = block;
     set_type(record, new_type, 1);
 }

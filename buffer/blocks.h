@@ -13,8 +13,12 @@ uint32_t block_or_reserved_bytes(const Record &record);
 // Gives a record without storage a block of so many bytes. False when there is no memory.
 bool make_block(Record &record, uint32_t bytes);
 
-// Makes a one-colour or pattern buffer of the record: the block takes the place of its storage,
-// which is released and taken off the counters. Colour or pattern are still those of the old type.
+// Releases what the record has for its pixels, block or not, and takes it off the counters. The
+// record stays what it is, without pixels.
+void give_up_pixels(Record &record);
+
+// Makes a one-colour or pattern buffer of a record that has given up its pixels. Colour or pattern
+// are still those of the old type.
 void put_block_in_place(Record &record, std::byte *block, uint32_t new_type);
 
 // Makes an ordinary tiled buffer of a one-colour or pattern one: full storage in place of the

@@ -88,8 +88,6 @@ int copy_visible(Record &source, const Area &wanted, Record &destination, int dx
 }
 
 int merge(Record &source, const Area &wanted, Record &destination, int x, int y, Excess excess) {
-    if (destination.info.type == BUF32_CALLER_MEMORY)
-        return fail(site::caller_memory_no_merge_buffer);
     return copy_visible(source, wanted, destination, saturating_subtract(x, wanted.left),
                         saturating_subtract(y, wanted.top), excess);
 }
@@ -100,9 +98,13 @@ bool is_whole(const Record &source, int x, int y, int width, int height) {
     return x == 0 && y == 0 && width == source.info.width && height == source.info.height;
 }
 
-bool are_alike(const Record &a, const Record &b) {
+bool have_one_type_and_size(const Record &a, const Record &b) {
     return a.info.type == b.info.type && a.info.width == b.info.width &&
-           a.info.height == b.info.height && a.info.bits_per_pixel == b.info.bits_per_pixel;
+           a.info.height == b.info.height;
+}
+
+bool are_alike(const Record &a, const Record &b) {
+    return have_one_type_and_size(a, b) && a.info.bits_per_pixel == b.info.bits_per_pixel;
 }
 
 // Copies the wanted area to (0, 0) of the destination.
@@ -112,11 +114,12 @@ int copy_to_origin(Record &source, const Area &wanted, HBUF32 destination) {
                         Excess::dropped);
 }
 
-// The same by sharing where the whole source is wanted. A destination that reads the source's
-// pixels already is refused as a duplicate, and needs nothing.
-int share_or_copy_to_origin(Record &source, const Area &wanted, HBUF32 destination) {
+// The same by a duplicate where the whole source is wanted and the destination is of its kind. A
+// destination that reads the source's pixels already is refused as a duplicate, and needs nothing.
+template <bool is_of_its_kind(const Record &, const Record &)>
+int duplicate_or_copy_to_origin(Record &source, const Area &wanted, HBUF32 destination) {
     Record &record = *record_of(destination);
-    if (wanted == area_of(source) && are_alike(source, record)) {
+    if (wanted == area_of(source) && is_of_its_kind(source, record)) {
         if (source.operations.duplicate(source, &destination) || &record.owner() == &source.owner())
             return 1;
     }
@@ -190,7 +193,8 @@ int copy_area(Record &source, const Area &area, Record &destination, int x, int 
 
 int get_buffer(Record &source, int x, int y, int width, int height, HBUF32 *destination) {
     if (*destination != 0)
-        return share_or_copy_to_origin(source, area_of(x, y, width, height), *destination);
+        return duplicate_or_copy_to_origin<are_alike>(source, area_of(x, y, width, height),
+                                                      *destination);
     if (is_whole(source, x, y, width, height) && source.operations.duplicate(source, destination))
         return 1;
     return copy_to_new(source, x, y, width, height, destination, copy_to_origin);
@@ -206,12 +210,15 @@ int merge_buffer(Record &source, int x, int y, int width, int height, Record &de
                  Excess::read);
 }
 
-// A new destination is made first and then takes the colour as an existing one does.
+// A new destination is made first and then takes the colour as an existing one does. Depths are not
+// compared before the duplicate is tried. Required: where they differ, a caller sees two reports,
+// the duplicate's (3200, 0, 2, 8) and the copy's.
 int one_colour_get_buffer(Record &source, int x, int y, int width, int height,
                           HBUF32 *destination) {
+    constexpr CopyToOrigin *copy = duplicate_or_copy_to_origin<have_one_type_and_size>;
     if (*destination != 0)
-        return share_or_copy_to_origin(source, area_of(x, y, width, height), *destination);
-    return copy_to_new(source, x, y, width, height, destination, share_or_copy_to_origin);
+        return copy(source, area_of(x, y, width, height), *destination);
+    return copy_to_new(source, x, y, width, height, destination, copy);
 }
 
 // Unlike merge_buffer: all four edges of the destination cut what is read.

@@ -1,4 +1,6 @@
-// Buffers over caller memory: whatever reads works, whatever writes is refused.
+// Buffers over caller memory: whatever reads works, whatever writes is refused. buf32MergeBuf is
+// refused from them as well, though it would only read: programs know its number 63 so. Another
+// buffer merged onto caller memory ends at merge_memory, number 64.
 #include "buffer/caller_memory.h"
 
 #include "buffer/cells.h"
@@ -41,6 +43,10 @@ int caller_memory_fill_one_colour(Record &, const void *) {
 
 int caller_memory_duplicate(Record &, HBUF32 *) {
     return 0;
+}
+
+int caller_memory_merge_buffer(Record &, int, int, int, int, Record &, int, int) {
+    return fail(site::caller_memory_no_merge_buffer);
 }
 
 int caller_memory_merge_memory(Record &, int, int, int, int, const void *) {

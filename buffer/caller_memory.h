@@ -14,6 +14,8 @@ int caller_memory_line(Record &record, int row, int mode, void *memory);
 void *caller_memory_point_address(Record &record, int x, int y);
 int caller_memory_fill_one_colour(Record &record, const void *colour);
 int caller_memory_duplicate(Record &source, HBUF32 *destination);
+int caller_memory_merge_buffer(Record &source, int x, int y, int width, int height,
+                               Record &destination, int destination_x, int destination_y);
 int caller_memory_merge_memory(Record &record, int x, int y, int width, int height,
                                const void *memory);
 

@@ -1,5 +1,6 @@
-// Fills of whole buffers. All memory is had before anything is given up, so that a failed fill
-// leaves every pixel as it was.
+// Fills of whole buffers. The old pixels go before the block comes that takes their place: a buffer
+// that the address space has room for only once can still be filled. A caller sees the price when
+// there is no block: the buffer has no pixels then.
 #include "buffer/fills.h"
 
 #include "buffer/blocks.h"
@@ -21,31 +22,44 @@ void refill(Record &record, const void *colour) {
         fill_block(record);
 }
 
-// The pattern of a pattern buffer goes with its storage.
-void replace_storage(Record &record, std::byte *block, uint32_t new_type) {
+int make_one_colour(Record &record, const Colour &colour) {
     if (record.info.type == BUF32_PATTERN)
         free_pattern_copy(record);
-    put_block_in_place(record, block, new_type);
-}
-
-int make_one_colour(Record &record, const Colour &colour) {
+    give_up_pixels(record);
     std::byte *const block = allocate_block(one_colour_block_bytes(record));
     if (block == nullptr)
         return fail(site::no_fill_block);
-    replace_storage(record, block, BUF32_ONE_COLOUR);
+    put_block_in_place(record, block, BUF32_ONE_COLOUR);
     std::memcpy(record.info.colour, colour.words, sizeof(colour.words));
     fill_block(record);
     return 1;
 }
 
+// Whether memory is among the pixels that the record is about to give up.
+bool is_in_pixels(const Record &record, const void *memory) {
+    const auto distance = static_cast<const std::byte *>(memory) - record.storage;
+    return record.storage != nullptr && size_t(distance) < block_or_reserved_bytes(record);
+}
+
 int make_pattern(Record &record, const BUF32PATTERN &pattern) {
-    PatternCopy copy(copy_pattern_pixels(pattern, record.info.bits_per_pixel));
-    if (!copy)
-        return fail(site::no_pattern_copy);
-    std::byte *const block = allocate_block(pattern_block_bytes(record, pattern.height));
+    const int bits_per_pixel = record.info.bits_per_pixel;
+    const uint32_t block_bytes = pattern_block_bytes(record, pattern.height);
+    const bool is_own = is_in_pixels(record, pattern.pixels);
+    PatternCopy copy(is_own ? copy_pattern_pixels(pattern, bits_per_pixel) : nullptr);
+
+    give_up_pixels(record);
+    std::byte *const block = allocate_block(block_bytes);
     if (block == nullptr)
         return fail(site::no_fill_block);
-    replace_storage(record, block, BUF32_PATTERN);
+    if (!is_own)
+        copy.reset(copy_pattern_pixels(pattern, bits_per_pixel));
+    if (!copy) {
+        release_block(block, block_bytes);
+        return fail(site::no_pattern_copy);
+    }
+    if (record.info.type == BUF32_PATTERN)
+        free_pattern_copy(record);
+    put_block_in_place(record, block, BUF32_PATTERN);
     set_pattern(record, pattern, copy.release());
     render_block(record);
     return 1;

@@ -69,8 +69,8 @@ bool is_usable(const char (&path)[max_path]) {
     return std::strlen(path) >= 3 && path[1] == ':' && path[2] == '\\' && is_directory(path);
 }
 
-// Directory n + 1, for n from 1 to 3. A path that cannot be used is emptied and switched off, in
-// memory and in the file; where there is no path, nothing is written.
+// Directory n + 1, for n from 1 to 3. A path that cannot be used, an empty or absent one too, is
+// emptied and switched off, in memory and in the file.
 void read_directory(const SettingsFile &file, const SettingName &section, int n) {
     const SettingName path_key = section.with_digit(path_digit_position, n);
     const SettingName switch_key =
@@ -83,8 +83,6 @@ void read_directory(const SettingsFile &file, const SettingName &section, int n)
     if (is_usable(path))
         return;
     enabled = 0;
-    if (path[0] == '\0')
-        return;
     path[0] = '\0';
     file.write(section, path_key, "");
     file.write(section, switch_key, "0");

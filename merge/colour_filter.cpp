@@ -35,8 +35,17 @@ uint8_t cut_to_sample(int64_t value) {
     return uint8_t(std::clamp<int64_t>(value, 0, 255));
 }
 
+// Pixels of four samples are held to the fourth's high end alone: below 0 it is no sample's.
+bool has_no_pixels(const I32COLORRANGE &entry, size_t ranged_samples) {
+    return ranged_samples == 4 && entry.colour[3] + int64_t{entry.tolerance[3]} < 0;
+}
+
 ColourRange range_of(const I32COLORRANGE &entry, size_t ranged_samples) {
     ColourRange range = {};
+    if (has_no_pixels(entry, ranged_samples)) {
+        range.samples[0] = {.high = 0, .low = 255};
+        return range;
+    }
     for (size_t sample = 0; sample < ranged_samples; ++sample) {
         // The fourth sample's low end goes by the first sample's colour. Required as it stands. No
         // pixel shows it: the fourth sample is not held to a range but to the high end alone, so

@@ -28,7 +28,7 @@ bool Dispatcher::begin(const WaitingJob &job) {
                 .serial = serial,
                 .description = job.description,
                 .rectangle = job.rectangle,
-                .end_rectangle = job.end_rectangle,
+                .end_rectangle = job.rectangle,
                 .steps = JobSteps(job.mode, job.rectangle, job.description)};
     const RECT announced = current_.steps.announced();
     call_back(D32_BEGIN, as_parameter(announced));
@@ -36,13 +36,24 @@ bool Dispatcher::begin(const WaitingJob &job) {
 }
 
 // Whatever is current is forgotten, if there is a next one. False when there is none, too.
+//
+// The job keeps its entry while it is told that it begins. Required: from inside that callback
+// d32GetCurQueue counts the entry, a full table is still full, and the entry's end rectangle
+// overrules what d32SetEndDispatchRect has made of the current job's.
 bool Dispatcher::begin_next(std::uint32_t preferred) {
-    WaitingJob *const next = waiting_.next(preferred);
-    if (next == nullptr)
+    WaitingJob *const entry = waiting_.next(preferred);
+    if (entry == nullptr)
         return false;
-    const WaitingJob job = *next;
-    *next = {};
-    return begin(job);
+    const unsigned serial = last_serial_ + 1;
+    entry->beginning = serial;
+    const bool is_current = begin(*entry);
+    const bool was_freed = entry->beginning != serial;
+    if (was_freed)
+        return is_current;
+    if (is_current)
+        current_.end_rectangle = entry->end_rectangle;
+    *entry = {};
+    return is_current;
 }
 
 // False in the same cases.

@@ -190,7 +190,7 @@ int Q32_CALL AddQueue(const void *data, uint32_t size) {
 
 int Q32_CALL GetFromQueue(void *buffer, int size) {
     constexpr int ask = -1, too_small = -1;
-    if (!exists() || (buffer == nullptr && size != ask))
+    if (!exists())
         return 0;
     const QueueLock lock;
     if (queue.count == 0)
@@ -203,7 +203,7 @@ int Q32_CALL GetFromQueue(void *buffer, int size) {
         return int(message_size);
     if (size < 0 || message_size > std::uint32_t(size))
         return too_small;
-    return take_oldest(entries, buffer);
+    return buffer != nullptr ? take_oldest(entries, buffer) : 0;
 }
 
 int Q32_CALL ClearQueue(void) {

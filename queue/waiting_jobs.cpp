@@ -18,7 +18,7 @@ WaitingJob *WaitingJobs::free_entry() {
 WaitingJob *WaitingJobs::next(std::uint32_t preferred) {
     for (int priority = urgent_priority; priority >= usual_priority; --priority) {
         const auto is_next = [priority](const WaitingJob &job) {
-            return job.owner != 0 && job.priority == priority;
+            return job.owner != 0 && job.beginning == 0 && job.priority == priority;
         };
         WaitingJob *job = first([&is_next, preferred](const WaitingJob &candidate) {
             return is_next(candidate) && candidate.owner == preferred;

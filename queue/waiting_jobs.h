@@ -10,6 +10,7 @@ namespace q32::queue {
 
 struct WaitingJob {
     std::uint32_t owner = 0; // 0: the entry is free
+    unsigned beginning = 0;  // the serial number under which it is being begun; 0: it waits
     DispatchDesc description = {};
     RECT rectangle = {};
     RECT end_rectangle = {};
@@ -26,7 +27,7 @@ public:
     WaitingJob *free_entry();
 
     // The job to begin next: of the highest priority; there the preferred owner's first, if it has
-    // one (0: nobody's), else the first. Null when none waits.
+    // one (0: nobody's), else the first. Null when none waits; one that is being begun does not.
     WaitingJob *next(std::uint32_t preferred);
 
     // The owner's first whose end rectangle this is, or null.

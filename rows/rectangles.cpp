@@ -12,19 +12,26 @@ namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
 
-// A rectangle of an image. Strides may be negative: distances wrap around as addresses do.
+// A rectangle of an image. It may begin before the image's first pixel, and strides may be
+// negative: distances wrap around as addresses do.
 struct Area {
-    std::size_t x, y, width, height;
+    std::ptrdiff_t x;
+    std::size_t y, width, height;
     std::size_t stride;
 
     std::size_t first_row() const { return y * stride; }
+    std::size_t first_byte(std::size_t pixel) const { return first_row() + pixel * std::size_t(x); }
+
+    // Of bits: bit -1 of a row is the last of the byte before it.
+    std::size_t first_byte_of_bits() const { return first_row() + std::size_t(x >> 3); }
+    std::size_t first_bit() const { return std::size_t(x & 7); }
     std::size_t bytes_of_bits() const { return (width + 7) / 8; }
 };
 
 // Below 1 there are no rows and no columns.
 Area area_of(int x, int y, int width, int height, int stride) {
-    return {std::size_t(x), std::size_t(y), std::size_t(std::max(0, width)),
-            std::size_t(std::max(0, height)), std::size_t(stride)};
+    return {x, std::size_t(y), std::size_t(std::max(0, width)), std::size_t(std::max(0, height)),
+            std::size_t(stride)};
 }
 
 // In the last byte of each row of a block. What it held there is of no interest.
@@ -39,29 +46,29 @@ void clear_behind_last_bit(std::uint8_t *block, const Area &area) {
 // --- drivers ------------------------------------------------------------------------------------
 
 void get_bits(std::uint8_t *block, const std::uint8_t *image, const Area &area) {
-    kernels().copy_bit_rows(block, area.bytes_of_bits(), 0, image + area.first_row(), area.stride,
-                            area.x, area.width, area.height);
+    kernels().copy_bit_rows(block, area.bytes_of_bits(), 0, image + area.first_byte_of_bits(),
+                            area.stride, area.first_bit(), area.width, area.height);
     if (area.width % 8 != 0)
         clear_behind_last_bit(block, area);
 }
 
 void merge_bits(std::uint8_t *image, const std::uint8_t *block, const Area &area) {
-    kernels().copy_bit_rows(image + area.first_row(), area.stride, area.x, block,
+    kernels().copy_bit_rows(image + area.first_byte_of_bits(), area.stride, area.first_bit(), block,
                             area.bytes_of_bits(), 0, area.width, area.height);
 }
 
 void get_bytes(std::uint8_t *block, const std::uint8_t *image, const Area &area,
                std::size_t pixel) {
     const std::size_t row_bytes = pixel * area.width;
-    kernels().copy_rows(block, row_bytes, image + area.first_row() + pixel * area.x, area.stride,
-                        row_bytes, area.height);
+    kernels().copy_rows(block, row_bytes, image + area.first_byte(pixel), area.stride, row_bytes,
+                        area.height);
 }
 
 void merge_bytes(std::uint8_t *image, const std::uint8_t *block, const Area &area,
                  std::size_t pixel) {
     const std::size_t row_bytes = pixel * area.width;
-    kernels().copy_rows(image + area.first_row() + pixel * area.x, area.stride, block, row_bytes,
-                        row_bytes, area.height);
+    kernels().copy_rows(image + area.first_byte(pixel), area.stride, block, row_bytes, row_bytes,
+                        area.height);
 }
 
 } // namespace

@@ -159,26 +159,31 @@ int enlarge_block(std::uint8_t *destination, const std::uint8_t *source, std::si
     return int(row.source);
 }
 
-// The result without rows is what a caller would have to add to the source for one step.
+// The result without rows is what a caller would have to add to the source for one step, with the
+// step as it was given.
+int distance_of_step(int step, std::size_t row_bytes) {
+    return int(std::uint32_t(step) * std::uint32_t(row_bytes));
+}
+
 int reduce_bit_block(std::uint8_t *destination, const std::uint8_t *source, int width, int rows,
-                     std::size_t factor, std::size_t step) {
+                     std::size_t factor, int step) {
     if (rows <= 0)
-        return int(step * std::size_t(bytes_of_bit_row(width)));
+        return distance_of_step(step, std::size_t(bytes_of_bit_row(width)));
     const std::size_t pixels = at_least(0, width);
     const RowBytes row{bytes_of_bits(groups_of(pixels, factor)), bytes_of_bits(pixels)};
-    return reduce_rows(destination, source, row, rows, step,
+    return reduce_rows(destination, source, row, rows, at_least(1, step),
                        [=](std::uint8_t *to, const std::uint8_t *from) {
                            reduce_bit_row(to, from, pixels, factor);
                        });
 }
 
 int reduce_block(std::uint8_t *destination, const std::uint8_t *source, int width, int rows,
-                 std::size_t factor, std::size_t step, Pixels pixels) {
+                 std::size_t factor, int step, Pixels pixels) {
     if (rows <= 0)
-        return int(pixels.bytes * step * std::size_t(width));
+        return distance_of_step(step, pixels.bytes * std::size_t(width));
     const std::size_t count = at_least(0, width);
     const RowBytes row{pixels.bytes * groups_of(count, factor), pixels.bytes * count};
-    return reduce_rows(destination, source, row, rows, step,
+    return reduce_rows(destination, source, row, rows, at_least(1, step),
                        [=](std::uint8_t *to, const std::uint8_t *from) {
                            reduce_row(to, from, count, factor, pixels);
                        });
@@ -221,7 +226,7 @@ void Q32_CALL mem32BitReduce(void *destination, const void *source, int count, i
 int Q32_CALL mem32BitReduceExt(void *destination, const void *source, int width, int rows,
                                int factor, int step) {
     return reduce_bit_block(bytes(destination), bytes(source), width, rows, at_least(1, factor),
-                            at_least(1, step));
+                            step);
 }
 
 void Q32_CALL mem32Reduce(void *destination, const void *source, int count, int factor,
@@ -232,6 +237,6 @@ void Q32_CALL mem32Reduce(void *destination, const void *source, int count, int 
 
 int Q32_CALL mem32ReduceExt(void *destination, const void *source, int width, int rows, int factor,
                             int step, int bytes_per_pixel, int swap) {
-    return reduce_block(bytes(destination), bytes(source), width, rows, at_least(1, factor),
-                        at_least(1, step), pixels_of(bytes_per_pixel, swap));
+    return reduce_block(bytes(destination), bytes(source), width, rows, at_least(1, factor), step,
+                        pixels_of(bytes_per_pixel, swap));
 }
