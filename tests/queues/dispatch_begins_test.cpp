@@ -1,6 +1,6 @@
 // Callbacks that call the dispatch queue while their job begins. One that has waited is still in
-// the table then, and has its own end rectangle there: it leaves the table when the callback has
-// returned, unless the callback has ended or replaced it.
+// the table then, and has its own end rectangle there, but never begins again: it leaves the table
+// when the callback has returned.
 #include "tests/queues/dispatch_fixture.h"
 
 namespace q32::test {
@@ -239,16 +239,21 @@ TEST_F(DispatchBegins, AddedBehindTheOthers) {
 }
 
 // Fifteen others and the one that begins: there is no room, and the job is worked off to make some.
-// It begins once more, from its place in the table, before it is the next one's turn.
 TEST_F(DispatchBegins, AddedToATableThatIsStillFull) {
-    wait_to_begin(3, [&] { return note("add", add(steps(30, 7, 7))); });
+    wait_to_begin(3, [&] {
+        note("add", add(steps(30, 7, 7)));
+        EXPECT_EQ(api().d32IsInQueue(2, 0), 1); // its place is not free yet
+        return 1;
+    });
     for (uint32_t owner = 10; owner < 25; ++owner)
         add(steps(owner, 5, 5));
     expect_step(1, {"1 steps 1", "1 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2", "2 steps 3",
-                    "2 ends 1 2 3 4", "2 begins 1 2 3 4", "2 steps 2", "2 steps 3",
                     "2 ends 1 2 3 4", "10 begins 0 0 1 1", "add: 1"});
-    // In the first place.
-    expect_step(1, {"10 steps 5", "10 ends 0 0 1 1", "30 begins 0 0 1 1"});
+    EXPECT_EQ(api().d32IsInQueue(2, 0), 0);
+    // The place of 10 is taken, the one of 2 free.
+    add(steps(31, 8, 8));
+    expect_step(1, {"10 steps 5", "10 ends 0 0 1 1", "31 begins 0 0 1 1"});
+    expect_step(1, {"31 steps 8", "31 ends 0 0 1 1", "30 begins 0 0 1 1"});
     for (uint32_t owner = 11; owner < 25; ++owner)
         delete_jobs(owner);
     expect_rest({"30 steps 7", "30 ends 0 0 1 1"});
@@ -358,28 +363,53 @@ TEST_F(DispatchBegins, AStepMade) {
     expect_rest({"2 steps 4", "2 ends 9 9 9 9"});
 }
 
-// A job that ends there has not left the table: it ends with the rectangle that it began with, and
-// begins once more when it is its turn.
+// A job that ends there has its place in the table until the callback returns, but is not the next
+// one: it ends with the rectangle that it began with.
 TEST_F(DispatchBegins, AllStepsMade) {
     wait_to_begin(3, [&] {
         note("dispatch", dispatch());
-        return note("dispatch", dispatch());
+        note("dispatch", dispatch());
+        EXPECT_EQ(api().d32IsInQueue(2, 0), 1);
+        return 1;
     });
     EXPECT_EQ(set_end(2, present, changed), 1);
     add(steps(3, 3, 3));
     expect_step(1, {"1 steps 1", "1 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2", "dispatch: 1",
-                    "2 steps 3", "2 ends 1 2 3 4", "2 begins 1 2 3 4", "dispatch: 1"});
-    EXPECT_EQ(current_rectangles(), (Lines{"1 2 3 4"}));
-    expect_rest({"2 steps 2", "2 steps 3", "2 ends 9 9 9 9", "3 begins 0 0 1 1", "3 steps 3",
-                 "3 ends 0 0 1 1"});
+                    "2 steps 3", "2 ends 1 2 3 4", "3 begins 0 0 1 1", "dispatch: 1"});
+    EXPECT_EQ(api().d32IsInQueue(2, 0), 0);
+    expect_rest({"3 steps 3", "3 ends 0 0 1 1"});
+    // With nobody behind it.
+    wait_to_begin(3, [&] {
+        note("dispatch", dispatch());
+        return note("dispatch", dispatch());
+    });
+    expect_step(0, {"1 steps 1", "1 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2", "dispatch: 1",
+                    "2 steps 3", "2 ends 1 2 3 4", "dispatch: 0"});
+    expect_idle();
+}
+
+// Callbacks that always make their steps themselves come to an end.
+TEST_F(DispatchBegins, AllStepsMadeByAll) {
+    reply_ = [&](const Message &message) {
+        if (message.message == 16)
+            dispatch();
+        return 1;
+    };
+    when("1 begins 0 0 1 1", [] { return 1; });
+    add(steps(1, 1, 1));
+    for (uint32_t owner = 2; owner <= 4; ++owner)
+        add(steps(owner, int(owner), int(owner)));
+    expect_rest({"1 begins 0 0 1 1", "1 steps 1", "1 ends 0 0 1 1", "2 begins 0 0 1 1", "2 steps 2",
+                 "2 ends 0 0 1 1", "3 begins 0 0 1 1", "3 steps 3", "3 ends 0 0 1 1",
+                 "4 begins 0 0 1 1", "4 steps 4", "4 ends 0 0 1 1"});
 }
 
 TEST_F(DispatchBegins, StoppedByAStepMade) {
     wait_to_begin(4, [&] { return note("dispatch", dispatch()); });
     when("2 steps 2", [] { return 0; });
-    expect_step(1, {"1 steps 1", "1 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2",
-                    "2 ends 1 2 3 4", "2 begins 1 2 3 4", "dispatch: 1"});
-    expect_rest({"2 steps 2", "2 steps 3", "2 steps 4", "2 ends 1 2 3 4"});
+    expect_step(0, {"1 steps 1", "1 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2",
+                    "2 ends 1 2 3 4", "dispatch: 0"});
+    expect_idle();
 }
 
 // A call that begins a job makes a step of that one or of none.
@@ -408,9 +438,8 @@ TEST_F(DispatchBegins, NoStepOfAJobThatCameInPlaceOfTheOneBegun) {
 TEST_F(DispatchBegins, WaitedFor) {
     wait_to_begin(2, [&] { return note("wait", api().d32IsInQueue(2, 1)); });
     add(steps(3, 3, 3));
-    expect_step(1,
-                {"1 steps 1", "1 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2", "2 ends 1 2 3 4",
-                 "2 begins 1 2 3 4", "2 steps 2", "2 ends 1 2 3 4", "3 begins 0 0 1 1", "wait: 1"});
+    expect_step(1, {"1 steps 1", "1 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2",
+                    "2 ends 1 2 3 4", "3 begins 0 0 1 1", "wait: 1"});
     expect_rest({"3 steps 3", "3 ends 0 0 1 1"});
 }
 
@@ -431,7 +460,7 @@ TEST_F(DispatchBegins, FirstService) {
     api().d32SetFirstService(0);
 }
 
-// Another is the next when the job ends there: it waits in its place until it is its turn again.
+// It is another one's turn when the job ends there, and its own is over.
 TEST_F(DispatchBegins, FirstServiceBeforeTheJobEnds) {
     wait_to_begin(2, [&] {
         api().d32SetFirstService(4);
@@ -442,9 +471,8 @@ TEST_F(DispatchBegins, FirstServiceBeforeTheJobEnds) {
     add(steps(4, 4, 4));
     expect_step(1, {"1 steps 1", "1 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2",
                     "2 ends 1 2 3 4", "4 begins 0 0 1 1", "dispatch: 1"});
-    EXPECT_EQ(api().d32IsInQueue(2, 0), 1);
-    expect_rest({"4 steps 4", "4 ends 0 0 1 1", "2 begins 1 2 3 4", "2 steps 2", "2 ends 9 9 9 9",
-                 "3 begins 0 0 1 1", "3 steps 3", "3 ends 0 0 1 1"});
+    EXPECT_EQ(api().d32IsInQueue(2, 0), 0);
+    expect_rest({"4 steps 4", "4 ends 0 0 1 1", "3 begins 0 0 1 1", "3 steps 3", "3 ends 0 0 1 1"});
     api().d32SetFirstService(0);
 }
 

@@ -67,12 +67,15 @@ unsigned DispatchModel::begin_next(uint32_t preferred) {
     for (int priority = 2; priority >= 0; --priority)
         for (const bool own : {true, false})
             for (std::optional<Request> &entry : table_)
-                if (entry && entry->priority == priority && (!own || entry->owner == preferred)) {
+                if (entry && !entry->begins && entry->priority == priority &&
+                    (!own || entry->owner == preferred)) {
+                    entry->begins = true;
                     const Request request = *entry;
                     const unsigned serial = serials_ + 1;
                     begin(request);
-                    if (is_current(serial) && entry && entry->ticket == request.ticket) {
-                        current_->end = entry->end;
+                    if (entry && entry->ticket == request.ticket) {
+                        if (is_current(serial))
+                            current_->end = entry->end;
                         entry.reset();
                     }
                     return serial;
@@ -161,7 +164,7 @@ int DispatchModel::add(uint32_t owner, const RECT &rectangle, bool replace, int 
                        const DispatchDesc &description) {
     if (owner == 0 || (!replace && is_empty(rectangle)))
         return 0;
-    Request request{owner, rectangle, rectangle, mode, description, 0, 0};
+    Request request{owner, rectangle, rectangle, mode, description, 0, 0, false};
     if (replace)
         take_out(owner);
     if (replace && current_ && current_->owner == owner) {

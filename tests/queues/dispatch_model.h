@@ -46,6 +46,7 @@ private:
         DispatchDesc description;
         int priority;
         unsigned ticket;         // of this entry of the table and no other
+        bool begins;             // being told that it begins: not chosen again meanwhile
         bool is_nothing() const; // no tiles or bands to be made
     };
     struct Running : Request {
@@ -61,8 +62,8 @@ private:
     void begin(const Request &request);
     // Begins the next waiting job in place of the current one. Its serial, or 0: there is none, and
     // nothing has been changed. The job stays in the table until it has been told that it begins,
-    // and gets the end rectangle that it has there only then; a job that the callback has ended or
-    // replaced gets nothing and takes nothing out.
+    // where it does not begin again, and gets the end rectangle that it has there only then, unless
+    // the callback has ended or replaced it.
     unsigned begin_next(uint32_t preferred);
     void begin_or_next(const Request &request);
     // False: it is no longer current.
