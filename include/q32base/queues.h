@@ -87,8 +87,9 @@ Q32_API int Q32_CALL IsQueueEmpty(void);
  *
  *   D32_BEGIN   the job has become current. Tiles and bands: (0, 0, width, height) of a tile;
  *               steps: the job's rectangle. A job that has waited leaves the table when the
- *               callback returns: until then it is counted there too, and then its end rectangle in
- *               the table becomes the current one's, whatever that was changed to meanwhile
+ *               callback returns: until then it is counted there too, but not chosen again, and
+ *               then its end rectangle in the table becomes the current one's, whatever that was
+ *               changed to meanwhile
  *   D32_STEP    one step. Tiles and bands: the tile; steps: its number
  *   D32_END     the job has ended: it is done, was stopped, deleted or replaced. Its end rectangle
  */

@@ -9,6 +9,7 @@ namespace {
 
 constinit GammaPercent percent;
 constinit ChannelTables corrected{}, high_colour{};
+constinit bool corrects_nothing = false;
 
 int percent_of(int gamma) {
     return int(gamma * 0.5555555555555556);
@@ -28,6 +29,7 @@ void set_gamma_percent(const GammaPercent &new_percent) {
     percent = new_percent;
     corrected = gamma_tables(percent);
     high_colour = high_colour_tables(corrected);
+    corrects_nothing = corrected == gamma_tables({});
 }
 
 GammaPercent gamma_percent() {
@@ -40,6 +42,10 @@ const ChannelTables &corrected_samples() {
 
 const ChannelTables &corrected_high_colour_samples() {
     return high_colour;
+}
+
+bool gamma_corrects_nothing() {
+    return corrects_nothing;
 }
 
 } // namespace q32::display

@@ -12,7 +12,7 @@ namespace q32::display {
 namespace {
 
 constexpr WORD palette_version = 0x300;
-constexpr int most_entries = 32767;
+constexpr int most_entries = 65535; // the system counts them in a WORD
 
 // Every palette is this: the colour of each entry, corrected where that is wanted.
 template <class ColourOf>
@@ -80,7 +80,10 @@ HPALETTE make_grey_palette(HPALETTE existing, int levels, ScreenCorrection corre
 
 HPALETTE make_colour_palette(HPALETTE existing, int cube_mode, int entries,
                              ScreenCorrection correction) {
-    if (entries < 1 || entries > most_entries)
+    // Nothing is written, and new palettes have at least an entry.
+    if (entries < 1)
+        return existing;
+    if (entries > most_entries)
         return nullptr;
     if (entries >= cube_entries)
         return make_palette(existing, entries, correction, [&cube = cube_of(cube_mode)](int index) {

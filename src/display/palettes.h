@@ -38,8 +38,8 @@ Colour corrected(const Colour &colour);
 // had; an existing palette is then as it was.
 HPALETTE make_grey_palette(HPALETTE existing, int levels, ScreenCorrection correction);
 
-// A colour cube or a fixed set; any number of entries up to 32767. Null in the same cases, and
-// without an entry.
+// A colour cube or a fixed set. Null in the same cases, and for more than 65535 entries. Below 1
+// entry an existing palette is given back as it is, and there is no new one.
 HPALETTE make_colour_palette(HPALETTE existing, int cube_mode, int entries,
                              ScreenCorrection correction);
 

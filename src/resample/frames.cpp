@@ -80,15 +80,11 @@ TableSet tables_of(const VCRESAMPLE &record) {
     return {record.column_index, record.column_fraction, record.row_index, record.row_fraction};
 }
 
-bool are_complete(const TableSet &set) {
-    return set.column_index != nullptr && set.column_fraction != nullptr &&
-           set.row_index != nullptr && set.row_fraction != nullptr;
-}
-
-// A record may be larger than what it is used for, not smaller.
-bool serves(const VCRESAMPLE &record, SIZE destination) {
-    return are_complete(tables_of(record)) && record.width >= destination.cx &&
-           record.height >= destination.cy;
+// Nearest neighbour reads no fractions.
+bool has_what_is_read(const TableSet &set, int method) {
+    return set.column_index != nullptr && set.row_index != nullptr &&
+           (method == RESAMPLE_NEAREST ||
+            (set.column_fraction != nullptr && set.row_fraction != nullptr));
 }
 
 // --- one frame ----------------------------------------------------------------------------------
@@ -110,11 +106,11 @@ FrameWalk walk_of(const Request &request, const TableSet &tables, const WideRows
 }
 
 int run(const Request &request, const WideRows *wide_rows) {
-    const VCRESAMPLE *const record = request.record;
-    if (record != nullptr && !serves(*record, request.destination_size))
-        return 0;
-    const TableSet tables = record != nullptr ? tables_of(*record) : renew_kept_tables(request);
-    if (!are_complete(tables))
+    // Of a record nothing but its tables counts. Required: programs fill in tables of their own
+    // and leave the rest as it is.
+    const TableSet tables =
+        request.record != nullptr ? tables_of(*request.record) : renew_kept_tables(request);
+    if (!has_what_is_read(tables, request.method))
         return 0;
 
     const FrameWalk walk = walk_of(request, tables, wide_rows);
@@ -124,9 +120,8 @@ int run(const Request &request, const WideRows *wide_rows) {
         return interpolate_bilinear(walk);
     if (request.method == RESAMPLE_BICUBIC && !make_coefficient_table())
         return fail(site::no_coefficients);
-    // Other methods are bicubic too, on what fractions their tables have.
-    const int made_for = record != nullptr ? record->method : request.method;
-    return interpolate_bicubic(walk, fraction_mode(made_for) == 0 ? 8 : 0);
+    // Other methods are bicubic too, but have 16-bit fractions.
+    return interpolate_bicubic(walk, fraction_mode(request.method) == 0 ? 8 : 0);
 }
 
 int run_through_24_bits(const Request &request, BITMAPINFOHEADER &header) {
@@ -140,6 +135,9 @@ int run_through_24_bits(const Request &request, BITMAPINFOHEADER &header) {
 int resample_frame(Request request, BITMAPINFOHEADER &header, bool nearest) {
     if (!is_supported(header.biBitCount))
         return 0;
+    // Required: with a record there is nothing to do then, without one it is an error.
+    if (request.record != nullptr && !has_pixels(request.destination_size))
+        return 1;
     if (!has_pixels(request.source_size) || !has_pixels(request.destination_size)) {
         // Reported by making the tables, which a record has behind it.
         if (request.record == nullptr)

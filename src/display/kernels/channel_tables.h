@@ -11,6 +11,7 @@ using ChannelTable = std::array<std::uint8_t, 256>;
 
 struct ChannelTables {
     ChannelTable red, green, blue;
+    bool operator==(const ChannelTables &) const = default;
 };
 static_assert(sizeof(ChannelTables) == 768);
 

@@ -16,8 +16,7 @@ Strip::Fill opposite(Strip::Fill fill) {
 } // namespace
 
 DisplayRun::DisplayRun(const Opening &opening, const Path &path)
-    : opening_(opening), path_(path), convert_(path.conversion.current()),
-      tables_(path.conversion.tables()),
+    : opening_(opening), path_(path), tables_(path.conversion.tables()),
       cursor_(path.conversion.matrix, opening.origin_x, opening.origin_y), top_(opening.place.top),
       bottom_(opening.place.bottom), rows_to_accept_(opening.height()) {}
 
@@ -36,22 +35,24 @@ bool DisplayRun::set_up() {
 }
 
 bool DisplayRun::take_rows(const Picture &picture, int first_row, int rows) {
+    // Gamma may have changed since the last call.
+    ConvertRow *const convert = path_.conversion.current();
     for (std::int64_t row = first_row; row < std::int64_t(first_row) + rows; ++row) {
         if (rows_to_accept_ == 0)
             return true;
         if (!strip_ || (strip_.is_full() && !draw_held()))
             return false;
-        show(picture, row);
+        show(picture, row, convert);
     }
     return true;
 }
 
-void DisplayRun::show(const Picture &picture, std::int64_t row) {
-    convert_(strip_.next_row(), {.source = source_.row(picture, row),
-                                 .pixels = opening_.width(),
-                                 .first_bit = source_.first_bit(picture),
-                                 .thresholds = cursor_.row(),
-                                 .tables = tables_});
+void DisplayRun::show(const Picture &picture, std::int64_t row, ConvertRow *convert) {
+    convert(strip_.next_row(), {.source = source_.row(picture, row),
+                                .pixels = opening_.width(),
+                                .first_bit = source_.first_bit(picture),
+                                .thresholds = cursor_.row(),
+                                .tables = tables_});
     cursor_.advance();
     strip_.keep_row();
     --rows_to_accept_;

@@ -41,12 +41,11 @@ private:
     bool is_top_down() const { return direction_ == 1; }
     Strip::Fill fill() const;
     Band band() const;
-    void show(const Picture &picture, std::int64_t row);
+    void show(const Picture &picture, std::int64_t row, ConvertRow *convert);
 
     const Opening opening_;
     ManagedContext managed_; // goes after what follows
     const Path &path_;
-    ConvertRow *const convert_;
     const ChannelTables &tables_;
     DitherCursor cursor_;
     int direction_ = 1;

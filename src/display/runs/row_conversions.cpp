@@ -66,11 +66,6 @@ void dither_without_gamma(std::uint8_t *bgr, const RowToShow &row) {
     kernels().plain_high_colour(bgr, row.source, row.thresholds, row.pixels);
 }
 
-bool gamma_corrects_nothing() {
-    const GammaPercent percent = gamma_percent();
-    return percent.red == 100 && percent.green == 100 && percent.blue == 100;
-}
-
 } // namespace
 
 ConvertRow *Conversion::current() const {

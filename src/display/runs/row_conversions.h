@@ -26,7 +26,7 @@ struct Conversion {
     MatrixView matrix;
     const ChannelTables &(*tables)();
 
-    // Which of the two it is at present.
+    // Which of the two it is until the gamma changes.
     ConvertRow *current() const;
 };
 
