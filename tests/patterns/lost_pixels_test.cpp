@@ -28,8 +28,7 @@ void probe_one(const Start &start, int depth, const Loss &loss, const Probe &pro
         ASSERT_TRUE(loss.take(*lost));
         probe.take(scene);
         forget_reports(); // every call's have been looked at where it was made
-        if (good_goes_first)
-            good.reset();
+        (good_goes_first ? good : lost).reset();
     }
     EXPECT_EQ(memory_in_use(), 0u);
     EXPECT_EQ(mapped_bytes(), 0u);
