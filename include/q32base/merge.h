@@ -48,9 +48,10 @@
  *                        for each of them the overlay's in the same way
  *
  * A pixel that begins inside its own overlay is merged sample after sample; the MMX way has read
- * the overlay's three before it writes one. Runs of i32ColorFilter and i32ColorspaceConvert may
- * begin at the same address where the arguments say so; overlapping in another way, they give
- * pixels that are not defined.
+ * the overlay's three before it writes one. The mask of i32ColorFilter, too, may lie over its
+ * pixels: one is tested as the mask bytes cleared before it have left it. Runs of
+ * i32ColorspaceConvert may begin at the same address where the arguments say so; overlapping in
+ * another way, they give pixels that are not defined.
  *
  * Threads. Nothing here keeps state; any number of threads may merge at once as long as no two of
  * them write the same memory or use the same buffer. i32Merge, i32MergeEx and i32MergeRamToRam
@@ -312,7 +313,8 @@ typedef struct I32COLORFILTER {
  * cleared, never raised.
  *
  *   mask_out   pixels bytes; receives the mask
- *   mask_in    pixels bytes, or null: every pixel begins at 255; may be mask_out
+ *   mask_in    pixels bytes, which are first copied as one block, or null: every pixel begins at
+ *              255; may be mask_out
  *   source     the run of pixels, of the type's size; not read by I32_FILTER_NONE (may be null)
  *   type       I32_FILTER_*
  *   pixels     0 does nothing and returns 1
