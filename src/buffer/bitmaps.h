@@ -1,6 +1,6 @@
 // Bitmap buffers: pixels that lie in a caller's device-independent bitmap. Their allocation and
 // release, and the private copies of their duplicates. The two layouts are bitmap_layout.h's, the
-// entries bitmap_entries.h's, the exports bitmap_exports.cpp's.
+// entries bitmap_entries.cpp's, the exports bitmap_exports.cpp's.
 #pragma once
 
 #include "buffer/bitmap_layout.h"

@@ -1,10 +1,12 @@
-// Lock and row entries of pattern buffers. Reading never needs storage: locks hand out the block,
-// made when first needed and rendered anew every time; rows come from the pattern itself. The first
-// write lock makes an ordinary buffer.
+// Pattern buffers from allocation on, and under locks. Reading never needs storage: locks hand out
+// the block, made when first needed and rendered anew every time. The first write lock makes an
+// ordinary buffer.
+#include "buffer/allocation.h"
 #include "buffer/blocks.h"
 #include "buffer/cells.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
-#include "buffer/lines.h"
+#include "buffer/layout.h"
 #include "buffer/pattern.h"
 
 #include <algorithm>
@@ -12,15 +14,11 @@
 namespace q32::buffer {
 namespace {
 
-bool make_block_if_missing(Record &record) {
-    return record.storage != nullptr || make_block(record, pattern_block_bytes(record));
-}
-
 // Pixels of all cells of new storage, from the pattern that the record still has.
 void render_storage(Record &record) {
     for (int index = 0; index < record.info.cell_count; ++index) {
         const BUF32CELL cell = describe_cell(record, index);
-        render_pattern(
+        read_pattern(
             record, area_of(cell.x, cell.y, cell.width, cell.height),
             {record.cell_address[index], size_t(cell.row_bytes), 0, unit_bits(record.info)});
     }
@@ -36,53 +34,54 @@ bool make_ordinary(Record &record, int mode) {
 
 } // namespace
 
+bool has_pattern(const void *extra) {
+    return is_usable(static_cast<const BUF32PATTERN *>(extra));
+}
+
+int allocate_pattern(Record *record, const void *extra, HBUF32 *handle) {
+    const auto &pattern = *static_cast<const BUF32PATTERN *>(extra);
+    PatternCopy copy(copy_pattern_pixels(pattern, record->info.bits_per_pixel));
+    record = lay_out(record);
+    GlobalBlock owned(record);
+    if (!copy || !owned)
+        return fail(site::no_layout);
+    owned.release();
+    set_pattern(*record, pattern, copy.release());
+    return link(*record, handle);
+}
+
+// Of one that has lost its pattern's copy a tiled one.
+HBUF32 make_of_same_pattern(const Record &record, int width, int height) {
+    const BUF32PATTERN pattern = pattern_of(record);
+    return is_usable(&pattern) ? make_of_type(record, width, height, BUF32_PATTERN, &pattern)
+                               : make_tiled(record, width, height);
+}
+
 int pattern_lock(Record &record, int mode, void **base) {
     if (is_write_mode(mode)) {
         if (!make_ordinary(record, mode))
             return 0;
     } else {
-        if (!make_block_if_missing(record))
+        if (!provide_block(record))
             return fail(site::no_fill_block);
         render_block(record);
     }
-    ++record.info.lock_count;
-    record.info.access_mode = mode;
-    if (base != nullptr)
-        *base = record.storage;
-    return 1;
+    return count_lock(record, mode, record.storage, base);
 }
 
 int pattern_cell_lock(Record &record, int index, void **address, BUF32CELL *cell) {
-    if (index < 0 || index >= record.info.cell_count)
+    if (!has_cell(record, index))
         return fail(site::no_such_cell);
-    if (!make_block_if_missing(record))
+    if (!provide_block(record))
         return fail(site::no_fill_block);
-    ++record.info.lock_count;
-    const BUF32CELL rendered = render_cell(record, index);
-    if (cell != nullptr)
-        *cell = rendered;
-    if (address != nullptr)
-        *address = record.storage;
-    return 1;
-}
-
-// Other modes than the reading ones turn the buffer into an ordinary one by their write lock, and
-// go on as there.
-int pattern_line(Record &record, int row, int mode, void *memory) {
-    return is_line_reading(mode, BUF32_LINE_READ_555) ? read_line(record, row, mode, memory)
-                                                      : line(record, row, mode, memory);
-}
-
-int pattern_line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y) {
-    return is_line_reading(mode, BUF32_LINE_READ_565)
-               ? read_line_span(record, memory, mode, x_start, x_end, y)
-               : line_span(record, memory, mode, x_start, x_end, y);
+    render_cell(record, index);
+    return count_cell_lock(record, index, record.storage, address, cell);
 }
 
 void *pattern_point_address(Record &record, int x, int y) {
     const PixelPlace place = place_of(record, std::clamp(x, 0, record.info.width - 1),
                                       std::clamp(y, 0, record.info.height - 1));
-    if (!make_block_if_missing(record))
+    if (!provide_block(record))
         return nullptr;
     render_cell(record, place.cell);
     return record.storage + place.offset;

@@ -22,8 +22,7 @@ constexpr double spare_bytes = 256; // what a volume must have free beyond the r
 
 bool within_file_limit(const BUF32INFO &info) {
     const MemoryState &state = memory_state;
-    if (state.file_switch == 0 || state.file_limit == no_limit || is_small(info) ||
-        info.type == BUF32_LINEAR_MEMORY)
+    if (state.file_switch == 0 || state.file_limit == no_limit || is_small(info))
         return true;
     return state.file_limit != 0 &&
            uint64_t(info.reserved_bytes) + state.mapped_bytes < state.file_limit;
