@@ -4,7 +4,7 @@
 
 #include "buffer/failures.h"
 #include "buffer/layout.h"
-#include "buffer/list.h"
+#include "buffer/records.h"
 #include "buffer/sharing.h"
 #include "buffer/storage.h"
 #include "buffer/types.h"

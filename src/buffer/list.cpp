@@ -1,5 +1,5 @@
 // The list of live buffers and the exports that read it.
-#include "buffer/list.h"
+#include "buffer/records.h"
 
 #include "buffer/buffer_manager.h"
 #include "buffer/types.h"

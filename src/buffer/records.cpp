@@ -2,7 +2,6 @@
 #include "buffer/records.h"
 
 #include "buffer/failures.h"
-#include "buffer/list.h"
 #include "buffer/types.h"
 #include "library/process/owners.h"
 

@@ -3,8 +3,6 @@
 #include "buffer/storage.h"
 
 #include "buffer/failures.h"
-#include "buffer/storage_failures.h"
-#include "buffer/swap_file.h"
 #include "buffer/types.h"
 #include "library/process/owners.h"
 

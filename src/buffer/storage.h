@@ -47,4 +47,13 @@ void forget_storage(Record &record);
 std::byte *allocate_block(uint32_t bytes);
 void release_block(std::byte *block, uint32_t bytes);
 
+// --- swap files, one per file-backed buffer: swap_file.cpp ---------------------------------------
+
+// Gives the record a mapped swap file of its reserved bytes, registered in the record file and
+// added to the mapped bytes. Reports and returns false on failure, with no file left behind.
+bool create_swap_file(Record &record);
+
+// Unmaps, closes, deregisters and deletes the record's swap file.
+void delete_swap_file(Record &record);
+
 } // namespace q32::buffer

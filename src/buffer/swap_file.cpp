@@ -3,11 +3,10 @@
 //
 // A swap file has the buffer's reserved bytes, as they lie in memory, and ten bytes more: the first
 // ten characters of its own path. They only extend the file to its size; nobody reads them.
-#include "buffer/swap_file.h"
-
-#include "buffer/record_file.h"
 #include "buffer/storage.h"
-#include "buffer/storage_failures.h"
+
+#include "buffer/bookkeeping.h"
+#include "buffer/failures.h"
 #include "library/process/owners.h"
 
 #include <q32comm.h>
