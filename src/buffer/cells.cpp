@@ -80,29 +80,6 @@ PixelPlace place_of(const Record &record, int x, int y) {
     return place;
 }
 
-int count_lock(Record &record, int mode, std::byte *storage, void **base) {
-    ++record.info.lock_count;
-    record.info.access_mode = mode;
-    store<void *>(base, storage);
-    return 1;
-}
-
-int count_cell_lock(Record &record, int index, std::byte *cell, void **address,
-                    BUF32CELL *description) {
-    ++record.info.lock_count;
-    if (description != nullptr)
-        *description = describe_cell(record, index);
-    store<void *>(address, cell);
-    return 1;
-}
-
-int count_unlock(Record &record, const FailureSite &not_locked) {
-    if (record.info.lock_count <= 0)
-        return fail(not_locked);
-    --record.info.lock_count;
-    return 1;
-}
-
 int lock(Record &record, int mode, void **base) {
     if (is_write_mode(mode) && !prepare_for_writing(record))
         return 0;

@@ -29,13 +29,31 @@ inline bool has_cell(const Record &record, int index) {
 }
 
 // What lock entries do in the end: count, note the mode, store the address where it is wanted.
-// Return 1.
-int count_lock(Record &record, int mode, std::byte *storage, void **base);
-int count_cell_lock(Record &record, int index, std::byte *cell, void **address,
-                    BUF32CELL *description);
+inline int count_lock(Record &record, int mode, std::byte *storage, void **base) {
+    ++record.info.lock_count;
+    record.info.access_mode = mode;
+    if (base != nullptr)
+        *base = storage;
+    return 1;
+}
+
+inline int count_cell_lock(Record &record, int index, std::byte *cell, void **address,
+                           BUF32CELL *description) {
+    ++record.info.lock_count;
+    if (description != nullptr)
+        *description = describe_cell(record, index);
+    if (address != nullptr)
+        *address = cell;
+    return 1;
+}
 
 // All that unlock entries do; the site is reported when nothing is locked.
-int count_unlock(Record &record, const FailureSite &not_locked);
+inline int count_unlock(Record &record, const FailureSite &not_locked) {
+    if (record.info.lock_count <= 0)
+        return fail(not_locked);
+    --record.info.lock_count;
+    return 1;
+}
 
 // Runs a transfer under a lock of its own. The lock may change the buffer's type and with it the
 // table: what unlocks is not always what locked.

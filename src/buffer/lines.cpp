@@ -91,6 +91,10 @@ private:
     }
 };
 
+Span whole_row(Record &record, int y) {
+    return {record, std::clamp(y, 0, record.info.height - 1), 0, record.info.width};
+}
+
 Span clamped_span(Record &record, int x_start, int x_end, int y) {
     const int left = std::clamp(x_start, 0, record.info.width);
     const int right = std::clamp(x_end, left, record.info.width);
@@ -101,7 +105,7 @@ Span clamped_span(Record &record, int x_start, int x_end, int y) {
 // back a write lock.
 int transfer_span(const Span &span, int mode, int last_mode, void *memory) {
     const bool is_known = mode >= BUF32_LINE_READ && mode <= last_mode;
-    const bool is_reading = is_known && line_modes[mode - 1].direction == Direction::to_memory;
+    const bool is_reading = is_known && mode % 2 == 1;
     return under_own_lock(span.record, is_reading ? BUF32_READ : BUF32_WRITE, [&] {
         return !is_known || span.transfer(line_modes[mode - 1], static_cast<std::byte *>(memory));
     });
@@ -110,8 +114,7 @@ int transfer_span(const Span &span, int mode, int last_mode, void *memory) {
 } // namespace
 
 int line(Record &record, int y, int mode, void *memory) {
-    return transfer_span(clamped_span(record, 0, record.info.width, y), mode, BUF32_LINE_WRITE_555,
-                         memory);
+    return transfer_span(whole_row(record, y), mode, BUF32_LINE_WRITE_555, memory);
 }
 
 int line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y) {

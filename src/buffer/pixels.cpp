@@ -194,10 +194,6 @@ bool read_packed_rows(const Record &record, std::byte *pixels, const Area &area,
     return true;
 }
 
-bool read_pixels(const Record &record, const Area &area, const PlainRows &rows) {
-    return type_of(record).read(record, area, rows);
-}
-
 bool prefetch_pixels(const Record &record, const Area &area) {
     const auto prefetch = [](const Piece &piece) __attribute__((always_inline)) {
         prefetch_all(piece);

@@ -33,14 +33,10 @@ struct PlainRows {
     bool with_padding = false;
 };
 
-// Copies the pixels of an area that lies inside the image into the rows; bits of the rows around
-// them stay as they are. Every type can be read, from where its row says. False when the buffer has
-// no pixels to read.
+// How the types have their pixels read (read_pixels): from cells, the source's for a duplicate;
+// from the block that is all cells of a one-colour buffer, once a lock has made it. False when
+// there is nothing to read.
 using PixelReader = bool(const Record &record, const Area &area, const PlainRows &rows);
-PixelReader read_pixels;
-
-// What the rows say: cells, the source's for a duplicate; the block that is all cells of a
-// one-colour buffer, once a lock has made it.
 PixelReader read_cells, read_block;
 
 // The same from rows packed to the byte, wherever they lie.

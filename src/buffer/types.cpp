@@ -93,8 +93,14 @@ constexpr BufferType linear(uint32_t type, Storage storage) {
             .no_address = &site::linear_without_storage};
 }
 
-// The commonest first: rows are looked for from the first on.
-constexpr BufferType rows[] = {
+// Quirk: all values that are not in the table are ordinary buffers, whose bits say what they mean
+// elsewhere too: one cell or many, a changeable height (record.h), and a colour. One with a colour
+// among other bits has no storage, but no block either.
+constexpr BufferType other = {.operations = &ordinary_set};
+constexpr BufferType colour_among_other_bits = {
+    .operations = &ordinary_set, .has_extra = has_colour, .allocate = allocate_one_colour};
+
+constexpr BufferType types[] = {
     {.type = BUF32_TILED, .operations = &ordinary_set, .address = clamped_address},
     {.type = BUF32_TILED_FILE,
      .operations = &ordinary_set,
@@ -143,19 +149,17 @@ constexpr BufferType rows[] = {
      .is_told_as_tiled = true},
 };
 
-// Quirk: all other values are ordinary buffers, whose bits say what they mean elsewhere too: one
-// cell or many, a changeable height (record.h), and a colour. One with a colour among other bits
-// has no storage, but no block either.
-constexpr BufferType other = {.operations = &ordinary_set};
-constexpr BufferType colour_among_other_bits = {
-    .operations = &ordinary_set, .has_extra = has_colour, .allocate = allocate_one_colour};
-
 } // namespace
 
-const BufferType &type_of(uint32_t type) {
-    for (const BufferType &row : rows)
-        if (row.type == type)
-            return row;
+constexpr std::array<const BufferType *, 33> types_by_bit = [] {
+    std::array<const BufferType *, 33> by_bit;
+    by_bit.fill(&other);
+    for (const BufferType &type : types)
+        by_bit[std::bit_width(type.type)] = &type;
+    return by_bit;
+}();
+
+const BufferType &type_of_bits(uint32_t type) {
     return (type & BUF32_ONE_COLOUR) != 0 ? colour_among_other_bits : other;
 }
 

@@ -9,6 +9,9 @@
 #include "buffer/sharing.h"
 #include "buffer/storage.h"
 
+#include <array>
+#include <bit>
+
 namespace q32::buffer {
 
 // Where storage for all pixels of a buffer comes from.
@@ -79,9 +82,23 @@ struct BufferType {
     bool is_told_as_tiled = false;
 };
 
-const BufferType &type_of(uint32_t type);
+// The row of each value that has one bit, at the bit's number and 1; of no bit, first.
+extern const std::array<const BufferType *, 33> types_by_bit;
+const BufferType &type_of_bits(uint32_t type);
+
+inline const BufferType &type_of(uint32_t type) {
+    const bool has_at_most_one_bit = (type & (type - 1)) == 0;
+    return has_at_most_one_bit ? *types_by_bit[std::bit_width(type)] : type_of_bits(type);
+}
 inline const BufferType &type_of(const Record &record) {
     return type_of(record.info.type);
+}
+
+// Copies the pixels of an area that lies inside the image into the rows; bits of the rows around
+// them stay as they are. Every type can be read, from where its row says. False when the buffer has
+// no pixels to read.
+inline bool read_pixels(const Record &record, const Area &area, const PlainRows &rows) {
+    return type_of(record).read(record, area, rows);
 }
 
 inline bool has_callers_pixels(const Record &record) {
