@@ -1,7 +1,7 @@
 // Fills of whole buffers. The old pixels go before the block comes that takes their place: a buffer
 // that the address space has room for only once can still be filled. A caller sees the price when
 // there is no block: the buffer has no pixels then.
-#include "buffer/blocks.h"
+#include "buffer/block_storage.h"
 #include "buffer/colour_fill.h"
 #include "buffer/entries.h"
 #include "buffer/failures.h"

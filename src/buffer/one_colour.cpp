@@ -2,7 +2,7 @@
 #include "buffer/one_colour.h"
 
 #include "buffer/allocation.h"
-#include "buffer/blocks.h"
+#include "buffer/block_storage.h"
 #include "buffer/cells.h"
 #include "buffer/colour_fill.h"
 #include "buffer/entries.h"

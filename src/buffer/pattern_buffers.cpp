@@ -2,7 +2,7 @@
 // the block, made when first needed and rendered anew every time. The first write lock makes an
 // ordinary buffer.
 #include "buffer/allocation.h"
-#include "buffer/blocks.h"
+#include "buffer/block_storage.h"
 #include "buffer/cells.h"
 #include "buffer/entries.h"
 #include "buffer/failures.h"

@@ -1,5 +1,5 @@
 // Changes between storage and block.
-#include "buffer/blocks.h"
+#include "buffer/block_storage.h"
 
 #include "buffer/layout.h"
 #include "buffer/storage.h"
