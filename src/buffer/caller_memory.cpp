@@ -1,8 +1,6 @@
 // Buffers over caller memory: whatever reads works, whatever writes is refused. buf32MergeBuf is
 // refused from them as well, though it would only read: programs know its number 63 so. Another
 // buffer merged onto caller memory ends at merge_memory, number 64.
-#include "buffer/caller_memory.h"
-
 #include "buffer/cells.h"
 #include "buffer/entries.h"
 #include "buffer/failures.h"

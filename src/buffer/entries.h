@@ -1,11 +1,13 @@
-// The entries of the operation sets, slot by slot. types.cpp makes the sets; a file that defines
-// entries includes this one, and so does who compares an entry. To call one means to know the
-// buffer's type: all others go through the record's table.
+// What types.cpp makes its tables of: the entries of the operation sets, slot by slot, and what
+// rows have of their own. A file that defines them includes this one, and so does who compares an
+// entry. To call one means to know the buffer's type: all others go through the record's table.
 #pragma once
 
-#include "buffer/operations.h"
+#include "buffer/types.h"
 
 namespace q32::buffer {
+
+// --- entries ------------------------------------------------------------------------------------
 
 entry::Lock lock, one_colour_lock, pattern_lock, caller_memory_lock;
 entry::CellLock cell_lock, one_colour_cell_lock, pattern_cell_lock, caller_memory_cell_lock;
@@ -39,5 +41,12 @@ entry::MergeBuffer merge_buffer, one_colour_merge_buffer, caller_memory_merge_bu
 entry::GetMemory get_memory, one_colour_get_memory;
 entry::GetMemoryWithBackground get_memory_with_background, one_colour_get_memory_with_background;
 entry::MergeMemory merge_memory, merge_memory_by_lock, caller_memory_merge_memory;
+
+// --- rows ---------------------------------------------------------------------------------------
+
+trait::HasExtra has_colour, has_pattern, has_caller_pixels;
+trait::Allocate allocate_one_colour, allocate_pattern, allocate_over_caller_memory;
+trait::MakeAlike make_of_same_colour, make_of_same_pattern;
+trait::Read read_pattern, read_caller_memory;
 
 } // namespace q32::buffer

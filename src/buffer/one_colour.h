@@ -6,10 +6,6 @@
 
 namespace q32::buffer {
 
-bool has_colour(const void *extra);
-int allocate_one_colour(Record *record, const void *extra, HBUF32 *handle);
-HBUF32 make_of_same_colour(const Record &record, int width, int height);
-
 // Bytes of a one-colour buffer's block.
 uint32_t one_colour_block_bytes(const Record &record);
 

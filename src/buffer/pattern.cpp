@@ -3,6 +3,7 @@
 
 #include "buffer/cells.h"
 #include "buffer/colour_fill.h"
+#include "buffer/entries.h"
 #include "rows/rows.h"
 
 #include <algorithm>

@@ -9,10 +9,6 @@
 
 namespace q32::buffer {
 
-bool has_pattern(const void *extra);
-int allocate_pattern(Record *record, const void *extra, HBUF32 *handle);
-HBUF32 make_of_same_pattern(const Record &record, int width, int height);
-
 // --- the copy -----------------------------------------------------------------------------------
 
 bool is_usable(const BUF32PATTERN *pattern);
@@ -46,9 +42,6 @@ uint32_t pattern_block_bytes(const Record &record, int pattern_height);
 // are those of a buffer of this depth and lie outside the rows; null pixels read as zero.
 void render_pattern(const BUF32PATTERN &pattern, int bits_per_pixel, const Area &area,
                     const PlainRows &rows);
-
-// The same with a pattern buffer's own pattern. True.
-PixelReader read_pattern;
 
 // The pattern's rows at full width, into the block.
 void render_block(Record &record);

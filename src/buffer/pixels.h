@@ -36,8 +36,8 @@ struct PlainRows {
 // How the types have their pixels read (read_pixels): from cells, the source's for a duplicate;
 // from the block that is all cells of a one-colour buffer, once a lock has made it. False when
 // there is nothing to read.
-using PixelReader = bool(const Record &record, const Area &area, const PlainRows &rows);
-PixelReader read_cells, read_block;
+bool read_cells(const Record &record, const Area &area, const PlainRows &rows);
+bool read_block(const Record &record, const Area &area, const PlainRows &rows);
 
 // The same from rows packed to the byte, wherever they lie.
 bool read_packed_rows(const Record &record, std::byte *pixels, const Area &area,

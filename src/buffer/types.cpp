@@ -3,7 +3,6 @@
 #include "buffer/types.h"
 
 #include "buffer/bitmaps.h"
-#include "buffer/caller_memory.h"
 #include "buffer/cells.h"
 #include "buffer/entries.h"
 #include "buffer/one_colour.h"

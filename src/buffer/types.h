@@ -22,6 +22,16 @@ enum class Storage {
     callers,     // the pixels are the caller's; the library has no storage of its own for them
 };
 
+// What a row says with functions; entries.h declares those of special types by these.
+namespace trait {
+
+using HasExtra = bool(const void *extra);
+using Allocate = int(Record *record, const void *extra, HBUF32 *handle);
+using MakeAlike = HBUF32(const Record &record, int width, int height);
+using Read = bool(const Record &record, const Area &area, const PlainRows &rows);
+
+} // namespace trait
+
 // What a row does not say is as in ordinary buffers.
 struct BufferType {
     uint32_t type;
@@ -34,20 +44,20 @@ struct BufferType {
     int (*allocate_over)(HBUF32 *handle, HGLOBAL extra) = nullptr;
 
     // Whether buf32Alloc's extra argument is what the type needs.
-    bool (*has_extra)(const void *extra) = [](const void *) { return true; };
+    trait::HasExtra *has_extra = [](const void *) { return true; };
 
     // Makes a buffer of a fresh record, which it takes over, and stores the handle.
-    int (*allocate)(Record *record, const void *extra, HBUF32 *handle) = allocate_ordinary;
+    trait::Allocate *allocate = allocate_ordinary;
 
     // A buffer for copies of this one's pixels; 0 after a report.
-    HBUF32 (*make_alike)(const Record &record, int width, int height) = make_tiled;
+    trait::MakeAlike *make_alike = make_tiled;
 
     // --- pixels ---------------------------------------------------------------------------------
 
     Storage storage = Storage::by_policy;
 
-    // Where read_pixels has them from.
-    PixelReader *read = read_cells;
+    // Copies an area inside the image into the rows, for read_pixels.
+    trait::Read *read = read_cells;
 
     // Whether they lie in the cells of the address table: only these are written where they lie.
     bool has_cells = true;
