@@ -6,7 +6,6 @@
 #include "buffer/area.h"
 #include "buffer/buffer_lock.h"
 #include "buffer/cells.h"
-#include "buffer/transfer.h"
 #include "library/process/process.h"
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
@@ -77,11 +76,8 @@ private:
     // are filled where they lie. What the callback has made something else of meanwhile, one colour
     // for instance, has entries of its own for taking pixels.
     Target target_in_cell(const Area &piece) {
-        if (destination_.operations.merge_memory != buffer::merge_memory ||
-            destination_.is_duplicate() || destination_.first_sharer != nullptr)
-            return {};
         const buffer::PixelPlace place = buffer::place_of(destination_, piece.left, piece.top);
-        std::byte *const cell = destination_.cell_address[place.cell];
+        std::byte *const cell = buffer::own_cell(destination_, place.cell);
         if (cell == nullptr)
             return {};
         return {reinterpret_cast<std::uint8_t *>(cell) + place.offset,

@@ -7,11 +7,9 @@
 
 namespace q32::buffer {
 
-// What the buffer's storage, block or not, counts as in the memory in use.
-uint32_t block_or_reserved_bytes(const Record &record);
-
-// Gives a record without storage a block of so many bytes. False when there is no memory.
-bool make_block(Record &record, uint32_t bytes);
+// Makes the block of a buffer whose type has one, where it is missing. False when there is no
+// memory.
+bool provide_block(Record &record);
 
 // Releases what the record has for its pixels, block or not, and takes it off the counters. The
 // record stays what it is, without pixels.

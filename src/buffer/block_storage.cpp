@@ -1,10 +1,9 @@
 // Changes between storage and block.
-#include "buffer/blocks.h"
+#include "buffer/block_storage.h"
 
 #include "buffer/layout.h"
-#include "buffer/one_colour.h"
-#include "buffer/pattern.h"
 #include "buffer/storage.h"
+#include "buffer/types.h"
 
 #include <algorithm>
 
@@ -14,29 +13,20 @@ namespace {
 void set_type(Record &record, uint32_t type, int one_colour) {
     record.info.type = type;
     record.info.one_colour = one_colour;
-    record.operations = operations_for(type);
+    record.operations = *type_of(type).operations;
 }
 
 } // namespace
 
-uint32_t block_or_reserved_bytes(const Record &record) {
-    switch (record.info.type) {
-    case BUF32_ONE_COLOUR:
-        return one_colour_block_bytes(record);
-    case BUF32_PATTERN:
-        return pattern_block_bytes(record);
-    default:
-        return record.info.reserved_bytes;
-    }
-}
-
-bool make_block(Record &record, uint32_t bytes) {
-    record.storage = record.cell_address[0] = allocate_block(bytes);
+bool provide_block(Record &record) {
+    if (record.storage == nullptr)
+        record.storage = record.cell_address[0] =
+            allocate_block(type_of(record).memory_bytes(record));
     return record.storage != nullptr;
 }
 
 void give_up_pixels(Record &record) {
-    release_storage(record, block_or_reserved_bytes(record));
+    release_storage(record);
     std::fill_n(record.cell_address, record.info.cell_count, nullptr);
 }
 
@@ -47,7 +37,7 @@ void put_block_in_place(Record &record, std::byte *block, uint32_t new_type) {
 
 bool put_storage_in_place(Record &record, void (*fill)(Record &)) {
     std::byte *const block = record.storage;
-    const uint32_t block_bytes = block_or_reserved_bytes(record);
+    const uint32_t block_bytes = type_of(record).memory_bytes(record);
 
     record.storage = nullptr;
     if (!allocate_storage(record)) {
