@@ -6,7 +6,7 @@
 #include "library/process/owners.h"
 #include "library/process/process.h"
 #include "resample/failures.h"
-#include "resample/kernels/row_repeater.h"
+#include "resample/kernels/row_window.h"
 #include "resample/resample.h"
 #include "resample/row_walk.h"
 #include "rows/rows.h"
@@ -49,7 +49,7 @@ public:
 
     bool allocate() {
         const std::size_t index_bytes = width() * sizeof(std::int32_t);
-        const std::size_t plan_bytes = RowRepeater::work_bytes(kernels().nearest, width(), 1);
+        const std::size_t plan_bytes = RowWindow::work_bytes(*kernels().nearest, width(), 1);
         auto *at = global_alloc<std::uint8_t>(
             GMEM_ZEROINIT, index_bytes + plan_bytes + stored_bytes_ + source_width() + width());
         block_.reset(at);
@@ -68,8 +68,8 @@ public:
         const Positions columns = tables_.columns(), rows = tables_.rows();
         for (std::size_t x = 0; x < width(); ++x)
             index_[x] = nearest_to(columns, x, source.width);
-        RowRepeater window(kernels().nearest, plan_, {index_, nullptr, width()}, {0, source.width},
-                           1);
+        RowWindow window(*kernels().nearest, plan_, {index_, nullptr, width()}, {0, source.width},
+                         1);
         const auto fetch = [&](int row) { return read(row); };
         return write_rows(job_, int(rows.count), stops, BUF32_LINE_WRITE_BITS, row_, [&](int y) {
             return window.make_row(row_, nearest_to(rows, std::size_t(y), source.height), 0,

@@ -24,12 +24,11 @@ constexpr std::size_t wide_pixel_bytes = 3;
 constexpr std::size_t most_bytes_per_column = 256;
 constexpr std::size_t most_columns = MAXSIZE_T / most_bytes_per_column;
 
-template <typename Kernels>
-GlobalBlock allocate_work(const Kernels &kernels, std::size_t columns, int pixel_bytes,
+GlobalBlock allocate_work(const MethodKernels &kernels, std::size_t columns, int pixel_bytes,
                           std::size_t extra_bytes = 0) {
     if (columns > most_columns)
         return {};
-    const std::size_t bytes = work_bytes(kernels, columns, pixel_bytes) + extra_bytes;
+    const std::size_t bytes = RowWindow::work_bytes(kernels, columns, pixel_bytes) + extra_bytes;
     return GlobalBlock(GlobalAlloc(GMEM_FIXED, bytes));
 }
 
@@ -83,7 +82,7 @@ void interpolate_rows(const FrameWalk &walk, RowWindow &window, int fraction_shi
     }
 }
 
-int interpolate(const FrameWalk &walk, const InterpolationKernels &kernels, int fraction_shift) {
+int interpolate(const FrameWalk &walk, const MethodKernels &kernels, int fraction_shift) {
     const int samples = walk.wide_rows != nullptr ? int(wide_pixel_bytes) : walk.pixel_bytes;
     Positions columns = walk.destination.columns;
     // The shifted fractions lie before the kernels' memory.
@@ -115,7 +114,7 @@ bool WideRows::allocate(int source_columns, int destination_columns) {
 }
 
 int take_nearest(const FrameWalk &walk) {
-    const NearestKernels &nearest = kernels().nearest;
+    const MethodKernels &nearest = *kernels().nearest;
     const GlobalBlock work =
         allocate_work(nearest, walk.destination.columns.count, walk.pixel_bytes);
     if (!work)
@@ -127,11 +126,11 @@ int take_nearest(const FrameWalk &walk) {
 }
 
 int interpolate_bilinear(const FrameWalk &walk) {
-    return interpolate(walk, kernels().bilinear, 0);
+    return interpolate(walk, *kernels().bilinear, 0);
 }
 
 int interpolate_bicubic(const FrameWalk &walk, int fraction_shift) {
-    return interpolate(walk, kernels().bicubic, fraction_shift);
+    return interpolate(walk, *kernels().bicubic, fraction_shift);
 }
 
 } // namespace q32::resample

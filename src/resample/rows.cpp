@@ -7,7 +7,6 @@
 #include "library/process/process.h"
 #include "resample/coefficient_table.h"
 #include "resample/failures.h"
-#include "resample/kernels/row_repeater.h"
 #include "resample/kernels/row_window.h"
 #include "resample/resample.h"
 #include "resample/row_walk.h"
@@ -73,8 +72,8 @@ struct Rows {
 };
 
 bool resample_nearest(const Rows &rows) {
-    const NearestKernels &nearest = kernels().nearest;
-    const std::size_t work_bytes = RowRepeater::work_bytes(nearest, rows.width(), rows.pixel_bytes);
+    const MethodKernels &nearest = *kernels().nearest;
+    const std::size_t work_bytes = RowWindow::work_bytes(nearest, rows.width(), rows.pixel_bytes);
     auto *const work = global_alloc<std::uint8_t>(GMEM_ZEROINIT, work_bytes + rows.row_bytes());
     const GlobalBlock owned(work);
     if (work == nullptr)
@@ -82,14 +81,14 @@ bool resample_nearest(const Rows &rows) {
 
     std::uint8_t *const row = work + work_bytes;
     const std::int32_t *const row_index = rows.tables.rows().index;
-    RowRepeater window(nearest, work, rows.tables.columns(), rows.source_columns, rows.pixel_bytes);
+    RowWindow window(nearest, work, rows.tables.columns(), rows.source_columns, rows.pixel_bytes);
     const auto fetch = [&](int source_row) { return rows.stored_row.read(source_row); };
     return write_rows(rows.job, rows.height(), stops, BUF32_LINE_WRITE, row, [&](int y) {
         return window.make_row(row, row_index[y], 0, rows.source_rows, fetch);
     });
 }
 
-bool interpolate(const Rows &rows, const InterpolationKernels &interpolation) {
+bool interpolate(const Rows &rows, const MethodKernels &interpolation) {
     const std::size_t work_bytes = RowWindow::work_bytes(interpolation, rows.width(), samples);
     const std::size_t wide_source_bytes = std::size_t(rows.source_columns.count) * samples;
     const std::size_t wide_bytes = rows.width() * samples;
@@ -150,9 +149,9 @@ bool resample_rows(const BufferJob &job, int method) {
     case RESAMPLE_NEAREST:
         return resample_nearest(rows);
     case RESAMPLE_BILINEAR:
-        return interpolate(rows, kernels().bilinear);
+        return interpolate(rows, *kernels().bilinear);
     default:
-        return interpolate(rows, kernels().bicubic);
+        return interpolate(rows, *kernels().bicubic);
     }
 }
 
