@@ -2,10 +2,8 @@
 // caller's callback, and hand the work to the path that the pixels and the method call for.
 #include "buffer/buffer_lock.h"
 #include "buffer/provided_buffer.h"
-#include "resample/bit_rows.h"
-#include "resample/cells.h"
+#include "resample/buffer_paths.h"
 #include "resample/failures.h"
-#include "resample/rows.h"
 
 #include <q32base/buffers.h>
 #include <q32base/resample.h>

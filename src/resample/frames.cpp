@@ -1,8 +1,8 @@
 // Frames of plain memory: what a call asks for and whether it can be done, the tables it goes by,
-// and the exports. The pixels are frame_walk's part.
+// and the exports. The pixels are frame_rows's part.
 #include "resample/coefficient_table.h"
 #include "resample/failures.h"
-#include "resample/frame_walk.h"
+#include "resample/frame_rows.h"
 #include "resample/position_tables.h"
 #include "resample/resample.h"
 

@@ -1,5 +1,5 @@
 // Tables between two buffers.
-#include "resample/row_walk.h"
+#include "resample/written_rows.h"
 
 #include "resample/failures.h"
 

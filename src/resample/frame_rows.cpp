@@ -1,7 +1,7 @@
 // Frames, row by row: work memory, the way of 5-5-5 pixels through 24 bits, and the kernels'
 // calls. A source row is widened when it is read, not before: frames are streamed, and copies of
 // whole frames would cost more than the resampling.
-#include "resample/frame_walk.h"
+#include "resample/frame_rows.h"
 
 #include "resample/failures.h"
 #include "resample/kernels/row_window.h"

@@ -1,6 +1,6 @@
 // The row path: each destination row is made of source rows that buf32Line reads, and written by
 // buf32Line. 5-5-5 pixels are interpolated as 24-bit ones.
-#include "resample/rows.h"
+#include "resample/buffer_paths.h"
 
 #include "buffer/buffer_lock.h"
 #include "library/process/owners.h"
@@ -9,7 +9,7 @@
 #include "resample/failures.h"
 #include "resample/kernels/row_window.h"
 #include "resample/resample.h"
-#include "resample/row_walk.h"
+#include "resample/written_rows.h"
 #include "rows/rows.h"
 
 #include <algorithm>

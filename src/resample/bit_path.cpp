@@ -1,6 +1,6 @@
 // The row path of pixels under 8 bits: a source row is spread to one byte per pixel, resampled like
 // any other, and packed to bits by buf32Line.
-#include "resample/bit_rows.h"
+#include "resample/buffer_paths.h"
 
 #include "buffer/buffer_lock.h"
 #include "library/process/owners.h"
@@ -8,7 +8,7 @@
 #include "resample/failures.h"
 #include "resample/kernels/row_window.h"
 #include "resample/resample.h"
-#include "resample/row_walk.h"
+#include "resample/written_rows.h"
 #include "rows/rows.h"
 
 namespace q32::resample {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "buffer/record.h"
-#include "resample/buffer_job.h"
+#include "resample/buffer_paths.h"
 #include "resample/position_tables.h"
 
 #include <q32base/buffers.h>
