@@ -5,9 +5,8 @@
 #include "buffer/buffer_lock.h"
 #include "library/process/owners.h"
 #include "library/process/process.h"
-#include "resample/failures.h"
 #include "resample/kernels/row_window.h"
-#include "resample/resample.h"
+#include "resample/position_tables.h"
 #include "resample/written_rows.h"
 #include "rows/rows.h"
 
@@ -103,8 +102,7 @@ bool resample_bit_rows(const BufferJob &job) {
     const LibraryLock library_lock;
     BufferLock destination_lock; // given back after the tables
     PositionTables tables;
-    constexpr int sixteen_bit_fractions = 0;
-    if (!make_tables(job, sixteen_bit_fractions, &tables) ||
+    if (!tables.make(job.source, job.destination, FractionBits::sixteen) ||
         !destination_lock.lock(job.destination, BUF32_WRITE))
         return false;
     BitRows rows(job, tables);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "buffer/record.h"
+#include "resample/methods.h"
 #include "resample/progress.h"
 
 #include <q32base/buffers.h>
@@ -20,11 +21,10 @@ struct BufferJob {
 // Each reports and returns false when it fails or is stopped.
 
 // By cells of the destination: pixels of 8 and 24 bits; others are refused.
-bool resample_cells(const BufferJob &job, int method);
+bool resample_cells(const BufferJob &job, const Method &method);
 
-// By rows: nearest neighbour on pixels of at least 8 bits, the other methods on pixels of two
-// bytes.
-bool resample_rows(const BufferJob &job, int method);
+// By rows: pixels of two bytes, or of whole bytes where the method does not go through 24 bits.
+bool resample_rows(const BufferJob &job, const Method &method);
 
 // By rows of pixels under 8 bits, to the nearest neighbour.
 bool resample_bit_rows(const BufferJob &job);

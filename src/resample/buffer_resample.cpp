@@ -22,10 +22,9 @@ bool resample(const BufferJob &job, bool by_rows, int method) {
     if (pixel_bytes == 0)
         return resample_bit_rows(job);
     if (by_rows)
-        return resample_rows(job, RESAMPLE_NEAREST);
-    if (pixel_bytes == word)
-        return resample_rows(job, method);
-    return resample_cells(job, method);
+        return resample_rows(job, method_of(RESAMPLE_NEAREST));
+    return pixel_bytes == word ? resample_rows(job, method_of(method))
+                               : resample_cells(job, method_of(method));
 }
 
 // --- driver -------------------------------------------------------------------------------------

@@ -11,10 +11,7 @@
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
 #include "resample/cell_tables.h"
-#include "resample/coefficient_table.h"
-#include "resample/failures.h"
 #include "resample/kernels/row_window.h"
-#include "resample/resample.h"
 #include "resample/reused_block.h"
 
 #include <algorithm>
@@ -37,11 +34,11 @@ struct Target {
 // Makes pieces of the destination by one method.
 class PieceMaker {
 public:
-    PieceMaker(const BufferJob &job, const CellTables &tables, const MethodKernels &kernels,
-               const site::CellSites &sites)
-        : destination_(*record_of(job.destination)), tables_(tables), kernels_(kernels),
-          sites_(sites), pixel_bytes_(destination_.info.bytes_per_pixel),
-          source_(*record_of(job.source), pixel_bytes_, kernels, sites) {}
+    PieceMaker(const BufferJob &job, const CellTables &tables, const Method &method)
+        : destination_(*record_of(job.destination)), tables_(tables),
+          kernels_(method.chosen_kernels()), sites_(*method.cell_sites),
+          pixel_bytes_(destination_.info.bytes_per_pixel),
+          source_(*record_of(job.source), pixel_bytes_, method) {}
 
     // The piece lies in one cell. Reports and returns false when it fails.
     bool make(const Area &piece) {
@@ -123,15 +120,14 @@ bool each_piece(const Area &area, const Make &make) {
     return true;
 }
 
-bool make_cells(const BufferJob &job, const CellTables &tables, const MethodKernels &kernels,
-                const site::CellSites &sites) {
-    PieceMaker maker(job, tables, kernels, sites);
+bool make_cells(const BufferJob &job, const CellTables &tables, const Method &method) {
+    PieceMaker maker(job, tables, method);
     // The callback may change a linear buffer's height meanwhile.
     const Area with_positions = {0, 0, int(tables.columns().count), int(tables.rows().count)};
     const int count = record_of(job.destination)->info.cell_count;
     for (int index = 0; index < count; ++index) {
         if (!job.progress.report(job.progress.value_after(index, count)))
-            return fail(sites.cancelled);
+            return fail(method.cell_sites->cancelled);
         Area cell;
         if (!find_cell(job.destination, index, &cell))
             return false;
@@ -142,7 +138,7 @@ bool make_cells(const BufferJob &job, const CellTables &tables, const MethodKern
     return true;
 }
 
-// --- methods ------------------------------------------------------------------------------------
+// --- buffers ------------------------------------------------------------------------------------
 
 constexpr int grey_bits = 8, colour_bits = 24;
 
@@ -158,53 +154,30 @@ SIZE size_of(const BUF32INFO &info) {
     return {info.width, info.height};
 }
 
-// make_tables is what the method calls its tables.
-bool resample_by(const BufferJob &job, const MethodKernels &kernels,
-                 bool (CellTables::*make_tables)(SIZE source, SIZE destination),
-                 const site::CellSites &sites) {
+bool resample_by(const BufferJob &job, const Method &method) {
+    const site::CellSites &sites = *method.cell_sites;
     BUF32INFO destination, source;
     if (!buf32GetInfo(job.destination, &destination) || !buf32GetInfo(job.source, &source) ||
         !takes_pixels(destination, source))
         return fail(sites.format_refused);
     CellTables tables;
-    if (!(tables.*make_tables)(size_of(source), size_of(destination)))
+    if (!tables.make(size_of(source), size_of(destination), method))
         return fail(sites.no_tables);
     BufferLock destination_lock;
     if (!destination_lock.lock(job.destination, BUF32_OVERWRITE))
         return fail(sites.format_refused);
-    return make_cells(job, tables, kernels, sites);
-}
-
-// A method without a number is bicubic once a bicubic call has made the coefficient table, and
-// bilinear before. Required: programs see the same call give other pixels later.
-int method_of_number(int number) {
-    switch (number) {
-    case RESAMPLE_NEAREST:
-    case RESAMPLE_BILINEAR:
-    case RESAMPLE_BICUBIC:
-        return number;
-    default:
-        return coefficient_table_was_made() ? RESAMPLE_BICUBIC : RESAMPLE_BILINEAR;
-    }
+    return make_cells(job, tables, method);
 }
 
 } // namespace
 
-bool resample_cells(const BufferJob &job, int method) {
+bool resample_cells(const BufferJob &job, const Method &method) {
     const LibraryLock library_lock;
-    if (method == RESAMPLE_BICUBIC && !make_coefficient_table())
-        return fail(site::no_coefficients);
+    if (!make_coefficients(method))
+        return false;
     ThreadPriority priority;
     priority.raise();
-    switch (method_of_number(method)) {
-    case RESAMPLE_NEAREST:
-        return resample_by(job, *kernels().nearest, &CellTables::make_nearest, site::nearest_cells);
-    case RESAMPLE_BILINEAR:
-        return resample_by(job, *kernels().bilinear, &CellTables::make_bilinear,
-                           site::bilinear_cells);
-    default:
-        return resample_by(job, *kernels().bicubic, &CellTables::make_bicubic, site::bicubic_cells);
-    }
+    return resample_by(job, method_of_cells(method));
 }
 
 } // namespace q32::resample

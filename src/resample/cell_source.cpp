@@ -11,15 +11,16 @@ namespace q32::resample {
 // Positions go from left to right and from top to bottom.
 Extent CellSource::read_by(const Positions &positions, int image) const {
     const auto cut = [&](int pixel) { return std::clamp(pixel, 0, image - 1); };
-    const int first = cut(positions.index[0] + first_line_);
-    const int last = cut(positions.index[positions.count - 1] + first_line_ + lines_ - 1);
+    const int first = cut(positions.index[0] + kernels_.first_line);
+    const int last =
+        cut(positions.index[positions.count - 1] + kernels_.first_line + kernels_.lines - 1);
     return {first, last - first + 1};
 }
 
 // Whether, from one destination row to the next, at least one source row is passed over.
 bool CellSource::passes_over_rows() const {
     const int span = rows_.index[rows_.count - 1] - rows_.index[0];
-    return std::size_t(span) > std::size_t(lines_ + 1) * (rows_.count - 1);
+    return std::size_t(span) > std::size_t(kernels_.lines + 1) * (rows_.count - 1);
 }
 
 // Where rows are passed over, one destination row's are fetched at a time and the others never.
@@ -27,8 +28,8 @@ bool CellSource::passes_over_rows() const {
 int CellSource::most_rows_at_once() const {
     constexpr std::size_t block_bytes = 96 * 1024;
     if (passes_over_rows_)
-        return lines_;
-    return int(std::max(block_bytes / stride_, std::size_t(lines_)));
+        return kernels_.lines;
+    return int(std::max(block_bytes / stride_, std::size_t(kernels_.lines)));
 }
 
 bool CellSource::begin(const Positions &columns, const Positions &rows) {
@@ -67,12 +68,12 @@ const std::uint8_t *CellSource::fetch(int first_row) {
 // The rows of the destination row that comes next: with what lies between them unread, the
 // processor does not see it coming.
 void CellSource::prefetch_behind(int row) {
-    while (next_ < rows_.count && rows_.index[next_] + first_line_ <= row)
+    while (next_ < rows_.count && rows_.index[next_] + kernels_.first_line <= row)
         ++next_;
     if (next_ == rows_.count)
         return;
-    const int first = std::clamp(rows_.index[next_] + first_line_, 0, rows_read_.last());
-    const int count = std::min(lines_, rows_read_.last() - first + 1);
+    const int first = std::clamp(rows_.index[next_] + kernels_.first_line, 0, rows_read_.last());
+    const int count = std::min(kernels_.lines, rows_read_.last() - first + 1);
     prefetch_pixels(record_, buffer::area_of(columns_.first, first, columns_.count, count));
 }
 

@@ -3,8 +3,7 @@
 #pragma once
 
 #include "buffer/record.h"
-#include "resample/failures.h"
-#include "resample/kernels/resample_kernels.h"
+#include "resample/methods.h"
 #include "resample/reused_block.h"
 
 #include <cstdint>
@@ -14,10 +13,9 @@ namespace q32::resample {
 class CellSource {
 public:
     // The first pixel_bytes of each pixel of a buffer.
-    CellSource(buffer::Record &record, int pixel_bytes, const MethodKernels &kernels,
-               const site::CellSites &sites)
-        : record_(record), pixel_bytes_(pixel_bytes), first_line_(kernels.first_line),
-          lines_(kernels.lines), sites_(sites) {}
+    CellSource(buffer::Record &record, int pixel_bytes, const Method &method)
+        : record_(record), pixel_bytes_(pixel_bytes), kernels_(method.chosen_kernels()),
+          sites_(*method.cell_sites) {}
 
     // Turns to what the positions of a piece read, and fetches the first block of it. Reports and
     // returns false when that fails.
@@ -45,7 +43,7 @@ private:
 
     buffer::Record &record_;
     int pixel_bytes_;
-    int first_line_, lines_; // that the method reads, of rows and of columns alike
+    const MethodKernels &kernels_; // how many lines they take: of rows and of columns alike
     const site::CellSites &sites_;
     ReusedBlock block_{GMEM_FIXED | GMEM_ZEROINIT};
     std::uint8_t *pixels_ = nullptr;

@@ -3,9 +3,7 @@
 // whole frames would cost more than the resampling.
 #include "resample/frame_rows.h"
 
-#include "resample/failures.h"
 #include "resample/kernels/row_window.h"
-#include "resample/resample.h"
 #include "rows/rows.h"
 
 #include <windows.h>
@@ -24,12 +22,12 @@ constexpr std::size_t wide_pixel_bytes = 3;
 constexpr std::size_t most_bytes_per_column = 256;
 constexpr std::size_t most_columns = MAXSIZE_T / most_bytes_per_column;
 
-GlobalBlock allocate_work(const MethodKernels &kernels, std::size_t columns, int pixel_bytes,
-                          std::size_t extra_bytes = 0) {
+GlobalBlock allocate_work(const MethodKernels &kernels, std::size_t columns, int samples,
+                          std::size_t extra_bytes) {
     if (columns > most_columns)
         return {};
-    const std::size_t bytes = RowWindow::work_bytes(kernels, columns, pixel_bytes) + extra_bytes;
-    return GlobalBlock(GlobalAlloc(GMEM_FIXED, bytes));
+    return GlobalBlock(
+        GlobalAlloc(GMEM_FIXED, RowWindow::work_bytes(kernels, columns, samples) + extra_bytes));
 }
 
 GlobalBlock allocate_wide_row(int columns) {
@@ -40,25 +38,28 @@ GlobalBlock allocate_wide_row(int columns) {
 
 // --- rows ---------------------------------------------------------------------------------------
 
-std::uint8_t *row_of(const DestinationBlock &destination, std::size_t y) {
-    return destination.pixels + y * destination.stride;
+// How far the kernels read fractions of tables shifted to the right.
+int fraction_shift(const Method &method) {
+    const bool too_long =
+        method.frame_fractions == FractionBits::sixteen && method.fractions == FractionBits::eight;
+    return too_long ? 8 : 0;
 }
 
 // What a trip through 24 bits does to pixels that stay as they are: bit 15 is lost.
-void widen_and_narrow(const FrameWalk &walk) {
-    const std::size_t columns = walk.destination.columns.count;
-    std::uint8_t *const wide = walk.wide_rows->destination();
-    for (std::size_t y = 0; y < walk.destination.rows.count; ++y) {
-        std::uint8_t *const row = row_of(walk.destination, y);
-        rows::kernels().rgb555_to_888(wide, row, columns);
-        rows::kernels().rgb888_to_555(row, wide, columns);
+void widen_and_narrow(const Frame &frame) {
+    const std::size_t columns = frame.destination.columns.count;
+    std::uint8_t *const wide = frame.wide_rows->destination();
+    for (std::size_t y = 0; y < frame.destination.rows.count; ++y) {
+        rows::kernels().rgb555_to_888(wide, frame.destination.row(y), columns);
+        rows::kernels().rgb888_to_555(frame.destination.row(y), wide, columns);
     }
 }
 
-void interpolate_rows(const FrameWalk &walk, RowWindow &window, int fraction_shift) {
-    const SourceBlock &source = walk.source;
-    const DestinationBlock &destination = walk.destination;
-    const WideRows *const wide = walk.wide_rows;
+// Row by row: through 24 bits, or with fractions that have to be shifted.
+void make_rows(const Frame &frame, RowWindow &window, int shift) {
+    const SourceBlock &source = frame.source;
+    const DestinationBlock &destination = frame.destination;
+    const WideRows *const wide = frame.wide_rows;
 
     const auto source_row = [&](int row) -> const std::uint8_t * {
         if (wide == nullptr)
@@ -67,40 +68,14 @@ void interpolate_rows(const FrameWalk &walk, RowWindow &window, int fraction_shi
                                       std::size_t(source.columns.count));
         return wide->source();
     };
-    if (wide == nullptr && fraction_shift == 0) {
-        window.make_rows(destination.pixels, destination.stride, destination.rows, source.rows,
-                         source_row);
-        return;
-    }
     for (std::size_t y = 0; y < destination.rows.count; ++y) {
-        std::uint8_t *const stored = row_of(destination, y);
+        std::uint8_t *const stored = destination.row(y);
         std::uint8_t *const computed = wide == nullptr ? stored : wide->destination();
-        window.make_row(computed, destination.rows.index[y],
-                        destination.rows.fraction[y] >> fraction_shift, source.rows, source_row);
+        window.make_row(computed, destination.rows.index[y], destination.rows.fraction[y] >> shift,
+                        source.rows, source_row);
         if (wide != nullptr)
             rows::kernels().rgb888_to_555(stored, computed, destination.columns.count);
     }
-}
-
-int interpolate(const FrameWalk &walk, const MethodKernels &kernels, int fraction_shift) {
-    const int samples = walk.wide_rows != nullptr ? int(wide_pixel_bytes) : walk.pixel_bytes;
-    Positions columns = walk.destination.columns;
-    // The shifted fractions lie before the kernels' memory.
-    const std::size_t fraction_bytes =
-        fraction_shift != 0 ? columns.count * sizeof(*columns.fraction) : 0;
-    const GlobalBlock block = allocate_work(kernels, columns.count, samples, fraction_bytes);
-    if (!block)
-        return fail(site::no_work_rows);
-    auto *const memory = static_cast<std::byte *>(block.get());
-    if (fraction_shift != 0) {
-        auto *const shifted = reinterpret_cast<std::int32_t *>(memory);
-        std::transform(columns.fraction, columns.fraction + columns.count, shifted,
-                       [&](std::int32_t fraction) { return fraction >> fraction_shift; });
-        columns.fraction = shifted;
-    }
-    RowWindow window(kernels, memory + fraction_bytes, columns, walk.source.columns, samples);
-    interpolate_rows(walk, window, fraction_shift);
-    return 1;
 }
 
 } // namespace
@@ -113,24 +88,36 @@ bool WideRows::allocate(int source_columns, int destination_columns) {
     return bool(destination_);
 }
 
-int take_nearest(const FrameWalk &walk) {
-    const MethodKernels &nearest = *kernels().nearest;
-    const GlobalBlock work =
-        allocate_work(nearest, walk.destination.columns.count, walk.pixel_bytes);
-    if (!work)
+int resample_frame_rows(const Frame &frame, const Method &method) {
+    const MethodKernels &kernels = method.chosen_kernels();
+    const bool is_wide = frame.wide_rows != nullptr && method.through_24_bits;
+    const int samples = is_wide ? int(wide_pixel_bytes) : frame.pixel_bytes;
+    const int shift = fraction_shift(method);
+    DestinationBlock destination = frame.destination;
+    Positions &columns = destination.columns;
+
+    // The shifted fractions lie before the kernels' memory.
+    const std::size_t fraction_bytes = shift != 0 ? columns.count * sizeof(*columns.fraction) : 0;
+    const GlobalBlock block = allocate_work(kernels, columns.count, samples, fraction_bytes);
+    if (!block)
         return fail(site::no_work_rows);
-    resample_block(nearest, walk.destination, walk.source, walk.pixel_bytes, work.get());
-    if (walk.wide_rows != nullptr)
-        widen_and_narrow(walk);
+    auto *const memory = static_cast<std::byte *>(block.get());
+    if (shift != 0) {
+        auto *const shifted = reinterpret_cast<std::int32_t *>(memory);
+        std::transform(columns.fraction, columns.fraction + columns.count, shifted,
+                       [&](std::int32_t fraction) { return fraction >> shift; });
+        columns.fraction = shifted;
+    }
+    void *const work = memory + fraction_bytes;
+    if (!is_wide && shift == 0) {
+        resample_block(kernels, destination, frame.source, samples, work);
+        if (frame.wide_rows != nullptr)
+            widen_and_narrow(frame);
+        return 1;
+    }
+    RowWindow window(kernels, work, columns, frame.source.columns, samples);
+    make_rows(frame, window, shift);
     return 1;
-}
-
-int interpolate_bilinear(const FrameWalk &walk) {
-    return interpolate(walk, *kernels().bilinear, 0);
-}
-
-int interpolate_bicubic(const FrameWalk &walk, int fraction_shift) {
-    return interpolate(walk, *kernels().bicubic, fraction_shift);
 }
 
 } // namespace q32::resample

@@ -5,10 +5,8 @@
 #include "buffer/buffer_lock.h"
 #include "library/process/owners.h"
 #include "library/process/process.h"
-#include "resample/coefficient_table.h"
-#include "resample/failures.h"
 #include "resample/kernels/row_window.h"
-#include "resample/resample.h"
+#include "resample/position_tables.h"
 #include "resample/written_rows.h"
 #include "rows/rows.h"
 
@@ -21,7 +19,7 @@ using buffer::BufferLock;
 
 constexpr RowStops stops = {site::rows_escaped, site::rows_refused};
 
-constexpr int samples = 3; // of what 5-5-5 pixels are widened to
+constexpr int wide_pixel_bytes = 3; // of what 5-5-5 pixels are widened to
 
 // --- source rows ---------------------------------------------------------------------------------
 
@@ -51,108 +49,79 @@ private:
     GlobalBlock memory_;
 };
 
-// --- rows of each method -------------------------------------------------------------------------
+// --- destination rows ----------------------------------------------------------------------------
 
-// Whole rows of source and destination, and where they lie to each other.
-struct Rows {
-    const BufferJob &job;
-    const PositionTables &tables;
-    const StoredRow &stored_row;
-    Extent source_columns, source_rows;
-    int pixel_bytes;
+// Work memory in one block.
+struct WorkRows {
+    GlobalBlock block;
+    std::uint8_t *window = nullptr;
+    std::uint8_t *wide_source = nullptr; // like the next, only of pixels that go through 24 bits
+    std::uint8_t *wide = nullptr;
+    std::uint8_t *row = nullptr; // as it is written
 
-    std::size_t width() const { return tables.columns().count; }
-    int height() const { return int(tables.rows().count); }
-
-    // Bytes of a row that holds what is made and that a destination of another depth can be written
-    // from.
-    std::size_t row_bytes() const {
-        return std::max(width() * std::size_t(pixel_bytes), stored_row_bytes(job.destination));
+    bool allocate(std::size_t window_bytes, std::size_t wide_source_bytes, std::size_t wide_bytes,
+                  std::size_t row_bytes) {
+        window = global_alloc<std::uint8_t>(GMEM_ZEROINIT, window_bytes + wide_source_bytes +
+                                                               wide_bytes + row_bytes);
+        block.reset(window);
+        if (window == nullptr)
+            return false;
+        wide_source = window + window_bytes;
+        wide = wide_source + wide_source_bytes;
+        row = wide + wide_bytes;
+        return true;
     }
 };
 
-bool resample_nearest(const Rows &rows) {
-    const MethodKernels &nearest = *kernels().nearest;
-    const std::size_t work_bytes = RowWindow::work_bytes(nearest, rows.width(), rows.pixel_bytes);
-    auto *const work = global_alloc<std::uint8_t>(GMEM_ZEROINIT, work_bytes + rows.row_bytes());
-    const GlobalBlock owned(work);
-    if (work == nullptr)
+bool make_rows(const BufferJob &job, const PositionTables &tables, const StoredRow &stored_row,
+               const Method &method) {
+    // As they are now: the callback may change the source.
+    const Extent source_columns = {0, job.source_info().width};
+    const Extent source_rows = {0, job.source_info().height};
+    const int stored_bytes = job.source_info().bytes_per_pixel;
+    const bool is_wide = method.through_24_bits;
+    const int pixel_bytes = is_wide ? wide_pixel_bytes : stored_bytes;
+
+    const Positions columns = tables.columns(), rows = tables.rows();
+    // A destination of another depth is written from its row too.
+    const std::size_t row_bytes =
+        std::max(columns.count * std::size_t(stored_bytes), stored_row_bytes(job.destination));
+    WorkRows work;
+    if (!work.allocate(RowWindow::work_bytes(method.chosen_kernels(), columns.count, pixel_bytes),
+                       is_wide ? std::size_t(source_columns.count) * wide_pixel_bytes : 0,
+                       is_wide ? columns.count * wide_pixel_bytes : 0, row_bytes))
         return fail(site::no_work_rows);
 
-    std::uint8_t *const row = work + work_bytes;
-    const std::int32_t *const row_index = rows.tables.rows().index;
-    RowWindow window(nearest, work, rows.tables.columns(), rows.source_columns, rows.pixel_bytes);
-    const auto fetch = [&](int source_row) { return rows.stored_row.read(source_row); };
-    return write_rows(rows.job, rows.height(), stops, BUF32_LINE_WRITE, row, [&](int y) {
-        return window.make_row(row, row_index[y], 0, rows.source_rows, fetch);
-    });
-}
-
-bool interpolate(const Rows &rows, const MethodKernels &interpolation) {
-    const std::size_t work_bytes = RowWindow::work_bytes(interpolation, rows.width(), samples);
-    const std::size_t wide_source_bytes = std::size_t(rows.source_columns.count) * samples;
-    const std::size_t wide_bytes = rows.width() * samples;
-    auto *const work = global_alloc<std::uint8_t>(GMEM_ZEROINIT, work_bytes + wide_source_bytes +
-                                                                     wide_bytes + rows.row_bytes());
-    const GlobalBlock owned(work);
-    if (work == nullptr)
-        return fail(site::no_work_rows);
-
-    std::uint8_t *const wide_source = work + work_bytes;
-    std::uint8_t *const wide = wide_source + wide_source_bytes;
-    std::uint8_t *const row = wide + wide_bytes;
-    const Positions positions = rows.tables.rows();
-    RowWindow window(interpolation, work, rows.tables.columns(), rows.source_columns, samples);
+    RowWindow window(method.chosen_kernels(), work.window, columns, source_columns, pixel_bytes);
     const auto fetch = [&](int source_row) -> const std::uint8_t * {
-        const std::uint8_t *const stored = rows.stored_row.read(source_row);
-        if (stored == nullptr)
-            return nullptr;
-        rows::kernels().rgb555_to_888(wide_source, stored, std::size_t(rows.source_columns.count));
-        return wide_source;
+        const std::uint8_t *const stored = stored_row.read(source_row);
+        if (stored == nullptr || !is_wide)
+            return stored;
+        rows::kernels().rgb555_to_888(work.wide_source, stored, std::size_t(source_columns.count));
+        return work.wide_source;
     };
-    return write_rows(rows.job, rows.height(), stops, BUF32_LINE_WRITE, row, [&](int y) {
-        if (!window.make_row(wide, positions.index[y], positions.fraction[y], rows.source_rows,
-                             fetch))
+    return write_rows(job, int(rows.count), stops, BUF32_LINE_WRITE, work.row, [&](int y) {
+        if (!window.make_row(is_wide ? work.wide : work.row, rows.index[y], rows.fraction[y],
+                             source_rows, fetch))
             return false;
-        rows::kernels().rgb888_to_555(row, wide, rows.width());
+        if (is_wide)
+            rows::kernels().rgb888_to_555(work.row, work.wide, columns.count);
         return true;
     });
 }
 
-// Of what all methods but nearest neighbour and bilinear read. 16-bit fractions shifted right by 8
-// are the same.
-constexpr int eight_bit_fractions = 1;
-
-int fraction_mode_of(int method) {
-    return method == RESAMPLE_NEAREST || method == RESAMPLE_BILINEAR ? 0 : eight_bit_fractions;
-}
-
 } // namespace
 
-bool resample_rows(const BufferJob &job, int method) {
+bool resample_rows(const BufferJob &job, const Method &method) {
     const LibraryLock library_lock;
     BufferLock destination_lock; // given back after the tables
     PositionTables tables;
-    if (!make_tables(job, fraction_mode_of(method), &tables) ||
+    if (!tables.make(job.source, job.destination, method.fractions) ||
         !destination_lock.lock(job.destination, BUF32_WRITE))
         return false;
     StoredRow stored_row(job.source);
-    if (!stored_row.allocate())
-        return false;
-    if (method == RESAMPLE_BICUBIC && !make_coefficient_table())
-        return fail(site::no_coefficients);
-
-    const BUF32INFO &source = job.source_info();
-    const Rows rows = {
-        job, tables, stored_row, {0, source.width}, {0, source.height}, source.bytes_per_pixel};
-    switch (method) {
-    case RESAMPLE_NEAREST:
-        return resample_nearest(rows);
-    case RESAMPLE_BILINEAR:
-        return interpolate(rows, *kernels().bilinear);
-    default:
-        return interpolate(rows, *kernels().bicubic);
-    }
+    return stored_row.allocate() && make_coefficients(method) &&
+           make_rows(job, tables, stored_row, method);
 }
 
 } // namespace q32::resample
