@@ -1,10 +1,7 @@
 // Frames of plain memory: what a call asks for and whether it can be done, the tables it goes by,
-// and the exports. The pixels are frame_walk's part.
-#include "resample/coefficient_table.h"
-#include "resample/failures.h"
-#include "resample/frame_walk.h"
+// and the exports. The pixels are frame_rows's part.
+#include "resample/frame_rows.h"
 #include "resample/position_tables.h"
-#include "resample/resample.h"
 
 #include <q32base/resample.h>
 
@@ -41,7 +38,7 @@ struct Request {
     void *destination;
     SIZE destination_size;
     int pixel_bytes;
-    int method;
+    const Method *method;
     const VCRESAMPLE *record; // or null
 };
 
@@ -59,11 +56,6 @@ private:
 
 // --- tables -------------------------------------------------------------------------------------
 
-// 8-bit fractions for bicubic interpolation alone.
-int fraction_mode(int method) {
-    return method == RESAMPLE_BICUBIC ? 1 : 0;
-}
-
 // The tables of the last call without a record.
 constinit TableSet kept = {};
 
@@ -71,8 +63,8 @@ constinit TableSet kept = {};
 // see the blocks come and go, and a frame that follows its like fail for want of memory.
 const TableSet &renew_kept_tables(const Request &request) {
     free_kept_tables();
-    kept =
-        make_tables(request.source_size, request.destination_size, fraction_mode(request.method));
+    const FractionBits bits = request.method->frame_fractions;
+    kept = make_tables(request.source_size, request.destination_size, bits, bits);
     return kept;
 }
 
@@ -80,16 +72,15 @@ TableSet tables_of(const VCRESAMPLE &record) {
     return {record.column_index, record.column_fraction, record.row_index, record.row_fraction};
 }
 
-// Nearest neighbour reads no fractions.
-bool has_what_is_read(const TableSet &set, int method) {
+bool has_what_is_read(const TableSet &set, const Method &method) {
     return set.column_index != nullptr && set.row_index != nullptr &&
-           (method == RESAMPLE_NEAREST ||
+           (method.fractions == FractionBits::none ||
             (set.column_fraction != nullptr && set.row_fraction != nullptr));
 }
 
 // --- one frame ----------------------------------------------------------------------------------
 
-FrameWalk walk_of(const Request &request, const TableSet &tables, const WideRows *wide_rows) {
+Frame frame_of(const Request &request, const TableSet &tables, const WideRows *wide_rows) {
     const SIZE from = request.source_size, to = request.destination_size;
     return {
         .destination = {static_cast<std::uint8_t *>(request.destination),
@@ -110,18 +101,9 @@ int run(const Request &request, const WideRows *wide_rows) {
     // and leave the rest as it is.
     const TableSet tables =
         request.record != nullptr ? tables_of(*request.record) : renew_kept_tables(request);
-    if (!has_what_is_read(tables, request.method))
+    if (!has_what_is_read(tables, *request.method) || !make_coefficients(*request.method))
         return 0;
-
-    const FrameWalk walk = walk_of(request, tables, wide_rows);
-    if (request.method == RESAMPLE_NEAREST)
-        return take_nearest(walk);
-    if (request.method == RESAMPLE_BILINEAR)
-        return interpolate_bilinear(walk);
-    if (request.method == RESAMPLE_BICUBIC && !make_coefficient_table())
-        return fail(site::no_coefficients);
-    // Other methods are bicubic too, but have 16-bit fractions.
-    return interpolate_bicubic(walk, fraction_mode(request.method) == 0 ? 8 : 0);
+    return resample_frame_rows(frame_of(request, tables, wide_rows), *request.method);
 }
 
 int run_through_24_bits(const Request &request, BITMAPINFOHEADER &header) {
@@ -148,11 +130,11 @@ int resample_frame(Request request, BITMAPINFOHEADER &header, bool nearest) {
         !fits_into_memory(request.destination_size, request.pixel_bytes))
         return 0;
 
-    // Before the flag has its say: with another method than nearest neighbour it takes bit 15 off
-    // 16-bit pixels.
-    const bool is_wide = header.biBitCount == bits_555 && request.method != RESAMPLE_NEAREST;
+    // Before the flag has its say. Required: with the number of a method that goes through 24 bits
+    // it takes bit 15 off 16-bit pixels.
+    const bool is_wide = header.biBitCount == bits_555 && request.method->through_24_bits;
     if (nearest)
-        request.method = RESAMPLE_NEAREST;
+        request.method = &method_of(RESAMPLE_NEAREST);
     return is_wide ? run_through_24_bits(request, header) : run(request, nullptr);
 }
 
@@ -171,9 +153,9 @@ using namespace q32::resample;
 int Q32_CALL vcResampleInit(VCRESAMPLE *record) {
     if (record == nullptr || record->source == nullptr)
         return 0;
-    const TableSet set =
-        make_tables({record->source->biWidth, record->source->biHeight},
-                    {record->width, record->height}, fraction_mode(record->method));
+    const FractionBits bits = method_of(record->method).frame_fractions;
+    const TableSet set = make_tables({record->source->biWidth, record->source->biHeight},
+                                     {record->width, record->height}, bits, bits);
     if (set == TableSet{})
         return 0;
     record->column_index = set.column_index;
@@ -200,7 +182,7 @@ int Q32_CALL vcResampleEx(int nearest, const void *source, BITMAPINFOHEADER *hea
                            .destination = destination,
                            .destination_size = {width, height},
                            .pixel_bytes = header->biBitCount / 8,
-                           .method = method,
+                           .method = &method_of(method),
                            .record = record},
                           *header, nearest == 1);
 }

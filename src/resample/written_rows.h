@@ -1,20 +1,12 @@
-// What both row paths have in common: the tables between two buffers, and the walk over the
-// destination's rows.
+// What both row paths have in common: how they write the destination's rows.
 #pragma once
 
-#include "buffer/record.h"
-#include "resample/buffer_job.h"
-#include "resample/position_tables.h"
-
-#include <q32base/buffers.h>
+#include "resample/buffer_paths.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace q32::resample {
-
-// The tables of q32InitResampleTable, with its reports.
-bool make_tables(const BufferJob &job, int fraction_mode, PositionTables *tables);
 
 // Bytes of a row as buf32Line moves it.
 inline std::size_t stored_row_bytes(HBUF32 buffer) {

@@ -1,14 +1,13 @@
 // The row path of pixels under 8 bits: a source row is spread to one byte per pixel, resampled like
 // any other, and packed to bits by buf32Line.
-#include "resample/bit_rows.h"
+#include "resample/buffer_paths.h"
 
 #include "buffer/buffer_lock.h"
 #include "library/process/owners.h"
 #include "library/process/process.h"
-#include "resample/failures.h"
-#include "resample/kernels/row_repeater.h"
-#include "resample/resample.h"
-#include "resample/row_walk.h"
+#include "resample/kernels/row_window.h"
+#include "resample/position_tables.h"
+#include "resample/written_rows.h"
 #include "rows/rows.h"
 
 namespace q32::resample {
@@ -49,7 +48,7 @@ public:
 
     bool allocate() {
         const std::size_t index_bytes = width() * sizeof(std::int32_t);
-        const std::size_t plan_bytes = RowRepeater::work_bytes(kernels().nearest, width(), 1);
+        const std::size_t plan_bytes = RowWindow::work_bytes(*kernels().nearest, width(), 1);
         auto *at = global_alloc<std::uint8_t>(
             GMEM_ZEROINIT, index_bytes + plan_bytes + stored_bytes_ + source_width() + width());
         block_.reset(at);
@@ -68,8 +67,8 @@ public:
         const Positions columns = tables_.columns(), rows = tables_.rows();
         for (std::size_t x = 0; x < width(); ++x)
             index_[x] = nearest_to(columns, x, source.width);
-        RowRepeater window(kernels().nearest, plan_, {index_, nullptr, width()}, {0, source.width},
-                           1);
+        RowWindow window(*kernels().nearest, plan_, {index_, nullptr, width()}, {0, source.width},
+                         1);
         const auto fetch = [&](int row) { return read(row); };
         return write_rows(job_, int(rows.count), stops, BUF32_LINE_WRITE_BITS, row_, [&](int y) {
             return window.make_row(row_, nearest_to(rows, std::size_t(y), source.height), 0,
@@ -103,8 +102,7 @@ bool resample_bit_rows(const BufferJob &job) {
     const LibraryLock library_lock;
     BufferLock destination_lock; // given back after the tables
     PositionTables tables;
-    constexpr int sixteen_bit_fractions = 0;
-    if (!make_tables(job, sixteen_bit_fractions, &tables) ||
+    if (!tables.make(job.source, job.destination, FractionBits::sixteen) ||
         !destination_lock.lock(job.destination, BUF32_WRITE))
         return false;
     BitRows rows(job, tables);

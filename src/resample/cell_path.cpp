@@ -1,7 +1,7 @@
 // The cell path: walks the destination's cells and makes each where it lies, or in a block that is
 // written to it. A cell of more than 128 x 128 pixels is taken in pieces: a linear buffer is a
 // single cell.
-#include "resample/cells.h"
+#include "resample/buffer_paths.h"
 
 #include "buffer/area.h"
 #include "buffer/buffer_lock.h"
@@ -10,11 +10,7 @@
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
 #include "resample/cell_tables.h"
-#include "resample/coefficient_table.h"
-#include "resample/failures.h"
-#include "resample/kernels/row_repeater.h"
 #include "resample/kernels/row_window.h"
-#include "resample/resample.h"
 #include "resample/reused_block.h"
 
 #include <algorithm>
@@ -28,47 +24,39 @@ using buffer::record_of;
 
 // --- pieces -------------------------------------------------------------------------------------
 
-Positions part_of(const Positions &positions, int begin, int end) {
-    return {positions.index + begin,
-            positions.fraction != nullptr ? positions.fraction + begin : nullptr,
-            std::size_t(end - begin)};
-}
-
 // Where the pixels of a piece are made.
 struct Target {
     std::uint8_t *pixels;
     std::size_t stride; // bytes from row to row
 };
 
-// Makes pieces of the destination by one method. Walk goes over their rows: RowRepeater or
-// RowWindow, whichever belongs to the kernels.
-template <typename Walk, typename Kernels>
+// Makes pieces of the destination by one method.
 class PieceMaker {
 public:
-    PieceMaker(const BufferJob &job, const CellTables &tables, const Kernels &kernels,
-               const site::CellSites &sites)
-        : destination_(*record_of(job.destination)), tables_(tables), kernels_(kernels),
-          sites_(sites), pixel_bytes_(destination_.info.bytes_per_pixel),
-          source_(*record_of(job.source), pixel_bytes_, sites) {}
+    PieceMaker(const BufferJob &job, const CellTables &tables, const Method &method)
+        : destination_(*record_of(job.destination)), tables_(tables),
+          kernels_(method.chosen_kernels()), sites_(*method.cell_sites),
+          pixel_bytes_(destination_.info.bytes_per_pixel),
+          source_(*record_of(job.source), pixel_bytes_, method) {}
 
     // The piece lies in one cell. Reports and returns false when it fails.
     bool make(const Area &piece) {
-        const Positions columns = part_of(tables_.columns(), piece.left, piece.right);
-        const Positions rows = part_of(tables_.rows(), piece.top, piece.bottom);
-        if (!source_.begin(columns, rows, reach_of(kernels_)))
+        const Positions columns = tables_.columns().part(piece.left, piece.right);
+        const Positions rows = tables_.rows().part(piece.top, piece.bottom);
+        if (!source_.begin(columns, rows))
             return false;
         const Target in_cell = target_in_cell(piece);
         const bool is_staged = in_cell.pixels == nullptr;
         const std::size_t row_bytes = columns.count * std::size_t(pixel_bytes_);
         const std::size_t staged_bytes = is_staged ? row_bytes * rows.count : 0;
-        std::uint8_t *const block =
-            block_.of_bytes(staged_bytes + Walk::work_bytes(kernels_, columns.count, pixel_bytes_));
+        std::uint8_t *const block = block_.of_bytes(
+            staged_bytes + RowWindow::work_bytes(kernels_, columns.count, pixel_bytes_));
         if (block == nullptr)
             return fail(sites_.no_destination_block);
-        Walk walk(kernels_, block + staged_bytes, columns, source_.columns(), pixel_bytes_);
+        RowWindow window(kernels_, block + staged_bytes, columns, source_.columns(), pixel_bytes_);
         if (!is_staged)
-            return fill(walk, rows, in_cell);
-        return fill(walk, rows, {block, row_bytes}) && write(piece, block);
+            return fill(window, rows, in_cell);
+        return fill(window, rows, {block, row_bytes}) && write(piece, block);
     }
 
 private:
@@ -84,9 +72,9 @@ private:
                 std::size_t(buffer::describe_cell(destination_, place.cell).row_bytes)};
     }
 
-    bool fill(Walk &walk, const Positions &rows, const Target &target) {
+    bool fill(RowWindow &window, const Positions &rows, const Target &target) {
         const auto fetch = [&](int row) { return source_.row(row); };
-        return walk.make_rows(target.pixels, target.stride, rows, source_.rows(), fetch);
+        return window.make_rows(target.pixels, target.stride, rows, source_.rows(), fetch);
     }
 
     // The buffer's own entry and not the export, which would raise the thread's priority each time.
@@ -98,7 +86,7 @@ private:
 
     buffer::Record &destination_;
     const CellTables &tables_;
-    const Kernels &kernels_;
+    const MethodKernels &kernels_;
     const site::CellSites &sites_;
     int pixel_bytes_;
     CellSource source_;
@@ -128,16 +116,14 @@ bool each_piece(const Area &area, const Make &make) {
     return true;
 }
 
-template <typename Walk, typename Kernels>
-bool make_cells(const BufferJob &job, const CellTables &tables, const Kernels &kernels,
-                const site::CellSites &sites) {
-    PieceMaker<Walk, Kernels> maker(job, tables, kernels, sites);
+bool make_cells(const BufferJob &job, const CellTables &tables, const Method &method) {
+    PieceMaker maker(job, tables, method);
     // The callback may change a linear buffer's height meanwhile.
     const Area with_positions = {0, 0, int(tables.columns().count), int(tables.rows().count)};
     const int count = record_of(job.destination)->info.cell_count;
     for (int index = 0; index < count; ++index) {
         if (!job.progress.report(job.progress.value_after(index, count)))
-            return fail(sites.cancelled);
+            return fail(method.cell_sites->cancelled);
         Area cell;
         if (!find_cell(job.destination, index, &cell))
             return false;
@@ -148,7 +134,7 @@ bool make_cells(const BufferJob &job, const CellTables &tables, const Kernels &k
     return true;
 }
 
-// --- methods ------------------------------------------------------------------------------------
+// --- buffers ------------------------------------------------------------------------------------
 
 constexpr int grey_bits = 8, colour_bits = 24;
 
@@ -164,56 +150,30 @@ SIZE size_of(const BUF32INFO &info) {
     return {info.width, info.height};
 }
 
-// make_tables is what the method calls its tables.
-template <typename Walk, typename Kernels>
-bool resample_by(const BufferJob &job, const Kernels &kernels,
-                 bool (CellTables::*make_tables)(SIZE source, SIZE destination),
-                 const site::CellSites &sites) {
+bool resample_by(const BufferJob &job, const Method &method) {
+    const site::CellSites &sites = *method.cell_sites;
     BUF32INFO destination, source;
     if (!buf32GetInfo(job.destination, &destination) || !buf32GetInfo(job.source, &source) ||
         !takes_pixels(destination, source))
         return fail(sites.format_refused);
     CellTables tables;
-    if (!(tables.*make_tables)(size_of(source), size_of(destination)))
+    if (!tables.make(size_of(source), size_of(destination), method))
         return fail(sites.no_tables);
     BufferLock destination_lock;
     if (!destination_lock.lock(job.destination, BUF32_OVERWRITE))
         return fail(sites.format_refused);
-    return make_cells<Walk>(job, tables, kernels, sites);
-}
-
-// A method without a number is bicubic once a bicubic call has made the coefficient table, and
-// bilinear before. Required: programs see the same call give other pixels later.
-int method_of_number(int number) {
-    switch (number) {
-    case RESAMPLE_NEAREST:
-    case RESAMPLE_BILINEAR:
-    case RESAMPLE_BICUBIC:
-        return number;
-    default:
-        return coefficient_table_was_made() ? RESAMPLE_BICUBIC : RESAMPLE_BILINEAR;
-    }
+    return make_cells(job, tables, method);
 }
 
 } // namespace
 
-bool resample_cells(const BufferJob &job, int method) {
+bool resample_cells(const BufferJob &job, const Method &method) {
     const LibraryLock library_lock;
-    if (method == RESAMPLE_BICUBIC && !make_coefficient_table())
-        return fail(site::no_coefficients);
+    if (!make_coefficients(method))
+        return false;
     ThreadPriority priority;
     priority.raise();
-    switch (method_of_number(method)) {
-    case RESAMPLE_NEAREST:
-        return resample_by<RowRepeater>(job, kernels().nearest, &CellTables::make_nearest,
-                                        site::nearest_cells);
-    case RESAMPLE_BILINEAR:
-        return resample_by<RowWindow>(job, kernels().bilinear, &CellTables::make_bilinear,
-                                      site::bilinear_cells);
-    default:
-        return resample_by<RowWindow>(job, kernels().bicubic, &CellTables::make_bicubic,
-                                      site::bicubic_cells);
-    }
+    return resample_by(job, method_of_cells(method));
 }
 
 } // namespace q32::resample

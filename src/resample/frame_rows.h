@@ -3,6 +3,7 @@
 
 #include "library/process/owners.h"
 #include "resample/kernels/blocks.h"
+#include "resample/methods.h"
 
 #include <cstdint>
 
@@ -22,17 +23,14 @@ private:
     GlobalBlock source_, destination_;
 };
 
-struct FrameWalk {
+struct Frame {
     DestinationBlock destination;
     SourceBlock source;
     int pixel_bytes;           // as they are stored, on both sides
-    const WideRows *wide_rows; // null: pixels are resampled as they are stored
+    const WideRows *wide_rows; // null: pixels do not go through 24 bits
 };
 
-// Each reports and returns 0 when there is no memory. fraction_shift brings the fractions of the
-// positions to 8 bits.
-int take_nearest(const FrameWalk &walk);
-int interpolate_bilinear(const FrameWalk &walk);
-int interpolate_bicubic(const FrameWalk &walk, int fraction_shift);
+// Reports and returns 0 when there is no memory.
+int resample_frame_rows(const Frame &frame, const Method &method);
 
 } // namespace q32::resample
