@@ -48,10 +48,10 @@ bool within_memory_limit(uint32_t reserved_bytes) {
     return int32_t(reserved_bytes + state.memory_in_use) < int32_t(limit);
 }
 
-bool may_use_memory(const BUF32INFO &info, Storage storage) {
-    if (is_small(info) || storage == Storage::memory_only)
+bool may_use_memory(const BUF32INFO &info, Storage kind) {
+    if (is_small(info) || kind == Storage::memory_only)
         return true;
-    if (storage == Storage::file)
+    if (kind == Storage::file)
         return false;
     if (memory_state.memory_switch == 0)
         return true;
@@ -62,16 +62,16 @@ bool may_use_memory(const BUF32INFO &info, Storage storage) {
 
 bool allocate_storage(Record &record) {
     const BUF32INFO &info = record.info;
-    const Storage storage = type_of(record).storage;
-    if (storage == Storage::callers)
+    const Storage kind = type_of(record).storage_kind;
+    if (kind == Storage::callers)
         return fail(site::bitmap_refused);
-    if (may_use_memory(info, storage)) {
+    if (may_use_memory(info, kind)) {
         std::byte *const memory = reserve_and_commit(info.reserved_bytes, info.image_bytes);
         if (memory != nullptr) {
             record.storage = memory;
             return true;
         }
-        if (storage == Storage::memory_only)
+        if (kind == Storage::memory_only)
             return fail(site::no_virtual_memory);
     }
     return create_swap_file(record);

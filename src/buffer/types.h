@@ -54,7 +54,7 @@ struct BufferType {
 
     // --- pixels ---------------------------------------------------------------------------------
 
-    Storage storage = Storage::by_policy;
+    Storage storage_kind = Storage::by_policy;
 
     // Copies an area inside the image into the rows, for read_pixels.
     trait::Read *read = read_cells;
@@ -112,7 +112,7 @@ inline bool read_pixels(const Record &record, const Area &area, const PlainRows 
 }
 
 inline bool has_callers_pixels(const Record &record) {
-    return type_of(record).storage == Storage::callers;
+    return type_of(record).storage_kind == Storage::callers;
 }
 
 } // namespace q32::buffer
