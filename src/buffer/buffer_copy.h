@@ -1,7 +1,6 @@
 // Entries that copy rectangles from buffer to buffer, and the strip copy under them.
 #pragma once
 
-#include "buffer/area.h"
 #include "buffer/record.h"
 
 namespace q32::buffer {

@@ -2,7 +2,6 @@
 // pixels themselves are pixels.h's part.
 #include "buffer/transfer.h"
 
-#include "buffer/area.h"
 #include "buffer/colour_fill.h"
 #include "buffer/failures.h"
 #include "buffer/pixels.h"

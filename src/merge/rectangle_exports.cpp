@@ -1,6 +1,6 @@
 // The exports that merge rectangles of plain memory: clip, find a mask, raise the thread's
 // priority. Merging what is left is rectangle.h's part.
-#include "buffer/area.h"
+#include "geometry/system_rect.h"
 #include "library/process/bytes.h"
 #include "library/process/thread_priority.h"
 #include "merge/failures.h"
@@ -12,10 +12,6 @@
 
 namespace q32::merge {
 namespace {
-
-using buffer::Area;
-using buffer::area_of;
-using buffer::intersect;
 
 // --- helpers ------------------------------------------------------------------------------------
 
@@ -101,7 +97,9 @@ int merge_area(Holdings &held, const Images &images, const Area &area, int mode,
 
 using q32::bytes;
 using namespace q32::merge;
-using q32::buffer::Area;
+using q32::Area;
+using q32::area_of;
+using q32::as_area;
 
 int Q32_CALL i32MergeEx(void *image, int width, int height, const void *mask,
                         const RECT *mask_rectangle, const void *overlay,
@@ -111,13 +109,13 @@ int Q32_CALL i32MergeEx(void *image, int width, int height, const void *mask,
     const Area bounds = area_of(0, 0, width, height);
     if (mask_rectangle == nullptr)
         return q32::fail(site::misses_image);
-    const Area mask_area = area_of(*mask_rectangle);
+    const Area mask_area = as_area(*mask_rectangle);
     const Area masked = intersect(bounds, mask_area);
     if (masked.is_empty())
         return q32::fail(site::misses_image);
     if (overlay_rectangle == nullptr)
         return q32::fail(site::misses_overlay);
-    const Area overlay_area = area_of(*overlay_rectangle);
+    const Area overlay_area = as_area(*overlay_rectangle);
     const Area work = intersect(masked, overlay_area);
     if (work.is_empty())
         return q32::fail(site::misses_overlay);
@@ -133,7 +131,7 @@ int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int bytes_per_
                               int overlay_height, RECT rectangle, int mode, int transparency) {
     Holdings held;
     const Area bounds = area_of(0, 0, width, height);
-    const Area source = area_of(rectangle);
+    const Area source = as_area(rectangle);
     const std::int64_t dx = std::int64_t(x) - source.left;
     const std::int64_t dy = std::int64_t(y) - source.top;
     const Area placed = moved(source, dx, dy);

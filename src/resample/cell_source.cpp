@@ -1,8 +1,8 @@
 // Which rows and columns of the source a piece reads, and how many rows are fetched at once.
 #include "resample/cell_source.h"
 
-#include "buffer/area.h"
 #include "buffer/pixels.h"
+#include "geometry/area.h"
 
 #include <algorithm>
 
@@ -77,7 +77,7 @@ void CellSource::prefetch_behind(int row) {
         return;
     const int first = std::clamp(rows_.index[next_] + reach_.first, 0, rows_read_.last());
     const int count = std::min(reach_.count, rows_read_.last() - first + 1);
-    prefetch_pixels(record_, buffer::area_of(columns_.first, first, columns_.count, count));
+    prefetch_pixels(record_, area_of(columns_.first, first, columns_.count, count));
 }
 
 void CellSource::drop_other_bytes(int rows) {

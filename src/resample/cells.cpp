@@ -3,10 +3,10 @@
 // single cell.
 #include "resample/cells.h"
 
-#include "buffer/area.h"
 #include "buffer/buffer_lock.h"
 #include "buffer/cells.h"
 #include "buffer/transfer.h"
+#include "geometry/area.h"
 #include "library/process/process.h"
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
@@ -23,7 +23,6 @@
 namespace q32::resample {
 namespace {
 
-using buffer::Area;
 using buffer::BufferLock;
 using buffer::record_of;
 
@@ -117,7 +116,7 @@ bool find_cell(HBUF32 buffer, int index, Area *area) {
     if (!buf32CellLock(buffer, index, nullptr, &cell))
         return false;
     buf32CellUnlock(buffer, index);
-    *area = buffer::area_of(cell.x, cell.y, cell.width, cell.height);
+    *area = area_of(cell.x, cell.y, cell.width, cell.height);
     return true;
 }
 
@@ -127,7 +126,7 @@ bool each_piece(const Area &area, const Make &make) {
     constexpr int side = buffer::largest_cell_side;
     for (int y = area.top; y < area.bottom; y += side)
         for (int x = area.left; x < area.right; x += side)
-            if (!make(intersect(buffer::area_of(x, y, side, side), area)))
+            if (!make(intersect(area_of(x, y, side, side), area)))
                 return false;
     return true;
 }

@@ -14,7 +14,7 @@ namespace {
 
 // A rectangle of an image. It may begin before the image's first pixel, and strides may be
 // negative: distances wrap around as addresses do.
-struct Area {
+struct StridedArea {
     std::ptrdiff_t x;
     std::size_t y, width, height;
     std::size_t stride;
@@ -29,13 +29,13 @@ struct Area {
 };
 
 // Below 1 there are no rows and no columns.
-Area area_of(int x, int y, int width, int height, int stride) {
+StridedArea area_of(int x, int y, int width, int height, int stride) {
     return {x, std::size_t(y), std::size_t(std::max(0, width)), std::size_t(std::max(0, height)),
             std::size_t(stride)};
 }
 
 // In the last byte of each row of a block. What it held there is of no interest.
-void clear_behind_last_bit(std::uint8_t *block, const Area &area) {
+void clear_behind_last_bit(std::uint8_t *block, const StridedArea &area) {
     const std::size_t row_bytes = area.bytes_of_bits();
     const auto pixels = std::uint8_t(0xFF00 >> area.width % 8);
     std::uint8_t *last = block + row_bytes - 1;
@@ -45,26 +45,26 @@ void clear_behind_last_bit(std::uint8_t *block, const Area &area) {
 
 // --- drivers ------------------------------------------------------------------------------------
 
-void get_bits(std::uint8_t *block, const std::uint8_t *image, const Area &area) {
+void get_bits(std::uint8_t *block, const std::uint8_t *image, const StridedArea &area) {
     kernels().copy_bit_rows(block, area.bytes_of_bits(), 0, image + area.first_byte_of_bits(),
                             area.stride, area.first_bit(), area.width, area.height);
     if (area.width % 8 != 0)
         clear_behind_last_bit(block, area);
 }
 
-void merge_bits(std::uint8_t *image, const std::uint8_t *block, const Area &area) {
+void merge_bits(std::uint8_t *image, const std::uint8_t *block, const StridedArea &area) {
     kernels().copy_bit_rows(image + area.first_byte_of_bits(), area.stride, area.first_bit(), block,
                             area.bytes_of_bits(), 0, area.width, area.height);
 }
 
-void get_bytes(std::uint8_t *block, const std::uint8_t *image, const Area &area,
+void get_bytes(std::uint8_t *block, const std::uint8_t *image, const StridedArea &area,
                std::size_t pixel) {
     const std::size_t row_bytes = pixel * area.width;
     kernels().copy_rows(block, row_bytes, image + area.first_byte(pixel), area.stride, row_bytes,
                         area.height);
 }
 
-void merge_bytes(std::uint8_t *image, const std::uint8_t *block, const Area &area,
+void merge_bytes(std::uint8_t *image, const std::uint8_t *block, const StridedArea &area,
                  std::size_t pixel) {
     const std::size_t row_bytes = pixel * area.width;
     kernels().copy_rows(image + area.first_byte(pixel), area.stride, block, row_bytes, row_bytes,
@@ -81,7 +81,7 @@ using namespace q32::rows;
 
 int Q32_CALL mem32GetMem(const void *image, int x, int y, int width, int height,
                          int bytes_per_pixel, int stride, void *block) {
-    const Area area = area_of(x, y, width, height, stride);
+    const StridedArea area = area_of(x, y, width, height, stride);
     if (bytes_per_pixel == 0)
         get_bits(bytes(block), bytes(image), area);
     else if (bytes_per_pixel > 0)
@@ -91,7 +91,7 @@ int Q32_CALL mem32GetMem(const void *image, int x, int y, int width, int height,
 
 int Q32_CALL mem32MergeMem(void *image, int x, int y, const void *block, int width, int height,
                            int bytes_per_pixel, int stride) {
-    const Area area = area_of(x, y, width, height, stride);
+    const StridedArea area = area_of(x, y, width, height, stride);
     if (bytes_per_pixel == 0)
         merge_bits(bytes(image), bytes(block), area);
     else if (bytes_per_pixel > 0)
