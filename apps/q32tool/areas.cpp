@@ -1,25 +1,11 @@
-// Parsing of points and sizes, and clipping. Sums are made in 64 bits: a rectangle may begin and
-// end anywhere in the range of int.
+// Parsing of points and sizes.
 #include "areas.h"
 
 #include "apps/pictures/failure.h"
 #include "apps/pictures/numbers.h"
 
-#include <algorithm>
-#include <cstdint>
-
 namespace apps::q32tool {
 namespace {
-
-struct Range {
-    int64_t first;
-    int64_t end;
-};
-
-// Of begin .. begin + length - 1, what lies in 0 .. limit - 1.
-Range clipped(int begin, int length, int limit) {
-    return {std::max<int64_t>(begin, 0), std::min<int64_t>(int64_t{begin} + length, limit)};
-}
 
 // Two numbers with a separator between them.
 std::optional<Point> parse_pair(std::string_view text, char separator) {
@@ -35,13 +21,13 @@ std::optional<Point> parse_pair(std::string_view text, char separator) {
 
 } // namespace
 
-std::string in_words(const Area &area) {
-    return std::to_string(area.width) + "x" + std::to_string(area.height) + " at " +
-           std::to_string(area.x) + "," + std::to_string(area.y);
+std::string in_words(Point at, Size size) {
+    return std::to_string(size.width) + "x" + std::to_string(size.height) + " at " +
+           std::to_string(at.x) + "," + std::to_string(at.y);
 }
 
-std::string size_in_words(int width, int height) {
-    return std::to_string(width) + " x " + std::to_string(height) + " pixels";
+std::string size_in_words(Size size) {
+    return std::to_string(size.width) + " x " + std::to_string(size.height) + " pixels";
 }
 
 std::vector<Option> area_options(bool required) {
@@ -65,12 +51,12 @@ Point point_from(const Arguments &arguments) {
     return *point;
 }
 
-Area size_from(const Arguments &arguments, std::string_view option) {
+Size size_from(const Arguments &arguments, std::string_view option) {
     const auto size = parse_pair(arguments.value(option), 'x');
     if (!size || size->x < 1 || size->y < 1)
         throw UsageError(std::string(option) + " takes WxH in pixels, such as 640x480, not '" +
                          arguments.value(option) + "'");
-    return {0, 0, size->x, size->y};
+    return {size->x, size->y};
 }
 
 std::optional<Area> area_from(const Arguments &arguments) {
@@ -80,24 +66,7 @@ std::optional<Area> area_from(const Arguments &arguments) {
         throw UsageError("--at needs --size WxH, too");
     if (!arguments.has("--at"))
         throw UsageError("--size needs --at X,Y, too");
-    const Point corner = point_from(arguments);
-    Area area = size_from(arguments, "--size");
-    area.x = corner.x;
-    area.y = corner.y;
-    return area;
-}
-
-Area part_inside(const Area &area, int width, int height) {
-    const Range columns = clipped(area.x, area.width, width);
-    const Range rows = clipped(area.y, area.height, height);
-    if (columns.first >= columns.end || rows.first >= rows.end)
-        return {0, 0, 0, 0};
-    return {static_cast<int>(columns.first), static_cast<int>(rows.first),
-            static_cast<int>(columns.end - columns.first), static_cast<int>(rows.end - rows.first)};
-}
-
-bool is_inside(const Area &area, int width, int height) {
-    return part_inside(area, width, height) == area;
+    return area_of(point_from(arguments), size_from(arguments, "--size"));
 }
 
 } // namespace apps::q32tool

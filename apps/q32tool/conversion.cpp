@@ -117,7 +117,7 @@ void convert(Image &image, const Conversion &conversion, uint32_t buffer_type) {
             convert_rows(image, image, conversion);
         return;
     }
-    Image target(conversion.format, image.width(), image.height(), buffer_type, image.named());
+    Image target(conversion.format, image.size(), buffer_type, image.named());
     convert_rows(image, target, conversion);
     image = std::move(target);
 }

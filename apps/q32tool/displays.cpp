@@ -98,8 +98,8 @@ std::string display_list() {
     return lines;
 }
 
-DisplaySurface::DisplaySurface(const Display &display, const Shown &shown, int width, int height)
-    : width_(padded_width(width, is_in_planes(display, shown.pixels))), height_(height),
+DisplaySurface::DisplaySurface(const Display &display, const Shown &shown, Size size)
+    : width_(padded_width(size.width, is_in_planes(display, shown.pixels))), height_(size.height),
       bits_(display.bits), planes_(is_in_planes(display, shown.pixels)),
       colours_(colours_of(display, shown)),
       row_bytes_((static_cast<size_t>(width_) * static_cast<size_t>(bits_) + 31) / 32 * 4) {
@@ -120,7 +120,7 @@ DisplaySurface::DisplaySurface(const Display &display, const Shown &shown, int w
         bitmap_.reset(CreateDIBSection(dc_.get(), reinterpret_cast<BITMAPINFO *>(&description),
                                        DIB_RGB_COLORS, &pixels, nullptr, 0));
     if (!dc_ || !bitmap_ || SelectObject(dc_.get(), bitmap_.get()) == nullptr)
-        throw Failure("a display of " + size_in_words(width, height),
+        throw Failure("a display of " + size_in_words(size),
                       "there is not enough memory for its bitmap", "show the picture in --pieces");
     pixels_ = static_cast<const uint8_t *>(pixels);
 }

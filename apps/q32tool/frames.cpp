@@ -31,14 +31,14 @@ uint64_t stride_of(int width, int bits) {
 }
 
 // Memory for a picture of that size, or for some rows of it. Throws Failure.
-std::vector<uint8_t> memory_for(int width, int height, uint64_t bytes) {
+std::vector<uint8_t> memory_for(Size size, uint64_t bytes) {
     try {
         if (bytes <= PTRDIFF_MAX)
             return std::vector<uint8_t>(static_cast<size_t>(bytes));
     } catch (const std::bad_alloc &) {
         // as if it were too much for any memory
     }
-    throw Failure(size_in_words(width, height), "there is not enough memory for frames so large",
+    throw Failure(size_in_words(size), "there is not enough memory for frames so large",
                   "choose a smaller size");
 }
 
@@ -63,7 +63,7 @@ void each_row(const PictureReader &reader, int pixel_bytes, const Read &read,
     const int width = reader.width(), height = reader.height();
     const uint64_t row_bytes = static_cast<uint64_t>(width) * static_cast<uint64_t>(pixel_bytes);
     const int rows = static_cast<int>(std::clamp<uint64_t>(band_bytes / row_bytes, 1, band_rows));
-    std::vector<uint8_t> band = memory_for(width, height, row_bytes * static_cast<uint64_t>(rows));
+    std::vector<uint8_t> band = memory_for(reader.size(), row_bytes * static_cast<uint64_t>(rows));
     for (int first = 0; first < height; first += rows) {
         stop_if_cancelled();
         const int count = std::min(rows, height - first);
@@ -118,7 +118,7 @@ RowFormat rows_of(const Frame &frame, FileFormat format) {
 Frame::Frame(int columns, int rows, int bits_per_pixel)
     : width(columns), height(rows), bits(bits_per_pixel),
       stride(static_cast<size_t>(stride_of(columns, bits_per_pixel))),
-      pixels(memory_for(columns, rows,
+      pixels(memory_for({columns, rows},
                         stride_of(columns, bits_per_pixel) * static_cast<uint64_t>(rows))) {}
 
 BITMAPINFOHEADER Frame::header() const {
@@ -146,8 +146,7 @@ void write_frame(Frame &frame, const std::string &path, FileFormat format) {
     const Timed timed(Part::writing);
     const RowFormat rows = rows_of(frame, format);
     PictureWriter writer(path, format, rows, frame.width, frame.height);
-    std::vector<uint8_t> wide =
-        memory_for(frame.width, frame.height, static_cast<uint64_t>(frame.width) * 3);
+    std::vector<uint8_t> wide = memory_for(frame.size(), static_cast<uint64_t>(frame.width) * 3);
     for (int y = 0; y < frame.height; ++y) {
         stop_if_cancelled();
         const uint8_t *row = frame.row(y);
@@ -166,7 +165,7 @@ void write_frame_and_tell(Frame &frame, const std::string &path, FileFormat form
                           const Arguments &arguments) {
     write_frame(frame, path, format);
     if (!arguments.has("--quiet"))
-        print(written_line(path, frame.width, frame.height, frame.bits, format));
+        print(written_line(path, frame.size(), frame.bits, format));
 }
 
 FileFormat check_transparent_output(const std::string &path) {

@@ -40,7 +40,6 @@ void save_picture_and_tell(Image &image, const std::string &path, FileFormat for
                            const Arguments &arguments);
 
 // "OUT: 640 x 480 pixels, 24 bits, PNG", with its end.
-std::string written_line(const std::string &path, int width, int height, int bits,
-                         FileFormat format);
+std::string written_line(const std::string &path, Size size, int bits, FileFormat format);
 
 } // namespace apps::q32tool

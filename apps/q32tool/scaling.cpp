@@ -26,7 +26,7 @@ int scaled_length(int length, uint64_t numerator, uint64_t denominator) {
 }
 
 // As large as a box allows with the picture's proportions.
-PictureSize fitted(PictureSize picture, PictureSize box) {
+Size fitted(Size picture, Size box) {
     const auto width = static_cast<uint64_t>(picture.width);
     const auto height = static_cast<uint64_t>(picture.height);
     const auto box_width = static_cast<uint64_t>(box.width);
@@ -72,14 +72,13 @@ Scaling::Scaling(const Arguments &arguments) {
     if (kind_ == Kind::percent) {
         percent_ = arguments.number("--percent", 1, most_percent, 0);
     } else {
-        const Area box = size_from(arguments, has_size ? "--size" : "--fit");
-        box_ = {box.width, box.height};
+        box_ = size_from(arguments, has_size ? "--size" : "--fit");
     }
     method_name_ = arguments.choice("--method", {"nearest", "bilinear", "bicubic"}, "bicubic");
     method_ = method_of(method_name_);
 }
 
-PictureSize Scaling::size_for(PictureSize picture) const {
+Size Scaling::size_for(Size picture) const {
     switch (kind_) {
     case Kind::fit:
         return fitted(picture, box_);
@@ -92,9 +91,9 @@ PictureSize Scaling::size_for(PictureSize picture) const {
     return box_;
 }
 
-Image scaled(const Image &image, PictureSize size, int method, uint32_t buffer_type,
+Image scaled(const Image &image, Size size, int method, uint32_t buffer_type,
              const std::string &named) {
-    Image result(image.format(), size.width, size.height, buffer_type, named);
+    Image result(image.format(), size, buffer_type, named);
     constexpr int steps = 1000;
     Progress progress("scaling", steps);
     const RESAMPLEPROGRESS watch = {.poll_esc = 0, // the console's Esc key is looked at anyway

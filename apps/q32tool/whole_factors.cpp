@@ -112,7 +112,7 @@ bool wants_transparency(const Arguments &arguments) {
 // A row whose copies fill more than a band is enlarged again for each of their bands.
 Image enlarged(const Image &image, const Factors &by, uint32_t buffer_type,
                const std::string &named) {
-    Image result(image.format(), image.width() * by.horizontal, image.height() * by.vertical,
+    Image result(image.format(), {image.width() * by.horizontal, image.height() * by.vertical},
                  buffer_type, named);
     const size_t source_row = row_bytes(image.width(), image.format());
     const size_t result_row = row_bytes(result.width(), image.format());
@@ -127,12 +127,12 @@ Image enlarged(const Image &image, const Factors &by, uint32_t buffer_type,
     Progress progress("enlarging", result.height());
     for (int first = 0; first < image.height(); first += band_rows) {
         const int count = std::min(band_rows, image.height() - first);
-        get_pixels(image, {0, first, image.width(), count}, band.data());
+        get_pixels(image, area_of(0, first, image.width(), count), band.data());
         for (int done = 0; done < by.vertical; done += copies) {
             const int now = std::min(copies, by.vertical - done);
             enlarge_band(enlarged_band.data(), band.data(), image.width(), count,
                          {by.horizontal, now}, pixel_bytes(image.format()));
-            put_pixels(result, {0, first * by.vertical + done, result.width(), count * now},
+            put_pixels(result, area_of(0, first * by.vertical + done, result.width(), count * now),
                        enlarged_band.data());
             progress.advance(count * now);
         }
@@ -143,8 +143,9 @@ Image enlarged(const Image &image, const Factors &by, uint32_t buffer_type,
 // Only rows that are taken are of interest: one at a time where a band holds no two of them.
 Image reduced(const Image &image, const Factors &by, uint32_t buffer_type,
               const std::string &named) {
-    Image result(image.format(), parts(image.width(), by.horizontal),
-                 parts(image.height(), by.vertical), buffer_type, named);
+    Image result(image.format(),
+                 {parts(image.width(), by.horizontal), parts(image.height(), by.vertical)},
+                 buffer_type, named);
     const size_t source_row = row_bytes(image.width(), image.format());
     const int taken = std::clamp(rows_in_band(source_row) / by.vertical, 1, result.height());
     const int band_rows = taken == 1 ? 1 : taken * by.vertical;
@@ -156,11 +157,11 @@ Image reduced(const Image &image, const Factors &by, uint32_t buffer_type,
     for (int first = 0; first < result.height(); first += taken) {
         const int top = first * by.vertical;
         const int count = std::min(band_rows, image.height() - top);
-        get_pixels(image, {0, top, image.width(), count}, band.data());
+        get_pixels(image, area_of(0, top, image.width(), count), band.data());
         reduce_band(reduced_band.data(), band.data(), image.width(), count, by,
                     pixel_bytes(image.format()));
         const int rows = parts(count, by.vertical);
-        put_pixels(result, {0, first, result.width(), rows}, reduced_band.data());
+        put_pixels(result, area_of(0, first, result.width(), rows), reduced_band.data());
         progress.advance(rows);
     }
     return result;

@@ -4,6 +4,7 @@
 #include "apps/pictures/failure.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
+#include "apps/q32tool/areas.h"
 #include "apps/q32tool/colours.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage.h"
@@ -58,7 +59,7 @@ struct Request {
     int style;
     bool horizontal;
     bool rainbow;
-    Area size;
+    Size size;
 
     PixelFormat pixels() const { return bar == Bar::grey ? PixelFormat::grey : PixelFormat::rgb; }
 
@@ -97,7 +98,7 @@ void run(const Arguments &arguments) {
     const Request request = request_from(arguments);
     const uint32_t type = apply_storage_options(arguments);
     const FileFormat format = check_output(out);
-    Image image(request.pixels(), request.size.width, request.size.height, type, out);
+    Image image(request.pixels(), request.size, type, out);
     {
         const Timed timed(Part::library);
         if (!request.draw(image.handle()))

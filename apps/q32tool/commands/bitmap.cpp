@@ -67,14 +67,14 @@ void change(const BitmapFile &bitmap, const Edit &edit, const std::string &named
                       "only bitmaps of 24 bits per pixel are changed, and this one has " +
                           std::to_string(info.bits_per_pixel),
                       "q32tool convert makes one");
-    const Canvas canvas = {bitmap.buffer(), info.width, info.height, named};
+    const Canvas canvas = {bitmap.buffer(), {info.width, info.height}, named};
     if (edit.overlay)
         lay_image(canvas, load_picture(*edit.overlay, buffer_type).image, edit.at);
     if (edit.pattern)
         lay_pattern(canvas, load_picture(*edit.pattern, buffer_type).image, edit.area);
     // Never buf32FillOneColor: of a colour it gives a bitmap the first byte only.
     if (edit.colour)
-        lay_colour(canvas, *edit.colour, edit.area.value_or(Area{0, 0, info.width, info.height}));
+        lay_colour(canvas, *edit.colour, edit.area.value_or(canvas.area()));
 }
 
 void run(const Arguments &arguments) {
@@ -85,7 +85,7 @@ void run(const Arguments &arguments) {
     BitmapFile bitmap(in);
     const BUF32INFO info = bitmap.info();
     const std::string facts = fact("file", in) + fact("bitmap", bitmap.layout()) +
-                              fact("size", size_in_words(info.width, info.height)) +
+                              fact("size", size_in_words({info.width, info.height})) +
                               buffer_facts(info);
     change(bitmap, edit, in, type);
     const std::vector<uint8_t> file = bitmap.close();
@@ -94,7 +94,7 @@ void run(const Arguments &arguments) {
         write_file(out, file);
     }
     if (!arguments.has("--quiet"))
-        print(facts + written_line(out, info.width, info.height, info.bits_per_pixel, format));
+        print(facts + written_line(out, {info.width, info.height}, info.bits_per_pixel, format));
 }
 
 } // namespace

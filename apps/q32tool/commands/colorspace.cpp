@@ -108,7 +108,7 @@ void to_records(Image &image, const Job &job, uint32_t buffer_type) {
         change_rows(image, image, job);
         return;
     }
-    Image target(PixelFormat::grey, image.width(), image.height(), buffer_type, image.named());
+    Image target(PixelFormat::grey, image.size(), buffer_type, image.named());
     change_rows(image, target, job);
     image = std::move(target);
 }

@@ -42,11 +42,10 @@ std::optional<Image> mask_from(const Arguments &arguments, PictureWithAlpha &ove
         return std::move(overlay.alpha);
     const std::string &path = arguments.file("--mask");
     Image mask = source == "alpha" ? load_alpha(path, buffer_type) : load_grey(path, buffer_type);
-    if (mask.width() != overlay.image.width() || mask.height() != overlay.image.height())
+    if (mask.size() != overlay.image.size())
         throw Failure(path,
-                      "the mask is " + size_in_words(mask.width(), mask.height()) +
-                          ", the overlay " +
-                          size_in_words(overlay.image.width(), overlay.image.height()),
+                      "the mask is " + size_in_words(mask.size()) + ", the overlay " +
+                          size_in_words(overlay.image.size()),
                       "they must be of one size");
     return mask;
 }
@@ -57,7 +56,7 @@ void run(const Arguments &arguments) {
         .mode = merge_mode_from(arguments),
         .transparency = static_cast<int>(arguments.number("--transparency", 0, 100, 0)),
     };
-    const Point at = arguments.has("--at") ? point_from(arguments) : Point{0, 0};
+    const Point at = arguments.has("--at") ? point_from(arguments) : Point{};
     if (arguments.has("--mask-from") && !arguments.has("--mask"))
         throw UsageError("--mask-from needs --mask PICTURE, too");
     const uint32_t type = apply_storage_options(arguments);

@@ -16,15 +16,16 @@ constexpr int band_bytes = 1 << 20;
 
 Image cut_with_background(const Image &image, const Area &area, const Colour &background,
                           uint32_t buffer_type, const std::string &out) {
-    Image part(PixelFormat::rgb, area.width, area.height, buffer_type, out);
-    const int row_bytes = area.width * 3;
-    const int band_rows = std::clamp(band_bytes / row_bytes, 1, area.height);
+    Image part(PixelFormat::rgb, area.size(), buffer_type, out);
+    const int row_bytes = area.width() * 3;
+    const int band_rows = std::clamp(band_bytes / row_bytes, 1, area.height());
     std::vector<uint8_t> band(static_cast<size_t>(row_bytes) * static_cast<size_t>(band_rows));
-    Progress progress("cropping", area.height);
-    for (int first = 0; first < area.height; first += band_rows) {
-        const int count = std::min(band_rows, area.height - first);
-        get_pixels(image, {area.x, area.y + first, area.width, count}, band.data(), background);
-        put_pixels(part, {0, first, area.width, count}, band.data());
+    Progress progress("cropping", area.height());
+    for (int first = 0; first < area.height(); first += band_rows) {
+        const int count = std::min(band_rows, area.height() - first);
+        get_pixels(image, area_of(area.left, area.top + first, area.width(), count), band.data(),
+                   background);
+        put_pixels(part, area_of(0, first, area.width(), count), band.data());
         progress.advance(count);
     }
     return part;
@@ -39,8 +40,8 @@ void run(const Arguments &arguments) {
     const uint32_t type = apply_storage_options(arguments);
     const FileFormat format = check_output(out);
     Image image = load_picture(arguments.operand(0), type).image;
-    if (background && !is_inside(area, image.width(), image.height())) {
-        part_on(canvas_of(image), area, "the rectangle");
+    if (background && !contains(image.area(), area)) {
+        part_on(canvas_of(image), area.corner(), area.size(), "the rectangle");
         image = cut_with_background(image, area, *background, type, out);
     } else {
         check_inside(canvas_of(image), area, "keep inside or name a --background for the rest");

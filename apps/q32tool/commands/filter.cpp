@@ -3,6 +3,7 @@
 
 #include "apps/pictures/failure.h"
 #include "apps/pictures/library_report.h"
+#include "apps/q32tool/areas.h"
 #include "apps/q32tool/colour_ranges.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
@@ -20,10 +21,10 @@ std::optional<Image> start_from(const Arguments &arguments, const Image &image,
         return std::nullopt;
     const std::string &path = arguments.file("--mask");
     Image mask = load_picture(path, buffer_type).image;
-    if (mask.width() != image.width() || mask.height() != image.height())
+    if (mask.size() != image.size())
         throw Failure(path,
-                      "the mask is " + size_in_words(mask.width(), mask.height()) +
-                          ", the picture " + size_in_words(image.width(), image.height()),
+                      "the mask is " + size_in_words(mask.size()) + ", the picture " +
+                          size_in_words(image.size()),
                       "they must be of one size");
     convert(mask, {.format = PixelFormat::grey, .threshold = 0, .invert = false}, buffer_type);
     return mask;
@@ -60,7 +61,7 @@ void run(const Arguments &arguments) {
     const FileFormat format = check_output(out);
     Image image = load_picture(arguments.operand(0), type).image;
     std::optional<Image> start = start_from(arguments, image, type);
-    Image mask(PixelFormat::grey, image.width(), image.height(), type, out);
+    Image mask(PixelFormat::grey, image.size(), type, out);
     filter_rows(image, start ? &*start : nullptr, mask, ranges, !arguments.has("--outside"));
     save_picture_and_tell(mask, out, format, arguments);
 }

@@ -3,6 +3,7 @@
 
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
+#include "apps/q32tool/areas.h"
 #include "apps/q32tool/buffer_facts.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage.h"
@@ -19,7 +20,7 @@ void run(const Arguments &arguments) {
           fact("format", picture.format + ", " +
                              counted(static_cast<uint64_t>(picture.file_bits), "bit") +
                              " per pixel") +
-          fact("size", size_in_words(image.width(), image.height())) + buffer_facts(image.info()) +
+          fact("size", size_in_words(image.size())) + buffer_facts(image.info()) +
           fact("storage", use.mapped != 0 ? "swap file" : "memory") +
           fact("memory in use", std::to_string(use.memory) + " bytes") +
           fact("mapped", std::to_string(use.mapped) + " bytes") +

@@ -18,7 +18,8 @@
 namespace apps::q32tool {
 namespace {
 
-constexpr int default_width = 640, default_height = 480, default_side = 48;
+constexpr Size default_size = {640, 480};
+constexpr int default_side = 48;
 constexpr int max_side = 4096, max_frames = 9999;
 
 // Each client has a quarter, and one of them two jobs in it.
@@ -37,9 +38,9 @@ Colour colour_of(size_t number, size_t count) {
 
 // A pixel of paper stays between neighbours, where there is room for it.
 Area without_border(const Area &area) {
-    if (area.width < 3 || area.height < 3)
+    if (area.width() < 3 || area.height() < 3)
         return area;
-    return {area.x, area.y, area.width - 1, area.height - 1};
+    return {area.left, area.top, area.right - 1, area.bottom - 1};
 }
 
 void paint(const Canvas &canvas, const DispatchStep &step, const Colour &colour) {
@@ -88,10 +89,10 @@ std::string order_lines(const DispatchShow &show, const std::vector<DispatchStep
     return text;
 }
 
-Area picture_size_from(const Arguments &arguments) {
+Size picture_size_from(const Arguments &arguments) {
     if (!arguments.has("--size"))
-        return {0, 0, default_width, default_height};
-    const Area size = size_from(arguments, "--size");
+        return default_size;
+    const Size size = size_from(arguments, "--size");
     if (size.width < least_width || size.height < least_height)
         throw UsageError("--size takes 2x4 and more, not '" + arguments.value("--size") + "'");
     return size;
@@ -127,16 +128,16 @@ void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
 
 void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(0);
-    const Area size = picture_size_from(arguments);
+    const Size size = picture_size_from(arguments);
     const int side = static_cast<int>(arguments.number("--side", 2, max_side, default_side));
     const std::optional<NumberedName> frames = frames_from(arguments);
     const FileFormat format = check_output(out);
-    DispatchShow show(size.width, size.height, side);
+    DispatchShow show(size, side);
     const std::vector<DispatchStep> steps = visit_all(show);
     if (frames && steps.size() > max_frames)
         throw UsageError("--frames would write " + counted(steps.size(), "file") +
                          "; use a larger --side");
-    Image image(PixelFormat::rgb, size.width, size.height, BUF32_TILED, out);
+    Image image(PixelFormat::rgb, size, BUF32_TILED, out);
     paint_and_save(image, steps, frames, format, arguments);
     if (!arguments.has("--quiet"))
         print(order_lines(show, steps));

@@ -79,7 +79,7 @@ void print_rows(const Image &image, int first_row) {
     std::vector<uint8_t> row(static_cast<size_t>(image.width()) * 3);
     std::string text;
     for (int y = 0; y < image.height(); ++y) {
-        get_pixels(image, {0, y, image.width(), 1}, row.data());
+        get_pixels(image, area_of(0, y, image.width(), 1), row.data());
         text += std::to_string(first_row + y) + ":";
         append_row(text, row.data(), image.width());
         text += '\n';
@@ -94,7 +94,8 @@ void print_rows(const Image &image, int first_row) {
 
 void check_rectangle(const Image &image, const Area &area, bool any_number) {
     check_inside(canvas_of(image), area, "keep inside");
-    const uint64_t pixels = static_cast<uint64_t>(area.width) * static_cast<uint64_t>(area.height);
+    const uint64_t pixels =
+        static_cast<uint64_t>(area.width()) * static_cast<uint64_t>(area.height());
     if (pixels > pixels_without_asking && !any_number)
         throw Failure(image.named(),
                       "these are " + counted(pixels, "pixel") + ", more than " +
@@ -107,11 +108,11 @@ void run(const Arguments &arguments) {
     const Conversion conversion = conversion_from(arguments);
     const uint32_t type = apply_storage_options(arguments);
     Image image = load_picture(arguments.operand(0), type).image;
-    const Area area = wanted.value_or(Area{0, 0, image.width(), image.height()});
+    const Area area = wanted.value_or(image.area());
     check_rectangle(image, area, arguments.has("--all"));
     image = image.cut(area);
     convert(image, conversion, type);
-    print_rows(image, area.y);
+    print_rows(image, area.top);
 }
 
 } // namespace

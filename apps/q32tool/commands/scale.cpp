@@ -32,8 +32,7 @@ void run(const Arguments &arguments) {
     const FileFormat format = check_output(out);
     Image image = load_picture(arguments.operand(0), type).image;
     convert(image, conversion, type);
-    const PictureSize size = scaling.size_for({image.width(), image.height()});
-    image = scaled(image, size, scaling.method(), type, out);
+    image = scaled(image, scaling.size_for(image.size()), scaling.method(), type, out);
     save_picture_and_tell(image, out, format, arguments);
 }
 

@@ -38,7 +38,7 @@ Plates plates_for(const Image &image, const Outputs &outputs, uint32_t buffer_ty
     Plates plates;
     plates.reserve(plate_count);
     for (const std::string &path : outputs.plates)
-        plates.emplace_back(PixelFormat::grey, image.width(), image.height(), buffer_type, path);
+        plates.emplace_back(PixelFormat::grey, image.size(), buffer_type, path);
     return plates;
 }
 

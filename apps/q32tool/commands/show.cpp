@@ -56,7 +56,7 @@ struct Show {
     std::optional<Gamma> gamma;
     bool dither;
     bool sixteen_greys;
-    std::optional<Area> piece; // its size
+    std::optional<Size> piece;
 };
 
 Show show_from(const Arguments &arguments) {
@@ -125,8 +125,8 @@ public:
     Run(const DisplaySurface &surface, const Image &image, const Area &area, bool sixteen_greys)
         : named_(image.named()) {
         if (!disp32ShowInitEx(&run_, surface.dc(), bits_of(image.format()), 0, 0, surface.width(),
-                              area.height, nullptr, sixteen_greys, 0, area.x, area.y))
-            throw Failure(named_, "the library cannot show " + in_words(area),
+                              area.height(), nullptr, sixteen_greys, 0, area.left, area.top))
+            throw Failure(named_, "the library cannot show " + in_words(area.corner(), area.size()),
                           "show the picture in smaller --pieces");
     }
     Run(const Run &) = delete;
@@ -148,34 +148,34 @@ void paint(const DisplaySurface &surface, Image &image, const Area &area, bool s
     const Timed timed(Part::library);
     const size_t bits =
         static_cast<size_t>(image.width()) * static_cast<size_t>(bits_of(image.format()));
-    std::vector<uint8_t> row(bits / 8 + 1 + static_cast<size_t>(surface.width() - area.width) * 3);
+    std::vector<uint8_t> row(bits / 8 + 1 +
+                             static_cast<size_t>(surface.width() - area.width()) * 3);
     Run run(surface, image, area, sixteen_greys);
-    for (int y = 0; y < area.height; ++y) {
-        image.line(area.y + y, BUF32_LINE_READ, row.data());
-        run.show(row.data(), area.x);
+    for (int y = 0; y < area.height(); ++y) {
+        image.line(area.top + y, BUF32_LINE_READ, row.data());
+        run.show(row.data(), area.left);
     }
 }
 
 // What the surface shows, into the part of a picture of 24 bits.
 void read_back(const DisplaySurface &surface, const Image &result, const Area &area) {
     std::vector<uint8_t> row(static_cast<size_t>(surface.width()) * 3);
-    for (int y = 0; y < area.height; ++y) {
+    for (int y = 0; y < area.height(); ++y) {
         surface.read_row(y, row.data());
-        put_pixels(result, {area.x, area.y + y, area.width, 1}, row.data());
+        put_pixels(result, area_of(area.left, area.top + y, area.width(), 1), row.data());
     }
 }
 
 Image seen(Image &image, const Show &show, uint32_t buffer_type, const std::string &named) {
-    Image result(PixelFormat::rgb, image.width(), image.height(), buffer_type, named);
-    const Area piece = show.piece.value_or(Area{0, 0, image.width(), image.height()});
+    Image result(PixelFormat::rgb, image.size(), buffer_type, named);
+    const Size piece = show.piece.value_or(image.size());
     Progress progress("showing", image.height());
     const ImageLock lock(image, BUF32_READ);
     for (int y = 0; y < image.height(); y += piece.height) {
         for (int x = 0; x < image.width(); x += piece.width) {
-            const Area area =
-                part_inside({x, y, piece.width, piece.height}, image.width(), image.height());
+            const Area area = intersect(area_of({x, y}, piece), image.area());
             const DisplaySurface surface(show.display, {image.format(), show.sixteen_greys},
-                                         area.width, area.height);
+                                         area.size());
             paint(surface, image, area, show.sixteen_greys);
             read_back(surface, result, area);
         }

@@ -30,7 +30,7 @@ double seconds_since(Clock::time_point start) {
 // The tables that all frames share, and the frame that receives each result.
 class Stream {
 public:
-    Stream(const Frame &first, PictureSize size, int method)
+    Stream(const Frame &first, Size size, int method)
         : header_(first.header()),
           result_(size.width, size.height, first.bits), record_{&header_, size.width, size.height,
                                                                 method,   nullptr,    nullptr,
@@ -70,10 +70,10 @@ void check_holds_transparency(const std::vector<FrameFile> &files) {
 }
 
 void check_frame(const Frame &frame, const Frame &first, const std::string &path) {
-    if (frame.width != first.width || frame.height != first.height)
+    if (frame.size() != first.size())
         throw Failure(path,
-                      "this frame has " + size_in_words(frame.width, frame.height) +
-                          ", the first one " + size_in_words(first.width, first.height),
+                      "this frame has " + size_in_words(frame.size()) + ", the first one " +
+                          size_in_words(first.size()),
                       "all frames of a stream have one size");
 }
 
@@ -86,9 +86,9 @@ std::string per_second(size_t frames, double seconds) {
 void tell(const Stream &stream, const Frame &first, size_t frames, std::string_view method,
           double seconds) {
     const Frame &result = stream.result();
-    print(counted(frames, "frame") + ", " + size_in_words(first.width, first.height) + " to " +
-          size_in_words(result.width, result.height) + ", " + std::to_string(first.bits) +
-          " bits, " + std::string(method) + "\n" + per_second(frames, stream.seconds()) +
+    print(counted(frames, "frame") + ", " + size_in_words(first.size()) + " to " +
+          size_in_words(result.size()) + ", " + std::to_string(first.bits) + " bits, " +
+          std::string(method) + "\n" + per_second(frames, stream.seconds()) +
           " frames per second scaled, " + per_second(frames, seconds) +
           " with reading and writing\n");
 }
@@ -106,7 +106,7 @@ void run(const Arguments &arguments) {
         const auto start = Clock::now();
         Progress progress("streaming", static_cast<int>(files.size()));
         const Frame first = read_frame(files[0].in, bits);
-        Stream stream(first, scaling.size_for({first.width, first.height}), scaling.method());
+        Stream stream(first, scaling.size_for(first.size()), scaling.method());
         for (const FrameFile &file : files) {
             const Frame frame = done == 0 ? first : read_frame(file.in, bits);
             check_frame(frame, first, file.in);
