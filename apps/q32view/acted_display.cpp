@@ -49,7 +49,7 @@ bool ActedDisplay::is_needed(const ShowSettings &settings) {
     return bits > 4;
 }
 
-ActedDisplay::ActedDisplay(int depth, Extent size)
+ActedDisplay::ActedDisplay(int depth, Size size)
     : size_(size), width_(size.width), bits_(acted_type() == DISP32_MONOCHROME ? 1 : 4),
       planes_(acted_type() == DISP32_SIXTEEN_COLOURS && depth > 8),
       dc_(CreateCompatibleDC(nullptr)) {
@@ -90,7 +90,7 @@ void ActedDisplay::make_bitmap() {
     pixels_ = static_cast<uint8_t *>(pixels);
 }
 
-void ActedDisplay::show(HDC window, Place at) {
+void ActedDisplay::show(HDC window, Point at) {
     GdiFlush();
     if (planes_)
         gather_planes();

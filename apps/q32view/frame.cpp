@@ -3,6 +3,7 @@
 
 #include "apps/pictures/failure.h"
 #include "apps/pictures/text.h"
+#include "geometry/system_rect.h"
 #include "resource.h"
 #include "screenshot.h"
 
@@ -25,10 +26,10 @@ void register_class(WNDPROC procedure) {
     RegisterClassW(&type);
 }
 
-Extent client_extent(HWND window) {
-    RECT area = {};
-    GetClientRect(window, &area);
-    return {area.right, area.bottom};
+Size client_size(HWND window) {
+    RECT rect = {};
+    GetClientRect(window, &rect);
+    return q32::as_area(rect).size();
 }
 
 // Messages that begin something new.
@@ -131,23 +132,24 @@ void Frame::lay_out() {
     if (status_.window() == nullptr || canvas_.window() == nullptr)
         return;
     status_.fit();
-    const Extent room = client_extent(window_);
+    const Size room = client_size(window_);
     MoveWindow(canvas_.window(), 0, 0, room.width, std::max(room.height - status_.height(), 0),
                TRUE);
 }
 
 // The canvas is to have this size inside; the frame grows or shrinks as it must. That may wrap or
 // unwrap the menu, and then it must again.
-void Frame::give_size(Extent canvas) {
+void Frame::give_size(Size canvas) {
     constexpr int most_tries = 4;
     for (int tries = 0; tries < most_tries; ++tries) {
-        const Extent inner = client_extent(canvas_.window());
+        const Size inner = client_size(canvas_.window());
         if (inner == canvas)
             break;
-        RECT outer = {};
-        GetWindowRect(window_, &outer);
-        SetWindowPos(window_, nullptr, 0, 0, outer.right - outer.left + canvas.width - inner.width,
-                     outer.bottom - outer.top + canvas.height - inner.height,
+        RECT rect = {};
+        GetWindowRect(window_, &rect);
+        const Size outer = q32::as_area(rect).size();
+        SetWindowPos(window_, nullptr, 0, 0, outer.width + canvas.width - inner.width,
+                     outer.height + canvas.height - inner.height,
                      SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     }
 }

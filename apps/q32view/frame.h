@@ -39,7 +39,7 @@ private:
     void view_changed() override;
 
     void lay_out();
-    void give_size(Extent canvas);
+    void give_size(Size canvas);
     void take_dropped_file(HDROP drop);
 
     // frame_menu.cpp

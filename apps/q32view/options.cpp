@@ -33,7 +33,7 @@ int number(std::string_view option, std::string_view value, int least, int most,
 }
 
 // Two numbers and what stands between them.
-Place pair(std::string_view option, std::string_view value, char between, int least, int most,
+Point pair(std::string_view option, std::string_view value, char between, int least, int most,
            std::string_view wanted) {
     const size_t middle = std::min(value.find(between), value.size());
     const auto x = number_between(value.substr(0, middle), least, most);
@@ -56,7 +56,7 @@ void read_at(Options &options, std::string_view value) {
 }
 
 void read_size(Options &options, std::string_view value) {
-    const Place size = pair("--size", value, 'x', 1, largest_side, "WxH of 1 to 16000");
+    const Point size = pair("--size", value, 'x', 1, largest_side, "WxH of 1 to 16000");
     options.size = {size.x, size.y};
 }
 
