@@ -1,7 +1,7 @@
 // Files by the names that users give them: whether one can be read, and the words for what fails.
 #pragma once
 
-#include "failure.h"
+#include "exceptions.h"
 
 #include <windows.h>
 

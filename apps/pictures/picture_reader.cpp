@@ -1,7 +1,7 @@
 // Decoders, pixel format conversion and transparency.
 #include "picture_reader.h"
 
-#include "failure.h"
+#include "exceptions.h"
 #include "files.h"
 #include "picture_check.h"
 #include "text.h"

@@ -2,7 +2,7 @@
 // table, while a file may have a gap there.
 #include "bitmap_file.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
 #include "timings.h"

@@ -1,7 +1,7 @@
 // The lines and their words.
 #include "buffer_facts.h"
 
-#include "areas.h"
+#include "area_options.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 // The options, and the loop over the rows.
 #include "conversion.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "progress.h"
 #include "timings.h"
 

@@ -2,7 +2,7 @@
 // next, and the order of it all is what the picture shows.
 #include "dispatch_show.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "geometry/system_rect.h"
 

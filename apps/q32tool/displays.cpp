@@ -1,8 +1,8 @@
 // The table of displays, and their bitmaps.
 #include "displays.h"
 
-#include "apps/pictures/failure.h"
-#include "areas.h"
+#include "apps/pictures/exceptions.h"
+#include "area_options.h"
 
 #include <q32base/display.h>
 

@@ -2,10 +2,10 @@
 // library makes of a row's colours needs red first.
 #include "frames.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/picture_reader.h"
 #include "apps/pictures/text.h"
-#include "areas.h"
+#include "area_options.h"
 #include "interrupt.h"
 #include "picture_transfer.h"
 #include "timings.h"

@@ -3,7 +3,7 @@
 
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
-#include "storage.h"
+#include "storage_options.h"
 #include "timings.h"
 
 #include <q32base/errors.h>

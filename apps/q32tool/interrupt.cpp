@@ -3,7 +3,7 @@
 // cleaned up here.
 #include "interrupt.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "apps/pictures/unfinished_file.h"
 #include "progress.h"

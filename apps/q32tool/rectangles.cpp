@@ -1,7 +1,7 @@
 // Calls of the library's rectangle functions, counted and timed, with words for their failures.
 #include "rectangles.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "timings.h"
 

@@ -2,7 +2,7 @@
 // another, filling with a colour or a pattern.
 #pragma once
 
-#include "areas.h"
+#include "area_options.h"
 #include "colours.h"
 #include "image.h"
 

@@ -1,9 +1,9 @@
 // Sizes in whole numbers, and the library's progress messages on their way to the bar.
 #include "scaling.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
-#include "areas.h"
+#include "area_options.h"
 #include "interrupt.h"
 #include "progress.h"
 #include "timings.h"

@@ -1,7 +1,7 @@
 // Bitmaps with the colours of few-coloured displays, and planes among them.
 #include "acted_display.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 
 #include <q32base/display.h>
 

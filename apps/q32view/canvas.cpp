@@ -1,7 +1,7 @@
 // The canvas as a window: its messages, scroll bars, and changes of the view.
 #include "canvas.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 
 #include <windowsx.h>
 

@@ -1,5 +1,5 @@
 // The window inside the window, in which the picture is shown and moved about. What it shows, and
-// menus and messages to the user, are the frame's part.
+// menus and messages to the user, are the main window's part.
 #pragma once
 
 #include "scaled_picture.h"
@@ -45,7 +45,8 @@ public:
     void zoom_to(int percent);
     void scroll_to(Point scroll);
 
-    // Of the keyboard and the wheel, which the frame hears of. handle_key: false for other keys.
+    // Of the keyboard and the wheel, which the main window hears of. handle_key: false for other
+    // keys.
     bool handle_key(WPARAM key);
     void handle_wheel(int turned, Point on_screen);
 

@@ -1,5 +1,5 @@
 // Painting of the canvas: the parts of the window that are not valid, and nothing beside them.
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "canvas.h"
 #include "geometry/system_rect.h"
 #include "painter.h"

@@ -1,7 +1,7 @@
 // A table of options, and what each makes of its value.
 #include "options.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "view_state.h"
 

@@ -2,7 +2,7 @@
 #include "painter.h"
 
 #include "acted_display.h"
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 
 #include <q32base/buffers.h>

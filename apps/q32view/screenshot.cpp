@@ -2,7 +2,7 @@
 #include "screenshot.h"
 
 #include "apps/pictures/areas.h"
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/picture_writer.h"
 
 #include <cstdint>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "buffer/record.h"
-#include "resample/progress.h"
+#include "resample/resample_progress.h"
 
 #include <q32base/buffers.h>
 

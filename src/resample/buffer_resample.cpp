@@ -2,10 +2,10 @@
 // caller's callback, and hand the work to the path that the pixels and the method call for.
 #include "buffer/buffer_lock.h"
 #include "buffer/provided_buffer.h"
-#include "resample/bit_rows.h"
-#include "resample/cells.h"
+#include "resample/bit_row_resample.h"
+#include "resample/cell_resample.h"
 #include "resample/failures.h"
-#include "resample/rows.h"
+#include "resample/row_resample.h"
 
 #include <q32base/buffers.h>
 #include <q32base/resample.h>

@@ -1,5 +1,5 @@
 // The command line, word by word.
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/q32view/options.h"
 
 #include <gtest/gtest.h>

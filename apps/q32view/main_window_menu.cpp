@@ -1,7 +1,7 @@
 // The menu's commands, and the marks beside them.
 #include "apps/pictures/text.h"
 #include "dialogs.h"
-#include "frame.h"
+#include "main_window.h"
 #include "resource.h"
 
 #include <q32base/display.h>
@@ -50,7 +50,7 @@ int gamma_item(const ShowSettings &settings) {
 
 } // namespace
 
-void Frame::handle_command(int id) {
+void MainWindow::handle_command(int id) {
     switch (id) {
     case ID_OPEN:
         ask_and_open();
@@ -86,7 +86,7 @@ void Frame::handle_command(int id) {
 }
 
 // All that changes how things are drawn and not where.
-void Frame::handle_choice(int id) {
+void MainWindow::handle_choice(int id) {
     ShowSettings &settings = show_.settings;
     if (id == ID_TEST_CARD)
         show_.test_card = !show_.test_card;
@@ -112,7 +112,7 @@ void Frame::handle_choice(int id) {
     view_changed();
 }
 
-void Frame::show_choices() {
+void MainWindow::show_choices() {
     const HMENU menu = GetMenu(window_);
     const ShowSettings &settings = show_.settings;
     const bool has_picture = show_.picture.has_value() && !show_.test_card;
@@ -131,13 +131,13 @@ void Frame::show_choices() {
     mark(menu, ID_PALETTE_OPTION, settings.palette_option);
 }
 
-void Frame::ask_and_open() {
+void MainWindow::ask_and_open() {
     const std::string path = ask_for_picture(window_);
     if (!path.empty())
         open(path);
 }
 
-void Frame::ask_and_save() {
+void MainWindow::ask_and_save() {
     const std::string path =
         options_.save_to.empty() ? ask_for_new_file(window_) : options_.save_to;
     if (path.empty())

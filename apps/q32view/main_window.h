@@ -14,9 +14,9 @@
 
 namespace apps::q32view {
 
-class Frame final : private CanvasOwner {
+class MainWindow final : private CanvasOwner {
 public:
-    explicit Frame(const Options &options);
+    explicit MainWindow(const Options &options);
 
     // Makes the window, not visible yet. Throws Failure.
     void create();
@@ -42,7 +42,7 @@ private:
     void give_size(Size canvas);
     void take_dropped_file(HDROP drop);
 
-    // frame_menu.cpp
+    // main_window_menu.cpp
     void handle_command(int id);
     void handle_choice(int id);
     void show_choices();

@@ -1,12 +1,12 @@
 // q32tool colorspace: a picture in another colour space, as a picture that can be looked at.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
-#include "apps/q32tool/storage.h"
+#include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/merge.h>

@@ -1,7 +1,7 @@
 // Parsing of points and sizes.
-#include "areas.h"
+#include "area_options.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 
 namespace apps::q32tool {

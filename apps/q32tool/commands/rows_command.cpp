@@ -1,14 +1,14 @@
 // q32tool rows: pixels as numbers, for people and scripts.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/interrupt.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/rectangles.h"
-#include "apps/q32tool/storage.h"
+#include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/rows.h>

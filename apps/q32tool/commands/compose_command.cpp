@@ -1,12 +1,12 @@
 // q32tool compose: one picture merged onto another.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/merge_modes.h"
 #include "apps/q32tool/merging.h"
 #include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage.h"
+#include "apps/q32tool/storage_options.h"
 
 namespace apps::q32tool {
 namespace {

@@ -1,14 +1,14 @@
 // q32tool filter: where a picture has certain colours, as a mask.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
-#include "apps/q32tool/areas.h"
+#include "apps/q32tool/area_options.h"
 #include "apps/q32tool/colour_ranges.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
-#include "apps/q32tool/storage.h"
+#include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
 
 namespace apps::q32tool {

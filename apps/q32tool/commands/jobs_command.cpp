@@ -1,7 +1,7 @@
 // q32tool jobs: the dispatch queue at work, as a picture of the order in which it visits tiles.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
 #include "apps/q32tool/dispatch_show.h"

@@ -1,11 +1,11 @@
 // q32tool scale: a picture in another size.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/scaling.h"
-#include "apps/q32tool/storage.h"
+#include "apps/q32tool/storage_options.h"
 
 #include <q32base/resample.h>
 

@@ -1,11 +1,11 @@
 // q32tool stream: many pictures of one size scaled with one set of tables.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
-#include "apps/q32tool/areas.h"
+#include "apps/q32tool/area_options.h"
 #include "apps/q32tool/frame_files.h"
 #include "apps/q32tool/frames.h"
 #include "apps/q32tool/interrupt.h"

@@ -1,8 +1,8 @@
 // The options, and the walk over a picture in bands: rectangles of a buffer through memory, where
 // the library scales them, into another.
-#include "whole_factors.h"
+#include "factor_scaling.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "conversion.h"
 #include "progress.h"

@@ -1,7 +1,7 @@
 // q32tool help: what the program or one command takes.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 
 namespace apps::q32tool {

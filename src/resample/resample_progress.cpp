@@ -1,5 +1,5 @@
 // Values of the progress messages, and when rows send them.
-#include "resample/progress.h"
+#include "resample/resample_progress.h"
 
 #include <q32comm.h>
 

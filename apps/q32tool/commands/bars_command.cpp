@@ -1,13 +1,13 @@
 // q32tool bars: the ramps of a colour picker as pictures.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
-#include "apps/q32tool/areas.h"
+#include "apps/q32tool/area_options.h"
 #include "apps/q32tool/colours.h"
 #include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage.h"
+#include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/bars.h>

@@ -3,7 +3,7 @@
 
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage.h"
+#include "apps/q32tool/storage_options.h"
 
 namespace apps::q32tool {
 namespace {

@@ -1,6 +1,6 @@
 // The row path: each destination row is made of source rows that buf32Line reads, and written by
 // buf32Line. 5-5-5 pixels are interpolated as 24-bit ones.
-#include "resample/rows.h"
+#include "resample/row_resample.h"
 
 #include "buffer/buffer_lock.h"
 #include "library/process/owners.h"

@@ -1,7 +1,7 @@
 // Memory limits and swap directories, by buf32VMData.
-#include "storage.h"
+#include "storage_options.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/files.h"
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"

@@ -2,13 +2,13 @@
 // place and everything else of the file stays as it is.
 #include "commands.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "apps/q32tool/bitmap_file.h"
 #include "apps/q32tool/buffer_facts.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/rectangles.h"
-#include "apps/q32tool/storage.h"
+#include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
 #include "apps/q32tool/whole_files.h"
 

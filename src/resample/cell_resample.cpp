@@ -1,7 +1,7 @@
 // The cell path: walks the destination's cells and makes each where it lies, or in a block that is
 // written to it. A cell of more than 128 x 128 pixels is taken in pieces: a linear buffer is a
 // single cell.
-#include "resample/cells.h"
+#include "resample/cell_resample.h"
 
 #include "buffer/buffer_lock.h"
 #include "buffer/cells.h"

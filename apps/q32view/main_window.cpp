@@ -1,7 +1,7 @@
-// The window's life and messages. Commands of the menu: frame_menu.cpp.
-#include "frame.h"
+// The window's life and messages. Commands of the menu: main_window_menu.cpp.
+#include "main_window.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "geometry/system_rect.h"
 #include "resource.h"
@@ -40,12 +40,12 @@ bool is_request(UINT message) {
 
 } // namespace
 
-Frame::Frame(const Options &options) : options_(options), canvas_(show_, status_, *this) {
+MainWindow::MainWindow(const Options &options) : options_(options), canvas_(show_, status_, *this) {
     show_.settings = options.settings;
     show_.test_card = options.test_card;
 }
 
-void Frame::create() {
+void MainWindow::create() {
     register_class(procedure);
     window_ =
         CreateWindowExW(WS_EX_ACCEPTFILES, class_name, title, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
@@ -62,21 +62,21 @@ void Frame::create() {
     view_changed();
 }
 
-LRESULT CALLBACK Frame::procedure(HWND window, UINT message, WPARAM wide, LPARAM param) {
+LRESULT CALLBACK MainWindow::procedure(HWND window, UINT message, WPARAM wide, LPARAM param) {
     if (message == WM_NCCREATE) {
         const auto *creation = reinterpret_cast<const CREATESTRUCTW *>(param);
         SetWindowLongPtrW(window, GWLP_USERDATA,
                           reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
-        static_cast<Frame *>(creation->lpCreateParams)->window_ = window;
+        static_cast<MainWindow *>(creation->lpCreateParams)->window_ = window;
     }
-    auto *frame = reinterpret_cast<Frame *>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    return frame != nullptr ? frame->handle_guarded(message, wide, param)
-                            : DefWindowProcW(window, message, wide, param);
+    auto *main_window = reinterpret_cast<MainWindow *>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    return main_window != nullptr ? main_window->handle_guarded(message, wide, param)
+                                  : DefWindowProcW(window, message, wide, param);
 }
 
 // The system calls; nothing may be thrown at it. What is asked for while something else is being
 // done comes again when that has ended.
-LRESULT Frame::handle_guarded(UINT message, WPARAM wide, LPARAM param) {
+LRESULT MainWindow::handle_guarded(UINT message, WPARAM wide, LPARAM param) {
     if (Busy::is_anything() && is_request(message)) {
         PostMessageW(window_, message, wide, param);
         return 0;
@@ -89,7 +89,7 @@ LRESULT Frame::handle_guarded(UINT message, WPARAM wide, LPARAM param) {
     }
 }
 
-LRESULT Frame::handle(UINT message, WPARAM wide, LPARAM param) {
+LRESULT MainWindow::handle(UINT message, WPARAM wide, LPARAM param) {
     switch (message) {
     case WM_SIZE:
         lay_out();
@@ -128,7 +128,7 @@ LRESULT Frame::handle(UINT message, WPARAM wide, LPARAM param) {
     }
 }
 
-void Frame::lay_out() {
+void MainWindow::lay_out() {
     if (status_.window() == nullptr || canvas_.window() == nullptr)
         return;
     status_.fit();
@@ -137,9 +137,9 @@ void Frame::lay_out() {
                TRUE);
 }
 
-// The canvas is to have this size inside; the frame grows or shrinks as it must. That may wrap or
-// unwrap the menu, and then it must again.
-void Frame::give_size(Size canvas) {
+// The canvas is to have this size inside; the main window grows or shrinks as it must. That may
+// wrap or unwrap the menu, and then it must again.
+void MainWindow::give_size(Size canvas) {
     constexpr int most_tries = 4;
     for (int tries = 0; tries < most_tries; ++tries) {
         const Size inner = client_size(canvas_.window());
@@ -154,7 +154,7 @@ void Frame::give_size(Size canvas) {
     }
 }
 
-void Frame::open(const std::string &path) {
+void MainWindow::open(const std::string &path) {
     Picture picture = load_picture(path, status_);
     canvas_.forget_picture();
     show_.picture = std::move(picture);
@@ -164,25 +164,25 @@ void Frame::open(const std::string &path) {
     status_.say({});
 }
 
-void Frame::show_test_card() {
+void MainWindow::show_test_card() {
     show_.test_card = true;
     canvas_.repaint();
     view_changed();
 }
 
-void Frame::apply_view_options() {
+void MainWindow::apply_view_options() {
     if (options_.percent)
         canvas_.zoom_to(*options_.percent);
     canvas_.scroll_to(options_.scroll);
 }
 
-void Frame::save_view(const std::string &path) {
+void MainWindow::save_view(const std::string &path) {
     UpdateWindow(canvas_.window());
     save_screenshot(options_.whole_window ? window_ : canvas_.window(), options_.whole_window,
                     path);
 }
 
-void Frame::take_dropped_file(HDROP drop) {
+void MainWindow::take_dropped_file(HDROP drop) {
     std::wstring path(DragQueryFileW(drop, 0, nullptr, 0) + 1, L'\0');
     path.resize(DragQueryFileW(drop, 0, path.data(), static_cast<UINT>(path.size())));
     DragFinish(drop);
@@ -190,11 +190,11 @@ void Frame::take_dropped_file(HDROP drop) {
         open(to_utf8(path));
 }
 
-void Frame::say_failure(const std::exception &failure) {
+void MainWindow::say_failure(const std::exception &failure) {
     status_.say(failure.what());
 }
 
-void Frame::view_changed() {
+void MainWindow::view_changed() {
     std::string text;
     if (show_.test_card)
         text = "test card";

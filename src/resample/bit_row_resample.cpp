@@ -1,6 +1,6 @@
 // The row path of pixels under 8 bits: a source row is spread to one byte per pixel, resampled like
 // any other, and packed to bits by buf32Line.
-#include "resample/bit_rows.h"
+#include "resample/bit_row_resample.h"
 
 #include "buffer/buffer_lock.h"
 #include "library/process/owners.h"
