@@ -22,13 +22,12 @@ constexpr std::array<Display, 6> displays = {{
     {"high-colour", "high-color", DISP32_HIGH_COLOUR, 16, 0},
 }};
 
-// For displays of 16 colours the library writes the four planes of each row, one behind the other,
-// into a bitmap that is compatible with the context, by SetBitmapBits: displays with planes take
-// them so. Contexts that programs can make have no planes. But a bitmap that is compatible with a
-// bitmap section of 4 bits is one, too, with the same colours (Windows says so, and Wine does it):
-// it takes these bytes as they are, and BitBlt copies them as they are. What lies in a row of the
-// section are then plane rows, provided that neither is padded: both have width / 2 bytes when the
-// width is a multiple of 16.
+// For displays of 16 colours the library gives SetBitmapBits rows of four planes, one behind the
+// other, for a bitmap that is compatible with the context. No context that a program can make has
+// planes. But one that holds a bitmap section of 4 bits makes compatible bitmaps of 4 bits with the
+// same colours: these take the bytes as they are, and BitBlt copies them as they are into the
+// section, whose rows then hold the planes. That needs rows without padding in both: they have
+// width / 2 bytes when the width is a multiple of 16.
 constexpr int plane_columns = 16;
 
 bool is_in_planes(const Display &display, PixelFormat pixels) {

@@ -54,7 +54,7 @@ int rows_in_band(size_t bytes_of_row) {
     return static_cast<int>(std::max<size_t>(1, band_bytes / bytes_of_row));
 }
 
-// Rows of a band, and of each the copies.
+// Makes of each row of a band the wanted number of enlarged rows.
 void enlarge_band(uint8_t *destination, const uint8_t *source, int width, int rows,
                   const Factors &by, int bytes_per_pixel) {
     const Timed timed(Part::library);
@@ -140,7 +140,8 @@ Image enlarged(const Image &image, const Factors &by, uint32_t buffer_type,
     return result;
 }
 
-// Only rows that are taken are of interest: one at a time where a band holds no two of them.
+// Of each block of rows the library takes one. Where a band holds one block only, just the row that
+// is taken is read.
 Image reduced(const Image &image, const Factors &by, uint32_t buffer_type,
               const std::string &named) {
     Image result(image.format(),
@@ -167,7 +168,7 @@ Image reduced(const Image &image, const Factors &by, uint32_t buffer_type,
     return result;
 }
 
-// A size that no integer holds is none that memory holds.
+// A side that int cannot hold is cut to it: for so large a frame there is no memory either.
 Frame enlarged(const Frame &frame, const Factors &by) {
     const auto length = [](int64_t pixels) {
         return static_cast<int>(std::min<int64_t>(pixels, INT32_MAX));

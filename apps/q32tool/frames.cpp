@@ -1,5 +1,5 @@
-// Frames from and to picture files. Files have blue first, and so have frames; only what the
-// library makes of a row's colours needs red first.
+// Frames from and to picture files. Both have blue first; only the library's conversions of rows
+// want red first.
 #include "frames.h"
 
 #include "apps/pictures/exceptions.h"
@@ -24,8 +24,8 @@ namespace {
 constexpr int band_rows = 64;
 constexpr uint64_t band_bytes = 16 << 20; // or one row
 
-// A row in whole words, in bytes. Counted in 64 bits: sizes come out of files and from --size, and
-// no library limits them on the way.
+// Bytes of a row, padded to 4. Counted in 64 bits: widths come from files and from --size, and
+// nobody has limited them yet.
 uint64_t stride_of(int width, int bits) {
     return (static_cast<uint64_t>(width) * static_cast<uint64_t>(bits / 8) + 3) / 4 * 4;
 }
@@ -42,7 +42,7 @@ std::vector<uint8_t> memory_for(Size size, uint64_t bytes) {
                   "choose a smaller size");
 }
 
-// A row of 24 bits, blue first, which is lost, as a row of the frame.
+// Converts a row of 24 bits, blue first, into a row of the frame. Overwrites the 24 bits.
 void put_row(uint8_t *bgr, Frame &frame, int y) {
     if (frame.bits == 24) {
         std::memcpy(frame.row(y), bgr, static_cast<size_t>(frame.width) * 3);

@@ -89,8 +89,9 @@ void Image::make(const Function &function) {
             throw allocation_failure(named_, size_, bytes);
     }
     ++timings().buffers;
-    // Where files may have holes, a swap file is made on a full disk too, and the process dies when
-    // the pages do not find room. (The library measures the volume of the drive's root.)
+    // Where files may have holes, a swap file can be made on a full disk, and the process would die
+    // at the first page without room. The library does not see this coming: it measures the volume
+    // of the drive's root.
     if (memory_use().mapped != mapped_before && free_before < bytes) {
         buf32Free(std::exchange(handle_, 0));
         throw Failure(named_,

@@ -19,8 +19,8 @@ struct LoadedPicture {
 // Reads a picture file into a buffer of the given type. Throws Failure, Cancelled.
 LoadedPicture load_picture(const std::string &path, uint32_t buffer_type);
 
-// The same with transparency as a picture of its own, of 8 bits: 255 is opaque. Colours are then
-// those of the file, as if all of it were opaque. Without transparency in the file there is none.
+// The same, but transparency becomes a second picture, of 8 bits: 255 is opaque. The colours are
+// then the file's own, not laid over white. A file without transparency gives no second picture.
 struct PictureWithAlpha {
     Image image;
     std::optional<Image> alpha;

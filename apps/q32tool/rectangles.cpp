@@ -45,7 +45,7 @@ void merge(const Image &source, const Area &area, const Canvas &canvas, const Po
     });
 }
 
-// From an image of the canvas' size the same area.
+// Lays an area of an image over the same area of a canvas, which is as large as the image.
 void merge_area(const Image &source, const Area &area, const Canvas &canvas) {
     const Area part = part_on(canvas, area.corner(), area.size(), the_rectangle);
     merge(source, part, canvas, part.corner());

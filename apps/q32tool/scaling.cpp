@@ -42,7 +42,7 @@ int method_of(std::string_view name) {
     return name == "bilinear" ? RESAMPLE_BILINEAR : RESAMPLE_BICUBIC;
 }
 
-// The library calls back out of its own frames, which exceptions must not cross.
+// Called by the library, through which exceptions must not pass.
 int __stdcall show_progress(int message, int value, int, uintptr_t progress) {
     if (message != RESAMPLE_PROGRESS)
         return !is_cancelled();

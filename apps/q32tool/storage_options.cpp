@@ -38,8 +38,8 @@ std::string full_path(const std::string &path) {
     return to_utf8(full);
 }
 
-// The library takes names in the system's code page. A directory whose name it lacks still has a
-// short one.
+// The library takes names in the system's code page. A directory whose name cannot be written in it
+// still has a short name.
 std::string system_name(const std::string &full_path) {
     std::string name;
     if (to_system_code_page(full_path, name))

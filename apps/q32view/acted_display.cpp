@@ -13,9 +13,9 @@ namespace apps::q32view {
 namespace {
 
 // For displays of 16 colours the library writes four planes a row, one behind the other, into a
-// bitmap that is compatible with the context. One that is compatible with a bitmap section of 4
-// bits takes those bytes as they are, and BitBlt copies them. Neither's rows are padded when the
-// width is a multiple of 16.
+// bitmap that is compatible with the context. With a section of 4 bits in the context that bitmap
+// takes those bytes as they are, and BitBlt copies them as they are. The rows of neither are padded
+// when the width is a multiple of 16.
 constexpr int plane_columns = 16;
 constexpr int planes_of_a_pixel = 4;
 

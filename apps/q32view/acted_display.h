@@ -38,7 +38,7 @@ private:
     Size size_;
     int width_;
     int bits_;    // of its bitmap's pixels
-    bool planes_; // that were shown lie in rows of four planes, one behind the other
+    bool planes_; // rows hold four planes, one behind the other
     size_t row_bytes_;
     HDC dc_;
     HBITMAP bitmap_ = nullptr;

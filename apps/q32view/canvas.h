@@ -35,7 +35,7 @@ public:
     HWND window() const { return window_; }
     const ViewState &view() const { return view_; }
 
-    // After the show has another picture, or none. Before the old one is gone: forget_picture.
+    // Before the show's picture is replaced, and after that.
     void forget_picture();
     void take_picture();
     // After its settings have changed.

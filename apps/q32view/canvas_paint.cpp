@@ -1,4 +1,4 @@
-// Painting of the canvas: the parts of the window that are not valid, and nothing beside them.
+// Painting of the canvas: the invalid parts of the window, and no others.
 #include "apps/pictures/exceptions.h"
 #include "canvas.h"
 #include "geometry/system_rect.h"
@@ -10,8 +10,8 @@
 namespace apps::q32view {
 namespace {
 
-// The rectangles that make up what is to be drawn anew. A window that was scrolled both ways lacks
-// two strips, whose common rectangle would be all of it.
+// What is to be drawn anew. After scrolling both ways these are two strips; a single rectangle
+// around them would be the whole window.
 std::vector<Area> areas_of_update_region(HWND window) {
     HRGN region = CreateRectRgn(0, 0, 0, 0);
     GetUpdateRgn(window, region, FALSE);
@@ -41,7 +41,7 @@ private:
     PAINTSTRUCT state_;
 };
 
-// Grey of all displays; all but the given area.
+// Fills an area, but for the spared one, with a grey that all displays have.
 void fill_around(HDC dc, const Area &area, const Area &spared) {
     const int state = SaveDC(dc);
     if (!spared.is_empty())
@@ -53,7 +53,7 @@ void fill_around(HDC dc, const Area &area, const Area &spared) {
 
 } // namespace
 
-// While something else is being done the window stays invalid, and is painted when that has ended.
+// While something else is being done the window stays invalid; it is painted afterwards.
 void Canvas::handle_paint() {
     if (Busy::is_anything())
         return;
@@ -69,8 +69,8 @@ void Canvas::handle_paint() {
     }
 }
 
-// A picture that cannot be scaled, or need not be as the user is tired of waiting, is shown in its
-// own size, which takes nothing.
+// A picture that cannot be scaled, or whose scaling the user has stopped, is shown in its own size,
+// for which nothing has to be made.
 void Canvas::prepare() {
     if (!has_picture() || show_.test_card)
         return;

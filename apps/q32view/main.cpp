@@ -32,7 +32,8 @@ void tell(const std::string &text, bool is_failure) {
         print(text);
 }
 
-// A picture that cannot be opened leaves the window to say so, unless nobody will see it.
+// When a picture cannot be opened the window says so. For a screenshot only, nobody would see that:
+// the program fails.
 void open_first_picture(MainWindow &main_window, const Options &options) {
     try {
         if (!options.picture.empty())

@@ -74,8 +74,8 @@ LRESULT CALLBACK MainWindow::procedure(HWND window, UINT message, WPARAM wide, L
                                   : DefWindowProcW(window, message, wide, param);
 }
 
-// The system calls; nothing may be thrown at it. What is asked for while something else is being
-// done comes again when that has ended.
+// Called by the system, through which exceptions must not pass. What is asked for while something
+// else is being done is put off until that has ended.
 LRESULT MainWindow::handle_guarded(UINT message, WPARAM wide, LPARAM param) {
     if (Busy::is_anything() && is_request(message)) {
         PostMessageW(window_, message, wide, param);

@@ -22,12 +22,12 @@ public:
     void create();
     HWND window() const { return window_; }
 
-    // Shows a picture file. Throws Failure, Cancelled: the picture before stays.
+    // Shows a picture file. Throws Failure, Cancelled; the previous picture stays then.
     void open(const std::string &path);
     void show_test_card();
     // Saves what is shown. Throws Failure.
     void save_view(const std::string &path);
-    // What the command line said of the picture's zoom and place.
+    // Zoom and scrolling that the command line asked for.
     void apply_view_options();
 
     void say_failure(const std::exception &failure) override;

@@ -152,9 +152,10 @@ const Option &option_named(std::string_view name) {
     throw UsageError(std::string(name) + ": there is no such option; see q32view --help");
 }
 
-// The option at a place among the words, and its value: behind "=", or the next word.
-void read_option(Options &options, const std::vector<std::string> &words, size_t &place) {
-    const std::string_view word = words[place];
+// Reads an option and its value, which stands behind "=" or is the next word; index: of the option
+// among the words, then of the last word read.
+void read_option(Options &options, const std::vector<std::string> &words, size_t &index) {
+    const std::string_view word = words[index];
     const size_t equals = std::min(word.find('='), word.size());
     const Option &option = option_named(word.substr(0, equals));
     std::string_view value;
@@ -163,10 +164,10 @@ void read_option(Options &options, const std::vector<std::string> &words, size_t
             throw UsageError(std::string(option.name) + " takes no value");
         value = word.substr(equals + 1);
     } else if (!option.value.empty()) {
-        if (++place == words.size())
+        if (++index == words.size())
             throw UsageError(std::string(option.name) + ": " + std::string(option.value) +
                              " is missing");
-        value = words[place];
+        value = words[index];
     }
     option.read(options, value);
 }

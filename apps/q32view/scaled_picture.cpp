@@ -17,7 +17,7 @@ constexpr int nearest_above = 4; // times: where single pixels are to be seen as
 // Around a tile, in pixels of the picture: what bicubic interpolation looks at across its edges.
 constexpr int margin = 3;
 
-// The library calls back out of its own frames, which exceptions must not cross.
+// Called by the library, through which exceptions must not pass.
 int __stdcall go_on(int, int value, int, uintptr_t work) {
     return reinterpret_cast<LongWork *>(work)->reach(value, 1000);
 }

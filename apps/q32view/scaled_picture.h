@@ -14,8 +14,8 @@ namespace apps::q32view {
 
 class ScaledPicture {
 public:
-    // Makes what can be made in advance. Throws Failure, Cancelled: what was there before is still
-    // there then.
+    // Makes what can be made in advance. Throws Failure, Cancelled; what was made before stays
+    // then.
     void prepare(const Picture &picture, Size shown, StatusBar &status);
     bool is_prepared_for(const Picture &picture, Size shown) const;
     void forget();

@@ -30,8 +30,8 @@ public:
         column_ = 0;
     }
 
-    // A display with a palette holds one at a time: a palette of greys would take the others'
-    // colours away, and greys are colours there.
+    // A display with a palette holds one at a time. A palette of greys would take the colours of
+    // the other bars away, so grey bars are drawn there as bars of colours.
     void grey(int wide, int from, int to, bool across) {
         if (has_palette_)
             colour(wide, RGB(from, from, from), RGB(to, to, to), across);

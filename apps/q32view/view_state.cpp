@@ -89,7 +89,7 @@ void ViewState::zoom_to(int percent, Point anchor) {
         keep_in_view(anchor, shown_before, origin_before);
 }
 
-// A fitted picture's zoom lies between two steps, or is taken for the nearer whole percentage.
+// To the next step. A fitted picture's zoom may lie between two steps; it counts as rounded.
 void ViewState::zoom_in(Point anchor) {
     const int *next = std::upper_bound(std::begin(steps), std::end(steps), percent());
     zoom_to(next == std::end(steps) ? most_percent : *next, anchor);

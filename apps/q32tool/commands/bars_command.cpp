@@ -42,7 +42,7 @@ void check_options(const Arguments &arguments, Bar bar) {
         throw UsageError("--rainbow goes without --from and --to");
 }
 
-// A grey is a number, too.
+// A colour; of the grey bar, a number.
 Colour end_of(const Arguments &arguments, Bar bar, std::string_view option, uint8_t fallback) {
     if (!arguments.has(option))
         return {fallback, fallback, fallback};

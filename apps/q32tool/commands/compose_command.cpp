@@ -25,7 +25,8 @@ Image load_grey(const std::string &path, uint32_t buffer_type) {
     return image;
 }
 
-// Transparency that is not the mask has no say: it is laid over white as in all other pictures.
+// The overlay's transparency is the mask unless another mask is named. Then the overlay is laid
+// over white, as all other pictures with transparency are.
 PictureWithAlpha load_overlay(const Arguments &arguments, uint32_t buffer_type) {
     const std::string &path = arguments.file("--overlay");
     if (arguments.has("--mask"))

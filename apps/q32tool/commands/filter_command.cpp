@@ -14,7 +14,7 @@
 namespace apps::q32tool {
 namespace {
 
-// An 8-bit picture of the same size that every row of the mask begins with.
+// The mask to begin with, which the filter adds to: an 8-bit picture of the same size.
 std::optional<Image> start_from(const Arguments &arguments, const Image &image,
                                 uint32_t buffer_type) {
     if (!arguments.has("--mask"))

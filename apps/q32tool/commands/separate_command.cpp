@@ -42,7 +42,7 @@ Plates plates_for(const Image &image, const Outputs &outputs, uint32_t buffer_ty
     return plates;
 }
 
-// As prints show it, ink is dark; as films, light.
+// Plates of films are light where there is ink; as printed on paper, ink is dark.
 void to_paper(std::vector<uint8_t> &plate) {
     std::transform(plate.begin(), plate.end(), plate.begin(),
                    [](uint8_t ink) { return static_cast<uint8_t>(255 - ink); });

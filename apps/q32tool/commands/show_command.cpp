@@ -74,7 +74,7 @@ Show show_from(const Arguments &arguments) {
                                                : std::nullopt};
 }
 
-// The gamma first: palettes of few colours follow it at the next change of the type.
+// The gamma comes first: the change of the type makes palettes, which follow it.
 void prepare_library(const Show &show) {
     if (show.gamma)
         disp32NewScreenGamma((*show.gamma)[0], (*show.gamma)[1], (*show.gamma)[2]);

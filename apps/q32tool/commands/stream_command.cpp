@@ -63,7 +63,7 @@ private:
     double seconds_ = 0;
 };
 
-// Told before the first frame is read; their encoders would only tell when one is written.
+// Checked before the first frame is read: the encoders would refuse only when one is written.
 void check_holds_transparency(const std::vector<FrameFile> &files) {
     for (const FrameFile &file : files)
         check_transparent_output(file.out);
