@@ -222,7 +222,8 @@ Q32_API int Q32_CALL buf32CountBuf(HBUF32 *handles);
  * its storage (of the source's storage while a duplicate shares it) in *base. base may be null. The
  * address stays valid as long as that of a cell (buf32CellLock).
  * The first write lock gives a duplicate pixels of its own, and turns a one-colour or pattern
- * buffer into an ordinary tiled one (type 0).
+ * buffer into an ordinary tiled one (type 0). A buffer that has lost its pixels (see
+ * buf32FillOneColor) is locked like any other, and *base is null.
  *
  * A handle of 0: 0 without a report. On failure *base is 0.
  *   1001, 0, 2, 5    one colour, reading: no memory for its block (pattern: 1001, 1, 4, 21)
@@ -364,7 +365,8 @@ Q32_API int Q32_CALL buf32MergeMem(HBUF32 buffer, int x, int y, const void *memo
  * rectangle outside the source, or outside the destination, copies nothing and succeeds: the
  * pixels of a new buffer are then not initialised.
  *
- *   3200, 1, 4, 18    the two differ in bits per pixel
+ *   3200, 1, 4, 18    the two differ in bits per pixel. All of a one-colour buffer into another of
+ *                     its size: after 3200, 0, 2, 8
  *   1001, 1, 4, 19    no memory for one row
  *   1001, 0, 1, 9     from a bitmap: the new buffer cannot be made (after its own report)
  *   as buf32Alloc     other sources: the new buffer cannot be made
@@ -543,6 +545,10 @@ Q32_API int Q32_CALL buf32DIBBufFree(HBUF32 buffer, HGLOBAL *bitmap);
 /*
  * Reads (set = 0) or changes (set not 0) the settings that decide between memory and swap files.
  * Each pointer may be null: that setting is left alone. Always returns 1.
+ *
+ * At the start they are what the settings file in the Windows directory says. A directory that it
+ * does not name, or that cannot be used, is written back there as empty and switched off; limits
+ * from 4 GB up are no limit. The first directory is the system's temporary one.
  *
  *   memory_limit   bytes that buffers over 128 x 128 may take in virtual memory; 0xFFFFFFFF: the
  *                  physical memory size; 0: never in memory. Looked at while *memory_switch is not
