@@ -1,6 +1,5 @@
 // Entries of bitmap buffers: fills that keep the bitmap, duplicates and copies.
 #include "buffer/allocation.h"
-#include "buffer/area.h"
 #include "buffer/buffer_copy.h"
 #include "buffer/colour_fill.h"
 #include "buffer/duplicates.h"

@@ -1,7 +1,6 @@
 // The strip copy under the entries that copy rectangles from buffer to buffer.
 #pragma once
 
-#include "buffer/area.h"
 #include "buffer/record.h"
 
 namespace q32::buffer {

@@ -2,7 +2,6 @@
 // (x mod pattern width, y mod pattern height).
 #pragma once
 
-#include "buffer/area.h"
 #include "buffer/pixels.h"
 #include "buffer/record.h"
 #include "library/process/owners.h"

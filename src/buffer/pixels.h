@@ -2,7 +2,6 @@
 // Takes no lock and gives no duplicate pixels of its own; that is its callers' part.
 #pragma once
 
-#include "buffer/area.h"
 #include "buffer/record.h"
 
 #include <cstddef>

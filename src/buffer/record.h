@@ -3,6 +3,7 @@
 #pragma once
 
 #include "buffer/operations.h"
+#include "geometry/area.h"
 
 #include <q32base/buffers.h>
 
@@ -90,6 +91,12 @@ inline Record *record_of(HBUF32 handle) {
 }
 inline HBUF32 handle_of(const Record &record) {
     return reinterpret_cast<HBUF32>(&record);
+}
+
+// What a buffer's image covers.
+using q32::area_of;
+inline Area area_of(const Record &record) {
+    return {0, 0, record.info.width, record.info.height};
 }
 
 // Bytes of count pixels, packed to the byte.

@@ -1,6 +1,5 @@
 // Rectangles between buffers and plain memory: clips, reports, and surrounds with a background. The
 // pixels themselves are pixels.h's part.
-#include "buffer/area.h"
 #include "buffer/cells.h"
 #include "buffer/colour_fill.h"
 #include "buffer/entries.h"

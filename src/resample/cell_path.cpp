@@ -3,7 +3,6 @@
 // single cell.
 #include "resample/buffer_paths.h"
 
-#include "buffer/area.h"
 #include "buffer/buffer_lock.h"
 #include "buffer/cells.h"
 #include "library/process/process.h"
@@ -18,7 +17,6 @@
 namespace q32::resample {
 namespace {
 
-using buffer::Area;
 using buffer::BufferLock;
 using buffer::record_of;
 
@@ -101,7 +99,7 @@ bool find_cell(HBUF32 buffer, int index, Area *area) {
     if (!buf32CellLock(buffer, index, nullptr, &cell))
         return false;
     buf32CellUnlock(buffer, index);
-    *area = buffer::area_of(cell.x, cell.y, cell.width, cell.height);
+    *area = area_of(cell.x, cell.y, cell.width, cell.height);
     return true;
 }
 
@@ -111,7 +109,7 @@ bool each_piece(const Area &area, const Make &make) {
     constexpr int side = buffer::largest_cell_side;
     for (int y = area.top; y < area.bottom; y += side)
         for (int x = area.left; x < area.right; x += side)
-            if (!make(intersect(buffer::area_of(x, y, side, side), area)))
+            if (!make(intersect(area_of(x, y, side, side), area)))
                 return false;
     return true;
 }

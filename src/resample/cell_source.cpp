@@ -1,7 +1,6 @@
 // Which rows and columns of the source a piece reads, and how many rows are fetched at once.
 #include "resample/cell_source.h"
 
-#include "buffer/area.h"
 #include "buffer/pixels.h"
 
 #include <algorithm>
@@ -74,7 +73,7 @@ void CellSource::prefetch_behind(int row) {
         return;
     const int first = std::clamp(rows_.index[next_] + kernels_.first_line, 0, rows_read_.last());
     const int count = std::min(kernels_.lines, rows_read_.last() - first + 1);
-    prefetch_pixels(record_, buffer::area_of(columns_.first, first, columns_.count, count));
+    prefetch_pixels(record_, area_of(columns_.first, first, columns_.count, count));
 }
 
 void CellSource::drop_other_bytes(int rows) {
