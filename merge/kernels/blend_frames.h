@@ -58,8 +58,9 @@ struct WideFrames {
             narrower.percent_weights(weights, mask, percent, pixels);
             return;
         }
-        const auto of_percent = [factor = repeat_word<V>(percent)](V words) {
-            return words_down<3>(multiply_high(multiply_low(words, factor), repeat_word<V>(5243)));
+        const auto of_percent = [factor = repeat_u16<V>(percent)](V words) {
+            return shift_right_u16<3>(
+                multiply_high_u16(multiply_low_u16(words, factor), repeat_u16<V>(5243)));
         };
         walk(weights, pixels, WeightsStep<V, decltype(of_percent)>(mask, of_percent));
     }
@@ -70,8 +71,8 @@ struct WideFrames {
             narrower.scaled_weights(weights, mask, scale, pixels);
             return;
         }
-        const auto scaled = [factor = repeat_word<V>(scale)](V words) {
-            return words_down<8>(multiply_low(words, factor));
+        const auto scaled = [factor = repeat_u16<V>(scale)](V words) {
+            return shift_right_u16<8>(multiply_low_u16(words, factor));
         };
         walk(weights, pixels, WeightsStep<V, decltype(scaled)>(mask, scaled));
     }

@@ -88,7 +88,7 @@ struct PremultipliedStep {
 
     template <class Take>
     void each(size_t pixel, Take take) const {
-        const V m = load<V>(mask + pixel), w = where_set(m, load<V>(weights + pixel));
+        const V m = load<V>(mask + pixel), w = keep_where_set_u8(m, load<V>(weights + pixel));
         const Straightening<V> straightening(m);
         for_each(std::make_index_sequence<samples>(), [&](auto k) {
             const V over_black =
@@ -100,9 +100,9 @@ struct PremultipliedStep {
     }
 
     static V get(const uint8_t *from, size_t k) {
-        return rows::load_lanes<V>(from + 16 * k, 16 * samples);
+        return load_lanes<V>(from + 16 * k, 16 * samples);
     }
-    static void put(uint8_t *to, size_t k, V v) { rows::store_lanes(to + 16 * k, 16 * samples, v); }
+    static void put(uint8_t *to, size_t k, V v) { store_lanes(to + 16 * k, 16 * samples, v); }
 };
 
 template <class R, Rounding rounding, size_t samples, class V>
@@ -117,7 +117,7 @@ struct UniformStep : PlainStep<V> {
 
     UniformStep(const uint8_t *d, const uint8_t *o, uint8_t weight)
         : destination(d), overlay(o),
-          weights(interleaved(repeat_byte<V>(weight), repeat_byte<V>(uint8_t(255 - weight)))) {}
+          weights(pairs_u8(repeat_u8<V>(weight), repeat_u8<V>(uint8_t(255 - weight)))) {}
 
     template <class Take>
     void each(size_t at, Take take) const {
@@ -137,8 +137,8 @@ struct WeightsStep : PlainStep<V> {
 
     template <class Take>
     void each(size_t at, Take take) const {
-        const Pairs<V> words = interleaved(load<V>(mask + at), zero<V>());
-        take(0, pack_words(change(words.low), change(words.high)));
+        const Pairs<V> words = pairs_u8(load<V>(mask + at), zero<V>());
+        take(0, pack_i16_to_u8_in_lanes(change(words.low), change(words.high)));
     }
 };
 

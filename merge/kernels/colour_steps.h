@@ -7,6 +7,8 @@
 #include "merge/kernels/colour_layout.h"
 #include "rows/kernels/runs.h"
 
+#include <cstring>
+
 namespace q32::merge {
 namespace {
 
@@ -37,9 +39,9 @@ private:
     template <size_t half>
     static void store_half(uint8_t *destination, const Hues<V> &hues, const Bytes &bytes) {
         const auto saturations =
-            Saturations<V>::of(words_of<half>(subtract_bytes(bytes.max, bytes.min)),
+            Saturations<V>::of(widen_u8_to_u16<half>(subtract_u8(bytes.max, bytes.min)),
                                Space::template most<half>(bytes.max, bytes.min));
-        const V value = words_of<half>(bytes.value);
+        const V value = widen_u8_to_u16<half>(bytes.value);
         store_fields<half>(destination, fields_of<0>(hues, saturations, value),
                            fields_of<1>(hues, saturations, value));
     }
@@ -49,7 +51,7 @@ private:
         Fields<V> fields;
         fields.field[0] = hues.template hue<half>();
         fields.field[Space::saturation_field] = saturations.template saturation<half>();
-        fields.field[Space::value_field] = dwords_of<half>(value);
+        fields.field[Space::value_field] = widen_u16_to_u32<half>(value);
         return fields;
     }
 };
@@ -63,7 +65,7 @@ struct RecordsToRgb {
 
     static void convert(uint8_t *destination, const uint8_t *source) {
         const Half low = half_of<0>(source), high = half_of<1>(source);
-        if (any_bit(low.outside | high.outside)) [[unlikely]]
+        if (!all_zero(low.outside | high.outside)) [[unlikely]]
             scalar_colour_kernels.convert[size_t(Space::to_rgb)](destination, source, units);
         else
             store_pixels(destination, pixels_of(low.cone, high.cone));
@@ -79,11 +81,11 @@ private:
     static Half half_of(const uint8_t *source) {
         const auto a = load_fields<2 * half, V>(source), b = load_fields<2 * half + 1, V>(source);
         const V hue = packed<0>(a, b);
-        const V grey = equal_words(hue, repeat_word<V>(no_hue));
-        const V above = greater_signed_words(hue, repeat_word<V>(360));
+        const V grey = equal_u16(hue, repeat_u16<V>(no_hue));
+        const V above = greater_i16(hue, repeat_u16<V>(360));
         const V outside =
-            ((a.field[0] | b.field[0]) & repeat_dword<V>(~no_hue)) |
-            ((a.field[1] | b.field[1] | a.field[2] | b.field[2]) & repeat_dword<V>(~0xFF)) |
+            ((a.field[0] | b.field[0]) & repeat_u32<V>(~no_hue)) |
+            ((a.field[1] | b.field[1] | a.field[2] | b.field[2]) & repeat_u32<V>(~0xFF)) |
             (grey ^ above);
         const V saturation = without(grey, packed<Space::saturation_field>(a, b));
         return {Space::cone(hue, saturation, packed<Space::value_field>(a, b)), outside};
@@ -91,7 +93,7 @@ private:
 
     template <int field>
     static V packed(const Fields<V> &a, const Fields<V> &b) {
-        return turned_back<field>(pack_dwords(a.field[field], b.field[field]));
+        return turned_back<field>(pack_i32_to_i16_in_lanes(a.field[field], b.field[field]));
     }
 };
 
@@ -139,19 +141,19 @@ private:
             fields == HsvFields::saturation || fields == HsvFields::hue_and_saturation;
         const Ranked<V> &value_from = fields == HsvFields::value ? other : base;
         return cone_of<half>(hue_of_other ? other : base, saturation_of_other ? other : base,
-                             words_of<half>(value_from.max));
+                             widen_u8_to_u16<half>(value_from.max));
     }
 
     template <size_t half>
     static Cone<V> cone_of(const Ranked<V> &hue_from, const Ranked<V> &saturation_from, V value) {
         const auto hues = Hues<V>::template of<half>(hue_from);
         const auto saturations =
-            Saturations<V>::of(words_of<half>(saturation_from.range),
+            Saturations<V>::of(widen_u8_to_u16<half>(saturation_from.range),
                                HsvSpace::most<half>(saturation_from.max, saturation_from.min));
-        const V hue = pack_dwords(hues.template hue<0>(), hues.template hue<1>());
-        const V saturation =
-            pack_dwords(saturations.template saturation<0>(), saturations.template saturation<1>());
-        const V grey = equal_words(hue, repeat_word<V>(no_hue));
+        const V hue = pack_i32_to_i16_in_lanes(hues.template hue<0>(), hues.template hue<1>());
+        const V saturation = pack_i32_to_i16_in_lanes(saturations.template saturation<0>(),
+                                                      saturations.template saturation<1>());
+        const V grey = equal_u16(hue, repeat_u16<V>(no_hue));
         return HsvSpace::cone(hue, without(grey, saturation), value);
     }
 };

@@ -1,6 +1,6 @@
 // The wide effects: how their runs are walked, and the table that an instruction set makes of them.
 //
-// Private to the file that includes it, as arithmetic.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
 #include "merge/kernels/effect_samples.h"
@@ -107,7 +107,7 @@ struct WideEffects {
             });
         };
         if (portion == whole_portion)
-            subtract([](V base, V whole) { return subtract_bytes_saturated(base, whole); });
+            subtract([](V base, V whole) { return subtract_saturating_u8(base, whole); });
         else
             subtract(PortionSubtractionOf<V>(portion));
     }
