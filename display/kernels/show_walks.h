@@ -7,6 +7,7 @@
 #include "display/kernels/show_steps.h"
 #include "rows/kernels/runs.h"
 
+#include <cstring>
 #include <tuple>
 
 namespace q32::display {
@@ -57,8 +58,8 @@ void run_in_place(uint8_t *samples, const Thresholds &thresholds, size_t pixels,
 inline void run_colours_of_indices(uint8_t *rgb, const uint8_t *indices,
                                    const ColourEntries &entries, size_t pixels,
                                    ColoursOfIndices *shorter) {
-    static constexpr Bytes<V16> three_of_four =
-        bytes_by<V16>([](int i) { return i < 12 ? i / 3 * 4 + i % 3 : 0x80; });
+    static constexpr LaneBytes three_of_four =
+        lane_by([](int i) { return i < 12 ? i / 3 * 4 + i % 3 : nothing; });
     const auto colour = [&entries](const uint8_t *index) {
         int bytes;
         std::memcpy(&bytes, &entries[4 * size_t(*index)], sizeof bytes);
@@ -71,7 +72,7 @@ inline void run_colours_of_indices(uint8_t *rgb, const uint8_t *indices,
         colours = _mm_insert_epi32(colours, colour(four + 1), 1);
         colours = _mm_insert_epi32(colours, colour(four + 2), 2);
         colours = _mm_insert_epi32(colours, colour(four + 3), 3);
-        rows::store(rgb + 3 * done, rows::shuffle(colours, three_of_four.vector()));
+        simd::store(rgb + 3 * done, shuffle_u8(colours, as_vector<V16>(three_of_four)));
     }
     shorter(rgb + 3 * done, indices + done, entries, pixels - done);
 }
