@@ -7,6 +7,7 @@
 #include "rows/kernels/runs.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace q32::rows {
 namespace {
@@ -21,14 +22,14 @@ public:
     // 1 to 7 bits upwards.
     explicit ShiftBits(size_t shift)
         : up_(_mm_cvtsi32_si128(int(shift))), down_(_mm_cvtsi32_si128(int(8 - shift))),
-          from_here_(repeat_byte<V>(uint8_t(0xFF << shift))) {}
+          from_here_(repeat_u8<V>(uint8_t(0xFF << shift))) {}
 
     V load(const uint8_t *source) const {
-        const V here = words_up(rows::load<V>(source), up_);
-        const V next = words_down(rows::load<V>(source + 1), down_);
-        return choose_bits(from_here_, here, next);
+        const V here = shift_left_u16(simd::load<V>(source), up_);
+        const V next = shift_right_u16(simd::load<V>(source + 1), down_);
+        return select_bits(from_here_, here, next);
     }
-    void store(uint8_t *destination, V bytes) const { rows::store(destination, bytes); }
+    void store(uint8_t *destination, V bytes) const { simd::store(destination, bytes); }
 
 private:
     V16 up_, down_;
@@ -42,12 +43,12 @@ public:
 
     explicit ShiftEightBytes(size_t shift)
         : up_(_mm_cvtsi32_si128(int(shift))), down_(_mm_cvtsi32_si128(int(8 - shift))),
-          from_here_(repeat_byte<V16>(uint8_t(0xFF << shift))) {}
+          from_here_(repeat_u8<V16>(uint8_t(0xFF << shift))) {}
 
     V16 load(const uint8_t *source) const {
-        const V16 here = words_up(load_8(source), up_);
-        const V16 next = words_down(load_8(source + 1), down_);
-        return choose_bits(from_here_, here, next);
+        const V16 here = shift_left_u16(load_8(source), up_);
+        const V16 next = shift_right_u16(load_8(source + 1), down_);
+        return select_bits(from_here_, here, next);
     }
     void store(uint8_t *destination, V16 bytes) const { store_8(destination, bytes); }
 
@@ -61,8 +62,8 @@ template <class V>
 struct MoveBytes {
     static constexpr size_t units = sizeof(V), source_bytes = 1, destination_bytes = 1;
 
-    V load(const uint8_t *source) const { return rows::load<V>(source); }
-    void store(uint8_t *destination, V bytes) const { rows::store(destination, bytes); }
+    V load(const uint8_t *source) const { return simd::load<V>(source); }
+    void store(uint8_t *destination, V bytes) const { simd::store(destination, bytes); }
 };
 
 struct MoveEightBytes {

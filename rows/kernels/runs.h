@@ -5,7 +5,7 @@
 #pragma once
 
 #include "rows/kernels/row_kernels.h"
-#include "rows/kernels/vectors.h"
+#include "simd/operations.h"
 
 namespace q32::rows {
 namespace {
