@@ -127,7 +127,7 @@ void colours_of_indices_avx512(uint8_t *rgb, const uint8_t *indices, const Colou
     if (pixels < fewest_indices)
         run_shorter(rgb, indices, pixels);
     else
-        rows::run(rgb, indices, pixels, ColoursOfIndicesStep(SplitEntries(entries)), run_shorter);
+        convert_run(rgb, indices, pixels, ColoursOfIndicesStep(SplitEntries(entries)), run_shorter);
 }
 
 void bits_of_greys_avx512(uint8_t *bits, const uint8_t *greys, const Thresholds &thresholds,
@@ -152,7 +152,7 @@ void correct_avx512(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &table
     if (pixels < CorrectStep::units)
         run_shorter(bgr, rgb, pixels);
     else
-        rows::run(bgr, rgb, pixels, CorrectStep(tables), run_shorter);
+        convert_run(bgr, rgb, pixels, CorrectStep(tables), run_shorter);
 }
 
 void high_colour_avx512(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,

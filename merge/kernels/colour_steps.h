@@ -5,7 +5,7 @@
 
 #include "merge/kernels/colour_grey.h"
 #include "merge/kernels/colour_layout.h"
-#include "rows/kernels/runs.h"
+#include "simd/walk.h"
 
 #include <cstring>
 
@@ -97,22 +97,30 @@ private:
     }
 };
 
-// As run() of runs.h. The last step's records are set aside because the destination may be the
+// As walk() knows steps. The last one's records are set aside because the destination may be the
 // source.
 template <class Step>
-inline void run_records(uint8_t *destination, const uint8_t *source, size_t pixels,
-                        ColourConversion *shorter) {
-    if (pixels < Step::units) {
-        shorter(destination, source, pixels);
-        return;
+struct RecordStep {
+    static constexpr size_t units = Step::units;
+    struct Records {
+        uint8_t bytes[Step::source_bytes * units];
+    };
+
+    uint8_t *destination;
+    const uint8_t *source;
+
+    Records held(size_t at) const {
+        Records records;
+        std::memcpy(records.bytes, source + Step::source_bytes * at, sizeof records.bytes);
+        return records;
     }
-    uint8_t last_records[Step::source_bytes * Step::units];
-    const size_t last = pixels - Step::units;
-    std::memcpy(last_records, source + Step::source_bytes * last, sizeof last_records);
-    for (size_t at = 0; at < last; at += Step::units)
+    void make(size_t at) const {
         Step::convert(destination + Step::destination_bytes * at, source + Step::source_bytes * at);
-    Step::convert(destination + Step::destination_bytes * last, last_records);
-}
+    }
+    void make(size_t at, const Records &records) const {
+        Step::convert(destination + Step::destination_bytes * at, records.bytes);
+    }
+};
 
 // --- transfers -----------------------------------------------------------------------------------
 
@@ -124,23 +132,29 @@ struct Transfer {
         Pixels<V> base, other;
     };
 
-    static Loaded load(const uint8_t *base, const uint8_t *other) {
-        return {load_pixels<V>(base), load_pixels<V>(other)};
+    uint8_t *destination;
+    const uint8_t *base, *other; // of which the destination may be either
+
+    Loaded held(size_t at) const {
+        return {load_pixels<V>(base + bytes * at), load_pixels<V>(other + bytes * at)};
     }
-    static void store(uint8_t *destination, const Loaded &pixels) {
-        const Ranked<V> base = rank(pixels.base), other = rank(pixels.other);
-        store_pixels(destination, pixels_of(cone<0>(base, other), cone<1>(base, other)));
+    void make(size_t at, const Loaded &pixels) const {
+        const Ranked<V> ranked_base = rank(pixels.base), ranked_other = rank(pixels.other);
+        store_pixels(destination + bytes * at, pixels_of(cone<0>(ranked_base, ranked_other),
+                                                         cone<1>(ranked_base, ranked_other)));
     }
+    void make(size_t at) const { make(at, held(at)); }
 
 private:
     template <size_t half>
-    static Cone<V> cone(const Ranked<V> &base, const Ranked<V> &other) {
+    static Cone<V> cone(const Ranked<V> &of_base, const Ranked<V> &of_other) {
         constexpr bool hue_of_other =
             fields == HsvFields::hue || fields == HsvFields::hue_and_saturation;
         constexpr bool saturation_of_other =
             fields == HsvFields::saturation || fields == HsvFields::hue_and_saturation;
-        const Ranked<V> &value_from = fields == HsvFields::value ? other : base;
-        return cone_of<half>(hue_of_other ? other : base, saturation_of_other ? other : base,
+        const Ranked<V> &value_from = fields == HsvFields::value ? of_other : of_base;
+        return cone_of<half>(hue_of_other ? of_other : of_base,
+                             saturation_of_other ? of_other : of_base,
                              widen_u8_to_u16<half>(value_from.max));
     }
 
@@ -158,21 +172,6 @@ private:
     }
 };
 
-// As run() of runs.h, with two sources of which the destination may be either.
-template <class Step>
-inline void run_transfer(uint8_t *destination, const uint8_t *base, const uint8_t *other,
-                         size_t pixels, FieldTransfer *shorter) {
-    if (pixels < Step::units) {
-        shorter(destination, base, other, pixels);
-        return;
-    }
-    const size_t end = Step::bytes * (pixels - Step::units);
-    const auto last_loaded = Step::load(base + end, other + end);
-    for (size_t at = 0; at < end; at += Step::bytes * Step::units)
-        Step::store(destination + at, Step::load(base + at, other + at));
-    Step::store(destination + end, last_loaded);
-}
-
 // --- the table -----------------------------------------------------------------------------------
 
 // The kernels for vectors V, each in one piece: a call would take vectors through memory. Runs
@@ -182,21 +181,27 @@ struct WideColours {
     template <ColourChange change, class Step>
     [[gnu::flatten]] static void convert(uint8_t *destination, const uint8_t *source,
                                          size_t pixels) {
-        rows::run(destination, source, pixels, Step{}, narrower.convert[size_t(change)]);
+        convert_run(destination, source, pixels, Step{}, narrower.convert[size_t(change)]);
     }
 
     template <class Space>
     [[gnu::flatten]] static void to_rgb(uint8_t *destination, const uint8_t *source,
                                         size_t pixels) {
-        run_records<RecordsToRgb<Space, V>>(destination, source, pixels,
-                                            narrower.convert[size_t(Space::to_rgb)]);
+        using Step = RecordStep<RecordsToRgb<Space, V>>;
+        if (pixels < Step::units)
+            narrower.convert[size_t(Space::to_rgb)](destination, source, pixels);
+        else
+            walk(pixels, Step{destination, source});
     }
 
     template <HsvFields fields>
     [[gnu::flatten]] static void transfer(uint8_t *destination, const uint8_t *base,
                                           const uint8_t *other, size_t pixels) {
-        run_transfer<Transfer<fields, V>>(destination, base, other, pixels,
-                                          narrower.transfer[size_t(fields)]);
+        using Step = Transfer<fields, V>;
+        if (pixels < Step::units)
+            narrower.transfer[size_t(fields)](destination, base, other, pixels);
+        else
+            walk(pixels, Step{destination, base, other});
     }
 
     static constexpr ColourKernels table = {

@@ -6,8 +6,9 @@
 #pragma once
 
 #include "rows/kernels/row_kernels.h"
-#include "rows/kernels/runs.h"
 #include "simd/byte_table.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 #include <array>
 #include <cstring>
@@ -127,13 +128,13 @@ inline void enlarge_bytes(uint8_t *destination, const uint8_t *source, size_t by
 
 template <class V, size_t factor>
 inline void double_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    run(destination, source, bytes, EnlargeBits<V, factor>{},
-        [](uint8_t *to, const uint8_t *from, size_t count) {
-            if constexpr (sizeof(V) > sizeof(V16))
-                double_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
-            else
-                enlarge_bytes<factor>(to, from, count);
-        });
+    convert_run(destination, source, bytes, EnlargeBits<V, factor>{},
+                [](uint8_t *to, const uint8_t *from, size_t count) {
+                    if constexpr (sizeof(V) > sizeof(V16))
+                        double_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
+                    else
+                        enlarge_bytes<factor>(to, from, count);
+                });
 }
 
 // By a factor below 8.
@@ -257,13 +258,13 @@ void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels,
 
 template <class V, size_t factor>
 inline void halve_to_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    run(destination, source, bytes, ReduceBits<V, factor>{},
-        [](uint8_t *to, const uint8_t *from, size_t count) {
-            if constexpr (sizeof(V) > sizeof(V16))
-                halve_to_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
-            else
-                gather_bits(to, from, 8 * factor * count, factor);
-        });
+    convert_run(destination, source, bytes, ReduceBits<V, factor>{},
+                [](uint8_t *to, const uint8_t *from, size_t count) {
+                    if constexpr (sizeof(V) > sizeof(V16))
+                        halve_to_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
+                    else
+                        gather_bits(to, from, 8 * factor * count, factor);
+                });
 }
 
 // The bytes that are full, and the rest of the row.

@@ -5,10 +5,11 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/runs.h"
 #include "rows/kernels/scaling_kernels.h"
 #include "rows/kernels/scaling_pixels.h"
 #include "simd/byte_table.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 #include <algorithm>
 #include <cstring>
@@ -223,10 +224,10 @@ template <class V, class Pixel, size_t factor>
 inline void enlarge_by(uint8_t *destination, const uint8_t *source, size_t pixels,
                        RowScaling *shorter) {
     if constexpr (has_enlarge_step<Pixel, factor>)
-        run(destination, source, pixels, EnlargeStep<V, Pixel, factor>{},
-            [=](uint8_t *to, const uint8_t *from, size_t count) {
-                shorter(to, from, count, factor);
-            });
+        convert_run(destination, source, pixels, EnlargeStep<V, Pixel, factor>{},
+                    [=](uint8_t *to, const uint8_t *from, size_t count) {
+                        shorter(to, from, count, factor);
+                    });
     else
         enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
 }

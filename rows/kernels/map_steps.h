@@ -8,9 +8,11 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/runs.h"
+#include "rows/kernels/row_kernels.h"
 #include "rows/kernels/table_lookup.h"
 #include "simd/byte_table.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 namespace q32::rows {
 namespace {
@@ -231,7 +233,7 @@ inline void run_map(uint8_t *destination, const uint8_t *source, const uint8_t *
     if (pixels < Step::units)
         run_shorter(destination, source, pixels);
     else
-        run(destination, source, pixels, Step(tables), run_shorter);
+        convert_run(destination, source, pixels, Step(tables), run_shorter);
 }
 
 } // namespace

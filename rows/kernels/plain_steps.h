@@ -3,7 +3,9 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/runs.h"
+#include "rows/kernels/row_kernels.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 namespace q32::rows {
 namespace {

@@ -5,10 +5,11 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/runs.h"
 #include "rows/kernels/scaling_kernels.h"
 #include "rows/kernels/scaling_pixels.h"
 #include "simd/byte_table.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 #include <array>
 #include <numeric>
@@ -141,10 +142,10 @@ template <class V, class Pixel, size_t factor>
 inline void reduce_by(uint8_t *destination, const uint8_t *source, size_t groups,
                       RowScaling *shorter) {
     if constexpr (has_reduce_step<Pixel, factor>)
-        run(destination, source, groups, ReduceStep<V, Pixel, factor>{},
-            [=](uint8_t *to, const uint8_t *from, size_t count) {
-                shorter(to, from, factor * count, factor);
-            });
+        convert_run(destination, source, groups, ReduceStep<V, Pixel, factor>{},
+                    [=](uint8_t *to, const uint8_t *from, size_t count) {
+                        shorter(to, from, factor * count, factor);
+                    });
     else
         reduce_in_moves<Pixel>(destination, source, groups, factor);
 }

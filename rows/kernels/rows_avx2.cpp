@@ -27,35 +27,36 @@ void exchange_avx2(uint8_t *a, uint8_t *b, size_t bytes) {
 }
 
 void invert_avx2(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    run(destination, source, bytes, Invert<V32>{}, invert_sse2);
+    convert_run(destination, source, bytes, Invert<V32>{}, invert_sse2);
 }
 
 void bit_to_byte_avx2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<BitToByte<V32>>(destination, source, pixels, value, bit_to_byte_sse41, bit_to_byte);
+    convert_bits<BitToByte<V32>>(destination, source, pixels, value, bit_to_byte_sse41,
+                                 bit_to_byte);
 }
 
 void byte_to_bit_avx2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<ByteToBit<V32>>(destination, source, pixels, value, byte_to_bit, byte_to_bit);
+    convert_bits<ByteToBit<V32>>(destination, source, pixels, value, byte_to_bit, byte_to_bit);
 }
 
 void rgb888_to_555_avx2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb555, V32>{}, rgb888_to_555_sse41);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb555, V32>{}, rgb888_to_555_sse41);
 }
 
 void rgb888_to_565_avx2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb565, V32>{}, rgb888_to_565_sse41);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb565, V32>{}, rgb888_to_565_sse41);
 }
 
 void rgb555_to_888_avx2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb555, V32>{}, rgb555_to_888_sse41);
+    convert_run(destination, source, pixels, WidenWords<Rgb555, V32>{}, rgb555_to_888_sse41);
 }
 
 void rgb565_to_888_avx2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb565, V32>{}, rgb565_to_888_sse41);
+    convert_run(destination, source, pixels, WidenWords<Rgb565, V32>{}, rgb565_to_888_sse41);
 }
 
 void swap_red_blue_avx2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, SwapRedBlue<V32>{}, swap_red_blue_sse41);
+    convert_run(destination, source, pixels, SwapRedBlue<V32>{}, swap_red_blue_sse41);
 }
 
 } // namespace q32::rows

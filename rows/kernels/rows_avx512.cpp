@@ -195,31 +195,31 @@ struct ByteToBit {
 // --- entries ------------------------------------------------------------------------------------
 
 void bit_to_byte_avx512(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<BitToByte>(destination, source, pixels, value, bit_to_byte_avx2, bit_to_byte);
+    convert_bits<BitToByte>(destination, source, pixels, value, bit_to_byte_avx2, bit_to_byte);
 }
 
 void byte_to_bit_avx512(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit_avx2, byte_to_bit);
+    convert_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit_avx2, byte_to_bit);
 }
 
 void rgb888_to_555_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555_avx2);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555_avx2);
 }
 
 void rgb888_to_565_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565_avx2);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565_avx2);
 }
 
 void rgb555_to_888_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888_avx2);
+    convert_run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888_avx2);
 }
 
 void rgb565_to_888_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888_avx2);
+    convert_run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888_avx2);
 }
 
 void swap_red_blue_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, SwapRedBlue{}, swap_red_blue_avx2);
+    convert_run(destination, source, pixels, SwapRedBlue{}, swap_red_blue_avx2);
 }
 
 } // namespace q32::rows

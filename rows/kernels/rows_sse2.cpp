@@ -1,6 +1,7 @@
 // Row conversions for the baseline, 16 bytes at a time and without a byte shuffle: bytes move by
 // shifts of whole vectors and by interleaving.
 #include "rows/kernels/plain_steps.h"
+#include "rows/kernels/runs.h"
 #include "rows/kernels/scalar.h"
 #include "rows/kernels/wide.h"
 #include "rows/kernels/widen_words.h"
@@ -198,35 +199,35 @@ void exchange_sse2(uint8_t *a, uint8_t *b, size_t bytes) {
 }
 
 void invert_sse2(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    run(destination, source, bytes, Invert<V16>{}, invert);
+    convert_run(destination, source, bytes, Invert<V16>{}, invert);
 }
 
 void bit_to_byte_sse2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<BitToByte>(destination, source, pixels, value, bit_to_byte, bit_to_byte);
+    convert_bits<BitToByte>(destination, source, pixels, value, bit_to_byte, bit_to_byte);
 }
 
 void byte_to_bit_sse2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit, byte_to_bit);
+    convert_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit, byte_to_bit);
 }
 
 void rgb888_to_555_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555);
 }
 
 void rgb888_to_565_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565);
 }
 
 void rgb555_to_888_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888);
+    convert_run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888);
 }
 
 void rgb565_to_888_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888);
+    convert_run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888);
 }
 
 void swap_red_blue_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, SwapRedBlue{}, swap_red_blue);
+    convert_run(destination, source, pixels, SwapRedBlue{}, swap_red_blue);
 }
 
 } // namespace q32::rows
