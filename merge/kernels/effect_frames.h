@@ -54,8 +54,9 @@ constexpr Kernel *of_size(const BySize<Kernel> &kernels) {
 template <class V, const EffectKernels &narrower>
 struct WideEffects {
     template <Comparison comparison, size_t samples>
-    static void select(uint8_t *selected, const uint8_t *weights, const uint8_t *base,
-                       const uint8_t *overlay, size_t pixels) {
+    [[gnu::flatten]] static void select(uint8_t *selected, const uint8_t *weights,
+                                        const uint8_t *base, const uint8_t *overlay,
+                                        size_t pixels) {
         if (pixels < sizeof(V)) {
             of_size<samples>(narrower.select[size_t(comparison)])(selected, weights, base, overlay,
                                                                   pixels);
