@@ -3,7 +3,7 @@
 #   q32_dll_options    what our DLLs add: a stack that callers align to 4 bytes only
 add_library(q32_options INTERFACE)
 target_compile_features(q32_options INTERFACE cxx_std_20)
-target_include_directories(q32_options INTERFACE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include")
+target_include_directories(q32_options INTERFACE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/include")
 target_compile_options(
   q32_options
   INTERFACE -Wall -Wextra -Wno-missing-field-initializers -Wshadow -Wundef -Wcast-qual -Wpointer-arith -Werror

@@ -12,7 +12,7 @@ done
 mapfile -t code < <(git ls-files --cached --others --exclude-standard '*.c' '*.cpp' '*.h')
 # Clang reads what ships and what measures it; tests have the other checks.
 units=$(printf '%s\n' "${code[@]}" | grep -E '\.cpp$' | grep -v '^tests/')
-native='/kernels/|^library/process/cpu|^bench/peers/'
+native='/kernels/|^src/library/process/cpu|^bench/peers/'
 status=0
 
 # Runs a check and remembers that it found something.
@@ -46,6 +46,6 @@ check "cppcheck" cppcheck --quiet --enable=warning,performance,portability --err
     --inline-suppr --suppress=uninitMemberVar --suppress=leakReturnValNotUsed \
     --suppress=passedByValue --suppress='resourceLeak:tests/*' \
     --std=c++20 --language=c++ --platform=win32W --library=windows --library=googletest \
-    -I. -Iinclude "${code[@]}"
+    -I. -Isrc -Iinclude "${code[@]}"
 check "shellcheck" shellcheck -x run .ci/run scripts/*
 exit "$status"

@@ -126,6 +126,14 @@ PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffe
     return {std::move(image), std::move(alpha)};
 }
 
+Option output_option() {
+    return {.name = "--output",
+            .value = "OUT",
+            .help = "the picture to write",
+            .letter = "-o",
+            .required = true};
+}
+
 void save_picture(Image &image, const std::string &path, FileFormat format) {
     const Export as = export_of(image.format(), format);
     PictureWriter writer(path, format, as.rows, image.width(), image.height());

@@ -27,6 +27,9 @@ struct PictureWithAlpha {
 };
 PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffer_type);
 
+// --output, for commands that name the picture to write so.
+Option output_option();
+
 // Writes an image to a file whose name check_output has seen. 1 bit and grey stay what they are (in
 // JPEG, 1 bit becomes grey), 5-5-5 stays so in BMP, everything else becomes 24 bits. Throws
 // Failure, Cancelled; no file is left then.

@@ -31,9 +31,10 @@ Q32_BEGIN_DECLS
 /*
  * Buffer types: the type argument of buf32Alloc. The values are bits.
  *
- * A buffer over caller memory can be locked as a whole for reading, read by rows and rectangles,
- * and be a source; everything else is refused. A buffer of one colour or of a pattern is read
- * without storage; whatever writes pixels into it first makes an ordinary tiled buffer of it.
+ * A buffer over caller memory can be locked as a whole for reading, read by rows and rectangles, be
+ * the source of buf32GetBuf and an overlay of the merge functions; everything else is refused. A
+ * buffer of one colour or of a pattern is read without storage; whatever writes pixels into it
+ * first makes an ordinary tiled buffer of it.
  */
 #define BUF32_TILED         0u          /* cells, in memory or in a swap file */
 #define BUF32_ONE_COLOUR    1u          /* every pixel has one colour; no pixel storage */
@@ -221,7 +222,8 @@ Q32_API int Q32_CALL buf32CountBuf(HBUF32 *handles);
  * its storage (of the source's storage while a duplicate shares it) in *base. base may be null. The
  * address stays valid as long as that of a cell (buf32CellLock).
  * The first write lock gives a duplicate pixels of its own, and turns a one-colour or pattern
- * buffer into an ordinary tiled one (type 0).
+ * buffer into an ordinary tiled one (type 0). A buffer that has lost its pixels (see
+ * buf32FillOneColor) is locked like any other, and *base is null.
  *
  * A handle of 0: 0 without a report. On failure *base is 0.
  *   1001, 0, 2, 5    one colour, reading: no memory for its block (pattern: 1001, 1, 4, 21)
@@ -363,7 +365,8 @@ Q32_API int Q32_CALL buf32MergeMem(HBUF32 buffer, int x, int y, const void *memo
  * rectangle outside the source, or outside the destination, copies nothing and succeeds: the
  * pixels of a new buffer are then not initialised.
  *
- *   3200, 1, 4, 18    the two differ in bits per pixel
+ *   3200, 1, 4, 18    the two differ in bits per pixel. All of a one-colour buffer into another of
+ *                     its size: after 3200, 0, 2, 8
  *   1001, 1, 4, 19    no memory for one row
  *   1001, 0, 1, 9     from a bitmap: the new buffer cannot be made (after its own report)
  *   as buf32Alloc     other sources: the new buffer cannot be made
@@ -378,7 +381,8 @@ Q32_API int Q32_CALL buf32GetBuf(HBUF32 source, int x, int y, int width, int hei
  *
  *   3200, 1, 4, 18    the two differ in bits per pixel
  *   1001, 1, 4, 19    no memory for one row
- *   5800, 0, 50, 63   the destination lies over caller memory
+ *   5800, 0, 50, 63   the source lies over caller memory: buf32GetMem and buf32MergeMem do instead
+ *   5800, 0, 50, 64   the destination lies over caller memory
  * A destination of 0: 0 without a report.
  */
 Q32_API int Q32_CALL buf32MergeBuf(HBUF32 source, int x, int y, int width, int height,
@@ -395,8 +399,11 @@ Q32_API int Q32_CALL buf32MergeBuf(HBUF32 source, int x, int y, int width, int h
  *                 back with buf32Free. On failure *destination is as it was. A null pointer: 0
  *                 without a report.
  *
+ * A new duplicate is not locked, and its access mode is 0.
+ *
  * A destination that already shares this source, or is the source, and a source over caller memory:
- * 0 without a report. A one-colour buffer may be its own destination: nothing changes then.
+ * 0 without a report. A one-colour buffer may be its own destination: nothing changes then. The
+ * block of a one-colour destination is filled anew.
  *   4026, 1, 3, 6     the types differ
  *   4026, 1, 3, 7     size or bits per pixel differ
  *   1001, 1, 3, 8     no memory for the record
@@ -411,32 +418,36 @@ Q32_API int Q32_CALL buf32MergeBuf(HBUF32 source, int x, int y, int width, int h
 Q32_API int Q32_CALL buf32DupBuf(HBUF32 source, HBUF32 *destination);
 
 /*
- * Makes every pixel one colour. The buffer becomes a one-colour buffer (type 1) and gives up its
- * storage for one block of a cell. A bitmap stays a bitmap and is filled, and takes only the first
- * byte of the colour; the other bytes are zero. Under 8 bits per pixel the fill of a bitmap covers
- * (width + 7) / 8 x height bytes from its first row on, which is all of the image at 1 bit, half of
- * it at 2 and a quarter at 4.
+ * Makes every pixel one colour. The buffer becomes a one-colour buffer (type 1): it gives up its
+ * storage first, and then gets one block of a cell. A bitmap stays a bitmap and is filled, and
+ * takes only the first byte of the colour; the other bytes are zero. Under 8 bits per pixel the
+ * fill of a bitmap covers (width + 7) / 8 x height bytes from its first row on, which is all of the
+ * image at 1 bit, half of it at 2 and a quarter at 4.
  *
  *   colour   the colour's bytes per pixel bytes; under 8 bits one byte of pixels
  *
  *   3200, 0, 4, 6     colour is null (tested before the handle)
- *   1001, 1, 4, 21    no memory for the block; the pixels are as they were
+ *   1001, 1, 4, 21    no memory for the block; the buffer is of the type that it was, and has no
+ *                     pixels any more: cells have a null address, rows and rectangles fail without
+ *                     a report, until the buffer is filled. One colour and patterns get a block
+ *                     when they next need one; the pattern's copy is gone, and reads as zero
  *   5800, 0, 50, 62   the buffer lies over caller memory
  */
 Q32_API int Q32_CALL buf32FillOneColor(HBUF32 buffer, const void *colour);
 
 /*
  * Fills the buffer with a pattern, repeated from its top left corner: it becomes a pattern buffer
- * (type 128) and gives up its storage for a block of the pattern's rows. A bitmap stays a bitmap
- * and is filled.
+ * (type 128), which gives up its storage first and then gets a block of the pattern's rows. A
+ * bitmap stays a bitmap and is filled.
  *
- *   pattern   copied with its pixels
+ *   pattern   copied with its pixels, which may lie in the buffer's own storage
  *
  *   3200, 0, 4, 6     pattern is null (tested before the handle), or the buffer lies over caller
  *                     memory
  *   3200, 0, 70, 22   the pattern has no width, height or pixels (bitmap: 3200, 0, 1, 1)
- *   1001, 1, 4, 21    no memory for the block; the pixels are as they were
- *   1001, 1, 70, 23   no memory for the pattern's copy; likewise
+ *   1001, 1, 4, 21    no memory for the block; the buffer is left as by buf32FillOneColor, but for
+ *                     a pattern that it had
+ *   1001, 1, 70, 23   no memory for the pattern's copy, which comes after the block; likewise
  */
 Q32_API int Q32_CALL buf32FillPattern(HBUF32 buffer, const BUF32PATTERN *pattern);
 
@@ -519,7 +530,8 @@ Q32_API HGLOBAL Q32_CALL buf32DIBBufToDIB(HBUF32 buffer);
  *
  *   bitmap   receives the handle; may be null
  *
- * A locked buffer: 1, but the buffer stays, in buffer layout, and *bitmap is not written.
+ * A locked buffer: 1, but the buffer stays, in buffer layout, and *bitmap is not written; a locked
+ * duplicate goes on sharing.
  * A handle that is not a live buffer: 0 without a report.
  *   3200, 0, 4, 16   the buffer is no bitmap
  *   3200, 0, 4, 6    the record was freed during the call
@@ -533,6 +545,10 @@ Q32_API int Q32_CALL buf32DIBBufFree(HBUF32 buffer, HGLOBAL *bitmap);
 /*
  * Reads (set = 0) or changes (set not 0) the settings that decide between memory and swap files.
  * Each pointer may be null: that setting is left alone. Always returns 1.
+ *
+ * At the start they are what the settings file in the Windows directory says. A directory that it
+ * does not name, or that cannot be used, is written back there as empty and switched off; limits
+ * from 4 GB up are no limit. The first directory is the system's temporary one.
  *
  *   memory_limit   bytes that buffers over 128 x 128 may take in virtual memory; 0xFFFFFFFF: the
  *                  physical memory size; 0: never in memory. Looked at while *memory_switch is not

@@ -11,7 +11,7 @@
  * create are the caller's, to be deleted with DeleteObject; the library's own are not handed out.
  *
  * Threads. The state is one for the process and not locked: use it from the one thread that paints,
- * and change the device type and the gamma while nothing is being shown.
+ * and change the device type while no display run is open.
  *
  * Results. 1 is success; 0 is failure, reported as listed ("message, severity, module, point", see
  * errors.h) or not reported where that is said.
@@ -32,11 +32,17 @@ Q32_BEGIN_DECLS
  *
  * One call opens the run, any number of disp32ShowData bring its rows, and one disp32ShowEnd draws
  * what is still held and closes it. A run belongs to the thread that opened it, and its device
- * context must live until it has ended. While a run is open the device type and the gamma must not
- * be changed, and no other thread may show anything.
+ * context must live until it has ended. While a run is open the device type must not be changed,
+ * and no other thread may show anything. The gamma may be changed: see disp32NewScreenGamma.
  *
  * Rows are held in a strip of up to 48 KiB (24 KiB of bits) and drawn together with one call of the
- * graphics interface when it is full. Strips of rows wider than that hold two.
+ * graphics interface when it is full. Strips of rows wider than that hold two. A row takes, by what
+ * it is drawn as:
+ *
+ *     24 bits             3 bytes a pixel, rounded up to a multiple of 4 bytes
+ *     through a palette   a byte a pixel, rounded up likewise
+ *     black and white     (width + 15) / 16 x 2 bytes
+ *     16 colours          four times as much
  */
 typedef uintptr_t HDISPRUN;
 
@@ -55,7 +61,7 @@ typedef uintptr_t HDISPRUN;
  *              where to draw, in the context's coordinates; right and bottom exclusive. An empty
  *              rectangle takes no rows and draws nothing
  *   palette    of pixels of 8 bits; null: they are greys. Must live until the run has ended.
- *              Indices beyond its entries are black
+ *              Indices beyond its entries are black; more entries than 256 are not used
  *   palette_option
  *              concerns 8 bits on devices of 256 colours and less (but 16):
  *                with a palette      not 0: its colours are dithered into the library's cube of
@@ -75,8 +81,8 @@ typedef uintptr_t HDISPRUN;
  *     24, 16      256 colours and less    the cube of 6 x 6 x 6, dithered by an 8 x 8 matrix
  *     8           256 colours and less    see palette_option
  *     24, 16      true colour             24 bits, corrected for gamma
- *     24, 16      high colour             the same, dithered to 5 bits by a 4 x 4 matrix unless
- *                                         disp32BeHiColorDither says no
+ *     24, 16      high colour             the same in samples of 0 to 248, dithered to 5 bits by a
+ *                                         4 x 4 matrix unless disp32BeHiColorDither says no
  *     8           true, high colour       with a palette through it, whatever palette_option says;
  *                                         without as 24 bits
  *
@@ -124,10 +130,11 @@ Q32_API int Q32_CALL disp32ShowEnd(HDISPRUN run);
 #define DISP32_STRIP_ROWS 2 /* rows that a strip holds */
 
 /*
- * Changes a run that has taken no rows yet; rows that it holds are lost.
+ * Changes a run that has taken no rows yet; rows that it holds are lost, but count as taken.
  *
  *   DISP32_DIRECTION    1 (as runs are opened) or -1; anything else returns 0. The run's value:
- *                       nothing happens. The matrix still begins with the first row that comes
+ *                       nothing happens. The first row that comes still takes the thresholds of the
+ *                       rectangle's top row, the next one those of the row below
  *   DISP32_STRIP_ROWS   taken only from 1 to below what the strip holds, and up to 49152 bytes
  *   any other           nothing happens
  *
@@ -190,6 +197,10 @@ Q32_API int Q32_CALL disp32GetDevInfo(DispDevInfo *info);
  * true- and high-colour displays. On displays of up to sixteen colours the library's palettes
  * follow at the next change of the device type.
  *
+ * Runs that are open follow at once. On true- and high-colour displays rows are corrected as the
+ * gamma is when disp32ShowData brings them; what the run holds by then stays. On displays of 256
+ * colours it is the palette that is corrected: what the run holds is drawn in the new colours.
+ *
  *   red, green, blue   hundredths of an exponent; 180 corrects nothing. The percentage p = gamma /
  *                      1.8, truncated, is what disp32GetDevInfo tells; level v of 0 to 255 becomes
  *                      255 x (v / 255) to the power of 100 / p, truncated (p below 1 counts as 1)
@@ -224,12 +235,13 @@ Q32_API HPALETTE Q32_CALL disp32CreateGrayPalette(HPALETTE palette, int levels, 
  *   palette     as above
  *   mode        a DISP32_CUBE_ value; for 256 entries and more
  *   entries     2: black and white, never corrected. 8: the colours of eight-colour displays. 256
- *               and more: a colour cube, then white up to entry 255, then black. Others: the first
- *               of the colours of sixteen-colour displays, black beyond 16
+ *               to 65535: a colour cube, then white up to entry 255, then black. Others: the first
+ *               of the colours of sixteen-colour displays, black beyond 16. Below 1: nothing is
+ *               written
  *   with_gamma  not 0: each channel is corrected
  *
- * Returns the palette; null without a report in the same cases, and for less than 1 entry or more
- * than 32767.
+ * Returns the palette; null without a report in the same cases, for more than 65535 entries, and
+ * for a new palette of less than 1.
  */
 Q32_API HPALETTE Q32_CALL disp32CreateColorPalette(HPALETTE palette, int mode, int entries,
                                                    int with_gamma);
@@ -294,6 +306,13 @@ typedef struct DispIcmMode {
  * Sets colour management. The first call asks the system for the display's profile and remembers
  * its folder; without one, profiles are looked for under their names alone. Returns 0 without a
  * report, nothing changed, for a null pointer or a lack of memory.
+ *
+ * While DISP32_ICM_DISPLAY_PROFILE is set, opening a run gives its device context the display
+ * profile and turns colour management on, and ending it turns that off. With
+ * DISP32_ICM_MATCH_TARGET and a target profile it is matched in between to a context on the
+ * display, made once, that every run tells the target profile. Whatever the system refuses, the run
+ * opens. A display profile that it refuses is tried again by the next run; any other refusal clears
+ * its flag until this function sets it again.
  */
 Q32_API int Q32_CALL disp32SetICMMode(const DispIcmMode *settings);
 

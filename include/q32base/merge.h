@@ -307,7 +307,8 @@ typedef struct I32COLORFILTER {
  *   inside     keep what lies inside the ranges (not 0), or what lies outside (0)
  *
  * The fourth sample of I32_FILTER_RGBX must equal the upper end of its range, with a negative
- * tolerance too; the lower end, which is colour[0] - tolerance[3], is not tested.
+ * tolerance too, which takes it below 0 where no sample is; the lower end, which is
+ * colour[0] - tolerance[3], is not tested.
  *
  * Returns 0, not reported, for a null mask_out, another type, a null filter, a null source that is
  * needed, and when there is no memory for the ranges (8 bytes each).

@@ -51,12 +51,14 @@ Q32_API int Q32_CALL AddQueue(const void *data, uint32_t size);
 /*
  * Takes the oldest message out.
  *
- *   buffer   receives it and two zero bytes behind it: size of the message + 2 bytes
+ *   buffer   receives it and two zero bytes behind it: size of the message + 2 bytes. With a null
+ *            buffer no message is taken out
  *   size     the largest message to accept, not counting those two bytes; messages that are larger
  *            stay. -1: asks for the size of the oldest message, which stays; buffer is not used
  *
- * Returns the message's size; 0 when there is none, or no queue; -1 when it is larger than size. A
- * message of no bytes cannot be told from none.
+ * Returns the message's size; 0 when there is none, no queue, or no buffer for it; -1 when it is
+ * larger than size, whether there is a buffer or not. A message of no bytes cannot be told from
+ * none.
  */
 Q32_API int Q32_CALL GetFromQueue(void *buffer, int size);
 
@@ -84,7 +86,10 @@ Q32_API int Q32_CALL IsQueueEmpty(void);
  * good until the callback returns, or a number. The replies to the first and last are ignored.
  *
  *   D32_BEGIN   the job has become current. Tiles and bands: (0, 0, width, height) of a tile;
- *               steps: the job's rectangle
+ *               steps: the job's rectangle. A job that has waited leaves the table when the
+ *               callback returns: until then it is counted there too, but not chosen again, and
+ *               then its end rectangle in the table becomes the current one's, whatever that was
+ *               changed to meanwhile
  *   D32_STEP    one step. Tiles and bands: the tile; steps: its number
  *   D32_END     the job has ended: it is done, was stopped, deleted or replaced. Its end rectangle
  */

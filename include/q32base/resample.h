@@ -108,7 +108,8 @@ Q32_API int Q32_CALL q32FreeBiCubicTable(void);
 /*
  * A progress callback. Not 0: go on; 0: stop. It is called on the thread that resamples; between
  * RESAMPLE_BEGIN and RESAMPLE_END that thread holds the library's lock. It may call the library,
- * also for the buffers at work, but must not free, unlock or shrink those.
+ * also for the buffers at work, but must not free, unlock or shrink those. Of a source that shrinks
+ * all the same, only what is left is read.
  */
 typedef int(__stdcall RESAMPLECALLBACK)(int message, int value, int zero, uintptr_t user_data);
 
@@ -201,7 +202,8 @@ Q32_API int Q32_CALL q32BufferResampleEx(const SIZE *size, HBUF32 source, HBUF32
 
 /*
  * What frames of one size have in common. The caller fills the first four fields, vcResampleInit
- * the tables, vcResampleEnd frees them.
+ * the tables, vcResampleEnd frees them. Tables may be the caller's own instead: vcResampleEx only
+ * reads them, and vcResampleEnd must not be given them.
  */
 typedef struct VCRESAMPLE {
     const BITMAPINFOHEADER *source; /* biWidth, biHeight and biBitCount are read */
@@ -242,16 +244,22 @@ Q32_API int Q32_CALL vcResampleEnd(VCRESAMPLE *record);
  *                 padding of its rows is not written
  *   width, height pixels
  *   method        RESAMPLE_ value; any other counts as RESAMPLE_BICUBIC
- *   record        with the tables to use, made by vcResampleInit for the same sizes and method; a
- *                 record without tables, or with a smaller width or height, fails without a report.
- *                 Null: tables are made for this call, and kept until the next such call or the
- *                 end of the library
+ *   record        with the tables to use. Null: tables are made for this call, and kept until the
+ *                 next such call or the end of the library
+ *
+ * Of a record only the tables are looked at; sizes and method are those of the call. The caller
+ * sees to it that they have an entry for each column and row of the destination. An index outside
+ * the source counts as the nearest one inside. Fractions have 8 bits for RESAMPLE_BICUBIC and 16
+ * for all other methods; bits above are ignored. Nearest neighbour reads no fractions: those tables
+ * may be null. A null table that is read fails without a report. With a record, a width or height
+ * below 1 is a success, and nothing is done.
  *
  * Frames of 16 bits and methods other than nearest neighbour go through 24 bits, row by row; when
  * there is no memory for two such rows the call fails without a report. That takes bit 15 off, also
  * where `nearest` then has its way. All four bytes of 32-bit pixels are resampled alike.
  *
- *   3200, 1, 8, 15   a side is below 1 (without a record; with one it is not reported)
+ *   3200, 1, 8, 15   a side is below 1 (without a record; with one a source without pixels fails
+ *                    without a report)
  *   1001, 1, 8, 16   no memory for tables (without a record)
  *   1001, 0, 8, 17   no memory for the bicubic coefficient table
  *   1001, 0, 8, 18   no memory for work rows

@@ -264,7 +264,7 @@ Q32_API void Q32_CALL mem32BitReduce(void *destination, const void *source, int 
  *   step          below 1 counts as 1
  *
  * Returns the number of the first row not taken, a multiple of step; when rows is 0 or below,
- * step x (width + 7) / 8.
+ * step x ((width + 7) / 8), with the step as it was given.
  */
 Q32_API int Q32_CALL mem32BitReduceExt(void *destination, const void *source, int width, int rows,
                                        int factor, int step);
@@ -293,7 +293,7 @@ Q32_API void Q32_CALL mem32Reduce(void *destination, const void *source, int cou
  *   step          below 1 counts as 1
  *
  * Returns the number of the first row not taken, a multiple of step; when rows is 0 or below,
- * bytes_per_pixel x step x width.
+ * bytes_per_pixel x step x width, with the step as it was given.
  */
 Q32_API int Q32_CALL mem32ReduceExt(void *destination, const void *source, int width, int rows,
                                     int factor, int step, int bytes_per_pixel, int swap);
@@ -305,7 +305,8 @@ Q32_API int Q32_CALL mem32ReduceExt(void *destination, const void *source, int w
  * into the image (mem32MergeMem). Checks nothing, reports nothing, always returns 1.
  *
  *   image             first row
- *   x, y              left upper corner, pixels; not negative
+ *   x, y              left upper corner, pixels. May be negative where the rectangle's memory is
+ *                     the caller's: bit -1 of a row is the lowest of the byte before it
  *   width, height     pixels; below 1: nothing is copied
  *   bytes_per_pixel   any from 1 on; 0: pixels are bits. Below 0 nothing is copied
  *   stride            bytes from one image row to the next; may be negative

@@ -17,11 +17,12 @@ namespace model {
 
 // --- colour filter ---------------------------------------------------------------------------
 
-inline int high_end(int colour, int64_t tolerance) {
-    return int(std::clamp<int64_t>(colour + tolerance, 0, 255));
+// Ends may lie beyond what a sample can be.
+inline int64_t high_end(int colour, int64_t tolerance) {
+    return std::min<int64_t>(colour + tolerance, 255);
 }
-inline int low_end(int colour, int64_t tolerance) {
-    return int(std::clamp<int64_t>(colour - tolerance, 0, 255));
+inline int64_t low_end(int colour, int64_t tolerance) {
+    return std::max<int64_t>(colour - tolerance, 0);
 }
 
 inline int pixel_bytes(int type) {

@@ -30,7 +30,8 @@ Ranges random_ranges(Random &random, size_t count) {
     return ranges;
 }
 
-// Samples at the ends of the ranges and right beside them, and any others.
+// Samples at the ends of the ranges and right beside them, and any others. Of ends that are no
+// samples: those that they would be by mistake, cut to one or what is left of them in a byte.
 Bytes random_source(Random &random, int type, size_t pixels, const Ranges &ranges) {
     const auto bytes = size_t(model::pixel_bytes(type));
     Bytes source = random_bytes(random, pixels * bytes);
@@ -39,7 +40,7 @@ Bytes random_source(Random &random, int type, size_t pixels, const Ranges &range
         const I32COLORRANGE &range = ranges[(i / bytes) % ranges.size()];
         const int colour = range.colour[channel];
         const int64_t tolerance = range.tolerance[channel];
-        switch (random.below(5)) {
+        switch (random.below(6)) {
         case 0:
             source[i] = uint8_t(model::high_end(colour, tolerance) + between(random, 0, 1));
             break;
@@ -51,6 +52,9 @@ Bytes random_source(Random &random, int type, size_t pixels, const Ranges &range
             break;
         case 3:
             source[i] = uint8_t(colour);
+            break;
+        case 4:
+            source[i] = uint8_t(std::max<int64_t>(model::high_end(colour, tolerance), 0));
             break;
         default:
             break;

@@ -9,7 +9,7 @@ namespace {
 
 struct Contents {
     LOGPALETTE header; // with the first entry
-    PALETTEENTRY others[32767];
+    PALETTEENTRY others[65534];
 };
 
 std::vector<PALETTEENTRY> raw(const Entries &entries) {

@@ -57,7 +57,7 @@ TEST_F(FailingDisplayCalls, NewPalettes) {
     const auto greys = [&] { return api().disp32CreateGrayPalette(nullptr, 16, 1); };
     const auto cube = [&] { return api().disp32CreateColorPalette(nullptr, 3, 256, 1); };
     const auto colours = [&] { return api().disp32CreateColorPalette(nullptr, 0, 8, 1); };
-    const auto largest = [&] { return api().disp32CreateColorPalette(nullptr, 2, 32767, 0); };
+    const auto largest = [&] { return api().disp32CreateColorPalette(nullptr, 2, 65535, 0); };
     EXPECT_EQ(expect_none_or("CreatePalette", greys, grey_ramp(16)), 1);
     EXPECT_EQ(expect_none_or("CreatePalette", cube, colour_cube(3, 256)), 1);
     EXPECT_EQ(expect_none_or("CreatePalette", colours, eight_colours()), 1);
@@ -66,9 +66,9 @@ TEST_F(FailingDisplayCalls, NewPalettes) {
         expect_none_or(function, greys, grey_ramp(16));
         expect_none_or(function, cube, colour_cube(3, 256));
         expect_none_or(function, colours, eight_colours());
-        failures += expect_none_or(function, largest, colour_cube(2, 32767));
+        failures += expect_none_or(function, largest, colour_cube(2, 65535));
     }
-    EXPECT_GE(failures, 1); // 131072 bytes lie on no stack
+    EXPECT_GE(failures, 1); // 262144 bytes lie on no stack
 }
 
 // Entries that cannot be written are no failure; a lack of memory is one, and writes nothing.

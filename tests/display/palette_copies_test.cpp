@@ -18,7 +18,7 @@ protected:
     }
 };
 
-constexpr int sizes[] = {1, 2, 3, 16, 255, 256, 257, 1000, 32767};
+constexpr int sizes[] = {1, 2, 3, 16, 255, 256, 257, 1000, 32767, 32768, 65535};
 
 TEST_F(PaletteCopies, AreExactWithTheFlags) {
     for (int size : sizes) {
@@ -34,9 +34,11 @@ TEST_F(PaletteCopies, AreExactWithTheFlags) {
 }
 
 TEST_F(PaletteCopies, OfLibraryPalettesAreExactToo) {
-    const HPALETTE cube = api().disp32CreateColorPalette(nullptr, 2, 256, 0);
-    EXPECT_EQ(take_entries(api().disp32PalDuplicate(cube)), colour_cube(2, 256));
-    EXPECT_EQ(take_entries(cube), colour_cube(2, 256));
+    for (int size : {256, 1000, 65535}) {
+        const HPALETTE cube = api().disp32CreateColorPalette(nullptr, 2, size, 0);
+        EXPECT_EQ(take_entries(api().disp32PalDuplicate(cube)), colour_cube(2, size));
+        EXPECT_EQ(take_entries(cube), colour_cube(2, size));
+    }
 }
 
 TEST_F(PaletteCopies, CannotBeMadeOfWhatIsNoPalette) {

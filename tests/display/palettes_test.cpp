@@ -115,7 +115,7 @@ TEST_F(Palettes, CubesEndWhiteWhereTheyAreSmaller) {
 }
 
 TEST_F(Palettes, CubesAreBlackBehind256Entries) {
-    for (int entries : {257, 258, 300, 1000, 32767}) {
+    for (int entries : {257, 258, 300, 1000, 32767, 32768, 40000, 65534, 65535}) {
         SCOPED_TRACE(entries);
         EXPECT_EQ(colours(3, entries), colour_cube(3, entries));
         EXPECT_EQ(colours(7, entries), colour_cube(7, entries));
@@ -161,22 +161,89 @@ TEST_F(Palettes, ColoursAreWrittenOverThoseThatAreThere) {
         EXPECT_EQ(palette.entries(), after);
         EXPECT_EQ(created.calls(), 0);
     }
-    const OwnPalette small{colourful(10)};
-    EXPECT_EQ(api().disp32CreateColorPalette(small.get(), 3, 32767, 0), small.get());
-    Entries cube = colour_cube(3, 256);
-    cube.resize(10);
-    EXPECT_EQ(small.entries(), cube);
 }
 
+TEST_F(Palettes, ColoursAreWrittenAsFarAsThePaletteGoes) {
+    for (int size : {1, 10, 216, 256, 300, 32768, 65535})
+        for (int entries : {size, size + 1, 256, 257, 1000, 32767, 32768, 65535}) {
+            if (entries < size || entries > 65535)
+                continue;
+            SCOPED_TRACE(std::to_string(entries) + " into " + std::to_string(size));
+            const OwnPalette palette{colourful(size)};
+            EXPECT_EQ(api().disp32CreateColorPalette(palette.get(), 3, entries, 0), palette.get());
+            Entries written = entries == 2    ? Entries{{0, 0, 0}, {255, 255, 255}}
+                              : entries < 256 ? sixteen_colours(entries)
+                                              : colour_cube(3, entries);
+            written.resize(std::size_t(size));
+            EXPECT_EQ(palette.entries(), written);
+        }
+}
+
+// Every number of colours in every way: made or written over, by each cube, corrected or not; and
+// the size that is told.
+TEST_F(Palettes, ColoursOfEveryNumberInEveryWay) {
+    set_gamma(some_gamma);
+    const Entries before = colourful(65535);
+    for (int entries : {1,   2,   3,   4,   5,   6,   7,    8,     9,     15,    16,   17,
+                        100, 254, 255, 256, 257, 258, 1000, 32767, 32768, 65534, 65535})
+        for (int mode : {DISP32_CUBE_676, DISP32_CUBE_666, 0, -1})
+            for (int with_gamma : {0, 1}) {
+                SCOPED_TRACE(std::to_string(entries) + ", mode " + std::to_string(mode) +
+                             ", gamma " + std::to_string(with_gamma));
+                Entries wanted = entries == 2    ? Entries{{0, 0, 0}, {255, 255, 255}}
+                                 : entries == 8  ? eight_colours()
+                                 : entries < 256 ? sixteen_colours(entries)
+                                                 : colour_cube(mode, entries);
+                if (with_gamma != 0 && entries != 2)
+                    wanted = corrected(wanted, some_gamma);
+                const HPALETTE made =
+                    api().disp32CreateColorPalette(nullptr, mode, entries, with_gamma);
+                EXPECT_EQ(api().disp32PalSize(made), entries);
+                ASSERT_EQ(take_entries(made), wanted);
+
+                const OwnPalette palette{before};
+                EXPECT_EQ(api().disp32CreateColorPalette(palette.get(), mode, entries, with_gamma),
+                          palette.get());
+                EXPECT_EQ(api().disp32PalSize(palette.get()), 65535);
+                std::copy(before.begin() + entries, before.end(), std::back_inserter(wanted));
+                ASSERT_EQ(palette.entries(), wanted);
+            }
+    expect_no_report();
+}
+
+// A palette has a size of 16 bits.
 TEST_F(Palettes, WithNoEntriesOrTooManyAreNotMade) {
     const OwnPalette existing{colourful(20)};
     const Census before = Census::now();
-    for (int entries : {0, -1, -256, INT_MIN, 32768, 65536, 65536 + 16, 65536 + 256, INT_MAX}) {
-        SCOPED_TRACE(entries);
-        EXPECT_SILENT_FAILURE(api().disp32CreateColorPalette(nullptr, 3, entries, 0));
-        EXPECT_SILENT_FAILURE(api().disp32CreateColorPalette(nullptr, 3, entries, 1));
-        EXPECT_SILENT_FAILURE(api().disp32CreateColorPalette(existing.get(), 3, entries, 0));
-    }
+    for (int mode : {2, 3, 0})
+        for (int with_gamma : {0, 1}) {
+            for (int entries : {0, -1, -256, INT_MIN, 65536, 65536 + 16, 65536 + 256, INT_MAX}) {
+                SCOPED_TRACE(entries);
+                EXPECT_SILENT_FAILURE(
+                    api().disp32CreateColorPalette(nullptr, mode, entries, with_gamma));
+            }
+            for (int entries : {65536, 65536 + 16, 65536 + 256, INT_MAX}) {
+                SCOPED_TRACE(entries);
+                EXPECT_SILENT_FAILURE(
+                    api().disp32CreateColorPalette(existing.get(), mode, entries, with_gamma));
+            }
+        }
+    EXPECT_EQ(Census::now(), before);
+    EXPECT_EQ(existing.entries(), colourful(20));
+}
+
+// No colour is written over nothing: the palette stays as it is, and is given back.
+TEST_F(Palettes, AreGivenBackWhereNoEntryIsWritten) {
+    const OwnPalette existing{colourful(20)};
+    const Census before = Census::now();
+    for (int entries : {0, -1, -2, -8, -256, -65536, INT_MIN})
+        for (int mode : {2, 3, 0})
+            for (int with_gamma : {0, 1}) {
+                HPALETTE given = nullptr;
+                EXPECT_SUCCESS(given = api().disp32CreateColorPalette(existing.get(), mode, entries,
+                                                                      with_gamma));
+                EXPECT_EQ(given, existing.get()) << entries;
+            }
     EXPECT_EQ(Census::now(), before);
     EXPECT_EQ(existing.entries(), colourful(20));
 }
@@ -186,7 +253,8 @@ TEST_F(Palettes, ThatAreNoneAreGivenBack) {
     OwnPalette palette(colourful(4));
     const HPALETTE deleted = palette.deleted();
     EXPECT_EQ(api().disp32CreateGrayPalette(deleted, 16, 0), deleted);
-    EXPECT_EQ(api().disp32CreateColorPalette(deleted, 3, 256, 1), deleted);
+    for (int entries : {0, 1, 8, 256, 65535})
+        EXPECT_EQ(api().disp32CreateColorPalette(deleted, 3, entries, 1), deleted) << entries;
     expect_no_report();
 }
 
@@ -205,8 +273,9 @@ TEST_F(Palettes, ReachTheSystemWithoutFlags) {
     colours(3, 1);
     colours(3, 8, 1);
     colours(3, 255, 1);
-    colours(2, 32767, 1);
-    EXPECT_EQ(sizes, (std::vector<int>{2, 256, 1, 8, 255, 32767}));
+    colours(2, 32768, 1);
+    colours(2, 65535, 1);
+    EXPECT_EQ(sizes, (std::vector<int>{2, 256, 1, 8, 255, 32768, 65535}));
 }
 
 } // namespace

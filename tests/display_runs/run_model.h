@@ -84,6 +84,12 @@ public:
         return 1;
     }
 
+    // For the rows that come from now on; those that are held stay as they are.
+    void correct(const Percents &gamma) {
+        setup_.gamma = gamma;
+        painter_ = Painter(setup_);
+    }
+
     // That many drawings from now on fail.
     int failures = 0;
 

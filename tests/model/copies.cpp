@@ -201,6 +201,10 @@ void World::get_buffer() {
     Image expected = destination.image;
     std::vector<Failure> reports;
     const int copied = copy_common(source.image, area, expected, 0, 0, nullptr);
+    // One colour is tried as a duplicate wherever type and size agree.
+    if (whole && source.is(BUF32_ONE_COLOUR) && destination.is(BUF32_ONE_COLOUR) &&
+        same_size(source, destination) && source.bits != destination.bits)
+        reports.push_back({3200, 0, 2, 8});
     if (!duplicates && copied > 0) {
         if (source.bits != destination.bits)
             reports.push_back({3200, 1, 4, 18});
@@ -242,10 +246,12 @@ void World::merge_buffer() {
     Image expected = destination.image;
     const int copied = copy_common(source.image, area, expected, place.x, place.y, nullptr);
     std::vector<Failure> reports;
-    if (destination.is(BUF32_CALLER_MEMORY))
+    if (source.is(BUF32_CALLER_MEMORY))
         reports.push_back({5800, 0, 50, 63});
     else if (copied > 0 && source.bits != destination.bits)
         reports.push_back({3200, 1, 4, 18});
+    else if (copied > 0 && destination.is(BUF32_CALLER_MEMORY))
+        reports.push_back({5800, 0, 50, 64});
     const std::vector<uint64_t> before = destination.image.pixels;
     const int result = api().buf32MergeBuf(source.handle, area.x, area.y, area.width, area.height,
                                            destination.handle, place.x, place.y);

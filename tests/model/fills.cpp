@@ -10,9 +10,14 @@ void World::fill_one_colour() {
     uint8_t colour[8];
     random_colour(buffer.bits, colour);
     const bool refused = buffer.is(BUF32_CALLER_MEMORY);
-    if (!called(api().buf32FillOneColor(buffer.handle, colour), !refused,
-                refused ? std::vector<Failure>{{5800, 0, 50, 62}} : std::vector<Failure>{}))
+    const int result = api().buf32FillOneColor(buffer.handle, colour);
+    const bool gave_up = gave_up_pixels();
+    if (!called(result, !refused,
+                refused ? std::vector<Failure>{{5800, 0, 50, 62}} : std::vector<Failure>{})) {
+        if (gave_up && !buffer.is(BUF32_DIB))
+            lose_pixels(buffer);
         return;
+    }
     if (!buffer.is(BUF32_DIB)) {
         buffer.type = BUF32_ONE_COLOUR;
         std::copy(std::begin(colour), std::end(colour), buffer.colour);
@@ -44,12 +49,66 @@ void World::fill_pattern() {
     maybe_inject();
     pattern.descriptor.pixels = pattern.bytes.data();
     const bool refused = buffer.is(BUF32_CALLER_MEMORY);
-    if (!called(api().buf32FillPattern(buffer.handle, &pattern.descriptor), !refused,
-                refused ? std::vector<Failure>{{3200, 0, 4, 6}} : std::vector<Failure>{}))
+    const int result = api().buf32FillPattern(buffer.handle, &pattern.descriptor);
+    const bool gave_up = gave_up_pixels();
+    if (!called(result, !refused,
+                refused ? std::vector<Failure>{{3200, 0, 4, 6}} : std::vector<Failure>{})) {
+        if (gave_up && !buffer.is(BUF32_DIB))
+            lose_pixels(buffer);
         return;
+    }
     paint(buffer.image, buffer.bits, pattern);
     if (!buffer.is(BUF32_DIB))
         buffer.type = BUF32_PATTERN;
+}
+
+bool World::gave_up_pixels() {
+    const std::vector<Failure> reports = frame::reports();
+    return reports == std::vector<Failure>{{1001, 1, 4, 21}} ||
+           reports == std::vector<Failure>{{1001, 1, 70, 23}};
+}
+
+// One colour is still in the record, and so is a pattern whose copy has not been released.
+void World::lose_pixels(ModelBuffer &buffer) {
+    injection_.reset();
+    resynchronise();
+    if (word(buffer.handle, field_storage) != 0 || word(buffer.handle, field_share_marker) != 0)
+        differs("storage after a failed fill");
+    if (buffer.is(BUF32_ONE_COLOUR))
+        return;
+    if (buffer.is(BUF32_PATTERN)) {
+        if (word(buffer.handle, field_external_data) == 0)
+            buffer.image.paint([](int, int) { return uint64_t(0); });
+        return;
+    }
+    uint8_t pixel[8];
+    called(api().buf32GetMem(buffer.handle, 0, 0, 1, 1, pixel), 0);
+    called(api().buf32MergeMem(buffer.handle, 0, 0, pixel, 1, 1), 0);
+    refill(buffer);
+}
+
+// By a fill, or from another one that is alike.
+void World::refill(ModelBuffer &buffer) {
+    const ModelBuffer &source = destination_for(buffer);
+    HBUF32 handle = buffer.handle;
+    if (&source != &buffer && outcome_of_duplicate(source, buffer).done && random_.below(4) != 0) {
+        describe(", and duplicate " + name_of(source));
+        called(api().buf32DupBuf(source.handle, &handle), 1);
+        take_pixels(buffer, source);
+    } else if (random_.below(2) == 0) {
+        describe(", and fill again");
+        random_colour(buffer.bits, buffer.colour);
+        called(api().buf32FillOneColor(buffer.handle, buffer.colour), 1);
+        buffer.type = BUF32_ONE_COLOUR;
+        paint(buffer.image, buffer.bits, buffer.colour);
+    } else {
+        describe(", and fill with a pattern");
+        Pattern pattern = random_pattern(buffer.bits);
+        pattern.descriptor.pixels = pattern.bytes.data();
+        called(api().buf32FillPattern(buffer.handle, &pattern.descriptor), 1);
+        buffer.type = BUF32_PATTERN;
+        paint(buffer.image, buffer.bits, pattern);
+    }
 }
 
 } // namespace q32::test

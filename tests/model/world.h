@@ -116,6 +116,11 @@ private:
     // --- fills (fills.cpp)
     void fill_one_colour();
     void fill_pattern();
+    // A failed fill has given up the pixels when it found no memory for what it makes: what the
+    // buffer shows then, and pixels for it again.
+    static bool gave_up_pixels();
+    void lose_pixels(ModelBuffer &buffer);
+    void refill(ModelBuffer &buffer);
 
     // --- the two sides
     // The call's result and reports must be these, unless a system call was made to fail: then 0

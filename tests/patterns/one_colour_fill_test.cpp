@@ -12,8 +12,6 @@ protected:
     }
 };
 
-constexpr Failure no_block{1001, 1, 4, 21};
-
 // A picture of a buffer that has just been made from a start.
 Picture picture_of(HBUF32 buffer, const Start &start, int bits, int width, int height) {
     return Picture(buffer, Geometry(width, height, bits, start.type));
@@ -246,37 +244,6 @@ TEST_F(OneColourFill, OfCallerMemory) {
     EXPECT_EQ(image[0], 1);
     EXPECT_EQ(word(buffer, field_type), BUF32_CALLER_MEMORY);
     forget_reports();
-}
-
-// Without a block nothing changes: not the record, not the pixels, not what is in use.
-TEST_F(OneColourFill, WithoutMemoryForTheBlock) {
-    for (const Start &start : starts()) {
-        if (start.type == BUF32_ONE_COLOUR)
-            continue; // needs no block
-        SCOPED_TRACE(start.name);
-        Random random(test_seed(), 2);
-        const auto buffer = start.make(24, 150, 140, random);
-        Picture picture = picture_of(*buffer, start, 24, 150, 140);
-        const Rectangle all{0, 0, 150, 140};
-        Bytes pixels(rectangle_bytes(picture.geometry, all));
-        ASSERT_EQ(api().buf32GetMem(*buffer, 0, 0, 150, 140, pixels.data()), 1);
-        write_rectangle(picture, all, pixels.data());
-        const uint32_t memory = memory_in_use(), mapped = mapped_bytes();
-        Bytes record(508);
-        std::memcpy(record.data(), reinterpret_cast<const void *>(HBUF32(*buffer)), record.size());
-        const frame::Census before = frame::Census::now();
-        {
-            FailingCall block("VirtualAlloc", 1, FailingCall::from_there_on);
-            EXPECT_EQ(api().buf32FillOneColor(*buffer, colour), 0);
-            EXPECT_TRUE(block.happened());
-        }
-        expect_report(no_block);
-        EXPECT_TRUE(same_bytes(record, reinterpret_cast<const uint8_t *>(HBUF32(*buffer))));
-        EXPECT_EQ(frame::Census::now(), before);
-        EXPECT_EQ(memory_in_use(), memory);
-        EXPECT_EQ(mapped_bytes(), mapped);
-        expect_read_everywhere(picture);
-    }
 }
 
 TEST_F(OneColourFill, AtARaisedPriority) {

@@ -12,8 +12,6 @@ protected:
     }
 };
 
-constexpr Failure no_block{1001, 1, 4, 21}, no_copy{1001, 1, 70, 23};
-
 Picture picture_of(HBUF32 buffer, const Start &start, int bits, int width, int height) {
     return Picture(buffer, Geometry(width, height, bits, start.type));
 }
@@ -250,40 +248,6 @@ TEST_F(PatternFill, OfCallerMemory) {
     forget_reports();
 }
 
-// Without the copy, or without the block, nothing changes.
-TEST_F(PatternFill, WithoutMemory) {
-    for (const Start &start : starts())
-        for (const auto &[call, failure] :
-             {std::pair{"malloc", no_copy}, {"VirtualAlloc", no_block}}) {
-            SCOPED_TRACE(std::string(start.name) + ", " + call);
-            Random random(test_seed(), 7);
-            const auto buffer = start.make(24, 150, 140, random);
-            Picture picture = picture_of(*buffer, start, 24, 150, 140);
-            const Rectangle all{0, 0, 150, 140};
-            Bytes pixels(rectangle_bytes(picture.geometry, all));
-            ASSERT_EQ(api().buf32GetMem(*buffer, 0, 0, 150, 140, pixels.data()), 1);
-            write_rectangle(picture, all, pixels.data());
-            const uint32_t memory = memory_in_use(), mapped = mapped_bytes();
-            Bytes record(508);
-            std::memcpy(record.data(), reinterpret_cast<const void *>(HBUF32(*buffer)),
-                        record.size());
-            const Pattern pattern(7, 5, 24, random);
-            const BUF32PATTERN descriptor = pattern.descriptor();
-            const frame::Census before = frame::Census::now();
-            {
-                FailingCall memory_call(call, 1, FailingCall::from_there_on);
-                EXPECT_EQ(api().buf32FillPattern(*buffer, &descriptor), 0);
-                EXPECT_TRUE(memory_call.happened());
-            }
-            expect_report(failure);
-            EXPECT_TRUE(same_bytes(record, reinterpret_cast<const uint8_t *>(HBUF32(*buffer))));
-            EXPECT_EQ(frame::Census::now(), before);
-            EXPECT_EQ(memory_in_use(), memory);
-            EXPECT_EQ(mapped_bytes(), mapped);
-            expect_read_everywhere(picture);
-        }
-}
-
 // Sizes that need more than 32 bits fail like memory that cannot be had, and nothing is read.
 TEST_F(PatternFill, OfSizesBeyond32Bits) {
     FencedBlock pixel(8);
@@ -298,10 +262,12 @@ TEST_F(PatternFill, OfSizesBeyond32Bits) {
             EXPECT_EQ(handle, 0x5A5A5A5Au);
         }
     }
-    Buffer buffer(64, 10, 10);
     for (const BUF32PATTERN *pattern : {&whole, &wrapping}) {
+        Buffer buffer(64, 10, 10);
         EXPECT_REPORT(api().buf32FillPattern(buffer, pattern), 1001, 1, 70, 23);
         EXPECT_EQ(word(buffer, field_type), BUF32_TILED);
+        EXPECT_EQ(word(buffer, field_storage), 0u);
+        EXPECT_EQ(memory_in_use(), 0u);
     }
     // The copy is small, the block of 65535 rows of 256000 bytes is not.
     const Bytes column(65535 * 8, 0x42);
@@ -320,7 +286,7 @@ TEST_F(PatternFill, OfSizesBeyond32Bits) {
     address = &address;
     EXPECT_REPORT(api().buf32CellLock(fresh, 0, &address, nullptr), 1001, 1, 4, 21);
     EXPECT_EQ(address, nullptr);
-    EXPECT_EQ(memory_in_use(), 80u * 10);
+    EXPECT_EQ(memory_in_use(), 0u);
     forget_reports();
 }
 

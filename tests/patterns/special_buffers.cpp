@@ -12,6 +12,7 @@ const std::vector<Start> &starts() {
         {"linear, in a file", BUF32_LINEAR, false, true},
         {"linear, in memory only", BUF32_LINEAR_MEMORY, false, true},
         {"linear, shrinking", BUF32_LINEAR_SHRINK, false, false},
+        {"linear, shrinking, in a file", BUF32_LINEAR_SHRINK, false, true},
         {"one colour", BUF32_ONE_COLOUR, false, false},
         {"one colour with a block", BUF32_ONE_COLOUR, true, false},
         {"pattern", BUF32_PATTERN, false, false},
@@ -38,6 +39,69 @@ std::unique_ptr<Buffer> Start::make(int bits, int width, int height, Random &ran
     }
     set_memory_limit(0, 0);
     return buffer;
+}
+
+namespace {
+
+bool fails_with(const Failure &failure, int result) {
+    const bool as_it_must = result == 0 && frame::reports() == std::vector<Failure>{failure};
+    if (!as_it_must)
+        ADD_FAILURE() << "result " << result << ", and reports "
+                      << testing::PrintToString(frame::reports());
+    forget_reports();
+    return as_it_must;
+}
+
+int fill_with_pattern(HBUF32 buffer) {
+    static constexpr uint8_t pixels[8 * 3 * 2] = {0x31, 0x8A, 0x5C, 0xE7, 0x02, 0x9B, 0x46};
+    const BUF32PATTERN pattern{3, 2, pixels};
+    return api().buf32FillPattern(buffer, &pattern);
+}
+
+bool colour_without_block(HBUF32 buffer) {
+    forget_reports();
+    const NoBlocks none;
+    return fails_with(no_block, api().buf32FillOneColor(buffer, colour)) && none.refused() == 1;
+}
+bool pattern_without_block(HBUF32 buffer) {
+    forget_reports();
+    const NoBlocks none;
+    return fails_with(no_block, fill_with_pattern(buffer)) && none.refused() == 1;
+}
+bool pattern_without_copy(HBUF32 buffer) {
+    forget_reports();
+    const FailingCall copy("malloc", 1, FailingCall::from_there_on);
+    return fails_with(no_copy, fill_with_pattern(buffer)) && copy.happened();
+}
+// The block is asked for first.
+bool pattern_without_both(HBUF32 buffer) {
+    forget_reports();
+    const NoBlocks none;
+    const FailingCall copy("malloc", 1, FailingCall::from_there_on);
+    return fails_with(no_block, fill_with_pattern(buffer)) && none.refused() == 1;
+}
+
+} // namespace
+
+std::vector<Loss> losses_of(const Start &start) {
+    std::vector<Loss> result = {{"a pattern without a block", pattern_without_block},
+                                {"a pattern without a copy", pattern_without_copy},
+                                {"a pattern without either", pattern_without_both}};
+    if (start.type != BUF32_ONE_COLOUR)
+        result.push_back({"one colour without a block", colour_without_block});
+    return result;
+}
+
+void expect_what_is_left(Picture &picture, const Start &start) {
+    if (start.type == BUF32_ONE_COLOUR) { // the colour is in the record
+        expect_read_everywhere(picture);
+    } else if (start.type == BUF32_PATTERN) { // the pattern, unless its copy has gone
+        if (word(picture.buffer, field_external_data) == 0)
+            picture.image = PlainImage(picture.geometry);
+        expect_read_everywhere(picture);
+    } else {
+        expect_no_image(picture);
+    }
 }
 
 uint32_t pattern_block_bytes(const Geometry &geometry, const Pattern &pattern) {
@@ -139,6 +203,25 @@ void expect_filled_with(const Picture &picture, const Pattern &pattern) {
                               reinterpret_cast<const uint8_t *>(word(buffer, field_storage)),
                               rows.image.row_bytes(), geometry.width * geometry.bits));
     }
+}
+
+void expect_given_up(HBUF32 buffer, const Start &start, const Geometry &geometry) {
+    BUF32INFO info;
+    expect_info(Picture(buffer, geometry), start.type, start.type == BUF32_ONE_COLOUR ? 1 : 0,
+                info);
+    EXPECT_EQ(memory_in_use(), 0u);
+    EXPECT_EQ(mapped_bytes(), 0u);
+    for (int field :
+         {int(field_storage), int(field_mapping), int(field_file), int(field_share_marker),
+          int(field_source), int(field_first_sharer), int(field_last_sharer)})
+        EXPECT_EQ(word(buffer, field), 0u) << "field " << field;
+    EXPECT_EQ(word(buffer, field_record_entry), 0xFFFFFFFF);
+    expect_no_swap_files();
+    uint8_t pixel[8] = {};
+    const BUF32PATTERN pattern{1, 1, pixel};
+    const void *extra = start.type == BUF32_PATTERN ? static_cast<const void *>(&pattern) : colour;
+    Buffer like(8, 1, 1, start.type, extra);
+    expect_operations_of(buffer, like);
 }
 
 void expect_ordinary_again(const Picture &picture, bool file) {

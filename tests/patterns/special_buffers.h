@@ -25,6 +25,35 @@ struct Start {
 };
 const std::vector<Start> &starts();
 
+// Blocks of fills and of special buffers cannot be had for the time of its life: all memory that is
+// reserved and committed at once. Storage of other buffers can.
+class NoBlocks {
+public:
+    int refused() const { return refused_; }
+
+private:
+    int refused_ = 0;
+    frame::Replaced<frame::call::VirtualAlloc> refuse_{
+        [this](LPVOID at, SIZE_T bytes, DWORD kind, DWORD protection) -> LPVOID {
+            if (kind != (MEM_RESERVE | MEM_COMMIT))
+                return VirtualAlloc(at, bytes, kind, protection);
+            ++refused_;
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+            return nullptr;
+        }};
+};
+
+// A fill that fails when the storage has been given up.
+struct Loss {
+    const char *name;
+    bool (*take)(HBUF32 buffer); // whether it failed as it must
+};
+inline constexpr Failure no_block{1001, 1, 4, 21}, no_copy{1001, 1, 70, 23};
+// Those that apply to a start: one colour takes no other block for another colour.
+std::vector<Loss> losses_of(const Start &start);
+// What a special buffer still shows after a loss; nothing has an ordinary one.
+void expect_what_is_left(Picture &picture, const Start &start);
+
 // Bytes of a pattern buffer's block.
 uint32_t pattern_block_bytes(const Geometry &geometry, const Pattern &pattern);
 
@@ -33,6 +62,9 @@ uint32_t pattern_block_bytes(const Geometry &geometry, const Pattern &pattern);
 void expect_filled_with(const Picture &picture, const uint8_t *bytes);
 // The same for a pattern buffer.
 void expect_filled_with(const Picture &picture, const Pattern &pattern);
+// A buffer that has lost its storage to a fill that got no block: of the type and layout that it
+// had, without block, storage or swap file, and nothing is in use.
+void expect_given_up(HBUF32 buffer, const Start &start, const Geometry &geometry);
 // An ordinary tiled buffer without a trace of what it was, and nothing else in use.
 void expect_ordinary_again(const Picture &picture, bool file);
 

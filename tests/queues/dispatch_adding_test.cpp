@@ -437,21 +437,27 @@ TEST_F(DispatchAdding, AFullTableAndTheFirstOwner) {
 }
 
 // When even then there is no room the job is refused, also one that needs none: here the owner that
-// comes next fills the place that it has left.
+// comes next deletes its job and fills the places that it and the one after it have left.
 TEST_F(DispatchAdding, AFullTableThatStaysFull) {
     for (const Job &refused : {steps(2, 7, 7), tiles(2, {0, 0, 0, 0}, 1, 1)}) {
         SCOPED_TRACE(refused.mode);
         add(steps(1, 1, 1));
         fill_table(10);
         take_log();
-        when("10 begins 0 0 1 1", [&] { return add(steps(30, 9, 9)); });
+        when("10 begins 0 0 1 1", [&] {
+            EXPECT_EQ(api().d32DeleteQueue(10), 1);
+            EXPECT_EQ(add(steps(30, 9, 9)), 1);
+            return add(steps(31, 9, 9));
+        });
         EXPECT_SILENT_FAILURE(add(refused, replace));
-        EXPECT_EQ(take_log(), (Lines{"1 steps 1", "1 ends 0 0 1 1", "10 begins 0 0 1 1"}));
+        EXPECT_EQ(take_log(), (Lines{"1 steps 1", "1 ends 0 0 1 1", "10 begins 0 0 1 1",
+                                     "10 ends 0 0 1 1", "11 begins 0 0 1 1"}));
         EXPECT_EQ(api().d32IsInQueue(2, 0), 0);
         EXPECT_EQ(api().d32IsInQueue(30, 0), 1);
-        EXPECT_EQ(current(), 10u);
-        expect_step(1, {"10 steps 100", "10 ends 0 0 1 1", "30 begins 0 0 1 1"});
-        for (uint32_t owner = 11; owner <= 30; ++owner)
+        EXPECT_EQ(api().d32IsInQueue(31, 0), 1);
+        EXPECT_EQ(current(), 11u);
+        expect_step(1, {"11 steps 101", "11 ends 0 0 1 1", "30 begins 0 0 1 1"});
+        for (uint32_t owner = 12; owner <= 31; ++owner)
             api().d32DeleteQueue(owner);
         expect_idle();
     }

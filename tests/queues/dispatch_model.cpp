@@ -42,6 +42,7 @@ void DispatchModel::send(int message, intptr_t parameter, int *reply) {
 void DispatchModel::begin(const Request &request) {
     Running job{request, ++serials_, {}, 0, 0, false, false};
     const RECT &whole = request.rectangle;
+    job.end = whole;
     const DispatchDesc &given = request.description;
     RECT told = whole;
     if (request.mode == D32_STEPS) {
@@ -66,11 +67,17 @@ unsigned DispatchModel::begin_next(uint32_t preferred) {
     for (int priority = 2; priority >= 0; --priority)
         for (const bool own : {true, false})
             for (std::optional<Request> &entry : table_)
-                if (entry && entry->priority == priority && (!own || entry->owner == preferred)) {
+                if (entry && !entry->begins && entry->priority == priority &&
+                    (!own || entry->owner == preferred)) {
+                    entry->begins = true;
                     const Request request = *entry;
-                    entry.reset();
                     const unsigned serial = serials_ + 1;
                     begin(request);
+                    if (entry && entry->ticket == request.ticket) {
+                        if (is_current(serial))
+                            current_->end = entry->end;
+                        entry.reset();
+                    }
                     return serial;
                 }
     return 0;
@@ -157,7 +164,7 @@ int DispatchModel::add(uint32_t owner, const RECT &rectangle, bool replace, int 
                        const DispatchDesc &description) {
     if (owner == 0 || (!replace && is_empty(rectangle)))
         return 0;
-    Request request{owner, rectangle, rectangle, mode, description, 0};
+    Request request{owner, rectangle, rectangle, mode, description, 0, 0, false};
     if (replace)
         take_out(owner);
     if (replace && current_ && current_->owner == owner) {
@@ -184,6 +191,7 @@ int DispatchModel::add(uint32_t owner, const RECT &rectangle, bool replace, int 
         return 0;
     if (!request.is_nothing()) {
         request.priority = owner == first_service_ ? 1 : 0;
+        request.ticket = ++tickets_;
         *place = request;
     }
     return 1;

@@ -45,6 +45,8 @@ private:
         int mode;
         DispatchDesc description;
         int priority;
+        unsigned ticket;         // of this entry of the table and no other
+        bool begins;             // being told that it begins: not chosen again meanwhile
         bool is_nothing() const; // no tiles or bands to be made
     };
     struct Running : Request {
@@ -59,7 +61,9 @@ private:
     void send(int message, intptr_t parameter, int *reply = nullptr);
     void begin(const Request &request);
     // Begins the next waiting job in place of the current one. Its serial, or 0: there is none, and
-    // nothing has been changed.
+    // nothing has been changed. The job stays in the table until it has been told that it begins,
+    // where it does not begin again, and gets the end rectangle that it has there only then, unless
+    // the callback has ended or replaced it.
     unsigned begin_next(uint32_t preferred);
     void begin_or_next(const Request &request);
     // False: it is no longer current.
@@ -76,7 +80,7 @@ private:
     std::array<std::optional<Request>, 16> table_;
     std::optional<Running> current_;
     uint32_t first_service_ = 0;
-    unsigned serials_ = 0;
+    unsigned serials_ = 0, tickets_ = 0;
 };
 
 } // namespace q32::test

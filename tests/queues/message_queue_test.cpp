@@ -213,14 +213,43 @@ TEST_F(MessageQueue, SizesBelowMinusOne) {
     EXPECT_SUCCESS(api().DeleteQueue(1));
 }
 
+// Whether there is a buffer matters only where bytes would be copied: what is asked, and what is
+// too large, is answered all the same.
 TEST_F(MessageQueue, NoBuffer) {
+    EXPECT_SILENT_FAILURE(api().GetFromQueue(nullptr, 3));
     EXPECT_SUCCESS(api().CreateQueue(1));
+    for (int size : {-1, 0, 3, INT_MAX, -2, INT_MIN})
+        EXPECT_SILENT_FAILURE(api().GetFromQueue(nullptr, size)); // no message
     EXPECT_SUCCESS(add({1, 2, 3}));
-    for (int size : {0, 2, 3, 100, -2, INT_MIN}) {
-        SCOPED_TRACE(size);
-        EXPECT_SILENT_FAILURE(api().GetFromQueue(nullptr, size));
+    EXPECT_SUCCESS(add({4}));
+    std::uint8_t buffer[8] = {9, 9, 9, 9, 9, 9, 9, 9};
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_SUCCESS(api().GetFromQueue(nullptr, -1) == 3);
+        for (int too_small : {0, 1, 2, -2, -3, -100, INT_MIN, INT_MIN + 1}) {
+            SCOPED_TRACE(too_small);
+            EXPECT_SUCCESS(api().GetFromQueue(nullptr, too_small) == -1);
+            EXPECT_SUCCESS(api().GetFromQueue(buffer, too_small) == -1);
+        }
+        for (int enough : {3, 4, 5, 100, INT_MAX}) {
+            SCOPED_TRACE(enough);
+            EXPECT_SILENT_FAILURE(api().GetFromQueue(nullptr, enough));
+        }
     }
-    expect_content({{1, 2, 3}});
+    EXPECT_EQ(std::count(buffer, buffer + 8, 9), 8);
+    expect_content({{1, 2, 3}, {4}});
+    EXPECT_SUCCESS(api().DeleteQueue(1));
+}
+
+// Of a message without bytes the two zeros would be copied.
+TEST_F(MessageQueue, NoBufferForNoBytes) {
+    EXPECT_SUCCESS(api().CreateQueue(1));
+    EXPECT_SUCCESS(api().AddQueue(nullptr, 0));
+    EXPECT_SUCCESS(add({7}));
+    for (int size : {0, 1, INT_MAX, -1})
+        EXPECT_SILENT_FAILURE(api().GetFromQueue(nullptr, size));
+    for (int too_small : {-2, INT_MIN})
+        EXPECT_SUCCESS(api().GetFromQueue(nullptr, too_small) == -1);
+    expect_content({{}, {7}});
     EXPECT_SUCCESS(api().DeleteQueue(1));
 }
 
@@ -428,17 +457,23 @@ TEST_F(MessageQueue, RandomCalls) {
             } else {
                 Bytes buffer(100, 0xA5), wanted = buffer;
                 const int size = int(random.below(80)) - 3;
+                std::uint8_t *const given = random.below(5) == 0 ? nullptr : buffer.data();
                 int result = 0;
                 if (!waiting.empty()) {
                     const int oldest = int(waiting.front().size());
-                    result = size == -1 || size >= oldest ? oldest : -1;
-                    if (size >= oldest) {
+                    if (size == -1) {
+                        result = oldest;
+                    } else if (size < oldest) {
+                        result = -1;
+                    } else if (given != nullptr) {
+                        result = oldest;
                         std::copy(waiting.front().begin(), waiting.front().end(), wanted.begin());
                         wanted[std::size_t(oldest)] = wanted[std::size_t(oldest) + 1] = 0;
                         waiting.pop_front();
                     }
                 }
-                EXPECT_EQ(api().GetFromQueue(buffer.data(), size), result) << "size " << size;
+                EXPECT_EQ(api().GetFromQueue(given, size), result)
+                    << "size " << size << (given == nullptr ? ", no buffer" : "");
                 EXPECT_EQ(buffer, wanted);
             }
             EXPECT_EQ(api().IsQueueEmpty(), waiting.empty() ? 1 : 0);

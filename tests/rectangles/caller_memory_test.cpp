@@ -143,24 +143,13 @@ TEST_F(CallerMemory, WhatWritesIsRefusedByReport) {
     Random random(test_seed(), 6);
     for (int bits : {1, 8, 24}) {
         SCOPED_TRACE(bits);
-        Subject over(Kind::caller_memory, bits, 300, 200, random),
-            source(Kind::tiled, bits, 300, 200, random),
-            alike(Kind::caller_memory, bits, 300, 200, random);
-        const Buffer other_depth(bits + 1, 300, 200);
+        Subject over(Kind::caller_memory, bits, 300, 200, random);
         forget_reports();
         EXPECT_EQ(entry_of<void *(HBUF32, int, int)>(over, entry_point_address)(over, 0, 0),
                   nullptr);
         EXPECT_EQ(frame::reports(), (std::vector<Failure>{{5800, 0, 50, 61}}));
         EXPECT_REPORT(api().buf32FillOneColor(over, some_colour), 5800, 0, 50, 62);
         EXPECT_REPORT(api().buf32FillOneColor(over, nullptr), 3200, 0, 4, 6);
-        // Before anything is cut or compared.
-        EXPECT_REPORT(api().buf32MergeBuf(source, 0, 0, 300, 200, over, 0, 0), 5800, 0, 50, 63);
-        EXPECT_REPORT(api().buf32MergeBuf(source, 0, 0, 0, 0, over, 0, 0), 5800, 0, 50, 63);
-        EXPECT_REPORT(api().buf32MergeBuf(source, 900, 0, 10, 10, over, 0, 0), 5800, 0, 50, 63);
-        EXPECT_REPORT(api().buf32MergeBuf(source, 0, 0, 10, 10, over, 900, 0), 5800, 0, 50, 63);
-        EXPECT_REPORT(api().buf32MergeBuf(other_depth, 0, 0, 10, 10, over, 0, 0), 5800, 0, 50, 63);
-        EXPECT_REPORT(api().buf32MergeBuf(over, 0, 0, 10, 10, over, 0, 0), 5800, 0, 50, 63);
-        EXPECT_REPORT(api().buf32MergeBuf(alike, 0, 0, 10, 10, over, 0, 0), 5800, 0, 50, 63);
         EXPECT_REPORT(api().buf32MergeMem(over, 0, 0, some_colour, 1, 1), 5800, 0, 50, 64);
         EXPECT_REPORT(api().buf32MergeMem(over, 300, 0, some_colour, 1, 1), 5800, 0, 50, 64);
         EXPECT_REPORT(api().buf32MergeMem(over, 0, 0, some_colour, 0, 0), 5800, 0, 50, 64);
@@ -171,6 +160,147 @@ TEST_F(CallerMemory, WhatWritesIsRefusedByReport) {
         EXPECT_REPORT(api().buf32ReAlloc(over, 100), 3200, 0, 4, 11);
         EXPECT_EQ(word(over, field_type), BUF32_CALLER_MEMORY);
         EXPECT_EQ(word(over, field_lock_count), 0u);
+        over.expect_picture();
+    }
+}
+
+// MergeBuf is the source's: one over caller memory refuses it, whatever is asked and whoever is to
+// receive the pixels, before anything is cut, compared or taken.
+TEST_F(CallerMemory, MergeBufFromItIsRefusedByReport) {
+    Random random(test_seed(), 13);
+    for (int bits : {1, 8, 24}) {
+        Subject over(Kind::caller_memory, bits, 300, 200, random);
+        const auto expect_refused = [&](HBUF32 destination) {
+            const struct {
+                Area area;
+                int x, y;
+            } cases[] = {{{0, 0, 300, 200}, 0, 0},   {{10, 20, 30, 40}, 150, 5},
+                         {{-5, -5, 30, 40}, -7, -9}, {{0, 0, 0, 0}, 0, 0},
+                         {{900, 0, 10, 10}, 0, 0},   {{0, 0, 10, 10}, 900, 0},
+                         {{0, 0, -5, -5}, 0, 0},     {{INT_MIN, 0, INT_MAX, INT_MAX}, INT_MAX, 0}};
+            const uint32_t marker = word(destination, field_share_marker);
+            for (const auto &[area, x, y] : cases) {
+                SCOPED_TRACE(text_of(area) + " to " + std::to_string(x) + ", " + std::to_string(y));
+                StripWatch watch;
+                EXPECT_REPORT(api().buf32MergeBuf(over, area.x, area.y, area.width, area.height,
+                                                  destination, x, y),
+                              5800, 0, 50, 63);
+                EXPECT_EQ(watch.asked(), std::vector<SIZE_T>{});
+            }
+            EXPECT_EQ(word(destination, field_share_marker), marker);
+            EXPECT_EQ(word(destination, field_lock_count), 0u);
+        };
+        for (Kind kind : all_kinds) {
+            SCOPED_TRACE(std::string(name_of(kind)) + ", " + std::to_string(bits) + " bits");
+            Subject destination(kind, bits, 300, 200, random);
+            expect_refused(destination);
+            destination.expect_picture();
+        }
+        OneColourSubject one_colour(bits, 300, 200);
+        expect_refused(one_colour);
+        EXPECT_EQ(word(one_colour, field_type), BUF32_ONE_COLOUR);
+        const BUF32PATTERN descriptor{2, 1, some_colour};
+        Buffer pattern(bits, 300, 200, BUF32_PATTERN, &descriptor);
+        expect_refused(pattern);
+        EXPECT_EQ(word(pattern, field_type), BUF32_PATTERN);
+        Subject other_depth(Kind::tiled, bits + 1, 300, 200, random);
+        expect_refused(other_depth);
+        other_depth.expect_picture();
+        expect_refused(over);
+        EXPECT_SILENT_FAILURE(api().buf32MergeBuf(over, 0, 0, 10, 10, 0, 0, 0));
+        EXPECT_EQ(word(over, field_lock_count), 0u);
+        EXPECT_EQ(word(over, field_access_mode), 1u);
+        over.expect_picture();
+    }
+}
+
+// Sources of every type, all of one depth, that a buffer over caller memory is to receive.
+struct Sources {
+    Sources(int bits, Random &random)
+        : bitmap_pixels(size_t(300 * bits + 31) / 32 * 4 * 200, MemoryBlock::fence_behind, random),
+          one_colour(bits, 300, 200, BUF32_ONE_COLOUR, some_colour),
+          pattern(bits, 300, 200, BUF32_PATTERN, &descriptor) {
+        for (Kind kind : writable_kinds)
+            subjects.push_back(std::make_unique<Subject>(kind, bits, 300, 200, random));
+        HBUF32 handle = 0;
+        EXPECT_EQ(api().buf32DIBMemBufAlloc(&handle, bits, 300, 200, bitmap_pixels.data()), 1);
+        bitmap = std::make_unique<Buffer>(handle);
+        for (const auto &subject : subjects)
+            all.push_back(*subject);
+        all.insert(all.end(), {HBUF32(one_colour), HBUF32(pattern), HBUF32(*bitmap)});
+    }
+
+    MemoryBlock bitmap_pixels;
+    const BUF32PATTERN descriptor{2, 1, some_colour};
+    Buffer one_colour, pattern;
+    std::vector<std::unique_ptr<Subject>> subjects;
+    std::unique_ptr<Buffer> bitmap;
+    std::vector<HBUF32> all;
+};
+
+// From all others a copy into one over caller memory ends at its MergeMem, with the first strip.
+TEST_F(CallerMemory, MergeBufIntoItIsRefusedLikeMergeMem) {
+    Random random(test_seed(), 14);
+    for (int bits : {1, 8, 24}) {
+        Subject over(Kind::caller_memory, bits, 290, 190, random);
+        const Sources sources(bits, random);
+        for (HBUF32 source : sources.all) {
+            const uint32_t type = word(source, field_type);
+            SCOPED_TRACE("type " + std::to_string(type) + ", " + std::to_string(bits) + " bits");
+            const auto merge = [&](const Area &area, int x, int y) {
+                return api().buf32MergeBuf(source, area.x, area.y, area.width, area.height, over, x,
+                                           y);
+            };
+            for (const Area &area : {Area{0, 0, 300, 200}, {-5, 7, 30, 20}, {299, 199, 9, 9}}) {
+                SCOPED_TRACE(text_of(area));
+                StripWatch watch;
+                EXPECT_REPORT(merge(area, 3, 5), 5800, 0, 50, 64);
+                EXPECT_EQ(watch.asked().size(), 1u);
+            }
+            { // by whichever strip is the first
+                StripWatch watch(SIZE_T(block_row_bytes(bits, 300)) * 60);
+                EXPECT_REPORT(merge({0, 0, 300, 200}, 0, 0), 5800, 0, 50, 64);
+                EXPECT_EQ(watch.asked().size(), 3u);
+            }
+            { // or without any
+                FailingCall strips("GlobalAlloc", 1, FailingCall::from_there_on);
+                EXPECT_REPORT(merge({0, 0, 300, 200}, 0, 0), 1001, 1, 4, 19);
+            }
+            // With nothing to copy its MergeMem is not asked.
+            EXPECT_SUCCESS(merge({0, 0, 0, 0}, 0, 0));
+            EXPECT_SUCCESS(merge({300, 0, 10, 10}, 0, 0));
+            EXPECT_SUCCESS(merge({0, 0, 10, 10}, 290, 0));
+            EXPECT_SUCCESS(merge({0, 0, 10, 10}, 0, -10));
+            EXPECT_EQ(word(source, field_type), type);
+            EXPECT_EQ(word(source, field_lock_count), 0u);
+            EXPECT_EQ(word(over, field_lock_count), 0u);
+        }
+        for (const auto &subject : sources.subjects)
+            subject->expect_picture();
+        const Sources deep(bits + 8, random);
+        for (HBUF32 source : deep.all) {
+            SCOPED_TRACE("type " + std::to_string(word(source, field_type)));
+            EXPECT_REPORT(api().buf32MergeBuf(source, 0, 0, 300, 200, over, 0, 0), 3200, 1, 4, 18);
+        }
+        over.expect_picture();
+    }
+}
+
+TEST_F(CallerMemory, GetBufIntoItIsRefusedLikeMergeMem) {
+    Random random(test_seed(), 15);
+    for (int bits : {1, 8, 24}) {
+        Subject over(Kind::caller_memory, bits, 290, 190, random);
+        const Sources sources(bits, random);
+        HBUF32 handle = over;
+        for (HBUF32 source : sources.all) {
+            const uint32_t type = word(source, field_type);
+            SCOPED_TRACE("type " + std::to_string(type) + ", " + std::to_string(bits) + " bits");
+            EXPECT_REPORT(api().buf32GetBuf(source, 0, 0, 300, 200, &handle), 5800, 0, 50, 64);
+            EXPECT_REPORT(api().buf32GetBuf(source, -5, 7, 30, 20, &handle), 5800, 0, 50, 64);
+            EXPECT_SUCCESS(api().buf32GetBuf(source, 300, 0, 30, 20, &handle)); // nothing to copy
+            EXPECT_EQ(handle, HBUF32(over));
+            EXPECT_EQ(word(source, field_type), type);
+        }
         over.expect_picture();
     }
 }

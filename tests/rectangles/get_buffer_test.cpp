@@ -392,6 +392,24 @@ TEST_F(GetBuffer, OfAnotherDepthIsReported) {
     }
 }
 
+// The whole is tried as a duplicate only where the depths agree as well: one report, of the copy.
+TEST_F(GetBuffer, TheWholeOfAnotherDepthIsReportedOnce) {
+    const BUF32PATTERN pattern{2, 1, some_colour};
+    for (uint32_t type : {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY, BUF32_LINEAR_SHRINK,
+                          BUF32_PATTERN, BUF32_TILED_FILE})
+        for (const auto &[from, into] : {std::pair{24, 32}, {8, 1}, {8, 12}, {1, 8}}) {
+            SCOPED_TRACE("type " + std::to_string(type) + ", " + std::to_string(from) +
+                         " bits into " + std::to_string(into));
+            const Buffer source(from, 300, 200, type, &pattern),
+                destination(into, 300, 200, type, &pattern);
+            HBUF32 handle = destination;
+            EXPECT_REPORT(api().buf32GetBuf(source, 0, 0, 300, 200, &handle), 3200, 1, 4, 18);
+            EXPECT_EQ(handle, HBUF32(destination));
+            EXPECT_EQ(word(destination, field_type), type);
+            EXPECT_EQ(word(destination, field_share_marker), 0u);
+        }
+}
+
 TEST_F(GetBuffer, WithoutAStripLeavesTheDestination) {
     Random random(test_seed(), 16);
     Subject source(Kind::tiled, 24, 300, 200, random);

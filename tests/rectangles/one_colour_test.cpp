@@ -426,7 +426,7 @@ TEST_F(OneColourRectangles, OfAnotherDepthAreReported) {
     Subject ordinary(Kind::tiled, 8, 300, 200, random);
     for (HBUF32 into : {HBUF32(other), HBUF32(ordinary)}) {
         HBUF32 handle = into;
-        EXPECT_REPORT(api().buf32GetBuf(source, 0, 0, 300, 200, &handle), 3200, 1, 4, 18);
+        EXPECT_REPORT(api().buf32GetBuf(source, 0, 1, 300, 200, &handle), 3200, 1, 4, 18);
         EXPECT_REPORT(api().buf32MergeBuf(source, 0, 0, 300, 200, into, 0, 0), 3200, 1, 4, 18);
         EXPECT_SUCCESS(api().buf32GetBuf(source, 300, 0, 300, 200, &handle)); // nothing left
         EXPECT_SUCCESS(api().buf32MergeBuf(source, 0, 0, 300, 200, into, 300, 0));
@@ -434,6 +434,41 @@ TEST_F(OneColourRectangles, OfAnotherDepthAreReported) {
     }
     EXPECT_EQ(word(other, field_type), BUF32_ONE_COLOUR);
     ordinary.expect_picture();
+}
+
+// The whole into a one-colour buffer of its size is first tried as a duplicate, of which another
+// depth is refused; then as a copy, which is refused too. A caller reads both reports. Required.
+TEST_F(OneColourRectangles, TheWholeOfAnotherDepthIsReportedTwice) {
+    const Failure no_duplicate{3200, 0, 2, 8}, no_copy{3200, 1, 4, 18};
+    for (const auto &[from, into] :
+         {std::pair{24, 32}, {32, 24}, {8, 1}, {1, 8}, {8, 12}, {15, 16}, {1, 2}, {64, 63}}) {
+        SCOPED_TRACE(std::to_string(from) + " bits into " + std::to_string(into));
+        const Buffer source(from, 300, 200, BUF32_ONE_COLOUR, some_colour),
+            alike(into, 300, 200, BUF32_ONE_COLOUR, other_colour),
+            wider(into, 301, 200, BUF32_ONE_COLOUR, other_colour),
+            lower(into, 300, 199, BUF32_ONE_COLOUR, other_colour), tiled(into, 300, 200),
+            linear(into, 300, 200, BUF32_LINEAR);
+        const Bytes colour = colour_of(alike);
+        HBUF32 handle = alike;
+        StripWatch watch;
+        EXPECT_REPORTS(api().buf32GetBuf(source, 0, 0, 300, 200, &handle), no_duplicate, no_copy);
+        // Neither a part, nor into another size or type: there nothing speaks for a duplicate.
+        EXPECT_REPORTS(api().buf32GetBuf(source, 1, 0, 300, 200, &handle), no_copy);
+        EXPECT_REPORTS(api().buf32GetBuf(source, 0, 1, 300, 200, &handle), no_copy);
+        EXPECT_REPORTS(api().buf32GetBuf(source, 0, 0, 299, 200, &handle), no_copy);
+        EXPECT_REPORTS(api().buf32GetBuf(source, 0, 0, 300, 201, &handle), no_copy);
+        EXPECT_EQ(handle, HBUF32(alike));
+        for (HBUF32 other : {HBUF32(wider), HBUF32(lower), HBUF32(tiled), HBUF32(linear)}) {
+            handle = other;
+            EXPECT_REPORTS(api().buf32GetBuf(source, 0, 0, 300, 200, &handle), no_copy);
+            EXPECT_EQ(handle, other);
+        }
+        EXPECT_EQ(watch.asked(), std::vector<SIZE_T>{});
+        EXPECT_EQ(word(alike, field_type), BUF32_ONE_COLOUR);
+        EXPECT_EQ(word(alike, field_bits_per_pixel), uint32_t(into));
+        EXPECT_EQ(colour_of(alike), colour);
+        EXPECT_EQ(word(alike, field_storage), 0u);
+    }
 }
 
 // --- MergeBuf --------------------------------------------------------------------------------
@@ -468,15 +503,17 @@ TEST_F(OneColourRectangles, BecomeOrdinaryWhenABufferIsMerged) {
             SCOPED_TRACE(std::to_string(bits) + " bits, " + name_of(kind));
             Subject source(kind, bits, 260, 150, random);
             OneColourSubject merged(bits, 200, 140), got(bits, 260, 150);
-            merged.picture.merge(source.picture, {100, 90, 50, 40}, 120, 110);
-            EXPECT_SUCCESS(api().buf32MergeBuf(source, 100, 90, 50, 40, merged, 120, 110));
-            EXPECT_EQ(word(merged, field_type), BUF32_TILED);
-            merged.expect_picture();
             HBUF32 handle = got;
             got.picture.merge(source.picture, {0, 0, 260, 150}, 0, 0);
             EXPECT_SUCCESS(api().buf32GetBuf(source, 0, 0, 260, 150, &handle));
             EXPECT_EQ(word(got, field_type), BUF32_TILED);
             got.expect_picture();
+            if (kind == Kind::caller_memory)
+                continue; // is no source of MergeBuf
+            merged.picture.merge(source.picture, {100, 90, 50, 40}, 120, 110);
+            EXPECT_SUCCESS(api().buf32MergeBuf(source, 100, 90, 50, 40, merged, 120, 110));
+            EXPECT_EQ(word(merged, field_type), BUF32_TILED);
+            merged.expect_picture();
             // Nothing to merge, and it stays as it is.
             OneColourSubject missed(bits, 200, 140);
             EXPECT_SUCCESS(api().buf32MergeBuf(source, 0, 0, 260, 150, missed, 200, 0));

@@ -239,7 +239,7 @@ TEST_F(Strips, WhollyBelowTheDestinationFail) {
 // much it is.
 TEST_F(Strips, OfAllRowsReachAsFarBelowTheDestinationAsTheyLike) {
     Random random(test_seed(), 10);
-    for (Kind kind : {Kind::tiled, Kind::linear, Kind::caller_memory}) {
+    for (Kind kind : {Kind::tiled, Kind::linear, Kind::linear_duplicate}) {
         Subject source(kind, 64, 300, 400, random);
         Subject destination(Kind::tiled, 64, 50, 40, random);
         for (int y : {-390, -300, -1, 0, 1, 10, 39}) {

@@ -82,9 +82,8 @@ Bytes resampled_frame(const FrameCall &call, const Axis &columns, const Axis &ro
                       const Bytes &source, const Bytes &destination) {
     const Method method = method_of(call);
     Axis across = columns, down = rows;
-    // Bicubic wants 8 bits: the upper ones, where a table has 16.
-    const int maker = call.record ? call.record_method : call.method;
-    if (method == Method::bicubic && maker != RESAMPLE_BICUBIC)
+    // Bicubic wants 8 bits: the upper ones of 16, which all methods but its own have.
+    if (method == Method::bicubic && call.method != RESAMPLE_BICUBIC)
         for (Axis *axis : {&across, &down})
             for (std::int32_t &fraction : axis->fraction)
                 fraction >>= 8;

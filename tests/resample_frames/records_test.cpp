@@ -224,53 +224,6 @@ TEST_F(FrameRecords, OfLargerDestinations) {
     }
 }
 
-TEST_F(FrameRecords, OfSmallerDestinationsAreRefused) {
-    Record made(header_, 40, 60, RESAMPLE_BILINEAR);
-    const Bytes source(frame_bytes(20, 30, 24), 1), start(frame_bytes(100, 100, 24), 0x77);
-    for (const SIZE to : {SIZE{41, 60}, SIZE{40, 61}, SIZE{41, 61}, SIZE{100, 1}, SIZE{1, 100},
-                          SIZE{INT_MAX, 1}, SIZE{1, INT_MAX}}) {
-        Bytes result = start;
-        EXPECT_SILENT_FAILURE(api().vcResampleEx(0, source.data(), &header_, result.data(), to.cx,
-                                                 to.cy, RESAMPLE_BILINEAR, &made.record));
-        EXPECT_EQ(result, start);
-    }
-}
-
-TEST_F(FrameRecords, WithoutATableAreRefused) {
-    Record made(header_, 40, 60, RESAMPLE_BILINEAR);
-    const Bytes source(frame_bytes(20, 30, 24), 1), start(frame_bytes(40, 60, 24), 0x77);
-    for (int which = 0; which < 4; ++which)
-        for (const int method : {RESAMPLE_NEAREST, RESAMPLE_BILINEAR, RESAMPLE_BICUBIC}) {
-            VCRESAMPLE record = made.record;
-            (which == 0   ? record.column_index
-             : which == 1 ? record.column_fraction
-             : which == 2 ? record.row_index
-                          : record.row_fraction) = nullptr;
-            Bytes result = start;
-            EXPECT_SILENT_FAILURE(api().vcResampleEx(0, source.data(), &header_, result.data(), 40,
-                                                     60, method, &record));
-            EXPECT_EQ(result, start);
-        }
-}
-
-TEST_F(FrameRecords, OfSidesBelowOneAreRefused) {
-    Record made(header_, 40, 60, RESAMPLE_BILINEAR);
-    const Bytes source(frame_bytes(20, 30, 24), 1), start(frame_bytes(40, 60, 24), 0x77);
-    for (const int bits : {8, 16, 24, 32})
-        for (const int side : {0, -1, -20, INT_MIN})
-            for (int which = 0; which < 4; ++which) {
-                const auto is = [&](int i, int otherwise) { return i == which ? side : otherwise; };
-                BITMAPINFOHEADER header = header_of(is(0, 20), is(1, 30), bits);
-                const BITMAPINFOHEADER before = header;
-                Bytes result = start;
-                EXPECT_SILENT_FAILURE(api().vcResampleEx(0, source.data(), &header, result.data(),
-                                                         is(2, 20), is(3, 30), RESAMPLE_BILINEAR,
-                                                         &made.record));
-                EXPECT_EQ(result, start);
-                EXPECT_EQ(std::memcmp(&header, &before, sizeof header), 0);
-            }
-}
-
 // Tables that point outside the frame at hand read its nearest pixel.
 TEST_F(FrameRecords, OfOtherSourcesStayInsideTheFrame) {
     random_cases(300, [this](Random &random, std::uint64_t number) {

@@ -1,32 +1,12 @@
-// Rectangles of plain images to packed blocks and back: hand-worked bytes, then all positions and
-// widths of bits and pixels between fences, with everything about the rectangle compared, with and
-// without the MMX flag.
-#include "tests/rows/row_fixture.h"
-
-#include "tests/frame/fenced_memory.h"
+// Rectangles of plain images to packed blocks and back: hand-worked bytes, with and without the MMX
+// flag, any stack, and the processor's state.
 #include "tests/frame/misaligned.h"
-#include "tests/frame/random.h"
-#include "tests/kernels/scaling_models.h"
+#include "tests/rows/plain_rectangles_fixture.h"
 
 namespace q32::test {
 namespace {
 
-using model::Bytes;
-
-class PlainRectangles : public RowTestWithMmxFlag {
-protected:
-    // The copies always return 1.
-    void get(const std::uint8_t *image, int x, int y, int width, int height, int bytes_per_pixel,
-             int stride, std::uint8_t *block) {
-        EXPECT_EQ(rows().mem32GetMem(image, x, y, width, height, bytes_per_pixel, stride, block),
-                  1);
-    }
-    void merge(std::uint8_t *image, int x, int y, const std::uint8_t *block, int width, int height,
-               int bytes_per_pixel, int stride) {
-        EXPECT_EQ(rows().mem32MergeMem(image, x, y, block, width, height, bytes_per_pixel, stride),
-                  1);
-    }
-};
+using Bytes = std::vector<std::uint8_t>;
 
 INSTANTIATE_TEST_SUITE_P(Mmx, PlainRectangles, testing::Bool(), mmx_flag_name);
 
@@ -132,14 +112,86 @@ TEST_P(PlainRectangles, AStrideBelowZeroGoesUpwards) {
     EXPECT_EQ(target, wanted);
 }
 
+// The base may point into the middle of a larger image: bit -1 is the lowest of the byte before it.
+TEST_P(PlainRectangles, BitsToTheLeftOfTheBase) {
+    const Bytes image{0x12, 0xA5, 0xC3, 0xFE};
+    const auto bits = [&](int x, int width) {
+        Bytes block(3, 0xEE);
+        get(image.data() + 2, x, 0, width, 1, 0, 4, block.data());
+        return block;
+    };
+    EXPECT_EQ(bits(-1, 1), (Bytes{0x80, 0xEE, 0xEE}));
+    EXPECT_EQ(bits(-2, 1), (Bytes{0x00, 0xEE, 0xEE}));
+    EXPECT_EQ(bits(-1, 3), (Bytes{0xE0, 0xEE, 0xEE})); // 1|11
+    EXPECT_EQ(bits(-8, 8), (Bytes{0xA5, 0xEE, 0xEE}));
+    EXPECT_EQ(bits(-8, 9), (Bytes{0xA5, 0x80, 0xEE}));
+    EXPECT_EQ(bits(-9, 8), (Bytes{0x52, 0xEE, 0xEE}));   // 0|1010010
+    EXPECT_EQ(bits(-12, 10), (Bytes{0x2A, 0x40, 0xEE})); // 0010|1010 01
+    EXPECT_EQ(bits(-12, 22), (Bytes{0x2A, 0x5C, 0x3C})); // 0010|1010 0101|1100 0011|11
+    EXPECT_EQ(bits(-16, 16), (Bytes{0x12, 0xA5, 0xEE}));
+    EXPECT_EQ(bits(-13, 3), (Bytes{0x80, 0xEE, 0xEE})); // 100, within one byte
+}
+
+TEST_P(PlainRectangles, BitsIntoTheLeftOfTheBase) {
+    const auto cleared = [&](int x, int width) {
+        const Bytes none(3);
+        Bytes image(4, 0xFF);
+        merge(image.data() + 2, x, 0, none.data(), width, 1, 0, 4);
+        return image;
+    };
+    EXPECT_EQ(cleared(-1, 1), (Bytes{0xFF, 0xFE, 0xFF, 0xFF}));
+    EXPECT_EQ(cleared(-3, 5), (Bytes{0xFF, 0xF8, 0x3F, 0xFF}));
+    EXPECT_EQ(cleared(-8, 8), (Bytes{0xFF, 0x00, 0xFF, 0xFF}));
+    EXPECT_EQ(cleared(-13, 3), (Bytes{0xE3, 0xFF, 0xFF, 0xFF}));
+    EXPECT_EQ(cleared(-9, 19), (Bytes{0xFE, 0x00, 0x00, 0x3F}));
+    const Bytes given{0xB5, 0x40};
+    Bytes image(4);
+    merge(image.data() + 2, -12, 0, given.data(), 10, 1, 0, 4); // 1011|0101 01
+    EXPECT_EQ(image, (Bytes{0x0B, 0x54, 0x00, 0x00}));
+}
+
+// Rows of one image: what lies left of a row is the end of the row above, or with a stride below
+// zero of the row below.
+TEST_P(PlainRectangles, BitsAcrossTheEndOfTheRowBefore) {
+    const Bytes image{0x11, 0x22, 0x33, 0x44, 0x55, 0x66};
+    Bytes block(3, 0xEE);
+    get(image.data(), -4, 1, 8, 2, 0, 2, block.data()); // of rows 1 and 2
+    EXPECT_EQ(block, (Bytes{0x23, 0x45, 0xEE}));
+    get(image.data() + 4, -4, 0, 8, 2, 0, -2, block.data()); // of the last and the one above
+    EXPECT_EQ(block, (Bytes{0x45, 0x23, 0xEE}));
+
+    Bytes target(6);
+    const Bytes given{0xAB, 0xCD};
+    merge(target.data(), -4, 1, given.data(), 8, 2, 0, 2);
+    EXPECT_EQ(target, (Bytes{0x00, 0x0A, 0xB0, 0x0C, 0xD0, 0x00}));
+}
+
+TEST_P(PlainRectangles, PixelsToTheLeftOfTheBase) {
+    const Bytes image = counted(60);
+    for (const int pixel_bytes : {1, 2, 3, 4, 5}) {
+        Bytes block(24, 0xEE);
+        get(image.data() + 40, -3, -1, 4, 1, pixel_bytes, 10, block.data());
+        Bytes wanted(static_cast<std::size_t>(4 * pixel_bytes));
+        std::iota(wanted.begin(), wanted.end(), static_cast<std::uint8_t>(30 - 3 * pixel_bytes));
+        EXPECT_EQ(block, padded(wanted, 24)) << pixel_bytes;
+
+        Bytes target(60, 0xEE), after(60, 0xEE);
+        merge(target.data() + 40, -3, -1, block.data(), 4, 1, pixel_bytes, 10);
+        std::copy(wanted.begin(), wanted.end(), after.begin() + 30 - 3 * pixel_bytes);
+        EXPECT_EQ(target, after) << pixel_bytes;
+    }
+}
+
 TEST_P(PlainRectangles, NothingIsCopied) {
     Bytes image(40, 0x55);
     Bytes block(40, 0xEE);
     const auto nothing = [&](int width, int height, int pixel_bytes) {
-        get(image.data(), 1, 1, width, height, pixel_bytes, 10, block.data());
-        EXPECT_EQ(block, Bytes(40, 0xEE)) << width << " x " << height << ", " << pixel_bytes;
-        merge(image.data(), 1, 1, block.data(), width, height, pixel_bytes, 10);
-        EXPECT_EQ(image, Bytes(40, 0x55)) << width << " x " << height << ", " << pixel_bytes;
+        for (const int x : {1, -1, -9, -100000}) {
+            get(image.data(), x, 1, width, height, pixel_bytes, 10, block.data());
+            EXPECT_EQ(block, Bytes(40, 0xEE)) << width << " x " << height << ", " << pixel_bytes;
+            merge(image.data(), x, 1, block.data(), width, height, pixel_bytes, 10);
+            EXPECT_EQ(image, Bytes(40, 0x55)) << width << " x " << height << ", " << pixel_bytes;
+        }
     };
     for (const int none : {0, -1, -9, -1000, INT_MIN})
         for (const int pixel_bytes : {0, 1, 2, 3, 4, 7}) {
@@ -149,172 +201,6 @@ TEST_P(PlainRectangles, NothingIsCopied) {
         }
     for (const int below : {-1, -2, -3, -100, INT_MIN})
         nothing(3, 2, below);
-}
-
-// --- all positions, between fences --------------------------------------------------------------
-
-// An image whose first touched byte of the first row is the front fence's neighbour, or whose last
-// one of the last row is the rear one's; and the block at either fence.
-class Scene {
-public:
-    Scene(std::size_t image_bytes, std::size_t block_bytes)
-        : image_{image_bytes}, block_{block_bytes} {}
-
-    struct Shape {
-        std::size_t x, width, height, gap; // gap: bytes between rows that no rectangle touches
-        std::size_t pixel_bytes;           // 0: bits
-
-        std::size_t first_byte() const { return pixel_bytes ? x * pixel_bytes : x / 8; }
-        std::size_t touched() const {
-            if (pixel_bytes)
-                return width * pixel_bytes;
-            return width == 0 ? 0 : (x % 8 + width + 7) / 8;
-        }
-        std::size_t stride() const { return touched() + gap; }
-        std::size_t image_bytes() const {
-            return height == 0 ? 0 : (height - 1) * stride() + touched();
-        }
-        std::size_t block_row() const {
-            return pixel_bytes ? width * pixel_bytes : model::row_of_bits(width);
-        }
-        std::size_t block_bytes() const { return block_row() * height; }
-        std::string text() const {
-            return std::to_string(width) + " x " + std::to_string(height) + " at " +
-                   std::to_string(x) + ", " + std::to_string(pixel_bytes) + " bytes, gap " +
-                   std::to_string(gap);
-        }
-    };
-
-    // Fills both with random bytes and puts them at their fences. up: the first row is the last in
-    // memory.
-    void set(const Shape &shape, bool image_at_end, bool block_at_end, bool up, Random &random) {
-        shape_ = shape;
-        random.fill({image_.begin(), image_.size()});
-        random.fill({block_.begin(), block_.size()});
-        lowest_ = image_at_end ? image_.end() - shape.image_bytes() : image_.begin();
-        block = block_at_end ? block_.end() - shape.block_bytes() : block_.begin();
-        const std::size_t first = up && shape.height > 0 ? (shape.height - 1) * shape.stride() : 0;
-        step_ = static_cast<std::ptrdiff_t>(shape.stride()) * (up ? -1 : 1);
-        touched_ = lowest_ + first;
-        image = touched_ - shape.first_byte();
-        image_before_.assign(image_.begin(), image_.end());
-        block_before_.assign(block_.begin(), block_.end());
-    }
-
-    int stride() const { return static_cast<int>(step_); }
-
-    testing::AssertionResult block_holds_the_rectangle() const {
-        Bytes expected = block_before_;
-        std::uint8_t *const packed = expected.data() + (block - block_.begin());
-        for (std::size_t row = 0; row < shape_.height; ++row) {
-            const std::uint8_t *const from = touched_ + static_cast<std::ptrdiff_t>(row) * step_;
-            std::uint8_t *const to = packed + row * shape_.block_row();
-            std::fill(to, to + shape_.block_row(), std::uint8_t{0});
-            if (shape_.pixel_bytes)
-                std::copy_n(from, shape_.block_row(), to);
-            else
-                for (std::size_t i = 0; i < shape_.width; ++i)
-                    model::put_bit({to, shape_.block_row()}, i,
-                                   model::bit({from, shape_.touched()}, shape_.x % 8 + i));
-        }
-        return compared(expected, image_before_);
-    }
-
-    testing::AssertionResult image_holds_the_block() const {
-        Bytes expected = image_before_;
-        std::uint8_t *const first = expected.data() + (touched_ - image_.begin());
-        for (std::size_t row = 0; row < shape_.height; ++row) {
-            const std::uint8_t *const from = block + row * shape_.block_row();
-            std::uint8_t *const to = first + static_cast<std::ptrdiff_t>(row) * step_;
-            if (shape_.pixel_bytes)
-                std::copy_n(from, shape_.block_row(), to);
-            else
-                for (std::size_t i = 0; i < shape_.width; ++i)
-                    model::put_bit({to, shape_.touched()}, shape_.x % 8 + i,
-                                   model::bit({from, shape_.block_row()}, i));
-        }
-        return compared(block_before_, expected);
-    }
-
-    std::uint8_t *image = nullptr; // as the calls take it: row 0, pixel 0
-    std::uint8_t *block = nullptr;
-
-private:
-    testing::AssertionResult compared(const Bytes &wanted_block, const Bytes &wanted_image) const {
-        if (!std::equal(wanted_block.begin(), wanted_block.end(), block_.begin()))
-            return testing::AssertionFailure() << shape_.text() << ": the block differs";
-        if (!std::equal(wanted_image.begin(), wanted_image.end(), image_.begin()))
-            return testing::AssertionFailure() << shape_.text() << ": the image differs";
-        return testing::AssertionSuccess();
-    }
-
-    FencedMemory image_, block_;
-    Shape shape_{};
-    std::uint8_t *lowest_ = nullptr, *touched_ = nullptr;
-    std::ptrdiff_t step_ = 0;
-    Bytes image_before_, block_before_;
-};
-
-class PlainRectanglesInScenes : public PlainRectangles {
-protected:
-    testing::AssertionResult copies(Scene &scene, const Scene::Shape &shape, unsigned sides,
-                                    Random &random) {
-        const int x = static_cast<int>(shape.x), width = static_cast<int>(shape.width);
-        const int height = static_cast<int>(shape.height);
-        const int pixel_bytes = static_cast<int>(shape.pixel_bytes);
-        const bool up = sides & 4;
-        // Rows above the rectangle need not be there for the call: the base is moved instead.
-        const int y = static_cast<int>(random.below(3));
-        scene.set(shape, sides & 1, sides & 2, up, random);
-        std::uint8_t *const base = scene.image - y * scene.stride();
-        get(base, x, y, width, height, pixel_bytes, scene.stride(), scene.block);
-        if (const auto result = scene.block_holds_the_rectangle(); !result)
-            return result;
-        scene.set(shape, sides & 1, sides & 2, up, random);
-        merge(base, x, y, scene.block, width, height, pixel_bytes, scene.stride());
-        return scene.image_holds_the_block();
-    }
-};
-
-INSTANTIATE_TEST_SUITE_P(Mmx, PlainRectanglesInScenes, testing::Bool(), mmx_flag_name);
-
-TEST_P(PlainRectanglesInScenes, BitsAtAllPositionsAndWidths) {
-    Scene scene{1, 1};
-    for (std::size_t x = 0; x < 16; ++x)
-        for (std::size_t width = 0; width <= 300; ++width) {
-            Random random{test_seed(), x * 1024 + width};
-            const Scene::Shape shape{x, width, 1 + random.below(3), random.below(3), 0};
-            const auto sides = static_cast<unsigned>(x + width);
-            ASSERT_TRUE(copies(scene, shape, sides % 8, random)) << "seed " << test_seed();
-            ASSERT_TRUE(copies(scene, shape, (sides + 3) % 8, random)) << "seed " << test_seed();
-        }
-}
-
-TEST_P(PlainRectanglesInScenes, PixelsOfAllWidths) {
-    Scene scene{8192, 8192};
-    for (const std::size_t pixel_bytes : {1, 2, 3, 4, 5, 8})
-        for (std::size_t width = 0; width <= 300; ++width) {
-            Random random{test_seed(), pixel_bytes * 1024 + width};
-            const Scene::Shape shape{random.below(9), width, 1 + random.below(3), random.below(3),
-                                     pixel_bytes};
-            const auto sides = static_cast<unsigned>(width + pixel_bytes);
-            ASSERT_TRUE(copies(scene, shape, sides % 8, random)) << "seed " << test_seed();
-            ASSERT_TRUE(copies(scene, shape, (sides + 3) % 8, random)) << "seed " << test_seed();
-        }
-}
-
-TEST_P(PlainRectanglesInScenes, RandomRectangles) {
-    Scene scene{60000, 60000};
-    random_cases(600, [&](Random &random, std::uint64_t number) {
-        const std::size_t pixel_bytes = random.below(7);
-        const std::size_t most = pixel_bytes ? 3000 / pixel_bytes : 24000;
-        const Scene::Shape shape{random.below(200), random.below(most), random.below(12),
-                                 random.below(40), pixel_bytes};
-        const testing::AssertionResult result =
-            copies(scene, shape, static_cast<unsigned>(random.below(8)), random);
-        EXPECT_TRUE(result) << rerun(number);
-        return bool(result);
-    });
 }
 
 // --- calls --------------------------------------------------------------------------------------

@@ -366,24 +366,6 @@ TEST_F(WholeFactors, BlockOfBitsReduced) {
     EXPECT_EQ(block, (Bytes{0x92, 0x40, 0x80, 0x3F, 0xEE, 0xEE}));
 }
 
-TEST_F(WholeFactors, BlocksWithoutRowsReturnWhatARowTakenAdvances) {
-    const Bytes source(64, 0xFF);
-    for (const int row_count : {0, -1, INT_MIN}) {
-        Bytes block(8, 0xEE);
-        std::uint8_t *const b = block.data();
-        const std::uint8_t *const s = source.data();
-        EXPECT_EQ(rows().mem32BitReduceExt(b, s, 10, row_count, 3, 2), 4);
-        EXPECT_EQ(rows().mem32BitReduceExt(b, s, 16, row_count, 1, 5), 10);
-        EXPECT_EQ(rows().mem32BitReduceExt(b, s, 17, row_count, 2, 1), 3);
-        EXPECT_EQ(rows().mem32ReduceExt(b, s, 7, row_count, 2, 3, 1, 0), 21);
-        EXPECT_EQ(rows().mem32ReduceExt(b, s, 7, row_count, 2, 3, 2, 0), 42);
-        EXPECT_EQ(rows().mem32ReduceExt(b, s, 7, row_count, 2, 3, 3, 1), 63);
-        EXPECT_EQ(rows().mem32ReduceExt(b, s, 7, row_count, 2, 3, 4, 1), 84);
-        EXPECT_EQ(rows().mem32ReduceExt(b, s, 7, row_count, 2, 3, 9, 1), 42);
-        EXPECT_EQ(block, Bytes(8, 0xEE)) << row_count;
-    }
-}
-
 // --- pixels, reduced ----------------------------------------------------------------------------
 
 TEST_F(WholeFactors, SevenPixelsByTwo) {
@@ -513,9 +495,6 @@ TEST_F(WholeFactors, StepsBelowOneCountAsOne) {
         EXPECT_EQ(block, padded({0x80, 0x00, 0x80}, 5)) << step;
         EXPECT_EQ(rows().mem32ReduceExt(block.data(), source.data(), 2, 3, 2, step, 1, 0), 3);
         EXPECT_EQ(block, padded({0x80, 0xC0, 6}, 5)) << step;
-        EXPECT_EQ(rows().mem32BitReduceExt(block.data(), source.data(), 9, 0, 2, step), 2) << step;
-        EXPECT_EQ(rows().mem32ReduceExt(block.data(), source.data(), 9, 0, 2, step, 3, 0), 27)
-            << step;
     }
 }
 

@@ -1,7 +1,8 @@
 // One step on buffers with every call of the system failing in turn: the first call of a kind, the
 // second, and so on, alone or with all that follow. Whatever fails, nothing is lost and nothing is
 // left: either the step succeeds by another way, or all pixels are as they were and the step works
-// once the system does.
+// once the system does. Only a fill that gets no memory for what it makes has lost the pixels of
+// the one buffer that it was to fill.
 #pragma once
 
 #include "tests/sharing/family.h"

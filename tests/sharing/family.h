@@ -26,6 +26,8 @@ struct Member {
     // Storage of its own.
     enum Storage { none, memory, file } storage = none;
     uint32_t block = 0; // bytes of a special buffer's block
+    // A fill that failed has given up the storage and got no block: there are no pixels.
+    bool blank = false;
     Member *source = nullptr;
     std::vector<Member *> sharers;
 
@@ -73,7 +75,7 @@ public:
     void check_records() const;
     void check_pixels() const;
     // Takes sharing and storage from the records: after a failure buffers may have been separated,
-    // or turned into ordinary ones.
+    // or turned into ordinary ones. One without pixels must have got so by a failed fill.
     void adopt_records();
     // Bytes that stay counted because their commitment failed.
     void add_drift(uint32_t bytes) { drift_ += bytes; }
@@ -88,6 +90,7 @@ private:
     void attach(Member &member, Member &source);
     void give_private_pixels(Member &member);
     void prepare_for_writing(Member &member);
+    void give_up_pixels(Member &member, WritePath::Outcome fill);
     void check_node(const Member &member) const;
     void check_storage(const Member &member) const;
     Member *member_of(HBUF32 handle) const;

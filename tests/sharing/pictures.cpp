@@ -148,6 +148,15 @@ void expect_image(const Picture &picture) {
                           all.width * unit_bits(geometry)));
 }
 
+void expect_no_image(const Picture &picture) {
+    const int width = int(picture.geometry.width), height = int(picture.geometry.height);
+    FencedBlock memory(rectangle_bytes(picture.geometry, {0, 0, width, height}));
+    std::memset(memory.data(), untouched, memory.size());
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(picture.buffer, 0, 0, width, height, memory.data()));
+    const Bytes expected(memory.size(), untouched);
+    EXPECT_TRUE(same_bytes(expected, memory.data()));
+}
+
 namespace {
 
 // One comparison of a picture through all entries.

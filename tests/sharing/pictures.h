@@ -77,6 +77,8 @@ testing::AssertionResult same_rows(std::span<const uint8_t> expected, const uint
 
 // All pixels, by one rectangle.
 void expect_image(const Picture &picture);
+// There are none: nothing is read, and that is not reported.
+void expect_no_image(const Picture &picture);
 
 // All pixels through every entry that reads: rectangles inside and across the border, with and
 // without background, rows, spans, locks, cells, and as a source. Leaves access mode 1 and all

@@ -157,22 +157,103 @@ TEST_F(SettingsFile, InvalidDirectoriesAreWrittenBackEmpty) {
         }
 }
 
-TEST_F(SettingsFile, EmptyDirectoriesAreNotWrittenBack) {
-    write_directory(2, "", "1");
-    Calls calls;
-    {
-        Watch<call::WritePrivateProfileStringA> write_back{calls};
-        const Settings settings = started();
-        for (int n = 1; n <= 3; ++n)
-            EXPECT_STREQ(settings.directories.path[n], "");
-    }
-    EXPECT_EQ(calls.text(), "");
-    EXPECT_EQ(read(frame::switch_key(2)), "1");
-    stop();
-    // Nor is a settings file made where there is none.
+// What is written back for a directory that is not kept: its path, then its switch.
+std::string written_back(int n) {
+    const auto entry = [](const std::string &key, const char *value) {
+        return "WritePrivateProfileStringA(\"" + frame::text_of(10001) + "\", \"" + key + "\", \"" +
+               value + "\", \"" + frame::settings_file() + "\")\n";
+    };
+    return entry(frame::path_key(n), "") + entry(frame::switch_key(n), "0");
+}
+
+// Whether a key stands in the settings file, and with which value.
+bool has_setting(const std::string &key, const std::string &value) {
+    char text[512];
+    GetPrivateProfileStringA(frame::text_of(10001).c_str(), key.c_str(), "(none)", text,
+                             sizeof text, frame::settings_file().c_str());
+    return text == value;
+}
+
+// An empty path is a directory that is not there: it loses its switch as any other.
+TEST_F(SettingsFile, EmptyDirectoriesAreWrittenBackToo) {
+    const std::string good = frame::make_folder("good");
+    for (const char *on : {"0", "1", "7", "-1", ""})
+        for (int n = 1; n <= 3; ++n) {
+            SCOPED_TRACE(std::string("switch ") + on + " of " + std::to_string(n));
+            for (int k = 1; k <= 3; ++k)
+                write_directory(k, k == n ? "" : good, k == n ? on : "1");
+            Calls calls;
+            {
+                Watch<call::WritePrivateProfileStringA> write_back{calls};
+                const Settings settings = started();
+                for (int k = 1; k <= 3; ++k) {
+                    EXPECT_EQ(settings.directories.path[k], k == n ? "" : good);
+                    EXPECT_EQ(settings.directories.enabled[k], k == n ? 0u : 1u);
+                }
+            }
+            EXPECT_EQ(calls.text(), written_back(n));
+            for (int k = 1; k <= 3; ++k) {
+                EXPECT_TRUE(has_setting(frame::path_key(k), k == n ? "" : good));
+                EXPECT_TRUE(has_setting(frame::switch_key(k), k == n ? "0" : "1"));
+            }
+            stop();
+        }
+}
+
+// Nor does it matter whether the path stands there at all: switches alone, other keys alone, no
+// section, no file.
+TEST_F(SettingsFile, AbsentDirectoriesAreWrittenBackEmpty) {
+    const auto expect_all_written_back = [&] {
+        for (int round = 0; round < 2; ++round) { // and again, when they stand there empty
+            Calls calls;
+            {
+                Watch<call::WritePrivateProfileStringA> write_back{calls};
+                const Settings settings = started();
+                for (int n = 1; n <= 3; ++n) {
+                    EXPECT_STREQ(settings.directories.path[n], "");
+                    EXPECT_EQ(settings.directories.enabled[n], 0u);
+                }
+                EXPECT_EQ(settings.directories.path[0], frame::sandbox_swap());
+                EXPECT_EQ(settings.directories.enabled[0], 1u);
+            }
+            EXPECT_EQ(calls.text(), written_back(1) + written_back(2) + written_back(3));
+            for (int n = 1; n <= 3; ++n) {
+                EXPECT_TRUE(has_setting(frame::path_key(n), ""));
+                EXPECT_TRUE(has_setting(frame::switch_key(n), "0"));
+            }
+            stop();
+        }
+    };
+    for (int n = 1; n <= 3; ++n)
+        write(frame::switch_key(n), "1");
+    expect_all_written_back();
     DeleteFileA(frame::settings_file().c_str());
-    start();
-    EXPECT_FALSE(frame::file_exists(frame::settings_file()));
+    write("UseSysDir", "1");
+    write(frame::text_of(10009), "3");
+    expect_all_written_back();
+    EXPECT_TRUE(has_setting(frame::text_of(10009), "3")); // what else stands there stays
+    EXPECT_TRUE(has_setting("UseSysDir", "1"));
+    DeleteFileA(frame::settings_file().c_str());
+    frame::write_setting(frame::text_of(12002), frame::text_of(12010), "1");
+    expect_all_written_back();
+    DeleteFileA(frame::settings_file().c_str());
+    expect_all_written_back();
+    EXPECT_TRUE(frame::file_exists(frame::settings_file()));
+}
+
+// A settings file that cannot be written to does not bring an empty directory into use.
+TEST_F(SettingsFile, StandsThatNothingCanBeWrittenBack) {
+    write_directory(1, frame::sandbox() + "not there", "1");
+    write_directory(2, "", "1");
+    FailingCall write_back("WritePrivateProfileStringA", 1, FailingCall::from_there_on);
+    const Settings settings = started();
+    EXPECT_EQ(write_back.calls(), 6);
+    for (int n = 1; n <= 3; ++n) {
+        EXPECT_STREQ(settings.directories.path[n], "");
+        EXPECT_EQ(settings.directories.enabled[n], 0u);
+    }
+    EXPECT_EQ(read(frame::path_key(1)), frame::sandbox() + "not there");
+    EXPECT_EQ(read(frame::switch_key(2)), "1");
 }
 
 TEST_F(SettingsFile, TheCurrentDirectoryIsRestored) {
@@ -278,6 +359,8 @@ TEST_F(SettingsFile, EveryNameIsTheCommonLibrarys) {
     frame::write_setting(whole_section, longest + "3", "7");
     frame::write_setting(whole_section, longest + "4", "8");
     const Settings settings = started();
+    EXPECT_EQ(frame::read_setting(whole_section, "Switch1"), "0");
+    EXPECT_EQ(frame::read_setting(whole_section, "Switch3"), "0");
     EXPECT_EQ(settings.directories.path[2], folder);
     EXPECT_EQ(settings.directories.enabled[2], 1u);
     EXPECT_EQ(settings.directories.enabled[0], 0u);

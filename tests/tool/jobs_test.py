@@ -163,6 +163,10 @@ class Painting(JobsCase):
         self.assertEqual((last.width, last.height), (40, 40))
         self.assert_same_picture(last, self.read("small.png").picture)
 
+    def test_frames_by_a_percent_sign(self):
+        names = [f"s-{number:03}.bmp" for number in range(1, 17)]
+        self.work("small.png", "--size", "40x40", "--frames", "s-%03d.bmp", makes=names)
+
 
 class Misuse(ToolCase):
     def setUp(self):
@@ -179,6 +183,10 @@ class Misuse(ToolCase):
                 with self.subTest(option=option, value=value):
                     says = [option] if value == "" else [option, f"'{value}'"]
                     self.refuse(USAGE, "jobs", "out.png", option, value, says=says)
+        for name in ("#-#.png", "%x.png"):
+            with self.subTest(name=name):
+                says = [f"'{name}'", "#### or %04d, once"]
+                self.refuse(USAGE, "jobs", "out.png", "--frames", name, says=says)
 
     def test_arguments(self):
         self.refuse(USAGE, "jobs", says="OUT")

@@ -5,6 +5,7 @@
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
 #include "apps/q32tool/dispatch_show.h"
+#include "apps/q32tool/numbered_names.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/rectangles.h"
@@ -12,7 +13,6 @@
 #include <q32base/merge.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <optional>
 
 namespace apps::q32tool {
@@ -48,26 +48,16 @@ void paint(const Canvas &canvas, const DispatchStep &step, const Colour &colour)
             lay_colour(canvas, colour, without_border(area));
 }
 
-// "frames/####.png" and 7: "frames/0007.png".
-std::string numbered(const std::string &pattern, size_t number) {
-    const size_t first = pattern.find('#');
-    const size_t behind = pattern.find_first_not_of('#', first);
-    const size_t digits = (behind == std::string::npos ? pattern.size() : behind) - first;
-    std::string text = std::to_string(number);
-    text.insert(0, digits > text.size() ? digits - text.size() : 0, '0');
-    return std::string(pattern).replace(first, digits, text);
-}
-
-std::optional<std::string> frames_from(const Arguments &arguments) {
+std::optional<NumberedName> frames_from(const Arguments &arguments) {
     if (!arguments.has("--frames"))
         return std::nullopt;
     const std::string &pattern = arguments.file("--frames");
-    if (pattern.find('#') == std::string::npos)
-        throw UsageError("--frames takes a name with # signs for the number, such as "
-                         "step-####.png, not '" +
+    const std::optional<NumberedName> name = numbered_name(pattern);
+    if (!name)
+        throw UsageError("--frames takes a name with a number in it, such as step-####.png, not '" +
                          pattern + "'");
-    check_output(numbered(pattern, 0));
-    return pattern;
+    check_output(name->with(0));
+    return name;
 }
 
 // The order is known only when all is done: the picture is painted from it, and the frames show it
@@ -109,7 +99,7 @@ Area picture_size_from(const Arguments &arguments) {
 
 // Files of steps that are done stay when the work is cancelled.
 void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
-                    const std::optional<std::string> &frames, FileFormat format,
+                    const std::optional<NumberedName> &frames, FileFormat format,
                     const Arguments &arguments) {
     const std::string &out = arguments.operand(0);
     const Canvas canvas = canvas_of(image);
@@ -120,7 +110,7 @@ void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
         for (size_t i = 0; i < steps.size(); ++i) {
             paint(canvas, steps[i], colour_of(i, steps.size()));
             if (frames) {
-                const std::string path = numbered(*frames, i + 1);
+                const std::string path = frames->with(i + 1);
                 save_picture(image, path, check_output(path));
                 ++frames_done;
             }
@@ -139,7 +129,7 @@ void run(const Arguments &arguments) {
     const std::string &out = arguments.operand(0);
     const Area size = picture_size_from(arguments);
     const int side = static_cast<int>(arguments.number("--side", 2, max_side, default_side));
-    const std::optional<std::string> frames = frames_from(arguments);
+    const std::optional<NumberedName> frames = frames_from(arguments);
     const FileFormat format = check_output(out);
     DispatchShow show(size.width, size.height, side);
     const std::vector<DispatchStep> steps = visit_all(show);

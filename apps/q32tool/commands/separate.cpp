@@ -31,21 +31,16 @@ struct Outputs {
     }
 };
 
-// Four pictures of 8 bits, locked while rows are written.
-class Plates {
-public:
-    Plates(const Image &image, const Outputs &outputs, uint32_t buffer_type) {
-        images_.reserve(plate_count);
-        for (const std::string &path : outputs.plates)
-            images_.emplace_back(PixelFormat::grey, image.width(), image.height(), buffer_type,
-                                 path);
-    }
+// Pictures of 8 bits.
+using Plates = std::vector<Image>;
 
-    Image &operator[](size_t plate) { return images_[plate]; }
-
-private:
-    std::vector<Image> images_;
-};
+Plates plates_for(const Image &image, const Outputs &outputs, uint32_t buffer_type) {
+    Plates plates;
+    plates.reserve(plate_count);
+    for (const std::string &path : outputs.plates)
+        plates.emplace_back(PixelFormat::grey, image.width(), image.height(), buffer_type, path);
+    return plates;
+}
 
 // As prints show it, ink is dark; as films, light.
 void to_paper(std::vector<uint8_t> &plate) {
@@ -105,7 +100,7 @@ void run(const Arguments &arguments) {
     const FileFormat format = check_output(out);
     const Outputs outputs(out);
     Image image = load_picture(arguments.operand(0), type).image;
-    Plates plates(image, outputs, type);
+    Plates plates = plates_for(image, outputs, type);
     separate(image, plates, arguments.has("--film"));
     save_all(plates, image, outputs, format, arguments);
 }
