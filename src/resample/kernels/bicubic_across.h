@@ -52,14 +52,15 @@ struct Taps {
     V even, odd;
 };
 
-// From four bytes in a row. (Where taps are not taken apart at once the compiler counts them as
-// memory, finds that too much, and makes calls of the innermost pieces.)
+// From four bytes in a row.
 template <class V>
-[[gnu::always_inline]] inline Taps<V> taps_of_bytes(V bytes) {
+Taps<V> taps_of_bytes(V bytes) {
     return {bytes & repeat_u16<V>(0xFF), shift_right_u16<8>(bytes)};
 }
 
 // From four pixels in a row in each lane: the taps of each sample, and of a fourth one.
+// Where these are not taken apart at once the compiler counts them as memory, finds that too much,
+// and makes calls of the innermost pieces.
 template <int samples, class V>
 [[gnu::always_inline]] inline Taps<V> taps_of_pixels(V pixels) {
 #ifdef __SSE4_1__
@@ -77,7 +78,7 @@ template <int samples, class V>
 
 // Rounded, a 64th of them, less the bias.
 template <class V>
-[[gnu::always_inline]] inline V sums_of(Taps<V> taps, V even_weights, V odd_weights) {
+V sums_of(Taps<V> taps, V even_weights, V odd_weights) {
     const V sums =
         add_u32(sum_products_i16(taps.even, even_weights), sum_products_i16(taps.odd, odd_weights));
     return shift_right_i32<6>(add_u32(sums, repeat_u32<V>(32 - (line_bias << 6))));

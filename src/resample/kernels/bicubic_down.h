@@ -20,8 +20,8 @@ struct LineParts {
 // Sums of the low and the high half of each lane's words.
 template <class V>
 Pairs<V> products(V line_a, V line_b, V weights) {
-    const Pairs<V> samples = pairs_u16(line_a, line_b);
-    return {sum_products_i16(samples.low, weights), sum_products_i16(samples.high, weights)};
+    return {sum_products_i16(interleave_low_u16(line_a, line_b), weights),
+            sum_products_i16(interleave_high_u16(line_a, line_b), weights)};
 }
 
 template <class V>

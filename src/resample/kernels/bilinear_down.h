@@ -40,12 +40,6 @@ V right_minus_left(V pairs) {
 #endif
 }
 
-// All bits of a word below 0, none of others.
-template <class V>
-V negative_words(V words) {
-    return shift_right_i16<15>(words);
-}
-
 // Calls work with 0, one vector of words, two, until so many samples are done.
 template <class V, typename Work>
 [[gnu::always_inline]] inline void each_vector(size_t samples, const Work &work) {
@@ -63,7 +57,7 @@ void share(Strip &terms, const uint8_t *above, const uint8_t *below, const std::
             const V p00 = left_of_pairs(top);
             const V top_difference = right_minus_left(top);
             const V twice_c = top_difference & repeat_u16<V>(-2);
-            const V whole = twice_c & negative_words(fx);
+            const V whole = twice_c & shift_right_i16<15>(fx);
             store(terms.columns + at, add_u16(add_u16(p00, whole), multiply_high_i16(twice_c, fx)));
             if constexpr (rows_differ) {
                 const V bottom = load<V>(below + 2 * at);
@@ -87,7 +81,7 @@ V finish(const Strip &terms, size_t at, const std::uint16_t *fraction, V fy) {
     const V four_d = load<V>(terms.four_d + at);
     V sum = add_u16(columns, add_u16(multiply_high_i16(fy, twice_b), multiply_high_i16(f, four_d)));
     if constexpr (row_fraction == RowFraction::from_half)
-        sum = add_u16(sum, add_u16(twice_b, four_d & negative_words(f)));
+        sum = add_u16(sum, add_u16(twice_b, four_d & shift_right_i16<15>(f)));
     return sum;
 }
 
