@@ -10,10 +10,11 @@ namespace {
 // which memory has them.
 template <int vector>
 V64 dealt(const Pixels<V64> &channels) {
-    static constexpr Bytes<V64> second = places_of<V64>(1, vector),
-                                third = places_of<V64>(2, vector);
-    return choose_bytes(third.vector(), choose_bytes(second.vector(), channels.v[0], channels.v[1]),
-                        channels.v[2]);
+    static constexpr VectorBytes<V64> second = places_of<V64>(1, vector),
+                                      third = places_of<V64>(2, vector);
+    return select_by_top_bits_u8(
+        as_vector<V64>(third), channels.v[2],
+        select_by_top_bits_u8(as_vector<V64>(second), channels.v[1], channels.v[0]));
 }
 
 inline void store_dealt(uint8_t *pixels, const Pixels<V64> &channels) {
@@ -39,11 +40,11 @@ private:
     // Each pair of vectors has 32 entries. Their channel is gathered in either half.
     template <int channel>
     void split(const ColourEntries &entries) {
-        static constexpr Bytes<V64> gathered =
-            bytes_by<V64>([](int i) { return 4 * (i % 32) + channel; });
+        static constexpr VectorBytes<V64> gathered =
+            vector_by<V64>([](int i) { return 4 * (i % 32) + channel; });
         const auto half = [&](size_t entry) {
             const uint8_t *const first = &entries[4 * entry];
-            return _mm512_permutex2var_epi8(load<V64>(first), gathered.vector(),
+            return _mm512_permutex2var_epi8(load<V64>(first), as_vector<V64>(gathered),
                                             load<V64>(first + 64));
         };
         for (size_t entry = 0; entry < 256; entry += 64)
@@ -63,7 +64,7 @@ public:
     explicit ColoursOfIndicesStep(const SplitEntries &entries)
         : red_(entries.channel(0)), green_(entries.channel(1)), blue_(entries.channel(2)) {}
 
-    Loaded load(const uint8_t *indices) const { return rows::load<V64>(indices); }
+    Loaded load(const uint8_t *indices) const { return simd::load<V64>(indices); }
     void store(uint8_t *rgb, V64 indices) const {
         store_dealt(rgb, {{red_(to_places<0>(indices)), green_(to_places<1>(indices)),
                            blue_(to_places<2>(indices))}});
@@ -73,9 +74,9 @@ private:
     // Pixel p has its channel at 3p + channel, modulo 64; 43 x 3 is 1 there.
     template <int channel>
     static V64 to_places(V64 v) {
-        static constexpr Bytes<V64> pixels =
-            bytes_by<V64>([](int i) { return (i + 64 - channel) * 43 % 64; });
-        return permute(v, pixels);
+        static constexpr VectorBytes<V64> pixels =
+            vector_by<V64>([](int i) { return (i + 64 - channel) * 43 % 64; });
+        return permute_u8(v, as_vector<V64>(pixels));
     }
 
     rows::TableLookup<V64> red_, green_, blue_;
@@ -106,9 +107,9 @@ private:
     // Around the end.
     template <int by>
     static V64 moved(V64 v) {
-        static constexpr Bytes<V64> places =
-            bytes_by<V64>([](int i) { return (i + 64 - by) % 64; });
-        return permute(v, places);
+        static constexpr VectorBytes<V64> places =
+            vector_by<V64>([](int i) { return (i + 64 - by) % 64; });
+        return permute_u8(v, as_vector<V64>(places));
     }
 
     rows::TableLookup<V64> red_, green_, blue_;
@@ -126,7 +127,7 @@ void colours_of_indices_avx512(uint8_t *rgb, const uint8_t *indices, const Colou
     if (pixels < fewest_indices)
         run_shorter(rgb, indices, pixels);
     else
-        rows::run(rgb, indices, pixels, ColoursOfIndicesStep(SplitEntries(entries)), run_shorter);
+        convert_run(rgb, indices, pixels, ColoursOfIndicesStep(SplitEntries(entries)), run_shorter);
 }
 
 void bits_of_greys_avx512(uint8_t *bits, const uint8_t *greys, const Thresholds &thresholds,
@@ -151,7 +152,7 @@ void correct_avx512(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &table
     if (pixels < CorrectStep::units)
         run_shorter(bgr, rgb, pixels);
     else
-        rows::run(bgr, rgb, pixels, CorrectStep(tables), run_shorter);
+        convert_run(bgr, rgb, pixels, CorrectStep(tables), run_shorter);
 }
 
 void high_colour_avx512(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,

@@ -1,9 +1,6 @@
 // The chooser: which kernels an instruction set runs.
 #include "display/kernels/show_wide.h"
-
-#if defined(__SSE3__) || defined(__AVX__)
-#error "Compile this file for the baseline: it runs before the processor has been looked at."
-#endif
+#include "library/process/kernel_choice.h"
 
 namespace q32::display {
 namespace {

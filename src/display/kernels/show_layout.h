@@ -5,14 +5,23 @@
 #pragma once
 
 #include "display/kernels/show_kernels.h"
-#include "display/kernels/show_vectors.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
 
 #include <bit>
+#include <cstring>
 
 namespace q32::display {
 namespace {
 
 // --- order ---------------------------------------------------------------------------------------
+
+// A run is taken in pieces of what a choice of bytes can reach, so that every vector has whole
+// pixels in each. A rule gives the bytes of one piece for all.
+template <class V, class Rule>
+constexpr VectorBytes<V> piece_by(Rule rule) {
+    return vector_by<V>([=](int i) { return rule(i % reach<V>); });
+}
 
 // Which pixel of its eight a byte belongs to.
 struct InOrder {
@@ -45,35 +54,36 @@ struct Pixels {
 
     static Pixels load(const uint8_t *at) {
         if constexpr (sizeof(V) == 64)
-            return {rows::load<V>(at), rows::load<V>(at + 64), rows::load<V>(at + 128)};
+            return {simd::load<V>(at), simd::load<V>(at + 64), simd::load<V>(at + 128)};
         else
-            return {rows::load_lanes<V>(at, 48), rows::load_lanes<V>(at + 16, 48),
-                    rows::load_lanes<V>(at + 32, 48)};
+            return {load_lanes<V>(at, 48), load_lanes<V>(at + 16, 48), load_lanes<V>(at + 32, 48)};
     }
 };
 
 #ifdef __SSE4_1__
 
 // Every place of a piece holds channel k of a pixel in exactly one of the three vectors, so that a
-// choice of bytes gathers a channel; in which order is seen afterwards.
+// choice of bytes gathers a channel; in which order is seen afterwards. (The choice is by top bits
+// because constant masks of 64 bytes are best made from vectors.)
 template <class V>
-constexpr Bytes<V> places_of(int channel, int vector) {
-    return piece_by<V>(
-        [=](int p) { return (piece_bytes<V> * vector + p) % 3 == channel ? 0xFF : 0; });
+constexpr VectorBytes<V> places_of(int channel, int vector) {
+    return piece_by<V>([=](int p) { return (reach<V> * vector + p) % 3 == channel ? 0xFF : 0; });
 }
 
 template <int channel, class V>
 V at_places(const Pixels<V> &pixels) {
-    static constexpr Bytes<V> from_1 = places_of<V>(channel, 1), from_2 = places_of<V>(channel, 2);
-    return choose_bytes(from_2.vector(), choose_bytes(from_1.vector(), pixels.v[0], pixels.v[1]),
-                        pixels.v[2]);
+    static constexpr VectorBytes<V> from_1 = places_of<V>(channel, 1),
+                                    from_2 = places_of<V>(channel, 2);
+    return select_by_top_bits_u8(
+        as_vector<V>(from_2), pixels.v[2],
+        select_by_top_bits_u8(as_vector<V>(from_1), pixels.v[1], pixels.v[0]));
 }
 
 template <class Order, int channel, class V>
 V from_places(V v) {
-    static constexpr Bytes<V> places =
-        piece_by<V>([](int i) { return (3 * Order::pixel(i) + channel) % piece_bytes<V>; });
-    return permute(v, places);
+    static constexpr VectorBytes<V> places =
+        piece_by<V>([](int i) { return (3 * Order::pixel(i) + channel) % reach<V>; });
+    return permute_u8(v, as_vector<V>(places));
 }
 
 template <class Order, class V>
@@ -87,9 +97,9 @@ Channels<V> channels_of(const Pixels<V> &pixels) {
 
 // The first and the second half of 48 bytes shuffled into each other.
 inline Pixels<V16> shuffled_halves(const Pixels<V16> &p) {
-    return {{_mm_unpacklo_epi8(p.v[0], _mm_srli_si128(p.v[1], 8)),
-             _mm_unpackhi_epi8(p.v[0], _mm_slli_si128(p.v[2], 8)),
-             _mm_unpacklo_epi8(p.v[1], _mm_srli_si128(p.v[2], 8))}};
+    return {{interleave_low_u8(p.v[0], _mm_srli_si128(p.v[1], 8)),
+             interleave_high_u8(p.v[0], _mm_slli_si128(p.v[2], 8)),
+             interleave_low_u8(p.v[1], _mm_srli_si128(p.v[2], 8))}};
 }
 
 // Each time, byte i goes to 2i mod 47. After four times it is at 16i mod 47, which takes byte
@@ -109,18 +119,14 @@ Channels<V16> channels_of(const Pixels<V16> &pixels) {
 
 template <class V>
 V in_bit_order(V bytes) {
-    static constexpr Bytes<V> turned = piece_by<V>([](int i) { return i % 16 ^ 7; });
-    return rows::shuffle(bytes, turned.vector());
+    static constexpr VectorBytes<V> turned = piece_by<V>([](int i) { return i % 16 ^ 7; });
+    return shuffle_u8(bytes, as_vector<V>(turned));
 }
 
 template <class Mask>
 void store_bits(uint8_t *at, Mask reached) {
-    if constexpr (sizeof(Mask) == 8) {
-        std::memcpy(at, &reached, sizeof reached);
-    } else {
-        const auto bits = rows::top_bits(reached);
-        std::memcpy(at, &bits, sizeof bits);
-    }
+    const auto bits = top_bits(reached);
+    std::memcpy(at, &bits, sizeof bits);
 }
 
 #else
@@ -150,17 +156,17 @@ inline Thresholds seen_from(const Thresholds &thresholds, size_t pixel) {
 // Beside the pixels of a channel.
 template <class V>
 V beside_pixels(const Thresholds &thresholds) {
-    const V16 eight = rows::load_8(thresholds.data());
-    return rows::repeat_lane<V>(rows::low_halves(eight, eight));
+    const V16 eight = load_8(thresholds.data());
+    return repeat_lane<V>(interleave_low_u64(eight, eight));
 }
 
 // Beside the samples of pixels that lie in a row, in vector number `vector` of three.
 #ifdef __SSE4_1__
 template <int vector, class V>
 V beside_samples(const Thresholds &thresholds) {
-    static constexpr Bytes<V> pixel_of_sample =
-        bytes_by<V>([](int i) { return (vector * int(sizeof(V)) + i) / 3 % 8; });
-    return rows::shuffle(beside_pixels<V>(thresholds), pixel_of_sample.vector());
+    static constexpr VectorBytes<V> pixel_of_sample =
+        vector_by<V>([](int i) { return (vector * int(sizeof(V)) + i) / 3 % 8; });
+    return shuffle_u8(beside_pixels<V>(thresholds), as_vector<V>(pixel_of_sample));
 }
 #else
 template <int vector, class V>

@@ -19,12 +19,12 @@ public:
     using Loaded = V;
 
     explicit GreyLevelsStep(int shift)
-        : shift_(_mm_cvtsi32_si128(shift)), kept_(repeat_byte<V>(uint8_t(0xFF >> shift))) {}
+        : shift_(_mm_cvtsi32_si128(shift)), kept_(repeat_u8<V>(uint8_t(0xFF >> shift))) {}
 
-    Loaded load(const uint8_t *greys) const { return rows::load<V>(greys); }
+    Loaded load(const uint8_t *greys) const { return simd::load<V>(greys); }
     // Words are shifted, and what comes from the neighbour is cut off.
     void store(uint8_t *levels, V greys) const {
-        rows::store(levels, rows::words_down(greys, shift_) & kept_);
+        simd::store(levels, shift_right_u16(greys, shift_) & kept_);
     }
 
 private:
@@ -42,9 +42,9 @@ public:
     explicit BitsOfGreysStep(const Thresholds &thresholds)
         : thresholds_(in_bit_order(beside_pixels<V>(thresholds))) {}
 
-    Loaded load(const uint8_t *greys) const { return rows::load<V>(greys); }
+    Loaded load(const uint8_t *greys) const { return simd::load<V>(greys); }
     void store(uint8_t *bits, V greys) const {
-        store_bits(bits, at_least(in_bit_order(greys), thresholds_));
+        store_bits(bits, mask_at_least_u8(in_bit_order(greys), thresholds_));
     }
 
 private:
@@ -64,30 +64,30 @@ inline constexpr int cube_step = 255 / (cube_side - 1);
 
 template <class V>
 V upper_four_bits(V bytes) {
-    return words_down<4>(bytes) & repeat_byte<V>(0x0F);
+    return shift_right_u16<4>(bytes) & repeat_u8<V>(0x0F);
 }
 
 template <class V>
 V three_for_each_level(V samples, V room) {
-    const V reaching = add_bytes_saturated(samples, room);
-    return upper_four_bits(subtract_bytes(reaching, upper_four_bits(reaching)));
+    const V reaching = add_saturating_u8(samples, room);
+    return upper_four_bits(subtract_u8(reaching, upper_four_bits(reaching)));
 }
 
 #ifdef __SSE4_1__
 
 template <class V>
-constexpr Bytes<V> contributions(const std::array<uint8_t, cube_side> &of_level) {
+constexpr VectorBytes<V> contributions(const std::array<uint8_t, cube_side> &of_level) {
     return piece_by<V>([&](int i) { return of_level[i % 16 / 3]; });
 }
 
 template <class V>
 V index_in_cube(const Channels<V> &thirds) {
-    static constexpr Bytes<V> red = contributions<V>(dithered_cube.of_red),
-                              green = contributions<V>(dithered_cube.of_green),
-                              blue = contributions<V>(dithered_cube.of_blue);
-    return add_bytes(add_bytes(rows::shuffle(red.vector(), thirds.red),
-                               rows::shuffle(green.vector(), thirds.green)),
-                     rows::shuffle(blue.vector(), thirds.blue));
+    static constexpr VectorBytes<V> red = contributions<V>(dithered_cube.of_red),
+                                    green = contributions<V>(dithered_cube.of_green),
+                                    blue = contributions<V>(dithered_cube.of_blue);
+    return add_u8(add_u8(shuffle_u8(as_vector<V>(red), thirds.red),
+                         shuffle_u8(as_vector<V>(green), thirds.green)),
+                  shuffle_u8(as_vector<V>(blue), thirds.blue));
 }
 
 #else
@@ -95,14 +95,14 @@ V index_in_cube(const Channels<V> &thirds) {
 // Words of two bytes are multiplied at once: no product is more than a byte.
 template <class V>
 V a_third(V to_15) {
-    return words_down<5>(multiply_low(to_15, repeat_word<V>(11))) & repeat_byte<V>(0x07);
+    return shift_right_u16<5>(multiply_low_u16(to_15, repeat_u16<V>(11))) & repeat_u8<V>(0x07);
 }
 
 template <class V>
 V index_in_cube(const Channels<V> &thirds) {
-    const V side = repeat_word<V>(cube_side);
-    const V red_green = add_bytes(multiply_low(a_third(thirds.red), side), a_third(thirds.green));
-    return add_bytes(multiply_low(red_green, side), a_third(thirds.blue));
+    const V side = repeat_u16<V>(cube_side);
+    const V red_green = add_u8(multiply_low_u16(a_third(thirds.red), side), a_third(thirds.green));
+    return add_u8(multiply_low_u16(red_green, side), a_third(thirds.blue));
 }
 
 #endif
@@ -114,13 +114,12 @@ public:
     using Loaded = Pixels<V>;
 
     explicit CubeIndicesStep(const Thresholds &thresholds)
-        : room_(subtract_bytes_saturated(repeat_byte<V>(cube_step), beside_pixels<V>(thresholds))) {
-    }
+        : room_(subtract_saturating_u8(repeat_u8<V>(cube_step), beside_pixels<V>(thresholds))) {}
 
     Loaded load(const uint8_t *rgb) const { return Pixels<V>::load(rgb); }
     void store(uint8_t *indices, const Pixels<V> &pixels) const {
         const Channels<V> channels = channels_of<InOrder>(pixels);
-        rows::store(indices,
+        simd::store(indices,
                     index_in_cube(Channels<V>{three_for_each_level(channels.red, room_),
                                               three_for_each_level(channels.green, room_),
                                               three_for_each_level(channels.blue, room_)}));
@@ -143,13 +142,13 @@ public:
 
     void operator()(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb) const {
         const Channels<V> channels = channels_of<BitOrder>(Pixels<V>::load(rgb));
-        const auto red = at_least(channels.red, thresholds_);
-        const auto green = at_least(channels.green, thresholds_);
-        const auto blue = at_least(channels.blue, thresholds_);
+        const auto red = mask_at_least_u8(channels.red, thresholds_);
+        const auto green = mask_at_least_u8(channels.green, thresholds_);
+        const auto blue = mask_at_least_u8(channels.blue, thresholds_);
         store_bits(planes, red);
         store_bits(planes + plane_bytes, green);
         store_bits(planes + 2 * plane_bytes, blue);
-        store_bits(planes + 3 * plane_bytes, either(either(red, green), blue));
+        store_bits(planes + 3 * plane_bytes, mask_or(mask_or(red, green), blue));
     }
 
 private:
@@ -164,7 +163,7 @@ inline constexpr int high_colour_step = 8;
 
 template <class V>
 V five_bits(V samples, V room) {
-    return add_bytes(samples, room) & repeat_byte<V>(0xF8);
+    return add_u8(samples, room) & repeat_u8<V>(0xF8);
 }
 
 template <class V>
@@ -178,7 +177,7 @@ public:
 
 private:
     static V room(V thresholds) {
-        return subtract_bytes_saturated(repeat_byte<V>(high_colour_step), thresholds);
+        return subtract_saturating_u8(repeat_u8<V>(high_colour_step), thresholds);
     }
 
     V room_[3];
@@ -190,8 +189,8 @@ struct Samples {
     V v[3];
 
     static Samples load(const uint8_t *at) {
-        return {rows::load<V>(at), rows::load<V>(at + sizeof(V)),
-                rows::load<V>(at + 2 * sizeof(V))};
+        return {simd::load<V>(at), simd::load<V>(at + sizeof(V)),
+                simd::load<V>(at + 2 * sizeof(V))};
     }
 };
 
@@ -206,7 +205,7 @@ public:
     Loaded load(const uint8_t *samples) const { return Samples<V>::load(samples); }
     void store(uint8_t *destination, const Samples<V> &samples) const {
         for (size_t i = 0; i < 3; ++i)
-            rows::store(destination + i * sizeof(V), five_bits(samples.v[i], rooms_[i]));
+            simd::store(destination + i * sizeof(V), five_bits(samples.v[i], rooms_[i]));
     }
 
 private:
@@ -227,37 +226,36 @@ class SwappedWords {
 public:
     static V load(const uint8_t *rgb) {
         if constexpr (sizeof(V) == 64)
-            return rows::load<V>(rgb + begin(0));
+            return simd::load<V>(rgb + begin(0));
         else
-            return rows::load_lanes<V>(rgb + begin(0), size_t(begin(1) - begin(0)));
+            return load_lanes<V>(rgb + begin(0), size_t(begin(1) - begin(0)));
     }
 
     static V words(V windows) {
 #ifdef __AVX512VBMI__
         constexpr __mmask64 low_bytes = 0x5555555555555555;
         if constexpr (sizeof(V) == 64)
-            return _mm512_maskz_permutexvar_epi8(low_bytes, indices.vector(), windows);
+            return _mm512_maskz_permutexvar_epi8(low_bytes, as_vector<V>(indices), windows);
         else
 #endif
-            return rows::shuffle(windows, indices.vector());
+            return shuffle_u8(windows, as_vector<V>(indices));
     }
 
 private:
-    static constexpr int in_window = piece_bytes<V> / 2;
+    static constexpr int in_window = reach<V> / 2;
 
     static constexpr int source_of(int word) {
         return swapped(int(sizeof(V)) * vector + 16 * (word / 8) + 8 * half + word % 8);
     }
     // Of a window beyond the vector's, too, for vectors of one lane.
     static constexpr int begin(int window) {
-        int begin = 3 * int(sizeof(V)) - piece_bytes<V>;
+        int begin = 3 * int(sizeof(V)) - reach<V>;
         for (int word = in_window * window; word < in_window * (window + 1); ++word)
             begin = source_of(word) < begin ? source_of(word) : begin;
         return begin;
     }
 
-    static constexpr Bytes<V> indices = bytes_by<V>([](int i) {
-        constexpr int nothing = 0x80;
+    static constexpr VectorBytes<V> indices = vector_by<V>([](int i) {
         const int word = i / 2;
         return i % 2 == 0 ? source_of(word) - begin(word / in_window) : nothing;
     });
@@ -267,7 +265,7 @@ private:
 // a fraction, which 31868 / 32768 is near enough to for all samples.
 template <class V>
 V scaled_to_248(V words) {
-    return multiply_fractions(words, repeat_word<V>(31868));
+    return multiply_fractions_i16(words, repeat_u16<V>(31868));
 }
 
 template <class V>
@@ -296,8 +294,8 @@ private:
     void store_vector(uint8_t *bgr, const Loaded &windows) const {
         const V low = SwappedWords<V, vector, 0>::words(windows.v[vector][0]);
         const V high = SwappedWords<V, vector, 1>::words(windows.v[vector][1]);
-        const V samples = pack_words(scaled_to_248(low), scaled_to_248(high));
-        rows::store(bgr + vector * sizeof(V), five_bits(samples, rooms_[vector]));
+        const V samples = pack_i16_to_u8_in_lanes(scaled_to_248(low), scaled_to_248(high));
+        simd::store(bgr + vector * sizeof(V), five_bits(samples, rooms_[vector]));
     }
 
     Rooms<V> rooms_;
@@ -308,8 +306,8 @@ private:
 // Without gamma the tables hold (sample x 248 + 127) / 255; 257 / 65536 of one more is that.
 template <class V>
 V scaled_to_248(V words) {
-    const V products = multiply_low(words, repeat_word<V>(248));
-    return multiply_high(add_words(products, repeat_word<V>(128)), repeat_word<V>(257));
+    const V products = multiply_low_u16(words, repeat_u16<V>(248));
+    return multiply_high_u16(add_u16(products, repeat_u16<V>(128)), repeat_u16<V>(257));
 }
 
 // The swapping is another's part.
@@ -324,9 +322,10 @@ public:
     Loaded load(const uint8_t *samples) const { return Samples<V>::load(samples); }
     void store(uint8_t *destination, const Samples<V> &samples) const {
         for (size_t i = 0; i < 3; ++i) {
-            const V low = scaled_to_248(widen_low(samples.v[i]));
-            const V high = scaled_to_248(widen_high(samples.v[i]));
-            rows::store(destination + i * sizeof(V), five_bits(pack_words(low, high), rooms_[i]));
+            const V low = scaled_to_248(widen_u8_to_u16<0>(samples.v[i]));
+            const V high = scaled_to_248(widen_u8_to_u16<1>(samples.v[i]));
+            simd::store(destination + i * sizeof(V),
+                        five_bits(pack_i16_to_u8_in_lanes(low, high), rooms_[i]));
         }
     }
 

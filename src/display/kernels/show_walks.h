@@ -1,37 +1,53 @@
-// How runs are walked in steps: the one place that knows about their ends.
+// The kernels as walks in steps.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
 #include "display/kernels/show_scalar.h"
 #include "display/kernels/show_steps.h"
-#include "rows/kernels/runs.h"
+#include "simd/walk.h"
 
+#include <cstring>
 #include <tuple>
 
 namespace q32::display {
 namespace {
 
-// For steps that compare with thresholds. The last one is moved back so that it ends with the run,
-// and sees them from there; what it covers twice comes out the same.
+// The runs do not overlap: a last step takes nothing out of memory before the others.
+struct Nothing {};
+
+// Steps that compare with thresholds. The last one, which is moved back, sees them from there.
+template <class Step>
+struct DitheredStep {
+    static constexpr size_t units = Step::units;
+
+    uint8_t *destination;
+    const uint8_t *source;
+    const Thresholds &thresholds;
+    Step step;
+
+    Nothing held(size_t) const { return {}; }
+    void make(size_t at) const { convert(step, at); }
+    void make(size_t at, Nothing) const {
+        if (at % thresholds.size() == 0)
+            convert(step, at);
+        else
+            convert(Step(seen_from(thresholds, at)), at);
+    }
+
+    void convert(const Step &from_there, size_t at) const {
+        from_there.store(destination + at * Step::destination_bytes,
+                         from_there.load(source + at * Step::source_bytes));
+    }
+};
+
 template <class Step, class Shorter>
 void run_dithered(uint8_t *destination, const uint8_t *source, const Thresholds &thresholds,
                   size_t pixels, Shorter shorter) {
-    if (pixels < Step::units) {
+    if (pixels < Step::units)
         shorter();
-        return;
-    }
-    const auto convert = [=](const Step &step, size_t pixel) {
-        step.store(destination + pixel * Step::destination_bytes,
-                   step.load(source + pixel * Step::source_bytes));
-    };
-    const Step step(thresholds);
-    const size_t last = pixels - Step::units;
-    size_t done = 0;
-    for (; done <= last; done += Step::units)
-        convert(step, done);
-    if (done < pixels)
-        convert(Step(seen_from(thresholds, last)), last);
+    else
+        walk(pixels, DitheredStep<Step>{destination, source, thresholds, Step(thresholds)});
 }
 
 // Samples that were made ready in the destination are dithered where they lie, in whole steps, and
@@ -57,8 +73,8 @@ void run_in_place(uint8_t *samples, const Thresholds &thresholds, size_t pixels,
 inline void run_colours_of_indices(uint8_t *rgb, const uint8_t *indices,
                                    const ColourEntries &entries, size_t pixels,
                                    ColoursOfIndices *shorter) {
-    static constexpr Bytes<V16> three_of_four =
-        bytes_by<V16>([](int i) { return i < 12 ? i / 3 * 4 + i % 3 : 0x80; });
+    static constexpr LaneBytes three_of_four =
+        lane_by([](int i) { return i < 12 ? i / 3 * 4 + i % 3 : nothing; });
     const auto colour = [&entries](const uint8_t *index) {
         int bytes;
         std::memcpy(&bytes, &entries[4 * size_t(*index)], sizeof bytes);
@@ -71,7 +87,7 @@ inline void run_colours_of_indices(uint8_t *rgb, const uint8_t *indices,
         colours = _mm_insert_epi32(colours, colour(four + 1), 1);
         colours = _mm_insert_epi32(colours, colour(four + 2), 2);
         colours = _mm_insert_epi32(colours, colour(four + 3), 3);
-        rows::store(rgb + 3 * done, rows::shuffle(colours, three_of_four.vector()));
+        simd::store(rgb + 3 * done, shuffle_u8(colours, as_vector<V16>(three_of_four)));
     }
     shorter(rgb + 3 * done, indices + done, entries, pixels - done);
 }
@@ -80,7 +96,7 @@ inline void run_colours_of_indices(uint8_t *rgb, const uint8_t *indices,
 template <class V>
 void run_grey_levels(uint8_t *levels, const uint8_t *greys, int shift, size_t pixels,
                      GreyLevels *shorter) {
-    rows::run(
+    convert_run(
         levels, greys, pixels, GreyLevelsStep<V>(shift),
         [=](uint8_t *to, const uint8_t *from, size_t count) { shorter(to, from, shift, count); });
 }
@@ -90,10 +106,10 @@ template <class V>
 void run_bits_of_greys(uint8_t *bits, const uint8_t *greys, const Thresholds &thresholds,
                        size_t pixels, BitsOfGreys *shorter) {
     const size_t groups = pixels / 8;
-    rows::run(bits, greys, groups, BitsOfGreysStep<V>(thresholds),
-              [&](uint8_t *to, const uint8_t *from, size_t count) {
-                  shorter(to, from, thresholds, 8 * count);
-              });
+    convert_run(bits, greys, groups, BitsOfGreysStep<V>(thresholds),
+                [&](uint8_t *to, const uint8_t *from, size_t count) {
+                    shorter(to, from, thresholds, 8 * count);
+                });
     if (pixels % 8 != 0)
         bits_of_greys(bits + groups, greys + 8 * groups, thresholds, pixels % 8);
 }
@@ -105,6 +121,21 @@ void run_cube_indices(uint8_t *indices, const uint8_t *rgb, const Thresholds &th
                                      [&] { shorter(indices, rgb, thresholds, pixels); });
 }
 
+template <class Step>
+struct StepOfPlanes {
+    static constexpr size_t units = Step::units;
+
+    uint8_t *planes;
+    size_t plane_bytes;
+    const uint8_t *rgb;
+    Step step;
+
+    Nothing held(size_t) const { return {}; }
+    void make(size_t at, Nothing = {}) const {
+        step(planes + at, plane_bytes, rgb + at * Step::source_bytes);
+    }
+};
+
 // The pixels of a last, incomplete byte go to the scalar form; what planes have beyond is cleared.
 template <class V>
 void run_planes(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb,
@@ -115,12 +146,7 @@ void run_planes(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb,
         shorter(planes, plane_bytes, rgb, thresholds, pixels);
         return;
     }
-    const Step step(thresholds);
-    const size_t last = groups - Step::units;
-    for (size_t done = 0; done < last; done += Step::units)
-        step(planes + done, plane_bytes, rgb + done * Step::source_bytes);
-    step(planes + last, plane_bytes, rgb + last * Step::source_bytes);
-
+    walk(groups, StepOfPlanes<Step>{planes, plane_bytes, rgb, Step(thresholds)});
     if (groups == plane_bytes)
         return;
     uint8_t ends[4];

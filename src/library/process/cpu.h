@@ -14,21 +14,4 @@ InstructionSet best_instruction_set(const char *cap);
 
 const char *instruction_set_name(InstructionSet level);
 
-// Of the tables that a kernel family has for the levels, the one for this level.
-template <class Kernels>
-const Kernels &choose(InstructionSet level, const Kernels &sse2, const Kernels &sse41,
-                      const Kernels &avx2, const Kernels &avx512) {
-    switch (level) {
-    case InstructionSet::sse2:
-        break;
-    case InstructionSet::sse41:
-        return sse41;
-    case InstructionSet::avx2:
-        return avx2;
-    case InstructionSet::avx512:
-        return avx512;
-    }
-    return sse2;
-}
-
 } // namespace q32

@@ -1,4 +1,4 @@
-// The wide frames of blending: how runs are walked in steps, and the table that comes of it.
+// The wide forms of blending: every kernel as a walk in steps.
 //
 // Private to the file that includes it, as rules.h.
 #pragma once
@@ -8,23 +8,6 @@
 
 namespace q32::merge {
 namespace {
-
-// Walks a run of at least one step. The last step is moved back so that it ends with the run; what
-// it covers twice comes out the same, because it is computed before anything is stored. The step is
-// a copy, so that stores of bytes cannot be taken to change it.
-template <class Step>
-void walk(uint8_t *destination, size_t units, const Step step) {
-    const size_t last = units - Step::units;
-    typename Step::Vector last_results[Step::results];
-    step.each(last, [&](size_t k, auto result) { last_results[k] = result; });
-    for (size_t at = 0; at < last; at += Step::units) {
-        uint8_t *const to = destination + at * Step::bytes;
-        if (!step.shortcut(to, at))
-            step.each(at, [to](size_t k, auto result) { Step::put(to, k, result); });
-    }
-    for (size_t k = 0; k < Step::results; ++k)
-        Step::put(destination + last * Step::bytes, k, last_results[k]);
-}
 
 // Runs that are shorter than a step go to the same entry of the narrower forms' table.
 template <class V, const BlendKernels &narrower>
@@ -38,8 +21,8 @@ struct WideFrames {
                                                            pixels);
             return;
         }
-        walk(destination, pixels,
-             MaskedStep<R, rounding, samples, V>(destination, overlay, weights, mask));
+        walk_results(destination, pixels,
+                     MaskedStep<R, rounding, samples, V>(destination, overlay, weights, mask));
     }
 
     template <class R, Rounding rounding>
@@ -49,7 +32,8 @@ struct WideFrames {
             narrower.blend[size_t(rounding)][size_t(R::rule)].uniform(destination, overlay, weight,
                                                                       samples);
         else
-            walk(destination, samples, UniformStep<R, rounding, V>(destination, overlay, weight));
+            walk_results(destination, samples,
+                         UniformStep<R, rounding, V>(destination, overlay, weight));
     }
 
     // x / 100 is x x 5243 >> 19 for all products of a byte and a percentage.
@@ -58,10 +42,12 @@ struct WideFrames {
             narrower.percent_weights(weights, mask, percent, pixels);
             return;
         }
-        const auto of_percent = [factor = repeat_word<V>(percent)](V words) {
-            return words_down<3>(multiply_high(multiply_low(words, factor), repeat_word<V>(5243)));
-        };
-        walk(weights, pixels, WeightsStep<V, decltype(of_percent)>(mask, of_percent));
+        walk_vectors<V>(weights, pixels, [=, factor = repeat_u16<V>(percent)](size_t at) {
+            return changed(mask + at, [=](V words) {
+                return shift_right_u16<3>(
+                    multiply_high_u16(multiply_low_u16(words, factor), repeat_u16<V>(5243)));
+            });
+        });
     }
 
     static void scaled_weights(uint8_t *weights, const uint8_t *mask, uint8_t scale,
@@ -70,10 +56,19 @@ struct WideFrames {
             narrower.scaled_weights(weights, mask, scale, pixels);
             return;
         }
-        const auto scaled = [factor = repeat_word<V>(scale)](V words) {
-            return words_down<8>(multiply_low(words, factor));
-        };
-        walk(weights, pixels, WeightsStep<V, decltype(scaled)>(mask, scaled));
+        walk_vectors<V>(weights, pixels, [=, factor = repeat_u16<V>(scale)](size_t at) {
+            return changed(mask + at, [=](V words) {
+                return shift_right_u16<8>(multiply_low_u16(words, factor));
+            });
+        });
+    }
+
+private:
+    // Weights from mask bytes, as words.
+    template <class Change>
+    static V changed(const uint8_t *mask, const Change &change) {
+        const Pairs<V> words = pairs_u8(load<V>(mask), zero<V>());
+        return pack_i16_to_u8_in_lanes(change(words.low), change(words.high));
     }
 };
 

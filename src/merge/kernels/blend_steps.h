@@ -1,5 +1,5 @@
 // What one step of a wide run does, for any rule, either rounding, one or three samples in a pixel,
-// and any width of vector. Which steps a run takes is the frames' part.
+// and any width of vector.
 //
 // A step has
 //   Vector, units     how many units (pixels or samples) it takes, and in what
@@ -15,6 +15,7 @@
 #include "merge/kernels/straight.h"
 #include "merge/kernels/weighing.h"
 #include "merge/kernels/weight_pairs.h"
+#include "simd/walk.h"
 
 #include <type_traits>
 #include <utility>
@@ -27,6 +28,39 @@ namespace {
 template <class Action, size_t... k>
 void for_each(std::index_sequence<k...>, Action action) {
     (action(std::integral_constant<size_t, k>()), ...);
+}
+
+// As walk() knows steps: of the last one the results are held.
+template <class Step>
+struct ResultStep {
+    static constexpr size_t units = Step::units;
+    struct Results {
+        typename Step::Vector v[Step::results];
+    };
+
+    uint8_t *destination;
+    Step step;
+
+    Results held(size_t at) const {
+        Results results;
+        step.each(at, [&](size_t k, auto result) { results.v[k] = result; });
+        return results;
+    }
+    void make(size_t at) const {
+        uint8_t *const to = destination + at * Step::bytes;
+        if (!step.shortcut(to, at))
+            step.each(at, [to](size_t k, auto result) { Step::put(to, k, result); });
+    }
+    void make(size_t at, const Results &results) const {
+        for (size_t k = 0; k < Step::results; ++k)
+            Step::put(destination + at * Step::bytes, k, results.v[k]);
+    }
+};
+
+// Of at least one step.
+template <class Step>
+void walk_results(uint8_t *destination, size_t units, const Step &step) {
+    walk(units, ResultStep<Step>{destination, step});
 }
 
 template <class V, size_t vectors = 1>
@@ -88,7 +122,7 @@ struct PremultipliedStep {
 
     template <class Take>
     void each(size_t pixel, Take take) const {
-        const V m = load<V>(mask + pixel), w = where_set(m, load<V>(weights + pixel));
+        const V m = load<V>(mask + pixel), w = keep_where_set_u8(m, load<V>(weights + pixel));
         const Straightening<V> straightening(m);
         for_each(std::make_index_sequence<samples>(), [&](auto k) {
             const V over_black =
@@ -100,9 +134,9 @@ struct PremultipliedStep {
     }
 
     static V get(const uint8_t *from, size_t k) {
-        return rows::load_lanes<V>(from + 16 * k, 16 * samples);
+        return load_lanes<V>(from + 16 * k, 16 * samples);
     }
-    static void put(uint8_t *to, size_t k, V v) { rows::store_lanes(to + 16 * k, 16 * samples, v); }
+    static void put(uint8_t *to, size_t k, V v) { store_lanes(to + 16 * k, 16 * samples, v); }
 };
 
 template <class R, Rounding rounding, size_t samples, class V>
@@ -117,7 +151,7 @@ struct UniformStep : PlainStep<V> {
 
     UniformStep(const uint8_t *d, const uint8_t *o, uint8_t weight)
         : destination(d), overlay(o),
-          weights(interleaved(repeat_byte<V>(weight), repeat_byte<V>(uint8_t(255 - weight)))) {}
+          weights(pairs_u8(repeat_u8<V>(weight), repeat_u8<V>(uint8_t(255 - weight)))) {}
 
     template <class Take>
     void each(size_t at, Take take) const {
@@ -125,22 +159,25 @@ struct UniformStep : PlainStep<V> {
     }
 };
 
-// --- weights ------------------------------------------------------------------------------------
+// --- single vectors -----------------------------------------------------------------------------
 
-// From mask bytes, as words.
-template <class V, class Change>
-struct WeightsStep : PlainStep<V> {
-    const uint8_t *mask;
-    Change change;
+// Whatever result(at) gives.
+template <class V, class Result>
+struct VectorStep : PlainStep<V> {
+    Result result;
 
-    WeightsStep(const uint8_t *m, Change c) : mask(m), change(c) {}
+    explicit VectorStep(Result r) : result(r) {}
 
     template <class Take>
     void each(size_t at, Take take) const {
-        const Pairs<V> words = interleaved(load<V>(mask + at), zero<V>());
-        take(0, pack_words(change(words.low), change(words.high)));
+        take(0, result(at));
     }
 };
+
+template <class V, class Result>
+void walk_vectors(uint8_t *destination, size_t bytes, const Result &result) {
+    walk_results(destination, bytes, VectorStep<V, Result>(result));
+}
 
 } // namespace
 } // namespace q32::merge

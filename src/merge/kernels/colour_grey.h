@@ -8,8 +8,6 @@
 namespace q32::merge {
 namespace {
 
-constexpr uint8_t nothing = 0x80; // a shuffle index that gives 0
-
 // --- to grey -------------------------------------------------------------------------------------
 
 // Words of half the pixels' samples: red and green as pairs of bytes, blue.
@@ -21,11 +19,11 @@ struct GreyWeights {
     // is enough to be divided by 125: 32 (r + 2g) + (43 r + 75 g + 114 b) / 8.
     V grey() const {
         const V eighth =
-            words_down<3>(add_words(sum_byte_products(red_green, repeat_word<V>(75 << 8 | 43)),
-                                    sum_byte_products(blue, repeat_word<V>(114))));
-        const V sum = add_words(
-            eighth, words_up<5>(sum_byte_products(red_green, repeat_word<V>(2 << 8 | 1))));
-        return words_down<6>(multiply_high(sum, repeat_word<V>(33555)));
+            shift_right_u16<3>(add_u16(sum_products_u8_i8(red_green, repeat_u16<V>(75 << 8 | 43)),
+                                       sum_products_u8_i8(blue, repeat_u16<V>(114))));
+        const V sum = add_u16(
+            eighth, shift_left_u16<5>(sum_products_u8_i8(red_green, repeat_u16<V>(2 << 8 | 1))));
+        return shift_right_u16<6>(multiply_high_u16(sum, repeat_u16<V>(33555)));
     }
 };
 
@@ -41,9 +39,9 @@ constexpr LaneBytes grey_indices(int begin) {
 template <class V>
 GreyWeights<V> weights_of(V from_0, V from_8) {
     static constexpr LaneBytes of_first_four = grey_indices(0), of_last_four = grey_indices(4);
-    const V low = shuffle(from_0, of_first_four.vector<V>());
-    const V high = shuffle(from_8, of_last_four.vector<V>());
-    return {rows::low_halves(low, high), rows::high_halves(low, high)};
+    const V low = shuffle_u8(from_0, as_vector<V>(of_first_four));
+    const V high = shuffle_u8(from_8, as_vector<V>(of_last_four));
+    return {interleave_low_u64(low, high), interleave_high_u64(low, high)};
 }
 
 // Lanes of sixteen pixels.
@@ -55,13 +53,13 @@ struct RgbToGrey {
     };
 
     Loaded load(const uint8_t *source) const {
-        return {rows::load_lanes<V>(source, 48), rows::load_lanes<V>(source + 8, 48),
-                rows::load_lanes<V>(source + 24, 48), rows::load_lanes<V>(source + 32, 48)};
+        return {load_lanes<V>(source, 48), load_lanes<V>(source + 8, 48),
+                load_lanes<V>(source + 24, 48), load_lanes<V>(source + 32, 48)};
     }
     void store(uint8_t *destination, const Loaded &v) const {
         const auto first = weights_of(v.from_0, v.from_8);
         const auto second = weights_of(v.from_24, v.from_32);
-        rows::store(destination, pack_words(first.grey(), second.grey()));
+        simd::store(destination, pack_i16_to_u8_in_lanes(first.grey(), second.grey()));
     }
 };
 
@@ -80,13 +78,13 @@ struct GreyToRgb<V16> {
     static constexpr size_t units = 16, source_bytes = 1, destination_bytes = 3;
     using Loaded = V16;
 
-    Loaded load(const uint8_t *source) const { return rows::load_16(source); }
+    Loaded load(const uint8_t *source) const { return load_16(source); }
     void store(uint8_t *destination, Loaded grey) const {
         static constexpr LaneBytes first = tripled(0, 0), second = tripled(16, 0),
                                    third = tripled(32, 0);
-        rows::store(destination, shuffle(grey, first.vector<V16>()));
-        rows::store(destination + 16, shuffle(grey, second.vector<V16>()));
-        rows::store(destination + 32, shuffle(grey, third.vector<V16>()));
+        simd::store(destination, shuffle_u8(grey, as_vector<V16>(first)));
+        simd::store(destination + 16, shuffle_u8(grey, as_vector<V16>(second)));
+        simd::store(destination + 32, shuffle_u8(grey, as_vector<V16>(third)));
     }
 };
 
@@ -101,20 +99,19 @@ struct GreyToRgb<V32> {
     };
 
     Loaded load(const uint8_t *source) const {
-        return {repeat_lane<V32>(rows::load_16(source)),
-                repeat_lane<V32>(rows::load_16(source + 8)),
-                repeat_lane<V32>(rows::load_16(source + 16))};
+        return {repeat_lane<V32>(load_16(source)), repeat_lane<V32>(load_16(source + 8)),
+                repeat_lane<V32>(load_16(source + 16))};
     }
     void store(uint8_t *destination, const Loaded &grey) const {
         static constexpr LaneBytes indices[6] = {tripled(0, 0),  tripled(16, 0),  tripled(32, 8),
                                                  tripled(48, 8), tripled(64, 16), tripled(80, 16)};
-        rows::store(destination, shuffle(grey.from_0, two_lanes(indices)));
-        rows::store(destination + 32, shuffle(grey.from_8, two_lanes(indices + 2)));
-        rows::store(destination + 64, shuffle(grey.from_16, two_lanes(indices + 4)));
+        simd::store(destination, shuffle_u8(grey.from_0, two_lanes(indices)));
+        simd::store(destination + 32, shuffle_u8(grey.from_8, two_lanes(indices + 2)));
+        simd::store(destination + 64, shuffle_u8(grey.from_16, two_lanes(indices + 4)));
     }
 
 private:
-    static V32 two_lanes(const LaneBytes *indices) { return rows::load<V32>(indices->at); }
+    static V32 two_lanes(const LaneBytes *indices) { return simd::load<V32>(indices->at); }
 };
 
 #endif

@@ -1,9 +1,6 @@
 // The chooser: which forms an instruction set runs.
+#include "library/process/kernel_choice.h"
 #include "merge/kernels/colour_forms.h"
-
-#if defined(__SSE3__) || defined(__AVX__)
-#error "Compile this file for the baseline: it runs before the processor has been looked at."
-#endif
 
 namespace q32::merge {
 

@@ -16,14 +16,6 @@ namespace {
 
 // --- order ---------------------------------------------------------------------------------------
 
-template <class Index>
-constexpr LaneBytes lane_by(Index index) {
-    LaneBytes bytes{};
-    for (int i = 0; i < 16; ++i)
-        bytes.at[i] = uint8_t(index(i));
-    return bytes;
-}
-
 // The pixel of a channel's byte, and the byte of a pixel.
 constexpr int in_order(int i) {
     return i / 4 * 4 + (4 - i % 4) % 4;
@@ -34,7 +26,7 @@ template <int field, class V>
 V turned(V bytes) {
     static constexpr LaneBytes indices =
         lane_by([](int i) { return i / 4 * 4 + (i + 4 - field) % 4; });
-    return field == 0 ? bytes : shuffle(bytes, indices.vector<V>());
+    return field == 0 ? bytes : shuffle_u8(bytes, as_vector<V>(indices));
 }
 
 // Words of a field's order to the channels'.
@@ -42,7 +34,7 @@ template <int field, class V>
 V turned_back(V words) {
     static constexpr LaneBytes indices =
         lane_by([](int i) { return i / 8 * 8 + (i % 8 + 2 * field) % 8; });
-    return field == 0 ? words : shuffle(words, indices.vector<V>());
+    return field == 0 ? words : shuffle_u8(words, as_vector<V>(indices));
 }
 
 // --- pixels --------------------------------------------------------------------------------------
@@ -56,15 +48,15 @@ constexpr LaneBytes places_of(int channel, int vector) {
 template <int channel, class V>
 V channel_in(const V (&v)[3]) {
     static constexpr LaneBytes from_1 = places_of(channel, 1), from_2 = places_of(channel, 2);
-    return choose_bytes(from_2.vector<V>(), v[2], choose_bytes(from_1.vector<V>(), v[1], v[0]));
+    return select(as_vector<V>(from_2), v[2], select(as_vector<V>(from_1), v[1], v[0]));
 }
 
 // And back.
 template <int vector, class V>
 V vector_of(const V (&channel)[3]) {
     static constexpr LaneBytes from_1 = places_of(1, vector), from_2 = places_of(2, vector);
-    return choose_bytes(from_2.vector<V>(), channel[2],
-                        choose_bytes(from_1.vector<V>(), channel[1], channel[0]));
+    return select(as_vector<V>(from_2), channel[2],
+                  select(as_vector<V>(from_1), channel[1], channel[0]));
 }
 
 // A channel's bytes between their places and the channels' order.
@@ -72,7 +64,7 @@ template <int channel, class V>
 V from_places(V v) {
     static constexpr LaneBytes indices =
         lane_by([](int i) { return (3 * in_order(i) + channel) % 16; });
-    return shuffle(v, indices.vector<V>());
+    return shuffle_u8(v, as_vector<V>(indices));
 }
 
 template <int channel, class V>
@@ -83,13 +75,13 @@ V to_places(V v) {
             at += 16;
         return in_order(at / 3);
     });
-    return shuffle(v, indices.vector<V>());
+    return shuffle_u8(v, as_vector<V>(indices));
 }
 
 template <class V>
 Pixels<V> load_pixels(const uint8_t *source) {
-    const V v[3] = {rows::load_lanes<V>(source, 48), rows::load_lanes<V>(source + 16, 48),
-                    rows::load_lanes<V>(source + 32, 48)};
+    const V v[3] = {load_lanes<V>(source, 48), load_lanes<V>(source + 16, 48),
+                    load_lanes<V>(source + 32, 48)};
     return {from_places<0>(channel_in<0>(v)), from_places<1>(channel_in<1>(v)),
             from_places<2>(channel_in<2>(v))};
 }
@@ -98,9 +90,9 @@ template <class V>
 void store_pixels(uint8_t *destination, const Pixels<V> &pixels) {
     const V v[3] = {to_places<0>(pixels.red), to_places<1>(pixels.green),
                     to_places<2>(pixels.blue)};
-    rows::store_lanes(destination, 48, vector_of<0>(v));
-    rows::store_lanes(destination + 16, 48, vector_of<1>(v));
-    rows::store_lanes(destination + 32, 48, vector_of<2>(v));
+    store_lanes(destination, 48, vector_of<0>(v));
+    store_lanes(destination + 16, 48, vector_of<1>(v));
+    store_lanes(destination + 32, 48, vector_of<2>(v));
 }
 
 // --- records -------------------------------------------------------------------------------------
@@ -118,22 +110,20 @@ constexpr int words_with(int field, int vector) {
 
 template <int field, class V>
 V field_of(const V (&v)[3]) {
-    return rows::choose_dwords<words_with(field, 2)>(
-        rows::choose_dwords<words_with(field, 1)>(v[0], v[1]), v[2]);
+    return select_u32<words_with(field, 2)>(v[2], select_u32<words_with(field, 1)>(v[1], v[0]));
 }
 
 template <int vector, class V>
 V mixed(const V (&field)[3]) {
-    return rows::choose_dwords<words_with(2, vector)>(
-        rows::choose_dwords<words_with(1, vector)>(field[0], field[1]), field[2]);
+    return select_u32<words_with(2, vector)>(field[2],
+                                             select_u32<words_with(1, vector)>(field[1], field[0]));
 }
 
 template <int quarter, class V>
 Fields<V> load_fields(const uint8_t *source) {
     source += quarter * lane_records / 4;
-    const V v[3] = {rows::load_lanes<V>(source, lane_records),
-                    rows::load_lanes<V>(source + 16, lane_records),
-                    rows::load_lanes<V>(source + 32, lane_records)};
+    const V v[3] = {load_lanes<V>(source, lane_records), load_lanes<V>(source + 16, lane_records),
+                    load_lanes<V>(source + 32, lane_records)};
     return {{field_of<0>(v), field_of<1>(v), field_of<2>(v)}};
 }
 
@@ -145,7 +135,7 @@ inline void store_side_by_side(uint8_t *destination, V16 a, V16 b) {
 
 #ifdef __AVX2__
 inline void store_side_by_side(uint8_t *destination, V32 a, V32 b) {
-    store(destination, _mm256_inserti128_si256(a, _mm256_castsi256_si128(b), 1));
+    store(destination, _mm256_inserti128_si256(a, lane_of<0>(b), 1));
     store(destination + lane_records, _mm256_permute2x128_si256(a, b, 0x31));
 }
 #endif

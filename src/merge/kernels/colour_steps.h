@@ -5,7 +5,9 @@
 
 #include "merge/kernels/colour_grey.h"
 #include "merge/kernels/colour_layout.h"
-#include "rows/kernels/runs.h"
+#include "simd/walk.h"
+
+#include <cstring>
 
 namespace q32::merge {
 namespace {
@@ -37,9 +39,9 @@ private:
     template <size_t half>
     static void store_half(uint8_t *destination, const Hues<V> &hues, const Bytes &bytes) {
         const auto saturations =
-            Saturations<V>::of(words_of<half>(subtract_bytes(bytes.max, bytes.min)),
+            Saturations<V>::of(widen_u8_to_u16<half>(subtract_u8(bytes.max, bytes.min)),
                                Space::template most<half>(bytes.max, bytes.min));
-        const V value = words_of<half>(bytes.value);
+        const V value = widen_u8_to_u16<half>(bytes.value);
         store_fields<half>(destination, fields_of<0>(hues, saturations, value),
                            fields_of<1>(hues, saturations, value));
     }
@@ -49,7 +51,7 @@ private:
         Fields<V> fields;
         fields.field[0] = hues.template hue<half>();
         fields.field[Space::saturation_field] = saturations.template saturation<half>();
-        fields.field[Space::value_field] = dwords_of<half>(value);
+        fields.field[Space::value_field] = widen_u16_to_u32<half>(value);
         return fields;
     }
 };
@@ -63,7 +65,7 @@ struct RecordsToRgb {
 
     static void convert(uint8_t *destination, const uint8_t *source) {
         const Half low = half_of<0>(source), high = half_of<1>(source);
-        if (any_bit(low.outside | high.outside)) [[unlikely]]
+        if (!all_zero(low.outside | high.outside)) [[unlikely]]
             scalar_colour_kernels.convert[size_t(Space::to_rgb)](destination, source, units);
         else
             store_pixels(destination, pixels_of(low.cone, high.cone));
@@ -79,11 +81,11 @@ private:
     static Half half_of(const uint8_t *source) {
         const auto a = load_fields<2 * half, V>(source), b = load_fields<2 * half + 1, V>(source);
         const V hue = packed<0>(a, b);
-        const V grey = equal_words(hue, repeat_word<V>(no_hue));
-        const V above = greater_signed_words(hue, repeat_word<V>(360));
+        const V grey = equal_u16(hue, repeat_u16<V>(no_hue));
+        const V above = greater_i16(hue, repeat_u16<V>(360));
         const V outside =
-            ((a.field[0] | b.field[0]) & repeat_dword<V>(~no_hue)) |
-            ((a.field[1] | b.field[1] | a.field[2] | b.field[2]) & repeat_dword<V>(~0xFF)) |
+            ((a.field[0] | b.field[0]) & repeat_u32<V>(~no_hue)) |
+            ((a.field[1] | b.field[1] | a.field[2] | b.field[2]) & repeat_u32<V>(~0xFF)) |
             (grey ^ above);
         const V saturation = without(grey, packed<Space::saturation_field>(a, b));
         return {Space::cone(hue, saturation, packed<Space::value_field>(a, b)), outside};
@@ -91,26 +93,34 @@ private:
 
     template <int field>
     static V packed(const Fields<V> &a, const Fields<V> &b) {
-        return turned_back<field>(pack_dwords(a.field[field], b.field[field]));
+        return turned_back<field>(pack_i32_to_i16_in_lanes(a.field[field], b.field[field]));
     }
 };
 
-// As run() of runs.h. The last step's records are set aside because the destination may be the
+// As walk() knows steps. The last one's records are set aside because the destination may be the
 // source.
 template <class Step>
-inline void run_records(uint8_t *destination, const uint8_t *source, size_t pixels,
-                        ColourConversion *shorter) {
-    if (pixels < Step::units) {
-        shorter(destination, source, pixels);
-        return;
+struct RecordStep {
+    static constexpr size_t units = Step::units;
+    struct Records {
+        uint8_t bytes[Step::source_bytes * units];
+    };
+
+    uint8_t *destination;
+    const uint8_t *source;
+
+    Records held(size_t at) const {
+        Records records;
+        std::memcpy(records.bytes, source + Step::source_bytes * at, sizeof records.bytes);
+        return records;
     }
-    uint8_t last_records[Step::source_bytes * Step::units];
-    const size_t last = pixels - Step::units;
-    std::memcpy(last_records, source + Step::source_bytes * last, sizeof last_records);
-    for (size_t at = 0; at < last; at += Step::units)
+    void make(size_t at) const {
         Step::convert(destination + Step::destination_bytes * at, source + Step::source_bytes * at);
-    Step::convert(destination + Step::destination_bytes * last, last_records);
-}
+    }
+    void make(size_t at, const Records &records) const {
+        Step::convert(destination + Step::destination_bytes * at, records.bytes);
+    }
+};
 
 // --- transfers -----------------------------------------------------------------------------------
 
@@ -122,54 +132,45 @@ struct Transfer {
         Pixels<V> base, other;
     };
 
-    static Loaded load(const uint8_t *base, const uint8_t *other) {
-        return {load_pixels<V>(base), load_pixels<V>(other)};
+    uint8_t *destination;
+    const uint8_t *base, *other; // of which the destination may be either
+
+    Loaded held(size_t at) const {
+        return {load_pixels<V>(base + bytes * at), load_pixels<V>(other + bytes * at)};
     }
-    static void store(uint8_t *destination, const Loaded &pixels) {
-        const Ranked<V> base = rank(pixels.base), other = rank(pixels.other);
-        store_pixels(destination, pixels_of(cone<0>(base, other), cone<1>(base, other)));
+    void make(size_t at, const Loaded &pixels) const {
+        const Ranked<V> ranked_base = rank(pixels.base), ranked_other = rank(pixels.other);
+        store_pixels(destination + bytes * at, pixels_of(cone<0>(ranked_base, ranked_other),
+                                                         cone<1>(ranked_base, ranked_other)));
     }
+    void make(size_t at) const { make(at, held(at)); }
 
 private:
     template <size_t half>
-    static Cone<V> cone(const Ranked<V> &base, const Ranked<V> &other) {
+    static Cone<V> cone(const Ranked<V> &of_base, const Ranked<V> &of_other) {
         constexpr bool hue_of_other =
             fields == HsvFields::hue || fields == HsvFields::hue_and_saturation;
         constexpr bool saturation_of_other =
             fields == HsvFields::saturation || fields == HsvFields::hue_and_saturation;
-        const Ranked<V> &value_from = fields == HsvFields::value ? other : base;
-        return cone_of<half>(hue_of_other ? other : base, saturation_of_other ? other : base,
-                             words_of<half>(value_from.max));
+        const Ranked<V> &value_from = fields == HsvFields::value ? of_other : of_base;
+        return cone_of<half>(hue_of_other ? of_other : of_base,
+                             saturation_of_other ? of_other : of_base,
+                             widen_u8_to_u16<half>(value_from.max));
     }
 
     template <size_t half>
     static Cone<V> cone_of(const Ranked<V> &hue_from, const Ranked<V> &saturation_from, V value) {
         const auto hues = Hues<V>::template of<half>(hue_from);
         const auto saturations =
-            Saturations<V>::of(words_of<half>(saturation_from.range),
+            Saturations<V>::of(widen_u8_to_u16<half>(saturation_from.range),
                                HsvSpace::most<half>(saturation_from.max, saturation_from.min));
-        const V hue = pack_dwords(hues.template hue<0>(), hues.template hue<1>());
-        const V saturation =
-            pack_dwords(saturations.template saturation<0>(), saturations.template saturation<1>());
-        const V grey = equal_words(hue, repeat_word<V>(no_hue));
+        const V hue = pack_i32_to_i16_in_lanes(hues.template hue<0>(), hues.template hue<1>());
+        const V saturation = pack_i32_to_i16_in_lanes(saturations.template saturation<0>(),
+                                                      saturations.template saturation<1>());
+        const V grey = equal_u16(hue, repeat_u16<V>(no_hue));
         return HsvSpace::cone(hue, without(grey, saturation), value);
     }
 };
-
-// As run() of runs.h, with two sources of which the destination may be either.
-template <class Step>
-inline void run_transfer(uint8_t *destination, const uint8_t *base, const uint8_t *other,
-                         size_t pixels, FieldTransfer *shorter) {
-    if (pixels < Step::units) {
-        shorter(destination, base, other, pixels);
-        return;
-    }
-    const size_t end = Step::bytes * (pixels - Step::units);
-    const auto last_loaded = Step::load(base + end, other + end);
-    for (size_t at = 0; at < end; at += Step::bytes * Step::units)
-        Step::store(destination + at, Step::load(base + at, other + at));
-    Step::store(destination + end, last_loaded);
-}
 
 // --- the table -----------------------------------------------------------------------------------
 
@@ -180,21 +181,27 @@ struct WideColours {
     template <ColourChange change, class Step>
     [[gnu::flatten]] static void convert(uint8_t *destination, const uint8_t *source,
                                          size_t pixels) {
-        rows::run(destination, source, pixels, Step{}, narrower.convert[size_t(change)]);
+        convert_run(destination, source, pixels, Step{}, narrower.convert[size_t(change)]);
     }
 
     template <class Space>
     [[gnu::flatten]] static void to_rgb(uint8_t *destination, const uint8_t *source,
                                         size_t pixels) {
-        run_records<RecordsToRgb<Space, V>>(destination, source, pixels,
-                                            narrower.convert[size_t(Space::to_rgb)]);
+        using Step = RecordStep<RecordsToRgb<Space, V>>;
+        if (pixels < Step::units)
+            narrower.convert[size_t(Space::to_rgb)](destination, source, pixels);
+        else
+            walk(pixels, Step{destination, source});
     }
 
     template <HsvFields fields>
     [[gnu::flatten]] static void transfer(uint8_t *destination, const uint8_t *base,
                                           const uint8_t *other, size_t pixels) {
-        run_transfer<Transfer<fields, V>>(destination, base, other, pixels,
-                                          narrower.transfer[size_t(fields)]);
+        using Step = Transfer<fields, V>;
+        if (pixels < Step::units)
+            narrower.transfer[size_t(fields)](destination, base, other, pixels);
+        else
+            walk(pixels, Step{destination, base, other});
     }
 
     static constexpr ColourKernels table = {
@@ -202,6 +209,52 @@ struct WideColours {
                     convert<ColourChange::grey_to_rgb, GreyToRgb<V>>,
                     convert<ColourChange::rgb_to_hsv, RgbToRecords<HsvSpace, V>>, to_rgb<HsvSpace>,
                     convert<ColourChange::rgb_to_hls, RgbToRecords<HlsSpace, V>>, to_rgb<HlsSpace>},
+        .transfer = {transfer<HsvFields::hue_and_saturation>, transfer<HsvFields::hue>,
+                     transfer<HsvFields::saturation>, transfer<HsvFields::value>},
+    };
+};
+
+// --- short runs ----------------------------------------------------------------------------------
+
+// Runs shorter than a step of 16 bytes. What takes divisions is worth a whole step from a few
+// pixels on, in memory of a step's size; what the run leaves of that is black, or grey of value 0.
+template <const ColourKernels &step_kernels>
+struct ShortColours {
+    static constexpr size_t step = sizeof(V16), few = 6;
+
+    template <ColourChange change>
+    static void convert(uint8_t *destination, const uint8_t *source, size_t pixels) {
+        scalar_colour_kernels.convert[size_t(change)](destination, source, pixels);
+    }
+
+    template <ColourChange change, size_t source_bytes, size_t destination_bytes>
+    static void convert_filled(uint8_t *destination, const uint8_t *source, size_t pixels) {
+        if (pixels < few)
+            return convert<change>(destination, source, pixels);
+        uint8_t from[step * source_bytes] = {}, to[step * destination_bytes];
+        std::memcpy(from, source, pixels * source_bytes);
+        step_kernels.convert[size_t(change)](to, from, step);
+        std::memcpy(destination, to, pixels * destination_bytes);
+    }
+
+    template <HsvFields fields>
+    static void transfer(uint8_t *destination, const uint8_t *base, const uint8_t *other,
+                         size_t pixels) {
+        if (pixels < few)
+            return scalar_colour_kernels.transfer[size_t(fields)](destination, base, other, pixels);
+        uint8_t to[step * 3] = {}, from[step * 3] = {};
+        std::memcpy(to, base, pixels * 3);
+        std::memcpy(from, other, pixels * 3);
+        step_kernels.transfer[size_t(fields)](to, to, from, step);
+        std::memcpy(destination, to, pixels * 3);
+    }
+
+    static constexpr ColourKernels table = {
+        .convert = {convert<ColourChange::rgb_to_grey>, convert<ColourChange::grey_to_rgb>,
+                    convert_filled<ColourChange::rgb_to_hsv, 3, record_bytes>,
+                    convert_filled<ColourChange::hsv_to_rgb, record_bytes, 3>,
+                    convert_filled<ColourChange::rgb_to_hls, 3, record_bytes>,
+                    convert_filled<ColourChange::hls_to_rgb, record_bytes, 3>},
         .transfer = {transfer<HsvFields::hue_and_saturation>, transfer<HsvFields::hue>,
                      transfer<HsvFields::saturation>, transfer<HsvFields::value>},
     };

@@ -2,13 +2,10 @@
 // have it; a pixel lies in a range when the words of its samples share a bit. That costs a few
 // loads for a whole group, and nothing that a processor would have to predict.
 #include "merge/kernels/filter_kernels.h"
+#include "library/process/baseline.h"
 
 #include <algorithm>
 #include <cstring>
-
-#if defined(__SSE3__) || defined(__AVX__)
-#error "Compile this file for the baseline: every processor runs it."
-#endif
 
 namespace q32::merge {
 namespace {

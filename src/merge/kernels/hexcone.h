@@ -8,8 +8,9 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "merge/kernels/colour_arithmetic.h"
 #include "merge/kernels/colour_kernels.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
 
 namespace q32::merge {
 namespace {
@@ -22,15 +23,6 @@ struct Pixels {
 template <class V>
 struct Fields {
     V field[3]; // double words, of a quarter of the records
-};
-
-struct alignas(16) LaneBytes {
-    uint8_t at[16];
-
-    template <class V>
-    V vector() const {
-        return repeat_lane<V>(rows::load_16(at));
-    }
 };
 
 // --- out of RGB ----------------------------------------------------------------------------------
@@ -73,10 +65,7 @@ constexpr Sextant sextant_of(int order) {
 
 template <class Value>
 constexpr LaneBytes by_order(Value value) {
-    LaneBytes bytes{};
-    for (int order = 0; order < 16; ++order)
-        bytes.at[order] = uint8_t(value(sextant_of(order)));
-    return bytes;
+    return lane_by([=](int order) { return value(sextant_of(order)); });
 }
 
 template <class V>
@@ -84,22 +73,22 @@ Ranked<V> rank(const Pixels<V> &pixels) {
     static constexpr LaneBytes begin_low = by_order([](Sextant s) { return s.begin & 0xFF; }),
                                begin_high = by_order([](Sextant s) { return s.begin >> 8; }),
                                falling = by_order([](Sextant s) { return s.falling ? 0xFF : 0; });
-    const V larger = max_bytes(pixels.red, pixels.blue);
-    const V smaller = min_bytes(pixels.red, pixels.blue);
-    const V max = max_bytes(larger, pixels.green), min = min_bytes(smaller, pixels.green);
-    const V middle = max_bytes(smaller, min_bytes(larger, pixels.green));
+    const V larger = max_u8(pixels.red, pixels.blue);
+    const V smaller = min_u8(pixels.red, pixels.blue);
+    const V max = max_u8(larger, pixels.green), min = min_u8(smaller, pixels.green);
+    const V middle = max_u8(smaller, min_u8(larger, pixels.green));
 
-    const V order = (equal_bytes(larger, pixels.red) & repeat_byte<V>(blue_not_above_red)) |
-                    (equal_bytes(larger, max) & repeat_byte<V>(green_not_above_both)) |
-                    (equal_bytes(smaller, min) & repeat_byte<V>(green_not_below_both)) |
-                    (equal_bytes(max, min) & repeat_byte<V>(all_equal));
+    const V order = (equal_u8(larger, pixels.red) & repeat_u8<V>(blue_not_above_red)) |
+                    (equal_u8(larger, max) & repeat_u8<V>(green_not_above_both)) |
+                    (equal_u8(smaller, min) & repeat_u8<V>(green_not_below_both)) |
+                    (equal_u8(max, min) & repeat_u8<V>(all_equal));
     return {max,
             min,
-            subtract_bytes(max, min),
-            choose_bytes(shuffle(falling.vector<V>(), order), subtract_bytes(max, middle),
-                         subtract_bytes(middle, min)),
-            shuffle(begin_low.vector<V>(), order),
-            shuffle(begin_high.vector<V>(), order)};
+            subtract_u8(max, min),
+            select(shuffle_u8(as_vector<V>(falling), order), subtract_u8(max, middle),
+                   subtract_u8(middle, min)),
+            shuffle_u8(as_vector<V>(begin_low), order),
+            shuffle_u8(as_vector<V>(begin_high), order)};
 }
 
 // The hues of half the pixels: begin + (60 x part + range / 2) / range. Of grey pixels the range
@@ -110,21 +99,22 @@ struct Hues {
 
     template <size_t half>
     static Hues of(const Ranked<V> &samples) {
-        const V one = repeat_byte<V>(1);
-        const V range = max_bytes(samples.range, one);
-        const V divisor = words_of<half>(range);
-        return {sum_byte_products(interleave_bytes<half>(samples.part, range | one),
-                                  repeat_word<V>(1 << 8 | 120)),
-                add_words(divisor, divisor),
-                interleave_bytes<half>(samples.hue_begin_low, samples.hue_begin_high)};
+        const V one = repeat_u8<V>(1);
+        const V range = max_u8(samples.range, one);
+        const V divisor = widen_u8_to_u16<half>(range);
+        return {sum_products_u8_i8(interleave_u8<half>(samples.part, range | one),
+                                   repeat_u16<V>(1 << 8 | 120)),
+                add_u16(divisor, divisor),
+                interleave_u8<half>(samples.hue_begin_low, samples.hue_begin_high)};
     }
 
     // Double words. Rounding up at the end of the last sextant gives 360, which counts as 359.
     template <size_t half>
     V hue() const {
-        const V hue = add_dwords(quotient(dwords_of<half>(numerator), dwords_of<half>(divisor)),
-                                 dwords_of<half>(begin));
-        return add_dwords(hue, equal_dwords(hue, repeat_dword<V>(360)));
+        const V hue = add_u32(
+            quotient_i32(widen_u16_to_u32<half>(numerator), widen_u16_to_u32<half>(divisor)),
+            widen_u16_to_u32<half>(begin));
+        return add_u32(hue, equal_u32(hue, repeat_u32<V>(360)));
     }
 };
 
@@ -135,17 +125,17 @@ struct Saturations {
     V range, odd_most, divisor; // words
 
     static Saturations of(V range, V most) {
-        const V one = repeat_word<V>(1);
-        const V divisor = max_signed_words(most, one);
-        return {range, most | one, add_words(divisor, divisor)};
+        const V one = repeat_u16<V>(1);
+        const V divisor = max_i16(most, one);
+        return {range, most | one, add_u16(divisor, divisor)};
     }
 
     // Double words.
     template <size_t half>
     V saturation() const {
-        return quotient(sum_word_products(interleave_words<half>(range, odd_most),
-                                          repeat_dword<V>(1 << 16 | 510)),
-                        dwords_of<half>(divisor));
+        return quotient_i32(
+            sum_products_i16(interleave_u16<half>(range, odd_most), repeat_u32<V>(1 << 16 | 510)),
+            widen_u16_to_u32<half>(divisor));
     }
 };
 
@@ -160,7 +150,8 @@ struct Cone {
 // a x b / 255, rounded.
 template <class V>
 V scale_words(V a, V b) {
-    return multiply_high(add_words(multiply_low(a, b), repeat_word<V>(128)), repeat_word<V>(257));
+    return multiply_high_u16(add_u16(multiply_low_u16(a, b), repeat_u16<V>(128)),
+                             repeat_u16<V>(257));
 }
 
 // Where each sample goes, by sextant; 6 is hue 360.
@@ -173,10 +164,9 @@ constexpr Sample samples_by_sextant[3][7] = {
 };
 
 constexpr LaneBytes where(size_t channel, Sample sample) {
-    LaneBytes mask{};
-    for (size_t sextant = 0; sextant < 7; ++sextant)
-        mask.at[sextant] = samples_by_sextant[channel][sextant] == sample ? 0xFF : 0;
-    return mask;
+    return lane_by([=](size_t sextant) {
+        return sextant < 7 && samples_by_sextant[channel][sextant] == sample ? 0xFF : 0;
+    });
 }
 
 // One channel out of three kinds of samples.
@@ -184,32 +174,32 @@ template <size_t channel, class V>
 V channel_of(V sextant, V max, V part, V min) {
     static constexpr LaneBytes is_max = where(channel, Sample::max),
                                is_part = where(channel, Sample::part);
-    return choose_bytes(shuffle(is_max.vector<V>(), sextant), max,
-                        choose_bytes(shuffle(is_part.vector<V>(), sextant), part, min));
+    return select(shuffle_u8(as_vector<V>(is_max), sextant), max,
+                  select(shuffle_u8(as_vector<V>(is_part), sextant), part, min));
 }
 
 // Distance, along the cone's edge, from the sextant's beginning.
 template <class V>
 V part_of(V hue, V sextant, V range) {
-    const V degrees = subtract_words(hue, sum_byte_products(sextant, repeat_word<V>(60)));
-    const V product = add_words(multiply_low(degrees, range), repeat_word<V>(30));
-    return words_down<4>(multiply_high(product, repeat_word<V>(17477))); // / 60
+    const V degrees = subtract_u16(hue, sum_products_u8_i8(sextant, repeat_u16<V>(60)));
+    const V product = add_u16(multiply_low_u16(degrees, range), repeat_u16<V>(30));
+    return shift_right_u16<4>(multiply_high_u16(product, repeat_u16<V>(17477))); // / 60
 }
 
 template <class V>
 Pixels<V> pixels_of(const Cone<V> &low, const Cone<V> &high) {
     static constexpr LaneBytes odd_sextants{0, 0xFF, 0, 0xFF, 0, 0xFF};
-    const V sixtieth = repeat_word<V>(1093); // of 65536
-    const V low_sextant = multiply_high(low.hue, sixtieth);
-    const V high_sextant = multiply_high(high.hue, sixtieth);
+    const V sixtieth = repeat_u16<V>(1093); // of 65536
+    const V low_sextant = multiply_high_u16(low.hue, sixtieth);
+    const V high_sextant = multiply_high_u16(high.hue, sixtieth);
 
-    const V sextant = pack_words(low_sextant, high_sextant);
-    const V max = pack_words(low.max, high.max);
-    const V min = subtract_bytes(max, pack_words(low.range, high.range));
-    const V offset = pack_words(part_of(low.hue, low_sextant, low.range),
-                                part_of(high.hue, high_sextant, high.range));
-    const V part = choose_bytes(shuffle(odd_sextants.vector<V>(), sextant),
-                                subtract_bytes(max, offset), add_bytes(min, offset));
+    const V sextant = pack_i16_to_u8_in_lanes(low_sextant, high_sextant);
+    const V max = pack_i16_to_u8_in_lanes(low.max, high.max);
+    const V min = subtract_u8(max, pack_i16_to_u8_in_lanes(low.range, high.range));
+    const V offset = pack_i16_to_u8_in_lanes(part_of(low.hue, low_sextant, low.range),
+                                             part_of(high.hue, high_sextant, high.range));
+    const V part = select(shuffle_u8(as_vector<V>(odd_sextants), sextant), subtract_u8(max, offset),
+                          add_u8(min, offset));
     return {channel_of<0>(sextant, max, part, min), channel_of<1>(sextant, max, part, min),
             channel_of<2>(sextant, max, part, min)};
 }
@@ -229,7 +219,7 @@ struct HsvSpace {
     }
     template <size_t half, class V>
     static V most(V max, V) {
-        return words_of<half>(max);
+        return widen_u8_to_u16<half>(max);
     }
     template <class V>
     static Cone<V> cone(V hue, V saturation, V value) {
@@ -243,24 +233,24 @@ struct HlsSpace {
 
     template <class V>
     static V value(V max, V min) {
-        return floor_average_bytes(max, min);
+        return average_down_u8(max, min);
     }
     template <size_t half, class V>
     static V most(V max, V min) {
-        return most_of(add_words(words_of<half>(max), words_of<half>(min)));
+        return most_of(add_u16(widen_u8_to_u16<half>(max), widen_u8_to_u16<half>(min)));
     }
     template <class V>
     static Cone<V> cone(V hue, V saturation, V lightness) {
-        const V twice = add_words(lightness, lightness);
+        const V twice = add_u16(lightness, lightness);
         const V range = scale_words(saturation, most_of(twice));
-        const V sum = add_words(add_words(twice, range), repeat_word<V>(1));
-        return {hue, words_down<1>(sum), range};
+        const V sum = add_u16(add_u16(twice, range), repeat_u16<V>(1));
+        return {hue, shift_right_u16<1>(sum), range};
     }
 
 private:
     template <class V>
     static V most_of(V sum) {
-        return min_signed_words(sum, subtract_words(repeat_word<V>(510), sum));
+        return min_i16(sum, subtract_u16(repeat_u16<V>(510), sum));
     }
 };
 

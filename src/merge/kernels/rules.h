@@ -2,11 +2,11 @@
 // defined, and beside it for vectors of samples. How results are weighed into the base and how runs
 // are walked is the frames' part.
 //
-// Private to the file that includes it, as arithmetic.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "merge/kernels/arithmetic.h"
 #include "merge/kernels/blend_kernels.h"
+#include "simd/operations.h"
 
 #include <algorithm>
 
@@ -14,6 +14,13 @@ namespace q32::merge {
 namespace {
 
 // --- roundings ----------------------------------------------------------------------------------
+
+// x / 255, truncated, from words that hold x + 1: with x = 255 q + e, (x + 1) x 257 is 65536 q and
+// 257 (e + 1) - q, which is neither below 0 nor as much as 65536.
+template <class V>
+V over_255(V words_and_1) {
+    return multiply_high_u16(words_and_1, repeat_u16<V>(257));
+}
 
 // A product of two samples over 255. Divided: rounds up from a remainder of 127 on.
 template <Rounding rounding>
@@ -26,7 +33,7 @@ constexpr int product(int x, int y) {
 template <Rounding rounding, class V>
 V product_words(V x256, V y256) {
     constexpr int to_next = rounding == Rounding::divided ? 255 - 127 : 0;
-    return over_255(add_words(multiply_high(x256, y256), repeat_word<V>(to_next + 1)));
+    return over_255(add_u16(multiply_high_u16(x256, y256), repeat_u16<V>(to_next + 1)));
 }
 
 // Result r weighed into base sample b.
@@ -59,7 +66,7 @@ struct Difference {
 
     template <class V>
     static V wide(V s, V b) {
-        return subtract_bytes_saturated(s, b) | subtract_bytes_saturated(b, s);
+        return subtract_saturating_u8(s, b) | subtract_saturating_u8(b, s);
     }
 };
 
@@ -69,7 +76,7 @@ struct Add {
 
     template <class V>
     static V wide(V s, V b) {
-        return add_bytes_saturated(s, b);
+        return add_saturating_u8(s, b);
     }
 };
 
@@ -79,7 +86,7 @@ struct Subtract {
 
     template <class V>
     static V wide(V s, V b) {
-        return subtract_bytes_saturated(s, b);
+        return subtract_saturating_u8(s, b);
     }
 };
 
@@ -90,8 +97,8 @@ struct Multiply {
 
     template <int flips, class V>
     static Pairs<V> pairs(V s, V b) {
-        const Pairs<V> s256 = interleaved(zero<V>(), s), b256 = interleaved(zero<V>(), b);
-        const V flipped = repeat_byte<V>(flips);
+        const Pairs<V> s256 = pairs_u8(zero<V>(), s), b256 = pairs_u8(zero<V>(), b);
+        const V flipped = repeat_u8<V>(flips);
         return {(product_words<rounding>(s256.low, b256.low) | b256.low) ^ flipped,
                 (product_words<rounding>(s256.high, b256.high) | b256.high) ^ flipped};
     }
@@ -130,7 +137,7 @@ struct PremultipliedWhite {
 
     template <class V>
     static V over_black(V s, V m) {
-        return subtract_bytes_saturated(s, complement(m));
+        return subtract_saturating_u8(s, complement(m));
     }
 };
 

@@ -2,7 +2,7 @@
 // for each pixel. Pixels of three samples lie in lanes of their own: a lane has the 48 bytes of
 // sixteen pixels, in three vectors, so that no byte crosses from lane to lane.
 //
-// Private to the file that includes it, as arithmetic.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
 #include "merge/kernels/weight_pairs.h"
@@ -10,61 +10,21 @@
 namespace q32::merge {
 namespace {
 
-// --- double words and floats --------------------------------------------------------------------
+// --- floats -------------------------------------------------------------------------------------
 
-using F16 = __m128;
+// As many floats as V has double words.
+template <class V>
+using Floats = decltype(float_of_i32(V()));
 
-inline V16 low_words(V16 words) {
-    return _mm_unpacklo_epi16(words, _mm_setzero_si128());
-}
-inline V16 high_words(V16 words) {
-    return _mm_unpackhi_epi16(words, _mm_setzero_si128());
-}
-// Double words to signed words: what lies beyond their limits becomes the limit.
-inline V16 words_of(V16 a, V16 b) {
-    return _mm_packs_epi32(a, b);
-}
-inline F16 quotients(float dividend, V16 dwords) {
-    return _mm_div_ps(_mm_set1_ps(dividend), _mm_cvtepi32_ps(dwords));
-}
-inline V16 truncated_products(V16 dwords, F16 factors) {
-    return _mm_cvttps_epi32(_mm_mul_ps(_mm_cvtepi32_ps(dwords), factors));
-}
 template <int order>
-F16 reordered(F16 floats) {
+__m128 reordered(__m128 floats) {
     return _mm_shuffle_ps(floats, floats, order);
 }
-inline V16 where_set(V16 bytes, V16 v) {
-    return _mm_andnot_si128(_mm_cmpeq_epi8(bytes, _mm_setzero_si128()), v);
-}
-
 #ifdef __AVX2__
-
-using F32 = __m256;
-
-inline V32 low_words(V32 words) {
-    return _mm256_unpacklo_epi16(words, _mm256_setzero_si256());
-}
-inline V32 high_words(V32 words) {
-    return _mm256_unpackhi_epi16(words, _mm256_setzero_si256());
-}
-inline V32 words_of(V32 a, V32 b) {
-    return _mm256_packs_epi32(a, b);
-}
-inline F32 quotients(float dividend, V32 dwords) {
-    return _mm256_div_ps(_mm256_set1_ps(dividend), _mm256_cvtepi32_ps(dwords));
-}
-inline V32 truncated_products(V32 dwords, F32 factors) {
-    return _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(dwords), factors));
-}
 template <int order>
-F32 reordered(F32 floats) {
+__m256 reordered(__m256 floats) {
     return _mm256_permute_ps(floats, order);
 }
-inline V32 where_set(V32 bytes, V32 v) {
-    return _mm256_andnot_si256(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256()), v);
-}
-
 #endif
 
 // --- a vector -----------------------------------------------------------------------------------
@@ -76,9 +36,9 @@ struct DoubleWords {
 
 template <class V>
 DoubleWords<V> widened(V bytes) {
-    const Pairs<V> words = interleaved(bytes, zero<V>());
-    return {low_words(words.low), high_words(words.low), low_words(words.high),
-            high_words(words.high)};
+    const Pairs<V> words = pairs_u8(bytes, zero<V>());
+    return {widen_u16_to_u32<0>(words.low), widen_u16_to_u32<1>(words.low),
+            widen_u16_to_u32<0>(words.high), widen_u16_to_u32<1>(words.high)};
 }
 
 // What the samples of sizeof(V) pixels are multiplied with: 255 / m and a 2^-18th of it more. That
@@ -88,19 +48,20 @@ template <class V>
 class Straightening {
 public:
     explicit Straightening(V mask) {
-        const DoubleWords<V> divisors = widened(max_bytes(mask, repeat_byte<V>(1)));
+        const DoubleWords<V> divisors = widened(max_u8(mask, repeat_u8<V>(1)));
         for (size_t i = 0; i < 4; ++i)
-            factors_[i] = quotients(255 + 255 / 262144.0f, divisors.part[i]);
+            factors_[i] = divide_float(255 + 255 / 262144.0f, float_of_i32(divisors.part[i]));
     }
 
     // Vector k of the pixels' samples.
     template <size_t samples, size_t k>
     V straight(V premultiplied) const {
         const DoubleWords<V> s = widened(premultiplied);
-        return pack_words(
-            words_of(product<samples, 4 * k>(s.part[0]), product<samples, 4 * k + 1>(s.part[1])),
-            words_of(product<samples, 4 * k + 2>(s.part[2]),
-                     product<samples, 4 * k + 3>(s.part[3])));
+        return pack_i16_to_u8_in_lanes(
+            pack_i32_to_i16_in_lanes(product<samples, 4 * k>(s.part[0]),
+                                     product<samples, 4 * k + 1>(s.part[1])),
+            pack_i32_to_i16_in_lanes(product<samples, 4 * k + 2>(s.part[2]),
+                                     product<samples, 4 * k + 3>(s.part[3])));
     }
 
 private:
@@ -108,12 +69,13 @@ private:
     template <size_t samples, size_t i>
     V product(V dwords) const {
         if constexpr (samples == 1)
-            return truncated_products(dwords, factors_[i]);
+            return i32_of_float(multiply_float(float_of_i32(dwords), factors_[i]));
         else
-            return truncated_products(dwords, reordered<thirds[i % 3]>(factors_[i / 3]));
+            return i32_of_float(
+                multiply_float(float_of_i32(dwords), reordered<thirds[i % 3]>(factors_[i / 3])));
     }
 
-    decltype(quotients(1, V())) factors_[4];
+    Floats<V> factors_[4];
 };
 
 } // namespace

@@ -15,16 +15,16 @@ constexpr int sample_flips = 0x80, sum_offset = 128 * 255;
 
 template <class V>
 V weighed_sums(V samples, V weights) {
-    return sum_byte_products(weights, samples);
+    return sum_products_u8_i8(weights, samples);
 }
 #else
 constexpr int sample_flips = 0, sum_offset = 0;
 
 template <class V>
 V weighed_sums(V samples, V weights) {
-    const V first = repeat_word<V>(0xFF);
-    return add_words(multiply_low(samples & first, weights & first),
-                     multiply_low(words_down<8>(samples), words_down<8>(weights)));
+    const V first = repeat_u16<V>(0xFF);
+    return add_u16(multiply_low_u16(samples & first, weights & first),
+                   multiply_low_u16(shift_right_u16<8>(samples), shift_right_u16<8>(weights)));
 }
 #endif
 
@@ -34,22 +34,21 @@ V weighed_sums(V samples, V weights) {
 template <Rounding rounding, class V>
 V rounded(Pairs<V> sums) {
     if constexpr (rounding == Rounding::divided) {
-        const V and_1 = repeat_word<V>(sum_offset + 1);
-        return pack_words(over_255(add_words(sums.low, and_1)),
-                          over_255(add_words(sums.high, and_1)));
+        const V and_1 = repeat_u16<V>(sum_offset + 1);
+        return pack_i16_to_u8_in_lanes(over_255(add_u16(sums.low, and_1)),
+                                       over_255(add_u16(sums.high, and_1)));
     }
 #ifdef __SSE4_1__
     const auto quotients = [](V x) {
-        return add_words(multiply_fractions(x, repeat_word<V>(128)),
-                         equal_words(x, repeat_word<V>(-sum_offset)));
+        return add_u16(multiply_fractions_i16(x, repeat_u16<V>(128)),
+                       equal_u16(x, repeat_u16<V>(-sum_offset)));
     };
-    return pack_signed_words(quotients(sums.low), quotients(sums.high)) ^ repeat_byte<V>(0x80);
+    return pack_i16_to_i8_in_lanes(quotients(sums.low), quotients(sums.high)) ^ repeat_u8<V>(0x80);
 #else
     const auto quotients = [](V x) {
-        return words_down<8>(
-            add_words(add_words(x, repeat_word<V>(256)), equal_words(x, zero<V>())));
+        return shift_right_u16<8>(add_u16(add_u16(x, repeat_u16<V>(256)), equal_u16(x, zero<V>())));
     };
-    return pack_words(quotients(sums.low), quotients(sums.high));
+    return pack_i16_to_u8_in_lanes(quotients(sums.low), quotients(sums.high));
 #endif
 }
 
@@ -59,8 +58,8 @@ Pairs<V> samples_of(V overlay, V base) {
     if constexpr (requires { R::template pairs<sample_flips>(overlay, base); }) {
         return R::template pairs<sample_flips>(overlay, base);
     } else {
-        const V flips = repeat_byte<V>(sample_flips);
-        return interleaved(R::wide(overlay, base) ^ flips, base ^ flips);
+        const V flips = repeat_u8<V>(sample_flips);
+        return pairs_u8(R::wide(overlay, base) ^ flips, base ^ flips);
     }
 }
 

@@ -2,10 +2,11 @@
 // 255 - w for each sample, so a word of two bytes. Pixels of three samples have each weight three
 // times; weights are spread here, on the way from memory.
 //
-// Private to the file that includes it, as arithmetic.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "merge/kernels/arithmetic.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
 
 namespace q32::merge {
 namespace {
@@ -13,7 +14,7 @@ namespace {
 // From both bytes w to w and its complement.
 template <class V>
 Pairs<V> with_complements(V low, V high) {
-    const V second_byte = repeat_word<V>(0xFF00);
+    const V second_byte = repeat_u16<V>(0xFF00);
     return {low ^ second_byte, high ^ second_byte};
 }
 
@@ -25,40 +26,28 @@ constexpr int thirds[] = {_MM_SHUFFLE(1, 0, 0, 0), _MM_SHUFFLE(2, 2, 1, 1),
 
 #ifdef __SSE4_1__
 
-template <size_t size>
-struct alignas(size) Indices {
-    uint8_t at[size];
-};
-
 // Which pixel the pairs of vector k come from, counted from pixel `first` on; half 0 or 1.
 template <size_t size>
-constexpr Indices<size> pair_indices(size_t k, size_t half, size_t first) {
-    Indices<size> indices{};
-    for (size_t i = 0; i < size; ++i) {
+constexpr ByteTable<size> pair_indices(size_t k, size_t half, size_t first) {
+    return bytes_by<size>([=](size_t i) {
         const size_t sample = size * k + i / 16 * 16 + 8 * half + i % 16 / 2;
-        indices.at[i] = uint8_t(sample / 3 - first);
-    }
-    return indices;
+        return sample / 3 - first;
+    });
 }
 
 // The pairs of vector k of three, where each lane has its own sixteen pixels.
 template <size_t k, class V>
 Pairs<V> spread(V weights) {
-    static constexpr Indices<16> low = pair_indices<16>(k, 0, 0), high = pair_indices<16>(k, 1, 0);
-    return with_complements(shuffle(weights, repeat_lane<V>(rows::load_16(low.at))),
-                            shuffle(weights, repeat_lane<V>(rows::load_16(high.at))));
+    static constexpr LaneBytes low = pair_indices<16>(k, 0, 0), high = pair_indices<16>(k, 1, 0);
+    return with_complements(shuffle_u8(weights, as_vector<V>(low)),
+                            shuffle_u8(weights, as_vector<V>(high)));
 }
 
 // The same as plain bytes.
 template <size_t k, class V>
 V spread_bytes(V bytes) {
-    static constexpr Indices<16> indices = [] {
-        Indices<16> result{};
-        for (size_t i = 0; i < 16; ++i)
-            result.at[i] = uint8_t((16 * k + i) / 3);
-        return result;
-    }();
-    return shuffle(bytes, repeat_lane<V>(rows::load_16(indices.at)));
+    static constexpr LaneBytes indices = lane_by([](size_t i) { return (16 * k + i) / 3; });
+    return shuffle_u8(bytes, as_vector<V>(indices));
 }
 
 #else
@@ -67,16 +56,16 @@ V spread_bytes(V bytes) {
 template <size_t part>
 V16 spread_third(V16 eight) {
     constexpr int low = thirds[2 * part % 3], high = thirds[(2 * part + 1) % 3];
-    const V16 halves = part == 0   ? _mm_unpacklo_epi64(eight, eight)
+    const V16 halves = part == 0   ? interleave_low_u64(eight, eight)
                        : part == 1 ? eight
-                                   : _mm_unpackhi_epi64(eight, eight);
+                                   : interleave_high_u64(eight, eight);
     return _mm_shufflehi_epi16(_mm_shufflelo_epi16(halves, low), high);
 }
 
 // Without a byte shuffle: every weight twice, then the words of eight pixels three times.
 template <size_t k>
 Pairs<V16> spread(V16 weights) {
-    const Pairs<V16> twice = interleaved(weights, weights);
+    const Pairs<V16> twice = pairs_u8(weights, weights);
     return with_complements(spread_third<2 * k % 3>(k == 2 ? twice.high : twice.low),
                             spread_third<(2 * k + 1) % 3>(k == 0 ? twice.low : twice.high));
 }
@@ -84,7 +73,7 @@ Pairs<V16> spread(V16 weights) {
 template <size_t k>
 V16 spread_bytes(V16 bytes) {
     const Pairs<V16> pairs = spread<k>(~bytes);
-    return pack_words(words_down<8>(pairs.low), words_down<8>(pairs.high));
+    return pack_i16_to_u8_in_lanes(shift_right_u16<8>(pairs.low), shift_right_u16<8>(pairs.high));
 }
 
 #endif
@@ -93,7 +82,7 @@ V16 spread_bytes(V16 bytes) {
 template <size_t samples, size_t k, class V>
 Pairs<V> spread_pairs(V weights) {
     if constexpr (samples == 1)
-        return interleaved(weights, complement(weights));
+        return pairs_u8(weights, complement(weights));
     else
         return spread<k>(weights);
 }
@@ -119,7 +108,7 @@ public:
 
     template <size_t>
     Pairs<V> of() const {
-        return interleaved(weights_, complement(weights_));
+        return pairs_u8(weights_, complement(weights_));
     }
 
 private:
@@ -152,11 +141,11 @@ public:
     template <size_t k>
     Pairs<V32> of() const {
         constexpr size_t first = k == 2 ? 16 : 32 * k / 3;
-        static constexpr Indices<32> low = pair_indices<32>(k, 0, first),
-                                     high = pair_indices<32>(k, 1, first);
-        const V32 piece = repeat_lane<V32>(rows::load_16(weights_ + first));
-        return with_complements(shuffle(piece, load<V32>(low.at)),
-                                shuffle(piece, load<V32>(high.at)));
+        static constexpr auto low = pair_indices<32>(k, 0, first),
+                              high = pair_indices<32>(k, 1, first);
+        const V32 piece = repeat_lane<V32>(load_16(weights_ + first));
+        return with_complements(shuffle_u8(piece, as_vector<V32>(low)),
+                                shuffle_u8(piece, as_vector<V32>(high)));
     }
 
 private:

@@ -55,45 +55,46 @@ struct Taps {
 // From four bytes in a row.
 template <class V>
 Taps<V> taps_of_bytes(V bytes) {
-    return {bytes & repeat_word<V>(0xFF), words_down<8>(bytes)};
+    return {bytes & repeat_u16<V>(0xFF), shift_right_u16<8>(bytes)};
 }
 
 // From four pixels in a row in each lane: the taps of each sample, and of a fourth one.
+// Where these are not taken apart at once the compiler counts them as memory, finds that too much,
+// and makes calls of the innermost pieces.
 template <int samples, class V>
-Taps<V> taps_of_pixels(V pixels) {
+[[gnu::always_inline]] inline Taps<V> taps_of_pixels(V pixels) {
 #ifdef __SSE4_1__
     constexpr int s = samples;
     const V16 order = s == 3 ? _mm_setr_epi8(0, 3, 6, 9, 1, 4, 7, 10, 2, 5, 8, 11, -1, -1, -1, -1)
                              : _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    return taps_of_bytes(shuffle(pixels, repeat_lane<V>(order)));
+    return taps_of_bytes(shuffle_u8(pixels, repeat_lane<V>(order)));
 #else
-    const V zero = repeat_byte<V>(0);
-    const V even = _mm_unpacklo_epi8(pixels, _mm_srli_si128(pixels, 2 * samples));
+    const V even = interleave_low_u8(pixels, _mm_srli_si128(pixels, 2 * samples));
     const V odd =
-        _mm_unpacklo_epi8(_mm_srli_si128(pixels, samples), _mm_srli_si128(pixels, 3 * samples));
-    return {_mm_unpacklo_epi8(even, zero), _mm_unpacklo_epi8(odd, zero)};
+        interleave_low_u8(_mm_srli_si128(pixels, samples), _mm_srli_si128(pixels, 3 * samples));
+    return {widen_u8_to_u16<0>(even), widen_u8_to_u16<0>(odd)};
 #endif
 }
 
 // Rounded, a 64th of them, less the bias.
 template <class V>
 V sums_of(Taps<V> taps, V even_weights, V odd_weights) {
-    const V sums = add_dwords(sum_word_products(taps.even, even_weights),
-                              sum_word_products(taps.odd, odd_weights));
-    return signed_dwords_down<6>(add_dwords(sums, repeat_dword<V>(32 - (line_bias << 6))));
+    const V sums =
+        add_u32(sum_products_i16(taps.even, even_weights), sum_products_i16(taps.odd, odd_weights));
+    return shift_right_i32<6>(add_u32(sums, repeat_u32<V>(32 - (line_bias << 6))));
 }
 
 // What a line keeps of sums: negative ones, dropped, are its lowest word.
 template <class V>
 V words_of_sums(V a, V b) {
-    return pack_dwords(a, b);
+    return pack_i32_to_i16_in_lanes(a, b);
 }
 
 template <class V>
 V excess_of_sums(V a, V b) {
-    const V limit = repeat_dword<V>(most_of_word);
-    return max_words(pack_dwords(subtract_dwords(a, limit), subtract_dwords(b, limit)),
-                     repeat_byte<V>(0));
+    const V limit = repeat_u32<V>(most_of_word);
+    return max_i16(pack_i32_to_i16_in_lanes(subtract_u32(a, limit), subtract_u32(b, limit)),
+                   zero<V>());
 }
 
 // What a walk over steps makes.
@@ -115,24 +116,16 @@ struct LinePlace {
 
 // --- pixels of three and four samples -----------------------------------------------------------
 
-template <class V>
-V load_weights(const std::uint32_t *weights) {
-    return load<V>(reinterpret_cast<const uint8_t *>(weights));
-}
-
 // The taps of column k, and in another lane of column k + 4.
 template <bool in_row, class V>
 V load_columns(const SourceRow &source, const std::int32_t *offset, int k) {
     const auto load_column = [&](int column) {
         return load_16(in_row ? source.row + offset[column] : source.at(offset[column]));
     };
-    if constexpr (lanes_of<V> == 1)
+    if constexpr (lanes<V> == 1)
         return load_column(k);
-#ifdef __AVX2__
     else
-        return _mm256_inserti128_si256(_mm256_castsi128_si256(load_column(k)), load_column(k + 4),
-                                       1);
-#endif
+        return join_lanes<V>(load_column(k), load_column(k + 4));
 }
 
 // Stores columns 0 and 1 and columns 2 and 3 of each lane, four samples for each; of three samples
@@ -148,9 +141,9 @@ void store_columns(uint8_t *at, V16 first, V16 second) {
         store_16(at + 12, second);
 #else
         store_8(at, first);
-        store_8(at + 6, _mm_unpackhi_epi64(first, first));
+        store_8(at + 6, interleave_high_u64(first, first));
         store_8(at + 12, second);
-        store_8(at + 18, _mm_unpackhi_epi64(second, second));
+        store_8(at + 18, interleave_high_u64(second, second));
 #endif
     }
 }
@@ -159,8 +152,8 @@ template <int samples, class V>
 V closed_up(V words) {
 #ifdef __SSE4_1__
     if constexpr (samples == 3)
-        return shuffle(words, repeat_lane<V>(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13,
-                                                           -1, -1, -1, -1)));
+        return shuffle_u8(words, repeat_lane<V>(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12,
+                                                              13, -1, -1, -1, -1)));
 #endif
     return words;
 }
@@ -175,8 +168,8 @@ struct Pixels {
     template <Parts parts>
     static V make_words(LinePlace to, const Step *step, const SourceRow &source) {
         V most = four_columns<parts>(to, *step, source, 0);
-        if constexpr (lanes_of<V> == 1)
-            most = max_words(most, four_columns<parts>(to + bytes_of_four, *step, source, 4));
+        if constexpr (lanes<V> == 1)
+            most = max_i16(most, four_columns<parts>(to + bytes_of_four, *step, source, 4));
         return most;
     }
 
@@ -188,8 +181,8 @@ private:
                                                    int k) {
         const V pixels = load_columns<in_row, V>(source, step.offset, k + i);
         return sums_of(taps_of_pixels<samples>(pixels),
-                       repeat_in_lane<i>(load_weights<V>(step.even + k)),
-                       repeat_in_lane<i>(load_weights<V>(step.odd + k)));
+                       repeat_u32_in_lanes<i>(load<V>(step.even + k)),
+                       repeat_u32_in_lanes<i>(load<V>(step.odd + k)));
     }
 
     // And four columns on in another lane.
@@ -206,16 +199,14 @@ private:
             store_four(to.words, a, b);
         if constexpr (has_excess(parts))
             store_four(to.excess, excess_a, excess_of_sums(sums_2, sums_3));
-        return max_words(a, b);
+        return max_i16(a, b);
     }
 
     static void store_four(uint8_t *to, V first, V second) {
         const V a = closed_up<samples>(first), b = closed_up<samples>(second);
-        store_columns<samples>(to, lane_0(a), lane_0(b));
-#ifdef __AVX2__
-        if constexpr (lanes_of<V> == 2)
-            store_columns<samples>(to + bytes_of_four, lane_1(a), lane_1(b));
-#endif
+        store_columns<samples>(to, lane_of<0>(a), lane_of<0>(b));
+        if constexpr (lanes<V> == 2)
+            store_columns<samples>(to + bytes_of_four, lane_of<1>(a), lane_of<1>(b));
     }
 };
 
@@ -232,12 +223,12 @@ enum class TapsFrom { windows, fours };
 template <TapsFrom from, class V>
 struct Singles {
     static constexpr int samples = 1;
-    static constexpr std::size_t steps_at_once = lanes_of<V>;
+    static constexpr std::size_t steps_at_once = lanes<V>;
     using Vector = V;
 
     template <Parts parts>
     static V make_words(LinePlace to, const SingleStep *step, const SourceRow &source) {
-        constexpr int columns = 4 * lanes_of<V>;
+        constexpr int columns = 4 * lanes<V>;
         const V first = sums(step[0], source, 0);
         const V second = sums(step[columns / columns_per_step], source, columns % columns_per_step);
         const V words = words_of_sums(first, second);
@@ -253,20 +244,16 @@ private:
     static V sums(const SingleStep &step, const SourceRow &source, int k) {
         V bytes = load_taps(source, step.offset + k);
 #ifdef __SSE4_1__
-        bytes = shuffle(bytes, load<V>(step.taps + 4 * k));
+        bytes = shuffle_u8(bytes, load<V>(step.taps + 4 * k));
 #endif
-        return sums_of(taps_of_bytes(bytes), load_weights<V>(step.even + k),
-                       load_weights<V>(step.odd + k));
+        return sums_of(taps_of_bytes(bytes), load<V>(step.even + k), load<V>(step.odd + k));
     }
 
     static V load_taps(const SourceRow &source, const std::int32_t *offset) {
-        if constexpr (lanes_of<V> == 1)
+        if constexpr (lanes<V> == 1)
             return load_lane(source, offset);
-#ifdef __AVX2__
         else
-            return _mm256_inserti128_si256(_mm256_castsi128_si256(load_lane(source, offset)),
-                                           load_lane(source, offset + 4), 1);
-#endif
+            return join_lanes<V>(load_lane(source, offset), load_lane(source, offset + 4));
     }
 
     static V16 load_lane(const SourceRow &source, const std::int32_t *offset) {
@@ -300,7 +287,7 @@ constexpr std::size_t bytes_of_step = columns_per_step *samples * sizeof(std::in
 
 template <class V>
 bool has_limit(V words) {
-    return top_bits(equal_words(words, repeat_word<V>(most_of_word))) != 0;
+    return top_bits(equal_u16(words, repeat_u16<V>(most_of_word))) != 0;
 }
 
 // Makes parts of a line for a run of steps. Answers whether words are at their limit.
@@ -313,10 +300,10 @@ template <class Form, Parts parts>
     const auto *step = plan.step<Form::samples>() + first;
     const auto *const last = step + (end - first);
     LinePlace to = LinePlace{line.words, line.excess} + first * bytes;
-    auto most = repeat_byte<typename Form::Vector>(0);
+    auto most = zero<typename Form::Vector>();
 #pragma GCC unroll 1
     for (; step < last; step += Form::steps_at_once) {
-        most = max_words(most, Form::template make_words<parts>(to, step, source));
+        most = max_i16(most, Form::template make_words<parts>(to, step, source));
         to = to + bytes * Form::steps_at_once;
     }
     return has_limit(most);
@@ -327,13 +314,13 @@ template <int samples, class V>
 std::size_t mark_chunks(const Line<uint8_t> &line, const Plan &plan) {
     constexpr std::size_t bytes_of_chunk = samples_per_chunk * sizeof(std::int16_t);
     const std::size_t bytes = plan.steps * bytes_of_step<samples>;
-    store(line.words + bytes, repeat_byte<V>(0)); // what the last vector reads
+    store(line.words + bytes, zero<V>()); // what the last vector reads
     std::size_t marked = 0;
     for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
         const std::size_t end = std::min((chunk + 1) * bytes_of_chunk, bytes);
-        V most = repeat_byte<V>(0);
+        V most = zero<V>();
         for (std::size_t at = chunk * bytes_of_chunk; at < end; at += sizeof(V))
-            most = max_words(most, load<V>(line.words + at));
+            most = max_i16(most, load<V>(line.words + at));
         line.marks_of_chunks[chunk] = has_limit(most);
         marked += line.marks_of_chunks[chunk];
     }
@@ -343,7 +330,7 @@ std::size_t mark_chunks(const Line<uint8_t> &line, const Plan &plan) {
 template <class V>
 void store_zeros(uint8_t *to, std::size_t bytes) {
     for (std::size_t at = 0; at < bytes; at += sizeof(V))
-        store(to + at, repeat_byte<V>(0));
+        store(to + at, zero<V>());
 }
 
 // Which parts a call makes, as an argument.

@@ -5,6 +5,8 @@
 
 #include "resample/kernels/bicubic_plan.h"
 
+#include <cstring>
+
 namespace q32::resample {
 namespace {
 
@@ -15,21 +17,16 @@ struct LineParts {
     const uint8_t *part[lines_down];
 };
 
-// Sums of the first and the second half of each lane's words.
+// Sums of the low and the high half of each lane's words.
 template <class V>
-struct Sums {
-    V first, second;
-};
-
-template <class V>
-Sums<V> products(V line_a, V line_b, V weights) {
-    return {sum_word_products(interleave_low_words(line_a, line_b), weights),
-            sum_word_products(interleave_high_words(line_a, line_b), weights)};
+Pairs<V> products(V line_a, V line_b, V weights) {
+    return {sum_products_i16(interleave_low_u16(line_a, line_b), weights),
+            sum_products_i16(interleave_high_u16(line_a, line_b), weights)};
 }
 
 template <class V>
-Sums<V> added(Sums<V> a, Sums<V> b) {
-    return {add_dwords(a.first, b.first), add_dwords(a.second, b.second)};
+Pairs<V> added(Pairs<V> a, Pairs<V> b) {
+    return {add_u32(a.low, b.low), add_u32(a.high, b.high)};
 }
 
 // --- rows ---------------------------------------------------------------------------------------
@@ -39,10 +36,10 @@ template <class V>
 class Between {
 public:
     explicit Between(const CubicWeights &weights)
-        : upper_(repeat_dword<V>(int(words_in_dword(weights[0], weights[1])))),
-          lower_(repeat_dword<V>(int(words_in_dword(weights[2], weights[3])))),
+        : upper_(repeat_u32<V>(int(words_in_dword(weights[0], weights[1])))),
+          lower_(repeat_u32<V>(int(words_in_dword(weights[2], weights[3])))),
           unbiased_(
-              repeat_dword<V>(line_bias * (weights[0] + weights[1] + weights[2] + weights[3]))) {}
+              repeat_u32<V>(line_bias * (weights[0] + weights[1] + weights[2] + weights[3]))) {}
 
     // As many samples as V has words, at so many bytes of the lines.
     V samples(const LineParts &words, size_t at) const { return samples_of(sums(words, at)); }
@@ -51,14 +48,14 @@ public:
     }
 
 private:
-    Sums<V> sums(const LineParts &lines, size_t at) const {
+    Pairs<V> sums(const LineParts &lines, size_t at) const {
         const auto load_line = [&](int i) { return load<V>(lines.part[i] + at); };
         return added(products(load_line(0), load_line(1), upper_),
                      products(load_line(2), load_line(3), lower_));
     }
-    V samples_of(Sums<V> sums) const {
-        return pack_dwords(signed_dwords_down<22>(add_dwords(sums.first, unbiased_)),
-                           signed_dwords_down<22>(add_dwords(sums.second, unbiased_)));
+    V samples_of(Pairs<V> sums) const {
+        return pack_i32_to_i16_in_lanes(shift_right_i32<22>(add_u32(sums.low, unbiased_)),
+                                        shift_right_i32<22>(add_u32(sums.high, unbiased_)));
     }
 
     const V upper_, lower_, unbiased_;
@@ -71,7 +68,7 @@ struct OnLine {
     explicit OnLine(const CubicWeights &) {}
 
     V samples(const LineParts &words, size_t at) const {
-        return words_down<8>(load<V>(words.part[1] + at) ^ repeat_word<V>(-line_bias));
+        return shift_right_u16<8>(load<V>(words.part[1] + at) ^ repeat_u16<V>(-line_bias));
     }
 };
 
@@ -112,7 +109,7 @@ template <class V, class Row, class... Lines>
     size_t at = 0;
     const auto next_bytes = [&](const Lines &...lines) {
         const V first = row.samples(lines..., 2 * at);
-        return packed_in_order(pack_words(first, row.samples(lines..., 2 * at + sizeof(V))));
+        return pack_i16_to_u8_in_order(first, row.samples(lines..., 2 * at + sizeof(V)));
     };
     const auto run = [&](const Lines... lines) {
 #pragma GCC unroll 1

@@ -1,12 +1,12 @@
 // The plan of the wide bicubic forms: where the taps of each destination column lie in a source row
 // and what they weigh, in steps of eight columns; and how a line is laid out.
 //
-// Private to the file that includes it, as bicubic_vectors.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "resample/kernels/bicubic_vectors.h"
 #include "resample/kernels/cubic_weights.h"
 #include "resample/kernels/resample_kernels.h"
+#include "simd/operations.h"
 
 #include <algorithm>
 #include <new>
@@ -218,12 +218,12 @@ struct Window {
 inline V16 tap_masks(V16 first, V16 last) {
     const V16 repeat = _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12);
     const V16 taps = _mm_setr_epi8(0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3);
-    const V16 bytes = _mm_add_epi8(shuffle(first, repeat), taps);
-    return _mm_max_epi8(_mm_min_epi8(bytes, last), _mm_setzero_si128());
+    const V16 bytes = add_u8(shuffle_u8(first, repeat), taps);
+    return _mm_max_epi8(_mm_min_epi8(bytes, last), zero<V16>());
 }
 
 inline V16 pixels_before(const int *pixel) {
-    return _mm_sub_epi32(load_16(reinterpret_cast<const uint8_t *>(pixel)), _mm_set1_epi32(1));
+    return subtract_u32(load_16(pixel), repeat_u32<V16>(1));
 }
 
 // Answers whether all fits into windows.
@@ -233,9 +233,8 @@ inline bool place_windows(const Plan &plan, const int *pixel, SingleStep &step) 
         const Window window(pixel + k, plan.row_bytes);
         fits &= window.fits();
         step.offset[k] = window.first;
-        const V16 first = _mm_sub_epi32(pixels_before(pixel + k), _mm_set1_epi32(window.first));
-        store_16(step.taps + 4 * k,
-                 tap_masks(first, repeat_byte<V16>(uint8_t(window.last - window.first))));
+        const V16 first = subtract_u32(pixels_before(pixel + k), repeat_u32<V16>(window.first));
+        store_16(step.taps + 4 * k, tap_masks(first, repeat_u8<V16>(window.last - window.first)));
     }
     return fits;
 }
@@ -248,10 +247,8 @@ inline void place_in_fours(const Plan &plan, const int *pixel, SingleStep &step)
     }
     const V16 begins = _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12);
     for (int k = 0; k < columns_per_step; k += 4)
-        store_16(
-            step.taps + 4 * k,
-            _mm_add_epi8(begins, tap_masks(load_16(reinterpret_cast<const uint8_t *>(first + k)),
-                                           repeat_byte<V16>(3))));
+        store_16(step.taps + 4 * k,
+                 add_u8(begins, tap_masks(load_16(first + k), repeat_u8<V16>(3))));
 }
 
 inline void place_singles(Plan &plan, const Positions &columns, Extent source) {

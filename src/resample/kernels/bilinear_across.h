@@ -1,7 +1,7 @@
 // Lines of pairs out of a source row: the bytes of a sample and of its right neighbour, for each
 // sample of the destination row.
 //
-// Private to the file that includes it, as rows/kernels/vectors.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
 #include "resample/kernels/bilinear_columns.h"
@@ -24,18 +24,12 @@ inline void expect(const uint8_t *at) {
 
 // The windows of each lane, which are `distance` apart in the list of windows.
 template <class V>
-V load_windows(const uint8_t *row, const int32_t *start, size_t distance);
-template <>
-inline V16 load_windows<V16>(const uint8_t *row, const int32_t *start, size_t) {
-    return load_16(row + start[0]);
+V load_windows(const uint8_t *row, const int32_t *start, [[maybe_unused]] size_t distance) {
+    if constexpr (lanes<V> == 1)
+        return load_16(row + start[0]);
+    else
+        return join_lanes<V>(load_16(row + start[0]), load_16(row + start[distance]));
 }
-#ifdef __AVX2__
-template <>
-inline V32 load_windows<V32>(const uint8_t *row, const int32_t *start, size_t distance) {
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(load_16(row + start[0])),
-                                   load_16(row + start[distance]), 1);
-}
-#endif
 
 // A copy of what the loops need: the compiler must think that storing to a line changes the plan.
 struct WindowsOf {
@@ -48,22 +42,22 @@ struct WindowsOf {
 
 template <class V>
 void take_lanes(uint8_t *line, const Plan &plan, const uint8_t *row) {
-    constexpr size_t lanes = sizeof(V) / sizeof(V16);
     const auto [start, index, bytes] = WindowsOf(plan);
-    for (size_t at = 0, window_at = 0; at < bytes; at += sizeof(V), window_at += lanes)
-        store(line + at, shuffle(load_windows<V>(row, start + window_at, 1), load<V>(index + at)));
+    for (size_t at = 0, window_at = 0; at < bytes; at += sizeof(V), window_at += lanes<V>)
+        store(line + at,
+              shuffle_u8(load_windows<V>(row, start + window_at, 1), load<V>(index + at)));
 }
 
 template <class V>
 void take_half_lanes(uint8_t *line, const Plan &plan, const uint8_t *row) {
-    constexpr size_t halves = 2 * sizeof(V) / sizeof(V16);
+    constexpr size_t halves = 2 * lanes<V>;
     const auto [start, index, bytes] = WindowsOf(plan);
     for (size_t at = 0, half = 0; at < bytes; at += sizeof(V), half += halves) {
         expect(row + start[half]);
         const V pairs = load<V>(index + at);
-        const V low = shuffle(load_windows<V>(row, start + half, 2), pairs);
-        const V high = shuffle(load_windows<V>(row, start + half + 1, 2), pairs);
-        store(line + at, choose_dwords<0b1100>(low, high));
+        const V low = shuffle_u8(load_windows<V>(row, start + half, 2), pairs);
+        const V high = shuffle_u8(load_windows<V>(row, start + half + 1, 2), pairs);
+        store(line + at, select_u32<0b1100>(high, low));
     }
 }
 
@@ -93,7 +87,7 @@ void take_pixels(uint8_t *line, const Plan &plan, const uint8_t *row) {
             } else {
                 const V16 both = load_8(at);
                 const V16 right = _mm_srli_epi64(both, 8 * pixel_bytes);
-                store_8(pair, _mm_unpacklo_epi8(both, right));
+                store_8(pair, interleave_low_u8(both, right));
             }
         }
     }

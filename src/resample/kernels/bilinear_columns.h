@@ -1,11 +1,12 @@
 // Makes the plan of the wide bilinear kernels, a group of columns at a time: plans are made for
 // small pieces of an image too, and must cost little beside them.
 //
-// Private to the file that includes it, as rows/kernels/vectors.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
 #include "resample/kernels/bilinear_plan.h"
-#include "resample/kernels/bilinear_vectors.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
 
 namespace q32::resample {
 namespace {
@@ -43,33 +44,16 @@ void each_group(const Positions &columns, size_t groups, const Use &use) {
 
 #ifdef __SSE4_1__
 
-inline V16 load_dwords(const int32_t *at) {
-    return load_16(reinterpret_cast<const uint8_t *>(at));
-}
-inline void store_dwords(int32_t *at, V16 v) {
-    store_16(reinterpret_cast<uint8_t *>(at), v);
-}
-
-struct alignas(16) LaneBytes {
-    uint8_t at[2 * lane];
-};
-
 // From words of the pixels of a group to words of their samples, lane k.
 template <size_t pixel_bytes>
 constexpr LaneBytes spread_indices(size_t k) {
-    LaneBytes result{};
-    for (size_t i = 0; i < 2 * lane; ++i)
-        result.at[i] = uint8_t((lane * k + i / 2) / pixel_bytes * 2 + i % 2);
-    return result;
+    return lane_by([=](size_t i) { return (lane * k + i / 2) / pixel_bytes * 2 + i % 2; });
 }
 
 // Which sample of its pixel: the same in both bytes of a pair.
 template <size_t pixel_bytes>
 constexpr LaneBytes samples_in_pixels(size_t k) {
-    LaneBytes result{};
-    for (size_t i = 0; i < 2 * lane; ++i)
-        result.at[i] = uint8_t((lane * k + i / 2) % pixel_bytes);
-    return result;
+    return lane_by([=](size_t i) { return (lane * k + i / 2) % pixel_bytes; });
 }
 
 // What lanes of pixels of so many samples need, one entry for each lane of a group.
@@ -90,28 +74,28 @@ constexpr LaneTables<pixel_bytes> lane_tables = [] {
 
 template <size_t pixel_bytes>
 V16 spread(V16 pixels, size_t k) {
-    return shuffle(pixels, load_16(lane_tables<pixel_bytes>.spread[k].at));
+    return shuffle_u8(pixels, as_vector<V16>(lane_tables<pixel_bytes>.spread[k]));
 }
 
 // Where pixels begin, and the fractions.
 template <size_t pixel_bytes>
 void find_pixels(Plan &plan, const Positions &columns, Extent source) {
-    const V16 first = _mm_set1_epi32(source.first), last = _mm_set1_epi32(source.last());
+    const V16 first = repeat_u32<V16>(source.first), last = repeat_u32<V16>(source.last());
     const auto left_of = [&](V16 index) {
-        const V16 cut = _mm_max_epi32(_mm_min_epi32(index, last), first);
-        return _mm_mullo_epi32(_mm_sub_epi32(cut, first), _mm_set1_epi32(int(pixel_bytes)));
+        const V16 cut = max_i32(min_i32(index, last), first);
+        return multiply_low_u32(subtract_u32(cut, first), repeat_u32<V16>(int(pixel_bytes)));
     };
-    const auto word_of = [](V16 fraction) { return fraction & _mm_set1_epi32(0xFFFF); };
+    const auto word_of = [](V16 fraction) { return fraction & repeat_u32<V16>(0xFFFF); };
 
     each_group(columns, groups_of(columns.count, pixel_bytes),
                [&](size_t x, const int32_t *index, const int32_t *fraction) {
-                   store_dwords(plan.left + x, left_of(load_dwords(index)));
-                   store_dwords(plan.left + x + 4, left_of(load_dwords(index + 4)));
-                   const V16 words = _mm_packus_epi32(word_of(load_dwords(fraction)),
-                                                      word_of(load_dwords(fraction + 4)));
-                   auto *at = reinterpret_cast<uint8_t *>(plan.fraction + x * pixel_bytes);
+                   store_16(plan.left + x, left_of(load_16(index)));
+                   store_16(plan.left + x + 4, left_of(load_16(index + 4)));
+                   const V16 words = pack_i32_to_u16_in_lanes(word_of(load_16(fraction)),
+                                                              word_of(load_16(fraction + 4)));
+                   uint16_t *const at = plan.fraction + x * pixel_bytes;
                    for (size_t k = 0; k < pixel_bytes; ++k)
-                       store_16(at + 16 * k, spread<pixel_bytes>(words, k));
+                       store_16(at + lane * k, spread<pixel_bytes>(words, k));
                });
 }
 
@@ -140,16 +124,16 @@ void find_pixels(Plan &plan, const Positions &columns, Extent source) {
 // The group's pairs as they lie in the row, counted from where its first pixel begins, modulo 256:
 // in a row that is reduced a thousandfold its last pixel begins more than 32767 bytes behind.
 inline V16 pairs_of_group(const Plan &plan, const int32_t *left) {
-    const V16 low = load_dwords(left), high = load_dwords(left + 4);
-    const V16 last = _mm_set1_epi32(plan.last_left());
-    const V16 at_end = _mm_packs_epi32(_mm_cmpeq_epi32(low, last), _mm_cmpeq_epi32(high, last));
-    const V16 first = _mm_set1_epi32(left[0]);
+    const V16 low = load_16(left), high = load_16(left + 4);
+    const V16 last = repeat_u32<V16>(plan.last_left());
+    const V16 at_end = pack_i32_to_i16_in_lanes(equal_u32(low, last), equal_u32(high, last));
+    const V16 first = repeat_u32<V16>(left[0]);
     const auto distance = [&](V16 begin) {
-        return _mm_sub_epi32(begin, first) & _mm_set1_epi32(0xFF);
+        return subtract_u32(begin, first) & repeat_u32<V16>(0xFF);
     };
-    const V16 from_first = _mm_packs_epi32(distance(low), distance(high));
-    const V16 step = _mm_andnot_si128(at_end, repeat_word<V16>(int(plan.pixel_bytes)));
-    return from_first | words_up<8>(add_words(from_first, step));
+    const V16 from_first = pack_i32_to_i16_in_lanes(distance(low), distance(high));
+    const V16 step = without(at_end, repeat_u16<V16>(int(plan.pixel_bytes)));
+    return from_first | shift_left_u16<8>(add_u16(from_first, step));
 }
 
 // Windows of so many samples each. False where one does not hold the pairs of its samples, or where
@@ -168,7 +152,7 @@ bool find_windows(Plan &plan) {
         for (size_t i = 0; i + 1 < group; ++i)
             found &= left[i] <= left[i + 1];
         for (size_t k = 0; k < pixel_bytes; ++k) {
-            V16 begin{};
+            V16 begin = zero<V16>();
             for (size_t part = 0; part < lane / samples; ++part) {
                 const size_t sample = lane * k + samples * part;
                 const int32_t low = std::min(left[sample / pixel_bytes], last_start);
@@ -177,12 +161,11 @@ bool find_windows(Plan &plan) {
                                                        last_byte);
                 found &= high - low < int32_t(window);
                 *start++ = low;
-                const V16 from_first = _mm_set1_epi8(char(low - left[0]));
-                begin = part == 0 ? from_first : _mm_unpacklo_epi64(begin, from_first);
+                const V16 from_first = repeat_u8<V16>(low - left[0]);
+                begin = part == 0 ? from_first : interleave_low_u64(begin, from_first);
             }
-            const V16 sample = load_16(lane_tables<pixel_bytes>.sample[k].at);
-            store_16(index,
-                     _mm_sub_epi8(_mm_add_epi8(spread<pixel_bytes>(pairs, k), sample), begin));
+            const V16 sample = as_vector<V16>(lane_tables<pixel_bytes>.sample[k]);
+            store_16(index, subtract_u8(add_u8(spread<pixel_bytes>(pairs, k), sample), begin));
             index += 2 * lane;
         }
         if (!found)

@@ -10,7 +10,7 @@
 #pragma once
 
 #include "resample/kernels/bilinear_plan.h"
-#include "resample/kernels/bilinear_vectors.h"
+#include "simd/operations.h"
 
 #include <cstring>
 
@@ -26,9 +26,18 @@ struct alignas(work_alignment) Strip {
     std::uint16_t four_d[strip];
 };
 
+// The two bytes of pairs, as words.
 template <class V>
-void store_words(std::uint16_t *at, V words) {
-    store(reinterpret_cast<uint8_t *>(at), words);
+V left_of_pairs(V pairs) {
+    return pairs & repeat_u16<V>(0x00FF);
+}
+template <class V>
+V right_minus_left(V pairs) {
+#ifdef __SSE4_1__
+    return sum_products_u8_i8(pairs, repeat_u16<V>(0x01FF)); // right by 1, left by -1
+#else
+    return subtract_u16(shift_right_u16<8>(pairs), left_of_pairs(pairs));
+#endif
 }
 
 // Calls work with 0, one vector of words, two, until so many samples are done.
@@ -43,21 +52,19 @@ void share(Strip &terms, const uint8_t *above, const uint8_t *below, const std::
            size_t samples) {
     each_vector<V>(
         samples, [&](size_t at) __attribute__((always_inline)) {
-            const V fx = load_words<V>(fraction + at);
+            const V fx = load<V>(fraction + at);
             const V top = load<V>(above + 2 * at);
             const V p00 = left_of_pairs(top);
             const V top_difference = right_minus_left(top);
-            const V twice_c = top_difference & repeat_word<V>(-2);
-            const V whole = twice_c & negative_words(fx);
-            store_words(terms.columns + at,
-                        add_words(add_words(p00, whole), multiply_signed(twice_c, fx)));
+            const V twice_c = top_difference & repeat_u16<V>(-2);
+            const V whole = twice_c & shift_right_i16<15>(fx);
+            store(terms.columns + at, add_u16(add_u16(p00, whole), multiply_high_i16(twice_c, fx)));
             if constexpr (rows_differ) {
                 const V bottom = load<V>(below + 2 * at);
-                store_words(terms.twice_b + at,
-                            subtract_words(left_of_pairs(bottom), p00) & repeat_word<V>(-2));
-                store_words(terms.four_d + at,
-                            subtract_words(right_minus_left(bottom), top_difference) &
-                                repeat_word<V>(-4));
+                store(terms.twice_b + at,
+                      subtract_u16(left_of_pairs(bottom), p00) & repeat_u16<V>(-2));
+                store(terms.four_d + at,
+                      subtract_u16(right_minus_left(bottom), top_difference) & repeat_u16<V>(-4));
             }
         });
 }
@@ -66,25 +73,26 @@ enum class RowFraction { none, below_half, from_half };
 
 template <RowFraction row_fraction, class V>
 V finish(const Strip &terms, size_t at, const std::uint16_t *fraction, V fy) {
-    const V columns = load_words<V>(terms.columns + at);
+    const V columns = load<V>(terms.columns + at);
     if constexpr (row_fraction == RowFraction::none)
         return columns;
-    const V f = multiply_unsigned(fy, load_words<V>(fraction + at));
-    const V twice_b = load_words<V>(terms.twice_b + at);
-    const V four_d = load_words<V>(terms.four_d + at);
-    V sum = add_words(columns, add_words(multiply_signed(fy, twice_b), multiply_signed(f, four_d)));
+    const V f = multiply_high_u16(fy, load<V>(fraction + at));
+    const V twice_b = load<V>(terms.twice_b + at);
+    const V four_d = load<V>(terms.four_d + at);
+    V sum = add_u16(columns, add_u16(multiply_high_i16(fy, twice_b), multiply_high_i16(f, four_d)));
     if constexpr (row_fraction == RowFraction::from_half)
-        sum = add_words(sum, add_words(twice_b, four_d & negative_words(f)));
+        sum = add_u16(sum, add_u16(twice_b, four_d & shift_right_i16<15>(f)));
     return sum;
 }
 
 template <RowFraction row_fraction, class V>
 void finish_row(uint8_t *destination, const Strip &terms, const std::uint16_t *fraction, int row,
                 size_t samples) {
-    const V fy = repeat_word<V>(row);
+    const V fy = repeat_u16<V>(row);
     const auto finished = [&](size_t at) __attribute__((always_inline)) {
-        return pack_words(finish<row_fraction, V>(terms, at, fraction, fy),
-                          finish<row_fraction, V>(terms, at + sizeof(V) / 2, fraction, fy));
+        return pack_i16_to_u8_in_order(
+            finish<row_fraction, V>(terms, at, fraction, fy),
+            finish<row_fraction, V>(terms, at + sizeof(V) / 2, fraction, fy));
     };
     size_t at = 0;
     for (; at + sizeof(V) <= samples; at += sizeof(V))

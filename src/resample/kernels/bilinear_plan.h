@@ -2,7 +2,7 @@
 // sample, and where in a source row each sample's pair is found (the sample and its right
 // neighbour). bilinear_columns.h makes plans.
 //
-// Private to the file that includes it, as rows/kernels/vectors.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
 #include "resample/kernels/resample_kernels.h"

@@ -1,6 +1,6 @@
 // The wide bilinear kernels, written once for vectors of 16 and of 32 bytes.
 //
-// Private to the file that includes it, as rows/kernels/vectors.h.
+// Private to the file that includes it, as vectors.h.
 #pragma once
 
 // There are eight registers: sums that the compiler reorders, and constants that it keeps, would be

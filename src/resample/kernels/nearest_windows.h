@@ -7,17 +7,14 @@
 #pragma once
 
 #include "resample/kernels/nearest_moves.h"
-#include "rows/kernels/vectors.h"
+#include "simd/operations.h"
 
 #include <array>
+#include <cstring>
 #include <utility>
 
 namespace q32::resample {
 namespace {
-
-using rows::load_16;
-using rows::store_16;
-using rows::V16;
 
 constexpr std::size_t lane_bytes = sizeof(V16);
 
@@ -38,8 +35,6 @@ struct Windows {
 };
 
 #ifdef __AVX512VBMI__
-using rows::V64;
-
 // The choices of a vector count through all of its windows.
 template <>
 struct Windows<V64> {
@@ -105,21 +100,19 @@ void lay_out(Plan &plan) {
 inline bool make_offsets(Offset *offsets, const Positions &columns, Extent source,
                          int pixel_bytes) {
     constexpr std::size_t step = sizeof(V16) / sizeof(Offset);
-    const V16 first = _mm_set1_epi32(source.first), last = _mm_set1_epi32(source.last());
-    const V16 factor = _mm_set1_epi32(pixel_bytes);
-    const auto indices = [&](std::size_t x) {
-        return load_16(reinterpret_cast<const std::uint8_t *>(columns.index + x));
-    };
-    V16 descents = _mm_setzero_si128();
+    const V16 first = repeat_u32<V16>(source.first), last = repeat_u32<V16>(source.last());
+    const V16 factor = repeat_u32<V16>(pixel_bytes);
+    const auto indices = [&](std::size_t x) { return load_16(columns.index + x); };
+    V16 descents = zero<V16>();
     std::size_t x = 0;
     for (; x + step < columns.count; x += step) {
         const V16 here = indices(x);
         descents = descents | _mm_cmpgt_epi32(here, indices(x + 1));
-        const V16 pixels = _mm_sub_epi32(_mm_min_epi32(_mm_max_epi32(here, first), last), first);
-        store_16(reinterpret_cast<std::uint8_t *>(offsets + x), _mm_mullo_epi32(pixels, factor));
+        const V16 pixels = subtract_u32(min_i32(max_i32(here, first), last), first);
+        store_16(offsets + x, multiply_low_u32(pixels, factor));
     }
     std::fill_n(offsets + columns.count, spare_offsets, Offset(0));
-    bool ascend = _mm_movemask_epi8(descents) == 0;
+    bool ascend = top_bits(descents) == 0;
     for (; x < columns.count; ++x) {
         offsets[x] = offset_of(columns.index[x], source, pixel_bytes);
         ascend = ascend && (x == 0 || columns.index[x - 1] <= columns.index[x]);
@@ -201,21 +194,17 @@ std::size_t make_starts(Plan &plan) {
 // The distances of a lane's source bytes from the first byte of its first pixel: less than the
 // windows have, since whole pixels end the stretch that they hold.
 inline V16 distances(const Offset *offsets, const LaneLayout &layout) {
-    const V16 first = _mm_set1_epi32(int(offsets[0]));
-    const auto four = [&](int i) {
-        return _mm_sub_epi32(load_16(reinterpret_cast<const std::uint8_t *>(offsets + 4 * i)),
-                             first);
-    };
-    const V16 of_pixels =
-        _mm_packus_epi16(_mm_packs_epi32(four(0), four(1)), _mm_packs_epi32(four(2), four(3)));
-    return _mm_add_epi8(rows::shuffle(of_pixels, load_16(layout.pixel.data())),
-                        load_16(layout.byte.data()));
+    const V16 first = repeat_u32<V16>(int(offsets[0]));
+    const auto four = [&](int i) { return subtract_u32(load_16(offsets + 4 * i), first); };
+    const V16 of_pixels = pack_i16_to_u8_in_lanes(pack_i32_to_i16_in_lanes(four(0), four(1)),
+                                                  pack_i32_to_i16_in_lanes(four(2), four(3)));
+    return add_u8(shuffle_u8(of_pixels, load_16(layout.pixel.data())), load_16(layout.byte.data()));
 }
 
 // What a shuffle of the window takes as "this byte of it" or as "none": the top bit is set then.
 inline V16 within_window(V16 distances_from_start, std::size_t window) {
-    const V16 within = _mm_sub_epi8(distances_from_start, _mm_set1_epi8(char(lane_bytes * window)));
-    return _mm_adds_epu8(within, _mm_set1_epi8(0x80 - lane_bytes));
+    const V16 within = subtract_u8(distances_from_start, repeat_u8<V16>(int(lane_bytes * window)));
+    return add_saturating_u8(within, repeat_u8<V16>(nothing - lane_bytes));
 }
 
 // Windows that would reach beyond the source row are moved back to its end.
@@ -232,9 +221,8 @@ void make_choices(Plan &plan) {
         Offset &start = plan.starts[i / lanes];
         if (i % lanes == 0)
             start = std::min(start, furthest);
-        const V16 from_start =
-            _mm_add_epi8(distances(offsets, lane_layouts[plan.pixel_bytes][lane.byte]),
-                         _mm_set1_epi8(char(offsets[0] - start)));
+        const V16 from_start = add_u8(distances(offsets, lane_layouts[plan.pixel_bytes][lane.byte]),
+                                      repeat_u8<V16>(int(offsets[0] - start)));
         if constexpr (lanes == 1)
             for (std::size_t window = 0; window < choices; ++window)
                 store_16(choice + window * sizeof(V), within_window(from_start, window));
@@ -251,17 +239,17 @@ void make_choices(Plan &plan) {
 template <class V>
 V load_windows(const std::uint8_t *at, const Offset *starts) {
     if constexpr (starts_of_vector<V> == 1)
-        return rows::load<V>(at + starts[0]);
+        return load<V>(at + starts[0]);
     else
-        return rows::load_lanes<V>(at + starts[0], starts[1] - starts[0]);
+        return load_lanes<V>(at + starts[0], starts[1] - starts[0]);
 }
 
 template <class V, std::size_t windows>
 V take_bytes(const std::uint8_t *source_row, const Offset *starts, const std::uint8_t *choices) {
-    V taken = rows::shuffle(load_windows<V>(source_row, starts), rows::load<V>(choices));
+    V taken = shuffle_u8(load_windows<V>(source_row, starts), load<V>(choices));
     for (std::size_t window = 1; window < windows; ++window)
-        taken = taken | rows::shuffle(load_windows<V>(source_row + window * lane_bytes, starts),
-                                      rows::load<V>(choices + window * sizeof(V)));
+        taken = taken | shuffle_u8(load_windows<V>(source_row + window * lane_bytes, starts),
+                                   load<V>(choices + window * sizeof(V)));
     return taken;
 }
 
@@ -270,18 +258,18 @@ V take_bytes(const std::uint8_t *source_row, const Offset *starts, const std::ui
 template <>
 inline V64 take_bytes<V64, 1>(const std::uint8_t *source_row, const Offset *starts,
                               const std::uint8_t *choices) {
-    return _mm512_permutexvar_epi8(rows::load<V64>(choices), load_windows<V64>(source_row, starts));
+    return permute_u8(load_windows<V64>(source_row, starts), load<V64>(choices));
 }
 template <>
 inline V64 take_bytes<V64, 2>(const std::uint8_t *source_row, const Offset *starts,
                               const std::uint8_t *choices) {
-    return _mm512_permutex2var_epi8(load_windows<V64>(source_row, starts), rows::load<V64>(choices),
+    return _mm512_permutex2var_epi8(load_windows<V64>(source_row, starts), load<V64>(choices),
                                     load_windows<V64>(source_row + sizeof(V64), starts));
 }
 template <>
 inline V64 take_bytes<V64, 3>(const std::uint8_t *source_row, const Offset *starts,
                               const std::uint8_t *choices) {
-    const V64 choice = rows::load<V64>(choices);
+    const V64 choice = load<V64>(choices);
     return _mm512_mask_permutexvar_epi8(take_bytes<V64, 2>(source_row, starts, choices),
                                         _mm512_movepi8_mask(choice), choice,
                                         load_windows<V64>(source_row + 2 * sizeof(V64), starts));
@@ -289,10 +277,10 @@ inline V64 take_bytes<V64, 3>(const std::uint8_t *source_row, const Offset *star
 template <>
 inline V64 take_bytes<V64, 4>(const std::uint8_t *source_row, const Offset *starts,
                               const std::uint8_t *choices) {
-    const V64 choice = rows::load<V64>(choices);
+    const V64 choice = load<V64>(choices);
     const V64 first = take_bytes<V64, 2>(source_row, starts, choices);
     const V64 second = take_bytes<V64, 2>(source_row + 2 * sizeof(V64), starts, choices);
-    return _mm512_mask_blend_epi8(_mm512_movepi8_mask(choice), first, second);
+    return select_by_top_bits_u8(choice, second, first);
 }
 #endif
 
@@ -305,7 +293,7 @@ void take_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_
     const Offset *starts = plan.starts;
     const std::uint8_t *choices = plan.choices;
     const auto make_vector = [&](std::uint8_t *to) {
-        rows::store(to, take_bytes<V, windows>(source_row, starts, choices));
+        store(to, take_bytes<V, windows>(source_row, starts, choices));
         starts += starts_of_vector<V>;
         choices += Windows<V>::choices(windows) * sizeof(V);
     };

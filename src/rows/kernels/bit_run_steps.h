@@ -4,9 +4,11 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/runs.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace q32::rows {
 namespace {
@@ -17,18 +19,19 @@ template <class V>
 class ShiftBits {
 public:
     static constexpr size_t units = sizeof(V), source_bytes = 1, destination_bytes = 1;
+    using Loaded = V;
 
     // 1 to 7 bits upwards.
     explicit ShiftBits(size_t shift)
         : up_(_mm_cvtsi32_si128(int(shift))), down_(_mm_cvtsi32_si128(int(8 - shift))),
-          from_here_(repeat_byte<V>(uint8_t(0xFF << shift))) {}
+          from_here_(repeat_u8<V>(uint8_t(0xFF << shift))) {}
 
-    V load(const uint8_t *source) const {
-        const V here = words_up(rows::load<V>(source), up_);
-        const V next = words_down(rows::load<V>(source + 1), down_);
-        return choose_bits(from_here_, here, next);
+    Loaded load(const uint8_t *source) const {
+        const V here = shift_left_u16(simd::load<V>(source), up_);
+        const V next = shift_right_u16(simd::load<V>(source + 1), down_);
+        return select_bits(from_here_, here, next);
     }
-    void store(uint8_t *destination, V bytes) const { rows::store(destination, bytes); }
+    void store(uint8_t *destination, V bytes) const { simd::store(destination, bytes); }
 
 private:
     V16 up_, down_;
@@ -39,15 +42,16 @@ private:
 class ShiftEightBytes {
 public:
     static constexpr size_t units = 8, source_bytes = 1, destination_bytes = 1;
+    using Loaded = V16;
 
     explicit ShiftEightBytes(size_t shift)
         : up_(_mm_cvtsi32_si128(int(shift))), down_(_mm_cvtsi32_si128(int(8 - shift))),
-          from_here_(repeat_byte<V16>(uint8_t(0xFF << shift))) {}
+          from_here_(repeat_u8<V16>(uint8_t(0xFF << shift))) {}
 
-    V16 load(const uint8_t *source) const {
-        const V16 here = words_up(load_8(source), up_);
-        const V16 next = words_down(load_8(source + 1), down_);
-        return choose_bits(from_here_, here, next);
+    Loaded load(const uint8_t *source) const {
+        const V16 here = shift_left_u16(load_8(source), up_);
+        const V16 next = shift_right_u16(load_8(source + 1), down_);
+        return select_bits(from_here_, here, next);
     }
     void store(uint8_t *destination, V16 bytes) const { store_8(destination, bytes); }
 
@@ -60,15 +64,17 @@ private:
 template <class V>
 struct MoveBytes {
     static constexpr size_t units = sizeof(V), source_bytes = 1, destination_bytes = 1;
+    using Loaded = V;
 
-    V load(const uint8_t *source) const { return rows::load<V>(source); }
-    void store(uint8_t *destination, V bytes) const { rows::store(destination, bytes); }
+    Loaded load(const uint8_t *source) const { return simd::load<V>(source); }
+    void store(uint8_t *destination, V bytes) const { simd::store(destination, bytes); }
 };
 
 struct MoveEightBytes {
     static constexpr size_t units = 8, source_bytes = 1, destination_bytes = 1;
+    using Loaded = V16;
 
-    V16 load(const uint8_t *source) const { return load_8(source); }
+    Loaded load(const uint8_t *source) const { return load_8(source); }
     void store(uint8_t *destination, V16 bytes) const { store_8(destination, bytes); }
 };
 
@@ -121,13 +127,14 @@ private:
     template <class Wide, class Narrow>
     void copy_bytes(uint8_t *destination, const uint8_t *source, const Wide &wide,
                     const Narrow &narrow) const {
-        run(destination, source, bytes_, wide, [&](uint8_t *to, const uint8_t *from, size_t bytes) {
-            run(to, from, bytes, narrow,
-                [this](uint8_t *to_byte, const uint8_t *from_byte, size_t left) {
-                    for (; left != 0; --left)
-                        whole_.copy(to_byte++, from_byte++);
-                });
-        });
+        convert_run(
+            destination, source, bytes_, wide, [&](uint8_t *to, const uint8_t *from, size_t bytes) {
+                convert_run(to, from, bytes, narrow,
+                            [this](uint8_t *to_byte, const uint8_t *from_byte, size_t left) {
+                                for (; left != 0; --left)
+                                    whole_.copy(to_byte++, from_byte++);
+                            });
+            });
     }
 
     size_t from_;

@@ -5,11 +5,13 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/interleaving.h"
 #include "rows/kernels/row_kernels.h"
-#include "rows/kernels/runs.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 #include <array>
+#include <cstring>
 
 namespace q32::rows {
 namespace {
@@ -37,23 +39,22 @@ struct Narrower<V64> {
 template <class V>
 inline V double_nibbles(V nibbles) {
 #ifdef __SSE4_1__
-    alignas(16) static constexpr uint8_t doubled[16] = {0x00, 0x03, 0x0C, 0x0F, 0x30, 0x33,
-                                                        0x3C, 0x3F, 0xC0, 0xC3, 0xCC, 0xCF,
-                                                        0xF0, 0xF3, 0xFC, 0xFF};
-    return shuffle(repeat_lane<V>(load_16(doubled)), nibbles);
+    static constexpr LaneBytes doubled = {0x00, 0x03, 0x0C, 0x0F, 0x30, 0x33, 0x3C, 0x3F,
+                                          0xC0, 0xC3, 0xCC, 0xCF, 0xF0, 0xF3, 0xFC, 0xFF};
+    return shuffle_u8(as_vector<V>(doubled), nibbles);
 #else
-    const V pairs = (nibbles | words_up<2>(nibbles)) & repeat_byte<V>(0x33);
-    const V singles = (pairs | words_up<1>(pairs)) & repeat_byte<V>(0x55);
-    return singles | words_up<1>(singles);
+    const V pairs = (nibbles | shift_left_u16<2>(nibbles)) & repeat_u8<V>(0x33);
+    const V singles = (pairs | shift_left_u16<1>(pairs)) & repeat_u8<V>(0x55);
+    return singles | shift_left_u16<1>(singles);
 #endif
 }
 
 template <class V>
-inline Two<V> double_bits(V bits) {
-    const V low_nibble = repeat_byte<V>(0x0F);
-    const V dealt = deal(bits);
-    return interleave_dealt<1>(double_nibbles<V>(words_down<4>(dealt) & low_nibble),
-                               double_nibbles<V>(dealt & low_nibble));
+inline Pairs<V> double_bits(V bits) {
+    const V low_nibble = repeat_u8<V>(0x0F);
+    const V dealt = dealt_to_lanes(bits);
+    return pairs_u8(double_nibbles<V>(shift_right_u16<4>(dealt) & low_nibble),
+                    double_nibbles<V>(dealt & low_nibble));
 }
 
 // Units are bytes of the source.
@@ -62,16 +63,16 @@ struct EnlargeBits {
     static constexpr size_t units = sizeof(V), source_bytes = 1, destination_bytes = factor;
     using Loaded = V;
 
-    Loaded load(const uint8_t *source) const { return rows::load<V>(source); }
+    Loaded load(const uint8_t *source) const { return simd::load<V>(source); }
     void store(uint8_t *destination, V bits) const {
-        const Two<V> twice = double_bits(bits);
+        const Pairs<V> twice = double_bits(bits);
         if constexpr (factor == 2) {
-            rows::store(destination, twice.first);
-            rows::store(destination + sizeof(V), twice.second);
+            simd::store(destination, twice.low);
+            simd::store(destination + sizeof(V), twice.high);
         } else {
             const EnlargeBits<V, factor / 2> half;
-            half.store(destination, twice.first);
-            half.store(destination + factor / 2 * sizeof(V), twice.second);
+            half.store(destination, twice.low);
+            half.store(destination + factor / 2 * sizeof(V), twice.high);
         }
     }
 };
@@ -127,13 +128,13 @@ inline void enlarge_bytes(uint8_t *destination, const uint8_t *source, size_t by
 
 template <class V, size_t factor>
 inline void double_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    run(destination, source, bytes, EnlargeBits<V, factor>{},
-        [](uint8_t *to, const uint8_t *from, size_t count) {
-            if constexpr (sizeof(V) > sizeof(V16))
-                double_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
-            else
-                enlarge_bytes<factor>(to, from, count);
-        });
+    convert_run(destination, source, bytes, EnlargeBits<V, factor>{},
+                [](uint8_t *to, const uint8_t *from, size_t count) {
+                    if constexpr (sizeof(V) > sizeof(V16))
+                        double_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
+                    else
+                        enlarge_bytes<factor>(to, from, count);
+                });
 }
 
 // By a factor below 8.
@@ -168,7 +169,7 @@ void enlarge_bits_in_runs(uint8_t *destination, const uint8_t *source, size_t pi
 
         if (size_t(end - destination) >= touched + sizeof(V))
             for (size_t done = 0; done < touched; done += sizeof(V))
-                store(destination + done, repeat_byte<V>(value));
+                store(destination + done, repeat_u8<V>(value));
         else
             std::memset(destination, value, touched);
         *destination = uint8_t(held | (value & 0xFFu >> used));
@@ -186,15 +187,15 @@ void enlarge_bits_in_runs(uint8_t *destination, const uint8_t *source, size_t pi
 // Every other bit of each byte, as its upper four bits.
 template <class V>
 inline V halve_bytes(V bits) {
-    const V singles = bits & repeat_byte<V>(0xAA);
-    const V pairs = (singles | words_up<1>(singles)) & repeat_byte<V>(0xCC);
-    return (pairs | words_up<2>(pairs)) & repeat_byte<V>(0xF0);
+    const V singles = bits & repeat_u8<V>(0xAA);
+    const V pairs = (singles | shift_left_u16<1>(singles)) & repeat_u8<V>(0xCC);
+    return (pairs | shift_left_u16<2>(pairs)) & repeat_u8<V>(0xF0);
 }
 
 template <class V>
 inline V halve_words(V bits) {
     const V nibbles = halve_bytes(bits);
-    return (nibbles & repeat_word<V>(0x00F0)) | words_down<12>(nibbles);
+    return (nibbles & repeat_u16<V>(0x00F0)) | shift_right_u16<12>(nibbles);
 }
 
 // Units are bytes of the destination.
@@ -205,15 +206,15 @@ struct ReduceBits {
 
     Loaded load(const uint8_t *source) const {
         if constexpr (factor == 1) {
-            return rows::load<V>(source);
+            return simd::load<V>(source);
         } else {
             const ReduceBits<V, factor / 2> half;
             const V first = half.load(source);
             const V second = half.load(source + factor / 2 * sizeof(V));
-            return pack_words(halve_words(first), halve_words(second));
+            return pack_i16_to_u8_in_order(halve_words(first), halve_words(second));
         }
     }
-    void store(uint8_t *destination, V bits) const { rows::store(destination, bits); }
+    void store(uint8_t *destination, V bits) const { simd::store(destination, bits); }
 };
 
 // Eight pixels at a time from their places, and what is left over in a last byte.
@@ -257,13 +258,13 @@ void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels,
 
 template <class V, size_t factor>
 inline void halve_to_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    run(destination, source, bytes, ReduceBits<V, factor>{},
-        [](uint8_t *to, const uint8_t *from, size_t count) {
-            if constexpr (sizeof(V) > sizeof(V16))
-                halve_to_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
-            else
-                gather_bits(to, from, 8 * factor * count, factor);
-        });
+    convert_run(destination, source, bytes, ReduceBits<V, factor>{},
+                [](uint8_t *to, const uint8_t *from, size_t count) {
+                    if constexpr (sizeof(V) > sizeof(V16))
+                        halve_to_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
+                    else
+                        gather_bits(to, from, 8 * factor * count, factor);
+                });
 }
 
 // The bytes that are full, and the rest of the row.

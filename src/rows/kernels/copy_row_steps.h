@@ -6,7 +6,9 @@
 #pragma once
 
 #include "rows/kernels/scalar.h"
-#include "rows/kernels/vectors.h"
+#include "simd/operations.h"
+
+#include <cstring>
 
 namespace q32::rows {
 namespace {
@@ -52,11 +54,11 @@ struct MoveVectors {
 
     void load(const uint8_t *from) {
         for (int i = 0; i < count; ++i)
-            held[i] = rows::load<V>(from + i * sizeof(V));
+            held[i] = simd::load<V>(from + i * sizeof(V));
     }
     void store(uint8_t *to) const {
         for (int i = 0; i < count; ++i)
-            rows::store(to + i * sizeof(V), held[i]);
+            simd::store(to + i * sizeof(V), held[i]);
     }
 };
 

@@ -5,13 +5,14 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/interleaving.h"
-#include "rows/kernels/runs.h"
 #include "rows/kernels/scaling_kernels.h"
 #include "rows/kernels/scaling_pixels.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 #include <algorithm>
-#include <array>
+#include <cstring>
 #include <numeric>
 #include <utility>
 
@@ -31,67 +32,26 @@ inline int load_pixel(const uint8_t *source) {
 
 // As many pixels as a vector holds, and of another one what is left of the vector.
 template <class V, size_t bytes>
-V repeat_pixel(int pixel);
-
+V repeat_pixel(int pixel) {
+    if constexpr (bytes == 1) {
+        return repeat_u8<V>(pixel);
+    } else if constexpr (bytes == 2) {
+        return repeat_u16<V>(pixel);
+    } else if constexpr (bytes == 4) {
+        return repeat_u32<V>(pixel);
+    } else {
 #ifdef __SSE4_1__
-
-template <class V>
-V repeat_dword(int value);
-template <>
-inline V16 repeat_dword<V16>(int value) {
-    return _mm_set1_epi32(value);
-}
-#ifdef __AVX2__
-template <>
-inline V32 repeat_dword<V32>(int value) {
-    return _mm256_set1_epi32(value);
-}
-#endif
-#ifdef __AVX512VBMI__
-template <>
-inline V64 repeat_dword<V64>(int value) {
-    return _mm512_set1_epi32(value);
-}
-#endif
-
-template <class V, size_t bytes>
-V repeat_pixel(int pixel) {
-    if constexpr (bytes == 1)
-        return repeat_byte<V>(uint8_t(pixel));
-    else if constexpr (bytes == 2)
-        return repeat_word<V>(pixel);
-    else if constexpr (bytes == 4)
-        return repeat_dword<V>(pixel);
-    else {
-        alignas(sizeof(V)) static constexpr auto indices = [] {
-            std::array<uint8_t, sizeof(V)> at{};
-            for (size_t i = 0; i < sizeof(V); ++i)
-                at[i] = uint8_t(i % bytes);
-            return at;
-        }();
-        return shuffle(repeat_dword<V>(pixel), load<V>(indices.data()));
-    }
-}
-
+        static constexpr VectorBytes<V> indices =
+            vector_by<V>([](int i) { return i % int(bytes); });
+        return shuffle_u8(repeat_u32<V>(pixel), as_vector<V>(indices));
 #else
-
-template <class V, size_t bytes>
-V repeat_pixel(int pixel) {
-    if constexpr (bytes == 1)
-        return _mm_set1_epi8(char(pixel));
-    else if constexpr (bytes == 2)
-        return _mm_set1_epi16(short(pixel));
-    else if constexpr (bytes == 4)
-        return _mm_set1_epi32(pixel);
-    else {
         V v = _mm_cvtsi32_si128(pixel & 0xFFFFFF);
         v = v | _mm_slli_si128(v, 3);
         v = v | _mm_slli_si128(v, 6);
         return v | _mm_slli_si128(v, 12);
+#endif
     }
 }
-
-#endif
 
 // Of a vector, the bytes that are whole pixels.
 template <class V, size_t bytes>
@@ -146,6 +106,17 @@ void enlarge_in_runs(uint8_t *destination, const uint8_t *source, size_t pixels,
 template <class Pixel, size_t factor>
 inline constexpr bool has_enlarge_step = Pixel::bytes != 3 && factor != 3;
 
+// Each pixel twice.
+template <size_t bytes>
+Pairs<V16> pairs_of_pixels(V16 v) {
+    if constexpr (bytes == 1)
+        return pairs_u8(v, v);
+    else if constexpr (bytes == 2)
+        return pairs_u16(v, v);
+    else
+        return pairs_u32(v, v);
+}
+
 // Without a byte shuffle: a vector interleaved with itself.
 template <class V, class Pixel, size_t factor>
 struct EnlargeStep {
@@ -153,16 +124,16 @@ struct EnlargeStep {
                             destination_bytes = Pixel::bytes * factor;
     using Loaded = V;
 
-    Loaded load(const uint8_t *source) const { return rows::load<V>(source); }
+    Loaded load(const uint8_t *source) const { return simd::load<V>(source); }
     void store(uint8_t *destination, V v) const {
-        const Two<V> twice = interleave_dealt<Pixel::bytes>(v, v);
+        const Pairs<V> twice = pairs_of_pixels<Pixel::bytes>(v);
         if constexpr (factor == 2) {
-            rows::store(destination, twice.first);
-            rows::store(destination + sizeof(V), twice.second);
+            simd::store(destination, twice.low);
+            simd::store(destination + sizeof(V), twice.high);
         } else {
             const EnlargeStep<V, Pixel, factor / 2> half;
-            half.store(destination, twice.first);
-            half.store(destination + 2 * sizeof(V), twice.second);
+            half.store(destination, twice.low);
+            half.store(destination + 2 * sizeof(V), twice.high);
         }
     }
 };
@@ -171,21 +142,6 @@ struct EnlargeStep {
 
 template <class Pixel, size_t factor>
 inline constexpr bool has_enlarge_step = true;
-
-// Among how many bytes `permute` moves them.
-template <class V>
-inline constexpr size_t reach = sizeof(V) == 64 ? 64 : 16;
-
-template <class V>
-inline V permute(V v, V indices) {
-    return shuffle(v, indices);
-}
-#ifdef __AVX512VBMI__
-template <>
-inline V64 permute(V64 v, V64 indices) {
-    return _mm512_permutexvar_epi8(indices, v);
-}
-#endif
 
 // Every part of a destination vector comes from a window of the source, both as wide as the reach.
 template <class V>
@@ -246,19 +202,19 @@ private:
     template <size_t vector>
     static V make(const uint8_t *source) {
         static constexpr VectorPlan<V> plan = plan_of(vector);
-        const V indices = rows::load<V>(plan.indices);
+        const V indices = simd::load<V>(plan.indices);
         if constexpr (plan.parts == 1)
-            return permute(rows::load<V>(source + plan.window[0]), indices);
+            return permute_u8(simd::load<V>(source + plan.window[0]), indices);
         else if constexpr (plan.window[0] == plan.window[1])
-            return permute(repeat_lane<V>(load_16(source + plan.window[0])), indices);
+            return permute_u8(repeat_lane<V>(load_16(source + plan.window[0])), indices);
         else
-            return permute(load_lanes<V>(source + plan.window[0], plan.window[1] - plan.window[0]),
-                           indices);
+            return permute_u8(
+                load_lanes<V>(source + plan.window[0], plan.window[1] - plan.window[0]), indices);
     }
     template <size_t... vector>
     static void store_each(uint8_t *destination, const uint8_t *source,
                            std::index_sequence<vector...>) {
-        (rows::store(destination + vector * sizeof(V), make<vector>(source)), ...);
+        (simd::store(destination + vector * sizeof(V), make<vector>(source)), ...);
     }
 };
 
@@ -268,10 +224,10 @@ template <class V, class Pixel, size_t factor>
 inline void enlarge_by(uint8_t *destination, const uint8_t *source, size_t pixels,
                        RowScaling *shorter) {
     if constexpr (has_enlarge_step<Pixel, factor>)
-        run(destination, source, pixels, EnlargeStep<V, Pixel, factor>{},
-            [=](uint8_t *to, const uint8_t *from, size_t count) {
-                shorter(to, from, count, factor);
-            });
+        convert_run(destination, source, pixels, EnlargeStep<V, Pixel, factor>{},
+                    [=](uint8_t *to, const uint8_t *from, size_t count) {
+                        shorter(to, from, count, factor);
+                    });
     else
         enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
 }

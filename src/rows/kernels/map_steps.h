@@ -8,32 +8,14 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/runs.h"
+#include "rows/kernels/row_kernels.h"
 #include "rows/kernels/table_lookup.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 namespace q32::rows {
 namespace {
-
-// --- choice of bytes ----------------------------------------------------------------------------
-
-template <class V>
-struct ByteSet {
-    alignas(sizeof(V)) uint8_t at[sizeof(V)] = {};
-
-    constexpr void add(size_t i) { at[i] = 0xFF; }
-};
-
-inline V32 choose(const ByteSet<V32> &from_second, V32 first, V32 second) {
-    return _mm256_blendv_epi8(first, second, load<V32>(from_second.at));
-}
-
-#ifdef __AVX512VBMI__
-// The mask comes from a vector because 32-bit code would put a constant one together on the stack,
-// in every step.
-inline V64 choose(const ByteSet<V64> &from_second, V64 first, V64 second) {
-    return _mm512_mask_blend_epi8(_mm512_movepi8_mask(load<V64>(from_second.at)), first, second);
-}
-#endif
 
 // --- order of samples ---------------------------------------------------------------------------
 
@@ -78,21 +60,20 @@ public:
 
 private:
     // Samples number r, r + 3 ... of a vector.
-    static constexpr ByteSet<V> every_third(size_t r) {
-        ByteSet<V> set;
-        for (size_t i = 0; i < sizeof(V); ++i)
-            if (Order::template sample_at<V>(i) % 3 == r)
-                set.add(i);
-        return set;
+    static constexpr VectorBytes<V> every_third(size_t r) {
+        return vector_by<V>(
+            [=](int i) { return Order::template sample_at<V>(size_t(i)) % 3 == r ? 0xFF : 0; });
     }
-    static constexpr ByteSet<V> sets[3] = {every_third(0), every_third(1), every_third(2)};
+    static constexpr VectorBytes<V> sets[3] = {every_third(0), every_third(1), every_third(2)};
 
     // Where channel k lies in vector i: sample s of it is sample sizeof(V) x i + s of all.
-    static constexpr const ByteSet<V> &set_of(size_t k, size_t i) {
+    static constexpr const VectorBytes<V> &set_of(size_t k, size_t i) {
         return sets[(k + 2 * sizeof(V) * i) % 3];
     }
-    static V pick(const Three<V> &from, const ByteSet<V> &second, const ByteSet<V> &third) {
-        return choose(third, choose(second, from.v[0], from.v[1]), from.v[2]);
+    static V pick(const Three<V> &from, const VectorBytes<V> &second, const VectorBytes<V> &third) {
+        return select_by_top_bits_u8(
+            as_vector<V>(third), from.v[2],
+            select_by_top_bits_u8(as_vector<V>(second), from.v[1], from.v[0]));
     }
 };
 
@@ -106,8 +87,8 @@ public:
 
     explicit MapBytes(const uint8_t *table) : table_(table) {}
 
-    Loaded load(const uint8_t *source) const { return rows::load<V>(source); }
-    void store(uint8_t *destination, Loaded v) const { rows::store(destination, table_(v)); }
+    Loaded load(const uint8_t *source) const { return simd::load<V>(source); }
+    void store(uint8_t *destination, Loaded v) const { simd::store(destination, table_(v)); }
 
 private:
     TableLookup<V> table_;
@@ -136,14 +117,14 @@ public:
     explicit MapThreeBytes(const uint8_t *tables) : tables_(tables) {}
 
     Loaded load(const uint8_t *source) const {
-        return {rows::load<V>(source), rows::load<V>(source + sizeof(V)),
-                rows::load<V>(source + 2 * sizeof(V))};
+        return {simd::load<V>(source), simd::load<V>(source + sizeof(V)),
+                simd::load<V>(source + 2 * sizeof(V))};
     }
     void store(uint8_t *destination, const Loaded &mixed) const {
         using Sorted = Channels<V, InOrder>;
         const Three<V> mapped = Sorted::join(tables_(Sorted::split(mixed)));
         for (size_t i = 0; i < 3; ++i)
-            rows::store(destination + i * sizeof(V), mapped.v[i]);
+            simd::store(destination + i * sizeof(V), mapped.v[i]);
     }
 
 private:
@@ -152,47 +133,20 @@ private:
 
 // --- words --------------------------------------------------------------------------------------
 
-inline V32 high_bytes(V32 a, V32 b) {
-    return _mm256_packus_epi16(_mm256_srli_epi16(a, 8), _mm256_srli_epi16(b, 8));
+// The high bytes of words: the table's entry below a sample.
+template <class V>
+V high_bytes(V a, V b) {
+    return pack_i16_to_u8_in_lanes(shift_right_u16<8>(a), shift_right_u16<8>(b));
 }
-inline V32 next_entry(V32 v) {
-    return _mm256_adds_epu8(v, _mm256_set1_epi8(1));
+template <class V>
+V next_entry(V v) {
+    return add_saturating_u8(v, repeat_u8<V>(1));
 }
-inline V32 interleave_low_bytes(V32 a, V32 b) {
-    return _mm256_unpacklo_epi8(a, b);
+template <class V>
+V weigh_words(V here, V next, V words) {
+    const V low_bytes = words & repeat_u16<V>(255);
+    return multiply_low_u16(subtract_u16(here, next), low_bytes);
 }
-inline V32 interleave_high_bytes(V32 a, V32 b) {
-    return _mm256_unpackhi_epi8(a, b);
-}
-inline V32 weigh_words(V32 here, V32 next, V32 words) {
-    const V32 low_bytes = _mm256_and_si256(words, _mm256_set1_epi16(255));
-    return _mm256_mullo_epi16(_mm256_sub_epi16(here, next), low_bytes);
-}
-inline V32 add_words(V32 a, V32 b) {
-    return _mm256_add_epi16(a, b);
-}
-
-#ifdef __AVX512VBMI__
-inline V64 high_bytes(V64 a, V64 b) {
-    return _mm512_packus_epi16(_mm512_srli_epi16(a, 8), _mm512_srli_epi16(b, 8));
-}
-inline V64 next_entry(V64 v) {
-    return _mm512_adds_epu8(v, _mm512_set1_epi8(1));
-}
-inline V64 interleave_low_bytes(V64 a, V64 b) {
-    return _mm512_unpacklo_epi8(a, b);
-}
-inline V64 interleave_high_bytes(V64 a, V64 b) {
-    return _mm512_unpackhi_epi8(a, b);
-}
-inline V64 weigh_words(V64 here, V64 next, V64 words) {
-    const V64 low_bytes = _mm512_and_si512(words, _mm512_set1_epi16(255));
-    return _mm512_mullo_epi16(_mm512_sub_epi16(here, next), low_bytes);
-}
-inline V64 add_words(V64 a, V64 b) {
-    return _mm512_add_epi16(a, b);
-}
-#endif
 
 // Two vectors of words: as many samples as a vector has bytes.
 template <class V>
@@ -200,21 +154,21 @@ struct Samples {
     V first, second;
 
     static Samples load(const uint8_t *source) {
-        return {rows::load<V>(source), rows::load<V>(source + sizeof(V))};
+        return {simd::load<V>(source), simd::load<V>(source + sizeof(V))};
     }
     V entries() const { return high_bytes(first, second); }
 
     // (here - next) x low byte + next x 256, all in 16 bits.
     void store_interpolated(uint8_t *destination, V here, V next) const {
-        const V none = V{};
-        const V here_low = interleave_low_bytes(here, none);
-        const V next_low = interleave_low_bytes(next, none);
-        rows::store(destination, add_words(weigh_words(here_low, next_low, first),
-                                           interleave_low_bytes(none, next)));
-        const V here_high = interleave_high_bytes(here, none);
-        const V next_high = interleave_high_bytes(next, none);
-        rows::store(destination + sizeof(V), add_words(weigh_words(here_high, next_high, second),
-                                                       interleave_high_bytes(none, next)));
+        const V none = zero<V>();
+        const V here_low = interleave_low_u8(here, none);
+        const V next_low = interleave_low_u8(next, none);
+        simd::store(destination,
+                    add_u16(weigh_words(here_low, next_low, first), interleave_low_u8(none, next)));
+        const V here_high = interleave_high_u8(here, none);
+        const V next_high = interleave_high_u8(next, none);
+        simd::store(destination + sizeof(V), add_u16(weigh_words(here_high, next_high, second),
+                                                     interleave_high_u8(none, next)));
     }
 };
 
@@ -279,7 +233,7 @@ inline void run_map(uint8_t *destination, const uint8_t *source, const uint8_t *
     if (pixels < Step::units)
         run_shorter(destination, source, pixels);
     else
-        run(destination, source, pixels, Step(tables), run_shorter);
+        convert_run(destination, source, pixels, Step(tables), run_shorter);
 }
 
 } // namespace

@@ -3,7 +3,9 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/runs.h"
+#include "rows/kernels/row_kernels.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 namespace q32::rows {
 namespace {
@@ -40,6 +42,15 @@ private:
     std::uint32_t value_ = 0;
 };
 
+// Vector `index` of the endless sequence that repeats three lanes.
+template <class V>
+V repeat_three_lanes(const V16 (&period)[3], size_t index) {
+    if constexpr (lanes<V> == 1)
+        return period[index % 3];
+    else
+        return join_lanes<V>(period[2 * index % 3], period[(2 * index + 1) % 3]);
+}
+
 // Three vectors of a repeated pattern: whole pixels of each size, since 48 is a multiple of each.
 template <class V>
 class PatternBlock {
@@ -50,10 +61,10 @@ public:
     explicit PatternBlock(Pattern<bytes_per_pixel> pattern) {
         const int a = pattern.dword(), b = pattern.shifted(4).dword(),
                   c = pattern.shifted(8).dword();
-        const V16 lanes[3] = {_mm_setr_epi32(a, b, c, a), _mm_setr_epi32(b, c, a, b),
-                              _mm_setr_epi32(c, a, b, c)};
+        const V16 period[3] = {_mm_setr_epi32(a, b, c, a), _mm_setr_epi32(b, c, a, b),
+                               _mm_setr_epi32(c, a, b, c)};
         for (size_t i = 0; i < 3; ++i)
-            vectors_[i] = join_lanes<V>(lanes, i);
+            vectors_[i] = repeat_three_lanes<V>(period, i);
     }
 
     void store_all(uint8_t *at) const {
@@ -129,11 +140,11 @@ struct Invert {
     };
 
     Loaded load(const uint8_t *source) const {
-        return {rows::load<V>(source), rows::load<V>(source + sizeof(V))};
+        return {simd::load<V>(source), simd::load<V>(source + sizeof(V))};
     }
     void store(uint8_t *destination, const Loaded &v) const {
-        rows::store(destination, ~v.first);
-        rows::store(destination + sizeof(V), ~v.second);
+        simd::store(destination, ~v.first);
+        simd::store(destination + sizeof(V), ~v.second);
     }
 };
 

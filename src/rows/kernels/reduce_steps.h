@@ -5,10 +5,11 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/interleaving.h"
-#include "rows/kernels/runs.h"
 #include "rows/kernels/scaling_kernels.h"
 #include "rows/kernels/scaling_pixels.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
+#include "simd/walk.h"
 
 #include <array>
 #include <numeric>
@@ -59,7 +60,7 @@ struct ReduceStep {
 
 private:
     struct Plan {
-        alignas(16) uint8_t indices[16];
+        LaneBytes indices;
         bool is_used;
     };
     static constexpr size_t source_of(size_t at) {
@@ -71,7 +72,7 @@ private:
         for (size_t i = 0; i < 16; ++i) {
             const size_t from = source_of(16 * result + i);
             const bool is_here = from / 16 == window;
-            plan.indices[i] = is_here ? uint8_t(from % 16) : 0x80; // or nothing
+            plan.indices.at[i] = is_here ? uint8_t(from % 16) : nothing;
             plan.is_used = plan.is_used || is_here;
         }
         return plan;
@@ -82,12 +83,12 @@ private:
         static constexpr Plan plan = plan_of(result, window);
         if constexpr (plan.is_used) {
             const V part = load_lanes<V>(source + 16 * window, lane_units * source_bytes);
-            sum = sum | shuffle(part, repeat_lane<V>(load_16(plan.indices)));
+            sum = sum | shuffle_u8(part, as_vector<V>(plan.indices));
         }
     }
     template <size_t result, size_t... window>
     static V make(const uint8_t *source, std::index_sequence<window...>) {
-        V sum = V{};
+        V sum = zero<V>();
         (add<result, window>(sum, source), ...);
         return sum;
     }
@@ -108,11 +109,11 @@ inline constexpr bool has_reduce_step = Pixel::bytes != 3 && factor != 3;
 // Every other unit of two vectors.
 template <size_t unit_bytes>
 inline V16 thin_out(V16 a, V16 b) {
-    const auto signed_low_words = [](V16 v) { return _mm_srai_epi32(_mm_slli_epi32(v, 16), 16); };
+    const auto signed_low_words = [](V16 v) { return shift_right_i32<16>(_mm_slli_epi32(v, 16)); };
     if constexpr (unit_bytes == 1)
-        return pack_words(a & repeat_word<V16>(0x00FF), b & repeat_word<V16>(0x00FF));
+        return pack_i16_to_u8_in_order(a & repeat_u16<V16>(0x00FF), b & repeat_u16<V16>(0x00FF));
     else if constexpr (unit_bytes == 2)
-        return _mm_packs_epi32(signed_low_words(a), signed_low_words(b));
+        return pack_i32_to_i16_in_lanes(signed_low_words(a), signed_low_words(b));
     else
         return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), 0x88));
 }
@@ -125,14 +126,14 @@ struct ReduceStep {
 
     Loaded load(const uint8_t *source) const {
         if constexpr (factor == 1) {
-            return rows::load<V>(source);
+            return simd::load<V>(source);
         } else {
             const ReduceStep<V, Pixel, factor / 2> half;
             return thin_out<Pixel::bytes>(half.load(source),
                                           half.load(source + factor / 2 * sizeof(V)));
         }
     }
-    void store(uint8_t *destination, V pixels) const { rows::store(destination, pixels); }
+    void store(uint8_t *destination, V pixels) const { simd::store(destination, pixels); }
 };
 
 #endif
@@ -141,10 +142,10 @@ template <class V, class Pixel, size_t factor>
 inline void reduce_by(uint8_t *destination, const uint8_t *source, size_t groups,
                       RowScaling *shorter) {
     if constexpr (has_reduce_step<Pixel, factor>)
-        run(destination, source, groups, ReduceStep<V, Pixel, factor>{},
-            [=](uint8_t *to, const uint8_t *from, size_t count) {
-                shorter(to, from, factor * count, factor);
-            });
+        convert_run(destination, source, groups, ReduceStep<V, Pixel, factor>{},
+                    [=](uint8_t *to, const uint8_t *from, size_t count) {
+                        shorter(to, from, factor * count, factor);
+                    });
     else
         reduce_in_moves<Pixel>(destination, source, groups, factor);
 }

@@ -1,11 +1,8 @@
 // The chooser: which form of each conversion an instruction set runs. Each table begins as the one
 // below it and replaces what it has a faster form of.
+#include "library/process/kernel_choice.h"
 #include "rows/kernels/scalar.h"
 #include "rows/kernels/wide.h"
-
-#if defined(__SSE3__) || defined(__AVX__)
-#error "Compile this file for the baseline: it runs before the processor has been looked at."
-#endif
 
 namespace q32::rows {
 

@@ -4,26 +4,16 @@
 #include "rows/kernels/runs.h"
 #include "rows/kernels/scalar.h"
 #include "rows/kernels/wide.h"
+#include "simd/byte_table.h"
+
+#include <cstring>
 
 namespace q32::rows {
 namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
 
-struct alignas(64) Bytes {
-    uint8_t at[64];
-
-    V64 vector() const { return load<V64>(at); }
-};
-
-// A vector of bytes that a rule gives for each place.
-template <class Rule>
-constexpr Bytes bytes_by(Rule rule) {
-    Bytes bytes{};
-    for (int i = 0; i < 64; ++i)
-        bytes.at[i] = uint8_t(rule(i));
-    return bytes;
-}
+using Bytes = VectorBytes<V64>;
 
 constexpr int top(Field field) {
     return field.place + field.bits;
@@ -43,20 +33,22 @@ struct SwapRedBlue {
     };
 
     Loaded load(const uint8_t *source) const {
-        return {rows::load<V64>(source), rows::load<V64>(source + 64),
-                rows::load<V64>(source + 128)};
+        return {simd::load<V64>(source), simd::load<V64>(source + 64),
+                simd::load<V64>(source + 128)};
     }
     // The middle vector needs one byte, its second, from the vector before.
     void store(uint8_t *destination, const Loaded &v) const {
-        static constexpr Bytes from_ab = bytes_by([](int i) { return swapped(i); });
-        static constexpr Bytes from_bc = bytes_by([](int i) { return swapped(64 + i) - 64; });
-        static constexpr Bytes last_from_bc = bytes_by([](int i) { return swapped(128 + i) - 64; });
-        static constexpr Bytes from_a = bytes_by([](int) { return swapped(65); });
-        const V64 middle = _mm512_permutex2var_epi8(v.b, from_bc.vector(), v.c);
-        rows::store(destination, _mm512_permutex2var_epi8(v.a, from_ab.vector(), v.b));
-        rows::store(destination + 64,
-                    _mm512_mask_permutexvar_epi8(middle, __mmask64(1) << 1, from_a.vector(), v.a));
-        rows::store(destination + 128, _mm512_permutex2var_epi8(v.b, last_from_bc.vector(), v.c));
+        static constexpr Bytes from_ab = bytes_by<64>([](int i) { return swapped(i); });
+        static constexpr Bytes from_bc = bytes_by<64>([](int i) { return swapped(64 + i) - 64; });
+        static constexpr Bytes last_from_bc =
+            bytes_by<64>([](int i) { return swapped(128 + i) - 64; });
+        static constexpr Bytes from_a = bytes_by<64>([](int) { return swapped(65); });
+        const V64 middle = _mm512_permutex2var_epi8(v.b, as_vector<V64>(from_bc), v.c);
+        simd::store(destination, _mm512_permutex2var_epi8(v.a, as_vector<V64>(from_ab), v.b));
+        simd::store(destination + 64, _mm512_mask_permutexvar_epi8(middle, __mmask64(1) << 1,
+                                                                   as_vector<V64>(from_a), v.a));
+        simd::store(destination + 128,
+                    _mm512_permutex2var_epi8(v.b, as_vector<V64>(last_from_bc), v.c));
     }
 };
 
@@ -72,7 +64,7 @@ struct NarrowToWords {
     };
 
     Loaded load(const uint8_t *source) const {
-        return {rows::load<V64>(source), rows::load<V64>(source + 32)};
+        return {simd::load<V64>(source), simd::load<V64>(source + 32)};
     }
 
     // Byte `at` of the run in the two vectors, of which the second begins at byte 32.
@@ -85,26 +77,25 @@ struct NarrowToWords {
         constexpr int outer_fields = first.mask() | third.mask();
 
         static constexpr Bytes outer =
-            bytes_by([](int i) { return index_of(i / 2 * 3 + (i % 2 == 0 ? 2 : 0)); });
-        static constexpr Bytes inner = bytes_by([](int i) { return index_of(i / 2 * 3 + 1); });
+            bytes_by<64>([](int i) { return index_of(i / 2 * 3 + (i % 2 == 0 ? 2 : 0)); });
+        static constexpr Bytes inner = bytes_by<64>([](int i) { return index_of(i / 2 * 3 + 1); });
         // The bit that becomes the lowest of byte i, counted from the start of its eight bytes.
-        static constexpr Bytes outer_shifts = bytes_by([](int i) {
+        static constexpr Bytes outer_shifts = bytes_by<64>([](int i) {
             const int word = i % 8 / 2 * 16;
             return (i % 2 == 0 ? word + 8 - top(third) : word + 8 + 16 - top(first)) & 63;
         });
-        static constexpr Bytes inner_shifts = bytes_by([](int i) {
+        static constexpr Bytes inner_shifts = bytes_by<64>([](int i) {
             const int word = i % 8 / 2 * 16;
             return (word + 8 - top(second) + (i % 2 == 0 ? 0 : 8)) & 63;
         });
 
-        const V64 blue_red = _mm512_permutex2var_epi8(v.from_0, outer.vector(), v.from_32);
+        const V64 blue_red = _mm512_permutex2var_epi8(v.from_0, as_vector<V64>(outer), v.from_32);
         const V64 green =
-            _mm512_maskz_permutex2var_epi8(low_bytes, v.from_0, inner.vector(), v.from_32);
-        const V64 outer_bits = _mm512_multishift_epi64_epi8(outer_shifts.vector(), blue_red);
-        const V64 inner_bits = _mm512_multishift_epi64_epi8(inner_shifts.vector(), green);
-        constexpr int choose_by_mask = 0xCA;
-        rows::store(destination, _mm512_ternarylogic_epi64(_mm512_set1_epi16(short(outer_fields)),
-                                                           outer_bits, inner_bits, choose_by_mask));
+            _mm512_maskz_permutex2var_epi8(low_bytes, v.from_0, as_vector<V64>(inner), v.from_32);
+        const V64 outer_bits = _mm512_multishift_epi64_epi8(as_vector<V64>(outer_shifts), blue_red);
+        const V64 inner_bits = _mm512_multishift_epi64_epi8(as_vector<V64>(inner_shifts), green);
+        simd::store(destination,
+                    select_bits(repeat_u16<V64>(outer_fields), outer_bits, inner_bits));
     }
 };
 
@@ -124,9 +115,9 @@ struct WidenWords {
     static constexpr int first_pixel(int i) { return i == 0 ? 0 : i == 1 ? 21 : 32; }
 
     Loaded load(const uint8_t *source) const {
-        return {{rows::load<V64>(source + 2 * first_pixel(0)),
-                 rows::load<V64>(source + 2 * first_pixel(1)),
-                 rows::load<V64>(source + 2 * first_pixel(2))}};
+        return {{simd::load<V64>(source + 2 * first_pixel(0)),
+                 simd::load<V64>(source + 2 * first_pixel(1)),
+                 simd::load<V64>(source + 2 * first_pixel(2))}};
     }
     void store(uint8_t *destination, const Loaded &loaded) const {
         store_vector<0>(destination, loaded.v[0]);
@@ -143,21 +134,21 @@ struct WidenWords {
     static void store_vector(uint8_t *destination, V64 v) {
         // Byte i of this vector is byte 64 x index + i of the step; `eight` is the first of its
         // eight bytes.
-        static constexpr Bytes words = bytes_by([](int i) {
+        static constexpr Bytes words = bytes_by<64>([](int i) {
             const int eight = 64 * index + i / 8 * 8;
             const int word = eight / 3 + i % 8 / 2 - first_pixel(index);
             return 2 * (word < 32 ? word : 31) + i % 2;
         });
-        static constexpr Bytes shifts = bytes_by([](int i) {
+        static constexpr Bytes shifts = bytes_by<64>([](int i) {
             const int eight = 64 * index + i / 8 * 8, byte = 64 * index + i;
             return (16 * (byte / 3 - eight / 3) + top(field_of(byte)) - 8) & 63;
         });
         static constexpr Bytes ones =
-            bytes_by([](int i) { return 0xFF >> field_of(64 * index + i).bits; });
+            bytes_by<64>([](int i) { return 0xFF >> field_of(64 * index + i).bits; });
 
-        const V64 four_words = _mm512_permutexvar_epi8(words.vector(), v);
-        const V64 fields = _mm512_multishift_epi64_epi8(shifts.vector(), four_words);
-        rows::store(destination, fields | ones.vector());
+        const V64 four_words = permute_u8(v, as_vector<V64>(words));
+        const V64 fields = _mm512_multishift_epi64_epi8(as_vector<V64>(shifts), four_words);
+        simd::store(destination, fields | as_vector<V64>(ones));
     }
 };
 
@@ -167,15 +158,15 @@ struct BitToByte {
     static constexpr size_t units = 8, source_bytes = 1, destination_bytes = 8;
     using Loaded = V64; // the eight bytes, over and over
 
-    explicit BitToByte(uint8_t value) : set(repeat_byte<V64>(value)) {}
+    explicit BitToByte(uint8_t value) : set(repeat_u8<V64>(value)) {}
 
     Loaded load(const uint8_t *source) const { return _mm512_broadcastq_epi64(load_8(source)); }
     void store(uint8_t *destination, Loaded groups) const {
-        static constexpr Bytes group_of_pixel = bytes_by([](int i) { return i / 8; });
-        static constexpr Bytes bit_of_pixel = bytes_by([](int i) { return 0x80 >> i % 8; });
-        const V64 spread = _mm512_shuffle_epi8(groups, group_of_pixel.vector());
-        const __mmask64 pixels = _mm512_test_epi8_mask(spread, bit_of_pixel.vector());
-        rows::store(destination, _mm512_maskz_mov_epi8(pixels, set));
+        static constexpr Bytes group_of_pixel = bytes_by<64>([](int i) { return i / 8; });
+        static constexpr Bytes bit_of_pixel = bytes_by<64>([](int i) { return 0x80 >> i % 8; });
+        const V64 spread = shuffle_u8(groups, as_vector<V64>(group_of_pixel));
+        const __mmask64 pixels = _mm512_test_epi8_mask(spread, as_vector<V64>(bit_of_pixel));
+        simd::store(destination, _mm512_maskz_mov_epi8(pixels, set));
     }
 
     V64 set;
@@ -186,12 +177,12 @@ struct ByteToBit {
     static constexpr size_t units = 8, source_bytes = 8, destination_bytes = 1;
     using Loaded = V64;
 
-    explicit ByteToBit(uint8_t value) : threshold(repeat_byte<V64>(value)) {}
+    explicit ByteToBit(uint8_t value) : threshold(repeat_u8<V64>(value)) {}
 
-    Loaded load(const uint8_t *source) const { return rows::load<V64>(source); }
+    Loaded load(const uint8_t *source) const { return simd::load<V64>(source); }
     void store(uint8_t *destination, Loaded pixels) const {
-        static constexpr Bytes backwards = bytes_by([](int i) { return i % 16 ^ 7; });
-        const V64 reversed = _mm512_shuffle_epi8(pixels, backwards.vector());
+        static constexpr Bytes backwards = bytes_by<64>([](int i) { return i % 16 ^ 7; });
+        const V64 reversed = shuffle_u8(pixels, as_vector<V64>(backwards));
         const __mmask64 above = _mm512_cmpgt_epu8_mask(reversed, threshold);
         std::memcpy(destination, &above, sizeof above);
     }
@@ -204,31 +195,31 @@ struct ByteToBit {
 // --- entries ------------------------------------------------------------------------------------
 
 void bit_to_byte_avx512(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<BitToByte>(destination, source, pixels, value, bit_to_byte_avx2, bit_to_byte);
+    convert_bits<BitToByte>(destination, source, pixels, value, bit_to_byte_avx2, bit_to_byte);
 }
 
 void byte_to_bit_avx512(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit_avx2, byte_to_bit);
+    convert_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit_avx2, byte_to_bit);
 }
 
 void rgb888_to_555_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555_avx2);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555_avx2);
 }
 
 void rgb888_to_565_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565_avx2);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565_avx2);
 }
 
 void rgb555_to_888_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888_avx2);
+    convert_run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888_avx2);
 }
 
 void rgb565_to_888_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888_avx2);
+    convert_run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888_avx2);
 }
 
 void swap_red_blue_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, SwapRedBlue{}, swap_red_blue_avx2);
+    convert_run(destination, source, pixels, SwapRedBlue{}, swap_red_blue_avx2);
 }
 
 } // namespace q32::rows

@@ -1,20 +1,16 @@
 // Row conversions for the baseline, 16 bytes at a time and without a byte shuffle: bytes move by
 // shifts of whole vectors and by interleaving.
 #include "rows/kernels/plain_steps.h"
+#include "rows/kernels/runs.h"
 #include "rows/kernels/scalar.h"
 #include "rows/kernels/wide.h"
 #include "rows/kernels/widen_words.h"
+#include "simd/byte_table.h"
 
 namespace q32::rows {
 namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
-
-struct alignas(16) Mask {
-    uint8_t at[16];
-
-    V16 vector() const { return load_16(at); }
-};
 
 // Bytes begin to begin + 15 of the 32 bytes of two neighbours.
 template <int begin>
@@ -25,20 +21,17 @@ V16 window(V16 low, V16 high) {
 // --- first and third byte swapped ---------------------------------------------------------------
 
 // The bytes of a vector that are byte `channel` of their pixel, in vector `index` of three.
-constexpr Mask channel_mask(int index, int channel) {
-    Mask mask{};
-    for (int i = 0; i < 16; ++i)
-        mask.at[i] = (16 * index + i) % 3 == channel ? 0xFF : 0;
-    return mask;
+constexpr LaneBytes channel_mask(int index, int channel) {
+    return lane_by([=](int i) { return (16 * index + i) % 3 == channel ? 0xFF : 0; });
 }
 
 // Every first byte comes from two bytes further on, every third one from two bytes back.
 template <int index>
 V16 swap_in_window(V16 before, V16 here, V16 after) {
-    static constexpr Mask first = channel_mask(index, 0), second = channel_mask(index, 1),
-                          third = channel_mask(index, 2);
-    return (window<2>(here, after) & first.vector()) | (here & second.vector()) |
-           (window<14>(before, here) & third.vector());
+    static constexpr LaneBytes first = channel_mask(index, 0), second = channel_mask(index, 1),
+                               third = channel_mask(index, 2);
+    return (window<2>(here, after) & as_vector<V16>(first)) | (here & as_vector<V16>(second)) |
+           (window<14>(before, here) & as_vector<V16>(third));
 }
 
 struct SwapRedBlue {
@@ -51,7 +44,7 @@ struct SwapRedBlue {
         return {load_16(source), load_16(source + 16), load_16(source + 32)};
     }
     void store(uint8_t *destination, const Loaded &v) const {
-        const V16 none = _mm_setzero_si128();
+        const V16 none = zero<V16>();
         store_16(destination, swap_in_window<0>(none, v.a, v.b));
         store_16(destination + 16, swap_in_window<1>(v.a, v.b, v.c));
         store_16(destination + 32, swap_in_window<2>(v.b, v.c, none));
@@ -62,9 +55,9 @@ struct SwapRedBlue {
 
 // Twelve bytes to four double words; their fourth bytes mean nothing.
 V16 spread_pixels(V16 v) {
-    const V16 first_two = _mm_unpacklo_epi32(v, _mm_srli_si128(v, 3));
-    const V16 last_two = _mm_unpacklo_epi32(_mm_srli_si128(v, 6), _mm_srli_si128(v, 9));
-    return _mm_unpacklo_epi64(first_two, last_two);
+    const V16 first_two = interleave_low_u32(v, _mm_srli_si128(v, 3));
+    const V16 last_two = interleave_low_u32(_mm_srli_si128(v, 6), _mm_srli_si128(v, 9));
+    return interleave_low_u64(first_two, last_two);
 }
 
 // Four pixels as double words, each with its word in the low half and the word's top bit above it,
@@ -74,10 +67,10 @@ V16 narrow_four(V16 pixels) {
     constexpr auto top = [](Field field) { return field.place + field.bits; };
     constexpr Field first = Format::first, second = Format::second, third = Format::third;
     const V16 v = spread_pixels(pixels);
-    const V16 words = (_mm_slli_epi32(v, top(first) - 8) & _mm_set1_epi32(first.mask())) |
-                      (_mm_srli_epi32(v, 16 - top(second)) & _mm_set1_epi32(second.mask())) |
-                      (_mm_srli_epi32(v, 24 - top(third)) & _mm_set1_epi32(third.mask()));
-    return _mm_srai_epi32(_mm_slli_epi32(words, 16), 16);
+    const V16 words = (_mm_slli_epi32(v, top(first) - 8) & repeat_u32<V16>(first.mask())) |
+                      (_mm_srli_epi32(v, 16 - top(second)) & repeat_u32<V16>(second.mask())) |
+                      (_mm_srli_epi32(v, 24 - top(third)) & repeat_u32<V16>(third.mask()));
+    return shift_right_i32<16>(_mm_slli_epi32(words, 16));
 }
 
 template <class Format>
@@ -91,8 +84,8 @@ struct NarrowToWords {
         const V16 second = narrow_four<Format>(window<12>(v.a, v.b));
         const V16 third = narrow_four<Format>(window<8>(v.b, v.c));
         const V16 fourth = narrow_four<Format>(_mm_srli_si128(v.c, 4));
-        store_16(destination, _mm_packs_epi32(first, second));
-        store_16(destination + 16, _mm_packs_epi32(third, fourth));
+        store_16(destination, pack_i32_to_i16_in_lanes(first, second));
+        store_16(destination + 16, pack_i32_to_i16_in_lanes(third, fourth));
     }
 };
 
@@ -129,17 +122,17 @@ struct WidenWords {
 // --- bits and bytes -----------------------------------------------------------------------------
 
 // Pixel i of a group of eight is bit 7 - i.
-constexpr Mask bit_of_pixel{128, 64, 32, 16, 8, 4, 2, 1, 128, 64, 32, 16, 8, 4, 2, 1};
+constexpr LaneBytes bit_of_pixel{128, 64, 32, 16, 8, 4, 2, 1, 128, 64, 32, 16, 8, 4, 2, 1};
 
 struct BitToByte {
     static constexpr size_t units = 8, source_bytes = 1, destination_bytes = 8;
     using Loaded = V16;
 
-    explicit BitToByte(uint8_t value) : set(repeat_byte<V16>(value)) {}
+    explicit BitToByte(uint8_t value) : set(repeat_u8<V16>(value)) {}
 
     Loaded load(const uint8_t *source) const { return load_8(source); }
     void store(uint8_t *destination, Loaded groups) const {
-        const V16 twice = _mm_unpacklo_epi8(groups, groups);
+        const V16 twice = interleave_low_u8(groups, groups);
         const V16 low = _mm_unpacklo_epi16(twice, twice), high = _mm_unpackhi_epi16(twice, twice);
         store_pixels(destination, _mm_shuffle_epi32(low, _MM_SHUFFLE(1, 1, 0, 0)));
         store_pixels(destination + 16, _mm_shuffle_epi32(low, _MM_SHUFFLE(3, 3, 2, 2)));
@@ -147,8 +140,8 @@ struct BitToByte {
         store_pixels(destination + 48, _mm_shuffle_epi32(high, _MM_SHUFFLE(3, 3, 2, 2)));
     }
     void store_pixels(uint8_t *destination, V16 spread) const {
-        const V16 bits = bit_of_pixel.vector();
-        store_16(destination, equal_bytes(spread & bits, bits) & set);
+        const V16 bits = as_vector<V16>(bit_of_pixel);
+        store_16(destination, equal_u8(spread & bits, bits) & set);
     }
 
     V16 set;
@@ -161,22 +154,21 @@ struct ByteToBit {
         V16 v[4];
     };
 
-    explicit ByteToBit(uint8_t value) : threshold(repeat_byte<V16>(value)) {}
+    explicit ByteToBit(uint8_t value) : threshold(repeat_u8<V16>(value)) {}
 
     Loaded load(const uint8_t *source) const {
         return {load_16(source), load_16(source + 16), load_16(source + 32), load_16(source + 48)};
     }
     void store(uint8_t *destination, const Loaded &loaded) const {
-        const V16 first = _mm_packs_epi32(sums(loaded.v[0]), sums(loaded.v[1]));
-        const V16 second = _mm_packs_epi32(sums(loaded.v[2]), sums(loaded.v[3]));
-        const V16 words = _mm_packs_epi32(first, second);
-        _mm_storel_epi64(reinterpret_cast<V16 *>(destination), _mm_packus_epi16(words, words));
+        const V16 first = pack_i32_to_i16_in_lanes(sums(loaded.v[0]), sums(loaded.v[1]));
+        const V16 second = pack_i32_to_i16_in_lanes(sums(loaded.v[2]), sums(loaded.v[3]));
+        const V16 words = pack_i32_to_i16_in_lanes(first, second);
+        store_8(destination, pack_i16_to_u8_in_lanes(words, words));
     }
     // The two bytes of sixteen pixels, each in half a vector.
     V16 sums(V16 pixels) const {
-        const V16 not_above = equal_bytes(min_bytes(pixels, threshold), pixels);
-        return _mm_sad_epu8(_mm_andnot_si128(not_above, bit_of_pixel.vector()),
-                            _mm_setzero_si128());
+        const V16 not_above = equal_u8(min_u8(pixels, threshold), pixels);
+        return _mm_sad_epu8(without(not_above, as_vector<V16>(bit_of_pixel)), _mm_setzero_si128());
     }
 
     V16 threshold;
@@ -207,35 +199,35 @@ void exchange_sse2(uint8_t *a, uint8_t *b, size_t bytes) {
 }
 
 void invert_sse2(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    run(destination, source, bytes, Invert<V16>{}, invert);
+    convert_run(destination, source, bytes, Invert<V16>{}, invert);
 }
 
 void bit_to_byte_sse2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<BitToByte>(destination, source, pixels, value, bit_to_byte, bit_to_byte);
+    convert_bits<BitToByte>(destination, source, pixels, value, bit_to_byte, bit_to_byte);
 }
 
 void byte_to_bit_sse2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    run_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit, byte_to_bit);
+    convert_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit, byte_to_bit);
 }
 
 void rgb888_to_555_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555);
 }
 
 void rgb888_to_565_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565);
+    convert_run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565);
 }
 
 void rgb555_to_888_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888);
+    convert_run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888);
 }
 
 void rgb565_to_888_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888);
+    convert_run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888);
 }
 
 void swap_red_blue_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    run(destination, source, pixels, SwapRedBlue{}, swap_red_blue);
+    convert_run(destination, source, pixels, SwapRedBlue{}, swap_red_blue);
 }
 
 } // namespace q32::rows

@@ -1,4 +1,5 @@
-// Scaling by whole factors for AVX2, 32 bytes at a time, and 16 in rows that are shorter.
+// Scaling by whole factors for AVX2, 32 bytes at a time, and 16 in rows that are shorter
+// (simd/walk.h says why).
 #include "rows/kernels/scaling_table.h"
 #include "rows/kernels/scaling_wide.h"
 #include "rows/kernels/wide.h"
@@ -6,8 +7,6 @@
 namespace q32::rows {
 namespace {
 
-// Not the forms for SSE4.1: 32-bit programs on some processors run instructions of that encoding
-// at a quarter of their speed once the upper halves of registers have been used.
 using Shorter = WideScaling<V16, scalar_scaling_kernels, bit_to_byte_avx2>;
 constexpr ScalingKernels shorter_scaling_kernels = scaling_table<Shorter, Shorter>();
 

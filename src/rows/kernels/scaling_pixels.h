@@ -3,7 +3,7 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/vectors.h"
+#include "simd/operations.h"
 
 namespace q32::rows {
 namespace {

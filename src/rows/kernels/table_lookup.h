@@ -4,7 +4,7 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/vectors.h"
+#include "simd/operations.h"
 
 namespace q32::rows {
 namespace {
@@ -23,7 +23,7 @@ public:
     explicit TableLookup(const uint8_t *table) : table_(table) {}
 
     V32 operator()(V32 bytes) const {
-        const V32 places = bytes & repeat_byte<V32>(0x7F); // the shuffle wants bit 7 clear
+        const V32 places = bytes & repeat_u8<V32>(0x7F); // the shuffle wants bit 7 clear
         return look_up<0, 16>(bytes, places);
     }
 
@@ -32,13 +32,13 @@ private:
     template <int first, int rows>
     V32 look_up(V32 bytes, V32 places) const {
         if constexpr (rows == 1) {
-            return shuffle(repeat_lane<V32>(load_16(table_ + 16 * first)), places);
+            return shuffle_u8(repeat_lane<V32>(load_16(table_ + 16 * first)), places);
         } else {
             constexpr int half = rows / 2;
             constexpr int bit_up = half == 8 ? 0 : half == 4 ? 1 : half == 2 ? 2 : 3;
             const V32 lower = look_up<first, half>(bytes, places);
             const V32 upper = look_up<first + half, half>(bytes, places);
-            return _mm256_blendv_epi8(lower, upper, words_up<bit_up>(bytes));
+            return select_by_top_bits_u8(shift_left_u16<bit_up>(bytes), upper, lower);
         }
     }
 
@@ -62,7 +62,7 @@ public:
     V64 operator()(V64 indices) const {
         const V64 low = _mm512_permutex2var_epi8(quarters_[0], indices, quarters_[1]);
         const V64 high = _mm512_permutex2var_epi8(quarters_[2], indices, quarters_[3]);
-        return _mm512_mask_blend_epi8(_mm512_movepi8_mask(indices), low, high);
+        return select_by_top_bits_u8(indices, high, low);
     }
 
 private:

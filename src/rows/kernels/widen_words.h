@@ -4,7 +4,7 @@
 #pragma once
 
 #include "rows/kernels/formats.h"
-#include "rows/kernels/vectors.h"
+#include "simd/operations.h"
 
 namespace q32::rows {
 namespace {
@@ -13,9 +13,9 @@ namespace {
 template <int count, class V>
 inline V shift_words(V v) {
     if constexpr (count >= 0)
-        return words_up<count>(v);
+        return shift_left_u16<count>(v);
     else
-        return words_down<-count>(v);
+        return shift_right_u16<-count>(v);
 }
 
 // Pixels as double words: first, second, third channel, and a byte that means nothing. The words of
@@ -34,12 +34,11 @@ inline WidePixels<V> widen_words(V words) {
     constexpr Field first = Format::first, second = Format::second, third = Format::third;
 
     const V red = shift_words<8 - top(first)>(words);
-    const V green = shift_words<16 - top(second)>(words) & repeat_word<V>(0xFF00);
+    const V green = shift_words<16 - top(second)>(words) & repeat_u16<V>(0xFF00);
     const V blue = shift_words<8 - top(third)>(words);
-    const V red_green = red | green | repeat_word<V>(ones(first) | ones(second) << 8);
-    const V blue_rest = blue | repeat_word<V>(ones(third));
-    return {interleave_low_words(red_green, blue_rest),
-            interleave_high_words(red_green, blue_rest)};
+    const V red_green = red | green | repeat_u16<V>(ones(first) | ones(second) << 8);
+    const V blue_rest = blue | repeat_u16<V>(ones(third));
+    return {interleave_low_u16(red_green, blue_rest), interleave_high_u16(red_green, blue_rest)};
 }
 
 } // namespace

@@ -1,0 +1,82 @@
+// How a run is walked in steps of several vectors: the one place that knows about ends. Which step,
+// and what it makes of its pixels, is the kernels' part.
+//
+// Private to the file that includes it, as vectors.h.
+#pragma once
+
+#include "simd/vectors.h"
+
+namespace q32 {
+inline namespace simd {
+namespace {
+
+// Walks a run of at least one step. The last step is moved back so that it ends with the run; what
+// it covers twice comes out the same, because it is taken out of memory before anything is stored:
+// that also keeps runs in place right. The step is a copy, so that stores of bytes cannot be taken
+// to change it.
+//
+// A step has
+//   units            how many units (pixels, samples, groups of eight for bits) it makes
+//   make(at)         makes those from unit `at` on
+//   held(at)         what they are made of, or their results
+//   make(at, held)   the same out of that
+template <class Step>
+inline void walk(size_t units, const Step step) {
+    const size_t last = units - Step::units;
+    const auto last_held = step.held(last);
+    for (size_t at = 0; at < last; at += Step::units)
+        step.make(at);
+    step.make(last, last_held);
+}
+
+// A step of a conversion from one run to another, which has
+//   units
+//   source_bytes, destination_bytes of one unit
+//   Loaded load(source), store(destination, Loaded)
+template <class Conversion>
+struct ConversionStep {
+    static constexpr size_t units = Conversion::units;
+
+    uint8_t *destination;
+    const uint8_t *source;
+    const Conversion &conversion;
+
+    typename Conversion::Loaded held(size_t at) const {
+        return conversion.load(source + at * Conversion::source_bytes);
+    }
+    void make(size_t at, const typename Conversion::Loaded &loaded) const {
+        conversion.store(destination + at * Conversion::destination_bytes, loaded);
+    }
+    void make(size_t at) const { make(at, held(at)); }
+};
+
+// A run that is shorter than a step goes to the shorter form.
+template <class Conversion, class Shorter>
+inline void convert_run(uint8_t *destination, const uint8_t *source, size_t units,
+                        const Conversion &conversion, Shorter shorter) {
+    if (units < Conversion::units)
+        shorter(destination, source, units);
+    else
+        walk(units, ConversionStep<Conversion>{destination, source, conversion});
+}
+
+#ifdef __AVX2__
+
+// The rule for all tables of AVX2: runs that are too short for 32 bytes are made 16 bytes at a time
+// by forms of the same file, never by those for SSE2 or SSE4.1. 32-bit programs on some processors
+// run instructions of that encoding at a quarter of their speed once the upper halves of registers
+// have been used, whatever has cleared them since.
+template <template <class> class ConversionOf, class Shorter, class... Arguments>
+inline void convert_run_avx2(uint8_t *destination, const uint8_t *source, size_t units,
+                             Shorter shorter, const Arguments &...arguments) {
+    convert_run(destination, source, units, ConversionOf<V32>(arguments...),
+                [&](uint8_t *to, const uint8_t *from, size_t count) {
+                    convert_run(to, from, count, ConversionOf<V16>(arguments...), shorter);
+                });
+}
+
+#endif
+
+} // namespace
+} // namespace simd
+} // namespace q32
