@@ -33,7 +33,8 @@ void check_is_readable_file(const std::string &path, const std::wstring &native)
         throw Failure(path, "the file is empty");
 }
 
-// Where nothing can be made, the system may say that nothing is there.
+// Where no file can be made, the system may say that none was found. That would mislead, and is
+// left out.
 Failure creation_failure(const std::string &path, DWORD error) {
     const bool tells_why = error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
     return {path,

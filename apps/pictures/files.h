@@ -1,7 +1,7 @@
 // Files by the names that users give them: whether one can be read, and the words for what fails.
 #pragma once
 
-#include "failure.h"
+#include "exceptions.h"
 
 #include <windows.h>
 
@@ -9,8 +9,8 @@
 
 namespace apps {
 
-// An absolute Unix path, as shells under Wine hand them over, as a Windows path; all other names
-// as they are.
+// The Windows path of an absolute Unix path, which shells under Wine hand over; other names stay as
+// they are.
 std::string native_path(const std::string &path);
 
 // path: as the user gave it, for messages. Throws Failure for what is no file, or an empty one.

@@ -1,7 +1,7 @@
 // What the library said of its last failure, in words with their numbers.
 #pragma once
 
-#include "failure.h"
+#include "exceptions.h"
 
 #include <string>
 

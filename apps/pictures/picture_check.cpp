@@ -1,7 +1,7 @@
 // Walks through the structure of PNG, JPEG, GIF, BMP and TIFF files without decoding a pixel.
 #include "picture_check.h"
 
-#include "failure.h"
+#include "exceptions.h"
 #include "wic.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Decoders, pixel format conversion and transparency.
 #include "picture_reader.h"
 
-#include "failure.h"
+#include "exceptions.h"
 #include "files.h"
 #include "picture_check.h"
 #include "text.h"
@@ -64,7 +64,7 @@ PictureReader::PictureReader(const std::string &path) : path_(path) {
     ComPtr<IWICBitmapDecoder> decoder;
     const HRESULT opened = wic_factory()->CreateDecoderFromFilename(
         native.c_str(), nullptr, GENERIC_READ, WICDecodeMetadataCacheOnDemand, decoder.out());
-    // A cut-off file is called so whatever its decoder says of it, if that says anything.
+    // A file that is cut off is reported as such, whether its decoder finds fault with it or not.
     const bool cut_off = check_completeness(native, path) == Completeness::cut_off;
     if (cut_off)
         throw Failure(path, "the picture is cut off: the file ends too early",

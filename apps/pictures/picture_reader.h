@@ -2,6 +2,7 @@
 // Where the pixels go is the caller's business.
 #pragma once
 
+#include "areas.h"
 #include "wic.h"
 
 #include <cstdint>
@@ -14,6 +15,7 @@ public:
     // Opens the file, its first picture and checks that nothing of it is missing. Throws Failure.
     explicit PictureReader(const std::string &path);
 
+    Size size() const { return {width_, height_}; }
     int width() const { return width_; }                  // pixels
     int height() const { return height_; }                // pixels
     const std::string &format() const { return format_; } // "PNG"

@@ -1,7 +1,7 @@
 // Encoders, pixel formats and palettes of the output, and the unfinished file.
 #include "picture_writer.h"
 
-#include "failure.h"
+#include "exceptions.h"
 #include "files.h"
 #include "picture_check.h"
 #include "text.h"

@@ -1,7 +1,7 @@
 // Conversions between UTF-8 and UTF-16, and the standard streams.
 #include "text.h"
 
-#include "failure.h"
+#include "exceptions.h"
 
 #include <windows.h>
 

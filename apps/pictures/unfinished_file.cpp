@@ -1,4 +1,4 @@
-// The name beside the final one, and who takes the file away.
+// The name that the file has meanwhile, and who removes it.
 #include "unfinished_file.h"
 
 #include <windows.h>

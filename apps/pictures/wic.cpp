@@ -3,7 +3,7 @@
 
 #include "wic.h"
 
-#include "failure.h"
+#include "exceptions.h"
 #include "text.h"
 
 #include <cstdio>

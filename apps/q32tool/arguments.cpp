@@ -1,7 +1,7 @@
 // Reading of command lines and the text of their help, both from the commands' tables.
 #include "arguments.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
 

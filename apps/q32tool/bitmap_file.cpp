@@ -2,7 +2,7 @@
 // table, while a file may have a gap there.
 #include "bitmap_file.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
 #include "timings.h"
@@ -93,7 +93,8 @@ BitmapFile::~BitmapFile() {
         buf32Free(buffer_);
 }
 
-// What a damaged header names beyond the file ends with the file: then the library refuses it.
+// A damaged header may name more than the file has. All is cut to the file, and the library refuses
+// the bitmap.
 void BitmapFile::find_parts() {
     table_end_ = static_cast<size_t>(std::min<uint64_t>(header_.table_end(), file_.size()));
     pixels_begin_ = std::clamp<size_t>(header_.pixels_begin, table_end_, file_.size());
@@ -133,8 +134,8 @@ std::string BitmapFile::layout() const {
            (rest == 0 ? "" : ", " + counted(rest, "byte") + " behind them");
 }
 
-// Of the block only the rows' pixels are taken: the library gives no word for the bytes that fill
-// rows up, and changes nothing else.
+// Takes over the pixels of the rows only. All else is as it was in the file, save the bytes that
+// pad rows: for those the library gives no word.
 std::vector<uint8_t> BitmapFile::close() {
     const Timed timed(Part::library);
     HGLOBAL handle = nullptr;

@@ -1,7 +1,7 @@
 // The lines and their words.
 #include "buffer_facts.h"
 
-#include "areas.h"
+#include "area_options.h"
 
 #include <cstdio>
 
@@ -21,7 +21,7 @@ std::string buffer_facts(const BUF32INFO &info) {
            fact("cells", std::to_string(info.cell_columns) + " x " +
                              std::to_string(info.cell_rows) + " = " +
                              std::to_string(info.cell_count)) +
-           fact("cell size", size_in_words(info.cell_width, info.cell_height) + ", " +
+           fact("cell size", size_in_words({info.cell_width, info.cell_height}) + ", " +
                                  std::to_string(info.cell_bytes) + " bytes") +
            fact("last column", std::to_string(info.last_column_width) + " pixels wide") +
            fact("last row", std::to_string(info.last_row_height) + " pixels high");

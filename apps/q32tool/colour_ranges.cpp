@@ -1,7 +1,7 @@
 // Parsing of colour ranges.
 #include "colour_ranges.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "colours.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 // Parsing of colours.
 #include "colours.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 
 #include <charconv>

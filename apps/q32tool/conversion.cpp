@@ -1,7 +1,7 @@
 // The options, and the loop over the rows.
 #include "conversion.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "progress.h"
 #include "timings.h"
 
@@ -36,9 +36,9 @@ void invert_bytes(uint8_t *row, int bytes) {
     mem32ByteInvert(nullptr, row, bytes);
 }
 
-// Puts one 24-bit row into the target. Inverting comes where it makes exactly the complement of
-// what would be there without it: 16-bit words lose low bits only, so before them; grey and single
-// bits are rounded, so after them.
+// Puts one 24-bit row into the target. An inverted row is exactly the complement of the one that is
+// not inverted. So it is inverted before it becomes 16-bit words, which only lose low bits, but
+// after it became grey or single bits, which are rounded.
 void put_row(std::vector<uint8_t> &rgb, std::vector<uint8_t> &scratch, Image &target, int y,
              const Conversion &conversion) {
     const int width = target.width();
@@ -117,7 +117,7 @@ void convert(Image &image, const Conversion &conversion, uint32_t buffer_type) {
             convert_rows(image, image, conversion);
         return;
     }
-    Image target(conversion.format, image.width(), image.height(), buffer_type, image.named());
+    Image target(conversion.format, image.size(), buffer_type, image.named());
     convert_rows(image, target, conversion);
     image = std::move(target);
 }

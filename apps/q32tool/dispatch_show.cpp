@@ -2,8 +2,9 @@
 // next, and the order of it all is what the picture shows.
 #include "dispatch_show.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
+#include "geometry/system_rect.h"
 
 #include <q32base/queues.h>
 
@@ -17,38 +18,30 @@ namespace {
 constexpr int rings = 12;
 constexpr uint32_t tiles_client = 1, bands_client = 2, rings_client = 3, hurried_client = 4;
 
-RECT as_rect(const Area &area) {
-    return {area.x, area.y, area.x + area.width, area.y + area.height};
-}
-
-Area as_area(const RECT &rect) {
-    return {int(rect.left), int(rect.top), int(rect.right - rect.left),
-            int(rect.bottom - rect.top)};
-}
+using q32::as_area;
+using q32::as_rect;
 
 Area inset(const Area &area, int left_and_right, int top_and_bottom) {
-    return {area.x + left_and_right, area.y + top_and_bottom, area.width - 2 * left_and_right,
-            area.height - 2 * top_and_bottom};
+    return {area.left + left_and_right, area.top + top_and_bottom, area.right - left_and_right,
+            area.bottom - top_and_bottom};
 }
 
 // What lies in the outer rectangle and not in the inner one: above, below, left and right of it.
-std::vector<Area> frame_between(const Area &outer, const Area &inner) {
-    const int above = inner.y - outer.y, left = inner.x - outer.x;
-    const int below = outer.height - above - inner.height, right = outer.width - left - inner.width;
-    return {{outer.x, outer.y, outer.width, above},
-            {outer.x, inner.y + inner.height, outer.width, below},
-            {outer.x, inner.y, left, inner.height},
-            {inner.x + inner.width, inner.y, right, inner.height}};
+std::vector<Area> ring_between(const Area &outer, const Area &inner) {
+    return {{outer.left, outer.top, outer.right, inner.top},
+            {outer.left, inner.bottom, outer.right, outer.bottom},
+            {outer.left, inner.top, inner.left, inner.bottom},
+            {inner.right, inner.top, outer.right, inner.bottom}};
 }
 
 // Step 0 is the outermost of a client's rings, the last one fills what is left.
 std::vector<Area> ring(const Area &area, int number) {
     const auto inside = [&area](int steps) {
-        return inset(area, area.width * steps / (2 * rings), area.height * steps / (2 * rings));
+        return inset(area, area.width() * steps / (2 * rings), area.height() * steps / (2 * rings));
     };
     if (number == rings - 1)
         return {inside(number)};
-    return frame_between(inside(number), inside(number + 1));
+    return ring_between(inside(number), inside(number + 1));
 }
 
 // What a callback reaches through its user value.
@@ -105,21 +98,21 @@ private:
 };
 
 Area half(const Area &area, int which) {
-    const int first = area.height / 2;
-    return which == 0 ? Area{area.x, area.y, area.width, first}
-                      : Area{area.x, area.y + first, area.width, area.height - first};
+    const int middle = area.top + area.height() / 2;
+    return which == 0 ? Area{area.left, area.top, area.right, middle}
+                      : Area{area.left, middle, area.right, area.bottom};
 }
 
 } // namespace
 
-DispatchShow::DispatchShow(int width, int height, int side) : side_(side) {
-    const int left = width / 2, top = height / 2;
+DispatchShow::DispatchShow(Size size, int side) : side_(side) {
+    const int column = size.width / 2, row = size.height / 2;
     const std::string tile = std::to_string(side) + " x " + std::to_string(side);
     clients_ = {
-        {"two jobs of tiles, " + tile + ", added first", {0, 0, left, top}},
-        {"bands " + std::to_string(side) + " high, first service", {left, 0, width - left, top}},
-        {std::to_string(rings) + " numbered steps", {0, top, left, height - top}},
-        {"tiles, " + tile + ", waited for", {left, top, width - left, height - top}}};
+        {"two jobs of tiles, " + tile + ", added first", {0, 0, column, row}},
+        {"bands " + std::to_string(side) + " high, first service", {column, 0, size.width, row}},
+        {std::to_string(rings) + " numbered steps", {0, row, column, size.height}},
+        {"tiles, " + tile + ", waited for", {column, row, size.width, size.height}}};
 }
 
 // The first job begins at once; the others wait. Client 2 comes next although it is added last,

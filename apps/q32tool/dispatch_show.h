@@ -2,8 +2,7 @@
 // is its number among all: once around the colour circle, red first.
 #pragma once
 
-#include "areas.h"
-#include "colours.h"
+#include "apps/pictures/areas.h"
 
 #include <functional>
 #include <string>
@@ -25,7 +24,7 @@ struct DispatchClient {
 class DispatchShow {
 public:
     // What the clients divide among themselves; side: of a tile, pixels.
-    DispatchShow(int width, int height, int side);
+    DispatchShow(Size size, int side);
 
     // Queues the clients' jobs and dispatches until none is left. paint is called for each step; it
     // may throw: what is queued is taken out then. Throws Failure.

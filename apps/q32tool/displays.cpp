@@ -1,8 +1,8 @@
 // The table of displays, and their bitmaps.
 #include "displays.h"
 
-#include "apps/pictures/failure.h"
-#include "areas.h"
+#include "apps/pictures/exceptions.h"
+#include "area_options.h"
 
 #include <q32base/display.h>
 
@@ -22,13 +22,12 @@ constexpr std::array<Display, 6> displays = {{
     {"high-colour", "high-color", DISP32_HIGH_COLOUR, 16, 0},
 }};
 
-// For displays of 16 colours the library writes the four planes of each row, one behind the other,
-// into a bitmap that is compatible with the context, by SetBitmapBits: displays with planes take
-// them so. Contexts that programs can make have no planes. But a bitmap that is compatible with a
-// bitmap section of 4 bits is one, too, with the same colours (Windows says so, and Wine does it):
-// it takes these bytes as they are, and BitBlt copies them as they are. What lies in a row of the
-// section are then plane rows, provided that neither is padded: both have width / 2 bytes when the
-// width is a multiple of 16.
+// For displays of 16 colours the library gives SetBitmapBits rows of four planes, one behind the
+// other, for a bitmap that is compatible with the context. No context that a program can make has
+// planes. But one that holds a bitmap section of 4 bits makes compatible bitmaps of 4 bits with the
+// same colours: these take the bytes as they are, and BitBlt copies them as they are into the
+// section, whose rows then hold the planes. That needs rows without padding in both: they have
+// width / 2 bytes when the width is a multiple of 16.
 constexpr int plane_columns = 16;
 
 bool is_in_planes(const Display &display, PixelFormat pixels) {
@@ -98,8 +97,8 @@ std::string display_list() {
     return lines;
 }
 
-DisplaySurface::DisplaySurface(const Display &display, const Shown &shown, int width, int height)
-    : width_(padded_width(width, is_in_planes(display, shown.pixels))), height_(height),
+DisplaySurface::DisplaySurface(const Display &display, const Shown &shown, Size size)
+    : width_(padded_width(size.width, is_in_planes(display, shown.pixels))), height_(size.height),
       bits_(display.bits), planes_(is_in_planes(display, shown.pixels)),
       colours_(colours_of(display, shown)),
       row_bytes_((static_cast<size_t>(width_) * static_cast<size_t>(bits_) + 31) / 32 * 4) {
@@ -120,7 +119,7 @@ DisplaySurface::DisplaySurface(const Display &display, const Shown &shown, int w
         bitmap_.reset(CreateDIBSection(dc_.get(), reinterpret_cast<BITMAPINFO *>(&description),
                                        DIB_RGB_COLORS, &pixels, nullptr, 0));
     if (!dc_ || !bitmap_ || SelectObject(dc_.get(), bitmap_.get()) == nullptr)
-        throw Failure("a display of " + size_in_words(width, height),
+        throw Failure("a display of " + size_in_words(size),
                       "there is not enough memory for its bitmap", "show the picture in --pieces");
     pixels_ = static_cast<const uint8_t *>(pixels);
 }

@@ -38,7 +38,7 @@ struct Shown {
 class DisplaySurface {
 public:
     // Throws Failure when there is no memory for it, with the size.
-    DisplaySurface(const Display &display, const Shown &shown, int width, int height);
+    DisplaySurface(const Display &display, const Shown &shown, Size size);
 
     HDC dc() const { return dc_.get(); }
     // At least what was asked for. Columns beyond it have to be painted, too.

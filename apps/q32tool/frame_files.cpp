@@ -1,7 +1,7 @@
 // Files by their numbers, and those of folders.
 #include "frame_files.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/files.h"
 #include "apps/pictures/picture_writer.h"
 #include "apps/pictures/text.h"

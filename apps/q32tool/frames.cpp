@@ -1,11 +1,11 @@
-// Frames from and to picture files. Files have blue first, and so have frames; only what the
-// library makes of a row's colours needs red first.
+// Frames from and to picture files. Both have blue first; only the library's conversions of rows
+// want red first.
 #include "frames.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/picture_reader.h"
 #include "apps/pictures/text.h"
-#include "areas.h"
+#include "area_options.h"
 #include "interrupt.h"
 #include "picture_transfer.h"
 #include "timings.h"
@@ -24,25 +24,25 @@ namespace {
 constexpr int band_rows = 64;
 constexpr uint64_t band_bytes = 16 << 20; // or one row
 
-// A row in whole words, in bytes. Counted in 64 bits: sizes come out of files and from --size, and
-// no library limits them on the way.
+// Bytes of a row, padded to 4. Counted in 64 bits: widths come from files and from --size, and
+// nobody has limited them yet.
 uint64_t stride_of(int width, int bits) {
     return (static_cast<uint64_t>(width) * static_cast<uint64_t>(bits / 8) + 3) / 4 * 4;
 }
 
 // Memory for a picture of that size, or for some rows of it. Throws Failure.
-std::vector<uint8_t> memory_for(int width, int height, uint64_t bytes) {
+std::vector<uint8_t> memory_for(Size size, uint64_t bytes) {
     try {
         if (bytes <= PTRDIFF_MAX)
             return std::vector<uint8_t>(static_cast<size_t>(bytes));
     } catch (const std::bad_alloc &) {
         // as if it were too much for any memory
     }
-    throw Failure(size_in_words(width, height), "there is not enough memory for frames so large",
+    throw Failure(size_in_words(size), "there is not enough memory for frames so large",
                   "choose a smaller size");
 }
 
-// A row of 24 bits, blue first, which is lost, as a row of the frame.
+// Converts a row of 24 bits, blue first, into a row of the frame. Overwrites the 24 bits.
 void put_row(uint8_t *bgr, Frame &frame, int y) {
     if (frame.bits == 24) {
         std::memcpy(frame.row(y), bgr, static_cast<size_t>(frame.width) * 3);
@@ -63,7 +63,7 @@ void each_row(const PictureReader &reader, int pixel_bytes, const Read &read,
     const int width = reader.width(), height = reader.height();
     const uint64_t row_bytes = static_cast<uint64_t>(width) * static_cast<uint64_t>(pixel_bytes);
     const int rows = static_cast<int>(std::clamp<uint64_t>(band_bytes / row_bytes, 1, band_rows));
-    std::vector<uint8_t> band = memory_for(width, height, row_bytes * static_cast<uint64_t>(rows));
+    std::vector<uint8_t> band = memory_for(reader.size(), row_bytes * static_cast<uint64_t>(rows));
     for (int first = 0; first < height; first += rows) {
         stop_if_cancelled();
         const int count = std::min(rows, height - first);
@@ -118,7 +118,7 @@ RowFormat rows_of(const Frame &frame, FileFormat format) {
 Frame::Frame(int columns, int rows, int bits_per_pixel)
     : width(columns), height(rows), bits(bits_per_pixel),
       stride(static_cast<size_t>(stride_of(columns, bits_per_pixel))),
-      pixels(memory_for(columns, rows,
+      pixels(memory_for({columns, rows},
                         stride_of(columns, bits_per_pixel) * static_cast<uint64_t>(rows))) {}
 
 BITMAPINFOHEADER Frame::header() const {
@@ -146,8 +146,7 @@ void write_frame(Frame &frame, const std::string &path, FileFormat format) {
     const Timed timed(Part::writing);
     const RowFormat rows = rows_of(frame, format);
     PictureWriter writer(path, format, rows, frame.width, frame.height);
-    std::vector<uint8_t> wide =
-        memory_for(frame.width, frame.height, static_cast<uint64_t>(frame.width) * 3);
+    std::vector<uint8_t> wide = memory_for(frame.size(), static_cast<uint64_t>(frame.width) * 3);
     for (int y = 0; y < frame.height; ++y) {
         stop_if_cancelled();
         const uint8_t *row = frame.row(y);
@@ -166,7 +165,7 @@ void write_frame_and_tell(Frame &frame, const std::string &path, FileFormat form
                           const Arguments &arguments) {
     write_frame(frame, path, format);
     if (!arguments.has("--quiet"))
-        print(written_line(path, frame.width, frame.height, frame.bits, format));
+        print(written_line(path, frame.size(), frame.bits, format));
 }
 
 FileFormat check_transparent_output(const std::string &path) {

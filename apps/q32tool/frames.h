@@ -2,6 +2,7 @@
 // padded to 4 bytes, the top row first; byte 0 of a 24- or 32-bit pixel is blue.
 #pragma once
 
+#include "apps/pictures/areas.h"
 #include "apps/pictures/picture_writer.h"
 #include "arguments.h"
 
@@ -23,6 +24,7 @@ struct Frame {
     std::vector<uint8_t> pixels;
 
     uint8_t *row(int y) { return pixels.data() + static_cast<size_t>(y) * stride; }
+    Size size() const { return {width, height}; }
     BITMAPINFOHEADER header() const;
 };
 

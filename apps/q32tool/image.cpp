@@ -3,7 +3,7 @@
 
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
-#include "storage.h"
+#include "storage_options.h"
 #include "timings.h"
 
 #include <q32base/errors.h>
@@ -15,16 +15,17 @@ namespace {
 
 constexpr char other_directory[] = "free some disk space or name another --swap-dir";
 
-Failure allocation_failure(const std::string &named, int width, int height, uint64_t bytes) {
+Failure allocation_failure(const std::string &named, Size size, uint64_t bytes) {
     const LibraryReport report = last_report();
     const std::string most =
         "the library takes at most " + std::to_string(Q32_MAX_SIDE) + " " + report.numbers();
     if (report.message == Q32_MSG_TOO_WIDE)
-        return {named, "the picture is " + counted(static_cast<uint64_t>(width), "pixel") + " wide",
+        return {named,
+                "the picture is " + counted(static_cast<uint64_t>(size.width), "pixel") + " wide",
                 most};
     if (report.message == Q32_MSG_TOO_HIGH)
         return {named,
-                "the picture is " + counted(static_cast<uint64_t>(height), "pixel") + " high",
+                "the picture is " + counted(static_cast<uint64_t>(size.height), "pixel") + " high",
                 most};
     // The points at which a swap file was needed and could not be had.
     constexpr int buffer_module = 4, swap_file_failed = 2, no_swap_directory = 3;
@@ -56,22 +57,21 @@ int bits_of(PixelFormat format) {
     return 24;
 }
 
-Image::Image(PixelFormat format, int width, int height, std::string named)
-    : format_(format), width_(width), height_(height), named_(std::move(named)) {}
+Image::Image(PixelFormat format, Size size, std::string named)
+    : format_(format), size_(size), named_(std::move(named)) {}
 
-Image::Image(PixelFormat format, int width, int height, uint32_t type, std::string named,
-             const void *extra)
-    : Image(format, width, height, std::move(named)) {
+Image::Image(PixelFormat format, Size size, uint32_t type, std::string named, const void *extra)
+    : Image(format, size, std::move(named)) {
     make([&](HBUF32 *handle) {
-        return buf32Alloc(handle, bits_of(format), width, height, type, extra);
+        return buf32Alloc(handle, bits_of(format), size.width, size.height, type, extra);
     });
 }
 
 Image Image::cut(const Area &area) const {
-    Image part(format_, area.width, area.height, named_);
+    Image part(format_, area.size(), named_);
     ++timings().rectangles;
     part.make([&](HBUF32 *handle) {
-        return buf32GetBuf(handle_, area.x, area.y, area.width, area.height, handle);
+        return buf32GetBuf(handle_, area.left, area.top, area.width(), area.height(), handle);
     });
     return part;
 }
@@ -79,18 +79,19 @@ Image Image::cut(const Area &area) const {
 template <typename Function>
 void Image::make(const Function &function) {
     const uint64_t bytes =
-        (static_cast<uint64_t>(width_) * static_cast<uint64_t>(bits_of(format_)) + 7) / 8 *
-        static_cast<uint64_t>(height_);
+        (static_cast<uint64_t>(size_.width) * static_cast<uint64_t>(bits_of(format_)) + 7) / 8 *
+        static_cast<uint64_t>(size_.height);
     const uint64_t free_before = free_swap_bytes();
     const uint32_t mapped_before = memory_use().mapped;
     {
         const Timed timed(Part::library);
         if (!function(&handle_))
-            throw allocation_failure(named_, width_, height_, bytes);
+            throw allocation_failure(named_, size_, bytes);
     }
     ++timings().buffers;
-    // Where files may have holes, a swap file is made on a full disk too, and the process dies when
-    // the pages do not find room. (The library measures the volume of the drive's root.)
+    // Where files may have holes, a swap file can be made on a full disk, and the process would die
+    // at the first page without room. The library does not see this coming: it measures the volume
+    // of the drive's root.
     if (memory_use().mapped != mapped_before && free_before < bytes) {
         buf32Free(std::exchange(handle_, 0));
         throw Failure(named_,
@@ -101,14 +102,13 @@ void Image::make(const Function &function) {
 }
 
 Image::Image(Image &&other) noexcept
-    : handle_(std::exchange(other.handle_, 0)), format_(other.format_), width_(other.width_),
-      height_(other.height_), named_(std::move(other.named_)) {}
+    : handle_(std::exchange(other.handle_, 0)), format_(other.format_), size_(other.size_),
+      named_(std::move(other.named_)) {}
 
 Image &Image::operator=(Image &&other) noexcept {
     std::swap(handle_, other.handle_);
     format_ = other.format_;
-    width_ = other.width_;
-    height_ = other.height_;
+    size_ = other.size_;
     named_ = other.named_;
     return *this;
 }

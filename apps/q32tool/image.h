@@ -3,7 +3,7 @@
 // the commands for that.
 #pragma once
 
-#include "areas.h"
+#include "apps/pictures/areas.h"
 
 #include <q32base/buffers.h>
 
@@ -27,7 +27,7 @@ class Image {
 public:
     // named: what messages about the image are about, mostly a file's name. type: a BUF32_ value,
     // extra: what buf32Alloc wants for it. Throws Failure.
-    Image(PixelFormat format, int width, int height, uint32_t type, std::string named,
+    Image(PixelFormat format, Size size, uint32_t type, std::string named,
           const void *extra = nullptr);
     Image(Image &&other) noexcept;
     Image &operator=(Image &&other) noexcept;
@@ -35,8 +35,10 @@ public:
 
     HBUF32 handle() const { return handle_; }
     PixelFormat format() const { return format_; }
-    int width() const { return width_; }
-    int height() const { return height_; }
+    Size size() const { return size_; }
+    int width() const { return size_.width; }
+    int height() const { return size_.height; }
+    Area area() const { return area_of({}, size_); }
     const std::string &named() const { return named_; }
 
     BUF32INFO info() const;
@@ -49,15 +51,14 @@ public:
     void line(int row, int mode, void *memory);
 
 private:
-    Image(PixelFormat format, int width, int height, std::string named);
+    Image(PixelFormat format, Size size, std::string named);
     // Lets a function of the library store the handle of a new buffer.
     template <typename Function>
     void make(const Function &function);
 
     HBUF32 handle_ = 0;
     PixelFormat format_;
-    int width_;
-    int height_;
+    Size size_;
     std::string named_;
 };
 

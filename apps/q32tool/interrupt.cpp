@@ -3,7 +3,7 @@
 // cleaned up here.
 #include "interrupt.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "apps/pictures/unfinished_file.h"
 #include "progress.h"
@@ -28,8 +28,8 @@ BOOL WINAPI on_console_event(DWORD event) {
     return TRUE;
 }
 
-// The Esc key in the console that the program reads from: also one that was typed while nobody
-// looked. What was typed after it, or without it, stays for whoever reads it.
+// Whether Esc waits in the console's input, however long ago it was typed. It is taken out with all
+// that was typed before it. Without it nothing is taken: that is for whoever reads the input.
 bool was_escape_typed() {
     HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     static INPUT_RECORD records[2048]; // each key is two, and the mouse makes them, too
@@ -47,7 +47,8 @@ bool was_escape_typed() {
     return true;
 }
 
-// The console is another process: asked a few times a second, loops may ask for every row.
+// Loops may ask for every row; the console, which is another process, is asked twenty times a
+// second at most.
 bool is_escape_due() {
     constexpr DWORD interval = 50; // milliseconds
     static DWORD last_look = 0;

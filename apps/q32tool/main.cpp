@@ -1,5 +1,5 @@
 // The program's beginning and end: which command runs, and which line and exit code a failure gets.
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "arguments.h"
 #include "commands/commands.h"

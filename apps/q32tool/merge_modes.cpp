@@ -1,7 +1,7 @@
 // The table of modes. Their order is that of their numbers, from 1 on.
 #include "merge_modes.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 
 #include <q32base/merge.h>

@@ -3,6 +3,7 @@
 #include "merging.h"
 
 #include "apps/pictures/library_report.h"
+#include "geometry/system_rect.h"
 #include "progress.h"
 #include "rectangles.h"
 #include "timings.h"
@@ -32,7 +33,7 @@ Failure merge_failure(const Job &job) {
 void merge_buffers(const Job &job, const Area &source, const Point &to) {
     const Timed timed(Part::library);
     ++timings().rectangles;
-    const RECT rectangle = {source.x, source.y, source.x + source.width, source.y + source.height};
+    const RECT rectangle = q32::as_rect(source);
     const HBUF32 mask = job.mask != nullptr ? job.mask->handle() : 0;
     if (!i32MergeBufToBuf(job.base.handle(), to.x, to.y, mask, job.overlay.handle(), &rectangle,
                           job.merge.mode, job.merge.transparency))
@@ -40,18 +41,18 @@ void merge_buffers(const Job &job, const Area &source, const Point &to) {
 }
 
 void merge_rows(const Job &job, const Area &source, const Point &to) {
-    const size_t pixels = static_cast<size_t>(source.width);
+    const size_t pixels = static_cast<size_t>(source.width());
     std::vector<uint8_t> base(pixels * 3), overlay(pixels * 3), mask(pixels);
-    for (int y = 0; y < source.height; ++y) {
-        const Area row = {source.x, source.y + y, source.width, 1};
-        const Area base_row = {to.x, to.y + y, source.width, 1};
+    for (int y = 0; y < source.height(); ++y) {
+        const Area row = area_of(source.left, source.top + y, source.width(), 1);
+        const Area base_row = area_of(to.x, to.y + y, source.width(), 1);
         get_pixels(job.base, base_row, base.data());
         get_pixels(job.overlay, row, overlay.data());
         if (job.mask != nullptr)
             get_pixels(*job.mask, row, mask.data());
         ++timings().rows_converted;
         if (!i32Merge(base.data(), base.data(), job.mask != nullptr ? mask.data() : nullptr,
-                      overlay.data(), 3, source.width, static_cast<unsigned>(job.merge.mode),
+                      overlay.data(), 3, source.width(), static_cast<unsigned>(job.merge.mode),
                       job.merge.transparency))
             throw merge_failure(job);
         put_pixels(job.base, base_row, base.data());
@@ -62,14 +63,13 @@ void merge_rows(const Job &job, const Area &source, const Point &to) {
 
 void merge_image(const Image &base, const Image &overlay, const Image *mask, const Point &at,
                  const Merge &merge) {
-    const Area part =
-        part_on(canvas_of(base), {at.x, at.y, overlay.width(), overlay.height()}, "the overlay of");
+    const Area part = part_on(canvas_of(base), at, overlay.size(), "the overlay of");
     const Job job = {base, overlay, mask, merge};
-    Progress progress("merging", part.height);
-    for (int first = 0; first < part.height; first += band_rows) {
-        const int count = std::min(band_rows, part.height - first);
-        const Point to = {part.x, part.y + first};
-        const Area source = {to.x - at.x, to.y - at.y, part.width, count};
+    Progress progress("merging", part.height());
+    for (int first = 0; first < part.height(); first += band_rows) {
+        const int count = std::min(band_rows, part.height() - first);
+        const Point to = {part.left, part.top + first};
+        const Area source = area_of(to - at, {part.width(), count});
         if (merge.mode == MERGE_MASK_SUBTRACT)
             merge_rows(job, source, to);
         else

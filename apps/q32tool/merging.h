@@ -1,7 +1,7 @@
 // Pictures merged through the library, in bands, so that progress can be shown and work be stopped.
 #pragma once
 
-#include "areas.h"
+#include "area_options.h"
 #include "image.h"
 
 namespace apps::q32tool {

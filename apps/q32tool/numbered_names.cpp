@@ -1,7 +1,7 @@
 // Reading and writing of the number.
 #include "numbered_names.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 
 #include <algorithm>

@@ -5,7 +5,7 @@
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/picture_reader.h"
 #include "apps/pictures/text.h"
-#include "areas.h"
+#include "area_options.h"
 #include "progress.h"
 #include "timings.h"
 
@@ -86,7 +86,7 @@ void read_in_bands(const PictureReader &reader, int pixel_bytes, const ReadBand 
 LoadedPicture load_picture(const std::string &path, uint32_t buffer_type) {
     PictureReader reader = open_picture(path);
     const int width = reader.width();
-    Image image(PixelFormat::rgb, width, reader.height(), buffer_type, path);
+    Image image(PixelFormat::rgb, reader.size(), buffer_type, path);
     const ImageLock lock(image, BUF32_OVERWRITE);
     read_in_bands(
         reader, 3,
@@ -103,8 +103,8 @@ PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffe
     if (!reader.has_transparency())
         return {load_picture(path, buffer_type).image, std::nullopt};
     const size_t width = static_cast<size_t>(reader.width());
-    Image image(PixelFormat::rgb, reader.width(), reader.height(), buffer_type, path);
-    Image alpha(PixelFormat::grey, reader.width(), reader.height(), buffer_type, path);
+    Image image(PixelFormat::rgb, reader.size(), buffer_type, path);
+    Image alpha(PixelFormat::grey, reader.size(), buffer_type, path);
     const ImageLock image_lock(image, BUF32_OVERWRITE), alpha_lock(alpha, BUF32_OVERWRITE);
     std::vector<uint8_t> alpha_row(width);
     read_in_bands(
@@ -161,13 +161,12 @@ void save_picture_and_tell(Image &image, const std::string &path, FileFormat for
                            const Arguments &arguments) {
     save_picture(image, path, format);
     if (!arguments.has("--quiet"))
-        print(written_line(path, image.width(), image.height(), bits_of(image.format()), format));
+        print(written_line(path, image.size(), bits_of(image.format()), format));
 }
 
-std::string written_line(const std::string &path, int width, int height, int bits,
-                         FileFormat format) {
-    return path + ": " + size_in_words(width, height) + ", " +
-           counted(static_cast<uint64_t>(bits), "bit") + ", " + format_name(format) + "\n";
+std::string written_line(const std::string &path, Size size, int bits, FileFormat format) {
+    return path + ": " + size_in_words(size) + ", " + counted(static_cast<uint64_t>(bits), "bit") +
+           ", " + format_name(format) + "\n";
 }
 
 } // namespace apps::q32tool

@@ -19,8 +19,8 @@ struct LoadedPicture {
 // Reads a picture file into a buffer of the given type. Throws Failure, Cancelled.
 LoadedPicture load_picture(const std::string &path, uint32_t buffer_type);
 
-// The same with transparency as a picture of its own, of 8 bits: 255 is opaque. Colours are then
-// those of the file, as if all of it were opaque. Without transparency in the file there is none.
+// The same, but transparency becomes a second picture, of 8 bits: 255 is opaque. The colours are
+// then the file's own, not laid over white. A file without transparency gives no second picture.
 struct PictureWithAlpha {
     Image image;
     std::optional<Image> alpha;
@@ -40,7 +40,6 @@ void save_picture_and_tell(Image &image, const std::string &path, FileFormat for
                            const Arguments &arguments);
 
 // "OUT: 640 x 480 pixels, 24 bits, PNG", with its end.
-std::string written_line(const std::string &path, int width, int height, int bits,
-                         FileFormat format);
+std::string written_line(const std::string &path, Size size, int bits, FileFormat format);
 
 } // namespace apps::q32tool

@@ -1,7 +1,7 @@
 // Drawing of the progress bar: one line, redrawn in place ten times a second at most.
 #include "progress.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "interrupt.h"
 

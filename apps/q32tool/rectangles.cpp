@@ -1,7 +1,7 @@
 // Calls of the library's rectangle functions, counted and timed, with words for their failures.
 #include "rectangles.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "timings.h"
 
@@ -16,7 +16,7 @@ namespace {
 constexpr char the_rectangle[] = "the rectangle";
 
 std::string size_of(const Canvas &canvas) {
-    return "the picture, which is " + size_in_words(canvas.width, canvas.height);
+    return "the picture, which is " + size_in_words(canvas.size);
 }
 
 // A call of the library that moves a rectangle.
@@ -40,63 +40,64 @@ void fill_whole(const std::string &named, const Function &function) {
 // too.
 void merge(const Image &source, const Area &area, const Canvas &canvas, const Point &at) {
     move_rectangle(canvas.named, [&] {
-        return buf32MergeBuf(source.handle(), area.x, area.y, area.width, area.height,
+        return buf32MergeBuf(source.handle(), area.left, area.top, area.width(), area.height(),
                              canvas.buffer, at.x, at.y);
     });
 }
 
-// From an image of the canvas' size the same area.
+// Lays an area of an image over the same area of a canvas, which is as large as the image.
 void merge_area(const Image &source, const Area &area, const Canvas &canvas) {
-    const Area part = part_on(canvas, area, the_rectangle);
-    merge(source, part, canvas, {part.x, part.y});
+    const Area part = part_on(canvas, area.corner(), area.size(), the_rectangle);
+    merge(source, part, canvas, part.corner());
 }
 
 } // namespace
 
 Canvas canvas_of(const Image &image) {
-    return {image.handle(), image.width(), image.height(), image.named()};
+    return {image.handle(), image.size(), image.named()};
 }
 
-Area part_on(const Canvas &canvas, const Area &area, const std::string &what) {
-    const Area part = part_inside(area, canvas.width, canvas.height);
+Area part_on(const Canvas &canvas, Point at, Size size, const std::string &what) {
+    const Area part = intersect(area_of(at, size), canvas.area());
     if (part.is_empty())
         throw Failure(canvas.named,
-                      what + " " + in_words(area) + " lies outside " + size_of(canvas),
+                      what + " " + in_words(at, size) + " lies outside " + size_of(canvas),
                       "name another --at");
     return part;
 }
 
 void check_inside(const Canvas &canvas, const Area &area, const std::string &remedy) {
-    if (part_on(canvas, area, the_rectangle) != area)
+    if (part_on(canvas, area.corner(), area.size(), the_rectangle) != area)
         throw Failure(canvas.named,
-                      the_rectangle + (" " + in_words(area)) + " leaves " + size_of(canvas),
+                      the_rectangle + (" " + in_words(area.corner(), area.size())) + " leaves " +
+                          size_of(canvas),
                       remedy);
 }
 
 void get_pixels(const Image &image, const Area &area, void *memory) {
     move_rectangle(image.named(), [&] {
-        return buf32GetMem(image.handle(), area.x, area.y, area.width, area.height, memory);
+        return buf32GetMem(image.handle(), area.left, area.top, area.width(), area.height(),
+                           memory);
     });
 }
 
 void get_pixels(const Image &image, const Area &area, void *memory, const Colour &background) {
     move_rectangle(image.named(), [&] {
-        return buf32GetMemWithBC(image.handle(), area.x, area.y, area.width, area.height, memory,
-                                 &background);
+        return buf32GetMemWithBC(image.handle(), area.left, area.top, area.width(), area.height(),
+                                 memory, &background);
     });
 }
 
 void put_pixels(const Image &image, const Area &area, const void *memory) {
     move_rectangle(image.named(), [&] {
-        return buf32MergeMem(image.handle(), area.x, area.y, memory, area.width, area.height);
+        return buf32MergeMem(image.handle(), area.left, area.top, memory, area.width(),
+                             area.height());
     });
 }
 
 void lay_image(const Canvas &canvas, const Image &overlay, const Point &at) {
-    const Area part =
-        part_on(canvas, {at.x, at.y, overlay.width(), overlay.height()}, "the overlay of");
-    merge(overlay, {part.x - at.x, part.y - at.y, part.width, part.height}, canvas,
-          {part.x, part.y});
+    const Area part = part_on(canvas, at, overlay.size(), "the overlay of");
+    merge(overlay, moved(part, Point{} - at), canvas, part.corner());
 }
 
 void lay_colour(const Canvas &canvas, const Colour &colour, const std::optional<Area> &area) {
@@ -104,15 +105,14 @@ void lay_colour(const Canvas &canvas, const Colour &colour, const std::optional<
         fill_whole(canvas.named, [&] { return buf32FillOneColor(canvas.buffer, &colour); });
         return;
     }
-    const Image source(PixelFormat::rgb, canvas.width, canvas.height, BUF32_ONE_COLOUR,
-                       canvas.named, &colour);
+    const Image source(PixelFormat::rgb, canvas.size, BUF32_ONE_COLOUR, canvas.named, &colour);
     merge_area(source, *area, canvas);
 }
 
 void lay_pattern(const Canvas &canvas, const Image &pattern, const std::optional<Area> &area) {
     // Of a pattern larger than the canvas only this much is seen.
-    const int width = std::min(pattern.width(), canvas.width);
-    const int height = std::min(pattern.height(), canvas.height);
+    const int width = std::min(pattern.width(), canvas.size.width);
+    const int height = std::min(pattern.height(), canvas.size.height);
     constexpr size_t pixel_bytes = 3;
     std::vector<uint8_t> pixels(static_cast<size_t>(width) * static_cast<size_t>(height) *
                                 pixel_bytes);
@@ -123,8 +123,7 @@ void lay_pattern(const Canvas &canvas, const Image &pattern, const std::optional
         fill_whole(canvas.named, [&] { return buf32FillPattern(canvas.buffer, &tile); });
         return;
     }
-    const Image source(PixelFormat::rgb, canvas.width, canvas.height, BUF32_PATTERN, canvas.named,
-                       &tile);
+    const Image source(PixelFormat::rgb, canvas.size, BUF32_PATTERN, canvas.named, &tile);
     merge_area(source, *area, canvas);
 }
 

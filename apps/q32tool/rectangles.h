@@ -2,7 +2,7 @@
 // another, filling with a colour or a pattern.
 #pragma once
 
-#include "areas.h"
+#include "area_options.h"
 #include "colours.h"
 #include "image.h"
 
@@ -15,16 +15,17 @@ namespace apps::q32tool {
 // Where pixels are laid: a buffer of 24 bits that somebody else owns.
 struct Canvas {
     HBUF32 buffer;
-    int width;
-    int height;
+    Size size;
     std::string named; // what messages are about
+
+    Area area() const { return area_of({}, size); }
 };
 
 Canvas canvas_of(const Image &image);
 
-// The part of an area that a canvas has. Throws Failure when there is none, or when it is not all;
-// what: the area, in the message; remedy: what to do about it.
-Area part_on(const Canvas &canvas, const Area &area, const std::string &what);
+// The part of a rectangle that a canvas has. Throws Failure when there is none, or when it is not
+// all; what: the rectangle, in the message; remedy: what to do about it.
+Area part_on(const Canvas &canvas, Point at, Size size, const std::string &what);
 void check_inside(const Canvas &canvas, const Area &area, const std::string &remedy);
 
 // Pixels of a rectangle to memory, as they are stored; see buf32GetMem. With a background the

@@ -1,9 +1,9 @@
 // Sizes in whole numbers, and the library's progress messages on their way to the bar.
 #include "scaling.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
-#include "areas.h"
+#include "area_options.h"
 #include "interrupt.h"
 #include "progress.h"
 #include "timings.h"
@@ -26,7 +26,7 @@ int scaled_length(int length, uint64_t numerator, uint64_t denominator) {
 }
 
 // As large as a box allows with the picture's proportions.
-PictureSize fitted(PictureSize picture, PictureSize box) {
+Size fitted(Size picture, Size box) {
     const auto width = static_cast<uint64_t>(picture.width);
     const auto height = static_cast<uint64_t>(picture.height);
     const auto box_width = static_cast<uint64_t>(box.width);
@@ -42,7 +42,7 @@ int method_of(std::string_view name) {
     return name == "bilinear" ? RESAMPLE_BILINEAR : RESAMPLE_BICUBIC;
 }
 
-// The library calls back out of its own frames, which exceptions must not cross.
+// Called by the library, through which exceptions must not pass.
 int __stdcall show_progress(int message, int value, int, uintptr_t progress) {
     if (message != RESAMPLE_PROGRESS)
         return !is_cancelled();
@@ -72,14 +72,13 @@ Scaling::Scaling(const Arguments &arguments) {
     if (kind_ == Kind::percent) {
         percent_ = arguments.number("--percent", 1, most_percent, 0);
     } else {
-        const Area box = size_from(arguments, has_size ? "--size" : "--fit");
-        box_ = {box.width, box.height};
+        box_ = size_from(arguments, has_size ? "--size" : "--fit");
     }
     method_name_ = arguments.choice("--method", {"nearest", "bilinear", "bicubic"}, "bicubic");
     method_ = method_of(method_name_);
 }
 
-PictureSize Scaling::size_for(PictureSize picture) const {
+Size Scaling::size_for(Size picture) const {
     switch (kind_) {
     case Kind::fit:
         return fitted(picture, box_);
@@ -92,9 +91,9 @@ PictureSize Scaling::size_for(PictureSize picture) const {
     return box_;
 }
 
-Image scaled(const Image &image, PictureSize size, int method, uint32_t buffer_type,
+Image scaled(const Image &image, Size size, int method, uint32_t buffer_type,
              const std::string &named) {
-    Image result(image.format(), size.width, size.height, buffer_type, named);
+    Image result(image.format(), size, buffer_type, named);
     constexpr int steps = 1000;
     Progress progress("scaling", steps);
     const RESAMPLEPROGRESS watch = {.poll_esc = 0, // the console's Esc key is looked at anyway

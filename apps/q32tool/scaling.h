@@ -10,11 +10,6 @@
 
 namespace apps::q32tool {
 
-struct PictureSize {
-    int width;
-    int height;
-};
-
 // --size, --fit, --percent and --method.
 const std::vector<Option> &scaling_options();
 
@@ -24,7 +19,7 @@ public:
     explicit Scaling(const Arguments &arguments); // throws UsageError
 
     // Of the scaled picture, at least 1 x 1.
-    PictureSize size_for(PictureSize picture) const;
+    Size size_for(Size picture) const;
 
     int method() const { return method_; } // RESAMPLE_
     std::string_view method_name() const { return method_name_; }
@@ -32,14 +27,14 @@ public:
 private:
     enum class Kind { size, fit, percent };
     Kind kind_;
-    PictureSize box_ = {};
+    Size box_ = {};
     uint32_t percent_ = 0;
     std::string_view method_name_;
     int method_;
 };
 
 // The image in another size, as a new one in a buffer of the given type. Throws Failure, Cancelled.
-Image scaled(const Image &image, PictureSize size, int method, uint32_t buffer_type,
+Image scaled(const Image &image, Size size, int method, uint32_t buffer_type,
              const std::string &named);
 
 } // namespace apps::q32tool

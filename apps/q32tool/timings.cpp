@@ -1,4 +1,4 @@
-// The sums of a run and their lines.
+// The sums, and the lines that tell them.
 #include "timings.h"
 
 #include "apps/pictures/numbers.h"

@@ -1,7 +1,7 @@
 // Bitmaps with the colours of few-coloured displays, and planes among them.
 #include "acted_display.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 
 #include <q32base/display.h>
 
@@ -13,9 +13,9 @@ namespace apps::q32view {
 namespace {
 
 // For displays of 16 colours the library writes four planes a row, one behind the other, into a
-// bitmap that is compatible with the context. One that is compatible with a bitmap section of 4
-// bits takes those bytes as they are, and BitBlt copies them. Neither's rows are padded when the
-// width is a multiple of 16.
+// bitmap that is compatible with the context. With a section of 4 bits in the context that bitmap
+// takes those bytes as they are, and BitBlt copies them as they are. The rows of neither are padded
+// when the width is a multiple of 16.
 constexpr int plane_columns = 16;
 constexpr int planes_of_a_pixel = 4;
 
@@ -49,7 +49,7 @@ bool ActedDisplay::is_needed(const ShowSettings &settings) {
     return bits > 4;
 }
 
-ActedDisplay::ActedDisplay(int depth, Extent size)
+ActedDisplay::ActedDisplay(int depth, Size size)
     : size_(size), width_(size.width), bits_(acted_type() == DISP32_MONOCHROME ? 1 : 4),
       planes_(acted_type() == DISP32_SIXTEEN_COLOURS && depth > 8),
       dc_(CreateCompatibleDC(nullptr)) {
@@ -90,7 +90,7 @@ void ActedDisplay::make_bitmap() {
     pixels_ = static_cast<uint8_t *>(pixels);
 }
 
-void ActedDisplay::show(HDC window, Place at) {
+void ActedDisplay::show(HDC window, Point at) {
     GdiFlush();
     if (planes_)
         gather_planes();

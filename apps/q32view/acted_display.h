@@ -3,7 +3,7 @@
 // colours need none: the window shows what is drawn on them as it is.
 #pragma once
 
-#include "geometry.h"
+#include "apps/pictures/areas.h"
 #include "show_settings.h"
 
 #include <windows.h>
@@ -19,7 +19,7 @@ public:
     static bool is_needed(const ShowSettings &settings);
 
     // depth: bits of the pixels that will be shown there. Throws Failure without memory.
-    ActedDisplay(int depth, Extent size);
+    ActedDisplay(int depth, Size size);
     ~ActedDisplay();
     ActedDisplay(const ActedDisplay &) = delete;
     ActedDisplay &operator=(const ActedDisplay &) = delete;
@@ -29,16 +29,16 @@ public:
     int width() const { return width_; }
 
     // Draws what was drawn here into the window, as large as was asked for.
-    void show(HDC window, Place at);
+    void show(HDC window, Point at);
 
 private:
     void make_bitmap();
     void gather_planes();
 
-    Extent size_;
+    Size size_;
     int width_;
     int bits_;    // of its bitmap's pixels
-    bool planes_; // that were shown lie in rows of four planes, one behind the other
+    bool planes_; // rows hold four planes, one behind the other
     size_t row_bytes_;
     HDC dc_;
     HBITMAP bitmap_ = nullptr;

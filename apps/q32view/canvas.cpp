@@ -1,7 +1,7 @@
 // The canvas as a window: its messages, scroll bars, and changes of the view.
 #include "canvas.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 
 #include <windowsx.h>
 
@@ -34,7 +34,7 @@ void show_scroll_bar(HWND window, int bar, int length, int page, int position) {
     SetScrollInfo(window, bar, &info, TRUE);
 }
 
-Place place_of(LPARAM param) {
+Point point_of(LPARAM param) {
     return {GET_X_LPARAM(param), GET_Y_LPARAM(param)};
 }
 
@@ -79,10 +79,10 @@ LRESULT Canvas::handle(UINT message, WPARAM wide, LPARAM param) {
         handle_scroll_bar(SB_VERT, LOWORD(wide));
         return 0;
     case WM_LBUTTONDOWN:
-        handle_button(place_of(param));
+        handle_button(point_of(param));
         return 0;
     case WM_MOUSEMOVE:
-        handle_drag(place_of(param));
+        handle_drag(point_of(param));
         return 0;
     case WM_LBUTTONUP:
         if (GetCapture() == window_)
@@ -109,7 +109,7 @@ void Canvas::repaint() {
     InvalidateRect(window_, nullptr, FALSE);
 }
 
-void Canvas::handle_size(Extent size) {
+void Canvas::handle_size(Size size) {
     view_.set_window(size);
     show_scroll_bars();
     repaint();
@@ -124,16 +124,16 @@ void Canvas::change_view(const ViewState &changed) {
 }
 
 void Canvas::show_scroll_bars() {
-    const Extent shown = view_.shown(), window = view_.window();
-    const Place scroll = view_.scroll();
+    const Size shown = view_.shown(), window = view_.window();
+    const Point scroll = view_.scroll();
     show_scroll_bar(window_, SB_HORZ, shown.width, window.width, scroll.x);
     show_scroll_bar(window_, SB_VERT, shown.height, window.height, scroll.y);
 }
 
 // What is in view already is moved; only what comes into view is drawn.
-void Canvas::scroll_to(Place scroll) {
-    const Place come = view_.scroll_to(scroll);
-    if (come == Place{})
+void Canvas::scroll_to(Point scroll) {
+    const Point come = view_.scroll_to(scroll);
+    if (come == Point{})
         return;
     if (!show_.test_card)
         ScrollWindowEx(window_, -come.x, -come.y, nullptr, nullptr, nullptr, nullptr,
@@ -146,7 +146,7 @@ void Canvas::handle_scroll_bar(int bar, int code) {
     if (Busy::is_anything())
         return;
     const bool across = bar == SB_HORZ;
-    Place to = view_.scroll();
+    Point to = view_.scroll();
     int &position = across ? to.x : to.y;
     const int page = across ? view_.window().width : view_.window().height;
     SCROLLINFO info = {.cbSize = sizeof info, .fMask = SIF_TRACKPOS};
@@ -181,26 +181,26 @@ void Canvas::handle_scroll_bar(int bar, int code) {
 }
 
 bool Canvas::handle_key(WPARAM key) {
-    const Extent page = view_.window();
-    const Place scroll = view_.scroll();
+    const Size page = view_.window();
+    const Point scroll = view_.scroll();
     switch (key) {
     case VK_LEFT:
-        scroll_to(scroll - Place{line, 0});
+        scroll_to(scroll - Point{line, 0});
         return true;
     case VK_RIGHT:
-        scroll_to(scroll + Place{line, 0});
+        scroll_to(scroll + Point{line, 0});
         return true;
     case VK_UP:
-        scroll_to(scroll - Place{0, line});
+        scroll_to(scroll - Point{0, line});
         return true;
     case VK_DOWN:
-        scroll_to(scroll + Place{0, line});
+        scroll_to(scroll + Point{0, line});
         return true;
     case VK_PRIOR:
-        scroll_to(scroll - Place{0, page.height});
+        scroll_to(scroll - Point{0, page.height});
         return true;
     case VK_NEXT:
-        scroll_to(scroll + Place{0, page.height});
+        scroll_to(scroll + Point{0, page.height});
         return true;
     case VK_HOME:
         scroll_to({});
@@ -213,9 +213,9 @@ bool Canvas::handle_key(WPARAM key) {
     }
 }
 
-void Canvas::handle_button(Place at) {
+void Canvas::handle_button(Point at) {
     SetFocus(GetParent(window_));
-    if (Busy::is_anything() || view_.most_scroll() == Place{})
+    if (Busy::is_anything() || view_.most_scroll() == Point{})
         return;
     drag_from_ = at;
     drag_scroll_ = view_.scroll();
@@ -223,12 +223,12 @@ void Canvas::handle_button(Place at) {
     SetCursor(LoadCursorW(nullptr, IDC_SIZEALL));
 }
 
-void Canvas::handle_drag(Place to) {
+void Canvas::handle_drag(Point to) {
     if (GetCapture() == window_ && !Busy::is_anything())
         scroll_to(drag_scroll_ - (to - drag_from_));
 }
 
-void Canvas::handle_wheel(int turned, Place on_screen) {
+void Canvas::handle_wheel(int turned, Point on_screen) {
     POINT at = {on_screen.x, on_screen.y};
     ScreenToClient(window_, &at);
     wheel_ += turned;

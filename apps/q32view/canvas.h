@@ -1,5 +1,5 @@
 // The window inside the window, in which the picture is shown and moved about. What it shows, and
-// menus and messages to the user, are the frame's part.
+// menus and messages to the user, are the main window's part.
 #pragma once
 
 #include "scaled_picture.h"
@@ -35,7 +35,7 @@ public:
     HWND window() const { return window_; }
     const ViewState &view() const { return view_; }
 
-    // After the show has another picture, or none. Before the old one is gone: forget_picture.
+    // Before the show's picture is replaced, and after that.
     void forget_picture();
     void take_picture();
     // After its settings have changed.
@@ -43,25 +43,26 @@ public:
 
     void zoom(Zoom how);
     void zoom_to(int percent);
-    void scroll_to(Place scroll);
+    void scroll_to(Point scroll);
 
-    // Of the keyboard and the wheel, which the frame hears of. handle_key: false for other keys.
+    // Of the keyboard and the wheel, which the main window hears of. handle_key: false for other
+    // keys.
     bool handle_key(WPARAM key);
-    void handle_wheel(int turned, Place on_screen);
+    void handle_wheel(int turned, Point on_screen);
 
 private:
     static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wide, LPARAM param);
     LRESULT handle(UINT message, WPARAM wide, LPARAM param);
 
-    void handle_size(Extent size);
+    void handle_size(Size size);
     void handle_scroll_bar(int bar, int code);
-    void handle_button(Place at);
-    void handle_drag(Place to);
+    void handle_button(Point at);
+    void handle_drag(Point to);
 
     void handle_paint();
     void prepare();
-    void paint_box(HDC dc, const Box &box);
-    void paint_picture(HDC dc, const Box &box);
+    void paint_area(HDC dc, const Area &area);
+    void paint_picture(HDC dc, const Area &area);
 
     void change_view(const ViewState &changed);
     void show_scroll_bars();
@@ -73,8 +74,8 @@ private:
     HWND window_ = nullptr;
     ViewState view_;
     ScaledPicture scaled_;
-    Place drag_from_;   // of the pointer, while the picture is dragged
-    Place drag_scroll_; // of the view, then
+    Point drag_from_;   // of the pointer, while the picture is dragged
+    Point drag_scroll_; // of the view, then
     int wheel_ = 0;     // turned, but not enough for a step yet
 };
 

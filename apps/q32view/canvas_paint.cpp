@@ -1,6 +1,7 @@
-// Painting of the canvas: the parts of the window that are not valid, and nothing beside them.
-#include "apps/pictures/failure.h"
+// Painting of the canvas: the invalid parts of the window, and no others.
+#include "apps/pictures/exceptions.h"
 #include "canvas.h"
+#include "geometry/system_rect.h"
 #include "painter.h"
 #include "test_card.h"
 
@@ -9,22 +10,21 @@
 namespace apps::q32view {
 namespace {
 
-// The rectangles that make up what is to be drawn anew. A window that was scrolled both ways lacks
-// two strips, whose common rectangle would be all of it.
-std::vector<Box> boxes_of_update_region(HWND window) {
+// What is to be drawn anew. After scrolling both ways these are two strips; a single rectangle
+// around them would be the whole window.
+std::vector<Area> areas_of_update_region(HWND window) {
     HRGN region = CreateRectRgn(0, 0, 0, 0);
     GetUpdateRgn(window, region, FALSE);
     std::vector<uint8_t> bytes(GetRegionData(region, 0, nullptr));
     auto *data = reinterpret_cast<RGNDATA *>(bytes.data());
-    std::vector<Box> boxes;
+    std::vector<Area> areas;
     if (GetRegionData(region, static_cast<DWORD>(bytes.size()), data) != 0) {
         const auto *rectangles = reinterpret_cast<const RECT *>(data->Buffer);
         for (DWORD i = 0; i < data->rdh.nCount; ++i)
-            boxes.push_back(
-                {rectangles[i].left, rectangles[i].top, rectangles[i].right, rectangles[i].bottom});
+            areas.push_back(q32::as_area(rectangles[i]));
     }
     DeleteObject(region);
-    return boxes;
+    return areas;
 }
 
 class Painting {
@@ -41,36 +41,36 @@ private:
     PAINTSTRUCT state_;
 };
 
-// Grey of all displays; all but the given box.
-void fill_around(HDC dc, const Box &box, const Box &spared) {
+// Fills an area, but for the spared one, with a grey that all displays have.
+void fill_around(HDC dc, const Area &area, const Area &spared) {
     const int state = SaveDC(dc);
     if (!spared.is_empty())
         ExcludeClipRect(dc, spared.left, spared.top, spared.right, spared.bottom);
-    const RECT area = {box.left, box.top, box.right, box.bottom};
-    FillRect(dc, &area, static_cast<HBRUSH>(GetStockObject(GRAY_BRUSH)));
+    const RECT rect = q32::as_rect(area);
+    FillRect(dc, &rect, static_cast<HBRUSH>(GetStockObject(GRAY_BRUSH)));
     RestoreDC(dc, state);
 }
 
 } // namespace
 
-// While something else is being done the window stays invalid, and is painted when that has ended.
+// While something else is being done the window stays invalid; it is painted afterwards.
 void Canvas::handle_paint() {
     if (Busy::is_anything())
         return;
     prepare();
     const Busy busy;
-    const std::vector<Box> boxes = boxes_of_update_region(window_);
+    const std::vector<Area> areas = areas_of_update_region(window_);
     const Painting painting(window_);
     try {
-        for (const Box &box : boxes)
-            paint_box(painting.dc(), box);
+        for (const Area &area : areas)
+            paint_area(painting.dc(), area);
     } catch (const std::exception &failure) {
         owner_.say_failure(failure);
     }
 }
 
-// A picture that cannot be scaled, or need not be as the user is tired of waiting, is shown in its
-// own size, which takes nothing.
+// A picture that cannot be scaled, or whose scaling the user has stopped, is shown in its own size,
+// for which nothing has to be made.
 void Canvas::prepare() {
     if (!has_picture() || show_.test_card)
         return;
@@ -83,23 +83,23 @@ void Canvas::prepare() {
     }
 }
 
-void Canvas::paint_box(HDC dc, const Box &box) {
+void Canvas::paint_area(HDC dc, const Area &area) {
     if (show_.test_card)
         draw_test_card(dc, view_.window(), show_.settings);
     else
-        paint_picture(dc, box);
+        paint_picture(dc, area);
 }
 
-void Canvas::paint_picture(HDC dc, const Box &box) {
-    const Box covered = common_part(view_.covered(), box);
-    fill_around(dc, box, covered);
+void Canvas::paint_picture(HDC dc, const Area &area) {
+    const Area covered = intersect(view_.covered(), area);
+    fill_around(dc, area, covered);
     if (covered.is_empty())
         return;
-    const Place origin = view_.origin();
-    scaled_.for_each_piece(moved(covered, Place{} - origin),
+    const Point origin = view_.origin();
+    scaled_.for_each_piece(moved(covered, Point{} - origin),
                            [&](const ScaledPicture::Piece &piece) {
-                               paint(dc, moved(piece.box, origin), piece.buffer, piece.place,
-                                     {piece.box.left, piece.box.top}, show_.settings);
+                               paint(dc, moved(piece.area, origin), piece.buffer, piece.place,
+                                     piece.area.corner(), show_.settings);
                            });
 }
 

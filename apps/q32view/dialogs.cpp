@@ -1,7 +1,7 @@
 // Open and save dialogs, with names of any length that Windows knows.
 #include "dialogs.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 
 #include <commdlg.h>

@@ -7,7 +7,7 @@
 
 namespace apps::q32view {
 
-// Empty when the user has thought better of it. Throws Failure when there is no dialog.
+// Empty when the user cancels. Throws Failure when there is no dialog.
 std::string ask_for_picture(HWND owner);
 std::string ask_for_new_file(HWND owner);
 

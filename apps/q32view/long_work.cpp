@@ -1,7 +1,7 @@
 // Looking at the keyboard without letting other messages through.
 #include "long_work.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 
 #include <utility>
 

@@ -8,8 +8,8 @@
 
 namespace apps::q32view {
 
-// While one lives, nothing else may begin: messages that other programs send still come in, when
-// the system waits for those programs.
+// While one lives, nothing else may begin. Messages still come in then: those that other programs
+// send, whenever the system waits for these programs.
 class Busy {
 public:
     Busy() { ++count_; }

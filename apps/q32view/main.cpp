@@ -1,8 +1,8 @@
 // The program's beginning and end: the command line, the window, and which line and exit code a
 // failure gets.
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
-#include "frame.h"
+#include "main_window.h"
 #include "options.h"
 #include "resource.h"
 
@@ -32,18 +32,19 @@ void tell(const std::string &text, bool is_failure) {
         print(text);
 }
 
-// A picture that cannot be opened leaves the window to say so, unless nobody will see it.
-void open_first_picture(Frame &frame, const Options &options) {
+// When a picture cannot be opened the window says so. For a screenshot only, nobody would see that:
+// the program fails.
+void open_first_picture(MainWindow &main_window, const Options &options) {
     try {
         if (!options.picture.empty())
-            frame.open(options.picture);
+            main_window.open(options.picture);
         if (options.test_card)
-            frame.show_test_card();
-        frame.apply_view_options();
+            main_window.show_test_card();
+        main_window.apply_view_options();
     } catch (const std::exception &failure) {
         if (!options.screenshot.empty())
             throw;
-        frame.say_failure(failure);
+        main_window.say_failure(failure);
     }
 }
 
@@ -65,14 +66,14 @@ int run() {
         tell(options.help ? help_text() : "q32view " Q32VIEW_VERSION "\n", false);
         return exit_success;
     }
-    Frame frame(options);
-    frame.create();
-    ShowWindow(frame.window(), SW_SHOWDEFAULT);
-    UpdateWindow(frame.window());
-    open_first_picture(frame, options);
+    MainWindow main_window(options);
+    main_window.create();
+    ShowWindow(main_window.window(), SW_SHOWDEFAULT);
+    UpdateWindow(main_window.window());
+    open_first_picture(main_window, options);
     if (options.screenshot.empty())
-        return handle_messages(frame.window());
-    frame.save_view(options.screenshot);
+        return handle_messages(main_window.window());
+    main_window.save_view(options.screenshot);
     return exit_success;
 }
 

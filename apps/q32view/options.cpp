@@ -1,7 +1,7 @@
 // A table of options, and what each makes of its value.
 #include "options.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "view_state.h"
 
@@ -33,7 +33,7 @@ int number(std::string_view option, std::string_view value, int least, int most,
 }
 
 // Two numbers and what stands between them.
-Place pair(std::string_view option, std::string_view value, char between, int least, int most,
+Point pair(std::string_view option, std::string_view value, char between, int least, int most,
            std::string_view wanted) {
     const size_t middle = std::min(value.find(between), value.size());
     const auto x = number_between(value.substr(0, middle), least, most);
@@ -56,7 +56,7 @@ void read_at(Options &options, std::string_view value) {
 }
 
 void read_size(Options &options, std::string_view value) {
-    const Place size = pair("--size", value, 'x', 1, largest_side, "WxH of 1 to 16000");
+    const Point size = pair("--size", value, 'x', 1, largest_side, "WxH of 1 to 16000");
     options.size = {size.x, size.y};
 }
 
@@ -152,9 +152,10 @@ const Option &option_named(std::string_view name) {
     throw UsageError(std::string(name) + ": there is no such option; see q32view --help");
 }
 
-// The option at a place among the words, and its value: behind "=", or the next word.
-void read_option(Options &options, const std::vector<std::string> &words, size_t &place) {
-    const std::string_view word = words[place];
+// Reads an option and its value, which stands behind "=" or is the next word; index: of the option
+// among the words, then of the last word read.
+void read_option(Options &options, const std::vector<std::string> &words, size_t &index) {
+    const std::string_view word = words[index];
     const size_t equals = std::min(word.find('='), word.size());
     const Option &option = option_named(word.substr(0, equals));
     std::string_view value;
@@ -163,10 +164,10 @@ void read_option(Options &options, const std::vector<std::string> &words, size_t
             throw UsageError(std::string(option.name) + " takes no value");
         value = word.substr(equals + 1);
     } else if (!option.value.empty()) {
-        if (++place == words.size())
+        if (++index == words.size())
             throw UsageError(std::string(option.name) + ": " + std::string(option.value) +
                              " is missing");
-        value = words[place];
+        value = words[index];
     }
     option.read(options, value);
 }

@@ -1,7 +1,7 @@
 // The command line: what to show at first, and what to do without a user.
 #pragma once
 
-#include "geometry.h"
+#include "apps/pictures/areas.h"
 #include "show_settings.h"
 
 #include <optional>
@@ -14,8 +14,8 @@ struct Options {
     std::string picture; // empty: none
     ShowSettings settings;
     std::optional<int> percent; // none: fitted
-    Place scroll;
-    std::optional<Extent> size; // of the area in which pictures are shown
+    Point scroll;
+    std::optional<Size> size; // of the area in which pictures are shown
     bool test_card = false;
     std::string save_to;    // where views are saved without asking; empty: the user is asked
     std::string screenshot; // save a view there and end; empty: stay open

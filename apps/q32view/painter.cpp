@@ -2,7 +2,7 @@
 #include "painter.h"
 
 #include "acted_display.h"
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 
 #include <q32base/buffers.h>
@@ -105,10 +105,10 @@ int depth_of(Pixels kind) {
 
 class Run {
 public:
-    Run(HDC dc, const Box &box, Place matrix, const ShowSettings &settings) {
+    Run(HDC dc, const Area &area, Point matrix, const ShowSettings &settings) {
         const HPALETTE palette = settings.pixels == Pixels::palette ? cube_palette() : nullptr;
-        if (!disp32ShowInitEx(&run_, dc, depth_of(settings.pixels), box.left, box.top, box.right,
-                              box.bottom, palette, settings.palette_option, FALSE, matrix.x,
+        if (!disp32ShowInitEx(&run_, dc, depth_of(settings.pixels), area.left, area.top, area.right,
+                              area.bottom, palette, settings.palette_option, FALSE, matrix.x,
                               matrix.y))
             throw Failure("the display", "nothing can be shown on it");
     }
@@ -125,14 +125,14 @@ private:
     HDISPRUN run_ = 0;
 };
 
-// Columns of the box beyond the buffer are drawn, with whatever colour.
-void show_rows(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
+// Columns of the area beyond the buffer are drawn, with whatever colour.
+void show_rows(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matrix,
                const ShowSettings &settings) {
-    const int width = box.width(), height = box.height();
+    const int width = area.width(), height = area.height();
     const size_t row_bytes = static_cast<size_t>(width) * 3;
     const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
-    Run run(dc, box, matrix, settings);
+    Run run(dc, area, matrix, settings);
     for (int first = 0; first < height; first += band_rows) {
         const int rows = std::min(band_rows, height - first);
         if (!buf32GetMem(buffer, place.x, place.y + first, width, rows, band.data()))
@@ -143,18 +143,19 @@ void show_rows(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
 
 } // namespace
 
-void paint(HDC dc, const Box &box, HBUF32 buffer, Place place, Place matrix,
+void paint(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matrix,
            const ShowSettings &settings) {
-    if (box.is_empty())
+    if (area.is_empty())
         return;
     if (!ActedDisplay::is_needed(settings)) {
-        show_rows(dc, box, buffer, place, matrix, settings);
+        show_rows(dc, area, buffer, place, matrix, settings);
         return;
     }
     const int depth = settings.pixels == Pixels::palette ? 24 : depth_of(settings.pixels);
-    ActedDisplay display(depth, {box.width(), box.height()});
-    show_rows(display.dc(), {0, 0, display.width(), box.height()}, buffer, place, matrix, settings);
-    display.show(dc, {box.left, box.top});
+    ActedDisplay display(depth, area.size());
+    show_rows(display.dc(), {0, 0, display.width(), area.height()}, buffer, place, matrix,
+              settings);
+    display.show(dc, area.corner());
 }
 
 } // namespace apps::q32view

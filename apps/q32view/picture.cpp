@@ -32,7 +32,7 @@ std::string without_folder(const std::string &path) {
     return path.substr(path.find_last_of("/\\:") + 1);
 }
 
-Buffer buffer_of(Extent size, const std::string &named) {
+Buffer buffer_of(Size size, const std::string &named) {
     HBUF32 handle = 0;
     if (!buf32Alloc(&handle, 24, size.width, size.height, BUF32_TILED, nullptr))
         throw library_failure(named, "no buffer for the picture");
@@ -46,8 +46,8 @@ Picture load_picture(const std::string &path, StatusBar &status) {
     LongWork work(status, "reading " + name);
     PictureReader reader(path);
     const int width = reader.width(), height = reader.height();
-    Picture picture = {
-        buffer_of({width, height}, name), {width, height}, name, reader.format(), reader.bits()};
+    Picture picture = {buffer_of(reader.size(), name), reader.size(), name, reader.format(),
+                       reader.bits()};
     const size_t row_bytes = static_cast<size_t>(width) * 3;
     const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));

@@ -1,7 +1,7 @@
 // A picture in one of the library's buffers, and the owner of such a buffer.
 #pragma once
 
-#include "geometry.h"
+#include "apps/pictures/areas.h"
 #include "long_work.h"
 
 #include <q32base/buffers.h>
@@ -34,7 +34,7 @@ private:
 
 struct Picture {
     Buffer buffer; // 24 bits
-    Extent size;
+    Size size;
     std::string name;   // of the file, without its folder
     std::string format; // of the file: "PNG"
     int file_bits = 0;  // per pixel in the file

@@ -19,7 +19,7 @@
 #define ID_DEVICE_FIRST    120
 #define ID_DEVICE_LAST     125
 
-/* In the order of the values in frame_menu.cpp. */
+/* In the order of the values in main_window_menu.cpp. */
 #define ID_GAMMA_FILE  129
 #define ID_GAMMA_FIRST 130
 #define ID_GAMMA_LAST  134

@@ -17,13 +17,12 @@ constexpr int nearest_above = 4; // times: where single pixels are to be seen as
 // Around a tile, in pixels of the picture: what bicubic interpolation looks at across its edges.
 constexpr int margin = 3;
 
-// The library calls back out of its own frames, which exceptions must not cross.
+// Called by the library, through which exceptions must not pass.
 int __stdcall go_on(int, int value, int, uintptr_t work) {
     return reinterpret_cast<LongWork *>(work)->reach(value, 1000);
 }
 
-Buffer resampled(const std::string &named, HBUF32 source, Extent size, bool nearest,
-                 LongWork *work) {
+Buffer resampled(const std::string &named, HBUF32 source, Size size, bool nearest, LongWork *work) {
     const RESAMPLEPROGRESS watch = {.poll_esc = 0, // LongWork looks at the keyboard
                                     .callback = go_on,
                                     .user_data = reinterpret_cast<uintptr_t>(work),
@@ -48,7 +47,7 @@ int tiles_before(int position, int side) {
 
 } // namespace
 
-void ScaledPicture::prepare(const Picture &picture, Extent shown, StatusBar &status) {
+void ScaledPicture::prepare(const Picture &picture, Size shown, StatusBar &status) {
     if (is_prepared_for(picture, shown))
         return;
     Buffer reduced;
@@ -67,7 +66,7 @@ void ScaledPicture::prepare(const Picture &picture, Extent shown, StatusBar &sta
     source_side_ = factor == 0 ? 0 : std::max(tile_pixels / factor, 1);
 }
 
-bool ScaledPicture::is_prepared_for(const Picture &picture, Extent shown) const {
+bool ScaledPicture::is_prepared_for(const Picture &picture, Size shown) const {
     return picture_ == &picture && shown_ == shown;
 }
 
@@ -78,20 +77,21 @@ void ScaledPicture::forget() {
     used_.clear();
 }
 
-void ScaledPicture::for_each_piece(const Box &box, const std::function<void(const Piece &)> &use) {
+void ScaledPicture::for_each_piece(const Area &area,
+                                   const std::function<void(const Piece &)> &use) {
     if (picture_ == nullptr)
         return;
     if (factor_ == 0) {
         const HBUF32 whole = reduced_.get() != 0 ? reduced_.get() : picture_->buffer.get();
-        use({box, whole, {box.left, box.top}});
+        use({area, whole, area.corner()});
         return;
     }
     const int side = tile_side();
-    for (int row = tiles_before(box.top, side); row * side < box.bottom; ++row)
-        for (int column = tiles_before(box.left, side); column * side < box.right; ++column) {
+    for (int row = tiles_before(area.top, side); row * side < area.bottom; ++row)
+        for (int column = tiles_before(area.left, side); column * side < area.right; ++column) {
             const Tile &made = tile({column, row});
-            const Box part = common_part(box, box_at({column * side, row * side}, {side, side}));
-            use({part, made.buffer.get(), Place{part.left, part.top} - made.place});
+            const Area part = intersect(area, area_of({column * side, row * side}, {side, side}));
+            use({part, made.buffer.get(), part.corner() - made.place});
         }
 }
 
@@ -113,10 +113,10 @@ const ScaledPicture::Tile &ScaledPicture::tile(Index index) {
 // Tiles lie on a grid, so that a pixel comes out of the same tile whenever it is drawn. The factor
 // being whole, a part of the picture is interpolated as it would be within the whole.
 ScaledPicture::Tile ScaledPicture::make_tile(Index index) const {
-    const Place corner = {index.first * source_side_, index.second * source_side_};
-    const Box wanted = {corner.x - margin, corner.y - margin, corner.x + source_side_ + margin,
-                        corner.y + source_side_ + margin};
-    const Box part = common_part(wanted, box_at({}, picture_->size));
+    const Point corner = {index.first * source_side_, index.second * source_side_};
+    const Area wanted = {corner.x - margin, corner.y - margin, corner.x + source_side_ + margin,
+                         corner.y + source_side_ + margin};
+    const Area part = intersect(wanted, area_of({}, picture_->size));
     HBUF32 cut = 0;
     if (!buf32GetBuf(picture_->buffer.get(), part.left, part.top, part.width(), part.height(),
                      &cut))

@@ -2,7 +2,7 @@
 // whole; enlarged, in tiles that are made when they come into view.
 #pragma once
 
-#include "geometry.h"
+#include "apps/pictures/areas.h"
 #include "picture.h"
 
 #include <functional>
@@ -14,26 +14,26 @@ namespace apps::q32view {
 
 class ScaledPicture {
 public:
-    // Makes what can be made in advance. Throws Failure, Cancelled: what was there before is still
-    // there then.
-    void prepare(const Picture &picture, Extent shown, StatusBar &status);
-    bool is_prepared_for(const Picture &picture, Extent shown) const;
+    // Makes what can be made in advance. Throws Failure, Cancelled; what was made before stays
+    // then.
+    void prepare(const Picture &picture, Size shown, StatusBar &status);
+    bool is_prepared_for(const Picture &picture, Size shown) const;
     void forget();
 
     // A rectangle of the picture as it is shown, and where its pixels are.
     struct Piece {
-        Box box;       // in the shown picture
+        Area area;     // in the shown picture
         HBUF32 buffer; // 24 bits
-        Place place;   // of the box's corner in the buffer
+        Point place;   // of the area's corner in the buffer
     };
-    // Hands over the pieces that make up a box of the shown picture. Throws Failure.
-    void for_each_piece(const Box &box, const std::function<void(const Piece &)> &use);
+    // Hands over the pieces that make up an area of the shown picture. Throws Failure.
+    void for_each_piece(const Area &area, const std::function<void(const Piece &)> &use);
 
 private:
     using Index = std::pair<int, int>; // column and row of a tile
     struct Tile {
         Buffer buffer;
-        Place place; // of the buffer's corner in the shown picture
+        Point place; // of the buffer's corner in the shown picture
         std::list<Index>::iterator last_used;
     };
     const Tile &tile(Index index);
@@ -41,7 +41,7 @@ private:
     int tile_side() const { return source_side_ * factor_; }
 
     const Picture *picture_ = nullptr;
-    Extent shown_;
+    Size shown_;
     Buffer reduced_;      // empty at the picture's own size, and enlarged
     int factor_ = 0;      // of an enlargement; else 0
     int source_side_ = 0; // of a tile, in pixels of the picture

@@ -1,9 +1,9 @@
 // Pixels out of the window's device context, whatever the display's depth, as 24 bits.
 #include "screenshot.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/areas.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/pictures/picture_writer.h"
-#include "geometry.h"
 
 #include <cstdint>
 
@@ -28,7 +28,7 @@ private:
 // A bitmap of 24 bits in memory, top row first, with a context to draw on it.
 class Copy {
 public:
-    explicit Copy(Extent size) : dc_(CreateCompatibleDC(nullptr)) {
+    explicit Copy(Size size) : dc_(CreateCompatibleDC(nullptr)) {
         BITMAPINFO info = {};
         info.bmiHeader = {.biSize = sizeof info.bmiHeader,
                           .biWidth = size.width,
@@ -64,7 +64,7 @@ private:
 
 // In the coordinates of the window's corner, or of its client area's. The title and the border are
 // left out: often they are not the window's own work.
-Box area_of(HWND window, bool with_menu) {
+Area shown_area(HWND window, bool with_menu) {
     RECT client = {}, outer = {};
     GetClientRect(window, &client);
     if (!with_menu)
@@ -81,8 +81,8 @@ Box area_of(HWND window, bool with_menu) {
 
 void save_screenshot(HWND window, bool with_menu, const std::string &path) {
     const FileFormat format = check_output(path);
-    const Box area = area_of(window, with_menu);
-    const Extent size = {area.width(), area.height()};
+    const Area area = shown_area(window, with_menu);
+    const Size size = area.size();
     if (size.is_empty())
         throw Failure(path, "the window shows nothing");
     const WindowDc source(window, with_menu);

@@ -1,7 +1,7 @@
 // The library keeps display, gamma and dithering for the whole process; here they are set together.
 #include "show_settings.h"
 
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 
 #include <q32base/display.h>
 

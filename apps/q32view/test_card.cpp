@@ -3,6 +3,7 @@
 
 #include "acted_display.h"
 #include "apps/pictures/library_report.h"
+#include "geometry/system_rect.h"
 
 #include <q32base/bars.h>
 
@@ -18,7 +19,7 @@ constexpr int units = 16; // of the card's height
 
 class Card {
 public:
-    Card(HDC dc, Extent window, const ShowSettings &settings)
+    Card(HDC dc, Size window, const ShowSettings &settings)
         : dc_(dc), window_(window), is_acted_(ActedDisplay::is_needed(settings)),
           has_palette_((GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) != 0) {}
 
@@ -29,8 +30,8 @@ public:
         column_ = 0;
     }
 
-    // A display with a palette holds one at a time: a palette of greys would take the others'
-    // colours away, and greys are colours there.
+    // A display with a palette holds one at a time. A palette of greys would take the colours of
+    // the other bars away, so grey bars are drawn there as bars of colours.
     void grey(int wide, int from, int to, bool across) {
         if (has_palette_)
             colour(wide, RGB(from, from, from), RGB(to, to, to), across);
@@ -56,8 +57,8 @@ public:
 
 private:
     // Bars touch: where one ends the next begins, whatever the window's size.
-    RECT next(int wide) {
-        const RECT area = {window_.width * column_ / columns, window_.height * top_ / units,
+    Area next(int wide) {
+        const Area area = {window_.width * column_ / columns, window_.height * top_ / units,
                            window_.width * (column_ + wide) / columns,
                            window_.height * bottom_ / units};
         column_ += wide;
@@ -67,16 +68,16 @@ private:
     // did.
     template <typename Bar>
     void draw(int wide, int depth, const Bar &bar) {
-        const RECT area = next(wide);
-        if (area.right <= area.left || area.bottom <= area.top)
+        const Area area = next(wide);
+        if (area.is_empty())
             return;
         if (!is_acted_) {
-            check(bar(dc_, area));
+            check(bar(dc_, q32::as_rect(area)));
             return;
         }
-        ActedDisplay display(depth, {area.right - area.left, area.bottom - area.top});
-        check(bar(display.dc(), RECT{0, 0, display.width(), area.bottom - area.top}));
-        display.show(dc_, {area.left, area.top});
+        ActedDisplay display(depth, area.size());
+        check(bar(display.dc(), RECT{0, 0, display.width(), area.height()}));
+        display.show(dc_, area.corner());
     }
     static void check(int drawn) {
         if (!drawn)
@@ -84,7 +85,7 @@ private:
     }
 
     HDC dc_;
-    Extent window_;
+    Size window_;
     bool is_acted_;
     bool has_palette_;
     int top_ = 0;
@@ -94,7 +95,7 @@ private:
 
 } // namespace
 
-void draw_test_card(HDC dc, Extent window, const ShowSettings &settings) {
+void draw_test_card(HDC dc, Size window, const ShowSettings &settings) {
     Card card(dc, window, settings);
     card.row(1);
     card.grey(4, 0, 255, true);

@@ -29,15 +29,15 @@ int under_anchor(int from_origin, int length_before, int length) {
 
 } // namespace
 
-Extent at_percent(Extent picture, int percent) {
+Size at_percent(Size picture, int percent) {
     return {scaled_length(picture.width, percent, 100),
             scaled_length(picture.height, percent, 100)};
 }
 
-Extent fitted(Extent picture, Extent window) {
+Size fitted(Size picture, Size window) {
     if (picture.width <= window.width && picture.height <= window.height)
         return picture;
-    const Extent room = {std::max(window.width, 1), std::max(window.height, 1)};
+    const Size room = {std::max(window.width, 1), std::max(window.height, 1)};
     if (static_cast<int64_t>(room.width) * picture.height <=
         static_cast<int64_t>(room.height) * picture.width)
         return {room.width,
@@ -46,17 +46,17 @@ Extent fitted(Extent picture, Extent window) {
             room.height};
 }
 
-void ViewState::set_picture(Extent picture) {
+void ViewState::set_picture(Size picture) {
     picture_ = picture;
     fit();
 }
 
-void ViewState::set_window(Extent window) {
+void ViewState::set_window(Size window) {
     window_ = window;
     scroll_to(scroll_);
 }
 
-Extent ViewState::shown() const {
+Size ViewState::shown() const {
     if (picture_.is_empty())
         return {};
     return fitted_ ? fitted(picture_, window_) : at_percent(picture_, percent_);
@@ -68,7 +68,7 @@ int ViewState::percent() const {
         return 0;
     if (!fitted_)
         return percent_;
-    const Extent now = shown();
+    const Size now = shown();
     return picture_.width >= picture_.height ? scaled_length(now.width, 100, picture_.width)
                                              : scaled_length(now.height, 100, picture_.height);
 }
@@ -78,9 +78,9 @@ void ViewState::fit() {
     scroll_ = {};
 }
 
-void ViewState::zoom_to(int percent, Place anchor) {
-    const Extent shown_before = shown();
-    const Place origin_before = origin();
+void ViewState::zoom_to(int percent, Point anchor) {
+    const Size shown_before = shown();
+    const Point origin_before = origin();
     fitted_ = false;
     percent_ = std::clamp(percent, least_percent, most_percent);
     if (percent_ > 100)
@@ -89,43 +89,43 @@ void ViewState::zoom_to(int percent, Place anchor) {
         keep_in_view(anchor, shown_before, origin_before);
 }
 
-// A fitted picture's zoom lies between two steps, or is taken for the nearer whole percentage.
-void ViewState::zoom_in(Place anchor) {
+// To the next step. A fitted picture's zoom may lie between two steps; it counts as rounded.
+void ViewState::zoom_in(Point anchor) {
     const int *next = std::upper_bound(std::begin(steps), std::end(steps), percent());
     zoom_to(next == std::end(steps) ? most_percent : *next, anchor);
 }
 
-void ViewState::zoom_out(Place anchor) {
+void ViewState::zoom_out(Point anchor) {
     const int *next = std::lower_bound(std::begin(steps), std::end(steps), percent());
     zoom_to(next == std::begin(steps) ? least_percent : *(next - 1), anchor);
 }
 
-void ViewState::keep_in_view(Place anchor, Extent shown_before, Place origin_before) {
-    const Place from_origin = anchor - origin_before;
-    const Extent now = shown();
+void ViewState::keep_in_view(Point anchor, Size shown_before, Point origin_before) {
+    const Point from_origin = anchor - origin_before;
+    const Size now = shown();
     scroll_to({under_anchor(from_origin.x, shown_before.width, now.width) - anchor.x,
                under_anchor(from_origin.y, shown_before.height, now.height) - anchor.y});
 }
 
-Place ViewState::most_scroll() const {
-    const Extent now = shown();
+Point ViewState::most_scroll() const {
+    const Size now = shown();
     return {std::max(now.width - window_.width, 0), std::max(now.height - window_.height, 0)};
 }
 
-Place ViewState::scroll_to(Place scroll) {
-    const Place before = scroll_, most = most_scroll();
+Point ViewState::scroll_to(Point scroll) {
+    const Point before = scroll_, most = most_scroll();
     scroll_ = {std::clamp(scroll.x, 0, most.x), std::clamp(scroll.y, 0, most.y)};
     return scroll_ - before;
 }
 
-Place ViewState::origin() const {
-    const Extent now = shown();
+Point ViewState::origin() const {
+    const Size now = shown();
     return {centred(now.width, window_.width) - scroll_.x,
             centred(now.height, window_.height) - scroll_.y};
 }
 
-Box ViewState::covered() const {
-    return common_part(box_at(origin(), shown()), box_at({}, window_));
+Area ViewState::covered() const {
+    return intersect(area_of(origin(), shown()), area_of({}, window_));
 }
 
 } // namespace apps::q32view

@@ -2,7 +2,7 @@
 // change. Pure arithmetic; scaling, scroll bars and drawing are the neighbours' parts.
 #pragma once
 
-#include "geometry.h"
+#include "apps/pictures/areas.h"
 
 namespace apps::q32view {
 
@@ -10,55 +10,55 @@ constexpr int least_percent = 1;
 constexpr int most_percent = 3200;
 
 // A picture's size at a percentage; a side never falls below one pixel.
-Extent at_percent(Extent picture, int percent);
+Size at_percent(Size picture, int percent);
 
 // As large as a window allows with the picture's proportions, but never enlarged.
-Extent fitted(Extent picture, Extent window);
+Size fitted(Size picture, Size window);
 
 class ViewState {
 public:
     // A new picture is fitted into the window.
-    void set_picture(Extent picture);
+    void set_picture(Size picture);
     // The window's size; the picture's top left corner in view stays where it is as far as it can.
-    void set_window(Extent window);
+    void set_window(Size window);
 
-    Extent picture() const { return picture_; }
-    Extent window() const { return window_; }
+    Size picture() const { return picture_; }
+    Size window() const { return window_; }
     bool is_fitted() const { return fitted_; }
 
     // The whole picture at the current zoom.
-    Extent shown() const;
+    Size shown() const;
     // The zoom in percent, rounded; 0 without a picture.
     int percent() const;
 
     void fit();
     // percent: above 100 in whole hundreds, others count as the hundreds below. anchor: the point
     // of the window under which the picture stays put.
-    void zoom_to(int percent, Place anchor);
-    void zoom_in(Place anchor);
-    void zoom_out(Place anchor);
-    Place middle() const { return {window_.width / 2, window_.height / 2}; }
+    void zoom_to(int percent, Point anchor);
+    void zoom_in(Point anchor);
+    void zoom_out(Point anchor);
+    Point middle() const { return {window_.width / 2, window_.height / 2}; }
 
     // The shown picture's point in the window's top left corner, if the picture is larger than the
     // window; 0 in the direction in which it is not.
-    Place scroll() const { return scroll_; }
-    Place most_scroll() const;
+    Point scroll() const { return scroll_; }
+    Point most_scroll() const;
     // Stops at the picture's edges. Returns how far the view has come.
-    Place scroll_to(Place scroll);
+    Point scroll_to(Point scroll);
 
     // Where the shown picture begins in the window: centred where it is smaller.
-    Place origin() const;
+    Point origin() const;
     // The part of the window that the picture covers.
-    Box covered() const;
+    Area covered() const;
 
 private:
-    void keep_in_view(Place anchor, Extent shown_before, Place origin_before);
+    void keep_in_view(Point anchor, Size shown_before, Point origin_before);
 
-    Extent picture_;
-    Extent window_;
+    Size picture_;
+    Size window_;
     bool fitted_ = true;
     int percent_ = 100; // unless fitted
-    Place scroll_;
+    Point scroll_;
 };
 
 } // namespace apps::q32view

@@ -6,6 +6,7 @@
 
 #include <q32base.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -91,6 +92,28 @@ void measure_memory(Scene &scene) {
                 "memcpy");
 }
 
+// The image merged into itself: the left half onto the right one, and all of it to one side.
+void measure_overlap(Scene &scene) {
+    const auto copy = [&] { scene.copy(); };
+    const auto moved = [&](int right, int width) {
+        const int from = std::max(-right, 0);
+        return time_paired(
+            [&, from] {
+                require(i32MergeRamToRam(scene.base.data(), scene.width, scene.height, pixel_bytes,
+                                         from + right, 0, scene.base.data(), scene.mask.data(),
+                                         scene.width, scene.height,
+                                         {from, 0, from + width, scene.height}, MERGE_NORMAL, 0),
+                        "i32MergeRamToRam");
+            },
+            copy, budget);
+    };
+    const int half = scene.width / 2, most = scene.width - 16;
+    print_merge("a half onto the other", scene, moved(half, half), "memcpy");
+    for (const int pixels : {1, 16, -1})
+        print_merge("onto itself, to the right by " + std::to_string(pixels), scene,
+                    moved(pixels, most), "memcpy");
+}
+
 HBUF32 buffer_of(const Scene &scene, const std::vector<std::uint8_t> &pixels, int bits) {
     HBUF32 buffer = 0;
     require(buf32Alloc(&buffer, bits, scene.width, scene.height, BUF32_TILED, nullptr),
@@ -152,6 +175,7 @@ int main() {
     for (const auto &[width, height] : {std::pair{512, 512}, std::pair{4000, 3000}}) {
         Scene scene{width, height};
         measure_memory(scene);
+        measure_overlap(scene);
         measure_buffers(scene);
     }
     return 0;

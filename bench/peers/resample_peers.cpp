@@ -4,6 +4,7 @@
 #include "bench/peers/contest.h"
 #include "resample/kernels/blocks.h"
 #include "resample/kernels/positions.h"
+#include "resample/kernels/resample_tables.h"
 
 #include <libyuv.h>
 #include <libyuv/scale_rgb.h>
@@ -87,9 +88,9 @@ public:
     Plan(const Plan &) = delete;
     Plan &operator=(const Plan &) = delete;
 
-    template <typename Kernels>
-    void run(const Kernels &kernels) {
-        work_.resize(std::max(work_.size(), work_bytes(kernels, column_index_.size(), samples)));
+    void run(const MethodKernels &kernels) {
+        work_.resize(
+            std::max(work_.size(), RowWindow::work_bytes(kernels, column_index_.size(), samples)));
         resample_block(kernels, destination, source, samples, work_.data());
     }
 
@@ -104,11 +105,11 @@ private:
 void run(Plan &plan, const ResampleKernels &kernels, Method method) {
     switch (method) {
     case Method::nearest:
-        return plan.run(kernels.nearest);
+        return plan.run(*kernels.nearest);
     case Method::bilinear:
-        return plan.run(kernels.bilinear);
+        return plan.run(*kernels.bilinear);
     case Method::bicubic:
-        return plan.run(kernels.bicubic);
+        return plan.run(*kernels.bicubic);
     }
 }
 

@@ -7,6 +7,7 @@
 #include "library/process/cpu.h"
 #include "resample/kernels/blocks.h"
 #include "resample/kernels/positions.h"
+#include "resample/kernels/resample_tables.h"
 
 #include <cmath>
 #include <cstdio>
@@ -108,17 +109,16 @@ public:
     void resample(const ResampleKernels &kernels) {
         switch (job_.method) {
         case Method::nearest:
-            return resample_by(kernels.nearest);
+            return resample_by(*kernels.nearest);
         case Method::bilinear:
-            return resample_by(kernels.bilinear);
+            return resample_by(*kernels.bilinear);
         case Method::bicubic:
-            return resample_by(kernels.bicubic);
+            return resample_by(*kernels.bicubic);
         }
     }
 
 private:
-    template <typename Kernels>
-    void resample_by(const Kernels &kernels) {
+    void resample_by(const MethodKernels &kernels) {
         const DestinationBlock destination{destination_.data(),
                                            size_t(scaling_.destination.width * job_.samples),
                                            tables_.columns(), tables_.rows()};
@@ -126,7 +126,7 @@ private:
                                  size_t(scaling_.source.width * job_.samples),
                                  {0, scaling_.source.width},
                                  {0, scaling_.source.height}};
-        work_.resize(work_bytes(kernels, destination.columns.count, job_.samples));
+        work_.resize(RowWindow::work_bytes(kernels, destination.columns.count, job_.samples));
         resample_block(kernels, destination, source, job_.samples, work_.data());
     }
 

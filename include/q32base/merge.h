@@ -33,9 +33,25 @@
  * functions' MERGE_LIGHTEN then compares sums that have not been divided by 100.
  *
  * Memory. All memory is the caller's and may begin anywhere. A function reads and writes no byte
- * outside the runs and rectangles that its arguments name. Runs of one call may begin at the same
- * address where the arguments say so; runs that overlap in another way give pixels that are not
- * defined.
+ * outside the runs and rectangles that its arguments name.
+ *
+ * Overlap. What is merged may overlap in any way. Rows go from top to bottom and pixels from left
+ * to right, each from what memory holds when its turn comes: an image merged onto itself one pixel
+ * to the right meets, from its second pixel on, pixels that have been merged already.
+ *
+ *     i32Merge           begins with copies of whole runs (as by memmove): the overlay aside, where
+ *                        it is at the result's own address; the base into the result; and, where
+ *                        that is all that the mode does (see there), the overlay into the result
+ *     modes 2 to 5       in all functions read base, mask and overlay of a row, in i32Merge of the
+ *                        run, before any of its pixels is written
+ *     buffer functions   go piece by piece: the destination's cells band by band and left to right,
+ *                        for each of them the overlay's in the same way
+ *
+ * A pixel that begins inside its own overlay is merged sample after sample; the MMX way has read
+ * the overlay's three before it writes one. The mask of i32ColorFilter, too, may lie over its
+ * pixels: one is tested as the mask bytes cleared before it have left it. Runs of
+ * i32ColorspaceConvert may begin at the same address where the arguments say so; overlapping in
+ * another way, they give pixels that are not defined.
  *
  * Threads. Nothing here keeps state; any number of threads may merge at once as long as no two of
  * them write the same memory or use the same buffer. i32Merge, i32MergeEx and i32MergeRamToRam
@@ -89,7 +105,7 @@ Q32_BEGIN_DECLS
 /*
  * Merges a run of pixels onto a base, both of which stay as they are, into a third run.
  *
- *   result            pixels x bytes_per_pixel bytes; may be the base, or the overlay
+ *   result            pixels x bytes_per_pixel bytes; may be or overlap any of the others
  *   base              as many bytes; not read by MERGE_RELIEF (it may then be null), which works
  *                     on what the result holds
  *   mask              one byte per pixel, or null; MERGE_RELIEF needs one
@@ -101,8 +117,8 @@ Q32_BEGIN_DECLS
  *
  * At transparency 100 the base is copied to the result and nothing else is looked at, the mode
  * neither: MERGE_RELIEF, too, then needs a base and replaces the result by it. Without a mask, at
- * transparency 0, modes 1 and 9 to 15 copy the overlay, except where a mode of 9 to 13 rounds the
- * MMX way (see above).
+ * transparency 0, modes 1 and 9 to 15 copy the overlay, except where they round the MMX way (see
+ * above): mode 1 then gives the same, but pixel by pixel, and modes 9 to 13 what they are.
  *
  * MERGE_MASK_SUBTRACT, with p = 100 - transparency:
  *   transparency 0, no mask      max(b - s, 0)
@@ -146,7 +162,7 @@ Q32_API int Q32_CALL i32Merge(void *result, const void *base, const void *mask, 
  *   mask                one byte per pixel, rows of the mask rectangle's width, or null: full
  *                       strength (modes 2 and 3 then weigh as i32Merge does without a mask)
  *   mask_rectangle      what the mask covers; needed without a mask too, as it bounds the merge
- *   overlay             rows of the overlay rectangle's width; may be the image pixel for pixel
+ *   overlay             rows of the overlay rectangle's width; may overlap the image
  *   overlay_rectangle   what the overlay covers
  *   bytes_per_pixel     1 or 3 (or another size up to 8, see above)
  *   mode                1 to 15
@@ -176,8 +192,7 @@ Q32_API int Q32_CALL i32MergeEx(void *image, int width, int height, const void *
  *   width, height          pixels of the image
  *   bytes_per_pixel        of both images, as in i32MergeEx
  *   x, y                   where the rectangle's top left corner goes
- *   overlay                overlay_height rows of overlay_width pixels; may be the image pixel for
- *                          pixel
+ *   overlay                overlay_height rows of overlay_width pixels; may overlap the image
  *   mask                   overlay_height rows of overlay_width bytes, or null as in i32MergeEx
  *   overlay_width          pixels of the overlay image
  *   overlay_height
@@ -214,8 +229,7 @@ Q32_API int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int by
  *
  *   destination, x, y     the buffer, and where the rectangle's top left corner goes
  *   mask                  8-bit buffer as large as the overlay, in the same cells, or 0
- *   overlay               buffer; may be the destination only if no pixel is both read and written,
- *                         or pixel for pixel
+ *   overlay               buffer; may be the destination
  *   rectangle             what to merge, in coordinates of the overlay
  *   mode                  1 to 15
  *   transparency          percent
@@ -299,7 +313,8 @@ typedef struct I32COLORFILTER {
  * cleared, never raised.
  *
  *   mask_out   pixels bytes; receives the mask
- *   mask_in    pixels bytes, or null: every pixel begins at 255; may be mask_out
+ *   mask_in    pixels bytes, which are first copied as one block, or null: every pixel begins at
+ *              255; may be mask_out
  *   source     the run of pixels, of the type's size; not read by I32_FILTER_NONE (may be null)
  *   type       I32_FILTER_*
  *   pixels     0 does nothing and returns 1

@@ -1,139 +1,22 @@
-// Life of a buffer: buf32Alloc, buf32ReAlloc, buf32Free. Layout, storage and the list are their own
-// files' business.
-#include "buffer/bitmaps.h"
-#include "buffer/blocks.h"
+// Life of a buffer: buf32Alloc, buf32ReAlloc, buf32Free. What is special about a type is its row's
+// part; layout, storage and the list are their own files'.
+#include "buffer/allocation.h"
+
 #include "buffer/failures.h"
 #include "buffer/layout.h"
-#include "buffer/list.h"
-#include "buffer/pattern.h"
 #include "buffer/records.h"
 #include "buffer/sharing.h"
 #include "buffer/storage.h"
+#include "buffer/types.h"
 #include "library/process/owners.h"
-
-#include <cstring>
 
 namespace q32::buffer {
 namespace {
-
-// What the caller asked for.
-struct Request {
-    Geometry geometry;
-    uint32_t type;
-    const void *extra;
-};
 
 // A library that is this short of memory refuses early, while the program can still save its work.
 bool memory_is_left() {
     constexpr SIZE_T probe_bytes = 0x20000;
     return bool(GlobalBlock(GlobalAlloc(GMEM_MOVEABLE, probe_bytes)));
-}
-
-bool has_extra(const Request &request) {
-    if (request.type & BUF32_ONE_COLOUR)
-        return request.extra != nullptr;
-    if (request.type == BUF32_CALLER_MEMORY)
-        return request.extra != nullptr &&
-               static_cast<const BUF32MEMORY *>(request.extra)->pixels != nullptr;
-    if (request.type == BUF32_PATTERN)
-        return is_usable(static_cast<const BUF32PATTERN *>(request.extra));
-    return true;
-}
-
-int allocate_one_colour(Record *record, const Request &request, HBUF32 *handle) {
-    std::memcpy(record->info.colour, request.extra, packed_bytes(1, record->info.bits_per_pixel));
-    record = lay_out(record);
-    if (record == nullptr)
-        return fail(site::no_layout);
-    return link(*record, handle);
-}
-
-int allocate_over_caller_memory(Record *record, const Request &request, HBUF32 *handle) {
-    const auto &memory = *static_cast<const BUF32MEMORY *>(request.extra);
-    compute_cells(*record);
-    record->info.colour[0] = memory.first_word;
-    record->info.colour[1] = uint32_t(reinterpret_cast<uintptr_t>(memory.pixels));
-    return link(*record, handle);
-}
-
-int allocate_pattern(Record *record, const Request &request, HBUF32 *handle) {
-    const auto &pattern = *static_cast<const BUF32PATTERN *>(request.extra);
-    PatternCopy copy(copy_pattern_pixels(pattern, record->info.bits_per_pixel));
-    record = lay_out(record);
-    GlobalBlock owned(record);
-    if (!copy || !owned)
-        return fail(site::no_layout);
-    owned.release();
-    set_pattern(*record, pattern, copy.release());
-    return link(*record, handle);
-}
-
-int allocate_ordinary(Record *record, HBUF32 *handle) {
-    record = lay_out(record);
-    if (record == nullptr)
-        return fail(site::no_record);
-    GlobalBlock owned(record);
-    if (!allocate_storage(*record))
-        return 0;
-    if (!build_cell_addresses(*record)) {
-        release_storage(*record, record->info.reserved_bytes);
-        return 0;
-    }
-    owned.release();
-    return link(*record, handle);
-}
-
-int allocate(const Request &request, HBUF32 *handle) {
-    if (!memory_is_left())
-        return fail(site::no_record);
-    if (!are_sides_within_limit(request.geometry))
-        return 0;
-    if (request.type == BUF32_DIB)
-        return allocate_bitmap(handle, const_cast<void *>(request.extra));
-    if (handle == nullptr || !is_valid(request.geometry))
-        return fail(site::bad_geometry);
-    if (!has_extra(request))
-        return fail(site::no_extra);
-
-    Record *const record = make_record(request.type, request.geometry);
-    if (record == nullptr)
-        return fail(site::no_record);
-    if (record->is_one_colour())
-        return allocate_one_colour(record, request, handle);
-    switch (request.type) {
-    case BUF32_PATTERN:
-        return allocate_pattern(record, request, handle);
-    case BUF32_CALLER_MEMORY:
-        return allocate_over_caller_memory(record, request, handle);
-    default:
-        return allocate_ordinary(record, handle);
-    }
-}
-
-void release_pixels(Record &record) {
-    if (record.info.type == BUF32_DIB)
-        release_bitmap(record);
-    else
-        release_storage(record, block_or_reserved_bytes(record));
-}
-
-int free_buffer(Record &record) {
-    if (record.info.type == BUF32_CALLER_MEMORY)
-        return free_record(record);
-    // Before the lock is looked at: a refused free of a locked pattern buffer still loses its
-    // pattern. Required as it stands; such a buffer reads as zero afterwards.
-    if (record.info.type == BUF32_PATTERN)
-        free_pattern_copy(record);
-    if (record.info.lock_count != 0)
-        return fail(site::freeing_locked);
-    if (!leave_sharers_provided(record))
-        return 0;
-    release_pixels(record);
-    return free_record(record);
-}
-
-bool has_changeable_height(const Record &record) {
-    return (record.info.type & (BUF32_LINEAR_MEMORY | BUF32_LINEAR_SHRINK)) != 0;
 }
 
 // Whole pages only, so that every kept row keeps its pixels.
@@ -149,7 +32,7 @@ bool commit_rows(const Record &record, uint32_t bytes) {
 }
 
 int change_height(Record &record, int rows) {
-    if (!has_changeable_height(record) || rows < 1 || rows > record.info.capacity_rows)
+    if (!record.has_changeable_height() || rows < 1 || rows > record.info.capacity_rows)
         return fail(site::cannot_change_height);
     if (!prepare_for_writing(record))
         return 0;
@@ -165,13 +48,74 @@ int change_height(Record &record, int rows) {
 }
 
 } // namespace
+
+int allocate_buffer(HBUF32 *handle, const Geometry &geometry, uint32_t type, const void *extra) {
+    if (!memory_is_left())
+        return fail(site::no_record);
+    if (!are_sides_within_limit(geometry))
+        return 0;
+    const BufferType &row = type_of(type);
+    if (row.allocate_over != nullptr)
+        return row.allocate_over(handle, const_cast<void *>(extra));
+    if (handle == nullptr || !is_valid(geometry))
+        return fail(site::bad_geometry);
+    if (!row.has_extra(extra))
+        return fail(site::no_extra);
+    Record *const record = make_record(type, geometry);
+    return record != nullptr ? row.allocate(record, extra, handle) : fail(site::no_record);
+}
+
+int allocate_ordinary(Record *record, const void *, HBUF32 *handle) {
+    record = lay_out(record);
+    if (record == nullptr)
+        return fail(site::no_record);
+    GlobalBlock owned(record);
+    if (!allocate_storage(*record))
+        return 0;
+    if (!build_cell_addresses(*record)) {
+        release_storage(*record, record->info.reserved_bytes);
+        return 0;
+    }
+    owned.release();
+    return link(*record, handle);
+}
+
+HBUF32 make_of_type(const Record &record, int width, int height, uint32_t type, const void *extra) {
+    HBUF32 made = 0;
+    return allocate_buffer(&made, {record.info.bits_per_pixel, width, height}, type, extra) ? made
+                                                                                            : 0;
+}
+
+HBUF32 make_of_same_type(const Record &record, int width, int height) {
+    return make_of_type(record, width, height, record.info.type, nullptr);
+}
+
+HBUF32 make_tiled(const Record &record, int width, int height) {
+    return make_of_type(record, width, height, BUF32_TILED, nullptr);
+}
+
+int free_buffer(Record &record) {
+    const BufferType &type = type_of(record);
+    if (type.is_freed_under_lock)
+        return free_record(record);
+    // Before the lock is looked at: a refused free of a locked pattern buffer still loses its
+    // pattern. Required as it stands; such a buffer reads as zero afterwards.
+    type.release_extra(record);
+    if (record.info.lock_count != 0)
+        return fail(site::freeing_locked);
+    if (!leave_sharers_provided(record))
+        return 0;
+    type.release_pixels(record);
+    return free_record(record);
+}
+
 } // namespace q32::buffer
 
 using namespace q32::buffer;
 
 int Q32_CALL buf32Alloc(HBUF32 *handle, int bits_per_pixel, int width, int height, uint32_t type,
                         const void *extra) {
-    return allocate({{bits_per_pixel, width, height}, type, extra}, handle);
+    return allocate_buffer(handle, {bits_per_pixel, width, height}, type, extra);
 }
 
 int Q32_CALL buf32Free(HBUF32 buffer) {

@@ -1,10 +1,9 @@
 // Entries of bitmap buffers: fills that keep the bitmap, duplicates and copies.
-#include "buffer/bitmap_entries.h"
-
-#include "buffer/area.h"
+#include "buffer/allocation.h"
 #include "buffer/buffer_copy.h"
 #include "buffer/colour_fill.h"
 #include "buffer/duplicates.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
 #include "buffer/pattern.h"
 #include "buffer/sharing.h"
@@ -38,10 +37,6 @@ PlainRows all_rows(Record &record) {
             .stride = record.row_bytes,
             .first_bit = 0,
             .pixel_bits = unit_bits(record.info)};
-}
-
-int make_destination(const Record &source, int width, int height, HBUF32 *destination) {
-    return buf32Alloc(destination, source.info.bits_per_pixel, width, height, BUF32_TILED, nullptr);
 }
 
 // Copies what the rectangle, the source and the destination have in common. Nothing is a success.
@@ -89,16 +84,17 @@ int bitmap_duplicate(Record &source, HBUF32 *destination) {
 }
 
 int bitmap_get_buffer(Record &source, int x, int y, int width, int height, HBUF32 *destination) {
-    const bool is_new = *destination == 0;
-    if (is_new && !make_destination(source, width, height, destination))
+    if (*destination != 0)
+        return copy_common_area(source, x, y, width, height, *record_of(*destination));
+    const HBUF32 made = make_tiled(source, width, height);
+    if (made == 0)
         return fail(site::bitmap_destination_not_made);
-    if (copy_common_area(source, x, y, width, height, *record_of(*destination)))
-        return 1;
-    if (is_new) {
-        buf32Free(*destination);
-        *destination = 0;
+    if (!copy_common_area(source, x, y, width, height, *record_of(made))) {
+        free_buffer(*record_of(made));
+        return 0;
     }
-    return 0;
+    *destination = made;
+    return 1;
 }
 
 } // namespace q32::buffer

@@ -1,7 +1,7 @@
 // The exports of bitmap buffers.
 #include "buffer/bitmaps.h"
 #include "buffer/failures.h"
-#include "buffer/list.h"
+#include "buffer/records.h"
 #include "buffer/sharing.h"
 
 namespace q32::buffer {

@@ -1,5 +1,5 @@
 // Rearranges the pixels of bitmaps. Rows go by way of the row table, as locked callers see them.
-#include "buffer/bitmap_layout.h"
+#include "buffer/bitmaps.h"
 
 #include "buffer/packed_bitmap.h"
 

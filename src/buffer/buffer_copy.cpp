@@ -2,12 +2,12 @@
 // strips of plain memory otherwise.
 #include "buffer/buffer_copy.h"
 
+#include "buffer/allocation.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
-#include "buffer/pattern.h"
 #include "buffer/pixels.h"
+#include "buffer/types.h"
 #include "library/process/owners.h"
-
-#include <q32base/buffers.h>
 
 #include <algorithm>
 
@@ -28,18 +28,12 @@ GlobalBlock allocate_strip(size_t row_bytes, int *rows) {
     return {};
 }
 
-// Pixels that lie where a caller has put them, and may have put those of another buffer.
-bool lies_in_callers_memory(const Record &record) {
-    return record.info.type == BUF32_CALLER_MEMORY || record.info.type == BUF32_DIB;
-}
-
 // A strip's rows are moved a few at a time, through the same few pages of it: they stay in the
 // cache, and the rest of a large strip is never touched. A source that may be the memory that is
-// written, however, is read before.
+// written, however, is read before: a caller may have put the pixels of two buffers in one place.
 int rows_at_a_time(const Record &source, const Record &destination, size_t row_bytes) {
     constexpr size_t window_bytes = 128 * 1024;
-    if (&source == &destination || lies_in_callers_memory(source) ||
-        lies_in_callers_memory(destination))
+    if (&source == &destination || has_callers_pixels(source) || has_callers_pixels(destination))
         return Q32_MAX_SIDE;
     return int(std::max<size_t>(window_bytes / row_bytes, 1));
 }
@@ -126,43 +120,14 @@ int duplicate_or_copy_to_origin(Record &source, const Area &wanted, HBUF32 desti
     return copy_to_origin(source, wanted, destination);
 }
 
-// A new buffer of the source's type where the record has what that type is made from; a tiled one
-// otherwise. 0 when it cannot be made.
-HBUF32 make_destination(const Record &source, int width, int height) {
-    uint32_t type = source.info.type;
-    const void *extra = nullptr;
-    BUF32PATTERN pattern{};
-    switch (type) {
-    case BUF32_ONE_COLOUR:
-        extra = source.info.colour;
-        break;
-    case BUF32_PATTERN:
-        pattern = pattern_of(source);
-        if (is_usable(&pattern))
-            extra = &pattern;
-        else
-            type = BUF32_TILED; // the pattern's copy is lost
-        break;
-    case BUF32_LINEAR:
-    case BUF32_LINEAR_MEMORY:
-    case BUF32_LINEAR_SHRINK:
-    case BUF32_TILED_FILE:
-        break;
-    default:
-        type = BUF32_TILED;
-    }
-    HBUF32 made = 0;
-    return buf32Alloc(&made, source.info.bits_per_pixel, width, height, type, extra) ? made : 0;
-}
-
 using CopyToOrigin = int(Record &source, const Area &wanted, HBUF32 destination);
 
 int copy_to_new(Record &source, int x, int y, int width, int height, HBUF32 *destination,
                 CopyToOrigin *copy) {
-    const HBUF32 made = make_destination(source, width, height);
+    const HBUF32 made = type_of(source).make_alike(source, width, height);
     if (made == 0)
         return 0;
-    ScopeGuard free_made([&] { buf32Free(made); });
+    ScopeGuard free_made([&] { free_buffer(*record_of(made)); });
     if (!copy(source, area_of(x, y, width, height), made))
         return 0;
     free_made.dismiss();

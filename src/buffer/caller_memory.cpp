@@ -1,35 +1,45 @@
 // Buffers over caller memory: whatever reads works, whatever writes is refused. buf32MergeBuf is
 // refused from them as well, though it would only read: programs know its number 63 so. Another
 // buffer merged onto caller memory ends at merge_memory, number 64.
-#include "buffer/caller_memory.h"
-
 #include "buffer/cells.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
-#include "buffer/lines.h"
+#include "buffer/layout.h"
+#include "buffer/records.h"
 
 namespace q32::buffer {
+namespace {
 
+// The caller's rows.
 std::byte *caller_pixels(const Record &record) {
     return reinterpret_cast<std::byte *>(uintptr_t(record.info.colour[1]));
 }
 
+} // namespace
+
+bool has_caller_pixels(const void *extra) {
+    return extra != nullptr && static_cast<const BUF32MEMORY *>(extra)->pixels != nullptr;
+}
+
+// Without room for cell addresses: there are none.
+int allocate_over_caller_memory(Record *record, const void *extra, HBUF32 *handle) {
+    const auto &memory = *static_cast<const BUF32MEMORY *>(extra);
+    compute_cells(*record);
+    record->info.colour[0] = memory.first_word;
+    record->info.colour[1] = uint32_t(reinterpret_cast<uintptr_t>(memory.pixels));
+    return link(*record, handle);
+}
+
+bool read_caller_memory(const Record &record, const Area &area, const PlainRows &rows) {
+    return read_packed_rows(record, caller_pixels(record), area, rows);
+}
+
 int caller_memory_lock(Record &record, int mode, void **base) {
-    if (is_write_mode(mode))
-        return 0;
-    ++record.info.lock_count;
-    record.info.access_mode = mode;
-    if (base != nullptr)
-        *base = caller_pixels(record);
-    return 1;
+    return is_write_mode(mode) ? 0 : count_lock(record, mode, caller_pixels(record), base);
 }
 
 int caller_memory_cell_lock(Record &, int, void **, BUF32CELL *) {
     return 0; // the rows are not in cells
-}
-
-// Other modes than the reading ones need a write lock, which there is none of.
-int caller_memory_line(Record &record, int row, int mode, void *memory) {
-    return is_line_reading(mode, BUF32_LINE_READ_555) ? read_line(record, row, mode, memory) : 0;
 }
 
 void *caller_memory_point_address(Record &, int, int) {

@@ -1,6 +1,7 @@
 // Locks, cell locks and pixel addresses, and their exports.
 #include "buffer/cells.h"
 
+#include "buffer/entries.h"
 #include "buffer/failures.h"
 #include "buffer/sharing.h"
 
@@ -8,10 +9,6 @@
 
 namespace q32::buffer {
 namespace {
-
-bool has_cell(const Record &record, int index) {
-    return index >= 0 && index < record.info.cell_count;
-}
 
 // Cell locks are for writing after a whole-buffer lock in mode 2 or 3. Mode 4 does not make them
 // so. Required: after a lock in mode 4 has been given back and the buffer been duplicated, a caller
@@ -40,21 +37,6 @@ bool find_pixel(Record &record, int x, int y, FoundPixel *found) {
 
 int clamp_to(int value, int size) {
     return std::clamp(value, 0, size - 1);
-}
-
-void *clamped_address(Record &record, int x, int y, const FailureSite &no_storage) {
-    FoundPixel found;
-    const BUF32INFO &info = record.info;
-    if (!find_pixel(record, clamp_to(x, info.width), clamp_to(y, info.height), &found)) {
-        fail(no_storage);
-        return nullptr;
-    }
-    return found.address();
-}
-
-void *refuse_point(const FailureSite &site) {
-    fail(site);
-    return nullptr;
 }
 
 template <typename T>
@@ -101,17 +83,11 @@ PixelPlace place_of(const Record &record, int x, int y) {
 int lock(Record &record, int mode, void **base) {
     if (is_write_mode(mode) && !prepare_for_writing(record))
         return 0;
-    ++record.info.lock_count;
-    record.info.access_mode = mode;
-    store<void *>(base, record.owner().storage);
-    return 1;
+    return count_lock(record, mode, record.owner().storage, base);
 }
 
 int unlock(Record &record) {
-    if (record.info.lock_count <= 0)
-        return fail(site::not_locked);
-    --record.info.lock_count;
-    return 1;
+    return count_unlock(record, site::not_locked);
 }
 
 int cell_lock(Record &record, int index, void **address, BUF32CELL *cell) {
@@ -119,18 +95,11 @@ int cell_lock(Record &record, int index, void **address, BUF32CELL *cell) {
         return fail(site::no_such_cell);
     if (cell_locks_write(record) && !prepare_for_writing(record))
         return 0;
-    ++record.info.lock_count;
-    if (cell != nullptr)
-        *cell = describe_cell(record, index);
-    store<void *>(address, record.owner().cell_address[index]);
-    return 1;
+    return count_cell_lock(record, index, record.owner().cell_address[index], address, cell);
 }
 
 int cell_unlock(Record &record, int) {
-    if (record.info.lock_count <= 0)
-        return fail(site::cell_not_locked);
-    --record.info.lock_count;
-    return 1;
+    return count_unlock(record, site::cell_not_locked);
 }
 
 void *point_address(Record &record, int x, int y) {
@@ -138,6 +107,20 @@ void *point_address(Record &record, int x, int y) {
     const PixelPlace place = place_of(record, clamp_to(x, info.width), clamp_to(y, info.height));
     std::byte *const cell = record.owner().cell_address[place.cell];
     return cell != nullptr ? cell + place.offset : nullptr;
+}
+
+std::byte *own_cell(const Record &record, int index) {
+    const bool is_own = record.operations.merge_memory == merge_memory && !record.is_duplicate() &&
+                        record.first_sharer == nullptr;
+    return is_own ? record.cell_address[index] : nullptr;
+}
+
+void *clamped_address(Record &record, int x, int y) {
+    FoundPixel found;
+    const BUF32INFO &info = record.info;
+    const bool is_found =
+        find_pixel(record, clamp_to(x, info.width), clamp_to(y, info.height), &found);
+    return is_found ? found.address() : nullptr;
 }
 
 } // namespace q32::buffer
@@ -169,23 +152,10 @@ int Q32_CALL buf32CellUnlock(HBUF32 buffer, int index) {
 
 void *Q32_CALL buf32PointAddr(HBUF32 buffer, int x, int y) {
     Record *const record = record_of(buffer);
-    if (record == nullptr)
-        return refuse_point(site::point_of_nothing);
-    switch (record->info.type) {
-    case BUF32_TILED:
-        return clamped_address(*record, x, y, site::no_point_for_type);
-    case BUF32_ONE_COLOUR:
-        if (record->cell_address[0] == nullptr)
-            return refuse_point(site::one_colour_without_block);
-        return record->cell_address[0];
-    case BUF32_LINEAR:
-    case BUF32_LINEAR_MEMORY:
-    case BUF32_DIB:
-    case BUF32_LINEAR_SHRINK:
-        return clamped_address(*record, x, y, site::linear_without_storage);
-    default:
-        return refuse_point(site::no_point_for_type);
-    }
+    void *const address = record != nullptr ? type_of(*record).address(*record, x, y) : nullptr;
+    if (address == nullptr)
+        q32::fail(record != nullptr ? *type_of(*record).no_address : site::point_of_nothing);
+    return address;
 }
 
 int Q32_CALL buf32PointAddEx(HBUF32 buffer, int x, int y, void **cell_address, void **pixel_address,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "buffer/record.h"
+#include "buffer/types.h"
 
 namespace q32::buffer {
 
@@ -21,12 +22,62 @@ struct PixelPlace {
 };
 PixelPlace place_of(const Record &record, int x, int y);
 
-int lock(Record &record, int mode, void **base);
-int unlock(Record &record);
-int cell_lock(Record &record, int index, void **address, BUF32CELL *cell);
-int cell_unlock(Record &record, int index);
+// --- locks --------------------------------------------------------------------------------------
 
-// Address of pixel (x, y), clamped into the image, without a lock. Null without storage.
-void *point_address(Record &record, int x, int y);
+inline bool has_cell(const Record &record, int index) {
+    return index >= 0 && index < record.info.cell_count;
+}
+
+// What lock entries do in the end: count, note the mode, store the address where it is wanted.
+inline int count_lock(Record &record, int mode, std::byte *storage, void **base) {
+    ++record.info.lock_count;
+    record.info.access_mode = mode;
+    if (base != nullptr)
+        *base = storage;
+    return 1;
+}
+
+inline int count_cell_lock(Record &record, int index, std::byte *cell, void **address,
+                           BUF32CELL *description) {
+    ++record.info.lock_count;
+    if (description != nullptr)
+        *description = describe_cell(record, index);
+    if (address != nullptr)
+        *address = cell;
+    return 1;
+}
+
+// All that unlock entries do; the site is reported when nothing is locked.
+inline int count_unlock(Record &record, const FailureSite &not_locked) {
+    if (record.info.lock_count <= 0)
+        return fail(not_locked);
+    --record.info.lock_count;
+    return 1;
+}
+
+// Runs a transfer under a lock of its own. The lock may change the buffer's type and with it the
+// table: what unlocks is not always what locked.
+template <typename Transfer>
+int under_own_lock(Record &record, int mode, const Transfer &transfer) {
+    if (mode == BUF32_READ && type_of(record).is_read_without_lock) {
+        record.info.access_mode = mode;
+        return transfer();
+    }
+    if (!record.operations.lock(record, mode, nullptr))
+        return 0;
+    const bool done = transfer();
+    return record.operations.unlock(record) && done;
+}
+
+// --- addresses ----------------------------------------------------------------------------------
+
+// For buf32PointAddr: the address of pixel (x, y), clamped into the image, by a lock that is given
+// back at once. Null without storage.
+entry::PointAddress clamped_address;
+
+// The cell's address where others may write pixels without asking: in cells that are the buffer's
+// own and nobody else's, while its table has the ordinary entry for taking pixels. Null otherwise:
+// they go through the table.
+std::byte *own_cell(const Record &record, int index);
 
 } // namespace q32::buffer

@@ -3,6 +3,7 @@
 #include "buffer/duplicates.h"
 
 #include "buffer/buffer_copy.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
 #include "buffer/layout.h"
 #include "buffer/one_colour.h"
@@ -93,7 +94,7 @@ int give_pattern(const Record &source, Record &destination) {
     // A pattern of another height needs another block. One that fits stays: it may be locked.
     if (pattern_block_bytes(destination) !=
         pattern_block_bytes(destination, pattern_of(source).height)) {
-        release_storage(destination, pattern_block_bytes(destination));
+        release_storage(destination);
         destination.cell_address[0] = nullptr;
     }
     free_pattern_copy(destination);

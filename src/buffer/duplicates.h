@@ -1,4 +1,4 @@
-// Entries that make duplicates, and the shape they have in common: a destination is checked and
+// The shape that the entries which make duplicates have in common: a destination is checked and
 // loses its pixels, or a record is copied; then it is joined to its source.
 #pragma once
 
@@ -24,9 +24,5 @@ Record *copy_record(const Record &source, const DuplicateSites &sites);
 
 // The whole entry of a type whose duplicates share their source's pixels.
 int duplicate_by_sharing(Record &source, HBUF32 *destination, const DuplicateSites &sites);
-
-int duplicate(Record &source, HBUF32 *destination);
-int one_colour_duplicate(Record &source, HBUF32 *destination);
-int pattern_duplicate(Record &source, HBUF32 *destination);
 
 } // namespace q32::buffer

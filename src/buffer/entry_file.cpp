@@ -1,5 +1,5 @@
 // Reads and writes entries; whose they are and which one is free is known to the callers.
-#include "buffer/entry_file.h"
+#include "buffer/bookkeeping.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
-// Failure sites of buffer records, cells, rectangles and special buffers, in the order of the
-// tables that support staff read: message, severity, module, point. Storage has its own table.
+// Failure sites of buffers and of their storage, in the order of the tables that support staff
+// read: message, severity, module, point.
 #pragma once
 
 #include "library/process/failure.h"
@@ -80,5 +80,28 @@ inline constexpr FailureSite caller_memory_no_point{5800, 0, 50, 61};
 inline constexpr FailureSite caller_memory_no_fill{5800, 0, 50, 62};
 inline constexpr FailureSite caller_memory_no_merge_buffer{5800, 0, 50, 63};
 inline constexpr FailureSite caller_memory_no_merge_memory{5800, 0, 50, 64};
+
+// Start: the master record file.
+inline constexpr FailureSite master_file_not_created{4010, 0, 9, 1};
+inline constexpr FailureSite no_empty_slots{1004, 0, 9, 2};
+inline constexpr FailureSite master_file_not_reopened{4010, 0, 9, 9};
+inline constexpr FailureSite no_clean_up_blocks{1004, 0, 9, 8};
+
+// First swap file of a process: its record file.
+inline constexpr FailureSite record_file_not_created{4010, 0, 9, 5};
+inline constexpr FailureSite master_file_not_opened{4010, 0, 9, 6};
+inline constexpr FailureSite master_file_full{4010, 0, 9, 7};
+inline constexpr FailureSite no_slot_map{1004, 0, 9, 10};
+
+// Registration of a swap file.
+inline constexpr FailureSite slot_map_cannot_grow{1004, 0, 9, 11};
+
+// Storage of a buffer.
+inline constexpr FailureSite swap_file_refused{1001, 0, 4, 3};
+inline constexpr FailureSite swap_file_not_made{1001, 0, 4, 2};
+inline constexpr FailureSite no_virtual_memory{1001, 0, 4, 4};
+
+// Staging blocks.
+inline constexpr FailureSite no_staging_block{1001, 1, 4, 17};
 
 } // namespace q32::buffer::site

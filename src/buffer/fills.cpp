@@ -1,15 +1,15 @@
 // Fills of whole buffers. The old pixels go before the block comes that takes their place: a buffer
 // that the address space has room for only once can still be filled. A caller sees the price when
 // there is no block: the buffer has no pixels then.
-#include "buffer/fills.h"
-
-#include "buffer/blocks.h"
+#include "buffer/block_storage.h"
 #include "buffer/colour_fill.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
 #include "buffer/one_colour.h"
 #include "buffer/pattern.h"
 #include "buffer/sharing.h"
 #include "buffer/storage.h"
+#include "buffer/types.h"
 
 #include <cstring>
 
@@ -23,8 +23,7 @@ void refill(Record &record, const void *colour) {
 }
 
 int make_one_colour(Record &record, const Colour &colour) {
-    if (record.info.type == BUF32_PATTERN)
-        free_pattern_copy(record);
+    type_of(record).release_extra(record);
     give_up_pixels(record);
     std::byte *const block = allocate_block(one_colour_block_bytes(record));
     if (block == nullptr)
@@ -38,7 +37,7 @@ int make_one_colour(Record &record, const Colour &colour) {
 // Whether memory is among the pixels that the record is about to give up.
 bool is_in_pixels(const Record &record, const void *memory) {
     const auto distance = static_cast<const std::byte *>(memory) - record.storage;
-    return record.storage != nullptr && size_t(distance) < block_or_reserved_bytes(record);
+    return record.storage != nullptr && size_t(distance) < type_of(record).memory_bytes(record);
 }
 
 int make_pattern(Record &record, const BUF32PATTERN &pattern) {
@@ -57,8 +56,7 @@ int make_pattern(Record &record, const BUF32PATTERN &pattern) {
         release_block(block, block_bytes);
         return fail(site::no_pattern_copy);
     }
-    if (record.info.type == BUF32_PATTERN)
-        free_pattern_copy(record);
+    type_of(record).release_extra(record);
     put_block_in_place(record, block, BUF32_PATTERN);
     set_pattern(record, pattern, copy.release());
     render_block(record);
@@ -70,7 +68,7 @@ int make_pattern(Record &record, const BUF32PATTERN &pattern) {
 int fill_one_colour(Record &record, const void *colour) {
     if (colour == nullptr)
         return fail(site::null_colour);
-    if (record.info.type == BUF32_DIB)
+    if (has_callers_pixels(record))
         return fail(site::bitmap_not_converted);
     if (record.info.type == BUF32_ONE_COLOUR) {
         refill(record, colour);
@@ -84,7 +82,7 @@ int fill_one_colour(Record &record, const void *colour) {
 int fill_pattern(Record &record, const BUF32PATTERN *pattern) {
     if (!is_usable(pattern))
         return fail(site::null_pattern);
-    if (record.info.type == BUF32_DIB)
+    if (has_callers_pixels(record))
         return fail(site::bitmap_not_converted);
     if (!prepare_for_writing(record))
         return 0;

@@ -2,6 +2,7 @@
 #include "buffer/layout.h"
 
 #include "buffer/failures.h"
+#include "buffer/types.h"
 #include "library/process/owners.h"
 
 #include <algorithm>
@@ -43,8 +44,8 @@ void compute_single_cell(Record &record) {
 }
 
 size_t address_count(const Record &record) {
-    return record.info.type == BUF32_DIB ? size_t(record.info.height)
-                                         : size_t(record.info.cell_count);
+    return size_t(type_of(record).has_address_per_row ? record.info.height
+                                                      : record.info.cell_count);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // Row transfer: an area of one row that is moved under a lock of its own, and converted on the way
 // where the mode asks for it. Where the row lies is the pixel walk's part.
-#include "buffer/lines.h"
-
+#include "buffer/cells.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
 #include "buffer/pixels.h"
 #include "library/process/owners.h"
@@ -101,22 +101,14 @@ Span clamped_span(Record &record, int x_start, int x_end, int y) {
     return {record, std::clamp(y, 0, record.info.height - 1), left, right};
 }
 
-int read_span(const Span &span, int mode, void *memory) {
-    span.record.info.access_mode = BUF32_READ;
-    return span.transfer(line_modes[mode - 1], static_cast<std::byte *>(memory));
-}
-
-// The lock of the transfer's own, whatever the caller holds: a mode outside 1 to last_mode takes
-// and gives back a write lock. The lock may give the buffer another set of operations.
+// Under a lock of its own, whatever the caller holds: a mode outside 1 to last_mode takes and gives
+// back a write lock.
 int transfer_span(const Span &span, int mode, int last_mode, void *memory) {
-    Record &record = span.record;
-    const int lock_mode = is_line_reading(mode, last_mode) ? BUF32_READ : BUF32_WRITE;
-    if (!record.operations.lock(record, lock_mode, nullptr))
-        return 0;
-    bool done = true;
-    if (mode >= BUF32_LINE_READ && mode <= last_mode)
-        done = span.transfer(line_modes[mode - 1], static_cast<std::byte *>(memory));
-    return record.operations.unlock(record) && done;
+    const bool is_known = mode >= BUF32_LINE_READ && mode <= last_mode;
+    const bool is_reading = is_known && mode % 2 == 1;
+    return under_own_lock(span.record, is_reading ? BUF32_READ : BUF32_WRITE, [&] {
+        return !is_known || span.transfer(line_modes[mode - 1], static_cast<std::byte *>(memory));
+    });
 }
 
 } // namespace
@@ -128,14 +120,6 @@ int line(Record &record, int y, int mode, void *memory) {
 int line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y) {
     return transfer_span(clamped_span(record, x_start, x_end, y), mode, BUF32_LINE_WRITE_565,
                          memory);
-}
-
-int read_line(Record &record, int y, int mode, void *memory) {
-    return read_span(whole_row(record, y), mode, memory);
-}
-
-int read_line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y) {
-    return read_span(clamped_span(record, x_start, x_end, y), mode, memory);
 }
 
 } // namespace q32::buffer

@@ -1,7 +1,8 @@
 // The list of live buffers and the exports that read it.
-#include "buffer/list.h"
+#include "buffer/records.h"
 
 #include "buffer/buffer_manager.h"
+#include "buffer/types.h"
 
 namespace q32::buffer {
 namespace {
@@ -57,7 +58,7 @@ void remove_from_list(Record &record) {
 Record *find_live(HBUF32 handle) {
     for (Record *record = head; record != nullptr; record = record->next)
         if (handle_of(*record) == handle)
-            return is_accessible(*record) && record->info.type != freed_type ? record : nullptr;
+            return is_accessible(*record) && !record->is_freed() ? record : nullptr;
     return nullptr;
 }
 
@@ -77,8 +78,7 @@ int Q32_CALL buf32GetInfo(HBUF32 buffer, BUF32INFO *info) {
         return 0;
     if (info != nullptr) {
         *info = record->info;
-        // Programs take a buffer over caller memory for an ordinary one.
-        if (info->type == BUF32_CALLER_MEMORY)
+        if (type_of(*record).is_told_as_tiled)
             info->type = BUF32_TILED;
     }
     return 1;

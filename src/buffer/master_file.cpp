@@ -1,10 +1,9 @@
 // The master record file: 100 slots of 260 bytes and a signature of 12. Several processes share it,
 // so it is never kept open, and every open is tried again for a while.
-#include "buffer/master_file.h"
+#include "buffer/bookkeeping.h"
 
 #include "buffer/buffer_manager.h"
-#include "buffer/entry_file.h"
-#include "buffer/storage_failures.h"
+#include "buffer/failures.h"
 #include "library/process/owners.h"
 
 #include <q32comm.h>

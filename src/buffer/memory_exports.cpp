@@ -1,7 +1,7 @@
 // What callers may know and change of the memory policy, and staging blocks for them. The policy
 // itself is storage.cpp's.
+#include "buffer/failures.h"
 #include "buffer/storage.h"
-#include "buffer/storage_failures.h"
 #include "library/process/owners.h"
 
 #include <q32base/buffers.h>

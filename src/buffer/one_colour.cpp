@@ -1,12 +1,16 @@
-// One-colour buffers under locks.
+// One-colour buffers from allocation on, and under locks.
 #include "buffer/one_colour.h"
 
-#include "buffer/blocks.h"
+#include "buffer/allocation.h"
+#include "buffer/block_storage.h"
 #include "buffer/cells.h"
 #include "buffer/colour_fill.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
+#include "buffer/layout.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace q32::buffer {
 namespace {
@@ -24,11 +28,11 @@ void fill_storage(Record &record) {
 }
 
 bool make_block_if_missing(Record &record) {
-    if (record.storage != nullptr)
-        return true;
-    if (!make_block(record, one_colour_block_bytes(record)))
+    const bool is_missing = record.storage == nullptr;
+    if (!provide_block(record))
         return false;
-    fill_block(record);
+    if (is_missing)
+        fill_block(record);
     return true;
 }
 
@@ -38,6 +42,20 @@ bool make_ordinary(Record &record, int mode) {
 }
 
 } // namespace
+
+bool has_colour(const void *extra) {
+    return extra != nullptr;
+}
+
+int allocate_one_colour(Record *record, const void *extra, HBUF32 *handle) {
+    std::memcpy(record->info.colour, extra, packed_bytes(1, record->info.bits_per_pixel));
+    record = lay_out(record);
+    return record != nullptr ? link(*record, handle) : fail(site::no_layout);
+}
+
+HBUF32 make_of_same_colour(const Record &record, int width, int height) {
+    return make_of_type(record, width, height, BUF32_ONE_COLOUR, record.info.colour);
+}
 
 uint32_t one_colour_block_bytes(const Record &record) {
     return std::max(record.row_bytes, record.info.cell_bytes);
@@ -59,38 +77,23 @@ int one_colour_lock(Record &record, int mode, void **base) {
         // Every read lock hands out a fresh block, whatever an earlier caller wrote into it.
         fill_block(record);
     }
-    ++record.info.lock_count;
-    record.info.access_mode = mode;
-    if (base != nullptr)
-        *base = record.storage;
-    return 1;
+    return count_lock(record, mode, record.storage, base);
 }
 
 int one_colour_unlock(Record &record) {
-    if (record.info.lock_count <= 0)
-        return fail(site::one_colour_not_locked);
-    --record.info.lock_count;
-    return 1;
+    return count_unlock(record, site::one_colour_not_locked);
 }
 
 int one_colour_cell_lock(Record &record, int index, void **address, BUF32CELL *cell) {
-    if (index < 0 || index >= record.info.cell_count)
+    if (!has_cell(record, index))
         return fail(site::one_colour_no_such_cell);
     if (!make_block_if_missing(record))
         return fail(site::one_colour_no_block_for_cell);
-    ++record.info.lock_count;
-    if (cell != nullptr)
-        *cell = describe_cell(record, index);
-    if (address != nullptr)
-        *address = record.storage;
-    return 1;
+    return count_cell_lock(record, index, record.storage, address, cell);
 }
 
 int one_colour_cell_unlock(Record &record, int) {
-    if (record.info.lock_count <= 0)
-        return fail(site::one_colour_cell_not_locked);
-    --record.info.lock_count;
-    return 1;
+    return count_unlock(record, site::one_colour_cell_not_locked);
 }
 
 void *one_colour_point_address(Record &record, int, int) {

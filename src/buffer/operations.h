@@ -12,30 +12,48 @@ namespace q32::buffer {
 
 struct Record;
 
-struct Operations {
-    int (*lock)(Record &, int mode, void **base);
-    int (*cell_lock)(Record &, int index, void **address, BUF32CELL *cell);
-    int (*cell_unlock)(Record &, int index);
-    int (*line)(Record &, int row, int mode, void *memory);
-    void *(*point_address)(Record &, int x, int y);
-    int (*unlock)(Record &);
-    int (*fill_one_colour)(Record &, const void *colour);
-    int (*duplicate)(Record &, HBUF32 *destination);
-    int (*get_buffer)(Record &, int x, int y, int width, int height, HBUF32 *destination);
-    int (*merge_buffer)(Record &, int x, int y, int width, int height, Record &destination,
+// What each slot calls; entries.h declares the entries by these.
+namespace entry {
+
+using Lock = int(Record &, int mode, void **base);
+using CellLock = int(Record &, int index, void **address, BUF32CELL *cell);
+using CellUnlock = int(Record &, int index);
+using Line = int(Record &, int row, int mode, void *memory);
+using PointAddress = void *(Record &, int x, int y);
+using Unlock = int(Record &);
+using FillOneColour = int(Record &, const void *colour);
+using Duplicate = int(Record &, HBUF32 *destination);
+using GetBuffer = int(Record &, int x, int y, int width, int height, HBUF32 *destination);
+using MergeBuffer = int(Record &, int x, int y, int width, int height, Record &destination,
                         int destination_x, int destination_y);
-    int (*get_memory)(Record &, int x, int y, int width, int height, void *memory);
-    int (*get_memory_with_background)(Record &, int x, int y, int width, int height, void *memory,
-                                      const void *background);
-    int (*merge_memory)(Record &, int x, int y, int width, int height, const void *memory);
+using GetMemory = int(Record &, int x, int y, int width, int height, void *memory);
+using GetMemoryWithBackground = int(Record &, int x, int y, int width, int height, void *memory,
+                                    const void *background);
+using MergeMemory = int(Record &, int x, int y, int width, int height, const void *memory);
+using LineSpan = int(Record &, void *memory, int mode, int x_start, int x_end, int y);
+using FillPattern = int(Record &, const BUF32PATTERN *pattern);
+
+} // namespace entry
+
+struct Operations {
+    entry::Lock *lock;
+    entry::CellLock *cell_lock;
+    entry::CellUnlock *cell_unlock;
+    entry::Line *line;
+    entry::PointAddress *point_address;
+    entry::Unlock *unlock;
+    entry::FillOneColour *fill_one_colour;
+    entry::Duplicate *duplicate;
+    entry::GetBuffer *get_buffer;
+    entry::MergeBuffer *merge_buffer;
+    entry::GetMemory *get_memory;
+    entry::GetMemoryWithBackground *get_memory_with_background;
+    entry::MergeMemory *merge_memory;
     void *empty_slot; // left empty by every type
-    int (*line_span)(Record &, void *memory, int mode, int x_start, int x_end, int y);
-    int (*fill_pattern)(Record &, const BUF32PATTERN *pattern);
+    entry::LineSpan *line_span;
+    entry::FillPattern *fill_pattern;
 };
 
 static_assert(sizeof(Operations) == 16 * sizeof(void *));
-
-// The set for a buffer type.
-const Operations &operations_for(uint32_t type);
 
 } // namespace q32::buffer

@@ -3,6 +3,7 @@
 
 #include "buffer/cells.h"
 #include "buffer/colour_fill.h"
+#include "buffer/entries.h"
 #include "rows/rows.h"
 
 #include <algorithm>
@@ -150,7 +151,7 @@ void render_into_block(Record &record, const Area &area, uint32_t row_bytes) {
     const uint32_t pixel_bits = unit_bits(record.info);
     if (uint32_t(area.width()) * pixel_bits != row_bytes * 8)
         std::memset(record.storage, 0, size_t(area.height()) * row_bytes);
-    render_pattern(record, area, {record.storage, row_bytes, 0, pixel_bits});
+    read_pattern(record, area, {record.storage, row_bytes, 0, pixel_bits});
 }
 
 } // namespace
@@ -212,13 +213,14 @@ void render_pattern(const BUF32PATTERN &pattern, int bits_per_pixel, const Area 
     repeat_rows(rows, bits, size_t(different), size_t(area.height()));
 }
 
-void render_pattern(const Record &record, const Area &area, const PlainRows &rows) {
+bool read_pattern(const Record &record, const Area &area, const PlainRows &rows) {
     if (rows.pixel_bits == unit_bits(record.info))
         render_pattern(pattern_of(record), record.info.bits_per_pixel, area, rows);
     else
         render_stored(record, area, rows);
     if (rows.with_padding && area.right == record.info.width)
         clear_padding(area, rows);
+    return true;
 }
 
 void render_block(Record &record) {
@@ -226,11 +228,10 @@ void render_block(Record &record) {
     render_into_block(record, area, record.row_bytes);
 }
 
-BUF32CELL render_cell(Record &record, int index) {
+void render_cell(Record &record, int index) {
     const BUF32CELL cell = describe_cell(record, index);
     render_into_block(record, area_of(cell.x, cell.y, cell.width, cell.height),
                       uint32_t(cell.row_bytes));
-    return cell;
 }
 
 } // namespace q32::buffer

@@ -1,8 +1,7 @@
-// Pattern buffers: the record's copy of the pattern, its pixels, and the lock and row entries of
-// the type. Pixel (x, y) is pattern pixel (x mod pattern width, y mod pattern height).
+// Pattern buffers: the record's copy of the pattern, and its pixels. Pixel (x, y) is pattern pixel
+// (x mod pattern width, y mod pattern height).
 #pragma once
 
-#include "buffer/area.h"
 #include "buffer/pixels.h"
 #include "buffer/record.h"
 #include "library/process/owners.h"
@@ -43,21 +42,10 @@ uint32_t pattern_block_bytes(const Record &record, int pattern_height);
 void render_pattern(const BUF32PATTERN &pattern, int bits_per_pixel, const Area &area,
                     const PlainRows &rows);
 
-// The same with a pattern buffer's own pattern.
-void render_pattern(const Record &record, const Area &area, const PlainRows &rows);
-
 // The pattern's rows at full width, into the block.
 void render_block(Record &record);
 
-// A cell's pixels in cell layout, into the block. Returns the cell's description.
-BUF32CELL render_cell(Record &record, int index);
-
-// --- entries ------------------------------------------------------------------------------------
-
-int pattern_lock(Record &record, int mode, void **base);
-int pattern_cell_lock(Record &record, int index, void **address, BUF32CELL *cell);
-int pattern_line(Record &record, int row, int mode, void *memory);
-int pattern_line_span(Record &record, void *memory, int mode, int x_start, int x_end, int y);
-void *pattern_point_address(Record &record, int x, int y);
+// A cell's pixels in cell layout, into the block.
+void render_cell(Record &record, int index);
 
 } // namespace q32::buffer

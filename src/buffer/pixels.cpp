@@ -1,9 +1,7 @@
-// Walks the cells that an area meets, and moves the rows of each by a kernel. Pixels that lie in no
-// cell come from caller memory or a pattern's copy.
+// Walks the cells that an area meets, and moves the rows of each by a kernel.
 #include "buffer/pixels.h"
 
-#include "buffer/caller_memory.h"
-#include "buffer/pattern.h"
+#include "buffer/types.h"
 #include "rows/rows.h"
 
 #include <algorithm>
@@ -59,14 +57,20 @@ struct Piece {
     size_t rows;
 };
 
-// All cells of a one-colour buffer are its block.
-std::byte *cell_of(const Record &owner, int index) {
-    return owner.info.type == BUF32_ONE_COLOUR ? owner.storage : owner.cell_address[index];
+// Where a cell lies.
+using CellAddress = std::byte *(const Record &owner, int index);
+
+std::byte *cell_in_table(const Record &owner, int index) {
+    return owner.cell_address[index];
+}
+
+std::byte *block_for_all(const Record &owner, int) {
+    return owner.storage;
 }
 
 // Calls visit for each piece of an area, band by band and left to right. False, and no further, at
 // a cell without storage.
-template <typename Visit>
+template <CellAddress cell_of, typename Visit>
 bool each_piece(const Record &owner, const Area &area, const PlainRows &rows, const Visit &visit) {
     const BUF32INFO &info = owner.info;
     const int first_column = area.left / info.cell_width;
@@ -148,12 +152,12 @@ const char *prefetched(const std::byte *address) {
 
 // --- areas --------------------------------------------------------------------------------------
 
-template <Direction direction>
+template <Direction direction, CellAddress cell_of>
 bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
     if (area.is_empty())
         return true;
     if (area.height() == 1)
-        return each_piece(owner, area, rows, [](const Piece &piece) {
+        return each_piece<cell_of>(owner, area, rows, [](const Piece &piece) {
             prefetch_coming_row(piece);
             move_rows<direction>(piece);
         });
@@ -161,15 +165,24 @@ bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
     const auto prefetch = [](const Piece &piece) __attribute__((always_inline)) {
         prefetch_pages(piece);
     };
-    if (area.height() >= many_rows && !each_piece(owner, area, rows, prefetch))
+    if (area.height() >= many_rows && !each_piece<cell_of>(owner, area, rows, prefetch))
         return false;
-    return each_piece(owner, area, rows, [](const Piece &piece) { move_rows<direction>(piece); });
+    return each_piece<cell_of>(owner, area, rows,
+                               [](const Piece &piece) { move_rows<direction>(piece); });
 }
 
-// --- caller memory ------------------------------------------------------------------------------
+} // namespace
 
-bool read_caller_memory(const Record &record, const Area &area, const PlainRows &rows) {
-    std::byte *const pixels = caller_pixels(record);
+bool read_cells(const Record &record, const Area &area, const PlainRows &rows) {
+    return move_area<Direction::to_memory, cell_in_table>(record.owner(), area, rows);
+}
+
+bool read_block(const Record &record, const Area &area, const PlainRows &rows) {
+    return move_area<Direction::to_memory, block_for_all>(record, area, rows);
+}
+
+bool read_packed_rows(const Record &record, std::byte *pixels, const Area &area,
+                      const PlainRows &rows) {
     if (pixels == nullptr)
         return false;
     if (area.is_empty())
@@ -181,43 +194,18 @@ bool read_caller_memory(const Record &record, const Area &area, const PlainRows 
     return true;
 }
 
-// --- types --------------------------------------------------------------------------------------
-
-bool has_cells_of_its_own(const Record &record) {
-    switch (record.info.type) {
-    case BUF32_ONE_COLOUR: // its first cell address is the block
-    case BUF32_CALLER_MEMORY:
-    case BUF32_PATTERN:
-        return false;
-    default:
-        return true;
-    }
-}
-
-} // namespace
-
-bool read_pixels(Record &record, const Area &area, const PlainRows &rows) {
-    switch (record.info.type) {
-    case BUF32_CALLER_MEMORY:
-        return read_caller_memory(record, area, rows);
-    case BUF32_PATTERN:
-        render_pattern(record, area, rows);
-        return true;
-    default:
-        return move_area<Direction::to_memory>(record.owner(), area, rows);
-    }
-}
-
-bool prefetch_pixels(Record &record, const Area &area) {
+bool prefetch_pixels(const Record &record, const Area &area) {
     const auto prefetch = [](const Piece &piece) __attribute__((always_inline)) {
         prefetch_all(piece);
     };
-    return has_cells_of_its_own(record) &&
-           each_piece(record.owner(), area, {nullptr, 0, 0, unit_bits(record.info)}, prefetch);
+    return type_of(record).has_cells &&
+           each_piece<cell_in_table>(record.owner(), area, {nullptr, 0, 0, unit_bits(record.info)},
+                                     prefetch);
 }
 
 bool write_pixels(Record &record, const Area &area, const PlainRows &rows) {
-    return has_cells_of_its_own(record) && move_area<Direction::to_buffer>(record, area, rows);
+    return type_of(record).has_cells &&
+           move_area<Direction::to_buffer, cell_in_table>(record, area, rows);
 }
 
 } // namespace q32::buffer

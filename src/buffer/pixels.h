@@ -2,7 +2,6 @@
 // Takes no lock and gives no duplicate pixels of its own; that is its callers' part.
 #pragma once
 
-#include "buffer/area.h"
 #include "buffer/record.h"
 
 #include <cstddef>
@@ -33,16 +32,20 @@ struct PlainRows {
     bool with_padding = false;
 };
 
-// Copies the pixels of an area that lies inside the image into the rows; bits of the rows around
-// them stay as they are. Every type can be read: cells (the source's, for a duplicate), caller
-// memory, a pattern's copy, a colour's block once a lock has made it. False when the buffer has no
-// pixels to read.
-bool read_pixels(Record &record, const Area &area, const PlainRows &rows);
+// How the types have their pixels read (read_pixels): from cells, the source's for a duplicate;
+// from the block that is all cells of a one-colour buffer, once a lock has made it. False when
+// there is nothing to read.
+bool read_cells(const Record &record, const Area &area, const PlainRows &rows);
+bool read_block(const Record &record, const Area &area, const PlainRows &rows);
+
+// The same from rows packed to the byte, wherever they lie.
+bool read_packed_rows(const Record &record, std::byte *pixels, const Area &area,
+                      const PlainRows &rows);
 
 // Has the processor fetch the pixels of an area inside the image, which are about to be read, while
 // it does other things. Worth it where the area is not all of what lies there: what is read from
 // end to end the processor finds by itself. False when there are no such pixels in memory.
-bool prefetch_pixels(Record &record, const Area &area);
+bool prefetch_pixels(const Record &record, const Area &area);
 
 // The other way round, into the cells of a buffer that has storage of its own. False without.
 bool write_pixels(Record &record, const Area &area, const PlainRows &rows);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "buffer/operations.h"
+#include "geometry/area.h"
 
 #include <q32base/buffers.h>
 
@@ -57,12 +58,19 @@ struct Record {
     std::byte *cell_address[1]; // as many as the layout needs: one per cell, or per row of a bitmap
 
     bool is_duplicate() const { return sharing.marker == share_marker; }
+    bool is_freed() const { return info.type == freed_type; }
+    bool is_file_backed() const { return file != nullptr; }
+
+    // Bits of the type, which count in all values, also in those that are no BUF32_ one.
     bool is_one_colour() const { return (info.type & BUF32_ONE_COLOUR) != 0; }
     bool is_linear() const { return (info.type & 0x1E) != 0; }
-    bool is_file_backed() const { return file != nullptr; }
+    bool has_changeable_height() const {
+        return (info.type & (BUF32_LINEAR_MEMORY | BUF32_LINEAR_SHRINK)) != 0;
+    }
 
     // The record whose storage this buffer reads.
     Record &owner() { return is_duplicate() ? *sharing.source : *this; }
+    const Record &owner() const { return is_duplicate() ? *sharing.source : *this; }
 };
 
 #if INTPTR_MAX == INT32_MAX
@@ -83,6 +91,12 @@ inline Record *record_of(HBUF32 handle) {
 }
 inline HBUF32 handle_of(const Record &record) {
     return reinterpret_cast<HBUF32>(&record);
+}
+
+// What a buffer's image covers.
+using q32::area_of;
+inline Area area_of(const Record &record) {
+    return {0, 0, record.info.width, record.info.height};
 }
 
 // Bytes of count pixels, packed to the byte.

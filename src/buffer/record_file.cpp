@@ -1,12 +1,10 @@
 // The process's record file: made at the first swap file, held open and unshared until the process
 // ends, which is how other processes know that its owner lives. A slot map in memory says which
 // entries are in use.
-#include "buffer/record_file.h"
+#include "buffer/bookkeeping.h"
 
 #include "buffer/buffer_manager.h"
-#include "buffer/entry_file.h"
-#include "buffer/master_file.h"
-#include "buffer/storage_failures.h"
+#include "buffer/failures.h"
 #include "library/process/owners.h"
 
 #include <cstring>

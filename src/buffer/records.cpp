@@ -2,7 +2,7 @@
 #include "buffer/records.h"
 
 #include "buffer/failures.h"
-#include "buffer/list.h"
+#include "buffer/types.h"
 #include "library/process/owners.h"
 
 namespace q32::buffer {
@@ -41,7 +41,7 @@ Record *make_record(uint32_t type, const Geometry &geometry) {
     info.access_mode = BUF32_READ;
     record->record_entry = no_record_entry;
     record->sharing.self = record;
-    record->operations = operations_for(type);
+    record->operations = *type_of(type).operations;
     return record;
 }
 
@@ -52,7 +52,7 @@ int link(Record &record, HBUF32 *handle) {
 }
 
 int free_record(Record &record) {
-    if (record.info.type == freed_type)
+    if (record.is_freed())
         return fail(site::already_freed);
     remove_from_list(record);
     record.info.type = freed_type;

@@ -29,4 +29,13 @@ int link(Record &record, HBUF32 *handle);
 // that has happened already.
 int free_record(Record &record);
 
+// --- the list of live buffers, in order of allocation: list.cpp ----------------------------------
+
+void append_to_list(Record &record);
+void remove_from_list(Record &record);
+
+// The record behind a handle, or null when it is not a live buffer. Walks the list: a freed
+// record's memory may already be another's.
+Record *find_live(HBUF32 handle);
+
 } // namespace q32::buffer

@@ -1,9 +1,9 @@
 // Chains of sharers and their private copies.
 #include "buffer/sharing.h"
 
-#include "buffer/bitmaps.h"
 #include "buffer/layout.h"
 #include "buffer/storage.h"
+#include "buffer/types.h"
 
 #include <cstring>
 #include <utility>
@@ -35,24 +35,13 @@ void succeed(Record &heir, Record &source) {
 
 // --- pixels of its own --------------------------------------------------------------------------
 
-bool allocate_own_storage(Record &record) {
-    if (!allocate_storage(record))
-        return false;
-    build_cell_addresses(record); // refuses one-colour buffers only, which have nothing to share
-    return true;
-}
-
 // A buffer that was an image of its own before it became a duplicate still has its storage.
 bool copy_pixels(Record &sharer) {
     const Record &source = *sharer.sharing.source;
     if (source.storage == nullptr)
         return true;
-    if (sharer.storage == nullptr) {
-        if (sharer.info.type == BUF32_DIB)
-            return copy_bitmap(sharer, source);
-        if (!allocate_own_storage(sharer))
-            return false;
-    }
+    if (sharer.storage == nullptr)
+        return type_of(sharer).copy_from_source(sharer, source);
     std::memcpy(sharer.storage, source.storage, sharer.info.image_bytes);
     return true;
 }
@@ -61,7 +50,7 @@ bool copy_pixels(Record &sharer) {
 // caller's, who may get it back.
 bool take_over_pixels(Record &sharer) {
     Record &source = *sharer.sharing.source;
-    if (sharer.storage != nullptr || sharer.info.type == BUF32_DIB)
+    if (sharer.storage != nullptr || has_callers_pixels(sharer))
         return copy_pixels(sharer);
     if (source.storage != nullptr) {
         hand_over_storage(source, sharer);
@@ -95,6 +84,14 @@ bool leave_sharers_provided(Record &record) {
     if (!record.is_duplicate())
         return part_from_sharers(record, take_over_pixels);
     leave_chain(record);
+    return true;
+}
+
+bool copy_to_own_storage(Record &sharer, const Record &source) {
+    if (!allocate_storage(sharer))
+        return false;
+    build_cell_addresses(sharer); // refuses one-colour buffers only, which have nothing to share
+    std::memcpy(sharer.storage, source.storage, sharer.info.image_bytes);
     return true;
 }
 

@@ -17,6 +17,10 @@ bool prepare_for_writing(Record &record);
 // has none, and gets a copy otherwise; a duplicate just leaves its chain.
 bool leave_sharers_provided(Record &record);
 
+// What a type's row has for a sharer without storage: storage of the library's with the source's
+// pixels. Reports and returns false when there is none.
+bool copy_to_own_storage(Record &sharer, const Record &source);
+
 // Makes a record that shares with nobody a sharer of source (or of source's source): last in its
 // chain.
 void share(Record &sharer, Record &source);

@@ -3,8 +3,7 @@
 #include "buffer/storage.h"
 
 #include "buffer/failures.h"
-#include "buffer/storage_failures.h"
-#include "buffer/swap_file.h"
+#include "buffer/types.h"
 #include "library/process/owners.h"
 
 #include <cstring>
@@ -49,10 +48,10 @@ bool within_memory_limit(uint32_t reserved_bytes) {
     return int32_t(reserved_bytes + state.memory_in_use) < int32_t(limit);
 }
 
-bool may_use_memory(const BUF32INFO &info) {
-    if (is_small(info) || info.type == BUF32_LINEAR_MEMORY)
+bool may_use_memory(const BUF32INFO &info, Storage kind) {
+    if (is_small(info) || kind == Storage::memory_only)
         return true;
-    if (info.type == BUF32_TILED_FILE)
+    if (kind == Storage::file)
         return false;
     if (memory_state.memory_switch == 0)
         return true;
@@ -63,15 +62,16 @@ bool may_use_memory(const BUF32INFO &info) {
 
 bool allocate_storage(Record &record) {
     const BUF32INFO &info = record.info;
-    if (info.type == BUF32_DIB)
+    const Storage kind = type_of(record).storage_kind;
+    if (kind == Storage::callers)
         return fail(site::bitmap_refused);
-    if (may_use_memory(info)) {
+    if (may_use_memory(info, kind)) {
         std::byte *const memory = reserve_and_commit(info.reserved_bytes, info.image_bytes);
         if (memory != nullptr) {
             record.storage = memory;
             return true;
         }
-        if (info.type == BUF32_LINEAR_MEMORY)
+        if (kind == Storage::memory_only)
             return fail(site::no_virtual_memory);
     }
     return create_swap_file(record);
@@ -82,6 +82,10 @@ void release_storage(Record &record, uint32_t memory_bytes) {
         delete_swap_file(record);
     else if (record.storage != nullptr)
         release_block(std::exchange(record.storage, nullptr), memory_bytes);
+}
+
+void release_storage(Record &record) {
+    release_storage(record, type_of(record).memory_bytes(record));
 }
 
 void hand_over_storage(Record &from, Record &to) {

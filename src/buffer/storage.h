@@ -30,10 +30,10 @@ constexpr bool is_small(const BUF32INFO &info) {
 // Reports and returns false on failure; the record is unchanged then.
 bool allocate_storage(Record &record);
 
-// Releases a buffer's memory or swap file, whichever it has, and takes it off the counters.
-// Memory counts as memory_bytes (the reserved bytes of an ordinary buffer, the block's size of a
-// one-colour or pattern one).
+// Releases a buffer's memory or swap file, whichever it has, and takes it off the counters. Memory
+// counts as memory_bytes, or what the row of its type says: the reserved bytes, or a block's.
 void release_storage(Record &record, uint32_t memory_bytes);
+void release_storage(Record &record);
 
 // Storage and what describes it (rows and bytes reserved) go to a buffer of the same size that has
 // none. The counters stay: the storage does.
@@ -46,5 +46,14 @@ void forget_storage(Record &record);
 // to the memory in use. Null when there is none.
 std::byte *allocate_block(uint32_t bytes);
 void release_block(std::byte *block, uint32_t bytes);
+
+// --- swap files, one per file-backed buffer: swap_file.cpp ---------------------------------------
+
+// Gives the record a mapped swap file of its reserved bytes, registered in the record file and
+// added to the mapped bytes. Reports and returns false on failure, with no file left behind.
+bool create_swap_file(Record &record);
+
+// Unmaps, closes, deregisters and deletes the record's swap file.
+void delete_swap_file(Record &record);
 
 } // namespace q32::buffer

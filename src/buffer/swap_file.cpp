@@ -3,11 +3,10 @@
 //
 // A swap file has the buffer's reserved bytes, as they lie in memory, and ten bytes more: the first
 // ten characters of its own path. They only extend the file to its size; nobody reads them.
-#include "buffer/swap_file.h"
-
-#include "buffer/record_file.h"
 #include "buffer/storage.h"
-#include "buffer/storage_failures.h"
+
+#include "buffer/bookkeeping.h"
+#include "buffer/failures.h"
 #include "library/process/owners.h"
 
 #include <q32comm.h>
@@ -22,8 +21,7 @@ constexpr double spare_bytes = 256; // what a volume must have free beyond the r
 
 bool within_file_limit(const BUF32INFO &info) {
     const MemoryState &state = memory_state;
-    if (state.file_switch == 0 || state.file_limit == no_limit || is_small(info) ||
-        info.type == BUF32_LINEAR_MEMORY)
+    if (state.file_switch == 0 || state.file_limit == no_limit || is_small(info))
         return true;
     return state.file_limit != 0 &&
            uint64_t(info.reserved_bytes) + state.mapped_bytes < state.file_limit;

@@ -1,9 +1,8 @@
 // Rectangles between buffers and plain memory: clips, reports, and surrounds with a background. The
 // pixels themselves are pixels.h's part.
-#include "buffer/transfer.h"
-
-#include "buffer/area.h"
+#include "buffer/cells.h"
 #include "buffer/colour_fill.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
 #include "buffer/pixels.h"
 #include "buffer/sharing.h"
@@ -103,25 +102,11 @@ private:
 // --- reading ------------------------------------------------------------------------------------
 
 // Under 8 bits neighbours share bytes: the background goes first, the pixels over it.
-bool read_bits_over_background(Record &record, const Area &inside, const MemoryRectangle &block,
-                               const void *background) {
+bool read_bits_over_background(const Record &record, const Area &inside,
+                               const MemoryRectangle &block, const void *background) {
     if (!block.stands_for(inside) || block.has_padding())
         block.fill(background);
     return read_pixels(record, inside, block.rows(inside));
-}
-
-// With a read lock of its own for the time of the transfer. A pattern is read without one, which
-// would make its block and render into it; only what the lock leaves behind is the same.
-int read_bits_locked(Record &record, const Area &inside, const MemoryRectangle &block,
-                     const void *background) {
-    if (record.info.type == BUF32_PATTERN) {
-        record.info.access_mode = BUF32_READ;
-        return read_bits_over_background(record, inside, block, background);
-    }
-    if (!record.operations.lock(record, BUF32_READ, nullptr))
-        return 0;
-    const bool done = read_bits_over_background(record, inside, block, background);
-    return record.operations.unlock(record) && done;
 }
 
 } // namespace
@@ -148,7 +133,9 @@ int get_memory_with_background(Record &record, int x, int y, int width, int heig
         return 1;
     }
     if (record.info.bits_per_pixel < 8)
-        return read_bits_locked(record, inside, block, colour.words);
+        return under_own_lock(record, BUF32_READ, [&] {
+            return read_bits_over_background(record, inside, block, colour.words);
+        });
     block.fill_around(inside, colour.words);
     return read_pixels(record, inside, block.rows(inside));
 }
@@ -191,13 +178,9 @@ int one_colour_get_memory_with_background(Record &record, int x, int y, int widt
     return 1;
 }
 
-// The lock changes the buffer's type and with it the operation table: what merges and what unlocks
-// is no longer the entry that locked.
 int merge_memory_by_lock(Record &record, int x, int y, int width, int height, const void *memory) {
-    if (!record.operations.lock(record, BUF32_WRITE, nullptr))
-        return 0;
-    const bool merged = merge_memory(record, x, y, width, height, memory);
-    return record.operations.unlock(record) && merged;
+    return under_own_lock(record, BUF32_WRITE,
+                          [&] { return merge_memory(record, x, y, width, height, memory); });
 }
 
 } // namespace q32::buffer

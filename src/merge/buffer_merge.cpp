@@ -1,5 +1,6 @@
 // The exports that merge out of and into buffers: check, clip, lock, and merge the pieces that lie
 // inside one cell of each buffer involved.
+#include "geometry/system_rect.h"
 #include "merge/cell_walk.h"
 #include "merge/placement.h"
 #include "merge/rectangle.h"
@@ -10,8 +11,6 @@
 
 namespace q32::merge {
 namespace {
-
-using buffer::area_of;
 
 // --- formats -------------------------------------------------------------------------------------
 
@@ -192,6 +191,7 @@ bool merge_into_image(const Job &job, const Image &image, const Placement &place
 } // namespace q32::merge
 
 using namespace q32::merge;
+using q32::as_area;
 
 int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 mask, HBUF32 overlay,
                               const RECT *rectangle, int mode, int transparency) {
@@ -202,7 +202,7 @@ int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 mask, HBU
         return 0;
     if (to.bytes_per_pixel == 0 || to.bytes_per_pixel != from.bytes_per_pixel)
         return 0;
-    const Placement placement = cut(place(area_of(*rectangle), from.area(), x, y), to.area());
+    const Placement placement = cut(place(as_area(*rectangle), from.area(), x, y), to.area());
     if (placement.outcome != Outcome::placed)
         return placement.outcome == Outcome::nothing_left;
     const Job job = {mask, overlay, from.bytes_per_pixel, mode, transparency};
@@ -215,7 +215,7 @@ int Q32_CALL i32MergeRamToBuf(HBUF32 destination, int x, int y, const void *, co
     if (destination == 0 || overlay == nullptr || rectangle == nullptr)
         return 0;
     const Placement placement =
-        place(area_of(*rectangle), {0, 0, overlay_width, overlay_height}, x, y);
+        place(as_area(*rectangle), {0, 0, overlay_width, overlay_height}, x, y);
     if (placement.outcome != Outcome::placed)
         return placement.outcome == Outcome::nothing_left;
     // Refuses the very buffers that could be merged into. Required: programs fall back on a way of
@@ -236,7 +236,7 @@ int Q32_CALL i32MergeBufToRam(void *image, int x, int y, int width, int height, 
     if (!read_format(overlay, &from) || from.bytes_per_pixel != bytes_per_pixel)
         return 0;
     const Format to = {width, height, bytes_per_pixel};
-    const Placement placement = cut(place(area_of(*rectangle), from.area(), x, y), to.area());
+    const Placement placement = cut(place(as_area(*rectangle), from.area(), x, y), to.area());
     if (placement.outcome != Outcome::placed)
         return placement.outcome == Outcome::nothing_left;
     const Job job = {mask, overlay, bytes_per_pixel, mode, transparency};

@@ -1,6 +1,8 @@
 // Locks of cells, and where cells lie.
 #include "merge/cell_walk.h"
 
+#include "buffer/record.h"
+
 #include <utility>
 
 namespace q32::merge {
@@ -20,7 +22,7 @@ void CellLock::unlock() {
 }
 
 bool CellLock::holds(const Area &area, int bytes_per_pixel) const {
-    return intersect(area, this->area()) == area &&
+    return contains(this->area(), area) &&
            std::size_t(area.right - cell_.x) * std::size_t(bytes_per_pixel) <= stride();
 }
 

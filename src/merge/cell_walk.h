@@ -2,8 +2,8 @@
 // of a program's own, through the exports.
 #pragma once
 
-#include "buffer/area.h"
 #include "buffer/buffer_lock.h"
+#include "geometry/area.h"
 
 #include <q32base/buffers.h>
 
@@ -12,7 +12,6 @@
 
 namespace q32::merge {
 
-using buffer::Area;
 using buffer::BufferLock;
 
 // A lock of one cell, until the end of the scope.
@@ -29,7 +28,7 @@ public:
     void leave_locked() { buffer_ = 0; }
 
     int index() const { return cell_.index; }
-    Area area() const { return buffer::area_of(cell_.x, cell_.y, cell_.width, cell_.height); }
+    Area area() const { return area_of(cell_.x, cell_.y, cell_.width, cell_.height); }
     std::size_t stride() const { return std::size_t(cell_.row_bytes); }
 
     // Whether an area of pixels of this size lies inside the cell.

@@ -2,6 +2,7 @@
 // colours and tolerances, and leaves the pixels to a kernel.
 #include "library/process/owners.h"
 #include "merge/kernels/filter_kernels.h"
+#include "merge/overlap.h"
 
 #include <q32base/merge.h>
 
@@ -74,6 +75,13 @@ void begin_mask(uint8_t *mask, const void *given, size_t pixels) {
         std::memmove(mask, given, pixels);
 }
 
+// A pixel is tested as the bytes cleared before it have left it.
+const FilterKernels &kernels_for(const uint8_t *mask, const uint8_t *source, size_t samples,
+                                 size_t pixels) {
+    return overlaps({mask, pixels}, {source, pixels * samples}) ? scalar_filter_kernels
+                                                                : filter_kernels;
+}
+
 } // namespace
 } // namespace q32::merge
 
@@ -96,6 +104,7 @@ int Q32_CALL i32ColorFilter(void *mask_out, const void *mask_in, const void *sou
             return 0;
     }
     auto *const mask = static_cast<uint8_t *>(mask_out);
+    const auto *const first = static_cast<const uint8_t *>(source);
     begin_mask(mask, mask_in, pixels);
     if (!looks_at_pixels)
         return 1;
@@ -103,8 +112,8 @@ int Q32_CALL i32ColorFilter(void *mask_out, const void *mask_in, const void *sou
     auto *const ranges = static_cast<ColourRange *>(block.get());
     std::transform(filter->ranges, filter->ranges + filter->count, ranges,
                    [&](const auto &entry) { return range_of(entry, filter_type->ranged_samples); });
-    (filter_kernels.*filter_type->kernel)(mask, static_cast<const uint8_t *>(source), pixels,
-                                          {ranges, filter->count},
-                                          inside != 0 ? Keep::inside : Keep::outside);
+    const FilterKernels &kernels = kernels_for(mask, first, filter_type->ranged_samples, pixels);
+    (kernels.*filter_type->kernel)(mask, first, pixels, {ranges, filter->count},
+                                   inside != 0 ? Keep::inside : Keep::outside);
     return 1;
 }

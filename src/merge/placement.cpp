@@ -20,8 +20,8 @@ struct Stretch {
 Stretch placed_stretch(int begin, int end, int wanted_begin, int wanted_target) {
     const int64_t target = int64_t(wanted_target) + begin - wanted_begin;
     if (target < 0)
-        return {buffer::cut_to_int(begin - target), end, 0};
-    return {begin, end, buffer::cut_to_int(target)};
+        return {cut_to_int(begin - target), end, 0};
+    return {begin, end, cut_to_int(target)};
 }
 
 } // namespace
@@ -38,7 +38,7 @@ Placement place(const Area &rectangle, const Area &overlay, int x, int y) {
         return nothing;
     const Area left = {across.begin, down.begin, across.end, down.end};
     return {Outcome::placed, left,
-            buffer::area_of(across.target, down.target, left.width(), left.height())};
+            area_of(across.target, down.target, left.width(), left.height())};
 }
 
 Placement cut(Placement placement, const Area &destination) {
@@ -49,8 +49,8 @@ Placement cut(Placement placement, const Area &destination) {
 }
 
 Area landing_part(const Placement &placement) {
-    return buffer::area_of(placement.overlay.left, placement.overlay.top,
-                           placement.destination.width(), placement.destination.height());
+    return area_of(placement.overlay.left, placement.overlay.top, placement.destination.width(),
+                   placement.destination.height());
 }
 
 } // namespace q32::merge

@@ -2,11 +2,9 @@
 // only, no pixels and no buffers.
 #pragma once
 
-#include "buffer/area.h"
+#include "geometry/area.h"
 
 namespace q32::merge {
-
-using buffer::Area;
 
 enum class Outcome {
     misses_overlay, // a failure

@@ -1,8 +1,10 @@
 // Rectangles of plain memory, row by row or, where the rows follow on each other, as one run.
 #include "merge/rectangle.h"
 
+#include "library/process/bytes.h"
 #include "library/process/owners.h"
 #include "merge/failures.h"
+#include "merge/overlap.h"
 #include "merge/run.h"
 
 #include <cstdlib>
@@ -26,8 +28,8 @@ bool can_be_merged(const Rectangle &rectangle) {
            rectangle.bytes_per_pixel <= max_bytes_per_pixel;
 }
 
-// The blocks of a transfer's rows. The rows pass through the kernels in pieces and need none of
-// them; they are made because callers know the report of there being no memory for them.
+// The blocks of a transfer's rows. Mostly the rows pass through the kernels in pieces and need none
+// of them; they are made because callers know the report of there being no memory for them.
 struct WorkRows {
     GlobalBlock base_records, merged_records, merged;
 
@@ -70,18 +72,34 @@ bool is_one_run(const Recipe &recipe, const Rectangle &rectangle) {
            (!recipe.reads_mask || rectangle.mask_stride == width);
 }
 
-void merge_rows(const Recipe &recipe, const Rectangle &rectangle) {
+bool order_shows(const Recipe &recipe, const Rectangle &rectangle) {
+    const std::size_t width = std::size_t(rectangle.width);
+    const std::size_t height = std::size_t(rectangle.height);
+    const std::size_t row_bytes = width * recipe.pixel_bytes;
+    const Rows result{rectangle.destination, row_bytes, rectangle.destination_stride, height};
+    return overlaps(result, {rectangle.overlay, row_bytes, rectangle.overlay_stride, height}) ||
+           (recipe.reads_mask &&
+            overlaps(result, {rectangle.mask, width, rectangle.mask_stride, height}));
+}
+
+// work_row: for a transfer, as run.h says.
+void merge_rows(const Recipe &recipe, const Rectangle &rectangle, std::uint8_t *work_row) {
     const std::size_t width = std::size_t(rectangle.width);
     const std::size_t row_bytes = width * recipe.pixel_bytes;
     const bool has_mask = recipe.reads_mask;
+    const bool in_order = order_shows(recipe, rectangle);
+    const auto merge = [&](const Run &run) {
+        in_order ? merge_run_in_order(recipe, run, work_row) : merge_run(recipe, run);
+    };
     Run row{.result = rectangle.destination,
             .base = rectangle.destination,
             .mask = has_mask ? rectangle.mask : nullptr,
             .overlay = rectangle.overlay,
             .pixels = width};
-    if (is_one_run(recipe, rectangle)) {
+    // A transfer in order reads a row at once, not all of them.
+    if (is_one_run(recipe, rectangle) && !(in_order && recipe.transfer != nullptr)) {
         row.pixels *= std::size_t(rectangle.height);
-        merge_run(recipe, row);
+        merge(row);
         return;
     }
     const RowsAhead pixels_ahead(row_bytes), weights_ahead(width);
@@ -90,7 +108,7 @@ void merge_rows(const Recipe &recipe, const Rectangle &rectangle) {
         pixels_ahead.fetch(row.overlay, rectangle.overlay_stride);
         if (has_mask)
             weights_ahead.fetch(row.mask, rectangle.mask_stride);
-        merge_run(recipe, row);
+        merge(row);
         row.result += rectangle.destination_stride;
         row.base = row.result;
         row.overlay += rectangle.overlay_stride;
@@ -121,7 +139,7 @@ int merge_masked_rectangle(const Rectangle &rectangle, GivenMask mask, int mode_
                                   .transparency = transparency,
                                   .mask = rectangle.mask,
                                   .mask_is_full = mask == GivenMask::full});
-    merge_rows(recipe, rectangle);
+    merge_rows(recipe, rectangle, bytes(work_rows.base_records.get()));
     return 1;
 }
 

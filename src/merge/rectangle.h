@@ -1,5 +1,5 @@
 // Merging a rectangle of plain memory that needs no clipping any more: what all rectangle forms
-// come down to, whether their memory is the caller's or a cell's.
+// come down to, whether their memory is the caller's or a cell's, and whether it overlaps or not.
 #pragma once
 
 #include <cstddef>

@@ -37,20 +37,24 @@ int copy_base(const Run &run, int bytes_per_pixel) {
         return 1;
     if (run.result == nullptr || run.base == nullptr || is_too_large(size))
         return 0;
-    std::memcpy(run.result, run.base, std::size_t(size));
+    std::memmove(run.result, run.base, std::size_t(size));
     return 1;
 }
 
-int merge(const Mode &mode, const Run &run, int bytes_per_pixel, int transparency) {
+int merge(const Mode &mode, const Run &run, int bytes_per_pixel, int transparency,
+          std::uint8_t *work_row = nullptr) {
     if (is_too_large(size_of(run, bytes_per_pixel)))
         return 0;
-    merge_run(settle({.mode = mode,
-                      .form = Form::run,
-                      .bytes_per_pixel = bytes_per_pixel,
-                      .transparency = transparency,
-                      .mask = run.mask,
-                      .mask_is_full = false}),
-              run);
+    const Recipe recipe = settle({.mode = mode,
+                                  .form = Form::run,
+                                  .bytes_per_pixel = bytes_per_pixel,
+                                  .transparency = transparency,
+                                  .mask = run.mask,
+                                  .mask_is_full = false});
+    if (order_shows(recipe, run))
+        merge_run_in_order(recipe, run, work_row);
+    else
+        merge_run(recipe, run);
     return 1;
 }
 
@@ -68,7 +72,7 @@ int merge_with_copy(const Mode &mode, Run run, int bytes_per_pixel, int transpar
     return merge(mode, run, bytes_per_pixel, transparency);
 }
 
-// The three blocks hold nothing: the run passes through the kernels in pieces. They are made
+// Mostly the three blocks hold nothing: the run passes through the kernels in pieces. They are made
 // because callers know the reports of there being no memory for them, and the silence about the
 // first.
 int transfer(const Mode &mode, const Run &run, int bytes_per_pixel, int transparency) {
@@ -84,7 +88,7 @@ int transfer(const Mode &mode, const Run &run, int bytes_per_pixel, int transpar
     const GlobalBlock merged = make_block(0, pixels * 3 + 2);
     if (!merged)
         return fail(site::no_run_work_rows);
-    return merge(mode, run, bytes_per_pixel, transparency);
+    return merge(mode, run, bytes_per_pixel, transparency, bytes(base_records.get()));
 }
 
 int dispatch(const Mode &mode, Run run, FullMask &full_mask, ThreadPriority &priority,

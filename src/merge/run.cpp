@@ -1,4 +1,5 @@
-// Settling recipes, and merging runs by them.
+// Settling recipes: what the mode, mask, transparency and pixel size of a call come to. How a run
+// is walked by one is run_walk.cpp's part.
 #include "merge/run.h"
 
 #include "library/process/process.h"
@@ -29,9 +30,16 @@ const std::uint8_t *weights_of(const Recipe &recipe, const Run &piece, std::uint
     return scratch;
 }
 
+// A pixel may begin inside its own overlay: its samples then go one after the other.
 void copy_overlay(const Recipe &recipe, const Run &piece) {
-    if (piece.overlay != piece.result)
-        std::memcpy(piece.result, piece.overlay, piece.pixels * recipe.samples);
+    const std::size_t samples = piece.pixels * recipe.samples;
+    if (piece.overlay == piece.result)
+        return;
+    if (samples > max_bytes_per_pixel)
+        std::memmove(piece.result, piece.overlay, samples); // the overlay may lie ahead
+    else
+        for (std::size_t i = 0; i != samples; ++i)
+            piece.result[i] = piece.overlay[i];
 }
 
 void blend_uniformly(const Recipe &recipe, const Run &piece) {
@@ -64,8 +72,10 @@ void subtract_masked(const Recipe &recipe, const Run &piece) {
     recipe.subtract_masked(piece.result, piece.overlay, piece.mask, piece.pixels);
 }
 
+// Quirk: the first byte of the mask stands for all of it.
 void subtract_portion(const Recipe &recipe, const Run &piece) {
-    effects().subtract_portion(piece.result, piece.overlay, recipe.portion,
+    const std::uint8_t weight = piece.mask != nullptr ? piece.mask[0] : 255;
+    effects().subtract_portion(piece.result, piece.overlay, std::uint32_t(recipe.percent) * weight,
                                piece.pixels * recipe.samples);
 }
 
@@ -101,7 +111,7 @@ Run samples_of(const Recipe &recipe, const Run &piece, const std::uint8_t *mask)
 }
 
 void merge_as_grey(const Recipe &recipe, const Run &piece) {
-    recipe.inner(recipe, samples_of(recipe, piece, nullptr));
+    recipe.inner(recipe, samples_of(recipe, piece, piece.mask));
 }
 
 // The grey pixels share their pixel's mask byte, which counts as 0 where acts(pixel) is false.
@@ -182,15 +192,20 @@ bool is_premultiplied(Rule rule) {
 }
 
 // Quirk: without a mask and at full strength the standard way copies the overlay under every rule,
-// the MMX way under the normal one only. Callers see a difference without a mask act as a normal
-// merge at transparency 0, and as a difference from transparency 1 on.
-bool copies_overlay(const Recipe &recipe, const Request &request, Rounding rounding, Rule rule) {
-    return recipe.constant == 255 &&
-           (rule == Rule::normal || (request.mask == nullptr && rounding == Rounding::divided));
+// and as a whole. Callers see a difference without a mask act as a normal merge at transparency 0,
+// and as a difference from transparency 1 on. The MMX way merges, which copies under the normal
+// rule only, and pixel after pixel.
+bool is_one_copy(const Recipe &recipe, const Request &request) {
+    return recipe.constant == 255 && request.mask == nullptr &&
+           recipe.rounding == Rounding::divided;
+}
+
+bool copies_overlay(const Recipe &recipe, Rule rule) {
+    return recipe.is_one_copy || (recipe.constant == 255 && rule == Rule::normal);
 }
 
 void settle_blend(Recipe &recipe, const Request &request) {
-    const Rounding rounding = rounding_of(request);
+    const Rounding rounding = recipe.rounding = rounding_of(request);
     settle_weights(recipe, request, rounding);
     if (request.mask_is_full)
         do_without_full_mask(recipe);
@@ -200,13 +215,15 @@ void settle_blend(Recipe &recipe, const Request &request) {
         if (is_premultiplied(rule))
             rule = Rule::normal;
         recipe.uniform_blend = blends()(rounding, rule).uniform;
-        recipe.begins_with_base = !copies_overlay(recipe, request, rounding, rule);
+        recipe.is_one_copy = is_one_copy(recipe, request);
+        recipe.begins_with_base = !copies_overlay(recipe, rule);
         recipe.merge_piece = recipe.begins_with_base ? blend_uniformly : copy_overlay;
         return;
     }
     const Blend &blend = blends()(rounding, rule);
     recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
     recipe.reads_mask = true;
+    recipe.left_to_right = !is_premultiplied(rule);
     if (recipe.weights == Weights::mask) {
         recipe.merge_piece = blend_by_mask;
     } else {
@@ -252,16 +269,13 @@ void settle_relief(Recipe &recipe, const Request &request) {
 }
 
 void settle_mask_subtraction(Recipe &recipe, const Request &request) {
-    const int percent = percent_of(request);
-    if (request.mask != nullptr && percent == 100) {
+    recipe.percent = percent_of(request);
+    if (request.mask != nullptr && recipe.percent == 100) {
         recipe.subtract_masked = of_size(effects().subtract_masked, recipe.samples);
         recipe.merge_piece = subtract_masked;
         recipe.reads_mask = true;
         return;
     }
-    // Quirk: under 100 percent the first byte of the mask stands for all of it.
-    const std::uint8_t weight = request.mask != nullptr ? request.mask[0] : 255;
-    recipe.portion = std::uint32_t(percent) * weight;
     recipe.merge_piece = subtract_portion;
 }
 
@@ -303,7 +317,10 @@ void settle_selection_as_grey(Recipe &recipe, Request request) {
 
 Recipe settle(const Request &request) {
     const std::size_t size = std::size_t(request.bytes_per_pixel);
-    Recipe recipe{.piece_pixels = unlimited, .pixel_bytes = size, .begins_with_base = true};
+    Recipe recipe{.piece_pixels = unlimited,
+                  .pixel_bytes = size,
+                  .begins_with_base = true,
+                  .left_to_right = true};
     if (size == 1 || size == 3) {
         recipe.samples = size;
         settle_action(recipe, request);
@@ -316,25 +333,6 @@ Recipe settle(const Request &request) {
         settle_as_grey(recipe, request);
     recipe.piece_pixels = scratch_pixels / size;
     return recipe;
-}
-
-void merge_run(const Recipe &recipe, const Run &run) {
-    const bool brings_base = recipe.begins_with_base && run.base != run.result;
-    const std::size_t most =
-        brings_base ? std::min(recipe.piece_pixels, scratch_pixels) : recipe.piece_pixels;
-    Run piece = run;
-    for (std::size_t left = run.pixels; left != 0; left -= piece.pixels) {
-        piece.pixels = std::min(left, most);
-        const std::size_t bytes = piece.pixels * recipe.pixel_bytes;
-        if (brings_base)
-            std::memcpy(piece.result, piece.base, bytes);
-        recipe.merge_piece(recipe, piece);
-        piece.result += bytes;
-        piece.base += bytes;
-        piece.overlay += bytes;
-        if (piece.mask != nullptr)
-            piece.mask += piece.pixels;
-    }
 }
 
 } // namespace q32::merge

@@ -12,7 +12,7 @@ inline constexpr int max_bytes_per_pixel = 8;
 struct Run {
     std::uint8_t *result;
     const std::uint8_t *base;    // may be the result
-    const std::uint8_t *mask;    // one byte per pixel; null where there is none
+    const std::uint8_t *mask;    // one byte per pixel; null where none is read
     const std::uint8_t *overlay; // may be the result only where that is the base too
     std::size_t pixels;
 };
@@ -36,7 +36,10 @@ struct Recipe {
     std::size_t pixel_bytes;
     std::size_t samples;   // of the kernels' pixels: 1 or 3
     bool begins_with_base; // the result must hold the base first
-    bool reads_mask;
+    bool is_one_copy;      // of the overlay: all of the run at once
+    bool reads_mask;       // a byte for each pixel
+    bool left_to_right;    // kernels load and store in the order of memory
+    Rounding rounding;     // of blends
 
     // Weights: one for all pixels, or what the mask bytes become.
     enum class Weights : std::uint8_t { constant, mask, percent_of_mask, scaled_mask };
@@ -52,7 +55,6 @@ struct Recipe {
     Relief *relief;
     std::uint8_t strength; // of relief
     MaskedSubtraction *subtract_masked;
-    std::uint32_t portion; // of subtraction
 
     // What the piece's merging goes through: the normal blend of a transfer, or, for pixels that
     // the kernels do not know, the merging of their samples as grey pixels.
@@ -60,9 +62,17 @@ struct Recipe {
     Comparison comparison; // of such pixels, in a selection
 };
 
-// The recipe holds as long as the request's mask does.
 Recipe settle(const Request &request);
 
+// Whether the run's result lies in what is still to be read, so that the order of pixels shows.
+bool order_shows(const Recipe &recipe, const Run &run);
+
+// A run of which it does not.
 void merge_run(const Recipe &recipe, const Run &run);
+
+// Any run: the base is copied as a whole, then pixel follows on pixel. Transfers read the run as a
+// whole before anything is written, into a work row of record_bytes for each pixel; the others need
+// none.
+void merge_run_in_order(const Recipe &recipe, const Run &run, std::uint8_t *work_row);
 
 } // namespace q32::merge

@@ -1,5 +1,5 @@
 // Path utilities and the family's temporary directory.
-#include "q32comm/text.h"
+#include "q32comm/text_copy.h"
 
 #include <q32comm.h>
 #include <windows.h>

@@ -1,5 +1,5 @@
 // What the processor says about itself.
-#include "q32comm/text.h"
+#include "q32comm/text_copy.h"
 
 #include <q32comm.h>
 

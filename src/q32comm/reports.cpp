@@ -2,7 +2,7 @@
 // variable, because the library may be loaded at run time into threads that exist already.
 #include "q32comm/reports.h"
 
-#include "q32comm/text.h"
+#include "q32comm/text_copy.h"
 
 #include <q32comm.h>
 #include <windows.h>

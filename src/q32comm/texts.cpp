@@ -1,5 +1,5 @@
 // All texts by number, in one table: messages below 10000, names in the settings file from there.
-#include "q32comm/text.h"
+#include "q32comm/text_copy.h"
 
 #include <q32comm.h>
 

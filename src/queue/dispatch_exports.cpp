@@ -1,4 +1,5 @@
 // The exports of the dispatch queue: check, lock, hand over. What happens is the dispatcher's.
+#include "geometry/system_rect.h"
 #include "library/process/owners.h"
 #include "library/process/process.h"
 #include "queue/dispatcher.h"
@@ -76,7 +77,7 @@ int Q32_CALL d32AddQueue(uint32_t owner, const RECT *rectangle, int replace, int
     const q32::LibraryLock lock;
     if (owner == 0 || rectangle == nullptr || description == nullptr ||
         description->callback == nullptr || !sizes_are_valid(mode, *description) ||
-        (!replace && is_empty(*rectangle)))
+        (!replace && q32::as_area(*rectangle).is_empty()))
         return 0;
     return dispatcher.add({.owner = owner,
                            .description = *description,

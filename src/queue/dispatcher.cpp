@@ -1,6 +1,8 @@
 // How jobs become current, go through their steps and end.
 #include "queue/dispatcher.h"
 
+#include "geometry/system_rect.h"
+
 namespace q32::queue {
 namespace {
 
@@ -9,7 +11,7 @@ std::intptr_t as_parameter(const RECT &rectangle) {
 }
 
 bool has_steps(const WaitingJob &job) {
-    return job.mode == D32_STEPS || !is_empty(job.rectangle);
+    return job.mode == D32_STEPS || !as_area(job.rectangle).is_empty();
 }
 
 } // namespace

@@ -18,10 +18,6 @@ std::int64_t width_of(const RECT &rectangle) {
 
 } // namespace
 
-bool is_empty(const RECT &rectangle) {
-    return rectangle.right <= rectangle.left || rectangle.bottom <= rectangle.top;
-}
-
 JobSteps::JobSteps(int mode, const RECT &rectangle, const DispatchDesc &description) : mode_(mode) {
     switch (mode) {
     case D32_TILES:

@@ -8,8 +8,6 @@
 
 namespace q32::queue {
 
-bool is_empty(const RECT &rectangle);
-
 class JobSteps {
 public:
     JobSteps() = default;

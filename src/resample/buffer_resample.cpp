@@ -2,10 +2,8 @@
 // caller's callback, and hand the work to the path that the pixels and the method call for.
 #include "buffer/buffer_lock.h"
 #include "buffer/provided_buffer.h"
-#include "resample/bit_rows.h"
-#include "resample/cells.h"
+#include "resample/buffer_paths.h"
 #include "resample/failures.h"
-#include "resample/rows.h"
 
 #include <q32base/buffers.h>
 #include <q32base/resample.h>
@@ -24,10 +22,9 @@ bool resample(const BufferJob &job, bool by_rows, int method) {
     if (pixel_bytes == 0)
         return resample_bit_rows(job);
     if (by_rows)
-        return resample_rows(job, RESAMPLE_NEAREST);
-    if (pixel_bytes == word)
-        return resample_rows(job, method);
-    return resample_cells(job, method);
+        return resample_rows(job, method_of(RESAMPLE_NEAREST));
+    return pixel_bytes == word ? resample_rows(job, method_of(method))
+                               : resample_cells(job, method_of(method));
 }
 
 // --- driver -------------------------------------------------------------------------------------

@@ -1,47 +1,43 @@
 // Which rows and columns of the source a piece reads, and how many rows are fetched at once.
 #include "resample/cell_source.h"
 
-#include "buffer/area.h"
 #include "buffer/pixels.h"
 
 #include <algorithm>
 
 namespace q32::resample {
-namespace {
 
 // Positions go from left to right and from top to bottom.
-Extent read_by(const Positions &positions, Reach reach, int image) {
+Extent CellSource::read_by(const Positions &positions, int image) const {
     const auto cut = [&](int pixel) { return std::clamp(pixel, 0, image - 1); };
-    const int first = cut(positions.index[0] + reach.first);
-    const int last = cut(positions.index[positions.count - 1] + reach.first + reach.count - 1);
+    const int first = cut(positions.index[0] + kernels_.first_line);
+    const int last =
+        cut(positions.index[positions.count - 1] + kernels_.first_line + kernels_.lines - 1);
     return {first, last - first + 1};
 }
 
 // Whether, from one destination row to the next, at least one source row is passed over.
-bool passes_over_rows(const Positions &rows, Reach reach) {
-    const int span = rows.index[rows.count - 1] - rows.index[0];
-    return std::size_t(span) > std::size_t(reach.count + 1) * (rows.count - 1);
+bool CellSource::passes_over_rows() const {
+    const int span = rows_.index[rows_.count - 1] - rows_.index[0];
+    return std::size_t(span) > std::size_t(kernels_.lines + 1) * (rows_.count - 1);
 }
-
-} // namespace
 
 // Where rows are passed over, one destination row's are fetched at a time and the others never.
 // Otherwise so many that a call costs little beside them, and that they stay in the cache.
 int CellSource::most_rows_at_once() const {
     constexpr std::size_t block_bytes = 96 * 1024;
     if (passes_over_rows_)
-        return reach_.count;
-    return int(std::max(block_bytes / stride_, std::size_t(reach_.count)));
+        return kernels_.lines;
+    return int(std::max(block_bytes / stride_, std::size_t(kernels_.lines)));
 }
 
-bool CellSource::begin(const Positions &columns, const Positions &rows, Reach reach) {
-    columns_ = read_by(columns, reach, record_.info.width);
-    rows_read_ = read_by(rows, reach, record_.info.height);
+bool CellSource::begin(const Positions &columns, const Positions &rows) {
+    columns_ = read_by(columns, record_.info.width);
+    rows_read_ = read_by(rows, record_.info.height);
     stride_ = std::size_t(columns_.count) * std::size_t(pixel_bytes_);
     rows_ = rows;
-    reach_ = reach;
     next_ = 0;
-    passes_over_rows_ = passes_over_rows(rows, reach);
+    passes_over_rows_ = passes_over_rows();
     rows_at_once_ = std::min(most_rows_at_once(), rows_read_.count);
 
     const auto stored_pixel_bytes = std::size_t(record_.info.bytes_per_pixel);
@@ -71,13 +67,13 @@ const std::uint8_t *CellSource::fetch(int first_row) {
 // The rows of the destination row that comes next: with what lies between them unread, the
 // processor does not see it coming.
 void CellSource::prefetch_behind(int row) {
-    while (next_ < rows_.count && rows_.index[next_] + reach_.first <= row)
+    while (next_ < rows_.count && rows_.index[next_] + kernels_.first_line <= row)
         ++next_;
     if (next_ == rows_.count)
         return;
-    const int first = std::clamp(rows_.index[next_] + reach_.first, 0, rows_read_.last());
-    const int count = std::min(reach_.count, rows_read_.last() - first + 1);
-    prefetch_pixels(record_, buffer::area_of(columns_.first, first, columns_.count, count));
+    const int first = std::clamp(rows_.index[next_] + kernels_.first_line, 0, rows_read_.last());
+    const int count = std::min(kernels_.lines, rows_read_.last() - first + 1);
+    prefetch_pixels(record_, area_of(columns_.first, first, columns_.count, count));
 }
 
 void CellSource::drop_other_bytes(int rows) {

@@ -3,35 +3,23 @@
 #pragma once
 
 #include "buffer/record.h"
-#include "resample/failures.h"
-#include "resample/kernels/resample_kernels.h"
+#include "resample/methods.h"
 #include "resample/reused_block.h"
 
 #include <cstdint>
 
 namespace q32::resample {
 
-// What a method reads around an index.
-struct Reach {
-    int first; // pixel, from the index on
-    int count; // pixels
-};
-constexpr Reach reach_of(const NearestKernels &) {
-    return {0, 1};
-}
-constexpr Reach reach_of(const InterpolationKernels &kernels) {
-    return {kernels.first_line, kernels.lines};
-}
-
 class CellSource {
 public:
     // The first pixel_bytes of each pixel of a buffer.
-    CellSource(buffer::Record &record, int pixel_bytes, const site::CellSites &sites)
-        : record_(record), pixel_bytes_(pixel_bytes), sites_(sites) {}
+    CellSource(buffer::Record &record, int pixel_bytes, const Method &method)
+        : record_(record), pixel_bytes_(pixel_bytes), kernels_(method.chosen_kernels()),
+          sites_(*method.cell_sites) {}
 
     // Turns to what the positions of a piece read, and fetches the first block of it. Reports and
     // returns false when that fails.
-    bool begin(const Positions &columns, const Positions &rows, Reach reach);
+    bool begin(const Positions &columns, const Positions &rows);
 
     Extent columns() const { return columns_; }
     Extent rows() const { return {0, record_.info.height}; }
@@ -43,6 +31,8 @@ public:
     }
 
 private:
+    Extent read_by(const Positions &positions, int image) const;
+    bool passes_over_rows() const;
     int most_rows_at_once() const;
     void prefetch_behind(int row);
     const std::uint8_t *at_hand(int y) const {
@@ -53,14 +43,14 @@ private:
 
     buffer::Record &record_;
     int pixel_bytes_;
+    const MethodKernels &kernels_; // how many lines they take: of rows and of columns alike
     const site::CellSites &sites_;
     ReusedBlock block_{GMEM_FIXED | GMEM_ZEROINIT};
     std::uint8_t *pixels_ = nullptr;
     std::size_t stride_ = 0;
 
     Extent columns_ = {};
-    Positions rows_ = {}; // of the destination
-    Reach reach_ = {};
+    Positions rows_ = {};  // of the destination
     std::size_t next_ = 0; // of them, whose source rows have not been prefetched
     bool passes_over_rows_ = false;
     Extent rows_read_ = {};

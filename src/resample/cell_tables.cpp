@@ -1,7 +1,7 @@
 // Memory of the cells' tables. The rules are in kernels/positions.h.
 #include "resample/cell_tables.h"
 
-#include "resample/kernels/positions.h"
+#include <algorithm>
 
 namespace q32::resample {
 namespace {
@@ -14,42 +14,27 @@ GlobalBlock allocate_table(int entries) {
 
 } // namespace
 
-bool CellTables::Axis::allocate(int entries, bool with_fractions) {
-    count = std::size_t(entries);
-    index = allocate_table(entries);
-    if (with_fractions)
-        fraction = allocate_table(entries);
-    return index && (fraction || !with_fractions);
-}
-
-bool CellTables::allocate(SIZE destination, bool with_fractions) {
-    return columns_.allocate(destination.cx, with_fractions) &&
-           rows_.allocate(destination.cy, with_fractions);
-}
-
-bool CellTables::make_nearest(SIZE source, SIZE destination) {
-    if (!allocate(destination, false))
+bool CellTables::Axis::make(int source, int destination, const Method &method) {
+    count = std::size_t(destination);
+    index = allocate_table(destination);
+    if (method.cell_positions == CellPositions::rounded) {
+        if (!index)
+            return false;
+        nearest_cell_positions(indices(), destination, source);
+        return true;
+    }
+    fraction = allocate_table(destination);
+    if (!index || !fraction)
         return false;
-    nearest_cell_positions(columns_.indices(), destination.cx, source.cx);
-    nearest_cell_positions(rows_.indices(), destination.cy, source.cy);
+    cell_positions(indices(), fractions(), destination, source);
+    if (method.fractions == FractionBits::eight)
+        std::for_each_n(fractions(), count, [](std::int32_t &sixteen_bits) { sixteen_bits >>= 8; });
     return true;
 }
 
-bool CellTables::make_bilinear(SIZE source, SIZE destination) {
-    if (!allocate(destination, true))
-        return false;
-    cell_positions(columns_.indices(), columns_.fractions(), destination.cx, source.cx);
-    cell_positions(rows_.indices(), rows_.fractions(), destination.cy, source.cy);
-    return true;
-}
-
-bool CellTables::make_bicubic(SIZE source, SIZE destination) {
-    if (!make_bilinear(source, destination))
-        return false;
-    for (const Axis *axis : {&columns_, &rows_})
-        for (std::size_t i = 0; i < axis->count; ++i)
-            axis->fractions()[i] >>= 8;
-    return true;
+bool CellTables::make(SIZE source, SIZE destination, const Method &method) {
+    return columns_.make(source.cx, destination.cx, method) &&
+           rows_.make(source.cy, destination.cy, method);
 }
 
 } // namespace q32::resample

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "library/process/owners.h"
-#include "resample/kernels/resample_kernels.h"
+#include "resample/methods.h"
 
 #include <cstdint>
 
@@ -11,9 +11,7 @@ namespace q32::resample {
 // Fixed blocks, each of its entries and 8 bytes more. False when there is no memory.
 class CellTables {
 public:
-    bool make_nearest(SIZE source, SIZE destination);
-    bool make_bilinear(SIZE source, SIZE destination); // 16-bit fractions
-    bool make_bicubic(SIZE source, SIZE destination);  // 8-bit fractions
+    bool make(SIZE source, SIZE destination, const Method &method);
 
     Positions columns() const { return columns_.positions(); }
     Positions rows() const { return rows_.positions(); }
@@ -23,12 +21,11 @@ private:
         GlobalBlock index, fraction;
         std::size_t count = 0;
 
-        bool allocate(int entries, bool with_fractions);
+        bool make(int source, int destination, const Method &method);
         std::int32_t *indices() const { return static_cast<std::int32_t *>(index.get()); }
         std::int32_t *fractions() const { return static_cast<std::int32_t *>(fraction.get()); }
         Positions positions() const { return {indices(), fractions(), count}; }
     };
-    bool allocate(SIZE destination, bool with_fractions);
 
     Axis columns_, rows_;
 };

@@ -51,9 +51,36 @@ bool has_sides(SIZE size) {
     return size.cx >= 1 && size.cy >= 1;
 }
 
+// --- buffers ------------------------------------------------------------------------------------
+
+bool read_size(HBUF32 buffer, SIZE *size) {
+    int width = 0, height = 0;
+    if (!buf32GetWHU(buffer, &width, &height, nullptr))
+        return false;
+    *size = {width, height};
+    return true;
+}
+
+// Reports and returns false when one of them is not a live buffer.
+bool read_sizes(HBUF32 source, HBUF32 destination, SIZE *source_size, SIZE *destination_size) {
+    if (!read_size(destination, destination_size))
+        return fail(site::destination_not_live);
+    return read_size(source, source_size) || fail(site::source_not_live);
+}
+
+// The bits of fractions by the number that programs give.
+FractionBits column_bits(int mode) {
+    return mode == 1 ? FractionBits::eight : FractionBits::sixteen;
+}
+// Not the same test as for columns. Required: with a mode of 2 programs see 16-bit fractions of
+// columns beside 8-bit fractions of rows.
+FractionBits row_bits(int mode) {
+    return mode != 0 ? FractionBits::eight : FractionBits::sixteen;
+}
+
 } // namespace
 
-TableSet make_tables(SIZE source, SIZE destination, int fraction_mode) {
+TableSet make_tables(SIZE source, SIZE destination, FractionBits columns, FractionBits rows) {
     if (!has_sides(source) || !has_sides(destination)) {
         fail(site::side_below_one);
         return {};
@@ -63,10 +90,8 @@ TableSet make_tables(SIZE source, SIZE destination, int fraction_mode) {
         fail(site::no_tables);
         return {};
     }
-    table_positions(set.column_index, set.column_fraction, column_fraction_bits(fraction_mode),
-                    destination.cx, source.cx);
-    table_positions(set.row_index, set.row_fraction, row_fraction_bits(fraction_mode),
-                    destination.cy, source.cy);
+    table_positions(set.column_index, set.column_fraction, columns, destination.cx, source.cx);
+    table_positions(set.row_index, set.row_fraction, rows, destination.cy, source.cy);
     return set;
 }
 
@@ -75,6 +100,14 @@ void free_tables(const TableSet &set) {
     free_table(set.column_fraction);
     free_table(set.row_index);
     free_table(set.row_fraction);
+}
+
+bool PositionTables::make(HBUF32 source, HBUF32 destination, FractionBits bits) {
+    SIZE source_size;
+    if (!read_sizes(source, destination, &source_size, &destination_))
+        return false;
+    set_.reset(make_tables(source_size, destination_, bits, bits));
+    return bool(set_);
 }
 
 } // namespace q32::resample
@@ -86,18 +119,14 @@ using namespace q32::resample;
 int Q32_CALL q32InitResampleTable(HBUF32 source, HBUF32 destination, int fraction_mode,
                                   int32_t **column_index, int32_t **column_fraction,
                                   int32_t **row_index, int32_t **row_fraction) {
-    int width = 0, height = 0;
-    if (!buf32GetWHU(destination, &width, &height, nullptr))
-        return q32::fail(site::destination_not_live);
-    const SIZE destination_size = {width, height};
-    if (!buf32GetWHU(source, &width, &height, nullptr))
-        return q32::fail(site::source_not_live);
-    const SIZE source_size = {width, height};
-    if (column_index == nullptr || column_fraction == nullptr || row_index == nullptr ||
+    SIZE source_size, destination_size;
+    if (!read_sizes(source, destination, &source_size, &destination_size) ||
+        column_index == nullptr || column_fraction == nullptr || row_index == nullptr ||
         row_fraction == nullptr)
         return 0;
 
-    const TableSet set = make_tables(source_size, destination_size, fraction_mode);
+    const TableSet set = make_tables(source_size, destination_size, column_bits(fraction_mode),
+                                     row_bits(fraction_mode));
     if (set == TableSet{})
         return 0;
     *column_index = set.column_index;

@@ -6,21 +6,13 @@
 #include "resample/kernels/positions.h"
 #include "resample/kernels/resample_kernels.h"
 
+#include <q32base/types.h>
+
 #include <windows.h>
 
 #include <cstdint>
 
 namespace q32::resample {
-
-// Which fractions tables have, by the number that programs give.
-constexpr FractionBits column_fraction_bits(int mode) {
-    return mode == 1 ? FractionBits::eight : FractionBits::sixteen;
-}
-// Not the same test as for columns. Required: with a mode of 2 programs see 16-bit fractions of
-// columns beside 8-bit fractions of rows.
-constexpr FractionBits row_fraction_bits(int mode) {
-    return mode != 0 ? FractionBits::eight : FractionBits::sixteen;
-}
 
 // Four tables in locked GMEM_MOVEABLE | GMEM_ZEROINIT blocks, each of its entries and 8 bytes more.
 // Null is no table.
@@ -34,18 +26,14 @@ struct TableSet {
 };
 
 // Reports when a side is below 1 or there is no memory; all four are null then.
-TableSet make_tables(SIZE source, SIZE destination, int fraction_mode);
+TableSet make_tables(SIZE source, SIZE destination, FractionBits columns, FractionBits rows);
 void free_tables(const TableSet &set);
 
-// Tables for the time of a scope, with their lengths.
+// Tables between two buffers for the time of a scope, with their lengths.
 class PositionTables {
 public:
-    // Reports and returns false when a side is below 1 or there is no memory.
-    bool make(SIZE source, SIZE destination, int fraction_mode) {
-        destination_ = destination;
-        set_.reset(make_tables(source, destination, fraction_mode));
-        return bool(set_);
-    }
+    // Reports and returns false when a buffer is not live or there is no memory.
+    bool make(HBUF32 source, HBUF32 destination, FractionBits bits);
 
     Positions columns() const {
         const TableSet set = set_.get();

@@ -2,7 +2,7 @@
 // The choice is made once, at attach, before any export can be called.
 #pragma once
 
-#include "resample/kernels/resample_kernels.h"
+#include "resample/kernels/resample_tables.h"
 
 namespace q32::resample {
 

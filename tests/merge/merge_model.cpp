@@ -299,6 +299,15 @@ void rgb_of(const Hsv &hsv, std::uint8_t *rgb) {
 
 // --- the calls -------------------------------------------------------------------------------
 
+void merge_pixel_of_run(std::uint8_t *pixel, const Call &call, Pixel mask, Pixel first_mask,
+                        Pixel overlay) {
+    merge_in_run(pixel, call, pixel, mask, first_mask, overlay);
+}
+
+void merge_pixel_of_rectangle(std::uint8_t *pixel, const Call &call, Pixel mask, Pixel overlay) {
+    merge_in_rectangle(pixel, call, mask, overlay);
+}
+
 bool merge_run(Bytes &result, const Call &call, const Bytes &base, const Bytes *mask,
                const Bytes &overlay) {
     const auto bytes = std::size_t(call.bytes);

@@ -40,6 +40,14 @@ int merge_images(Bytes &image, int width, int height, int x, int y, const Bytes 
                  const Bytes *mask, int overlay_width, int overlay_height, const RECT &rectangle,
                  const Call &call);
 
+// One pixel, in a mode that exists for it: it holds the base and receives the result. A null mask
+// is none; first_mask is that of the run's first pixel. Samples go in order, so that an overlay in
+// the same memory is read as they leave it.
+void merge_pixel_of_run(std::uint8_t *pixel, const Call &call, const std::uint8_t *mask,
+                        const std::uint8_t *first_mask, const std::uint8_t *overlay);
+void merge_pixel_of_rectangle(std::uint8_t *pixel, const Call &call, const std::uint8_t *mask,
+                              const std::uint8_t *overlay);
+
 // HSV records, hue 32767 for grey.
 struct Hsv {
     int hue, saturation, value;

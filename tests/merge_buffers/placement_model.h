@@ -59,8 +59,8 @@ inline const uint8_t *pixel_of(const Picture &picture, int64_t x, int64_t y) {
     return picture.image.row(size_t(y)) + picture.bit_of(x) / 8;
 }
 
-// Merges the whole rectangle at once. The overlay may be the destination itself: it is read as it
-// was before.
+// Merges the whole rectangle at once. The overlay may be the destination itself where no pixel is
+// read after it has been written.
 inline void merge_pictures(Picture &destination, const Picture *mask, const Picture &overlay,
                            const Placement &place, const Rules &rules) {
     const Picture from = overlay;

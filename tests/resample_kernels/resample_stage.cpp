@@ -17,7 +17,7 @@ using model::Image;
 using model::Method;
 using resample::DestinationBlock;
 using resample::Extent;
-using resample::InterpolationKernels;
+using resample::MethodKernels;
 using resample::Positions;
 using resample::ResampleKernels;
 using resample::SourceBlock;
@@ -71,9 +71,7 @@ public:
     testing::AddGlobalTestEnvironment(new Announcer);
 
 bool same_forms(const ResampleKernels &a, const ResampleKernels &b, Method method) {
-    if (method == Method::nearest)
-        return a.nearest.make_plan == b.nearest.make_plan && a.nearest.across == b.nearest.across;
-    const auto &one = interpolation(a, method), &other = interpolation(b, method);
+    const MethodKernels &one = kernels_of(a, method), &other = kernels_of(b, method);
     return one.make_plan == other.make_plan && one.across == other.across && one.down == other.down;
 }
 
@@ -119,8 +117,9 @@ const std::vector<ResampleLevel> &resample_levels(Method method) {
     return levels[int(method)];
 }
 
-const resample::InterpolationKernels &interpolation(const ResampleKernels &kernels, Method method) {
-    return method == Method::bilinear ? kernels.bilinear : kernels.bicubic;
+const MethodKernels &kernels_of(const ResampleKernels &kernels, Method method) {
+    const MethodKernels *const of_methods[] = {kernels.nearest, kernels.bilinear, kernels.bicubic};
+    return *of_methods[int(method)];
 }
 
 const char *name_of(Method method) {
@@ -155,15 +154,14 @@ bool Stage::run(const Trial &trial, const Layout &layout) {
     const Image expected = model::resampled(trial.method, trial.source, trial.columns, trial.rows);
     bool right = true;
     for (const ResampleLevel &level : resample_levels(trial.method)) {
-        const auto &[nearest, bilinear, bicubic] = *level.kernels;
-        const InterpolationKernels &form = trial.method == Method::bilinear ? bilinear : bicubic;
-        right &= run_form({level.name, &nearest, &form}, trial, layout, expected);
-        if (trial.method == Method::nearest || form.down_rows == nullptr)
+        const MethodKernels &kernels = kernels_of(*level.kernels, trial.method);
+        right &= run_form(level.name, kernels, trial, layout, expected);
+        if (kernels.down_rows == nullptr)
             continue;
-        InterpolationKernels row_by_row = form;
+        MethodKernels row_by_row = kernels;
         row_by_row.down_rows = nullptr;
         const std::string name = std::string{level.name} + " row by row";
-        right &= run_form({name.c_str(), &nearest, &row_by_row}, trial, layout, expected);
+        right &= run_form(name.c_str(), row_by_row, trial, layout, expected);
     }
     return right;
 }
@@ -176,31 +174,25 @@ bool Stage::run_everywhere(const Trial &trial, Random &random) {
     return run(trial, random_layout(random));
 }
 
-bool Stage::run_form(const BlockForm &form, const Trial &trial, const Layout &layout,
-                     const Image &expected) {
+bool Stage::run_form(const char *name, const MethodKernels &kernels, const Trial &trial,
+                     const Layout &layout, const Image &expected) {
     const SourceBlock source = lay_down_source(trial.source, layout);
     const DestinationBlock destination = lay_down_destination(trial, layout, expected);
     const auto samples = int(trial.source.pixel_bytes);
     const std::size_t columns = trial.columns.index.size();
-    const auto run = [&](const auto &kernels) {
-        const std::size_t bytes = work_bytes(kernels, columns, samples);
-        std::uint8_t *const work = work_.end() - layout.work_distance - bytes;
-        std::memset(work, canary_ + 1, bytes);
-        current = {form.name, &trial};
-        resample_block(kernels, destination, source, samples, work);
-        current = {};
-    };
-    if (trial.method == Method::nearest)
-        run(*form.nearest);
-    else
-        run(*form.interpolation);
+    const std::size_t bytes = resample::RowWindow::work_bytes(kernels, columns, samples);
+    std::uint8_t *const work = work_.end() - layout.work_distance - bytes;
+    std::memset(work, canary_ + 1, bytes);
+    current = {name, &trial};
+    resample_block(kernels, destination, source, samples, work);
+    current = {};
 
     std::string difference = difference_in(destination, trial, expected);
     if (difference.empty() && !is(source, trial.source))
         difference = "the source was changed";
     if (difference.empty())
         return true;
-    ADD_FAILURE() << form.name << ", " << describe(trial) << ": " << difference
+    ADD_FAILURE() << name << ", " << describe(trial) << ": " << difference
                   << (running_case == no_case ? "" : "; " + rerun(running_case));
     return false;
 }

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "resample/kernels/blocks.h"
-#include "resample/kernels/resample_kernels.h"
+#include "resample/kernels/resample_tables.h"
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
@@ -22,8 +22,8 @@ using ResampleLevel = Level<resample::ResampleKernels>;
 // has a lower one's, which is not tested twice.
 const std::vector<ResampleLevel> &resample_levels(model::Method method);
 
-const resample::InterpolationKernels &interpolation(const resample::ResampleKernels &kernels,
-                                                    model::Method method);
+const resample::MethodKernels &kernels_of(const resample::ResampleKernels &kernels,
+                                          model::Method method);
 const char *name_of(model::Method method);
 
 // What is to be resampled.
@@ -46,13 +46,6 @@ struct Layout {
 };
 Layout random_layout(Random &random);
 
-// Kernels that blocks are made with.
-struct BlockForm {
-    const char *name;
-    const resample::NearestKernels *nearest;
-    const resample::InterpolationKernels *interpolation;
-};
-
 // Keeps its memory for the next trial.
 class Stage {
 public:
@@ -66,8 +59,8 @@ public:
     static constexpr std::size_t most_columns = 20000;
 
 private:
-    bool run_form(const BlockForm &form, const Trial &trial, const Layout &layout,
-                  const model::Image &expected);
+    bool run_form(const char *name, const resample::MethodKernels &kernels, const Trial &trial,
+                  const Layout &layout, const model::Image &expected);
     resample::SourceBlock lay_down_source(const model::Image &image, const Layout &layout);
     resample::DestinationBlock lay_down_destination(const Trial &trial, const Layout &layout,
                                                     const model::Image &expected);

@@ -13,7 +13,7 @@ namespace {
 
 using model::Axis;
 using model::Method;
-using resample::InterpolationKernels;
+using resample::MethodKernels;
 
 // The model is slower with 64-bit products in a 32-bit program, and under the sanitizers: they take
 // every so-manieth case.
@@ -38,7 +38,7 @@ class Columns {
 public:
     Columns(const ResampleLevel &level, Method method, const Axis &axis, int source_pixels,
             std::size_t samples)
-        : name_{level.name}, kernels_{interpolation(*level.kernels, method)},
+        : name_{level.name}, kernels_{kernels_of(*level.kernels, method)},
           columns_{axis.index.size()}, samples_{int(samples)}, plan_{kernels_.plan_bytes(columns_,
                                                                                          samples_)},
           result_(columns_ * samples) {
@@ -61,7 +61,7 @@ public:
 
 private:
     const char *name_;
-    const InterpolationKernels &kernels_;
+    const MethodKernels &kernels_;
     std::size_t columns_;
     int samples_;
     WorkMemory plan_;

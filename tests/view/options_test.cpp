@@ -1,5 +1,5 @@
 // The command line, word by word.
-#include "apps/pictures/failure.h"
+#include "apps/pictures/exceptions.h"
 #include "apps/q32view/options.h"
 
 #include <gtest/gtest.h>
@@ -46,8 +46,8 @@ TEST(Options, AreTaken) {
                     "b.png",       "--whole-window"});
     EXPECT_EQ(options.picture, "bee.png");
     EXPECT_EQ(options.percent, 250);
-    EXPECT_EQ(options.scroll, (Place{10, 20}));
-    EXPECT_EQ(options.size, (Extent{300, 200}));
+    EXPECT_EQ(options.scroll, (Point{10, 20}));
+    EXPECT_EQ(options.size, (Size{300, 200}));
     EXPECT_EQ(options.settings.device_type, 3);
     EXPECT_EQ(options.settings.gamma, 220);
     EXPECT_EQ(options.settings.high_colour_dither, false);

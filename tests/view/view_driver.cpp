@@ -33,7 +33,7 @@ namespace {
 
 constexpr DWORD patience = 20000; // milliseconds
 
-HWND frame, canvas, status;
+HWND main_window, canvas, status;
 DWORD process_id;
 
 int fail(const std::wstring &what) {
@@ -48,17 +48,17 @@ BOOL CALLBACK take_frame(HWND window, LPARAM) {
     GetClassNameW(window, name, 40);
     if (std::wcscmp(name, L"Q32View") == 0 && IsWindowVisible(window) &&
         (process_id == 0 || owner == process_id))
-        frame = window;
-    return frame == nullptr;
+        main_window = window;
+    return main_window == nullptr;
 }
 
 bool find_windows() {
     for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(20)) {
         EnumWindows(take_frame, 0);
-        if (frame == nullptr)
+        if (main_window == nullptr)
             continue;
-        canvas = FindWindowExW(frame, nullptr, L"Q32ViewCanvas", nullptr);
-        status = FindWindowExW(frame, nullptr, L"msctls_statusbar32", nullptr);
+        canvas = FindWindowExW(main_window, nullptr, L"Q32ViewCanvas", nullptr);
+        status = FindWindowExW(main_window, nullptr, L"msctls_statusbar32", nullptr);
         if (canvas != nullptr && status != nullptr)
             return true;
     }
@@ -96,13 +96,13 @@ bool drop(const std::wstring &path) {
     const bool written =
         there != nullptr && WriteProcessMemory(process, there, block.data(), block.size(), nullptr);
     CloseHandle(process);
-    return written && post(frame, WM_DROPFILES, reinterpret_cast<WPARAM>(there), 0);
+    return written && post(main_window, WM_DROPFILES, reinterpret_cast<WPARAM>(there), 0);
 }
 
 bool wheel(const std::vector<int> &values) {
     POINT at = {values[1], values[2]};
     ClientToScreen(canvas, &at);
-    return post(frame, WM_MOUSEWHEEL, static_cast<WPARAM>(MAKELONG(0, values[0])),
+    return post(main_window, WM_MOUSEWHEEL, static_cast<WPARAM>(MAKELONG(0, values[0])),
                 MAKELPARAM(at.x, at.y));
 }
 
@@ -136,15 +136,15 @@ bool wait_for_text(HWND window, const std::wstring &wanted) {
 
 bool close() {
     const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, process_id);
-    const bool ended =
-        post(frame, WM_CLOSE, 0, 0) && WaitForSingleObject(process, patience) == WAIT_OBJECT_0;
+    const bool ended = post(main_window, WM_CLOSE, 0, 0) &&
+                       WaitForSingleObject(process, patience) == WAIT_OBJECT_0;
     CloseHandle(process);
     return ended;
 }
 
 bool end() {
     const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, process_id);
-    const bool ended = send(frame, WM_NULL) && TerminateProcess(process, 0);
+    const bool ended = send(main_window, WM_NULL) && TerminateProcess(process, 0);
     CloseHandle(process);
     return ended;
 }
@@ -193,16 +193,17 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
     if (word == L"told")
         return wait_for_text(status, value);
     if (word == L"titled")
-        return wait_for_text(frame, value);
+        return wait_for_text(main_window, value);
     if (word == L"says")
         return print_text(status);
     if (word == L"title")
-        return print_text(frame);
+        return print_text(main_window);
     if (word == L"spoil")
         return InvalidateRect(canvas, nullptr, FALSE) != 0;
     if (word == L"palettes")
-        return post(frame, WM_QUERYNEWPALETTE, 0, 0) &&
-               post(frame, WM_PALETTECHANGED, reinterpret_cast<WPARAM>(GetDesktopWindow()), 0);
+        return post(main_window, WM_QUERYNEWPALETTE, 0, 0) &&
+               post(main_window, WM_PALETTECHANGED, reinterpret_cast<WPARAM>(GetDesktopWindow()),
+                    0);
     if (word == L"close")
         return close();
     if (word == L"end")
@@ -210,9 +211,9 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
     const std::vector<int> list = numbers(value.c_str());
     const WPARAM first = static_cast<WPARAM>(list[0]);
     if (word == L"command")
-        return post(frame, WM_COMMAND, first, 0);
+        return post(main_window, WM_COMMAND, first, 0);
     if (word == L"key")
-        return post(frame, WM_KEYDOWN, first, 1) && post(frame, WM_KEYUP, first, 1);
+        return post(main_window, WM_KEYDOWN, first, 1) && post(main_window, WM_KEYUP, first, 1);
     if (word == L"wheel")
         return wheel(list);
     if (word == L"drag")
@@ -220,7 +221,7 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
     if (word == L"bar")
         return post(canvas, list[0] == 0 ? WM_HSCROLL : WM_VSCROLL,
                     static_cast<WPARAM>(MAKELONG(list[1], list[2])), 0);
-    return word == L"size" && SetWindowPos(frame, nullptr, 0, 0, list[0], list[1],
+    return word == L"size" && SetWindowPos(main_window, nullptr, 0, 0, list[0], list[1],
                                            SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
@@ -229,7 +230,7 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
 int wmain(int count, wchar_t **arguments) {
     if (!find_windows())
         return fail(L"the window does not come");
-    GetWindowThreadProcessId(frame, &process_id);
+    GetWindowThreadProcessId(main_window, &process_id);
     for (int i = 1; i < count; ++i) {
         const std::wstring step = arguments[i];
         const size_t colon = step.find(L':');

@@ -6,7 +6,7 @@
 namespace apps::q32view {
 namespace {
 
-ViewState view_of(Extent picture, Extent window) {
+ViewState view_of(Size picture, Size window) {
     ViewState view;
     view.set_window(window);
     view.set_picture(picture);
@@ -14,28 +14,28 @@ ViewState view_of(Extent picture, Extent window) {
 }
 
 TEST(AtPercent, RoundsAndKeepsAPixel) {
-    EXPECT_EQ(at_percent({1620, 1280}, 100), (Extent{1620, 1280}));
-    EXPECT_EQ(at_percent({1620, 1280}, 33), (Extent{535, 422})); // 534.6 and 422.4
-    EXPECT_EQ(at_percent({3, 200}, 50), (Extent{2, 100}));       // 1.5 goes up
-    EXPECT_EQ(at_percent({49, 50}, 1), (Extent{1, 1}));          // 0.49 is a pixel all the same
-    EXPECT_EQ(at_percent({30000, 30000}, 3200), (Extent{960000, 960000}));
+    EXPECT_EQ(at_percent({1620, 1280}, 100), (Size{1620, 1280}));
+    EXPECT_EQ(at_percent({1620, 1280}, 33), (Size{535, 422})); // 534.6 and 422.4
+    EXPECT_EQ(at_percent({3, 200}, 50), (Size{2, 100}));       // 1.5 goes up
+    EXPECT_EQ(at_percent({49, 50}, 1), (Size{1, 1}));          // 0.49 is a pixel all the same
+    EXPECT_EQ(at_percent({30000, 30000}, 3200), (Size{960000, 960000}));
 }
 
 TEST(Fitted, TakesTheNarrowerSide) {
-    EXPECT_EQ(fitted({1620, 1280}, {500, 350}), (Extent{443, 350})); // 442.97
-    EXPECT_EQ(fitted({1280, 1620}, {350, 500}), (Extent{350, 443}));
-    EXPECT_EQ(fitted({1000, 10}, {100, 100}), (Extent{100, 1}));
-    EXPECT_EQ(fitted({30000, 1}, {100, 100}), (Extent{100, 1})); // 0.003
-    EXPECT_EQ(fitted({1, 30000}, {100, 100}), (Extent{1, 100}));
+    EXPECT_EQ(fitted({1620, 1280}, {500, 350}), (Size{443, 350})); // 442.97
+    EXPECT_EQ(fitted({1280, 1620}, {350, 500}), (Size{350, 443}));
+    EXPECT_EQ(fitted({1000, 10}, {100, 100}), (Size{100, 1}));
+    EXPECT_EQ(fitted({30000, 1}, {100, 100}), (Size{100, 1})); // 0.003
+    EXPECT_EQ(fitted({1, 30000}, {100, 100}), (Size{1, 100}));
 }
 
 TEST(Fitted, NeverEnlarges) {
-    EXPECT_EQ(fitted({10, 20}, {500, 350}), (Extent{10, 20}));
-    EXPECT_EQ(fitted({500, 350}, {500, 350}), (Extent{500, 350}));
+    EXPECT_EQ(fitted({10, 20}, {500, 350}), (Size{10, 20}));
+    EXPECT_EQ(fitted({500, 350}, {500, 350}), (Size{500, 350}));
 }
 
 TEST(Fitted, SurvivesAWindowOfNothing) {
-    EXPECT_EQ(fitted({10, 20}, {0, 0}), (Extent{1, 1}));
+    EXPECT_EQ(fitted({10, 20}, {0, 0}), (Size{1, 1}));
 }
 
 TEST(ViewState, IsEmptyWithoutAPicture) {
@@ -44,24 +44,24 @@ TEST(ViewState, IsEmptyWithoutAPicture) {
     EXPECT_TRUE(view.shown().is_empty());
     EXPECT_EQ(view.percent(), 0);
     EXPECT_TRUE(view.covered().is_empty());
-    EXPECT_EQ(view.scroll_to({10, 10}), (Place{0, 0}));
+    EXPECT_EQ(view.scroll_to({10, 10}), (Point{0, 0}));
 }
 
 TEST(ViewState, FitsANewPictureAndCentresIt) {
     const ViewState view = view_of({1620, 1280}, {500, 350});
     EXPECT_TRUE(view.is_fitted());
     EXPECT_EQ(view.percent(), 27);
-    EXPECT_EQ(view.shown(), (Extent{443, 350}));
-    EXPECT_EQ(view.origin(), (Place{28, 0})); // (500 - 443) / 2
-    EXPECT_EQ(view.covered(), (Box{28, 0, 471, 350}));
-    EXPECT_EQ(view.most_scroll(), (Place{0, 0}));
+    EXPECT_EQ(view.shown(), (Size{443, 350}));
+    EXPECT_EQ(view.origin(), (Point{28, 0})); // (500 - 443) / 2
+    EXPECT_EQ(view.covered(), (Area{28, 0, 471, 350}));
+    EXPECT_EQ(view.most_scroll(), (Point{0, 0}));
 }
 
 TEST(ViewState, FitsAgainWhenTheWindowChanges) {
     ViewState view = view_of({1620, 1280}, {500, 350});
     view.set_window({300, 350});
-    EXPECT_EQ(view.shown(), (Extent{300, 237}));
-    EXPECT_EQ(view.origin(), (Place{0, 56})); // (350 - 237) / 2
+    EXPECT_EQ(view.shown(), (Size{300, 237}));
+    EXPECT_EQ(view.origin(), (Point{0, 56})); // (350 - 237) / 2
 }
 
 TEST(ViewState, KeepsThePointUnderTheAnchor) {
@@ -69,28 +69,28 @@ TEST(ViewState, KeepsThePointUnderTheAnchor) {
     // Column 222 of 443 and row 175 of 350 lie under (250, 175).
     view.zoom_to(100, {250, 175});
     EXPECT_FALSE(view.is_fitted());
-    EXPECT_EQ(view.scroll(), (Place{222 * 1620 / 443 - 250, 175 * 1280 / 350 - 175}));
-    EXPECT_EQ(view.scroll(), (Place{561, 465}));
-    EXPECT_EQ(view.origin(), (Place{-561, -465}));
-    EXPECT_EQ(view.covered(), (Box{0, 0, 500, 350}));
+    EXPECT_EQ(view.scroll(), (Point{222 * 1620 / 443 - 250, 175 * 1280 / 350 - 175}));
+    EXPECT_EQ(view.scroll(), (Point{561, 465}));
+    EXPECT_EQ(view.origin(), (Point{-561, -465}));
+    EXPECT_EQ(view.covered(), (Area{0, 0, 500, 350}));
 
     view.zoom_to(200, {100, 50}); // over pixel (661, 515)
-    EXPECT_EQ(view.scroll(), (Place{661 * 2 - 100, 515 * 2 - 50}));
+    EXPECT_EQ(view.scroll(), (Point{661 * 2 - 100, 515 * 2 - 50}));
     view.zoom_to(100, {100, 50});
-    EXPECT_EQ(view.scroll(), (Place{561, 465}));
+    EXPECT_EQ(view.scroll(), (Point{561, 465}));
 }
 
 TEST(ViewState, StopsAtEdgesWhenItZooms) {
     ViewState view = view_of({1000, 1000}, {100, 100});
     view.zoom_to(100, {0, 0});
-    EXPECT_EQ(view.scroll(), (Place{0, 0}));
+    EXPECT_EQ(view.scroll(), (Point{0, 0}));
     view.zoom_to(50, {99, 99});
-    EXPECT_EQ(view.scroll(), (Place{0, 0})); // -49 would be needed
+    EXPECT_EQ(view.scroll(), (Point{0, 0})); // -49 would be needed
     view.fit();
     view.zoom_to(100, {99, 99});
-    EXPECT_EQ(view.scroll(), (Place{891, 891})); // 990 - 99
+    EXPECT_EQ(view.scroll(), (Point{891, 891})); // 990 - 99
     view.zoom_to(25, {0, 0});
-    EXPECT_EQ(view.scroll(), (Place{150, 150})); // 222, but 250 - 100 is the end
+    EXPECT_EQ(view.scroll(), (Point{150, 150})); // 222, but 250 - 100 is the end
 }
 
 TEST(ViewState, ZoomsBySteps) {
@@ -110,14 +110,14 @@ TEST(ViewState, ZoomsBySteps) {
     for (int i = 0; i < 30; ++i)
         view.zoom_out({0, 0});
     EXPECT_EQ(view.percent(), 1);
-    EXPECT_EQ(view.shown(), (Extent{10, 10}));
+    EXPECT_EQ(view.shown(), (Size{10, 10}));
 }
 
 TEST(ViewState, EnlargesInWholeHundreds) {
     ViewState view = view_of({100, 100}, {100, 100});
     view.zoom_to(299, {0, 0});
     EXPECT_EQ(view.percent(), 200);
-    EXPECT_EQ(view.shown(), (Extent{200, 200}));
+    EXPECT_EQ(view.shown(), (Size{200, 200}));
     view.zoom_to(199, {0, 0});
     EXPECT_EQ(view.percent(), 100);
     view.zoom_to(99, {0, 0});
@@ -135,13 +135,13 @@ TEST(ViewState, LimitsTheZoom) {
 TEST(ViewState, ScrollsToTheEdgesAndNoFurther) {
     ViewState view = view_of({300, 200}, {100, 250});
     view.zoom_to(100, {0, 0});
-    EXPECT_EQ(view.most_scroll(), (Place{200, 0}));
-    EXPECT_EQ(view.scroll_to({50, 70}), (Place{50, 0}));
-    EXPECT_EQ(view.origin(), (Place{-50, 25}));
-    EXPECT_EQ(view.covered(), (Box{0, 25, 100, 225}));
-    EXPECT_EQ(view.scroll_to({1000, -1000}), (Place{150, 0}));
-    EXPECT_EQ(view.scroll(), (Place{200, 0}));
-    EXPECT_EQ(view.scroll_to({-1, 0}), (Place{-200, 0}));
+    EXPECT_EQ(view.most_scroll(), (Point{200, 0}));
+    EXPECT_EQ(view.scroll_to({50, 70}), (Point{50, 0}));
+    EXPECT_EQ(view.origin(), (Point{-50, 25}));
+    EXPECT_EQ(view.covered(), (Area{0, 25, 100, 225}));
+    EXPECT_EQ(view.scroll_to({1000, -1000}), (Point{150, 0}));
+    EXPECT_EQ(view.scroll(), (Point{200, 0}));
+    EXPECT_EQ(view.scroll_to({-1, 0}), (Point{-200, 0}));
 }
 
 TEST(ViewState, ALargerWindowTakesThePictureBack) {
@@ -149,26 +149,20 @@ TEST(ViewState, ALargerWindowTakesThePictureBack) {
     view.zoom_to(100, {0, 0});
     view.scroll_to({200, 100});
     view.set_window({150, 100});
-    EXPECT_EQ(view.scroll(), (Place{150, 100}));
+    EXPECT_EQ(view.scroll(), (Point{150, 100}));
     view.set_window({400, 400});
-    EXPECT_EQ(view.scroll(), (Place{0, 0}));
-    EXPECT_EQ(view.origin(), (Place{50, 100}));
+    EXPECT_EQ(view.scroll(), (Point{0, 0}));
+    EXPECT_EQ(view.origin(), (Point{50, 100}));
 }
 
 TEST(ViewState, LargestPicturesDoNotOverflow) {
     ViewState view = view_of({30000, 30000}, {1000, 1000});
     view.zoom_to(3200, {500, 500});
-    EXPECT_EQ(view.shown(), (Extent{960000, 960000}));
-    EXPECT_EQ(view.scroll(), (Place{479500, 479500}));
+    EXPECT_EQ(view.shown(), (Size{960000, 960000}));
+    EXPECT_EQ(view.scroll(), (Point{479500, 479500}));
     view.scroll_to({959999, 959999});
-    EXPECT_EQ(view.covered(), (Box{0, 0, 1000, 1000}));
-    EXPECT_EQ(view.scroll(), (Place{959000, 959000}));
-}
-
-TEST(Geometry, CommonParts) {
-    EXPECT_EQ(common_part({0, 0, 10, 10}, {5, -5, 20, 8}), (Box{5, 0, 10, 8}));
-    EXPECT_TRUE(common_part({0, 0, 10, 10}, {10, 0, 20, 10}).is_empty());
-    EXPECT_EQ(moved({1, 2, 3, 4}, {10, -10}), (Box{11, -8, 13, -6}));
+    EXPECT_EQ(view.covered(), (Area{0, 0, 1000, 1000}));
+    EXPECT_EQ(view.scroll(), (Point{959000, 959000}));
 }
 
 } // namespace

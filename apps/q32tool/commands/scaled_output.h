@@ -3,13 +3,13 @@
 #pragma once
 
 #include "apps/q32tool/conversion.h"
+#include "apps/q32tool/factor_scaling.h"
 #include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage.h"
-#include "apps/q32tool/whole_factors.h"
+#include "apps/q32tool/storage_options.h"
 
 namespace apps::q32tool {
 
-// scale: enlarged or reduced of whole_factors.h, for frames and for images.
+// scale: enlarged or reduced of factor_scaling.h, for frames and for images.
 template <typename Scale>
 void write_scaled(const Arguments &arguments, const Factors &factors, const Scale &scale) {
     const std::string &in = arguments.operand(0), &out = arguments.operand(1);

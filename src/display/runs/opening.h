@@ -1,7 +1,7 @@
 // What a program asks for when it opens a run.
 #pragma once
 
-#include <windows.h>
+#include "geometry/system_rect.h"
 
 #include <cstdint>
 
@@ -21,7 +21,7 @@ struct Opening {
     std::uint32_t height() const { return is_empty() ? 0 : distance(place.top, place.bottom); }
 
 private:
-    bool is_empty() const { return place.right <= place.left || place.bottom <= place.top; }
+    bool is_empty() const { return as_area(place).is_empty(); }
     static std::uint32_t distance(LONG from, LONG to) {
         return std::uint32_t(to) - std::uint32_t(from);
     }

@@ -4,8 +4,10 @@
 //
 // Every form gives the bytes of its scalar form, for all inputs, lengths and alignments. It reads
 // and writes no byte outside its runs. The destination holds the base; it may be the overlay and,
-// where pixels have one sample, the mask, from the same address on. It overlaps nothing in any
-// other way. A count of 0 does nothing.
+// where pixels have one sample, the mask, from the same address on. Save in the premultiplied
+// rules, these may also begin at a higher address: nothing is read after it has been written. The
+// destination overlaps nothing in any other way, but for a single pixel that begins inside its own
+// overlay, and goes sample by sample. A count of 0 does nothing.
 #pragma once
 
 #include "library/process/cpu.h"

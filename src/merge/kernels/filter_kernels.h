@@ -1,6 +1,6 @@
 // Clearing a mask by ranges of colours, as plain functions over pointers and counts. Checks no
 // argument; what a range is made from is the driver's part. As blend_kernels.h in all that concerns
-// memory and forms; nothing overlaps.
+// memory and forms; but for the scalar forms, which go pixel after pixel, nothing overlaps.
 #pragma once
 
 #include <cstddef>

@@ -3,6 +3,6 @@
 
 namespace q32::resample {
 
-constexpr InterpolationKernels bicubic_avx2 = wide_bicubic<V32>;
+constexpr MethodKernels bicubic_avx2 = wide_bicubic<V32>;
 
 } // namespace q32::resample

@@ -77,7 +77,7 @@ void down(std::uint8_t *destination, void *memory, const void *const *lines, int
 
 } // namespace
 
-constexpr InterpolationKernels bicubic_scalar{
+constexpr MethodKernels bicubic_scalar{
     .lines = taps,
     .first_line = -1,
     .plan_bytes = plan_bytes,

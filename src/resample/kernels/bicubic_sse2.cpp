@@ -3,6 +3,6 @@
 
 namespace q32::resample {
 
-constexpr InterpolationKernels bicubic_sse2 = wide_bicubic<V16>;
+constexpr MethodKernels bicubic_sse2 = wide_bicubic<V16>;
 
 } // namespace q32::resample

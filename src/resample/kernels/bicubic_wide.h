@@ -11,7 +11,7 @@ namespace q32::resample {
 namespace {
 
 template <class V>
-constexpr InterpolationKernels wide_bicubic = {
+constexpr MethodKernels wide_bicubic = {
     .lines = lines_down,
     .first_line = -1,
     .plan_bytes = plan_bytes,

@@ -4,6 +4,6 @@
 
 namespace q32::resample {
 
-constinit const InterpolationKernels bilinear_avx2 = bilinear_wide<V32>;
+constinit const MethodKernels bilinear_avx2 = bilinear_wide<V32>;
 
 } // namespace q32::resample

@@ -77,6 +77,6 @@ void down(std::uint8_t *destination, void *plan, const void *const *lines, int r
 
 } // namespace
 
-const InterpolationKernels bilinear_scalar{2, 0, plan_bytes, line_bytes, make_plan, across, down};
+const MethodKernels bilinear_scalar{2, 0, plan_bytes, line_bytes, make_plan, across, down};
 
 } // namespace q32::resample

@@ -4,6 +4,6 @@
 
 namespace q32::resample {
 
-constinit const InterpolationKernels bilinear_sse41 = bilinear_wide<V16>;
+constinit const MethodKernels bilinear_sse41 = bilinear_wide<V16>;
 
 } // namespace q32::resample

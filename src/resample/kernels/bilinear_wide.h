@@ -16,8 +16,8 @@ namespace q32::resample {
 namespace {
 
 template <class V>
-constexpr InterpolationKernels bilinear_wide{2,         0,         plan_bytes, line_bytes,
-                                             make_plan, across<V>, down<V>,    down_rows<V>};
+constexpr MethodKernels bilinear_wide{2,         0,         plan_bytes, line_bytes,
+                                      make_plan, across<V>, down<V>,    down_rows<V>};
 
 } // namespace
 } // namespace q32::resample

@@ -1,8 +1,7 @@
-// A block of source pixels resampled into a block of destination pixels, by any method: the walk
-// over rows of plain memory.
+// A block of source pixels resampled into a block of destination pixels: rows of plain memory.
 #pragma once
 
-#include "resample/kernels/resample_kernels.h"
+#include "resample/kernels/row_window.h"
 
 namespace q32::resample {
 
@@ -23,15 +22,16 @@ struct DestinationBlock {
     std::size_t stride;
     Positions columns;
     Positions rows;
+
+    std::uint8_t *row(std::size_t y) const { return pixels + y * stride; }
 };
 
-// Bytes of work memory that a block of so many columns needs, wherever it begins.
-std::size_t work_bytes(const NearestKernels &kernels, std::size_t columns, int pixel_bytes);
-std::size_t work_bytes(const InterpolationKernels &kernels, std::size_t columns, int samples);
-
-void resample_block(const NearestKernels &kernels, const DestinationBlock &destination,
-                    const SourceBlock &source, int pixel_bytes, void *work);
-void resample_block(const InterpolationKernels &kernels, const DestinationBlock &destination,
-                    const SourceBlock &source, int samples, void *work);
+// work: RowWindow::work_bytes of the destination's columns.
+inline void resample_block(const MethodKernels &kernels, const DestinationBlock &destination,
+                           const SourceBlock &source, int samples, void *work) {
+    RowWindow window(kernels, work, destination.columns, source.columns, samples);
+    window.make_rows(destination.pixels, destination.stride, destination.rows, source.rows,
+                     [&](int row) { return source.row(row); });
+}
 
 } // namespace q32::resample

@@ -4,6 +4,6 @@
 
 namespace q32::resample {
 
-const NearestKernels nearest_avx2 = NearestByWindows<V32>::kernels;
+const MethodKernels nearest_avx2 = NearestByWindows<V32>::kernels;
 
 } // namespace q32::resample

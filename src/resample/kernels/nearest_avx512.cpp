@@ -4,6 +4,6 @@
 
 namespace q32::resample {
 
-const NearestKernels nearest_avx512 = NearestByWindows<V64, V32>::kernels;
+const MethodKernels nearest_avx512 = NearestByWindows<V64, V32>::kernels;
 
 } // namespace q32::resample

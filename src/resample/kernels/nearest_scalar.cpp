@@ -27,7 +27,8 @@ void make_plan(void *memory, const Positions &columns, Extent source, int pixel_
             std::size_t(source.cut(columns.index[x]) - source.first) * std::size_t(pixel_bytes);
 }
 
-void across(std::uint8_t *destination, void *memory, const std::uint8_t *source_row) {
+void across(void *line, void *memory, const std::uint8_t *source_row) {
+    auto *destination = static_cast<std::uint8_t *>(line);
     auto *plan = static_cast<Plan *>(memory);
     for (std::size_t x = 0; x < plan->columns; ++x, destination += plan->pixel_bytes)
         std::memcpy(destination, source_row + plan->offsets()[x], std::size_t(plan->pixel_bytes));
@@ -35,6 +36,7 @@ void across(std::uint8_t *destination, void *memory, const std::uint8_t *source_
 
 } // namespace
 
-const NearestKernels nearest_scalar{plan_bytes, make_plan, across};
+const MethodKernels nearest_scalar{
+    .plan_bytes = plan_bytes, .make_plan = make_plan, .across = across};
 
 } // namespace q32::resample

@@ -26,14 +26,15 @@ void make_plan(void *memory, const Positions &columns, Extent source, int pixel_
     plan->pixel_bytes = pixel_bytes;
 }
 
-void across(std::uint8_t *destination, void *memory, const std::uint8_t *source_row) {
+void across(void *line, void *memory, const std::uint8_t *source_row) {
     auto *plan = static_cast<Plan *>(memory);
-    moves[plan->pixel_bytes](destination, source_row, plan->offsets(), plan->columns,
-                             plan->with_a_byte_more);
+    moves[plan->pixel_bytes](static_cast<std::uint8_t *>(line), source_row, plan->offsets(),
+                             plan->columns, plan->with_a_byte_more);
 }
 
 } // namespace
 
-const NearestKernels nearest_sse2{plan_bytes, make_plan, across};
+const MethodKernels nearest_sse2{
+    .plan_bytes = plan_bytes, .make_plan = make_plan, .across = across};
 
 } // namespace q32::resample

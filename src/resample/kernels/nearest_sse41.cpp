@@ -4,6 +4,6 @@
 
 namespace q32::resample {
 
-const NearestKernels nearest_sse41 = NearestByWindows<V16>::kernels;
+const MethodKernels nearest_sse41 = NearestByWindows<V16>::kernels;
 
 } // namespace q32::resample

@@ -356,12 +356,13 @@ struct NearestByWindows {
             plan_moves(plan, offset_of(source.last(), source, pixel_bytes));
     }
 
-    static void across(std::uint8_t *destination, void *memory, const std::uint8_t *source_row) {
+    static void across(void *line, void *memory, const std::uint8_t *source_row) {
         Plan &plan = *static_cast<Plan *>(memory);
-        plan.make_row(destination, plan, source_row);
+        plan.make_row(static_cast<std::uint8_t *>(line), plan, source_row);
     }
 
-    static constexpr NearestKernels kernels{plan_bytes, make_plan, across};
+    static constexpr MethodKernels kernels{
+        .plan_bytes = plan_bytes, .make_plan = make_plan, .across = across};
 };
 
 } // namespace

@@ -6,8 +6,8 @@
 
 namespace q32::resample {
 
-// Units of a fraction.
-enum class FractionBits { eight, sixteen };
+// Bits of a fraction. Position tables of those who read none have sixteen all the same.
+enum class FractionBits : std::uint8_t { none, eight, sixteen };
 
 // Position tables: in single precision; reducing maps end to end.
 void table_positions(std::int32_t *index, std::int32_t *fraction, FractionBits bits,

@@ -8,8 +8,6 @@
 // no byte outside the source row that it is given and writes none outside its destination row.
 #pragma once
 
-#include "library/process/cpu.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +20,12 @@ namespace q32::resample {
 // neighbour has none.
 struct Positions {
     const std::int32_t *index;
-    const std::int32_t *fraction;
+    const std::int32_t *fraction; // null: none
     std::size_t count;
+
+    Positions part(std::size_t begin, std::size_t end) const {
+        return {index + begin, fraction != nullptr ? fraction + begin : nullptr, end - begin};
+    }
 };
 
 // The part of the source that is at hand along one axis: `count` pixels (at least 1) from pixel
@@ -51,42 +53,26 @@ inline void *first_aligned(void *work) {
 // all rows; the kernels keep scratch in it, so it serves one thread at a time. Plan, line and the
 // functions belong together: those of one instruction set do not understand another's.
 
-// Nearest neighbour: pixels of 1 to 8 bytes. Lines are destination rows.
-struct NearestKernels {
-    std::size_t (*plan_bytes)(std::size_t columns, int pixel_bytes);
-    void (*make_plan)(void *plan, const Positions &columns, Extent source, int pixel_bytes);
-    // source_row points at pixel source.first.
-    void (*across)(std::uint8_t *destination, void *plan, const std::uint8_t *source_row);
-};
-
-// Interpolation between pixels of 1, 3 or 4 samples.
+// The kernels of a method. Interpolation is of pixels of 1, 3 or 4 samples; nearest neighbour takes
+// pixels of 1 to 8 bytes, each of which counts as a sample.
 inline constexpr int most_lines = 4;
-struct InterpolationKernels {
-    int lines;      // source rows of which a destination row is made: 2 or 4, a power of two
-    int first_line; // the first of them, from the row's index on
+struct MethodKernels {
+    int lines = 1;      // source rows of which a destination row is made: 1, 2 or 4
+    int first_line = 0; // the first of them, from the row's index on
     std::size_t (*plan_bytes)(std::size_t columns, int samples);
-    std::size_t (*line_bytes)(std::size_t columns, int samples);
+    std::size_t (*line_bytes)(std::size_t columns, int samples) = nullptr;
     void (*make_plan)(void *plan, const Positions &columns, Extent source, int samples);
+    // source_row points at pixel source.first.
     void (*across)(void *line, void *plan, const std::uint8_t *source_row);
-    // The lines from top to bottom; some may be the same.
-    void (*down)(std::uint8_t *destination, void *plan, const void *const *lines, int row_fraction);
+    // The lines from top to bottom; some may be the same. Null where the one line is the
+    // destination row: then it has no bytes of its own.
+    void (*down)(std::uint8_t *destination, void *plan, const void *const *lines,
+                 int row_fraction) = nullptr;
     // Several destination rows of the same lines, `stride` bytes apart, faster than one by one; or
     // null.
     void (*down_rows)(std::uint8_t *destination, std::size_t stride, void *plan,
                       const void *const *lines, const std::int32_t *row_fractions,
-                      std::size_t rows);
+                      std::size_t rows) = nullptr;
 };
-
-struct ResampleKernels {
-    const NearestKernels &nearest;
-    const InterpolationKernels &bilinear;
-    const InterpolationKernels &bicubic;
-};
-
-// The reference: reads like the rules. No instruction set chooses this table.
-extern const ResampleKernels scalar_resample_kernels;
-
-// The fastest forms that need no more than this instruction set.
-const ResampleKernels &resample_kernels(InstructionSet level);
 
 } // namespace q32::resample

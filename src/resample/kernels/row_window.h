@@ -1,34 +1,39 @@
-// The walk that both interpolations share: destination rows are made of lines, and each source row
+// How all methods go from row to row: destination rows are made of lines, and each source row
 // becomes a line once, however many destination rows read it.
 #pragma once
 
 #include "resample/kernels/resample_kernels.h"
 
 #include <array>
+#include <cstring>
 
 namespace q32::resample {
 
-// Keeps the lines of the source rows that were read last, in the caller's work memory.
+// Keeps the lines of the source rows that were read last, in the caller's work memory. Where lines
+// are destination rows, the row made last must still be there when the next is asked for.
 class RowWindow {
 public:
     // Bytes of work memory, wherever it begins.
-    static std::size_t work_bytes(const InterpolationKernels &kernels, std::size_t columns,
-                                  int samples) {
-        return work_alignment + round_up_to_work_alignment(kernels.plan_bytes(columns, samples)) +
+    static std::size_t work_bytes(const MethodKernels &kernels, std::size_t columns, int samples) {
+        const std::size_t plan_bytes = kernels.plan_bytes(columns, samples);
+        if (kernels.down == nullptr)
+            return work_alignment + plan_bytes;
+        return work_alignment + round_up_to_work_alignment(plan_bytes) +
                std::size_t(kernels.lines) *
                    round_up_to_work_alignment(kernels.line_bytes(columns, samples));
     }
 
-    RowWindow(const InterpolationKernels &kernels, void *work, const Positions &columns,
+    RowWindow(const MethodKernels &kernels, void *work, const Positions &columns,
               Extent source_columns, int samples)
-        : kernels_(kernels) {
+        : kernels_(kernels), row_bytes_(columns.count * std::size_t(samples)) {
         auto *at = static_cast<std::byte *>(first_aligned(work));
         plan_ = at;
         at += round_up_to_work_alignment(kernels.plan_bytes(columns.count, samples));
-        for (int slot = 0; slot < kernels.lines; ++slot) {
-            line_[slot] = at;
-            at += round_up_to_work_alignment(kernels.line_bytes(columns.count, samples));
-        }
+        if (kernels.down != nullptr)
+            for (int slot = 0; slot < kernels.lines; ++slot) {
+                line_[slot] = at;
+                at += round_up_to_work_alignment(kernels.line_bytes(columns.count, samples));
+            }
         row_in_slot_.fill(no_row);
         kernels.make_plan(plan_, columns, source_columns, samples);
     }
@@ -39,8 +44,11 @@ public:
     template <typename Fetch>
     bool make_row(std::uint8_t *destination, int row_index, int row_fraction, Extent source_rows,
                   const Fetch &fetch) {
+        const int row = source_rows.cut(row_index);
+        if (kernels_.down == nullptr)
+            return make_line(destination, row, fetch);
         const void *lines[most_lines];
-        if (!find_lines(lines, source_rows.cut(row_index), source_rows, fetch))
+        if (!find_lines(lines, row, source_rows, fetch))
             return false;
         kernels_.down(destination, plan_, lines, row_fraction);
         return true;
@@ -51,6 +59,12 @@ public:
     template <typename Fetch>
     bool make_rows(std::uint8_t *destination, std::size_t stride, const Positions &rows,
                    Extent source_rows, const Fetch &fetch) {
+        if (kernels_.down == nullptr) {
+            for (std::size_t y = 0; y < rows.count; ++y)
+                if (!make_line(destination + y * stride, source_rows.cut(rows.index[y]), fetch))
+                    return false;
+            return true;
+        }
         for (std::size_t y = 0, next; y < rows.count; y = next) {
             const int row = source_rows.cut(rows.index[y]);
             for (next = y + 1; next < rows.count && source_rows.cut(rows.index[next]) == row;)
@@ -70,6 +84,22 @@ public:
 
 private:
     static constexpr int no_row = -1;
+
+    // Of lines that are destination rows: one that is there already is copied.
+    template <typename Fetch>
+    bool make_line(std::uint8_t *destination, int row, const Fetch &fetch) {
+        if (row_in_slot_[0] != row) {
+            const std::uint8_t *pixels = fetch(row);
+            if (pixels == nullptr)
+                return false;
+            kernels_.across(destination, plan_, pixels);
+            row_in_slot_[0] = row;
+        } else if (line_[0] != destination) {
+            std::memcpy(destination, line_[0], row_bytes_);
+        }
+        line_[0] = destination;
+        return true;
+    }
 
     template <typename Fetch>
     bool find_lines(const void **lines, int row, Extent source_rows, const Fetch &fetch) {
@@ -95,7 +125,8 @@ private:
         return line_[slot];
     }
 
-    const InterpolationKernels &kernels_;
+    const MethodKernels &kernels_;
+    std::size_t row_bytes_; // of the destination
     void *plan_;
     void *line_[most_lines];
     std::array<int, most_lines> row_in_slot_;

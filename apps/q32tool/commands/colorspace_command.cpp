@@ -1,0 +1,157 @@
+// q32tool colorspace: a picture in another colour space, as a picture that can be looked at.
+#include "commands.h"
+
+#include "apps/pictures/exceptions.h"
+#include "apps/pictures/numbers.h"
+#include "apps/q32tool/conversion.h"
+#include "apps/q32tool/picture_transfer.h"
+#include "apps/q32tool/progress.h"
+#include "apps/q32tool/storage_options.h"
+#include "apps/q32tool/timings.h"
+
+#include <q32base/merge.h>
+
+#include <algorithm>
+#include <array>
+
+namespace apps::q32tool {
+namespace {
+
+constexpr int full_circle = 360;
+
+// A colour space whose pixels are records of three fields, the first of which is the hue.
+struct Space {
+    std::string_view name;
+    unsigned from_rgb;
+    unsigned to_rgb;
+    std::array<std::string_view, 3> fields;
+};
+constexpr Space hsv = {"hsv", I32_RGB_TO_HSV, I32_HSV_TO_RGB, {"hue", "saturation", "value"}};
+constexpr Space hls = {"hls", I32_RGB_TO_HLS, I32_HLS_TO_RGB, {"hue", "lightness", "saturation"}};
+
+using Record = std::array<int32_t, 3>;
+
+// What becomes of each row of records.
+struct Job {
+    const Space &space;
+    std::optional<size_t> field; // only this one, as grey
+    std::optional<int> turn;     // degrees; back to RGB
+};
+
+std::optional<size_t> field_from(const Arguments &arguments, const Space &space) {
+    if (!arguments.has("--field"))
+        return std::nullopt;
+    const std::string_view name =
+        arguments.choice("--field", {space.fields[0], space.fields[1], space.fields[2]}, "");
+    return static_cast<size_t>(std::find(space.fields.begin(), space.fields.end(), name) -
+                               space.fields.begin());
+}
+
+std::optional<int> turn_from(const Arguments &arguments) {
+    if (!arguments.has("--turn-hue"))
+        return std::nullopt;
+    const auto degrees = parse_integer(arguments.value("--turn-hue"));
+    if (!degrees || *degrees < -full_circle || *degrees > full_circle)
+        throw UsageError("--turn-hue takes degrees from -360 to 360, not '" +
+                         arguments.value("--turn-hue") + "'");
+    return *degrees;
+}
+
+// A field as a byte: hues from 0 to 359 over the whole range, grey pixels' as 0.
+uint8_t as_byte(const Record &record, size_t field) {
+    if (field != 0)
+        return static_cast<uint8_t>(record[field]);
+    return record[0] == I32_NO_HUE ? uint8_t{0}
+                                   : static_cast<uint8_t>(record[0] * 255 / (full_circle - 1));
+}
+
+void turn_hue(Record &record, int degrees) {
+    if (record[0] != I32_NO_HUE)
+        record[0] = (record[0] + degrees + full_circle) % full_circle;
+}
+
+void change_row(std::vector<uint8_t> &row, std::vector<Record> &records, const Job &job) {
+    const int width = static_cast<int>(records.size());
+    ++timings().rows_converted;
+    i32ColorspaceConvert(records.data(), row.data(), width, job.space.from_rgb);
+    if (job.turn) {
+        for (Record &record : records)
+            turn_hue(record, *job.turn);
+        ++timings().rows_converted;
+        i32ColorspaceConvert(row.data(), records.data(), width, job.space.to_rgb);
+    } else if (job.field) {
+        std::transform(records.begin(), records.end(), row.begin(),
+                       [&](const Record &record) { return as_byte(record, *job.field); });
+    } else {
+        for (size_t i = 0; i < records.size() * 3; ++i)
+            row[i] = as_byte(records[i / 3], i % 3);
+    }
+}
+
+// The target may be the image itself when both are of 24 bits.
+void change_rows(Image &image, Image &target, const Job &job) {
+    std::vector<uint8_t> row(static_cast<size_t>(image.width()) * 3);
+    std::vector<Record> records(static_cast<size_t>(image.width()));
+    Progress progress("converting", image.height());
+    const ImageLock image_lock(image, BUF32_READ), target_lock(target, BUF32_WRITE);
+    for (int y = 0; y < image.height(); ++y) {
+        const Timed timed(Part::library);
+        image.line(y, BUF32_LINE_READ, row.data());
+        change_row(row, records, job);
+        target.line(y, BUF32_LINE_WRITE, row.data());
+        progress.advance(1);
+    }
+}
+
+void to_records(Image &image, const Job &job, uint32_t buffer_type) {
+    if (!job.field) {
+        change_rows(image, image, job);
+        return;
+    }
+    Image target(PixelFormat::grey, image.size(), buffer_type, image.named());
+    change_rows(image, target, job);
+    image = std::move(target);
+}
+
+void run(const Arguments &arguments) {
+    const std::string &out = arguments.operand(1);
+    const std::string_view name = arguments.choice("--to", {"grey", "gray", "hsv", "hls"}, "");
+    const bool grey = name != hsv.name && name != hls.name;
+    const Space &space = name == hls.name ? hls : hsv;
+    if (grey && (arguments.has("--field") || arguments.has("--turn-hue")))
+        throw UsageError("--field and --turn-hue are for hsv and hls");
+    if (arguments.has("--field") && arguments.has("--turn-hue"))
+        throw UsageError("one of --field and --turn-hue at a time");
+    const Job job = {space, field_from(arguments, space), turn_from(arguments)};
+    const uint32_t type = apply_storage_options(arguments);
+    const FileFormat format = check_output(out);
+    Image image = load_picture(arguments.operand(0), type).image;
+    if (grey)
+        convert(image, {.format = PixelFormat::grey, .threshold = 0, .invert = false}, type);
+    else
+        to_records(image, job, type);
+    save_picture_and_tell(image, out, format, arguments);
+}
+
+} // namespace
+
+Command colorspace_command() {
+    return {
+        .name = "colorspace",
+        .operands = {"IN", "OUT"},
+        .summary = "show a picture's grey, hue, saturation, or turn its hues",
+        .description =
+            "grey: writes OUT of 8 bits. hsv, hls: writes OUT of 24 bits, whose red, green and "
+            "blue\n"
+            "are hue, saturation and value (hsv) or hue, lightness and saturation (hls). Hues are\n"
+            "stretched from 0..359 to 0..255; pixels without a hue have 0.",
+        .options = joined(
+            {{{.name = "--to", .value = "grey|hsv|hls", .help = "colour space", .required = true},
+              {"--field", "NAME", "only hue, saturation, value or lightness, as 8 bits"},
+              {"--turn-hue", "DEGREES", "turn all hues, and go back to red, green and blue"}},
+             storage_options()}),
+        .run = run,
+    };
+}
+
+} // namespace apps::q32tool

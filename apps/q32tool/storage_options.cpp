@@ -1,0 +1,120 @@
+// Memory limits and swap directories, by buf32VMData.
+#include "storage_options.h"
+
+#include "apps/pictures/exceptions.h"
+#include "apps/pictures/files.h"
+#include "apps/pictures/numbers.h"
+#include "apps/pictures/text.h"
+
+#include <q32base/buffers.h>
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+namespace apps::q32tool {
+namespace {
+
+// The library compares signed numbers: a limit from here up would admit nothing.
+constexpr uint64_t memory_limit_end = 0x80000000u;
+
+void set_memory_limit(std::optional<uint32_t> limit) {
+    uint32_t bytes = limit.value_or(UINT32_MAX);
+    uint32_t enabled = limit.has_value();
+    buf32VMData(1, &bytes, nullptr, nullptr, &enabled, nullptr);
+}
+
+// The library keeps drive letters, so the path has to be a full one.
+std::string full_path(const std::string &path) {
+    if (path.empty())
+        throw UsageError("--swap-dir takes a directory, not an empty name");
+    wchar_t full[MAX_PATH] = {};
+    const DWORD length =
+        GetFullPathNameW(to_wide(native_path(path)).c_str(), MAX_PATH, full, nullptr);
+    if (length == 0 || length >= MAX_PATH)
+        throw Failure(path, "the swap directory's path is too long", "name another --swap-dir");
+    return to_utf8(full);
+}
+
+// The library takes names in the system's code page. A directory whose name cannot be written in it
+// still has a short name.
+std::string system_name(const std::string &full_path) {
+    std::string name;
+    if (to_system_code_page(full_path, name))
+        return name;
+    wchar_t short_name[MAX_PATH] = {};
+    GetShortPathNameW(to_wide(full_path).c_str(), short_name, MAX_PATH);
+    return to_system_code_page(to_utf8(short_name), name) ? name : std::string();
+}
+
+void set_swap_directory(const std::string &path) {
+    const std::string full = full_path(path);
+    const DWORD attributes = GetFileAttributesW(to_wide(full).c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        throw Failure(path, "the swap directory does not exist", "create it first");
+    if (!(attributes & FILE_ATTRIBUTE_DIRECTORY))
+        throw Failure(path, "this is a file", "--swap-dir takes a directory");
+    BUF32DIRECTORIES directories = {};
+    const std::string name = system_name(full);
+    if (name.empty() || name.size() >= sizeof directories.path[0])
+        throw Failure(path, "the swap directory's name cannot be said in the system's code page",
+                      "name another --swap-dir");
+    std::memcpy(directories.path[0], name.c_str(), name.size() + 1);
+    directories.enabled[0] = 1;
+    buf32VMData(1, nullptr, nullptr, &directories, nullptr, nullptr);
+}
+
+} // namespace
+
+const std::vector<Option> &storage_options() {
+    static const std::vector<Option> options = {
+        {"--storage", "memory|file", "keep pixels in memory without limit, or in a swap file"},
+        {"--memory-limit", "BYTES", "memory for pixels (K, M, G may follow); more go to a file"},
+        {"--swap-dir", "DIR", "where swap files go"},
+    };
+    return options;
+}
+
+uint32_t apply_storage_options(const Arguments &arguments) {
+    const std::string_view kind = arguments.choice("--storage", {"memory", "file"}, "");
+    if (arguments.has("--memory-limit")) {
+        if (kind == "memory")
+            throw UsageError("--storage memory has no limit; leave out one of --storage and "
+                             "--memory-limit");
+        const std::string &text = arguments.value("--memory-limit");
+        const auto limit = parse_size(text);
+        if (!limit || *limit >= memory_limit_end)
+            throw UsageError("--memory-limit takes bytes below 2G, such as 500000, 800K or 64M, "
+                             "not '" +
+                             text + "'");
+        set_memory_limit(static_cast<uint32_t>(*limit));
+    } else if (kind == "memory") {
+        set_memory_limit(std::nullopt);
+    }
+    if (arguments.has("--swap-dir"))
+        set_swap_directory(arguments.value("--swap-dir"));
+    return kind == "file" ? BUF32_TILED_FILE : BUF32_TILED;
+}
+
+uint64_t free_swap_bytes() {
+    BUF32DIRECTORIES directories = {};
+    buf32VMData(0, nullptr, nullptr, &directories, nullptr, nullptr);
+    uint64_t most = 0;
+    for (size_t i = 0; i < std::size(directories.path); ++i) {
+        ULARGE_INTEGER available;
+        if (directories.enabled[i] && directories.path[i][0] != '\0' &&
+            GetDiskFreeSpaceExA(directories.path[i], &available, nullptr, nullptr))
+            most = std::max<uint64_t>(most, available.QuadPart);
+    }
+    return most;
+}
+
+MemoryUse memory_use() {
+    MemoryUse use = {};
+    buf32GetVMDataExt(&use.memory, &use.mapped);
+    return use;
+}
+
+} // namespace apps::q32tool

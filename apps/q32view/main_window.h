@@ -1,0 +1,59 @@
+// The program's window: menu, canvas and status bar, and what the user may ask for.
+#pragma once
+
+#include "canvas.h"
+#include "options.h"
+#include "show.h"
+#include "status_bar.h"
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <string>
+
+namespace apps::q32view {
+
+class MainWindow final : private CanvasOwner {
+public:
+    explicit MainWindow(const Options &options);
+
+    // Makes the window, not visible yet. Throws Failure.
+    void create();
+    HWND window() const { return window_; }
+
+    // Shows a picture file. Throws Failure, Cancelled; the previous picture stays then.
+    void open(const std::string &path);
+    void show_test_card();
+    // Saves what is shown. Throws Failure.
+    void save_view(const std::string &path);
+    // Zoom and scrolling that the command line asked for.
+    void apply_view_options();
+
+    void say_failure(const std::exception &failure) override;
+
+private:
+    static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wide, LPARAM param);
+    LRESULT handle(UINT message, WPARAM wide, LPARAM param);
+    LRESULT handle_guarded(UINT message, WPARAM wide, LPARAM param);
+    void view_changed() override;
+
+    void lay_out();
+    void give_size(Size canvas);
+    void take_dropped_file(HDROP drop);
+
+    // main_window_menu.cpp
+    void handle_command(int id);
+    void handle_choice(int id);
+    void show_choices();
+    void ask_and_open();
+    void ask_and_save();
+
+    const Options &options_;
+    HWND window_ = nullptr;
+    Show show_;
+    StatusBar status_;
+    Canvas canvas_;
+};
+
+} // namespace apps::q32view
