@@ -29,6 +29,18 @@ inline void walk(size_t units, const Step step) {
     step.make(last, last_held);
 }
 
+// Walks a run of at least one step where a step that is moved back is not like the others: they are
+// made by make(at), and it, if there is one, by make_last(at). The runs do not overlap.
+template <size_t step_units, class Make, class MakeLast>
+inline void walk_apart(size_t units, Make make, MakeLast make_last) {
+    const size_t last = units - step_units;
+    size_t at = 0;
+    for (; at <= last; at += step_units)
+        make(at);
+    if (at < units)
+        make_last(last);
+}
+
 // A step of a conversion from one run to another, which has
 //   units
 //   source_bytes, destination_bytes of one unit

@@ -16,38 +16,22 @@ namespace {
 // The runs do not overlap: a last step takes nothing out of memory before the others.
 struct Nothing {};
 
-// Steps that compare with thresholds. The last one, which is moved back, sees them from there.
-template <class Step>
-struct DitheredStep {
-    static constexpr size_t units = Step::units;
-
-    uint8_t *destination;
-    const uint8_t *source;
-    const Thresholds &thresholds;
-    Step step;
-
-    Nothing held(size_t) const { return {}; }
-    void make(size_t at) const { convert(step, at); }
-    void make(size_t at, Nothing) const {
-        if (at % thresholds.size() == 0)
-            convert(step, at);
-        else
-            convert(Step(seen_from(thresholds, at)), at);
-    }
-
-    void convert(const Step &from_there, size_t at) const {
-        from_there.store(destination + at * Step::destination_bytes,
-                         from_there.load(source + at * Step::source_bytes));
-    }
-};
-
+// Steps that compare with thresholds. One that is moved back sees them from there.
 template <class Step, class Shorter>
 void run_dithered(uint8_t *destination, const uint8_t *source, const Thresholds &thresholds,
                   size_t pixels, Shorter shorter) {
-    if (pixels < Step::units)
+    if (pixels < Step::units) {
         shorter();
-    else
-        walk(pixels, DitheredStep<Step>{destination, source, thresholds, Step(thresholds)});
+        return;
+    }
+    const auto convert = [=](const Step &step, size_t at) {
+        step.store(destination + at * Step::destination_bytes,
+                   step.load(source + at * Step::source_bytes));
+    };
+    const Step step(thresholds);
+    walk_apart<Step::units>(
+        pixels, [&](size_t at) { convert(step, at); },
+        [&](size_t at) { convert(Step(seen_from(thresholds, at)), at); });
 }
 
 // Samples that were made ready in the destination are dithered where they lie, in whole steps, and
