@@ -103,7 +103,7 @@ void free_tables(const TableSet &set) {
 }
 
 bool PositionTables::make(HBUF32 source, HBUF32 destination, FractionBits bits) {
-    SIZE source_size;
+    SIZE source_size = {};
     if (!read_sizes(source, destination, &source_size, &destination_))
         return false;
     set_.reset(make_tables(source_size, destination_, bits, bits));
@@ -119,7 +119,7 @@ using namespace q32::resample;
 int Q32_CALL q32InitResampleTable(HBUF32 source, HBUF32 destination, int fraction_mode,
                                   int32_t **column_index, int32_t **column_fraction,
                                   int32_t **row_index, int32_t **row_fraction) {
-    SIZE source_size, destination_size;
+    SIZE source_size = {}, destination_size = {};
     if (!read_sizes(source, destination, &source_size, &destination_size) ||
         column_index == nullptr || column_fraction == nullptr || row_index == nullptr ||
         row_fraction == nullptr)

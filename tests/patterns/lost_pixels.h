@@ -29,8 +29,10 @@ inline Picture picture_of(HBUF32 buffer, const Start &start, int bits) {
 // The pixels of a pointer that a call has given are there.
 inline void touch(void *address, size_t bytes) {
     auto *const first = static_cast<volatile uint8_t *>(address);
-    first[0] = first[0];
-    first[bytes - 1] = first[bytes - 1];
+    for (volatile uint8_t *byte : {first, first + bytes - 1}) {
+        const uint8_t kept = *byte;
+        *byte = kept;
+    }
 }
 
 // A buffer without pixels, and an ordinary one of its type, size and depth beside it. Whatever is

@@ -119,7 +119,7 @@ const std::vector<ResampleLevel> &resample_levels(Method method) {
 
 const MethodKernels &kernels_of(const ResampleKernels &kernels, Method method) {
     const MethodKernels *const of_methods[] = {kernels.nearest, kernels.bilinear, kernels.bicubic};
-    return *of_methods[int(method)];
+    return *of_methods[int(method)]; // cppcheck-suppress returnReference
 }
 
 const char *name_of(Method method) {

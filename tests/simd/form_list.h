@@ -144,6 +144,7 @@ void add_order_forms(std::vector<Form> &forms) {
 #ifdef __SSE4_1__
     TWO(pack_i32_to_u16_in_lanes);
     TWO(shuffle_u8);
+    // cppcheck-suppress compareBoolExpressionWithInt
     FORM("permute_u8", store(to, permute_u8(a, b & repeat_u8<V>(reach<V> - 1))));
 #endif
 }
