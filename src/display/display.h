@@ -1,13 +1,15 @@
 // What the start and stop of the library need of the display, and which kernels this process shows
-// pictures with. The choice is made once, at attach, before any export can be called.
+// pictures with.
 #pragma once
 
 #include "display/kernels/show_kernels.h"
+#include "library/process/kernel_choice.h"
 
 namespace q32::display {
 
-void choose_kernels(InstructionSet level);
-const ShowKernels &kernels();
+inline const ShowKernels &kernels() {
+    return *chosen_kernels<ShowKernels>;
+}
 
 // Detects the display and makes its palettes, without correction for gamma. False when they cannot
 // be had.

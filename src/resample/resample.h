@@ -1,13 +1,14 @@
 // What the start and stop of the library need of resampling, and which kernels this process runs.
-// The choice is made once, at attach, before any export can be called.
 #pragma once
 
+#include "library/process/kernel_choice.h"
 #include "resample/kernels/resample_tables.h"
 
 namespace q32::resample {
 
-void choose_kernels(InstructionSet level);
-const ResampleKernels &kernels();
+inline const ResampleKernels &kernels() {
+    return *chosen_kernels<ResampleKernels>;
+}
 
 // At the end of the library: the bicubic coefficient table, and the tables kept between frames.
 void free_coefficient_table();

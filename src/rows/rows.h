@@ -1,14 +1,17 @@
-// Which row kernels this process runs. The choice is made once, at attach; before that the baseline
-// forms serve.
+// Which row kernels this process runs.
 #pragma once
 
+#include "library/process/kernel_choice.h"
 #include "rows/kernels/row_kernels.h"
 #include "rows/kernels/scaling_kernels.h"
 
 namespace q32::rows {
 
-void choose_kernels(InstructionSet level);
-const RowKernels &kernels();
-const ScalingKernels &scaling();
+inline const RowKernels &kernels() {
+    return *chosen_kernels<RowKernels>;
+}
+inline const ScalingKernels &scaling() {
+    return *chosen_kernels<ScalingKernels>;
+}
 
 } // namespace q32::rows

@@ -12,10 +12,13 @@ namespace q32 {
 namespace {
 
 void choose_kernels(InstructionSet level) {
-    rows::choose_kernels(level);
-    merge::choose_kernels(level);
-    resample::choose_kernels(level);
-    display::choose_kernels(level);
+    chosen_kernels<rows::RowKernels> = &rows::row_kernels(level);
+    chosen_kernels<rows::ScalingKernels> = &rows::scaling_kernels(level);
+    chosen_kernels<merge::BlendKernels> = &merge::blend_kernels(level);
+    chosen_kernels<merge::EffectKernels> = &merge::effect_kernels(level);
+    chosen_kernels<merge::ColourKernels> = &merge::colour_kernels(level);
+    chosen_kernels<resample::ResampleKernels> = &resample::resample_kernels(level);
+    chosen_kernels<display::ShowKernels> = &display::show_kernels(level);
 }
 
 // Defaults, settings file (the screen's settings lie there too), master record file.

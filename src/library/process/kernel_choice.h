@@ -1,4 +1,5 @@
-// The choice among the tables of a kernel family.
+// The choice among the tables of a kernel family: made once, at attach, before any export can be
+// called.
 #pragma once
 
 #include "library/process/baseline.h"
@@ -22,5 +23,9 @@ const Kernels &choose(InstructionSet level, const Kernels &sse2, const Kernels &
     }
     return sse2;
 }
+
+// The table that this process runs.
+template <class Kernels>
+inline const Kernels *chosen_kernels;
 
 } // namespace q32
