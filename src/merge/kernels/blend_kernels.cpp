@@ -1,6 +1,6 @@
 // The chooser: which table of blends an instruction set runs.
+#include "merge/kernels/blend_kernels.h"
 #include "library/process/kernel_choice.h"
-#include "merge/kernels/blend_wide.h"
 
 namespace q32::merge {
 

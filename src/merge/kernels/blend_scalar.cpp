@@ -7,7 +7,7 @@ namespace {
 using std::size_t;
 using std::uint8_t;
 
-struct ScalarFrames {
+struct ScalarBlends {
     template <class R, Rounding rounding, size_t samples>
     static void masked(uint8_t *destination, const uint8_t *overlay, const uint8_t *weights,
                        const uint8_t *mask, size_t pixels) {
@@ -51,6 +51,6 @@ struct ScalarFrames {
 
 } // namespace
 
-constinit const BlendKernels scalar_blend_kernels = blend_table<ScalarFrames>();
+constinit const BlendKernels scalar_blend_kernels = blend_table<ScalarBlends>();
 
 } // namespace q32::merge

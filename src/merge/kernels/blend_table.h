@@ -1,4 +1,4 @@
-// The table of an instruction set: every rule in every frame. The frames are a struct with
+// The table of an instruction set: every rule in every form. The forms are a struct with
 //   masked<R, rounding, samples>, uniform<R, rounding>, percent_weights, scaled_weights
 //
 // Private to the file that includes it, as rules.h.
@@ -9,32 +9,32 @@
 namespace q32::merge {
 namespace {
 
-template <class Frames, Rounding rounding, class R>
+template <class Forms, Rounding rounding, class R>
 constexpr Blend blend_of_rule() {
     Blend blend{};
     if constexpr (rounding == Rounding::divided)
-        blend.grey = Frames::template masked<R, rounding, 1>;
+        blend.grey = Forms::template masked<R, rounding, 1>;
     if constexpr (rounding == Rounding::divided || !Premultiplied<R>)
-        blend.colour = Frames::template masked<R, rounding, 3>;
+        blend.colour = Forms::template masked<R, rounding, 3>;
     if constexpr (!Premultiplied<R>)
-        blend.uniform = Frames::template uniform<R, rounding>;
+        blend.uniform = Forms::template uniform<R, rounding>;
     return blend;
 }
 
-template <class Frames, Rounding rounding, class... R>
+template <class Forms, Rounding rounding, class... R>
 constexpr void set_rules(BlendKernels &table, RuleList<R...>) {
     static_assert(sizeof...(R) == rule_count);
     Blend *const blends = table.blend[size_t(rounding)];
-    ((blends[size_t(R::rule)] = blend_of_rule<Frames, rounding, R>()), ...);
+    ((blends[size_t(R::rule)] = blend_of_rule<Forms, rounding, R>()), ...);
 }
 
-template <class Frames>
+template <class Forms>
 constexpr BlendKernels blend_table() {
     BlendKernels table{};
-    set_rules<Frames, Rounding::divided>(table, Rules<Rounding::divided>());
-    set_rules<Frames, Rounding::shifted>(table, Rules<Rounding::shifted>());
-    table.percent_weights = Frames::percent_weights;
-    table.scaled_weights = Frames::scaled_weights;
+    set_rules<Forms, Rounding::divided>(table, Rules<Rounding::divided>());
+    set_rules<Forms, Rounding::shifted>(table, Rules<Rounding::shifted>());
+    table.percent_weights = Forms::percent_weights;
+    table.scaled_weights = Forms::scaled_weights;
     return table;
 }
 

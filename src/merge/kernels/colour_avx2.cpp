@@ -2,7 +2,6 @@
 // why).
 #include "merge/kernels/colour_registers.h"
 
-#include "merge/kernels/colour_forms.h"
 #include "merge/kernels/colour_steps.h"
 
 namespace q32::merge {

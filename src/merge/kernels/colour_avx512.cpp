@@ -1,7 +1,6 @@
 // Colour spaces for AVX-512 with VBMI, 64 pixels at a time.
 #include "merge/kernels/colour_registers.h"
 
-#include "merge/kernels/colour_forms.h"
 #include "merge/kernels/colour_grey_512.h"
 #include "merge/kernels/colour_layout_512.h"
 

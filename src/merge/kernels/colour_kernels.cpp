@@ -1,6 +1,6 @@
 // The chooser: which forms an instruction set runs.
+#include "merge/kernels/colour_kernels.h"
 #include "library/process/kernel_choice.h"
-#include "merge/kernels/colour_forms.h"
 
 namespace q32::merge {
 

@@ -42,8 +42,10 @@ struct ColourKernels {
     FieldTransfer *transfer[hsv_fields_count];
 };
 
-// The reference: reads like the rules. No instruction set chooses this table.
-extern const ColourKernels scalar_colour_kernels;
+// One table for each instruction set. The scalar one is the reference and reads like the rules; the
+// forms of the others hand runs that are too short for them to the next narrower one.
+extern const ColourKernels scalar_colour_kernels, sse41_colour_kernels, avx2_colour_kernels,
+    avx512_colour_kernels;
 
 // The fastest forms that need no more than this instruction set.
 const ColourKernels &colour_kernels(InstructionSet level);

@@ -1,7 +1,6 @@
 // Colour spaces for processors with the byte shuffle, 16 pixels at a time.
 #include "merge/kernels/colour_registers.h"
 
-#include "merge/kernels/colour_forms.h"
 #include "merge/kernels/colour_steps.h"
 
 namespace q32::merge {

@@ -1,6 +1,5 @@
 // The effects for AVX2, 32 bytes at a time, and 16 in runs that are shorter (simd/walk.h says why).
-#include "merge/kernels/effect_frames.h"
-#include "merge/kernels/effect_wide.h"
+#include "merge/kernels/effect_forms.h"
 
 namespace q32::merge {
 namespace {

@@ -1,8 +1,7 @@
 // The effects for AVX-512 with VBMI, 64 bytes at a time where that pays: its permutations sort the
 // samples of pixels for their luminance in a third fewer steps. What needs a mask spread to samples
 // does not gain and remains AVX2's.
-#include "merge/kernels/effect_frames.h"
-#include "merge/kernels/effect_wide.h"
+#include "merge/kernels/effect_forms.h"
 
 namespace q32::merge {
 namespace {

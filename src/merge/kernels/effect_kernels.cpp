@@ -1,6 +1,6 @@
 // The chooser: which table of effects an instruction set runs.
+#include "merge/kernels/effect_kernels.h"
 #include "library/process/kernel_choice.h"
-#include "merge/kernels/effect_wide.h"
 
 namespace q32::merge {
 

@@ -51,8 +51,10 @@ struct EffectKernels {
     PortionSubtraction *subtract_portion;
 };
 
-// The reference: reads like the rules. No instruction set chooses this table.
-extern const EffectKernels scalar_effect_kernels;
+// One table for each instruction set. The scalar one is the reference and reads like the rules; the
+// forms of the others hand runs that are too short for them to the next narrower one.
+extern const EffectKernels scalar_effect_kernels, sse2_effect_kernels, sse41_effect_kernels,
+    avx2_effect_kernels, avx512_effect_kernels;
 
 // The fastest forms that need no more than this instruction set.
 const EffectKernels &effect_kernels(InstructionSet level);

@@ -1,6 +1,5 @@
 // The effects for processors with the byte shuffle, 16 bytes at a time.
-#include "merge/kernels/effect_frames.h"
-#include "merge/kernels/effect_wide.h"
+#include "merge/kernels/effect_forms.h"
 
 namespace q32::merge {
 

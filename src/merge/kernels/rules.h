@@ -1,6 +1,6 @@
 // What each rule makes of an overlay sample s and a base sample b: once for a sample, as it is
 // defined, and beside it for vectors of samples. How results are weighed into the base and how runs
-// are walked is the frames' part.
+// are walked is the forms' part.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once

@@ -11,7 +11,7 @@ namespace {
 
 // Runs that are shorter than a step go to the same entry of the narrower forms' table.
 template <class V, const BlendKernels &narrower>
-struct WideFrames {
+struct WideBlends {
     template <class R, Rounding rounding, size_t samples>
     static void masked(uint8_t *destination, const uint8_t *overlay, const uint8_t *weights,
                        const uint8_t *mask, size_t pixels) {
