@@ -1,7 +1,7 @@
 // Showing for AVX2, 32 bytes at a time, and 16 in runs that are shorter (simd/walk.h says why).
 #include "display/kernels/show_walks.h"
 #include "display/kernels/show_wide.h"
-#include "rows/kernels/wide.h"
+#include "rows/kernels/row_kernels.h"
 
 namespace q32::display {
 namespace {
@@ -64,8 +64,8 @@ void planes_avx2(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb,
 // In one go it takes an eighth longer: three lookups and the swapping are more than eight registers
 // and what the processor sees at a time.
 void correct_avx2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables, size_t pixels) {
-    rows::map_24_avx2(bgr, rgb, tables.red.data(), pixels);
-    rows::swap_red_blue_avx2(bgr, bgr, pixels);
+    rows::avx2_row_kernels.map_24(bgr, rgb, tables.red.data(), pixels);
+    rows::avx2_row_kernels.swap_red_blue(bgr, bgr, pixels);
 }
 
 void high_colour_avx2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,

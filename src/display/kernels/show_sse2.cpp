@@ -2,7 +2,7 @@
 // tables is looked up pixel by pixel, but moved four bytes at a time.
 #include "display/kernels/show_walks.h"
 #include "display/kernels/show_wide.h"
-#include "rows/kernels/wide.h"
+#include "rows/kernels/row_kernels.h"
 
 namespace q32::display {
 namespace {
@@ -68,7 +68,8 @@ void high_colour_sse2(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tab
 void plain_high_colour_sse2(uint8_t *bgr, const uint8_t *rgb, const Thresholds &thresholds,
                             size_t pixels) {
     run_in_place<PlainHighColourStep<V16>>(
-        bgr, thresholds, pixels, [&](size_t whole) { rows::swap_red_blue_sse2(bgr, rgb, whole); },
+        bgr, thresholds, pixels,
+        [&](size_t whole) { rows::sse2_row_kernels.swap_red_blue(bgr, rgb, whole); },
         [&](size_t whole) {
             plain_high_colour(bgr + 3 * whole, rgb + 3 * whole, thresholds, pixels - whole);
         });

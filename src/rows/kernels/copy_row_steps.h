@@ -5,7 +5,6 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/scalar.h"
 #include "simd/operations.h"
 
 #include <cstring>
@@ -91,9 +90,10 @@ void copy_in_moves(const StridedRows &all) {
 }
 
 template <class V>
-void copy_strided_rows(const StridedRows &all) {
+void copy_strided_rows(uint8_t *destination, size_t destination_stride, const uint8_t *source,
+                       size_t source_stride, size_t bytes, size_t rows) {
     constexpr size_t long_row = 4096; // from here on the runtime's own copy is as good
-    const size_t bytes = all.row_bytes;
+    const StridedRows all{destination, destination_stride, source, source_stride, bytes, rows};
     if (all.is_one_block())
         std::memcpy(all.destination, all.source, bytes * all.rows);
     else if (bytes >= long_row)

@@ -4,7 +4,7 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/runs.h"
+#include "rows/kernels/plain_steps.h"
 #include "rows/kernels/widen_words.h"
 #include "simd/byte_table.h"
 
@@ -14,6 +14,8 @@ namespace q32::rows {
 namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
+
+using simd::shuffle_u8;
 
 template <class V>
 inline V shuffle_u8(V v, const LaneBytes &indices) {
@@ -148,7 +150,7 @@ struct BitToByte {
                                                 128, 64, 32, 16, 8, 4, 2, 1};
         const V bits = as_vector<V>(bit_of_pixel);
         for (size_t i = 0; i < 64; i += sizeof(V)) {
-            const V spread = simd::shuffle_u8(groups, simd::load<V>(group_of_pixel.at + i));
+            const V spread = shuffle_u8(groups, simd::load<V>(group_of_pixel.at + i));
             simd::store(destination + i, equal_u8(spread & bits, bits) & set);
         }
     }
@@ -185,6 +187,26 @@ struct ByteToBit {
     }
 
     V threshold;
+};
+
+// --- the forms ----------------------------------------------------------------------------------
+
+template <class V, const RowKernels &narrower>
+struct LaneRows : PlainRows<V, narrower> {
+    static constexpr auto bit_to_byte =
+        bits_converted<BitToByte<V>, &RowKernels::bit_to_byte, narrower>;
+    static constexpr auto byte_to_bit =
+        bits_converted<ByteToBit<V>, &RowKernels::byte_to_bit, narrower>;
+    static constexpr auto rgb888_to_555 =
+        converted<NarrowToWords<Rgb555, V>, &RowKernels::rgb888_to_555, narrower>;
+    static constexpr auto rgb888_to_565 =
+        converted<NarrowToWords<Rgb565, V>, &RowKernels::rgb888_to_565, narrower>;
+    static constexpr auto rgb555_to_888 =
+        converted<WidenWords<Rgb555, V>, &RowKernels::rgb555_to_888, narrower>;
+    static constexpr auto rgb565_to_888 =
+        converted<WidenWords<Rgb565, V>, &RowKernels::rgb565_to_888, narrower>;
+    static constexpr auto swap_red_blue =
+        converted<SwapRedBlue<V>, &RowKernels::swap_red_blue, narrower>;
 };
 
 } // namespace

@@ -224,17 +224,23 @@ private:
 // --- walk ---------------------------------------------------------------------------------------
 
 // Tables are looked at only by runs that use them.
-template <class Step>
-inline void run_map(uint8_t *destination, const uint8_t *source, const uint8_t *tables,
-                    size_t pixels, Mapping *shorter) {
-    const auto run_shorter = [=](uint8_t *to, const uint8_t *from, size_t count) {
-        shorter(to, from, tables, count);
-    };
+template <class Step, auto entry, const RowKernels &narrower>
+void mapped(uint8_t *destination, const uint8_t *source, const uint8_t *tables, size_t pixels) {
     if (pixels < Step::units)
-        run_shorter(destination, source, pixels);
+        (narrower.*entry)(destination, source, tables, pixels);
     else
-        convert_run(destination, source, pixels, Step(tables), run_shorter);
+        walk(pixels, ConversionStep<Step>{destination, source, Step(tables)});
 }
+
+// --- the forms ----------------------------------------------------------------------------------
+
+template <class V, const RowKernels &narrower, class OtherRows>
+struct MappingRows : OtherRows {
+    static constexpr auto map_8 = mapped<MapBytes<V>, &RowKernels::map_8, narrower>;
+    static constexpr auto map_24 = mapped<MapThreeBytes<V>, &RowKernels::map_24, narrower>;
+    static constexpr auto map_16 = mapped<MapWords<V>, &RowKernels::map_16, narrower>;
+    static constexpr auto map_48 = mapped<MapThreeWords<V>, &RowKernels::map_48, narrower>;
+};
 
 } // namespace
 } // namespace q32::rows

@@ -1,8 +1,11 @@
-// Fill, exchange and invert: what needs no more than loads and stores, for any width of vector.
+// Fill, exchange, invert and copies: what needs no more than loads and stores, for any width of
+// vector. And how the forms of the other files are walked.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
+#include "rows/kernels/bit_run_steps.h"
+#include "rows/kernels/copy_row_steps.h"
 #include "rows/kernels/row_kernels.h"
 #include "simd/operations.h"
 #include "simd/walk.h"
@@ -79,14 +82,9 @@ private:
 
 // The blocks between the ends begin at whole vectors; the ends are written over as they lie.
 template <class V, size_t bytes_per_pixel>
-inline void fill_blocks(uint8_t *destination, const uint8_t *source, size_t pixels,
-                        Filling *shorter) {
+inline void fill_blocks(uint8_t *destination, const uint8_t *source, size_t pixels) {
     using Block = PatternBlock<V>;
     const size_t size = pixels * bytes_per_pixel;
-    if (size < Block::bytes) {
-        shorter(destination, source, pixels);
-        return;
-    }
     const Pattern<bytes_per_pixel> pattern(source);
     const Block unshifted(pattern);
     uint8_t *const last = destination + (size - Block::bytes);
@@ -103,32 +101,26 @@ inline void fill_blocks(uint8_t *destination, const uint8_t *source, size_t pixe
 // --- exchange -----------------------------------------------------------------------------------
 
 template <class V>
-inline void exchange_blocks(uint8_t *a, uint8_t *b, size_t bytes, Exchange *shorter) {
-    constexpr size_t step = 2 * sizeof(V);
-    struct Loaded {
-        V first, second;
+struct ExchangeStep {
+    static constexpr size_t units = 2 * sizeof(V);
+    struct Held {
+        V a[2], b[2];
     };
-    const auto load_both = [](const uint8_t *at) {
-        return Loaded{load<V>(at), load<V>(at + sizeof(V))};
-    };
-    const auto store_both = [](uint8_t *at, const Loaded &v) {
-        store(at, v.first);
-        store(at + sizeof(V), v.second);
-    };
-    if (bytes < step) {
-        shorter(a, b, bytes);
-        return;
+
+    uint8_t *a, *b;
+
+    Held held(size_t at) const {
+        return {{load<V>(a + at), load<V>(a + at + sizeof(V))},
+                {load<V>(b + at), load<V>(b + at + sizeof(V))}};
     }
-    const size_t last = bytes - step;
-    const Loaded last_a = load_both(a + last), last_b = load_both(b + last);
-    for (size_t done = 0; done < last; done += step) {
-        const Loaded from_a = load_both(a + done), from_b = load_both(b + done);
-        store_both(a + done, from_b);
-        store_both(b + done, from_a);
+    void make(size_t at, const Held &v) const {
+        store(a + at, v.b[0]);
+        store(a + at + sizeof(V), v.b[1]);
+        store(b + at, v.a[0]);
+        store(b + at + sizeof(V), v.a[1]);
     }
-    store_both(a + last, last_b);
-    store_both(b + last, last_a);
-}
+    void make(size_t at) const { make(at, held(at)); }
+};
 
 // --- invert -------------------------------------------------------------------------------------
 
@@ -146,6 +138,50 @@ struct Invert {
         simd::store(destination, ~v.first);
         simd::store(destination + sizeof(V), ~v.second);
     }
+};
+
+// --- walks --------------------------------------------------------------------------------------
+
+template <class Step, auto entry, const RowKernels &narrower>
+void converted(uint8_t *destination, const uint8_t *source, size_t pixels) {
+    convert_run(destination, source, pixels, Step(), narrower.*entry);
+}
+
+// The bytes of eight pixels are the units, and the pixels of a last, incomplete byte go to the
+// scalar form.
+template <class Step, auto entry, const RowKernels &narrower>
+void bits_converted(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
+    const size_t groups = pixels / 8;
+    convert_run(destination, source, groups, Step(value),
+                [=](uint8_t *to, const uint8_t *from, size_t count) {
+                    (narrower.*entry)(to, from, 8 * count, value);
+                });
+    if (pixels % 8 != 0)
+        (scalar_row_kernels.*entry)(destination + groups * Step::destination_bytes,
+                                    source + groups * Step::source_bytes, pixels % 8, value);
+}
+
+// --- the forms ----------------------------------------------------------------------------------
+
+// Runs that are shorter than a step go to the same entry of the narrower forms' table.
+template <class V, const RowKernels &narrower>
+struct PlainRows : NarrowerRows<narrower> {
+    template <size_t bytes_per_pixel>
+    static void fill(uint8_t *destination, const uint8_t *pattern, size_t pixels) {
+        if (pixels * bytes_per_pixel < PatternBlock<V>::bytes)
+            narrower.fill[bytes_per_pixel - 1](destination, pattern, pixels);
+        else
+            fill_blocks<V, bytes_per_pixel>(destination, pattern, pixels);
+    }
+    static void exchange(uint8_t *a, uint8_t *b, size_t bytes) {
+        if (bytes < ExchangeStep<V>::units)
+            narrower.exchange(a, b, bytes);
+        else
+            walk(bytes, ExchangeStep<V>{a, b});
+    }
+    static constexpr auto invert = converted<Invert<V>, &RowKernels::invert, narrower>;
+    static constexpr auto copy_rows = copy_strided_rows<V>;
+    static constexpr auto copy_bit_rows = copy_bit_runs<V>;
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "library/process/cpu.h"
+#include "simd/narrower.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -61,13 +62,64 @@ struct RowKernels {
     Mapping *map_48;
 };
 
-// The reference: every function reads like its rule. No instruction set chooses this table.
-extern const RowKernels scalar_row_kernels;
-
-// What every processor of the platform runs.
-extern const RowKernels sse2_row_kernels;
+// One table for each instruction set. The scalar one is the reference, where every function reads
+// like its rule; the forms of the others hand runs that are too short for them to the next narrower
+// one.
+extern const RowKernels scalar_row_kernels, sse2_row_kernels, sse41_row_kernels, avx2_row_kernels,
+    avx512_row_kernels;
 
 // The fastest forms that need no more than this instruction set.
 const RowKernels &row_kernels(InstructionSet level);
 
+// The table of forms that have the names of its entries.
+template <class Forms>
+constexpr RowKernels row_table() {
+    return {
+        .fill = {Forms::template fill<1>, Forms::template fill<2>, Forms::template fill<3>,
+                 Forms::template fill<4>},
+        .exchange = Forms::exchange,
+        .invert = Forms::invert,
+        .copy_rows = Forms::copy_rows,
+        .copy_bit_rows = Forms::copy_bit_rows,
+        .bit_to_byte = Forms::bit_to_byte,
+        .byte_to_bit = Forms::byte_to_bit,
+        .rgb888_to_555 = Forms::rgb888_to_555,
+        .rgb888_to_565 = Forms::rgb888_to_565,
+        .rgb555_to_888 = Forms::rgb555_to_888,
+        .rgb565_to_888 = Forms::rgb565_to_888,
+        .swap_red_blue = Forms::swap_red_blue,
+        .map_8 = Forms::map_8,
+        .map_24 = Forms::map_24,
+        .map_16 = Forms::map_16,
+        .map_48 = Forms::map_48,
+    };
+}
+
+namespace {
+
+// The forms of an instruction set that has none of its own, for others to begin with.
+template <const RowKernels &narrower>
+struct NarrowerRows {
+    template <std::size_t bytes_per_pixel>
+    static void fill(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels) {
+        narrower.fill[bytes_per_pixel - 1](destination, pattern, pixels);
+    }
+    static constexpr auto exchange = handed_on<narrower, &RowKernels::exchange>;
+    static constexpr auto invert = handed_on<narrower, &RowKernels::invert>;
+    static constexpr auto copy_rows = handed_on<narrower, &RowKernels::copy_rows>;
+    static constexpr auto copy_bit_rows = handed_on<narrower, &RowKernels::copy_bit_rows>;
+    static constexpr auto bit_to_byte = handed_on<narrower, &RowKernels::bit_to_byte>;
+    static constexpr auto byte_to_bit = handed_on<narrower, &RowKernels::byte_to_bit>;
+    static constexpr auto rgb888_to_555 = handed_on<narrower, &RowKernels::rgb888_to_555>;
+    static constexpr auto rgb888_to_565 = handed_on<narrower, &RowKernels::rgb888_to_565>;
+    static constexpr auto rgb555_to_888 = handed_on<narrower, &RowKernels::rgb555_to_888>;
+    static constexpr auto rgb565_to_888 = handed_on<narrower, &RowKernels::rgb565_to_888>;
+    static constexpr auto swap_red_blue = handed_on<narrower, &RowKernels::swap_red_blue>;
+    static constexpr auto map_8 = handed_on<narrower, &RowKernels::map_8>;
+    static constexpr auto map_24 = handed_on<narrower, &RowKernels::map_24>;
+    static constexpr auto map_16 = handed_on<narrower, &RowKernels::map_16>;
+    static constexpr auto map_48 = handed_on<narrower, &RowKernels::map_48>;
+};
+
+} // namespace
 } // namespace q32::rows

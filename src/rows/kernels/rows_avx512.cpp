@@ -1,9 +1,8 @@
 // Row conversions for AVX-512 with VBMI, 64 bytes at a time: permutations reach any byte of two
 // vectors, and a shift of its own for every byte takes fields out of words.
 #include "rows/kernels/formats.h"
-#include "rows/kernels/runs.h"
-#include "rows/kernels/scalar.h"
-#include "rows/kernels/wide.h"
+#include "rows/kernels/map_steps.h"
+#include "rows/kernels/plain_steps.h"
 #include "simd/byte_table.h"
 
 #include <cstring>
@@ -190,36 +189,27 @@ struct ByteToBit {
     V64 threshold;
 };
 
+// --- the forms ----------------------------------------------------------------------------------
+
+struct PermutingRows : MappingRows<V64, avx2_row_kernels, NarrowerRows<avx2_row_kernels>> {
+    static constexpr auto bit_to_byte =
+        bits_converted<BitToByte, &RowKernels::bit_to_byte, avx2_row_kernels>;
+    static constexpr auto byte_to_bit =
+        bits_converted<ByteToBit, &RowKernels::byte_to_bit, avx2_row_kernels>;
+    static constexpr auto rgb888_to_555 =
+        converted<NarrowToWords<Rgb555>, &RowKernels::rgb888_to_555, avx2_row_kernels>;
+    static constexpr auto rgb888_to_565 =
+        converted<NarrowToWords<Rgb565>, &RowKernels::rgb888_to_565, avx2_row_kernels>;
+    static constexpr auto rgb555_to_888 =
+        converted<WidenWords<Rgb555>, &RowKernels::rgb555_to_888, avx2_row_kernels>;
+    static constexpr auto rgb565_to_888 =
+        converted<WidenWords<Rgb565>, &RowKernels::rgb565_to_888, avx2_row_kernels>;
+    static constexpr auto swap_red_blue =
+        converted<SwapRedBlue, &RowKernels::swap_red_blue, avx2_row_kernels>;
+};
+
 } // namespace
 
-// --- entries ------------------------------------------------------------------------------------
-
-void bit_to_byte_avx512(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    convert_bits<BitToByte>(destination, source, pixels, value, bit_to_byte_avx2, bit_to_byte);
-}
-
-void byte_to_bit_avx512(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    convert_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit_avx2, byte_to_bit);
-}
-
-void rgb888_to_555_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555_avx2);
-}
-
-void rgb888_to_565_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565_avx2);
-}
-
-void rgb555_to_888_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888_avx2);
-}
-
-void rgb565_to_888_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888_avx2);
-}
-
-void swap_red_blue_avx512(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, SwapRedBlue{}, swap_red_blue_avx2);
-}
+constinit const RowKernels avx512_row_kernels = row_table<PermutingRows>();
 
 } // namespace q32::rows

@@ -1,9 +1,6 @@
 // Row conversions for the baseline, 16 bytes at a time and without a byte shuffle: bytes move by
 // shifts of whole vectors and by interleaving.
 #include "rows/kernels/plain_steps.h"
-#include "rows/kernels/runs.h"
-#include "rows/kernels/scalar.h"
-#include "rows/kernels/wide.h"
 #include "rows/kernels/widen_words.h"
 #include "simd/byte_table.h"
 
@@ -174,60 +171,27 @@ struct ByteToBit {
     V16 threshold;
 };
 
+// --- the forms ----------------------------------------------------------------------------------
+
+struct ShiftingRows : PlainRows<V16, scalar_row_kernels> {
+    static constexpr auto bit_to_byte =
+        bits_converted<BitToByte, &RowKernels::bit_to_byte, scalar_row_kernels>;
+    static constexpr auto byte_to_bit =
+        bits_converted<ByteToBit, &RowKernels::byte_to_bit, scalar_row_kernels>;
+    static constexpr auto rgb888_to_555 =
+        converted<NarrowToWords<Rgb555>, &RowKernels::rgb888_to_555, scalar_row_kernels>;
+    static constexpr auto rgb888_to_565 =
+        converted<NarrowToWords<Rgb565>, &RowKernels::rgb888_to_565, scalar_row_kernels>;
+    static constexpr auto rgb555_to_888 =
+        converted<WidenWords<Rgb555>, &RowKernels::rgb555_to_888, scalar_row_kernels>;
+    static constexpr auto rgb565_to_888 =
+        converted<WidenWords<Rgb565>, &RowKernels::rgb565_to_888, scalar_row_kernels>;
+    static constexpr auto swap_red_blue =
+        converted<SwapRedBlue, &RowKernels::swap_red_blue, scalar_row_kernels>;
+};
+
 } // namespace
 
-// --- entries ------------------------------------------------------------------------------------
-
-void fill_1_sse2(uint8_t *destination, const uint8_t *pattern, size_t pixels) {
-    fill_blocks<V16, 1>(destination, pattern, pixels, fill_1);
-}
-
-void fill_2_sse2(uint8_t *destination, const uint8_t *pattern, size_t pixels) {
-    fill_blocks<V16, 2>(destination, pattern, pixels, fill_2);
-}
-
-void fill_3_sse2(uint8_t *destination, const uint8_t *pattern, size_t pixels) {
-    fill_blocks<V16, 3>(destination, pattern, pixels, fill_3);
-}
-
-void fill_4_sse2(uint8_t *destination, const uint8_t *pattern, size_t pixels) {
-    fill_blocks<V16, 4>(destination, pattern, pixels, fill_4);
-}
-
-void exchange_sse2(uint8_t *a, uint8_t *b, size_t bytes) {
-    exchange_blocks<V16>(a, b, bytes, exchange);
-}
-
-void invert_sse2(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    convert_run(destination, source, bytes, Invert<V16>{}, invert);
-}
-
-void bit_to_byte_sse2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    convert_bits<BitToByte>(destination, source, pixels, value, bit_to_byte, bit_to_byte);
-}
-
-void byte_to_bit_sse2(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    convert_bits<ByteToBit>(destination, source, pixels, value, byte_to_bit, byte_to_bit);
-}
-
-void rgb888_to_555_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, NarrowToWords<Rgb555>{}, rgb888_to_555);
-}
-
-void rgb888_to_565_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, NarrowToWords<Rgb565>{}, rgb888_to_565);
-}
-
-void rgb555_to_888_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, WidenWords<Rgb555>{}, rgb555_to_888);
-}
-
-void rgb565_to_888_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, WidenWords<Rgb565>{}, rgb565_to_888);
-}
-
-void swap_red_blue_sse2(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, SwapRedBlue{}, swap_red_blue);
-}
+constinit const RowKernels sse2_row_kernels = row_table<ShiftingRows>();
 
 } // namespace q32::rows

@@ -1,33 +1,16 @@
-// Row conversions for processors with the byte shuffle, 16 bytes at a time. Bytes become bits
-// without it: that is faster.
+// Row conversions for processors with the byte shuffle, 16 bytes at a time.
 #include "rows/kernels/lane_steps.h"
-#include "rows/kernels/scalar.h"
-#include "rows/kernels/wide.h"
 
 namespace q32::rows {
+namespace {
 
-void bit_to_byte_sse41(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
-    convert_bits<BitToByte<V16>>(destination, source, pixels, value, bit_to_byte, bit_to_byte);
-}
+// Bytes become bits without the shuffle: that is faster.
+struct ShufflingRows : LaneRows<V16, scalar_row_kernels> {
+    static constexpr auto byte_to_bit = handed_on<sse2_row_kernels, &RowKernels::byte_to_bit>;
+};
 
-void rgb888_to_555_sse41(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, NarrowToWords<Rgb555, V16>{}, rgb888_to_555);
-}
+} // namespace
 
-void rgb888_to_565_sse41(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, NarrowToWords<Rgb565, V16>{}, rgb888_to_565);
-}
-
-void rgb555_to_888_sse41(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, WidenWords<Rgb555, V16>{}, rgb555_to_888);
-}
-
-void rgb565_to_888_sse41(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, WidenWords<Rgb565, V16>{}, rgb565_to_888);
-}
-
-void swap_red_blue_sse41(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    convert_run(destination, source, pixels, SwapRedBlue<V16>{}, swap_red_blue);
-}
+constinit const RowKernels sse41_row_kernels = row_table<ShufflingRows>();
 
 } // namespace q32::rows

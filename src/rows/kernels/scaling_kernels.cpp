@@ -1,6 +1,6 @@
 // The chooser: which table of scaling by whole factors an instruction set runs.
+#include "rows/kernels/scaling_kernels.h"
 #include "library/process/kernel_choice.h"
-#include "rows/kernels/scaling_wide.h"
 
 namespace q32::rows {
 

@@ -34,11 +34,10 @@ struct ScalingKernels {
     RowScaling *reduce[pixel_kinds];
 };
 
-// The reference: every function reads like its rule. No instruction set chooses this table.
-extern const ScalingKernels scalar_scaling_kernels;
-
-// What every processor of the platform runs.
-extern const ScalingKernels sse2_scaling_kernels;
+// One table for each instruction set. The scalar one is the reference, where every function reads
+// like its rule; the forms of the others hand rows that are too short for them to narrower ones.
+extern const ScalingKernels scalar_scaling_kernels, sse2_scaling_kernels, sse41_scaling_kernels,
+    avx2_scaling_kernels, avx512_scaling_kernels;
 
 // The fastest forms that need no more than this instruction set.
 const ScalingKernels &scaling_kernels(InstructionSet level);

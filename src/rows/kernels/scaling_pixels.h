@@ -3,10 +3,12 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "simd/operations.h"
+#include <cstddef>
 
 namespace q32::rows {
 namespace {
+
+using std::size_t;
 
 template <size_t size>
 struct Plain {
@@ -21,7 +23,8 @@ struct Swapped {
     static constexpr size_t bytes = 3;
 
     static constexpr size_t in_pixel(size_t i) { return 2 - i; }
-    // Of the last pixel bytes 2 and 1, of the first byte 0.
+    // Quirk: a pixel is mixed of two, bytes 2 and 1 of the last pixel and byte 0 of the first.
+    // Callers see colours that no source pixel has; required. Do not take one pixel for all.
     static constexpr size_t in_group(size_t i, size_t pixels) {
         return in_pixel(i) + (i < 2 ? bytes * (pixels - 1) : 0);
     }
