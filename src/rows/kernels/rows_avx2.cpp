@@ -1,7 +1,7 @@
 // Row conversions for AVX2, 32 bytes at a time, and 16 in runs that are shorter (simd/walk.h says
 // why). Table mapping is 1.8 times as fast as byte by byte.
-#include "rows/kernels/lane_steps.h"
-#include "rows/kernels/map_steps.h"
+#include "rows/kernels/lane_forms.h"
+#include "rows/kernels/map_forms.h"
 
 namespace q32::rows {
 namespace {

@@ -1,8 +1,8 @@
 // Row conversions for AVX-512 with VBMI, 64 bytes at a time: permutations reach any byte of two
 // vectors, and a shift of its own for every byte takes fields out of words.
 #include "rows/kernels/formats.h"
-#include "rows/kernels/map_steps.h"
-#include "rows/kernels/plain_steps.h"
+#include "rows/kernels/map_forms.h"
+#include "rows/kernels/plain_forms.h"
 #include "simd/byte_table.h"
 
 #include <cstring>

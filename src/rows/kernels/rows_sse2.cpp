@@ -1,6 +1,6 @@
 // Row conversions for the baseline, 16 bytes at a time and without a byte shuffle: bytes move by
 // shifts of whole vectors and by interleaving.
-#include "rows/kernels/plain_steps.h"
+#include "rows/kernels/plain_forms.h"
 #include "rows/kernels/widen_words.h"
 #include "simd/byte_table.h"
 

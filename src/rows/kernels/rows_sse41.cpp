@@ -1,5 +1,5 @@
 // Row conversions for processors with the byte shuffle, 16 bytes at a time.
-#include "rows/kernels/lane_steps.h"
+#include "rows/kernels/lane_forms.h"
 
 namespace q32::rows {
 namespace {

@@ -4,7 +4,7 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/plain_steps.h"
+#include "rows/kernels/plain_forms.h"
 #include "rows/kernels/widen_words.h"
 #include "simd/byte_table.h"
 
