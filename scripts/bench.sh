@@ -9,6 +9,9 @@ scripts/wine-run build/win32/bin/rows_bench.exe
 printf '\n'
 scripts/wine-run build/win32/bin/scaling_bench.exe
 
+printf '\nThe kernel to copy (samples/kernel), 32 bits, under Wine\n'
+scripts/wine-run build/win32/bin/dim_bench.exe
+
 printf '\nThe merge and colour kernels, 32 bits, under Wine\n'
 scripts/wine-run build/win32/bin/merge_bench.exe
 
