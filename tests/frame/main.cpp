@@ -1,5 +1,6 @@
-// Entry point of the test programs: GoogleTest's, and a crash that says where it was instead of
-// asking somebody who is not there.
+// Entry point of the test programs: GoogleTest's, a crash that says where it was instead of asking
+// somebody who is not there, and a mark behind everything, which a program that was cut short
+// lacks.
 #include "tests/frame/random.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,8 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 
 namespace {
 
@@ -36,11 +39,27 @@ LONG WINAPI say_where(EXCEPTION_POINTERS *pointers) {
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
+char end_mark[MAX_PATH];
+
+void mark_the_end() {
+    CloseHandle(CreateFileA(end_mark, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+}
+
+// Registered before all else, and so called behind all else. Programs that tests start inherit the
+// environment, and their end is not ours.
+void promise_an_end() {
+    if (GetEnvironmentVariableA("Q32BASE_TEST_END", end_mark, sizeof end_mark) == 0)
+        return;
+    SetEnvironmentVariableA("Q32BASE_TEST_END", nullptr);
+    std::atexit(mark_the_end);
+}
+
 } // namespace
 #endif
 
 int main(int argc, char **argv) {
 #if defined(_WIN32)
+    promise_an_end();
     SetUnhandledExceptionFilter(say_where);
 #endif
     testing::InitGoogleTest(&argc, argv);
