@@ -1,7 +1,6 @@
 // Bars on device contexts: number by number, the same as in buffers and as runs that bring the same
 // picture, anywhere.
 #include "tests/bars/context_fixture.h"
-#include "tests/frame/misaligned.h"
 
 #include <tuple>
 
@@ -191,31 +190,6 @@ TEST_F(BarsOnContexts, NothingToDrawOn) {
     EXPECT_SILENT_FAILURE(api().q32RectDrawHSBBar(canvas.dc(), nullptr, 5));
     EXPECT_EQ(Census::now(), before);
     expect_nothing_drawn(canvas);
-}
-
-// --- stacks ----------------------------------------------------------------------------------
-
-TEST_F(BarsOnContexts, OnAMisalignedStack) {
-    Canvas canvas(60, 40);
-    const RECT whole{0, 0, 60, 40};
-    for (const uint32_t offset : {0u, 4u, 8u, 12u})
-        for (const Bar &bar : every_bar()) {
-            canvas.clear();
-            int result = 0;
-            if (bar.kind == Bar::grey)
-                result = frame::call_at(offset, api().q32RectDrawGrayBar, canvas.dc(), &whole,
-                                        int(bar.from), int(bar.to), bar.horizontal);
-            else if (bar.kind == Bar::hues)
-                result =
-                    frame::call_at(offset, api().q32RectDrawHSBBar, canvas.dc(), &whole, bar.style);
-            else
-                result = frame::call_at(offset, api().q32RectDrawColorBar, canvas.dc(), &whole,
-                                        bar.from, bar.to, bar.horizontal, bar.rainbow);
-            EXPECT_EQ(result, 1);
-            EXPECT_TRUE(canvas.contents() ==
-                        canvas.expected(0, 0, 60, 40, bar.picture(60, 40), bar.bytes()))
-                << text_of(bar);
-        }
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 #include "tests/frame/comm.h"
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/library.h"
-#include "tests/frame/misaligned.h"
 #include "tests/frame/random.h"
 #include "tests/frame/sandbox.h"
 

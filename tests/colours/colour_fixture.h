@@ -7,7 +7,6 @@
 #include "tests/frame/comm.h"
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/library.h"
-#include "tests/frame/misaligned.h"
 #include "tests/frame/random.h"
 
 #include <gtest/gtest.h>

@@ -244,6 +244,29 @@ TEST(MisalignedCalls, HaveTheStackWhereItIsWanted) {
     }
 }
 
+TEST(MisalignedCalls, TurnThroughAllPlaces) {
+    struct Name;
+    using Turning = OnTurningStack<Name, decltype(&place_of_arguments)>;
+    Turning::function = place_of_arguments;
+    for (std::uint32_t i = 0; i < 9; ++i)
+        EXPECT_EQ((Turning::call(11, 22, 33) + 8) % 16, 4 * (i % 4));
+}
+
+// Every function of the interface, in a library that is loaded while the environment asks for it.
+TEST(MisalignedCalls, StandBeforeEveryExport) {
+    SetEnvironmentVariableA("Q32BASE_TEST_STACK", "turning");
+    const Library turning;
+    SetEnvironmentVariableA("Q32BASE_TEST_STACK", nullptr);
+    const Library plain;
+    int exports = 0;
+#define Q32_EXPORT(name)                                                                           \
+    EXPECT_NE(turning.api().name, plain.api().name) << #name;                                      \
+    ++exports;
+#include "q32_exports.inc"
+#undef Q32_EXPORT
+    EXPECT_EQ(exports, 108);
+}
+
 TEST(MisalignedCalls, ReachTheLibrary) {
     for (const std::uint32_t remainder : {4u, 8u, 12u}) {
         EXPECT_SUCCESS(

@@ -3,6 +3,7 @@
 
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
+#include "tests/frame/misaligned.h"
 
 #include <algorithm>
 #include <cctype>
@@ -107,6 +108,21 @@ void Library::load_api() {
     api_.name = reinterpret_cast<decltype(api_.name)>(export_of(module_, #name));                  \
     if (api_.name == nullptr)                                                                      \
         give_up("the DLL does not export " #name);
+#include "q32_exports.inc"
+#undef Q32_EXPORT
+    if (GetEnvironmentVariableA("Q32BASE_TEST_STACK", nullptr, 0) != 0)
+        turn_stack();
+}
+
+// Image bases are fixed: whenever the DLL is loaded, its functions lie at the same places.
+void Library::turn_stack() {
+#define Q32_EXPORT(name)                                                                           \
+    {                                                                                              \
+        struct Name;                                                                               \
+        using Turning = OnTurningStack<Name, decltype(api_.name)>;                                 \
+        Turning::function = api_.name;                                                             \
+        api_.name = Turning::call;                                                                 \
+    }
 #include "q32_exports.inc"
 #undef Q32_EXPORT
 }

@@ -11,7 +11,9 @@
 
 namespace q32::frame {
 
-// Every export, typed by the public headers, by its own name: api().buf32Alloc(...).
+// Every export, typed by the public headers, by its own name: api().buf32Alloc(...). With the
+// environment variable Q32BASE_TEST_STACK set, each is called with its stack at the four places in
+// turn that callers may have it at (misaligned.h).
 struct Api {
 #define Q32_EXPORT(name) decltype(&::name) name = nullptr;
 #include "q32_exports.inc" // made from library/q32base.def
@@ -47,6 +49,7 @@ public:
 private:
     void resolve_imports();
     void load_api();
+    void turn_stack();
     bool call_entry(DWORD reason, void *reserved) const;
 
     HMODULE module_ = nullptr;

@@ -2,10 +2,10 @@
 // 4 only, while the compiler assumes 16.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
-#include <vector>
 
 namespace q32::frame {
 
@@ -14,26 +14,31 @@ namespace q32::frame {
 extern "C" std::uint32_t q32_call_at(const void *function, const std::uint32_t *words,
                                      std::uint32_t count, std::uint32_t remainder);
 
+// Of an argument on the stack.
 template <class Argument>
-void append_words(std::vector<std::uint32_t> &words, Argument argument) {
+inline constexpr std::size_t words_of = (sizeof(Argument) + 3) / 4;
+
+template <class Argument>
+std::uint32_t *append_words(std::uint32_t *words, Argument argument) {
     if constexpr (std::is_integral_v<Argument> && sizeof(Argument) < 4) {
-        words.push_back(static_cast<std::uint32_t>(argument));
+        *words = static_cast<std::uint32_t>(argument);
     } else {
         static_assert(sizeof argument % 4 == 0);
-        const std::size_t place = words.size();
-        words.resize(place + sizeof argument / 4);
-        std::memcpy(&words[place], &argument, sizeof argument);
+        std::memcpy(words, &argument, sizeof argument);
     }
+    return words + words_of<Argument>;
 }
 
 // call_at(4, api().buf32Alloc, &handle, 24, ...): arguments are converted as in an ordinary call.
 template <class Result, class... Parameters>
 Result call_at(std::uint32_t remainder, Result (*function)(Parameters...),
                std::type_identity_t<Parameters>... arguments) {
-    std::vector<std::uint32_t> words;
-    (append_words<Parameters>(words, arguments), ...);
-    const std::uint32_t result = q32_call_at(reinterpret_cast<const void *>(function), words.data(),
-                                             static_cast<std::uint32_t>(words.size()), remainder);
+    constexpr std::size_t count = (std::size_t{0} + ... + words_of<Parameters>);
+    std::uint32_t words[count + 1] = {}; // one more, as there are no arrays of none
+    [[maybe_unused]] std::uint32_t *end = words;
+    ((end = append_words<Parameters>(end, arguments)), ...);
+    const std::uint32_t result =
+        q32_call_at(reinterpret_cast<const void *>(function), words, count, remainder);
     if constexpr (!std::is_void_v<Result>) {
         static_assert(sizeof(Result) == 4);
         Result typed;
@@ -41,5 +46,20 @@ Result call_at(std::uint32_t remainder, Result (*function)(Parameters...),
         return typed;
     }
 }
+
+// Stands before a function and calls it with the stack at the four places in turn. Name tells the
+// functions apart that have one type.
+template <class Name, class Function>
+struct OnTurningStack;
+
+template <class Name, class Result, class... Parameters>
+struct OnTurningStack<Name, Result (*)(Parameters...)> {
+    static inline Result (*function)(Parameters...);
+
+    static Result call(Parameters... arguments) {
+        static thread_local std::uint32_t calls;
+        return call_at(4 * (calls++ % 4), function, arguments...);
+    }
+};
 
 } // namespace q32::frame

@@ -244,34 +244,5 @@ TEST_F(FrameCalls, OfThreadsThatMeetAtTheCoefficientTable) {
     }
 }
 
-// --- stacks ----------------------------------------------------------------------------------
-
-TEST_F(FrameCalls, OnAMisalignedStack) {
-    Random random(test_seed(), 4);
-    for (const std::uint32_t remainder : {0u, 4u, 8u, 12u})
-        for (const int bits : {8, 16, 24, 32})
-            for (const int method : {1, 2, 4}) {
-                const FrameCall call{bits, 57, 9, 133, 12, method, 0, true, method};
-                const Bytes source = some_frame(random, frame_bytes(57, 9, bits));
-                const Bytes start(frame_bytes(133, 12, bits), 0x77);
-                const Bytes expected = resampled_frame(call, source, start);
-                BITMAPINFOHEADER header = header_of(57, 9, bits);
-                VCRESAMPLE record{&header, 133, 12, method, nullptr, nullptr, nullptr, nullptr};
-                EXPECT_EQ(frame::call_at(remainder, api().vcResampleInit, &record), 1);
-                Bytes made = start;
-                EXPECT_EQ(frame::call_at(remainder, api().vcResampleEx, 0, source.data(), &header,
-                                         made.data(), 133, 12, method, &record),
-                          1);
-                EXPECT_EQ(made, expected) << call;
-                frame::call_at(remainder, api().vcResampleEnd, &record);
-                made = start;
-                EXPECT_EQ(frame::call_at(remainder, api().vcResample, 0, source.data(), &header,
-                                         made.data(), 133, 12, method),
-                          1);
-                EXPECT_EQ(made, expected) << call;
-            }
-    expect_kept_tables(true, true);
-}
-
 } // namespace
 } // namespace q32::test

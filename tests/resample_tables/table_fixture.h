@@ -5,7 +5,6 @@
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
 #include "tests/frame/library.h"
-#include "tests/frame/misaligned.h"
 #include "tests/frame/random.h"
 #include "tests/resample_kernels/resample_model.h"
 

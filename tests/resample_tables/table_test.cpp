@@ -252,23 +252,5 @@ TEST_F(ResampleTables, WithoutMemory) {
     }
 }
 
-TEST_F(ResampleTables, OnAMisalignedStack) {
-    const Buffer source(10, 3), destination(4, 8);
-    for (const std::uint32_t remainder : {0u, 4u, 8u, 12u}) {
-        Tables tables;
-        EXPECT_EQ(frame::call_at(remainder, api().q32InitResampleTable, source, destination, 1,
-                                 &tables.column_index, &tables.column_fraction, &tables.row_index,
-                                 &tables.row_fraction),
-                  1);
-        EXPECT_EQ(contents(tables.column_index, tables.column_fraction, 4),
-                  (Axis{{0, 3, 6, 9}, {0, 0, 0, 0}}));
-        EXPECT_EQ(contents(tables.row_index, tables.row_fraction, 8),
-                  (Axis{{0, 0, 0, 1, 1, 1, 2, 2}, {0, 96, 192, 32, 128, 224, 64, 160}}));
-        frame::call_at(remainder, api().q32FreeResampleTable, tables.column_index,
-                       tables.column_fraction, tables.row_index, tables.row_fraction);
-        EXPECT_EQ(frame::call_at(remainder, api().q32FreeBiCubicTable), 1);
-    }
-}
-
 } // namespace
 } // namespace q32::test

@@ -1,6 +1,5 @@
 // Rectangles of plain images to packed blocks and back: hand-worked bytes, with and without the MMX
 // flag, any stack, and the processor's state.
-#include "tests/frame/misaligned.h"
 #include "tests/rows/plain_rectangles_fixture.h"
 
 namespace q32::test {
@@ -204,25 +203,6 @@ TEST_P(PlainRectangles, NothingIsCopied) {
 }
 
 // --- calls --------------------------------------------------------------------------------------
-
-TEST_P(PlainRectangles, OnEveryStack) {
-    const Bytes image = counted(250);
-    for (const std::uint32_t stack : {0u, 4u, 8u, 12u})
-        for (const int pixel_bytes : {0, 1, 3, 4}) {
-            Bytes wanted(160), block(160);
-            get(image.data(), 3, 1, 12, 3, pixel_bytes, 60, wanted.data());
-            EXPECT_EQ(frame::call_at(stack, rows().mem32GetMem, image.data(), 3, 1, 12, 3,
-                                     pixel_bytes, 60, block.data()),
-                      1);
-            EXPECT_EQ(block, wanted) << stack;
-            Bytes merged(250), target(250);
-            merge(merged.data(), 3, 1, block.data(), 12, 3, pixel_bytes, 60);
-            EXPECT_EQ(frame::call_at(stack, rows().mem32MergeMem, target.data(), 3, 1, block.data(),
-                                     12, 3, pixel_bytes, 60),
-                      1);
-            EXPECT_EQ(target, merged) << stack;
-        }
-}
 
 // The tag word of the floating-point unit: two bits a register, all set when all are free.
 TEST_P(PlainRectangles, TheFloatingPointRegistersStayFree) {

@@ -2,7 +2,6 @@
 // fences, random rows and blocks, any stack, and the processor's state.
 #include "tests/rows/row_fixture.h"
 
-#include "tests/frame/misaligned.h"
 #include "tests/frame/random.h"
 #include "tests/kernels/fenced_run.h"
 #include "tests/kernels/scaling_models.h"
@@ -10,7 +9,6 @@
 namespace q32::test {
 namespace {
 
-using frame::call_at;
 using model::Bytes;
 using model::View;
 
@@ -284,52 +282,6 @@ TEST_F(WholeFactorBlocks, PixelsReduced) {
         EXPECT_EQ(result, c.end());
         return same && result == c.end();
     });
-}
-
-// --- calls --------------------------------------------------------------------------------------
-
-// Callers built with other compilers keep the stack at multiples of 4 only.
-TEST_F(WholeFactorRows, OnEveryStack) {
-    constexpr int count = 333, factor = 3;
-    Random random{test_seed(), 1};
-    const Bytes bytes = random_bytes(4 * count, random);
-    const std::uint8_t *const source = bytes.data();
-    const auto &r = rows();
-    const auto all_of = [&](std::uint32_t stack, const Bytes &expected, auto call) {
-        Bytes row(expected.size());
-        call(row.data());
-        EXPECT_TRUE(row == expected) << "stack " << stack;
-    };
-    for (const std::uint32_t stack : {0u, 4u, 8u, 12u}) {
-        all_of(stack, enlarged_bits(bytes, count, factor),
-               [&](auto *to) { call_at(stack, r.mem32BitEnlarge, to, source, count, factor); });
-        all_of(stack, enlarged_bits(bytes, count, factor), [&](auto *to) {
-            EXPECT_EQ(call_at(stack, r.mem32BitEnlargeExt, to, source, count, 1, factor, 1), 42);
-        });
-        all_of(stack, reduced_bits(bytes, count, factor),
-               [&](auto *to) { call_at(stack, r.mem32BitReduce, to, source, count, factor); });
-        all_of(stack, reduced_bits(bytes, count, factor), [&](auto *to) {
-            EXPECT_EQ(call_at(stack, r.mem32BitReduceExt, to, source, count, 1, factor, 1), 1);
-        });
-        for (const Pixels p : all_pixels) {
-            all_of(stack, enlarged(bytes, count, factor, p), [&](auto *to) {
-                call_at(stack, r.mem32Enlarge, to, source, count, factor, p.bytes, p.swap);
-            });
-            all_of(stack, enlarged(bytes, count, factor, p), [&](auto *to) {
-                EXPECT_EQ(call_at(stack, r.mem32EnlargeExt, to, source, count, 1, factor, 1,
-                                  p.bytes, p.swap),
-                          p.bytes * count);
-            });
-            all_of(stack, reduced(bytes, count, factor, p), [&](auto *to) {
-                call_at(stack, r.mem32Reduce, to, source, count, factor, p.bytes, p.swap);
-            });
-            all_of(stack, reduced(bytes, count, factor, p), [&](auto *to) {
-                EXPECT_EQ(call_at(stack, r.mem32ReduceExt, to, source, count, 1, factor, 1, p.bytes,
-                                  p.swap),
-                          1);
-            });
-        }
-    }
 }
 
 } // namespace

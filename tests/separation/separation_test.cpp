@@ -1,7 +1,6 @@
 // Single colours there and back: worked examples, every RGB colour, a dense grid of inks, and what
 // there is before the tables are made.
 #include "tests/frame/fenced_memory.h"
-#include "tests/frame/misaligned.h"
 #include "tests/frame/random.h"
 #include "tests/library/library_fixture.h"
 #include "tests/separation_kernels/separation_model.h"
@@ -204,24 +203,6 @@ TEST_F(Separation, InPlace) {
             << i;
     }
 }
-
-class MisalignedSeparation : public Separation,
-                             public testing::WithParamInterface<std::uint32_t> {};
-
-TEST_P(MisalignedSeparation, EveryExport) {
-    frame::call_at(GetParam(), api().qfdCalcBGCurve);
-    const Rgb rgb{10, 20, 30};
-    Cmyk cmyk{};
-    EXPECT_EQ(frame::call_at(GetParam(), api().qfdClrRgbToCmyk, rgb.data(), cmyk.data()),
-              cmyk.data());
-    EXPECT_EQ(cmyk, (Cmyk{228, 218, 208, 168}));
-    const Cmyk inks{100, 50, 0, 128};
-    Rgb back{};
-    frame::call_at(GetParam(), api().qfdClrCmykToRgb, inks.data(), back.data());
-    EXPECT_EQ(back, (Rgb{0, 0, 47}));
-}
-
-INSTANTIATE_TEST_SUITE_P(Offsets, MisalignedSeparation, testing::Values(0u, 4u, 8u, 12u));
 
 } // namespace
 } // namespace q32::test
