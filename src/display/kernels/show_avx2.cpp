@@ -1,5 +1,5 @@
 // Showing for AVX2, 32 bytes at a time, and 16 in runs that are shorter (simd/walk.h says why).
-#include "display/kernels/show_walks.h"
+#include "display/kernels/show_forms.h"
 #include "display/kernels/show_wide.h"
 #include "rows/kernels/wide.h"
 

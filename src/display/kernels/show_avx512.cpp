@@ -1,5 +1,5 @@
 // Showing for AVX-512 with VBMI, 64 bytes at a time.
-#include "display/kernels/show_walks.h"
+#include "display/kernels/show_forms.h"
 #include "display/kernels/show_wide.h"
 #include "rows/kernels/table_lookup.h"
 

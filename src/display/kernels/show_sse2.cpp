@@ -1,6 +1,6 @@
 // Showing for the baseline, 16 bytes at a time and without a byte shuffle. What is looked up in
 // tables is looked up pixel by pixel, but moved four bytes at a time.
-#include "display/kernels/show_walks.h"
+#include "display/kernels/show_forms.h"
 #include "display/kernels/show_wide.h"
 #include "rows/kernels/wide.h"
 

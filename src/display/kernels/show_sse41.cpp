@@ -1,5 +1,5 @@
 // Showing for SSE4.1, 16 bytes at a time with byte shuffles.
-#include "display/kernels/show_walks.h"
+#include "display/kernels/show_forms.h"
 #include "display/kernels/show_wide.h"
 
 namespace q32::display {
