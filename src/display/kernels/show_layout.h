@@ -16,8 +16,8 @@ namespace {
 
 // --- order ---------------------------------------------------------------------------------------
 
-// A run is taken in pieces of what a choice of bytes can reach, so that every vector has whole
-// pixels in each. A rule gives the bytes of one piece for all.
+// A piece of a vector is what a choice of bytes can reach: a lane, or all 64 bytes. Pieces have
+// pixels of their own, so that one rule gives the bytes of each.
 template <class V, class Rule>
 constexpr VectorBytes<V> piece_by(Rule rule) {
     return vector_by<V>([=](int i) { return rule(i % reach<V>); });
@@ -61,7 +61,7 @@ struct PixelVectors {
 };
 
 // Every place of a piece holds channel k of a pixel in exactly one of the three vectors, so that a
-// choice of bytes gathers a channel; in which order is seen afterwards. (The choice is by top bits
+// choice of bytes gathers a channel; the order is put right afterwards. (The choice is by top bits
 // because constant masks of 64 bytes are best made from vectors.)
 template <class V>
 constexpr VectorBytes<V> places_of(int channel, int vector) {
@@ -150,7 +150,8 @@ private:
     static constexpr int source_of(int word) {
         return swapped(int(sizeof(V)) * vector + 16 * (word / 8) + 8 * half + word % 8);
     }
-    // Of a window beyond the vector's, too, for vectors of one lane.
+    // Of window 1, too, where vectors have one lane: load_lanes is given the distance and does not
+    // look at it.
     static constexpr int begin(int window) {
         int begin = 3 * int(sizeof(V)) - reach<V>;
         for (int word = in_window * window; word < in_window * (window + 1); ++word)

@@ -79,12 +79,12 @@ private:
 // --- the colour cube -----------------------------------------------------------------------------
 
 // A sample steps up to the next level where its fraction, 0 to 50, reaches the threshold: where
-// sample + 51 - threshold reaches the next multiple of 51. That is at most 255, the last of them,
-// so that the sum may end there too. Thresholds beyond 51 are never reached, as 51 is not.
+// sample + (51 - threshold) reaches the next multiple of 51. Sums end at 255, which is the last of
+// them. Thresholds beyond 51 count as 51, which no fraction reaches.
 //
-// For the division, what the upper four bits tell is taken off: 3 for each 51. A multiple 51 k
-// becomes 48 k, and what lies below remains below, so that a third of the upper four bits is the
-// level.
+// The level is a 51st of the sum. The upper four bits of a multiple 51 k say 3 k: taken off, that
+// leaves 48 k, and what lies between multiples remains between. Of what is left the upper four bits
+// say 3 k to 3 k + 2, so that a third of them is the level.
 inline constexpr int cube_step = 255 / (cube_side - 1);
 
 template <class V>
