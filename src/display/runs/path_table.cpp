@@ -1,8 +1,8 @@
 // The table of paths.
 #include "display/runs/path_table.h"
 
-#include "display/high_colour_dither.h"
 #include "display/library_palettes.h"
+#include "display/screen_settings.h"
 
 #include <algorithm>
 #include <cstdint>
