@@ -20,7 +20,7 @@ using Text = const char *DispIcmMode::*;
 constexpr Text texts[] = {&DispIcmMode::text1, &DispIcmMode::display_profile, &DispIcmMode::text3,
                           &DispIcmMode::text4, &DispIcmMode::target_profile};
 
-struct Path {
+struct FilePath {
     char text[MAX_PATH] = {};
 
     // False when it would be too long.
@@ -35,7 +35,7 @@ struct Path {
 
 struct State {
     DispIcmMode settings; // the texts are copies
-    Path directory;       // of the display's profile, without a separator at its end
+    FilePath directory;   // of the display's profile, without a separator at its end
     HDC target;           // carries the target profile; null until it is needed
 };
 
@@ -44,10 +44,10 @@ constinit State *state = nullptr;
 
 // --- settings --------------------------------------------------------------------------------
 
-Path directory_of(const char *path) {
+FilePath directory_of(const char *path) {
     char drive[MAX_PATH] = {}, folder[MAX_PATH] = {};
     qfdSplitPathname(path, drive, folder, nullptr, nullptr);
-    Path directory;
+    FilePath directory;
     if (!directory.append(drive) || !directory.append(folder))
         return {};
     qfdDelSlash(directory.text);
@@ -55,14 +55,14 @@ Path directory_of(const char *path) {
 }
 
 // Of the display's current profile; empty when it has none.
-Path profile_directory() {
+FilePath profile_directory() {
     const DeviceContext dc(CreateDCA("DISPLAY", nullptr, nullptr, nullptr));
-    Path profile;
+    FilePath profile;
     DWORD size = sizeof profile.text;
     if (!dc || !GetICMProfileA(dc.get(), &size, profile.text))
         return {};
     profile.text[sizeof profile.text - 1] = '\0';
-    return profile.text[0] != '\0' ? directory_of(profile.text) : Path{};
+    return profile.text[0] != '\0' ? directory_of(profile.text) : FilePath{};
 }
 
 bool equal(const char *a, const char *b) {
@@ -136,7 +136,7 @@ bool matching_is_wanted() {
 }
 
 bool set_profile(HDC dc, const char *name) {
-    Path path;
+    FilePath path;
     const bool in_directory = state->directory.text[0] != '\0';
     return name != nullptr &&
            (!in_directory || (path.append(state->directory.text) && path.append("\\"))) &&
@@ -157,17 +157,19 @@ bool match_to_target(HDC dc) {
 
 } // namespace
 
-void apply_colour_management(HDC dc) {
+ManagedContext manage_colours(HDC dc) {
     // A profile that cannot be set is tried again next time, the system's other refusals are not.
+    ManagedContext managed(dc);
     if (!is_wanted(DISP32_ICM_DISPLAY_PROFILE) || !set_profile(dc, state->settings.display_profile))
-        return;
+        return managed;
     if (!turn_on(dc))
         give_up(DISP32_ICM_DISPLAY_PROFILE);
     else if (matching_is_wanted() && !match_to_target(dc))
         give_up(DISP32_ICM_MATCH_TARGET);
+    return managed;
 }
 
-void undo_colour_management(HDC dc) {
+void ManagedContextTraits::release(HDC dc) {
     if (!is_wanted(DISP32_ICM_DISPLAY_PROFILE))
         return;
     if (matching_is_wanted() && state->target != nullptr)

@@ -5,8 +5,8 @@
 #include "display/display.h"
 #include "display/gamma.h"
 #include "display/gdi_owners.h"
-#include "display/high_colour_dither.h"
 #include "display/library_palettes.h"
+#include "display/screen_settings.h"
 
 #include <iterator>
 

@@ -1,9 +1,14 @@
-// What the settings file says of the screen: gamma and high-colour dithering.
-#include "display/display.h"
+// The switch of dithering with the export that turns it, and the screen's part of the settings
+// file.
+#include "display/screen_settings.h"
 
+#include "display/display.h"
 #include "display/gamma.h"
-#include "display/high_colour_dither.h"
 #include "library/process/settings_file.h"
+
+#include <q32base/display.h>
+
+#include <utility>
 
 namespace q32::display {
 namespace {
@@ -16,7 +21,17 @@ constexpr int blue_gamma_text = 12005;
 constexpr int gamma_switch_text = 12010;
 constexpr int high_colour_dither_text = 12011;
 
+constinit int dithering = 1;
+
 } // namespace
+
+int high_colour_dither() {
+    return dithering;
+}
+
+int set_high_colour_dither(int on) {
+    return std::exchange(dithering, on);
+}
 
 void read_screen_settings() {
     const SettingsFile file;
@@ -32,3 +47,7 @@ void read_screen_settings() {
 }
 
 } // namespace q32::display
+
+int Q32_CALL disp32BeHiColorDither(int on) {
+    return q32::display::set_high_colour_dither(on);
+}

@@ -18,8 +18,8 @@ template <int side>
 using Matrix = std::array<std::uint8_t, std::size_t(side) * side>;
 
 // The places of a matrix of side 2, 4, 8 or 16 in the order of their ranks. Those of side 2 are
-// given; each of them is the corner from which a larger matrix repeats the one of half its side,
-// two apart, so that neighbouring ranks lie far from each other at every scale.
+// given. A larger matrix takes the one of half its side four times, its places two apart, once from
+// each place of side 2 on: neighbouring ranks lie far from each other at every scale.
 template <int side>
 constexpr std::array<Place, std::size_t(side) * side> places_by_rank() {
     constexpr std::array<Place, 4> corners{{{0, 0}, {1, 1}, {0, 1}, {1, 0}}};

@@ -1,6 +1,5 @@
 // Showing for AVX-512 with VBMI, 64 bytes at a time.
-#include "display/kernels/show_walks.h"
-#include "display/kernels/show_wide.h"
+#include "display/kernels/show_forms.h"
 #include "rows/kernels/table_lookup.h"
 
 namespace q32::display {
@@ -9,7 +8,7 @@ namespace {
 // One of three vectors of pixels, dealt out of channels that lie at their places, in the order in
 // which memory has them.
 template <int vector>
-V64 dealt(const Pixels<V64> &channels) {
+V64 dealt(const PixelVectors<V64> &channels) {
     static constexpr VectorBytes<V64> second = places_of<V64>(1, vector),
                                       third = places_of<V64>(2, vector);
     return select_by_top_bits_u8(
@@ -17,10 +16,14 @@ V64 dealt(const Pixels<V64> &channels) {
         select_by_top_bits_u8(as_vector<V64>(second), channels.v[1], channels.v[0]));
 }
 
-inline void store_dealt(uint8_t *pixels, const Pixels<V64> &channels) {
-    store(pixels, dealt<0>(channels));
-    store(pixels + 64, dealt<1>(channels));
-    store(pixels + 128, dealt<2>(channels));
+inline PixelVectors<V64> dealt(const PixelVectors<V64> &channels) {
+    return {{dealt<0>(channels), dealt<1>(channels), dealt<2>(channels)}};
+}
+
+inline void store_dealt(uint8_t *pixels, const PixelVectors<V64> &channels) {
+    const PixelVectors<V64> in_order = dealt(channels);
+    for (size_t i = 0; i < 3; ++i)
+        store(pixels + 64 * i, in_order.v[i]);
 }
 
 // --- colours of indices --------------------------------------------------------------------------
@@ -82,9 +85,6 @@ private:
     rows::TableLookup<V64> red_, green_, blue_;
 };
 
-// What splitting the entries costs is gained by as many pixels.
-constexpr size_t fewest_indices = 256;
-
 // --- gamma ---------------------------------------------------------------------------------------
 
 // Each channel is looked up at its places. Red and blue change theirs, which are two away from each
@@ -92,15 +92,20 @@ constexpr size_t fewest_indices = 256;
 class CorrectStep {
 public:
     static constexpr size_t units = 64, source_bytes = 3, destination_bytes = 3;
-    using Loaded = Pixels<V64>;
+    using Loaded = PixelVectors<V64>;
 
     explicit CorrectStep(const ChannelTables &tables)
         : red_(tables.red.data()), green_(tables.green.data()), blue_(tables.blue.data()) {}
 
-    Loaded load(const uint8_t *rgb) const { return Pixels<V64>::load(rgb); }
-    void store(uint8_t *bgr, const Pixels<V64> &pixels) const {
-        store_dealt(bgr, {{moved<-2>(blue_(at_places<2>(pixels))), green_(at_places<1>(pixels)),
-                           moved<2>(red_(at_places<0>(pixels)))}});
+    Loaded load(const uint8_t *rgb) const { return PixelVectors<V64>::load(rgb); }
+    void store(uint8_t *bgr, const PixelVectors<V64> &pixels) const {
+        store_dealt(bgr, at_their_places(pixels));
+    }
+
+    // A vector for each channel of the destination.
+    PixelVectors<V64> at_their_places(const PixelVectors<V64> &pixels) const {
+        return {{moved<-2>(blue_(at_places<2>(pixels))), green_(at_places<1>(pixels)),
+                 moved<2>(red_(at_places<0>(pixels)))}};
     }
 
 private:
@@ -115,54 +120,64 @@ private:
     rows::TableLookup<V64> red_, green_, blue_;
 };
 
+// The same, and dithered.
+class HighColourStep {
+public:
+    static constexpr size_t units = 64, source_bytes = 3, destination_bytes = 3;
+    using Loaded = PixelVectors<V64>;
+
+    HighColourStep(const CorrectStep &correct, const Thresholds &thresholds)
+        : correct_(correct), five_bits_(thresholds) {}
+
+    Loaded load(const uint8_t *rgb) const { return Loaded::load(rgb); }
+    void store(uint8_t *bgr, const Loaded &pixels) const {
+        const PixelVectors<V64> corrected = dealt(correct_.at_their_places(pixels));
+        for (size_t i = 0; i < 3; ++i)
+            five_bits_.store(bgr, i, corrected.v[i]);
+    }
+
+private:
+    const CorrectStep &correct_;
+    FiveBits<V64> five_bits_;
+};
+
+// --- the forms -----------------------------------------------------------------------------------
+
+struct ShowsOf64Bytes : WideShows<V64, avx2_show_kernels> {
+    static void colours_of_indices(uint8_t *rgb, const uint8_t *indices,
+                                   const ColourEntries &entries, size_t pixels) {
+        constexpr size_t fewest = 256; // what splitting the entries costs is gained by as many
+        if (pixels < fewest) {
+            avx2_show_kernels.colours_of_indices(rgb, indices, entries, pixels);
+            return;
+        }
+        const ColoursOfIndicesStep step{SplitEntries(entries)};
+        walk(pixels, ConversionStep<ColoursOfIndicesStep>{rgb, indices, step});
+    }
+
+    static void correct(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,
+                        size_t pixels) {
+        if (pixels < sizeof(V64)) {
+            avx2_show_kernels.correct(bgr, rgb, tables, pixels);
+            return;
+        }
+        const CorrectStep step(tables);
+        walk(pixels, ConversionStep<CorrectStep>{bgr, rgb, step});
+    }
+
+    static void high_colour(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,
+                            const Thresholds &thresholds, size_t pixels) {
+        if (pixels < sizeof(V64)) {
+            avx2_show_kernels.high_colour(bgr, rgb, tables, thresholds, pixels);
+            return;
+        }
+        const CorrectStep correct(tables);
+        walk_dithered<HighColourStep>(bgr, rgb, thresholds, pixels, correct);
+    }
+};
+
 } // namespace
 
-// --- entries -------------------------------------------------------------------------------------
-
-void colours_of_indices_avx512(uint8_t *rgb, const uint8_t *indices, const ColourEntries &entries,
-                               size_t pixels) {
-    const auto run_shorter = [&](uint8_t *to, const uint8_t *from, size_t count) {
-        colours_of_indices_avx2(to, from, entries, count);
-    };
-    if (pixels < fewest_indices)
-        run_shorter(rgb, indices, pixels);
-    else
-        convert_run(rgb, indices, pixels, ColoursOfIndicesStep(SplitEntries(entries)), run_shorter);
-}
-
-void bits_of_greys_avx512(uint8_t *bits, const uint8_t *greys, const Thresholds &thresholds,
-                          size_t pixels) {
-    run_bits_of_greys<V64>(bits, greys, thresholds, pixels, bits_of_greys_avx2);
-}
-
-void cube_indices_avx512(uint8_t *indices, const uint8_t *rgb, const Thresholds &thresholds,
-                         size_t pixels) {
-    run_cube_indices<V64>(indices, rgb, thresholds, pixels, cube_indices_avx2);
-}
-
-void planes_avx512(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb,
-                   const Thresholds &thresholds, size_t pixels) {
-    run_planes<V64>(planes, plane_bytes, rgb, thresholds, pixels, planes_avx2);
-}
-
-void correct_avx512(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables, size_t pixels) {
-    const auto run_shorter = [&](uint8_t *to, const uint8_t *from, size_t count) {
-        correct_avx2(to, from, tables, count);
-    };
-    if (pixels < CorrectStep::units)
-        run_shorter(bgr, rgb, pixels);
-    else
-        convert_run(bgr, rgb, pixels, CorrectStep(tables), run_shorter);
-}
-
-void high_colour_avx512(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,
-                        const Thresholds &thresholds, size_t pixels) {
-    run_high_colour<V64>(bgr, rgb, tables, thresholds, pixels, correct_avx512, high_colour_avx2);
-}
-
-void plain_high_colour_avx512(uint8_t *bgr, const uint8_t *rgb, const Thresholds &thresholds,
-                              size_t pixels) {
-    run_plain_high_colour<V64>(bgr, rgb, thresholds, pixels, plain_high_colour_avx2);
-}
+constexpr ShowKernels avx512_show_kernels = show_table<ShowsOf64Bytes>();
 
 } // namespace q32::display

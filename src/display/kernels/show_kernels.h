@@ -71,8 +71,25 @@ struct ShowKernels {
     PlainHighColour *plain_high_colour;
 };
 
-// The reference: reads like the rules. No instruction set chooses this table.
-extern const ShowKernels scalar_show_kernels;
+// The table of an instruction set: its forms are a struct with a function for each kernel.
+template <class Forms>
+constexpr ShowKernels show_table() {
+    return {
+        .colours_of_indices = Forms::colours_of_indices,
+        .grey_levels = Forms::grey_levels,
+        .bits_of_greys = Forms::bits_of_greys,
+        .cube_indices = Forms::cube_indices,
+        .planes = Forms::planes,
+        .correct = Forms::correct,
+        .high_colour = Forms::high_colour,
+        .plain_high_colour = Forms::plain_high_colour,
+    };
+}
+
+// One table for each instruction set. The scalar one is the reference and reads like the rules; the
+// forms of the others hand runs that are too short for them to the next narrower one.
+extern const ShowKernels scalar_show_kernels, sse2_show_kernels, sse41_show_kernels,
+    avx2_show_kernels, avx512_show_kernels;
 
 // The fastest forms that need no more than this instruction set.
 const ShowKernels &show_kernels(InstructionSet level);

@@ -1,5 +1,5 @@
-// Where samples lie in memory, and where in vectors: a vector for each channel, bits in the order
-// of bitmaps, thresholds beside the samples that they belong to.
+// Where samples lie in memory, and where in vectors: a vector for each channel, words in the order
+// of bitmaps and bits in theirs, thresholds beside the samples that they belong to.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
@@ -16,8 +16,8 @@ namespace {
 
 // --- order ---------------------------------------------------------------------------------------
 
-// A run is taken in pieces of what a choice of bytes can reach, so that every vector has whole
-// pixels in each. A rule gives the bytes of one piece for all.
+// A piece of a vector is what a choice of bytes can reach: a lane, or all 64 bytes. Pieces have
+// pixels of their own, so that one rule gives the bytes of each.
 template <class V, class Rule>
 constexpr VectorBytes<V> piece_by(Rule rule) {
     return vector_by<V>([=](int i) { return rule(i % reach<V>); });
@@ -47,12 +47,12 @@ struct Channels {
     V red, green, blue;
 };
 
-// The same pixels as they lie in memory. Each piece has whole pixels: in three vectors.
+// The same pixels as they lie in memory. Each piece of the three vectors has whole pixels.
 template <class V>
-struct Pixels {
+struct PixelVectors {
     V v[3];
 
-    static Pixels load(const uint8_t *at) {
+    static PixelVectors load(const uint8_t *at) {
         if constexpr (sizeof(V) == 64)
             return {simd::load<V>(at), simd::load<V>(at + 64), simd::load<V>(at + 128)};
         else
@@ -60,18 +60,18 @@ struct Pixels {
     }
 };
 
-#ifdef __SSE4_1__
-
 // Every place of a piece holds channel k of a pixel in exactly one of the three vectors, so that a
-// choice of bytes gathers a channel; in which order is seen afterwards. (The choice is by top bits
+// choice of bytes gathers a channel; the order is put right afterwards. (The choice is by top bits
 // because constant masks of 64 bytes are best made from vectors.)
 template <class V>
 constexpr VectorBytes<V> places_of(int channel, int vector) {
     return piece_by<V>([=](int p) { return (reach<V> * vector + p) % 3 == channel ? 0xFF : 0; });
 }
 
+#ifdef __SSE4_1__
+
 template <int channel, class V>
-V at_places(const Pixels<V> &pixels) {
+V at_places(const PixelVectors<V> &pixels) {
     static constexpr VectorBytes<V> from_1 = places_of<V>(channel, 1),
                                     from_2 = places_of<V>(channel, 2);
     return select_by_top_bits_u8(
@@ -87,7 +87,7 @@ V from_places(V v) {
 }
 
 template <class Order, class V>
-Channels<V> channels_of(const Pixels<V> &pixels) {
+Channels<V> channels_of(const PixelVectors<V> &pixels) {
     return {from_places<Order, 0>(at_places<0>(pixels)),
             from_places<Order, 1>(at_places<1>(pixels)),
             from_places<Order, 2>(at_places<2>(pixels))};
@@ -96,7 +96,7 @@ Channels<V> channels_of(const Pixels<V> &pixels) {
 #else
 
 // The first and the second half of 48 bytes shuffled into each other.
-inline Pixels<V16> shuffled_halves(const Pixels<V16> &p) {
+inline PixelVectors<V16> shuffled_halves(const PixelVectors<V16> &p) {
     return {{interleave_low_u8(p.v[0], _mm_srli_si128(p.v[1], 8)),
              interleave_high_u8(p.v[0], _mm_slli_si128(p.v[2], 8)),
              interleave_low_u8(p.v[1], _mm_srli_si128(p.v[2], 8))}};
@@ -105,11 +105,110 @@ inline Pixels<V16> shuffled_halves(const Pixels<V16> &p) {
 // Each time, byte i goes to 2i mod 47. After four times it is at 16i mod 47, which takes byte
 // 3p + k to p + 16k: channel k of pixel p.
 template <class Order>
-Channels<V16> channels_of(const Pixels<V16> &pixels) {
-    const Pixels<V16> sorted =
+Channels<V16> channels_of(const PixelVectors<V16> &pixels) {
+    const PixelVectors<V16> sorted =
         shuffled_halves(shuffled_halves(shuffled_halves(shuffled_halves(pixels))));
     return {sorted.v[0], sorted.v[1], sorted.v[2]};
 }
+
+#endif
+
+// --- red and blue swapped ------------------------------------------------------------------------
+
+// As words: those of the lower or upper half of each lane of a vector of bytes.
+#ifdef __SSE4_1__
+
+constexpr int swapped(int sample) {
+    return sample + 2 - 2 * (sample % 3);
+}
+
+// Taken out of memory, where they are never more than a window away: 16 bytes for each lane, or 64
+// for all.
+template <class V, int vector, int half>
+class SwappedWindows {
+public:
+    static V load(const uint8_t *rgb) {
+        if constexpr (sizeof(V) == 64)
+            return simd::load<V>(rgb + begin(0));
+        else
+            return load_lanes<V>(rgb + begin(0), size_t(begin(1) - begin(0)));
+    }
+
+    static V words(V windows) {
+#ifdef __AVX512VBMI__
+        constexpr __mmask64 low_bytes = 0x5555555555555555;
+        if constexpr (sizeof(V) == 64)
+            return _mm512_maskz_permutexvar_epi8(low_bytes, as_vector<V>(indices), windows);
+        else
+#endif
+            return shuffle_u8(windows, as_vector<V>(indices));
+    }
+
+private:
+    static constexpr int in_window = reach<V> / 2;
+
+    static constexpr int source_of(int word) {
+        return swapped(int(sizeof(V)) * vector + 16 * (word / 8) + 8 * half + word % 8);
+    }
+    // Of window 1, too, where vectors have one lane: load_lanes is given the distance and does not
+    // look at it.
+    static constexpr int begin(int window) {
+        int begin = 3 * int(sizeof(V)) - reach<V>;
+        for (int word = in_window * window; word < in_window * (window + 1); ++word)
+            begin = source_of(word) < begin ? source_of(word) : begin;
+        return begin;
+    }
+
+    static constexpr VectorBytes<V> indices = vector_by<V>([](int i) {
+        const int word = i / 2;
+        return i % 2 == 0 ? source_of(word) - begin(word / in_window) : nothing;
+    });
+};
+
+template <class V>
+struct SwappedWords {
+    V windows[3][2];
+
+    static SwappedWords load(const uint8_t *rgb) {
+        return {{{SwappedWindows<V, 0, 0>::load(rgb), SwappedWindows<V, 0, 1>::load(rgb)},
+                 {SwappedWindows<V, 1, 0>::load(rgb), SwappedWindows<V, 1, 1>::load(rgb)},
+                 {SwappedWindows<V, 2, 0>::load(rgb), SwappedWindows<V, 2, 1>::load(rgb)}}};
+    }
+    template <int vector, int half>
+    V words() const {
+        return SwappedWindows<V, vector, half>::words(windows[vector][half]);
+    }
+};
+
+#else
+
+template <class V>
+struct SwappedWords {
+    V bgr[3];
+
+    static SwappedWords load(const uint8_t *rgb) {
+        return {{swapped<0>(rgb), swapped<1>(rgb), swapped<2>(rgb)}};
+    }
+    template <int vector, int half>
+    V words() const {
+        return widen_u8_to_u16<half>(bgr[vector]);
+    }
+
+private:
+    // Red and blue come from two bytes further on and two bytes back.
+    template <int vector>
+    static V swapped(const uint8_t *rgb) {
+        static constexpr VectorBytes<V> red = places_of<V>(0, vector),
+                                        green = places_of<V>(1, vector),
+                                        blue = places_of<V>(2, vector);
+        const uint8_t *const at = rgb + sizeof(V) * vector;
+        const V here = simd::load<V>(at);
+        const V further_on = vector < 2 ? simd::load<V>(at + 2) : _mm_srli_si128(here, 2);
+        const V further_back = vector > 0 ? simd::load<V>(at - 2) : _mm_slli_si128(here, 2);
+        return (further_on & as_vector<V>(red)) | (here & as_vector<V>(green)) |
+               (further_back & as_vector<V>(blue));
+    }
+};
 
 #endif
 

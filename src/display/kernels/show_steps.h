@@ -10,6 +10,31 @@
 namespace q32::display {
 namespace {
 
+// --- palettes ------------------------------------------------------------------------------------
+
+// Its three bytes, and one that means nothing.
+inline std::uint32_t colour_of_index(uint8_t index, const ColourEntries &entries) {
+    std::uint32_t colour;
+    std::memcpy(&colour, &entries[4 * size_t(index)], sizeof colour);
+    return colour;
+}
+
+#ifdef __SSE4_1__
+// Four colours in twelve bytes, and four that mean nothing.
+inline V16 four_colours(const uint8_t *indices, const ColourEntries &entries) {
+    static constexpr LaneBytes three_of_four =
+        lane_by([](int i) { return i < 12 ? i / 3 * 4 + i % 3 : nothing; });
+    const auto colour = [=, &entries](size_t i) {
+        return int(colour_of_index(indices[i], entries));
+    };
+    V16 colours = _mm_cvtsi32_si128(colour(0));
+    colours = _mm_insert_epi32(colours, colour(1), 1);
+    colours = _mm_insert_epi32(colours, colour(2), 2);
+    colours = _mm_insert_epi32(colours, colour(3), 3);
+    return shuffle_u8(colours, as_vector<V16>(three_of_four));
+}
+#endif
+
 // --- greys ---------------------------------------------------------------------------------------
 
 template <class V>
@@ -54,12 +79,12 @@ private:
 // --- the colour cube -----------------------------------------------------------------------------
 
 // A sample steps up to the next level where its fraction, 0 to 50, reaches the threshold: where
-// sample + 51 - threshold reaches the next multiple of 51. That is at most 255, the last of them,
-// so that the sum may end there too. Thresholds beyond 51 are never reached, as 51 is not.
+// sample + (51 - threshold) reaches the next multiple of 51. Sums end at 255, which is the last of
+// them. Thresholds beyond 51 count as 51, which no fraction reaches.
 //
-// For the division, what the upper four bits tell is taken off: 3 for each 51. A multiple 51 k
-// becomes 48 k, and what lies below remains below, so that a third of the upper four bits is the
-// level.
+// The level is a 51st of the sum. The upper four bits of a multiple 51 k say 3 k: taken off, that
+// leaves 48 k, and what lies between multiples remains between. Of what is left the upper four bits
+// say 3 k to 3 k + 2, so that a third of them is the level.
 inline constexpr int cube_step = 255 / (cube_side - 1);
 
 template <class V>
@@ -111,13 +136,13 @@ template <class V>
 class CubeIndicesStep {
 public:
     static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = 1;
-    using Loaded = Pixels<V>;
+    using Loaded = PixelVectors<V>;
 
     explicit CubeIndicesStep(const Thresholds &thresholds)
         : room_(subtract_saturating_u8(repeat_u8<V>(cube_step), beside_pixels<V>(thresholds))) {}
 
-    Loaded load(const uint8_t *rgb) const { return Pixels<V>::load(rgb); }
-    void store(uint8_t *indices, const Pixels<V> &pixels) const {
+    Loaded load(const uint8_t *rgb) const { return PixelVectors<V>::load(rgb); }
+    void store(uint8_t *indices, const PixelVectors<V> &pixels) const {
         const Channels<V> channels = channels_of<InOrder>(pixels);
         simd::store(indices,
                     index_in_cube(Channels<V>{three_for_each_level(channels.red, room_),
@@ -141,7 +166,7 @@ public:
         : thresholds_(in_bit_order(beside_pixels<V>(thresholds))) {}
 
     void operator()(uint8_t *planes, size_t plane_bytes, const uint8_t *rgb) const {
-        const Channels<V> channels = channels_of<BitOrder>(Pixels<V>::load(rgb));
+        const Channels<V> channels = channels_of<BitOrder>(PixelVectors<V>::load(rgb));
         const auto red = mask_at_least_u8(channels.red, thresholds_);
         const auto green = mask_at_least_u8(channels.green, thresholds_);
         const auto blue = mask_at_least_u8(channels.blue, thresholds_);
@@ -157,183 +182,87 @@ private:
 
 // --- high colour ---------------------------------------------------------------------------------
 
-// A sample of which the lower three bits reach the threshold, 1 to 8, steps up: so it does when
-// 8 - threshold is added and those bits are cut off.
-inline constexpr int high_colour_step = 8;
-
+// Three vectors of samples in a row, cut to five bits. A sample of which the lower three bits reach
+// the threshold, 1 to 8, steps up: so it does when 8 - threshold is added and those bits are cut
+// off.
 template <class V>
-V five_bits(V samples, V room) {
-    return add_u8(samples, room) & repeat_u8<V>(0xF8);
-}
-
-template <class V>
-class Rooms {
+class FiveBits {
 public:
-    explicit Rooms(const Thresholds &thresholds)
+    explicit FiveBits(const Thresholds &thresholds)
         : room_{room(beside_samples<0, V>(thresholds)), room(beside_samples<1, V>(thresholds)),
                 room(beside_samples<2, V>(thresholds))} {}
 
-    V operator[](size_t vector) const { return room_[vector]; }
+    void store(uint8_t *at, size_t vector, V samples) const {
+        simd::store(at + vector * sizeof(V), add_u8(samples, room_[vector]) & repeat_u8<V>(0xF8));
+    }
 
 private:
-    static V room(V thresholds) {
-        return subtract_saturating_u8(repeat_u8<V>(high_colour_step), thresholds);
-    }
+    static V room(V thresholds) { return subtract_saturating_u8(repeat_u8<V>(8), thresholds); }
 
     V room_[3];
-};
-
-// Three vectors of samples in a row.
-template <class V>
-struct Samples {
-    V v[3];
-
-    static Samples load(const uint8_t *at) {
-        return {simd::load<V>(at), simd::load<V>(at + sizeof(V)),
-                simd::load<V>(at + 2 * sizeof(V))};
-    }
 };
 
 template <class V>
 class FiveBitsStep {
 public:
     static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = 3;
-    using Loaded = Samples<V>;
+    struct Loaded {
+        V v[3];
+    };
 
-    explicit FiveBitsStep(const Thresholds &thresholds) : rooms_(thresholds) {}
+    explicit FiveBitsStep(const Thresholds &thresholds) : five_bits_(thresholds) {}
 
-    Loaded load(const uint8_t *samples) const { return Samples<V>::load(samples); }
-    void store(uint8_t *destination, const Samples<V> &samples) const {
+    Loaded load(const uint8_t *samples) const {
+        return {simd::load<V>(samples), simd::load<V>(samples + sizeof(V)),
+                simd::load<V>(samples + 2 * sizeof(V))};
+    }
+    void store(uint8_t *destination, const Loaded &samples) const {
         for (size_t i = 0; i < 3; ++i)
-            simd::store(destination + i * sizeof(V), five_bits(samples.v[i], rooms_[i]));
+            five_bits_.store(destination, i, samples.v[i]);
     }
 
 private:
-    Rooms<V> rooms_;
+    FiveBits<V> five_bits_;
 };
 
-#ifdef __SSE4_1__
-
-// Samples with red and blue swapped, taken out of memory as words: those that come to lie in the
-// lower or upper half of each lane of a vector of bytes. They are never more than a window away:
-// 16 bytes for each lane, or 64 for all.
-constexpr int swapped(int sample) {
-    return sample + 2 - 2 * (sample % 3);
-}
-
-template <class V, int vector, int half>
-class SwappedWords {
-public:
-    static V load(const uint8_t *rgb) {
-        if constexpr (sizeof(V) == 64)
-            return simd::load<V>(rgb + begin(0));
-        else
-            return load_lanes<V>(rgb + begin(0), size_t(begin(1) - begin(0)));
-    }
-
-    static V words(V windows) {
-#ifdef __AVX512VBMI__
-        constexpr __mmask64 low_bytes = 0x5555555555555555;
-        if constexpr (sizeof(V) == 64)
-            return _mm512_maskz_permutexvar_epi8(low_bytes, as_vector<V>(indices), windows);
-        else
-#endif
-            return shuffle_u8(windows, as_vector<V>(indices));
-    }
-
-private:
-    static constexpr int in_window = reach<V> / 2;
-
-    static constexpr int source_of(int word) {
-        return swapped(int(sizeof(V)) * vector + 16 * (word / 8) + 8 * half + word % 8);
-    }
-    // Of a window beyond the vector's, too, for vectors of one lane.
-    static constexpr int begin(int window) {
-        int begin = 3 * int(sizeof(V)) - reach<V>;
-        for (int word = in_window * window; word < in_window * (window + 1); ++word)
-            begin = source_of(word) < begin ? source_of(word) : begin;
-        return begin;
-    }
-
-    static constexpr VectorBytes<V> indices = vector_by<V>([](int i) {
-        const int word = i / 2;
-        return i % 2 == 0 ? source_of(word) - begin(word / in_window) : nothing;
-    });
-};
-
-// Without gamma the tables hold (sample x 248 + 127) / 255: the rounded product of the sample with
-// a fraction, which 31868 / 32768 is near enough to for all samples.
+// Without gamma the tables hold (sample x 248 + 127) / 255.
 template <class V>
 V scaled_to_248(V words) {
+#ifdef __SSE4_1__
+    // The rounded product with a fraction, which 31868 / 32768 is near enough to for all samples.
     return multiply_fractions_i16(words, repeat_u16<V>(31868));
+#else
+    // 257 / 65536 of one more than the sum is its 255th part.
+    const V products = multiply_low_u16(words, repeat_u16<V>(248));
+    return multiply_high_u16(add_u16(products, repeat_u16<V>(128)), repeat_u16<V>(257));
+#endif
 }
 
 template <class V>
 class PlainHighColourStep {
 public:
     static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = 3;
-    struct Loaded {
-        V v[3][2];
-    };
+    using Loaded = SwappedWords<V>;
 
-    explicit PlainHighColourStep(const Thresholds &thresholds) : rooms_(thresholds) {}
+    explicit PlainHighColourStep(const Thresholds &thresholds) : five_bits_(thresholds) {}
 
-    Loaded load(const uint8_t *rgb) const {
-        return {{{SwappedWords<V, 0, 0>::load(rgb), SwappedWords<V, 0, 1>::load(rgb)},
-                 {SwappedWords<V, 1, 0>::load(rgb), SwappedWords<V, 1, 1>::load(rgb)},
-                 {SwappedWords<V, 2, 0>::load(rgb), SwappedWords<V, 2, 1>::load(rgb)}}};
-    }
-    void store(uint8_t *bgr, const Loaded &windows) const {
-        store_vector<0>(bgr, windows);
-        store_vector<1>(bgr, windows);
-        store_vector<2>(bgr, windows);
+    Loaded load(const uint8_t *rgb) const { return Loaded::load(rgb); }
+    void store(uint8_t *bgr, const Loaded &swapped) const {
+        store_vector<0>(bgr, swapped);
+        store_vector<1>(bgr, swapped);
+        store_vector<2>(bgr, swapped);
     }
 
 private:
     template <int vector>
-    void store_vector(uint8_t *bgr, const Loaded &windows) const {
-        const V low = SwappedWords<V, vector, 0>::words(windows.v[vector][0]);
-        const V high = SwappedWords<V, vector, 1>::words(windows.v[vector][1]);
-        const V samples = pack_i16_to_u8_in_lanes(scaled_to_248(low), scaled_to_248(high));
-        simd::store(bgr + vector * sizeof(V), five_bits(samples, rooms_[vector]));
+    void store_vector(uint8_t *bgr, const Loaded &swapped) const {
+        const V low = scaled_to_248(swapped.template words<vector, 0>());
+        const V high = scaled_to_248(swapped.template words<vector, 1>());
+        five_bits_.store(bgr, vector, pack_i16_to_u8_in_lanes(low, high));
     }
 
-    Rooms<V> rooms_;
+    FiveBits<V> five_bits_;
 };
-
-#else
-
-// Without gamma the tables hold (sample x 248 + 127) / 255; 257 / 65536 of one more is that.
-template <class V>
-V scaled_to_248(V words) {
-    const V products = multiply_low_u16(words, repeat_u16<V>(248));
-    return multiply_high_u16(add_u16(products, repeat_u16<V>(128)), repeat_u16<V>(257));
-}
-
-// The swapping is another's part.
-template <class V>
-class PlainHighColourStep {
-public:
-    static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = 3;
-    using Loaded = Samples<V>;
-
-    explicit PlainHighColourStep(const Thresholds &thresholds) : rooms_(thresholds) {}
-
-    Loaded load(const uint8_t *samples) const { return Samples<V>::load(samples); }
-    void store(uint8_t *destination, const Samples<V> &samples) const {
-        for (size_t i = 0; i < 3; ++i) {
-            const V low = scaled_to_248(widen_u8_to_u16<0>(samples.v[i]));
-            const V high = scaled_to_248(widen_u8_to_u16<1>(samples.v[i]));
-            simd::store(destination + i * sizeof(V),
-                        five_bits(pack_i16_to_u8_in_lanes(low, high), rooms_[i]));
-        }
-    }
-
-private:
-    Rooms<V> rooms_;
-};
-
-#endif
 
 } // namespace
 } // namespace q32::display

@@ -1,16 +1,41 @@
-// Strips of indices, through a palette, and strips of colours. Both are described in the bitmap
-// description of the process.
+// Strips of indices, through a palette, and strips of colours, and the one description of bitmaps
+// that the process has for both.
 #include "display/runs/dib_drawing.h"
 
-#include "display/bitmap_info.h"
 #include "display/palettes.h"
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <span>
 
 namespace q32::display {
 namespace {
+
+// --- the description -------------------------------------------------------------------------
+
+struct BitmapInfo {
+    // Places in the selected palette, or colours. Whoever writes colours puts the places back.
+    union Table {
+        std::array<WORD, 256> places;
+        std::array<RGBQUAD, 256> colours;
+    };
+
+    BITMAPINFOHEADER header;
+    Table table;
+};
+static_assert(sizeof(BitmapInfo) == 40 + 256 * 4);
+
+constexpr std::array<WORD, 256> all_places = [] {
+    std::array<WORD, 256> places{};
+    std::iota(places.begin(), places.end(), WORD{0});
+    return places;
+}();
+
+constinit BitmapInfo description{.header = {.biSize = sizeof(BITMAPINFOHEADER), .biPlanes = 1},
+                                 .table = {.places = all_places}};
+
+// --- drawing ---------------------------------------------------------------------------------
 
 // A palette in a device context, which gets its own back.
 class SelectedPalette {
@@ -34,13 +59,13 @@ private:
 };
 
 bool set_bits(const Band &band, const Strip &strip, int bits_per_pixel, int colours, UINT usage) {
-    BitmapInfo &shared = shared_bitmap_info();
-    shared.header.biWidth = band.width;
-    shared.header.biHeight = band.rows;
-    shared.header.biBitCount = WORD(bits_per_pixel);
-    shared.header.biClrUsed = DWORD(colours);
+    description.header.biWidth = band.width;
+    description.header.biHeight = band.rows;
+    description.header.biBitCount = WORD(bits_per_pixel);
+    description.header.biClrUsed = DWORD(colours);
+    const auto *const info = reinterpret_cast<const BITMAPINFO *>(&description);
     return SetDIBitsToDevice(band.dc, band.left, band.top, DWORD(band.width), DWORD(band.rows), 0,
-                             0, 0, UINT(band.rows), strip.held_bytes(), shared.info(), usage) != 0;
+                             0, 0, UINT(band.rows), strip.held_bytes(), info, usage) != 0;
 }
 
 // Where colours are managed, the system wants colours and not their places in a palette.
@@ -49,12 +74,11 @@ bool set_bits_in_colours_of(HPALETTE palette, int entries, const Band &band, con
     const int count = std::min(entries, int(colours.size()));
     read_entries(palette, std::span(colours).first(std::size_t(count)));
 
-    BitmapInfo &shared = shared_bitmap_info();
-    std::transform(colours.begin(), colours.end(), shared.table.colours.begin(),
+    std::transform(colours.begin(), colours.end(), description.table.colours.begin(),
                    [](const PALETTEENTRY &colour) {
                        return RGBQUAD{colour.peBlue, colour.peGreen, colour.peRed, 0};
                    });
-    const ScopeGuard places_again([&shared] { shared.put_places_back(); });
+    const ScopeGuard places_again([] { description.table.places = all_places; });
     return set_bits(band, strip, 8, entries, DIB_RGB_COLORS);
 }
 

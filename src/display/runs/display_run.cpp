@@ -78,11 +78,6 @@ bool DisplayRun::draw_held() {
     return true;
 }
 
-void DisplayRun::manage_colours() {
-    apply_colour_management(opening_.dc);
-    managed_.reset(opening_.dc);
-}
-
 Strip::Fill DisplayRun::fill() const {
     return is_top_down() ? path_.target.fill : opposite(path_.target.fill);
 }

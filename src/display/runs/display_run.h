@@ -6,14 +6,6 @@
 
 namespace q32::display {
 
-// A device context in which colours are managed.
-struct ManagedContextTraits {
-    using Value = HDC;
-    static Value none() { return nullptr; }
-    static void release(HDC dc) { undo_colour_management(dc); }
-};
-using ManagedContext = Owner<ManagedContextTraits>;
-
 // What a handle is the address of. Made with open_run.
 class DisplayRun {
 public:
@@ -31,7 +23,7 @@ public:
     bool draw_held();
 
     // Until the run has given back all else.
-    void manage_colours();
+    void manage_colours() { managed_ = display::manage_colours(opening_.dc); }
 
     // False when it is neither 1, top down, nor -1, bottom up.
     bool set_direction(int direction);

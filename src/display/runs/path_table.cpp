@@ -1,8 +1,8 @@
 // The table of paths.
 #include "display/runs/path_table.h"
 
-#include "display/high_colour_dither.h"
 #include "display/library_palettes.h"
+#include "display/screen_settings.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -13,8 +13,8 @@ namespace {
 
 // --- what a path depends on ------------------------------------------------------------------
 
-// Numbers below 32, a bit each.
-using Set = std::uint32_t;
+// Numbers below 64, a bit each.
+using Set = std::uint64_t;
 
 template <typename... Numbers>
 constexpr Set set(Numbers... numbers) {
@@ -22,7 +22,7 @@ constexpr Set set(Numbers... numbers) {
 }
 
 bool contains(Set set, int number) {
-    return number >= 0 && number < 32 && (set >> number & 1) != 0;
+    return number >= 0 && number < 64 && (set >> number & 1) != 0;
 }
 
 constexpr Set bits = set(1), bytes = set(8), colours = set(16, 24);

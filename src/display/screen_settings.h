@@ -1,4 +1,5 @@
-// The switch of dithering on high-colour displays.
+// How the screen is treated beside its gamma: the switch of dithering on high-colour displays.
+// Reading the settings file is display.h's.
 #pragma once
 
 namespace q32::display {
