@@ -1,6 +1,11 @@
 // How a run is walked in steps of several vectors: the one place that knows about ends. Which step,
 // and what it makes of its pixels, is the kernels' part.
 //
+// The rule for all tables of AVX2: runs that are too short for 32 bytes are made 16 bytes at a time
+// by forms of the same file, never by those for SSE2 or SSE4.1. 32-bit programs on some processors
+// run instructions of that encoding at a quarter of their speed once the upper halves of registers
+// have been used, whatever has cleared them since.
+//
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
@@ -71,23 +76,6 @@ inline void convert_run(uint8_t *destination, const uint8_t *source, size_t unit
     else
         walk(units, ConversionStep<Conversion>{destination, source, conversion});
 }
-
-#ifdef __AVX2__
-
-// The rule for all tables of AVX2: runs that are too short for 32 bytes are made 16 bytes at a time
-// by forms of the same file, never by those for SSE2 or SSE4.1. 32-bit programs on some processors
-// run instructions of that encoding at a quarter of their speed once the upper halves of registers
-// have been used, whatever has cleared them since.
-template <template <class> class ConversionOf, class Shorter, class... Arguments>
-inline void convert_run_avx2(uint8_t *destination, const uint8_t *source, size_t units,
-                             Shorter shorter, const Arguments &...arguments) {
-    convert_run(destination, source, units, ConversionOf<V32>(arguments...),
-                [&](uint8_t *to, const uint8_t *from, size_t count) {
-                    convert_run(to, from, count, ConversionOf<V16>(arguments...), shorter);
-                });
-}
-
-#endif
 
 } // namespace
 } // namespace simd
