@@ -3,7 +3,7 @@
 // whole frames would cost more than the resampling.
 #include "resample/frame_rows.h"
 
-#include "resample/kernels/row_window.h"
+#include "resample/kernels/row_resampler.h"
 #include "rows/rows.h"
 
 #include <windows.h>

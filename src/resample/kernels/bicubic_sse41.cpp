@@ -1,5 +1,5 @@
 // Bicubic interpolation for SSE4.1, 16 bytes at a time.
-#include "resample/kernels/bicubic_wide.h"
+#include "resample/kernels/bicubic_forms.h"
 
 namespace q32::resample {
 

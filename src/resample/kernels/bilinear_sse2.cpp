@@ -1,5 +1,5 @@
 // Bilinear interpolation for SSE2.
-#include "resample/kernels/bilinear_wide.h"
+#include "resample/kernels/bilinear_forms.h"
 #include "resample/kernels/resample_tables.h"
 
 namespace q32::resample {

@@ -1,7 +1,7 @@
 // A block of source pixels resampled into a block of destination pixels: rows of plain memory.
 #pragma once
 
-#include "resample/kernels/row_window.h"
+#include "resample/kernels/row_resampler.h"
 
 namespace q32::resample {
 

@@ -1,8 +1,8 @@
 // Resampling as plain functions over pointers and counts, in two stages: a source row is brought to
 // the destination's columns once (across), and a destination row is made of one such line or of
 // several (down). One table for each instruction set. Checks no argument, reports nothing,
-// allocates nothing; that is the drivers' part. row_window.h keeps lines from one destination row
-// to the next.
+// allocates nothing; that is the drivers' part. row_resampler.h keeps lines from one destination
+// row to the next.
 //
 // Every form gives the bytes of its scalar form, for all inputs, lengths and alignments. It reads
 // no byte outside the source row that it is given and writes none outside its destination row.

@@ -1,5 +1,5 @@
 // Values of the progress messages, and when rows send them.
-#include "resample/resample_progress.h"
+#include "resample/progress.h"
 
 #include <q32comm.h>
 

@@ -9,7 +9,7 @@
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
 #include "resample/cell_tables.h"
-#include "resample/kernels/row_window.h"
+#include "resample/kernels/row_resampler.h"
 #include "resample/reused_block.h"
 
 #include <algorithm>

@@ -5,7 +5,7 @@
 #include "buffer/buffer_lock.h"
 #include "library/process/owners.h"
 #include "library/process/process.h"
-#include "resample/kernels/row_window.h"
+#include "resample/kernels/row_resampler.h"
 #include "resample/position_tables.h"
 #include "resample/written_rows.h"
 #include "rows/rows.h"
