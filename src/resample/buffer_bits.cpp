@@ -48,7 +48,7 @@ public:
 
     bool allocate() {
         const std::size_t index_bytes = width() * sizeof(std::int32_t);
-        const std::size_t plan_bytes = RowWindow::work_bytes(*kernels().nearest, width(), 1);
+        const std::size_t plan_bytes = RowResampler::work_bytes(*kernels().nearest, width(), 1);
         auto *at = global_alloc<std::uint8_t>(
             GMEM_ZEROINIT, index_bytes + plan_bytes + stored_bytes_ + source_width() + width());
         block_.reset(at);
@@ -67,12 +67,12 @@ public:
         const Positions columns = tables_.columns(), rows = tables_.rows();
         for (std::size_t x = 0; x < width(); ++x)
             index_[x] = nearest_to(columns, x, source.width);
-        RowWindow window(*kernels().nearest, plan_, {index_, nullptr, width()}, {0, source.width},
-                         1);
+        RowResampler resampler(*kernels().nearest, plan_, {index_, nullptr, width()},
+                               {0, source.width}, 1);
         const auto fetch = [&](int row) { return read(row); };
         return write_rows(job_, int(rows.count), stops, BUF32_LINE_WRITE_BITS, row_, [&](int y) {
-            return window.make_row(row_, nearest_to(rows, std::size_t(y), source.height), 0,
-                                   {0, source.height}, fetch);
+            return resampler.make_row(row_, nearest_to(rows, std::size_t(y), source.height), 0,
+                                      {0, source.height}, fetch);
         });
     }
 

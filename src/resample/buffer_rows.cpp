@@ -76,8 +76,8 @@ struct WorkRows {
 bool make_rows(const BufferJob &job, const PositionTables &tables, const StoredRow &stored_row,
                const Method &method) {
     // As they are now: the callback may change the source.
-    const Extent source_columns = {0, job.source_info().width};
-    const Extent source_rows = {0, job.source_info().height};
+    const Span source_columns = {0, job.source_info().width};
+    const Span source_rows = {0, job.source_info().height};
     const int stored_bytes = job.source_info().bytes_per_pixel;
     const bool is_wide = method.through_24_bits;
     const int pixel_bytes = is_wide ? wide_pixel_bytes : stored_bytes;
@@ -87,12 +87,14 @@ bool make_rows(const BufferJob &job, const PositionTables &tables, const StoredR
     const std::size_t row_bytes =
         std::max(columns.count * std::size_t(stored_bytes), stored_row_bytes(job.destination));
     WorkRows work;
-    if (!work.allocate(RowWindow::work_bytes(method.chosen_kernels(), columns.count, pixel_bytes),
-                       is_wide ? std::size_t(source_columns.count) * wide_pixel_bytes : 0,
-                       is_wide ? columns.count * wide_pixel_bytes : 0, row_bytes))
+    if (!work.allocate(
+            RowResampler::work_bytes(method.chosen_kernels(), columns.count, pixel_bytes),
+            is_wide ? std::size_t(source_columns.count) * wide_pixel_bytes : 0,
+            is_wide ? columns.count * wide_pixel_bytes : 0, row_bytes))
         return fail(site::no_work_rows);
 
-    RowWindow window(method.chosen_kernels(), work.window, columns, source_columns, pixel_bytes);
+    RowResampler resampler(method.chosen_kernels(), work.window, columns, source_columns,
+                           pixel_bytes);
     const auto fetch = [&](int source_row) -> const std::uint8_t * {
         const std::uint8_t *const stored = stored_row.read(source_row);
         if (stored == nullptr || !is_wide)
@@ -101,8 +103,8 @@ bool make_rows(const BufferJob &job, const PositionTables &tables, const StoredR
         return work.wide_source;
     };
     return write_rows(job, int(rows.count), stops, BUF32_LINE_WRITE, work.row, [&](int y) {
-        if (!window.make_row(is_wide ? work.wide : work.row, rows.index[y], rows.fraction[y],
-                             source_rows, fetch))
+        if (!resampler.make_row(is_wide ? work.wide : work.row, rows.index[y], rows.fraction[y],
+                                source_rows, fetch))
             return false;
         if (is_wide)
             rows::kernels().rgb888_to_555(work.row, work.wide, columns.count);

@@ -21,8 +21,8 @@ public:
     // returns false when that fails.
     bool begin(const Positions &columns, const Positions &rows);
 
-    Extent columns() const { return columns_; }
-    Extent rows() const { return {0, record_.info.height}; }
+    Span columns() const { return columns_; }
+    Span rows() const { return {0, record_.info.height}; }
 
     // The pixels of a row, from the first of the columns on, as long as no other row is asked for.
     // Rows are asked for from top to bottom. Reports and returns null when it cannot be read.
@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    Extent read_by(const Positions &positions, int image) const;
+    Span read_by(const Positions &positions, int image) const;
     bool passes_over_rows() const;
     int most_rows_at_once() const;
     void prefetch_behind(int row);
@@ -49,11 +49,11 @@ private:
     std::uint8_t *pixels_ = nullptr;
     std::size_t stride_ = 0;
 
-    Extent columns_ = {};
+    Span columns_ = {};
     Positions rows_ = {};  // of the destination
     std::size_t next_ = 0; // of them, whose source rows have not been prefetched
     bool passes_over_rows_ = false;
-    Extent rows_read_ = {};
+    Span rows_read_ = {};
     int rows_at_once_ = 0;
     int first_row_ = 0, end_row_ = 0; // at hand
 };

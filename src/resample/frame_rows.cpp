@@ -27,7 +27,7 @@ GlobalBlock allocate_work(const MethodKernels &kernels, std::size_t columns, int
     if (columns > most_columns)
         return {};
     return GlobalBlock(
-        GlobalAlloc(GMEM_FIXED, RowWindow::work_bytes(kernels, columns, samples) + extra_bytes));
+        GlobalAlloc(GMEM_FIXED, RowResampler::work_bytes(kernels, columns, samples) + extra_bytes));
 }
 
 GlobalBlock allocate_wide_row(int columns) {
@@ -56,9 +56,9 @@ void widen_and_narrow(const Frame &frame) {
 }
 
 // Row by row: through 24 bits, or with fractions that have to be shifted.
-void make_rows(const Frame &frame, RowWindow &window, int shift) {
-    const SourceBlock &source = frame.source;
-    const DestinationBlock &destination = frame.destination;
+void make_rows(const Frame &frame, RowResampler &resampler, int shift) {
+    const SourceImage &source = frame.source;
+    const DestinationImage &destination = frame.destination;
     const WideRows *const wide = frame.wide_rows;
 
     const auto source_row = [&](int row) -> const std::uint8_t * {
@@ -71,8 +71,8 @@ void make_rows(const Frame &frame, RowWindow &window, int shift) {
     for (std::size_t y = 0; y < destination.rows.count; ++y) {
         std::uint8_t *const stored = destination.row(y);
         std::uint8_t *const computed = wide == nullptr ? stored : wide->destination();
-        window.make_row(computed, destination.rows.index[y], destination.rows.fraction[y] >> shift,
-                        source.rows, source_row);
+        resampler.make_row(computed, destination.rows.index[y],
+                           destination.rows.fraction[y] >> shift, source.rows, source_row);
         if (wide != nullptr)
             rows::kernels().rgb888_to_555(stored, computed, destination.columns.count);
     }
@@ -93,7 +93,7 @@ int resample_frame_rows(const Frame &frame, const Method &method) {
     const bool is_wide = frame.wide_rows != nullptr && method.through_24_bits;
     const int samples = is_wide ? int(wide_pixel_bytes) : frame.pixel_bytes;
     const int shift = fraction_shift(method);
-    DestinationBlock destination = frame.destination;
+    DestinationImage destination = frame.destination;
     Positions &columns = destination.columns;
 
     // The shifted fractions lie before the kernels' memory.
@@ -110,13 +110,13 @@ int resample_frame_rows(const Frame &frame, const Method &method) {
     }
     void *const work = memory + fraction_bytes;
     if (!is_wide && shift == 0) {
-        resample_block(kernels, destination, frame.source, samples, work);
+        resample_image(kernels, destination, frame.source, samples, work);
         if (frame.wide_rows != nullptr)
             widen_and_narrow(frame);
         return 1;
     }
-    RowWindow window(kernels, work, columns, frame.source.columns, samples);
-    make_rows(frame, window, shift);
+    RowResampler resampler(kernels, work, columns, frame.source.columns, samples);
+    make_rows(frame, resampler, shift);
     return 1;
 }
 

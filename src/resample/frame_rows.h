@@ -2,7 +2,7 @@
 #pragma once
 
 #include "library/process/owners.h"
-#include "resample/kernels/blocks.h"
+#include "resample/kernels/row_resampler.h"
 #include "resample/methods.h"
 
 #include <cstdint>
@@ -24,8 +24,8 @@ private:
 };
 
 struct Frame {
-    DestinationBlock destination;
-    SourceBlock source;
+    DestinationImage destination;
+    SourceImage source;
     int pixel_bytes;           // as they are stored, on both sides
     const WideRows *wide_rows; // null: pixels do not go through 24 bits
 };

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "library/process/kernel_choice.h"
-#include "resample/kernels/resample_tables.h"
+#include "resample/kernels/resample_kernels.h"
 
 namespace q32::resample {
 

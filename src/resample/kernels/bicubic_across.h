@@ -290,11 +290,11 @@ bool has_limit(V words) {
     return top_bits(equal_u16(words, repeat_u16<V>(most_of_word))) != 0;
 }
 
-// Makes parts of a line for a run of steps. Answers whether words are at their limit.
+// Makes parts of a line, step after step. Answers whether words are at their limit.
 template <class Form, Parts parts>
-[[gnu::noinline]] bool run_steps(const Line<uint8_t> &line, Plan &plan,
-                                 const SourceRow &source_in_memory, std::size_t first,
-                                 std::size_t end) {
+[[gnu::noinline]] bool make_steps(const Line<uint8_t> &line, Plan &plan,
+                                  const SourceRow &source_in_memory, std::size_t first,
+                                  std::size_t end) {
     constexpr std::size_t bytes = bytes_of_step<Form::samples>;
     const SourceRow source = source_in_memory;
     const auto *step = plan.step<Form::samples>() + first;
@@ -334,12 +334,10 @@ void store_zeros(uint8_t *to, std::size_t bytes) {
 }
 
 // Which parts a call makes, as an argument.
-template <Parts p>
-struct Making {
-    static constexpr Parts parts = p;
-};
+template <Parts parts>
+using Making = std::integral_constant<Parts, parts>;
 
-// make(Making<parts>(), first step, end) makes steps as run_steps does. Below a line with much
+// make(Making<parts>(), first step, end) makes steps as make_steps does. Below a line with much
 // excess it is expected, and made at once.
 template <int samples, class V, class Make>
 void make_line(const Line<uint8_t> &line, Plan &plan, const Make &make) {
@@ -365,8 +363,8 @@ void make_line(const Line<uint8_t> &line, Plan &plan, const Make &make) {
 template <TapsFrom from, class V>
 void make_line_of_singles(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
     make_line<1, V>(line, plan, [&](auto making, std::size_t first, std::size_t end) {
-        constexpr Parts parts = decltype(making)::parts;
-        return run_steps<Singles<from, V>, parts>(line, plan, source, first, end);
+        constexpr Parts parts = making;
+        return make_steps<Singles<from, V>, parts>(line, plan, source, first, end);
     });
 }
 
@@ -375,41 +373,34 @@ void make_line_of_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *r
     fill_edges<samples>(plan.edges, row, plan.row_bytes);
     const SourceRow source{row, plan.edges.bytes};
     make_line<samples, V>(line, plan, [&](auto making, std::size_t first, std::size_t end) {
-        constexpr Parts parts = decltype(making)::parts;
+        constexpr Parts parts = making;
         const std::size_t in_row = std::clamp(plan.first_in_row, first, end);
         const std::size_t beyond = std::clamp(plan.end_in_row, first, end);
         using InRow = Pixels<samples, true, V>;
         using Anywhere = Pixels<samples, false, V>;
         bool limit = false;
         if (first < in_row)
-            limit |= run_steps<Anywhere, parts>(line, plan, source, first, in_row);
+            limit |= make_steps<Anywhere, parts>(line, plan, source, first, in_row);
         if (in_row < beyond)
-            limit |= run_steps<InRow, parts>(line, plan, source, in_row, beyond);
+            limit |= make_steps<InRow, parts>(line, plan, source, in_row, beyond);
         if (beyond < end)
-            limit |= run_steps<Anywhere, parts>(line, plan, source, beyond, end);
+            limit |= make_steps<Anywhere, parts>(line, plan, source, beyond, end);
         return limit;
     });
 }
 
-template <class V>
-void across(void *memory, void *plan_memory, const uint8_t *row) {
-    Plan &plan = *static_cast<Plan *>(plan_memory);
-    const Line<uint8_t> line(plan.layout, static_cast<uint8_t *>(memory));
-    switch (plan.samples) {
-    case 1:
+template <int samples, class V>
+void make_line_of(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
+    if constexpr (samples > 1)
+        return make_line_of_pixels<samples, V>(line, plan, row);
 #ifdef __SSE4_1__
-        if (plan.windows)
-            return make_line_of_singles<TapsFrom::windows, V>(
-                line, plan, row_of_windows(plan.edges, row, plan.row_bytes));
+    if (plan.windows)
+        return make_line_of_singles<TapsFrom::windows, V>(
+            line, plan, row_of_windows(plan.edges, row, plan.row_bytes));
 #else
-        fill_edges<1>(plan.edges, row, plan.row_bytes);
+    fill_edges<samples>(plan.edges, row, plan.row_bytes);
 #endif
-        return make_line_of_singles<TapsFrom::fours, V>(line, plan, {row, plan.edges.bytes});
-    case 3:
-        return make_line_of_pixels<3, V>(line, plan, row);
-    default:
-        return make_line_of_pixels<4, V>(line, plan, row);
-    }
+    make_line_of_singles<TapsFrom::fours, V>(line, plan, {row, plan.edges.bytes});
 }
 
 } // namespace

@@ -3,6 +3,6 @@
 
 namespace q32::resample {
 
-constexpr MethodKernels bicubic_avx2 = wide_bicubic<V32>;
+constexpr MethodKernels avx2_bicubic_kernels = method_kernels<WideBicubic<V32>>();
 
 } // namespace q32::resample

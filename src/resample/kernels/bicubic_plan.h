@@ -5,7 +5,7 @@
 #pragma once
 
 #include "resample/kernels/cubic_weights.h"
-#include "resample/kernels/resample_kernels.h"
+#include "resample/kernels/method_forms.h"
 #include "simd/operations.h"
 
 #include <algorithm>
@@ -105,15 +105,20 @@ struct alignas(work_alignment) Plan {
     const std::size_t steps; // single samples are taken in pairs of steps
     const LineLayout layout;
     bool windows = false; // single samples: four columns have one of sizeof(V16) bytes
-    std::size_t first_in_row = 0, end_in_row = 0; // pixels: a run of steps that need no edges
+    std::size_t first_in_row = 0, end_in_row = 0; // of pixels: steps that need no edges
     bool expects_excess = false;                  // so had the line before
     Edges edges{};
     uint8_t no_excess[samples_per_chunk * sizeof(std::int16_t)]{};
 
-    Plan(std::size_t columns, Extent source, int pixel_samples)
+    Plan(std::size_t columns, Span source, int pixel_samples)
         : samples(pixel_samples), row_bytes(source.count * samples),
           row_samples(columns * std::size_t(samples)), steps(steps_of(columns, samples)),
           layout(columns, samples) {}
+
+    static std::size_t bytes(std::size_t columns, int samples) {
+        return sizeof(Plan) +
+               steps_of(columns, samples) * (samples == 1 ? sizeof(SingleStep) : sizeof(Step));
+    }
 
     static std::size_t steps_of(std::size_t columns, int samples) {
         const std::size_t at_once = samples == 1 ? 2 * columns_per_step : columns_per_step;
@@ -126,15 +131,6 @@ struct alignas(work_alignment) Plan {
         return reinterpret_cast<StepOf *>(this + 1);
     }
 };
-
-std::size_t plan_bytes(std::size_t columns, int samples) {
-    return sizeof(Plan) +
-           Plan::steps_of(columns, samples) * (samples == 1 ? sizeof(SingleStep) : sizeof(Step));
-}
-
-std::size_t line_bytes(std::size_t columns, int samples) {
-    return LineLayout(columns, samples).bytes();
-}
 
 // --- making one ---------------------------------------------------------------------------------
 
@@ -154,7 +150,7 @@ std::int32_t offset_of_taps(int pixel, int row_bytes) {
 // Calls place(step, source pixels of its columns) for each step. Beyond the last column that one is
 // repeated.
 template <int samples, class Place>
-void make_steps(Plan &plan, const Positions &columns, Extent source, const Place &place) {
+void plan_steps(Plan &plan, const Positions &columns, Span source, const Place &place) {
     auto *step = plan.step<samples>();
     for (std::size_t s = 0; s < plan.steps; ++s) {
         int pixel[columns_per_step];
@@ -163,7 +159,7 @@ void make_steps(Plan &plan, const Positions &columns, Extent source, const Place
             const WeightPairs &weights = weight_pairs[phase_of(columns.fraction[x] & 0xFF)];
             step[s].even[k] = weights.even;
             step[s].odd[k] = weights.odd;
-            pixel[k] = source.cut(columns.index[x]) - source.first;
+            pixel[k] = source.distance(columns.index[x]);
         }
         place(step[s], pixel);
     }
@@ -171,8 +167,8 @@ void make_steps(Plan &plan, const Positions &columns, Extent source, const Place
 
 // Taps that are read one column at a time.
 template <int samples>
-void place_columns(Plan &plan, const Positions &columns, Extent source) {
-    make_steps<samples>(plan, columns, source, [&](Step &step, const int *pixel) {
+void place_columns(Plan &plan, const Positions &columns, Span source) {
+    plan_steps<samples>(plan, columns, source, [&](Step &step, const int *pixel) {
         for (int k = 0; k < columns_per_step; ++k)
             step.offset[k] = offset_of_taps<samples>(pixel[k], plan.row_bytes);
     });
@@ -186,7 +182,7 @@ inline bool needs_edges(const Step &step) {
 }
 
 template <int samples>
-void find_run_in_row(Plan &plan) {
+void find_steps_in_row(Plan &plan) {
     const Step *step = plan.step<samples>();
     std::size_t at = 0;
     while (at < plan.steps && needs_edges(step[at]))
@@ -251,36 +247,32 @@ inline void place_in_fours(const Plan &plan, const int *pixel, SingleStep &step)
                  add_u8(begins, tap_masks(load_16(first + k), repeat_u8<V16>(3))));
 }
 
-inline void place_singles(Plan &plan, const Positions &columns, Extent source) {
+inline void place_singles(Plan &plan, const Positions &columns, Span source) {
     plan.windows = true;
-    make_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
+    plan_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
         plan.windows &= place_windows(plan, pixel, step);
     });
     if (!plan.windows)
-        make_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
+        plan_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
             place_in_fours(plan, pixel, step);
         });
 }
 
 #else
 
-inline void place_singles(Plan &plan, const Positions &columns, Extent source) {
+inline void place_singles(Plan &plan, const Positions &columns, Span source) {
     place_columns<1>(plan, columns, source);
 }
 
 #endif
 
-void make_plan(void *memory, const Positions &columns, Extent source, int samples) {
-    Plan &plan = *new (memory) Plan(columns.count, source, samples);
-    switch (samples) {
-    case 1:
-        return place_singles(plan, columns, source);
-    case 3:
-        place_columns<3>(plan, columns, source);
-        return find_run_in_row<3>(plan);
-    default:
-        place_columns<4>(plan, columns, source);
-        return find_run_in_row<4>(plan);
+template <int samples>
+void plan_columns(Plan &plan, const Positions &columns, Span source) {
+    if constexpr (samples == 1) {
+        place_singles(plan, columns, source);
+    } else {
+        place_columns<samples>(plan, columns, source);
+        find_steps_in_row<samples>(plan);
     }
 }
 

@@ -7,7 +7,6 @@
 #pragma once
 
 #include "resample/kernels/nearest_moves.h"
-#include "simd/operations.h"
 
 #include <array>
 #include <cstring>
@@ -15,10 +14,6 @@
 
 namespace q32::resample {
 namespace {
-
-constexpr std::size_t lane_bytes = sizeof(V16);
-
-constexpr std::size_t most_window_bytes = 256; // in a row: what a byte can count
 
 // A shuffle chooses within lanes, so that every window of every lane has choices of its own: bytes
 // that lie in another window come out as 0.
@@ -48,30 +43,7 @@ struct Windows<V64> {
 
 // --- the plan -----------------------------------------------------------------------------------
 
-// Followed by the offsets of all columns, where the windows of each stretch of the row begin, and
-// for each vector which bytes of them to take. The last vector ends with the row, and makes bytes
-// of the one before it again.
-struct Plan {
-    using MakeRow = void(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row);
-
-    MakeRow *make_row;
-    std::size_t columns;
-    std::size_t bytes; // of a destination row
-    std::size_t source_bytes;
-    int pixel_bytes;
-    std::size_t windows;
-    std::size_t with_a_byte_more; // when pixels are moved
-    Offset *starts;
-    std::uint8_t *choices;
-    // A source row that is shorter than the windows is read from here.
-    alignas(lane_bytes) std::uint8_t narrow_row[most_window_bytes];
-
-    Offset *offsets() { return reinterpret_cast<Offset *>(this + 1); }
-    const Offset *offsets() const { return reinterpret_cast<const Offset *>(this + 1); }
-};
-
-constexpr std::size_t spare_offsets = lane_bytes; // may be read behind the last
-
+// The last vector ends with the row, and makes bytes of the one before it again.
 template <class V>
 constexpr std::size_t vectors(std::size_t row_bytes) {
     return (row_bytes + sizeof(V) - 1) / sizeof(V);
@@ -91,33 +63,7 @@ template <class V>
 void lay_out(Plan &plan) {
     plan.starts = plan.offsets() + plan.columns + spare_offsets;
     plan.choices = static_cast<std::uint8_t *>(
-        first_aligned(plan.starts + starts_of_vector<V> * vectors<V>(plan.bytes)));
-}
-
-// --- offsets ------------------------------------------------------------------------------------
-
-// Returns whether they ascend.
-inline bool make_offsets(Offset *offsets, const Positions &columns, Extent source,
-                         int pixel_bytes) {
-    constexpr std::size_t step = sizeof(V16) / sizeof(Offset);
-    const V16 first = repeat_u32<V16>(source.first), last = repeat_u32<V16>(source.last());
-    const V16 factor = repeat_u32<V16>(pixel_bytes);
-    const auto indices = [&](std::size_t x) { return load_16(columns.index + x); };
-    V16 descents = zero<V16>();
-    std::size_t x = 0;
-    for (; x + step < columns.count; x += step) {
-        const V16 here = indices(x);
-        descents = descents | _mm_cmpgt_epi32(here, indices(x + 1));
-        const V16 pixels = subtract_u32(min_i32(max_i32(here, first), last), first);
-        store_16(offsets + x, multiply_low_u32(pixels, factor));
-    }
-    std::fill_n(offsets + columns.count, spare_offsets, Offset(0));
-    bool ascend = top_bits(descents) == 0;
-    for (; x < columns.count; ++x) {
-        offsets[x] = offset_of(columns.index[x], source, pixel_bytes);
-        ascend = ascend && (x == 0 || columns.index[x - 1] <= columns.index[x]);
-    }
-    return ascend;
+        first_aligned(plan.starts + starts_of_vector<V> * vectors<V>(plan.row_bytes)));
 }
 
 // --- lanes --------------------------------------------------------------------------------------
@@ -159,8 +105,8 @@ void each_lane(const Plan &plan, const Take &take) {
             take(lane);
     };
     constexpr std::size_t lanes = sizeof(V) / lane_bytes;
-    take_lanes({0, 0}, lanes * (vectors<V>(plan.bytes) - 1));
-    const std::size_t last_vector = plan.bytes - sizeof(V);
+    take_lanes({0, 0}, lanes * (vectors<V>(plan.row_bytes) - 1));
+    const std::size_t last_vector = plan.row_bytes - sizeof(V);
     take_lanes(
         {last_vector / std::size_t(pixel_bytes), int(last_vector % std::size_t(pixel_bytes))},
         lanes);
@@ -297,7 +243,7 @@ void take_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_
         starts += starts_of_vector<V>;
         choices += Windows<V>::choices(windows) * sizeof(V);
     };
-    std::uint8_t *const last = destination + plan.bytes - sizeof(V);
+    std::uint8_t *const last = destination + plan.row_bytes - sizeof(V);
     for (; destination < last; destination += sizeof(V))
         make_vector(destination);
     make_vector(last);
@@ -310,23 +256,10 @@ constexpr auto take_rows = []<std::size_t... less_one>(std::index_sequence<less_
 }
 (std::make_index_sequence<Windows<V>::most>());
 
-inline void move_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row) {
-    moves[plan.pixel_bytes](destination, source_row, plan.offsets(), plan.columns,
-                            plan.with_a_byte_more);
-}
-
-// --- kernels ------------------------------------------------------------------------------------
-
-inline void plan_moves(Plan &plan, Offset last_offset) {
-    plan.with_a_byte_more =
-        columns_that_move_a_byte_more(plan.offsets(), plan.columns, last_offset);
-    plan.make_row = move_row;
-}
-
 // Returns false when the row is too short or the columns lie too far apart.
 template <class V>
 bool plan_windows(Plan &plan) {
-    if (plan.bytes < sizeof(V))
+    if (plan.row_bytes < sizeof(V))
         return false;
     lay_out<V>(plan);
     plan.windows = make_starts<V>(plan);
@@ -336,34 +269,6 @@ bool plan_windows(Plan &plan) {
     plan.make_row = take_rows<V>[plan.windows];
     return true;
 }
-
-// By vectors of these kinds, the first that can.
-template <class... Vs>
-struct NearestByWindows {
-    static std::size_t plan_bytes(std::size_t columns, int pixel_bytes) {
-        return sizeof(Plan) + (columns + spare_offsets) * sizeof(Offset) +
-               std::max({bytes_behind_offsets<Vs>(columns, pixel_bytes)...});
-    }
-
-    static void make_plan(void *memory, const Positions &columns, Extent source, int pixel_bytes) {
-        Plan &plan = *static_cast<Plan *>(memory);
-        plan.columns = columns.count;
-        plan.bytes = columns.count * std::size_t(pixel_bytes);
-        plan.source_bytes = std::size_t(source.count) * std::size_t(pixel_bytes);
-        plan.pixel_bytes = pixel_bytes;
-        const bool ascend = make_offsets(plan.offsets(), columns, source, pixel_bytes);
-        if (!ascend || !(plan_windows<Vs>(plan) || ...))
-            plan_moves(plan, offset_of(source.last(), source, pixel_bytes));
-    }
-
-    static void across(void *line, void *memory, const std::uint8_t *source_row) {
-        Plan &plan = *static_cast<Plan *>(memory);
-        plan.make_row(static_cast<std::uint8_t *>(line), plan, source_row);
-    }
-
-    static constexpr MethodKernels kernels{
-        .plan_bytes = plan_bytes, .make_plan = make_plan, .across = across};
-};
 
 } // namespace
 } // namespace q32::resample
