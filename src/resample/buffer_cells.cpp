@@ -8,9 +8,8 @@
 #include "library/process/process.h"
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
-#include "resample/cell_tables.h"
 #include "resample/kernels/row_resampler.h"
-#include "resample/reused_block.h"
+#include "resample/position_tables.h"
 
 #include <algorithm>
 
@@ -145,7 +144,7 @@ bool takes_pixels(const BUF32INFO &destination, const BUF32INFO &source) {
     return source.bits_per_pixel == colour_bits || destination.bits_per_pixel == grey_bits;
 }
 
-SIZE size_of(const BUF32INFO &info) {
+Size size_of(const BUF32INFO &info) {
     return {info.width, info.height};
 }
 

@@ -3,12 +3,34 @@
 #pragma once
 
 #include "buffer/record.h"
+#include "library/process/owners.h"
 #include "resample/methods.h"
-#include "resample/reused_block.h"
 
 #include <cstdint>
 
 namespace q32::resample {
+
+// Memory that pieces need again and again in sizes that differ little: kept, and had anew only
+// where more is needed.
+class ReusedBlock {
+public:
+    explicit ReusedBlock(UINT flags) : flags_(flags) {}
+
+    // What it held is lost where it grows. Null when there is no memory.
+    std::uint8_t *of_bytes(SIZE_T bytes) {
+        if (!block_ || bytes > bytes_) {
+            block_.reset();
+            block_.reset(GlobalAlloc(flags_, bytes));
+            bytes_ = bytes;
+        }
+        return static_cast<std::uint8_t *>(block_.get());
+    }
+
+private:
+    UINT flags_;
+    GlobalBlock block_;
+    SIZE_T bytes_ = 0;
+};
 
 class CellSource {
 public:
