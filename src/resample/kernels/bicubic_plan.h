@@ -18,7 +18,7 @@ namespace {
 constexpr int columns_per_step = 8;
 
 // Of 4, 12 and 32 steps of pixels of 3, 1 and 4 samples come whole chunks.
-constexpr std::size_t samples_per_chunk = 96;
+constexpr size_t samples_per_chunk = 96;
 
 // Weights of the taps at -1 and 1, and at 0 and 2, as the words of double words: the order in which
 // the even and the odd bytes of four taps lie.
@@ -48,18 +48,18 @@ constexpr auto weight_pairs = [] {
 constexpr int line_bias = 32768, most_of_word = 32767;
 
 struct LineLayout {
-    std::size_t chunks;
-    std::size_t words; // of samples, and as many of excess
+    size_t chunks;
+    size_t words; // of samples, and as many of excess
 
-    LineLayout(std::size_t columns, int samples)
-        : chunks((columns * std::size_t(samples) + samples_per_chunk - 1) / samples_per_chunk),
+    LineLayout(size_t columns, int samples)
+        : chunks((columns * size_t(samples) + samples_per_chunk - 1) / samples_per_chunk),
           words(chunks * samples_per_chunk + words_beyond) {}
 
-    std::size_t bytes() const { return 2 * words * sizeof(std::int16_t) + 1 + chunks; }
+    size_t bytes() const { return 2 * words * sizeof(std::int16_t) + 1 + chunks; }
 
 private:
     // The last store of a step goes beyond it.
-    static constexpr std::size_t words_beyond = work_alignment / sizeof(std::int16_t);
+    static constexpr size_t words_beyond = work_alignment / sizeof(std::int16_t);
 };
 
 // A line in memory; const Byte reads it.
@@ -74,7 +74,7 @@ struct Line {
         : words(memory), excess(words + layout.words * sizeof(std::int16_t)),
           mark(excess + layout.words * sizeof(std::int16_t)), marks_of_chunks(mark + 1) {}
 
-    bool is_marked(std::size_t chunk) const { return *mark != 0 && marks_of_chunks[chunk] != 0; }
+    bool is_marked(size_t chunk) const { return *mark != 0 && marks_of_chunks[chunk] != 0; }
 };
 
 // --- plans --------------------------------------------------------------------------------------
@@ -88,40 +88,40 @@ struct Step {
 
 // With the bytes of windows that are the columns' taps.
 struct SingleStep : Step {
-    std::uint8_t taps[4 * columns_per_step];
+    uint8_t taps[4 * columns_per_step];
 };
 
 // What taps read at the ends of a row: its first and its last bytes, the edge pixels repeated. A
 // row of less than a vector is there as a whole, before row_end. Bytes around are read, not used.
 struct Edges {
     static constexpr int row_end = 64;
-    std::uint8_t bytes[128];
+    uint8_t bytes[128];
 };
 
 struct alignas(work_alignment) Plan {
     const int samples; // of a pixel
     const int row_bytes;
-    const std::size_t row_samples;
-    const std::size_t steps; // single samples are taken in pairs of steps
+    const size_t row_samples;
+    const size_t steps; // single samples are taken in pairs of steps
     const LineLayout layout;
     bool windows = false; // single samples: four columns have one of sizeof(V16) bytes
-    std::size_t first_in_row = 0, end_in_row = 0; // of pixels: steps that need no edges
-    bool expects_excess = false;                  // so had the line before
+    size_t first_in_row = 0, end_in_row = 0; // of pixels: steps that need no edges
+    bool expects_excess = false;             // so had the line before
     Edges edges{};
     uint8_t no_excess[samples_per_chunk * sizeof(std::int16_t)]{};
 
-    Plan(std::size_t columns, Span source, int pixel_samples)
+    Plan(size_t columns, Span source, int pixel_samples)
         : samples(pixel_samples), row_bytes(source.count * samples),
-          row_samples(columns * std::size_t(samples)), steps(steps_of(columns, samples)),
+          row_samples(columns * size_t(samples)), steps(steps_of(columns, samples)),
           layout(columns, samples) {}
 
-    static std::size_t bytes(std::size_t columns, int samples) {
+    static size_t bytes(size_t columns, int samples) {
         return sizeof(Plan) +
                steps_of(columns, samples) * (samples == 1 ? sizeof(SingleStep) : sizeof(Step));
     }
 
-    static std::size_t steps_of(std::size_t columns, int samples) {
-        const std::size_t at_once = samples == 1 ? 2 * columns_per_step : columns_per_step;
+    static size_t steps_of(size_t columns, int samples) {
+        const size_t at_once = samples == 1 ? 2 * columns_per_step : columns_per_step;
         return (columns + at_once - 1) / at_once * at_once / columns_per_step;
     }
 
@@ -152,10 +152,10 @@ std::int32_t offset_of_taps(int pixel, int row_bytes) {
 template <int samples, class Place>
 void plan_steps(Plan &plan, const Positions &columns, Span source, const Place &place) {
     auto *step = plan.step<samples>();
-    for (std::size_t s = 0; s < plan.steps; ++s) {
+    for (size_t s = 0; s < plan.steps; ++s) {
         int pixel[columns_per_step];
-        for (std::size_t k = 0; k < columns_per_step; ++k) {
-            const std::size_t x = std::min(s * columns_per_step + k, columns.count - 1);
+        for (size_t k = 0; k < columns_per_step; ++k) {
+            const size_t x = std::min(s * columns_per_step + k, columns.count - 1);
             const WeightPairs &weights = weight_pairs[phase_of(columns.fraction[x] & 0xFF)];
             step[s].even[k] = weights.even;
             step[s].odd[k] = weights.odd;
@@ -184,7 +184,7 @@ inline bool needs_edges(const Step &step) {
 template <int samples>
 void find_steps_in_row(Plan &plan) {
     const Step *step = plan.step<samples>();
-    std::size_t at = 0;
+    size_t at = 0;
     while (at < plan.steps && needs_edges(step[at]))
         ++at;
     plan.first_in_row = at;

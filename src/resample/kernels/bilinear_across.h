@@ -24,7 +24,7 @@ inline void expect(const uint8_t *at) {
 
 // The windows of each lane, which are `distance` apart in the list of windows.
 template <class V>
-V load_windows(const uint8_t *row, const int32_t *start, [[maybe_unused]] size_t distance) {
+V load_windows(const uint8_t *row, const std::int32_t *start, [[maybe_unused]] size_t distance) {
     if constexpr (lanes<V> == 1)
         return load_16(row + start[0]);
     else
@@ -35,7 +35,7 @@ V load_windows(const uint8_t *row, const int32_t *start, [[maybe_unused]] size_t
 struct WindowsOf {
     explicit WindowsOf(const Plan &plan)
         : start(plan.start), index(plan.index), bytes(plan.line_bytes()) {}
-    const int32_t *start;
+    const std::int32_t *start;
     const uint8_t *index;
     size_t bytes; // of the line
 };
@@ -78,8 +78,8 @@ template <size_t samples>
 void take_pixels(uint8_t *line, const Plan &plan, const uint8_t *row) {
     constexpr size_t step = 2 * samples, wide = wide_load(samples);
     if (plan.row_bytes >= wide) {
-        const auto last_wide = int32_t(plan.row_bytes - wide);
-        const int32_t *left = plan.left, *const end = left + plan.columns;
+        const auto last_wide = std::int32_t(plan.row_bytes - wide);
+        const std::int32_t *left = plan.left, *const end = left + plan.columns;
         for (uint8_t *pair = line; left != end; ++left, pair += step) {
             const uint8_t *at = row + std::min(*left, last_wide);
             if constexpr (samples == 1) {
@@ -93,7 +93,7 @@ void take_pixels(uint8_t *line, const Plan &plan, const uint8_t *row) {
     }
     for (size_t i = 0; i < plan.edge_pixels; ++i) {
         const auto x = size_t(plan.edge_pixel[i]);
-        const int32_t left = plan.left[x];
+        const std::int32_t left = plan.left[x];
         take_edge_pixel<samples>(line + x * step, row + left, left == plan.last_left());
     }
 }

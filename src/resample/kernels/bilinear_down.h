@@ -105,12 +105,13 @@ void finish_row(uint8_t *destination, const Strip &terms, const std::uint16_t *f
 
 template <class V>
 void finish_rows(uint8_t *destination, size_t stride, void *plan_memory, const void *const *lines,
-                 const int32_t *row_fraction, size_t rows) {
+                 const std::int32_t *row_fraction, size_t rows) {
     const Plan &plan = *static_cast<const Plan *>(plan_memory);
     const auto *above = static_cast<const uint8_t *>(lines[0]);
     const auto *below = static_cast<const uint8_t *>(lines[1]);
-    const bool rows_differ = std::any_of(row_fraction, row_fraction + rows,
-                                         [](int32_t fraction) { return (fraction & 0xFFFF) != 0; });
+    const bool rows_differ =
+        std::any_of(row_fraction, row_fraction + rows,
+                    [](std::int32_t fraction) { return (fraction & 0xFFFF) != 0; });
     for (size_t first = 0; first < plan.row_samples; first += strip) {
         const size_t samples = std::min(strip, plan.row_samples - first);
         const std::uint16_t *fraction = plan.fraction + first;

@@ -13,9 +13,6 @@
 namespace q32::resample {
 namespace {
 
-using std::int32_t;
-using std::uint16_t;
-
 constexpr size_t lane = 8;    // samples whose pairs fill 16 bytes
 constexpr size_t window = 16; // bytes of a source row out of which one shuffle takes pairs
 
@@ -49,16 +46,16 @@ struct Plan {
     size_t row_bytes;   // of a source row
     Search search;
 
-    uint16_t *fraction;  // of each sample
-    int32_t *left;       // of each pixel: where it begins in the source row
-    int32_t *start;      // of each window: where it begins in the source row
-    uint8_t *index;      // of each lane: where its pairs lie in its windows
-    int32_t *edge_pixel; // pixels that a wide load would not find
+    std::uint16_t *fraction;  // of each sample
+    std::int32_t *left;       // of each pixel: where it begins in the source row
+    std::int32_t *start;      // of each window: where it begins in the source row
+    uint8_t *index;           // of each lane: where its pairs lie in its windows
+    std::int32_t *edge_pixel; // pixels that a wide load would not find
     size_t edge_pixels;
     uint8_t short_row[window]; // a copy of a source row that is shorter than a window
 
     // Where the last pixel of a source row begins. It is its own right neighbour.
-    int32_t last_left() const { return int32_t(row_bytes - samples); }
+    std::int32_t last_left() const { return std::int32_t(row_bytes - samples); }
     size_t line_bytes() const { return pairs_bytes(row_samples); }
 };
 
@@ -67,11 +64,11 @@ class PlanTables {
 public:
     PlanTables(size_t columns, size_t samples) {
         const size_t groups = groups_of(columns, samples), lanes = groups * samples;
-        fraction = take<uint16_t>(lanes * lane);
-        left = take<int32_t>(groups * group);
-        start = take<int32_t>(2 * lanes);
+        fraction = take<std::uint16_t>(lanes * lane);
+        left = take<std::int32_t>(groups * group);
+        start = take<std::int32_t>(2 * lanes);
         index = take<uint8_t>(2 * lane * lanes);
-        edge_pixel = take<int32_t>(columns);
+        edge_pixel = take<std::int32_t>(columns);
     }
 
     size_t fraction, left, start, index, edge_pixel; // bytes from the plan on
@@ -94,11 +91,11 @@ inline Plan &lay_out_plan(void *memory, size_t columns, Span source, size_t samp
     plan.samples = samples;
     plan.row_samples = columns * samples;
     plan.row_bytes = size_t(source.count) * samples;
-    plan.fraction = reinterpret_cast<uint16_t *>(bytes + tables.fraction);
-    plan.left = reinterpret_cast<int32_t *>(bytes + tables.left);
-    plan.start = reinterpret_cast<int32_t *>(bytes + tables.start);
+    plan.fraction = reinterpret_cast<std::uint16_t *>(bytes + tables.fraction);
+    plan.left = reinterpret_cast<std::int32_t *>(bytes + tables.left);
+    plan.start = reinterpret_cast<std::int32_t *>(bytes + tables.start);
     plan.index = bytes + tables.index;
-    plan.edge_pixel = reinterpret_cast<int32_t *>(bytes + tables.edge_pixel);
+    plan.edge_pixel = reinterpret_cast<std::int32_t *>(bytes + tables.edge_pixel);
     plan.edge_pixels = 0;
     return plan;
 }
@@ -107,8 +104,8 @@ inline Plan &lay_out_plan(void *memory, size_t columns, Span source, size_t samp
 
 // The positions of a group. Behind the last column it repeats itself.
 struct Group {
-    int32_t index[group];
-    int32_t fraction[group];
+    std::int32_t index[group];
+    std::int32_t fraction[group];
 };
 
 inline Group group_at(const Positions &columns, size_t first) {
@@ -180,12 +177,12 @@ void find_pixels(Plan &plan, const Positions &columns, Span source) {
     const auto word_of = [](V16 fraction) { return fraction & repeat_u32<V16>(0xFFFF); };
 
     each_group(columns, groups_of(columns.count, samples),
-               [&](size_t x, const int32_t *index, const int32_t *fraction) {
+               [&](size_t x, const std::int32_t *index, const std::int32_t *fraction) {
                    store_16(plan.left + x, left_of(load_16(index)));
                    store_16(plan.left + x + 4, left_of(load_16(index + 4)));
                    const V16 words = pack_i32_to_u16_in_lanes(word_of(load_16(fraction)),
                                                               word_of(load_16(fraction + 4)));
-                   uint16_t *const at = plan.fraction + x * samples;
+                   std::uint16_t *const at = plan.fraction + x * samples;
                    for (size_t k = 0; k < samples; ++k)
                        store_16(at + lane * k, spread<samples>(words, k));
                });
@@ -196,12 +193,12 @@ void find_pixels(Plan &plan, const Positions &columns, Span source) {
 template <size_t samples>
 void find_pixels(Plan &plan, const Positions &columns, Span source) {
     each_group(columns, groups_of(columns.count, samples),
-               [&](size_t x, const int32_t *index, const int32_t *fraction) {
-                   uint16_t *sample = plan.fraction + x * samples;
+               [&](size_t x, const std::int32_t *index, const std::int32_t *fraction) {
+                   std::uint16_t *sample = plan.fraction + x * samples;
                    for (size_t i = 0; i < group; ++i) {
-                       plan.left[x + i] = source.distance(index[i]) * int32_t(samples);
+                       plan.left[x + i] = source.distance(index[i]) * std::int32_t(samples);
                        for (size_t k = 0; k < samples; ++k)
-                           *sample++ = uint16_t(fraction[i]);
+                           *sample++ = std::uint16_t(fraction[i]);
                    }
                });
 }
@@ -214,7 +211,7 @@ void find_pixels(Plan &plan, const Positions &columns, Span source) {
 
 // The group's pairs as they lie in the row, counted from where its first pixel begins, modulo 256:
 // in a row that is reduced a thousandfold its last pixel begins more than 32767 bytes behind.
-inline V16 pairs_of_group(const Plan &plan, const int32_t *left) {
+inline V16 pairs_of_group(const Plan &plan, const std::int32_t *left) {
     const V16 low = load_16(left), high = load_16(left + 4);
     const V16 last = repeat_u32<V16>(plan.last_left());
     const V16 at_end = pack_i32_to_i16_in_lanes(equal_u32(low, last), equal_u32(high, last));
@@ -231,12 +228,13 @@ inline V16 pairs_of_group(const Plan &plan, const int32_t *left) {
 // columns do not ascend.
 template <size_t samples, size_t window_samples>
 bool find_windows(Plan &plan) {
-    const auto last_byte = int32_t(plan.row_bytes) - 1;
-    const int32_t last_start = std::max<int32_t>(0, int32_t(plan.row_bytes) - int32_t(window));
-    int32_t *start = plan.start;
+    const auto last_byte = std::int32_t(plan.row_bytes) - 1;
+    const std::int32_t last_start =
+        std::max<std::int32_t>(0, std::int32_t(plan.row_bytes) - std::int32_t(window));
+    std::int32_t *start = plan.start;
     uint8_t *index = plan.index;
     const size_t groups = groups_of(plan.columns, samples);
-    const int32_t *left = plan.left;
+    const std::int32_t *left = plan.left;
     for (size_t g = 0; g < groups; ++g, left += group) {
         const V16 pairs = pairs_of_group(plan, left);
         bool found = true;
@@ -246,11 +244,11 @@ bool find_windows(Plan &plan) {
             V16 begin = zero<V16>();
             for (size_t part = 0; part < lane / window_samples; ++part) {
                 const size_t sample = lane * k + window_samples * part;
-                const int32_t low = std::min(left[sample / samples], last_start);
-                const int32_t high = std::min<int32_t>(
-                    left[(sample + window_samples - 1) / samples] + 2 * int32_t(samples) - 1,
+                const std::int32_t low = std::min(left[sample / samples], last_start);
+                const std::int32_t high = std::min<std::int32_t>(
+                    left[(sample + window_samples - 1) / samples] + 2 * std::int32_t(samples) - 1,
                     last_byte);
-                found &= high - low < int32_t(window);
+                found &= high - low < std::int32_t(window);
                 *start++ = low;
                 const V16 from_first = repeat_u8<V16>(low - left[0]);
                 begin = part == 0 ? from_first : interleave_low_u64(begin, from_first);
@@ -293,10 +291,10 @@ constexpr size_t wide_load(size_t samples) {
 // Those that end the row, or that a wide load would read beyond its end.
 template <size_t samples>
 void find_edge_pixels(Plan &plan) {
-    const int32_t last_wide = int32_t(plan.row_bytes) - int32_t(wide_load(samples));
+    const std::int32_t last_wide = std::int32_t(plan.row_bytes) - std::int32_t(wide_load(samples));
     for (size_t x = 0; x < plan.columns; ++x)
         if (plan.left[x] > last_wide)
-            plan.edge_pixel[plan.edge_pixels++] = int32_t(x);
+            plan.edge_pixel[plan.edge_pixels++] = std::int32_t(x);
 }
 
 // --- the plan -----------------------------------------------------------------------------------

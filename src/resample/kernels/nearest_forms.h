@@ -15,25 +15,25 @@ namespace {
 // By windows of the first of these vectors that can.
 template <class... Vs>
 struct WideNearest {
-    static std::size_t plan_bytes(std::size_t columns, [[maybe_unused]] int pixel_bytes) {
+    static size_t plan_bytes(size_t columns, [[maybe_unused]] int pixel_bytes) {
         return sizeof(Plan) + (columns + spare_offsets) * sizeof(Offset) +
-               std::max({std::size_t(0), bytes_behind_offsets<Vs>(columns, pixel_bytes)...});
+               std::max({size_t(0), bytes_behind_offsets<Vs>(columns, pixel_bytes)...});
     }
 
     static void make_plan(void *memory, const Positions &columns, Span source, int pixel_bytes) {
         Plan &plan = *static_cast<Plan *>(memory);
         plan.columns = columns.count;
-        plan.row_bytes = columns.count * std::size_t(pixel_bytes);
-        plan.source_bytes = std::size_t(source.count) * std::size_t(pixel_bytes);
+        plan.row_bytes = columns.count * size_t(pixel_bytes);
+        plan.source_bytes = size_t(source.count) * size_t(pixel_bytes);
         plan.pixel_bytes = pixel_bytes;
         const bool ascend = make_offsets(plan.offsets(), columns, source, pixel_bytes);
         if (!ascend || !(plan_windows<Vs>(plan) || ...))
             plan_moves(plan);
     }
 
-    static void across(void *line, void *memory, const std::uint8_t *source_row) {
+    static void across(void *line, void *memory, const uint8_t *source_row) {
         Plan &plan = *static_cast<Plan *>(memory);
-        plan.make_row(static_cast<std::uint8_t *>(line), plan, source_row);
+        plan.make_row(static_cast<uint8_t *>(line), plan, source_row);
     }
 };
 

@@ -18,42 +18,42 @@ namespace {
 // Distances of the columns' pixels from the start of a source row. A row has less than 4 GB.
 using Offset = std::uint32_t;
 
-constexpr std::size_t lane_bytes = sizeof(V16);
+constexpr size_t lane_bytes = sizeof(V16);
 
-constexpr std::size_t most_window_bytes = 256; // in a row: what a byte can count
+constexpr size_t most_window_bytes = 256; // in a row: what a byte can count
 
 // Followed by the offsets of all columns, where the windows of each stretch of the row begin, and
 // for each vector which bytes of them to take (nearest_windows.h).
 struct Plan {
-    using MakeRow = void(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row);
+    using MakeRow = void(uint8_t *destination, Plan &plan, const uint8_t *source_row);
 
     MakeRow *make_row;
-    std::size_t columns;
-    std::size_t row_bytes; // of a destination row
-    std::size_t source_bytes;
+    size_t columns;
+    size_t row_bytes; // of a destination row
+    size_t source_bytes;
     int pixel_bytes;
-    std::size_t windows;
-    std::size_t with_a_byte_more; // when pixels are moved
+    size_t windows;
+    size_t with_a_byte_more; // when pixels are moved
     Offset *starts;
-    std::uint8_t *choices;
+    uint8_t *choices;
     // A source row that is shorter than the windows is read from here.
-    alignas(lane_bytes) std::uint8_t narrow_row[most_window_bytes];
+    alignas(lane_bytes) uint8_t narrow_row[most_window_bytes];
 
     Offset *offsets() { return reinterpret_cast<Offset *>(this + 1); }
     const Offset *offsets() const { return reinterpret_cast<const Offset *>(this + 1); }
 };
 
-constexpr std::size_t spare_offsets = lane_bytes; // may be read behind the last
+constexpr size_t spare_offsets = lane_bytes; // may be read behind the last
 
 // Returns whether they ascend.
 inline bool make_offsets(Offset *offsets, const Positions &columns, Span source, int pixel_bytes) {
     bool ascend = true;
-    std::size_t x = 0;
+    size_t x = 0;
 #ifdef __SSE4_1__
-    constexpr std::size_t step = sizeof(V16) / sizeof(Offset);
+    constexpr size_t step = sizeof(V16) / sizeof(Offset);
     const V16 first = repeat_u32<V16>(source.first), last = repeat_u32<V16>(source.last());
     const V16 factor = repeat_u32<V16>(pixel_bytes);
-    const auto indices = [&](std::size_t at) { return load_16(columns.index + at); };
+    const auto indices = [&](size_t at) { return load_16(columns.index + at); };
     V16 descents = zero<V16>();
     for (; x + step < columns.count; x += step) {
         const V16 here = indices(x);
@@ -74,14 +74,14 @@ inline bool make_offsets(Offset *offsets, const Positions &columns, Span source,
 // --- moves --------------------------------------------------------------------------------------
 
 template <class Number>
-void move(std::uint8_t *to, const std::uint8_t *from) {
+void move(uint8_t *to, const uint8_t *from) {
     Number number;
     std::memcpy(&number, from, sizeof number);
     std::memcpy(to, &number, sizeof number);
 }
 
 template <int bytes>
-void move_pixel(std::uint8_t *to, const std::uint8_t *from) {
+void move_pixel(uint8_t *to, const uint8_t *from) {
     if constexpr (bytes > 4) { // both ends
         move<std::uint32_t>(to, from);
         move<std::uint32_t>(to + bytes - 4, from + bytes - 4);
@@ -91,28 +91,28 @@ void move_pixel(std::uint8_t *to, const std::uint8_t *from) {
         if constexpr (bytes >= 2)
             move<std::uint16_t>(to, from);
         if constexpr (bytes % 2 != 0)
-            move<std::uint8_t>(to + bytes - 1, from + bytes - 1);
+            move<uint8_t>(to + bytes - 1, from + bytes - 1);
     }
 }
 
 // Pixels of three bytes are moved as four where the fourth is neither beyond the source row nor
 // beyond the destination: in the columns before the first that reads the last pixel of the source.
-inline std::size_t columns_that_move_a_byte_more(const Plan &plan) {
+inline size_t columns_that_move_a_byte_more(const Plan &plan) {
     if (plan.columns == 0)
         return 0;
     const Offset last = Offset(plan.source_bytes) - Offset(plan.pixel_bytes);
     const Offset *const end = plan.offsets() + plan.columns - 1;
-    return std::size_t(std::find(plan.offsets(), end, last) - plan.offsets());
+    return size_t(std::find(plan.offsets(), end, last) - plan.offsets());
 }
 
 // Works on copies: the compiler must think that storing pixels changes the plan.
 template <int bytes>
-void move_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row) {
+void move_row(uint8_t *destination, Plan &plan, const uint8_t *source_row) {
     const Offset *const offsets = plan.offsets();
-    const std::size_t columns = plan.columns;
-    std::size_t x = 0;
+    const size_t columns = plan.columns;
+    size_t x = 0;
     if constexpr (bytes == 3)
-        for (const std::size_t end = plan.with_a_byte_more; x < end; ++x, destination += bytes)
+        for (const size_t end = plan.with_a_byte_more; x < end; ++x, destination += bytes)
             move_pixel<bytes + 1>(destination, source_row + offsets[x]);
     for (; x < columns; ++x, destination += bytes)
         move_pixel<bytes>(destination, source_row + offsets[x]);
