@@ -72,11 +72,11 @@ constexpr std::size_t most_bytes_per_column = 256;
 constexpr std::size_t most_columns = MAXSIZE_T / most_bytes_per_column;
 
 GlobalBlock allocate_work(const MethodKernels &kernels, std::size_t columns, int samples,
-                          std::size_t extra_bytes) {
+                          std::uint64_t extra_bytes) {
     if (columns > most_columns)
         return {};
-    return GlobalBlock(
-        GlobalAlloc(GMEM_FIXED, RowResampler::work_bytes(kernels, columns, samples) + extra_bytes));
+    const std::uint64_t bytes = RowResampler::work_bytes(kernels, columns, samples) + extra_bytes;
+    return GlobalBlock(bytes <= MAXSIZE_T ? GlobalAlloc(GMEM_FIXED, SIZE_T(bytes)) : nullptr);
 }
 
 GlobalBlock allocate_wide_row(int columns) {
@@ -120,8 +120,8 @@ int resample_rows(const Request &request, const TableSet &tables, const WideRows
     const bool is_shortened =
         method.frame_fractions == FractionBits::sixteen && method.fractions == FractionBits::eight;
     const std::size_t fractions = is_shortened ? columns.count + rows.count : 0;
-    const GlobalBlock block =
-        allocate_work(kernels, columns.count, samples, fractions * sizeof(std::int32_t));
+    const GlobalBlock block = allocate_work(kernels, columns.count, samples,
+                                            std::uint64_t(fractions) * sizeof(std::int32_t));
     if (!block)
         return fail(site::no_work_rows);
     auto *const fraction = static_cast<std::int32_t *>(block.get());
