@@ -2,9 +2,9 @@
 // same taps on 8-bit samples, packed or in planes. When they reduce, peers that widen their kernels
 // do another job and are left out.
 #include "bench/peers/contest.h"
-#include "resample/kernels/blocks.h"
 #include "resample/kernels/positions.h"
-#include "resample/kernels/resample_tables.h"
+#include "resample/kernels/resample_kernels.h"
+#include "resample/kernels/row_resampler.h"
 
 #include <libyuv.h>
 #include <libyuv/scale_rgb.h>
@@ -89,16 +89,16 @@ public:
     Plan &operator=(const Plan &) = delete;
 
     void run(const MethodKernels &kernels) {
-        work_.resize(
-            std::max(work_.size(), RowWindow::work_bytes(kernels, column_index_.size(), samples)));
-        resample_block(kernels, destination, source, samples, work_.data());
+        work_.resize(std::max(work_.size(),
+                              RowResampler::work_bytes(kernels, column_index_.size(), samples)));
+        resample_image(kernels, destination, source, samples, work_.data());
     }
 
 private:
     std::vector<std::int32_t> column_index_, column_fraction_, row_index_, row_fraction_;
     std::vector<std::uint8_t> work_;
-    DestinationBlock destination{};
-    SourceBlock source{};
+    DestinationImage destination{};
+    SourceImage source{};
     int samples = 0;
 };
 

@@ -5,9 +5,9 @@
 //     resample_bench [part of a job's name] [seconds per measurement]
 #include "bench/timing.h"
 #include "library/process/cpu.h"
-#include "resample/kernels/blocks.h"
 #include "resample/kernels/positions.h"
-#include "resample/kernels/resample_tables.h"
+#include "resample/kernels/resample_kernels.h"
+#include "resample/kernels/row_resampler.h"
 
 #include <cmath>
 #include <cstdio>
@@ -119,15 +119,15 @@ public:
 
 private:
     void resample_by(const MethodKernels &kernels) {
-        const DestinationBlock destination{destination_.data(),
+        const DestinationImage destination{destination_.data(),
                                            size_t(scaling_.destination.width * job_.samples),
                                            tables_.columns(), tables_.rows()};
-        const SourceBlock source{source_.data(),
+        const SourceImage source{source_.data(),
                                  size_t(scaling_.source.width * job_.samples),
                                  {0, scaling_.source.width},
                                  {0, scaling_.source.height}};
-        work_.resize(RowWindow::work_bytes(kernels, destination.columns.count, job_.samples));
-        resample_block(kernels, destination, source, job_.samples, work_.data());
+        work_.resize(RowResampler::work_bytes(kernels, destination.columns.count, job_.samples));
+        resample_image(kernels, destination, source, job_.samples, work_.data());
     }
 
     const Scaling &scaling_;

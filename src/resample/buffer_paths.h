@@ -4,7 +4,7 @@
 
 #include "buffer/record.h"
 #include "resample/methods.h"
-#include "resample/resample_progress.h"
+#include "resample/progress.h"
 
 #include <q32base/buffers.h>
 

@@ -8,7 +8,7 @@
 namespace q32::resample {
 
 // Positions go from left to right and from top to bottom.
-Extent CellSource::read_by(const Positions &positions, int image) const {
+Span CellSource::read_by(const Positions &positions, int image) const {
     const auto cut = [&](int pixel) { return std::clamp(pixel, 0, image - 1); };
     const int first = cut(positions.index[0] + kernels_.first_line);
     const int last =

@@ -3,12 +3,34 @@
 #pragma once
 
 #include "buffer/record.h"
+#include "library/process/owners.h"
 #include "resample/methods.h"
-#include "resample/reused_block.h"
 
 #include <cstdint>
 
 namespace q32::resample {
+
+// Memory that pieces need again and again in sizes that differ little: kept, and had anew only
+// where more is needed.
+class ReusedBlock {
+public:
+    explicit ReusedBlock(UINT flags) : flags_(flags) {}
+
+    // What it held is lost where it grows. Null when there is no memory.
+    std::uint8_t *of_bytes(SIZE_T bytes) {
+        if (!block_ || bytes > bytes_) {
+            block_.reset();
+            block_.reset(GlobalAlloc(flags_, bytes));
+            bytes_ = bytes;
+        }
+        return static_cast<std::uint8_t *>(block_.get());
+    }
+
+private:
+    UINT flags_;
+    GlobalBlock block_;
+    SIZE_T bytes_ = 0;
+};
 
 class CellSource {
 public:
@@ -21,8 +43,8 @@ public:
     // returns false when that fails.
     bool begin(const Positions &columns, const Positions &rows);
 
-    Extent columns() const { return columns_; }
-    Extent rows() const { return {0, record_.info.height}; }
+    Span columns() const { return columns_; }
+    Span rows() const { return {0, record_.info.height}; }
 
     // The pixels of a row, from the first of the columns on, as long as no other row is asked for.
     // Rows are asked for from top to bottom. Reports and returns null when it cannot be read.
@@ -31,7 +53,7 @@ public:
     }
 
 private:
-    Extent read_by(const Positions &positions, int image) const;
+    Span read_by(const Positions &positions, int image) const;
     bool passes_over_rows() const;
     int most_rows_at_once() const;
     void prefetch_behind(int row);
@@ -49,11 +71,11 @@ private:
     std::uint8_t *pixels_ = nullptr;
     std::size_t stride_ = 0;
 
-    Extent columns_ = {};
+    Span columns_ = {};
     Positions rows_ = {};  // of the destination
     std::size_t next_ = 0; // of them, whose source rows have not been prefetched
     bool passes_over_rows_ = false;
-    Extent rows_read_ = {};
+    Span rows_read_ = {};
     int rows_at_once_ = 0;
     int first_row_ = 0, end_row_ = 0; // at hand
 };

@@ -1,6 +1,4 @@
 // The bicubic coefficient table: its memory, its contents and its odd life.
-#include "resample/coefficient_table.h"
-
 #include "library/process/owners.h"
 #include "resample/kernels/cubic_weights.h"
 #include "resample/resample.h"

@@ -1,8 +1,6 @@
 // The table of resampling methods. A further method is one more row.
 #include "resample/methods.h"
 
-#include "resample/coefficient_table.h"
-
 #include <q32base/resample.h>
 
 namespace q32::resample {

@@ -10,14 +10,17 @@ namespace q32::resample {
 
 // Where the pixels of cells lie in the source. Frames and rows go by position tables instead.
 enum class CellPositions : std::uint8_t {
-    rounded, // on the nearest pixel: no fractions
+    rounded, // on the nearest pixel, without fractions
     between, // i / D x S, with fractions
 };
 
 struct Method {
     int number; // RESAMPLE_ value
     const MethodKernels *ResampleKernels::*kernels;
-    FractionBits fractions; // that the kernels read: so do tables of rows and of cells have them
+
+    // That the kernels read: so do tables of rows and of cells have them. None only where lines are
+    // destination rows: what makes rows of lines is given each row's fraction.
+    FractionBits fractions;
 
     // What vcResampleInit makes, and callers' own tables of frames hold: more than the kernels
     // read, where programs count on it.

@@ -2,23 +2,27 @@
 // is the kernels' part.
 #include "resample/position_tables.h"
 
-#include "resample/failures.h"
-
 #include <q32base/buffers.h>
 #include <q32base/resample.h>
+
+#include <algorithm>
 
 namespace q32::resample {
 namespace {
 
 // --- one table ----------------------------------------------------------------------------------
 
-std::int32_t *allocate_table(LONG entries) {
-    constexpr SIZE_T room_behind = 8; // bytes
+constexpr SIZE_T room_behind = 8; // bytes
+
+GlobalBlock allocate_block(UINT flags, int entries) {
     constexpr SIZE_T most_entries = (MAXSIZE_T - room_behind) / sizeof(std::int32_t);
     if (SIZE_T(entries) > most_entries)
-        return nullptr;
-    GlobalBlock block(GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT,
-                                  SIZE_T(entries) * sizeof(std::int32_t) + room_behind));
+        return {};
+    return GlobalBlock(GlobalAlloc(flags, SIZE_T(entries) * sizeof(std::int32_t) + room_behind));
+}
+
+std::int32_t *allocate_table(int entries) {
+    GlobalBlock block = allocate_block(GMEM_MOVEABLE | GMEM_ZEROINIT, entries);
     if (!block)
         return nullptr;
     auto *const table = static_cast<std::int32_t *>(GlobalLock(block.get()));
@@ -37,9 +41,9 @@ void free_table(std::int32_t *table) {
 
 // --- four tables --------------------------------------------------------------------------------
 
-TableSet allocate_tables(SIZE destination) {
-    const TableSet set = {allocate_table(destination.cx), allocate_table(destination.cx),
-                          allocate_table(destination.cy), allocate_table(destination.cy)};
+TableSet allocate_tables(Size destination) {
+    const TableSet set = {allocate_table(destination.width), allocate_table(destination.width),
+                          allocate_table(destination.height), allocate_table(destination.height)};
     if (set.column_index != nullptr && set.column_fraction != nullptr && set.row_index != nullptr &&
         set.row_fraction != nullptr)
         return set;
@@ -47,22 +51,14 @@ TableSet allocate_tables(SIZE destination) {
     return {};
 }
 
-bool has_sides(SIZE size) {
-    return size.cx >= 1 && size.cy >= 1;
-}
-
 // --- buffers ------------------------------------------------------------------------------------
 
-bool read_size(HBUF32 buffer, SIZE *size) {
-    int width = 0, height = 0;
-    if (!buf32GetWHU(buffer, &width, &height, nullptr))
-        return false;
-    *size = {width, height};
-    return true;
+bool read_size(HBUF32 buffer, Size *size) {
+    return buf32GetWHU(buffer, &size->width, &size->height, nullptr);
 }
 
 // Reports and returns false when one of them is not a live buffer.
-bool read_sizes(HBUF32 source, HBUF32 destination, SIZE *source_size, SIZE *destination_size) {
+bool read_sizes(HBUF32 source, HBUF32 destination, Size *source_size, Size *destination_size) {
     if (!read_size(destination, destination_size))
         return fail(site::destination_not_live);
     return read_size(source, source_size) || fail(site::source_not_live);
@@ -80,8 +76,8 @@ FractionBits row_bits(int mode) {
 
 } // namespace
 
-TableSet make_tables(SIZE source, SIZE destination, FractionBits columns, FractionBits rows) {
-    if (!has_sides(source) || !has_sides(destination)) {
+TableSet make_tables(Size source, Size destination, FractionBits columns, FractionBits rows) {
+    if (source.is_empty() || destination.is_empty()) {
         fail(site::side_below_one);
         return {};
     }
@@ -90,8 +86,9 @@ TableSet make_tables(SIZE source, SIZE destination, FractionBits columns, Fracti
         fail(site::no_tables);
         return {};
     }
-    table_positions(set.column_index, set.column_fraction, columns, destination.cx, source.cx);
-    table_positions(set.row_index, set.row_fraction, rows, destination.cy, source.cy);
+    table_positions(set.column_index, set.column_fraction, columns, destination.width,
+                    source.width);
+    table_positions(set.row_index, set.row_fraction, rows, destination.height, source.height);
     return set;
 }
 
@@ -103,11 +100,36 @@ void free_tables(const TableSet &set) {
 }
 
 bool PositionTables::make(HBUF32 source, HBUF32 destination, FractionBits bits) {
-    SIZE source_size = {};
+    Size source_size;
     if (!read_sizes(source, destination, &source_size, &destination_))
         return false;
     set_.reset(make_tables(source_size, destination_, bits, bits));
     return bool(set_);
+}
+
+// --- cells --------------------------------------------------------------------------------------
+
+bool CellTables::Axis::make(int source, int destination, const Method &method) {
+    count = std::size_t(destination);
+    index = allocate_block(GMEM_FIXED, destination);
+    if (method.cell_positions == CellPositions::rounded) {
+        if (!index)
+            return false;
+        nearest_cell_positions(indices(), destination, source);
+        return true;
+    }
+    fraction = allocate_block(GMEM_FIXED, destination);
+    if (!index || !fraction)
+        return false;
+    cell_positions(indices(), fractions(), destination, source);
+    if (method.fractions == FractionBits::eight)
+        std::for_each_n(fractions(), count, [](std::int32_t &sixteen_bits) { sixteen_bits >>= 8; });
+    return true;
+}
+
+bool CellTables::make(Size source, Size destination, const Method &method) {
+    return columns_.make(source.width, destination.width, method) &&
+           rows_.make(source.height, destination.height, method);
 }
 
 } // namespace q32::resample
@@ -119,7 +141,7 @@ using namespace q32::resample;
 int Q32_CALL q32InitResampleTable(HBUF32 source, HBUF32 destination, int fraction_mode,
                                   int32_t **column_index, int32_t **column_fraction,
                                   int32_t **row_index, int32_t **row_fraction) {
-    SIZE source_size = {}, destination_size = {};
+    q32::Size source_size, destination_size;
     if (!read_sizes(source, destination, &source_size, &destination_size) ||
         column_index == nullptr || column_fraction == nullptr || row_index == nullptr ||
         row_fraction == nullptr)

@@ -2,13 +2,11 @@
 // kernels/positions.h.
 #pragma once
 
+#include "geometry/area.h"
 #include "library/process/owners.h"
-#include "resample/kernels/positions.h"
-#include "resample/kernels/resample_kernels.h"
+#include "resample/methods.h"
 
 #include <q32base/types.h>
-
-#include <windows.h>
 
 #include <cstdint>
 
@@ -23,10 +21,16 @@ struct TableSet {
     std::int32_t *row_fraction;
 
     bool operator==(const TableSet &) const = default;
+
+    // For a destination of this size.
+    Positions columns(Size size) const {
+        return {column_index, column_fraction, std::size_t(size.width)};
+    }
+    Positions rows(Size size) const { return {row_index, row_fraction, std::size_t(size.height)}; }
 };
 
 // Reports when a side is below 1 or there is no memory; all four are null then.
-TableSet make_tables(SIZE source, SIZE destination, FractionBits columns, FractionBits rows);
+TableSet make_tables(Size source, Size destination, FractionBits columns, FractionBits rows);
 void free_tables(const TableSet &set);
 
 // Tables between two buffers for the time of a scope, with their lengths.
@@ -35,14 +39,8 @@ public:
     // Reports and returns false when a buffer is not live or there is no memory.
     bool make(HBUF32 source, HBUF32 destination, FractionBits bits);
 
-    Positions columns() const {
-        const TableSet set = set_.get();
-        return {set.column_index, set.column_fraction, std::size_t(destination_.cx)};
-    }
-    Positions rows() const {
-        const TableSet set = set_.get();
-        return {set.row_index, set.row_fraction, std::size_t(destination_.cy)};
-    }
+    Positions columns() const { return set_.get().columns(destination_); }
+    Positions rows() const { return set_.get().rows(destination_); }
 
 private:
     struct SetTraits {
@@ -52,7 +50,30 @@ private:
     };
 
     Owner<SetTraits> set_;
-    SIZE destination_ = {};
+    Size destination_;
+};
+
+// The tables of cells for the time of a scope: fixed blocks, each of its entries and 8 bytes more.
+class CellTables {
+public:
+    // False when there is no memory.
+    bool make(Size source, Size destination, const Method &method);
+
+    Positions columns() const { return columns_.positions(); }
+    Positions rows() const { return rows_.positions(); }
+
+private:
+    struct Axis {
+        GlobalBlock index, fraction;
+        std::size_t count = 0;
+
+        bool make(int source, int destination, const Method &method);
+        std::int32_t *indices() const { return static_cast<std::int32_t *>(index.get()); }
+        std::int32_t *fractions() const { return static_cast<std::int32_t *>(fraction.get()); }
+        Positions positions() const { return {indices(), fractions(), count}; }
+    };
+
+    Axis columns_, rows_;
 };
 
 } // namespace q32::resample

@@ -1,8 +1,8 @@
-// What the start and stop of the library need of resampling, and which kernels this process runs.
+// What belongs to the process: the kernels that it runs, and what the end of the library frees.
 #pragma once
 
 #include "library/process/kernel_choice.h"
-#include "resample/kernels/resample_tables.h"
+#include "resample/kernels/resample_kernels.h"
 
 namespace q32::resample {
 
@@ -10,8 +10,14 @@ inline const ResampleKernels &kernels() {
     return *chosen_kernels<ResampleKernels>;
 }
 
-// At the end of the library: the bicubic coefficient table, and the tables kept between frames.
+// The bicubic coefficient table. Kernels have weights of their own and never read it: programs may
+// free it at any time. Making it allocates and fills it unless that has been done before; false
+// when there is no memory. Buffers call it inside the library's lock.
+bool make_coefficient_table();
+bool coefficient_table_was_made(); // ever: it may have been freed since
 void free_coefficient_table();
+
+// Those kept between frames.
 void free_kept_tables();
 
 } // namespace q32::resample

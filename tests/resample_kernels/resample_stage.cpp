@@ -15,12 +15,12 @@ namespace {
 using model::Axis;
 using model::Image;
 using model::Method;
-using resample::DestinationBlock;
-using resample::Extent;
+using resample::DestinationImage;
 using resample::MethodKernels;
 using resample::Positions;
 using resample::ResampleKernels;
-using resample::SourceBlock;
+using resample::SourceImage;
+using resample::Span;
 
 constexpr std::size_t margin = 192; // bytes beside a destination that must stay as they were
 
@@ -176,15 +176,15 @@ bool Stage::run_everywhere(const Trial &trial, Random &random) {
 
 bool Stage::run_form(const char *name, const MethodKernels &kernels, const Trial &trial,
                      const Layout &layout, const Image &expected) {
-    const SourceBlock source = lay_down_source(trial.source, layout);
-    const DestinationBlock destination = lay_down_destination(trial, layout, expected);
+    const SourceImage source = lay_down_source(trial.source, layout);
+    const DestinationImage destination = lay_down_destination(trial, layout, expected);
     const auto samples = int(trial.source.pixel_bytes);
     const std::size_t columns = trial.columns.index.size();
-    const std::size_t bytes = resample::RowWindow::work_bytes(kernels, columns, samples);
+    const std::size_t bytes = resample::RowResampler::work_bytes(kernels, columns, samples);
     std::uint8_t *const work = work_.end() - layout.work_distance - bytes;
     std::memset(work, canary_ + 1, bytes);
     current = {name, &trial};
-    resample_block(kernels, destination, source, samples, work);
+    resample_image(kernels, destination, source, samples, work);
     current = {};
 
     std::string difference = difference_in(destination, trial, expected);
@@ -197,16 +197,16 @@ bool Stage::run_form(const char *name, const MethodKernels &kernels, const Trial
     return false;
 }
 
-SourceBlock Stage::lay_down_source(const Image &image, const Layout &layout) {
+SourceImage Stage::lay_down_source(const Image &image, const Layout &layout) {
     const std::size_t stride = image.row_bytes() + layout.source_padding;
     std::uint8_t *const pixels =
         place_in(source_, laid_out_bytes(image, layout.source_padding), layout.source_at_end);
     for (int y = 0; y < image.height; ++y)
         std::memcpy(pixels + std::size_t(y) * stride, image.row(y), image.row_bytes());
-    return {pixels, stride, Extent{image.left, image.width}, Extent{image.top, image.height}};
+    return {pixels, stride, Span{image.left, image.width}, Span{image.top, image.height}};
 }
 
-DestinationBlock Stage::lay_down_destination(const Trial &trial, const Layout &layout,
+DestinationImage Stage::lay_down_destination(const Trial &trial, const Layout &layout,
                                              const Image &expected) {
     // Other surroundings in every run: no stray write matches them for long.
     canary_ = std::uint8_t(canary_ * 5 + 113);
@@ -228,7 +228,7 @@ DestinationBlock Stage::lay_down_destination(const Trial &trial, const Layout &l
 }
 
 // Empty when the block is as it must be, surroundings and padding included.
-std::string Stage::difference_in(const DestinationBlock &made, const Trial &trial,
+std::string Stage::difference_in(const DestinationImage &made, const Trial &trial,
                                  const Image &expected) const {
     Bytes wanted(std::size_t(around_end_ - around_), canary_);
     for (int y = 0; y < expected.height; ++y)
@@ -253,7 +253,7 @@ std::string Stage::difference_in(const DestinationBlock &made, const Trial &tria
            std::to_string(*differs.first);
 }
 
-bool Stage::is(const SourceBlock &source, const Image &image) {
+bool Stage::is(const SourceImage &source, const Image &image) {
     for (int y = 0; y < image.height; ++y)
         if (std::memcmp(source.pixels + std::size_t(y) * source.stride, image.row(y),
                         image.row_bytes()) != 0)

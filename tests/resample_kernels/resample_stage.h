@@ -3,8 +3,8 @@
 // model's, the surroundings with what they were. A form that crashes says what it was doing.
 #pragma once
 
-#include "resample/kernels/blocks.h"
-#include "resample/kernels/resample_tables.h"
+#include "resample/kernels/resample_kernels.h"
+#include "resample/kernels/row_resampler.h"
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
@@ -61,12 +61,12 @@ public:
 private:
     bool run_form(const char *name, const resample::MethodKernels &kernels, const Trial &trial,
                   const Layout &layout, const model::Image &expected);
-    resample::SourceBlock lay_down_source(const model::Image &image, const Layout &layout);
-    resample::DestinationBlock lay_down_destination(const Trial &trial, const Layout &layout,
+    resample::SourceImage lay_down_source(const model::Image &image, const Layout &layout);
+    resample::DestinationImage lay_down_destination(const Trial &trial, const Layout &layout,
                                                     const model::Image &expected);
-    std::string difference_in(const resample::DestinationBlock &made, const Trial &trial,
+    std::string difference_in(const resample::DestinationImage &made, const Trial &trial,
                               const model::Image &expected) const;
-    static bool is(const resample::SourceBlock &source, const model::Image &image);
+    static bool is(const resample::SourceImage &source, const model::Image &image);
 
     FencedMemory source_{most_bytes}, destination_{most_bytes}, work_{4 * most_bytes};
     FencedMemory tables_[4] = {FencedMemory{most_columns * 4}, FencedMemory{most_columns * 4},

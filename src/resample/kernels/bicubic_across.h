@@ -111,7 +111,7 @@ constexpr bool has_excess(Parts parts) {
 struct LinePlace {
     uint8_t *words, *excess;
 
-    LinePlace operator+(std::size_t bytes) const { return {words + bytes, excess + bytes}; }
+    LinePlace operator+(size_t bytes) const { return {words + bytes, excess + bytes}; }
 };
 
 // --- pixels of three and four samples -----------------------------------------------------------
@@ -161,7 +161,7 @@ V closed_up(V words) {
 template <int pixel_samples, bool in_row, class V>
 struct Pixels {
     static constexpr int samples = pixel_samples;
-    static constexpr std::size_t steps_at_once = 1;
+    static constexpr size_t steps_at_once = 1;
     using Vector = V;
 
     // Answers the highest words.
@@ -174,7 +174,7 @@ struct Pixels {
     }
 
 private:
-    static constexpr std::size_t bytes_of_four = 4 * samples * sizeof(std::int16_t);
+    static constexpr size_t bytes_of_four = 4 * samples * sizeof(std::int16_t);
 
     template <int i>
     [[gnu::always_inline]] static V sums_of_column(const Step &step, const SourceRow &source,
@@ -223,7 +223,7 @@ enum class TapsFrom { windows, fours };
 template <TapsFrom from, class V>
 struct Singles {
     static constexpr int samples = 1;
-    static constexpr std::size_t steps_at_once = lanes<V>;
+    static constexpr size_t steps_at_once = lanes<V>;
     using Vector = V;
 
     template <Parts parts>
@@ -283,19 +283,18 @@ inline SourceRow row_of_windows(Edges &edges, const uint8_t *row, int row_bytes)
 // --- lines --------------------------------------------------------------------------------------
 
 template <int samples>
-constexpr std::size_t bytes_of_step = columns_per_step *samples * sizeof(std::int16_t);
+constexpr size_t bytes_of_step = columns_per_step *samples * sizeof(std::int16_t);
 
 template <class V>
 bool has_limit(V words) {
     return top_bits(equal_u16(words, repeat_u16<V>(most_of_word))) != 0;
 }
 
-// Makes parts of a line for a run of steps. Answers whether words are at their limit.
+// Makes parts of a line, step after step. Answers whether words are at their limit.
 template <class Form, Parts parts>
-[[gnu::noinline]] bool run_steps(const Line<uint8_t> &line, Plan &plan,
-                                 const SourceRow &source_in_memory, std::size_t first,
-                                 std::size_t end) {
-    constexpr std::size_t bytes = bytes_of_step<Form::samples>;
+[[gnu::noinline]] bool make_steps(const Line<uint8_t> &line, Plan &plan,
+                                  const SourceRow &source_in_memory, size_t first, size_t end) {
+    constexpr size_t bytes = bytes_of_step<Form::samples>;
     const SourceRow source = source_in_memory;
     const auto *step = plan.step<Form::samples>() + first;
     const auto *const last = step + (end - first);
@@ -311,15 +310,15 @@ template <class Form, Parts parts>
 
 // Marks the chunks with words at their limit. Answers how many these are.
 template <int samples, class V>
-std::size_t mark_chunks(const Line<uint8_t> &line, const Plan &plan) {
-    constexpr std::size_t bytes_of_chunk = samples_per_chunk * sizeof(std::int16_t);
-    const std::size_t bytes = plan.steps * bytes_of_step<samples>;
+size_t mark_chunks(const Line<uint8_t> &line, const Plan &plan) {
+    constexpr size_t bytes_of_chunk = samples_per_chunk * sizeof(std::int16_t);
+    const size_t bytes = plan.steps * bytes_of_step<samples>;
     store(line.words + bytes, zero<V>()); // what the last vector reads
-    std::size_t marked = 0;
-    for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
-        const std::size_t end = std::min((chunk + 1) * bytes_of_chunk, bytes);
+    size_t marked = 0;
+    for (size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
+        const size_t end = std::min((chunk + 1) * bytes_of_chunk, bytes);
         V most = zero<V>();
-        for (std::size_t at = chunk * bytes_of_chunk; at < end; at += sizeof(V))
+        for (size_t at = chunk * bytes_of_chunk; at < end; at += sizeof(V))
             most = max_i16(most, load<V>(line.words + at));
         line.marks_of_chunks[chunk] = has_limit(most);
         marked += line.marks_of_chunks[chunk];
@@ -328,32 +327,30 @@ std::size_t mark_chunks(const Line<uint8_t> &line, const Plan &plan) {
 }
 
 template <class V>
-void store_zeros(uint8_t *to, std::size_t bytes) {
-    for (std::size_t at = 0; at < bytes; at += sizeof(V))
+void store_zeros(uint8_t *to, size_t bytes) {
+    for (size_t at = 0; at < bytes; at += sizeof(V))
         store(to + at, zero<V>());
 }
 
 // Which parts a call makes, as an argument.
-template <Parts p>
-struct Making {
-    static constexpr Parts parts = p;
-};
+template <Parts parts>
+using Making = std::integral_constant<Parts, parts>;
 
-// make(Making<parts>(), first step, end) makes steps as run_steps does. Below a line with much
+// make(Making<parts>(), first step, end) makes steps as make_steps does. Below a line with much
 // excess it is expected, and made at once.
 template <int samples, class V, class Make>
 void make_line(const Line<uint8_t> &line, Plan &plan, const Make &make) {
     const bool both = plan.expects_excess;
-    *line.mark = both ? make(Making<Parts::both>(), std::size_t(0), plan.steps)
-                      : make(Making<Parts::words>(), std::size_t(0), plan.steps);
+    *line.mark = both ? make(Making<Parts::both>(), size_t(0), plan.steps)
+                      : make(Making<Parts::words>(), size_t(0), plan.steps);
     plan.expects_excess =
         *line.mark && 2 * mark_chunks<samples, V>(line, plan) > plan.layout.chunks;
     if (both || !*line.mark)
         return;
 
-    constexpr std::size_t steps = samples_per_chunk / (columns_per_step * samples);
-    for (std::size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
-        const std::size_t first = chunk * steps, end = std::min(first + steps, plan.steps);
+    constexpr size_t steps = samples_per_chunk / (columns_per_step * samples);
+    for (size_t chunk = 0; chunk < plan.layout.chunks; ++chunk) {
+        const size_t first = chunk * steps, end = std::min(first + steps, plan.steps);
         if (line.marks_of_chunks[chunk])
             make(Making<Parts::excess>(), first, end);
         else
@@ -364,9 +361,9 @@ void make_line(const Line<uint8_t> &line, Plan &plan, const Make &make) {
 
 template <TapsFrom from, class V>
 void make_line_of_singles(const Line<uint8_t> &line, Plan &plan, const SourceRow &source) {
-    make_line<1, V>(line, plan, [&](auto making, std::size_t first, std::size_t end) {
-        constexpr Parts parts = decltype(making)::parts;
-        return run_steps<Singles<from, V>, parts>(line, plan, source, first, end);
+    make_line<1, V>(line, plan, [&](auto making, size_t first, size_t end) {
+        constexpr Parts parts = making;
+        return make_steps<Singles<from, V>, parts>(line, plan, source, first, end);
     });
 }
 
@@ -374,42 +371,35 @@ template <int samples, class V>
 void make_line_of_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
     fill_edges<samples>(plan.edges, row, plan.row_bytes);
     const SourceRow source{row, plan.edges.bytes};
-    make_line<samples, V>(line, plan, [&](auto making, std::size_t first, std::size_t end) {
-        constexpr Parts parts = decltype(making)::parts;
-        const std::size_t in_row = std::clamp(plan.first_in_row, first, end);
-        const std::size_t beyond = std::clamp(plan.end_in_row, first, end);
+    make_line<samples, V>(line, plan, [&](auto making, size_t first, size_t end) {
+        constexpr Parts parts = making;
+        const size_t in_row = std::clamp(plan.first_in_row, first, end);
+        const size_t beyond = std::clamp(plan.end_in_row, first, end);
         using InRow = Pixels<samples, true, V>;
         using Anywhere = Pixels<samples, false, V>;
         bool limit = false;
         if (first < in_row)
-            limit |= run_steps<Anywhere, parts>(line, plan, source, first, in_row);
+            limit |= make_steps<Anywhere, parts>(line, plan, source, first, in_row);
         if (in_row < beyond)
-            limit |= run_steps<InRow, parts>(line, plan, source, in_row, beyond);
+            limit |= make_steps<InRow, parts>(line, plan, source, in_row, beyond);
         if (beyond < end)
-            limit |= run_steps<Anywhere, parts>(line, plan, source, beyond, end);
+            limit |= make_steps<Anywhere, parts>(line, plan, source, beyond, end);
         return limit;
     });
 }
 
-template <class V>
-void across(void *memory, void *plan_memory, const uint8_t *row) {
-    Plan &plan = *static_cast<Plan *>(plan_memory);
-    const Line<uint8_t> line(plan.layout, static_cast<uint8_t *>(memory));
-    switch (plan.samples) {
-    case 1:
+template <int samples, class V>
+void make_line_of(const Line<uint8_t> &line, Plan &plan, const uint8_t *row) {
+    if constexpr (samples > 1)
+        return make_line_of_pixels<samples, V>(line, plan, row);
 #ifdef __SSE4_1__
-        if (plan.windows)
-            return make_line_of_singles<TapsFrom::windows, V>(
-                line, plan, row_of_windows(plan.edges, row, plan.row_bytes));
+    if (plan.windows)
+        return make_line_of_singles<TapsFrom::windows, V>(
+            line, plan, row_of_windows(plan.edges, row, plan.row_bytes));
 #else
-        fill_edges<1>(plan.edges, row, plan.row_bytes);
+    fill_edges<samples>(plan.edges, row, plan.row_bytes);
 #endif
-        return make_line_of_singles<TapsFrom::fours, V>(line, plan, {row, plan.edges.bytes});
-    case 3:
-        return make_line_of_pixels<3, V>(line, plan, row);
-    default:
-        return make_line_of_pixels<4, V>(line, plan, row);
-    }
+    make_line_of_singles<TapsFrom::fours, V>(line, plan, {row, plan.edges.bytes});
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // Bicubic interpolation for AVX2, 32 bytes at a time.
-#include "resample/kernels/bicubic_wide.h"
+#include "resample/kernels/bicubic_forms.h"
 
 namespace q32::resample {
 
-constexpr MethodKernels bicubic_avx2 = wide_bicubic<V32>;
+constexpr MethodKernels avx2_bicubic_kernels = method_kernels<WideBicubic<V32>>();
 
 } // namespace q32::resample

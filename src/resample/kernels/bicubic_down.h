@@ -101,9 +101,9 @@ void store_first(uint8_t *to, V v, size_t count) {
     }
 }
 
-// A run of samples; lines are words, or words and excess.
+// Makes a run of samples; lines are words, or words and excess.
 template <class V, class Row, class... Lines>
-[[gnu::noinline]] void run_down(uint8_t *to, size_t count, const CubicWeights &weights,
+[[gnu::noinline]] void make_run(uint8_t *to, size_t count, const CubicWeights &weights,
                                 const Lines &...lines_in_memory) {
     const Row row(weights);
     size_t at = 0;
@@ -111,14 +111,14 @@ template <class V, class Row, class... Lines>
         const V first = row.samples(lines..., 2 * at);
         return pack_i16_to_u8_in_order(first, row.samples(lines..., 2 * at + sizeof(V)));
     };
-    const auto run = [&](const Lines... lines) {
+    const auto make = [&](const Lines... lines) {
 #pragma GCC unroll 1
         for (; at + sizeof(V) <= count; at += sizeof(V))
             store(to + at, next_bytes(lines...));
         if (at < count)
             store_first(to + at, next_bytes(lines...), count - at);
     };
-    run(lines_in_memory...);
+    make(lines_in_memory...);
 }
 
 using LineToRead = Line<const uint8_t>;
@@ -148,16 +148,15 @@ void down_by_chunks(uint8_t *destination, const Plan &plan, const LineToRead *li
         for (int i = 0; i < lines_down; ++i)
             excess.part[i] = *lines[i].mark ? lines[i].excess + at : plan.no_excess;
         if (marked)
-            run_down<V, Between<V>>(destination + first, count, weights, words_of(lines, at),
+            make_run<V, Between<V>>(destination + first, count, weights, words_of(lines, at),
                                     excess);
         else
-            run_down<V, Between<V>>(destination + first, count, weights, words_of(lines, at));
+            make_run<V, Between<V>>(destination + first, count, weights, words_of(lines, at));
     }
 }
 
 template <class V>
-void down(uint8_t *destination, void *plan_memory, const void *const *memory, int row_fraction) {
-    const Plan &plan = *static_cast<Plan *>(plan_memory);
+void make_row(uint8_t *destination, const Plan &plan, const void *const *memory, int row_fraction) {
     const auto line = [&](int i) {
         return LineToRead(plan.layout, static_cast<const uint8_t *>(memory[i]));
     };
@@ -166,11 +165,11 @@ void down(uint8_t *destination, void *plan_memory, const void *const *memory, in
     const int phase = phase_of(row_fraction & 0xFF);
     const CubicWeights &weights = cubic_weights[phase];
     if (phase == 0)
-        run_down<V, OnLine<V>>(destination, plan.row_samples, weights, words_of(lines, 0));
+        make_run<V, OnLine<V>>(destination, plan.row_samples, weights, words_of(lines, 0));
     else if (*lines[0].mark | *lines[1].mark | *lines[2].mark | *lines[3].mark)
         down_by_chunks<V>(destination, plan, lines, weights);
     else
-        run_down<V, Between<V>>(destination, plan.row_samples, weights, words_of(lines, 0));
+        make_run<V, Between<V>>(destination, plan.row_samples, weights, words_of(lines, 0));
 }
 
 } // namespace

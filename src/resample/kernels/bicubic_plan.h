@@ -5,7 +5,7 @@
 #pragma once
 
 #include "resample/kernels/cubic_weights.h"
-#include "resample/kernels/resample_kernels.h"
+#include "resample/kernels/method_forms.h"
 #include "simd/operations.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ namespace {
 constexpr int columns_per_step = 8;
 
 // Of 4, 12 and 32 steps of pixels of 3, 1 and 4 samples come whole chunks.
-constexpr std::size_t samples_per_chunk = 96;
+constexpr size_t samples_per_chunk = 96;
 
 // Weights of the taps at -1 and 1, and at 0 and 2, as the words of double words: the order in which
 // the even and the odd bytes of four taps lie.
@@ -48,18 +48,18 @@ constexpr auto weight_pairs = [] {
 constexpr int line_bias = 32768, most_of_word = 32767;
 
 struct LineLayout {
-    std::size_t chunks;
-    std::size_t words; // of samples, and as many of excess
+    size_t chunks;
+    size_t words; // of samples, and as many of excess
 
-    LineLayout(std::size_t columns, int samples)
-        : chunks((columns * std::size_t(samples) + samples_per_chunk - 1) / samples_per_chunk),
+    LineLayout(size_t columns, int samples)
+        : chunks((columns * size_t(samples) + samples_per_chunk - 1) / samples_per_chunk),
           words(chunks * samples_per_chunk + words_beyond) {}
 
-    std::size_t bytes() const { return 2 * words * sizeof(std::int16_t) + 1 + chunks; }
+    size_t bytes() const { return 2 * words * sizeof(std::int16_t) + 1 + chunks; }
 
 private:
     // The last store of a step goes beyond it.
-    static constexpr std::size_t words_beyond = work_alignment / sizeof(std::int16_t);
+    static constexpr size_t words_beyond = work_alignment / sizeof(std::int16_t);
 };
 
 // A line in memory; const Byte reads it.
@@ -74,7 +74,7 @@ struct Line {
         : words(memory), excess(words + layout.words * sizeof(std::int16_t)),
           mark(excess + layout.words * sizeof(std::int16_t)), marks_of_chunks(mark + 1) {}
 
-    bool is_marked(std::size_t chunk) const { return *mark != 0 && marks_of_chunks[chunk] != 0; }
+    bool is_marked(size_t chunk) const { return *mark != 0 && marks_of_chunks[chunk] != 0; }
 };
 
 // --- plans --------------------------------------------------------------------------------------
@@ -88,35 +88,40 @@ struct Step {
 
 // With the bytes of windows that are the columns' taps.
 struct SingleStep : Step {
-    std::uint8_t taps[4 * columns_per_step];
+    uint8_t taps[4 * columns_per_step];
 };
 
 // What taps read at the ends of a row: its first and its last bytes, the edge pixels repeated. A
 // row of less than a vector is there as a whole, before row_end. Bytes around are read, not used.
 struct Edges {
     static constexpr int row_end = 64;
-    std::uint8_t bytes[128];
+    uint8_t bytes[128];
 };
 
 struct alignas(work_alignment) Plan {
     const int samples; // of a pixel
     const int row_bytes;
-    const std::size_t row_samples;
-    const std::size_t steps; // single samples are taken in pairs of steps
+    const size_t row_samples;
+    const size_t steps; // single samples are taken in pairs of steps
     const LineLayout layout;
     bool windows = false; // single samples: four columns have one of sizeof(V16) bytes
-    std::size_t first_in_row = 0, end_in_row = 0; // pixels: a run of steps that need no edges
-    bool expects_excess = false;                  // so had the line before
+    size_t first_in_row = 0, end_in_row = 0; // of pixels: steps that need no edges
+    bool expects_excess = false;             // so had the line before
     Edges edges{};
     uint8_t no_excess[samples_per_chunk * sizeof(std::int16_t)]{};
 
-    Plan(std::size_t columns, Extent source, int pixel_samples)
+    Plan(size_t columns, Span source, int pixel_samples)
         : samples(pixel_samples), row_bytes(source.count * samples),
-          row_samples(columns * std::size_t(samples)), steps(steps_of(columns, samples)),
+          row_samples(columns * size_t(samples)), steps(steps_of(columns, samples)),
           layout(columns, samples) {}
 
-    static std::size_t steps_of(std::size_t columns, int samples) {
-        const std::size_t at_once = samples == 1 ? 2 * columns_per_step : columns_per_step;
+    static size_t bytes(size_t columns, int samples) {
+        return sizeof(Plan) +
+               steps_of(columns, samples) * (samples == 1 ? sizeof(SingleStep) : sizeof(Step));
+    }
+
+    static size_t steps_of(size_t columns, int samples) {
+        const size_t at_once = samples == 1 ? 2 * columns_per_step : columns_per_step;
         return (columns + at_once - 1) / at_once * at_once / columns_per_step;
     }
 
@@ -126,15 +131,6 @@ struct alignas(work_alignment) Plan {
         return reinterpret_cast<StepOf *>(this + 1);
     }
 };
-
-std::size_t plan_bytes(std::size_t columns, int samples) {
-    return sizeof(Plan) +
-           Plan::steps_of(columns, samples) * (samples == 1 ? sizeof(SingleStep) : sizeof(Step));
-}
-
-std::size_t line_bytes(std::size_t columns, int samples) {
-    return LineLayout(columns, samples).bytes();
-}
 
 // --- making one ---------------------------------------------------------------------------------
 
@@ -154,16 +150,16 @@ std::int32_t offset_of_taps(int pixel, int row_bytes) {
 // Calls place(step, source pixels of its columns) for each step. Beyond the last column that one is
 // repeated.
 template <int samples, class Place>
-void make_steps(Plan &plan, const Positions &columns, Extent source, const Place &place) {
+void plan_steps(Plan &plan, const Positions &columns, Span source, const Place &place) {
     auto *step = plan.step<samples>();
-    for (std::size_t s = 0; s < plan.steps; ++s) {
+    for (size_t s = 0; s < plan.steps; ++s) {
         int pixel[columns_per_step];
-        for (std::size_t k = 0; k < columns_per_step; ++k) {
-            const std::size_t x = std::min(s * columns_per_step + k, columns.count - 1);
+        for (size_t k = 0; k < columns_per_step; ++k) {
+            const size_t x = std::min(s * columns_per_step + k, columns.count - 1);
             const WeightPairs &weights = weight_pairs[phase_of(columns.fraction[x] & 0xFF)];
             step[s].even[k] = weights.even;
             step[s].odd[k] = weights.odd;
-            pixel[k] = source.cut(columns.index[x]) - source.first;
+            pixel[k] = source.distance(columns.index[x]);
         }
         place(step[s], pixel);
     }
@@ -171,8 +167,8 @@ void make_steps(Plan &plan, const Positions &columns, Extent source, const Place
 
 // Taps that are read one column at a time.
 template <int samples>
-void place_columns(Plan &plan, const Positions &columns, Extent source) {
-    make_steps<samples>(plan, columns, source, [&](Step &step, const int *pixel) {
+void place_columns(Plan &plan, const Positions &columns, Span source) {
+    plan_steps<samples>(plan, columns, source, [&](Step &step, const int *pixel) {
         for (int k = 0; k < columns_per_step; ++k)
             step.offset[k] = offset_of_taps<samples>(pixel[k], plan.row_bytes);
     });
@@ -186,9 +182,9 @@ inline bool needs_edges(const Step &step) {
 }
 
 template <int samples>
-void find_run_in_row(Plan &plan) {
+void find_steps_in_row(Plan &plan) {
     const Step *step = plan.step<samples>();
-    std::size_t at = 0;
+    size_t at = 0;
     while (at < plan.steps && needs_edges(step[at]))
         ++at;
     plan.first_in_row = at;
@@ -251,36 +247,32 @@ inline void place_in_fours(const Plan &plan, const int *pixel, SingleStep &step)
                  add_u8(begins, tap_masks(load_16(first + k), repeat_u8<V16>(3))));
 }
 
-inline void place_singles(Plan &plan, const Positions &columns, Extent source) {
+inline void place_singles(Plan &plan, const Positions &columns, Span source) {
     plan.windows = true;
-    make_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
+    plan_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
         plan.windows &= place_windows(plan, pixel, step);
     });
     if (!plan.windows)
-        make_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
+        plan_steps<1>(plan, columns, source, [&](SingleStep &step, const int *pixel) {
             place_in_fours(plan, pixel, step);
         });
 }
 
 #else
 
-inline void place_singles(Plan &plan, const Positions &columns, Extent source) {
+inline void place_singles(Plan &plan, const Positions &columns, Span source) {
     place_columns<1>(plan, columns, source);
 }
 
 #endif
 
-void make_plan(void *memory, const Positions &columns, Extent source, int samples) {
-    Plan &plan = *new (memory) Plan(columns.count, source, samples);
-    switch (samples) {
-    case 1:
-        return place_singles(plan, columns, source);
-    case 3:
-        place_columns<3>(plan, columns, source);
-        return find_run_in_row<3>(plan);
-    default:
-        place_columns<4>(plan, columns, source);
-        return find_run_in_row<4>(plan);
+template <int samples>
+void plan_columns(Plan &plan, const Positions &columns, Span source) {
+    if constexpr (samples == 1) {
+        place_singles(plan, columns, source);
+    } else {
+        place_columns<samples>(plan, columns, source);
+        find_steps_in_row<samples>(plan);
     }
 }
 

@@ -1,8 +1,8 @@
-// Bicubic interpolation for SSE2, 16 bytes at a time.
-#include "resample/kernels/bicubic_wide.h"
+// Bicubic interpolation for the baseline, 16 bytes at a time.
+#include "resample/kernels/bicubic_forms.h"
 
 namespace q32::resample {
 
-constexpr MethodKernels bicubic_sse2 = wide_bicubic<V16>;
+constexpr MethodKernels sse2_bicubic_kernels = method_kernels<WideBicubic<V16>>();
 
 } // namespace q32::resample

@@ -4,7 +4,7 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "resample/kernels/bilinear_columns.h"
+#include "resample/kernels/bilinear_plan.h"
 
 #include <cstring>
 
@@ -24,7 +24,7 @@ inline void expect(const uint8_t *at) {
 
 // The windows of each lane, which are `distance` apart in the list of windows.
 template <class V>
-V load_windows(const uint8_t *row, const int32_t *start, [[maybe_unused]] size_t distance) {
+V load_windows(const uint8_t *row, const std::int32_t *start, [[maybe_unused]] size_t distance) {
     if constexpr (lanes<V> == 1)
         return load_16(row + start[0]);
     else
@@ -35,7 +35,7 @@ V load_windows(const uint8_t *row, const int32_t *start, [[maybe_unused]] size_t
 struct WindowsOf {
     explicit WindowsOf(const Plan &plan)
         : start(plan.start), index(plan.index), bytes(plan.line_bytes()) {}
-    const int32_t *start;
+    const std::int32_t *start;
     const uint8_t *index;
     size_t bytes; // of the line
 };
@@ -65,45 +65,43 @@ void take_half_lanes(uint8_t *line, const Plan &plan, const uint8_t *row) {
 
 // --- pixel by pixel -----------------------------------------------------------------------------
 
-template <size_t pixel_bytes>
+template <size_t samples>
 void take_edge_pixel(uint8_t *pair, const uint8_t *left, bool is_last) {
-    const uint8_t *right = is_last ? left : left + pixel_bytes;
-    for (size_t sample = 0; sample < pixel_bytes; ++sample) {
+    const uint8_t *right = is_last ? left : left + samples;
+    for (size_t sample = 0; sample < samples; ++sample) {
         *pair++ = left[sample];
         *pair++ = right[sample];
     }
 }
 
-template <size_t pixel_bytes>
+template <size_t samples>
 void take_pixels(uint8_t *line, const Plan &plan, const uint8_t *row) {
-    constexpr size_t step = 2 * pixel_bytes, wide = wide_load(pixel_bytes);
+    constexpr size_t step = 2 * samples, wide = wide_load(samples);
     if (plan.row_bytes >= wide) {
-        const auto last_wide = int32_t(plan.row_bytes - wide);
-        const int32_t *left = plan.left, *const end = left + plan.pixels;
+        const auto last_wide = std::int32_t(plan.row_bytes - wide);
+        const std::int32_t *left = plan.left, *const end = left + plan.columns;
         for (uint8_t *pair = line; left != end; ++left, pair += step) {
             const uint8_t *at = row + std::min(*left, last_wide);
-            if constexpr (pixel_bytes == 1) {
+            if constexpr (samples == 1) {
                 std::memcpy(pair, at, wide);
             } else {
                 const V16 both = load_8(at);
-                const V16 right = _mm_srli_epi64(both, 8 * pixel_bytes);
+                const V16 right = _mm_srli_epi64(both, 8 * samples);
                 store_8(pair, interleave_low_u8(both, right));
             }
         }
     }
     for (size_t i = 0; i < plan.edge_pixels; ++i) {
         const auto x = size_t(plan.edge_pixel[i]);
-        const int32_t left = plan.left[x];
-        take_edge_pixel<pixel_bytes>(line + x * step, row + left, left == plan.last_left());
+        const std::int32_t left = plan.left[x];
+        take_edge_pixel<samples>(line + x * step, row + left, left == plan.last_left());
     }
 }
 
 // --- the choice ---------------------------------------------------------------------------------
 
 template <class V>
-void across(void *work_line, void *work, const uint8_t *row) {
-    Plan &plan = *static_cast<Plan *>(work);
-    auto *line = static_cast<uint8_t *>(work_line);
+void take_pairs(uint8_t *line, Plan &plan, const uint8_t *row) {
 #ifdef __SSE4_1__
     if (plan.row_bytes < window) {
         std::memcpy(plan.short_row, row, plan.row_bytes);
@@ -114,14 +112,7 @@ void across(void *work_line, void *work, const uint8_t *row) {
     if (plan.search == Search::half_lanes)
         return take_half_lanes<V>(line, plan, row);
 #endif
-    switch (plan.pixel_bytes) {
-    case 1:
-        return take_pixels<1>(line, plan, row);
-    case 3:
-        return take_pixels<3>(line, plan, row);
-    default:
-        return take_pixels<4>(line, plan, row);
-    }
+    with_samples(int(plan.samples), [&](auto samples) { take_pixels<samples>(line, plan, row); });
 }
 
 } // namespace

@@ -1,9 +1,8 @@
-// Bilinear interpolation for AVX2.
-#include "resample/kernels/bilinear_wide.h"
-#include "resample/kernels/resample_tables.h"
+// Bilinear interpolation for AVX2, 32 bytes at a time.
+#include "resample/kernels/bilinear_forms.h"
 
 namespace q32::resample {
 
-constinit const MethodKernels bilinear_avx2 = bilinear_wide<V32>;
+constexpr MethodKernels avx2_bilinear_kernels = method_kernels<WideBilinear<V32>>();
 
 } // namespace q32::resample

@@ -10,7 +10,6 @@
 #pragma once
 
 #include "resample/kernels/bilinear_plan.h"
-#include "simd/operations.h"
 
 #include <cstring>
 
@@ -105,15 +104,16 @@ void finish_row(uint8_t *destination, const Strip &terms, const std::uint16_t *f
 }
 
 template <class V>
-void down_rows(uint8_t *destination, size_t stride, void *work, const void *const *lines,
-               const int32_t *row_fraction, size_t rows) {
-    const Plan &plan = *static_cast<const Plan *>(work);
+void finish_rows(uint8_t *destination, size_t stride, void *plan_memory, const void *const *lines,
+                 const std::int32_t *row_fraction, size_t rows) {
+    const Plan &plan = *static_cast<const Plan *>(plan_memory);
     const auto *above = static_cast<const uint8_t *>(lines[0]);
     const auto *below = static_cast<const uint8_t *>(lines[1]);
-    const bool rows_differ = std::any_of(row_fraction, row_fraction + rows,
-                                         [](int32_t fraction) { return (fraction & 0xFFFF) != 0; });
-    for (size_t first = 0; first < plan.samples; first += strip) {
-        const size_t samples = std::min(strip, plan.samples - first);
+    const bool rows_differ =
+        std::any_of(row_fraction, row_fraction + rows,
+                    [](std::int32_t fraction) { return (fraction & 0xFFFF) != 0; });
+    for (size_t first = 0; first < plan.row_samples; first += strip) {
+        const size_t samples = std::min(strip, plan.row_samples - first);
         const std::uint16_t *fraction = plan.fraction + first;
         Strip terms;
         if (rows_differ)
@@ -131,12 +131,6 @@ void down_rows(uint8_t *destination, size_t stride, void *work, const void *cons
                 finish_row<RowFraction::from_half, V>(row, terms, fraction, fy, samples);
         }
     }
-}
-
-template <class V>
-void down(uint8_t *destination, void *work, const void *const *lines, int row_fraction) {
-    const int32_t fraction = row_fraction;
-    down_rows<V>(destination, 0, work, lines, &fraction, 1);
 }
 
 } // namespace

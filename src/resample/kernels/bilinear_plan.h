@@ -1,21 +1,17 @@
 // What the wide bilinear kernels know of a destination row's columns: the fractions, sample by
 // sample, and where in a source row each sample's pair is found (the sample and its right
-// neighbour). bilinear_columns.h makes plans.
+// neighbour). Plans are made a group of columns at a time: they are made for small pieces of an
+// image too, and must cost little beside them.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "resample/kernels/resample_kernels.h"
-
-#include <type_traits>
+#include "resample/kernels/method_forms.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
 
 namespace q32::resample {
 namespace {
-
-using std::int32_t;
-using std::size_t;
-using std::uint16_t;
-using std::uint8_t;
 
 constexpr size_t lane = 8;    // samples whose pairs fill 16 bytes
 constexpr size_t window = 16; // bytes of a source row out of which one shuffle takes pairs
@@ -25,12 +21,15 @@ constexpr size_t block = 32;
 constexpr size_t blocks_of(size_t samples) {
     return (samples + block - 1) / block;
 }
+constexpr size_t pairs_bytes(size_t samples) {
+    return blocks_of(samples) * block * 2;
+}
 
 // Columns are looked at in groups, which fill as many lanes as a pixel has samples.
 constexpr size_t group = 8;
-constexpr size_t groups_of(size_t pixels, size_t pixel_bytes) {
-    const size_t lanes = blocks_of(pixels * pixel_bytes) * (block / lane);
-    return (lanes + pixel_bytes - 1) / pixel_bytes;
+constexpr size_t groups_of(size_t columns, size_t samples) {
+    const size_t lanes = blocks_of(columns * samples) * (block / lane);
+    return (lanes + samples - 1) / samples;
 }
 
 // How pairs are found in a source row. The first way that can find them all is taken.
@@ -41,35 +40,35 @@ enum class Search : int {
 };
 
 struct Plan {
-    size_t pixels;
-    size_t samples; // of the destination row
-    size_t pixel_bytes;
-    size_t row_bytes; // of a source row
+    size_t columns;
+    size_t samples;     // of a pixel
+    size_t row_samples; // of the destination row
+    size_t row_bytes;   // of a source row
     Search search;
 
-    uint16_t *fraction;  // of each sample
-    int32_t *left;       // of each pixel: where it begins in the source row
-    int32_t *start;      // of each window: where it begins in the source row
-    uint8_t *index;      // of each lane: where its pairs lie in its windows
-    int32_t *edge_pixel; // pixels that a wide load would not find
+    std::uint16_t *fraction;  // of each sample
+    std::int32_t *left;       // of each pixel: where it begins in the source row
+    std::int32_t *start;      // of each window: where it begins in the source row
+    uint8_t *index;           // of each lane: where its pairs lie in its windows
+    std::int32_t *edge_pixel; // pixels that a wide load would not find
     size_t edge_pixels;
     uint8_t short_row[window]; // a copy of a source row that is shorter than a window
 
     // Where the last pixel of a source row begins. It is its own right neighbour.
-    int32_t last_left() const { return int32_t(row_bytes - pixel_bytes); }
-    size_t line_bytes() const { return blocks_of(samples) * block * 2; }
+    std::int32_t last_left() const { return std::int32_t(row_bytes - samples); }
+    size_t line_bytes() const { return pairs_bytes(row_samples); }
 };
 
 // The tables behind a plan, one after another.
 class PlanTables {
 public:
-    PlanTables(size_t pixels, size_t pixel_bytes) {
-        const size_t groups = groups_of(pixels, pixel_bytes), lanes = groups * pixel_bytes;
-        fraction = take<uint16_t>(lanes * lane);
-        left = take<int32_t>(groups * group);
-        start = take<int32_t>(2 * lanes);
+    PlanTables(size_t columns, size_t samples) {
+        const size_t groups = groups_of(columns, samples), lanes = groups * samples;
+        fraction = take<std::uint16_t>(lanes * lane);
+        left = take<std::int32_t>(groups * group);
+        start = take<std::int32_t>(2 * lanes);
         index = take<uint8_t>(2 * lane * lanes);
-        edge_pixel = take<int32_t>(pixels);
+        edge_pixel = take<std::int32_t>(columns);
     }
 
     size_t fraction, left, start, index, edge_pixel; // bytes from the plan on
@@ -84,30 +83,230 @@ private:
     }
 };
 
-inline size_t plan_bytes(size_t pixels, int pixel_bytes) {
-    return PlanTables(pixels, size_t(pixel_bytes)).end;
-}
-
-inline Plan &lay_out_plan(void *work, size_t pixels, Extent source, size_t pixel_bytes) {
-    auto *bytes = static_cast<uint8_t *>(work);
-    const PlanTables tables(pixels, pixel_bytes);
-    Plan &plan = *static_cast<Plan *>(work);
-    plan.pixels = pixels;
-    plan.samples = pixels * pixel_bytes;
-    plan.pixel_bytes = pixel_bytes;
-    plan.row_bytes = size_t(source.count) * pixel_bytes;
-    plan.fraction = reinterpret_cast<uint16_t *>(bytes + tables.fraction);
-    plan.left = reinterpret_cast<int32_t *>(bytes + tables.left);
-    plan.start = reinterpret_cast<int32_t *>(bytes + tables.start);
+inline Plan &lay_out_plan(void *memory, size_t columns, Span source, size_t samples) {
+    auto *bytes = static_cast<uint8_t *>(memory);
+    const PlanTables tables(columns, samples);
+    Plan &plan = *static_cast<Plan *>(memory);
+    plan.columns = columns;
+    plan.samples = samples;
+    plan.row_samples = columns * samples;
+    plan.row_bytes = size_t(source.count) * samples;
+    plan.fraction = reinterpret_cast<std::uint16_t *>(bytes + tables.fraction);
+    plan.left = reinterpret_cast<std::int32_t *>(bytes + tables.left);
+    plan.start = reinterpret_cast<std::int32_t *>(bytes + tables.start);
     plan.index = bytes + tables.index;
-    plan.edge_pixel = reinterpret_cast<int32_t *>(bytes + tables.edge_pixel);
+    plan.edge_pixel = reinterpret_cast<std::int32_t *>(bytes + tables.edge_pixel);
     plan.edge_pixels = 0;
     return plan;
 }
 
-// A line holds two bytes for each sample. A pixel by itself is stored as 8 bytes.
-inline size_t line_bytes(size_t pixels, int pixel_bytes) {
-    return blocks_of(pixels * size_t(pixel_bytes)) * block * 2 + 8;
+// --- groups of columns --------------------------------------------------------------------------
+
+// The positions of a group. Behind the last column it repeats itself.
+struct Group {
+    std::int32_t index[group];
+    std::int32_t fraction[group];
+};
+
+inline Group group_at(const Positions &columns, size_t first) {
+    Group result = {};
+    for (size_t i = 0; i < group; ++i) {
+        const size_t x = std::min(first + i, columns.count - 1);
+        result.index[i] = columns.index[x];
+        result.fraction[i] = columns.fraction[x];
+    }
+    return result;
+}
+
+// Calls use(first column, indices, fractions) for all groups.
+template <typename Use>
+void each_group(const Positions &columns, size_t groups, const Use &use) {
+    for (size_t x = 0; x < groups * group; x += group) {
+        if (x + group <= columns.count) {
+            use(x, columns.index + x, columns.fraction + x);
+        } else {
+            const Group last = group_at(columns, x);
+            use(x, last.index, last.fraction);
+        }
+    }
+}
+
+#ifdef __SSE4_1__
+
+// From words of the pixels of a group to words of their samples, lane k.
+template <size_t samples>
+constexpr LaneBytes spread_indices(size_t k) {
+    return lane_by([=](size_t i) { return (lane * k + i / 2) / samples * 2 + i % 2; });
+}
+
+// Which sample of its pixel: the same in both bytes of a pair.
+template <size_t samples>
+constexpr LaneBytes samples_in_pixels(size_t k) {
+    return lane_by([=](size_t i) { return (lane * k + i / 2) % samples; });
+}
+
+// What lanes of pixels of so many samples need, one entry for each lane of a group.
+template <size_t samples>
+struct LaneTables {
+    LaneBytes spread[samples];
+    LaneBytes sample[samples];
+};
+template <size_t samples>
+constexpr LaneTables<samples> lane_tables = [] {
+    LaneTables<samples> tables{};
+    for (size_t k = 0; k < samples; ++k) {
+        tables.spread[k] = spread_indices<samples>(k);
+        tables.sample[k] = samples_in_pixels<samples>(k);
+    }
+    return tables;
+}();
+
+template <size_t samples>
+V16 spread(V16 pixels, size_t k) {
+    return shuffle_u8(pixels, as_vector<V16>(lane_tables<samples>.spread[k]));
+}
+
+// Where pixels begin, and the fractions.
+template <size_t samples>
+void find_pixels(Plan &plan, const Positions &columns, Span source) {
+    const V16 first = repeat_u32<V16>(source.first), last = repeat_u32<V16>(source.last());
+    const auto left_of = [&](V16 index) {
+        const V16 cut = max_i32(min_i32(index, last), first);
+        return multiply_low_u32(subtract_u32(cut, first), repeat_u32<V16>(int(samples)));
+    };
+    const auto word_of = [](V16 fraction) { return fraction & repeat_u32<V16>(0xFFFF); };
+
+    each_group(columns, groups_of(columns.count, samples),
+               [&](size_t x, const std::int32_t *index, const std::int32_t *fraction) {
+                   store_16(plan.left + x, left_of(load_16(index)));
+                   store_16(plan.left + x + 4, left_of(load_16(index + 4)));
+                   const V16 words = pack_i32_to_u16_in_lanes(word_of(load_16(fraction)),
+                                                              word_of(load_16(fraction + 4)));
+                   std::uint16_t *const at = plan.fraction + x * samples;
+                   for (size_t k = 0; k < samples; ++k)
+                       store_16(at + lane * k, spread<samples>(words, k));
+               });
+}
+
+#else
+
+template <size_t samples>
+void find_pixels(Plan &plan, const Positions &columns, Span source) {
+    each_group(columns, groups_of(columns.count, samples),
+               [&](size_t x, const std::int32_t *index, const std::int32_t *fraction) {
+                   std::uint16_t *sample = plan.fraction + x * samples;
+                   for (size_t i = 0; i < group; ++i) {
+                       plan.left[x + i] = source.distance(index[i]) * std::int32_t(samples);
+                       for (size_t k = 0; k < samples; ++k)
+                           *sample++ = std::uint16_t(fraction[i]);
+                   }
+               });
+}
+
+#endif
+
+// --- windows ------------------------------------------------------------------------------------
+
+#ifdef __SSE4_1__
+
+// The group's pairs as they lie in the row, counted from where its first pixel begins, modulo 256:
+// in a row that is reduced a thousandfold its last pixel begins more than 32767 bytes behind.
+inline V16 pairs_of_group(const Plan &plan, const std::int32_t *left) {
+    const V16 low = load_16(left), high = load_16(left + 4);
+    const V16 last = repeat_u32<V16>(plan.last_left());
+    const V16 at_end = pack_i32_to_i16_in_lanes(equal_u32(low, last), equal_u32(high, last));
+    const V16 first = repeat_u32<V16>(left[0]);
+    const auto distance = [&](V16 begin) {
+        return subtract_u32(begin, first) & repeat_u32<V16>(0xFF);
+    };
+    const V16 from_first = pack_i32_to_i16_in_lanes(distance(low), distance(high));
+    const V16 step = without(at_end, repeat_u16<V16>(int(plan.samples)));
+    return from_first | shift_left_u16<8>(add_u16(from_first, step));
+}
+
+// Windows of so many samples each. False where one does not hold the pairs of its samples, or where
+// columns do not ascend.
+template <size_t samples, size_t window_samples>
+bool find_windows(Plan &plan) {
+    const auto last_byte = std::int32_t(plan.row_bytes) - 1;
+    const std::int32_t last_start =
+        std::max<std::int32_t>(0, std::int32_t(plan.row_bytes) - std::int32_t(window));
+    std::int32_t *start = plan.start;
+    uint8_t *index = plan.index;
+    const size_t groups = groups_of(plan.columns, samples);
+    const std::int32_t *left = plan.left;
+    for (size_t g = 0; g < groups; ++g, left += group) {
+        const V16 pairs = pairs_of_group(plan, left);
+        bool found = true;
+        for (size_t i = 0; i + 1 < group; ++i)
+            found &= left[i] <= left[i + 1];
+        for (size_t k = 0; k < samples; ++k) {
+            V16 begin = zero<V16>();
+            for (size_t part = 0; part < lane / window_samples; ++part) {
+                const size_t sample = lane * k + window_samples * part;
+                const std::int32_t low = std::min(left[sample / samples], last_start);
+                const std::int32_t high = std::min<std::int32_t>(
+                    left[(sample + window_samples - 1) / samples] + 2 * std::int32_t(samples) - 1,
+                    last_byte);
+                found &= high - low < std::int32_t(window);
+                *start++ = low;
+                const V16 from_first = repeat_u8<V16>(low - left[0]);
+                begin = part == 0 ? from_first : interleave_low_u64(begin, from_first);
+            }
+            const V16 sample = as_vector<V16>(lane_tables<samples>.sample[k]);
+            store_16(index, subtract_u8(add_u8(spread<samples>(pairs, k), sample), begin));
+            index += 2 * lane;
+        }
+        if (!found)
+            return false;
+    }
+    return true;
+}
+
+template <size_t samples>
+bool find_any_windows(Plan &plan) {
+    plan.search = Search::lanes;
+    if (find_windows<samples, lane>(plan))
+        return true;
+    plan.search = Search::half_lanes;
+    return find_windows<samples, lane / 2>(plan);
+}
+
+#else
+
+template <size_t>
+bool find_any_windows(Plan &) {
+    return false; // there is no instruction that takes bytes out of a window
+}
+
+#endif
+
+// --- pixels -------------------------------------------------------------------------------------
+
+// A pixel by itself and its neighbour are read by one load, of 8 bytes where they have 6.
+constexpr size_t wide_load(size_t samples) {
+    return samples == 1 ? 2 : 8;
+}
+
+// Those that end the row, or that a wide load would read beyond its end.
+template <size_t samples>
+void find_edge_pixels(Plan &plan) {
+    const std::int32_t last_wide = std::int32_t(plan.row_bytes) - std::int32_t(wide_load(samples));
+    for (size_t x = 0; x < plan.columns; ++x)
+        if (plan.left[x] > last_wide)
+            plan.edge_pixel[plan.edge_pixels++] = std::int32_t(x);
+}
+
+// --- the plan -----------------------------------------------------------------------------------
+
+template <size_t samples>
+void plan_columns(void *memory, const Positions &columns, Span source) {
+    Plan &plan = lay_out_plan(memory, columns.count, source, samples);
+    find_pixels<samples>(plan, columns, source);
+    if (find_any_windows<samples>(plan))
+        return;
+    plan.search = Search::pixels;
+    find_edge_pixels<samples>(plan);
 }
 
 } // namespace

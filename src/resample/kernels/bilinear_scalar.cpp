@@ -1,13 +1,9 @@
-// Bilinear interpolation as its definition reads. Every wide form gives the same bytes.
-#include "resample/kernels/resample_tables.h"
+// Bilinear interpolation as its definition reads: the reference. Every wide form gives the same
+// bytes.
+#include "resample/kernels/method_forms.h"
 
 namespace q32::resample {
 namespace {
-
-struct Plan {
-    std::size_t count; // columns
-    int samples;       // of a pixel
-};
 
 struct Column {
     int left, right; // samples from the beginning of the source row
@@ -18,10 +14,6 @@ struct Column {
 struct Pair {
     std::uint8_t left, right;
 };
-
-Column *columns_of(void *plan) {
-    return reinterpret_cast<Column *>(static_cast<Plan *>(plan) + 1);
-}
 
 // The differences are halved and quartered so that no product leaves 32 bits. What that loses is
 // part of the result: two equal rows of 1 and 0 give 0 everywhere between them.
@@ -36,47 +28,48 @@ std::uint8_t interpolate(Pair above, Pair below, int fx, int fy) {
     return std::uint8_t(std::clamp(value, 0, 255));
 }
 
-std::size_t plan_bytes(std::size_t columns, int) {
-    return sizeof(Plan) + columns * sizeof(Column);
-}
+struct ScalarBilinear {
+    using Plan = ScalarPlan<Column>;
+    static constexpr int lines = 2, first_line = 0;
+    static constexpr auto plan_bytes = Plan::bytes;
 
-std::size_t line_bytes(std::size_t columns, int samples) {
-    return columns * std::size_t(samples) * sizeof(Pair);
-}
-
-void make_plan(void *plan, const Positions &columns, Extent source, int samples) {
-    *static_cast<Plan *>(plan) = {columns.count, samples};
-    Column *column = columns_of(plan);
-    for (std::size_t x = 0; x < columns.count; ++x) {
-        const int left = source.cut(columns.index[x]);
-        const int right = left < source.last() ? left + 1 : left;
-        column[x] = {(left - source.first) * samples, (right - source.first) * samples,
-                     columns.fraction[x] & 0xFFFF};
+    static std::size_t line_bytes(std::size_t columns, int samples) {
+        return columns * std::size_t(samples) * sizeof(Pair);
     }
-}
 
-void across(void *line, void *plan, const std::uint8_t *source_row) {
-    const auto [count, samples] = *static_cast<const Plan *>(plan);
-    const Column *column = columns_of(plan);
-    auto *pair = static_cast<Pair *>(line);
-    for (std::size_t x = 0; x < count; ++x)
-        for (int sample = 0; sample < samples; ++sample)
-            *pair++ = {source_row[column[x].left + sample], source_row[column[x].right + sample]};
-}
+    static void make_plan(void *memory, const Positions &columns, Span source, int samples) {
+        auto *plan = new (memory) Plan{columns.count, samples};
+        for (std::size_t x = 0; x < columns.count; ++x) {
+            const int left = columns.index[x], right = source.cut(left) + 1;
+            plan->column()[x] = {source.distance(left) * samples, source.distance(right) * samples,
+                                 columns.fraction[x] & 0xFFFF};
+        }
+    }
 
-void down(std::uint8_t *destination, void *plan, const void *const *lines, int row_fraction) {
-    const auto [count, samples] = *static_cast<const Plan *>(plan);
-    const Column *column = columns_of(plan);
-    auto *above = static_cast<const Pair *>(lines[0]);
-    auto *below = static_cast<const Pair *>(lines[1]);
-    const int fy = row_fraction & 0xFFFF;
-    for (std::size_t x = 0; x < count; ++x)
-        for (int sample = 0; sample < samples; ++sample)
-            *destination++ = interpolate(*above++, *below++, column[x].fraction, fy);
-}
+    static void across(void *line, void *memory, const std::uint8_t *source_row) {
+        auto *plan = static_cast<Plan *>(memory);
+        auto *pair = static_cast<Pair *>(line);
+        for (std::size_t x = 0; x < plan->columns; ++x) {
+            const Column &column = plan->column()[x];
+            for (int sample = 0; sample < plan->samples; ++sample)
+                *pair++ = {source_row[column.left + sample], source_row[column.right + sample]};
+        }
+    }
+
+    static void down(std::uint8_t *destination, void *memory, const void *const *lines,
+                     int row_fraction) {
+        auto *plan = static_cast<Plan *>(memory);
+        auto *above = static_cast<const Pair *>(lines[0]);
+        auto *below = static_cast<const Pair *>(lines[1]);
+        const int fy = row_fraction & 0xFFFF;
+        for (std::size_t x = 0; x < plan->columns; ++x)
+            for (int sample = 0; sample < plan->samples; ++sample)
+                *destination++ = interpolate(*above++, *below++, plan->column()[x].fraction, fy);
+    }
+};
 
 } // namespace
 
-const MethodKernels bilinear_scalar{2, 0, plan_bytes, line_bytes, make_plan, across, down};
+constexpr MethodKernels scalar_bilinear_kernels = method_kernels<ScalarBilinear>();
 
 } // namespace q32::resample

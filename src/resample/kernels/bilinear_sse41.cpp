@@ -1,9 +1,8 @@
-// Bilinear interpolation for SSE41.
-#include "resample/kernels/bilinear_wide.h"
-#include "resample/kernels/resample_tables.h"
+// Bilinear interpolation for processors with the byte shuffle, 16 bytes at a time.
+#include "resample/kernels/bilinear_forms.h"
 
 namespace q32::resample {
 
-constinit const MethodKernels bilinear_sse41 = bilinear_wide<V16>;
+constexpr MethodKernels sse41_bilinear_kernels = method_kernels<WideBilinear<V16>>();
 
 } // namespace q32::resample

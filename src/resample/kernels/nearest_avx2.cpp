@@ -1,9 +1,8 @@
-// Nearest neighbour for AVX2: 32 bytes at a time.
-#include "resample/kernels/nearest_windows.h"
-#include "resample/kernels/resample_tables.h"
+// Nearest neighbour for AVX2, 32 bytes at a time.
+#include "resample/kernels/nearest_forms.h"
 
 namespace q32::resample {
 
-const MethodKernels nearest_avx2 = NearestByWindows<V32>::kernels;
+constexpr MethodKernels avx2_nearest_kernels = method_kernels<WideNearest<V32>>();
 
 } // namespace q32::resample

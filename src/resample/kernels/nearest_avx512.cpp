@@ -1,9 +1,8 @@
-// Nearest neighbour for AVX-512: 64 bytes at a time.
-#include "resample/kernels/nearest_windows.h"
-#include "resample/kernels/resample_tables.h"
+// Nearest neighbour for AVX-512, 64 bytes at a time, and 32 where that takes too many windows.
+#include "resample/kernels/nearest_forms.h"
 
 namespace q32::resample {
 
-const MethodKernels nearest_avx512 = NearestByWindows<V64, V32>::kernels;
+constexpr MethodKernels avx512_nearest_kernels = method_kernels<WideNearest<V64, V32>>();
 
 } // namespace q32::resample

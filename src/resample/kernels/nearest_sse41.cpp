@@ -1,9 +1,8 @@
-// Nearest neighbour for SSE4.1: 16 bytes at a time.
-#include "resample/kernels/nearest_windows.h"
-#include "resample/kernels/resample_tables.h"
+// Nearest neighbour for processors with the byte shuffle, 16 bytes at a time.
+#include "resample/kernels/nearest_forms.h"
 
 namespace q32::resample {
 
-const MethodKernels nearest_sse41 = NearestByWindows<V16>::kernels;
+constexpr MethodKernels sse41_nearest_kernels = method_kernels<WideNearest<V16>>();
 
 } // namespace q32::resample

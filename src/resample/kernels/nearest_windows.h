@@ -7,7 +7,6 @@
 #pragma once
 
 #include "resample/kernels/nearest_moves.h"
-#include "simd/operations.h"
 
 #include <array>
 #include <cstring>
@@ -16,72 +15,43 @@
 namespace q32::resample {
 namespace {
 
-constexpr std::size_t lane_bytes = sizeof(V16);
-
-constexpr std::size_t most_window_bytes = 256; // in a row: what a byte can count
-
 // A shuffle chooses within lanes, so that every window of every lane has choices of its own: bytes
 // that lie in another window come out as 0.
 template <class V>
 struct Windows {
-    static constexpr std::size_t bytes = lane_bytes; // of a window
-    static constexpr std::size_t most = 8;
+    static constexpr size_t bytes = lane_bytes; // of a window
+    static constexpr size_t most = 8;
 
     // A window costs about as much as moving a pixel, and a little more.
-    static std::size_t that_pay(int pixel_bytes) {
-        return std::min(most, 12 / std::size_t(pixel_bytes));
-    }
-    static std::size_t choices(std::size_t windows) { return windows; }
+    static size_t that_pay(int pixel_bytes) { return std::min(most, 12 / size_t(pixel_bytes)); }
+    static size_t choices(size_t windows) { return windows; }
 };
 
 #ifdef __AVX512VBMI__
 // The choices of a vector count through all of its windows.
 template <>
 struct Windows<V64> {
-    static constexpr std::size_t bytes = sizeof(V64);
-    static constexpr std::size_t most = 4;
+    static constexpr size_t bytes = sizeof(V64);
+    static constexpr size_t most = 4;
 
-    static std::size_t that_pay(int) { return most; }
-    static std::size_t choices(std::size_t) { return 1; }
+    static size_t that_pay(int) { return most; }
+    static size_t choices(size_t) { return 1; }
 };
 #endif
 
 // --- the plan -----------------------------------------------------------------------------------
 
-// Followed by the offsets of all columns, where the windows of each stretch of the row begin, and
-// for each vector which bytes of them to take. The last vector ends with the row, and makes bytes
-// of the one before it again.
-struct Plan {
-    using MakeRow = void(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row);
-
-    MakeRow *make_row;
-    std::size_t columns;
-    std::size_t bytes; // of a destination row
-    std::size_t source_bytes;
-    int pixel_bytes;
-    std::size_t windows;
-    std::size_t with_a_byte_more; // when pixels are moved
-    Offset *starts;
-    std::uint8_t *choices;
-    // A source row that is shorter than the windows is read from here.
-    alignas(lane_bytes) std::uint8_t narrow_row[most_window_bytes];
-
-    Offset *offsets() { return reinterpret_cast<Offset *>(this + 1); }
-    const Offset *offsets() const { return reinterpret_cast<const Offset *>(this + 1); }
-};
-
-constexpr std::size_t spare_offsets = lane_bytes; // may be read behind the last
-
+// The last vector ends with the row, and makes bytes of the one before it again.
 template <class V>
-constexpr std::size_t vectors(std::size_t row_bytes) {
+constexpr size_t vectors(size_t row_bytes) {
     return (row_bytes + sizeof(V) - 1) / sizeof(V);
 }
 template <class V>
-constexpr std::size_t starts_of_vector = sizeof(V) / Windows<V>::bytes;
+constexpr size_t starts_of_vector = sizeof(V) / Windows<V>::bytes;
 
 template <class V>
-std::size_t bytes_behind_offsets(std::size_t columns, int pixel_bytes) {
-    return vectors<V>(columns * std::size_t(pixel_bytes)) *
+size_t bytes_behind_offsets(size_t columns, int pixel_bytes) {
+    return vectors<V>(columns * size_t(pixel_bytes)) *
                (starts_of_vector<V> * sizeof(Offset) +
                 Windows<V>::choices(Windows<V>::that_pay(pixel_bytes)) * sizeof(V)) +
            work_alignment;
@@ -90,34 +60,8 @@ std::size_t bytes_behind_offsets(std::size_t columns, int pixel_bytes) {
 template <class V>
 void lay_out(Plan &plan) {
     plan.starts = plan.offsets() + plan.columns + spare_offsets;
-    plan.choices = static_cast<std::uint8_t *>(
-        first_aligned(plan.starts + starts_of_vector<V> * vectors<V>(plan.bytes)));
-}
-
-// --- offsets ------------------------------------------------------------------------------------
-
-// Returns whether they ascend.
-inline bool make_offsets(Offset *offsets, const Positions &columns, Extent source,
-                         int pixel_bytes) {
-    constexpr std::size_t step = sizeof(V16) / sizeof(Offset);
-    const V16 first = repeat_u32<V16>(source.first), last = repeat_u32<V16>(source.last());
-    const V16 factor = repeat_u32<V16>(pixel_bytes);
-    const auto indices = [&](std::size_t x) { return load_16(columns.index + x); };
-    V16 descents = zero<V16>();
-    std::size_t x = 0;
-    for (; x + step < columns.count; x += step) {
-        const V16 here = indices(x);
-        descents = descents | _mm_cmpgt_epi32(here, indices(x + 1));
-        const V16 pixels = subtract_u32(min_i32(max_i32(here, first), last), first);
-        store_16(offsets + x, multiply_low_u32(pixels, factor));
-    }
-    std::fill_n(offsets + columns.count, spare_offsets, Offset(0));
-    bool ascend = top_bits(descents) == 0;
-    for (; x < columns.count; ++x) {
-        offsets[x] = offset_of(columns.index[x], source, pixel_bytes);
-        ascend = ascend && (x == 0 || columns.index[x - 1] <= columns.index[x]);
-    }
-    return ascend;
+    plan.choices = static_cast<uint8_t *>(
+        first_aligned(plan.starts + starts_of_vector<V> * vectors<V>(plan.row_bytes)));
 }
 
 // --- lanes --------------------------------------------------------------------------------------
@@ -125,7 +69,7 @@ inline bool make_offsets(Offset *offsets, const Positions &columns, Extent sourc
 // To which pixels, from the first on, the bytes of a lane belong, and which of their bytes they
 // are. A lane may begin within a pixel.
 struct LaneLayout {
-    alignas(lane_bytes) std::array<std::uint8_t, lane_bytes> pixel, byte;
+    alignas(lane_bytes) std::array<uint8_t, lane_bytes> pixel, byte;
 };
 
 constexpr auto lane_layouts = [] {
@@ -133,14 +77,14 @@ constexpr auto lane_layouts = [] {
     for (int pixel_bytes = 1; pixel_bytes <= most_pixel_bytes; ++pixel_bytes)
         for (int begin = 0; begin < pixel_bytes; ++begin)
             for (int i = 0; i < int(lane_bytes); ++i) {
-                layouts[pixel_bytes][begin].pixel[i] = std::uint8_t((begin + i) / pixel_bytes);
-                layouts[pixel_bytes][begin].byte[i] = std::uint8_t((begin + i) % pixel_bytes);
+                layouts[pixel_bytes][begin].pixel[i] = uint8_t((begin + i) / pixel_bytes);
+                layouts[pixel_bytes][begin].byte[i] = uint8_t((begin + i) % pixel_bytes);
             }
     return layouts;
 }();
 
 struct Lane {
-    std::size_t pixel;
+    size_t pixel;
     int byte;
 };
 
@@ -148,32 +92,30 @@ struct Lane {
 template <class V, class Take>
 void each_lane(const Plan &plan, const Take &take) {
     const int pixel_bytes = plan.pixel_bytes;
-    const auto next = [pixels = lane_bytes / std::size_t(pixel_bytes),
+    const auto next = [pixels = lane_bytes / size_t(pixel_bytes),
                        bytes = int(lane_bytes) % pixel_bytes, pixel_bytes](Lane lane) {
         lane.pixel += pixels;
         lane.byte += bytes;
         return lane.byte < pixel_bytes ? lane : Lane{lane.pixel + 1, lane.byte - pixel_bytes};
     };
-    const auto take_lanes = [&](Lane lane, std::size_t count) {
+    const auto take_lanes = [&](Lane lane, size_t count) {
         for (; count != 0; --count, lane = next(lane))
             take(lane);
     };
-    constexpr std::size_t lanes = sizeof(V) / lane_bytes;
-    take_lanes({0, 0}, lanes * (vectors<V>(plan.bytes) - 1));
-    const std::size_t last_vector = plan.bytes - sizeof(V);
-    take_lanes(
-        {last_vector / std::size_t(pixel_bytes), int(last_vector % std::size_t(pixel_bytes))},
-        lanes);
+    constexpr size_t lanes = sizeof(V) / lane_bytes;
+    take_lanes({0, 0}, lanes * (vectors<V>(plan.row_bytes) - 1));
+    const size_t last_vector = plan.row_bytes - sizeof(V);
+    take_lanes({last_vector / size_t(pixel_bytes), int(last_vector % size_t(pixel_bytes))}, lanes);
 }
 
 // Stores where the source bytes begin that come out of the same windows, and returns the windows
 // that the longest of these stretches needs. Only the first and the last pixel of a lane may not be
 // whole in it; the pixels beside them may be the same source pixels.
 template <class V>
-std::size_t make_starts(Plan &plan) {
-    constexpr std::size_t lanes = Windows<V>::bytes / lane_bytes;
+size_t make_starts(Plan &plan) {
+    constexpr size_t lanes = Windows<V>::bytes / lane_bytes;
     Offset most_bytes = 0;
-    std::size_t i = 0;
+    size_t i = 0;
     each_lane<V>(plan, [&](Lane lane) {
         const LaneLayout &layout = lane_layouts[plan.pixel_bytes][lane.byte];
         const Offset *const first = plan.offsets() + lane.pixel;
@@ -202,7 +144,7 @@ inline V16 distances(const Offset *offsets, const LaneLayout &layout) {
 }
 
 // What a shuffle of the window takes as "this byte of it" or as "none": the top bit is set then.
-inline V16 within_window(V16 distances_from_start, std::size_t window) {
+inline V16 within_window(V16 distances_from_start, size_t window) {
     const V16 within = subtract_u8(distances_from_start, repeat_u8<V16>(int(lane_bytes * window)));
     return add_saturating_u8(within, repeat_u8<V16>(nothing - lane_bytes));
 }
@@ -210,12 +152,12 @@ inline V16 within_window(V16 distances_from_start, std::size_t window) {
 // Windows that would reach beyond the source row are moved back to its end.
 template <class V>
 void make_choices(Plan &plan) {
-    constexpr std::size_t lanes = Windows<V>::bytes / lane_bytes;
-    const std::size_t all_windows = plan.windows * Windows<V>::bytes;
+    constexpr size_t lanes = Windows<V>::bytes / lane_bytes;
+    const size_t all_windows = plan.windows * Windows<V>::bytes;
     const Offset furthest = Offset(std::max(plan.source_bytes, all_windows) - all_windows);
-    const std::size_t choices = Windows<V>::choices(plan.windows);
-    std::uint8_t *choice = plan.choices;
-    std::size_t i = 0;
+    const size_t choices = Windows<V>::choices(plan.windows);
+    uint8_t *choice = plan.choices;
+    size_t i = 0;
     each_lane<V>(plan, [&](Lane lane) {
         const Offset *const offsets = plan.offsets() + lane.pixel;
         Offset &start = plan.starts[i / lanes];
@@ -224,7 +166,7 @@ void make_choices(Plan &plan) {
         const V16 from_start = add_u8(distances(offsets, lane_layouts[plan.pixel_bytes][lane.byte]),
                                       repeat_u8<V16>(int(offsets[0] - start)));
         if constexpr (lanes == 1)
-            for (std::size_t window = 0; window < choices; ++window)
+            for (size_t window = 0; window < choices; ++window)
                 store_16(choice + window * sizeof(V), within_window(from_start, window));
         else
             store_16(choice, from_start);
@@ -237,17 +179,17 @@ void make_choices(Plan &plan) {
 // --- rows ---------------------------------------------------------------------------------------
 
 template <class V>
-V load_windows(const std::uint8_t *at, const Offset *starts) {
+V load_windows(const uint8_t *at, const Offset *starts) {
     if constexpr (starts_of_vector<V> == 1)
         return load<V>(at + starts[0]);
     else
         return load_lanes<V>(at + starts[0], starts[1] - starts[0]);
 }
 
-template <class V, std::size_t windows>
-V take_bytes(const std::uint8_t *source_row, const Offset *starts, const std::uint8_t *choices) {
+template <class V, size_t windows>
+V take_bytes(const uint8_t *source_row, const Offset *starts, const uint8_t *choices) {
     V taken = shuffle_u8(load_windows<V>(source_row, starts), load<V>(choices));
-    for (std::size_t window = 1; window < windows; ++window)
+    for (size_t window = 1; window < windows; ++window)
         taken = taken | shuffle_u8(load_windows<V>(source_row + window * lane_bytes, starts),
                                    load<V>(choices + window * sizeof(V)));
     return taken;
@@ -256,27 +198,27 @@ V take_bytes(const std::uint8_t *source_row, const Offset *starts, const std::ui
 #ifdef __AVX512VBMI__
 // The top bit of a choice is for the second pair of windows.
 template <>
-inline V64 take_bytes<V64, 1>(const std::uint8_t *source_row, const Offset *starts,
-                              const std::uint8_t *choices) {
+inline V64 take_bytes<V64, 1>(const uint8_t *source_row, const Offset *starts,
+                              const uint8_t *choices) {
     return permute_u8(load_windows<V64>(source_row, starts), load<V64>(choices));
 }
 template <>
-inline V64 take_bytes<V64, 2>(const std::uint8_t *source_row, const Offset *starts,
-                              const std::uint8_t *choices) {
+inline V64 take_bytes<V64, 2>(const uint8_t *source_row, const Offset *starts,
+                              const uint8_t *choices) {
     return _mm512_permutex2var_epi8(load_windows<V64>(source_row, starts), load<V64>(choices),
                                     load_windows<V64>(source_row + sizeof(V64), starts));
 }
 template <>
-inline V64 take_bytes<V64, 3>(const std::uint8_t *source_row, const Offset *starts,
-                              const std::uint8_t *choices) {
+inline V64 take_bytes<V64, 3>(const uint8_t *source_row, const Offset *starts,
+                              const uint8_t *choices) {
     const V64 choice = load<V64>(choices);
     return _mm512_mask_permutexvar_epi8(take_bytes<V64, 2>(source_row, starts, choices),
                                         _mm512_movepi8_mask(choice), choice,
                                         load_windows<V64>(source_row + 2 * sizeof(V64), starts));
 }
 template <>
-inline V64 take_bytes<V64, 4>(const std::uint8_t *source_row, const Offset *starts,
-                              const std::uint8_t *choices) {
+inline V64 take_bytes<V64, 4>(const uint8_t *source_row, const Offset *starts,
+                              const uint8_t *choices) {
     const V64 choice = load<V64>(choices);
     const V64 first = take_bytes<V64, 2>(source_row, starts, choices);
     const V64 second = take_bytes<V64, 2>(source_row + 2 * sizeof(V64), starts, choices);
@@ -284,20 +226,20 @@ inline V64 take_bytes<V64, 4>(const std::uint8_t *source_row, const Offset *star
 }
 #endif
 
-template <class V, std::size_t windows>
-void take_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row) {
+template <class V, size_t windows>
+void take_row(uint8_t *destination, Plan &plan, const uint8_t *source_row) {
     if (plan.source_bytes < windows * Windows<V>::bytes) {
         std::memcpy(plan.narrow_row, source_row, plan.source_bytes);
         source_row = plan.narrow_row;
     }
     const Offset *starts = plan.starts;
-    const std::uint8_t *choices = plan.choices;
-    const auto make_vector = [&](std::uint8_t *to) {
+    const uint8_t *choices = plan.choices;
+    const auto make_vector = [&](uint8_t *to) {
         store(to, take_bytes<V, windows>(source_row, starts, choices));
         starts += starts_of_vector<V>;
         choices += Windows<V>::choices(windows) * sizeof(V);
     };
-    std::uint8_t *const last = destination + plan.bytes - sizeof(V);
+    uint8_t *const last = destination + plan.row_bytes - sizeof(V);
     for (; destination < last; destination += sizeof(V))
         make_vector(destination);
     make_vector(last);
@@ -305,28 +247,15 @@ void take_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_
 
 // By the number of windows.
 template <class V>
-constexpr auto take_rows = []<std::size_t... less_one>(std::index_sequence<less_one...>) {
+constexpr auto take_rows = []<size_t... less_one>(std::index_sequence<less_one...>) {
     return std::array<Plan::MakeRow *, Windows<V>::most + 1>{nullptr, take_row<V, less_one + 1>...};
 }
 (std::make_index_sequence<Windows<V>::most>());
 
-inline void move_row(std::uint8_t *destination, Plan &plan, const std::uint8_t *source_row) {
-    moves[plan.pixel_bytes](destination, source_row, plan.offsets(), plan.columns,
-                            plan.with_a_byte_more);
-}
-
-// --- kernels ------------------------------------------------------------------------------------
-
-inline void plan_moves(Plan &plan, Offset last_offset) {
-    plan.with_a_byte_more =
-        columns_that_move_a_byte_more(plan.offsets(), plan.columns, last_offset);
-    plan.make_row = move_row;
-}
-
 // Returns false when the row is too short or the columns lie too far apart.
 template <class V>
 bool plan_windows(Plan &plan) {
-    if (plan.bytes < sizeof(V))
+    if (plan.row_bytes < sizeof(V))
         return false;
     lay_out<V>(plan);
     plan.windows = make_starts<V>(plan);
@@ -336,34 +265,6 @@ bool plan_windows(Plan &plan) {
     plan.make_row = take_rows<V>[plan.windows];
     return true;
 }
-
-// By vectors of these kinds, the first that can.
-template <class... Vs>
-struct NearestByWindows {
-    static std::size_t plan_bytes(std::size_t columns, int pixel_bytes) {
-        return sizeof(Plan) + (columns + spare_offsets) * sizeof(Offset) +
-               std::max({bytes_behind_offsets<Vs>(columns, pixel_bytes)...});
-    }
-
-    static void make_plan(void *memory, const Positions &columns, Extent source, int pixel_bytes) {
-        Plan &plan = *static_cast<Plan *>(memory);
-        plan.columns = columns.count;
-        plan.bytes = columns.count * std::size_t(pixel_bytes);
-        plan.source_bytes = std::size_t(source.count) * std::size_t(pixel_bytes);
-        plan.pixel_bytes = pixel_bytes;
-        const bool ascend = make_offsets(plan.offsets(), columns, source, pixel_bytes);
-        if (!ascend || !(plan_windows<Vs>(plan) || ...))
-            plan_moves(plan, offset_of(source.last(), source, pixel_bytes));
-    }
-
-    static void across(void *line, void *memory, const std::uint8_t *source_row) {
-        Plan &plan = *static_cast<Plan *>(memory);
-        plan.make_row(static_cast<std::uint8_t *>(line), plan, source_row);
-    }
-
-    static constexpr MethodKernels kernels{
-        .plan_bytes = plan_bytes, .make_plan = make_plan, .across = across};
-};
 
 } // namespace
 } // namespace q32::resample

@@ -1,12 +1,14 @@
 // Resampling as plain functions over pointers and counts, in two stages: a source row is brought to
 // the destination's columns once (across), and a destination row is made of one such line or of
 // several (down). One table for each instruction set. Checks no argument, reports nothing,
-// allocates nothing; that is the drivers' part. row_window.h keeps lines from one destination row
-// to the next.
+// allocates nothing; that is the drivers' part. row_resampler.h keeps lines from one destination
+// row to the next.
 //
 // Every form gives the bytes of its scalar form, for all inputs, lengths and alignments. It reads
 // no byte outside the source row that it is given and writes none outside its destination row.
 #pragma once
+
+#include "library/process/cpu.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -30,12 +32,13 @@ struct Positions {
 
 // The part of the source that is at hand along one axis: `count` pixels (at least 1) from pixel
 // `first` of the image on. It ends where the image ends, or beyond what is read.
-struct Extent {
+struct Span {
     int first;
     int count;
 
     int last() const { return first + count - 1; }
     int cut(int pixel) const { return std::clamp(pixel, first, last()); }
+    int distance(int pixel) const { return cut(pixel) - first; } // from the first pixel at hand
 };
 
 // Plans and lines begin at addresses that this divides.
@@ -61,7 +64,7 @@ struct MethodKernels {
     int first_line = 0; // the first of them, from the row's index on
     std::size_t (*plan_bytes)(std::size_t columns, int samples);
     std::size_t (*line_bytes)(std::size_t columns, int samples) = nullptr;
-    void (*make_plan)(void *plan, const Positions &columns, Extent source, int samples);
+    void (*make_plan)(void *plan, const Positions &columns, Span source, int samples);
     // source_row points at pixel source.first.
     void (*across)(void *line, void *plan, const std::uint8_t *source_row);
     // The lines from top to bottom; some may be the same. Null where the one line is the
@@ -74,5 +77,26 @@ struct MethodKernels {
                       const void *const *lines, const std::int32_t *row_fractions,
                       std::size_t rows) = nullptr;
 };
+
+// One table for each method and instruction set. The scalar ones are the reference and read like
+// the rules.
+extern const MethodKernels scalar_nearest_kernels, sse2_nearest_kernels, sse41_nearest_kernels,
+    avx2_nearest_kernels, avx512_nearest_kernels;
+extern const MethodKernels scalar_bilinear_kernels, sse2_bilinear_kernels, sse41_bilinear_kernels,
+    avx2_bilinear_kernels;
+extern const MethodKernels scalar_bicubic_kernels, sse2_bicubic_kernels, sse41_bicubic_kernels,
+    avx2_bicubic_kernels;
+
+// What an instruction set runs: a column for each method.
+struct ResampleKernels {
+    const MethodKernels *nearest;
+    const MethodKernels *bilinear;
+    const MethodKernels *bicubic;
+};
+
+extern const ResampleKernels scalar_resample_kernels; // no instruction set chooses this one
+
+// The fastest forms that need no more than this instruction set.
+const ResampleKernels &resample_kernels(InstructionSet level);
 
 } // namespace q32::resample

@@ -1,8 +1,6 @@
-// What the caller of a buffer's resampling sees of it meanwhile: the messages to the callback,
-// their values, and the Esc key. Which failure it is to be stopped is the paths' part.
+// What the caller of a buffer's resampling is told of it meanwhile: the messages to the callback
+// and their values. When they are sent, and which failure it is to be stopped, is the paths' part.
 #pragma once
-
-#include "library/process/failure.h"
 
 #include <q32base/resample.h>
 
@@ -22,7 +20,11 @@ public:
 
     // The value when so many of a total of at least 1 are done. A range that does not fit 32 bits
     // wraps.
-    std::int32_t value_after(int done, int total) const;
+    std::int32_t value_after(int done, int total) const {
+        const std::uint32_t range = std::uint32_t(record_.end) - std::uint32_t(record_.start);
+        const auto part = std::int32_t(range * std::uint32_t(done)) / total;
+        return std::int32_t(std::uint32_t(record_.start) + std::uint32_t(part));
+    }
 
     // False: the callback refuses.
     bool begin() const { return send(RESAMPLE_BEGIN, record_.start); }
@@ -35,29 +37,6 @@ private:
     }
 
     RESAMPLEPROGRESS record_;
-};
-
-// How rows can be stopped.
-struct RowStops {
-    FailureSite escaped;
-    FailureSite refused;
-};
-
-// The messages of rows: one before each row whose value has not been sent yet, the Esc key first.
-// The start value has gone out with the message that began it all.
-class RowProgress {
-public:
-    RowProgress(const Progress &progress, int rows, const RowStops &stops)
-        : progress_(progress), stops_(stops), rows_(rows), last_sent_(progress.start()) {}
-
-    // Reports and returns false when the work is to stop.
-    bool before_row(int row);
-
-private:
-    const Progress &progress_;
-    const RowStops &stops_;
-    int rows_;
-    std::int32_t last_sent_;
 };
 
 } // namespace q32::resample

@@ -1,5 +1,5 @@
-// How all methods go from row to row: destination rows are made of lines, and each source row
-// becomes a line once, however many destination rows read it.
+// How all methods go from row to row, and over whole images in plain memory: destination rows are
+// made of lines, and each source row becomes a line once, however many destination rows read it.
 #pragma once
 
 #include "resample/kernels/resample_kernels.h"
@@ -11,7 +11,7 @@ namespace q32::resample {
 
 // Keeps the lines of the source rows that were read last, in the caller's work memory. Where lines
 // are destination rows, the row made last must still be there when the next is asked for.
-class RowWindow {
+class RowResampler {
 public:
     // Bytes of work memory, wherever it begins.
     static std::size_t work_bytes(const MethodKernels &kernels, std::size_t columns, int samples) {
@@ -23,8 +23,8 @@ public:
                    round_up_to_work_alignment(kernels.line_bytes(columns, samples));
     }
 
-    RowWindow(const MethodKernels &kernels, void *work, const Positions &columns,
-              Extent source_columns, int samples)
+    RowResampler(const MethodKernels &kernels, void *work, const Positions &columns,
+                 Span source_columns, int samples)
         : kernels_(kernels), row_bytes_(columns.count * std::size_t(samples)) {
         auto *at = static_cast<std::byte *>(first_aligned(work));
         plan_ = at;
@@ -42,23 +42,16 @@ public:
     // source row, from the first column at hand on, or null: then there is no row and the answer
     // is false.
     template <typename Fetch>
-    bool make_row(std::uint8_t *destination, int row_index, int row_fraction, Extent source_rows,
-                  const Fetch &fetch) {
-        const int row = source_rows.cut(row_index);
-        if (kernels_.down == nullptr)
-            return make_line(destination, row, fetch);
-        const void *lines[most_lines];
-        if (!find_lines(lines, row, source_rows, fetch))
-            return false;
-        kernels_.down(destination, plan_, lines, row_fraction);
-        return true;
+    bool make_row(std::uint8_t *destination, std::int32_t row_index, std::int32_t row_fraction,
+                  Span source_rows, const Fetch &fetch) {
+        return make_rows(destination, 0, {&row_index, &row_fraction, 1}, source_rows, fetch);
     }
 
     // The same for rows one after another, `stride` bytes apart. Those that lie between the same
     // rows of the source are made together.
     template <typename Fetch>
     bool make_rows(std::uint8_t *destination, std::size_t stride, const Positions &rows,
-                   Extent source_rows, const Fetch &fetch) {
+                   Span source_rows, const Fetch &fetch) {
         if (kernels_.down == nullptr) {
             for (std::size_t y = 0; y < rows.count; ++y)
                 if (!make_line(destination + y * stride, source_rows.cut(rows.index[y]), fetch))
@@ -102,7 +95,7 @@ private:
     }
 
     template <typename Fetch>
-    bool find_lines(const void **lines, int row, Extent source_rows, const Fetch &fetch) {
+    bool find_lines(const void **lines, int row, Span source_rows, const Fetch &fetch) {
         for (int i = 0; i < kernels_.lines; ++i) {
             lines[i] = line_of(source_rows.cut(row + kernels_.first_line + i), fetch);
             if (lines[i] == nullptr)
@@ -131,5 +124,35 @@ private:
     void *line_[most_lines];
     std::array<int, most_lines> row_in_slot_;
 };
+
+// --- images -------------------------------------------------------------------------------------
+
+// The part of an image that is at hand.
+struct SourceImage {
+    const std::uint8_t *pixels;
+    std::size_t stride; // bytes from row to row
+    Span columns;
+    Span rows;
+
+    // From the first column at hand on.
+    const std::uint8_t *row(int y) const { return pixels + std::size_t(y - rows.first) * stride; }
+};
+
+struct DestinationImage {
+    std::uint8_t *pixels;
+    std::size_t stride;
+    Positions columns;
+    Positions rows;
+
+    std::uint8_t *row(std::size_t y) const { return pixels + y * stride; }
+};
+
+// work: RowResampler::work_bytes of the destination's columns.
+inline void resample_image(const MethodKernels &kernels, const DestinationImage &destination,
+                           const SourceImage &source, int samples, void *work) {
+    RowResampler resampler(kernels, work, destination.columns, source.columns, samples);
+    resampler.make_rows(destination.pixels, destination.stride, destination.rows, source.rows,
+                        [&](int row) { return source.row(row); });
+}
 
 } // namespace q32::resample

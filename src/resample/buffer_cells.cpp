@@ -8,9 +8,8 @@
 #include "library/process/process.h"
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
-#include "resample/cell_tables.h"
-#include "resample/kernels/row_window.h"
-#include "resample/reused_block.h"
+#include "resample/kernels/row_resampler.h"
+#include "resample/position_tables.h"
 
 #include <algorithm>
 
@@ -48,13 +47,14 @@ public:
         const std::size_t row_bytes = columns.count * std::size_t(pixel_bytes_);
         const std::size_t staged_bytes = is_staged ? row_bytes * rows.count : 0;
         std::uint8_t *const block = block_.of_bytes(
-            staged_bytes + RowWindow::work_bytes(kernels_, columns.count, pixel_bytes_));
+            staged_bytes + RowResampler::work_bytes(kernels_, columns.count, pixel_bytes_));
         if (block == nullptr)
             return fail(sites_.no_destination_block);
-        RowWindow window(kernels_, block + staged_bytes, columns, source_.columns(), pixel_bytes_);
+        RowResampler resampler(kernels_, block + staged_bytes, columns, source_.columns(),
+                               pixel_bytes_);
         if (!is_staged)
-            return fill(window, rows, in_cell);
-        return fill(window, rows, {block, row_bytes}) && write(piece, block);
+            return fill(resampler, rows, in_cell);
+        return fill(resampler, rows, {block, row_bytes}) && write(piece, block);
     }
 
 private:
@@ -70,9 +70,9 @@ private:
                 std::size_t(buffer::describe_cell(destination_, place.cell).row_bytes)};
     }
 
-    bool fill(RowWindow &window, const Positions &rows, const Target &target) {
+    bool fill(RowResampler &resampler, const Positions &rows, const Target &target) {
         const auto fetch = [&](int row) { return source_.row(row); };
-        return window.make_rows(target.pixels, target.stride, rows, source_.rows(), fetch);
+        return resampler.make_rows(target.pixels, target.stride, rows, source_.rows(), fetch);
     }
 
     // The buffer's own entry and not the export, which would raise the thread's priority each time.
@@ -144,7 +144,7 @@ bool takes_pixels(const BUF32INFO &destination, const BUF32INFO &source) {
     return source.bits_per_pixel == colour_bits || destination.bits_per_pixel == grey_bits;
 }
 
-SIZE size_of(const BUF32INFO &info) {
+Size size_of(const BUF32INFO &info) {
     return {info.width, info.height};
 }
 
