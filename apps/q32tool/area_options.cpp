@@ -12,8 +12,8 @@ std::optional<Point> parse_pair(std::string_view text, char separator) {
     const size_t middle = text.find(separator);
     if (middle == std::string_view::npos)
         return std::nullopt;
-    const auto first = parse_integer(text.substr(0, middle));
-    const auto second = parse_integer(text.substr(middle + 1));
+    const auto first = parse_number<int>(text.substr(0, middle));
+    const auto second = parse_number<int>(text.substr(middle + 1));
     if (!first || !second)
         return std::nullopt;
     return Point{*first, *second};

@@ -25,9 +25,9 @@ constexpr int most = Q32_MAX_SIDE; // of a factor: a picture as wide as one pixe
 // "N": both, "NxM": one for each direction.
 std::optional<Factors> parse_factors(std::string_view text) {
     const size_t middle = text.find('x');
-    const auto horizontal = parse_integer(text.substr(0, middle));
+    const auto horizontal = parse_number<int>(text.substr(0, middle));
     const auto vertical =
-        middle == std::string_view::npos ? horizontal : parse_integer(text.substr(middle + 1));
+        middle == std::string_view::npos ? horizontal : parse_number<int>(text.substr(middle + 1));
     if (!horizontal || !vertical)
         return std::nullopt;
     return Factors{*horizontal, *vertical};

@@ -77,7 +77,9 @@ void each_row(const PictureReader &reader, int pixel_bytes, const Read &read,
 void read_opaque(PictureReader &reader, Frame &frame) {
     each_row(
         reader, 3,
-        [&](int first, int count, uint8_t *band) { reader.read_rows(first, count, band); },
+        [&](int first, int count, uint8_t *band) {
+            reader.read_rows(RowFormat::bgr, first, count, band);
+        },
         [&](int y, uint8_t *bgr) {
             if (frame.bits != 32) {
                 put_row(bgr, frame, y);
@@ -95,7 +97,7 @@ void read_transparent(PictureReader &reader, Frame &frame) {
     each_row(
         reader, 4,
         [&](int first, int count, uint8_t *band) {
-            reader.read_rows_with_alpha(first, count, band);
+            reader.read_rows(RowFormat::bgra, first, count, band);
         },
         [&](int y, const uint8_t *bgra) { std::memcpy(frame.row(y), bgra, frame.stride); });
 }

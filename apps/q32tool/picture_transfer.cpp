@@ -90,7 +90,9 @@ LoadedPicture load_picture(const std::string &path, uint32_t buffer_type) {
     const ImageLock lock(image, BUF32_OVERWRITE);
     read_in_bands(
         reader, 3,
-        [&](int first, int count, uint8_t *band) { reader.read_rows(first, count, band); },
+        [&](int first, int count, uint8_t *band) {
+            reader.read_rows(RowFormat::bgr, first, count, band);
+        },
         [&](int y, uint8_t *row) {
             swap_red_and_blue(row, width);
             image.line(y, BUF32_LINE_WRITE, row);
@@ -110,7 +112,7 @@ PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffe
     read_in_bands(
         reader, 4,
         [&](int first, int count, uint8_t *band) {
-            reader.read_rows_with_alpha(first, count, band);
+            reader.read_rows(RowFormat::bgra, first, count, band);
         },
         [&](int y, uint8_t *row) {
             for (size_t x = 0; x < width; ++x) {

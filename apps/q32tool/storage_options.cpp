@@ -84,7 +84,7 @@ uint32_t apply_storage_options(const Arguments &arguments) {
             throw UsageError("--storage memory has no limit; leave out one of --storage and "
                              "--memory-limit");
         const std::string &text = arguments.value("--memory-limit");
-        const auto limit = parse_size(text);
+        const auto limit = parse_bytes(text);
         if (!limit || *limit >= memory_limit_end)
             throw UsageError("--memory-limit takes bytes below 2G, such as 500000, 800K or 64M, "
                              "not '" +

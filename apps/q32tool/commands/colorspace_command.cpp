@@ -50,7 +50,7 @@ std::optional<size_t> field_from(const Arguments &arguments, const Space &space)
 std::optional<int> turn_from(const Arguments &arguments) {
     if (!arguments.has("--turn-hue"))
         return std::nullopt;
-    const auto degrees = parse_integer(arguments.value("--turn-hue"));
+    const auto degrees = parse_number<int>(arguments.value("--turn-hue"));
     if (!degrees || *degrees < -full_circle || *degrees > full_circle)
         throw UsageError("--turn-hue takes degrees from -360 to 360, not '" +
                          arguments.value("--turn-hue") + "'");
