@@ -2,7 +2,7 @@
 #include "displays.h"
 
 #include "apps/pictures/exceptions.h"
-#include "area_options.h"
+#include "option_values.h"
 
 #include <q32base/display.h>
 

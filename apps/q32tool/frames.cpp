@@ -5,8 +5,8 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/picture_reader.h"
 #include "apps/pictures/text.h"
-#include "area_options.h"
 #include "interrupt.h"
+#include "option_values.h"
 #include "picture_transfer.h"
 #include "timings.h"
 

@@ -1,8 +1,8 @@
 // Pictures merged through the library, in bands, so that progress can be shown and work be stopped.
 #pragma once
 
-#include "area_options.h"
 #include "image.h"
+#include "option_values.h"
 
 namespace apps::q32tool {
 

@@ -5,7 +5,7 @@
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/picture_reader.h"
 #include "apps/pictures/text.h"
-#include "area_options.h"
+#include "option_values.h"
 #include "progress.h"
 #include "timings.h"
 

@@ -3,8 +3,8 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
-#include "area_options.h"
 #include "interrupt.h"
+#include "option_values.h"
 #include "progress.h"
 #include "timings.h"
 

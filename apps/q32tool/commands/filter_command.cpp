@@ -3,9 +3,9 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
-#include "apps/q32tool/area_options.h"
 #include "apps/q32tool/colour_ranges.h"
 #include "apps/q32tool/conversion.h"
+#include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/storage_options.h"

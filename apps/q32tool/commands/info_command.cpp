@@ -3,8 +3,8 @@
 
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
-#include "apps/q32tool/area_options.h"
 #include "apps/q32tool/buffer_facts.h"
+#include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage_options.h"
 

@@ -1,5 +1,5 @@
 // Parsing of points and sizes.
-#include "area_options.h"
+#include "option_values.h"
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
