@@ -2,7 +2,6 @@
 // another, filling with a colour or a pattern.
 #pragma once
 
-#include "colours.h"
 #include "image.h"
 #include "option_values.h"
 
