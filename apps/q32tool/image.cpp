@@ -51,7 +51,8 @@ Image::Image(PixelFormat format, Size size, uint32_t type, std::string named, Ti
     : format_(format), size_(size), type_(type), named_(std::move(named)),
       buffer_(std::move(buffer)) {}
 
-Image::Image(PixelFormat format, Size size, uint32_t type, std::string named, const void *extra)
+Image::Image(PixelFormat format, Size size, uint32_t type, const std::string &named,
+             const void *extra)
     : Image(format, size, type, named, made(format, size, named, [&](HBUF32 *handle) {
                 return buf32Alloc(handle, bits_of(format), size.width, size.height, type, extra);
             })) {}

@@ -26,7 +26,7 @@ class Image {
 public:
     // named: what messages about the image are about, mostly a file's name. type: a BUF32_ value,
     // extra: what buf32Alloc wants for it. Throws Failure.
-    Image(PixelFormat format, Size size, uint32_t type, std::string named,
+    Image(PixelFormat format, Size size, uint32_t type, const std::string &named,
           const void *extra = nullptr);
 
     HBUF32 handle() const { return buffer_.get(); }
