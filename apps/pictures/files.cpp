@@ -40,9 +40,11 @@ bool is_folder(const std::string &path) {
 OpenFile open_file(const std::wstring &native, DWORD access, DWORD creation) {
     const DWORD sharing =
         access == GENERIC_READ ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_DELETE;
-    const HANDLE file = CreateFileW(native.c_str(), access, sharing, nullptr, creation,
-                                    FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    return OpenFile(file == INVALID_HANDLE_VALUE ? nullptr : file);
+    OpenFile file(CreateFileW(native.c_str(), access, sharing, nullptr, creation,
+                              FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    if (file.get() == INVALID_HANDLE_VALUE)
+        file.release(); // there is nothing to close
+    return file;
 }
 
 void check_is_readable_file(const std::string &path, const std::wstring &native) {
