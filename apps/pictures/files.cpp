@@ -23,6 +23,30 @@ std::string native_path(const std::string &path) {
     return result;
 }
 
+size_t file_name_begin(std::string_view path) {
+    return path.find_last_of("/\\:") + 1;
+}
+
+DWORD attributes_of(const std::string &path) {
+    return GetFileAttributesW(to_wide(native_path(path)).c_str());
+}
+
+bool is_folder(const std::string &path) {
+    const DWORD attributes = attributes_of(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// What is written is shared for deletion: a fault deletes the unfinished file while it is open.
+OpenFile open_file(const std::wstring &native, DWORD access, DWORD creation) {
+    const DWORD sharing =
+        access == GENERIC_READ ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_DELETE;
+    OpenFile file(CreateFileW(native.c_str(), access, sharing, nullptr, creation,
+                              FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    if (file.get() == INVALID_HANDLE_VALUE)
+        file.release(); // there is nothing to close
+    return file;
+}
+
 void check_is_readable_file(const std::string &path, const std::wstring &native) {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))

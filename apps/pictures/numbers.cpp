@@ -1,53 +1,19 @@
 // Parsing and formatting of numbers.
 #include "numbers.h"
 
-#include <charconv>
 #include <cstdio>
 
 namespace apps {
-namespace {
 
-template <typename Number>
-std::optional<Number> parse_whole(std::string_view text) {
-    Number value = 0;
-    const char *end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, value);
-    if (result.ec != std::errc() || result.ptr != end)
-        return std::nullopt;
-    return value;
-}
-
-} // namespace
-
-std::optional<uint64_t> parse_number(std::string_view text) {
-    return parse_whole<uint64_t>(text);
-}
-
-std::optional<int> parse_integer(std::string_view text) {
-    return parse_whole<int>(text);
-}
-
-std::optional<uint64_t> parse_size(std::string_view text) {
-    int shift = 0;
-    switch (text.empty() ? '\0' : text.back()) {
-    case 'K':
-    case 'k':
-        shift = 10;
-        break;
-    case 'M':
-    case 'm':
-        shift = 20;
-        break;
-    case 'G':
-    case 'g':
-        shift = 30;
-        break;
-    default:
-        break;
-    }
-    if (shift != 0)
+std::optional<uint64_t> parse_bytes(std::string_view text) {
+    constexpr std::string_view units = "KkMmGg";
+    const size_t unit = text.empty() ? std::string_view::npos : units.find(text.back());
+    size_t shift = 0;
+    if (unit != std::string_view::npos) {
+        shift = 10 * (unit / 2 + 1);
         text.remove_suffix(1);
-    const std::optional<uint64_t> value = parse_number(text);
+    }
+    const auto value = parse_number(text);
     if (!value || *value > (UINT64_MAX >> shift))
         return std::nullopt;
     return *value << shift;

@@ -10,18 +10,10 @@ HRESULT result(BOOL succeeded) {
 
 } // namespace
 
-// Shared for deletion: a fault deletes the unfinished file while it is still open.
 OutputStream::OutputStream(const std::wstring &path)
-    : file_(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                        FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
-                        FILE_ATTRIBUTE_NORMAL, nullptr)) {
-    if (file_ == INVALID_HANDLE_VALUE)
+    : file_(open_file(path, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS)) {
+    if (!file_)
         error_ = GetLastError();
-}
-
-OutputStream::~OutputStream() {
-    if (file_ != INVALID_HANDLE_VALUE)
-        CloseHandle(file_);
 }
 
 HRESULT OutputStream::remember(HRESULT outcome) {
@@ -54,7 +46,7 @@ ULONG OutputStream::Release() {
 
 HRESULT OutputStream::Read(void *data, ULONG size, ULONG *done) {
     DWORD read = 0;
-    const HRESULT outcome = result(ReadFile(file_, data, size, &read, nullptr));
+    const HRESULT outcome = result(ReadFile(file_.get(), data, size, &read, nullptr));
     if (done != nullptr)
         *done = read;
     return SUCCEEDED(outcome) && read < size ? S_FALSE : outcome;
@@ -62,7 +54,7 @@ HRESULT OutputStream::Read(void *data, ULONG size, ULONG *done) {
 
 HRESULT OutputStream::Write(const void *data, ULONG size, ULONG *done) {
     DWORD written = 0;
-    HRESULT outcome = result(WriteFile(file_, data, size, &written, nullptr));
+    HRESULT outcome = result(WriteFile(file_.get(), data, size, &written, nullptr));
     if (SUCCEEDED(outcome) && written < size)
         outcome = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
     if (done != nullptr)
@@ -73,7 +65,7 @@ HRESULT OutputStream::Write(const void *data, ULONG size, ULONG *done) {
 HRESULT OutputStream::Seek(LARGE_INTEGER distance, DWORD origin, ULARGE_INTEGER *position) {
     // STREAM_SEEK_SET, _CUR and _END have the numbers of FILE_BEGIN, _CURRENT and _END.
     LARGE_INTEGER reached = {};
-    const HRESULT outcome = result(SetFilePointerEx(file_, distance, &reached, origin));
+    const HRESULT outcome = result(SetFilePointerEx(file_.get(), distance, &reached, origin));
     if (position != nullptr)
         position->QuadPart = static_cast<ULONGLONG>(reached.QuadPart);
     return outcome;
@@ -82,41 +74,21 @@ HRESULT OutputStream::Seek(LARGE_INTEGER distance, DWORD origin, ULARGE_INTEGER 
 HRESULT OutputStream::SetSize(ULARGE_INTEGER size) {
     LARGE_INTEGER here = {}, target;
     target.QuadPart = static_cast<LONGLONG>(size.QuadPart);
-    const BOOL resized = SetFilePointerEx(file_, {}, &here, FILE_CURRENT) &&
-                         SetFilePointerEx(file_, target, nullptr, FILE_BEGIN) &&
-                         SetEndOfFile(file_) && SetFilePointerEx(file_, here, nullptr, FILE_BEGIN);
+    const BOOL resized = SetFilePointerEx(file_.get(), {}, &here, FILE_CURRENT) &&
+                         SetFilePointerEx(file_.get(), target, nullptr, FILE_BEGIN) &&
+                         SetEndOfFile(file_.get()) &&
+                         SetFilePointerEx(file_.get(), here, nullptr, FILE_BEGIN);
     return remember(result(resized));
-}
-
-HRESULT OutputStream::Commit(DWORD) {
-    return S_OK;
 }
 
 HRESULT OutputStream::Stat(STATSTG *status, DWORD) {
     LARGE_INTEGER size = {};
-    const HRESULT outcome = result(GetFileSizeEx(file_, &size));
+    const HRESULT outcome = result(GetFileSizeEx(file_.get(), &size));
     *status = {};
     status->type = STGTY_STREAM;
     status->cbSize.QuadPart = static_cast<ULONGLONG>(size.QuadPart);
     status->grfMode = STGM_READWRITE;
     return outcome;
-}
-
-// What no encoder needs.
-HRESULT OutputStream::CopyTo(IStream *, ULARGE_INTEGER, ULARGE_INTEGER *, ULARGE_INTEGER *) {
-    return E_NOTIMPL;
-}
-
-HRESULT OutputStream::Revert() {
-    return E_NOTIMPL;
-}
-
-HRESULT OutputStream::LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) {
-    return E_NOTIMPL;
-}
-
-HRESULT OutputStream::UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) {
-    return E_NOTIMPL;
 }
 
 HRESULT OutputStream::Clone(IStream **clone) {

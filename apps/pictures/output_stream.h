@@ -2,6 +2,8 @@
 // do not tell.
 #pragma once
 
+#include "files.h"
+
 #include <windows.h>
 
 #include <objidl.h>
@@ -30,20 +32,28 @@ public:
     HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER distance, DWORD origin,
                                    ULARGE_INTEGER *position) override;
     HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER size) override;
-    HRESULT STDMETHODCALLTYPE CopyTo(IStream *, ULARGE_INTEGER, ULARGE_INTEGER *,
-                                     ULARGE_INTEGER *) override;
-    HRESULT STDMETHODCALLTYPE Commit(DWORD flags) override;
-    HRESULT STDMETHODCALLTYPE Revert() override;
-    HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override;
-    HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override;
     HRESULT STDMETHODCALLTYPE Stat(STATSTG *status, DWORD flags) override;
+    HRESULT STDMETHODCALLTYPE Commit(DWORD) override { return S_OK; }
+
+    // What no encoder needs.
+    HRESULT STDMETHODCALLTYPE CopyTo(IStream *, ULARGE_INTEGER, ULARGE_INTEGER *,
+                                     ULARGE_INTEGER *) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE Revert() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override {
+        return E_NOTIMPL;
+    }
     HRESULT STDMETHODCALLTYPE Clone(IStream **clone) override;
 
 private:
-    ~OutputStream(); // by the last Release
+    ~OutputStream() = default; // by the last Release
     HRESULT remember(HRESULT outcome);
 
-    HANDLE file_;
+    OpenFile file_;
     DWORD error_ = 0;
     LONG references_ = 1;
 };

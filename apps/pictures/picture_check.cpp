@@ -1,7 +1,7 @@
 // Walks through the structure of PNG, JPEG, GIF, BMP and TIFF files without decoding a pixel.
 #include "picture_check.h"
 
-#include "exceptions.h"
+#include "files.h"
 #include "wic.h"
 
 #include <algorithm>
@@ -22,17 +22,13 @@ struct EndOfFile {};
 class ByteReader {
 public:
     ByteReader(const std::wstring &path, const std::string &named)
-        : file_(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                            FILE_FLAG_SEQUENTIAL_SCAN, nullptr)) {
+        : file_(open_file(path, GENERIC_READ, OPEN_EXISTING)) {
         LARGE_INTEGER size = {};
-        if (file_ == INVALID_HANDLE_VALUE)
+        if (!file_)
             throw Failure(named, system_words(GetLastError()));
-        if (GetFileSizeEx(file_, &size))
+        if (GetFileSizeEx(file_.get(), &size))
             size_ = static_cast<uint64_t>(size.QuadPart);
     }
-    ~ByteReader() { CloseHandle(file_); }
-    ByteReader(const ByteReader &) = delete;
-    ByteReader &operator=(const ByteReader &) = delete;
 
     uint64_t size() const { return size_; }
 
@@ -63,7 +59,7 @@ public:
             throw EndOfFile();
         LARGE_INTEGER target;
         target.QuadPart = static_cast<LONGLONG>(position);
-        SetFilePointerEx(file_, target, nullptr, FILE_BEGIN);
+        SetFilePointerEx(file_.get(), target, nullptr, FILE_BEGIN);
         block_start_ = position;
         at_ = filled_ = 0;
     }
@@ -72,12 +68,13 @@ private:
     void refill() {
         block_start_ += filled_;
         at_ = filled_ = 0;
-        if (!ReadFile(file_, block_.data(), static_cast<DWORD>(block_.size()), &filled_, nullptr) ||
+        if (!ReadFile(file_.get(), block_.data(), static_cast<DWORD>(block_.size()), &filled_,
+                      nullptr) ||
             filled_ == 0)
             throw EndOfFile();
     }
 
-    HANDLE file_;
+    OpenFile file_;
     uint64_t size_ = 0;
     uint64_t block_start_ = 0;
     std::array<uint8_t, 0x10000> block_;

@@ -122,30 +122,26 @@ HRESULT PictureReader::convert_to(const WICPixelFormatGUID &format) {
     return converter_->CopyPixels(&first_pixel, sizeof pixel, sizeof pixel, pixel);
 }
 
-void PictureReader::copy_pixels(int first, int count, int pixel_bytes, uint8_t *pixels) {
+void PictureReader::copy_pixels(RowFormat rows, int first, int count, uint8_t *pixels) {
     const WICRect band = {0, first, width_, count};
-    const UINT row_bytes = static_cast<UINT>(width_) * static_cast<UINT>(pixel_bytes);
+    const UINT row_bytes = static_cast<UINT>(row_bytes_of(rows, width_));
     check_decoding(
         converter_->CopyPixels(&band, row_bytes, row_bytes * static_cast<UINT>(count), pixels),
         path_);
 }
 
-void PictureReader::read_rows(int first, int count, uint8_t *pixels) {
-    if (!bgra_) {
-        copy_pixels(first, count, 3, pixels);
+void PictureReader::read_rows(RowFormat rows, int first, int count, uint8_t *pixels) {
+    if (rows == RowFormat::bgra || !bgra_) {
+        copy_pixels(rows, first, count, pixels);
         return;
     }
     const size_t pixel_count = static_cast<size_t>(width_) * static_cast<size_t>(count);
     std::vector<uint8_t> with_alpha(pixel_count * 4);
-    copy_pixels(first, count, 4, with_alpha.data());
+    copy_pixels(RowFormat::bgra, first, count, with_alpha.data());
     for (size_t i = 0; i < pixel_count; ++i)
         for (size_t channel = 0; channel < 3; ++channel)
             pixels[i * 3 + channel] =
                 over_white(with_alpha[i * 4 + channel], with_alpha[i * 4 + 3]);
-}
-
-void PictureReader::read_rows_with_alpha(int first, int count, uint8_t *pixels) {
-    copy_pixels(first, count, 4, pixels);
 }
 
 } // namespace apps

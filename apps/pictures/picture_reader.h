@@ -21,19 +21,18 @@ public:
     const std::string &format() const { return format_; } // "PNG"
     int bits() const { return bits_; }                    // per pixel, in the file
 
-    // Rows first .. first + count - 1 as packed 24-bit pixels, byte 0 blue. Transparent parts are
-    // laid over white. pixels has room for count x width x 3 bytes. Throws Failure.
-    void read_rows(int first, int count, uint8_t *pixels);
-
-    // Whether pixels may be transparent, and the same rows as packed 32-bit pixels: blue, green and
-    // red as they are in the file, and alpha (255: opaque). Only for pictures with transparency.
+    // Whether pixels may be transparent.
     bool has_transparency() const { return transparent_; }
-    void read_rows_with_alpha(int first, int count, uint8_t *pixels);
+
+    // Rows first .. first + count - 1, which pixels has room for, packed. bgr: transparent parts
+    // are laid over white. bgra: colours as they are in the file; only for pictures with
+    // transparency. Throws Failure.
+    void read_rows(RowFormat rows, int first, int count, uint8_t *pixels);
 
 private:
     void describe(IWICBitmapDecoder *decoder);
     bool may_be_transparent(const WICPixelFormatGUID &format);
-    void copy_pixels(int first, int count, int pixel_bytes, uint8_t *pixels);
+    void copy_pixels(RowFormat rows, int first, int count, uint8_t *pixels);
     // Sets the converter up; a failure when pixels do not come through it.
     HRESULT convert_to(const WICPixelFormatGUID &format);
 

@@ -16,64 +16,43 @@ namespace {
 
 constexpr char cannot_be_written[] = "the picture cannot be written";
 
-struct Extension {
+constexpr struct {
     const wchar_t *text;
     FileFormat format;
-};
-
-constexpr Extension extensions[] = {
+} extensions[] = {
     {L".png", FileFormat::png},   {L".bmp", FileFormat::bmp},  {L".jpg", FileFormat::jpeg},
     {L".jpeg", FileFormat::jpeg}, {L".tif", FileFormat::tiff}, {L".tiff", FileFormat::tiff},
 };
 
-const GUID &container_of(FileFormat format) {
-    switch (format) {
-    case FileFormat::bmp:
-        return GUID_ContainerFormatBmp;
-    case FileFormat::jpeg:
-        return GUID_ContainerFormatJpeg;
-    case FileFormat::tiff:
-        return GUID_ContainerFormatTiff;
-    case FileFormat::png:
-        break;
-    }
-    return GUID_ContainerFormatPng;
+// In the order of FileFormat.
+constexpr struct {
+    const char *name;
+    const GUID &container;
+} file_formats[] = {
+    {"PNG", GUID_ContainerFormatPng},
+    {"BMP", GUID_ContainerFormatBmp},
+    {"JPEG", GUID_ContainerFormatJpeg},
+    {"TIFF", GUID_ContainerFormatTiff},
+};
+
+// In the order of RowFormat. BMP knows one bit and grey only as colour tables.
+constexpr struct {
+    const GUID &pixels;
+    const GUID &pixels_in_bmp;
+} row_formats[] = {
+    {GUID_WICPixelFormatBlackWhite, GUID_WICPixelFormat1bppIndexed},
+    {GUID_WICPixelFormat8bppGray, GUID_WICPixelFormat8bppIndexed},
+    {GUID_WICPixelFormat16bppBGR555, GUID_WICPixelFormat16bppBGR555},
+    {GUID_WICPixelFormat24bppBGR, GUID_WICPixelFormat24bppBGR},
+    {GUID_WICPixelFormat32bppBGRA, GUID_WICPixelFormat32bppBGRA},
+};
+
+const auto &row_of(FileFormat format) {
+    return file_formats[static_cast<size_t>(format)];
 }
 
-// BMP knows one bit and grey only as colour tables.
-const GUID &pixels_of(FileFormat format, RowFormat rows) {
-    switch (rows) {
-    case RowFormat::bits:
-        return format == FileFormat::bmp ? GUID_WICPixelFormat1bppIndexed
-                                         : GUID_WICPixelFormatBlackWhite;
-    case RowFormat::grey:
-        return format == FileFormat::bmp ? GUID_WICPixelFormat8bppIndexed
-                                         : GUID_WICPixelFormat8bppGray;
-    case RowFormat::words555:
-        return GUID_WICPixelFormat16bppBGR555;
-    case RowFormat::bgra:
-        return GUID_WICPixelFormat32bppBGRA;
-    case RowFormat::bgr:
-        break;
-    }
-    return GUID_WICPixelFormat24bppBGR;
-}
-
-UINT row_bytes_of(RowFormat rows, int width) {
-    const UINT pixels = static_cast<UINT>(width);
-    switch (rows) {
-    case RowFormat::bits:
-        return (pixels + 7) / 8;
-    case RowFormat::grey:
-        return pixels;
-    case RowFormat::words555:
-        return pixels * 2;
-    case RowFormat::bgra:
-        return pixels * 4;
-    case RowFormat::bgr:
-        break;
-    }
-    return pixels * 3;
+const auto &row_of(RowFormat rows) {
+    return row_formats[static_cast<size_t>(rows)];
 }
 
 ComPtr<IWICPalette> grey_palette(RowFormat rows, const std::string &path) {
@@ -88,74 +67,70 @@ ComPtr<IWICPalette> grey_palette(RowFormat rows, const std::string &path) {
 }
 
 std::string parent_of(const std::string &path) {
-    const size_t end = path.find_last_of("/\\:");
-    return end == std::string::npos ? "." : path.substr(0, end + 1);
+    const size_t name = file_name_begin(path);
+    return name == 0 ? "." : path.substr(0, name);
 }
 
 // Some BMP encoders leave the colour table out of the size in the file's header, and readers warn.
 void set_bmp_size(const std::wstring &path) {
     constexpr LONG size_field = 2;
-    HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    const OpenFile file = open_file(path, GENERIC_WRITE, OPEN_EXISTING);
+    if (!file)
         return;
-    const DWORD size = GetFileSize(file, nullptr);
+    const DWORD size = GetFileSize(file.get(), nullptr);
     DWORD written = 0;
-    SetFilePointer(file, size_field, nullptr, FILE_BEGIN);
-    WriteFile(file, &size, sizeof size, &written, nullptr);
-    CloseHandle(file);
+    SetFilePointer(file.get(), size_field, nullptr, FILE_BEGIN);
+    WriteFile(file.get(), &size, sizeof size, &written, nullptr);
 }
 
-DWORD attributes_of(const std::string &path) {
-    return GetFileAttributesW(to_wide(native_path(path)).c_str());
+std::wstring extension_of(const std::string &path) {
+    std::wstring extension = PathFindExtensionW(to_wide(path).c_str());
+    std::transform(extension.begin(), extension.end(), extension.begin(), std::towlower);
+    return extension;
 }
 
 } // namespace
 
+std::optional<FileFormat> format_of_name(const std::string &path) {
+    const std::wstring extension = extension_of(path);
+    for (const auto &known : extensions)
+        if (extension == known.text)
+            return known.format;
+    return std::nullopt;
+}
+
 FileFormat check_output(const std::string &path) {
-    const std::wstring name = to_wide(path);
-    std::wstring extension = PathFindExtensionW(name.c_str());
-    std::transform(extension.begin(), extension.end(), extension.begin(), std::towlower);
-    const auto found = std::find_if(std::begin(extensions), std::end(extensions),
-                                    [&](const Extension &e) { return extension == e.text; });
-    if (found == std::end(extensions))
+    const std::optional<FileFormat> format = format_of_name(path);
+    if (!format) {
+        const std::string extension = to_utf8(extension_of(path));
         throw Failure(path,
                       extension.empty() ? "the name has no extension that tells the format"
-                                        : "unknown extension '" + to_utf8(extension) + "'",
+                                        : "unknown extension '" + extension + "'",
                       "use .png, .bmp, .jpg or .tif");
-    const DWORD parent = attributes_of(parent_of(path));
-    if (parent == INVALID_FILE_ATTRIBUTES || !(parent & FILE_ATTRIBUTE_DIRECTORY))
+    }
+    if (!is_folder(parent_of(path)))
         throw Failure(path, "the directory for the output does not exist", "create it first");
-    const DWORD own = attributes_of(path);
-    if (own != INVALID_FILE_ATTRIBUTES && (own & FILE_ATTRIBUTE_DIRECTORY))
+    if (is_folder(path))
         throw Failure(path, "this is a directory", "name a file to write");
+    const DWORD own = attributes_of(path);
     if (own != INVALID_FILE_ATTRIBUTES && (own & FILE_ATTRIBUTE_READONLY))
         throw Failure(path, "the file is write-protected",
                       "remove its protection or name another file");
-    return found->format;
+    return *format;
 }
 
 const char *format_name(FileFormat format) {
-    switch (format) {
-    case FileFormat::bmp:
-        return "BMP";
-    case FileFormat::jpeg:
-        return "JPEG";
-    case FileFormat::tiff:
-        return "TIFF";
-    case FileFormat::png:
-        break;
-    }
-    return "PNG";
+    return row_of(format).name;
 }
 
 PictureWriter::PictureWriter(const std::string &path, FileFormat format, RowFormat rows, int width,
                              int height)
-    : path_(path), format_(format), row_bytes_(row_bytes_of(rows, width)),
+    : path_(path), format_(format), row_bytes_(static_cast<UINT>(row_bytes_of(rows, width))),
       file_(to_wide(native_path(path))) {
     *stream_.out() = new OutputStream(file_.path());
     if (stream_->error() != 0)
         throw creation_failure(path_, stream_->error());
-    check(wic_factory()->CreateEncoder(container_of(format), nullptr, encoder_.out()));
+    check(wic_factory()->CreateEncoder(row_of(format).container, nullptr, encoder_.out()));
     check(encoder_->Initialize(stream_.get(), WICBitmapEncoderNoCache));
     start_frame(format, rows, width, height);
 }
@@ -167,7 +142,8 @@ void PictureWriter::check(HRESULT result) {
 }
 
 void PictureWriter::start_frame(FileFormat format, RowFormat rows, int width, int height) {
-    const WICPixelFormatGUID &wanted = pixels_of(format, rows);
+    const WICPixelFormatGUID &wanted =
+        format == FileFormat::bmp ? row_of(rows).pixels_in_bmp : row_of(rows).pixels;
     WICPixelFormatGUID pixels = wanted;
     check(encoder_->CreateNewFrame(frame_.out(), nullptr));
     check(frame_->Initialize(nullptr));

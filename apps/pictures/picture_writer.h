@@ -7,23 +7,18 @@
 #include "wic.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace apps {
 
 enum class FileFormat { png, bmp, jpeg, tiff };
 
-// Kinds of rows that files are written from.
-enum class RowFormat {
-    bits,     // 1 bit a pixel, 1 is white
-    grey,     // 1 byte
-    words555, // 16-bit 5-5-5 words; BMP only
-    bgr,      // 3 bytes, byte 0 blue
-    bgra,     // 4 bytes, byte 0 blue, byte 3 opaque at 255; PNG and TIFF only
-};
+// From the name's extension: png, bmp, jpg, jpeg, tif, tiff; none for another one.
+std::optional<FileFormat> format_of_name(const std::string &path);
 
-// From the name's extension: png, bmp, jpg, jpeg, tif, tiff. Throws Failure for another one, and
-// when the name is a directory's or lies in a directory that does not exist.
+// The same. Throws Failure for another extension, and when the name is a directory's or lies in a
+// directory that does not exist.
 FileFormat check_output(const std::string &path);
 
 const char *format_name(FileFormat format);

@@ -1,10 +1,12 @@
-// The Windows Imaging Component: the factory, pointers that release themselves, failures in words.
+// The Windows Imaging Component: the factory, pointers that release themselves, what rows of pixels
+// it is handed, failures in words.
 #pragma once
 
 #include <windows.h>
 
 #include <wincodec.h>
 
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -38,6 +40,21 @@ public:
 private:
     T *pointer_ = nullptr;
 };
+
+// The pixels of rows on their way from and to files.
+enum class RowFormat {
+    bits,     // 1 bit a pixel, 1 is white
+    grey,     // 1 byte
+    words555, // 16-bit 5-5-5 words; BMP only
+    bgr,      // 3 bytes, byte 0 blue
+    bgra,     // 4 bytes, byte 0 blue, byte 3 opaque at 255; PNG and TIFF only
+};
+
+// Counted in 64 bits: widths come from files, and nobody has limited them yet.
+constexpr uint64_t row_bytes_of(RowFormat rows, int width) {
+    constexpr uint64_t bits[] = {1, 8, 16, 24, 32};
+    return (static_cast<uint64_t>(width) * bits[static_cast<size_t>(rows)] + 7) / 8;
+}
 
 // Made with the process's COM apartment on first use.
 IWICImagingFactory *wic_factory();

@@ -3,7 +3,6 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
-#include "apps/pictures/text.h"
 
 #include <algorithm>
 
@@ -23,8 +22,7 @@ bool is_optional(std::string_view operand) {
 const Option *find_option(const Command &command, std::string_view word) {
     for (const std::vector<Option> *table : {&command.options, &common_options()})
         for (const Option &option : *table)
-            if (word == option.name || (!option.letter.empty() && word == option.letter) ||
-                (!option.also.empty() && word == option.also))
+            if (word == option.name || word == option.also)
                 return &option;
     return nullptr;
 }
@@ -57,10 +55,11 @@ std::string see_help(const Command &command) {
 
 const std::vector<Option> &common_options() {
     static const std::vector<Option> options = {
-        {"--quiet", "", "print nothing but errors and what was asked for", "-q"},
-        {"--timings", "", "print how long each part took and what the library did", "-v"},
+        {"--quiet", "", "print nothing but errors and what was asked for", at_most_once, "-q"},
+        {"--timings", "", "print how long each part took and what the library did", at_most_once,
+         "-v"},
         {"--progress", "", "show progress even when the error stream is no console"},
-        {"--help", "", "print this help", "-h"},
+        {"--help", "", "print this help", at_most_once, "-h"},
     };
     return options;
 }
@@ -109,7 +108,7 @@ void Arguments::read_words(const Command &command, const std::vector<std::string
             throw UsageError(name + " needs a value: " + std::string(option->value));
         }
         std::vector<std::string> &values = values_[std::string(option->name)];
-        if (!values.empty() && !option->value.empty() && !option->repeats)
+        if (!values.empty() && !option->value.empty() && option->times != at_least_once)
             throw UsageError(std::string(option->name) + " is given twice");
         values.push_back(std::move(value));
     }
@@ -135,11 +134,16 @@ void Arguments::check_operands(const Command &command) const {
 void Arguments::check_required_options(const Command &command) const {
     std::vector<std::string> missing;
     for (const Option &option : command.options)
-        if (option.required && !has(option.name))
+        if (option.is_required() && !has(option.name))
             missing.push_back(shown(option));
     if (!missing.empty())
         throw UsageError(std::string(command.name) + " needs " + listed(missing, "and") + "; " +
                          see_help(command));
+}
+
+void Arguments::refuse(std::string_view option, std::string_view wanted, std::string_view value) {
+    throw UsageError(std::string(option) + " takes " + std::string(wanted) + ", not " +
+                     quoted(value));
 }
 
 const std::string &Arguments::file(std::string_view option) const {
@@ -152,11 +156,11 @@ uint32_t Arguments::number(std::string_view option, uint32_t least, uint32_t mos
                            uint32_t fallback) const {
     if (!has(option))
         return fallback;
-    const auto parsed = parse_number(value(option));
-    if (!parsed || *parsed < least || *parsed > most)
-        throw UsageError(std::string(option) + " takes a number from " + std::to_string(least) +
-                         " to " + std::to_string(most) + ", not " + quoted(value(option)));
-    return static_cast<uint32_t>(*parsed);
+    const auto number = parse_number<uint32_t>(value(option));
+    if (!number || *number < least || *number > most)
+        refuse(option, "a number from " + std::to_string(least) + " to " + std::to_string(most),
+               value(option));
+    return *number;
 }
 
 std::string_view Arguments::choice(std::string_view option,
@@ -168,8 +172,7 @@ std::string_view Arguments::choice(std::string_view option,
         if (value(option) == word)
             return word;
     const std::vector<std::string> all(words.begin(), words.end());
-    throw UsageError(std::string(option) + " takes " + listed(all, "or") + ", not " +
-                     quoted(value(option)));
+    refuse(option, listed(all, "or"), value(option));
 }
 
 std::string usage_line(const Command &command) {
@@ -177,7 +180,7 @@ std::string usage_line(const Command &command) {
     for (const std::string_view operand : command.operands)
         line += " " + std::string(operand);
     for (const Option &option : command.options)
-        if (option.required)
+        if (option.is_required())
             line += " " + shown(option);
     return command.options.empty() ? line : line + " [OPTION...]";
 }
@@ -186,7 +189,7 @@ std::string option_lines(const std::vector<Option> &options) {
     std::string text;
     for (const Option &option : options) {
         std::string line = "  ";
-        line += option.letter.empty() ? "    " : std::string(option.letter) + ", ";
+        line += option.is_letter() ? std::string(option.also) + ", " : "    ";
         line += option.name;
         if (!option.value.empty())
             line += " " + std::string(option.value);
@@ -196,9 +199,21 @@ std::string option_lines(const std::vector<Option> &options) {
     return text;
 }
 
+std::string in_columns(const std::vector<std::string> &entries, size_t columns) {
+    constexpr size_t column_width = 18; // characters
+    std::string lines;
+    for (size_t i = 0; i < entries.size(); ++i) {
+        std::string entry = entries[i];
+        if (i % columns != columns - 1)
+            entry.resize(column_width, ' ');
+        lines += (i == 0 ? "  " : i % columns == 0 ? "\n  " : "") + entry;
+    }
+    return lines;
+}
+
 std::string help_text(const Command &command) {
     std::string text = "Usage: " + usage_line(command) + "\n\n";
-    text += std::string(command.description) + "\n";
+    text += command.description + "\n";
     if (!command.options.empty())
         text += "\nOptions:\n" + option_lines(command.options);
     return text + "\nCommon options:\n" + option_lines(common_options());

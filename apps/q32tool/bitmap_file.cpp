@@ -3,7 +3,6 @@
 #include "bitmap_file.h"
 
 #include "apps/pictures/exceptions.h"
-#include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
 #include "timings.h"
 #include "whole_files.h"
@@ -28,41 +27,8 @@ Failure refusal_of_library(const std::string &path, const Refusal &refusal) {
     return {path, problem, refusal.remedy + numbers};
 }
 
-class GlobalBlock {
-public:
-    explicit GlobalBlock(HGLOBAL handle) : handle_(handle) {}
-    ~GlobalBlock() {
-        if (handle_ != nullptr)
-            GlobalFree(handle_);
-    }
-    GlobalBlock(const GlobalBlock &) = delete;
-    GlobalBlock &operator=(const GlobalBlock &) = delete;
-
-    HGLOBAL get() const { return handle_; }
-    void release() { handle_ = nullptr; }
-
-private:
-    HGLOBAL handle_;
-};
-
-// The memory of a block for the time of the scope; null when there is none.
-class LockedBlock {
-public:
-    explicit LockedBlock(const GlobalBlock &block)
-        : handle_(block.get()), memory_(static_cast<uint8_t *>(GlobalLock(handle_))) {}
-    ~LockedBlock() {
-        if (memory_ != nullptr)
-            GlobalUnlock(handle_);
-    }
-    LockedBlock(const LockedBlock &) = delete;
-    LockedBlock &operator=(const LockedBlock &) = delete;
-
-    uint8_t *get() const { return memory_; }
-
-private:
-    HGLOBAL handle_;
-    uint8_t *memory_;
-};
+using GlobalBlock = Owned<GlobalFree, HGLOBAL>;
+using BlockLock = Owned<GlobalUnlock, HGLOBAL>;
 
 std::vector<uint8_t> timed_read(const std::string &path) {
     const Timed timed(Part::reading);
@@ -88,11 +54,6 @@ BitmapFile::BitmapFile(const std::string &path) : BitmapFile(path, timed_read(pa
                       convert_it);
 }
 
-BitmapFile::~BitmapFile() {
-    if (buffer_ != 0)
-        buf32Free(buffer_);
-}
-
 // A damaged header may name more than the file has. All is cut to the file, and the library refuses
 // the bitmap.
 void BitmapFile::find_parts() {
@@ -109,19 +70,22 @@ void BitmapFile::give_to_library() {
     const size_t table_bytes = table_end_ - bmp_file_header_bytes;
     GlobalBlock block(GlobalAlloc(GMEM_MOVEABLE, table_bytes + pixel_bytes_));
     {
-        const LockedBlock memory(block);
-        if (memory.get() == nullptr)
+        auto *const memory = static_cast<uint8_t *>(GlobalLock(block.get()));
+        if (memory == nullptr)
             throw Failure(path_, "not enough memory for a bitmap of " +
                                      readable_size(table_bytes + pixel_bytes_));
-        std::memcpy(memory.get(), file_.data() + bmp_file_header_bytes, table_bytes);
-        std::memcpy(memory.get() + table_bytes, file_.data() + pixels_begin_, pixel_bytes_);
+        const BlockLock lock(block.get());
+        std::memcpy(memory, file_.data() + bmp_file_header_bytes, table_bytes);
+        std::memcpy(memory + table_bytes, file_.data() + pixels_begin_, pixel_bytes_);
     }
     c32ClearDLLErrInfo();
-    if (!buf32DIBBufAlloc(&buffer_, block.get()))
+    HBUF32 buffer = 0;
+    if (!buf32DIBBufAlloc(&buffer, block.get()))
         throw refusal_of_library(path_, refusal_of(header_, file_.size()));
     block.release();
+    buffer_ = Buffer(buffer);
     ++timings().buffers;
-    buf32GetInfo(buffer_, &info_);
+    buf32GetInfo(buffer, &info_);
 }
 
 std::string BitmapFile::layout() const {
@@ -139,13 +103,14 @@ std::string BitmapFile::layout() const {
 std::vector<uint8_t> BitmapFile::close() {
     const Timed timed(Part::library);
     HGLOBAL handle = nullptr;
-    if (!buf32DIBBufFree(std::exchange(buffer_, 0), &handle) || handle == nullptr)
+    if (!buf32DIBBufFree(buffer_.release(), &handle) || handle == nullptr)
         throw library_failure(path_, "the bitmap cannot be taken back");
     const GlobalBlock block(handle);
-    const LockedBlock memory(block);
-    if (memory.get() == nullptr)
+    const auto *const memory = static_cast<const uint8_t *>(GlobalLock(handle));
+    if (memory == nullptr)
         throw Failure(path_, "the bitmap's memory cannot be reached");
-    const uint8_t *pixels = memory.get() + (table_end_ - bmp_file_header_bytes);
+    const BlockLock lock(handle);
+    const uint8_t *pixels = memory + (table_end_ - bmp_file_header_bytes);
     const size_t row_bytes = static_cast<size_t>(header_.row_bytes());
     const size_t row_stride = static_cast<size_t>(header_.row_stride());
     for (size_t at = 0; at < pixel_bytes_; at += row_stride)

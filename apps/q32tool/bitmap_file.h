@@ -2,9 +2,8 @@
 // gets lost: what the buffer does not hold is kept for writing it back.
 #pragma once
 
+#include "apps/pictures/buffer.h"
 #include "bmp_header.h"
-
-#include <q32base/buffers.h>
 
 #include <cstdint>
 #include <string>
@@ -17,11 +16,8 @@ public:
     // Reads the file and gives its packed bitmap to the library. Throws Failure, for a bitmap that
     // the library does not take with the reason and the library's numbers.
     explicit BitmapFile(const std::string &path);
-    ~BitmapFile();
-    BitmapFile(const BitmapFile &) = delete;
-    BitmapFile &operator=(const BitmapFile &) = delete;
 
-    HBUF32 buffer() const { return buffer_; }
+    HBUF32 buffer() const { return buffer_.get(); }
     const BUF32INFO &info() const { return info_; }
 
     // "header of 40 bytes, 256 colours, pixels from byte 1078 on"
@@ -43,7 +39,7 @@ private:
     size_t table_end_ = 0;
     size_t pixels_begin_ = 0;
     size_t pixel_bytes_ = 0;
-    HBUF32 buffer_ = 0;
+    Buffer buffer_;
     BUF32INFO info_ = {};
 };
 

@@ -1,7 +1,7 @@
 // The lines and their words.
 #include "buffer_facts.h"
 
-#include "area_options.h"
+#include "option_values.h"
 
 #include <cstdio>
 

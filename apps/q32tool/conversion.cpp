@@ -13,8 +13,6 @@
 namespace apps::q32tool {
 namespace {
 
-constexpr uint32_t default_threshold = 127;
-
 PixelFormat pixel_format(std::string_view bits, std::string_view words) {
     if (bits == "1")
         return PixelFormat::bits;
@@ -75,26 +73,22 @@ void put_row(std::vector<uint8_t> &rgb, std::vector<uint8_t> &scratch, Image &ta
 void convert_rows(Image &source, Image &target, const Conversion &conversion) {
     std::vector<uint8_t> rgb(static_cast<size_t>(source.width()) * 3);
     std::vector<uint8_t> scratch(static_cast<size_t>(source.width()));
-    Progress progress("converting", source.height());
-    const ImageLock source_lock(source, BUF32_READ);
-    const ImageLock target_lock(target, BUF32_WRITE);
-    for (int y = 0; y < source.height(); ++y) {
-        const Timed timed(Part::library);
+    const BufferLock source_lock = source.lock(BUF32_READ);
+    const BufferLock target_lock = target.lock(BUF32_WRITE);
+    row_by_row("converting", source.height(), [&](int y) {
         source.line(y, BUF32_LINE_READ, rgb.data());
         put_row(rgb, scratch, target, y, conversion);
-        progress.advance(1);
-    }
+    });
 }
 
 } // namespace
 
-const std::vector<Option> &pixel_options() {
-    static const std::vector<Option> options = {
+std::vector<Option> pixel_options() {
+    return {
         {"--bits", "1|8|16|24", "bits per pixel of the result (24)"},
         {"--format", "555|565", "kind of 16-bit pixels (555)"},
         {"--threshold", "N", "1 bit: grey above N is white, 0 to 255 (127)"},
     };
-    return options;
 }
 
 Conversion conversion_from(const Arguments &arguments) {
@@ -103,21 +97,20 @@ Conversion conversion_from(const Arguments &arguments) {
         throw UsageError("--format is for --bits 16");
     if (arguments.has("--threshold") && bits != "1")
         throw UsageError("--threshold is for --bits 1");
-    return {
-        .format = pixel_format(bits, arguments.choice("--format", {"555", "565"}, "555")),
-        .threshold =
-            static_cast<uint8_t>(arguments.number("--threshold", 0, 255, default_threshold)),
-        .invert = false,
-    };
+    Conversion conversion = {
+        pixel_format(bits, arguments.choice("--format", {"555", "565"}, "555"))};
+    conversion.threshold =
+        static_cast<uint8_t>(arguments.number("--threshold", 0, 255, conversion.threshold));
+    return conversion;
 }
 
-void convert(Image &image, const Conversion &conversion, uint32_t buffer_type) {
+void convert(Image &image, const Conversion &conversion) {
     if (conversion.format == PixelFormat::rgb) {
         if (conversion.invert)
             convert_rows(image, image, conversion);
         return;
     }
-    Image target(conversion.format, image.size(), buffer_type, image.named());
+    Image target(conversion.format, image.size(), image.type(), image.named());
     convert_rows(image, target, conversion);
     image = std::move(target);
 }

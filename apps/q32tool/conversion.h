@@ -11,18 +11,18 @@ namespace apps::q32tool {
 
 struct Conversion {
     PixelFormat format;
-    uint8_t threshold; // 1 bit: brighter than this is white
-    bool invert;       // every bit of the result becomes its complement
+    uint8_t threshold = 127; // 1 bit: brighter than this is white
+    bool invert = false;     // every bit of the result becomes its complement
 };
 
 // --bits, --format, --threshold.
-const std::vector<Option> &pixel_options();
+std::vector<Option> pixel_options();
 
 // What these options say, without inverting. Throws UsageError.
 Conversion conversion_from(const Arguments &arguments);
 
-// Turns a 24-bit image into the wanted one; a buffer that this needs is of the given type. Throws
-// Failure, Cancelled.
-void convert(Image &image, const Conversion &conversion, uint32_t buffer_type);
+// Turns a 24-bit image into the wanted one, in a buffer of the same type. Throws Failure,
+// Cancelled.
+void convert(Image &image, const Conversion &conversion);
 
 } // namespace apps::q32tool

@@ -24,17 +24,12 @@ constexpr int most = Q32_MAX_SIDE; // of a factor: a picture as wide as one pixe
 
 // "N": both, "NxM": one for each direction.
 std::optional<Factors> parse_factors(std::string_view text) {
-    const size_t middle = text.find('x');
-    const auto horizontal = parse_integer(text.substr(0, middle));
-    const auto vertical =
-        middle == std::string_view::npos ? horizontal : parse_integer(text.substr(middle + 1));
-    if (!horizontal || !vertical)
+    const std::vector<int> factors = parse_numbers<int>(text, 'x');
+    const auto is_factor = [](int factor) { return factor >= 1 && factor <= most; };
+    if (factors.empty() || factors.size() > 2 ||
+        !std::all_of(factors.begin(), factors.end(), is_factor))
         return std::nullopt;
-    return Factors{*horizontal, *vertical};
-}
-
-bool is_factor(int factor) {
-    return factor >= 1 && factor <= most;
+    return Factors{factors.front(), factors.back()};
 }
 
 int parts(int length, int factor) {
@@ -91,12 +86,9 @@ std::vector<Option> factor_pixel_options() {
 }
 
 Factors factors_from(const Arguments &arguments) {
-    const auto factors = parse_factors(arguments.value("--factor"));
-    if (!factors || !is_factor(factors->horizontal) || !is_factor(factors->vertical))
-        throw UsageError("--factor takes N or NxM, whole numbers from 1 to " +
-                         std::to_string(most) + ", such as 3 or 2x4, not '" +
-                         arguments.value("--factor") + "'");
-    return *factors;
+    return arguments.parsed("--factor", parse_factors,
+                            "N or NxM, whole numbers from 1 to " + std::to_string(most) +
+                                ", such as 3 or 2x4");
 }
 
 bool wants_transparency(const Arguments &arguments) {
@@ -110,10 +102,9 @@ bool wants_transparency(const Arguments &arguments) {
 }
 
 // A row whose copies fill more than a band is enlarged again for each of their bands.
-Image enlarged(const Image &image, const Factors &by, uint32_t buffer_type,
-               const std::string &named) {
+Image enlarged(const Image &image, const Factors &by, const std::string &named) {
     Image result(image.format(), {image.width() * by.horizontal, image.height() * by.vertical},
-                 buffer_type, named);
+                 image.type(), named);
     const size_t source_row = row_bytes(image.width(), image.format());
     const size_t result_row = row_bytes(result.width(), image.format());
     const int most_rows = rows_in_band(result_row);
@@ -142,11 +133,10 @@ Image enlarged(const Image &image, const Factors &by, uint32_t buffer_type,
 
 // Of each block of rows the library takes one. Where a band holds one block only, just the row that
 // is taken is read.
-Image reduced(const Image &image, const Factors &by, uint32_t buffer_type,
-              const std::string &named) {
+Image reduced(const Image &image, const Factors &by, const std::string &named) {
     Image result(image.format(),
                  {parts(image.width(), by.horizontal), parts(image.height(), by.vertical)},
-                 buffer_type, named);
+                 image.type(), named);
     const size_t source_row = row_bytes(image.width(), image.format());
     const int taken = std::clamp(rows_in_band(source_row) / by.vertical, 1, result.height());
     const int band_rows = taken == 1 ? 1 : taken * by.vertical;
@@ -154,17 +144,14 @@ Image reduced(const Image &image, const Factors &by, uint32_t buffer_type,
     std::vector<uint8_t> band(source_row * static_cast<size_t>(band_rows));
     std::vector<uint8_t> reduced_band(row_bytes(result.width(), image.format()) *
                                       static_cast<size_t>(taken));
-    Progress progress("reducing", result.height());
-    for (int first = 0; first < result.height(); first += taken) {
+    band_by_band("reducing", result.height(), taken, [&](int first, int rows) {
         const int top = first * by.vertical;
         const int count = std::min(band_rows, image.height() - top);
         get_pixels(image, area_of(0, top, image.width(), count), band.data());
         reduce_band(reduced_band.data(), band.data(), image.width(), count, by,
                     pixel_bytes(image.format()));
-        const int rows = parts(count, by.vertical);
         put_pixels(result, area_of(0, first, result.width(), rows), reduced_band.data());
-        progress.advance(rows);
-    }
+    });
     return result;
 }
 

@@ -26,12 +26,10 @@ Factors factors_from(const Arguments &arguments);
 // Whether --bits 32 is asked for: such pictures are frames. Throws UsageError.
 bool wants_transparency(const Arguments &arguments);
 
-// As new images in buffers of the given type, named after the file they are for. Throw Failure,
+// As new images in buffers of the same type, named after the file they are for. Throw Failure,
 // Cancelled.
-Image enlarged(const Image &image, const Factors &by, uint32_t buffer_type,
-               const std::string &named);
-Image reduced(const Image &image, const Factors &by, uint32_t buffer_type,
-              const std::string &named);
+Image enlarged(const Image &image, const Factors &by, const std::string &named);
+Image reduced(const Image &image, const Factors &by, const std::string &named);
 
 // Of 32 bits. Throw Failure.
 Frame enlarged(const Frame &frame, const Factors &by);

@@ -11,18 +11,11 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <optional>
-#include <string_view>
 
 namespace apps::q32tool {
 namespace {
-
-bool is_folder(const std::string &path) {
-    const DWORD attributes = GetFileAttributesW(to_wide(native_path(path)).c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
 
 // Names of the files in a folder, in order.
 std::vector<std::string> files_in(const std::string &folder) {
@@ -41,18 +34,6 @@ std::vector<std::string> files_in(const std::string &folder) {
     return names;
 }
 
-bool is_picture_name(const std::string &name) {
-    constexpr std::string_view extensions[] = {".png", ".bmp", ".jpg", ".jpeg", ".tif", ".tiff"};
-    const size_t dot = name.find_last_of('.');
-    if (dot == std::string::npos)
-        return false;
-    std::string extension = name.substr(dot);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char character) { return std::tolower(character); });
-    return std::find(std::begin(extensions), std::end(extensions), extension) !=
-           std::end(extensions);
-}
-
 std::string in_folder(const std::string &folder, const std::string &name) {
     const bool ends = folder.ends_with('/') || folder.ends_with('\\');
     return folder + (ends ? "" : "/") + name;
@@ -64,7 +45,7 @@ std::vector<FrameFile> frames_of_folder(const std::string &in, const std::string
                       "frames of a folder go into a folder that is there");
     std::vector<FrameFile> frames;
     for (const std::string &name : files_in(in))
-        if (is_picture_name(name))
+        if (format_of_name(name))
             frames.push_back({in_folder(in, name), in_folder(out, name)});
     if (frames.empty())
         throw Failure(in, "the folder holds no .png, .bmp, .jpg or .tif files");

@@ -4,10 +4,8 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/picture_reader.h"
-#include "apps/pictures/text.h"
-#include "area_options.h"
 #include "interrupt.h"
-#include "picture_transfer.h"
+#include "option_values.h"
 #include "timings.h"
 
 #include <q32base/merge.h>
@@ -24,10 +22,16 @@ namespace {
 constexpr int band_rows = 64;
 constexpr uint64_t band_bytes = 16 << 20; // or one row
 
-// Bytes of a row, padded to 4. Counted in 64 bits: widths come from files and from --size, and
-// nobody has limited them yet.
+RowFormat rows_of(int bits) {
+    return bits == 8    ? RowFormat::grey
+           : bits == 16 ? RowFormat::words555
+           : bits == 32 ? RowFormat::bgra
+                        : RowFormat::bgr;
+}
+
+// Bytes of a row, padded to 4.
 uint64_t stride_of(int width, int bits) {
-    return (static_cast<uint64_t>(width) * static_cast<uint64_t>(bits / 8) + 3) / 4 * 4;
+    return (row_bytes_of(rows_of(bits), width) + 3) / 4 * 4;
 }
 
 // Memory for a picture of that size, or for some rows of it. Throws Failure.
@@ -57,17 +61,15 @@ void put_row(uint8_t *bgr, Frame &frame, int y) {
 }
 
 // Calls take_row(y, pixels) for each row of a picture.
-template <typename Read, typename TakeRow>
-void each_row(const PictureReader &reader, int pixel_bytes, const Read &read,
-              const TakeRow &take_row) {
-    const int width = reader.width(), height = reader.height();
-    const uint64_t row_bytes = static_cast<uint64_t>(width) * static_cast<uint64_t>(pixel_bytes);
+template <typename TakeRow>
+void each_row(PictureReader &reader, RowFormat format, const TakeRow &take_row) {
+    const uint64_t row_bytes = row_bytes_of(format, reader.width());
     const int rows = static_cast<int>(std::clamp<uint64_t>(band_bytes / row_bytes, 1, band_rows));
     std::vector<uint8_t> band = memory_for(reader.size(), row_bytes * static_cast<uint64_t>(rows));
-    for (int first = 0; first < height; first += rows) {
+    for (int first = 0; first < reader.height(); first += rows) {
         stop_if_cancelled();
-        const int count = std::min(rows, height - first);
-        read(first, count, band.data());
+        const int count = std::min(rows, reader.height() - first);
+        reader.read_rows(format, first, count, band.data());
         uint8_t *row = band.data();
         for (int y = first; y < first + count; ++y, row += row_bytes)
             take_row(y, row);
@@ -75,42 +77,22 @@ void each_row(const PictureReader &reader, int pixel_bytes, const Read &read,
 }
 
 void read_opaque(PictureReader &reader, Frame &frame) {
-    each_row(
-        reader, 3,
-        [&](int first, int count, uint8_t *band) { reader.read_rows(first, count, band); },
-        [&](int y, uint8_t *bgr) {
-            if (frame.bits != 32) {
-                put_row(bgr, frame, y);
-                return;
-            }
-            uint8_t *pixel = frame.row(y);
-            for (int x = 0; x < frame.width; ++x, pixel += 4, bgr += 3) {
-                std::memcpy(pixel, bgr, 3);
-                pixel[3] = 255;
-            }
-        });
+    each_row(reader, RowFormat::bgr, [&](int y, uint8_t *bgr) {
+        if (frame.bits != 32) {
+            put_row(bgr, frame, y);
+            return;
+        }
+        uint8_t *pixel = frame.row(y);
+        for (int x = 0; x < frame.width; ++x, pixel += 4, bgr += 3) {
+            std::memcpy(pixel, bgr, 3);
+            pixel[3] = 255;
+        }
+    });
 }
 
 void read_transparent(PictureReader &reader, Frame &frame) {
-    each_row(
-        reader, 4,
-        [&](int first, int count, uint8_t *band) {
-            reader.read_rows_with_alpha(first, count, band);
-        },
-        [&](int y, const uint8_t *bgra) { std::memcpy(frame.row(y), bgra, frame.stride); });
-}
-
-RowFormat rows_of(const Frame &frame, FileFormat format) {
-    switch (frame.bits) {
-    case 8:
-        return RowFormat::grey;
-    case 16:
-        return format == FileFormat::bmp ? RowFormat::words555 : RowFormat::bgr;
-    case 32:
-        return RowFormat::bgra;
-    default:
-        return RowFormat::bgr;
-    }
+    each_row(reader, RowFormat::bgra,
+             [&](int y, const uint8_t *bgra) { std::memcpy(frame.row(y), bgra, frame.stride); });
 }
 
 } // namespace
@@ -144,13 +126,14 @@ Frame read_frame(const std::string &path, int bits) {
 
 void write_frame(Frame &frame, const std::string &path, FileFormat format) {
     const Timed timed(Part::writing);
-    const RowFormat rows = rows_of(frame, format);
+    const bool widen = frame.bits == 16 && format != FileFormat::bmp;
+    const RowFormat rows = widen ? RowFormat::bgr : rows_of(frame.bits);
     PictureWriter writer(path, format, rows, frame.width, frame.height);
     std::vector<uint8_t> wide = memory_for(frame.size(), static_cast<uint64_t>(frame.width) * 3);
     for (int y = 0; y < frame.height; ++y) {
         stop_if_cancelled();
         const uint8_t *row = frame.row(y);
-        if (frame.bits == 16 && rows == RowFormat::bgr) {
+        if (widen) {
             mem32_555To888(wide.data(), row, frame.width);
             RGBToBGR(wide.data(), wide.data(), frame.width);
             row = wide.data();
@@ -159,13 +142,6 @@ void write_frame(Frame &frame, const std::string &path, FileFormat format) {
         writer.write_row(row);
     }
     writer.commit();
-}
-
-void write_frame_and_tell(Frame &frame, const std::string &path, FileFormat format,
-                          const Arguments &arguments) {
-    write_frame(frame, path, format);
-    if (!arguments.has("--quiet"))
-        print(written_line(path, frame.size(), frame.bits, format));
 }
 
 FileFormat check_transparent_output(const std::string &path) {

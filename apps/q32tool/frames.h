@@ -4,7 +4,6 @@
 
 #include "apps/pictures/areas.h"
 #include "apps/pictures/picture_writer.h"
-#include "arguments.h"
 
 #include <windows.h>
 
@@ -34,10 +33,6 @@ Frame read_frame(const std::string &path, int bits);
 // Writes it; 16 bits stay so in BMP and become 24 bits elsewhere. Throws Failure, Cancelled; no
 // file is left then.
 void write_frame(Frame &frame, const std::string &path, FileFormat format);
-
-// The same, and names what was written unless the user wants quiet.
-void write_frame_and_tell(Frame &frame, const std::string &path, FileFormat format,
-                          const Arguments &arguments);
 
 // check_output for pictures of 32 bits, which only some formats hold. Throws Failure.
 FileFormat check_transparent_output(const std::string &path);

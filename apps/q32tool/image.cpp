@@ -43,103 +43,72 @@ Failure allocation_failure(const std::string &named, Size size, uint64_t bytes) 
 } // namespace
 
 int bits_of(PixelFormat format) {
-    switch (format) {
-    case PixelFormat::bits:
-        return 1;
-    case PixelFormat::grey:
-        return 8;
-    case PixelFormat::rgb555:
-    case PixelFormat::rgb565:
-        return 16;
-    case PixelFormat::rgb:
-        break;
-    }
-    return 24;
+    constexpr int bits[] = {1, 8, 16, 16, 24}; // in the order of PixelFormat
+    return bits[static_cast<size_t>(format)];
 }
 
-Image::Image(PixelFormat format, Size size, std::string named)
-    : format_(format), size_(size), named_(std::move(named)) {}
+Image::Image(PixelFormat format, Size size, uint32_t type, std::string named, TimedBuffer buffer)
+    : format_(format), size_(size), type_(type), named_(std::move(named)),
+      buffer_(std::move(buffer)) {}
 
-Image::Image(PixelFormat format, Size size, uint32_t type, std::string named, const void *extra)
-    : Image(format, size, std::move(named)) {
-    make([&](HBUF32 *handle) {
-        return buf32Alloc(handle, bits_of(format), size.width, size.height, type, extra);
-    });
-}
+Image::Image(PixelFormat format, Size size, uint32_t type, const std::string &named,
+             const void *extra)
+    : Image(format, size, type, named, made(format, size, named, [&](HBUF32 *handle) {
+                return buf32Alloc(handle, bits_of(format), size.width, size.height, type, extra);
+            })) {}
 
 Image Image::cut(const Area &area) const {
-    Image part(format_, area.size(), named_);
     ++timings().rectangles;
-    part.make([&](HBUF32 *handle) {
-        return buf32GetBuf(handle_, area.left, area.top, area.width(), area.height(), handle);
-    });
-    return part;
+    return {format_, area.size(), type_, named_,
+            made(format_, area.size(), named_, [&](HBUF32 *handle) {
+                return buf32GetBuf(this->handle(), area.left, area.top, area.width(), area.height(),
+                                   handle);
+            })};
 }
 
 template <typename Function>
-void Image::make(const Function &function) {
+Image::TimedBuffer Image::made(PixelFormat format, Size size, const std::string &named,
+                               const Function &function) {
     const uint64_t bytes =
-        (static_cast<uint64_t>(size_.width) * static_cast<uint64_t>(bits_of(format_)) + 7) / 8 *
-        static_cast<uint64_t>(size_.height);
+        (static_cast<uint64_t>(size.width) * static_cast<uint64_t>(bits_of(format)) + 7) / 8 *
+        static_cast<uint64_t>(size.height);
     const uint64_t free_before = free_swap_bytes();
     const uint32_t mapped_before = memory_use().mapped;
+    HBUF32 handle = 0;
     {
         const Timed timed(Part::library);
-        if (!function(&handle_))
-            throw allocation_failure(named_, size_, bytes);
+        if (!function(&handle))
+            throw allocation_failure(named, size, bytes);
     }
+    TimedBuffer buffer(handle);
     ++timings().buffers;
     // Where files may have holes, a swap file can be made on a full disk, and the process would die
     // at the first page without room. The library does not see this coming: it measures the volume
     // of the drive's root.
-    if (memory_use().mapped != mapped_before && free_before < bytes) {
-        buf32Free(std::exchange(handle_, 0));
-        throw Failure(named_,
+    if (memory_use().mapped != mapped_before && free_before < bytes)
+        throw Failure(named,
                       "the swap directory has room for " + readable_size(free_before) + " of " +
                           readable_size(bytes),
                       other_directory);
-    }
+    return buffer;
 }
 
-Image::Image(Image &&other) noexcept
-    : handle_(std::exchange(other.handle_, 0)), format_(other.format_), size_(other.size_),
-      named_(std::move(other.named_)) {}
-
-Image &Image::operator=(Image &&other) noexcept {
-    std::swap(handle_, other.handle_);
-    format_ = other.format_;
-    size_ = other.size_;
-    named_ = other.named_;
-    return *this;
-}
-
-Image::~Image() {
-    if (handle_ != 0) {
-        const Timed timed(Part::library);
-        buf32Free(handle_);
-    }
+void Image::free_timed(HBUF32 buffer) {
+    const Timed timed(Part::library);
+    buf32Free(buffer);
 }
 
 BUF32INFO Image::info() const {
     BUF32INFO block = {};
-    if (!buf32GetInfo(handle_, &block))
+    if (!buf32GetInfo(handle(), &block))
         throw library_failure(named_, "the buffer cannot be examined");
     return block;
 }
 
 void Image::line(int row, int mode, void *memory) {
     ++timings().rows_moved;
-    if (!buf32Line(handle_, row, mode, memory))
+    if (!buf32Line(handle(), row, mode, memory))
         throw library_failure(named_, "row " + std::to_string(row) + " cannot be moved");
-}
-
-ImageLock::ImageLock(Image &image, int mode) : handle_(image.handle()) {
-    if (!buf32Lock(handle_, mode, nullptr))
-        throw library_failure(image.named(), "the buffer cannot be locked");
-}
-
-ImageLock::~ImageLock() {
-    buf32Unlock(handle_);
 }
 
 } // namespace apps::q32tool

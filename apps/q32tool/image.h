@@ -4,8 +4,7 @@
 #pragma once
 
 #include "apps/pictures/areas.h"
-
-#include <q32base/buffers.h>
+#include "apps/pictures/buffer.h"
 
 #include <cstdint>
 #include <string>
@@ -27,14 +26,12 @@ class Image {
 public:
     // named: what messages about the image are about, mostly a file's name. type: a BUF32_ value,
     // extra: what buf32Alloc wants for it. Throws Failure.
-    Image(PixelFormat format, Size size, uint32_t type, std::string named,
+    Image(PixelFormat format, Size size, uint32_t type, const std::string &named,
           const void *extra = nullptr);
-    Image(Image &&other) noexcept;
-    Image &operator=(Image &&other) noexcept;
-    ~Image();
 
-    HBUF32 handle() const { return handle_; }
+    HBUF32 handle() const { return buffer_.get(); }
     PixelFormat format() const { return format_; }
+    uint32_t type() const { return type_; }
     Size size() const { return size_; }
     int width() const { return size_.width; }
     int height() const { return size_.height; }
@@ -47,31 +44,28 @@ public:
     // which shares its pixels. Throws Failure.
     Image cut(const Area &area) const;
 
-    // One row by buf32Line, in a mode of BUF32_LINE_; the image must be locked (ImageLock).
+    // mode: BUF32_READ ... Throws Failure.
+    BufferLock lock(int mode) { return lock_buffer(handle(), mode, named_); }
+
+    // One row by buf32Line, in a mode of BUF32_LINE_; the image must be locked. Throws Failure.
     void line(int row, int mode, void *memory);
 
 private:
-    Image(PixelFormat format, Size size, std::string named);
+    // The library's time of freeing is counted, too.
+    static void free_timed(HBUF32 buffer);
+    using TimedBuffer = Owned<free_timed, HBUF32>;
+
+    Image(PixelFormat format, Size size, uint32_t type, std::string named, TimedBuffer buffer);
     // Lets a function of the library store the handle of a new buffer.
     template <typename Function>
-    void make(const Function &function);
+    static TimedBuffer made(PixelFormat format, Size size, const std::string &named,
+                            const Function &function);
 
-    HBUF32 handle_ = 0;
     PixelFormat format_;
     Size size_;
+    uint32_t type_;
     std::string named_;
-};
-
-// Keeps an image's buffer locked for its own life.
-class ImageLock {
-public:
-    ImageLock(Image &image, int mode); // BUF32_READ ...
-    ~ImageLock();
-    ImageLock(const ImageLock &) = delete;
-    ImageLock &operator=(const ImageLock &) = delete;
-
-private:
-    HBUF32 handle_;
+    TimedBuffer buffer_;
 };
 
 } // namespace apps::q32tool

@@ -1,20 +1,39 @@
-// The walk over bands. Rectangles of buffers merge in every mode but mask subtraction, which the
-// library has for runs of pixels only.
+// The modes' names, and the walk over bands. Rectangles of buffers merge in every mode but mask
+// subtraction, which the library has for runs of pixels only.
 #include "merging.h"
 
 #include "apps/pictures/library_report.h"
+#include "apps/pictures/numbers.h"
 #include "geometry/system_rect.h"
 #include "progress.h"
 #include "rectangles.h"
-#include "timings.h"
 
 #include <q32base/merge.h>
 
-#include <algorithm>
+#include <iterator>
+#include <optional>
 #include <vector>
 
 namespace apps::q32tool {
 namespace {
+
+// Their order is that of their numbers, from 1 on.
+constexpr std::string_view mode_names[] = {
+    "normal", "color",        "hue",          "saturation",    "value",    "lighten",
+    "darken", "relief",       "difference",   "add",           "subtract", "multiply",
+    "screen", "premul-black", "premul-white", "mask-subtract",
+};
+static_assert(std::size(mode_names) == MERGE_MASK_SUBTRACT);
+
+std::optional<int> parse_mode(std::string_view text) {
+    for (size_t i = 0; i < std::size(mode_names); ++i)
+        if (text == mode_names[i])
+            return static_cast<int>(i) + 1;
+    const auto number = parse_number<unsigned>(text);
+    if (number && *number >= MERGE_NORMAL && *number <= MERGE_MASK_SUBTRACT)
+        return static_cast<int>(*number);
+    return std::nullopt;
+}
 
 constexpr int band_rows = 128; // of the overlay
 
@@ -61,21 +80,32 @@ void merge_rows(const Job &job, const Area &source, const Point &to) {
 
 } // namespace
 
+int merge_mode_from(const Arguments &arguments) {
+    if (!arguments.has("--mode"))
+        return MERGE_NORMAL;
+    return arguments.parsed("--mode", parse_mode,
+                            "a number from 1 to 16 or a name that q32tool help compose lists");
+}
+
+std::string merge_mode_names() {
+    std::vector<std::string> names;
+    for (size_t i = 0; i < std::size(mode_names); ++i)
+        names.push_back(std::to_string(i + 1) + " " + std::string(mode_names[i]));
+    return in_columns(names, 4);
+}
+
 void merge_image(const Image &base, const Image &overlay, const Image *mask, const Point &at,
                  const Merge &merge) {
     const Area part = part_on(canvas_of(base), at, overlay.size(), "the overlay of");
     const Job job = {base, overlay, mask, merge};
-    Progress progress("merging", part.height());
-    for (int first = 0; first < part.height(); first += band_rows) {
-        const int count = std::min(band_rows, part.height() - first);
+    band_by_band("merging", part.height(), band_rows, [&](int first, int count) {
         const Point to = {part.left, part.top + first};
         const Area source = area_of(to - at, {part.width(), count});
         if (merge.mode == MERGE_MASK_SUBTRACT)
             merge_rows(job, source, to);
         else
             merge_buffers(job, source, to);
-        progress.advance(count);
-    }
+    });
 }
 
 } // namespace apps::q32tool

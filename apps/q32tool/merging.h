@@ -1,10 +1,20 @@
-// Pictures merged through the library, in bands, so that progress can be shown and work be stopped.
+// Pictures merged through the library, in bands, so that progress can be shown and work be stopped,
+// and the names of merge modes.
 #pragma once
 
-#include "area_options.h"
+#include "arguments.h"
 #include "image.h"
 
+#include <string>
+
 namespace apps::q32tool {
+
+// The value of --mode: a name, or a number from 1 to 16; without the option the normal mode. Throws
+// UsageError.
+int merge_mode_from(const Arguments &arguments);
+
+// All names with their numbers, wrapped into lines for the help.
+std::string merge_mode_names();
 
 struct Merge {
     int mode;         // MERGE_

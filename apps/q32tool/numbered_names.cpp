@@ -1,7 +1,7 @@
 // Reading and writing of the number.
 #include "numbered_names.h"
 
-#include "apps/pictures/exceptions.h"
+#include "apps/pictures/files.h"
 #include "apps/pictures/numbers.h"
 
 #include <algorithm>
@@ -66,11 +66,6 @@ std::optional<NumberedName> numbered_name(const std::string &path) {
     if (!name || name->digits > most_digits || name->after.find_first_of("#%") != std::string::npos)
         throw UsageError("'" + path + "': a number in a name is written as #### or %04d, once");
     return name;
-}
-
-size_t file_name_begin(std::string_view path) {
-    const size_t separator = path.find_last_of("/\\:");
-    return separator == std::string_view::npos ? 0 : separator + 1;
 }
 
 } // namespace apps::q32tool

@@ -25,7 +25,4 @@ struct NumberedName {
 // is no number. Throws UsageError for one written in another way, or twice.
 std::optional<NumberedName> numbered_name(const std::string &path);
 
-// Where a path's last part begins.
-size_t file_name_begin(std::string_view path);
-
 } // namespace apps::q32tool

@@ -5,9 +5,9 @@
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/picture_reader.h"
 #include "apps/pictures/text.h"
-#include "area_options.h"
+#include "option_values.h"
 #include "progress.h"
-#include "timings.h"
+#include "storage_options.h"
 
 #include <q32base/rows.h>
 
@@ -55,30 +55,22 @@ PictureReader open_picture(const std::string &path) {
     return PictureReader(path);
 }
 
-// Hands a picture's rows over one by one. read_band(first, count, pixels) decodes,
-// take_row(y, pixels) may change its row.
-template <typename ReadBand, typename TakeRow>
-void read_in_bands(const PictureReader &reader, int pixel_bytes, const ReadBand &read_band,
-                   const TakeRow &take_row) {
-    const int height = reader.height();
-    const size_t row_bytes = static_cast<size_t>(reader.width()) * static_cast<size_t>(pixel_bytes);
-    const int band_rows =
-        std::clamp(band_bytes / static_cast<int>(row_bytes), 1, std::min(height, band_rows_most));
+// Hands a picture's rows over one by one. take_row(y, pixels) may change its row.
+template <typename TakeRow>
+void read_row_by_row(PictureReader &reader, RowFormat rows, const TakeRow &take_row) {
+    const size_t row_bytes = static_cast<size_t>(row_bytes_of(rows, reader.width()));
+    const int band_rows = std::clamp(band_bytes / static_cast<int>(row_bytes), 1,
+                                     std::min(reader.height(), band_rows_most));
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
-    Progress progress("reading", height);
-    for (int first = 0; first < height; first += band_rows) {
-        const int count = std::min(band_rows, height - first);
+    band_by_band("reading", reader.height(), band_rows, [&](int first, int count) {
         {
             const Timed timed(Part::reading);
-            read_band(first, count, band.data());
+            reader.read_rows(rows, first, count, band.data());
         }
-        {
-            const Timed timed(Part::library);
-            for (int i = 0; i < count; ++i)
-                take_row(first + i, band.data() + row_bytes * static_cast<size_t>(i));
-        }
-        progress.advance(count);
-    }
+        const Timed timed(Part::library);
+        for (int i = 0; i < count; ++i)
+            take_row(first + i, band.data() + row_bytes * static_cast<size_t>(i));
+    });
 }
 
 } // namespace
@@ -87,14 +79,11 @@ LoadedPicture load_picture(const std::string &path, uint32_t buffer_type) {
     PictureReader reader = open_picture(path);
     const int width = reader.width();
     Image image(PixelFormat::rgb, reader.size(), buffer_type, path);
-    const ImageLock lock(image, BUF32_OVERWRITE);
-    read_in_bands(
-        reader, 3,
-        [&](int first, int count, uint8_t *band) { reader.read_rows(first, count, band); },
-        [&](int y, uint8_t *row) {
-            swap_red_and_blue(row, width);
-            image.line(y, BUF32_LINE_WRITE, row);
-        });
+    const BufferLock lock = image.lock(BUF32_OVERWRITE);
+    read_row_by_row(reader, RowFormat::bgr, [&](int y, uint8_t *row) {
+        swap_red_and_blue(row, width);
+        image.line(y, BUF32_LINE_WRITE, row);
+    });
     return {std::move(image), reader.format(), reader.bits()};
 }
 
@@ -105,68 +94,66 @@ PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffe
     const size_t width = static_cast<size_t>(reader.width());
     Image image(PixelFormat::rgb, reader.size(), buffer_type, path);
     Image alpha(PixelFormat::grey, reader.size(), buffer_type, path);
-    const ImageLock image_lock(image, BUF32_OVERWRITE), alpha_lock(alpha, BUF32_OVERWRITE);
+    const BufferLock image_lock = image.lock(BUF32_OVERWRITE);
+    const BufferLock alpha_lock = alpha.lock(BUF32_OVERWRITE);
     std::vector<uint8_t> alpha_row(width);
-    read_in_bands(
-        reader, 4,
-        [&](int first, int count, uint8_t *band) {
-            reader.read_rows_with_alpha(first, count, band);
-        },
-        [&](int y, uint8_t *row) {
-            for (size_t x = 0; x < width; ++x) {
-                const uint8_t blue = row[x * 4], green = row[x * 4 + 1], red = row[x * 4 + 2];
-                alpha_row[x] = row[x * 4 + 3];
-                row[x * 3] = red;
-                row[x * 3 + 1] = green;
-                row[x * 3 + 2] = blue;
-            }
-            image.line(y, BUF32_LINE_WRITE, row);
-            alpha.line(y, BUF32_LINE_WRITE, alpha_row.data());
-        });
+    read_row_by_row(reader, RowFormat::bgra, [&](int y, uint8_t *row) {
+        for (size_t x = 0; x < width; ++x) {
+            const uint8_t blue = row[x * 4], green = row[x * 4 + 1], red = row[x * 4 + 2];
+            alpha_row[x] = row[x * 4 + 3];
+            row[x * 3] = red;
+            row[x * 3 + 1] = green;
+            row[x * 3 + 2] = blue;
+        }
+        image.line(y, BUF32_LINE_WRITE, row);
+        alpha.line(y, BUF32_LINE_WRITE, alpha_row.data());
+    });
     return {std::move(image), std::move(alpha)};
-}
-
-Option output_option() {
-    return {.name = "--output",
-            .value = "OUT",
-            .help = "the picture to write",
-            .letter = "-o",
-            .required = true};
 }
 
 void save_picture(Image &image, const std::string &path, FileFormat format) {
     const Export as = export_of(image.format(), format);
     PictureWriter writer(path, format, as.rows, image.width(), image.height());
     std::vector<uint8_t> row(static_cast<size_t>(image.width()) * 3);
-    Progress progress("writing", image.height());
-    const ImageLock lock(image, BUF32_READ);
-    for (int y = 0; y < image.height(); ++y) {
+    const BufferLock lock = image.lock(BUF32_READ);
+    band_by_band("writing", image.height(), 1, [&](int y, int) {
         {
             const Timed timed(Part::library);
             image.line(y, as.line_mode, row.data());
             if (as.rows == RowFormat::bgr)
                 swap_red_and_blue(row.data(), image.width());
         }
-        {
-            const Timed timed(Part::writing);
-            writer.write_row(row.data());
-        }
-        progress.advance(1);
-    }
+        const Timed timed(Part::writing);
+        writer.write_row(row.data());
+    });
     const Timed timed(Part::writing);
     writer.commit();
-}
-
-void save_picture_and_tell(Image &image, const std::string &path, FileFormat format,
-                           const Arguments &arguments) {
-    save_picture(image, path, format);
-    if (!arguments.has("--quiet"))
-        print(written_line(path, image.size(), bits_of(image.format()), format));
 }
 
 std::string written_line(const std::string &path, Size size, int bits, FileFormat format) {
     return path + ": " + size_in_words(size) + ", " + counted(static_cast<uint64_t>(bits), "bit") +
            ", " + format_name(format) + "\n";
+}
+
+Option output_option() {
+    return {"--output", "OUT", "the picture to write", once, "-o"};
+}
+
+PictureTransfer::PictureTransfer(const Arguments &arguments, std::string out)
+    : buffer_type_(apply_storage_options(arguments)), out_(std::move(out)),
+      format_(check_output(out_)), quiet_(arguments.has("--quiet")) {}
+
+void PictureTransfer::save(Image &image, const std::string &path) const {
+    save_picture(image, path, format_);
+    if (!quiet_)
+        print(written_line(path, image.size(), bits_of(image.format()), format_));
+}
+
+void change_picture(const Arguments &arguments, const std::function<void(Image &)> &change) {
+    const PictureTransfer transfer(arguments, arguments.last_operand());
+    Image image = transfer.load(arguments.operand(0));
+    change(image);
+    transfer.save(image);
 }
 
 } // namespace apps::q32tool

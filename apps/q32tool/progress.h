@@ -1,6 +1,9 @@
 // A bar on the error stream for work that takes long, and the place where loops notice Ctrl-C.
 #pragma once
 
+#include "timings.h"
+
+#include <algorithm>
 #include <chrono>
 #include <string_view>
 
@@ -40,5 +43,26 @@ private:
     int steps_;
     Clock::time_point next_draw_;
 };
+
+// Calls use(first, count) for so many rows of a picture at a time, from the top down, with
+// progress. Throws Cancelled between them.
+template <typename Use>
+void band_by_band(std::string_view what, int rows, int band_rows, const Use &use) {
+    Progress progress(what, rows);
+    for (int first = 0; first < rows; first += band_rows) {
+        const int count = std::min(band_rows, rows - first);
+        use(first, count);
+        progress.advance(count);
+    }
+}
+
+// Calls use(y) for each row. Its time is the library's.
+template <typename Use>
+void row_by_row(std::string_view what, int rows, const Use &use) {
+    band_by_band(what, rows, 1, [&](int y, int) {
+        const Timed timed(Part::library);
+        use(y);
+    });
+}
 
 } // namespace apps::q32tool

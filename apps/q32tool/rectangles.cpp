@@ -19,7 +19,7 @@ std::string size_of(const Canvas &canvas) {
     return "the picture, which is " + size_in_words(canvas.size);
 }
 
-// A call of the library that moves a rectangle.
+// Calls of the library that move a rectangle, or fill a whole buffer.
 template <typename Function>
 void move_rectangle(const std::string &named, const Function &function) {
     const Timed timed(Part::library);

@@ -2,9 +2,8 @@
 // another, filling with a colour or a pattern.
 #pragma once
 
-#include "area_options.h"
-#include "colours.h"
 #include "image.h"
+#include "option_values.h"
 
 #include <cstdint>
 #include <optional>

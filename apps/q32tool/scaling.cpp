@@ -3,8 +3,8 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
-#include "area_options.h"
 #include "interrupt.h"
+#include "option_values.h"
 #include "progress.h"
 #include "timings.h"
 
@@ -51,14 +51,13 @@ int __stdcall show_progress(int message, int value, int, uintptr_t progress) {
 
 } // namespace
 
-const std::vector<Option> &scaling_options() {
-    static const std::vector<Option> options = {
+std::vector<Option> scaling_options() {
+    return {
         {"--size", "WxH", "the new width and height in pixels"},
         {"--fit", "WxH", "as large as fits into W x H with the picture's proportions"},
         {"--percent", "N", "N percent of the width and of the height"},
         {"--method", "nearest|bilinear|bicubic", "how pixels are made (bicubic)"},
     };
-    return options;
 }
 
 Scaling::Scaling(const Arguments &arguments) {
@@ -91,9 +90,8 @@ Size Scaling::size_for(Size picture) const {
     return box_;
 }
 
-Image scaled(const Image &image, Size size, int method, uint32_t buffer_type,
-             const std::string &named) {
-    Image result(image.format(), size, buffer_type, named);
+Image scaled(const Image &image, Size size, int method, const std::string &named) {
+    Image result(image.format(), size, image.type(), named);
     constexpr int steps = 1000;
     Progress progress("scaling", steps);
     const RESAMPLEPROGRESS watch = {.poll_esc = 0, // the console's Esc key is looked at anyway

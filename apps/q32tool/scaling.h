@@ -11,7 +11,7 @@
 namespace apps::q32tool {
 
 // --size, --fit, --percent and --method.
-const std::vector<Option> &scaling_options();
+std::vector<Option> scaling_options();
 
 // What these options say. Made before any picture is read, so that mistakes show at once.
 class Scaling {
@@ -33,8 +33,7 @@ private:
     int method_;
 };
 
-// The image in another size, as a new one in a buffer of the given type. Throws Failure, Cancelled.
-Image scaled(const Image &image, Size size, int method, uint32_t buffer_type,
-             const std::string &named);
+// The image in another size, as a new one in a buffer of the same type. Throws Failure, Cancelled.
+Image scaled(const Image &image, Size size, int method, const std::string &named);
 
 } // namespace apps::q32tool

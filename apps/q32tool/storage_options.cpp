@@ -20,6 +20,12 @@ namespace {
 // The library compares signed numbers: a limit from here up would admit nothing.
 constexpr uint64_t memory_limit_end = 0x80000000u;
 
+std::optional<uint32_t> parse_memory_limit(std::string_view text) {
+    const auto bytes = parse_bytes(text);
+    return bytes && *bytes < memory_limit_end ? std::optional(static_cast<uint32_t>(*bytes))
+                                              : std::nullopt;
+}
+
 void set_memory_limit(std::optional<uint32_t> limit) {
     uint32_t bytes = limit.value_or(UINT32_MAX);
     uint32_t enabled = limit.has_value();
@@ -51,10 +57,9 @@ std::string system_name(const std::string &full_path) {
 
 void set_swap_directory(const std::string &path) {
     const std::string full = full_path(path);
-    const DWORD attributes = GetFileAttributesW(to_wide(full).c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES)
+    if (attributes_of(full) == INVALID_FILE_ATTRIBUTES)
         throw Failure(path, "the swap directory does not exist", "create it first");
-    if (!(attributes & FILE_ATTRIBUTE_DIRECTORY))
+    if (!is_folder(full))
         throw Failure(path, "this is a file", "--swap-dir takes a directory");
     BUF32DIRECTORIES directories = {};
     const std::string name = system_name(full);
@@ -68,13 +73,12 @@ void set_swap_directory(const std::string &path) {
 
 } // namespace
 
-const std::vector<Option> &storage_options() {
-    static const std::vector<Option> options = {
+std::vector<Option> storage_options() {
+    return {
         {"--storage", "memory|file", "keep pixels in memory without limit, or in a swap file"},
         {"--memory-limit", "BYTES", "memory for pixels (K, M, G may follow); more go to a file"},
         {"--swap-dir", "DIR", "where swap files go"},
     };
-    return options;
 }
 
 uint32_t apply_storage_options(const Arguments &arguments) {
@@ -83,13 +87,8 @@ uint32_t apply_storage_options(const Arguments &arguments) {
         if (kind == "memory")
             throw UsageError("--storage memory has no limit; leave out one of --storage and "
                              "--memory-limit");
-        const std::string &text = arguments.value("--memory-limit");
-        const auto limit = parse_size(text);
-        if (!limit || *limit >= memory_limit_end)
-            throw UsageError("--memory-limit takes bytes below 2G, such as 500000, 800K or 64M, "
-                             "not '" +
-                             text + "'");
-        set_memory_limit(static_cast<uint32_t>(*limit));
+        set_memory_limit(arguments.parsed("--memory-limit", parse_memory_limit,
+                                          "bytes below 2G, such as 500000, 800K or 64M"));
     } else if (kind == "memory") {
         set_memory_limit(std::nullopt);
     }

@@ -9,7 +9,7 @@
 namespace apps::q32tool {
 
 // --storage, --memory-limit, --swap-dir.
-const std::vector<Option> &storage_options();
+std::vector<Option> storage_options();
 
 // Changes the library's settings as the options say; returns the type for new buffers. Throws
 // UsageError, and Failure for a swap directory that cannot serve.

@@ -17,25 +17,6 @@ namespace {
 
 constexpr size_t piece_bytes = 4 << 20;
 
-class OpenFile {
-public:
-    OpenFile(const std::wstring &path, DWORD access, DWORD sharing, DWORD creation)
-        : handle_(CreateFileW(path.c_str(), access, sharing, nullptr, creation,
-                              FILE_ATTRIBUTE_NORMAL, nullptr)) {}
-    ~OpenFile() {
-        if (is_open())
-            CloseHandle(handle_);
-    }
-    OpenFile(const OpenFile &) = delete;
-    OpenFile &operator=(const OpenFile &) = delete;
-
-    HANDLE get() const { return handle_; }
-    bool is_open() const { return handle_ != INVALID_HANDLE_VALUE; }
-
-private:
-    HANDLE handle_;
-};
-
 std::vector<uint8_t> room_for(const std::string &path, uint64_t bytes) {
     try {
         return std::vector<uint8_t>(static_cast<size_t>(bytes));
@@ -44,11 +25,10 @@ std::vector<uint8_t> room_for(const std::string &path, uint64_t bytes) {
     }
 }
 
-// Shared for deletion: a fault deletes the unfinished file while it is still open.
 void write_bytes(const std::string &path, const std::wstring &native,
                  const std::vector<uint8_t> &bytes) {
-    const OpenFile file(native, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, CREATE_ALWAYS);
-    if (!file.is_open())
+    const OpenFile file = open_file(native, GENERIC_WRITE, CREATE_ALWAYS);
+    if (!file)
         throw creation_failure(path, GetLastError());
     for (size_t done = 0; done < bytes.size();) {
         stop_if_cancelled();
@@ -67,9 +47,9 @@ void write_bytes(const std::string &path, const std::wstring &native,
 std::vector<uint8_t> read_file(const std::string &path) {
     const std::wstring native = to_wide(native_path(path));
     check_is_readable_file(path, native);
-    const OpenFile file(native, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+    const OpenFile file = open_file(native, GENERIC_READ, OPEN_EXISTING);
     LARGE_INTEGER size = {};
-    if (!file.is_open() || !GetFileSizeEx(file.get(), &size))
+    if (!file || !GetFileSizeEx(file.get(), &size))
         throw Failure(path, "the file cannot be read: " + system_words(GetLastError()));
     if (size.QuadPart > INT_MAX)
         throw Failure(path, "the file is too large", "files of less than 2 GB are read");

@@ -1,8 +1,6 @@
 // The canvas as a window: its messages, scroll bars, and changes of the view.
 #include "canvas.h"
 
-#include "apps/pictures/exceptions.h"
-
 #include <windowsx.h>
 
 #include <cstdlib>
@@ -10,18 +8,7 @@
 namespace apps::q32view {
 namespace {
 
-constexpr wchar_t class_name[] = L"Q32ViewCanvas";
 constexpr int line = 32; // pixels that an arrow key scrolls
-
-void register_class(WNDPROC procedure) {
-    WNDCLASSW type = {};
-    type.style = CS_HREDRAW | CS_VREDRAW;
-    type.lpfnWndProc = procedure;
-    type.hInstance = GetModuleHandleW(nullptr);
-    type.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    type.lpszClassName = class_name;
-    RegisterClassW(&type);
-}
 
 void show_scroll_bar(HWND window, int bar, int length, int page, int position) {
     const SCROLLINFO info = {.cbSize = sizeof info,
@@ -41,25 +28,11 @@ Point point_of(LPARAM param) {
 } // namespace
 
 void Canvas::create(HWND parent) {
-    register_class(procedure);
-    window_ = CreateWindowExW(WS_EX_CLIENTEDGE, class_name, nullptr,
-                              WS_CHILD | WS_VISIBLE | WS_HSCROLL | WS_VSCROLL, 0, 0, 0, 0, parent,
-                              nullptr, GetModuleHandleW(nullptr), this);
-    if (window_ == nullptr)
-        throw Failure("q32view", "no window can be made");
+    WNDCLASSW type = {};
+    type.style = CS_HREDRAW | CS_VREDRAW;
+    type.lpszClassName = L"Q32ViewCanvas";
+    make(type, nullptr, WS_CHILD | WS_VISIBLE | WS_HSCROLL | WS_VSCROLL, WS_EX_CLIENTEDGE, parent);
     show_scroll_bars();
-}
-
-LRESULT CALLBACK Canvas::procedure(HWND window, UINT message, WPARAM wide, LPARAM param) {
-    if (message == WM_NCCREATE) {
-        const auto *creation = reinterpret_cast<const CREATESTRUCTW *>(param);
-        SetWindowLongPtrW(window, GWLP_USERDATA,
-                          reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
-        static_cast<Canvas *>(creation->lpCreateParams)->window_ = window;
-    }
-    auto *canvas = reinterpret_cast<Canvas *>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    return canvas != nullptr ? canvas->handle(message, wide, param)
-                             : DefWindowProcW(window, message, wide, param);
 }
 
 LRESULT Canvas::handle(UINT message, WPARAM wide, LPARAM param) {

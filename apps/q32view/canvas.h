@@ -3,15 +3,24 @@
 #pragma once
 
 #include "scaled_picture.h"
-#include "show.h"
+#include "show_settings.h"
 #include "status_bar.h"
 #include "view_state.h"
+#include "window.h"
 
 #include <windows.h>
 
 #include <exception>
+#include <optional>
 
 namespace apps::q32view {
+
+// What the viewer shows: the picture, and how.
+struct Show {
+    std::optional<Picture> picture;
+    ShowSettings settings;
+    bool test_card = false; // instead of the picture
+};
 
 enum class Zoom { fit, actual, in, out };
 
@@ -25,14 +34,13 @@ protected:
     ~CanvasOwner() = default;
 };
 
-class Canvas {
+class Canvas final : public Window {
 public:
     Canvas(const Show &show, StatusBar &status, CanvasOwner &owner)
         : show_(show), status_(status), owner_(owner) {}
 
     // Throws Failure.
     void create(HWND parent);
-    HWND window() const { return window_; }
     const ViewState &view() const { return view_; }
 
     // Before the show's picture is replaced, and after that.
@@ -51,8 +59,7 @@ public:
     void handle_wheel(int turned, Point on_screen);
 
 private:
-    static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wide, LPARAM param);
-    LRESULT handle(UINT message, WPARAM wide, LPARAM param);
+    LRESULT handle(UINT message, WPARAM wide, LPARAM param) override;
 
     void handle_size(Size size);
     void handle_scroll_bar(int bar, int code);
@@ -71,7 +78,6 @@ private:
     const Show &show_;
     StatusBar &status_;
     CanvasOwner &owner_;
-    HWND window_ = nullptr;
     ViewState view_;
     ScaledPicture scaled_;
     Point drag_from_;   // of the pointer, while the picture is dragged

@@ -1,7 +1,6 @@
 // The window's life and messages. Commands of the menu: main_window_menu.cpp.
 #include "main_window.h"
 
-#include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "geometry/system_rect.h"
 #include "resource.h"
@@ -11,20 +10,6 @@
 
 namespace apps::q32view {
 namespace {
-
-constexpr wchar_t class_name[] = L"Q32View";
-constexpr wchar_t title[] = L"q32view";
-
-void register_class(WNDPROC procedure) {
-    WNDCLASSW type = {};
-    type.lpfnWndProc = procedure;
-    type.hInstance = GetModuleHandleW(nullptr);
-    type.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
-    type.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    type.lpszMenuName = MAKEINTRESOURCEW(IDR_MENU);
-    type.lpszClassName = class_name;
-    RegisterClassW(&type);
-}
 
 Size client_size(HWND window) {
     RECT rect = {};
@@ -46,13 +31,11 @@ MainWindow::MainWindow(const Options &options) : options_(options), canvas_(show
 }
 
 void MainWindow::create() {
-    register_class(procedure);
-    window_ =
-        CreateWindowExW(WS_EX_ACCEPTFILES, class_name, title, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
-                        CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr,
-                        nullptr, GetModuleHandleW(nullptr), this);
-    if (window_ == nullptr)
-        throw Failure("q32view", "no window can be made");
+    WNDCLASSW type = {};
+    type.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
+    type.lpszMenuName = MAKEINTRESOURCEW(IDR_MENU);
+    type.lpszClassName = L"Q32View";
+    make(type, L"q32view", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, WS_EX_ACCEPTFILES, nullptr);
     status_.create(window_);
     canvas_.create(window_);
     lay_out();
@@ -62,34 +45,21 @@ void MainWindow::create() {
     view_changed();
 }
 
-LRESULT CALLBACK MainWindow::procedure(HWND window, UINT message, WPARAM wide, LPARAM param) {
-    if (message == WM_NCCREATE) {
-        const auto *creation = reinterpret_cast<const CREATESTRUCTW *>(param);
-        SetWindowLongPtrW(window, GWLP_USERDATA,
-                          reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
-        static_cast<MainWindow *>(creation->lpCreateParams)->window_ = window;
-    }
-    auto *main_window = reinterpret_cast<MainWindow *>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    return main_window != nullptr ? main_window->handle_guarded(message, wide, param)
-                                  : DefWindowProcW(window, message, wide, param);
-}
-
-// Called by the system, through which exceptions must not pass. What is asked for while something
-// else is being done is put off until that has ended.
-LRESULT MainWindow::handle_guarded(UINT message, WPARAM wide, LPARAM param) {
+// What is asked for while something else is being done is put off until that has ended.
+LRESULT MainWindow::handle(UINT message, WPARAM wide, LPARAM param) {
     if (Busy::is_anything() && is_request(message)) {
         PostMessageW(window_, message, wide, param);
         return 0;
     }
     try {
-        return handle(message, wide, param);
+        return handle_message(message, wide, param);
     } catch (const std::exception &failure) {
         say_failure(failure);
         return 0;
     }
 }
 
-LRESULT MainWindow::handle(UINT message, WPARAM wide, LPARAM param) {
+LRESULT MainWindow::handle_message(UINT message, WPARAM wide, LPARAM param) {
     switch (message) {
     case WM_SIZE:
         lay_out();

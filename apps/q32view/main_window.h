@@ -3,7 +3,6 @@
 
 #include "canvas.h"
 #include "options.h"
-#include "show.h"
 #include "status_bar.h"
 
 #include <windows.h>
@@ -14,13 +13,12 @@
 
 namespace apps::q32view {
 
-class MainWindow final : private CanvasOwner {
+class MainWindow final : public Window, private CanvasOwner {
 public:
     explicit MainWindow(const Options &options);
 
     // Makes the window, not visible yet. Throws Failure.
     void create();
-    HWND window() const { return window_; }
 
     // Shows a picture file. Throws Failure, Cancelled; the previous picture stays then.
     void open(const std::string &path);
@@ -33,9 +31,8 @@ public:
     void say_failure(const std::exception &failure) override;
 
 private:
-    static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wide, LPARAM param);
-    LRESULT handle(UINT message, WPARAM wide, LPARAM param);
-    LRESULT handle_guarded(UINT message, WPARAM wide, LPARAM param);
+    LRESULT handle(UINT message, WPARAM wide, LPARAM param) override;
+    LRESULT handle_message(UINT message, WPARAM wide, LPARAM param);
     void view_changed() override;
 
     void lay_out();
@@ -50,7 +47,6 @@ private:
     void ask_and_save();
 
     const Options &options_;
-    HWND window_ = nullptr;
     Show show_;
     StatusBar status_;
     Canvas canvas_;

@@ -1,5 +1,4 @@
 // The menu's commands, and the marks beside them.
-#include "apps/pictures/text.h"
 #include "dialogs.h"
 #include "main_window.h"
 #include "resource.h"
@@ -14,7 +13,7 @@ namespace {
 constexpr int gammas[] = {100, 140, no_gamma, 220, 260};
 static_assert(ID_GAMMA_FIRST + std::size(gammas) - 1 == ID_GAMMA_LAST);
 static_assert(ID_DEVICE_FIRST + DISP32_HIGH_COLOUR == ID_DEVICE_LAST);
-static_assert(ID_PIXELS_FIRST + static_cast<int>(Pixels::bits) == ID_PIXELS_LAST);
+static_assert(ID_PIXELS_FIRST + static_cast<int>(ShownFormat::bits) == ID_PIXELS_LAST);
 
 constexpr wchar_t keys_text[] = L"Ctrl+O\topen a picture (or drop one here)\n"
                                 L"Ctrl+S\tsave what is shown\n"
@@ -103,7 +102,7 @@ void MainWindow::handle_choice(int id) {
     else if (id == ID_PALETTE_OPTION)
         settings.palette_option = !settings.palette_option;
     else if (is_between(id, ID_PIXELS_FIRST, ID_PIXELS_LAST))
-        settings.pixels = static_cast<Pixels>(id - ID_PIXELS_FIRST);
+        settings.pixels = static_cast<ShownFormat>(id - ID_PIXELS_FIRST);
     else
         return;
     canvas_.repaint();

@@ -1,10 +1,12 @@
 // A table of options, and what each makes of its value.
 #include "options.h"
 
+#include "apps/pictures/display_bitmap.h"
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "view_state.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace apps::q32view {
@@ -19,15 +21,10 @@ constexpr int most_gamma = 1000;
                      " is wanted");
 }
 
-std::optional<int> number_between(std::string_view text, int least, int most) {
-    const auto parsed = parse_integer(text);
-    return parsed && *parsed >= least && *parsed <= most ? parsed : std::nullopt;
-}
-
 int number(std::string_view option, std::string_view value, int least, int most,
            std::string_view wanted) {
-    const auto parsed = number_between(value, least, most);
-    if (!parsed)
+    const auto parsed = parse_number<int>(value);
+    if (!parsed || *parsed < least || *parsed > most)
         refuse(option, value, wanted);
     return *parsed;
 }
@@ -35,12 +32,11 @@ int number(std::string_view option, std::string_view value, int least, int most,
 // Two numbers and what stands between them.
 Point pair(std::string_view option, std::string_view value, char between, int least, int most,
            std::string_view wanted) {
-    const size_t middle = std::min(value.find(between), value.size());
-    const auto x = number_between(value.substr(0, middle), least, most);
-    const auto y = number_between(value.substr(std::min(middle + 1, value.size())), least, most);
-    if (!x || !y)
+    const std::vector<int> numbers = parse_numbers<int>(value, between);
+    if (numbers.size() != 2 || std::min(numbers[0], numbers[1]) < least ||
+        std::max(numbers[0], numbers[1]) > most)
         refuse(option, value, wanted);
-    return {*x, *y};
+    return {numbers[0], numbers[1]};
 }
 
 void read_zoom(Options &options, std::string_view value) {
@@ -62,14 +58,13 @@ void read_size(Options &options, std::string_view value) {
 
 // By name or by number.
 void read_device_type(Options &options, std::string_view value) {
-    static constexpr std::string_view names[] = {"monochrome",  "8-colours",   "16-colours",
-                                                 "256-colours", "true-colour", "high-colour"};
-    constexpr int last = static_cast<int>(std::size(names)) - 1;
-    const auto *const found = std::find(std::begin(names), std::end(names), value);
+    const auto named =
+        std::find_if(display_types.begin(), display_types.end(),
+                     [value](const DisplayType &type) { return type.name == value; });
     options.settings.device_type =
-        found != std::end(names)
-            ? static_cast<int>(found - names)
-            : number("--device-type", value, 0, last,
+        named != display_types.end()
+            ? static_cast<int>(named - display_types.begin())
+            : number("--device-type", value, 0, static_cast<int>(display_types.size()) - 1,
                      "monochrome, 8-colours, 16-colours, 256-colours, true-colour, high-colour or "
                      "0 to 5");
 }
@@ -85,20 +80,11 @@ void read_dither(Options &options, std::string_view value) {
 }
 
 void read_pixels(Options &options, std::string_view value) {
-    static constexpr struct {
-        std::string_view word;
-        Pixels pixels;
-    } kinds[] = {{"24", Pixels::rgb},
-                 {"16", Pixels::rgb555},
-                 {"palette", Pixels::palette},
-                 {"grey", Pixels::grey},
-                 {"1", Pixels::bits}};
-    for (const auto &kind : kinds)
-        if (kind.word == value) {
-            options.settings.pixels = kind.pixels;
-            return;
-        }
-    refuse("--pixels", value, "24, 16, palette, grey or 1");
+    static constexpr std::string_view words[] = {"24", "16", "palette", "grey", "1"};
+    const auto *const format = std::find(std::begin(words), std::end(words), value);
+    if (format == std::end(words))
+        refuse("--pixels", value, "24, 16, palette, grey or 1");
+    options.settings.pixels = static_cast<ShownFormat>(format - words);
 }
 
 void read_file(std::string_view option, std::string_view value, std::string &file) {

@@ -1,9 +1,10 @@
 // Bands of rows out of the buffer, changed into the pixels that the library is to show.
 #include "painter.h"
 
-#include "acted_display.h"
+#include "apps/pictures/display_bitmap.h"
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
+#include "apps/pictures/owned.h"
 
 #include <q32base/buffers.h>
 #include <q32base/display.h>
@@ -20,7 +21,7 @@ constexpr size_t band_bytes = 64 * 1024;
 constexpr int threshold = 127; // above it a grey is white
 constexpr int cube_side = 6;
 
-// The palette of Pixels::palette, made when it is first needed.
+// The palette of ShownFormat::palette, made when it is first needed.
 HPALETTE cube_palette() {
     static const HPALETTE palette = [] {
         struct {
@@ -55,25 +56,25 @@ void change_pixels(uint8_t *pixels, int count, const Change &change) {
         pixels[i] = change(pixels + static_cast<size_t>(i) * 3);
 }
 
-// In place: no kind of pixels is wider than 24 bits. Returns the bytes of a row.
-int change_rows(uint8_t *pixels, int width, int rows, Pixels kind) {
+// In place: no format is wider than 24 bits. Returns the bytes of a row.
+int change_rows(uint8_t *pixels, int width, int rows, ShownFormat format) {
     const int count = width * rows;
-    switch (kind) {
-    case Pixels::rgb:
+    switch (format) {
+    case ShownFormat::rgb:
         break;
-    case Pixels::rgb555: {
+    case ShownFormat::rgb555: {
         std::vector<uint8_t> words(static_cast<size_t>(count) * 2);
         mem32_888To555(words.data(), pixels, count);
         std::copy(words.begin(), words.end(), pixels);
         return width * 2;
     }
-    case Pixels::palette:
+    case ShownFormat::palette:
         change_pixels(pixels, count, cube_index);
         return width;
-    case Pixels::grey:
+    case ShownFormat::grey:
         change_pixels(pixels, count, grey_of);
         return width;
-    case Pixels::bits: {
+    case ShownFormat::bits: {
         change_pixels(pixels, count, grey_of);
         const int row_bytes = (width + 7) / 8;
         std::vector<uint8_t> bits(static_cast<size_t>(row_bytes));
@@ -88,42 +89,23 @@ int change_rows(uint8_t *pixels, int width, int rows, Pixels kind) {
     return width * 3;
 }
 
-int depth_of(Pixels kind) {
-    switch (kind) {
-    case Pixels::rgb:
-        break;
-    case Pixels::rgb555:
-        return 16;
-    case Pixels::palette:
-    case Pixels::grey:
-        return 8;
-    case Pixels::bits:
-        return 1;
-    }
-    return 24;
+// In the order of ShownFormat.
+constexpr int depths[] = {24, 16, 8, 8, 1};
+
+int depth_of(ShownFormat format) {
+    return depths[static_cast<size_t>(format)];
 }
 
-class Run {
-public:
-    Run(HDC dc, const Area &area, Point matrix, const ShowSettings &settings) {
-        const HPALETTE palette = settings.pixels == Pixels::palette ? cube_palette() : nullptr;
-        if (!disp32ShowInitEx(&run_, dc, depth_of(settings.pixels), area.left, area.top, area.right,
-                              area.bottom, palette, settings.palette_option, FALSE, matrix.x,
-                              matrix.y))
-            throw Failure("the display", "nothing can be shown on it");
-    }
-    ~Run() { disp32ShowEnd(run_); }
-    Run(const Run &) = delete;
-    Run &operator=(const Run &) = delete;
+using Run = Owned<disp32ShowEnd, HDISPRUN>;
 
-    void show(const uint8_t *pixels, int rows, int row_bytes) {
-        if (!disp32ShowData(run_, pixels, 0, 0, rows, row_bytes))
-            throw Failure("the display", "the system does not draw the picture");
-    }
-
-private:
-    HDISPRUN run_ = 0;
-};
+Run run_over(HDC dc, const Area &area, Point matrix, const ShowSettings &settings) {
+    const HPALETTE palette = settings.pixels == ShownFormat::palette ? cube_palette() : nullptr;
+    HDISPRUN run = 0;
+    if (!disp32ShowInitEx(&run, dc, depth_of(settings.pixels), area.left, area.top, area.right,
+                          area.bottom, palette, settings.palette_option, FALSE, matrix.x, matrix.y))
+        throw Failure("the display", "nothing can be shown on it");
+    return Run(run);
+}
 
 // Columns of the area beyond the buffer are drawn, with whatever colour.
 void show_rows(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matrix,
@@ -132,30 +114,52 @@ void show_rows(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matri
     const size_t row_bytes = static_cast<size_t>(width) * 3;
     const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
-    Run run(dc, area, matrix, settings);
+    const Run run = run_over(dc, area, matrix, settings);
     for (int first = 0; first < height; first += band_rows) {
         const int rows = std::min(band_rows, height - first);
         if (!buf32GetMem(buffer, place.x, place.y + first, width, rows, band.data()))
             throw library_failure("the picture", "its pixels cannot be read");
-        run.show(band.data(), rows, change_rows(band.data(), width, rows, settings.pixels));
+        const int changed_bytes = change_rows(band.data(), width, rows, settings.pixels);
+        if (!disp32ShowData(run.get(), band.data(), 0, 0, rows, changed_bytes))
+            throw Failure("the display", "the system does not draw the picture");
     }
 }
 
+// Whether the library acts for a display of 2, 8 or 16 colours and the window's is another one. On
+// displays of more colours the window shows what is drawn as it is.
+bool needs_bitmap(const ShowSettings &settings) {
+    if (!settings.device_type || *settings.device_type > DISP32_SIXTEEN_COLOURS)
+        return false;
+    const HDC screen = GetDC(nullptr);
+    const int bits = GetDeviceCaps(screen, BITSPIXEL) * GetDeviceCaps(screen, PLANES);
+    ReleaseDC(nullptr, screen);
+    return bits > 4;
+}
+
 } // namespace
+
+void draw_acted(HDC dc, const Area &area, int depth, const ShowSettings &settings,
+                const std::function<void(HDC, const Area &)> &draw) {
+    if (!needs_bitmap(settings)) {
+        draw(dc, area);
+        return;
+    }
+    DisplayBitmap display(*settings.device_type, {depth, false}, area.size());
+    if (!display.is_made())
+        throw Failure("the display", "there is no memory to act as another one");
+    draw(display.dc(), {0, 0, display.width(), area.height()});
+    display.finish();
+    display.show(dc, area.corner());
+}
 
 void paint(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matrix,
            const ShowSettings &settings) {
     if (area.is_empty())
         return;
-    if (!ActedDisplay::is_needed(settings)) {
-        show_rows(dc, area, buffer, place, matrix, settings);
-        return;
-    }
-    const int depth = settings.pixels == Pixels::palette ? 24 : depth_of(settings.pixels);
-    ActedDisplay display(depth, area.size());
-    show_rows(display.dc(), {0, 0, display.width(), area.height()}, buffer, place, matrix,
-              settings);
-    display.show(dc, area.corner());
+    const int depth = settings.pixels == ShownFormat::palette ? 24 : depth_of(settings.pixels);
+    draw_acted(dc, area, depth, settings, [&](HDC acted, const Area &drawn) {
+        show_rows(acted, drawn, buffer, place, matrix, settings);
+    });
 }
 
 } // namespace apps::q32view

@@ -1,7 +1,7 @@
 // Rows on their way from a file into a buffer.
 #include "picture.h"
 
-#include "apps/pictures/library_report.h"
+#include "apps/pictures/files.h"
 #include "apps/pictures/picture_reader.h"
 
 #include <q32base/rows.h>
@@ -14,24 +14,6 @@ namespace {
 
 constexpr size_t band_bytes = 1 << 20;
 
-class WriteLock {
-public:
-    WriteLock(const Buffer &buffer, const std::string &named) : handle_(buffer.get()) {
-        if (!buf32Lock(handle_, BUF32_OVERWRITE, nullptr))
-            throw library_failure(named, "the buffer cannot be locked");
-    }
-    ~WriteLock() { buf32Unlock(handle_); }
-    WriteLock(const WriteLock &) = delete;
-    WriteLock &operator=(const WriteLock &) = delete;
-
-private:
-    HBUF32 handle_;
-};
-
-std::string without_folder(const std::string &path) {
-    return path.substr(path.find_last_of("/\\:") + 1);
-}
-
 Buffer buffer_of(Size size, const std::string &named) {
     HBUF32 handle = 0;
     if (!buf32Alloc(&handle, 24, size.width, size.height, BUF32_TILED, nullptr))
@@ -42,7 +24,7 @@ Buffer buffer_of(Size size, const std::string &named) {
 } // namespace
 
 Picture load_picture(const std::string &path, StatusBar &status) {
-    const std::string name = without_folder(path);
+    const std::string name = path.substr(file_name_begin(path));
     LongWork work(status, "reading " + name);
     PictureReader reader(path);
     const int width = reader.width(), height = reader.height();
@@ -51,10 +33,10 @@ Picture load_picture(const std::string &path, StatusBar &status) {
     const size_t row_bytes = static_cast<size_t>(width) * 3;
     const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
-    const WriteLock lock(picture.buffer, name);
+    const BufferLock lock = lock_buffer(picture.buffer.get(), BUF32_OVERWRITE, name);
     for (int first = 0; first < height; first += band_rows) {
         const int count = std::min(band_rows, height - first);
-        reader.read_rows(first, count, band.data());
+        reader.read_rows(RowFormat::bgr, first, count, band.data());
         RGBToBGR(band.data(), band.data(), width * count);
         for (int i = 0; i < count; ++i)
             if (!buf32Line(picture.buffer.get(), first + i, BUF32_LINE_WRITE,

@@ -1,36 +1,13 @@
-// A picture in one of the library's buffers, and the owner of such a buffer.
+// A picture in one of the library's buffers.
 #pragma once
 
 #include "apps/pictures/areas.h"
+#include "apps/pictures/buffer.h"
 #include "long_work.h"
 
-#include <q32base/buffers.h>
-
 #include <string>
-#include <utility>
 
 namespace apps::q32view {
-
-// Frees its buffer.
-class Buffer {
-public:
-    Buffer() = default;
-    explicit Buffer(HBUF32 handle) : handle_(handle) {}
-    Buffer(Buffer &&other) noexcept : handle_(std::exchange(other.handle_, 0)) {}
-    Buffer &operator=(Buffer &&other) noexcept {
-        std::swap(handle_, other.handle_);
-        return *this;
-    }
-    ~Buffer() {
-        if (handle_ != 0)
-            buf32Free(handle_);
-    }
-
-    HBUF32 get() const { return handle_; }
-
-private:
-    HBUF32 handle_ = 0;
-};
 
 struct Picture {
     Buffer buffer; // 24 bits

@@ -27,7 +27,7 @@
 #define ID_DITHER         140
 #define ID_PALETTE_OPTION 141
 
-/* ID_PIXELS_FIRST + Pixels value */
+/* ID_PIXELS_FIRST + ShownFormat value */
 #define ID_PIXELS_FIRST 150
 #define ID_PIXELS_LAST  154
 

@@ -82,7 +82,7 @@ void ScaledPicture::for_each_piece(const Area &area,
     if (picture_ == nullptr)
         return;
     if (factor_ == 0) {
-        const HBUF32 whole = reduced_.get() != 0 ? reduced_.get() : picture_->buffer.get();
+        const HBUF32 whole = reduced_ ? reduced_.get() : picture_->buffer.get();
         use({area, whole, area.corner()});
         return;
     }

@@ -1,11 +1,11 @@
 // Pixels out of the window's device context, whatever the display's depth, as 24 bits.
 #include "screenshot.h"
 
-#include "apps/pictures/areas.h"
+#include "apps/pictures/display_bitmap.h"
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/picture_writer.h"
 
-#include <cstdint>
+#include <q32base/display.h>
 
 namespace apps::q32view {
 namespace {
@@ -23,43 +23,6 @@ public:
 private:
     HWND window_;
     HDC dc_;
-};
-
-// A bitmap of 24 bits in memory, top row first, with a context to draw on it.
-class Copy {
-public:
-    explicit Copy(Size size) : dc_(CreateCompatibleDC(nullptr)) {
-        BITMAPINFO info = {};
-        info.bmiHeader = {.biSize = sizeof info.bmiHeader,
-                          .biWidth = size.width,
-                          .biHeight = -size.height,
-                          .biPlanes = 1,
-                          .biBitCount = 24,
-                          .biCompression = BI_RGB};
-        void *pixels = nullptr;
-        bitmap_ = CreateDIBSection(dc_, &info, DIB_RGB_COLORS, &pixels, nullptr, 0);
-        pixels_ = static_cast<const uint8_t *>(pixels);
-        row_bytes_ = (static_cast<size_t>(size.width) * 3 + 3) / 4 * 4;
-        before_ = SelectObject(dc_, bitmap_);
-    }
-    ~Copy() {
-        SelectObject(dc_, before_);
-        DeleteObject(bitmap_);
-        DeleteDC(dc_);
-    }
-    Copy(const Copy &) = delete;
-    Copy &operator=(const Copy &) = delete;
-
-    HDC dc() const { return dc_; }
-    bool is_made() const { return bitmap_ != nullptr; }
-    const uint8_t *row(int y) const { return pixels_ + row_bytes_ * static_cast<size_t>(y); }
-
-private:
-    HDC dc_;
-    HBITMAP bitmap_;
-    HGDIOBJ before_;
-    const uint8_t *pixels_;
-    size_t row_bytes_;
 };
 
 // In the coordinates of the window's corner, or of its client area's. The title and the border are
@@ -86,11 +49,11 @@ void save_screenshot(HWND window, bool with_menu, const std::string &path) {
     if (size.is_empty())
         throw Failure(path, "the window shows nothing");
     const WindowDc source(window, with_menu);
-    const Copy copy(size);
+    DisplayBitmap copy(DISP32_TRUE_COLOUR, {24, false}, size);
     if (!copy.is_made() || !BitBlt(copy.dc(), 0, 0, size.width, size.height, source.get(),
                                    area.left, area.top, SRCCOPY))
         throw Failure(path, "the window's contents cannot be read");
-    GdiFlush();
+    copy.finish();
     PictureWriter writer(path, format, RowFormat::bgr, size.width, size.height);
     for (int y = 0; y < size.height; ++y)
         writer.write_row(copy.row(y));

@@ -1,11 +1,12 @@
 // The library keeps display, gamma and dithering for the whole process; here they are set together.
 #include "show_settings.h"
 
+#include "apps/pictures/display_bitmap.h"
 #include "apps/pictures/exceptions.h"
 
 #include <q32base/display.h>
 
-#include <iterator>
+#include <algorithm>
 
 namespace apps::q32view {
 
@@ -28,16 +29,13 @@ bool is_high_colour_dithered() {
     return now != 0;
 }
 
-const char *device_type_name(int type) {
-    static const char *const names[] = {"monochrome",  "8 colours",   "16 colours",
-                                        "256 colours", "true colour", "high colour"};
-    return type >= 0 && type < static_cast<int>(std::size(names)) ? names[type] : "unknown display";
-}
-
 std::string device_in_words(const ShowSettings &settings) {
     DispDevInfo info = {};
     disp32GetDevInfo(&info);
-    return std::string(device_type_name(info.type)) + (settings.device_type ? "" : ", detected");
+    const size_t type = static_cast<size_t>(info.type);
+    std::string words(type < display_types.size() ? display_types[type].name : "unknown display");
+    std::replace(words.begin(), words.end(), '-', ' ');
+    return words + (settings.device_type ? "" : ", detected");
 }
 
 } // namespace apps::q32view

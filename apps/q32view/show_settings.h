@@ -7,8 +7,8 @@
 
 namespace apps::q32view {
 
-// What pixels the library is given, whatever the picture's file had.
-enum class Pixels {
+// The format of the pixels that the library is given, whatever the picture's file had.
+enum class ShownFormat {
     rgb,     // 24 bits
     rgb555,  // 16 bits
     palette, // 8 bits: indices into a cube of 6 x 6 x 6 colours
@@ -23,7 +23,7 @@ struct ShowSettings {
     std::optional<int> gamma;               // hundredths; none: as the settings file has it
     std::optional<bool> high_colour_dither; // none: as the settings file has it
     bool palette_option = false;            // disp32ShowInitEx's, for 8-bit pixels
-    Pixels pixels = Pixels::rgb;
+    ShownFormat pixels = ShownFormat::rgb;
 };
 
 // Makes the library act on them. Throws Failure when it cannot make its palettes.
@@ -31,9 +31,6 @@ void apply(const ShowSettings &settings);
 
 // Whether dithering on high-colour displays is on now.
 bool is_high_colour_dithered();
-
-// "256 colours" of a DISP32_ value.
-const char *device_type_name(int type);
 
 // The display that the library acts for now: "true colour, detected".
 std::string device_in_words(const ShowSettings &settings);

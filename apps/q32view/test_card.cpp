@@ -1,9 +1,9 @@
 // Rows of bars: greys both ways, channels, the colour circle, and hue fields.
 #include "test_card.h"
 
-#include "acted_display.h"
 #include "apps/pictures/library_report.h"
 #include "geometry/system_rect.h"
+#include "painter.h"
 
 #include <q32base/bars.h>
 
@@ -20,7 +20,7 @@ constexpr int units = 16; // of the card's height
 class Card {
 public:
     Card(HDC dc, Size window, const ShowSettings &settings)
-        : dc_(dc), window_(window), is_acted_(ActedDisplay::is_needed(settings)),
+        : dc_(dc), window_(window), settings_(settings),
           has_palette_((GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) != 0) {}
 
     // Starts a row of bars that is so many units high.
@@ -71,22 +71,15 @@ private:
         const Area area = next(wide);
         if (area.is_empty())
             return;
-        if (!is_acted_) {
-            check(bar(dc_, q32::as_rect(area)));
-            return;
-        }
-        ActedDisplay display(depth, area.size());
-        check(bar(display.dc(), RECT{0, 0, display.width(), area.height()}));
-        display.show(dc_, area.corner());
-    }
-    static void check(int drawn) {
-        if (!drawn)
-            throw library_failure("the test card", "a bar cannot be drawn");
+        draw_acted(dc_, area, depth, settings_, [&](HDC dc, const Area &drawn) {
+            if (!bar(dc, q32::as_rect(drawn)))
+                throw library_failure("the test card", "a bar cannot be drawn");
+        });
     }
 
     HDC dc_;
     Size window_;
-    bool is_acted_;
+    const ShowSettings &settings_;
     bool has_palette_;
     int top_ = 0;
     int bottom_ = 0;

@@ -32,7 +32,7 @@ TEST(Options, NothingIsNeeded) {
     EXPECT_FALSE(options.settings.gamma.has_value());
     EXPECT_FALSE(options.settings.high_colour_dither.has_value());
     EXPECT_FALSE(options.settings.palette_option);
-    EXPECT_EQ(options.settings.pixels, Pixels::rgb);
+    EXPECT_EQ(options.settings.pixels, ShownFormat::rgb);
     EXPECT_FALSE(options.test_card || options.whole_window || options.help || options.version);
 }
 
@@ -51,7 +51,7 @@ TEST(Options, AreTaken) {
     EXPECT_EQ(options.settings.device_type, 3);
     EXPECT_EQ(options.settings.gamma, 220);
     EXPECT_EQ(options.settings.high_colour_dither, false);
-    EXPECT_EQ(options.settings.pixels, Pixels::grey);
+    EXPECT_EQ(options.settings.pixels, ShownFormat::grey);
     EXPECT_TRUE(options.settings.palette_option);
     EXPECT_TRUE(options.test_card);
     EXPECT_EQ(options.save_to, "a.png");
@@ -60,10 +60,10 @@ TEST(Options, AreTaken) {
 }
 
 TEST(Options, KindsOfPixels) {
-    EXPECT_EQ(options_of({"--pixels", "24"}).settings.pixels, Pixels::rgb);
-    EXPECT_EQ(options_of({"--pixels", "16"}).settings.pixels, Pixels::rgb555);
-    EXPECT_EQ(options_of({"--pixels", "palette"}).settings.pixels, Pixels::palette);
-    EXPECT_EQ(options_of({"--pixels", "1"}).settings.pixels, Pixels::bits);
+    EXPECT_EQ(options_of({"--pixels", "24"}).settings.pixels, ShownFormat::rgb);
+    EXPECT_EQ(options_of({"--pixels", "16"}).settings.pixels, ShownFormat::rgb555);
+    EXPECT_EQ(options_of({"--pixels", "palette"}).settings.pixels, ShownFormat::palette);
+    EXPECT_EQ(options_of({"--pixels", "1"}).settings.pixels, ShownFormat::bits);
 }
 
 TEST(Options, KindsOfDisplays) {

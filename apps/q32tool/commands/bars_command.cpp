@@ -3,9 +3,7 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
-#include "apps/pictures/numbers.h"
-#include "apps/q32tool/area_options.h"
-#include "apps/q32tool/colours.h"
+#include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
@@ -96,43 +94,37 @@ Request request_from(const Arguments &arguments) {
 void run(const Arguments &arguments) {
     const std::string &out = arguments.file("--output");
     const Request request = request_from(arguments);
-    const uint32_t type = apply_storage_options(arguments);
-    const FileFormat format = check_output(out);
-    Image image(request.pixels(), request.size, type, out);
+    const PictureTransfer transfer(arguments, out);
+    Image image(request.pixels(), request.size, transfer.buffer_type(), out);
     {
         const Timed timed(Part::library);
         if (!request.draw(image.handle()))
             throw library_failure(out, "the bar cannot be drawn");
     }
-    save_picture_and_tell(image, out, format, arguments);
+    transfer.save(image);
 }
 
 } // namespace
 
-Command bars_command() {
-    return {
-        .name = "bars",
-        .operands = {"grey|hsb|colour"},
-        .summary = "make the ramps of a colour picker",
-        .description =
-            "grey: a ramp from one grey to another, of 8 bits per pixel. colour: from one colour\n"
-            "to another, or once around the colour circle. hsb: all hues along one side, and from\n"
-            "black by the pure colour to white along the other. A ramp of n pixels stops one n-th\n"
-            "before its end.",
-        .options = joined(
-            {{{.name = "--size",
-               .value = "WxH",
-               .help = "width and height of the picture",
-               .required = true},
-              output_option(),
-              {"--from", "COLOUR", "first grey (0 to 255) or colour (R,G,B or #rrggbb); black"},
-              {"--to", "COLOUR", "last one; white"},
-              {"--horizontal", "", "from left to right instead of from the top down"},
-              {"--rainbow", "", "colour: all hues instead of --from and --to"},
-              {"--style", "1..4", "hsb: hues 1 to the right, 2 to the left, 3 down, 4 up (1)"}},
-             storage_options()}),
-        .run = run,
-    };
-}
+const Command bars_command = {
+    .name = "bars",
+    .operands = {"grey|hsb|colour"},
+    .summary = "make the ramps of a colour picker",
+    .description =
+        "grey: a ramp from one grey to another, of 8 bits per pixel. colour: from one colour\n"
+        "to another, or once around the colour circle. hsb: all hues along one side, and from\n"
+        "black by the pure colour to white along the other. A ramp of n pixels stops one n-th\n"
+        "before its end.",
+    .options =
+        joined({{{"--size", "WxH", "width and height of the picture", once},
+                 output_option(),
+                 {"--from", "COLOUR", "first grey (0 to 255) or colour (R,G,B or #rrggbb); black"},
+                 {"--to", "COLOUR", "last one; white"},
+                 {"--horizontal", "", "from left to right instead of from the top down"},
+                 {"--rainbow", "", "colour: all hues instead of --from and --to"},
+                 {"--style", "1..4", "hsb: hues 1 to the right, 2 to the left, 3 down, 4 up (1)"}},
+                storage_options()}),
+    .run = run,
+};
 
 } // namespace apps::q32tool

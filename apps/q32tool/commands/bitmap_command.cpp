@@ -36,7 +36,7 @@ Edit edit_from(const Arguments &arguments) {
             throw UsageError("--paste needs --at X,Y, too");
         if (arguments.has("--size"))
             throw UsageError("--size is for --pattern and --fill");
-        edit.at = point_from(arguments);
+        edit.at = point_from(arguments, "--at");
         return edit;
     }
     if (arguments.has("--pattern"))
@@ -99,24 +99,22 @@ void run(const Arguments &arguments) {
 
 } // namespace
 
-Command bitmap_command() {
-    return {
-        .name = "bitmap",
-        .operands = {"IN.bmp", "OUT.bmp"},
-        .summary = "take a BMP file through a bitmap buffer, and change it in place",
-        .description =
-            "Reads the BMP file IN.bmp as it is into a bitmap buffer, tells what the buffer looks\n"
-            "like and writes OUT.bmp. Without further options the two are the same byte for byte.\n"
-            "--paste, --pattern and --fill change pixels of a bitmap of 24 bits per pixel as the\n"
-            "commands of the same names do; all other bytes of the file stay as they are.\n"
-            "The library takes uncompressed bitmaps of 1 to 64 bits, bottom row first.",
-        .options = joined({{{"--paste", "OVERLAY", "lay a picture over the bitmap at --at X,Y"},
-                            {"--pattern", "PATTERN", "fill with a repeated picture"},
-                            {"--fill", "R,G,B", "fill with a colour (or #rrggbb)"}},
-                           area_options(),
-                           storage_options()}),
-        .run = run,
-    };
-}
+const Command bitmap_command = {
+    .name = "bitmap",
+    .operands = {"IN.bmp", "OUT.bmp"},
+    .summary = "take a BMP file through a bitmap buffer, and change it in place",
+    .description =
+        "Reads the BMP file IN.bmp as it is into a bitmap buffer, tells what the buffer looks\n"
+        "like and writes OUT.bmp. Without further options the two are the same byte for byte.\n"
+        "--paste, --pattern and --fill change pixels of a bitmap of 24 bits per pixel as the\n"
+        "commands of the same names do; all other bytes of the file stay as they are.\n"
+        "The library takes uncompressed bitmaps of 1 to 64 bits, bottom row first.",
+    .options = joined({{{"--paste", "OVERLAY", "lay a picture over the bitmap at --at X,Y"},
+                        {"--pattern", "PATTERN", "fill with a repeated picture"},
+                        {"--fill", "R,G,B", "fill with a colour (or #rrggbb)"}},
+                       area_options(),
+                       storage_options()}),
+    .run = run,
+};
 
 } // namespace apps::q32tool

@@ -47,14 +47,13 @@ std::optional<size_t> field_from(const Arguments &arguments, const Space &space)
                                space.fields.begin());
 }
 
-std::optional<int> turn_from(const Arguments &arguments) {
-    if (!arguments.has("--turn-hue"))
-        return std::nullopt;
-    const auto degrees = parse_integer(arguments.value("--turn-hue"));
-    if (!degrees || *degrees < -full_circle || *degrees > full_circle)
-        throw UsageError("--turn-hue takes degrees from -360 to 360, not '" +
-                         arguments.value("--turn-hue") + "'");
-    return *degrees;
+std::optional<int> parse_turn(std::string_view text) {
+    const auto degrees = parse_number<int>(text);
+    return degrees && *degrees >= -full_circle && *degrees <= full_circle ? degrees : std::nullopt;
+}
+
+int turn_from(const Arguments &arguments, std::string_view option) {
+    return arguments.parsed(option, parse_turn, "degrees from -360 to 360");
 }
 
 // A field as a byte: hues from 0 to 359 over the whole range, grey pixels' as 0.
@@ -92,29 +91,25 @@ void change_row(std::vector<uint8_t> &row, std::vector<Record> &records, const J
 void change_rows(Image &image, Image &target, const Job &job) {
     std::vector<uint8_t> row(static_cast<size_t>(image.width()) * 3);
     std::vector<Record> records(static_cast<size_t>(image.width()));
-    Progress progress("converting", image.height());
-    const ImageLock image_lock(image, BUF32_READ), target_lock(target, BUF32_WRITE);
-    for (int y = 0; y < image.height(); ++y) {
-        const Timed timed(Part::library);
+    const BufferLock image_lock = image.lock(BUF32_READ), target_lock = target.lock(BUF32_WRITE);
+    row_by_row("converting", image.height(), [&](int y) {
         image.line(y, BUF32_LINE_READ, row.data());
         change_row(row, records, job);
         target.line(y, BUF32_LINE_WRITE, row.data());
-        progress.advance(1);
-    }
+    });
 }
 
-void to_records(Image &image, const Job &job, uint32_t buffer_type) {
+void to_records(Image &image, const Job &job) {
     if (!job.field) {
         change_rows(image, image, job);
         return;
     }
-    Image target(PixelFormat::grey, image.size(), buffer_type, image.named());
+    Image target(PixelFormat::grey, image.size(), image.type(), image.named());
     change_rows(image, target, job);
     image = std::move(target);
 }
 
 void run(const Arguments &arguments) {
-    const std::string &out = arguments.operand(1);
     const std::string_view name = arguments.choice("--to", {"grey", "gray", "hsv", "hls"}, "");
     const bool grey = name != hsv.name && name != hls.name;
     const Space &space = name == hls.name ? hls : hsv;
@@ -122,36 +117,32 @@ void run(const Arguments &arguments) {
         throw UsageError("--field and --turn-hue are for hsv and hls");
     if (arguments.has("--field") && arguments.has("--turn-hue"))
         throw UsageError("one of --field and --turn-hue at a time");
-    const Job job = {space, field_from(arguments, space), turn_from(arguments)};
-    const uint32_t type = apply_storage_options(arguments);
-    const FileFormat format = check_output(out);
-    Image image = load_picture(arguments.operand(0), type).image;
-    if (grey)
-        convert(image, {.format = PixelFormat::grey, .threshold = 0, .invert = false}, type);
-    else
-        to_records(image, job, type);
-    save_picture_and_tell(image, out, format, arguments);
+    const Job job = {space, field_from(arguments, space),
+                     arguments.if_given("--turn-hue", turn_from)};
+    change_picture(arguments, [&](Image &image) {
+        if (grey)
+            convert(image, {PixelFormat::grey});
+        else
+            to_records(image, job);
+    });
 }
 
 } // namespace
 
-Command colorspace_command() {
-    return {
-        .name = "colorspace",
-        .operands = {"IN", "OUT"},
-        .summary = "show a picture's grey, hue, saturation, or turn its hues",
-        .description =
-            "grey: writes OUT of 8 bits. hsv, hls: writes OUT of 24 bits, whose red, green and "
-            "blue\n"
-            "are hue, saturation and value (hsv) or hue, lightness and saturation (hls). Hues are\n"
-            "stretched from 0..359 to 0..255; pixels without a hue have 0.",
-        .options = joined(
-            {{{.name = "--to", .value = "grey|hsv|hls", .help = "colour space", .required = true},
-              {"--field", "NAME", "only hue, saturation, value or lightness, as 8 bits"},
-              {"--turn-hue", "DEGREES", "turn all hues, and go back to red, green and blue"}},
-             storage_options()}),
-        .run = run,
-    };
-}
+const Command colorspace_command = {
+    .name = "colorspace",
+    .operands = {"IN", "OUT"},
+    .summary = "show a picture's grey, hue, saturation, or turn its hues",
+    .description =
+        "grey: writes OUT of 8 bits. hsv, hls: writes OUT of 24 bits, whose red, green and blue\n"
+        "are hue, saturation and value (hsv) or hue, lightness and saturation (hls). Hues are\n"
+        "stretched from 0..359 to 0..255; pixels without a hue have 0.",
+    .options =
+        joined({{{"--to", "grey|hsv|hls", "colour space", once},
+                 {"--field", "NAME", "only hue, saturation, value or lightness, as 8 bits"},
+                 {"--turn-hue", "DEGREES", "turn all hues, and go back to red, green and blue"}},
+                storage_options()}),
+    .run = run,
+};
 
 } // namespace apps::q32tool

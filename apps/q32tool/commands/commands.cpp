@@ -1,23 +1,46 @@
-// All commands, and the help that lists them.
+// All commands, and the help that tells of them.
 #include "commands.h"
 
-namespace apps::q32tool {
+#include "apps/pictures/exceptions.h"
+#include "apps/pictures/text.h"
 
-const std::vector<Command> &commands() {
-    static const std::vector<Command> all = {
-        info_command(),    rows_command(),       convert_command(),  crop_command(),
-        paste_command(),   fill_command(),       pattern_command(),  scale_command(),
-        enlarge_command(), reduce_command(),     stream_command(),   compose_command(),
-        filter_command(),  colorspace_command(), separate_command(), show_command(),
-        bars_command(),    bitmap_command(),     jobs_command(),     help_command(),
-    };
-    return all;
+namespace apps::q32tool {
+namespace {
+
+// In the order of the help.
+constexpr const Command *commands[] = {
+    &info_command,   &rows_command,    &convert_command, &crop_command,       &paste_command,
+    &fill_command,   &pattern_command, &scale_command,   &enlarge_command,    &reduce_command,
+    &stream_command, &compose_command, &filter_command,  &colorspace_command, &separate_command,
+    &show_command,   &bars_command,    &bitmap_command,  &jobs_command,       &help_command,
+};
+
+void help(const Arguments &arguments) {
+    if (arguments.operand_count() == 0) {
+        print(general_help());
+        return;
+    }
+    const Command *command = find_command(arguments.operand(0));
+    if (command == nullptr)
+        throw UsageError("there is no command '" + arguments.operand(0) + "'; see q32tool help");
+    print(help_text(*command));
 }
 
+} // namespace
+
+const Command help_command = {
+    .name = "help",
+    .operands = {"[COMMAND]"},
+    .summary = "tell what a command takes",
+    .description = "Prints the list of commands, or what COMMAND takes.",
+    .options = {},
+    .run = help,
+};
+
 const Command *find_command(std::string_view name) {
-    for (const Command &command : commands())
-        if (command.name == name)
-            return &command;
+    for (const Command *command : commands)
+        if (command->name == name)
+            return command;
     return nullptr;
 }
 
@@ -25,10 +48,10 @@ std::string general_help() {
     std::string text = "Usage: q32tool COMMAND ARGUMENTS [OPTION...]\n\n"
                        "Reads pictures into image buffers, works on them there, and writes them.\n"
                        "\nCommands:\n";
-    for (const Command &command : commands()) {
-        std::string line = "  " + std::string(command.name);
+    for (const Command *command : commands) {
+        std::string line = "  " + std::string(command->name);
         line.resize(14, ' ');
-        text += line + std::string(command.summary) + "\n";
+        text += line + std::string(command->summary) + "\n";
     }
     return text + "\nCommon options:\n" + option_lines(common_options()) +
            "      --version               print the version\n"

@@ -1,4 +1,5 @@
-// The table of commands. A new one is a function here, a line in commands.cpp and a file.
+// The table of commands. A new one is a name here, a line in commands.cpp and its definition, in a
+// file of its own or beside its kin.
 #pragma once
 
 #include "apps/q32tool/arguments.h"
@@ -8,29 +9,12 @@
 
 namespace apps::q32tool {
 
-Command bars_command();
-Command bitmap_command();
-Command colorspace_command();
-Command compose_command();
-Command convert_command();
-Command crop_command();
-Command enlarge_command();
-Command fill_command();
-Command filter_command();
-Command help_command();
-Command info_command();
-Command jobs_command();
-Command paste_command();
-Command pattern_command();
-Command reduce_command();
-Command rows_command();
-Command scale_command();
-Command separate_command();
-Command show_command();
-Command stream_command();
-
-// In the order of the help.
-const std::vector<Command> &commands();
+extern const Command info_command, rows_command, convert_command;                    // one picture
+extern const Command crop_command, paste_command, fill_command, pattern_command;     // rectangles
+extern const Command scale_command, enlarge_command, reduce_command, stream_command; // sizes
+extern const Command compose_command, filter_command, colorspace_command, separate_command;
+extern const Command show_command, bars_command, bitmap_command, jobs_command;
+extern const Command help_command;
 
 const Command *find_command(std::string_view name);
 

@@ -3,8 +3,8 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/q32tool/conversion.h"
-#include "apps/q32tool/merge_modes.h"
 #include "apps/q32tool/merging.h"
+#include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage_options.h"
 
@@ -21,7 +21,7 @@ Image load_alpha(const std::string &path, uint32_t buffer_type) {
 
 Image load_grey(const std::string &path, uint32_t buffer_type) {
     Image image = load_picture(path, buffer_type).image;
-    convert(image, {.format = PixelFormat::grey, .threshold = 0, .invert = false}, buffer_type);
+    convert(image, {PixelFormat::grey});
     return image;
 }
 
@@ -57,48 +57,40 @@ void run(const Arguments &arguments) {
         .mode = merge_mode_from(arguments),
         .transparency = static_cast<int>(arguments.number("--transparency", 0, 100, 0)),
     };
-    const Point at = arguments.has("--at") ? point_from(arguments) : Point{};
+    const Point at = arguments.if_given("--at", point_from).value_or(Point{});
     if (arguments.has("--mask-from") && !arguments.has("--mask"))
         throw UsageError("--mask-from needs --mask PICTURE, too");
-    const uint32_t type = apply_storage_options(arguments);
-    const FileFormat format = check_output(out);
-    Image base = load_picture(arguments.file("--base"), type).image;
-    PictureWithAlpha overlay = load_overlay(arguments, type);
-    const std::optional<Image> mask = mask_from(arguments, overlay, type);
+    const PictureTransfer transfer(arguments, out);
+    Image base = transfer.load(arguments.file("--base"));
+    PictureWithAlpha overlay = load_overlay(arguments, base.type());
+    const std::optional<Image> mask = mask_from(arguments, overlay, base.type());
     merge_image(base, overlay.image, mask ? &*mask : nullptr, at, merge);
-    save_picture_and_tell(base, out, format, arguments);
+    transfer.save(base);
 }
 
 } // namespace
 
-Command compose_command() {
-    static const std::string description =
+const Command compose_command = {
+    .name = "compose",
+    .operands = {},
+    .summary = "merge one picture onto another, in one of sixteen modes",
+    .description =
         "Merges OVERLAY onto BASE, pixel by pixel, and writes OUT, of BASE's size and 24 bits per\n"
         "pixel. OVERLAY may reach beyond every side of BASE; what lies outside is left out.\n"
         "A mask, of OVERLAY's size, says where it acts: white fully, black not at all. Without\n"
         "--mask the transparency of OVERLAY's own pixels is the mask, if it has any.\n"
         "\nModes:\n" +
-        merge_mode_names();
-    return {
-        .name = "compose",
-        .operands = {},
-        .summary = "merge one picture onto another, in one of sixteen modes",
-        .description = description,
-        .options = joined(
-            {{{.name = "--base", .value = "BASE", .help = "the picture below", .required = true},
-              {.name = "--overlay",
-               .value = "OVERLAY",
-               .help = "the picture above",
-               .required = true},
-              output_option(),
-              {"--mode", "NAME|1..16", "what OVERLAY does to BASE (normal)"},
-              {"--at", "X,Y", "where OVERLAY's left and top go in BASE (0,0)"},
-              {"--transparency", "PERCENT", "of OVERLAY, 0 to 100 (0)"},
-              {"--mask", "PICTURE", "where OVERLAY acts"},
-              {"--mask-from", "grey|alpha", "what of that picture is the mask (grey)"}},
-             storage_options()}),
-        .run = run,
-    };
-}
+        merge_mode_names(),
+    .options = joined({{{"--base", "BASE", "the picture below", once},
+                        {"--overlay", "OVERLAY", "the picture above", once},
+                        output_option(),
+                        {"--mode", "NAME|1..16", "what OVERLAY does to BASE (normal)"},
+                        {"--at", "X,Y", "where OVERLAY's left and top go in BASE (0,0)"},
+                        {"--transparency", "PERCENT", "of OVERLAY, 0 to 100 (0)"},
+                        {"--mask", "PICTURE", "where OVERLAY acts"},
+                        {"--mask-from", "grey|alpha", "what of that picture is the mask (grey)"}},
+                       storage_options()}),
+    .run = run,
+};
 
 } // namespace apps::q32tool

@@ -3,8 +3,8 @@
 
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
-#include "apps/q32tool/area_options.h"
 #include "apps/q32tool/buffer_facts.h"
+#include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage_options.h"
 
@@ -29,16 +29,14 @@ void run(const Arguments &arguments) {
 
 } // namespace
 
-Command info_command() {
-    return {
-        .name = "info",
-        .operands = {"PICTURE"},
-        .summary = "tell what a picture is and how its buffer is laid out",
-        .description = "Reads PICTURE (PNG, JPEG, TIFF, BMP, GIF) into a 24-bit buffer and prints\n"
-                       "the picture's size, the buffer's cells and where its pixels are kept.",
-        .options = storage_options(),
-        .run = run,
-    };
-}
+const Command info_command = {
+    .name = "info",
+    .operands = {"PICTURE"},
+    .summary = "tell what a picture is and how its buffer is laid out",
+    .description = "Reads PICTURE (PNG, JPEG, TIFF, BMP, GIF) into a 24-bit buffer and prints\n"
+                   "the picture's size, the buffer's cells and where its pixels are kept.",
+    .options = storage_options(),
+    .run = run,
+};
 
 } // namespace apps::q32tool

@@ -49,15 +49,11 @@ void paint(const Canvas &canvas, const DispatchStep &step, const Colour &colour)
             lay_colour(canvas, colour, without_border(area));
 }
 
-std::optional<NumberedName> frames_from(const Arguments &arguments) {
-    if (!arguments.has("--frames"))
-        return std::nullopt;
-    const std::string &pattern = arguments.file("--frames");
-    const std::optional<NumberedName> name = numbered_name(pattern);
-    if (!name)
-        throw UsageError("--frames takes a name with a number in it, such as step-####.png, not '" +
-                         pattern + "'");
-    check_output(name->with(0));
+NumberedName frames_from(const Arguments &arguments, std::string_view option) {
+    arguments.file(option);
+    const NumberedName name = arguments.parsed(option, numbered_name,
+                                               "a name with a number in it, such as step-####.png");
+    check_output(name.with(0));
     return name;
 }
 
@@ -90,9 +86,7 @@ std::string order_lines(const DispatchShow &show, const std::vector<DispatchStep
 }
 
 Size picture_size_from(const Arguments &arguments) {
-    if (!arguments.has("--size"))
-        return default_size;
-    const Size size = size_from(arguments, "--size");
+    const Size size = arguments.if_given("--size", size_from).value_or(default_size);
     if (size.width < least_width || size.height < least_height)
         throw UsageError("--size takes 2x4 and more, not '" + arguments.value("--size") + "'");
     return size;
@@ -100,9 +94,7 @@ Size picture_size_from(const Arguments &arguments) {
 
 // Files of steps that are done stay when the work is cancelled.
 void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
-                    const std::optional<NumberedName> &frames, FileFormat format,
-                    const Arguments &arguments) {
-    const std::string &out = arguments.operand(0);
+                    const std::optional<NumberedName> &frames, const PictureTransfer &transfer) {
     const Canvas canvas = canvas_of(image);
     lay_colour(canvas, paper, std::nullopt);
     Progress progress("painting", static_cast<int>(steps.size()));
@@ -118,7 +110,7 @@ void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
             progress.advance(1);
         }
         clear_progress();
-        save_picture_and_tell(image, out, format, arguments);
+        transfer.save(image);
     } catch (const Cancelled &) {
         if (frames_done == 0)
             throw;
@@ -127,39 +119,36 @@ void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
 }
 
 void run(const Arguments &arguments) {
-    const std::string &out = arguments.operand(0);
     const Size size = picture_size_from(arguments);
     const int side = static_cast<int>(arguments.number("--side", 2, max_side, default_side));
-    const std::optional<NumberedName> frames = frames_from(arguments);
-    const FileFormat format = check_output(out);
+    const auto frames = arguments.if_given("--frames", frames_from);
+    const PictureTransfer transfer(arguments, arguments.operand(0));
     DispatchShow show(size, side);
     const std::vector<DispatchStep> steps = visit_all(show);
     if (frames && steps.size() > max_frames)
         throw UsageError("--frames would write " + counted(steps.size(), "file") +
                          "; use a larger --side");
-    Image image(PixelFormat::rgb, size, BUF32_TILED, out);
-    paint_and_save(image, steps, frames, format, arguments);
+    Image image(PixelFormat::rgb, size, transfer.buffer_type(), transfer.out());
+    paint_and_save(image, steps, frames, transfer);
     if (!arguments.has("--quiet"))
         print(order_lines(show, steps));
 }
 
 } // namespace
 
-Command jobs_command() {
-    return {
-        .name = "jobs",
-        .operands = {"OUT"},
-        .summary = "show in which order the dispatch queue works",
-        .description =
-            "Four clients give the dispatch queue jobs, each for a quarter of a picture: tiles,\n"
-            "bands and numbered steps, of different priorities. Each step paints its part of\n"
-            "OUT in the colour of its place in the order: red first, then yellow, green, blue,\n"
-            "and violet last.",
-        .options = {{"--size", "WxH", "of the picture, 640x480 without it"},
-                    {"--side", "N", "side of tiles and height of bands, 48 without it"},
-                    {"--frames", "NAME", "also write a picture after each step: step-####.png"}},
-        .run = run,
-    };
-}
+const Command jobs_command = {
+    .name = "jobs",
+    .operands = {"OUT"},
+    .summary = "show in which order the dispatch queue works",
+    .description =
+        "Four clients give the dispatch queue jobs, each for a quarter of a picture: tiles,\n"
+        "bands and numbered steps, of different priorities. Each step paints its part of\n"
+        "OUT in the colour of its place in the order: red first, then yellow, green, blue,\n"
+        "and violet last.",
+    .options = {{"--size", "WxH", "of the picture, 640x480 without it"},
+                {"--side", "N", "side of tiles and height of bands, 48 without it"},
+                {"--frames", "NAME", "also write a picture after each step: step-####.png"}},
+    .run = run,
+};
 
 } // namespace apps::q32tool

@@ -58,24 +58,13 @@ void append_bits(std::string &line, const uint8_t *row, int width) {
 
 using AppendRow = void (*)(std::string &line, const uint8_t *row, int width);
 
-AppendRow appender_of(PixelFormat format) {
-    switch (format) {
-    case PixelFormat::bits:
-        return append_bits;
-    case PixelFormat::grey:
-        return append_bytes;
-    case PixelFormat::rgb555:
-    case PixelFormat::rgb565:
-        return append_words;
-    case PixelFormat::rgb:
-        break;
-    }
-    return append_colours;
-}
+// In the order of PixelFormat.
+constexpr AppendRow appenders[] = {append_bits, append_bytes, append_words, append_words,
+                                   append_colours};
 
 // Lines are numbered from first_row.
 void print_rows(const Image &image, int first_row) {
-    const AppendRow append_row = appender_of(image.format());
+    const AppendRow append_row = appenders[static_cast<size_t>(image.format())];
     std::vector<uint8_t> row(static_cast<size_t>(image.width()) * 3);
     std::string text;
     for (int y = 0; y < image.height(); ++y) {
@@ -111,29 +100,27 @@ void run(const Arguments &arguments) {
     const Area area = wanted.value_or(image.area());
     check_rectangle(image, area, arguments.has("--all"));
     image = image.cut(area);
-    convert(image, conversion, type);
+    convert(image, conversion);
     print_rows(image, area.top);
 }
 
 } // namespace
 
-Command rows_command() {
-    return {
-        .name = "rows",
-        .operands = {"PICTURE"},
-        .summary = "print pixels as numbers",
-        .description =
-            "Prints the pixels of PICTURE, or of the rectangle that --at and --size name: a line\n"
-            "for each row, which begins with the row's number in the picture and a colon.\n"
-            "24 bits: 'red,green,blue' for each pixel; 16 bits: words of four hexadecimal digits;\n"
-            "8 bits: grey from 0 to 255; 1 bit: digits 0 (black) and 1 without spaces.\n"
-            "More than 100000 pixels are printed with --all only.",
-        .options = joined({area_options(),
-                           pixel_options(),
-                           {{"--all", "", "print any number of pixels"}},
-                           storage_options()}),
-        .run = run,
-    };
-}
+const Command rows_command = {
+    .name = "rows",
+    .operands = {"PICTURE"},
+    .summary = "print pixels as numbers",
+    .description =
+        "Prints the pixels of PICTURE, or of the rectangle that --at and --size name: a line\n"
+        "for each row, which begins with the row's number in the picture and a colon.\n"
+        "24 bits: 'red,green,blue' for each pixel; 16 bits: words of four hexadecimal digits;\n"
+        "8 bits: grey from 0 to 255; 1 bit: digits 0 (black) and 1 without spaces.\n"
+        "More than 100000 pixels are printed with --all only.",
+    .options = joined({area_options(),
+                       pixel_options(),
+                       {{"--all", "", "print any number of pixels"}},
+                       storage_options()}),
+    .run = run,
+};
 
 } // namespace apps::q32tool

@@ -24,35 +24,31 @@ void check_can_be_scaled(const Conversion &conversion, const Scaling &scaling,
 }
 
 void run(const Arguments &arguments) {
-    const std::string &out = arguments.operand(1);
     const Scaling scaling(arguments);
     const Conversion conversion = conversion_from(arguments);
     check_can_be_scaled(conversion, scaling, arguments);
-    const uint32_t type = apply_storage_options(arguments);
-    const FileFormat format = check_output(out);
-    Image image = load_picture(arguments.operand(0), type).image;
-    convert(image, conversion, type);
-    image = scaled(image, scaling.size_for(image.size()), scaling.method(), type, out);
-    save_picture_and_tell(image, out, format, arguments);
+    change_picture(arguments, [&](Image &image) {
+        convert(image, conversion);
+        image = scaled(image, scaling.size_for(image.size()), scaling.method(),
+                       arguments.last_operand());
+    });
 }
 
 } // namespace
 
-Command scale_command() {
-    return {
-        .name = "scale",
-        .operands = {"IN", "OUT"},
-        .summary = "make a picture larger or smaller",
-        .description =
-            "Scales the picture IN to another size and writes OUT. One of --size, --fit and\n"
-            "--percent says the size. Pixels are made by cubic convolution, by bilinear\n"
-            "interpolation, or are those of the nearest place. No method averages: what lies\n"
-            "between the pixels of a much smaller picture is passed over.\n"
-            "With --bits the picture is converted first, and scaled and written so; pixels of\n"
-            "1 bit are always those of the nearest place.",
-        .options = joined({scaling_options(), pixel_options(), storage_options()}),
-        .run = run,
-    };
-}
+const Command scale_command = {
+    .name = "scale",
+    .operands = {"IN", "OUT"},
+    .summary = "make a picture larger or smaller",
+    .description =
+        "Scales the picture IN to another size and writes OUT. One of --size, --fit and\n"
+        "--percent says the size. Pixels are made by cubic convolution, by bilinear\n"
+        "interpolation, or are those of the nearest place. No method averages: what lies\n"
+        "between the pixels of a much smaller picture is passed over.\n"
+        "With --bits the picture is converted first, and scaled and written so; pixels of\n"
+        "1 bit are always those of the nearest place.",
+    .options = joined({scaling_options(), pixel_options(), storage_options()}),
+    .run = run,
+};
 
 } // namespace apps::q32tool

@@ -34,11 +34,11 @@ struct Outputs {
 // Pictures of 8 bits.
 using Plates = std::vector<Image>;
 
-Plates plates_for(const Image &image, const Outputs &outputs, uint32_t buffer_type) {
+Plates plates_for(const Image &image, const Outputs &outputs) {
     Plates plates;
     plates.reserve(plate_count);
     for (const std::string &path : outputs.plates)
-        plates.emplace_back(PixelFormat::grey, image.size(), buffer_type, path);
+        plates.emplace_back(PixelFormat::grey, image.size(), image.type(), path);
     return plates;
 }
 
@@ -54,17 +54,15 @@ void separate(Image &image, Plates &plates, bool as_film) {
     std::vector<uint8_t> pixels(width * 3);
     std::array<std::vector<uint8_t>, plate_count> inks;
     PlateRows rows;
-    std::array<std::optional<ImageLock>, plate_count> locks;
+    std::array<BufferLock, plate_count> locks;
     for (size_t i = 0; i < plate_count; ++i) {
         inks[i].resize(width);
         rows[i] = inks[i].data();
-        locks[i].emplace(plates[i], BUF32_OVERWRITE);
+        locks[i] = plates[i].lock(BUF32_OVERWRITE);
     }
-    const ImageLock lock(image, BUF32_WRITE);
-    Progress progress("separating", image.height());
+    const BufferLock lock = image.lock(BUF32_WRITE);
     prepare_separation();
-    for (int y = 0; y < image.height(); ++y) {
-        const Timed timed(Part::library);
+    row_by_row("separating", image.height(), [&](int y) {
         image.line(y, BUF32_LINE_READ, pixels.data());
         separate_row(rows, pixels.data(), width);
         recombine_row(pixels.data(), rows, width);
@@ -75,18 +73,17 @@ void separate(Image &image, Plates &plates, bool as_film) {
             plates[i].line(y, BUF32_LINE_WRITE, inks[i].data());
         }
         timings().rows_converted += 2;
-        progress.advance(1);
-    }
+    });
 }
 
 // Pictures that are done stay when a later one cannot be.
-void save_all(Plates &plates, Image &proof, const Outputs &outputs, FileFormat format,
-              const Arguments &arguments) {
+void save_all(Plates &plates, Image &proof, const Outputs &outputs,
+              const PictureTransfer &transfer) {
     size_t done = 0;
     try {
         for (; done < plate_count; ++done)
-            save_picture_and_tell(plates[done], outputs.plates[done], format, arguments);
-        save_picture_and_tell(proof, outputs.proof, format, arguments);
+            transfer.save(plates[done], outputs.plates[done]);
+        transfer.save(proof, outputs.proof);
     } catch (const Cancelled &) {
         if (done == 0)
             throw;
@@ -95,35 +92,28 @@ void save_all(Plates &plates, Image &proof, const Outputs &outputs, FileFormat f
 }
 
 void run(const Arguments &arguments) {
-    const std::string &out = arguments.operand(1);
-    const uint32_t type = apply_storage_options(arguments);
-    const FileFormat format = check_output(out);
-    const Outputs outputs(out);
-    Image image = load_picture(arguments.operand(0), type).image;
-    Plates plates = plates_for(image, outputs, type);
+    const PictureTransfer transfer(arguments, arguments.operand(1));
+    const Outputs outputs(transfer.out());
+    Image image = transfer.load(arguments.operand(0));
+    Plates plates = plates_for(image, outputs);
     separate(image, plates, arguments.has("--film"));
-    save_all(plates, image, outputs, format, arguments);
+    save_all(plates, image, outputs, transfer);
 }
 
 } // namespace
 
-Command separate_command() {
-    return {
-        .name = "separate",
-        .operands = {"IN", "OUT"},
-        .summary = "make the four plates of a print, and a proof",
-        .description =
-            "Separates IN into cyan, magenta, yellow and black, and writes five pictures whose "
-            "names\n"
-            "are OUT's with a word before the extension: -cyan, -magenta, -yellow and -black, of "
-            "8\n"
-            "bits, dark where there is ink, and -proof, of 24 bits: the plates put together "
-            "again.\n"
-            "Pictures that are done stay when a later one fails or the work is cancelled.",
-        .options = joined(
-            {{{"--film", "", "plates as films: light where there is ink"}}, storage_options()}),
-        .run = run,
-    };
-}
+const Command separate_command = {
+    .name = "separate",
+    .operands = {"IN", "OUT"},
+    .summary = "make the four plates of a print, and a proof",
+    .description =
+        "Separates IN into cyan, magenta, yellow and black, and writes five pictures whose names\n"
+        "are OUT's with a word before the extension: -cyan, -magenta, -yellow and -black, of 8\n"
+        "bits, dark where there is ink, and -proof, of 24 bits: the plates put together again.\n"
+        "Pictures that are done stay when a later one fails or the work is cancelled.",
+    .options =
+        joined({{{"--film", "", "plates as films: light where there is ink"}}, storage_options()}),
+    .run = run,
+};
 
 } // namespace apps::q32tool

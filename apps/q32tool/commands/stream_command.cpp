@@ -5,10 +5,10 @@
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
 #include "apps/pictures/text.h"
-#include "apps/q32tool/area_options.h"
 #include "apps/q32tool/frame_files.h"
 #include "apps/q32tool/frames.h"
 #include "apps/q32tool/interrupt.h"
+#include "apps/q32tool/option_values.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/scaling.h"
 #include "apps/q32tool/timings.h"
@@ -126,25 +126,21 @@ void run(const Arguments &arguments) {
 
 } // namespace
 
-Command stream_command() {
-    return {
-        .name = "stream",
-        .operands = {"IN", "OUT"},
-        .summary = "scale a sequence of pictures of one size",
-        .description =
-            "Scales many pictures of one size with one set of tables, and prints how many frames\n"
-            "per second that makes.\n"
-            "IN is a folder, whose .png, .bmp, .jpg and .tif files are taken in the order of "
-            "their\n"
-            "names, or a name with a number in it, such as shot-####.png or shot-%04d.png. OUT is "
-            "a\n"
-            "folder that is there, where frames keep their names, or a name with a number as IN.\n"
-            "Frames that are done stay when a later one fails or the work is cancelled.",
-        .options = joined({scaling_options(),
-                           {{"--bits", "8|16|24|32",
-                             "bits per pixel: grey, 5-5-5, colours (24), with transparency"}}}),
-        .run = run,
-    };
-}
+const Command stream_command = {
+    .name = "stream",
+    .operands = {"IN", "OUT"},
+    .summary = "scale a sequence of pictures of one size",
+    .description =
+        "Scales many pictures of one size with one set of tables, and prints how many frames\n"
+        "per second that makes.\n"
+        "IN is a folder, whose .png, .bmp, .jpg and .tif files are taken in the order of their\n"
+        "names, or a name with a number in it, such as shot-####.png or shot-%04d.png. OUT is a\n"
+        "folder that is there, where frames keep their names, or a name with a number as IN.\n"
+        "Frames that are done stay when a later one fails or the work is cancelled.",
+    .options = joined({scaling_options(),
+                       {{"--bits", "8|16|24|32",
+                         "bits per pixel: grey, 5-5-5, colours (24), with transparency"}}}),
+    .run = run,
+};
 
 } // namespace apps::q32tool
