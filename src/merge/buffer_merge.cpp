@@ -2,8 +2,8 @@
 // inside one cell of each buffer involved.
 #include "geometry/system_rect.h"
 #include "merge/cell_walk.h"
+#include "merge/layers.h"
 #include "merge/placement.h"
-#include "merge/rectangle.h"
 
 #include <q32base/merge.h>
 

@@ -1,11 +1,11 @@
 // The exports that merge rectangles of plain memory: clip, find a mask, raise the thread's
-// priority. Merging what is left is rectangle.h's part.
+// priority. Merging what is left is layers.h's part.
 #include "geometry/system_rect.h"
 #include "library/process/bytes.h"
 #include "library/process/thread_priority.h"
 #include "merge/failures.h"
 #include "merge/full_mask.h"
-#include "merge/rectangle.h"
+#include "merge/layers.h"
 #include "merge/run.h"
 
 #include <q32base/merge.h>

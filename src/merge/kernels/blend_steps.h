@@ -12,7 +12,7 @@
 // Private to the file that includes it, as rules.h.
 #pragma once
 
-#include "merge/kernels/straight.h"
+#include "merge/kernels/unpremultiply.h"
 #include "merge/kernels/weighing.h"
 #include "merge/kernels/weight_pairs.h"
 #include "simd/walk.h"

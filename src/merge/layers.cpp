@@ -1,5 +1,5 @@
 // Rectangles of plain memory, row by row or, where the rows follow on each other, as one run.
-#include "merge/rectangle.h"
+#include "merge/layers.h"
 
 #include "library/process/bytes.h"
 #include "library/process/owners.h"
