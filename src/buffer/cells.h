@@ -21,6 +21,7 @@ struct PixelPlace {
     uint32_t offset; // bytes from the cell's address; under 8 bits to the byte that holds it
 };
 PixelPlace place_of(const Record &record, int x, int y);
+PixelPlace clamped_place_of(const Record &record, int x, int y); // into the image
 
 // --- locks --------------------------------------------------------------------------------------
 
