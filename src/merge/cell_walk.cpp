@@ -26,11 +26,6 @@ bool CellLock::holds(const Area &area, int bytes_per_pixel) const {
            std::size_t(area.right - cell_.x) * std::size_t(bytes_per_pixel) <= stride();
 }
 
-std::uint8_t *CellLock::pixel(int x, int y, int bytes_per_pixel) const {
-    return address_ + std::size_t(y - cell_.y) * stride() +
-           std::size_t(x - cell_.x) * std::size_t(bytes_per_pixel);
-}
-
 CellRange cells_covering(HBUF32 buffer, const Area &area) {
     const BUF32INFO &info = buffer::record_of(buffer)->info;
     return {info.cell_columns, area.left / info.cell_width, (area.right - 1) / info.cell_width,

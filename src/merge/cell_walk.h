@@ -3,7 +3,7 @@
 #pragma once
 
 #include "buffer/buffer_lock.h"
-#include "geometry/area.h"
+#include "merge/layers.h"
 
 #include <q32base/buffers.h>
 
@@ -29,15 +29,18 @@ public:
 
     int index() const { return cell_.index; }
     Area area() const { return area_of(cell_.x, cell_.y, cell_.width, cell_.height); }
-    std::size_t stride() const { return std::size_t(cell_.row_bytes); }
 
     // Whether an area of pixels of this size lies inside the cell.
     bool holds(const Area &area, int bytes_per_pixel) const;
 
-    // Pixel (x, y) of the image, which lies in the cell.
-    std::uint8_t *pixel(int x, int y, int bytes_per_pixel) const;
+    // Its rows, without memory where it has not been locked.
+    PixelRows<std::uint8_t> rows(int bytes_per_pixel) const {
+        return {address_, cell_.x, cell_.y, stride(), bytes_per_pixel};
+    }
 
 private:
+    std::size_t stride() const { return std::size_t(cell_.row_bytes); }
+
     HBUF32 buffer_ = 0; // 0: nothing to unlock
     std::uint8_t *address_ = nullptr;
     BUF32CELL cell_ = {};

@@ -1,4 +1,4 @@
-// Rectangles of plain memory, row by row or, where the rows follow on each other, as one run.
+// Areas of plain memory, row by row or, where the rows follow on each other, as one run.
 #include "merge/layers.h"
 
 #include "library/process/bytes.h"
@@ -7,26 +7,14 @@
 #include "merge/overlap.h"
 #include "merge/run.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 namespace q32::merge {
 namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
-
-struct RuntimeBlockTraits {
-    using Value = void *;
-    static Value none() { return nullptr; }
-    static void release(Value block) { std::free(block); }
-};
-using RuntimeBlock = Owner<RuntimeBlockTraits>;
-
-bool can_be_merged(const Rectangle &rectangle) {
-    return rectangle.width > 0 && rectangle.height > 0 && rectangle.bytes_per_pixel > 0 &&
-           rectangle.bytes_per_pixel <= max_bytes_per_pixel;
-}
 
 // The blocks of a transfer's rows. Mostly the rows pass through the kernels in pieces and need none
 // of them; they are made because callers know the report of there being no memory for them.
@@ -40,8 +28,7 @@ struct WorkRows {
 
 private:
     static bool make(GlobalBlock &block, std::uint64_t bytes) {
-        if (bytes <= std::numeric_limits<std::size_t>::max())
-            block.reset(GlobalAlloc(GMEM_ZEROINIT, std::size_t(bytes)));
+        block = make_global_block(GMEM_ZEROINIT, bytes);
         return bool(block);
     }
 };
@@ -64,56 +51,47 @@ private:
     std::size_t bytes_;
 };
 
-// Whether the rows lie one behind the other in everything that is read or written.
-bool is_one_run(const Recipe &recipe, const Rectangle &rectangle) {
-    const std::size_t width = std::size_t(rectangle.width);
-    const std::size_t row_bytes = width * recipe.pixel_bytes;
-    return rectangle.destination_stride == row_bytes && rectangle.overlay_stride == row_bytes &&
-           (!recipe.reads_mask || rectangle.mask_stride == width);
-}
-
-bool order_shows(const Recipe &recipe, const Rectangle &rectangle) {
-    const std::size_t width = std::size_t(rectangle.width);
-    const std::size_t height = std::size_t(rectangle.height);
-    const std::size_t row_bytes = width * recipe.pixel_bytes;
-    const Rows result{rectangle.destination, row_bytes, rectangle.destination_stride, height};
-    return overlaps(result, {rectangle.overlay, row_bytes, rectangle.overlay_stride, height}) ||
-           (recipe.reads_mask &&
-            overlaps(result, {rectangle.mask, width, rectangle.mask_stride, height}));
+template <typename Byte>
+Rows rows_of(const PixelRows<Byte> &layer, const Area &area) {
+    return {layer.pixel(area.left, area.top),
+            std::size_t(area.width()) * unsigned(layer.bytes_per_pixel), layer.stride,
+            std::size_t(area.height())};
 }
 
 // work_row: for a transfer, as run.h says.
-void merge_rows(const Recipe &recipe, const Rectangle &rectangle, std::uint8_t *work_row) {
-    const std::size_t width = std::size_t(rectangle.width);
-    const std::size_t row_bytes = width * recipe.pixel_bytes;
-    const bool has_mask = recipe.reads_mask;
-    const bool in_order = order_shows(recipe, rectangle);
+void merge_rows(const Recipe &recipe, const Layers &layers, const Area &area,
+                std::uint8_t *work_row) {
+    const Rows result = rows_of(layers.base, area), overlay = rows_of(layers.overlay, area);
+    const Rows mask = recipe.reads_mask ? rows_of(layers.mask, area) : Rows{};
+    const bool in_order =
+        overlaps(result, overlay) || (recipe.reads_mask && overlaps(result, mask));
     const auto merge = [&](const Run &run) {
         in_order ? merge_run_in_order(recipe, run, work_row) : merge_run(recipe, run);
     };
-    Run row{.result = rectangle.destination,
-            .base = rectangle.destination,
-            .mask = has_mask ? rectangle.mask : nullptr,
-            .overlay = rectangle.overlay,
-            .pixels = width};
+    std::uint8_t *const first = layers.base.pixel(area.left, area.top);
+    Run row{.result = first,
+            .base = first,
+            .mask = mask.first,
+            .overlay = overlay.first,
+            .pixels = std::size_t(area.width())};
+    const bool is_one_run = result.follow_on_each_other() && overlay.follow_on_each_other() &&
+                            mask.follow_on_each_other();
     // A transfer in order reads a row at once, not all of them.
-    if (is_one_run(recipe, rectangle) && !(in_order && recipe.transfer != nullptr)) {
-        row.pixels *= std::size_t(rectangle.height);
+    if (is_one_run && !(in_order && recipe.transfer != nullptr)) {
+        row.pixels *= result.count;
         merge(row);
         return;
     }
-    const RowsAhead pixels_ahead(row_bytes), weights_ahead(width);
-    for (int y = 0; y != rectangle.height; ++y) {
-        pixels_ahead.fetch(row.result, rectangle.destination_stride);
-        pixels_ahead.fetch(row.overlay, rectangle.overlay_stride);
-        if (has_mask)
-            weights_ahead.fetch(row.mask, rectangle.mask_stride);
+    const RowsAhead pixels_ahead(result.row_bytes), weights_ahead(mask.row_bytes);
+    for (std::size_t y = 0; y != result.count; ++y) {
+        pixels_ahead.fetch(row.result, result.stride);
+        pixels_ahead.fetch(row.overlay, overlay.stride);
+        weights_ahead.fetch(row.mask, mask.stride);
         merge(row);
-        row.result += rectangle.destination_stride;
+        row.result += result.stride;
         row.base = row.result;
-        row.overlay += rectangle.overlay_stride;
-        if (has_mask)
-            row.mask += rectangle.mask_stride;
+        row.overlay += overlay.stride;
+        row.mask += mask.stride;
     }
 }
 
@@ -121,50 +99,53 @@ void merge_rows(const Recipe &recipe, const Rectangle &rectangle, std::uint8_t *
 
 // --- drivers ------------------------------------------------------------------------------------
 
-int merge_masked_rectangle(const Rectangle &rectangle, GivenMask mask, int mode_number,
-                           int transparency) {
+bool can_be_merged(const Layers &layers, const Area &area) {
+    return !area.is_empty() && layers.bytes_per_pixel() > 0 &&
+           layers.bytes_per_pixel() <= max_bytes_per_pixel;
+}
+
+int merge_masked_layers(const Layers &layers, const Area &area, GivenMask mask, int mode_number,
+                        int transparency) {
     const Mode *const mode = find_mode(Form::rectangle, unsigned(mode_number));
-    if (mode == nullptr || !can_be_merged(rectangle))
+    if (mode == nullptr || !can_be_merged(layers, area))
         return 0;
     WorkRows work_rows;
     if (mode->action == Action::transfer) {
-        if (rectangle.bytes_per_pixel != 3)
+        if (layers.bytes_per_pixel() != 3)
             return 0;
-        if (!work_rows.make(std::uint64_t(rectangle.width)))
+        if (!work_rows.make(std::uint64_t(area.width())))
             return fail(site::no_rectangle_work_rows);
     }
     const Recipe recipe = settle({.mode = *mode,
                                   .form = Form::rectangle,
-                                  .bytes_per_pixel = rectangle.bytes_per_pixel,
+                                  .bytes_per_pixel = layers.bytes_per_pixel(),
                                   .transparency = transparency,
-                                  .mask = rectangle.mask,
+                                  .mask = layers.mask.memory,
                                   .mask_is_full = mask == GivenMask::full});
-    merge_rows(recipe, rectangle, bytes(work_rows.base_records.get()));
+    merge_rows(recipe, layers, area, bytes(work_rows.base_records.get()));
     return 1;
 }
 
 // Quirk: the mask that stands in is made for every mode, hue and colour too, so that these weigh a
 // little differently here than in i32MergeEx.
-int merge_rectangle(const Rectangle &rectangle, int mode, int transparency) {
-    if (rectangle.mask != nullptr)
-        return merge_masked_rectangle(rectangle, GivenMask::as_it_is, mode, transparency);
-    if (!can_be_merged(rectangle))
+int merge_layers(const Layers &layers, const Area &area, int mode, int transparency) {
+    if (layers.has_mask())
+        return merge_masked_layers(layers, area, GivenMask::as_it_is, mode, transparency);
+    if (!can_be_merged(layers, area))
         return 0;
-    const std::uint64_t bytes = std::uint64_t(rectangle.overlay_stride) *
-                                    unsigned(rectangle.height) /
-                                    unsigned(rectangle.bytes_per_pixel) +
-                                2;
-    if (bytes > std::numeric_limits<std::size_t>::max())
+    const std::uint64_t size = std::uint64_t(layers.overlay.stride) * unsigned(area.height()) /
+                                   unsigned(layers.bytes_per_pixel()) +
+                               2;
+    if (size > SIZE_MAX)
         return 0;
-    const RuntimeBlock full_mask(std::malloc(std::size_t(bytes)));
+    const RuntimeBlock full_mask(std::malloc(std::size_t(size)));
     if (!full_mask)
         return 0;
     // One row serves all.
-    std::memset(full_mask.get(), 255, std::size_t(rectangle.width));
-    Rectangle masked = rectangle;
-    masked.mask = static_cast<const std::uint8_t *>(full_mask.get());
-    masked.mask_stride = 0;
-    return merge_masked_rectangle(masked, GivenMask::full, mode, transparency);
+    std::memset(full_mask.get(), 255, std::size_t(area.width()));
+    Layers masked = layers;
+    masked.mask = {bytes(full_mask.get()), area.left, area.top, 0, 1};
+    return merge_masked_layers(masked, area, GivenMask::full, mode, transparency);
 }
 
 } // namespace q32::merge

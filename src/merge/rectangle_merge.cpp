@@ -6,7 +6,6 @@
 #include "merge/failures.h"
 #include "merge/full_mask.h"
 #include "merge/layers.h"
-#include "merge/run.h"
 
 #include <q32base/merge.h>
 
@@ -15,28 +14,11 @@ namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
 
-// An image of packed rows and where it lies. It may be wider than memory can be; differences and
-// products wrap around then, and come out right for every pixel that does lie in memory.
+// Packed rows that fill an area.
 template <typename Byte>
-struct Image {
-    Byte *memory;
-    int left, top;
-    std::size_t width; // pixels
-    int bytes_per_pixel;
-
-    std::size_t stride() const { return width * unsigned(bytes_per_pixel); }
-    Byte *pixel(int x, int y) const {
-        const std::size_t rows = std::size_t(y) - std::size_t(top);
-        const std::size_t pixels = std::size_t(x) - std::size_t(left);
-        return memory + (rows * stride() + pixels * unsigned(bytes_per_pixel));
-    }
-};
-
-// One that fills an area.
-template <typename Byte>
-Image<Byte> image_of(Byte *memory, const Area &area, int bytes_per_pixel) {
-    return {memory, area.left, area.top, std::size_t(area.right) - std::size_t(area.left),
-            bytes_per_pixel};
+PixelRows<Byte> packed_rows(Byte *memory, const Area &area, int bytes_per_pixel) {
+    const std::size_t width = std::size_t(area.right) - std::size_t(area.left);
+    return {memory, area.left, area.top, width * unsigned(bytes_per_pixel), bytes_per_pixel};
 }
 
 // Quirk: these two do without a full mask, so that they weigh by the transparency alone as i32Merge
@@ -53,41 +35,21 @@ struct Holdings {
     ThreadPriority priority;
 };
 
-struct Images {
-    Image<std::uint8_t> image;
-    Image<const std::uint8_t> mask;
-    Image<const std::uint8_t> overlay;
-};
-
-// Merges this area of the images, which all of them cover.
-int merge_area(Holdings &held, const Images &images, const Area &area, int mode, int transparency) {
-    const int bytes_per_pixel = images.image.bytes_per_pixel;
-    if (area.is_empty() || bytes_per_pixel < 1 || bytes_per_pixel > max_bytes_per_pixel ||
-        images.image.memory == nullptr || images.overlay.memory == nullptr)
+// Merges this area, which all layers cover.
+int merge_area(Holdings &held, Layers layers, const Area &area, int mode, int transparency) {
+    if (!can_be_merged(layers, area) || layers.base.memory == nullptr ||
+        layers.overlay.memory == nullptr)
         return 0;
-
-    Rectangle rectangle{.destination = images.image.pixel(area.left, area.top),
-                        .mask = nullptr,
-                        .overlay = images.overlay.pixel(area.left, area.top),
-                        .width = area.width(),
-                        .height = area.height(),
-                        .destination_stride = images.image.stride(),
-                        .overlay_stride = images.overlay.stride(),
-                        .mask_stride = images.mask.stride(),
-                        .bytes_per_pixel = bytes_per_pixel};
     GivenMask given = GivenMask::as_it_is;
-    if (images.mask.memory != nullptr) {
-        rectangle.mask = images.mask.pixel(area.left, area.top);
-    } else if (!does_without_mask(mode)) {
+    if (!layers.has_mask() && !does_without_mask(mode)) {
         const std::size_t width = std::size_t(area.width());
         if (!held.full_mask.make(std::uint64_t(width) * unsigned(area.height()), width))
             return 0;
-        rectangle.mask = held.full_mask.row();
-        rectangle.mask_stride = 0;
+        layers.mask = {held.full_mask.row(), area.left, area.top, 0, 1};
         given = GivenMask::full;
     }
     held.priority.raise();
-    return merge_masked_rectangle(rectangle, given, mode, transparency);
+    return merge_masked_layers(layers, area, given, mode, transparency);
 }
 
 } // namespace
@@ -120,9 +82,9 @@ int Q32_CALL i32MergeEx(void *image, int width, int height, const void *mask,
     if (work.is_empty())
         return q32::fail(site::misses_overlay);
     return merge_area(held,
-                      {.image = image_of(bytes(image), bounds, bytes_per_pixel),
-                       .mask = image_of(bytes(mask), mask_area, 1),
-                       .overlay = image_of(bytes(overlay), overlay_area, bytes_per_pixel)},
+                      {.base = packed_rows(bytes(image), bounds, bytes_per_pixel),
+                       .mask = packed_rows(bytes(mask), mask_area, 1),
+                       .overlay = packed_rows(bytes(overlay), overlay_area, bytes_per_pixel)},
                       work, mode, transparency);
 }
 
@@ -145,9 +107,10 @@ int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int bytes_per_
     // The area may have been cut, the rows have not.
     const std::size_t row = std::size_t(overlay_width);
     const int left = overlay_area.left, top = overlay_area.top;
-    return merge_area(held,
-                      {.image = image_of(bytes(image), bounds, bytes_per_pixel),
-                       .mask = {bytes(mask), left, top, row, 1},
-                       .overlay = {bytes(overlay), left, top, row, bytes_per_pixel}},
-                      work, mode, transparency);
+    return merge_area(
+        held,
+        {.base = packed_rows(bytes(image), bounds, bytes_per_pixel),
+         .mask = {bytes(mask), left, top, row, 1},
+         .overlay = {bytes(overlay), left, top, row * unsigned(bytes_per_pixel), bytes_per_pixel}},
+        work, mode, transparency);
 }
