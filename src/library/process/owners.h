@@ -106,6 +106,16 @@ using View = Owner<ViewTraits>;
 
 // --- anything else ------------------------------------------------------------------------------
 
+struct CriticalSectionTraits : NullIsNone<CRITICAL_SECTION *> {
+    static void release(Value section) { LeaveCriticalSection(section); }
+};
+using EnteredSection = Owner<CriticalSectionTraits>;
+
+inline EnteredSection enter(CRITICAL_SECTION &section) {
+    EnterCriticalSection(&section);
+    return EnteredSection(&section);
+}
+
 // Calls a function at the end of the scope unless it is dismissed.
 template <typename Function>
 class ScopeGuard {
