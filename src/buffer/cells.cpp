@@ -27,12 +27,6 @@ std::byte *find_cell(Record &record, int index) {
     return static_cast<std::byte *>(address);
 }
 
-template <typename T>
-void store(T *output, T value) {
-    if (output != nullptr)
-        *output = value;
-}
-
 } // namespace
 
 BUF32CELL describe_cell(const Record &record, int index) {
@@ -119,7 +113,7 @@ using namespace q32::buffer;
 namespace site = q32::buffer::site;
 
 int Q32_CALL buf32Lock(HBUF32 buffer, int mode, void **base) {
-    store<void *>(base, nullptr);
+    store(base, nullptr);
     Record *const record = record_of(buffer);
     return record != nullptr ? record->operations.lock(*record, mode, base) : 0;
 }
@@ -130,7 +124,7 @@ int Q32_CALL buf32Unlock(HBUF32 buffer) {
 }
 
 int Q32_CALL buf32CellLock(HBUF32 buffer, int index, void **address, BUF32CELL *cell) {
-    store<void *>(address, nullptr);
+    store(address, nullptr);
     Record *const record = record_of(buffer);
     return record != nullptr ? record->operations.cell_lock(*record, index, address, cell) : 0;
 }
@@ -157,8 +151,8 @@ int Q32_CALL buf32PointAddEx(HBUF32 buffer, int x, int y, void **cell_address, v
     std::byte *const cell = find_cell(*record, place.cell);
     if (cell == nullptr)
         return -1;
-    store<void *>(cell_address, cell);
-    store<void *>(pixel_address, cell + place.offset);
+    store(cell_address, cell);
+    store(pixel_address, cell + place.offset);
     store(x_in_cell, place.x_in_cell);
     store(y_in_cell, place.y_in_cell);
     return place.cell;

@@ -33,8 +33,7 @@ inline bool has_cell(const Record &record, int index) {
 inline int count_lock(Record &record, int mode, std::byte *storage, void **base) {
     ++record.info.lock_count;
     record.info.access_mode = mode;
-    if (base != nullptr)
-        *base = storage;
+    store(base, storage);
     return 1;
 }
 
@@ -43,8 +42,7 @@ inline int count_cell_lock(Record &record, int index, std::byte *cell, void **ad
     ++record.info.lock_count;
     if (description != nullptr)
         *description = describe_cell(record, index);
-    if (address != nullptr)
-        *address = cell;
+    store(address, cell);
     return 1;
 }
 

@@ -88,12 +88,9 @@ int Q32_CALL buf32GetWHU(HBUF32 buffer, int *width, int *height, int *bytes_per_
     const Record *const record = find_live(buffer);
     if (record == nullptr)
         return 0;
-    if (width != nullptr)
-        *width = record->info.width;
-    if (height != nullptr)
-        *height = record->info.height;
-    if (bytes_per_pixel != nullptr)
-        *bytes_per_pixel = record->info.bytes_per_pixel;
+    store(width, record->info.width);
+    store(height, record->info.height);
+    store(bytes_per_pixel, record->info.bytes_per_pixel);
     return 1;
 }
 
