@@ -35,8 +35,16 @@ struct Holdings {
     ThreadPriority priority;
 };
 
-// Merges this area, which all layers cover.
-int merge_area(Holdings &held, Layers layers, const Area &area, int mode, int transparency) {
+// Merges what the areas have in common, all in coordinates of the image: the layers cover it.
+int merge_common(Layers layers, const Area &image, const Area &part, const Area &overlay, int mode,
+                 int transparency) {
+    Holdings held;
+    const Area met = intersect(image, part);
+    if (met.is_empty())
+        return fail(site::misses_image);
+    const Area area = intersect(met, overlay);
+    if (area.is_empty())
+        return fail(site::misses_overlay);
     if (!can_be_merged(layers, area) || layers.base.memory == nullptr ||
         layers.overlay.memory == nullptr)
         return 0;
@@ -50,6 +58,11 @@ int merge_area(Holdings &held, Layers layers, const Area &area, int mode, int tr
     }
     held.priority.raise();
     return merge_masked_layers(layers, area, given, mode, transparency);
+}
+
+// A rectangle that is not there meets nothing.
+Area area_or_none(const RECT *rectangle) {
+    return rectangle != nullptr ? as_area(*rectangle) : Area{};
 }
 
 } // namespace
@@ -67,50 +80,29 @@ int Q32_CALL i32MergeEx(void *image, int width, int height, const void *mask,
                         const RECT *mask_rectangle, const void *overlay,
                         const RECT *overlay_rectangle, int bytes_per_pixel, int mode,
                         int transparency) {
-    Holdings held;
     const Area bounds = area_of(0, 0, width, height);
-    if (mask_rectangle == nullptr)
-        return q32::fail(site::misses_image);
-    const Area mask_area = as_area(*mask_rectangle);
-    const Area masked = intersect(bounds, mask_area);
-    if (masked.is_empty())
-        return q32::fail(site::misses_image);
-    if (overlay_rectangle == nullptr)
-        return q32::fail(site::misses_overlay);
-    const Area overlay_area = as_area(*overlay_rectangle);
-    const Area work = intersect(masked, overlay_area);
-    if (work.is_empty())
-        return q32::fail(site::misses_overlay);
-    return merge_area(held,
-                      {.base = packed_rows(bytes(image), bounds, bytes_per_pixel),
-                       .mask = packed_rows(bytes(mask), mask_area, 1),
-                       .overlay = packed_rows(bytes(overlay), overlay_area, bytes_per_pixel)},
-                      work, mode, transparency);
+    const Area mask_area = area_or_none(mask_rectangle);
+    const Area overlay_area = area_or_none(overlay_rectangle);
+    return merge_common({.base = packed_rows(bytes(image), bounds, bytes_per_pixel),
+                         .mask = packed_rows(bytes(mask), mask_area, 1),
+                         .overlay = packed_rows(bytes(overlay), overlay_area, bytes_per_pixel)},
+                        bounds, mask_area, overlay_area, mode, transparency);
 }
 
 int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int bytes_per_pixel, int x, int y,
                               const void *overlay, const void *mask, int overlay_width,
                               int overlay_height, RECT rectangle, int mode, int transparency) {
-    Holdings held;
     const Area bounds = area_of(0, 0, width, height);
     const Area source = as_area(rectangle);
     const std::int64_t dx = std::int64_t(x) - source.left;
     const std::int64_t dy = std::int64_t(y) - source.top;
-    const Area placed = moved(source, dx, dy);
-    const Area met = intersect(bounds, placed);
-    if (met.is_empty())
-        return q32::fail(site::misses_image);
     const Area overlay_area = moved(area_of(0, 0, overlay_width, overlay_height), dx, dy);
-    const Area work = intersect(met, overlay_area);
-    if (work.is_empty())
-        return q32::fail(site::misses_overlay);
     // The area may have been cut, the rows have not.
     const std::size_t row = std::size_t(overlay_width);
     const int left = overlay_area.left, top = overlay_area.top;
-    return merge_area(
-        held,
+    return merge_common(
         {.base = packed_rows(bytes(image), bounds, bytes_per_pixel),
          .mask = {bytes(mask), left, top, row, 1},
          .overlay = {bytes(overlay), left, top, row * unsigned(bytes_per_pixel), bytes_per_pixel}},
-        work, mode, transparency);
+        bounds, moved(source, dx, dy), overlay_area, mode, transparency);
 }
