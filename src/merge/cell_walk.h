@@ -3,6 +3,7 @@
 #pragma once
 
 #include "buffer/buffer_lock.h"
+#include "buffer/record.h"
 #include "merge/layers.h"
 
 #include <q32base/buffers.h>
@@ -46,22 +47,18 @@ private:
     BUF32CELL cell_ = {};
 };
 
-// The cells that an area inside the image covers, as columns and bands of a buffer's grid.
-struct CellRange {
-    int columns_of_buffer;
-    int first_column, last_column;
-    int first_band, last_band;
-};
-CellRange cells_covering(HBUF32 buffer, const Area &area);
-
-// Calls visit with the index of each cell that an area covers, band by band and left to right. Ends
-// with false as soon as visit does.
+// Calls visit with the index of each cell that an area inside the image covers, band by band and
+// left to right. Ends with false as soon as visit does.
 template <typename Visit>
-bool each_cell(HBUF32 buffer, const Area &area, const Visit &visit) {
-    const CellRange range = cells_covering(buffer, area);
-    for (int band = range.first_band; band <= range.last_band; ++band)
-        for (int column = range.first_column; column <= range.last_column; ++column)
-            if (!visit(band * range.columns_of_buffer + column))
+bool each_cell(HBUF32 handle, const Area &area, const Visit &visit) {
+    const BUF32INFO &info = buffer::record_of(handle)->info;
+    const int columns = info.cell_columns;
+    const int first_column = area.left / info.cell_width;
+    const int last_column = (area.right - 1) / info.cell_width;
+    const int last_band = (area.bottom - 1) / info.cell_height;
+    for (int band = area.top / info.cell_height; band <= last_band; ++band)
+        for (int column = first_column; column <= last_column; ++column)
+            if (!visit(band * columns + column))
                 return false;
     return true;
 }
