@@ -3,6 +3,7 @@
 #include "bars/buffer_target.h"
 #include "bars/display_target.h"
 #include "bars/failures.h"
+#include "geometry/system_rect.h"
 
 namespace q32::bars {
 namespace {
@@ -15,8 +16,7 @@ bool draw_and_close(const Bar &bar, Target &target) {
 }
 
 template <typename Bar>
-int draw_in_buffer(const Bar &bar, HBUF32 *buffer, const SIZE &size,
-                   const site::BufferSites &sites) {
+int draw_in_buffer(const Bar &bar, HBUF32 *buffer, Size size, const site::BufferSites &sites) {
     if (buffer == nullptr)
         return 0;
     BufferTarget target(buffer);
@@ -28,7 +28,7 @@ int draw_on_device(const Bar &bar, HDC dc, const RECT *rectangle, const FailureS
     if (dc == nullptr || rectangle == nullptr)
         return 0;
     DisplayTarget target;
-    return target.open(dc, *rectangle, Bar::bits_per_pixel, no_work_row) &&
+    return target.open(dc, as_area(*rectangle), Bar::bits_per_pixel, no_work_row) &&
            draw_and_close(bar, target);
 }
 

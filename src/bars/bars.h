@@ -59,29 +59,36 @@ std::int64_t steps_of(const Target &target, bool horizontal) {
     return horizontal ? target.width() : target.height();
 }
 
-template <typename Target, typename PixelRamp>
-bool draw_ramp(Target &target, bool horizontal, PixelRamp ramp) {
+template <typename Target, typename NextPixel>
+bool draw_ramp(Target &target, bool horizontal, const NextPixel &next_pixel) {
     if (horizontal) {
-        make_row(target, [&] { return ramp.next(); });
+        make_row(target, next_pixel);
         return put_rows(target, [] {});
     }
     return put_rows(target, [&] {
-        const auto pixel = ramp.next();
+        const auto pixel = next_pixel();
         mem32Fill(target.row(), &pixel, sizeof pixel, int(target.width()));
     });
 }
 
 template <typename Target>
 bool draw(const GreyBar &bar, Target &target) {
-    return draw_ramp(target, bar.horizontal,
-                     GreyRamp(bar.from, bar.to, steps_of(target, bar.horizontal)));
+    Ramp grey(bar.from, bar.to, steps_of(target, bar.horizontal));
+    return draw_ramp(target, bar.horizontal, [&] { return std::uint8_t(grey.next()); });
 }
 
 template <typename Target>
 bool draw(const ColourBar &bar, Target &target) {
     const std::int64_t steps = steps_of(target, bar.horizontal);
-    return bar.rainbow ? draw_ramp(target, bar.horizontal, Rainbow(steps))
-                       : draw_ramp(target, bar.horizontal, ColourRamp(bar.from, bar.to, steps));
+    if (bar.rainbow) {
+        Ramp hue(0, last_hue, steps);
+        return draw_ramp(target, bar.horizontal, [&] { return colour_of(hue.next(), {255, 255}); });
+    }
+    Ramp red(bar.from.red, bar.to.red, steps), green(bar.from.green, bar.to.green, steps),
+        blue(bar.from.blue, bar.to.blue, steps);
+    return draw_ramp(target, bar.horizontal, [&]() -> Colour {
+        return {std::uint8_t(red.next()), std::uint8_t(green.next()), std::uint8_t(blue.next())};
+    });
 }
 
 // --- fields of hues ------------------------------------------------------------------------------

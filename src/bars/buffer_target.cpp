@@ -17,7 +17,7 @@ std::size_t row_bytes(const BUF32INFO &info) {
 
 } // namespace
 
-bool BufferTarget::open(const SIZE &size, int bits_per_pixel, const site::BufferSites &sites) {
+bool BufferTarget::open(Size size, int bits_per_pixel, const site::BufferSites &sites) {
     if (!provided_.is_given() && !provided_.make(size, bits_per_pixel, BUF32_TILED, nullptr))
         return fail(sites.no_buffer);
     BUF32INFO info;

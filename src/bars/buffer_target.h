@@ -4,6 +4,7 @@
 #include "bars/failures.h"
 #include "buffer/buffer_lock.h"
 #include "buffer/provided_buffer.h"
+#include "geometry/area.h"
 #include "library/process/owners.h"
 
 #include <q32base/buffers.h>
@@ -17,7 +18,7 @@ public:
     explicit BufferTarget(HBUF32 *handle) : provided_(handle) {}
 
     // A buffer is made in the size; the caller's has its own. Reports and returns false on failure.
-    bool open(const SIZE &size, int bits_per_pixel, const site::BufferSites &sites);
+    bool open(Size size, int bits_per_pixel, const site::BufferSites &sites);
     // The buffer stays.
     bool close();
 

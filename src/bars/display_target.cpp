@@ -11,10 +11,10 @@ constexpr std::int64_t largest_row = std::numeric_limits<int>::max();
 
 } // namespace
 
-bool DisplayTarget::open(HDC dc, const RECT &rectangle, int bits_per_pixel,
+bool DisplayTarget::open(HDC dc, const Area &area, int bits_per_pixel,
                          const FailureSite &no_work_row) {
-    width_ = std::int64_t(rectangle.right) - rectangle.left;
-    height_ = std::int64_t(rectangle.bottom) - rectangle.top;
+    width_ = std::int64_t(area.right) - area.left;
+    height_ = std::int64_t(area.bottom) - area.top;
     const std::int64_t bytes = std::max<std::int64_t>(width_, 0) * (bits_per_pixel / 8);
     if (bytes <= largest_row)
         row_.reset(GlobalAlloc(GMEM_FIXED, SIZE_T(bytes)));
@@ -22,8 +22,8 @@ bool DisplayTarget::open(HDC dc, const RECT &rectangle, int bits_per_pixel,
         return fail(no_work_row);
     row_bytes_ = int(bytes);
     constexpr int no_option = 0, in_foreground = 0;
-    return disp32ShowInit(&run_, dc, bits_per_pixel, rectangle.left, rectangle.top, rectangle.right,
-                          rectangle.bottom, nullptr, no_option, in_foreground);
+    return disp32ShowInit(&run_, dc, bits_per_pixel, area.left, area.top, area.right, area.bottom,
+                          nullptr, no_option, in_foreground);
 }
 
 } // namespace q32::bars

@@ -1,6 +1,7 @@
 // A bar's rows onto a device context, by way of a display run.
 #pragma once
 
+#include "geometry/area.h"
 #include "library/process/failure.h"
 #include "library/process/owners.h"
 
@@ -13,7 +14,7 @@ namespace q32::bars {
 class DisplayTarget {
 public:
     // Reports the site when there is no memory for a row; a run that cannot be opened is silent.
-    bool open(HDC dc, const RECT &rectangle, int bits_per_pixel, const FailureSite &no_work_row);
+    bool open(HDC dc, const Area &area, int bits_per_pixel, const FailureSite &no_work_row);
     // Shows what the run still holds. Quirk: not done for a bar of which a row was lost. Its run
     // stays open, and a caller misses the rows that it holds.
     bool close() { return disp32ShowEnd(run_); }

@@ -1,4 +1,4 @@
-// Ramps: values, greys, colours, hues and shades, one after another.
+// Ramps: values and shades, one after another.
 #pragma once
 
 #include "bars/hues.h"
@@ -27,40 +27,7 @@ private:
     double step_;
 };
 
-class GreyRamp {
-public:
-    GreyRamp(std::uint8_t from, std::uint8_t to, std::int64_t steps) : ramp_(from, to, steps) {}
-
-    std::uint8_t next() { return std::uint8_t(ramp_.next()); }
-
-private:
-    Ramp ramp_;
-};
-
-// Channel by channel.
-class ColourRamp {
-public:
-    ColourRamp(const Colour &from, const Colour &to, std::int64_t steps)
-        : red_(from.red, to.red, steps), green_(from.green, to.green, steps),
-          blue_(from.blue, to.blue, steps) {}
-
-    Colour next() { return {red_.next(), green_.next(), blue_.next()}; }
-
-private:
-    GreyRamp red_, green_, blue_;
-};
-
 inline constexpr int last_hue = 359;
-
-class Rainbow {
-public:
-    explicit Rainbow(std::int64_t steps) : hue_(0, last_hue, steps) {}
-
-    Colour next() { return colour_of(hue_.next(), {255, 255}); }
-
-private:
-    Ramp hue_;
-};
 
 // Which of the two ramps from 0 up to 255, in the first half, while the other is 255. In the second
 // half the other ramps down to 0.

@@ -2,6 +2,8 @@
 // block from beginning to end.
 #include "buffer/bitmaps.h"
 
+#include "buffer/allocation.h"
+#include "buffer/entries.h"
 #include "buffer/failures.h"
 #include "buffer/layout.h"
 #include "buffer/packed_bitmap.h"
@@ -137,9 +139,7 @@ bool copy_original(Record &record, const Original &original, const Record &sourc
     const uint64_t bytes = std::max<uint64_t>(
         original.block.size(),
         original.pixel_offset + bytes_of_padded_rows(source.info.height, source.row_bytes));
-    if (bytes > SIZE_MAX)
-        return fail(site::no_private_bitmap);
-    GlobalBlock block(GlobalAlloc(GMEM_MOVEABLE, SIZE_T(bytes)));
+    GlobalBlock block = make_global_block(GMEM_MOVEABLE, bytes);
     if (!block)
         return fail(site::no_private_bitmap);
     auto *const memory = static_cast<std::byte *>(GlobalLock(block.get()));
@@ -172,6 +172,13 @@ int allocate_bare_bitmap(HBUF32 *handle, const Geometry &geometry, void *pixels)
     if (handle != nullptr)
         *handle = 0;
     return allocate_over_bare(handle, geometry, pixels);
+}
+
+HBUF32 make_for_bitmap_copy(const Record &record, int width, int height) {
+    const HBUF32 made = make_tiled(record, width, height);
+    if (made == 0)
+        fail(site::bitmap_destination_not_made);
+    return made;
 }
 
 bool copy_bitmap(Record &record, const Record &source) {

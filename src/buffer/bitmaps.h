@@ -1,6 +1,6 @@
 // Bitmap buffers: pixels that lie in a caller's device-independent bitmap. Their allocation and
-// release, the private copies of their duplicates, and the two layouts. The entries are
-// bitmap_entries.cpp's, the exports bitmap_exports.cpp's.
+// release, the private copies of their duplicates, and the two layouts. The exports are
+// bitmap_exports.cpp's.
 #pragma once
 
 #include "buffer/records.h"

@@ -24,4 +24,12 @@ void put_block_in_place(Record &record, std::byte *block, uint32_t new_type);
 // when there is no storage: it has reported, and nothing has changed.
 bool put_storage_in_place(Record &record, void (*fill)(Record &));
 
+// --- one-colour buffers: one_colour.cpp ---------------------------------------------------------
+
+// Bytes of the block that all cells share.
+uint32_t one_colour_block_bytes(const Record &record);
+
+// Writes the record's colour over the block.
+void fill_block(Record &record);
+
 } // namespace q32::buffer

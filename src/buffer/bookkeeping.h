@@ -5,8 +5,7 @@
 #pragma once
 
 #include "buffer/record.h"
-
-#include <windows.h>
+#include "library/process/owners.h"
 
 namespace q32::buffer {
 
@@ -43,6 +42,9 @@ void leave_master_file(uint32_t slot);
 // byte.
 
 inline constexpr uint32_t entry_bytes = max_path;
+
+// Opens a file for reading and writing, for this process alone unless it is shared.
+File open_file(const char *path, DWORD disposition, DWORD share = 0);
 
 bool write_at(HANDLE file, uint32_t offset, const void *data, uint32_t bytes);
 bool read_at(HANDLE file, uint32_t offset, void *data, uint32_t bytes);

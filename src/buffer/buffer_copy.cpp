@@ -18,13 +18,9 @@ namespace {
 
 // As many of so many rows as there is memory for, found by halving. Null when it is not one.
 GlobalBlock allocate_strip(size_t row_bytes, int *rows) {
-    for (; *rows > 0; *rows /= 2) {
-        const uint64_t bytes = uint64_t(row_bytes) * uint64_t(*rows);
-        if (bytes > SIZE_MAX)
-            continue;
-        if (const HGLOBAL strip = GlobalAlloc(GMEM_FIXED, SIZE_T(bytes)))
-            return GlobalBlock(strip);
-    }
+    for (; *rows > 0; *rows /= 2)
+        if (auto strip = make_global_block(GMEM_FIXED, uint64_t(row_bytes) * uint64_t(*rows)))
+            return strip;
     return {};
 }
 
@@ -173,6 +169,13 @@ int merge_buffer(Record &source, int x, int y, int width, int height, Record &de
                  int destination_x, int destination_y) {
     return merge(source, area_of(x, y, width, height), destination, destination_x, destination_y,
                  Excess::read);
+}
+
+// Never a duplicate: a bitmap's pixels are its caller's, who may take them back.
+int bitmap_get_buffer(Record &source, int x, int y, int width, int height, HBUF32 *destination) {
+    if (*destination != 0)
+        return copy_to_origin(source, area_of(x, y, width, height), *destination);
+    return copy_to_new(source, x, y, width, height, destination, copy_to_origin);
 }
 
 // A new destination is made first and then takes the colour as an existing one does. Depths are not

@@ -2,35 +2,31 @@
 // exports.
 #pragma once
 
+#include "library/process/owners.h"
+
 #include <q32base/buffers.h>
 
-#include <utility>
-
 namespace q32::buffer {
+
+struct BufferLockTraits : NullIsNone<HBUF32> {
+    static void release(Value buffer) { buf32Unlock(buffer); }
+};
 
 // A lock of a whole buffer, until the end of the scope.
 class BufferLock {
 public:
-    BufferLock() = default;
-    BufferLock(const BufferLock &) = delete;
-    BufferLock &operator=(const BufferLock &) = delete;
-    ~BufferLock() {
-        if (buffer_ != 0)
-            buf32Unlock(buffer_);
-    }
-
     bool lock(HBUF32 buffer, int mode) {
         if (!buf32Lock(buffer, mode, nullptr))
             return false;
-        buffer_ = buffer;
+        locked_.reset(buffer);
         return true;
     }
 
     // Before the end of the scope, for those who must know whether it could be.
-    bool unlock() { return buf32Unlock(std::exchange(buffer_, 0)) != 0; }
+    bool unlock() { return buf32Unlock(locked_.release()) != 0; }
 
 private:
-    HBUF32 buffer_ = 0; // 0: nothing to unlock
+    Owner<BufferLockTraits> locked_;
 };
 
 } // namespace q32::buffer

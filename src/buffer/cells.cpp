@@ -18,31 +18,13 @@ bool cell_locks_write(const Record &record) {
     return mode == BUF32_WRITE || mode == BUF32_WRITE_3;
 }
 
-// A pixel's place with the address of its cell, found by a lock that is given back at once.
-struct FoundPixel {
-    PixelPlace place;
-    std::byte *cell_address;
-    std::byte *address() const { return cell_address + place.offset; }
-};
-
-bool find_pixel(Record &record, int x, int y, FoundPixel *found) {
-    found->place = place_of(record, x, y);
+// A cell's address, found by a lock that is given back at once. Null without storage.
+std::byte *find_cell(Record &record, int index) {
     void *address = nullptr;
-    if (!record.operations.cell_lock(record, found->place.cell, &address, nullptr))
-        return false;
-    record.operations.cell_unlock(record, found->place.cell);
-    found->cell_address = static_cast<std::byte *>(address);
-    return address != nullptr;
-}
-
-int clamp_to(int value, int size) {
-    return std::clamp(value, 0, size - 1);
-}
-
-template <typename T>
-void store(T *output, T value) {
-    if (output != nullptr)
-        *output = value;
+    if (!record.operations.cell_lock(record, index, &address, nullptr))
+        return nullptr;
+    record.operations.cell_unlock(record, index);
+    return static_cast<std::byte *>(address);
 }
 
 } // namespace
@@ -80,6 +62,11 @@ PixelPlace place_of(const Record &record, int x, int y) {
     return place;
 }
 
+PixelPlace clamped_place_of(const Record &record, int x, int y) {
+    return place_of(record, std::clamp(x, 0, record.info.width - 1),
+                    std::clamp(y, 0, record.info.height - 1));
+}
+
 int lock(Record &record, int mode, void **base) {
     if (is_write_mode(mode) && !prepare_for_writing(record))
         return 0;
@@ -103,8 +90,7 @@ int cell_unlock(Record &record, int) {
 }
 
 void *point_address(Record &record, int x, int y) {
-    const BUF32INFO &info = record.info;
-    const PixelPlace place = place_of(record, clamp_to(x, info.width), clamp_to(y, info.height));
+    const PixelPlace place = clamped_place_of(record, x, y);
     std::byte *const cell = record.owner().cell_address[place.cell];
     return cell != nullptr ? cell + place.offset : nullptr;
 }
@@ -116,11 +102,9 @@ std::byte *own_cell(const Record &record, int index) {
 }
 
 void *clamped_address(Record &record, int x, int y) {
-    FoundPixel found;
-    const BUF32INFO &info = record.info;
-    const bool is_found =
-        find_pixel(record, clamp_to(x, info.width), clamp_to(y, info.height), &found);
-    return is_found ? found.address() : nullptr;
+    const PixelPlace place = clamped_place_of(record, x, y);
+    std::byte *const cell = find_cell(record, place.cell);
+    return cell != nullptr ? cell + place.offset : nullptr;
 }
 
 } // namespace q32::buffer
@@ -129,7 +113,7 @@ using namespace q32::buffer;
 namespace site = q32::buffer::site;
 
 int Q32_CALL buf32Lock(HBUF32 buffer, int mode, void **base) {
-    store<void *>(base, nullptr);
+    store(base, nullptr);
     Record *const record = record_of(buffer);
     return record != nullptr ? record->operations.lock(*record, mode, base) : 0;
 }
@@ -140,7 +124,7 @@ int Q32_CALL buf32Unlock(HBUF32 buffer) {
 }
 
 int Q32_CALL buf32CellLock(HBUF32 buffer, int index, void **address, BUF32CELL *cell) {
-    store<void *>(address, nullptr);
+    store(address, nullptr);
     Record *const record = record_of(buffer);
     return record != nullptr ? record->operations.cell_lock(*record, index, address, cell) : 0;
 }
@@ -163,12 +147,13 @@ int Q32_CALL buf32PointAddEx(HBUF32 buffer, int x, int y, void **cell_address, v
     Record *const record = record_of(buffer);
     if (record == nullptr || x < 0 || y < 0 || x >= record->info.width || y >= record->info.height)
         return -1;
-    FoundPixel found;
-    if (!find_pixel(*record, x, y, &found))
+    const PixelPlace place = place_of(*record, x, y);
+    std::byte *const cell = find_cell(*record, place.cell);
+    if (cell == nullptr)
         return -1;
-    store<void *>(cell_address, found.cell_address);
-    store<void *>(pixel_address, found.address());
-    store(x_in_cell, found.place.x_in_cell);
-    store(y_in_cell, found.place.y_in_cell);
-    return found.place.cell;
+    store(cell_address, cell);
+    store(pixel_address, cell + place.offset);
+    store(x_in_cell, place.x_in_cell);
+    store(y_in_cell, place.y_in_cell);
+    return place.cell;
 }

@@ -21,6 +21,7 @@ struct PixelPlace {
     uint32_t offset; // bytes from the cell's address; under 8 bits to the byte that holds it
 };
 PixelPlace place_of(const Record &record, int x, int y);
+PixelPlace clamped_place_of(const Record &record, int x, int y); // into the image
 
 // --- locks --------------------------------------------------------------------------------------
 
@@ -32,8 +33,7 @@ inline bool has_cell(const Record &record, int index) {
 inline int count_lock(Record &record, int mode, std::byte *storage, void **base) {
     ++record.info.lock_count;
     record.info.access_mode = mode;
-    if (base != nullptr)
-        *base = storage;
+    store(base, storage);
     return 1;
 }
 
@@ -42,8 +42,7 @@ inline int count_cell_lock(Record &record, int index, std::byte *cell, void **ad
     ++record.info.lock_count;
     if (description != nullptr)
         *description = describe_cell(record, index);
-    if (address != nullptr)
-        *address = cell;
+    store(address, cell);
     return 1;
 }
 

@@ -12,6 +12,11 @@ bool seek(HANDLE file, uint32_t offset) {
 
 } // namespace
 
+File open_file(const char *path, DWORD disposition, DWORD share) {
+    return File(CreateFileA(path, GENERIC_READ | GENERIC_WRITE, share, nullptr, disposition,
+                            FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
 bool write_at(HANDLE file, uint32_t offset, const void *data, uint32_t bytes) {
     DWORD written = 0;
     return seek(file, offset) && WriteFile(file, data, bytes, &written, nullptr) &&

@@ -44,10 +44,6 @@ inline constexpr FailureSite nothing_to_get{3200, 1, 3, 13};
 inline constexpr FailureSite nothing_to_merge{3200, 1, 3, 14};
 inline constexpr FailureSite depths_differ{3200, 1, 4, 18};
 inline constexpr FailureSite no_strip{1001, 1, 4, 19};
-inline constexpr FailureSite duplicate_types_differ{4026, 1, 3, 6};
-inline constexpr FailureSite duplicate_sizes_differ{4026, 1, 3, 7};
-inline constexpr FailureSite no_duplicate_record{1001, 1, 3, 8};
-inline constexpr FailureSite no_duplicate_layout{1001, 1, 3, 9};
 
 // Fills.
 inline constexpr FailureSite null_colour{3200, 0, 3, 5};
@@ -61,18 +57,26 @@ inline constexpr FailureSite no_bitmap_record{1001, 1, 4, 14};
 inline constexpr FailureSite not_a_bitmap{1001, 1, 4, 15};
 inline constexpr FailureSite not_a_bitmap_buffer{3200, 0, 4, 16};
 inline constexpr FailureSite bitmap_null_fill{3200, 0, 1, 1};
-inline constexpr FailureSite bitmap_types_differ{3200, 0, 1, 3};
-inline constexpr FailureSite bitmap_sizes_differ{3200, 0, 1, 4};
 inline constexpr FailureSite no_private_bitmap{1001, 0, 1, 5};
 inline constexpr FailureSite no_private_row_table{1001, 0, 1, 7};
-inline constexpr FailureSite no_bitmap_duplicate{1001, 1, 1, 8};
-inline constexpr FailureSite no_bitmap_duplicate_layout{1001, 1, 1, 9};
 inline constexpr FailureSite bitmap_destination_not_made{1001, 0, 1, 9};
 
-// One-colour buffers as rectangles and duplicates.
-inline constexpr FailureSite one_colour_types_differ{3200, 0, 2, 7};
-inline constexpr FailureSite one_colour_sizes_differ{3200, 0, 2, 8};
-inline constexpr FailureSite no_one_colour_duplicate{1001, 0, 2, 9};
+// What can fail in duplicates, the same for each kind of buffer at points of its own.
+struct DuplicateSites {
+    FailureSite types_differ;
+    FailureSite sizes_differ; // or bits per pixel
+    FailureSite no_record;
+    FailureSite no_layout;
+};
+
+inline constexpr DuplicateSites bitmap_duplicate{
+    {3200, 0, 1, 3}, {3200, 0, 1, 4}, {1001, 1, 1, 8}, {1001, 1, 1, 9}};
+inline constexpr DuplicateSites one_colour_duplicate{
+    {3200, 0, 2, 7}, {3200, 0, 2, 8}, {1001, 0, 2, 9}, {1001, 0, 2, 9}};
+inline constexpr DuplicateSites duplicate{
+    {4026, 1, 3, 6}, {4026, 1, 3, 7}, {1001, 1, 3, 8}, {1001, 1, 3, 9}};
+
+// One-colour buffers as rectangles.
 inline constexpr FailureSite nothing_to_get_of_one_colour{3200, 0, 2, 10};
 
 // Buffers over caller memory.

@@ -39,7 +39,6 @@ void compute_single_cell(Record &record) {
     BUF32INFO &info = record.info;
     info.cell_count = info.cell_columns = info.cell_rows = 1;
     info.cell_width = info.last_column_width = info.width;
-    record.cell_row_bytes = record.last_column_row_bytes = record.row_bytes;
     set_linear_height(record, info.height);
 }
 

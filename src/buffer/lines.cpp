@@ -15,8 +15,6 @@ namespace {
 
 // --- rows as the modes want them ----------------------------------------------------------------
 
-enum class Direction { to_memory, to_buffer };
-
 // A mode's direction, and the row conversion between what is stored and the caller's memory.
 struct LineMode {
     Direction direction;

@@ -4,7 +4,6 @@
 
 #include "buffer/buffer_manager.h"
 #include "buffer/failures.h"
-#include "library/process/owners.h"
 
 #include <q32comm.h>
 
@@ -34,9 +33,7 @@ struct MasterPath {
 
 File open_shared(const MasterPath &master, DWORD disposition) {
     for (int attempt = 1;; ++attempt) {
-        File file(CreateFileA(master.path, GENERIC_READ | GENERIC_WRITE,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition,
-                              FILE_ATTRIBUTE_NORMAL, nullptr));
+        File file = open_file(master.path, disposition, FILE_SHARE_READ | FILE_SHARE_WRITE);
         if (file || attempt == open_attempts)
             return file;
         Sleep(0);
@@ -75,8 +72,7 @@ void complete_if_cut(const File &master) {
 // Deletes the swap files that a record file lists and then the record file itself. Its owner keeps
 // it open unshared, so a record file that cannot be opened belongs to a living process: false.
 bool delete_left_behind(const char *record_path, char *swap_path) {
-    File record(CreateFileA(record_path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, nullptr));
+    File record = open_file(record_path, OPEN_EXISTING);
     if (!record)
         return false;
     for (uint32_t i = 0; read_entry(record.get(), i, swap_path); ++i)

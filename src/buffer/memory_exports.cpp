@@ -12,12 +12,10 @@ namespace {
 // Moves one setting in or out through a pointer that may be null.
 template <typename T>
 void exchange(bool set, T &setting, T *value) {
-    if (value == nullptr)
-        return;
-    if (set)
+    if (!set)
+        store(value, setting);
+    else if (value != nullptr)
         setting = *value;
-    else
-        *value = setting;
 }
 
 void terminate_paths(BUF32DIRECTORIES &directories) {
@@ -61,8 +59,8 @@ int Q32_CALL buf32VMData(int set, uint32_t *memory_limit, uint32_t *file_limit,
 }
 
 uint32_t *Q32_CALL buf32GetVMDataExt(uint32_t *memory_in_use, uint32_t *mapped_bytes) {
-    exchange(false, memory_state.memory_in_use, memory_in_use);
-    exchange(false, memory_state.mapped_bytes, mapped_bytes);
+    store(memory_in_use, memory_state.memory_in_use);
+    store(mapped_bytes, memory_state.mapped_bytes);
     return mapped_bytes;
 }
 
@@ -75,8 +73,7 @@ int Q32_CALL buf32GetMemSpace(HBUF32 buffer, int kind, int count, int moveable, 
         return 1;
     const Record &record = *record_of(buffer);
     const uint32_t unit_bytes = kind == cells ? record.info.cell_bytes : record.row_bytes;
-    if (unit != nullptr)
-        *unit = unit_bytes;
+    store(unit, unit_bytes);
     if (block == nullptr || count < 1)
         return 1;
     *block = allocate_staging(count, unit_bytes, moveable != 0);

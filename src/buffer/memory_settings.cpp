@@ -43,26 +43,15 @@ void use_system_directory(char (&path)[max_path]) {
         CreateDirectoryA(path, nullptr);
 }
 
-// Goes back to the current directory at the end of the scope. In wide characters: not every
-// directory has a name in the system's code page.
-class CurrentDirectoryKeeper {
-public:
-    CurrentDirectoryKeeper() : length_(GetCurrentDirectoryW(MAX_PATH, path_)) {}
-    ~CurrentDirectoryKeeper() {
-        if (length_ != 0 && length_ < MAX_PATH)
-            SetCurrentDirectoryW(path_);
-    }
-    CurrentDirectoryKeeper(const CurrentDirectoryKeeper &) = delete;
-    CurrentDirectoryKeeper &operator=(const CurrentDirectoryKeeper &) = delete;
-
-private:
-    wchar_t path_[MAX_PATH];
-    DWORD length_;
-};
-
+// One that can become the current directory, which it does for a moment. The one before it is kept
+// in wide characters: not every directory has a name in the system's code page.
 bool is_directory(const char *path) {
-    const CurrentDirectoryKeeper keeper;
-    return SetCurrentDirectoryA(path) != 0;
+    wchar_t before[MAX_PATH];
+    const DWORD length = GetCurrentDirectoryW(MAX_PATH, before);
+    const bool is_one = SetCurrentDirectoryA(path) != 0;
+    if (length != 0 && length < MAX_PATH)
+        SetCurrentDirectoryW(before);
+    return is_one;
 }
 
 bool is_usable(const char (&path)[max_path]) {

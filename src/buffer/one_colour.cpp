@@ -1,6 +1,5 @@
-// One-colour buffers from allocation on, and under locks.
-#include "buffer/one_colour.h"
-
+// One-colour buffers from allocation on, and under locks. They have no cells, only a block; the
+// first write lock makes an ordinary buffer of them.
 #include "buffer/allocation.h"
 #include "buffer/block_storage.h"
 #include "buffer/cells.h"

@@ -26,7 +26,9 @@ void set_field(std::byte *header, size_t at, T value) {
     std::memcpy(header + at, &value, sizeof value);
 }
 
-uint64_t behind_colour_table(const PackedHeader &header, uint32_t entries) {
+// The table has as many entries as the header says, or else those that the depth implies.
+uint64_t behind_colour_table(const PackedHeader &header, uint32_t implied_entries) {
+    const uint32_t entries = header.colours_used != 0 ? header.colours_used : implied_entries;
     return header.bytes + uint64_t(entries) * colour_bytes;
 }
 
@@ -58,19 +60,14 @@ void write_packed_header(std::byte *memory, int width, int height, int bits_per_
 }
 
 uint64_t pixel_offset_of_callers_bitmap(const PackedHeader &header) {
-    if (header.colours_used != 0)
-        return behind_colour_table(header, header.colours_used);
     const bool has_table = header.bits_per_pixel < 16;
     return behind_colour_table(header, has_table ? 1u << header.bits_per_pixel : 0);
 }
 
 uint64_t pixel_offset_of_private_copy(const PackedHeader &header) {
-    if (header.colours_used != 0)
-        return behind_colour_table(header, header.colours_used);
-    if (header.bits_per_pixel == 24)
-        return behind_colour_table(header, 0);
     // Counted by a shift of 32 bits, which takes its distance modulo 32: 32 bits have one entry.
-    return behind_colour_table(header, 1u << (header.bits_per_pixel % 32));
+    const bool has_table = header.bits_per_pixel != 24;
+    return behind_colour_table(header, has_table ? 1u << (header.bits_per_pixel % 32) : 0);
 }
 
 } // namespace q32::buffer

@@ -143,15 +143,15 @@ void clear_padding(const Area &area, const PlainRows &rows) {
         copy_bits(rows.memory + size_t(row) * rows.stride, end, zeros, 0, (8 - end % 8) % 8);
 }
 
-// --- the block ----------------------------------------------------------------------------------
+// --- areas as they are stored -------------------------------------------------------------------
 
-// Rows of an area, one behind the other from the start of the block. What its pixels leave of a row
-// is zero, whatever the block held before.
-void render_into_block(Record &record, const Area &area, uint32_t row_bytes) {
+// Rows of an area, one behind the other. What its pixels leave of a row is zero, whatever the
+// memory held before.
+void render_rows(const Record &record, const Area &area, uint32_t row_bytes, std::byte *memory) {
     const uint32_t pixel_bits = unit_bits(record.info);
     if (uint32_t(area.width()) * pixel_bits != row_bytes * 8)
-        std::memset(record.storage, 0, size_t(area.height()) * row_bytes);
-    read_pattern(record, area, {record.storage, row_bytes, 0, pixel_bits});
+        std::memset(memory, 0, size_t(area.height()) * row_bytes);
+    read_pattern(record, area, {memory, row_bytes, 0, pixel_bits});
 }
 
 } // namespace
@@ -161,23 +161,17 @@ bool is_usable(const BUF32PATTERN *pattern) {
            pattern->pixels != nullptr;
 }
 
-std::byte *copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel) {
+RuntimeBlock copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel) {
     const uint64_t bytes = pattern_bytes(pattern, bits_per_pixel);
-    if (bytes > UINT32_MAX)
-        return nullptr;
-    auto *const copy = static_cast<std::byte *>(std::malloc(size_t(bytes)));
-    if (copy != nullptr)
-        std::memcpy(copy, pattern.pixels, size_t(bytes));
+    RuntimeBlock copy(bytes <= UINT32_MAX ? std::malloc(size_t(bytes)) : nullptr);
+    if (copy)
+        std::memcpy(copy.get(), pattern.pixels, size_t(bytes));
     return copy;
 }
 
-void PatternCopyTraits::release(Value copy) {
-    std::free(copy);
-}
-
-void set_pattern(Record &record, const BUF32PATTERN &pattern, std::byte *copy) {
+void set_pattern(Record &record, const BUF32PATTERN &pattern, RuntimeBlock copy) {
     record.info.colour[0] = pattern.width | uint32_t(pattern.height) << 16;
-    record.info.colour[1] = uint32_t(reinterpret_cast<uintptr_t>(copy));
+    record.info.colour[1] = uint32_t(reinterpret_cast<uintptr_t>(copy.release()));
 }
 
 BUF32PATTERN pattern_of(const Record &record) {
@@ -225,13 +219,13 @@ bool read_pattern(const Record &record, const Area &area, const PlainRows &rows)
 
 void render_block(Record &record) {
     const Area area = {0, 0, record.info.width, pattern_of(record).height};
-    render_into_block(record, area, record.row_bytes);
+    render_rows(record, area, record.row_bytes, record.storage);
 }
 
-void render_cell(Record &record, int index) {
+void render_cell(const Record &record, int index, std::byte *memory) {
     const BUF32CELL cell = describe_cell(record, index);
-    render_into_block(record, area_of(cell.x, cell.y, cell.width, cell.height),
-                      uint32_t(cell.row_bytes));
+    render_rows(record, area_of(cell.x, cell.y, cell.width, cell.height), uint32_t(cell.row_bytes),
+                memory);
 }
 
 } // namespace q32::buffer

@@ -12,19 +12,11 @@ namespace q32::buffer {
 
 bool is_usable(const BUF32PATTERN *pattern);
 
-// A copy of the pattern's pixels for a buffer of this depth, from the runtime heap; null when there
-// is no memory.
-std::byte *copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel);
-
-struct PatternCopyTraits {
-    using Value = std::byte *;
-    static Value none() { return nullptr; }
-    static void release(Value copy);
-};
-using PatternCopy = Owner<PatternCopyTraits>;
+// A copy of the pattern's pixels for a buffer of this depth; none when there is no memory.
+RuntimeBlock copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel);
 
 // Puts pattern and copy into the record, which owns the copy from now on. Frees no older one.
-void set_pattern(Record &record, const BUF32PATTERN &pattern, std::byte *copy);
+void set_pattern(Record &record, const BUF32PATTERN &pattern, RuntimeBlock copy);
 
 // The record's pattern; its pixels are null after free_pattern_copy, and then read as zero.
 BUF32PATTERN pattern_of(const Record &record);
@@ -45,7 +37,7 @@ void render_pattern(const BUF32PATTERN &pattern, int bits_per_pixel, const Area 
 // The pattern's rows at full width, into the block.
 void render_block(Record &record);
 
-// A cell's pixels in cell layout, into the block.
-void render_cell(Record &record, int index);
+// A cell's pixels in cell layout.
+void render_cell(const Record &record, int index, std::byte *memory);
 
 } // namespace q32::buffer

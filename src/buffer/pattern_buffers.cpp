@@ -10,18 +10,15 @@
 #include "buffer/pattern.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace q32::buffer {
 namespace {
 
 // Pixels of all cells of new storage, from the pattern that the record still has.
 void render_storage(Record &record) {
-    for (int index = 0; index < record.info.cell_count; ++index) {
-        const BUF32CELL cell = describe_cell(record, index);
-        read_pattern(
-            record, area_of(cell.x, cell.y, cell.width, cell.height),
-            {record.cell_address[index], size_t(cell.row_bytes), 0, unit_bits(record.info)});
-    }
+    for (int index = 0; index < record.info.cell_count; ++index)
+        render_cell(record, index, record.cell_address[index]);
 }
 
 bool make_ordinary(Record &record, int mode) {
@@ -40,13 +37,13 @@ bool has_pattern(const void *extra) {
 
 int allocate_pattern(Record *record, const void *extra, HBUF32 *handle) {
     const auto &pattern = *static_cast<const BUF32PATTERN *>(extra);
-    PatternCopy copy(copy_pattern_pixels(pattern, record->info.bits_per_pixel));
+    RuntimeBlock copy = copy_pattern_pixels(pattern, record->info.bits_per_pixel);
     record = lay_out(record);
     GlobalBlock owned(record);
     if (!copy || !owned)
         return fail(site::no_layout);
     owned.release();
-    set_pattern(*record, pattern, copy.release());
+    set_pattern(*record, pattern, std::move(copy));
     return link(*record, handle);
 }
 
@@ -74,16 +71,15 @@ int pattern_cell_lock(Record &record, int index, void **address, BUF32CELL *cell
         return fail(site::no_such_cell);
     if (!provide_block(record))
         return fail(site::no_fill_block);
-    render_cell(record, index);
+    render_cell(record, index, record.storage);
     return count_cell_lock(record, index, record.storage, address, cell);
 }
 
 void *pattern_point_address(Record &record, int x, int y) {
-    const PixelPlace place = place_of(record, std::clamp(x, 0, record.info.width - 1),
-                                      std::clamp(y, 0, record.info.height - 1));
+    const PixelPlace place = clamped_place_of(record, x, y);
     if (!provide_block(record))
         return nullptr;
-    render_cell(record, place.cell);
+    render_cell(record, place.cell, record.storage);
     return record.storage + place.offset;
 }
 

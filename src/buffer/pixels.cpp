@@ -39,8 +39,6 @@ void copy_bit_rows(const BitRows &to, const BitRows &from, size_t bits, size_t r
 
 // --- cells --------------------------------------------------------------------------------------
 
-enum class Direction { to_memory, to_buffer };
-
 // How many bits of a row belong to the pixels left to right - 1 of the image.
 size_t run_bits(const Record &record, const PlainRows &rows, int left, int right) {
     const size_t bits = size_t(right - left) * rows.pixel_bits;

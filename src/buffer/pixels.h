@@ -21,6 +21,8 @@ constexpr size_t rectangle_row_bytes(const BUF32INFO &info, int width) {
     return size_t((uint64_t(uint32_t(width)) * unit_bits(info) + 7) / 8);
 }
 
+enum class Direction { to_memory, to_buffer };
+
 // Rows of plain memory that stand for an area.
 struct PlainRows {
     std::byte *memory;   // first row

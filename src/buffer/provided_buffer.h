@@ -1,6 +1,8 @@
 // A buffer that a call writes into: the caller's, or one that is made for it.
 #pragma once
 
+#include "geometry/area.h"
+
 #include <q32base/buffers.h>
 
 #include <cstdint>
@@ -25,8 +27,8 @@ public:
     HBUF32 buffer() const { return buffer_; }
     void keep() { is_made_ = false; }
 
-    bool make(const SIZE &size, int bits_per_pixel, std::uint32_t type, const void *extra) {
-        is_made_ = buf32Alloc(&buffer_, bits_per_pixel, size.cx, size.cy, type, extra) != 0;
+    bool make(Size size, int bits_per_pixel, std::uint32_t type, const void *extra) {
+        is_made_ = buf32Alloc(&buffer_, bits_per_pixel, size.width, size.height, type, extra) != 0;
         if (is_made_)
             *handle_ = buffer_;
         return is_made_;

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace q32::buffer {
 
@@ -91,6 +92,13 @@ inline Record *record_of(HBUF32 handle) {
 }
 inline HBUF32 handle_of(const Record &record) {
     return reinterpret_cast<HBUF32>(&record);
+}
+
+// For outputs that a caller may leave out.
+template <typename T>
+void store(T *output, std::type_identity_t<T> value) {
+    if (output != nullptr)
+        *output = value;
 }
 
 // What a buffer's image covers.

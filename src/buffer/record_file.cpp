@@ -5,7 +5,6 @@
 
 #include "buffer/buffer_manager.h"
 #include "buffer/failures.h"
-#include "library/process/owners.h"
 
 #include <cstring>
 #include <utility>
@@ -84,8 +83,7 @@ bool create_record_file() {
         return fail(site::record_file_not_created);
     // Stands before the owner of the file, so that it is deleted when that has closed it.
     ScopeGuard delete_file([&path] { DeleteFileA(path); });
-    File file(CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                          FILE_ATTRIBUTE_NORMAL, nullptr));
+    File file = open_file(path, CREATE_ALWAYS);
     if (!file)
         return fail(site::record_file_not_created);
     uint32_t master_slot;

@@ -22,17 +22,12 @@ bool is_valid(const Geometry &geometry);
 // no memory.
 Record *make_record(uint32_t type, const Geometry &geometry);
 
-// Appends a finished record to the list and stores its handle. Returns 1.
+// Appends a finished record to the list of live buffers and stores its handle. Returns 1.
 int link(Record &record, HBUF32 *handle);
 
 // Takes a record that has lost its storage out of the list and frees it. Reports and returns 0 when
 // that has happened already.
 int free_record(Record &record);
-
-// --- the list of live buffers, in order of allocation: list.cpp ----------------------------------
-
-void append_to_list(Record &record);
-void remove_from_list(Record &record);
 
 // The record behind a handle, or null when it is not a live buffer. Walks the list: a freed
 // record's memory may already be another's.

@@ -7,7 +7,6 @@
 
 #include "buffer/bookkeeping.h"
 #include "buffer/failures.h"
-#include "library/process/owners.h"
 
 #include <q32comm.h>
 
@@ -71,13 +70,8 @@ const char *choose_directory(uint32_t bytes) {
     return nullptr;
 }
 
-HANDLE open_unshared(const char *path, DWORD disposition) {
-    return CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, disposition,
-                       FILE_ATTRIBUTE_NORMAL, nullptr);
-}
-
 bool create_sized_file(const char *path, uint32_t bytes) {
-    const File file(open_unshared(path, CREATE_ALWAYS));
+    const File file = open_file(path, CREATE_ALWAYS);
     if (!file)
         return false;
     // The distance is signed: 2 GB and more, which no view could show in one piece, end here before
@@ -94,7 +88,7 @@ struct MappedFile {
     View view;
 
     bool open(const char *path, uint32_t bytes) {
-        file.reset(open_unshared(path, OPEN_ALWAYS));
+        file = open_file(path, OPEN_ALWAYS);
         if (file)
             mapping.reset(
                 CreateFileMappingA(file.get(), nullptr, PAGE_READWRITE, 0, bytes, nullptr));

@@ -17,28 +17,33 @@ namespace {
 // The caller's block. It stands for the whole rectangle, of which the image may hold a part only.
 class MemoryRectangle {
 public:
-    MemoryRectangle(const BUF32INFO &info, int x, int y, int width, int height, const void *memory)
-        : x_(x), y_(y), width_(width), height_(height), pixel_bits_(unit_bits(info)),
-          row_bytes_(bytes_of(width)),
+    MemoryRectangle(const Record &record, int x, int y, int width, int height, const void *memory)
+        : x_(x), y_(y), width_(width), height_(height),
+          inside_(intersect(area_of(x, y, width, height), area_of(record))),
+          pixel_bits_(unit_bits(record.info)), row_bytes_(bytes_of(width)),
           memory_(static_cast<std::byte *>(const_cast<void *>(memory))) {}
 
-    // Whether the address space has room for the block as far as an area's last pixel. Where it has
-    // not, the block cannot be the caller's, and nothing is touched.
-    bool reaches(const Area &area) const {
-        return has_room_for(int64_t(area.right) - x_, int64_t(area.bottom) - y_);
+    // The part that the image holds.
+    const Area &inside() const { return inside_; }
+    bool is_outside() const { return inside_.is_empty(); }
+    bool is_wholly_inside() const {
+        return inside_.left == x_ && inside_.top == y_ && inside_.width() == width_ &&
+               inside_.height() == height_;
     }
-    bool has_room() const { return has_room_for(width_, height_); }
 
-    bool stands_for(const Area &area) const {
-        return area.left == x_ && area.top == y_ && area.width() == width_ &&
-               area.height() == height_;
+    // Whether the address space has room for the block, or for as much of it as reaches to the last
+    // pixel inside. Where it has not, the block cannot be the caller's, and nothing is touched.
+    bool has_room() const { return has_room_for(width_, height_); }
+    bool has_room_inside() const {
+        return has_room_for(int64_t(inside_.right) - x_, int64_t(inside_.bottom) - y_);
     }
+
     bool has_padding() const { return uint64_t(width_) * pixel_bits_ % 8 != 0; }
 
-    // Where the pixels of an area inside the rectangle lie.
-    PlainRows rows(const Area &area) const {
-        const uint64_t first_bit = uint64_t(int64_t(area.left) - x_) * pixel_bits_;
-        const uint64_t offset = uint64_t(int64_t(area.top) - y_) * row_bytes_ + first_bit / 8;
+    // Where the pixels inside lie.
+    PlainRows rows() const {
+        const uint64_t first_bit = uint64_t(int64_t(inside_.left) - x_) * pixel_bits_;
+        const uint64_t offset = uint64_t(int64_t(inside_.top) - y_) * row_bytes_ + first_bit / 8;
         return {memory_ + size_t(offset), size_t(row_bytes_), size_t(first_bit % 8), pixel_bits_};
     }
 
@@ -50,16 +55,17 @@ public:
             fill_pixels(memory_, colour, pixel_bytes(), size_t(width_) * size_t(height_));
     }
 
-    void fill_area(const Area &area, const void *colour) const {
-        const PlainRows rows = this->rows(area);
-        for (int y = 0; y < area.height(); ++y)
-            fill_pixels(rows.memory + size_t(y) * rows.stride, colour, pixel_bytes(),
-                        size_t(area.width()));
+    void fill_inside(const void *colour) const {
+        const PlainRows first = rows();
+        for (int y = 0; y < inside_.height(); ++y)
+            fill_pixels(first.memory + size_t(y) * first.stride, colour, pixel_bytes(),
+                        size_t(inside_.width()));
     }
 
-    // What surrounds the area lies, in the order of the memory, before it, between the end of each
-    // of its rows and the start of the next one, and behind it. From 8 bits on.
-    void fill_around(const Area &area, const void *colour) const {
+    // What surrounds the pixels inside lies, in the order of the memory, before it, between the end
+    // of each of its rows and the start of the next one, and behind it. From 8 bits on.
+    void fill_outside(const void *colour) const {
+        const Area &area = inside_;
         const size_t width = size_t(width_);
         const size_t before = size_t(area.top - y_) * width + size_t(area.left - x_);
         const size_t between = width - size_t(area.width());
@@ -94,6 +100,7 @@ private:
 
     int x_, y_;
     int width_, height_;
+    Area inside_;
     uint32_t pixel_bits_;
     uint64_t row_bytes_;
     std::byte *memory_;
@@ -101,22 +108,25 @@ private:
 
 // --- reading ------------------------------------------------------------------------------------
 
+bool read_inside(const Record &record, const MemoryRectangle &block) {
+    return read_pixels(record, block.inside(), block.rows());
+}
+
 // Under 8 bits neighbours share bytes: the background goes first, the pixels over it.
-bool read_bits_over_background(const Record &record, const Area &inside,
-                               const MemoryRectangle &block, const void *background) {
-    if (!block.stands_for(inside) || block.has_padding())
+bool read_bits_over_background(const Record &record, const MemoryRectangle &block,
+                               const void *background) {
+    if (!block.is_wholly_inside() || block.has_padding())
         block.fill(background);
-    return read_pixels(record, inside, block.rows(inside));
+    return read_inside(record, block);
 }
 
 } // namespace
 
 int get_memory(Record &record, int x, int y, int width, int height, void *memory) {
-    const Area inside = intersect(area_of(x, y, width, height), area_of(record));
-    if (inside.is_empty())
+    const MemoryRectangle block(record, x, y, width, height, memory);
+    if (block.is_outside())
         return fail(site::nothing_to_get);
-    const MemoryRectangle block(record.info, x, y, width, height, memory);
-    return block.reaches(inside) && read_pixels(record, inside, block.rows(inside));
+    return block.has_room_inside() && read_inside(record, block);
 }
 
 int get_memory_with_background(Record &record, int x, int y, int width, int height, void *memory,
@@ -124,37 +134,35 @@ int get_memory_with_background(Record &record, int x, int y, int width, int heig
     if (width < 1 || height < 1)
         return 1; // a block without bytes
     const Colour colour(record.info, background);
-    const MemoryRectangle block(record.info, x, y, width, height, memory);
+    const MemoryRectangle block(record, x, y, width, height, memory);
     if (!block.has_room())
         return 0;
-    const Area inside = intersect(area_of(x, y, width, height), area_of(record));
-    if (inside.is_empty()) {
+    if (block.is_outside()) {
         block.fill(colour.words);
         return 1;
     }
     if (record.info.bits_per_pixel < 8)
         return under_own_lock(record, BUF32_READ, [&] {
-            return read_bits_over_background(record, inside, block, colour.words);
+            return read_bits_over_background(record, block, colour.words);
         });
-    block.fill_around(inside, colour.words);
-    return read_pixels(record, inside, block.rows(inside));
+    block.fill_outside(colour.words);
+    return read_inside(record, block);
 }
 
 int merge_memory(Record &record, int x, int y, int width, int height, const void *memory) {
-    const Area inside = intersect(area_of(x, y, width, height), area_of(record));
-    if (inside.is_empty())
+    const MemoryRectangle block(record, x, y, width, height, memory);
+    if (block.is_outside())
         return fail(site::nothing_to_merge);
-    const MemoryRectangle block(record.info, x, y, width, height, memory);
-    return block.reaches(inside) && prepare_for_writing(record) &&
-           write_pixels(record, inside, block.rows(inside));
+    return block.has_room_inside() && prepare_for_writing(record) &&
+           write_pixels(record, block.inside(), block.rows());
 }
 
 // The whole block gets the colour, not only the part inside the image: programs rely on a clipped
 // rectangle of one colour coming back full.
 int one_colour_get_memory(Record &record, int x, int y, int width, int height, void *memory) {
-    if (intersect(area_of(x, y, width, height), area_of(record)).is_empty())
+    const MemoryRectangle block(record, x, y, width, height, memory);
+    if (block.is_outside())
         return fail(site::nothing_to_get_of_one_colour);
-    const MemoryRectangle block(record.info, x, y, width, height, memory);
     if (!block.has_room())
         return 0;
     block.fill(record.info.colour);
@@ -163,17 +171,16 @@ int one_colour_get_memory(Record &record, int x, int y, int width, int height, v
 
 int one_colour_get_memory_with_background(Record &record, int x, int y, int width, int height,
                                           void *memory, const void *background) {
-    const Area inside = intersect(area_of(x, y, width, height), area_of(record));
-    if (record.info.bits_per_pixel < 8 || inside.is_empty())
+    const MemoryRectangle block(record, x, y, width, height, memory);
+    if (record.info.bits_per_pixel < 8 || block.is_outside())
         return get_memory_with_background(record, x, y, width, height, memory, background);
-    const MemoryRectangle block(record.info, x, y, width, height, memory);
     if (!block.has_room())
         return 0;
-    if (block.stands_for(inside)) {
+    if (block.is_wholly_inside()) {
         block.fill(record.info.colour);
     } else {
-        block.fill_around(inside, Colour(record.info, background).words);
-        block.fill_area(inside, record.info.colour);
+        block.fill_outside(Colour(record.info, background).words);
+        block.fill_inside(record.info.colour);
     }
     return 1;
 }

@@ -3,9 +3,9 @@
 #include "buffer/types.h"
 
 #include "buffer/bitmaps.h"
+#include "buffer/block_storage.h"
 #include "buffer/cells.h"
 #include "buffer/entries.h"
-#include "buffer/one_colour.h"
 #include "buffer/pattern.h"
 
 namespace q32::buffer {
@@ -67,15 +67,18 @@ constexpr Operations pattern_set = [] {
     return set;
 }();
 
+// Whatever reads works, whatever writes is refused. buf32MergeBuf is refused from such a buffer as
+// well, though it would only read: programs know its number 63 so. Another buffer merged onto
+// caller memory ends at merge_memory, number 64.
 constexpr Operations caller_memory_set = [] {
     Operations set = ordinary_set;
     set.lock = caller_memory_lock;
-    set.cell_lock = caller_memory_cell_lock;
-    set.point_address = caller_memory_point_address;
-    set.fill_one_colour = caller_memory_fill_one_colour;
-    set.duplicate = caller_memory_duplicate;
-    set.merge_buffer = caller_memory_merge_buffer;
-    set.merge_memory = caller_memory_merge_memory;
+    set.cell_lock = refuse_silently; // the rows are not in cells
+    set.point_address = refuse<site::caller_memory_no_point>;
+    set.fill_one_colour = refuse<site::caller_memory_no_fill>;
+    set.duplicate = refuse_silently;
+    set.merge_buffer = refuse<site::caller_memory_no_merge_buffer>;
+    set.merge_memory = refuse<site::caller_memory_no_merge_memory>;
     set.line_span = nullptr;
     set.fill_pattern = nullptr;
     return set;
@@ -111,6 +114,7 @@ constexpr BufferType types[] = {
     {.type = BUF32_DIB,
      .operations = &bitmap_set,
      .allocate_over = allocate_bitmap,
+     .make_alike = make_for_bitmap_copy,
      .storage_kind = Storage::callers,
      .has_address_per_row = true,
      .copy_from_source = copy_bitmap,

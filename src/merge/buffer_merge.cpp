@@ -1,9 +1,10 @@
 // The exports that merge out of and into buffers: check, clip, lock, and merge the pieces that lie
 // inside one cell of each buffer involved.
 #include "geometry/system_rect.h"
+#include "library/process/bytes.h"
 #include "merge/cell_walk.h"
+#include "merge/layers.h"
 #include "merge/placement.h"
-#include "merge/rectangle.h"
 
 #include <q32base/merge.h>
 
@@ -77,47 +78,27 @@ struct SourceCell {
 
 // --- pieces -------------------------------------------------------------------------------------
 
-// Where a part of the overlay goes: rows of plain memory or of a cell.
-struct Target {
-    Area part; // in coordinates of the overlay
-    uint8_t *first_pixel;
-    size_t stride;
-
-    uint8_t *pixel(int x, int y, int bytes_per_pixel) const {
-        return first_pixel + size_t(y - part.top) * stride +
-               size_t(x - part.left) * size_t(bytes_per_pixel);
-    }
-};
-
-// Merges what of the target comes from one cell. Masks are taken as they are: one whose cell does
-// not hold the piece, because it is smaller or divided in another way, is found out here.
-bool merge_piece(const Job &job, const SourceCell &source, const Target &target,
+// Merges into rows, in coordinates of the overlay, what of them comes from one cell. Masks are
+// taken as they are: one whose cell does not hold the piece, because it is smaller or divided in
+// another way, is found out here.
+bool merge_piece(const Job &job, const SourceCell &source, const PixelRows<uint8_t> &rows,
                  const Area &piece) {
     constexpr int mask_bytes = 1;
     if (job.has_mask() && !source.mask.holds(piece, mask_bytes))
         return false;
-    Rectangle rectangle = {};
-    rectangle.destination = target.pixel(piece.left, piece.top, job.bytes_per_pixel);
-    rectangle.destination_stride = target.stride;
-    rectangle.overlay = source.overlay.pixel(piece.left, piece.top, job.bytes_per_pixel);
-    rectangle.overlay_stride = source.overlay.stride();
-    if (job.has_mask()) {
-        rectangle.mask = source.mask.pixel(piece.left, piece.top, mask_bytes);
-        rectangle.mask_stride = source.mask.stride();
-    }
-    rectangle.width = piece.width();
-    rectangle.height = piece.height();
-    rectangle.bytes_per_pixel = job.bytes_per_pixel;
-    return merge_rectangle(rectangle, job.mode, job.transparency);
+    return merge_layers({.base = rows,
+                         .mask = source.mask.rows(mask_bytes),
+                         .overlay = source.overlay.rows(job.bytes_per_pixel)},
+                        piece, job.mode, job.transparency);
 }
 
 // --- into a buffer ------------------------------------------------------------------------------
 
-bool merge_into_cell(const Job &job, const Target &target) {
-    return each_cell(job.overlay, target.part, [&](int index) {
+bool merge_into_cell(const Job &job, const PixelRows<uint8_t> &rows, const Area &part) {
+    return each_cell(job.overlay, part, [&](int index) {
         SourceCell source;
         return source.lock(job, index) &&
-               merge_piece(job, source, target, intersect(source.overlay.area(), target.part));
+               merge_piece(job, source, rows, intersect(source.overlay.area(), part));
     });
 }
 
@@ -127,63 +108,50 @@ bool merge_into_buffer(const Job &job, HBUF32 destination, const Placement &plac
     SourceLocks source_locks;
     if (!destination_lock.lock(destination, BUF32_WRITE_3) || !source_locks.lock(job))
         return false;
-    const int dx = placement.overlay.left - placement.destination.left;
-    const int dy = placement.overlay.top - placement.destination.top;
+    const Point to_overlay = placement.overlay.corner() - placement.destination.corner();
     return each_cell(destination, placement.destination, [&](int index) {
         CellLock cell;
         if (!cell.lock(destination, index))
             return false;
-        const Area piece = intersect(cell.area(), placement.destination);
-        return merge_into_cell(job, {moved(piece, dx, dy),
-                                     cell.pixel(piece.left, piece.top, job.bytes_per_pixel),
-                                     cell.stride()});
+        PixelRows<uint8_t> rows = cell.rows(job.bytes_per_pixel);
+        rows.left += to_overlay.x;
+        rows.top += to_overlay.y;
+        const Area part = intersect(cell.area(), placement.destination);
+        return merge_into_cell(job, rows, moved(part, to_overlay));
     });
 }
 
 // --- into plain memory --------------------------------------------------------------------------
 
-struct Image {
-    uint8_t *memory;
-    Format format;
-
-    size_t stride() const { return size_t(format.width) * size_t(format.bytes_per_pixel); }
-    uint64_t offset_of(int x, int y) const {
-        return pixels_before(x, y) * unsigned(format.bytes_per_pixel);
-    }
-    // Whether the address space has room for the image as far as an area's last pixel. Where it has
-    // not, the image cannot be the caller's, and nothing is touched.
-    bool reaches(const Area &area) const {
-        const uintptr_t room = UINTPTR_MAX - reinterpret_cast<uintptr_t>(memory);
-        const int bytes_per_pixel = std::max(format.bytes_per_pixel, 1);
-        return pixels_before(area.right, area.bottom - 1) <= room / unsigned(bytes_per_pixel);
-    }
-
-private:
-    uint64_t pixels_before(int x, int y) const {
-        return uint64_t(unsigned(y)) * unsigned(format.width) + unsigned(x);
-    }
-};
+// Whether the address space has room for an image as far as an area's last pixel. Where it has not,
+// the image cannot be the caller's, and nothing is touched.
+bool has_room(const uint8_t *image, const Format &format, const Area &area) {
+    const uintptr_t room = UINTPTR_MAX - reinterpret_cast<uintptr_t>(image);
+    const uint64_t pixels =
+        uint64_t(unsigned(area.bottom - 1)) * unsigned(format.width) + unsigned(area.right);
+    return pixels <= room / unsigned(std::max(format.bytes_per_pixel, 1));
+}
 
 // All cells of the placed rectangle are visited, those beyond the image too.
-bool merge_into_image(const Job &job, const Image &image, const Placement &placement) {
-    const Area &place = placement.destination;
-    if (!image.reaches(place))
-        return false;
+bool merge_into_image(const Job &job, uint8_t *image, const Format &format,
+                      const Placement &placement) {
     SourceLocks locks;
-    if (!locks.lock(job))
+    if (!has_room(image, format, placement.destination) || !locks.lock(job))
         return false;
-    const Target target = {landing_part(placement),
-                           image.memory + image.offset_of(place.left, place.top), image.stride()};
+    const Point corner = placement.overlay.corner() - placement.destination.corner();
+    const size_t stride = size_t(format.width) * size_t(format.bytes_per_pixel);
+    const PixelRows<uint8_t> rows = {image, corner.x, corner.y, stride, format.bytes_per_pixel};
+    const Area landing = landing_part(placement);
     return each_cell(job.overlay, placement.overlay, [&](int index) {
         SourceCell source;
         if (!source.lock(job, index))
             return false;
-        const Area piece = intersect(source.overlay.area(), target.part);
+        const Area piece = intersect(source.overlay.area(), landing);
         if (piece.is_empty()) {
             source.unlock_unmerged(job);
             return true;
         }
-        return merge_piece(job, source, target, piece);
+        return merge_piece(job, source, rows, piece);
     });
 }
 
@@ -192,6 +160,7 @@ bool merge_into_image(const Job &job, const Image &image, const Placement &place
 
 using namespace q32::merge;
 using q32::as_area;
+using q32::bytes;
 
 int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 mask, HBUF32 overlay,
                               const RECT *rectangle, int mode, int transparency) {
@@ -240,5 +209,5 @@ int Q32_CALL i32MergeBufToRam(void *image, int x, int y, int width, int height, 
     if (placement.outcome != Outcome::placed)
         return placement.outcome == Outcome::nothing_left;
     const Job job = {mask, overlay, bytes_per_pixel, mode, transparency};
-    return merge_into_image(job, {static_cast<uint8_t *>(image), to}, placement);
+    return merge_into_image(job, bytes(image), to, placement);
 }

@@ -1,7 +1,5 @@
-// Locks of cells, and where cells lie.
+// Locks of cells.
 #include "merge/cell_walk.h"
-
-#include "buffer/record.h"
 
 #include <utility>
 
@@ -24,17 +22,6 @@ void CellLock::unlock() {
 bool CellLock::holds(const Area &area, int bytes_per_pixel) const {
     return contains(this->area(), area) &&
            std::size_t(area.right - cell_.x) * std::size_t(bytes_per_pixel) <= stride();
-}
-
-std::uint8_t *CellLock::pixel(int x, int y, int bytes_per_pixel) const {
-    return address_ + std::size_t(y - cell_.y) * stride() +
-           std::size_t(x - cell_.x) * std::size_t(bytes_per_pixel);
-}
-
-CellRange cells_covering(HBUF32 buffer, const Area &area) {
-    const BUF32INFO &info = buffer::record_of(buffer)->info;
-    return {info.cell_columns, area.left / info.cell_width, (area.right - 1) / info.cell_width,
-            area.top / info.cell_height, (area.bottom - 1) / info.cell_height};
 }
 
 } // namespace q32::merge

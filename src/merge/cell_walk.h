@@ -3,7 +3,8 @@
 #pragma once
 
 #include "buffer/buffer_lock.h"
-#include "geometry/area.h"
+#include "buffer/record.h"
+#include "merge/layers.h"
 
 #include <q32base/buffers.h>
 
@@ -29,36 +30,35 @@ public:
 
     int index() const { return cell_.index; }
     Area area() const { return area_of(cell_.x, cell_.y, cell_.width, cell_.height); }
-    std::size_t stride() const { return std::size_t(cell_.row_bytes); }
 
     // Whether an area of pixels of this size lies inside the cell.
     bool holds(const Area &area, int bytes_per_pixel) const;
 
-    // Pixel (x, y) of the image, which lies in the cell.
-    std::uint8_t *pixel(int x, int y, int bytes_per_pixel) const;
+    // Its rows, without memory where it has not been locked.
+    PixelRows<std::uint8_t> rows(int bytes_per_pixel) const {
+        return {address_, cell_.x, cell_.y, stride(), bytes_per_pixel};
+    }
 
 private:
+    std::size_t stride() const { return std::size_t(cell_.row_bytes); }
+
     HBUF32 buffer_ = 0; // 0: nothing to unlock
     std::uint8_t *address_ = nullptr;
     BUF32CELL cell_ = {};
 };
 
-// The cells that an area inside the image covers, as columns and bands of a buffer's grid.
-struct CellRange {
-    int columns_of_buffer;
-    int first_column, last_column;
-    int first_band, last_band;
-};
-CellRange cells_covering(HBUF32 buffer, const Area &area);
-
-// Calls visit with the index of each cell that an area covers, band by band and left to right. Ends
-// with false as soon as visit does.
+// Calls visit with the index of each cell that an area inside the image covers, band by band and
+// left to right. Ends with false as soon as visit does.
 template <typename Visit>
-bool each_cell(HBUF32 buffer, const Area &area, const Visit &visit) {
-    const CellRange range = cells_covering(buffer, area);
-    for (int band = range.first_band; band <= range.last_band; ++band)
-        for (int column = range.first_column; column <= range.last_column; ++column)
-            if (!visit(band * range.columns_of_buffer + column))
+bool each_cell(HBUF32 handle, const Area &area, const Visit &visit) {
+    const BUF32INFO &info = buffer::record_of(handle)->info;
+    const int columns = info.cell_columns;
+    const int first_column = area.left / info.cell_width;
+    const int last_column = (area.right - 1) / info.cell_width;
+    const int last_band = (area.bottom - 1) / info.cell_height;
+    for (int band = area.top / info.cell_height; band <= last_band; ++band)
+        for (int column = first_column; column <= last_column; ++column)
+            if (!visit(band * columns + column))
                 return false;
     return true;
 }

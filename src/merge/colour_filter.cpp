@@ -59,13 +59,6 @@ ColourRange range_of(const I32COLORRANGE &entry, size_t ranged_samples) {
     return range;
 }
 
-// Room for the ranges of a filter that has some. None when there is no memory.
-GlobalBlock allocate_ranges(uint32_t count) {
-    constexpr uint32_t most = UINT32_MAX / sizeof(ColourRange);
-    return GlobalBlock(count <= most ? GlobalAlloc(GMEM_FIXED, count * sizeof(ColourRange))
-                                     : nullptr);
-}
-
 // --- masks --------------------------------------------------------------------------------------
 
 void begin_mask(uint8_t *mask, const void *given, size_t pixels) {
@@ -87,6 +80,7 @@ const FilterKernels &kernels_for(const uint8_t *mask, const uint8_t *source, siz
 
 int Q32_CALL i32ColorFilter(void *mask_out, const void *mask_in, const void *source, int type,
                             unsigned pixels, const I32COLORFILTER *filter, int inside) {
+    using namespace q32;
     using namespace q32::merge;
     const FilterType *const filter_type = type_of(type);
     if (mask_out == nullptr || filter_type == nullptr || filter == nullptr)
@@ -97,9 +91,9 @@ int Q32_CALL i32ColorFilter(void *mask_out, const void *mask_in, const void *sou
     if (looks_at_pixels && source == nullptr)
         return 0;
 
-    q32::GlobalBlock block;
+    GlobalBlock block;
     if (filter->count > 0) {
-        block = allocate_ranges(filter->count);
+        block = make_global_block(GMEM_FIXED, uint64_t{filter->count} * sizeof(ColourRange));
         if (!block)
             return 0;
     }

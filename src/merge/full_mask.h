@@ -7,40 +7,27 @@
 
 #include <cstdint>
 #include <cstring>
-#include <limits>
+#include <optional>
 
 namespace q32::merge {
 
 // From the global heap. Owns nothing until it is made.
 class FullMask {
 public:
-    FullMask() = default;
-    FullMask(const FullMask &) = delete;
-    FullMask &operator=(const FullMask &) = delete;
-    ~FullMask() {
-        if (row_ != nullptr)
-            GlobalUnlock(block_.get());
-    }
-
     // A block for this many pixels and two, with row_pixels of them filled. False: no memory.
     bool make(std::uint64_t pixels, std::size_t row_pixels) {
-        if (pixels > std::numeric_limits<std::size_t>::max() - 2)
+        block_ = make_global_block(GMEM_MOVEABLE | GMEM_ZEROINIT, pixels + 2);
+        if (!block_ || locked_.emplace(block_.get()).memory() == nullptr)
             return false;
-        block_.reset(GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, std::size_t(pixels) + 2));
-        if (!block_)
-            return false;
-        row_ = GlobalLock(block_.get());
-        if (row_ == nullptr)
-            return false;
-        std::memset(row_, 255, row_pixels);
+        std::memset(locked_->memory(), 255, row_pixels);
         return true;
     }
 
-    const std::uint8_t *row() const { return static_cast<const std::uint8_t *>(row_); }
+    const std::uint8_t *row() const { return static_cast<const std::uint8_t *>(locked_->memory()); }
 
 private:
     GlobalBlock block_;
-    void *row_ = nullptr;
+    std::optional<LockedBlock> locked_;
 };
 
 } // namespace q32::merge

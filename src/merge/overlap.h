@@ -13,14 +13,15 @@ inline constexpr std::size_t any_number = std::numeric_limits<std::size_t>::max(
 
 // Memory that is gone through row by row.
 struct Rows {
-    const std::uint8_t *first;
-    std::size_t row_bytes;
+    const std::uint8_t *first = nullptr;
+    std::size_t row_bytes = 0;
     std::size_t stride = 0; // from row to row
     std::size_t count = 1;
 
     std::uintptr_t begin() const { return reinterpret_cast<std::uintptr_t>(first); }
     std::uintptr_t end() const { return begin() + (count - 1) * stride + row_bytes; }
 
+    bool follow_on_each_other() const { return stride == row_bytes; }
     bool operator==(const Rows &) const = default;
 };
 

@@ -1,12 +1,11 @@
 // The exports that merge rectangles of plain memory: clip, find a mask, raise the thread's
-// priority. Merging what is left is rectangle.h's part.
+// priority. Merging what is left is layers.h's part.
 #include "geometry/system_rect.h"
 #include "library/process/bytes.h"
 #include "library/process/thread_priority.h"
 #include "merge/failures.h"
 #include "merge/full_mask.h"
-#include "merge/rectangle.h"
-#include "merge/run.h"
+#include "merge/layers.h"
 
 #include <q32base/merge.h>
 
@@ -15,28 +14,11 @@ namespace {
 
 // --- helpers ------------------------------------------------------------------------------------
 
-// An image of packed rows and where it lies. It may be wider than memory can be; differences and
-// products wrap around then, and come out right for every pixel that does lie in memory.
+// Packed rows that fill an area.
 template <typename Byte>
-struct Image {
-    Byte *memory;
-    int left, top;
-    std::size_t width; // pixels
-    int bytes_per_pixel;
-
-    std::size_t stride() const { return width * unsigned(bytes_per_pixel); }
-    Byte *pixel(int x, int y) const {
-        const std::size_t rows = std::size_t(y) - std::size_t(top);
-        const std::size_t pixels = std::size_t(x) - std::size_t(left);
-        return memory + (rows * stride() + pixels * unsigned(bytes_per_pixel));
-    }
-};
-
-// One that fills an area.
-template <typename Byte>
-Image<Byte> image_of(Byte *memory, const Area &area, int bytes_per_pixel) {
-    return {memory, area.left, area.top, std::size_t(area.right) - std::size_t(area.left),
-            bytes_per_pixel};
+PixelRows<Byte> packed_rows(Byte *memory, const Area &area, int bytes_per_pixel) {
+    const std::size_t width = std::size_t(area.right) - std::size_t(area.left);
+    return {memory, area.left, area.top, width * unsigned(bytes_per_pixel), bytes_per_pixel};
 }
 
 // Quirk: these two do without a full mask, so that they weigh by the transparency alone as i32Merge
@@ -53,41 +35,34 @@ struct Holdings {
     ThreadPriority priority;
 };
 
-struct Images {
-    Image<std::uint8_t> image;
-    Image<const std::uint8_t> mask;
-    Image<const std::uint8_t> overlay;
-};
-
-// Merges this area of the images, which all of them cover.
-int merge_area(Holdings &held, const Images &images, const Area &area, int mode, int transparency) {
-    const int bytes_per_pixel = images.image.bytes_per_pixel;
-    if (area.is_empty() || bytes_per_pixel < 1 || bytes_per_pixel > max_bytes_per_pixel ||
-        images.image.memory == nullptr || images.overlay.memory == nullptr)
+// Merges what the areas have in common, all in coordinates of the image: the layers cover it.
+int merge_common(Layers layers, const Area &image, const Area &part, const Area &overlay, int mode,
+                 int transparency) {
+    Holdings held;
+    const Area met = intersect(image, part);
+    if (met.is_empty())
+        return fail(site::misses_image);
+    const Area area = intersect(met, overlay);
+    if (area.is_empty())
+        return fail(site::misses_overlay);
+    if (!can_be_merged(layers, area) || layers.base.memory == nullptr ||
+        layers.overlay.memory == nullptr)
         return 0;
-
-    Rectangle rectangle{.destination = images.image.pixel(area.left, area.top),
-                        .mask = nullptr,
-                        .overlay = images.overlay.pixel(area.left, area.top),
-                        .width = area.width(),
-                        .height = area.height(),
-                        .destination_stride = images.image.stride(),
-                        .overlay_stride = images.overlay.stride(),
-                        .mask_stride = images.mask.stride(),
-                        .bytes_per_pixel = bytes_per_pixel};
     GivenMask given = GivenMask::as_it_is;
-    if (images.mask.memory != nullptr) {
-        rectangle.mask = images.mask.pixel(area.left, area.top);
-    } else if (!does_without_mask(mode)) {
+    if (!layers.has_mask() && !does_without_mask(mode)) {
         const std::size_t width = std::size_t(area.width());
         if (!held.full_mask.make(std::uint64_t(width) * unsigned(area.height()), width))
             return 0;
-        rectangle.mask = held.full_mask.row();
-        rectangle.mask_stride = 0;
+        layers.mask = {held.full_mask.row(), area.left, area.top, 0, 1};
         given = GivenMask::full;
     }
     held.priority.raise();
-    return merge_masked_rectangle(rectangle, given, mode, transparency);
+    return merge_masked_layers(layers, area, given, mode, transparency);
+}
+
+// A rectangle that is not there meets nothing.
+Area area_or_none(const RECT *rectangle) {
+    return rectangle != nullptr ? as_area(*rectangle) : Area{};
 }
 
 } // namespace
@@ -105,49 +80,29 @@ int Q32_CALL i32MergeEx(void *image, int width, int height, const void *mask,
                         const RECT *mask_rectangle, const void *overlay,
                         const RECT *overlay_rectangle, int bytes_per_pixel, int mode,
                         int transparency) {
-    Holdings held;
     const Area bounds = area_of(0, 0, width, height);
-    if (mask_rectangle == nullptr)
-        return q32::fail(site::misses_image);
-    const Area mask_area = as_area(*mask_rectangle);
-    const Area masked = intersect(bounds, mask_area);
-    if (masked.is_empty())
-        return q32::fail(site::misses_image);
-    if (overlay_rectangle == nullptr)
-        return q32::fail(site::misses_overlay);
-    const Area overlay_area = as_area(*overlay_rectangle);
-    const Area work = intersect(masked, overlay_area);
-    if (work.is_empty())
-        return q32::fail(site::misses_overlay);
-    return merge_area(held,
-                      {.image = image_of(bytes(image), bounds, bytes_per_pixel),
-                       .mask = image_of(bytes(mask), mask_area, 1),
-                       .overlay = image_of(bytes(overlay), overlay_area, bytes_per_pixel)},
-                      work, mode, transparency);
+    const Area mask_area = area_or_none(mask_rectangle);
+    const Area overlay_area = area_or_none(overlay_rectangle);
+    return merge_common({.base = packed_rows(bytes(image), bounds, bytes_per_pixel),
+                         .mask = packed_rows(bytes(mask), mask_area, 1),
+                         .overlay = packed_rows(bytes(overlay), overlay_area, bytes_per_pixel)},
+                        bounds, mask_area, overlay_area, mode, transparency);
 }
 
 int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int bytes_per_pixel, int x, int y,
                               const void *overlay, const void *mask, int overlay_width,
                               int overlay_height, RECT rectangle, int mode, int transparency) {
-    Holdings held;
     const Area bounds = area_of(0, 0, width, height);
     const Area source = as_area(rectangle);
     const std::int64_t dx = std::int64_t(x) - source.left;
     const std::int64_t dy = std::int64_t(y) - source.top;
-    const Area placed = moved(source, dx, dy);
-    const Area met = intersect(bounds, placed);
-    if (met.is_empty())
-        return q32::fail(site::misses_image);
     const Area overlay_area = moved(area_of(0, 0, overlay_width, overlay_height), dx, dy);
-    const Area work = intersect(met, overlay_area);
-    if (work.is_empty())
-        return q32::fail(site::misses_overlay);
     // The area may have been cut, the rows have not.
     const std::size_t row = std::size_t(overlay_width);
     const int left = overlay_area.left, top = overlay_area.top;
-    return merge_area(held,
-                      {.image = image_of(bytes(image), bounds, bytes_per_pixel),
-                       .mask = {bytes(mask), left, top, row, 1},
-                       .overlay = {bytes(overlay), left, top, row, bytes_per_pixel}},
-                      work, mode, transparency);
+    return merge_common(
+        {.base = packed_rows(bytes(image), bounds, bytes_per_pixel),
+         .mask = {bytes(mask), left, top, row, 1},
+         .overlay = {bytes(overlay), left, top, row * unsigned(bytes_per_pixel), bytes_per_pixel}},
+        bounds, moved(source, dx, dy), overlay_area, mode, transparency);
 }

@@ -25,10 +25,6 @@ bool is_too_large(std::uint64_t size) {
     return size > std::numeric_limits<std::size_t>::max();
 }
 
-GlobalBlock make_block(UINT flags, std::uint64_t size) {
-    return GlobalBlock(is_too_large(size) ? nullptr : GlobalAlloc(flags, std::size_t(size)));
-}
-
 // --- drivers ------------------------------------------------------------------------------------
 
 int copy_base(const Run &run, int bytes_per_pixel) {
@@ -63,7 +59,7 @@ int merge_with_copy(const Mode &mode, Run run, int bytes_per_pixel, int transpar
     GlobalBlock copy;
     if (run.overlay == run.result) {
         const std::uint64_t size = size_of(run, bytes_per_pixel);
-        copy = make_block(GMEM_ZEROINIT, size);
+        copy = make_global_block(GMEM_ZEROINIT, size);
         if (!copy)
             return fail(*mode.no_overlay_copy);
         std::memcpy(copy.get(), run.overlay, std::size_t(size));
@@ -79,13 +75,13 @@ int transfer(const Mode &mode, const Run &run, int bytes_per_pixel, int transpar
     if (bytes_per_pixel != 3)
         return 0;
     const std::uint64_t pixels = run.pixels;
-    const GlobalBlock base_records = make_block(0, pixels * record_bytes);
+    const GlobalBlock base_records = make_global_block(0, pixels * record_bytes);
     if (!base_records)
         return 0;
-    const GlobalBlock merged_records = make_block(0, pixels * record_bytes);
+    const GlobalBlock merged_records = make_global_block(0, pixels * record_bytes);
     if (!merged_records)
         return fail(site::no_run_work_rows);
-    const GlobalBlock merged = make_block(0, pixels * 3 + 2);
+    const GlobalBlock merged = make_global_block(0, pixels * 3 + 2);
     if (!merged)
         return fail(site::no_run_work_rows);
     return merge(mode, run, bytes_per_pixel, transparency, bytes(base_records.get()));

@@ -58,10 +58,10 @@ HGLOBAL rectangles_of_current_owner() {
         return nullptr;
     rects->count = count;
     RECT *next = rects->rectangles;
-    *next++ = dispatcher.current_rectangle();
+    *next++ = as_rect(dispatcher.current_area());
     for (const WaitingJob &job : waiting)
         if (job.owner == owner)
-            *next++ = job.rectangle;
+            *next++ = as_rect(job.area);
     return rects;
 }
 
@@ -69,6 +69,7 @@ HGLOBAL rectangles_of_current_owner() {
 } // namespace q32::queue
 
 using namespace q32::queue;
+using q32::as_area;
 
 int Q32_CALL d32AddQueue(uint32_t owner, const RECT *rectangle, int replace, intptr_t value1,
                          intptr_t value2, int mode, const DispatchDesc *description) {
@@ -77,12 +78,13 @@ int Q32_CALL d32AddQueue(uint32_t owner, const RECT *rectangle, int replace, int
     const q32::LibraryLock lock;
     if (owner == 0 || rectangle == nullptr || description == nullptr ||
         description->callback == nullptr || !sizes_are_valid(mode, *description) ||
-        (!replace && q32::as_area(*rectangle).is_empty()))
+        (!replace && as_area(*rectangle).is_empty()))
         return 0;
+    const q32::Area area = as_area(*rectangle);
     return dispatcher.add({.owner = owner,
                            .description = *description,
-                           .rectangle = *rectangle,
-                           .end_rectangle = *rectangle,
+                           .area = area,
+                           .end_area = area,
                            .value1 = value1,
                            .value2 = value2,
                            .mode = mode},
@@ -120,7 +122,7 @@ int Q32_CALL d32IsInQueue(uint32_t owner, int wait) {
 
 int Q32_CALL d32SetEndDispatchRect(uint32_t owner, const RECT *rectangle, const RECT *end) {
     return rectangle != nullptr && end != nullptr &&
-           dispatcher.set_end_rectangle(owner, *rectangle, *end);
+           dispatcher.set_end_area(owner, as_area(*rectangle), as_area(*end));
 }
 
 int Q32_CALL d32SetFirstService(uint32_t owner) {

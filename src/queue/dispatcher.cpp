@@ -6,12 +6,8 @@
 namespace q32::queue {
 namespace {
 
-std::intptr_t as_parameter(const RECT &rectangle) {
-    return reinterpret_cast<std::intptr_t>(&rectangle);
-}
-
 bool has_steps(const WaitingJob &job) {
-    return job.mode == D32_STEPS || !as_area(job.rectangle).is_empty();
+    return job.mode == D32_STEPS || !job.area.is_empty();
 }
 
 } // namespace
@@ -23,24 +19,28 @@ int Dispatcher::call_back(int message, std::intptr_t parameter) const {
     return description.callback(message, current_.owner, parameter, description.user_data);
 }
 
+int Dispatcher::call_back(int message, const Area &area) const {
+    const RECT rectangle = as_rect(area);
+    return call_back(message, reinterpret_cast<std::intptr_t>(&rectangle));
+}
+
 // False when the callback has put another job, or none, in its place.
 bool Dispatcher::begin(const WaitingJob &job) {
     const unsigned serial = ++last_serial_;
     current_ = {.owner = job.owner,
                 .serial = serial,
                 .description = job.description,
-                .rectangle = job.rectangle,
-                .end_rectangle = job.rectangle,
-                .steps = JobSteps(job.mode, job.rectangle, job.description)};
-    const RECT announced = current_.steps.announced();
-    call_back(D32_BEGIN, as_parameter(announced));
+                .area = job.area,
+                .end_area = job.area,
+                .steps = JobSteps(job.mode, job.area, job.description)};
+    call_back(D32_BEGIN, current_.steps.announced());
     return is_still_current(serial);
 }
 
 // Whatever is current is forgotten, if there is a next one. False when there is none, too.
 //
 // The job keeps its entry while it is told that it begins. Required: from inside that callback
-// d32GetCurQueue counts the entry, a full table is still full, and the entry's end rectangle
+// d32GetCurQueue counts the entry, a full table is still full, and the entry's end area
 // overrules what d32SetEndDispatchRect has made of the current job's.
 bool Dispatcher::begin_next(std::uint32_t preferred) {
     WaitingJob *const entry = waiting_.next(preferred);
@@ -53,7 +53,7 @@ bool Dispatcher::begin_next(std::uint32_t preferred) {
     if (was_freed)
         return is_current;
     if (is_current)
-        current_.end_rectangle = entry->end_rectangle;
+        current_.end_area = entry->end_area;
     *entry = {};
     return is_current;
 }
@@ -70,8 +70,7 @@ bool Dispatcher::deliver_end() {
         return true;
     current_.ending = true;
     const unsigned serial = current_.serial;
-    const RECT end_rectangle = current_.end_rectangle;
-    call_back(D32_END, as_parameter(end_rectangle));
+    call_back(D32_END, current_.end_area);
     if (!is_still_current(serial))
         return false;
     current_.ending = false;
@@ -95,8 +94,8 @@ bool Dispatcher::dispatch() {
     bool goes_on = true;
     if (!current_.steps.done()) {
         const JobSteps::Step step = current_.steps.take();
-        goes_on = call_back(D32_STEP, current_.steps.is_numbered() ? step.number
-                                                                   : as_parameter(step.tile)) != 0;
+        goes_on = (current_.steps.is_numbered() ? call_back(D32_STEP, step.number)
+                                                : call_back(D32_STEP, step.tile)) != 0;
     }
     if (is_still_current(serial) && (!goes_on || current_.steps.done()))
         end_and_begin_next(current_.owner);
@@ -162,17 +161,17 @@ void Dispatcher::set_first_service(std::uint32_t owner) {
         waiting_.set_priority_of(owner, first_service_priority);
 }
 
-bool Dispatcher::set_end_rectangle(std::uint32_t owner, const RECT &rectangle, const RECT &end) {
+bool Dispatcher::set_end_area(std::uint32_t owner, const Area &area, const Area &end) {
     if (owner == 0)
         return false;
-    if (current_.owner == owner && EqualRect(&current_.end_rectangle, &rectangle)) {
-        current_.end_rectangle = end;
+    if (current_.owner == owner && current_.end_area == area) {
+        current_.end_area = end;
         return true;
     }
-    WaitingJob *const job = waiting_.with_end(owner, rectangle);
+    WaitingJob *const job = waiting_.with_end(owner, area);
     if (job == nullptr)
         return false;
-    job->end_rectangle = end;
+    job->end_area = end;
     return true;
 }
 

@@ -23,10 +23,10 @@ public:
     void raise(std::uint32_t owner) { waiting_.set_priority_of(owner, urgent_priority); }
     void set_first_service(std::uint32_t owner);
 
-    bool set_end_rectangle(std::uint32_t owner, const RECT &rectangle, const RECT &end);
+    bool set_end_area(std::uint32_t owner, const Area &area, const Area &end);
 
     std::uint32_t current_owner() const { return current_.owner; }
-    const RECT &current_rectangle() const { return current_.rectangle; }
+    const Area &current_area() const { return current_.area; }
     const WaitingJobs &waiting() const { return waiting_; }
 
 private:
@@ -34,12 +34,13 @@ private:
         std::uint32_t owner = 0; // 0: none
         unsigned serial = 0;     // no other job has had it
         DispatchDesc description = {};
-        RECT rectangle = {}, end_rectangle = {};
+        Area area, end_area;
         JobSteps steps;
         bool ending = false; // D32_END is being delivered
     };
 
     int call_back(int message, std::intptr_t parameter) const;
+    int call_back(int message, const Area &area) const;
     bool is_still_current(unsigned serial) const { return current_.serial == serial; }
 
     bool begin(const WaitingJob &job);

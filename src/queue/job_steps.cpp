@@ -12,23 +12,19 @@ int side_or_default(int side) {
     return side == 0 ? default_side : side;
 }
 
-std::int64_t width_of(const RECT &rectangle) {
-    return std::int64_t(rectangle.right) - rectangle.left;
-}
-
 } // namespace
 
-JobSteps::JobSteps(int mode, const RECT &rectangle, const DispatchDesc &description) : mode_(mode) {
+JobSteps::JobSteps(int mode, const Area &area, const DispatchDesc &description) : mode_(mode) {
     switch (mode) {
     case D32_TILES:
-        set_up_tiles(rectangle, side_or_default(description.first),
-                     side_or_default(description.last));
+        set_up_tiles(area, side_or_default(description.first), side_or_default(description.last));
         break;
     case D32_BANDS:
-        set_up_tiles(rectangle, width_of(rectangle), side_or_default(description.first));
+        set_up_tiles(area, std::int64_t(area.right) - area.left,
+                     side_or_default(description.first));
         break;
     default:
-        announced_ = rectangle;
+        announced_ = area;
         number_ = description.first;
         // A sequence that ends before it begins still has its first step.
         last_ = std::max(description.first, description.last);
@@ -36,12 +32,12 @@ JobSteps::JobSteps(int mode, const RECT &rectangle, const DispatchDesc &descript
     }
 }
 
-void JobSteps::set_up_tiles(const RECT &rectangle, std::int64_t width, std::int64_t height) {
-    announced_ = {0, 0, LONG(width), LONG(height)};
-    left_ = x_ = rectangle.left;
-    y_ = rectangle.top;
-    right_ = rectangle.right;
-    bottom_ = rectangle.bottom;
+void JobSteps::set_up_tiles(const Area &area, std::int64_t width, std::int64_t height) {
+    announced_ = {0, 0, int(width), int(height)};
+    left_ = x_ = area.left;
+    y_ = area.top;
+    right_ = area.right;
+    bottom_ = area.bottom;
     width_ = width;
     height_ = height;
 }
@@ -56,9 +52,9 @@ JobSteps::Step JobSteps::take() {
     return {take_tile(), 0};
 }
 
-RECT JobSteps::take_tile() {
-    const RECT tile = {LONG(x_), LONG(y_), LONG(std::min(x_ + width_, right_)),
-                       LONG(std::min(y_ + height_, bottom_))};
+Area JobSteps::take_tile() {
+    const Area tile = {int(x_), int(y_), int(std::min(x_ + width_, right_)),
+                       int(std::min(y_ + height_, bottom_))};
     x_ += width_;
     if (x_ >= right_) {
         x_ = left_;

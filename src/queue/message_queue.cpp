@@ -36,13 +36,9 @@ bool exists() {
     return queue.entries != nullptr;
 }
 
-class QueueLock {
-public:
-    QueueLock() { EnterCriticalSection(&queue.lock); }
-    ~QueueLock() { LeaveCriticalSection(&queue.lock); }
-    QueueLock(const QueueLock &) = delete;
-    QueueLock &operator=(const QueueLock &) = delete;
-};
+EnteredSection lock_queue() {
+    return enter(queue.lock);
+}
 
 // The array of entries while it stays where it is; false when the system does not let it.
 class Entries {
@@ -147,7 +143,7 @@ bool create(std::uint32_t owner) {
 // False, and nothing changes, in the same case.
 bool destroy() {
     {
-        const QueueLock lock;
+        const auto lock = lock_queue();
         if (!discard_messages())
             return false;
     }
@@ -184,7 +180,7 @@ int Q32_CALL DeleteQueue(uint32_t owner) {
 int Q32_CALL AddQueue(const void *data, uint32_t size) {
     if (!exists() || (data == nullptr && size > 0))
         return 0;
-    const QueueLock lock;
+    const auto lock = lock_queue();
     return append(data, size);
 }
 
@@ -192,7 +188,7 @@ int Q32_CALL GetFromQueue(void *buffer, int size) {
     constexpr int ask = -1, too_small = -1;
     if (!exists())
         return 0;
-    const QueueLock lock;
+    const auto lock = lock_queue();
     if (queue.count == 0)
         return 0;
     const Entries entries;
@@ -209,7 +205,7 @@ int Q32_CALL GetFromQueue(void *buffer, int size) {
 int Q32_CALL ClearQueue(void) {
     if (!exists())
         return 0;
-    const QueueLock lock;
+    const auto lock = lock_queue();
     const auto count = int(queue.count);
     return discard_messages() ? count : 0;
 }

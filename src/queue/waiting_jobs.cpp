@@ -31,9 +31,9 @@ WaitingJob *WaitingJobs::next(std::uint32_t preferred) {
     return nullptr;
 }
 
-WaitingJob *WaitingJobs::with_end(std::uint32_t owner, const RECT &end_rectangle) {
-    return first([owner, &end_rectangle](const WaitingJob &job) {
-        return job.owner == owner && EqualRect(&job.end_rectangle, &end_rectangle);
+WaitingJob *WaitingJobs::with_end(std::uint32_t owner, const Area &end_area) {
+    return first([owner, &end_area](const WaitingJob &job) {
+        return job.owner == owner && job.end_area == end_area;
     });
 }
 

@@ -1,6 +1,8 @@
 // The table of jobs that wait, and which of them is next.
 #pragma once
 
+#include "geometry/area.h"
+
 #include <q32base/queues.h>
 
 #include <array>
@@ -12,8 +14,8 @@ struct WaitingJob {
     std::uint32_t owner = 0; // 0: the entry is free
     unsigned beginning = 0;  // the serial number under which it is being begun; 0: it waits
     DispatchDesc description = {};
-    RECT rectangle = {};
-    RECT end_rectangle = {};
+    Area area;
+    Area end_area;
     std::intptr_t value1 = 0, value2 = 0;
     int priority = 0;
     int mode = D32_TILES;
@@ -30,8 +32,8 @@ public:
     // one (0: nobody's), else the first. Null when none waits; one that is being begun does not.
     WaitingJob *next(std::uint32_t preferred);
 
-    // The owner's first whose end rectangle this is, or null.
-    WaitingJob *with_end(std::uint32_t owner, const RECT &end_rectangle);
+    // The owner's first whose end area this is, or null.
+    WaitingJob *with_end(std::uint32_t owner, const Area &end_area);
 
     int count_of(std::uint32_t owner) const;
     void remove_of(std::uint32_t owner);

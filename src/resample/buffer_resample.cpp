@@ -64,7 +64,7 @@ int resample_buffer(const SIZE *size, HBUF32 source, HBUF32 *handle, const RESAM
         if (!buf32GetInfo(source, &info))
             return 0;
         const bool is_one_colour = info.type == BUF32_ONE_COLOUR;
-        if (!destination.make(*size, info.bits_per_pixel,
+        if (!destination.make({int(size->cx), int(size->cy)}, info.bits_per_pixel,
                               is_one_colour ? BUF32_ONE_COLOUR : BUF32_TILED,
                               is_one_colour ? info.colour : nullptr))
             return 0;

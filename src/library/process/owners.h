@@ -3,15 +3,11 @@
 
 #include <windows.h>
 
+#include <cstdint>
+#include <cstdlib>
 #include <utility>
 
 namespace q32 {
-
-// Memory of the global heap as a typed pointer, for owners to take. Null when there is none.
-template <typename T>
-T *global_alloc(UINT flags, SIZE_T bytes) {
-    return static_cast<T *>(static_cast<void *>(GlobalAlloc(flags, bytes)));
-}
 
 // One resource and how it is released. Traits give the value that means none and the release.
 template <typename Traits>
@@ -40,33 +36,30 @@ private:
     Value value_ = Traits::none();
 };
 
-struct GlobalBlockTraits {
-    using Value = HGLOBAL;
-    static Value none() { return nullptr; }
+// For traits of what is nothing when it is null.
+template <typename T>
+struct NullIsNone {
+    using Value = T;
+    static Value none() { return {}; }
+};
+
+// --- memory -------------------------------------------------------------------------------------
+
+struct GlobalBlockTraits : NullIsNone<HGLOBAL> {
     static void release(Value block) { GlobalFree(block); }
 };
 using GlobalBlock = Owner<GlobalBlockTraits>;
 
-struct FileTraits {
-    using Value = HANDLE;
-    static Value none() { return INVALID_HANDLE_VALUE; }
-    static void release(Value file) { CloseHandle(file); }
-};
-using File = Owner<FileTraits>;
+// None where there is no memory; in 64 bits, as more may be asked for than can be addressed.
+inline GlobalBlock make_global_block(UINT flags, std::uint64_t bytes) {
+    return GlobalBlock(bytes <= SIZE_MAX ? GlobalAlloc(flags, SIZE_T(bytes)) : nullptr);
+}
 
-struct MappingTraits {
-    using Value = HANDLE;
-    static Value none() { return nullptr; }
-    static void release(Value mapping) { CloseHandle(mapping); }
-};
-using Mapping = Owner<MappingTraits>;
-
-struct ViewTraits {
-    using Value = void *;
-    static Value none() { return nullptr; }
-    static void release(Value view) { UnmapViewOfFile(view); }
-};
-using View = Owner<ViewTraits>;
+// Memory of the global heap as a typed pointer, for owners to take. Null when there is none.
+template <typename T>
+T *global_alloc(UINT flags, SIZE_T bytes) {
+    return static_cast<T *>(static_cast<void *>(GlobalAlloc(flags, bytes)));
+}
 
 // A moveable global block's memory for the time of the scope; null when it cannot be locked.
 class LockedBlock {
@@ -86,7 +79,44 @@ private:
     void *memory_;
 };
 
-// Runs a function at the end of the scope unless it is dismissed.
+// A block of the runtime heap.
+struct RuntimeBlockTraits : NullIsNone<void *> {
+    static void release(Value block) { std::free(block); }
+};
+using RuntimeBlock = Owner<RuntimeBlockTraits>;
+
+// --- files --------------------------------------------------------------------------------------
+
+struct FileTraits {
+    using Value = HANDLE;
+    static Value none() { return INVALID_HANDLE_VALUE; }
+    static void release(Value file) { CloseHandle(file); }
+};
+using File = Owner<FileTraits>;
+
+struct MappingTraits : NullIsNone<HANDLE> {
+    static void release(Value mapping) { CloseHandle(mapping); }
+};
+using Mapping = Owner<MappingTraits>;
+
+struct ViewTraits : NullIsNone<void *> {
+    static void release(Value view) { UnmapViewOfFile(view); }
+};
+using View = Owner<ViewTraits>;
+
+// --- anything else ------------------------------------------------------------------------------
+
+struct CriticalSectionTraits : NullIsNone<CRITICAL_SECTION *> {
+    static void release(Value section) { LeaveCriticalSection(section); }
+};
+using EnteredSection = Owner<CriticalSectionTraits>;
+
+inline EnteredSection enter(CRITICAL_SECTION &section) {
+    EnterCriticalSection(&section);
+    return EnteredSection(&section);
+}
+
+// Calls a function at the end of the scope unless it is dismissed.
 template <typename Function>
 class ScopeGuard {
 public:

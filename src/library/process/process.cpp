@@ -57,12 +57,6 @@ void delete_library_lock() {
     library_lock_exists = false;
 }
 
-LibraryLock::LibraryLock() {
-    EnterCriticalSection(&library_lock);
-}
-
-LibraryLock::~LibraryLock() {
-    LeaveCriticalSection(&library_lock);
-}
+LibraryLock::LibraryLock() : entered_(enter(library_lock)) {}
 
 } // namespace q32

@@ -3,8 +3,7 @@
 #pragma once
 
 #include "library/process/cpu.h"
-
-#include <windows.h>
+#include "library/process/owners.h"
 
 namespace q32 {
 
@@ -28,9 +27,9 @@ void delete_library_lock();
 class LibraryLock {
 public:
     LibraryLock();
-    ~LibraryLock();
-    LibraryLock(const LibraryLock &) = delete;
-    LibraryLock &operator=(const LibraryLock &) = delete;
+
+private:
+    EnteredSection entered_;
 };
 
 } // namespace q32

@@ -16,7 +16,7 @@ struct ScalarBlends {
             if constexpr (Premultiplied<R>) {
                 const int m = mask[i];
                 for (size_t k = samples * i; m != 0 && k < samples * (i + 1); ++k) {
-                    const int r = R::straight(overlay[k], m);
+                    const int r = R::unpremultiplied(overlay[k], m);
                     destination[k] = uint8_t(weighed<rounding>(r, destination[k], weight));
                 }
             } else {

@@ -12,7 +12,7 @@
 // Private to the file that includes it, as rules.h.
 #pragma once
 
-#include "merge/kernels/straight.h"
+#include "merge/kernels/unpremultiply.h"
 #include "merge/kernels/weighing.h"
 #include "merge/kernels/weight_pairs.h"
 #include "simd/walk.h"
@@ -96,8 +96,7 @@ struct PlainMaskedStep : PlainStep<V, samples> {
     }
 };
 
-// Premultiplied pixels: each lane has its own sixteen. Where the mask is 255 they are straight
-// already.
+// Premultiplied pixels: each lane has its own sixteen. Where the mask is 255 they stay as they are.
 template <class R, Rounding rounding, size_t samples, class V>
 struct PremultipliedStep {
     using Vector = V;
@@ -113,9 +112,9 @@ struct PremultipliedStep {
             return true;
         if (!all_zero(complement(m)))
             return false;
-        using Straight = PlainMaskedStep<Normal, rounding, samples, V>;
-        Straight(destination, overlay, weights, mask).each(pixel, [to](size_t k, V result) {
-            Straight::put(to, k, result);
+        using Plain = PlainMaskedStep<Normal, rounding, samples, V>;
+        Plain(destination, overlay, weights, mask).each(pixel, [to](size_t k, V result) {
+            Plain::put(to, k, result);
         });
         return true;
     }
@@ -123,12 +122,12 @@ struct PremultipliedStep {
     template <class Take>
     void each(size_t pixel, Take take) const {
         const V m = load<V>(mask + pixel), w = keep_where_set_u8(m, load<V>(weights + pixel));
-        const Straightening<V> straightening(m);
+        const Unpremultiplication<V> unpremultiplication(m);
         for_each(std::make_index_sequence<samples>(), [&](auto k) {
             const V over_black =
                 R::over_black(get(overlay + samples * pixel, k), spread_bytes<samples, k>(m));
-            const V straight = straightening.template straight<samples, k>(over_black);
-            take(k, blended<Normal, rounding>(straight, get(destination + samples * pixel, k),
+            const V overlaid = unpremultiplication.template of<samples, k>(over_black);
+            take(k, blended<Normal, rounding>(overlaid, get(destination + samples * pixel, k),
                                               spread_pairs<samples, k>(w)));
         });
     }

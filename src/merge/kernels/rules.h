@@ -121,7 +121,7 @@ struct Screen {
 
 struct PremultipliedBlack {
     static constexpr Rule rule = Rule::premultiplied_black;
-    static constexpr int straight(int s, int m) { return std::min(s * 255 / m, 255); }
+    static constexpr int unpremultiplied(int s, int m) { return std::min(s * 255 / m, 255); }
 
     template <class V>
     static V over_black(V s, V) {
@@ -131,8 +131,8 @@ struct PremultipliedBlack {
 
 struct PremultipliedWhite {
     static constexpr Rule rule = Rule::premultiplied_white;
-    static constexpr int straight(int s, int m) {
-        return PremultipliedBlack::straight(std::max(s + m - 255, 0), m);
+    static constexpr int unpremultiplied(int s, int m) {
+        return PremultipliedBlack::unpremultiplied(std::max(s + m - 255, 0), m);
     }
 
     template <class V>
@@ -143,7 +143,7 @@ struct PremultipliedWhite {
 
 template <class R>
 concept Premultiplied = requires {
-    R::straight(255, 255);
+    R::unpremultiplied(255, 255);
 };
 
 // --- the list -----------------------------------------------------------------------------------

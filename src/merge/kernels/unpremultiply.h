@@ -1,6 +1,6 @@
-// Premultiplied samples made straight again: s x 255 / m for vectors, exactly, with one division
-// for each pixel. Pixels of three samples lie in lanes of their own: a lane has the 48 bytes of
-// sixteen pixels, in three vectors, so that no byte crosses from lane to lane.
+// Unpremultiplying: s x 255 / m for vectors, exactly, with one division for each pixel. Pixels of
+// three samples lie in lanes of their own: a lane has the 48 bytes of sixteen pixels, in three
+// vectors, so that no byte crosses from lane to lane.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
@@ -45,9 +45,9 @@ DoubleWords<V> widened(V bytes) {
 // is more than the errors of three roundings, and too little to take s x 255 / m to the next whole
 // number, which is at least 1 / m away. Mask 0 counts as 1.
 template <class V>
-class Straightening {
+class Unpremultiplication {
 public:
-    explicit Straightening(V mask) {
+    explicit Unpremultiplication(V mask) {
         const DoubleWords<V> divisors = widened(max_u8(mask, repeat_u8<V>(1)));
         for (size_t i = 0; i < 4; ++i)
             factors_[i] = divide_float(255 + 255 / 262144.0f, float_of_i32(divisors.part[i]));
@@ -55,7 +55,7 @@ public:
 
     // Vector k of the pixels' samples.
     template <size_t samples, size_t k>
-    V straight(V premultiplied) const {
+    V of(V premultiplied) const {
         const DoubleWords<V> s = widened(premultiplied);
         return pack_i16_to_u8_in_lanes(
             pack_i32_to_i16_in_lanes(product<samples, 4 * k>(s.part[0]),

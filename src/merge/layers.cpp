@@ -1,0 +1,151 @@
+// Areas of plain memory, row by row or, where the rows follow on each other, as one run.
+#include "merge/layers.h"
+
+#include "library/process/bytes.h"
+#include "library/process/owners.h"
+#include "merge/failures.h"
+#include "merge/overlap.h"
+#include "merge/run.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace q32::merge {
+namespace {
+
+// --- helpers ------------------------------------------------------------------------------------
+
+// The blocks of a transfer's rows. Mostly the rows pass through the kernels in pieces and need none
+// of them; they are made because callers know the report of there being no memory for them.
+struct WorkRows {
+    GlobalBlock base_records, merged_records, merged;
+
+    bool make(std::uint64_t pixels) {
+        return make(base_records, 12 * pixels) && make(merged_records, 12 * pixels) &&
+               make(merged, 3 * pixels);
+    }
+
+private:
+    static bool make(GlobalBlock &block, std::uint64_t bytes) {
+        block = make_global_block(GMEM_ZEROINIT, bytes);
+        return bool(block);
+    }
+};
+
+// The processor does not look ahead past the end of a row by itself. In long rows it soon catches
+// up, and is only hindered by being told. Addresses beyond the memory are harmless.
+class RowsAhead {
+public:
+    explicit RowsAhead(std::size_t row_bytes) : bytes_(row_bytes <= short_row ? row_bytes : 0) {}
+
+    // By force: the compiler holds a function that does nothing else for one without an effect.
+    [[gnu::always_inline]] void fetch(const std::uint8_t *row, std::size_t stride) const {
+        for (std::size_t at = 0; at < bytes_; at += line)
+            __builtin_prefetch(row + rows * stride + at);
+    }
+
+private:
+    static constexpr std::size_t short_row = 1024, line = 64;
+    static constexpr std::size_t rows = 4;
+    std::size_t bytes_;
+};
+
+template <typename Byte>
+Rows rows_of(const PixelRows<Byte> &layer, const Area &area) {
+    return {layer.pixel(area.left, area.top),
+            std::size_t(area.width()) * unsigned(layer.bytes_per_pixel), layer.stride,
+            std::size_t(area.height())};
+}
+
+// work_row: for a transfer, as run.h says.
+void merge_rows(const Recipe &recipe, const Layers &layers, const Area &area,
+                std::uint8_t *work_row) {
+    const Rows result = rows_of(layers.base, area), overlay = rows_of(layers.overlay, area);
+    const Rows mask = recipe.reads_mask ? rows_of(layers.mask, area) : Rows{};
+    const bool in_order =
+        overlaps(result, overlay) || (recipe.reads_mask && overlaps(result, mask));
+    const auto merge = [&](const Run &run) {
+        in_order ? merge_run_in_order(recipe, run, work_row) : merge_run(recipe, run);
+    };
+    std::uint8_t *const first = layers.base.pixel(area.left, area.top);
+    Run row{.result = first,
+            .base = first,
+            .mask = mask.first,
+            .overlay = overlay.first,
+            .pixels = std::size_t(area.width())};
+    const bool is_one_run = result.follow_on_each_other() && overlay.follow_on_each_other() &&
+                            mask.follow_on_each_other();
+    // A transfer in order reads a row at once, not all of them.
+    if (is_one_run && !(in_order && recipe.transfer != nullptr)) {
+        row.pixels *= result.count;
+        merge(row);
+        return;
+    }
+    const RowsAhead pixels_ahead(result.row_bytes), weights_ahead(mask.row_bytes);
+    for (std::size_t y = 0; y != result.count; ++y) {
+        pixels_ahead.fetch(row.result, result.stride);
+        pixels_ahead.fetch(row.overlay, overlay.stride);
+        weights_ahead.fetch(row.mask, mask.stride);
+        merge(row);
+        row.result += result.stride;
+        row.base = row.result;
+        row.overlay += overlay.stride;
+        row.mask += mask.stride;
+    }
+}
+
+} // namespace
+
+// --- drivers ------------------------------------------------------------------------------------
+
+bool can_be_merged(const Layers &layers, const Area &area) {
+    return !area.is_empty() && layers.bytes_per_pixel() > 0 &&
+           layers.bytes_per_pixel() <= max_bytes_per_pixel;
+}
+
+int merge_masked_layers(const Layers &layers, const Area &area, GivenMask mask, int mode_number,
+                        int transparency) {
+    const Mode *const mode = find_mode(Form::rectangle, unsigned(mode_number));
+    if (mode == nullptr || !can_be_merged(layers, area))
+        return 0;
+    WorkRows work_rows;
+    if (mode->action == Action::transfer) {
+        if (layers.bytes_per_pixel() != 3)
+            return 0;
+        if (!work_rows.make(std::uint64_t(area.width())))
+            return fail(site::no_rectangle_work_rows);
+    }
+    const Recipe recipe = settle({.mode = *mode,
+                                  .form = Form::rectangle,
+                                  .bytes_per_pixel = layers.bytes_per_pixel(),
+                                  .transparency = transparency,
+                                  .mask = layers.mask.memory,
+                                  .mask_is_full = mask == GivenMask::full});
+    merge_rows(recipe, layers, area, bytes(work_rows.base_records.get()));
+    return 1;
+}
+
+// Quirk: the mask that stands in is made for every mode, hue and colour too, so that these weigh a
+// little differently here than in i32MergeEx.
+int merge_layers(const Layers &layers, const Area &area, int mode, int transparency) {
+    if (layers.has_mask())
+        return merge_masked_layers(layers, area, GivenMask::as_it_is, mode, transparency);
+    if (!can_be_merged(layers, area))
+        return 0;
+    const std::uint64_t size = std::uint64_t(layers.overlay.stride) * unsigned(area.height()) /
+                                   unsigned(layers.bytes_per_pixel()) +
+                               2;
+    if (size > SIZE_MAX)
+        return 0;
+    const RuntimeBlock full_mask(std::malloc(std::size_t(size)));
+    if (!full_mask)
+        return 0;
+    // One row serves all.
+    std::memset(full_mask.get(), 255, std::size_t(area.width()));
+    Layers masked = layers;
+    masked.mask = {bytes(full_mask.get()), area.left, area.top, 0, 1};
+    return merge_masked_layers(masked, area, GivenMask::full, mode, transparency);
+}
+
+} // namespace q32::merge
