@@ -32,13 +32,13 @@ std::size_t groups_of(std::size_t pixels, std::size_t factor) {
     return (pixels + factor - 1) / factor;
 }
 
-struct Pixels {
+struct PixelType {
     PixelKind kind;
     std::size_t bytes;
 };
 
 // Every size that is none counts as 2.
-Pixels pixels_of(int bytes_per_pixel, int swap) {
+PixelType type_of(int bytes_per_pixel, int swap) {
     switch (bytes_per_pixel) {
     case 1:
         return {PixelKind::one_byte, 1};
@@ -79,27 +79,27 @@ void reduce_bit_row(std::uint8_t *destination, const std::uint8_t *source, std::
 
 // What a factor of 1 makes of a row, whether it is to be enlarged or reduced.
 void copy_row(std::uint8_t *destination, const std::uint8_t *source, std::size_t count,
-              Pixels pixels) {
-    if (pixels.kind == PixelKind::three_bytes_swapped)
+              PixelType type) {
+    if (type.kind == PixelKind::three_bytes_swapped)
         kernels().swap_red_blue(destination, source, count);
     else
-        std::memcpy(destination, source, pixels.bytes * count);
+        std::memcpy(destination, source, type.bytes * count);
 }
 
 void enlarge_row(std::uint8_t *destination, const std::uint8_t *source, std::size_t count,
-                 std::size_t factor, Pixels pixels) {
+                 std::size_t factor, PixelType type) {
     if (factor == 1)
-        copy_row(destination, source, count, pixels);
+        copy_row(destination, source, count, type);
     else
-        scaling().enlarge[std::size_t(pixels.kind)](destination, source, count, factor);
+        scaling().enlarge[std::size_t(type.kind)](destination, source, count, factor);
 }
 
 void reduce_row(std::uint8_t *destination, const std::uint8_t *source, std::size_t count,
-                std::size_t factor, Pixels pixels) {
+                std::size_t factor, PixelType type) {
     if (factor == 1)
-        copy_row(destination, source, count, pixels);
+        copy_row(destination, source, count, type);
     else
-        scaling().reduce[std::size_t(pixels.kind)](destination, source, count, factor);
+        scaling().reduce[std::size_t(type.kind)](destination, source, count, factor);
 }
 
 // --- blocks -------------------------------------------------------------------------------------
@@ -148,13 +148,13 @@ int enlarge_bit_block(std::uint8_t *destination, const std::uint8_t *source, int
 }
 
 int enlarge_block(std::uint8_t *destination, const std::uint8_t *source, std::size_t width,
-                  int rows, std::size_t horizontal, std::size_t vertical, Pixels pixels) {
+                  int rows, std::size_t horizontal, std::size_t vertical, PixelType type) {
     if (rows <= 0)
         return 0;
-    const RowBytes row{pixels.bytes * width * horizontal, pixels.bytes * width};
+    const RowBytes row{type.bytes * width * horizontal, type.bytes * width};
     enlarge_rows(destination, source, row, rows, vertical,
                  [=](std::uint8_t *to, const std::uint8_t *from) {
-                     enlarge_row(to, from, width, horizontal, pixels);
+                     enlarge_row(to, from, width, horizontal, type);
                  });
     return int(row.source);
 }
@@ -178,14 +178,14 @@ int reduce_bit_block(std::uint8_t *destination, const std::uint8_t *source, int 
 }
 
 int reduce_block(std::uint8_t *destination, const std::uint8_t *source, int width, int rows,
-                 std::size_t factor, int step, Pixels pixels) {
+                 std::size_t factor, int step, PixelType type) {
     if (rows <= 0)
-        return distance_of_step(step, pixels.bytes * std::size_t(width));
+        return distance_of_step(step, type.bytes * std::size_t(width));
     const std::size_t count = at_least(0, width);
-    const RowBytes row{pixels.bytes * groups_of(count, factor), pixels.bytes * count};
+    const RowBytes row{type.bytes * groups_of(count, factor), type.bytes * count};
     return reduce_rows(destination, source, row, rows, at_least(1, step),
                        [=](std::uint8_t *to, const std::uint8_t *from) {
-                           reduce_row(to, from, count, factor, pixels);
+                           reduce_row(to, from, count, factor, type);
                        });
 }
 
@@ -209,14 +209,14 @@ int Q32_CALL mem32BitEnlargeExt(void *destination, const void *source, int width
 void Q32_CALL mem32Enlarge(void *destination, const void *source, int count, int factor,
                            int bytes_per_pixel, int swap) {
     enlarge_row(bytes(destination), bytes(source), at_least(1, count), at_least(1, factor),
-                pixels_of(bytes_per_pixel, swap));
+                type_of(bytes_per_pixel, swap));
 }
 
 int Q32_CALL mem32EnlargeExt(void *destination, const void *source, int width, int rows,
                              int horizontal, int vertical, int bytes_per_pixel, int swap) {
     return enlarge_block(bytes(destination), bytes(source), at_least(1, width), rows,
                          at_least(1, horizontal), at_least(1, vertical),
-                         pixels_of(bytes_per_pixel, swap));
+                         type_of(bytes_per_pixel, swap));
 }
 
 void Q32_CALL mem32BitReduce(void *destination, const void *source, int count, int factor) {
@@ -232,11 +232,11 @@ int Q32_CALL mem32BitReduceExt(void *destination, const void *source, int width,
 void Q32_CALL mem32Reduce(void *destination, const void *source, int count, int factor,
                           int bytes_per_pixel, int swap) {
     reduce_row(bytes(destination), bytes(source), at_least(0, count), at_least(1, factor),
-               pixels_of(bytes_per_pixel, swap));
+               type_of(bytes_per_pixel, swap));
 }
 
 int Q32_CALL mem32ReduceExt(void *destination, const void *source, int width, int rows, int factor,
                             int step, int bytes_per_pixel, int swap) {
     return reduce_block(bytes(destination), bytes(source), width, rows, at_least(1, factor), step,
-                        pixels_of(bytes_per_pixel, swap));
+                        type_of(bytes_per_pixel, swap));
 }

@@ -29,7 +29,7 @@ bool DisplayRun::set_up() {
     const Target &target = path_.target;
     means_.palette = path_.palette(opening_);
     means_.force_background = opening_.force_background;
-    return source_.set_up(opening_.depth, path_.pixels, opening_.palette, width) &&
+    return source_.set_up(opening_.depth, path_.form, opening_.palette, width) &&
            strip_.allocate(target.row_bytes(width), rows_to_accept_, target.most_bytes, fill()) &&
            target.make(means_, opening_.dc, int(width), rows_to_accept_, strip_.capacity());
 }

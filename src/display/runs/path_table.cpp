@@ -83,7 +83,7 @@ struct Rule {
     Path path;
 };
 
-constexpr Pixels rgb = Pixels::colours, raw = Pixels::as_they_are;
+constexpr SourceForm rgb = SourceForm::colours, raw = SourceForm::as_they_are;
 constexpr Set both = colours | bytes;
 
 namespace to = conversion;

@@ -10,7 +10,7 @@
 namespace q32::display {
 
 struct Path {
-    Pixels pixels;
+    SourceForm form;
     const Conversion &conversion;
     const Target &target;
     HPALETTE (*palette)(const Opening &opening); // that indices are shown through

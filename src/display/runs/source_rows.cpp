@@ -49,10 +49,10 @@ constexpr std::size_t widest = (std::numeric_limits<std::size_t>::max() - spare_
 
 } // namespace
 
-bool SourceRows::set_up(int depth, Pixels pixels, HPALETTE palette, std::size_t width) {
+bool SourceRows::set_up(int depth, SourceForm form, HPALETTE palette, std::size_t width) {
     depth_ = depth;
     width_ = width;
-    if (pixels == Pixels::as_they_are || depth == 24)
+    if (form == SourceForm::as_they_are || depth == 24)
         return true;
     widen_ = depth == 16 ? widen_words : look_up_colours;
     if (depth == 8)

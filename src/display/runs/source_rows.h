@@ -18,7 +18,7 @@ struct Picture {
 };
 
 // What paths take: rows as the program brings them, or 24-bit pixels in the order RGB.
-enum class Pixels { as_they_are, colours };
+enum class SourceForm { as_they_are, colours };
 
 using Widening = void(std::uint8_t *rgb, const std::uint8_t *source, const ColourEntries &entries,
                       std::size_t pixels);
@@ -27,7 +27,7 @@ class SourceRows {
 public:
     // The palette gives the colours of 8-bit pixels; null: they are greys. False when there is no
     // memory.
-    bool set_up(int depth, Pixels pixels, HPALETTE palette, std::size_t width);
+    bool set_up(int depth, SourceForm form, HPALETTE palette, std::size_t width);
 
     // A row from its first column on, good until the next one. A row of bits begins within its
     // first byte, at first_bit.

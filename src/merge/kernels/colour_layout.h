@@ -79,7 +79,7 @@ V to_places(V v) {
 }
 
 template <class V>
-Pixels<V> load_pixels(const uint8_t *source) {
+Channels<V> load_pixels(const uint8_t *source) {
     const V v[3] = {load_lanes<V>(source, 48), load_lanes<V>(source + 16, 48),
                     load_lanes<V>(source + 32, 48)};
     return {from_places<0>(channel_in<0>(v)), from_places<1>(channel_in<1>(v)),
@@ -87,7 +87,7 @@ Pixels<V> load_pixels(const uint8_t *source) {
 }
 
 template <class V>
-void store_pixels(uint8_t *destination, const Pixels<V> &pixels) {
+void store_pixels(uint8_t *destination, const Channels<V> &pixels) {
     const V v[3] = {to_places<0>(pixels.red), to_places<1>(pixels.green),
                     to_places<2>(pixels.blue)};
     store_lanes(destination, 48, vector_of<0>(v));

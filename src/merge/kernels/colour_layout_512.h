@@ -87,19 +87,19 @@ V64 channel_of_pixels(V64 a, V64 b, V64 c) {
 }
 
 template <int vector>
-V64 vector_of_pixels(const Pixels<V64> &pixels) {
+V64 vector_of_pixels(const Channels<V64> &pixels) {
     static constexpr auto picks = picks_in_turn<BytePicks>(vector, in_memory_order);
     return pick(picks, pixels.red, pixels.green, pixels.blue);
 }
 
 template <class V>
-requires(sizeof(V) == 64) Pixels<V> load_pixels(const uint8_t *source) {
+requires(sizeof(V) == 64) Channels<V> load_pixels(const uint8_t *source) {
     const V a = load<V>(source), b = load<V>(source + 64), c = load<V>(source + 128);
     return {channel_of_pixels<0>(a, b, c), channel_of_pixels<1>(a, b, c),
             channel_of_pixels<2>(a, b, c)};
 }
 
-inline void store_pixels(uint8_t *destination, const Pixels<V64> &pixels) {
+inline void store_pixels(uint8_t *destination, const Channels<V64> &pixels) {
     store(destination, vector_of_pixels<0>(pixels));
     store(destination + 64, vector_of_pixels<1>(pixels));
     store(destination + 128, vector_of_pixels<2>(pixels));

@@ -17,7 +17,7 @@ namespace {
 template <class Space, class V>
 struct RgbToRecords {
     static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = record_bytes;
-    using Loaded = Pixels<V>;
+    using Loaded = Channels<V>;
 
     Loaded load(const uint8_t *source) const { return load_pixels<V>(source); }
     void store(uint8_t *destination, const Loaded &pixels) const {
@@ -129,7 +129,7 @@ template <HsvFields fields, class V>
 struct Transfer {
     static constexpr size_t units = sizeof(V), bytes = 3;
     struct Loaded {
-        Pixels<V> base, other;
+        Channels<V> base, other;
     };
 
     uint8_t *destination;

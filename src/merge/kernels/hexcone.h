@@ -16,7 +16,7 @@ namespace q32::merge {
 namespace {
 
 template <class V>
-struct Pixels {
+struct Channels {
     V red, green, blue; // bytes
 };
 
@@ -69,7 +69,7 @@ constexpr LaneBytes by_order(Value value) {
 }
 
 template <class V>
-Ranked<V> rank(const Pixels<V> &pixels) {
+Ranked<V> rank(const Channels<V> &pixels) {
     static constexpr LaneBytes begin_low = by_order([](Sextant s) { return s.begin & 0xFF; }),
                                begin_high = by_order([](Sextant s) { return s.begin >> 8; }),
                                falling = by_order([](Sextant s) { return s.falling ? 0xFF : 0; });
@@ -187,7 +187,7 @@ V part_of(V hue, V sextant, V range) {
 }
 
 template <class V>
-Pixels<V> pixels_of(const Cone<V> &low, const Cone<V> &high) {
+Channels<V> pixels_of(const Cone<V> &low, const Cone<V> &high) {
     static constexpr LaneBytes odd_sextants{0, 0xFF, 0, 0xFF, 0, 0xFF};
     const V sixtieth = repeat_u16<V>(1093); // of 65536
     const V low_sextant = multiply_high_u16(low.hue, sixtieth);

@@ -159,7 +159,7 @@ V closed_up(V words) {
 }
 
 template <int pixel_samples, bool in_row, class V>
-struct Pixels {
+struct ColumnsOfPixels {
     static constexpr int samples = pixel_samples;
     static constexpr size_t steps_at_once = 1;
     using Vector = V;
@@ -375,8 +375,8 @@ void make_line_of_pixels(const Line<uint8_t> &line, Plan &plan, const uint8_t *r
         constexpr Parts parts = making;
         const size_t in_row = std::clamp(plan.first_in_row, first, end);
         const size_t beyond = std::clamp(plan.end_in_row, first, end);
-        using InRow = Pixels<samples, true, V>;
-        using Anywhere = Pixels<samples, false, V>;
+        using InRow = ColumnsOfPixels<samples, true, V>;
+        using Anywhere = ColumnsOfPixels<samples, false, V>;
         bool limit = false;
         if (first < in_row)
             limit |= make_steps<Anywhere, parts>(line, plan, source, first, in_row);

@@ -1,7 +1,7 @@
 // The steps of table mapping, written once for vectors of 32 and of 64 bytes. How one vector of
 // bytes goes through one table is table_lookup.h's part.
 //
-// Pixels of three channels are first sorted by channel: vectors that hold consecutive samples have
+// Pixels of three channels are first deinterleaved: vectors that hold consecutive samples have
 // the samples of one channel at different places, so that a choice of bytes is all it takes, and
 // the same choice takes the results back. Nothing moves within a vector.
 //
@@ -43,15 +43,15 @@ struct Three {
 };
 
 template <class V, class Order>
-class Channels {
+class Interleaving {
 public:
-    static Three<V> split(const Three<V> &mixed) {
+    static Three<V> deinterleave(const Three<V> &mixed) {
         Three<V> channels;
         for (size_t k = 0; k < 3; ++k)
             channels.v[k] = pick(mixed, set_of(k, 1), set_of(k, 2));
         return channels;
     }
-    static Three<V> join(const Three<V> &channels) {
+    static Three<V> interleave(const Three<V> &channels) {
         Three<V> mixed;
         for (size_t i = 0; i < 3; ++i)
             mixed.v[i] = pick(channels, set_of(1, i), set_of(2, i));
@@ -121,8 +121,8 @@ public:
                 simd::load<V>(source + 2 * sizeof(V))};
     }
     void store(uint8_t *destination, const Loaded &mixed) const {
-        using Sorted = Channels<V, InOrder>;
-        const Three<V> mapped = Sorted::join(tables_(Sorted::split(mixed)));
+        using Order = Interleaving<V, InOrder>;
+        const Three<V> mapped = Order::interleave(tables_(Order::deinterleave(mixed)));
         for (size_t i = 0; i < 3; ++i)
             simd::store(destination + i * sizeof(V), mapped.v[i]);
     }
@@ -205,13 +205,13 @@ public:
                  Samples<V>::load(source + 4 * sizeof(V))}};
     }
     void store(uint8_t *destination, const Loaded &loaded) const {
-        using Sorted = Channels<V, PackedWords>;
-        const Three<V> entries = Sorted::split(
+        using Order = Interleaving<V, PackedWords>;
+        const Three<V> entries = Order::deinterleave(
             {loaded.part[0].entries(), loaded.part[1].entries(), loaded.part[2].entries()});
         const Three<V> next_entries = {next_entry(entries.v[0]), next_entry(entries.v[1]),
                                        next_entry(entries.v[2])};
-        const Three<V> here = Sorted::join(tables_(entries));
-        const Three<V> next = Sorted::join(tables_(next_entries));
+        const Three<V> here = Order::interleave(tables_(entries));
+        const Three<V> next = Order::interleave(tables_(next_entries));
         for (size_t i = 0; i < 3; ++i)
             loaded.part[i].store_interpolated(destination + 2 * i * sizeof(V), here.v[i],
                                               next.v[i]);
