@@ -188,7 +188,7 @@ def counts(code):
 
 
 def levels(code):
-    """The tables of kernels where they are chosen, and the names of instruction sets."""
+    """The tables of kernels where they are chosen, and what they are chosen for."""
     sets = LEVELS[1:]
     forms = [(r"(?<=return InstructionSet::)", r"()\b", sets), (r"(?<=return )", r"()\b", sets)]
     if "choose(" in code:
@@ -198,6 +198,8 @@ def levels(code):
             at = names.index(found[1])
             for other in names[max(at - 1, 0) : at] + names[at + 1 : at + 2]:
                 yield "level", *found.span(), other + found[2]
+    for found in re.finditer(r"(?<=_kernels\()level(?=\))", code):
+        yield "level", *found.span(), "InstructionSet::sse2"
 
 
 def changes_of(path, source):
