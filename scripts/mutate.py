@@ -172,7 +172,8 @@ def main():
     options = arguments()
     if options.seed is None:
         options.seed = int(time.time()) % 1000000
-    signal.signal(signal.SIGTERM, interrupted)
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, interrupted)
     shop = workshop.Workshop(ROOT)
     data = ROOT / "tests/mutation"
     try:

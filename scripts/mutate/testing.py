@@ -11,6 +11,7 @@ import json
 import os
 import pathlib
 import re
+import resource
 import signal
 import subprocess
 import threading
@@ -20,8 +21,11 @@ from mutate.workshop import Trouble
 
 ROUNDS = ["short", "medium"]
 PRODUCT_TARGETS = ["q32base", "q32comm"]
-# A changed library that takes so many times as long as the original, and some seconds, has hung.
-SLOWER, SECONDS_MORE = 5, 30
+# A changed library that takes so many times as long as the original, and some seconds, has hung. The
+# processor's time tells soon, whatever else the machine does; who waits for ever takes none of it.
+SLOWER, SECONDS_MORE = 20, 60
+PROCESSOR_SLOWER, PROCESSOR_SECONDS_MORE = 3, 5
+LIMIT_OF_THE_ORIGINAL = (1800, 1800)
 FAILED = re.compile(rb": Failure\r?$|^\[  FAILED  \]", re.MULTILINE)
 
 
@@ -94,13 +98,24 @@ class Outcome:
                 return
 
 
+def processor_time():
+    """That of all programs that were run and have ended."""
+    used = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return used.ru_utime + used.ru_stime
+
+
+def limit_processor_time(seconds):
+    """Of each program that is started from here; a signal tells that it was too much."""
+    resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds + 5))
+
+
 class Tests:
     def __init__(self, root, workshop, table):
         self.root = pathlib.Path(root)
         self.workshop = workshop
         self.table = table
         self.commands = {}
-        self.times = {}  # of the original, for each entry and round
+        self.limits = {}  # seconds, and those of the processor, for each entry and round
         self.last_words = ""
 
     def for_path(self, path):
@@ -139,22 +154,25 @@ class Tests:
             folder = self.workshop.originals
             command = [part.replace(f"{built}/", f"{folder}/") for part in command]
         outcome = Outcome()
+        seconds, processor_seconds = limit
         process = subprocess.Popen(
             command, env=self.environment(variables, round_name, folder), start_new_session=True,
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+            preexec_fn=lambda: limit_processor_time(processor_seconds),
         )  # fmt: skip
         reading = (process.stdout, not original)
         reader = threading.Thread(target=outcome.read, args=reading, daemon=True)
         try:
             reader.start()
-            reader.join(limit)
+            reader.join(seconds)
             if reader.is_alive():
                 return f"{entry.name} {outcome.test}, time limit".strip()
             if outcome.failed and not original:
                 return f"{entry.name} {outcome.test}".strip()
-            if process.wait(SECONDS_MORE) != 0:
+            if (status := process.wait(SECONDS_MORE)) != 0:
                 self.last_words = outcome.end.decode(errors="replace")
-                how = "" if outcome.failed else ", no good end"
+                is_hung = status % 128 in (signal.SIGXCPU, 128 - signal.SIGXCPU)
+                how = "" if outcome.failed else ", time limit" if is_hung else ", no good end"
                 return f"{entry.name} {outcome.test}".strip() + how
             return None
         except subprocess.TimeoutExpired:
@@ -162,18 +180,17 @@ class Tests:
         finally:
             end_all(process)
 
-    def limit_of(self, entry, round_name):
-        return SECONDS_MORE + SLOWER * self.times[entry, round_name]
-
     def measure_original(self, entry, round_name):
-        """An entry counts only when the original passes it; its time makes the limit."""
-        if (entry, round_name) in self.times:
+        """An entry counts only when the original passes it; its times make the limits."""
+        if (entry, round_name) in self.limits:
             return
-        start = time.monotonic()
-        why = self.run(entry, round_name, 1800, original=True)
-        if why:
+        start, processor_start = time.monotonic(), processor_time()
+        if why := self.run(entry, round_name, LIMIT_OF_THE_ORIGINAL, original=True):
             raise Trouble(f"fails without any change: {why}\n{self.last_words}")
-        self.times[entry, round_name] = time.monotonic() - start
+        self.limits[entry, round_name] = (
+            SECONDS_MORE + SLOWER * (time.monotonic() - start),
+            int(PROCESSOR_SECONDS_MORE + PROCESSOR_SLOWER * (processor_time() - processor_start)),
+        )
 
     def result_of(self, change):
         """What becomes of a change that has been made: "broken", "equivalent" (it makes no
@@ -190,7 +207,7 @@ class Tests:
                     if not entry.is_linked and self.workshop.products_are_the_same():
                         return "equivalent", "the same library"
                 self.measure_original(entry, round_name)
-                if why := self.run(entry, round_name, self.limit_of(entry, round_name)):
+                if why := self.run(entry, round_name, self.limits[entry, round_name]):
                     return "killed", f"by {why}"
         if self.workshop.build(PRODUCT_TARGETS) and self.workshop.products_are_the_same():
             return "equivalent", "the same library"
@@ -199,8 +216,10 @@ class Tests:
     def check_original(self):
         """What the original passed at first it must pass at the end: a change that spoilt what the
         tests stand on would have been taken for many that were noticed."""
-        for entry, round_name in self.times:
-            if round_name == ROUNDS[0] and (why := self.run(entry, round_name, 1800, original=True)):
+        for entry, round_name in self.limits:
+            if round_name != ROUNDS[0]:
+                continue
+            if why := self.run(entry, round_name, LIMIT_OF_THE_ORIGINAL, original=True):
                 raise Trouble(f"fails without any change at the end: {why}")
 
     def stop(self):
