@@ -52,5 +52,5 @@ check "cppcheck" cppcheck --quiet --enable=warning,performance,portability --err
     --suppress=passedByValue --suppress='resourceLeak:tests/*' \
     --std=c++20 --language=c++ --platform=win32W --library=windows --library=googletest \
     -I. -Isrc -Iinclude "${code[@]}"
-check "shellcheck" shellcheck -x run .ci/run scripts/*
+check "shellcheck" shellcheck -x run .ci/run scripts/*.sh scripts/wine-*
 exit "$status"

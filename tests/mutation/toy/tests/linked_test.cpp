@@ -1,0 +1,6 @@
+// Fails without a word.
+extern "C" int links(int value);
+
+int main() {
+    return links(10) == 7 ? 0 : 1;
+}
