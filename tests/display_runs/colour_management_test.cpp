@@ -217,6 +217,21 @@ TEST_F(RunColours, ProfileRefused) {
     EXPECT_EQ(ending(watch), joined({unmatched, undone}));
 }
 
+// A path of 259 characters is the longest; the folder and its separator have 17 of them.
+TEST_F(RunColours, ProfileWithALongName) {
+    prepare(setup);
+    GdiWatch watch(dc());
+    const std::string longest(242, 'p'), too_long(243, 'p');
+    set({0, nullptr, longest.c_str(), nullptr, nullptr, nullptr, 1, 0, 0});
+    EXPECT_EQ(opening(watch), (Lines{"SetICMProfileA(dc, C:\\windows\\color\\" + longest + ")",
+                                     "SetICMMode(dc, on)"}));
+    EXPECT_EQ(ending(watch), undone);
+    set({0, nullptr, too_long.c_str(), nullptr, nullptr, nullptr, 1, 0, 0});
+    EXPECT_EQ(opening(watch), Lines{});
+    EXPECT_EQ(flags(), 1u);
+    EXPECT_EQ(ending(watch), undone);
+}
+
 TEST_F(RunColours, ModeRefused) {
     prepare(setup);
     set_flags(3);

@@ -1,0 +1,7 @@
+# The instrumented twin of the library (preset win32-coverage, ./run coverage), in which every line
+# and every branch counts how often it runs. What ships is built without any of this.
+option(Q32BASE_COVERAGE "Count in the library what the tests reach" OFF)
+if(Q32BASE_COVERAGE)
+  target_compile_options(q32_kernel_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:--coverage>)
+  target_link_options(q32_kernel_options INTERFACE --coverage)
+endif()
