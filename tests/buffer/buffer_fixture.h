@@ -2,7 +2,7 @@
 // that give themselves back, reports to expect, limits to set, and pixels to compare.
 #pragma once
 
-#include "tests/buffer/geometry_model.h"
+#include "tests/models/geometry.h"
 #include "tests/buffer/record_words.h"
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"

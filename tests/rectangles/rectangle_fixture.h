@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tests/buffer/buffer_fixture.h"
-#include "tests/rectangles/rectangle_model.h"
+#include "tests/models/picture.h"
 
 #include <memory>
 #include <optional>

@@ -2,7 +2,7 @@
 // as plainly as the rules read. Knows no cell and no library; all arithmetic is 64 bits wide.
 #pragma once
 
-#include "tests/buffer/geometry_model.h"
+#include "tests/models/geometry.h"
 
 #include <cstdint>
 #include <cstring>
