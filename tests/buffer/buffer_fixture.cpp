@@ -160,10 +160,12 @@ void MemoryBlock::protect() {
 }
 
 testing::AssertionResult MemoryBlock::holds(const Bytes &bytes) const {
-    const auto [wanted, found] = std::mismatch(bytes.begin(), bytes.end(), data_, data_ + bytes_);
-    if (wanted != bytes.end() || found != data_ + bytes_)
-        return testing::AssertionFailure() << "byte " << found - data_ << " of " << bytes_
-                                           << " is not among the wanted " << bytes.size();
+    if (bytes.size() != bytes_)
+        return testing::AssertionFailure() << bytes_ << " bytes, not " << bytes.size();
+    const auto [wanted, found] = std::mismatch(bytes.begin(), bytes.end(), data_);
+    if (wanted != bytes.end())
+        return testing::AssertionFailure() << "byte " << found - data_ << " of " << bytes_ << " is "
+                                           << int(*found) << ", not " << int(*wanted);
     for (const uint8_t *at = memory_.begin(); at < memory_.end(); ++at)
         if ((at < data_ || at >= data_ + bytes_) && *at != surroundings)
             return testing::AssertionFailure()

@@ -98,7 +98,8 @@ void World::allocate_packed_bitmap(ModelBuffer &buffer) {
         random_.below(2) == 0
             ? api().buf32DIBBufAlloc(&buffer.handle, *buffer.bitmap)
             : api().buf32Alloc(&buffer.handle, shape.bits, 1, 1, BUF32_DIB, *buffer.bitmap);
-    if (!called(result, 1) && (buffer.bitmap->bytes() != block || buffer.bitmap->freed()))
+    if (!called(result, 1) &&
+        (buffer.bitmap->bytes() != block || buffer.bitmap->locks() != 0 || buffer.bitmap->freed()))
         differs("the refused bitmap");
 }
 
