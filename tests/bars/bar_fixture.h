@@ -4,39 +4,12 @@
 
 #include "tests/bars/bar.h"
 #include "tests/buffer/entry_hook.h"
+#include "tests/frame/fenced_heap.h"
 #include "tests/merge_buffers/merge_fixture.h"
 
 #include <q32base/bars.h>
 
-#include <map>
-#include <memory>
-
 namespace q32::test {
-
-// While it lives, fixed blocks of the library end at an inaccessible page, whatever their size. All
-// must be given back before its end.
-class FencedHeap {
-public:
-    FencedHeap() = default;
-    ~FencedHeap() { EXPECT_TRUE(blocks_.empty()); }
-    FencedHeap(const FencedHeap &) = delete;
-    FencedHeap &operator=(const FencedHeap &) = delete;
-
-private:
-    std::map<HGLOBAL, std::unique_ptr<FencedMemory>> blocks_;
-    Replaced<frame::call::GlobalAlloc> alloc_{[this](UINT flags, SIZE_T bytes) -> HGLOBAL {
-        if ((flags & GMEM_MOVEABLE) != 0)
-            return GlobalAlloc(flags, bytes);
-        auto memory = std::make_unique<FencedMemory>(bytes);
-        uint8_t *const block = memory->end() - bytes;
-        std::fill(block, memory->end(), uint8_t((flags & GMEM_ZEROINIT) != 0 ? 0 : 0xA5));
-        blocks_[block] = std::move(memory);
-        return block;
-    }};
-    Replaced<frame::call::GlobalFree> free_{[this](HGLOBAL block) -> HGLOBAL {
-        return blocks_.erase(block) != 0 ? nullptr : GlobalFree(block);
-    }};
-};
 
 class BarTest : public BufferTest {
 protected:

@@ -142,7 +142,7 @@ TEST_F(BarPictures, DepthsBetweenWholeBytes) {
                 const Side given(bits, width, 5, random);
                 HBUF32 handle = given;
                 {
-                    const FencedHeap heap;
+                    const FencedHeap heap(1);
                     EXPECT_SUCCESS(bar.into(api(), &handle, 0, 0));
                 }
                 EXPECT_EQ(handle, HBUF32(given));
@@ -163,7 +163,7 @@ TEST_F(BarPictures, WorkRowsAtAFence) {
     for (const Bar &bar : every_bar())
         for (int width = 1; width <= 70; ++width) {
             Side given(bar.bits(), width, 6, random);
-            const FencedHeap heap;
+            const FencedHeap heap(1);
             check_given(bar, given);
         }
 }

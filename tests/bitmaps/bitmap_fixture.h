@@ -11,8 +11,6 @@
 
 namespace q32::test {
 
-using Bytes = std::vector<uint8_t>;
-
 // --- failures --------------------------------------------------------------------------------
 
 inline constexpr Failure no_bitmap_record{1001, 1, 4, 14}, not_a_bitmap{1001, 1, 4, 15};

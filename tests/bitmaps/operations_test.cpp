@@ -3,6 +3,7 @@
 #include "tests/bitmaps/bitmap_fixture.h"
 
 #include <climits>
+#include <functional>
 
 namespace q32::test {
 namespace {
@@ -203,19 +204,10 @@ TEST_F(BitmapOperations, AddressesWithoutStorage) {
 
 // --- rectangles ------------------------------------------------------------------------------
 
-struct Area {
-    int x, y, width, height;
-};
-
 // Around and across the image, and far away.
 Area random_area(const Shape &shape, Random &random) {
     return {between(random, -20, shape.width + 2), between(random, -8, shape.height + 2),
             between(random, 1, shape.width + 30), between(random, 1, shape.height + 10)};
-}
-
-bool meets(const Area &area, const Shape &shape) {
-    return area.x < shape.width && area.y < shape.height && area.x + area.width > 0 &&
-           area.y + area.height > 0;
 }
 
 // Depths at which a pixel of a rectangle is the pixel of the buffer.
@@ -224,110 +216,85 @@ int random_depth(Random &random) {
     return depths[random.below(std::size(depths))];
 }
 
-TEST_F(BitmapOperations, GetMem) {
-    random_cases(400, [](Random &random, uint64_t number) {
-        const Shape shape{random_depth(random), between(random, 1, 150), between(random, 1, 20)};
-        SCOPED_TRACE(shape.text() + "; " + rerun(number));
-        Fenced buffer(shape, random);
-        const Area area = random_area(shape, random);
-        const Shape rectangle{shape.bits, area.width, area.height};
-        FencedBlock memory(rectangle.packed_bytes());
-        random.fill(std::span(memory.data(), memory.size()));
-        const Bytes before = bytes_at(memory.data(), memory.size());
-        const int result =
-            api().buf32GetMem(buffer, area.x, area.y, area.width, area.height, memory.data());
-        EXPECT_EQ(result, meets(area, shape));
-        if (!meets(area, shape))
-            expect_report(3200, 1, 3, 13);
-        const Bytes after = bytes_at(memory.data(), memory.size());
-        for (int y = 0; y < area.height; ++y)
-            for (int x = 0; x < area.width; ++x) {
-                const bool inside = meets({area.x + x, area.y + y, 1, 1}, shape);
-                const uint64_t expected =
-                    inside ? pixel_at(buffer.pixels, shape, area.x + x, area.y + y)
-                           : pixel_at(before, rectangle, x, y);
-                if (pixel_at(after, rectangle, x, y) != expected) {
-                    ADD_FAILURE() << "pixel " << x << ", " << y;
-                    return false;
-                }
-            }
+// A rectangle of some buffer, random bytes of its size between fences, and the buffer's picture.
+struct Scene {
+    explicit Scene(Random &random)
+        : shape{random_depth(random), between(random, 1, 150), between(random, 1, 20)},
+          buffer(shape, random), area(random_area(shape, random)),
+          memory(block_bytes(shape.bits, area), MemoryBlock::fence_behind, random),
+          picture(Geometry(shape.width, shape.height, shape.bits, BUF32_DIB)) {
+        picture.image.bytes() = buffer.pixels;
+    }
+    bool meets() const { return picture.meets(area); }
+    void expect_after() const {
         buffer.expect_pixels_now();
         EXPECT_EQ(word(buffer, field_lock_count), 0u);
+    }
+
+    const Shape shape;
+    Fenced buffer;
+    const Area area;
+    MemoryBlock memory;
+    Picture picture;
+};
+
+// Runs a test on many scenes.
+void on_scenes(const std::function<void(Scene &, Random &)> &test) {
+    random_cases(400, [&](Random &random, uint64_t number) {
+        Scene scene(random);
+        SCOPED_TRACE(scene.shape.text() + "; " + rerun(number));
+        test(scene, random);
         return !::testing::Test::HasFailure();
+    });
+}
+
+TEST_F(BitmapOperations, GetMem) {
+    on_scenes([](Scene &scene, Random &) {
+        const auto &[x, y, width, height] = scene.area;
+        Bytes expected = scene.memory.contents();
+        EXPECT_EQ(api().buf32GetMem(scene.buffer, x, y, width, height, scene.memory.data()),
+                  scene.meets());
+        if (!scene.meets())
+            expect_report(3200, 1, 3, 13);
+        scene.picture.get(scene.area, expected.data());
+        EXPECT_TRUE(same_block(scene.picture.geometry, scene.area, expected, scene.memory.data()));
+        scene.expect_after();
     });
 }
 
 TEST_F(BitmapOperations, MergeMem) {
-    random_cases(400, [](Random &random, uint64_t number) {
-        const Shape shape{random_depth(random), between(random, 1, 150), between(random, 1, 20)};
-        SCOPED_TRACE(shape.text() + "; " + rerun(number));
-        Fenced buffer(shape, random);
-        const Area area = random_area(shape, random);
-        const Shape rectangle{shape.bits, area.width, area.height};
-        FencedBlock memory(rectangle.packed_bytes());
-        random.fill(std::span(memory.data(), memory.size()));
-        const Bytes given = bytes_at(memory.data(), memory.size());
-        EXPECT_EQ(
-            api().buf32MergeMem(buffer, area.x, area.y, memory.data(), area.width, area.height),
-            meets(area, shape));
-        if (!meets(area, shape))
+    on_scenes([](Scene &scene, Random &) {
+        const auto &[x, y, width, height] = scene.area;
+        const Bytes given = scene.memory.contents();
+        EXPECT_EQ(api().buf32MergeMem(scene.buffer, x, y, scene.memory.data(), width, height),
+                  scene.meets());
+        if (!scene.meets())
             expect_report(3200, 1, 3, 14);
-        const Bytes after = bytes_at(buffer.storage(), shape.packed_bytes());
-        for (int y = 0; y < shape.height; ++y)
-            for (int x = 0; x < shape.width; ++x) {
-                const int column = x - area.x, row = y - area.y;
-                const bool inside =
-                    column >= 0 && column < area.width && row >= 0 && row < area.height;
-                const uint64_t expected = inside ? pixel_at(given, rectangle, column, row)
-                                                 : pixel_at(buffer.pixels, shape, x, y);
-                if (pixel_at(after, shape, x, y) != expected) {
-                    ADD_FAILURE() << "pixel " << x << ", " << y;
-                    return false;
-                }
-            }
-        buffer.pixels = after; // and the rest of the block is as it was
-        buffer.expect_pixels_now();
-        EXPECT_EQ(bytes_at(memory.data(), memory.size()), given);
-        EXPECT_EQ(word(buffer, field_lock_count), 0u);
-        return !::testing::Test::HasFailure();
+        scene.picture.merge(scene.area, given.data());
+        EXPECT_TRUE(same_rows(scene.picture.image.bytes(), scene.buffer.storage(),
+                              scene.shape.row_bytes(),
+                              int64_t(scene.shape.width) * scene.shape.bits));
+        scene.memory.expect(given);
+        // And the rest of the block is as it was.
+        scene.buffer.pixels = bytes_at(scene.buffer.storage(), scene.shape.packed_bytes());
+        scene.expect_after();
     });
 }
 
 TEST_F(BitmapOperations, GetMemWithBackground) {
-    random_cases(400, [](Random &random, uint64_t number) {
-        const Shape shape{random_depth(random), between(random, 1, 150), between(random, 1, 20)};
-        SCOPED_TRACE(shape.text() + "; " + rerun(number));
-        Fenced buffer(shape, random);
-        const Area area = random_area(shape, random);
-        const Shape rectangle{shape.bits, area.width, area.height};
-        FencedBlock memory(rectangle.packed_bytes());
-        random.fill(std::span(memory.data(), memory.size()));
-        FencedBlock colour(std::max<size_t>(shape.unit(), 1));
+    on_scenes([](Scene &scene, Random &random) {
+        const auto &[x, y, width, height] = scene.area;
+        FencedBlock colour(scene.picture.geometry.unit_bytes());
         random.fill(std::span(colour.data(), colour.size()));
-        // The background alone: the colour over every byte.
-        Bytes background(memory.size());
-        for (size_t i = 0; i < background.size(); ++i)
-            background[i] = colour.data()[i % colour.size()];
-        EXPECT_SUCCESS(api().buf32GetMemWithBC(buffer, area.x, area.y, area.width, area.height,
-                                               memory.data(), colour.data()));
-        const Bytes after = bytes_at(memory.data(), memory.size());
-        for (int y = 0; y < area.height; ++y)
-            for (int x = 0; x < area.width; ++x) {
-                const bool inside = meets({area.x + x, area.y + y, 1, 1}, shape);
-                const uint64_t expected =
-                    inside ? pixel_at(buffer.pixels, shape, area.x + x, area.y + y)
-                           : pixel_at(background, rectangle, x, y);
-                if (pixel_at(after, rectangle, x, y) != expected) {
-                    ADD_FAILURE() << "pixel " << x << ", " << y;
-                    return false;
-                }
-            }
-        buffer.expect_pixels_now();
-        EXPECT_EQ(word(buffer, field_lock_count), 0u);
+        Bytes expected = scene.memory.contents();
+        scene.picture.get_with_background(scene.area, expected.data(), colour.data());
+        EXPECT_SUCCESS(api().buf32GetMemWithBC(scene.buffer, x, y, width, height,
+                                               scene.memory.data(), colour.data()));
+        EXPECT_TRUE(same_block(scene.picture.geometry, scene.area, expected, scene.memory.data()));
+        scene.expect_after();
         // Under 8 bits the rectangle is read under a lock, when there is something to read.
-        EXPECT_EQ(word(buffer, field_access_mode),
-                  shape.bits < 8 && meets(area, shape) ? BUF32_READ : 0);
-        return !::testing::Test::HasFailure();
+        EXPECT_EQ(word(scene.buffer, field_access_mode),
+                  scene.shape.bits < 8 && scene.meets() ? BUF32_READ : 0);
     });
 }
 

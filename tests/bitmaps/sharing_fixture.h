@@ -75,37 +75,21 @@ struct Write {
     int (*write)(HBUF32 buffer);
 };
 
+template <int mode>
+int write_by_lock(HBUF32 buffer) {
+    void *base = nullptr;
+    const int result = api().buf32Lock(buffer, mode, &base);
+    if (result == 1) {
+        static_cast<uint8_t *>(base)[0] ^= 0xFF;
+        api().buf32Unlock(buffer);
+    }
+    return result;
+}
+
 inline const Write writes[] = {
-    {"lock 2",
-     [](HBUF32 buffer) {
-         void *base = nullptr;
-         const int result = api().buf32Lock(buffer, BUF32_WRITE, &base);
-         if (result == 1) {
-             static_cast<uint8_t *>(base)[0] ^= 0xFF;
-             api().buf32Unlock(buffer);
-         }
-         return result;
-     }},
-    {"lock 3",
-     [](HBUF32 buffer) {
-         void *base = nullptr;
-         const int result = api().buf32Lock(buffer, BUF32_WRITE_3, &base);
-         if (result == 1) {
-             static_cast<uint8_t *>(base)[0] ^= 0xFF;
-             api().buf32Unlock(buffer);
-         }
-         return result;
-     }},
-    {"lock 4",
-     [](HBUF32 buffer) {
-         void *base = nullptr;
-         const int result = api().buf32Lock(buffer, BUF32_OVERWRITE, &base);
-         if (result == 1) {
-             static_cast<uint8_t *>(base)[0] ^= 0xFF;
-             api().buf32Unlock(buffer);
-         }
-         return result;
-     }},
+    {"lock 2", write_by_lock<BUF32_WRITE>},
+    {"lock 3", write_by_lock<BUF32_WRITE_3>},
+    {"lock 4", write_by_lock<BUF32_OVERWRITE>},
     {"cell lock",
      [](HBUF32 buffer) {
          // The mode of an earlier write lock, kept in the record.

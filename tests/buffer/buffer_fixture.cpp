@@ -61,6 +61,12 @@ void set_memory_limit(uint32_t on, uint32_t limit) {
     api().buf32VMData(1, &limit, nullptr, nullptr, &on, nullptr);
 }
 
+bool memory_is_limited() {
+    uint32_t on = 0;
+    api().buf32VMData(0, nullptr, nullptr, nullptr, &on, nullptr);
+    return on != 0;
+}
+
 void set_file_limit(uint32_t on, uint32_t limit) {
     api().buf32VMData(1, nullptr, &limit, nullptr, nullptr, &on);
 }
@@ -141,6 +147,32 @@ void expect_refused(int bits, int width, int height, uint32_t type, const void *
     expect_report(failure);
 }
 
+MemoryBlock::MemoryBlock(size_t bytes, Fence fence, Random &random)
+    : memory_(std::max<size_t>(bytes, 1)), bytes_(bytes),
+      data_(fence == fence_before ? memory_.begin() : memory_.end() - bytes) {
+    std::memset(memory_.begin(), surroundings, memory_.size());
+    random.fill({data_, bytes_});
+}
+
+void MemoryBlock::protect() {
+    DWORD before;
+    VirtualProtect(memory_.begin(), memory_.size(), PAGE_READONLY, &before);
+}
+
+testing::AssertionResult MemoryBlock::holds(const Bytes &bytes) const {
+    if (bytes.size() != bytes_)
+        return testing::AssertionFailure() << bytes_ << " bytes, not " << bytes.size();
+    const auto [wanted, found] = std::mismatch(bytes.begin(), bytes.end(), data_);
+    if (wanted != bytes.end())
+        return testing::AssertionFailure() << "byte " << found - data_ << " of " << bytes_ << " is "
+                                           << int(*found) << ", not " << int(*wanted);
+    for (const uint8_t *at = memory_.begin(); at < memory_.end(); ++at)
+        if ((at < data_ || at >= data_ + bytes_) && *at != surroundings)
+            return testing::AssertionFailure()
+                   << "written outside the block, at its byte " << at - data_;
+    return testing::AssertionSuccess();
+}
+
 Geometry geometry_of(HBUF32 buffer) {
     return Geometry(int(word(buffer, field_width)), int(word(buffer, field_height)),
                     int(word(buffer, field_bits_per_pixel)), word(buffer, field_type));
@@ -177,6 +209,34 @@ PlainImage fill_and_check(HBUF32 buffer) {
     PlainImage image = fill(buffer, random);
     expect_pixels(buffer, image);
     return image;
+}
+
+testing::AssertionResult same_bytes(std::span<const uint8_t> expected, const uint8_t *got) {
+    return same_rows(expected, got, expected.size(), int64_t(expected.size()) * 8);
+}
+
+testing::AssertionResult same_rows(std::span<const uint8_t> expected, const uint8_t *got,
+                                   size_t row_bytes, int64_t row_bits) {
+    const size_t whole = size_t(row_bits / 8);
+    const auto mask = uint8_t(0xFF00 >> row_bits % 8);
+    for (size_t at = 0; at < expected.size(); at += row_bytes) {
+        const bool tail_differs =
+            mask != 0 && ((expected[at + whole] ^ got[at + whole]) & mask) != 0;
+        if (std::memcmp(expected.data() + at, got + at, whole) == 0 && !tail_differs)
+            continue;
+        size_t i = at;
+        while (i < at + whole && expected[i] == got[i])
+            ++i;
+        return testing::AssertionFailure() << "row " << at / row_bytes << ", byte " << i - at
+                                           << " is " << int(got[i]) << ", not " << int(expected[i]);
+    }
+    return testing::AssertionSuccess();
+}
+
+testing::AssertionResult same_block(const Geometry &geometry, const Area &area,
+                                    const Bytes &expected, const uint8_t *got) {
+    return same_rows(expected, got, size_t(block_row_bytes(geometry.bits, area.width)),
+                     area.width * geometry.unit_bits());
 }
 
 std::string size_text(int bits, int width, int height) {

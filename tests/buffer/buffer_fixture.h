@@ -2,7 +2,6 @@
 // that give themselves back, reports to expect, limits to set, and pixels to compare.
 #pragma once
 
-#include "tests/buffer/geometry_model.h"
 #include "tests/buffer/record_words.h"
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
@@ -10,6 +9,7 @@
 #include "tests/frame/library.h"
 #include "tests/frame/random.h"
 #include "tests/frame/sandbox.h"
+#include "tests/models/picture.h"
 
 #include <gtest/gtest.h>
 #include <q32base/buffers.h>
@@ -41,6 +41,12 @@ void expect_report_of(std::initializer_list<Failure> failures);
 // --- settings and counters -------------------------------------------------------------------
 
 void set_memory_limit(uint32_t on, uint32_t limit);
+bool memory_is_limited();
+// A memory limit that sends buffers over 128 x 128 to swap files, and the end of it. Every test
+// begins without.
+inline void send_to_files(bool on) {
+    set_memory_limit(on ? 1 : 0, 0);
+}
 void set_file_limit(uint32_t on, uint32_t limit);
 void use_no_directory();
 
@@ -91,6 +97,10 @@ private:
 
 // --- buffers ---------------------------------------------------------------------------------
 
+// Those that have pixels of their own and can share them.
+inline constexpr uint32_t sharing_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
+                                             BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
+
 // A buffer that is freed at the end of its scope.
 class Buffer {
 public:
@@ -124,6 +134,36 @@ private:
     size_t bytes_;
 };
 
+// A block of memory of exactly so many bytes, filled at random: at one end lies an inaccessible
+// page, and what lies beyond the other end is looked after.
+class MemoryBlock {
+public:
+    enum Fence { fence_before, fence_behind };
+
+    MemoryBlock(size_t bytes, Fence fence, Random &random);
+
+    uint8_t *data() const { return data_; }
+    size_t size() const { return bytes_; }
+    Bytes contents() const { return Bytes(data_, data_ + bytes_); }
+    void set(const Bytes &bytes) { std::memcpy(data_, bytes.data(), bytes.size()); }
+    // Makes any write to the block a crash.
+    void protect();
+
+    // The block holds these bytes, and its surroundings what they held.
+    testing::AssertionResult holds(const Bytes &bytes) const;
+    void expect(const Bytes &bytes) const { EXPECT_TRUE(holds(bytes)); }
+
+private:
+    static constexpr uint8_t surroundings = 0xB7;
+
+    FencedMemory memory_;
+    size_t bytes_;
+    uint8_t *data_;
+};
+inline MemoryBlock::Fence random_fence(Random &random) {
+    return random.below(2) == 0 ? MemoryBlock::fence_before : MemoryBlock::fence_behind;
+}
+
 Geometry geometry_of(HBUF32 buffer);
 
 // Writes an image row by row; a lock is taken and given back.
@@ -133,6 +173,16 @@ void expect_pixels(HBUF32 buffer, const PlainImage &image);
 // Random pixels for the whole buffer.
 PlainImage fill(HBUF32 buffer, Random &random);
 PlainImage fill_and_check(HBUF32 buffer);
+
+// --- comparison ------------------------------------------------------------------------------
+
+testing::AssertionResult same_bytes(std::span<const uint8_t> expected, const uint8_t *got);
+// The first bits of each row only: what lies behind a row's last pixel is nobody's.
+testing::AssertionResult same_rows(std::span<const uint8_t> expected, const uint8_t *got,
+                                   size_t row_bytes, int64_t row_bits);
+// The same for a block, as rectangles are laid out.
+testing::AssertionResult same_block(const Geometry &geometry, const Area &area,
+                                    const Bytes &expected, const uint8_t *got);
 
 // --- texts and numbers -----------------------------------------------------------------------
 

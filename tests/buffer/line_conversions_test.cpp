@@ -12,8 +12,6 @@ constexpr uint32_t ordinary_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_M
 
 // --- conversions, as they are defined --------------------------------------------------------
 
-using Bytes = std::vector<uint8_t>;
-
 // A row's bytes, with zeros behind them for what the row does not have.
 uint8_t byte_at(const Bytes &row, size_t i) {
     return i < row.size() ? row[i] : uint8_t(0);

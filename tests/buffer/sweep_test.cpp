@@ -3,7 +3,6 @@
 #include "tests/buffer/buffer_fixture.h"
 
 #include <functional>
-#include <map>
 
 namespace q32::test {
 namespace {
@@ -122,16 +121,10 @@ std::vector<Case> cases() {
 
 // How often a scenario makes each of the calls when nothing fails.
 std::map<std::string, int> calls_of(const Case &scenario) {
-    std::map<std::string, frame::FailingCall> counters;
-    for (const char *call : acquiring_calls)
-        counters.try_emplace(call, call, 0);
-    EXPECT_TRUE(scenario.run()) << scenario.name << " without a failure of the system";
-    expect_no_report();
-    std::map<std::string, int> result;
-    for (const auto &[call, counter] : counters)
-        if (counter.calls() > 0)
-            result[call] = counter.calls();
-    return result;
+    return frame::acquiring_calls_of([&] {
+        EXPECT_TRUE(scenario.run()) << scenario.name << " without a failure of the system";
+        expect_no_report();
+    });
 }
 
 std::string failure_text(const Case &scenario, const std::string &call, int n) {

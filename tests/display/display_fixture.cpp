@@ -235,4 +235,20 @@ void expect_measures(const DispDevInfo &information) {
     DeleteDC(display);
 }
 
+int DisplayTest::each_failing(const char *function, const std::function<void()> &with_failure) {
+    for (int n = 1;; ++n) {
+        SCOPED_TRACE(std::string(function) + " number " + std::to_string(n));
+        failing_.emplace(function, n);
+        with_failure();
+        const bool happened = failing_->happened();
+        failing_.reset();
+        if (!happened)
+            return n - 1;
+        if (n == 60) {
+            ADD_FAILURE() << "without end";
+            return n;
+        }
+    }
+}
+
 } // namespace q32::test

@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <compare>
 #include <cstring>
+#include <functional>
 #include <iosfwd>
+#include <optional>
 #include <vector>
 
 namespace q32::test {
@@ -113,6 +115,15 @@ protected:
     void set_gamma(const Gamma &gamma);
     // Type, bits and planes.
     void expect_device(int type, int bits, int planes);
+
+    // Runs an action with the first, second, third ... call of a function failing, until all of its
+    // calls have had their turn. Returns how many failures there were.
+    int each_failing(const char *function, const std::function<void()> &with_failure);
+    // Whether the call to fail was met so far.
+    bool failed() const { return failing_->happened(); }
+
+private:
+    std::optional<FailingCall> failing_;
 };
 
 // All information of a record but type, bits, planes and gamma, as this machine's display has it.

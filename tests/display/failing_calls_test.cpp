@@ -11,31 +11,7 @@ namespace {
 constexpr const char *memory_calls[] = {"GlobalAlloc", "GlobalReAlloc", "GlobalLock",
                                         "malloc",      "calloc",        "realloc"};
 
-class FailingDisplayCalls : public DisplayTest {
-protected:
-    // Runs an action with the first, second, third ... call of a function failing, until all of its
-    // calls have had their turn. Returns how many failures there were.
-    int each_failing(const char *function, const std::function<void()> &with_failure) {
-        for (int n = 1;; ++n) {
-            SCOPED_TRACE(std::string(function) + " number " + std::to_string(n));
-            failing_.emplace(function, n);
-            with_failure();
-            const bool happened = failing_->happened();
-            failing_.reset();
-            if (!happened)
-                return n - 1;
-            if (n == 40) {
-                ADD_FAILURE() << "without end";
-                return n;
-            }
-        }
-    }
-    // Whether the call to fail was met so far.
-    bool failed() const { return failing_->happened(); }
-
-private:
-    std::optional<FailingCall> failing_;
-};
+class FailingDisplayCalls : public DisplayTest {};
 
 // --- exports that create ---------------------------------------------------------------------
 

@@ -22,25 +22,6 @@ protected:
         RunTest::TearDown();
     }
 
-    // Runs an action with the first, second, third ... call of a function failing, until all of its
-    // calls have had their turn. Returns how many failures there were.
-    int each_failing(const char *function, const std::function<void()> &with_failure) {
-        for (int n = 1;; ++n) {
-            SCOPED_TRACE(std::string(function) + " number " + std::to_string(n));
-            failing_.emplace(function, n);
-            with_failure();
-            const bool happened = failing_->happened();
-            failing_.reset();
-            if (!happened)
-                return n - 1;
-            if (n == 60) {
-                ADD_FAILURE() << "without end";
-                return n;
-            }
-        }
-    }
-    bool failed() const { return failing_->happened(); }
-
     template <class Action>
     void each_path(Action action) {
         for (int type = 0; type <= 5; ++type)
@@ -79,7 +60,6 @@ protected:
     Random random{test_seed(), 91};
 
 private:
-    std::optional<FailingCall> failing_;
     HBITMAP bitmap_ = nullptr;
     HGDIOBJ before_ = nullptr;
 };

@@ -1,7 +1,7 @@
 // The screen's gamma changed while runs are open: each row is corrected as it comes, whatever was
 // set when the run was opened and whatever is set when it is drawn.
-#include "tests/display_runs/fenced_heap.h"
 #include "tests/display_runs/painted_fixture.h"
+#include "tests/frame/fenced_heap.h"
 
 namespace q32::test {
 namespace {

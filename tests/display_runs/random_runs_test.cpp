@@ -1,7 +1,7 @@
 // Runs of all kinds at random against the model, in memory that is fenced on all sides: pieces of
 // rows, attributes in between, drawings that fail, colour management going on and off.
-#include "tests/display_runs/fenced_heap.h"
 #include "tests/display_runs/run_fixture.h"
+#include "tests/frame/fenced_heap.h"
 
 #include <sstream>
 

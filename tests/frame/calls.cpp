@@ -220,6 +220,18 @@ FailingCall::~FailingCall() {
     std::erase(failing_calls, this);
 }
 
+std::map<std::string, int> acquiring_calls_of(const std::function<void()> &action) {
+    std::map<std::string, FailingCall> counters;
+    for (const char *call : acquiring_calls)
+        counters.try_emplace(call, call, 0);
+    action();
+    std::map<std::string, int> result;
+    for (const auto &[call, counter] : counters)
+        if (counter.calls() > 0)
+            result[call] = counter.calls();
+    return result;
+}
+
 bool FailingCall::meet(const char *function) {
     if (function_ != function)
         return false;

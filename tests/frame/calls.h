@@ -5,7 +5,9 @@
 
 #include "tests/frame/gates.h"
 
+#include <functional>
 #include <iosfwd>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -62,6 +64,9 @@ inline constexpr const char *acquiring_calls[] = {
     "CreateFileMappingA",
     "MapViewOfFile",
 };
+
+// How often something makes each of them; those that it does not make are left out.
+std::map<std::string, int> acquiring_calls_of(const std::function<void()> &action);
 
 // Replaces one function by anything callable for the time of its own life:
 //     Replaced<call::GetDeviceCaps> sixteen([](HDC dc, int index) {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tests/merge_buffers/pixel_model.h"
-#include "tests/rectangles/rectangle_model.h"
+#include "tests/models/picture.h"
 
 namespace q32::test::model {
 

@@ -5,22 +5,65 @@
 
 namespace q32::test {
 
-void World::compare_pixels(ModelBuffer &buffer) {
-    const Image &image = buffer.image;
-    Block block(buffer.bits, image.width, image.height);
-    if (!called(
-            api().buf32GetMem(buffer.handle, 0, 0, image.width, image.height, block.bytes().data()),
-            1))
+void World::compare_pixels(const ModelBuffer &buffer) {
+    const Area all = buffer.picture.whole();
+    Bytes expected(block_bytes(buffer.picture.bits(), all));
+    buffer.picture.get(all, expected.data());
+    const FencedBlock memory(expected.size());
+    if (!called(api().buf32GetMem(buffer.handle, 0, 0, all.width, all.height, memory.data()), 1))
         return;
-    for (int y = 0; y < image.height; ++y)
-        for (int x = 0; x < image.width; ++x)
-            if (block.pixel(x, y) != image.at(x, y)) {
-                std::ostringstream text;
-                text << name_of(buffer) << " pixel " << x << ", " << y << " is " << std::hex
-                     << block.pixel(x, y) << ", not " << image.at(x, y);
-                differs(text.str());
-                return;
-            }
+    const auto same = same_block(buffer.picture.geometry, all, expected, memory.data());
+    if (!same)
+        differs(name_of(buffer) + " shows other pixels: " + same.message());
+}
+
+void World::compare_storage(const ModelBuffer &buffer) {
+    const uint32_t storage = word(buffer.handle, field_storage);
+    if (storage == 0 || buffer.is_special() || buffer.is(BUF32_DIB) || buffer.memory != nullptr)
+        return;
+    const Geometry &geometry = buffer.picture.geometry;
+    for (int i = 0; i < int(geometry.cell_count()); ++i) {
+        const uint32_t address = cell_address_word(buffer.handle, i);
+        if (address != storage + uint32_t(geometry.offset_of(i)))
+            differs("the place of cell " + std::to_string(i));
+        compare_cell(buffer, i, reinterpret_cast<const void *>(address));
+    }
+}
+
+void World::compare_cell(const ModelBuffer &buffer, int index, const void *address) {
+    const Geometry &geometry = buffer.picture.geometry;
+    const auto row_bytes = size_t(geometry.row_bytes_of(index));
+    for (int64_t y = 0; y < geometry.height_of(index); ++y) {
+        const uint8_t *const expected =
+            buffer.picture.image.row(size_t(geometry.cell_y(index) + y)) +
+            geometry.bytes(geometry.cell_x(index));
+        const auto same = same_rows({expected, row_bytes},
+                                    static_cast<const uint8_t *>(address) + size_t(y) * row_bytes,
+                                    row_bytes, geometry.width_of(index) * geometry.bits);
+        if (!same)
+            differs("cell " + std::to_string(index) + ", its row " + std::to_string(y) + ": " +
+                    same.message());
+    }
+}
+
+// A chain runs forth and back through duplicates of its owner, which is none itself.
+void World::compare_sharing(const ModelBuffer &buffer) {
+    const HBUF32 handle = buffer.handle;
+    uint32_t previous = 0;
+    for (uint32_t node = word(handle, field_first_sharer); node != 0;) {
+        const HBUF32 sharer = node - field_offset(field_share_marker);
+        if (by_handle(sharer) == nullptr || word(sharer, field_source) != handle ||
+            word(sharer, field_previous_sharer) != previous)
+            return differs(name_of(buffer) + " has a torn chain of sharers");
+        previous = node;
+        node = word(sharer, field_next_sharer);
+    }
+    if (word(handle, field_last_sharer) != previous)
+        differs(name_of(buffer) + " has another last sharer");
+    const ModelBuffer *const source = by_handle(word(handle, field_source));
+    if (buffer.is_duplicate() != (source != nullptr) ||
+        (source != nullptr && (source->is_duplicate() || word(handle, field_first_sharer) != 0)))
+        differs(name_of(buffer) + " has another source");
 }
 
 void World::compare_records() {
@@ -33,10 +76,16 @@ void World::compare_records() {
     };
     for (const ModelBuffer &buffer : buffers_) {
         compare(buffer, "type", field_type, buffer.type);
-        compare(buffer, "height", field_height, uint32_t(buffer.image.height));
+        compare(buffer, "height", field_height, uint32_t(buffer.picture.height()));
         compare(buffer, "lock count", field_lock_count, buffer.locks);
         compare(buffer, "access mode", field_access_mode, uint32_t(buffer.mode));
         compare(buffer, "self", field_self, uint32_t(buffer.handle));
+        compare(buffer, "capacity", field_capacity_rows, uint32_t(buffer.capacity));
+        compare(buffer, "reserved bytes", field_reserved_bytes,
+                uint32_t(buffer.capacity * buffer.picture.geometry.row_bytes()));
+        compare_sharing(buffer);
+        if (buffer.bitmap != nullptr && buffer.bitmap->locks() != 1)
+            differs(name_of(buffer) + " has its bitmap locked otherwise than once");
     }
     std::vector<HBUF32> listed(buffers_.size() + 10);
     const auto count = size_t(api().buf32CountBuf(nullptr));

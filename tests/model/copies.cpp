@@ -5,11 +5,11 @@ namespace q32::test {
 namespace {
 
 HBUF32 owner_of(HBUF32 handle) {
-    return word(handle, field_share_marker) == 64 ? HBUF32(word(handle, field_source)) : handle;
+    return is_duplicate(handle) ? source_of(handle) : handle;
 }
 
 bool same_size(const ModelBuffer &a, const ModelBuffer &b) {
-    return a.image.width == b.image.width && a.image.height == b.image.height;
+    return a.picture.width() == b.picture.width() && a.picture.height() == b.picture.height();
 }
 
 // The types that a copy can make from the source's record alone; all others give tiled buffers.
@@ -25,17 +25,13 @@ uint32_t type_of_new(const ModelBuffer &source) {
     }
 }
 
-bool is_virtual(uint32_t type) {
-    return type == BUF32_ONE_COLOUR || type == BUF32_PATTERN;
-}
-
 } // namespace
 
 // Often one that goes well with the source.
 ModelBuffer &World::destination_for(const ModelBuffer &source) {
     std::vector<size_t> alike;
     for (size_t i = 0; i < buffers_.size(); ++i)
-        if (buffers_[i].bits == source.bits && &buffers_[i] != &source)
+        if (buffers_[i].picture.bits() == source.picture.bits() && &buffers_[i] != &source)
             alike.push_back(i);
     if (alike.empty() || random_.below(12) == 0)
         return any();
@@ -44,39 +40,31 @@ ModelBuffer &World::destination_for(const ModelBuffer &source) {
 
 ModelBuffer &World::adopt(HBUF32 handle, const ModelBuffer &source, uint32_t type, int width,
                           int height) {
-    ModelBuffer made;
+    ModelBuffer made(type, source.picture.bits(), width, height);
     made.handle = handle;
-    made.type = type;
-    made.bits = source.bits;
-    made.image = Image(width, height);
-    made.capacity = height;
+    // Fills keep the layout, and so do copies of what was filled.
+    made.picture.geometry.linear =
+        word(handle, field_cell_width) > 128 || word(handle, field_cell_height) > 128;
+    made.capacity = int(word(handle, field_capacity_rows));
     std::copy(std::begin(source.colour), std::end(source.colour), made.colour);
     buffers_.push_back(std::move(made));
     return buffers_.back();
 }
 
-int World::copy_common(const Image &source, const Rectangle &area, Image &destination,
-                       int destination_x, int destination_y, std::vector<bool> *known) {
-    const Image from = source; // the destination may be the source
-    int copied = 0;
-    for (int row = 0; row < area.height; ++row)
-        for (int column = 0; column < area.width; ++column) {
-            const int x = destination_x + column, y = destination_y + row;
-            if (!from.contains(area.x + column, area.y + row) || !destination.contains(x, y))
-                continue;
-            destination.at(x, y) = from.at(area.x + column, area.y + row);
-            if (known != nullptr)
-                (*known)[size_t(y) * size_t(destination.width) + size_t(x)] = true;
-            ++copied;
-        }
-    return copied;
+bool World::meet(const Picture &source, const Area &area, const Picture &destination, int x,
+                 int y) {
+    bool any = false;
+    source.for_each_inside(
+        area, [&](int64_t dx, int64_t dy) { any = any || destination.holds(x + dx, y + dy); });
+    return any;
 }
 
 // --- duplicates ---------------------------------------------------------------------------------
 
 World::DuplicateOutcome World::outcome_of_duplicate(const ModelBuffer &source,
                                                     const ModelBuffer &destination) {
-    const bool sizes_agree = same_size(source, destination) && source.bits == destination.bits;
+    const bool sizes_agree =
+        same_size(source, destination) && source.picture.bits() == destination.picture.bits();
     const bool types_agree = source.type == destination.type;
     if (source.is(BUF32_CALLER_MEMORY))
         return {false, {}};
@@ -87,20 +75,20 @@ World::DuplicateOutcome World::outcome_of_duplicate(const ModelBuffer &source,
             return {false, {{3200, 0, 1, types_agree ? 4 : 3}}};
         return {false, {{4026, 1, 3, types_agree ? 7 : 6}}};
     }
-    if (is_virtual(source.type))
+    if (source.is_special())
         return {true, {}};
     return {owner_of(source.handle) != owner_of(destination.handle), {}};
 }
 
 void World::take_pixels(ModelBuffer &destination, const ModelBuffer &source) {
     if (!source.is(BUF32_ONE_COLOUR)) {
-        destination.image = source.image;
+        destination.picture.image = source.picture.image;
         return;
     }
     // The first byte of the colour stays.
-    for (int i = 1; i < (source.bits + 7) / 8; ++i)
+    for (int i = 1; i < (source.picture.bits() + 7) / 8; ++i)
         destination.colour[i] = source.colour[i];
-    paint(destination.image, destination.bits, destination.colour);
+    destination.picture.paint(destination.colour);
 }
 
 void World::duplicate() {
@@ -116,18 +104,16 @@ void World::duplicate() {
                 differs("a handle from a failed call");
             return;
         }
-        if (!is_virtual(source.type) && word(handle, field_storage) != 0)
+        if (!source.is_special() && word(handle, field_storage) != 0)
             differs("a duplicate with storage of its own");
-        const Image image = source.image;
-        const int capacity = source.capacity;
-        ModelBuffer &made = adopt(handle, source, source.type, image.width, image.height);
-        made.image = image;
-        made.capacity = capacity;
+        const Picture picture = source.picture;
+        ModelBuffer &made = adopt(handle, source, source.type, picture.width(), picture.height());
+        made.picture.image = picture.image;
         made.mode = 0;
         return;
     }
     ModelBuffer &destination = destination_for(source);
-    if (&destination == &source && is_virtual(source.type))
+    if (&destination == &source && source.is_special())
         return merge_memory();
     describe("duplicate " + name_of(source) + " into " + name_of(destination));
     const DuplicateOutcome outcome = outcome_of_duplicate(source, destination);
@@ -145,12 +131,10 @@ void World::duplicate() {
 
 void World::get_buffer() {
     ModelBuffer &source = any();
-    const Rectangle area = rectangle_in(source);
-    const bool whole = area.x == 0 && area.y == 0 && area.width == source.image.width &&
-                       area.height == source.image.height;
+    const Area area = rectangle_in(source);
+    const bool whole = area == source.picture.whole();
     const bool make = random_.below(2) == 0 && buffers_.size() < 9;
-    const std::string what =
-        "get " + area_text(area.x, area.y, area.width, area.height) + " of " + name_of(source);
+    const std::string what = "get " + text_of(area) + " of " + name_of(source);
     if (make) {
         describe(what + " as a new buffer");
         maybe_inject();
@@ -169,7 +153,7 @@ void World::get_buffer() {
             return;
         }
         // Where no duplicate can be made, a copy is.
-        const bool duplicated = whole && is_virtual(source.type) &&
+        const bool duplicated = whole && source.is_special() &&
                                 !(injected() && word(handle, field_type) == BUF32_TILED);
         injection_.reset();
         const size_t source_index = size_t(&source - buffers_.data());
@@ -178,35 +162,36 @@ void World::get_buffer() {
         const ModelBuffer &from = buffers_[source_index];
         if (whole && word(handle, field_access_mode) == 0)
             made.mode = 0; // a duplicate
-        std::vector<bool> known(made.image.pixels.size(), false);
-        const int copied = copy_common(from.image, area, made.image, 0, 0, &known);
-        if (copied > 0 && !duplicated && is_virtual(made.type)) {
+        made.picture = shown_by(made);
+        if (from.is(BUF32_ONE_COLOUR))
+            made.picture.paint(from.colour); // also outside of the source
+        const int copied = made.picture.merge(from.picture, area, 0, 0);
+        if (copied > 0 && !duplicated && made.is_special()) {
             made.type = BUF32_TILED;
             made.mode = BUF32_WRITE;
         }
-        made.capacity = int(word(handle, field_capacity_rows));
-        learn(made, known);
+        compare_pixels(made);
         return;
     }
 
     ModelBuffer &destination = destination_for(source);
     describe(what + " into " + name_of(destination));
     const bool same_owner = owner_of(source.handle) == owner_of(destination.handle);
-    const bool alike = source.type == destination.type && source.bits == destination.bits &&
-                       same_size(source, destination);
+    const bool same_bits = source.picture.bits() == destination.picture.bits();
+    const bool alike =
+        source.type == destination.type && same_bits && same_size(source, destination);
     const bool duplicates = whole && alike && !source.is(BUF32_DIB) &&
                             (!source.is(BUF32_CALLER_MEMORY) || &source == &destination);
     if (&source != &destination)
         maybe_inject();
-    Image expected = destination.image;
     std::vector<Failure> reports;
-    const int copied = copy_common(source.image, area, expected, 0, 0, nullptr);
+    const bool copies = meet(source.picture, area, destination.picture, 0, 0);
     // One colour is tried as a duplicate wherever type and size agree.
     if (whole && source.is(BUF32_ONE_COLOUR) && destination.is(BUF32_ONE_COLOUR) &&
-        same_size(source, destination) && source.bits != destination.bits)
+        same_size(source, destination) && !same_bits)
         reports.push_back({3200, 0, 2, 8});
-    if (!duplicates && copied > 0) {
-        if (source.bits != destination.bits)
+    if (!duplicates && copies) {
+        if (!same_bits)
             reports.push_back({3200, 1, 4, 18});
         else if (destination.is(BUF32_CALLER_MEMORY))
             reports.push_back({5800, 0, 50, 64});
@@ -220,12 +205,14 @@ void World::get_buffer() {
     if (!done)
         return;
     if (duplicates) {
-        if (!same_owner || is_virtual(source.type))
+        if (!same_owner || source.is_special())
             take_pixels(destination, source);
         return;
     }
-    destination.image = expected;
-    if (copied > 0 && is_virtual(destination.type)) {
+    if (!copies)
+        return;
+    destination.picture.merge(source.picture, area, 0, 0);
+    if (destination.is_special()) {
         become_ordinary(destination);
         destination.mode = BUF32_WRITE;
     }
@@ -234,33 +221,32 @@ void World::get_buffer() {
 void World::merge_buffer() {
     ModelBuffer &source = any();
     ModelBuffer &destination = destination_for(source);
-    const Rectangle area = rectangle_in(source);
-    const Rectangle place = rectangle_in(destination);
-    describe("merge " + area_text(area.x, area.y, area.width, area.height) + " of " +
-             name_of(source) + " into " + name_of(destination) + " at " + std::to_string(place.x) +
-             "," + std::to_string(place.y));
+    const Area area = rectangle_in(source);
+    const Area place = rectangle_in(destination);
+    describe("merge " + text_of(area) + " of " + name_of(source) + " into " + name_of(destination) +
+             " at " + std::to_string(place.x) + "," + std::to_string(place.y));
     // Strips made smaller read again what they have written when the two are one. And a strip that
     // lies wholly below the destination is a failure of its own.
     if (&source != &destination)
         maybe_inject();
-    Image expected = destination.image;
-    const int copied = copy_common(source.image, area, expected, place.x, place.y, nullptr);
+    const bool copies = meet(source.picture, area, destination.picture, place.x, place.y);
     std::vector<Failure> reports;
     if (source.is(BUF32_CALLER_MEMORY))
         reports.push_back({5800, 0, 50, 63});
-    else if (copied > 0 && source.bits != destination.bits)
+    else if (copies && source.picture.bits() != destination.picture.bits())
         reports.push_back({3200, 1, 4, 18});
-    else if (copied > 0 && destination.is(BUF32_CALLER_MEMORY))
+    else if (copies && destination.is(BUF32_CALLER_MEMORY))
         reports.push_back({5800, 0, 50, 64});
-    const std::vector<uint64_t> before = destination.image.pixels;
     const int result = api().buf32MergeBuf(source.handle, area.x, area.y, area.width, area.height,
                                            destination.handle, place.x, place.y);
     const bool strip_below =
         result == 0 && injected() && frame::reports() == std::vector<Failure>{{3200, 1, 3, 14}};
     if (!called(result, reports.empty(), reports) && !strip_below)
         return;
-    destination.image = expected;
-    if (copied > 0 && is_virtual(destination.type)) {
+    if (!copies)
+        return;
+    destination.picture.merge(source.picture, area, place.x, place.y);
+    if (destination.is_special()) {
         become_ordinary(destination);
         destination.mode = BUF32_WRITE;
     }

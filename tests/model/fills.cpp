@@ -8,7 +8,7 @@ void World::fill_one_colour() {
     describe("fill with one colour " + name_of(buffer));
     maybe_inject();
     uint8_t colour[8];
-    random_colour(buffer.bits, colour);
+    random_colour(buffer.picture.bits(), colour);
     const bool refused = buffer.is(BUF32_CALLER_MEMORY);
     const int result = api().buf32FillOneColor(buffer.handle, colour);
     const bool gave_up = gave_up_pixels();
@@ -21,35 +21,28 @@ void World::fill_one_colour() {
     if (!buffer.is(BUF32_DIB)) {
         buffer.type = BUF32_ONE_COLOUR;
         std::copy(std::begin(colour), std::end(colour), buffer.colour);
-        paint(buffer.image, buffer.bits, colour);
+        buffer.picture.paint(colour);
         return;
     }
     // Only the first byte of the colour counts. Under 8 bits as many bytes are filled as the image
     // would have at one bit.
     std::fill(std::begin(colour) + 1, std::end(colour), uint8_t(0));
-    Image filled = buffer.image;
-    paint(filled, buffer.bits, colour);
-    if (buffer.bits >= 8) {
-        buffer.image = filled;
-        return;
-    }
-    const int row_bytes = (filled.width * buffer.bits + 7) / 8;
-    const int bytes = (filled.width + 7) / 8 * filled.height;
-    buffer.image.paint([&](int x, int y) {
-        const bool reached = y * row_bytes + x * buffer.bits / 8 < bytes;
-        return reached ? filled.at(x, y) : buffer.image.at(x, y);
-    });
+    if (buffer.picture.bits() >= 8)
+        buffer.picture.paint(colour);
+    else
+        std::fill_n(buffer.picture.image.bytes().begin(),
+                    (buffer.picture.width() + 7) / 8 * buffer.picture.height(), colour[0]);
 }
 
 void World::fill_pattern() {
     ModelBuffer &buffer = any();
-    Pattern pattern = random_pattern(buffer.bits);
-    describe("fill with a pattern of " + std::to_string(pattern.descriptor.width) + "x" +
-             std::to_string(pattern.descriptor.height) + " " + name_of(buffer));
+    const Pattern pattern = random_pattern(buffer.picture.bits());
+    describe("fill with a pattern of " + std::to_string(pattern.width) + "x" +
+             std::to_string(pattern.height) + " " + name_of(buffer));
     maybe_inject();
-    pattern.descriptor.pixels = pattern.bytes.data();
+    const BUF32PATTERN descriptor = pattern.descriptor();
     const bool refused = buffer.is(BUF32_CALLER_MEMORY);
-    const int result = api().buf32FillPattern(buffer.handle, &pattern.descriptor);
+    const int result = api().buf32FillPattern(buffer.handle, &descriptor);
     const bool gave_up = gave_up_pixels();
     if (!called(result, !refused,
                 refused ? std::vector<Failure>{{3200, 0, 4, 6}} : std::vector<Failure>{})) {
@@ -57,7 +50,7 @@ void World::fill_pattern() {
             lose_pixels(buffer);
         return;
     }
-    paint(buffer.image, buffer.bits, pattern);
+    buffer.picture.paint(pattern);
     if (!buffer.is(BUF32_DIB))
         buffer.type = BUF32_PATTERN;
 }
@@ -78,7 +71,7 @@ void World::lose_pixels(ModelBuffer &buffer) {
         return;
     if (buffer.is(BUF32_PATTERN)) {
         if (word(buffer.handle, field_external_data) == 0)
-            buffer.image.paint([](int, int) { return uint64_t(0); });
+            buffer.picture.image = PlainImage(buffer.picture.geometry);
         return;
     }
     uint8_t pixel[8];
@@ -97,17 +90,17 @@ void World::refill(ModelBuffer &buffer) {
         take_pixels(buffer, source);
     } else if (random_.below(2) == 0) {
         describe(", and fill again");
-        random_colour(buffer.bits, buffer.colour);
+        random_colour(buffer.picture.bits(), buffer.colour);
         called(api().buf32FillOneColor(buffer.handle, buffer.colour), 1);
         buffer.type = BUF32_ONE_COLOUR;
-        paint(buffer.image, buffer.bits, buffer.colour);
+        buffer.picture.paint(buffer.colour);
     } else {
         describe(", and fill with a pattern");
-        Pattern pattern = random_pattern(buffer.bits);
-        pattern.descriptor.pixels = pattern.bytes.data();
-        called(api().buf32FillPattern(buffer.handle, &pattern.descriptor), 1);
+        const Pattern pattern = random_pattern(buffer.picture.bits());
+        const BUF32PATTERN descriptor = pattern.descriptor();
+        called(api().buf32FillPattern(buffer.handle, &descriptor), 1);
         buffer.type = BUF32_PATTERN;
-        paint(buffer.image, buffer.bits, pattern);
+        buffer.picture.paint(pattern);
     }
 }
 

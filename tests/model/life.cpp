@@ -1,5 +1,4 @@
 // Buffers come, change their height, and go.
-#include "tests/model/bitmaps.h"
 #include "tests/model/world.h"
 
 namespace q32::test {
@@ -7,8 +6,10 @@ namespace {
 
 constexpr size_t most_buffers = 7;
 
-// Around the sides of cells, and small; now and then several cells high.
+// Around the sides of cells, and small; now and then several cells high or wide.
 int random_side(Random &random, bool width) {
+    if (random.below(60) == 0)
+        return between(random, 254, 400);
     switch (random.below(width ? 4 : 8)) {
     case 0:
         return between(random, 126, 130);
@@ -34,34 +35,39 @@ void World::allocate() {
         release();
         return;
     }
-    ModelBuffer made;
-    made.type = types[random_.below(std::size(types))];
-    made.bits = made.is(BUF32_DIB) ? bitmap_depths[random_.below(std::size(bitmap_depths))]
-                                   : depths[random_.below(std::size(depths))];
-    const int width = random_side(random_, true);
-    made.image = Image(width, random_side(random_, false));
-    made.capacity = made.image.height;
-    describe("allocate " + std::to_string(made.bits) + " bits " + std::to_string(width) + "x" +
-             std::to_string(made.image.height) + " type " + std::to_string(made.type) + " ");
+    const uint32_t type = types[random_.below(std::size(types))];
+    const int bits = type == BUF32_DIB ? bitmap_depths[random_.below(std::size(bitmap_depths))]
+                                       : depths[random_.below(std::size(depths))];
+    const int width = random_side(random_, true), height = random_side(random_, false);
+    ModelBuffer made(type, bits, width, height);
+    describe("allocate " + made.shape().text() + " type " + std::to_string(type) + " ");
     maybe_inject();
-    switch (made.type) {
-    case BUF32_ONE_COLOUR:
-        made.handle = allocate_one_colour(made);
-        break;
-    case BUF32_PATTERN:
-        made.handle = allocate_pattern(made);
-        break;
-    case BUF32_CALLER_MEMORY:
-        made.handle = allocate_over_memory(made);
-        break;
-    case BUF32_DIB:
-        made.handle =
-            random_.below(2) == 0 ? allocate_packed_bitmap(made) : allocate_over_pixels(made);
-        break;
-    default:
-        made.handle = allocate_ordinary(made);
-        break;
+    if (made.is(BUF32_ONE_COLOUR)) {
+        random_colour(bits, made.colour);
+        made.picture.paint(made.colour);
+        allocate_by_type(made, made.colour);
+    } else if (made.is(BUF32_PATTERN)) {
+        const Pattern pattern = random_pattern(bits);
+        const BUF32PATTERN descriptor = pattern.descriptor();
+        made.picture.paint(pattern);
+        allocate_by_type(made, &descriptor);
+    } else if (made.is(BUF32_CALLER_MEMORY)) {
+        Bytes &pixels = made.picture.image.bytes();
+        made.memory = std::make_shared<MemoryBlock>(pixels.size(), random_fence(random_), random_);
+        pixels = made.memory->contents();
+        made.memory->protect();
+        const BUF32MEMORY extra{7, made.memory->data()};
+        allocate_by_type(made, &extra);
+    } else if (!made.is(BUF32_DIB)) {
+        allocate_by_type(made, nullptr);
+    } else if (random_.below(2) == 0) {
+        allocate_packed_bitmap(made);
+    } else {
+        allocate_over_pixels(made);
     }
+    if (made.handle != 0 && !injected() && !made.is_special() &&
+        (word(made.handle, field_file) != 0) != goes_to_file(made))
+        differs("storage in the wrong place");
     injection_ = nullptr;
     if (made.handle == 0)
         return;
@@ -72,80 +78,41 @@ void World::allocate() {
         overwrite(buffers_.back());
 }
 
-HBUF32 World::allocate_ordinary(ModelBuffer &buffer) {
-    HBUF32 handle = 0;
-    called(api().buf32Alloc(&handle, buffer.bits, buffer.image.width, buffer.image.height,
-                            buffer.type, nullptr),
-           1);
-    return handle;
+void World::allocate_by_type(ModelBuffer &buffer, const void *extra) {
+    const Shape shape = buffer.shape();
+    called(
+        api().buf32Alloc(&buffer.handle, shape.bits, shape.width, shape.height, buffer.type, extra),
+        1);
 }
 
-HBUF32 World::allocate_one_colour(ModelBuffer &buffer) {
-    random_colour(buffer.bits, buffer.colour);
-    paint(buffer.image, buffer.bits, buffer.colour);
-    HBUF32 handle = 0;
-    called(api().buf32Alloc(&handle, buffer.bits, buffer.image.width, buffer.image.height,
-                            buffer.type, buffer.colour),
-           1);
-    return handle;
-}
-
-HBUF32 World::allocate_pattern(ModelBuffer &buffer) {
-    Pattern pattern = random_pattern(buffer.bits);
-    paint(buffer.image, buffer.bits, pattern);
-    pattern.descriptor.pixels = pattern.bytes.data();
-    HBUF32 handle = 0;
-    called(api().buf32Alloc(&handle, buffer.bits, buffer.image.width, buffer.image.height,
-                            buffer.type, &pattern.descriptor),
-           1);
-    return handle;
-}
-
-HBUF32 World::allocate_over_memory(ModelBuffer &buffer) {
-    Block block(buffer.bits, buffer.image.width, buffer.image.height);
-    random_.fill(block.bytes());
-    buffer.image.paint([&](int x, int y) { return block.pixel(x, y); });
-    buffer.memory = std::make_shared<FencedBlock>(block.bytes().size());
-    std::copy(block.bytes().begin(), block.bytes().end(), buffer.memory->data());
-    const BUF32MEMORY extra{7, buffer.memory->data()};
-    HBUF32 handle = 0;
-    called(api().buf32Alloc(&handle, buffer.bits, buffer.image.width, buffer.image.height,
-                            buffer.type, &extra),
-           1);
-    return handle;
-}
-
-HBUF32 World::allocate_packed_bitmap(ModelBuffer &buffer) {
-    Block block(buffer.bits, buffer.image.width, buffer.image.height);
-    random_.fill(block.bytes());
-    buffer.image.paint([&](int x, int y) { return block.pixel(x, y); });
-    buffer.bitmap = make_packed_bitmap(buffer.bits, buffer.image);
-    HBUF32 handle = 0;
-    const int result = random_.below(2) == 0
-                           ? api().buf32DIBBufAlloc(&handle, buffer.bitmap)
-                           : api().buf32Alloc(&handle, buffer.bits, 1, 1, BUF32_DIB, buffer.bitmap);
-    if (called(result, 1))
-        return handle;
-    const auto *const bytes = static_cast<const uint8_t *>(GlobalLock(buffer.bitmap));
-    if (!holds_bitmap_rows(bytes + pixels_offset(buffer.bits), buffer.bits, buffer.image))
+void World::allocate_packed_bitmap(ModelBuffer &buffer) {
+    buffer.header =
+        Header{buffer.shape(), random_.below(2) == 0 ? 40u : 20u, rgb, uint32_t(random_.below(4))};
+    const Shape &shape = buffer.header.shape;
+    const Bytes pixels = random_bytes(random_, shape.bitmap_bytes(false));
+    const Bytes block = block_of(buffer.header, pixels);
+    buffer.picture.image.bytes() = packed_pixels(pixels, shape);
+    buffer.bitmap = std::make_shared<FencedBitmap>(
+        block, random_.below(2) == 0 ? FencedBitmap::ends_at_fence : FencedBitmap::begins_at_fence);
+    const int result =
+        random_.below(2) == 0
+            ? api().buf32DIBBufAlloc(&buffer.handle, *buffer.bitmap)
+            : api().buf32Alloc(&buffer.handle, shape.bits, 1, 1, BUF32_DIB, *buffer.bitmap);
+    if (!called(result, 1) &&
+        (buffer.bitmap->bytes() != block || buffer.bitmap->locks() != 0 || buffer.bitmap->freed()))
         differs("the refused bitmap");
-    GlobalUnlock(buffer.bitmap);
-    GlobalFree(buffer.bitmap);
-    return 0;
 }
 
-HBUF32 World::allocate_over_pixels(ModelBuffer &buffer) {
-    Block block(buffer.bits, buffer.image.width, buffer.image.height);
-    random_.fill(block.bytes());
-    buffer.image.paint([&](int x, int y) { return block.pixel(x, y); });
-    buffer.memory = std::make_shared<FencedBlock>(bitmap_bytes(buffer.bits, buffer.image));
-    write_bitmap_rows(buffer.memory->data(), buffer.bits, buffer.image);
+void World::allocate_over_pixels(ModelBuffer &buffer) {
+    const Shape shape = buffer.shape();
+    const Bytes pixels = random_bytes(random_, shape.bitmap_bytes(false));
+    buffer.picture.image.bytes() = packed_pixels(pixels, shape);
+    buffer.memory = std::make_shared<MemoryBlock>(pixels.size(), random_fence(random_), random_);
+    buffer.memory->set(pixels);
     buffer.mode = 0;
-    HBUF32 handle = 0;
-    called(api().buf32DIBMemBufAlloc(&handle, buffer.bits, buffer.image.width, buffer.image.height,
+    called(api().buf32DIBMemBufAlloc(&buffer.handle, shape.bits, shape.width, shape.height,
                                      buffer.memory->data()),
            1);
-    return handle;
 }
 
 void World::release() {
@@ -159,22 +126,23 @@ void World::release() {
     if (!done) {
         // A refused free loses the pattern.
         if (buffer.is(BUF32_PATTERN))
-            buffer.image.paint([](int, int) { return uint64_t(0); });
+            buffer.picture.image = PlainImage(buffer.picture.geometry);
         return;
     }
-    // Whoever still reads the memory reads something else from now on.
-    if (buffer.memory != nullptr)
-        std::fill_n(buffer.memory->data(), buffer.memory->size(), uint8_t(0xDD));
-    forget(buffer);
+    if (buffer.bitmap != nullptr && !buffer.bitmap->freed())
+        differs("the bitmap has not been freed");
+    called(api().buf32Free(buffer.handle), 0);
+    forget(buffer); // whoever still touches the caller's memory finds a fence
 }
 
 // Gives a bitmap buffer back as a bitmap.
 void World::release_bitmap() {
     ModelBuffer &buffer = any();
-    const bool duplicate = word(buffer.handle, field_share_marker) == 64;
-    if (!buffer.is(BUF32_DIB) || duplicate)
+    if (!buffer.is(BUF32_DIB))
         return merge_memory();
     describe("free as a bitmap " + name_of(buffer));
+    const bool duplicate = buffer.is_duplicate();
+    const auto own = reinterpret_cast<HGLOBAL>(word(buffer.handle, field_data_handle));
     maybe_inject();
     HGLOBAL bitmap = &bitmap;
     if (!called(api().buf32DIBBufFree(buffer.handle, &bitmap), 1))
@@ -184,35 +152,43 @@ void World::release_bitmap() {
             differs("a locked buffer gave its bitmap");
         return;
     }
+    if (bitmap != (buffer.bitmap != nullptr ? HGLOBAL(*buffer.bitmap) : own))
+        differs("another bitmap came back");
+    const Shape shape = buffer.shape();
+    const auto compare = [&](const uint8_t *pixels) {
+        const Bytes packed = packed_pixels(bytes_at(pixels, shape.bitmap_bytes(false)), shape);
+        if (!duplicate && !same_rows(buffer.picture.image.bytes(), packed.data(), shape.row_bytes(),
+                                     int64_t(shape.width) * shape.bits))
+            differs("the pixels that came back");
+    };
     if (buffer.memory != nullptr) {
         if (bitmap != nullptr)
             differs("a block of pixels gave a bitmap");
-        if (!holds_bitmap_rows(buffer.memory->data(), buffer.bits, buffer.image))
-            differs("the pixels that came back");
-        std::fill_n(buffer.memory->data(), buffer.memory->size(), uint8_t(0xDD));
-    } else {
-        const bool ours = bitmap == buffer.bitmap;
-        const auto *const bytes = static_cast<const uint8_t *>(GlobalLock(bitmap));
-        const size_t offset =
-            ours ? pixels_offset(buffer.bits) : private_pixels_offset(buffer.bits);
-        if (bytes == nullptr || !holds_bitmap_rows(bytes + offset, buffer.bits, buffer.image))
-            differs("the bitmap that came back");
-        GlobalUnlock(bitmap);
-        frame::forget_block(bitmap);
+        compare(buffer.memory->data());
+    } else if (buffer.bitmap != nullptr) {
+        if (buffer.bitmap->locks() != 0 || buffer.bitmap->freed())
+            differs("the bitmap is still locked, or freed");
+        compare(buffer.bitmap->data() + buffer.header.pixels_at());
+    } else if (bitmap != nullptr) { // of a duplicate's own, which says how long its header is
         if ((GlobalFlags(bitmap) & GMEM_LOCKCOUNT) != 0)
             differs("the bitmap is still locked");
-        GlobalFree(bitmap);
+        const auto *const block = static_cast<const uint8_t *>(GlobalLock(bitmap));
+        Header header{shape};
+        std::memcpy(&header.size, block, 4);
+        std::memcpy(&header.colours_used, block + 32, 4);
+        compare(block + header.own_pixels_at());
+        free_block(bitmap);
     }
     forget(buffer);
 }
 
 void World::bitmap_there_and_back() {
     ModelBuffer &buffer = any();
-    if (!buffer.is(BUF32_DIB) || word(buffer.handle, field_storage) == 0)
+    if (!buffer.is(BUF32_DIB))
         return merge_memory();
     describe("to bitmap layout and back " + name_of(buffer));
     const auto bitmap = uint32_t(uintptr_t(api().buf32DIBBufToDIB(buffer.handle)));
-    if (bitmap != word(buffer.handle, field_data_handle))
+    if (bitmap != word(buffer.handle, field_data_handle) || buffer.is_duplicate())
         differs("another bitmap");
     called(api().buf32DIBToDIBBuf(buffer.handle), 1);
 }
@@ -227,11 +203,13 @@ void World::resize() {
                 can ? std::vector<Failure>{} : std::vector<Failure>{{3200, 0, 4, 11}}))
         return;
     injection_.reset();
-    const auto before = size_t(buffer.image.height) * size_t(buffer.image.width);
-    buffer.image.set_rows(rows);
-    std::vector<bool> known(buffer.image.pixels.size(), false);
-    std::fill_n(known.begin(), std::min(before, known.size()), true);
-    learn(buffer, known);
+    const int before = buffer.picture.height();
+    buffer.picture.set_rows(rows);
+    if (rows > before) { // of what has come back nothing is known
+        const Picture shown = shown_by(buffer);
+        buffer.picture.merge(shown, {0, before, shown.width(), rows - before}, 0, before);
+    }
+    compare_pixels(buffer);
 }
 
 // Memory for large buffers is forbidden or allowed from now on.

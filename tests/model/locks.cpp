@@ -12,33 +12,37 @@ bool is_write(int mode) {
 
 void World::lock() {
     ModelBuffer &buffer = any();
-    const int mode = random_.below(8) == 0 ? between(random_, -1, 6) : between(random_, 1, 4);
+    const int mode = random_.below(8) == 0 ? between(random_, -3, 9) : between(random_, 1, 4);
     describe("lock " + name_of(buffer) + " mode " + std::to_string(mode));
     maybe_inject();
     const bool refused = buffer.is(BUF32_CALLER_MEMORY) && is_write(mode);
-    const bool was_virtual = buffer.is(BUF32_ONE_COLOUR) || buffer.is(BUF32_PATTERN);
+    const bool was_special = buffer.is_special();
     void *base = &base;
     const int result = api().buf32Lock(buffer.handle, mode, &base);
     if ((base != nullptr) != (result != 0))
         differs("the base does not go with the result");
     if (!called(result, !refused))
         return;
-    injection_.reset();
     ++buffer.locks;
     buffer.mode = mode;
-    if (!is_write(mode))
-        return;
-    become_ordinary(buffer);
-    if (was_virtual && mode == BUF32_OVERWRITE)
+    if (is_write(mode))
+        become_ordinary(buffer);
+    injection_.reset();
+    if (was_special && mode == BUF32_OVERWRITE)
         overwrite(buffer);
+    if (!buffer.is_duplicate() && buffer.memory == nullptr && !buffer.is(BUF32_DIB) &&
+        uintptr_t(base) != word(buffer.handle, field_storage))
+        differs("another base");
+    if (random_.below(3) == 0)
+        compare_storage(buffer);
 }
 
 void World::unlock() {
     ModelBuffer &buffer = any();
     const bool cell = random_.below(2) == 0;
     describe("unlock " + name_of(buffer) + (cell ? " as a cell" : ""));
-    const int result =
-        cell ? api().buf32CellUnlock(buffer.handle, 0) : api().buf32Unlock(buffer.handle);
+    const int result = cell ? api().buf32CellUnlock(buffer.handle, between(random_, -5, 14))
+                            : api().buf32Unlock(buffer.handle);
     if (buffer.locks > 0) {
         called(result, 1);
         --buffer.locks;
@@ -49,7 +53,7 @@ void World::unlock() {
     }
 }
 
-// Locks a cell, and looks at one byte of it.
+// Locks a cell, and looks at it.
 void World::lock_cell() {
     ModelBuffer &buffer = any();
     const auto cells = int(word(buffer.handle, field_cell_count));
@@ -70,17 +74,17 @@ void World::lock_cell() {
     if (!called(result, valid && !refused, reports))
         return;
     ++buffer.locks;
-    const int x = between(random_, 0, cell.width - 1), y = between(random_, 0, cell.height - 1);
-    const auto *const row = static_cast<const uint8_t *>(address) + size_t(y * cell.row_bytes);
-    if (Block::read(row, x, buffer.bits) != buffer.image.at(cell.x + x, cell.y + y))
-        differs("pixel in the cell");
+    const BUF32CELL described = buffer.picture.geometry.description(index);
+    if (std::memcmp(&cell, &described, sizeof cell) != 0)
+        differs("the cell's description");
+    compare_cell(buffer, index, address);
 }
 
 // Writes through the address of a cell, as a program does that has locked the buffer for writing.
 void World::poke() {
     ModelBuffer &buffer = any();
     if (buffer.locks == 0 || (buffer.mode != BUF32_WRITE && buffer.mode != BUF32_WRITE_3) ||
-        buffer.is(BUF32_ONE_COLOUR) || buffer.is(BUF32_PATTERN))
+        buffer.is_special())
         return merge_memory();
     const int index = between(random_, 0, int(word(buffer.handle, field_cell_count)) - 1);
     describe("poke into cell " + std::to_string(index) + " of " + name_of(buffer));
@@ -89,44 +93,42 @@ void World::poke() {
     BUF32CELL cell{};
     if (!called(api().buf32CellLock(buffer.handle, index, &address, &cell), 1))
         return;
-    Block pixel(buffer.bits, 1, 1);
-    random_.fill(pixel.bytes());
-    Block row(buffer.bits, cell.width, 1);
+    uint8_t pixel[8];
+    random_.fill(pixel);
     const int x = between(random_, 0, cell.width - 1), y = between(random_, 0, cell.height - 1);
-    auto *const stored = static_cast<uint8_t *>(address) + size_t(y * cell.row_bytes);
-    std::memcpy(row.bytes().data(), stored, row.bytes().size());
-    row.set_pixel(x, 0, pixel.pixel(0, 0));
-    std::memcpy(stored, row.bytes().data(), row.bytes().size());
-    buffer.image.at(cell.x + x, cell.y + y) = pixel.pixel(0, 0);
+    move_pixel(buffer.picture.bits(), static_cast<uint8_t *>(address) + y * cell.row_bytes,
+               x * buffer.picture.geometry.unit_bits(), pixel, 0);
+    buffer.picture.merge({cell.x + x, cell.y + y, 1, 1}, pixel);
     injection_.reset();
     called(api().buf32CellUnlock(buffer.handle, index), 1);
 }
 
 void World::read_row() {
     ModelBuffer &buffer = any();
-    const Image &image = buffer.image;
-    const int y = between(random_, -2, image.height + 1);
+    const PlainImage &image = buffer.picture.image;
+    const int y = between(random_, -3, buffer.picture.height() + 2);
     describe("read row " + std::to_string(y) + " of " + name_of(buffer));
     maybe_inject();
-    const FencedBlock row(size_t((image.width * buffer.bits + 7) / 8));
+    const FencedBlock row(image.row_bytes());
     const bool locked = buffer.locks > 0;
     if (!called(api().buf32Line(buffer.handle, y, BUF32_LINE_READ, row.data()), locked,
                 locked ? std::vector<Failure>{} : std::vector<Failure>{{5804, 1, 3, 3}}))
         return;
     buffer.mode = BUF32_READ;
-    for (int x = 0; x < image.width; ++x)
-        if (Block::read(row.data(), x, buffer.bits) !=
-            image.at(x, std::clamp(y, 0, image.height - 1)))
-            differs("pixel " + std::to_string(x) + " of the row");
+    const auto clamped = size_t(std::clamp(y, 0, buffer.picture.height() - 1));
+    const auto same = same_rows({image.row(clamped), row.size()}, row.data(), row.size(),
+                                buffer.picture.geometry.width * buffer.picture.geometry.bits);
+    if (!same)
+        differs(same.message());
 }
 
 void World::write_row() {
     ModelBuffer &buffer = any();
-    Image &image = buffer.image;
-    const int y = between(random_, -2, image.height + 1);
+    PlainImage &image = buffer.picture.image;
+    const int y = between(random_, -3, buffer.picture.height() + 2);
     describe("write row " + std::to_string(y) + " of " + name_of(buffer));
     maybe_inject();
-    const FencedBlock row(size_t((image.width * buffer.bits + 7) / 8));
+    const FencedBlock row(image.row_bytes());
     random_.fill({row.data(), row.size()});
     const bool locked = buffer.locks > 0;
     if (!called(api().buf32Line(buffer.handle, y, BUF32_LINE_WRITE, row.data()),
@@ -135,8 +137,8 @@ void World::write_row() {
         return;
     become_ordinary(buffer);
     buffer.mode = BUF32_WRITE;
-    for (int x = 0; x < image.width; ++x)
-        image.at(x, std::clamp(y, 0, image.height - 1)) = Block::read(row.data(), x, buffer.bits);
+    std::memcpy(image.row(size_t(std::clamp(y, 0, buffer.picture.height() - 1))), row.data(),
+                row.size());
 }
 
 } // namespace q32::test

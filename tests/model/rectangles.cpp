@@ -2,103 +2,76 @@
 #include "tests/model/world.h"
 
 namespace q32::test {
-namespace {
-
-bool meets(const Image &image, int x, int y, int width, int height) {
-    return width > 0 && height > 0 && x < image.width && y < image.height && x + width > 0 &&
-           y + height > 0;
-}
-
-} // namespace
 
 void World::get_memory() {
     ModelBuffer &buffer = any();
-    const auto [x, y, width, height] = rectangle_in(buffer);
-    describe("get " + area_text(x, y, width, height) + " of " + name_of(buffer));
+    const Area area = rectangle_in(buffer);
+    const auto &[x, y, width, height] = area;
+    describe("get " + text_of(area) + " of " + name_of(buffer));
     maybe_inject();
-    const bool one_colour = buffer.is(BUF32_ONE_COLOUR);
-    const bool met = meets(buffer.image, x, y, width, height);
-    Block expected(buffer.bits, std::max(width, 1), height);
-    random_.fill(expected.bytes());
-    const FencedBlock memory(expected.bytes().size());
-    std::copy(expected.bytes().begin(), expected.bytes().end(), memory.data());
+    const bool one_colour = buffer.is(BUF32_ONE_COLOUR), met = buffer.picture.meets(area);
+    const MemoryBlock memory(block_bytes(buffer.picture.bits(), area), random_fence(random_),
+                             random_);
+    Bytes expected = memory.contents();
     std::vector<Failure> reports;
     if (!met)
         reports.push_back(one_colour ? Failure{3200, 0, 2, 10} : Failure{3200, 1, 3, 13});
     const bool done =
         called(api().buf32GetMem(buffer.handle, x, y, width, height, memory.data()), met, reports);
-    if (done && one_colour) {
-        for (size_t i = 0; i < expected.bytes().size(); ++i)
-            expected.bytes()[i] = buffer.colour[buffer.bits < 8 ? 0 : i % size_t(buffer.bits / 8)];
-    } else if (done) {
-        for (int row = 0; row < height; ++row)
-            for (int column = 0; column < width; ++column)
-                if (buffer.image.contains(x + column, y + row))
-                    expected.set_pixel(column, row, buffer.image.at(x + column, y + row));
-    }
-    if (std::memcmp(expected.bytes().data(), memory.data(), memory.size()) != 0)
-        differs("memory");
+    if (done && one_colour)
+        repeat_colour(buffer.picture.bits(), buffer.colour, expected);
+    else if (done)
+        buffer.picture.get(area, expected.data());
+    if (const auto holds = memory.holds(expected); !holds)
+        differs(holds.message());
 }
 
 void World::get_memory_with_background() {
     ModelBuffer &buffer = any();
-    auto [x, y, width, height] = rectangle_in(buffer);
-    width = std::max(width, 1);
-    describe("get with background " + area_text(x, y, width, height) + " of " + name_of(buffer));
+    Area area = rectangle_in(buffer);
+    area.width = std::max(area.width, 1);
+    describe("get with background " + text_of(area) + " of " + name_of(buffer));
     maybe_inject();
-    uint8_t background[8];
-    random_.fill(background);
-    Block expected(buffer.bits, width, height);
-    if (buffer.bits < 8)
-        std::fill(expected.bytes().begin(), expected.bytes().end(), background[0]);
-    for (int row = 0; row < height; ++row)
-        for (int column = 0; column < width; ++column) {
-            const bool inside = buffer.image.contains(x + column, y + row);
-            expected.set_pixel(column, row,
-                               inside ? buffer.image.at(x + column, y + row)
-                                      : colour_pixel(background, column, buffer.bits));
-        }
-    const FencedBlock memory(expected.bytes().size());
-    if (!called(
-            api().buf32GetMemWithBC(buffer.handle, x, y, width, height, memory.data(), background),
-            1))
+    const int bits = buffer.picture.bits();
+    MemoryBlock background(size_t(std::max(bits / 8, 1)), random_fence(random_), random_);
+    background.protect();
+    const MemoryBlock memory(block_bytes(bits, area), random_fence(random_), random_);
+    Bytes expected = memory.contents();
+    buffer.picture.get_with_background(area, expected.data(), background.data());
+    if (!called(api().buf32GetMemWithBC(buffer.handle, area.x, area.y, area.width, area.height,
+                                        memory.data(), background.data()),
+                1))
         return;
-    if (std::memcmp(expected.bytes().data(), memory.data(), memory.size()) != 0)
-        differs("memory");
+    if (const auto holds = memory.holds(expected); !holds)
+        differs(holds.message());
     // Under 8 bits a read lock comes and goes.
-    if (buffer.bits < 8 && meets(buffer.image, x, y, width, height))
+    if (bits < 8 && buffer.picture.meets(area))
         buffer.mode = BUF32_READ;
 }
 
 void World::merge_memory() {
     ModelBuffer &buffer = any();
-    const auto [x, y, width, height] = rectangle_in(buffer);
-    describe("merge " + area_text(x, y, width, height) + " into " + name_of(buffer));
+    const Area area = rectangle_in(buffer);
+    describe("merge " + text_of(area) + " into " + name_of(buffer));
     maybe_inject();
-    Block block(buffer.bits, std::max(width, 1), height);
-    const FencedBlock memory(block.bytes().size());
-    random_.fill({memory.data(), memory.size()});
-    std::copy(memory.data(), memory.data() + memory.size(), block.bytes().begin());
-    const bool met = meets(buffer.image, x, y, width, height);
-    const bool by_lock = buffer.is(BUF32_ONE_COLOUR) || buffer.is(BUF32_PATTERN);
+    MemoryBlock memory(block_bytes(buffer.picture.bits(), area), random_fence(random_), random_);
+    memory.protect();
+    const bool by_lock = buffer.is_special();
     std::vector<Failure> reports;
     if (buffer.is(BUF32_CALLER_MEMORY))
         reports.push_back({5800, 0, 50, 64});
-    else if (!met)
+    else if (!buffer.picture.meets(area))
         reports.push_back({3200, 1, 3, 14});
-    const bool done = called(api().buf32MergeMem(buffer.handle, x, y, memory.data(), width, height),
-                             reports.empty(), reports);
+    const bool done = called(
+        api().buf32MergeMem(buffer.handle, area.x, area.y, memory.data(), area.width, area.height),
+        reports.empty(), reports);
     // The write lock comes before the rectangle is looked at.
     if (by_lock && (done || !injected())) {
         become_ordinary(buffer);
         buffer.mode = BUF32_WRITE;
     }
-    if (!done)
-        return;
-    for (int row = 0; row < height; ++row)
-        for (int column = 0; column < width; ++column)
-            if (buffer.image.contains(x + column, y + row))
-                buffer.image.at(x + column, y + row) = block.pixel(column, row);
+    if (done)
+        buffer.picture.merge(area, memory.data());
 }
 
 } // namespace q32::test

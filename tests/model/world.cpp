@@ -136,8 +136,9 @@ bool World::called(int result, int expected, std::vector<Failure> reports) {
 std::string World::name_of(const ModelBuffer &buffer) const {
     char text[100];
     std::snprintf(text, sizeof text, "#%d(type %x, %d bits, %dx%d%s)",
-                  int(&buffer - buffers_.data()), unsigned(buffer.type), buffer.bits,
-                  buffer.image.width, buffer.image.height, buffer.locks > 0 ? ", locked" : "");
+                  int(&buffer - buffers_.data()), unsigned(buffer.type), buffer.picture.bits(),
+                  buffer.picture.width(), buffer.picture.height(),
+                  buffer.locks > 0 ? ", locked" : "");
     return text;
 }
 
@@ -153,52 +154,38 @@ ModelBuffer *World::by_handle(HBUF32 handle) {
 }
 
 // Often the whole image, often near an edge of it or of a cell, sometimes far outside.
-World::Rectangle World::rectangle_in(const ModelBuffer &buffer) {
-    const int width = buffer.image.width, height = buffer.image.height;
+Area World::rectangle_in(const ModelBuffer &buffer) {
+    const int width = buffer.picture.width(), height = buffer.picture.height();
     if (random_.below(6) == 0)
         return {0, 0, width, height};
     const int x = between(random_, -width / 2 - 3, width + 2);
     const int y = between(random_, -height / 2 - 3, height + 2);
-    Rectangle area{x, y, between(random_, 1, width + 5), between(random_, 1, height + 5)};
+    Area area{x, y, between(random_, 1, width + 5), between(random_, 1, height + 5)};
     if (random_.below(40) == 0)
         area.width = between(random_, -3, 0);
     return area;
 }
 
-std::vector<uint8_t> World::random_bytes(size_t count) {
-    std::vector<uint8_t> bytes(count);
-    random_.fill(bytes);
-    return bytes;
-}
-
 void World::overwrite(ModelBuffer &buffer) {
-    Block block(buffer.bits, buffer.image.width, buffer.image.height);
-    random_.fill(block.bytes());
-    buffer.image.paint([&](int x, int y) { return block.pixel(x, y); });
-    called(api().buf32MergeMem(buffer.handle, 0, 0, block.bytes().data(), buffer.image.width,
-                               buffer.image.height),
-           1);
+    const Area all = buffer.picture.whole();
+    const Bytes block = random_bytes(random_, block_bytes(buffer.picture.bits(), all));
+    buffer.picture.merge(all, block.data());
+    called(api().buf32MergeMem(buffer.handle, 0, 0, block.data(), all.width, all.height), 1);
 }
 
-void World::learn(ModelBuffer &buffer, const std::vector<bool> &known) {
-    Block block(buffer.bits, buffer.image.width, buffer.image.height);
-    called(api().buf32GetMem(buffer.handle, 0, 0, buffer.image.width, buffer.image.height,
-                             block.bytes().data()),
-           1);
-    size_t i = 0;
-    for (int y = 0; y < buffer.image.height; ++y)
-        for (int x = 0; x < buffer.image.width; ++x, ++i)
-            if (!known[i])
-                buffer.image.at(x, y) = block.pixel(x, y);
+Picture World::shown_by(const ModelBuffer &buffer) {
+    Picture shown(buffer.picture.geometry);
+    const Area all = shown.whole();
+    Bytes block(block_bytes(shown.bits(), all));
+    called(api().buf32GetMem(buffer.handle, 0, 0, all.width, all.height, block.data()), 1);
+    shown.merge(all, block.data());
+    return shown;
 }
 
-World::Pattern World::random_pattern(int bits) {
-    Pattern pattern{};
+Pattern World::random_pattern(int bits) {
     const int width = random_.below(8) == 0 ? between(random_, 1, 300) : between(random_, 1, 20);
     const int height = random_.below(8) == 0 ? between(random_, 1, 40) : between(random_, 1, 9);
-    pattern.bytes = random_bytes(size_t((width * bits + 7) / 8 * height));
-    pattern.descriptor = {uint16_t(width), uint16_t(height), nullptr};
-    return pattern;
+    return Pattern(width, height, bits, random_);
 }
 
 void World::random_colour(int bits, uint8_t (&colour)[8]) {
@@ -210,27 +197,24 @@ void World::random_colour(int bits, uint8_t (&colour)[8]) {
     colour[0] = uint8_t(any_pixel ? pixel * (255 / ((1u << bits) - 1)) : pixel);
 }
 
-void World::paint(Image &image, int bits, const Pattern &pattern) {
-    const int width = pattern.descriptor.width, height = pattern.descriptor.height;
-    const size_t row_bytes = size_t((width * bits + 7) / 8);
-    image.paint([&](int x, int y) {
-        return Block::read(pattern.bytes.data() + size_t(y % height) * row_bytes, x % width, bits);
-    });
-}
-
-void World::paint(Image &image, int bits, const uint8_t *colour) {
-    image.paint([&](int x, int) { return colour_pixel(colour, x, bits); });
-}
-
 void World::become_ordinary(ModelBuffer &buffer) {
-    if (buffer.is(BUF32_ONE_COLOUR) || buffer.is(BUF32_PATTERN))
-        buffer.type = BUF32_TILED;
+    if (!buffer.is_special())
+        return;
+    buffer.type = BUF32_TILED;
+    if (!injected() && (word(buffer.handle, field_file) != 0) != goes_to_file(buffer))
+        differs("pixels in the wrong place");
+}
+
+bool World::goes_to_file(const ModelBuffer &buffer) const {
+    const bool may =
+        buffer.is(BUF32_TILED) || buffer.is(BUF32_LINEAR) || buffer.is(BUF32_LINEAR_SHRINK);
+    return buffer.is_large() && (buffer.is(BUF32_TILED_FILE) || (limited_ && may));
 }
 
 void World::resynchronise() {
     for (ModelBuffer &buffer : buffers_) {
-        if (word(buffer.handle, field_type) == BUF32_TILED)
-            become_ordinary(buffer);
+        if (buffer.is_special() && word(buffer.handle, field_type) == BUF32_TILED)
+            buffer.type = BUF32_TILED;
         buffer.mode = int(word(buffer.handle, field_access_mode));
     }
 }

@@ -1,13 +1,12 @@
-// A few buffers of the library, and beside each a plain image that shares nothing. A step picks an
+// A few buffers of the library, and beside each a picture that shares nothing. A step picks an
 // operation at random, does it to both, and compares result, reports, pixels and counters.
 //
 // A step depends on its own seed and on the buffers there are: any step can be left out of a
 // sequence, and the rest still means something.
 #pragma once
 
-#include "tests/buffer/buffer_fixture.h"
+#include "tests/bitmaps/bitmap_fixture.h"
 #include "tests/model/injection.h"
-#include "tests/model/plain_image.h"
 
 #include <memory>
 #include <optional>
@@ -18,26 +17,33 @@ namespace q32::test {
 
 // One buffer as it must be.
 struct ModelBuffer {
+    ModelBuffer(uint32_t type_in, int bits, int width, int height)
+        : type(type_in),
+          // Caller memory has no cells: its rows are those of a linear image.
+          picture(Geometry(width, height, bits,
+                           type_in == BUF32_CALLER_MEMORY ? BUF32_LINEAR : type_in)),
+          capacity(height) {}
+
     HBUF32 handle = 0;
-    uint32_t type = 0;
-    int bits = 0;
-    int capacity = 0; // rows
-    Image image;
+    uint32_t type;
+    Picture picture;
+    int capacity; // rows
     uint32_t locks = 0;
     int mode = BUF32_READ;
 
-    uint8_t colour[8] = {};              // one colour
-    std::shared_ptr<FencedBlock> memory; // pixels that are the caller's
-    HGLOBAL bitmap = nullptr;            // packed bitmap that the test has made
+    uint8_t colour[8] = {};               // one colour
+    std::shared_ptr<MemoryBlock> memory;  // pixels that are the caller's
+    std::shared_ptr<FencedBitmap> bitmap; // that the test has made
+    Header header;                        // its header
 
     bool is(uint32_t a_type) const { return type == a_type; }
+    // Has no pixels but a colour or a pattern.
+    bool is_special() const { return is(BUF32_ONE_COLOUR) || is(BUF32_PATTERN); }
+    bool is_duplicate() const { return word(handle, field_share_marker) == 64; }
+    bool is_large() const { return picture.width() > 128 || picture.height() > 128; }
+    Shape shape() const { return {picture.bits(), picture.width(), picture.height()}; }
     bool has_resizable_height() const { return is(BUF32_LINEAR_MEMORY) || is(BUF32_LINEAR_SHRINK); }
 };
-
-inline std::string area_text(int x, int y, int width, int height) {
-    return std::to_string(width) + "x" + std::to_string(height) + " at " + std::to_string(x) + "," +
-           std::to_string(y);
-}
 
 class World {
 public:
@@ -56,9 +62,6 @@ public:
     std::optional<std::string> finish();
 
 private:
-    struct Rectangle {
-        int x, y, width, height;
-    };
     using Operation = void (World::*)();
     struct Choice {
         int weight;
@@ -68,12 +71,9 @@ private:
 
     // --- life (life.cpp)
     void allocate();
-    HBUF32 allocate_ordinary(ModelBuffer &buffer);
-    HBUF32 allocate_one_colour(ModelBuffer &buffer);
-    HBUF32 allocate_pattern(ModelBuffer &buffer);
-    HBUF32 allocate_over_memory(ModelBuffer &buffer);
-    HBUF32 allocate_packed_bitmap(ModelBuffer &buffer);
-    HBUF32 allocate_over_pixels(ModelBuffer &buffer);
+    void allocate_by_type(ModelBuffer &buffer, const void *extra);
+    void allocate_packed_bitmap(ModelBuffer &buffer);
+    void allocate_over_pixels(ModelBuffer &buffer);
     void release();
     void release_bitmap();
     void bitmap_there_and_back();
@@ -109,9 +109,9 @@ private:
     static DuplicateOutcome outcome_of_duplicate(const ModelBuffer &source,
                                                  const ModelBuffer &destination);
     static void take_pixels(ModelBuffer &destination, const ModelBuffer &source);
-    // Copies what both images have of a rectangle; how many pixels that was.
-    static int copy_common(const Image &source, const Rectangle &area, Image &destination,
-                           int destination_x, int destination_y, std::vector<bool> *known);
+    // Whether a pixel of the rectangle lies in the source and lands in the destination.
+    static bool meet(const Picture &source, const Area &area, const Picture &destination, int x,
+                     int y);
 
     // --- fills (fills.cpp)
     void fill_one_colour();
@@ -132,31 +132,30 @@ private:
 
     ModelBuffer &any();
     ModelBuffer *by_handle(HBUF32 handle);
-    Rectangle rectangle_in(const ModelBuffer &buffer);
-    std::vector<uint8_t> random_bytes(size_t count);
+    Area rectangle_in(const ModelBuffer &buffer);
     // Random pixels, written into a buffer whose pixels are not known.
     void overwrite(ModelBuffer &buffer);
-    // Takes the pixels as they are in rows of which nothing is known.
-    void learn(ModelBuffer &buffer, const std::vector<bool> &known);
-    // A pattern of random size for a buffer, and what it paints.
-    struct Pattern {
-        BUF32PATTERN descriptor;
-        std::vector<uint8_t> bytes;
-    };
+    // What the buffer shows, of which nothing is known.
+    Picture shown_by(const ModelBuffer &buffer);
+    // A pattern of random size for a buffer.
     Pattern random_pattern(int bits);
     // A colour that is the same at every pixel: under 8 bits a byte that looks alike from each.
     void random_colour(int bits, uint8_t (&colour)[8]);
-    static void paint(Image &image, int bits, const Pattern &pattern);
-    static void paint(Image &image, int bits, const uint8_t *colour);
     // What the first write does to a buffer without storage.
     void become_ordinary(ModelBuffer &buffer);
+    // Whether new storage goes to a swap file.
+    bool goes_to_file(const ModelBuffer &buffer) const;
     // What a failed call may have changed: type and access mode, but no pixel.
     void resynchronise();
     void forget(ModelBuffer &buffer);
 
     // --- comparisons (checks.cpp)
-    void compare_pixels(ModelBuffer &buffer);
+    void compare_pixels(const ModelBuffer &buffer);
+    // Cells, as they lie in the storage.
+    void compare_storage(const ModelBuffer &buffer);
+    void compare_cell(const ModelBuffer &buffer, int index, const void *address);
     void compare_records();
+    void compare_sharing(const ModelBuffer &buffer);
     void compare_counters();
 
     // Lets one of the library's system calls to come fail, now and then.

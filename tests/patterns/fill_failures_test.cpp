@@ -5,13 +5,7 @@
 namespace q32::test {
 namespace {
 
-class FillFailures : public BufferTest {
-protected:
-    void TearDown() override {
-        forget_memory_in_use(); // failed commitments stay counted
-        BufferTest::TearDown();
-    }
-};
+class FillFailures : public FailureSweep {};
 
 constexpr int width = 144, height = 131;
 
@@ -24,9 +18,9 @@ void make_special(Family &family, uint32_t type, int bits, bool with_block, Rand
     ASSERT_EQ(api().buf32Alloc(&buffer, bits, width, height, type, extra), 1);
     Member &member = family.add(buffer, Geometry(width, height, bits, type), type);
     if (type == BUF32_PATTERN)
-        paint(member.picture, pattern);
+        member.picture.paint(pattern);
     else
-        paint(member.picture, colour);
+        member.picture.paint(colour);
     if (!with_block)
         return;
     ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
@@ -42,16 +36,9 @@ std::vector<Step> writes(uint32_t type, int bits, bool with_block, bool to_files
         const bool row = name.starts_with("row") || name == "span";
         if (row && !with_block)
             continue; // the caller's lock makes the block
-        Step step{"type " + std::to_string(type) + ", " + name, to_files,
-                  [=](Family &family, Random &random) {
-                      make_special(family, type, bits, with_block, random);
-                  },
-                  [=](Family &family, Random &random) {
-                      return family.try_write(family[0], path, random);
-                  }};
-        if (name == "row of bits" || name == "row of 565" || name == "row of 555")
-            step.is_silent = [](const std::string &call) { return call == "GlobalAlloc"; };
-        steps.push_back(std::move(step));
+        steps.push_back(write_step(path, type, 0, to_files, [=](Family &family, Random &random) {
+            make_special(family, type, bits, with_block, random);
+        }));
     }
     return steps;
 }
@@ -75,17 +62,12 @@ TEST_F(FillFailures, OfOrdinaryBuffers) {
             if (path.outcome == WritePath::keeps_type)
                 continue;
             for (size_t which : {0u, 1u, 2u})
-                steps.push_back({"type " + std::to_string(type) + ", " + path.name + " of buffer " +
-                                     std::to_string(which),
-                                 false,
-                                 [=](Family &family, Random &random) {
-                                     family.allocate(24, width, height, type, random);
-                                     family.allocate(24, width, height, type, random);
-                                     family.duplicate(family[1]);
-                                 },
-                                 [=](Family &family, Random &random) {
-                                     return family.try_write(family[which], path, random);
-                                 }});
+                steps.push_back(
+                    write_step(path, type, which, false, [=](Family &family, Random &random) {
+                        family.allocate(24, width, height, type, random);
+                        family.allocate(24, width, height, type, random);
+                        family.duplicate(family[1]);
+                    }));
         }
     EXPECT_GT(sweep(steps), 50);
 }

@@ -6,13 +6,7 @@
 namespace q32::test {
 namespace {
 
-class FillOrder : public BufferTest {
-protected:
-    void TearDown() override {
-        set_memory_limit(0, 0);
-        BufferTest::TearDown();
-    }
-};
+class FillOrder : public BufferTest {};
 
 // --- the calls -------------------------------------------------------------------------------
 
@@ -120,11 +114,7 @@ TEST_F(FillOrder, OfSharedPixels) {
             SCOPED_TRACE(testing::Message() << start.name << ' ' << duplicate);
             Random random(test_seed(), 3);
             const auto source = start.make(24, 150, 140, random);
-            Picture picture(*source, Geometry(150, 140, 24, start.type));
-            const Rectangle all{0, 0, 150, 140};
-            Bytes pixels(rectangle_bytes(picture.geometry, all));
-            ASSERT_EQ(api().buf32GetMem(*source, 0, 0, 150, 140, pixels.data()), 1);
-            write_rectangle(picture, all, pixels.data());
+            Picture picture = picture_shown_by(*source, Geometry(150, 140, 24, start.type));
             HBUF32 made = 0;
             ASSERT_EQ(api().buf32DupBuf(*source, &made), 1);
             const Buffer sharer(made);
@@ -140,7 +130,7 @@ TEST_F(FillOrder, OfSharedPixels) {
             picture.buffer = other;
             expect_read_everywhere(picture);
             picture.buffer = filled;
-            paint(picture, colour);
+            picture.paint(colour);
             expect_read_everywhere(picture);
         }
     }

@@ -5,23 +5,7 @@
 namespace q32::test {
 namespace {
 
-class FillWithoutMemory : public BufferTest {
-protected:
-    void TearDown() override {
-        set_memory_limit(0, 0);
-        BufferTest::TearDown();
-    }
-};
-
-Picture picture_of(HBUF32 buffer, const Start &start, int bits, int width, int height) {
-    return Picture(buffer, Geometry(width, height, bits, start.type));
-}
-
-void fill_with(Picture &picture, const Pattern &pattern) {
-    const BUF32PATTERN descriptor = pattern.descriptor();
-    EXPECT_SUCCESS(api().buf32FillPattern(picture.buffer, &descriptor));
-    paint(picture, pattern);
-}
+class FillWithoutMemory : public BufferTest {};
 
 // The storage is given up before the block is asked for: without a block there is neither, and the
 // pixels have gone. The buffer can be filled again.
@@ -52,7 +36,7 @@ TEST_F(FillWithoutMemory, OneColour) {
         EXPECT_EQ(frame::Census::now().global_blocks, nothing.global_blocks + 1); // the record
         expect_what_is_left(picture, start);
         EXPECT_SUCCESS(api().buf32FillOneColor(handle, colour));
-        paint(picture, colour);
+        picture.paint(colour);
         expect_filled_with(picture, colour);
         expect_read_everywhere(picture);
         buffer.reset();
@@ -71,11 +55,7 @@ TEST_F(FillWithoutMemory, Pattern) {
             const frame::Census nothing = frame::Census::now();
             auto buffer = start.make(24, 150, 140, random);
             const HBUF32 handle = *buffer;
-            Picture picture = picture_of(handle, start, 24, 150, 140);
-            const Rectangle all{0, 0, 150, 140};
-            Bytes pixels(rectangle_bytes(picture.geometry, all));
-            ASSERT_EQ(api().buf32GetMem(handle, 0, 0, 150, 140, pixels.data()), 1);
-            write_rectangle(picture, all, pixels.data());
+            Picture picture = picture_shown_by(handle, Geometry(150, 140, 24, start.type));
             const uint32_t size = word(handle, field_colour);
             EXPECT_TRUE(loss.take(handle));
             expect_given_up(handle, start, picture.geometry);
@@ -109,11 +89,7 @@ TEST_F(FillWithoutMemory, ThePatternBeforeStaysWithoutABlock) {
         SCOPED_TRACE(start.name);
         Random random(test_seed(), 9);
         const auto buffer = start.make(24, 150, 140, random);
-        Picture picture = picture_of(*buffer, start, 24, 150, 140);
-        const Rectangle all{0, 0, 150, 140};
-        Bytes pixels(rectangle_bytes(picture.geometry, all));
-        ASSERT_EQ(api().buf32GetMem(*buffer, 0, 0, 150, 140, pixels.data()), 1);
-        write_rectangle(picture, all, pixels.data());
+        const Picture picture = picture_shown_by(*buffer, Geometry(150, 140, 24, start.type));
         const uint32_t copy = word(*buffer, field_external_data);
         const Pattern other(9, 4, 24, random);
         const BUF32PATTERN descriptor = other.descriptor();
@@ -177,7 +153,7 @@ TEST_F(FillWithoutMemory, PatternFromItsOwnCopy) {
                 const Pattern before(7, 5, 24, random);
                 const BUF32PATTERN descriptor = before.descriptor();
                 Buffer buffer(24, 150, 140, BUF32_PATTERN, &descriptor);
-                Picture picture(buffer);
+                Picture picture = picture_beside(buffer);
                 if (with_block)
                     fill_with(picture, before);
                 const BUF32PATTERN part{
@@ -193,7 +169,7 @@ TEST_F(FillWithoutMemory, PatternFromItsOwnCopy) {
                 }
                 EXPECT_EQ(word(buffer, field_storage), 0u);
                 EXPECT_EQ(memory_in_use(), 0u);
-                paint(picture, before);
+                picture.paint(before);
                 if (word(buffer, field_external_data) == 0) {
                     EXPECT_TRUE(without_copy);
                     picture.image = PlainImage(picture.geometry);

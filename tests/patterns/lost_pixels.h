@@ -16,16 +16,6 @@ inline bool is_special(uint32_t type) {
     return type == BUF32_ONE_COLOUR || type == BUF32_PATTERN;
 }
 
-// What a buffer shows, read by one rectangle; as a picture of a layout.
-inline Picture picture_of(HBUF32 buffer, const Start &start, int bits) {
-    Picture picture(buffer, Geometry(width, height, bits, start.type));
-    const Rectangle all{0, 0, width, height};
-    Bytes pixels(rectangle_bytes(picture.geometry, all));
-    EXPECT_EQ(api().buf32GetMem(buffer, 0, 0, width, height, pixels.data()), 1);
-    write_rectangle(picture, all, pixels.data());
-    return picture;
-}
-
 // The pixels of a pointer that a call has given are there.
 inline void touch(void *address, size_t bytes) {
     auto *const first = static_cast<volatile uint8_t *>(address);
@@ -62,12 +52,6 @@ std::span<const Probe> probes();
 
 } // namespace lost
 
-class LostPixels : public BufferTest {
-protected:
-    void TearDown() override {
-        set_memory_limit(0, 0);
-        BufferTest::TearDown();
-    }
-};
+class LostPixels : public BufferTest {};
 
 } // namespace q32::test

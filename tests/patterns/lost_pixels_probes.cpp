@@ -92,10 +92,9 @@ void addresses(Scene &scene) {
 }
 
 void rectangles_of_memory(Scene &scene) {
-    const FencedBlock memory(rectangle_bytes(scene.shown.geometry, {0, 0, 60, 50}));
-    for (const Rectangle &area :
-         {Rectangle{0, 0, 60, 50}, {-30, -20, 60, 50}, {120, 110, 60, 50}}) {
-        SCOPED_TRACE(testing::Message() << area);
+    const FencedBlock memory(block_bytes(scene.shown.geometry.bits, {0, 0, 60, 50}));
+    for (const Area &area : {Area{0, 0, 60, 50}, {-30, -20, 60, 50}, {120, 110, 60, 50}}) {
+        SCOPED_TRACE(text_of(area));
         scene.expect_nothing(api().buf32GetMem(scene.lost, area.x, area.y, 60, 50, memory.data()));
         expect_no_report();
         scene.expect_nothing(
@@ -105,9 +104,8 @@ void rectangles_of_memory(Scene &scene) {
     // What meets nothing of the buffer is background as ever.
     EXPECT_SUCCESS(api().buf32GetMemWithBC(scene.lost, width, 0, 60, 50, memory.data(), colour));
     for (size_t i = 0; i < memory.size(); ++i)
-        ASSERT_EQ(memory.data()[i], colour[i % unit_bytes(scene.shown.geometry)]) << i;
-    for (const Rectangle &area :
-         {Rectangle{0, 0, 60, 50}, {-30, -20, 60, 50}, {120, 110, 60, 50}}) {
+        ASSERT_EQ(memory.data()[i], colour[i % scene.shown.geometry.unit_bytes()]) << i;
+    for (const Area &area : {Area{0, 0, 60, 50}, {-30, -20, 60, 50}, {120, 110, 60, 50}}) {
         scene.expect_nothing(
             api().buf32MergeMem(scene.lost, area.x, area.y, memory.data(), 60, 50));
         expect_no_report();
@@ -115,9 +113,9 @@ void rectangles_of_memory(Scene &scene) {
 }
 
 void get_from(Scene &scene) {
-    for (const Rectangle &area : {Rectangle{3, 4, 60, 50}, {0, 0, width, height}}) {
+    for (const Area &area : {Area{3, 4, 60, 50}, {0, 0, width, height}}) {
         const bool whole = area.width == width;
-        SCOPED_TRACE(testing::Message() << area);
+        SCOPED_TRACE(text_of(area));
         HBUF32 made = 0;
         const int result =
             api().buf32GetBuf(scene.lost, area.x, area.y, area.width, area.height, &made);
@@ -135,7 +133,7 @@ void get_from(Scene &scene) {
     if (scene.has_pixels)
         return;
     Buffer other(scene.bits, 90, 80);
-    Picture picture(other);
+    Picture picture = picture_beside(other);
     picture.image = fill(other, scene.random);
     HBUF32 handle = other;
     EXPECT_SILENT_FAILURE(api().buf32GetBuf(scene.lost, 0, 0, width, height, &handle));
@@ -200,7 +198,7 @@ void duplicate_new(Scene &scene) {
     Picture filled(source_first ? scene.lost : made, scene.shown.geometry);
     EXPECT_EQ(api().buf32FillOneColor(filled.buffer, colour), 1);
     expect_no_report();
-    paint(filled, colour);
+    filled.paint(colour);
     expect_read_everywhere(filled);
     api().buf32MergeMem(second, 0, 0, memory, 3, 1);
     void *base = nullptr;
@@ -231,7 +229,7 @@ void duplicate_over_good(Scene &scene) {
     forget_reports();
     EXPECT_SUCCESS(api().buf32FillOneColor(scene.good, colour));
     Picture filled(scene.good, scene.shown.geometry);
-    paint(filled, colour);
+    filled.paint(colour);
     expect_read_everywhere(filled);
 }
 
@@ -249,7 +247,7 @@ void duplicate_good(Scene &scene) {
     const Bytes white(60 * 50 * 3, 0xFF);
     EXPECT_SUCCESS(api().buf32MergeMem(written, 20, 90, white.data(), 60, 50));
     Picture &changed = good_goes_first ? scene.shown : copy;
-    write_rectangle(changed, {20, 90, 60, 50}, white.data());
+    changed.merge({20, 90, 60, 50}, white.data());
     if (is_special(scene.start.type)) { // is an ordinary one now
         expect_image(changed);
     } else {
@@ -283,7 +281,7 @@ void duplicate_into_others(Scene &scene) {
 void fill_again(Scene &scene) {
     Picture picture(scene.lost, scene.shown.geometry);
     EXPECT_SUCCESS(api().buf32FillOneColor(scene.lost, colour));
-    paint(picture, colour);
+    picture.paint(colour);
     expect_read_everywhere(picture);
 }
 
@@ -292,7 +290,7 @@ void fill_with_pattern_again(Scene &scene) {
     const Pattern pattern(7, 5, scene.bits, scene.random);
     const BUF32PATTERN descriptor = pattern.descriptor();
     EXPECT_SUCCESS(api().buf32FillPattern(scene.lost, &descriptor));
-    paint(picture, pattern);
+    picture.paint(pattern);
     expect_read_everywhere(picture);
 }
 
@@ -333,7 +331,7 @@ void change_height(Scene &scene) {
     EXPECT_EQ(info.image_bytes, uint32_t(info.height) * uint32_t(scene.row_bytes()));
     EXPECT_SUCCESS(api().buf32FillOneColor(scene.lost, colour));
     Picture picture(scene.lost, Geometry(width, info.height, scene.bits, scene.start.type));
-    paint(picture, colour);
+    picture.paint(colour);
     expect_image(picture);
 }
 

@@ -22,9 +22,13 @@ void probe_one(const Start &start, int depth, const Loss &loss, const Probe &pro
     {
         auto lost = start.make(depth, width, height, random);
         auto good = start.make(depth, width, height, random);
-        Scene scene{
-            *lost, start, depth, *good, picture_of(*good, start, depth), is_special(start.type),
-            random};
+        Scene scene{*lost,
+                    start,
+                    depth,
+                    *good,
+                    picture_shown_by(*good, Geometry(width, height, depth, start.type)),
+                    is_special(start.type),
+                    random};
         ASSERT_TRUE(loss.take(*lost));
         probe.take(scene);
         forget_reports(); // every call's have been looked at where it was made
@@ -71,7 +75,8 @@ TEST_F(LostPixels, SharersKeepTheirs) {
                     Random random(test_seed(), 2);
                     const frame::Census before = frame::Census::now();
                     auto source = start.make(bits, width, height, random);
-                    const Picture shown = picture_of(*source, start, bits);
+                    const Picture shown =
+                        picture_shown_by(*source, Geometry(width, height, bits, start.type));
                     std::unique_ptr<Buffer> family[3] = {std::move(source)};
                     for (size_t i = 1; i < 3; ++i) {
                         HBUF32 made = 0;
@@ -122,7 +127,7 @@ TEST_F(LostPixels, NothingIsLostWhileSharersCannotBeServed) {
         SCOPED_TRACE(start.name);
         Random random(test_seed(), 3);
         auto source = start.make(bits, width, height, random);
-        Picture shown = picture_of(*source, start, bits);
+        Picture shown = picture_shown_by(*source, Geometry(width, height, bits, start.type));
         HBUF32 made = 0;
         ASSERT_EQ(api().buf32DupBuf(*source, &made), 1);
         const Buffer sharer(made);

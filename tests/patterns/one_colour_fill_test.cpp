@@ -4,18 +4,7 @@
 namespace q32::test {
 namespace {
 
-class OneColourFill : public BufferTest {
-protected:
-    void TearDown() override {
-        set_memory_limit(0, 0);
-        BufferTest::TearDown();
-    }
-};
-
-// A picture of a buffer that has just been made from a start.
-Picture picture_of(HBUF32 buffer, const Start &start, int bits, int width, int height) {
-    return Picture(buffer, Geometry(width, height, bits, start.type));
-}
+class OneColourFill : public BufferTest {};
 
 TEST_F(OneColourFill, FromEveryStartAndAtEveryDepth) {
     for (const Start &start : starts())
@@ -28,13 +17,13 @@ TEST_F(OneColourFill, FromEveryStartAndAtEveryDepth) {
             Picture picture = picture_of(*buffer, start, bits, 150, 140);
             const std::string swap_file = swap_file_of(*buffer);
             EXPECT_SUCCESS(api().buf32FillOneColor(*buffer, colour));
-            paint(picture, colour);
+            picture.paint(colour);
             if (start.type == BUF32_ONE_COLOUR && !start.with_block) {
                 EXPECT_EQ(memory_in_use(), 0u); // had none, and needs none
                 EXPECT_EQ(word(*buffer, field_storage), 0u);
                 EXPECT_EQ(std::memcmp(reinterpret_cast<const void *>(HBUF32(*buffer) +
                                                                      field_offset(field_colour)),
-                                      colour, unit_bytes(picture.geometry)),
+                                      colour, picture.geometry.unit_bytes()),
                           0);
             } else {
                 expect_filled_with(picture, colour);
@@ -58,9 +47,9 @@ TEST_F(OneColourFill, OfSeveralSizes) {
             for (int bits : {1, 8, 24}) {
                 SCOPED_TRACE(size_text(bits, width, height));
                 Buffer buffer(bits, width, height, type);
-                Picture picture(buffer);
+                Picture picture = picture_beside(buffer);
                 EXPECT_SUCCESS(api().buf32FillOneColor(buffer, colour));
-                paint(picture, colour);
+                picture.paint(colour);
                 expect_filled_with(picture, colour);
                 if (width < 1000 && height < 1000)
                     expect_read_everywhere(picture);
@@ -73,13 +62,13 @@ TEST_F(OneColourFill, ReadsNothingBehindTheColour) {
     for (int bits : {1, 3, 7, 8, 12, 16, 24, 40, 48, 64}) {
         SCOPED_TRACE(bits);
         Buffer buffer(bits, 20, 10);
-        Picture picture(buffer);
-        FencedBlock bytes(unit_bytes(picture.geometry));
+        Picture picture = picture_beside(buffer);
+        FencedBlock bytes(picture.geometry.unit_bytes());
         std::memcpy(bytes.data(), colour, bytes.size());
         EXPECT_SUCCESS(api().buf32FillOneColor(buffer, bytes.data()));
         EXPECT_SUCCESS(api().buf32FillOneColor(buffer, bytes.data())); // one colour already
         std::memset(bytes.data(), 0, bytes.size());                    // copied
-        paint(picture, colour);
+        picture.paint(colour);
         expect_filled_with(picture, colour);
         expect_image(picture);
     }
@@ -88,7 +77,7 @@ TEST_F(OneColourFill, ReadsNothingBehindTheColour) {
 TEST_F(OneColourFill, TakesOneBlockAtOnce) {
     for (uint32_t type : {BUF32_TILED, BUF32_LINEAR_MEMORY}) {
         Buffer buffer(24, 300, 200, type);
-        const Picture picture(buffer);
+        const Picture picture = picture_beside(buffer);
         ObservedCalls calls;
         ASSERT_EQ(api().buf32FillOneColor(buffer, colour), 1);
         ASSERT_EQ(calls.virtual_blocks().size(), 1u);
@@ -104,7 +93,7 @@ TEST_F(OneColourFill, Again) {
     for (int bits : {1, 8, 24, 64}) {
         SCOPED_TRACE(bits);
         Buffer buffer(bits, 150, 140);
-        Picture picture(buffer);
+        Picture picture = picture_beside(buffer);
         ASSERT_EQ(api().buf32FillOneColor(buffer, colour), 1);
         const uint32_t block = word(buffer, field_storage);
         for (int shade = 1; shade < 8; ++shade) {
@@ -115,7 +104,7 @@ TEST_F(OneColourFill, Again) {
             EXPECT_SUCCESS(api().buf32FillOneColor(buffer, other));
             EXPECT_EQ(calls.virtual_blocks().size(), 0u);
             EXPECT_EQ(word(buffer, field_storage), block);
-            paint(picture, other);
+            picture.paint(other);
             expect_filled_with(picture, other);
             expect_read_everywhere(picture);
         }
@@ -133,7 +122,7 @@ TEST_F(OneColourFill, AndWrittenAgain) {
                 const auto buffer = start.make(bits, 152, 140, random);
                 Picture picture = picture_of(*buffer, start, bits, 152, 140);
                 ASSERT_EQ(api().buf32FillOneColor(*buffer, colour), 1);
-                paint(picture, colour);
+                picture.paint(colour);
                 const bool file = start.to_files;
                 set_memory_limit(file ? 1 : 0, 0);
                 EXPECT_TRUE(path.write(picture, random));
@@ -156,7 +145,7 @@ TEST_F(OneColourFill, OfLockedBuffers) {
         ASSERT_EQ(api().buf32CellLock(*buffer, 0, nullptr, nullptr), 1);
         EXPECT_SUCCESS(api().buf32FillOneColor(*buffer, colour));
         EXPECT_EQ(word(*buffer, field_lock_count), 2u);
-        paint(picture, colour);
+        picture.paint(colour);
         expect_read_everywhere(picture);
         ASSERT_EQ(api().buf32Unlock(*buffer), 1);
         ASSERT_EQ(api().buf32CellUnlock(*buffer, 0), 1);
@@ -185,7 +174,7 @@ TEST_F(OneColourFill, WithAColourOfItsOwnPixels) {
                                   static_cast<uint8_t *>(base) + 38);
                 EXPECT_SUCCESS(
                     api().buf32FillOneColor(filled, static_cast<const uint8_t *>(base) + 30));
-                paint(picture, pixel.data());
+                picture.paint(pixel.data());
                 expect_read_everywhere(picture);
                 ASSERT_EQ(api().buf32Unlock(filled), 1);
             }
@@ -202,7 +191,7 @@ TEST_F(OneColourFill, OfAShrunkImage) {
         EXPECT_EQ(memory_in_use(), 300u * 50);
         EXPECT_EQ(mapped_bytes(), 0u);
         Picture picture(buffer, Geometry(300, 50, 8, BUF32_LINEAR));
-        paint(picture, colour);
+        picture.paint(colour);
         expect_read_everywhere(picture);
     }
 }

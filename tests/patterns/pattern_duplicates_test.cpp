@@ -9,26 +9,6 @@ class PatternDuplicates : public BufferTest {};
 constexpr Failure types_differ{4026, 1, 3, 6}, sizes_differ{4026, 1, 3, 7},
     no_record{1001, 1, 3, 8}, no_layout{1001, 1, 3, 9}, no_copy{1001, 1, 70, 23};
 
-struct PatternBuffer {
-    PatternBuffer(int bits, int pattern_width, int pattern_height, uint32_t origin = BUF32_PATTERN)
-        : random(test_seed(), uint64_t(bits + pattern_width)),
-          pattern(pattern_width, pattern_height, bits, random), descriptor(pattern.descriptor()),
-          buffer(bits, 150, 140, origin, &descriptor),
-          picture(buffer, Geometry(150, 140, bits, origin)) {
-        if (origin != BUF32_PATTERN) {
-            EXPECT_SUCCESS(api().buf32FillPattern(buffer, &descriptor));
-        }
-        paint(picture, pattern);
-    }
-    operator HBUF32() const { return buffer; }
-
-    Random random;
-    Pattern pattern;
-    BUF32PATTERN descriptor;
-    Buffer buffer;
-    Picture picture;
-};
-
 void expect_copy_of(HBUF32 buffer, const Pattern &pattern) {
     EXPECT_EQ(word(buffer, field_colour), uint32_t(pattern.width) | uint32_t(pattern.height) << 16);
     ASSERT_NE(word(buffer, field_external_data), 0u);
@@ -41,7 +21,7 @@ TEST_F(PatternDuplicates, NewOnesHaveACopyOfTheirOwn) {
         for (uint32_t origin : {BUF32_PATTERN, BUF32_TILED, BUF32_LINEAR})
             for (bool with_block : {false, true}) {
                 SCOPED_TRACE(testing::Message() << bits << ' ' << origin << ' ' << with_block);
-                PatternBuffer source(bits, 7, 5, origin);
+                PatternBuffer source(bits, 150, 140, 7, 5, origin);
                 if (with_block) {
                     ASSERT_EQ(api().buf32Lock(source, 5, nullptr), 1);
                 }
@@ -94,13 +74,14 @@ TEST_F(PatternDuplicates, AreIndependent) {
         for (bool write_source : {false, true})
             for (const WritePath &path : write_paths(BUF32_PATTERN, bits)) {
                 SCOPED_TRACE(testing::Message() << path.name << ' ' << bits << ' ' << write_source);
-                PatternBuffer source(bits, 7, 5);
+                Random random(test_seed(), uint64_t(bits));
+                PatternBuffer source(bits, 150, 140, 7, 5);
                 HBUF32 made = 0;
                 ASSERT_EQ(api().buf32DupBuf(source, &made), 1);
                 Buffer owner(made);
                 Picture copy = source.picture;
                 copy.buffer = made;
-                EXPECT_TRUE(path.write(write_source ? source.picture : copy, source.random));
+                EXPECT_TRUE(path.write(write_source ? source.picture : copy, random));
                 expect_image(source.picture);
                 expect_image(copy);
             }
@@ -111,7 +92,8 @@ TEST_F(PatternDuplicates, ExistingOnesGetAnotherPattern) {
         for (bool with_block : {false, true})
             for (const auto &[width, height] : {std::pair{3, 2}, {7, 200}}) {
                 SCOPED_TRACE(testing::Message() << bits << ' ' << with_block << ' ' << height);
-                PatternBuffer source(bits, width, height), destination(bits, 5, 150);
+                PatternBuffer source(bits, 150, 140, width, height),
+                    destination(bits, 150, 140, 5, 150);
                 if (with_block) {
                     ASSERT_EQ(api().buf32Lock(destination, BUF32_READ, nullptr), 1);
                 }
@@ -124,7 +106,7 @@ TEST_F(PatternDuplicates, ExistingOnesGetAnotherPattern) {
                 expect_copy_of(destination, source.pattern);
                 EXPECT_NE(word(destination, field_external_data),
                           word(source, field_external_data));
-                paint(destination.picture, source.pattern);
+                destination.picture.paint(source.pattern);
                 expect_read_everywhere(destination.picture);
                 expect_read_everywhere(source.picture);
                 if (with_block) {
@@ -139,7 +121,7 @@ TEST_F(PatternDuplicates, ExistingOnesGetAnotherPattern) {
 }
 
 TEST_F(PatternDuplicates, WholeGetBufDuplicates) {
-    PatternBuffer source(24, 7, 5), destination(24, 3, 2);
+    PatternBuffer source(24, 150, 140, 7, 5), destination(24, 150, 140, 3, 2);
     HBUF32 made = 0, handle = destination;
     EXPECT_SUCCESS(api().buf32GetBuf(source, 0, 0, 150, 140, &made));
     EXPECT_SUCCESS(api().buf32GetBuf(source, 0, 0, 150, 140, &handle));
@@ -154,7 +136,7 @@ TEST_F(PatternDuplicates, WholeGetBufDuplicates) {
 }
 
 TEST_F(PatternDuplicates, IntoItself) {
-    PatternBuffer source(24, 7, 5);
+    PatternBuffer source(24, 150, 140, 7, 5);
     const int runtime_blocks = frame::Census::now().runtime_blocks;
     HBUF32 handle = source;
     EXPECT_SILENT_FAILURE(api().buf32DupBuf(source, &handle));
@@ -165,7 +147,7 @@ TEST_F(PatternDuplicates, IntoItself) {
 }
 
 TEST_F(PatternDuplicates, OfAnotherTypeOrSize) {
-    PatternBuffer source(8, 7, 5);
+    PatternBuffer source(8, 150, 140, 7, 5);
     for (uint32_t type : {BUF32_TILED, BUF32_LINEAR, BUF32_ONE_COLOUR, BUF32_TILED_FILE}) {
         Buffer destination(8, 151, 140, type, colour);
         HBUF32 handle = destination;
@@ -188,7 +170,7 @@ TEST_F(PatternDuplicates, OfAnotherTypeOrSize) {
 }
 
 TEST_F(PatternDuplicates, WithoutMemory) {
-    PatternBuffer source(24, 7, 5), destination(24, 3, 2);
+    PatternBuffer source(24, 150, 140, 7, 5), destination(24, 150, 140, 3, 2);
     const frame::Census before = frame::Census::now();
     const struct {
         const char *call;

@@ -4,23 +4,7 @@
 namespace q32::test {
 namespace {
 
-class PatternFill : public BufferTest {
-protected:
-    void TearDown() override {
-        set_memory_limit(0, 0);
-        BufferTest::TearDown();
-    }
-};
-
-Picture picture_of(HBUF32 buffer, const Start &start, int bits, int width, int height) {
-    return Picture(buffer, Geometry(width, height, bits, start.type));
-}
-
-void fill_with(Picture &picture, const Pattern &pattern) {
-    const BUF32PATTERN descriptor = pattern.descriptor();
-    EXPECT_SUCCESS(api().buf32FillPattern(picture.buffer, &descriptor));
-    paint(picture, pattern);
-}
+class PatternFill : public BufferTest {};
 
 TEST_F(PatternFill, FromEveryStartAndAtEveryDepth) {
     for (const Start &start : starts())
@@ -56,7 +40,7 @@ TEST_F(PatternFill, OfSeveralSizes) {
                                                     << pattern_width << " x " << pattern_height);
                     Random random(test_seed(), uint64_t(width));
                     Buffer buffer(bits, width, height, type);
-                    Picture picture(buffer);
+                    Picture picture = picture_beside(buffer);
                     const Pattern pattern(pattern_width, pattern_height, bits, random);
                     fill_with(picture, pattern);
                     expect_filled_with(picture, pattern);
@@ -76,8 +60,8 @@ TEST_F(PatternFill, ReadsNothingBehindThePattern) {
         EXPECT_SUCCESS(api().buf32FillPattern(filled, &descriptor));
         std::memset(pixels.data(), 0, pixels.size()); // copied
         for (HBUF32 buffer : {HBUF32(filled), HBUF32(made)}) {
-            Picture picture(buffer);
-            paint(picture, pattern);
+            Picture picture = picture_beside(buffer);
+            picture.paint(pattern);
             expect_image(picture);
         }
     }
@@ -103,7 +87,7 @@ TEST_F(PatternFill, Again) {
         SCOPED_TRACE(bits);
         Random random(test_seed(), uint64_t(bits));
         Buffer buffer(bits, 150, 140);
-        Picture picture(buffer);
+        Picture picture = picture_beside(buffer);
         const int runtime_blocks = frame::Census::now().runtime_blocks;
         const int reservations = frame::Census::now().reservations;
         for (int round = 0; round < 12; ++round) {
@@ -115,7 +99,7 @@ TEST_F(PatternFill, Again) {
             expect_read_everywhere(picture);
             if (round % 3 == 2) {
                 EXPECT_SUCCESS(api().buf32FillOneColor(buffer, colour));
-                paint(picture, colour);
+                picture.paint(colour);
                 expect_filled_with(picture, colour);
                 EXPECT_EQ(frame::Census::now().runtime_blocks, runtime_blocks);
                 expect_read_everywhere(picture);
@@ -133,7 +117,7 @@ TEST_F(PatternFill, FromItsOwnCopy) {
             const Pattern pattern(7, 5, bits, random);
             const BUF32PATTERN descriptor = pattern.descriptor();
             Buffer buffer(bits, 150, 140, BUF32_PATTERN, &descriptor);
-            Picture picture(buffer);
+            Picture picture = picture_beside(buffer);
             if (filled)
                 fill_with(picture, pattern);
             for (int round = 0; round < 3; ++round) {
@@ -144,7 +128,7 @@ TEST_F(PatternFill, FromItsOwnCopy) {
                 const int runtime_blocks = frame::Census::now().runtime_blocks;
                 EXPECT_SUCCESS(api().buf32FillPattern(buffer, &own));
                 EXPECT_EQ(frame::Census::now().runtime_blocks, runtime_blocks);
-                paint(picture, pattern);
+                picture.paint(pattern);
                 expect_filled_with(picture, pattern);
                 expect_read_everywhere(picture);
             }
@@ -156,7 +140,7 @@ TEST_F(PatternFill, FromItsOwnCopy) {
             Pattern top = pattern;
             top.height = 2;
             top.pixels.resize(top.row_bytes() * 2);
-            paint(picture, top);
+            picture.paint(top);
             expect_filled_with(picture, top);
             expect_read_everywhere(picture);
         }
@@ -178,7 +162,7 @@ TEST_F(PatternFill, FromItsOwnPixels) {
         std::memcpy(storage, &descriptor, sizeof descriptor);
         EXPECT_SUCCESS(
             api().buf32FillPattern(*buffer, reinterpret_cast<const BUF32PATTERN *>(storage)));
-        paint(picture, pattern);
+        picture.paint(pattern);
         expect_filled_with(picture, pattern);
         expect_read_everywhere(picture);
         ASSERT_EQ(api().buf32Unlock(*buffer), 1);

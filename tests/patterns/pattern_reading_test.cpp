@@ -9,22 +9,6 @@ class PatternReading : public BufferTest {};
 
 constexpr Failure no_block{1001, 1, 4, 21}, bad_cell{5804, 0, 3, 1};
 
-struct PatternBuffer {
-    PatternBuffer(int bits, int width, int height, int pattern_width, int pattern_height)
-        : random(test_seed(), uint64_t(bits * 1000 + pattern_width)),
-          pattern(pattern_width, pattern_height, bits, random), descriptor(pattern.descriptor()),
-          buffer(bits, width, height, BUF32_PATTERN, &descriptor), picture(buffer) {
-        paint(picture, pattern);
-    }
-    operator HBUF32() const { return buffer; }
-
-    Random random;
-    Pattern pattern;
-    BUF32PATTERN descriptor;
-    Buffer buffer;
-    Picture picture;
-};
-
 constexpr int depths[] = {1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 24, 32, 48, 64};
 constexpr std::pair<int, int> pattern_sizes[] = {{1, 1},  {2, 1},  {1, 2},   {3, 2},    {5, 4},
                                                  {7, 7},  {8, 8},  {9, 3},   {13, 5},   {16, 1},
@@ -60,8 +44,8 @@ TEST_F(PatternReading, RectanglesAndSourcesNeedNoBlock) {
         expect_read_everywhere(buffer.picture, Through::without_locks);
         EXPECT_EQ(word(buffer, field_storage), 0u);
         EXPECT_EQ(memory_in_use(), 0u);
-        const Rectangle all{0, 0, 150, 140}, across{-3, -2, 156, 145};
-        Bytes memory(rectangle_bytes(buffer.picture.geometry, across));
+        const Area all{0, 0, 150, 140}, across{-3, -2, 156, 145};
+        Bytes memory(block_bytes(buffer.picture.geometry.bits, across));
         FailingCall block("VirtualAlloc", 1, FailingCall::from_there_on);
         EXPECT_SUCCESS(
             api().buf32GetMem(buffer, all.x, all.y, all.width, all.height, memory.data()));
@@ -142,7 +126,7 @@ TEST_F(PatternReading, AReadLockMakesTheBlockAndRendersItEveryTime) {
             PatternBuffer buffer(bits, 150, 140, pattern_width, pattern_height);
             const uint32_t bytes = pattern_block_bytes(buffer.picture.geometry, buffer.pattern);
             Picture rows(0, Geometry(150, pattern_height, bits, BUF32_LINEAR));
-            paint(rows, buffer.pattern);
+            rows.paint(buffer.pattern);
             uint32_t locks = 0;
             void *block = nullptr;
             for (int mode : {1, 0, 5, -1, 1000}) {
@@ -290,17 +274,16 @@ TEST_F(LostPattern, ReadsAsZero) {
 
 TEST_F(LostPattern, CanBeFilledAgain) {
     for (int bits : {1, 8, 24}) {
+        Random random(test_seed(), uint64_t(bits));
         PatternBuffer buffer(bits, 150, 140, 7, 5);
         lose(buffer);
-        const Pattern other(3, 9, bits, buffer.random);
-        const BUF32PATTERN descriptor = other.descriptor();
-        EXPECT_SUCCESS(api().buf32FillPattern(buffer, &descriptor));
-        paint(buffer.picture, other);
+        const Pattern other(3, 9, bits, random);
+        fill_with(buffer.picture, other);
         expect_filled_with(buffer.picture, other);
         expect_read_everywhere(buffer.picture);
         lose(buffer);
         EXPECT_SUCCESS(api().buf32FillOneColor(buffer, colour));
-        paint(buffer.picture, colour);
+        buffer.picture.paint(colour);
         expect_read_everywhere(buffer.picture);
         ASSERT_EQ(api().buf32Unlock(buffer), 1);
         ASSERT_EQ(api().buf32Unlock(buffer), 1);
@@ -311,9 +294,10 @@ TEST_F(LostPattern, CanBeWritten) {
     for (int bits : {1, 8, 24})
         for (const WritePath &path : write_paths_to_ordinary(bits)) {
             SCOPED_TRACE(testing::Message() << path.name << ' ' << bits);
+            Random random(test_seed(), uint64_t(bits));
             PatternBuffer buffer(bits, 152, 140, 7, 5);
             lose(buffer);
-            EXPECT_TRUE(path.write(buffer.picture, buffer.random));
+            EXPECT_TRUE(path.write(buffer.picture, random));
             expect_no_report();
             EXPECT_EQ(word(buffer, field_type), BUF32_TILED);
             expect_read_everywhere(buffer.picture);

@@ -4,13 +4,7 @@
 namespace q32::test {
 namespace {
 
-class PatternWriting : public BufferTest {
-protected:
-    void TearDown() override {
-        set_memory_limit(0, 0);
-        BufferTest::TearDown();
-    }
-};
+class PatternWriting : public BufferTest {};
 
 constexpr Failure no_directory{1001, 0, 4, 3};
 
@@ -29,22 +23,6 @@ constexpr Origin origins[] = {
     {"was in memory only", BUF32_LINEAR_MEMORY, true},
 };
 
-struct PatternBuffer {
-    PatternBuffer(const Origin &origin, int bits, int width, int height, const Pattern &pattern)
-        : descriptor(pattern.descriptor()), buffer(bits, width, height, origin.type, &descriptor),
-          picture(buffer, Geometry(width, height, bits, origin.type)) {
-        if (origin.filled) {
-            EXPECT_SUCCESS(api().buf32FillPattern(buffer, &descriptor));
-        }
-        paint(picture, pattern);
-    }
-    operator HBUF32() const { return buffer; }
-
-    BUF32PATTERN descriptor;
-    Buffer buffer;
-    Picture picture;
-};
-
 // Rows without bits behind their last pixel: rendering says nothing about those.
 constexpr int width = 152, height = 140;
 
@@ -58,7 +36,7 @@ TEST_F(PatternWriting, EveryWayMakesAnOrdinaryBuffer) {
                     Random random(test_seed(), uint64_t(bits));
                     const Pattern pattern(between(random, 1, 20), between(random, 1, 9), bits,
                                           random);
-                    PatternBuffer buffer(origin, bits, width, height, pattern);
+                    PatternBuffer buffer(pattern, width, height, origin.type, origin.filled);
                     const int runtime_blocks = frame::Census::now().runtime_blocks;
                     set_memory_limit(file ? 1 : 0, 0);
                     EXPECT_TRUE(path.write(buffer.picture, random));
@@ -85,7 +63,7 @@ TEST_F(PatternWriting, OfImagesAndPatternsOfSeveralSizes) {
                              << " x " << pattern_height);
                 Random random(test_seed(), 1);
                 const Pattern pattern(pattern_width, pattern_height, bits, random);
-                PatternBuffer buffer(origins[0], bits, image_width, image_height, pattern);
+                PatternBuffer buffer(pattern, image_width, image_height);
                 EXPECT_SUCCESS(api().buf32Lock(buffer, BUF32_WRITE, nullptr));
                 EXPECT_EQ(word(buffer, field_type), BUF32_TILED);
                 EXPECT_EQ(api().buf32Unlock(buffer), 1);
@@ -99,7 +77,7 @@ TEST_F(PatternWriting, WithLocksAndABlock) {
         SCOPED_TRACE(mode);
         Random random(test_seed(), 2);
         const Pattern pattern(7, 200, 24, random);
-        PatternBuffer buffer(origins[0], 24, width, height, pattern);
+        PatternBuffer buffer(pattern, width, height);
         ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
         ASSERT_EQ(api().buf32CellLock(buffer, 1, nullptr, nullptr), 1);
         EXPECT_EQ(memory_in_use(), uint32_t(width) * 3 * 200);
@@ -118,7 +96,7 @@ TEST_F(PatternWriting, WithLocksAndABlock) {
 TEST_F(PatternWriting, Mode4DoesNotRender) {
     Random random(test_seed(), 3);
     const Pattern pattern(7, 5, 8, random);
-    PatternBuffer buffer(origins[0], 8, 300, 200, pattern);
+    PatternBuffer buffer(pattern, 300, 200);
     void *base = nullptr;
     ASSERT_EQ(api().buf32Lock(buffer, BUF32_OVERWRITE, &base), 1);
     EXPECT_TRUE(same_bytes(Bytes(60000), static_cast<const uint8_t *>(base)));
@@ -132,7 +110,7 @@ TEST_F(PatternWriting, GoesByTheMemoryLimit) {
     set_memory_limit(1, 0);
     Random random(test_seed(), 4);
     const Pattern pattern(7, 5, 8, random);
-    PatternBuffer small(origins[0], 8, 128, 128, pattern), large(origins[0], 8, 129, 1, pattern);
+    PatternBuffer small(pattern, 128, 128), large(pattern, 129, 1);
     EXPECT_EQ(api().buf32Lock(small, BUF32_WRITE, nullptr), 1);
     EXPECT_EQ(api().buf32Lock(large, BUF32_WRITE, nullptr), 1);
     EXPECT_EQ(word(small, field_file), 0u);
@@ -151,7 +129,7 @@ TEST_F(PatternWriting, WithoutStorage) {
             SCOPED_TRACE(testing::Message() << with_block << ' ' << mode);
             Random random(test_seed(), 5);
             const Pattern pattern(7, 5, 24, random);
-            PatternBuffer buffer(origins[0], 24, width, height, pattern);
+            PatternBuffer buffer(pattern, width, height);
             if (with_block) {
                 ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
                 ASSERT_EQ(api().buf32Unlock(buffer), 1);

@@ -21,6 +21,15 @@ const std::vector<Start> &starts() {
     return all;
 }
 
+namespace {
+
+Pattern random_pattern(int bits, int width, int height) {
+    Random random(test_seed(), uint64_t(bits * 1000 + width));
+    return Pattern(width, height, bits, random);
+}
+
+} // namespace
+
 std::unique_ptr<Buffer> Start::make(int bits, int width, int height, Random &random) const {
     set_memory_limit(to_files ? 1 : 0, 0);
     const Pattern pattern(5, 3, bits, random);
@@ -40,6 +49,26 @@ std::unique_ptr<Buffer> Start::make(int bits, int width, int height, Random &ran
     set_memory_limit(0, 0);
     return buffer;
 }
+
+void fill_with(Picture &picture, const Pattern &pattern) {
+    const BUF32PATTERN descriptor = pattern.descriptor();
+    EXPECT_SUCCESS(api().buf32FillPattern(picture.buffer, &descriptor));
+    picture.paint(pattern);
+}
+
+PatternBuffer::PatternBuffer(const Pattern &pattern_in, int width, int height, uint32_t origin,
+                             bool filled)
+    : pattern(pattern_in), descriptor(pattern.descriptor()),
+      buffer(pattern.bits, width, height, origin, &descriptor),
+      picture(buffer, Geometry(width, height, pattern.bits, origin)) {
+    if (filled || origin != BUF32_PATTERN)
+        EXPECT_SUCCESS(api().buf32FillPattern(buffer, &descriptor));
+    picture.paint(pattern);
+}
+
+PatternBuffer::PatternBuffer(int bits, int width, int height, int pattern_width, int pattern_height,
+                             uint32_t origin)
+    : PatternBuffer(random_pattern(bits, pattern_width, pattern_height), width, height, origin) {}
 
 namespace {
 
@@ -168,16 +197,16 @@ void expect_filled_with(const Picture &picture, const uint8_t *bytes) {
     const Geometry &geometry = picture.geometry;
     BUF32INFO info;
     expect_info(picture, BUF32_ONE_COLOUR, 1, info);
-    EXPECT_EQ(std::memcmp(info.colour, bytes, unit_bytes(geometry)), 0);
+    EXPECT_EQ(std::memcmp(info.colour, bytes, geometry.unit_bytes()), 0);
     const auto block_bytes = uint32_t(geometry.block_bytes());
     expect_block(buffer, block_bytes);
     Buffer like(8, 1, 1, BUF32_ONE_COLOUR, bytes);
     expect_operations_of(buffer, like);
     const int64_t pixels = std::max(geometry.width, geometry.cell_width() * geometry.cell_height());
-    const size_t filled = geometry.bits < 8 ? block_bytes : size_t(pixels) * unit_bytes(geometry);
+    const size_t filled = geometry.bits < 8 ? block_bytes : size_t(pixels) * geometry.unit_bytes();
     const auto *block = reinterpret_cast<const uint8_t *>(word(buffer, field_storage));
     for (size_t i = 0; i < std::min<size_t>(filled, block_bytes); ++i)
-        ASSERT_EQ(block[i], bytes[i % unit_bytes(geometry)]) << "byte " << i << " of the block";
+        ASSERT_EQ(block[i], bytes[i % geometry.unit_bytes()]) << "byte " << i << " of the block";
 }
 
 void expect_filled_with(const Picture &picture, const Pattern &pattern) {
@@ -197,8 +226,8 @@ void expect_filled_with(const Picture &picture, const Pattern &pattern) {
     // The block holds the pattern's rows over the full width, also those below the image.
     Picture rows(0, Geometry(int(geometry.width), pattern.height, int(geometry.bits),
                              geometry.linear ? BUF32_LINEAR : BUF32_TILED));
-    paint(rows, pattern);
-    if (is_dense(geometry)) {
+    rows.paint(pattern);
+    if (geometry.is_dense()) {
         EXPECT_TRUE(same_rows(rows.image.bytes(),
                               reinterpret_cast<const uint8_t *>(word(buffer, field_storage)),
                               rows.image.row_bytes(), geometry.width * geometry.bits));

@@ -24,6 +24,27 @@ struct Start {
     std::unique_ptr<Buffer> make(int bits, int width, int height, Random &random) const;
 };
 const std::vector<Start> &starts();
+// Room for the picture of a buffer that has just been made from a start.
+inline Picture picture_of(HBUF32 buffer, const Start &start, int bits, int width, int height) {
+    return Picture(buffer, Geometry(width, height, bits, start.type));
+}
+
+void fill_with(Picture &picture, const Pattern &pattern);
+
+// A pattern buffer: allocated as one, or of another type and then filled.
+struct PatternBuffer {
+    PatternBuffer(const Pattern &pattern_in, int width, int height, uint32_t origin = BUF32_PATTERN,
+                  bool filled = false);
+    // With a pattern of its own.
+    PatternBuffer(int bits, int width, int height, int pattern_width, int pattern_height,
+                  uint32_t origin = BUF32_PATTERN);
+    operator HBUF32() const { return buffer; }
+
+    Pattern pattern;
+    BUF32PATTERN descriptor;
+    Buffer buffer;
+    Picture picture;
+};
 
 // Blocks of fills and of special buffers cannot be had for the time of its life: all memory that is
 // reserved and committed at once. Storage of other buffers can.

@@ -1,4 +1,4 @@
-// Messages in and out, and the two heaps: the system's, watched, and one with fences.
+// Messages in and out, and the watch on the heap.
 #include "tests/queues/message_fixture.h"
 
 #include <algorithm>
@@ -73,76 +73,6 @@ void PrintTo(const HeapWatch::Block &block, std::ostream *stream) {
 void PrintTo(const HeapWatch::Growth &growth, std::ostream *stream) {
     *stream << "to " << growth.bytes << " bytes" << (growth.zeroed ? "" : ", not zeroed")
             << (growth.unlocked ? "" : ", locked");
-}
-
-// --- the fenced heap -------------------------------------------------------------------------
-
-FencedHeap::Block FencedHeap::fenced(std::size_t bytes) {
-    Block block{std::make_unique<FencedMemory>(bytes), bytes};
-    std::memset(block.begin(), 0, bytes);
-    return block;
-}
-
-FencedHeap::FencedHeap()
-    : allocate_([this](UINT flags, SIZE_T bytes) { return allocate(flags, bytes); }),
-      grow_([this](HGLOBAL block, SIZE_T bytes, UINT) { return grow(block, bytes); }),
-      lock_([this](HGLOBAL block) { return lock(block); }),
-      unlock_([this](HGLOBAL block) { return unlock(block); }),
-      free_([this](HGLOBAL block) { return free(block); }) {}
-
-HGLOBAL FencedHeap::allocate(UINT flags, SIZE_T bytes) {
-    if ((flags & GMEM_MOVEABLE) != 0) {
-        const HGLOBAL handle = reinterpret_cast<HGLOBAL>(next_handle_);
-        next_handle_ += 4;
-        moveable_.emplace(handle, fenced(bytes));
-        return handle;
-    }
-    Block block = fenced((bytes + 3) / 4 * 4);
-    const HGLOBAL address = block.begin();
-    fixed_.emplace(address, std::move(block));
-    return address;
-}
-
-HGLOBAL FencedHeap::grow(HGLOBAL handle, SIZE_T bytes) {
-    const auto found = moveable_.find(handle);
-    EXPECT_TRUE(found != moveable_.end());
-    EXPECT_EQ(found->second.locks, 0);
-    Block larger = fenced(bytes);
-    std::memcpy(larger.begin(), found->second.begin(),
-                std::min<std::size_t>(bytes, found->second.bytes));
-    moveable_.erase(found);
-    const HGLOBAL moved = reinterpret_cast<HGLOBAL>(next_handle_);
-    next_handle_ += 4;
-    moveable_.emplace(moved, std::move(larger));
-    return moved;
-}
-
-void *FencedHeap::lock(HGLOBAL handle) {
-    const auto found = moveable_.find(handle);
-    EXPECT_TRUE(found != moveable_.end());
-    Block &block = found->second;
-    if (block.locks++ == 0) {
-        Block moved = fenced(block.bytes);
-        std::memcpy(moved.begin(), block.begin(), block.bytes);
-        block.memory = std::move(moved.memory);
-    }
-    return block.begin();
-}
-
-BOOL FencedHeap::unlock(HGLOBAL handle) {
-    const auto found = moveable_.find(handle);
-    EXPECT_TRUE(found != moveable_.end());
-    EXPECT_GT(found->second.locks, 0);
-    return --found->second.locks > 0;
-}
-
-HGLOBAL FencedHeap::free(HGLOBAL handle) {
-    const auto found = moveable_.find(handle);
-    if (found != moveable_.end()) {
-        EXPECT_EQ(found->second.locks, 0);
-    }
-    EXPECT_EQ(moveable_.erase(handle) + fixed_.erase(handle), 1u);
-    return nullptr;
 }
 
 } // namespace q32::test

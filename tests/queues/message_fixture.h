@@ -1,7 +1,7 @@
 // A test of the message queue: messages as bytes, and the heap as the library uses it.
 #pragma once
 
-#include "tests/frame/fenced_memory.h"
+#include "tests/frame/fenced_heap.h"
 #include "tests/library/library_fixture.h"
 
 #include <cstddef>
@@ -65,37 +65,5 @@ private:
 
 void PrintTo(const HeapWatch::Block &block, std::ostream *stream);
 void PrintTo(const HeapWatch::Growth &growth, std::ostream *stream);
-
-// A heap for the library whose every block ends at an inaccessible page (fixed ones as near as four
-// bytes allow), is inaccessible after it is freed, and gets another handle whenever it grows. What
-// moveable blocks hold is elsewhere each time they are locked.
-class FencedHeap {
-public:
-    FencedHeap();
-    int blocks() const { return int(fixed_.size() + moveable_.size()); }
-
-private:
-    struct Block {
-        std::unique_ptr<FencedMemory> memory;
-        std::size_t bytes = 0;
-        int locks = 0;
-        std::uint8_t *begin() const { return memory->end() - bytes; }
-    };
-    static Block fenced(std::size_t bytes);
-
-    HGLOBAL allocate(UINT flags, SIZE_T bytes);
-    HGLOBAL grow(HGLOBAL handle, SIZE_T bytes);
-    void *lock(HGLOBAL handle);
-    BOOL unlock(HGLOBAL handle);
-    HGLOBAL free(HGLOBAL handle);
-
-    std::map<HGLOBAL, Block> fixed_, moveable_;
-    std::uintptr_t next_handle_ = 0x7EED0001; // no multiple of 4, as no address of memory is
-    Replaced<call::GlobalAlloc> allocate_;
-    Replaced<call::GlobalReAlloc> grow_;
-    Replaced<call::GlobalLock> lock_;
-    Replaced<call::GlobalUnlock> unlock_;
-    Replaced<call::GlobalFree> free_;
-};
 
 } // namespace q32::test

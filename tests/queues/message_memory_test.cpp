@@ -149,7 +149,7 @@ TEST_F(MessageMemory, AQueueMadeAnewIsSmall) {
 // --- not a byte outside ------------------------------------------------------------------------
 
 TEST_F(MessageMemory, NothingOutsideIsTouched) {
-    const FencedHeap heap;
+    const FencedHeap heap(4);
     const int before = heap.blocks();
     for (int count : {1, 15, 16, 17, 31, 32, 33, 48}) {
         SCOPED_TRACE(count);

@@ -9,35 +9,6 @@ namespace {
 
 class GetMemoryWithBackground : public RectangleTest {};
 
-TEST_F(GetMemoryWithBackground, OfAllDepthsAtAllEdges) {
-    Random random(test_seed(), 1);
-    for (int bits : all_depths) {
-        SCOPED_TRACE(bits);
-        Subject subject(Kind::tiled, bits, 300, 141, random);
-        for (const Area &area : rectangles_around(300, 141))
-            check_get_memory_with_background(subject, area, random_fence(random), random);
-        subject.expect_picture();
-        if (HasFailure())
-            return;
-    }
-}
-
-TEST_F(GetMemoryWithBackground, OfEveryKindOfBuffer) {
-    Random random(test_seed(), 2);
-    for (Kind kind : all_kinds) {
-        for (int bits : {1, 2, 4, 7, 8, 16, 24, 64}) {
-            SCOPED_TRACE(std::string(name_of(kind)) + ", " + size_text(bits, 257, 130));
-            Subject subject(kind, bits, 257, 130, random);
-            for (int i = 0; i < 25; ++i)
-                check_get_memory_with_background(subject, random_area(random, 257, 130),
-                                                 random_fence(random), random);
-            subject.expect_picture();
-            if (HasFailure())
-                return;
-        }
-    }
-}
-
 TEST_F(GetMemoryWithBackground, BeginsAndEndsAtAnyBit) {
     Random random(test_seed(), 3);
     for (int bits = 1; bits <= 7; ++bits) {

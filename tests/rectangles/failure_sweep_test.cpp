@@ -171,8 +171,8 @@ std::vector<Scenario> scenarios() {
 
 // One call on a fresh stage, with the n-th call of a function failing. Returns whether that call of
 // the function was reached.
-bool run(const Scenario &scenario, Kind from, Kind into, int bits, const char *function, int n,
-         FailingCall::Extent extent) {
+bool run(const Scenario &scenario, Kind from, Kind into, int bits, const std::string &function,
+         int n, FailingCall::Extent extent) {
     Random random(test_seed(), uint64_t(bits));
     Stage stage(from, into, bits, random);
     const int live = api().buf32CountBuf(nullptr);
@@ -202,7 +202,7 @@ bool run(const Scenario &scenario, Kind from, Kind into, int bits, const char *f
         EXPECT_EQ(Census::now(), before) << "left behind";
         EXPECT_EQ(made, 0u);
         EXPECT_EQ(api().buf32CountBuf(nullptr), live);
-        if (std::string(function) != "VirtualAlloc") { // a refused commit leaves its bytes counted
+        if (function != "VirtualAlloc") { // a refused commit leaves its bytes counted
             EXPECT_EQ(memory_in_use(), in_use);
         }
         EXPECT_EQ(mapped_bytes(), mapped);
@@ -220,18 +220,11 @@ bool run(const Scenario &scenario, Kind from, Kind into, int bits, const char *f
 }
 
 // Those of the calls above that a scenario makes when nothing fails.
-std::vector<const char *> calls_of(const Scenario &scenario, Kind from, Kind into, int bits) {
+std::map<std::string, int> calls_of(const Scenario &scenario, Kind from, Kind into, int bits) {
     Random random(test_seed(), uint64_t(bits));
     Stage stage(from, into, bits, random);
     HBUF32 made = 0;
-    std::vector<std::unique_ptr<FailingCall>> counts;
-    for (const char *function : acquiring_calls)
-        counts.push_back(std::make_unique<FailingCall>(function, 0));
-    EXPECT_EQ(scenario.call(stage, made), 1);
-    std::vector<const char *> result;
-    for (size_t i = 0; i < counts.size(); ++i)
-        if (counts[i]->calls() > 0)
-            result.push_back(acquiring_calls[i]);
+    auto result = frame::acquiring_calls_of([&] { EXPECT_EQ(scenario.call(stage, made), 1); });
     const Buffer free_made(made);
     return result;
 }
@@ -240,7 +233,7 @@ void sweep(Kind from, Kind into, int bits) {
     for (const Scenario &scenario : scenarios()) {
         if (!scenario.applies(from))
             continue;
-        for (const char *function : calls_of(scenario, from, into, bits))
+        for (const auto &[function, count] : calls_of(scenario, from, into, bits))
             for (auto extent : {FailingCall::only_there, FailingCall::from_there_on})
                 for (int n = 1;; ++n) {
                     SCOPED_TRACE(std::string(scenario.name) + " from " + name_of(from) + " into " +

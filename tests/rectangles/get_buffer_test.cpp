@@ -8,9 +8,6 @@ namespace {
 
 class GetBuffer : public RectangleTest {};
 
-constexpr uint32_t plain_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
-                                    BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
-
 int get_buffer(HBUF32 source, const Area &area, HBUF32 *destination) {
     return api().buf32GetBuf(source, area.x, area.y, area.width, area.height, destination);
 }
@@ -89,7 +86,7 @@ TEST_F(GetBuffer, MakesATiledOneOfAnUnknownType) {
 
 TEST_F(GetBuffer, OfTheWholeSourceIsADuplicate) {
     Random random(test_seed(), 4);
-    for (uint32_t type : plain_types) {
+    for (uint32_t type : sharing_types) {
         SCOPED_TRACE(type);
         Buffer source(24, 300, 200, type);
         const PlainImage image = fill(source, random);
@@ -275,7 +272,7 @@ TEST_F(GetBuffer, PutsPixelsWhereTheRectangleHasThem) {
 
 TEST_F(GetBuffer, OfTheWholeSourceIntoItsLikeIsADuplicate) {
     Random random(test_seed(), 11);
-    for (uint32_t type : plain_types) {
+    for (uint32_t type : sharing_types) {
         SCOPED_TRACE(type);
         Buffer source(24, 300, 200, type), destination(24, 300, 200, type);
         const PlainImage image = fill(source, random);

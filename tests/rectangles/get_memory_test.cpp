@@ -8,70 +8,6 @@ namespace {
 
 class GetMemory : public RectangleTest {};
 
-TEST_F(GetMemory, OfAllDepthsAtAllEdges) {
-    Random random(test_seed(), 1);
-    for (int bits : all_depths) {
-        SCOPED_TRACE(bits);
-        Subject subject(Kind::tiled, bits, 300, 141, random);
-        for (const Area &area : rectangles_around(300, 141))
-            check_get_memory(subject, area, random_fence(random), random);
-        subject.expect_picture();
-        if (HasFailure())
-            return;
-    }
-}
-
-TEST_F(GetMemory, OfEveryKindOfBuffer) {
-    Random random(test_seed(), 2);
-    for (Kind kind : all_kinds) {
-        // Rows over caller memory have no cells: pixels that are no whole bytes are told apart.
-        for (int bits : {1, 2, 4, 7, 8, 16, 24, 64}) {
-            SCOPED_TRACE(std::string(name_of(kind)) + ", " + size_text(bits, 257, 130));
-            Subject subject(kind, bits, 257, 130, random);
-            for (int i = 0; i < 25; ++i)
-                check_get_memory(subject, random_area(random, 257, 130), random_fence(random),
-                                 random);
-            subject.expect_picture();
-            if (HasFailure())
-                return;
-        }
-    }
-}
-
-TEST_F(GetMemory, OfSizesAroundCells) {
-    Random random(test_seed(), 3);
-    for (int width : sides_around_cells)
-        for (int height : sides_around_cells) {
-            const int bits = all_depths[random.below(std::size(all_depths))];
-            SCOPED_TRACE(size_text(bits, width, height));
-            Subject subject(Kind::tiled, bits, width, height, random);
-            const Area areas[] = {{0, 0, width, height},
-                                  {-3, -2, width + 7, height + 5},
-                                  {width - 1, height - 1, 1, 1},
-                                  {0, 0, 1, 1},
-                                  random_area(random, width, height)};
-            for (const Area &area : areas)
-                check_get_memory(subject, area, random_fence(random), random);
-            if (HasFailure())
-                return;
-        }
-}
-
-// Under 8 bits a rectangle may begin and end at any bit: every begin and every end within a few
-// bytes, over the seam between two cells.
-TEST_F(GetMemory, BeginsAndEndsAtAnyBit) {
-    Random random(test_seed(), 4);
-    for (int bits = 1; bits <= 7; ++bits) {
-        SCOPED_TRACE(bits);
-        Subject subject(Kind::tiled, bits, 150, 3, random);
-        for (int x = 110; x < 132; ++x)
-            for (int width = 1; width <= 40; ++width)
-                check_get_memory(subject, {x, 1, width, 2}, random_fence(random), random);
-        if (HasFailure())
-            return;
-    }
-}
-
 // Worked out by hand: the first pixel that lies in the image is written 10 pixels into each row.
 TEST_F(GetMemory, LeavesRoomForPixelsLeftOfTheImage) {
     Buffer buffer(24, 300, 200);
@@ -149,45 +85,6 @@ TEST_F(GetMemory, OfTwelveBitPixelsByHand) {
     EXPECT_EQ(memory[2], 192); // the second cell begins behind 128 x 12 / 8 bytes
     EXPECT_EQ(memory[3], 193);
     EXPECT_EQ(memory[4], 0xEE);
-}
-
-TEST_F(GetMemory, OutsideTheImageIsReported) {
-    Random random(test_seed(), 5);
-    for (Kind kind : all_kinds) {
-        SCOPED_TRACE(name_of(kind));
-        for (int bits : {1, 8, 24}) {
-            Subject subject(kind, bits, 300, 200, random);
-            MemoryBlock block(64, MemoryBlock::fence_behind, random);
-            const Bytes before = block.contents();
-            const Area areas[] = {
-                {-4, 0, 4, 4},
-                {300, 0, 4, 4},
-                {0, -4, 4, 4},
-                {0, 200, 4, 4},
-                {0, 0, 0, 4},
-                {0, 0, 4, 0},
-                {10, 10, -4, 4},
-                {10, 10, 4, -4},
-                {10, 10, -4, -4},
-                {INT_MIN, 0, INT_MAX, 4},
-                {0, INT_MIN, 4, INT_MAX},
-                {INT_MAX, 0, INT_MAX, 4},
-                {0, INT_MAX, 4, INT_MAX},
-                {INT_MIN, INT_MIN, INT_MIN, INT_MIN},
-                {INT_MAX, INT_MAX, INT_MAX, INT_MAX},
-                {0, 0, INT_MIN, INT_MIN},
-                {-1, -1, INT_MIN, INT_MIN},
-                {299, 199, INT_MIN, 1},
-            };
-            for (const Area &area : areas) {
-                SCOPED_TRACE(text_of(area));
-                EXPECT_REPORT(api().buf32GetMem(subject, area.x, area.y, area.width, area.height,
-                                                block.data()),
-                              3200, 1, 3, 13);
-            }
-            block.expect(before);
-        }
-    }
 }
 
 // Sides beyond all numbers are as good as any beyond the image.

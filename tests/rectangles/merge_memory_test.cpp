@@ -8,75 +8,6 @@ namespace {
 
 class MergeMemory : public RectangleTest {};
 
-TEST_F(MergeMemory, OfAllDepthsAtAllEdges) {
-    Random random(test_seed(), 1);
-    for (int bits : all_depths) {
-        SCOPED_TRACE(bits);
-        Subject subject(Kind::tiled, bits, 300, 141, random);
-        for (const Area &area : rectangles_around(300, 141)) {
-            check_merge_memory(subject, area, random_fence(random), random);
-            subject.expect_picture();
-            if (HasFailure()) {
-                ADD_FAILURE() << text_of(area);
-                return;
-            }
-        }
-    }
-}
-
-TEST_F(MergeMemory, IntoEveryKindOfBuffer) {
-    Random random(test_seed(), 2);
-    for (Kind kind : writable_kinds) {
-        for (int bits : {1, 2, 4, 5, 8, 12, 16, 24, 64}) {
-            SCOPED_TRACE(std::string(name_of(kind)) + ", " + size_text(bits, 257, 130));
-            Subject subject(kind, bits, 257, 130, random);
-            for (int i = 0; i < 12; ++i) {
-                check_merge_memory(subject, random_area(random, 257, 130), random_fence(random),
-                                   random);
-                subject.expect_picture();
-            }
-            if (HasFailure())
-                return;
-        }
-    }
-}
-
-TEST_F(MergeMemory, IntoSizesAroundCells) {
-    Random random(test_seed(), 3);
-    for (int width : sides_around_cells)
-        for (int height : sides_around_cells) {
-            const int bits = all_depths[random.below(std::size(all_depths))];
-            SCOPED_TRACE(size_text(bits, width, height));
-            Subject subject(Kind::tiled, bits, width, height, random);
-            const Area areas[] = {{-3, -2, width + 7, height + 5},    {width - 1, height - 1, 1, 1},
-                                  {width - 1, height - 1, 30, 2},     {0, 0, 1, 1},
-                                  random_area(random, width, height), {0, 0, width, height}};
-            for (const Area &area : areas) {
-                check_merge_memory(subject, area, random_fence(random), random);
-                subject.expect_picture();
-            }
-            if (HasFailure())
-                return;
-        }
-}
-
-// Under 8 bits a rectangle may begin and end at any bit, over the seam between two cells; the bits
-// around it stay.
-TEST_F(MergeMemory, BeginsAndEndsAtAnyBit) {
-    Random random(test_seed(), 4);
-    for (int bits = 1; bits <= 7; ++bits) {
-        SCOPED_TRACE(bits);
-        Subject subject(Kind::tiled, bits, 150, 3, random);
-        for (int x = 110; x < 132; ++x)
-            for (int width = 1; width <= 40; ++width) {
-                check_merge_memory(subject, {x, 1, width, 1}, random_fence(random), random);
-                expect_pixels(subject, subject.picture.image);
-                if (HasFailure())
-                    return;
-            }
-    }
-}
-
 TEST_F(MergeMemory, OfBitsByHand) {
     Buffer buffer(1, 20, 2);
     Picture picture(geometry_of(buffer));
@@ -104,46 +35,6 @@ TEST_F(MergeMemory, TakesMemoryBeforeTheSize) {
     std::memcpy(picture.image.row(7) + 5, memory, 3);
     std::memcpy(picture.image.row(8) + 5, memory + 3, 3);
     expect_pixels(buffer, picture.image);
-}
-
-TEST_F(MergeMemory, OutsideTheImageIsReported) {
-    Random random(test_seed(), 5);
-    for (Kind kind : writable_kinds) {
-        SCOPED_TRACE(name_of(kind));
-        for (int bits : {1, 8, 24}) {
-            Subject subject(kind, bits, 300, 200, random);
-            const uint32_t in_use = memory_in_use(), mapped = mapped_bytes();
-            MemoryBlock block(64, MemoryBlock::fence_behind, random);
-            const Area areas[] = {
-                {-4, 0, 4, 4},
-                {300, 0, 4, 4},
-                {0, -4, 4, 4},
-                {0, 200, 4, 4},
-                {0, 0, 0, 4},
-                {0, 0, 4, 0},
-                {10, 10, -4, 4},
-                {10, 10, 4, -4},
-                {INT_MIN, 0, INT_MAX, 4},
-                {0, INT_MIN, 4, INT_MAX},
-                {INT_MAX, 0, INT_MAX, 4},
-                {0, INT_MAX, 4, INT_MAX},
-                {INT_MIN, INT_MIN, INT_MIN, INT_MIN},
-                {INT_MAX, INT_MAX, INT_MAX, INT_MAX},
-                {-1, -1, INT_MIN, INT_MIN},
-                {299, 199, INT_MIN, 1},
-            };
-            for (const Area &area : areas) {
-                SCOPED_TRACE(text_of(area));
-                EXPECT_REPORT(api().buf32MergeMem(subject, area.x, area.y, block.data(), area.width,
-                                                  area.height),
-                              3200, 1, 3, 14);
-            }
-            // Nothing was written, so nobody got pixels of its own.
-            EXPECT_EQ(memory_in_use(), in_use);
-            EXPECT_EQ(mapped_bytes(), mapped);
-            subject.expect_picture();
-        }
-    }
 }
 
 TEST_F(MergeMemory, OfEndlessRectangles) {

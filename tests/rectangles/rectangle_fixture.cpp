@@ -3,82 +3,34 @@
 
 namespace q32::test {
 
-std::string text_of(const Area &area) {
-    return "(" + std::to_string(area.x) + ", " + std::to_string(area.y) + ") " +
-           std::to_string(area.width) + " x " + std::to_string(area.height);
-}
-
-// --- memory ----------------------------------------------------------------------------------
-
-MemoryBlock::MemoryBlock(size_t bytes, Fence fence, Random &random)
-    : memory_(std::max<size_t>(bytes, 1)), bytes_(bytes),
-      data_(fence == fence_before ? memory_.begin() : memory_.end() - bytes) {
-    std::memset(memory_.begin(), surroundings, memory_.size());
-    random.fill({data_, bytes_});
-}
-
-void MemoryBlock::protect() {
-    DWORD before;
-    VirtualProtect(memory_.begin(), memory_.size(), PAGE_READONLY, &before);
-}
-
-void MemoryBlock::expect(const Bytes &bytes) const {
-    ASSERT_EQ(bytes.size(), bytes_);
-    const auto [wanted, found] = std::mismatch(bytes.begin(), bytes.end(), data_);
-    EXPECT_EQ(wanted, bytes.end()) << "byte " << wanted - bytes.begin() << " of " << bytes_
-                                   << " is " << int(*found) << ", not " << int(*wanted);
-    for (const uint8_t *at = memory_.begin(); at < memory_.end(); ++at)
-        if ((at < data_ || at >= data_ + bytes_) && *at != surroundings) {
-            ADD_FAILURE() << "written outside the block, at its byte " << at - data_;
-            return;
-        }
-}
-
 // --- buffers of every kind -------------------------------------------------------------------
 
+namespace {
+
+// In the order of the enumeration.
+constexpr struct {
+    const char *name;
+    uint32_t type;
+} kinds[] = {
+    {"tiled", BUF32_TILED},
+    {"linear", BUF32_LINEAR},
+    {"linear in memory", BUF32_LINEAR_MEMORY},
+    {"linear that shrinks", BUF32_LINEAR_SHRINK},
+    {"in a file", BUF32_TILED_FILE},
+    {"duplicate", BUF32_TILED},
+    {"with a duplicate", BUF32_TILED},
+    {"linear duplicate", BUF32_LINEAR},
+    {"over caller memory", BUF32_CALLER_MEMORY},
+};
+
+} // namespace
+
 const char *name_of(Kind kind) {
-    switch (kind) {
-    case Kind::tiled:
-        return "tiled";
-    case Kind::linear:
-        return "linear";
-    case Kind::linear_memory:
-        return "linear in memory";
-    case Kind::linear_shrink:
-        return "linear that shrinks";
-    case Kind::file:
-        return "in a file";
-    case Kind::duplicate:
-        return "duplicate";
-    case Kind::shared:
-        return "with a duplicate";
-    case Kind::linear_duplicate:
-        return "linear duplicate";
-    case Kind::caller_memory:
-        return "over caller memory";
-    }
-    return "?";
+    return kinds[size_t(kind)].name;
 }
 
 uint32_t type_of(Kind kind) {
-    switch (kind) {
-    case Kind::linear:
-    case Kind::linear_duplicate:
-        return BUF32_LINEAR;
-    case Kind::linear_memory:
-        return BUF32_LINEAR_MEMORY;
-    case Kind::linear_shrink:
-        return BUF32_LINEAR_SHRINK;
-    case Kind::file:
-        return BUF32_TILED_FILE;
-    case Kind::caller_memory:
-        return BUF32_CALLER_MEMORY;
-    case Kind::tiled:
-    case Kind::duplicate:
-    case Kind::shared:
-        break;
-    }
-    return BUF32_TILED;
+    return kinds[size_t(kind)].type;
 }
 
 namespace {
@@ -164,15 +116,7 @@ void Subject::expect_picture() const {
 OneColourSubject::OneColourSubject(int bits, int width, int height, const uint8_t *colour)
     : picture(Geometry(width, height, bits, BUF32_ONE_COLOUR)),
       buffer_(bits, width, height, BUF32_ONE_COLOUR, colour) {
-    // Under 8 bits the byte is repeated over every row; from 8 bits on every pixel has the bytes.
-    for (int64_t y = 0; y < height; ++y) {
-        if (bits < 8) {
-            std::memset(picture.image.row(size_t(y)), colour[0], picture.image.row_bytes());
-            continue;
-        }
-        for (int64_t x = 0; x < width; ++x)
-            move_pixel(bits, picture.image.row(size_t(y)), picture.bit_of(x), colour, 0);
-    }
+    picture.paint(colour);
 }
 
 void OneColourSubject::expect_picture() const {

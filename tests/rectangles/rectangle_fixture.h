@@ -3,7 +3,6 @@
 #pragma once
 
 #include "tests/buffer/buffer_fixture.h"
-#include "tests/rectangles/rectangle_model.h"
 
 #include <memory>
 #include <optional>
@@ -21,34 +20,6 @@ inline constexpr int sides_around_cells[] = {1, 2, 127, 128, 129, 255, 256, 257,
 // A 64-bit pixel's bytes, all different; shorter pixels take the first of them.
 inline constexpr uint8_t some_colour[8] = {0xA1, 0x52, 0xC3, 0x34, 0xE5, 0x76, 0x17, 0x98};
 inline constexpr uint8_t other_colour[8] = {0x5B, 0xAC, 0x1D, 0xEE, 0x4F, 0x80, 0xD1, 0x62};
-
-std::string text_of(const Area &area);
-
-// A block of memory of exactly so many bytes, filled at random: at one end lies an inaccessible
-// page, and what lies beyond the other end is looked after.
-class MemoryBlock {
-public:
-    enum Fence { fence_before, fence_behind };
-
-    MemoryBlock(size_t bytes, Fence fence, Random &random);
-
-    uint8_t *data() const { return data_; }
-    size_t size() const { return bytes_; }
-    Bytes contents() const { return Bytes(data_, data_ + bytes_); }
-    void set(const Bytes &bytes) { std::memcpy(data_, bytes.data(), bytes.size()); }
-    // Makes any write to the block a crash.
-    void protect();
-
-    // The block holds these bytes, and its surroundings what they held.
-    void expect(const Bytes &bytes) const;
-
-private:
-    static constexpr uint8_t surroundings = 0xB7;
-
-    FencedMemory memory_;
-    size_t bytes_;
-    uint8_t *data_;
-};
 
 // --- buffers of every kind -------------------------------------------------------------------
 
@@ -136,10 +107,6 @@ void check_merge_memory(Subject &subject, const Area &area, MemoryBlock::Fence f
 std::vector<Area> rectangles_around(int width, int height);
 // Any rectangle that meets the image, near it.
 Area random_area(Random &random, int width, int height);
-
-inline MemoryBlock::Fence random_fence(Random &random) {
-    return random.below(2) == 0 ? MemoryBlock::fence_before : MemoryBlock::fence_behind;
-}
 
 // --- what a call asks for --------------------------------------------------------------------
 

@@ -2,7 +2,7 @@
 // pixels. The arithmetic of each method is the kernels' model's.
 #pragma once
 
-#include "tests/rectangles/rectangle_model.h"
+#include "tests/models/picture.h"
 
 #include <q32base/resample.h>
 

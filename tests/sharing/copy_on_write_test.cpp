@@ -5,16 +5,7 @@
 namespace q32::test {
 namespace {
 
-class CopyOnWrite : public BufferTest {
-protected:
-    void TearDown() override {
-        send_to_files(false);
-        BufferTest::TearDown();
-    }
-};
-
-constexpr uint32_t sharing_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
-                                      BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
+class CopyOnWrite : public BufferTest {};
 
 std::string trace(const WritePath &path, uint32_t type, int bits) {
     return std::string(path.name) + ", type " + std::to_string(type) + ", " + std::to_string(bits) +

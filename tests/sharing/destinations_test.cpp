@@ -7,8 +7,6 @@ namespace {
 
 class Destinations : public BufferTest {};
 
-constexpr uint32_t sharing_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
-                                      BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
 constexpr int bits = 8, width = 140, height = 131;
 constexpr uint32_t bytes = width * height;
 

@@ -5,18 +5,10 @@
 namespace q32::test {
 namespace {
 
-class Duplicates : public BufferTest {
-protected:
-    void TearDown() override {
-        send_to_files(false);
-        BufferTest::TearDown();
-    }
-};
+class Duplicates : public BufferTest {};
 
 constexpr Failure types_differ{4026, 1, 3, 6}, sizes_differ{4026, 1, 3, 7},
     no_record{1001, 1, 3, 8}, no_layout{1001, 1, 3, 9};
-constexpr uint32_t sharing_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
-                                      BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
 constexpr int fixed_words = 61; // fields before the cell addresses
 
 // The fields of a record by number; the name of the swap file counts as its first word.
@@ -224,7 +216,7 @@ TEST_F(Duplicates, WholeGetBufDuplicates) {
         SCOPED_TRACE(type);
         Random random(test_seed(), 5);
         Buffer source(16, 150, 140, type), other(16, 150, 140, type);
-        Picture picture(source);
+        Picture picture = picture_beside(source);
         picture.image = fill(source, random);
         fill(other, random);
         HBUF32 made = 0, given = other;

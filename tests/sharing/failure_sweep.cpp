@@ -96,12 +96,10 @@ std::map<std::string, int> calls_of(const Step &step) {
     const bool done = run(
         step,
         [&](Family &, const std::function<bool()> &in_question) {
-            std::map<std::string, FailingCall> counters;
-            for (const char *call : acquiring_calls)
-                counters.try_emplace(call, call, 0);
-            const bool succeeded = in_question();
-            for (const auto &[call, counter] : counters)
-                result[call] += counter.calls();
+            bool succeeded = false;
+            for (const auto &[call, count] :
+                 frame::acquiring_calls_of([&] { succeeded = in_question(); }))
+                result[call] += count;
             return succeeded;
         },
         false);
@@ -110,6 +108,19 @@ std::map<std::string, int> calls_of(const Step &step) {
 }
 
 } // namespace
+
+Step write_step(const WritePath &path, uint32_t type, size_t which, bool to_files,
+                std::function<void(Family &, Random &)> prepare) {
+    const std::string name = path.name;
+    Step step{"type " + std::to_string(type) + ", " + name + " of buffer " + std::to_string(which),
+              to_files, std::move(prepare), [=](Family &family, Random &random) {
+                  return family.try_write(family[which], path, random);
+              }};
+    // Rows that are converted are staged, and their staging fails in silence.
+    if (name == "row of bits" || name == "row of 565" || name == "row of 555")
+        step.is_silent = [](const std::string &call) { return call == "GlobalAlloc"; };
+    return step;
+}
 
 int sweep(const std::vector<Step> &steps) {
     int failures = 0;

@@ -25,7 +25,19 @@ struct Step {
     };
 };
 
+// One way to write, in one of the buffers.
+Step write_step(const WritePath &path, uint32_t type, size_t which, bool to_files,
+                std::function<void(Family &, Random &)> prepare);
+
 // Returns how many steps failed.
 int sweep(const std::vector<Step> &steps);
+
+class FailureSweep : public BufferTest {
+protected:
+    void TearDown() override {
+        forget_memory_in_use(); // failed commitments stay counted
+        BufferTest::TearDown();
+    }
+};
 
 } // namespace q32::test

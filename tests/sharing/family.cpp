@@ -6,8 +6,6 @@
 namespace q32::test {
 namespace {
 
-bool to_files;
-
 // Without memory a fill has already given up the storage: for the block, or for the pattern's copy.
 bool fill_found_no_memory() {
     const std::vector<Failure> reports = frame::reports();
@@ -16,11 +14,6 @@ bool fill_found_no_memory() {
 }
 
 } // namespace
-
-void send_to_files(bool on) {
-    to_files = on;
-    set_memory_limit(on ? 1 : 0, 0);
-}
 
 Family::Family()
     : memory_before_(memory_in_use()), mapped_before_(mapped_bytes()),
@@ -165,7 +158,7 @@ Member::Storage Family::new_storage(const Member &member) const {
     const Geometry &geometry = member.picture.geometry;
     if ((geometry.width <= 128 && geometry.height <= 128) || member.type == BUF32_LINEAR_MEMORY)
         return Member::memory;
-    return to_files || member.type == BUF32_TILED_FILE ? Member::file : Member::memory;
+    return memory_is_limited() || member.type == BUF32_TILED_FILE ? Member::file : Member::memory;
 }
 
 void Family::detach(Member &member) {

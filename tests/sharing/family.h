@@ -100,7 +100,4 @@ private:
     frame::Census before_;
 };
 
-// A memory limit that sends buffers over 128 x 128 to swap files, and the end of it.
-void send_to_files(bool on);
-
 } // namespace q32::test

@@ -9,16 +9,8 @@
 namespace q32::test {
 namespace {
 
-class HandOver : public BufferTest {
-protected:
-    void TearDown() override {
-        send_to_files(false);
-        BufferTest::TearDown();
-    }
-};
+class HandOver : public BufferTest {};
 
-constexpr uint32_t sharing_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
-                                      BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
 constexpr int bits = 8, width = 140, height = 131;
 constexpr uint32_t bytes = width * height;
 
@@ -119,7 +111,7 @@ TEST_F(HandOver, MovesTheStorageItself) {
             const bool in_file = type == BUF32_TILED_FILE || (file && type != BUF32_LINEAR_MEMORY);
             Random random(test_seed(), type);
             Buffer source(24, 300, 200, type);
-            Picture picture(source);
+            Picture picture = picture_beside(source);
             picture.image = fill(source, random);
             HBUF32 first = 0, second = 0;
             ASSERT_EQ(api().buf32DupBuf(source, &first), 1);

@@ -13,8 +13,8 @@ constexpr Failure types_differ{3200, 0, 2, 7}, sizes_differ{3200, 0, 2, 8},
     no_record{1001, 0, 2, 9};
 
 Picture picture_of(HBUF32 buffer, const uint8_t *bytes) {
-    Picture picture(buffer);
-    paint(picture, bytes);
+    Picture picture = picture_beside(buffer);
+    picture.paint(bytes);
     return picture;
 }
 

@@ -4,13 +4,7 @@
 namespace q32::test {
 namespace {
 
-class SharingFailures : public BufferTest {
-protected:
-    void TearDown() override {
-        forget_memory_in_use(); // failed commitments stay counted
-        BufferTest::TearDown();
-    }
-};
+class SharingFailures : public FailureSweep {};
 
 constexpr int width = 140, height = 131;
 
@@ -23,29 +17,15 @@ void make_chain(Family &family, uint32_t type, int bits, Random &random) {
     family.duplicate(with_storage);
 }
 
-// Rows that are converted are staged, and their staging fails in silence.
-bool stages(const WritePath &path) {
-    const std::string name = path.name;
-    return name == "row of bits" || name == "row of 565" || name == "row of 555";
-}
-
 std::vector<Step> writes(uint32_t type, bool to_files, int bits,
                          std::initializer_list<size_t> who) {
     std::vector<Step> steps;
     for (const WritePath &path : write_paths(type, bits))
-        for (size_t which : who) {
-            Step step{
-                "type " + std::to_string(type) + ", " + path.name + " of buffer " +
-                    std::to_string(which),
-                to_files,
-                [=](Family &family, Random &random) { make_chain(family, type, bits, random); },
-                [=](Family &family, Random &random) {
-                    return family.try_write(family[which], path, random);
-                }};
-            if (stages(path))
-                step.is_silent = [](const std::string &call) { return call == "GlobalAlloc"; };
-            steps.push_back(std::move(step));
-        }
+        for (size_t which : who)
+            steps.push_back(
+                write_step(path, type, which, to_files, [=](Family &family, Random &random) {
+                    make_chain(family, type, bits, random);
+                }));
     return steps;
 }
 

@@ -4,13 +4,7 @@
 namespace q32::test {
 namespace {
 
-class SharingModel : public BufferTest {
-protected:
-    void TearDown() override {
-        send_to_files(false);
-        BufferTest::TearDown();
-    }
-};
+class SharingModel : public BufferTest {};
 
 class Play {
 public:

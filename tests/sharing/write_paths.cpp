@@ -134,36 +134,36 @@ bool line_span(Picture &picture, Random &random) {
     EXPECT_EQ(api().buf32Unlock(picture.buffer), 1);
     if (!done)
         return false;
-    copy_bits(picture.image.row(size_t(y)), start * picture.geometry.bits, memory.data(), 0,
+    move_bits(picture.image.row(size_t(y)), start * picture.geometry.bits, memory.data(), 0,
               (width - start) * picture.geometry.bits);
     return true;
 }
 
 // Across the right and the lower border.
-Rectangle some_rectangle(const Picture &picture, Random &random) {
+Area some_rectangle(const Picture &picture, Random &random) {
     const int width = int(picture.geometry.width), height = int(picture.geometry.height);
     return {int(random.below(size_t(width))), int(random.below(size_t(height))), width / 2 + 1,
             height / 2 + 1};
 }
 
 bool merge_memory(Picture &picture, Random &random) {
-    const Rectangle area = some_rectangle(picture, random);
-    Bytes memory(rectangle_bytes(picture.geometry, area));
+    const Area area = some_rectangle(picture, random);
+    Bytes memory(block_bytes(picture.geometry.bits, area));
     random.fill(memory);
     if (!call_in_question([&] {
             return api().buf32MergeMem(picture.buffer, area.x, area.y, memory.data(), area.width,
                                        area.height) == 1;
         }))
         return false;
-    write_rectangle(picture, area, memory.data());
+    picture.merge(area, memory.data());
     return true;
 }
 
 // The size of a rectangle in another buffer of random pixels, and these pixels.
 struct OtherBuffer {
-    OtherBuffer(const Picture &picture, const Rectangle &area, Random &random)
+    OtherBuffer(const Picture &picture, const Area &area, Random &random)
         : buffer(int(picture.geometry.bits), area.width, area.height),
-          memory(rectangle_bytes(picture.geometry, area)) {
+          memory(block_bytes(picture.geometry.bits, area)) {
         random.fill(memory);
         EXPECT_EQ(api().buf32MergeMem(buffer, 0, 0, memory.data(), area.width, area.height), 1);
     }
@@ -173,19 +173,19 @@ struct OtherBuffer {
 };
 
 bool merge_buffer(Picture &picture, Random &random) {
-    const Rectangle area = some_rectangle(picture, random);
+    const Area area = some_rectangle(picture, random);
     const OtherBuffer other(picture, area, random);
     if (!call_in_question([&] {
             return api().buf32MergeBuf(other.buffer, 0, 0, area.width, area.height, picture.buffer,
                                        area.x, area.y) == 1;
         }))
         return false;
-    write_rectangle(picture, area, other.memory.data());
+    picture.merge(area, other.memory.data());
     return true;
 }
 
 bool get_buffer(Picture &picture, Random &random) {
-    Rectangle area = some_rectangle(picture, random);
+    Area area = some_rectangle(picture, random);
     area.x = area.y = 0; // of the destination
     const OtherBuffer other(picture, area, random);
     HBUF32 destination = picture.buffer;
@@ -194,7 +194,7 @@ bool get_buffer(Picture &picture, Random &random) {
     });
     EXPECT_EQ(destination, picture.buffer);
     if (done)
-        write_rectangle(picture, area, other.memory.data());
+        picture.merge(area, other.memory.data());
     return done;
 }
 
@@ -203,7 +203,7 @@ bool fill_colour(Picture &picture, Random &random) {
     random.fill(colour);
     if (!call_in_question([&] { return api().buf32FillOneColor(picture.buffer, colour) == 1; }))
         return false;
-    paint(picture, colour);
+    picture.paint(colour);
     return true;
 }
 
@@ -213,7 +213,7 @@ bool fill_pattern(Picture &picture, Random &random) {
     const BUF32PATTERN descriptor = pattern.descriptor();
     if (!call_in_question([&] { return api().buf32FillPattern(picture.buffer, &descriptor) == 1; }))
         return false;
-    paint(picture, pattern);
+    picture.paint(pattern);
     return true;
 }
 

@@ -1,24 +1,19 @@
 """What the tests of q32tool share: running the program, and looking at what it leaves behind.
 
-Every test has a folder of its own, in which the program runs. Whatever the program prints and
+The program runs in its test's folder. Whatever the program prints and
 whatever lies in the folder afterwards is compared whole, so that nothing appears unnoticed.
 """
 
 import os
-import pathlib
-import re
 import resource
-import shutil
 import signal
 import subprocess
-import unittest
 from collections import namedtuple
 
 import pictures
+from program_case import CANCELLED, DONE, FAILED, USAGE, ProgramCase, environment, text  # noqa: F401
 
 Result = namedtuple("Result", "code out err")
-
-DONE, FAILED, USAGE, CANCELLED = 0, 1, 2, 130
 
 # Ways to keep pixels; the tests that use them make the folder.
 STORAGES = {
@@ -27,16 +22,12 @@ STORAGES = {
     "no memory": ["--memory-limit", "0", "--swap-dir", "swap"],
 }
 
-# What Wine itself says about the disk of a swap file; the program has no part in it.
-WINE_REMARK = re.compile(r"^wine: Read access denied for device .*\n", re.MULTILINE)
-
 
 class Program:
-    """The command that starts the program, and the folder in which tests may work."""
+    """The command that starts the program."""
 
     command = []
     console = ""
-    scratch = pathlib.Path()
 
     @classmethod
     def in_console(cls, keys):
@@ -45,37 +36,14 @@ class Program:
         return [emulator, cls.console, keys, program]
 
 
-def environment():
-    # Wine converts file names by the locale, and a build machine's may know ASCII only.
-    return {**os.environ, "LC_ALL": "C.UTF-8"}
-
-
-def text(output):
-    return WINE_REMARK.sub("", output.decode().replace("\r\n", "\n"))
-
-
 def limit_file_size(size):
     """Makes every file that the program grows beyond size bytes fail, as on a full disk."""
     signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
     resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
 
 
-class ToolCase(unittest.TestCase):
-    maxDiff = 2000
-
-    def setUp(self):
-        self.folder = Program.scratch / self.id()
-        shutil.rmtree(self.folder, ignore_errors=True)
-        self.folder.mkdir(parents=True)
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-
+class ToolCase(ProgramCase):
     # Files
-
-    def write(self, name, contents):
-        path = self.folder / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_bytes(contents)
-        return name
 
     def make_folder(self, name):
         (self.folder / name).mkdir()
@@ -183,21 +151,6 @@ class ToolCase(unittest.TestCase):
 
     def read(self, name):
         return pictures.read(self.folder / name)
-
-    def assert_same_picture(self, found, wanted, within=0):
-        self.assertEqual((found.width, found.height), (wanted.width, wanted.height))
-        if found.pixels == wanted.pixels:
-            return
-        pairs = list(zip(found.colours(), wanted.colours()))
-        wrong = [
-            i
-            for i, (one, other) in enumerate(pairs)
-            if any(abs(a - b) > within for a, b in zip(one, other))
-        ]
-        if wrong:
-            y, x = divmod(wrong[0], wanted.width)
-            one, other = pairs[wrong[0]]
-            self.fail(f"{len(wrong)} pixels differ; ({x}, {y}) is {one} instead of {other}")
 
     def assert_file_holds(self, name, picture, bits, within=0):
         """The file has these pixels, and this many bits for each."""

@@ -81,12 +81,46 @@ class WholeFactorCase(ToolCase):
                     self.assert_file_holds("out.bmp", model(picture, *factors), bits)
 
 
-class Enlarge(WholeFactorCase):
+class BothCommands:
+    """What is asked of enlarge and reduce in the same words."""
+
     def test_24_bits(self):
-        self.assert_made("enlarge", ENLARGED, by_factor, enlarged, ["24"])
+        self.assert_made(self.command, self.sizes, self.arguments, self.model, ["24"])
 
     def test_other_bits(self):
-        self.assert_made("enlarge", ENLARGED[4:7], by_factor, enlarged, ["8", "1", "555", "565"])
+        kinds = ["8", "1", "555", "565"]
+        self.assert_made(self.command, self.sizes[4:7], self.arguments, self.model, kinds)
+
+    def test_one_factor_is_both(self):
+        source, picture = self.write_noise(41, 13)
+        self.make("out.png", self.command, source, "out.png", "--factor", "3")
+        self.assert_file_holds("out.png", self.model(picture, 3, 3), 24)
+
+    def test_transparency_is_kept(self):
+        picture, alpha = pictures.noise(23, 11), pictures.noise(23, 11, seed=1)
+        opacity = alpha.pixels[::3]
+        self.write("in.png", pictures.png_with_alpha(picture, opacity))
+        veil = pictures.from_colours(23, 11, [(value,) * 3 for value in opacity])
+        for name in ("out.png", "out.tif"):
+            with self.subTest(name=name):
+                words = [self.command, "in.png", name, *self.arguments(4, 3), "--bits", "32"]
+                self.make(name, *words)
+                self.assert_file_holds(name, self.model(picture, 4, 3), 32)
+                self.assertEqual(self.read(name).opacity, self.model(veil, 4, 3).pixels[::3])
+
+    def test_storages(self):
+        self.make_folder("swap")
+        source, picture = self.write_noise(*self.large)
+        for name, options in STORAGES.items():
+            with self.subTest(storage=name):
+                words = [self.command, source, "out.bmp", *self.arguments(2, 3), *options]
+                self.make("out.bmp", *words)
+                self.assert_file_holds("out.bmp", self.model(picture, 2, 3), 24)
+
+
+class Enlarge(BothCommands, WholeFactorCase):
+    command, sizes, large = "enlarge", ENLARGED, (150, 140)
+    arguments, model = staticmethod(by_factor), staticmethod(enlarged)
 
     def test_one_bit_in_all_widths(self):
         """Rows that end at each place of a byte, before and after."""
@@ -97,11 +131,6 @@ class Enlarge(WholeFactorCase):
         """The copies of one row are more than go through memory at once."""
         self.assert_made("enlarge", [((40, 2), (800, 23))], by_factor, enlarged, ["24"])
 
-    def test_one_factor_is_both(self):
-        source, picture = self.write_noise(41, 13)
-        self.make("out.png", "enlarge", source, "out.png", "--factor", "3")
-        self.assert_file_holds("out.png", enlarged(picture, 3, 3), 24)
-
     def test_every_pixel_by_hand(self):
         red, green, blue, white = (255, 0, 0), (0, 255, 0), (0, 0, 255), (255, 255, 255)
         picture = pictures.from_colours(2, 2, [red, green, blue, white])
@@ -111,31 +140,11 @@ class Enlarge(WholeFactorCase):
         wanted = pictures.from_colours(6, 4, above + above + below + below)
         self.assert_file_holds("out.png", wanted, 24)
 
-    def test_transparency_is_kept(self):
-        picture, alpha = pictures.noise(23, 11), pictures.noise(23, 11, seed=1)
-        opacity = alpha.pixels[::3]
-        self.write("in.png", pictures.png_with_alpha(picture, opacity))
-        veil = pictures.from_colours(23, 11, [(value,) * 3 for value in opacity])
-        for name in ("out.png", "out.tif"):
-            with self.subTest(name=name):
-                self.make(name, "enlarge", "in.png", name, "--factor=3x2", "--bits=32")
-                self.assert_file_holds(name, enlarged(picture, 3, 2), 32)
-                found = self.read(name).opacity
-                self.assertEqual(found, enlarged(veil, 3, 2).pixels[::3])
-
     def test_without_transparency_it_lies_over_white(self):
         clear = pictures.png_with_alpha(pictures.noise(5, 4), bytes(20))
         self.write("in.png", clear)
         self.make("out.png", "enlarge", "in.png", "out.png", "--factor", "2")
         self.assert_file_holds("out.png", pictures.Picture(10, 8, b"\xff" * 240), 24)
-
-    def test_storages(self):
-        self.make_folder("swap")
-        source, picture = self.write_noise(150, 140)
-        for name, options in STORAGES.items():
-            with self.subTest(storage=name):
-                self.make("out.bmp", "enlarge", source, "out.bmp", "--factor", "2x3", *options)
-                self.assert_file_holds("out.bmp", enlarged(picture, 2, 3), 24)
 
     def test_in_place(self):
         source, picture = self.write_noise(20, 10)
@@ -173,12 +182,9 @@ class Enlarge(WholeFactorCase):
         self.assert_file_holds("out.png", enlarged(picture, 3000, 1), 32)
 
 
-class Reduce(WholeFactorCase):
-    def test_24_bits(self):
-        self.assert_made("reduce", REDUCED, by_step, reduced, ["24"])
-
-    def test_other_bits(self):
-        self.assert_made("reduce", REDUCED[4:7], by_step, reduced, ["8", "1", "555", "565"])
+class Reduce(BothCommands, WholeFactorCase):
+    command, sizes, large = "reduce", REDUCED, (300, 280)
+    arguments, model = staticmethod(by_step), staticmethod(reduced)
 
     def test_one_bit_in_all_widths(self):
         sizes = [((width, 3), (factor, 2)) for width in (15, 16, 17) for factor in (1, 2, 3)]
@@ -188,36 +194,12 @@ class Reduce(WholeFactorCase):
         sizes = [((20000, 40), (100, 3)), ((20000, 40), (100, 19))]
         self.assert_made("reduce", sizes, by_step, reduced, ["24", "1"])
 
-    def test_one_factor_is_both(self):
-        source, picture = self.write_noise(41, 13)
-        self.make("out.png", "reduce", source, "out.png", "--factor", "3")
-        self.assert_file_holds("out.png", reduced(picture, 3, 3), 24)
-
     def test_every_pixel_by_hand(self):
         colours = [(x, 10 * y, 0) for y in range(5) for x in range(7)]
         self.write("in.png", pictures.png(pictures.from_colours(7, 5, colours)))
         self.make("out.png", "reduce", "in.png", "out.png", "--factor", "2")
         wanted = [(x, y, 0) for y in (0, 20, 40) for x in (0, 2, 4, 6)]
         self.assert_file_holds("out.png", pictures.from_colours(4, 3, wanted), 24)
-
-    def test_transparency_is_kept(self):
-        picture, alpha = pictures.noise(23, 11), pictures.noise(23, 11, seed=1)
-        self.write("in.png", pictures.png_with_alpha(picture, alpha.pixels[::3]))
-        veil = pictures.from_colours(23, 11, [(value,) * 3 for value in alpha.pixels[::3]])
-        for name in ("out.png", "out.tif"):
-            with self.subTest(name=name):
-                options = ["--factor", "4", "--step", "3", "--bits", "32"]
-                self.make(name, "reduce", "in.png", name, *options)
-                self.assert_file_holds(name, reduced(picture, 4, 3), 32)
-                self.assertEqual(self.read(name).opacity, reduced(veil, 4, 3).pixels[::3])
-
-    def test_storages(self):
-        self.make_folder("swap")
-        source, picture = self.write_noise(300, 280)
-        for name, options in STORAGES.items():
-            with self.subTest(storage=name):
-                self.make("out.bmp", "reduce", source, "out.bmp", *by_step(2, 3), *options)
-                self.assert_file_holds("out.bmp", reduced(picture, 2, 3), 24)
 
     def test_what_was_enlarged_is_back(self):
         source, picture = self.write_noise(37, 29)

@@ -43,11 +43,11 @@ class Pixels(ViewCase):
             seen = self.view(name, *SIZE, "--pixels", kind)
             changed = picture.changed(change)
             if Viewer.depth == 24:
-                self.assert_same(seen, centred(changed, 100, 80), named=kind)
+                self.assert_same_picture(seen, centred(changed, 100, 80), named=kind)
             elif kind != "grey":  # 128 levels, where there is a palette
                 other = self.write("changed.png", pictures.png(changed))
                 same = self.view(other, *SIZE, "--pixels", kind)
-                self.assert_same(seen, same, named=kind)
+                self.assert_same_picture(seen, same, named=kind)
 
     def test_black_and_white_are_so_everywhere(self):
         def dots(white):
@@ -66,7 +66,7 @@ class Pixels(ViewCase):
             (["--device-type", "0"], white),
         ):
             seen = self.view(name, *SIZE, *options)
-            self.assert_same(seen, centred(dots(shown), 100, 80), named=options)
+            self.assert_same_picture(seen, centred(dots(shown), 100, 80), named=options)
 
     def test_gamma(self):
         if Viewer.depth != 24:
@@ -77,7 +77,7 @@ class Pixels(ViewCase):
         # 220 / 1.8 is 122 percent.
         table = [int(255 * (level / 255) ** (100 / 122)) for level in range(256)]
         corrected = picture.changed(lambda *colour: tuple(table[value] for value in colour))
-        self.assert_same(seen, centred(corrected, 100, 80))
+        self.assert_same_picture(seen, centred(corrected, 100, 80))
 
     def test_the_test_card(self):
         if Viewer.depth != 24:

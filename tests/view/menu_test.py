@@ -28,7 +28,7 @@ class Menu(ViewCase):
             views = viewer.views(*([f"command:{id}" for id in ids] for ids, _ in ways))
         for view, (ids, options) in zip(views, ways):
             wanted = self.view(self.picture, *SIZE, *first, *options)
-            self.assert_same(view, wanted, named=(ids, options))
+            self.assert_same_picture(view, wanted, named=(ids, options))
 
     def test_pixels(self):
         kinds = ["24", "16", "palette", "grey", "1"]
@@ -68,14 +68,14 @@ class Menu(ViewCase):
         with self.viewer(self.picture, *SIZE) as viewer:
             picture = viewer.view()
             card = viewer.view(f"command:{TEST_CARD}")
-            self.assert_same(card, self.view("--test-card", *SIZE))
-            self.assert_same(viewer.view(f"command:{TEST_CARD}"), picture)
+            self.assert_same_picture(card, self.view("--test-card", *SIZE))
+            self.assert_same_picture(viewer.view(f"command:{TEST_CARD}"), picture)
 
     def test_actual_size(self):
         picture = self.write("large.png", pictures.png(pictures.noise(200, 150)))
         with self.viewer(picture, *SIZE) as viewer:
             seen = viewer.view(f"command:{ACTUAL}", f"key:{HOME}")
-        self.assert_same(seen, self.view(picture, *SIZE, "--zoom", "100"))
+        self.assert_same_picture(seen, self.view(picture, *SIZE, "--zoom", "100"))
 
     def test_keys(self):
         picture = self.write("large.png", pictures.png(pictures.noise(200, 150)))
@@ -88,10 +88,10 @@ class Menu(ViewCase):
                 [f"key:{minus}", f"key:{minus}", f"key:{HOME}"],
                 [f"key:{ord('F')}"],
             )
-        self.assert_same(actual, self.view(picture, *SIZE, "--zoom", "100"))
-        self.assert_same(more, self.view(picture, *SIZE, "--zoom", "200"))
-        self.assert_same(less, self.view(picture, *SIZE, "--zoom", "67"))
-        self.assert_same(again, fitted)
+        self.assert_same_picture(actual, self.view(picture, *SIZE, "--zoom", "100"))
+        self.assert_same_picture(more, self.view(picture, *SIZE, "--zoom", "200"))
+        self.assert_same_picture(less, self.view(picture, *SIZE, "--zoom", "67"))
+        self.assert_same_picture(again, fitted)
 
     def test_saving_says_so(self):
         with self.viewer(self.picture, *SIZE) as viewer:

@@ -17,21 +17,21 @@ class Opening(ViewCase):
         second = self.write("zweites Bild é.png", pictures.png(pictures.ramps(60, 30)))
         with self.viewer(first, *SIZE) as viewer:
             seen = viewer.view(self.dropped(second), f"titled:{second} - q32view")
-        self.assert_same(seen, self.view(second, *SIZE))
+        self.assert_same_picture(seen, self.view(second, *SIZE))
 
     def test_dropped_on_an_empty_window(self):
         name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
         with self.viewer(*SIZE) as viewer:
             self.assertEqual(viewer.do("title"), ["q32view"])
             seen = viewer.view(self.dropped(name), "titled:first.png")
-        self.assert_same(seen, self.view(name, *SIZE))
+        self.assert_same_picture(seen, self.view(name, *SIZE))
 
     def test_dropped_on_the_test_card(self):
         name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
         with self.viewer("--test-card", *SIZE) as viewer:
             card, seen = viewer.views([], [self.dropped(name), "titled:first.png"])
-        self.assert_same(card, self.view("--test-card", *SIZE))
-        self.assert_same(seen, self.view(name, *SIZE))
+        self.assert_same_picture(card, self.view("--test-card", *SIZE))
+        self.assert_same_picture(seen, self.view(name, *SIZE))
 
     def test_a_new_picture_is_fitted(self):
         first = self.write("first.png", pictures.png(pictures.noise(300, 200)))
@@ -42,8 +42,8 @@ class Opening(ViewCase):
                 [f"command:{ACTUAL}", self.dropped(second), "titled:second.png"],
                 [self.dropped(first), "titled:first.png"],
             )
-        self.assert_same(seen, self.view(second, *SIZE))
-        self.assert_same(again, before)
+        self.assert_same_picture(seen, self.view(second, *SIZE))
+        self.assert_same_picture(again, before)
 
     def test_what_is_no_picture_leaves_the_one_before(self):
         name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
@@ -54,7 +54,7 @@ class Opening(ViewCase):
             says = viewer.do(self.dropped("text.png"), f"told:{path}", "says", "title")
             self.assertIn("this is not a picture that can be read", says[0])
             self.assertEqual(says[1], "first.png - q32view")
-            self.assert_same(viewer.view(), before)
+            self.assert_same_picture(viewer.view(), before)
 
     def test_a_first_picture_that_is_not_there(self):
         with self.viewer("none.png", *SIZE) as viewer:
@@ -68,7 +68,7 @@ class Opening(ViewCase):
         path = self.dropped(second).removeprefix("drop:")
         with self.viewer(first, *SIZE) as viewer:
             seen = viewer.view(f"command:{OPEN}", f"dialog:{path}", "titled:second.png")
-        self.assert_same(seen, self.view(second, *SIZE))
+        self.assert_same_picture(seen, self.view(second, *SIZE))
 
     def test_closing(self):
         name = self.write("first.png", pictures.png(pictures.noise(50, 40)))

@@ -12,22 +12,11 @@ instead: look at them before they are committed.
 
 import pathlib
 import sys
-import unittest
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "tool"))
 
+from program_case import ProgramCase, run  # noqa: E402
 from view_case import Viewer  # noqa: E402
-
-MODULES = [
-    "command_line_test",
-    "stored_views_test",
-    "colours_test",
-    "scaling_test",
-    "scrolling_test",
-    "menu_test",
-    "opening_test",
-    "stopping_test",
-]
 
 
 def main(viewer, driver, tool, emulator, scratch, depth, *tests):
@@ -37,11 +26,9 @@ def main(viewer, driver, tool, emulator, scratch, depth, *tests):
     Viewer.program = [emulator, viewer]
     Viewer.driver = [emulator, driver]
     Viewer.tool = [emulator, tool]
-    Viewer.scratch = pathlib.Path(scratch)
+    ProgramCase.scratch = pathlib.Path(scratch)
     Viewer.depth = int(depth)
-    suite = unittest.defaultTestLoader.loadTestsFromNames(tests or MODULES)
-    result = unittest.TextTestRunner(verbosity=2).run(suite)
-    return 0 if result.wasSuccessful() and result.testsRun and not result.skipped else 1
+    return run(pathlib.Path(__file__).parent, tests)
 
 
 if __name__ == "__main__":

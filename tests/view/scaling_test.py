@@ -20,20 +20,20 @@ class Scaling(ViewCase):
         wanted = self.scaled(name, "--percent", "50")
         self.assertEqual((wanted.width, wanted.height), (151, 102))
         seen = self.view(name, "--zoom", "50", "--size", "151x102")
-        self.assert_same(seen, self.shown(wanted))
+        self.assert_same_picture(seen, self.shown(wanted))
 
     def test_fitted(self):
         name = self.write("noise.png", pictures.png(pictures.noise(301, 203)))
         wanted = self.scaled(name, "--fit", "150x60")
         self.assertEqual((wanted.width, wanted.height), (89, 60))
         if Viewer.depth == 24:
-            self.assert_same(self.view(name, "--size", "150x60"), centred(wanted, 150, 60))
+            self.assert_same_picture(self.view(name, "--size", "150x60"), centred(wanted, 150, 60))
 
     def test_small_pictures_are_not_enlarged_to_fit(self):
         picture = pictures.noise(31, 23)
         name = self.write("small.png", pictures.png(picture))
         if Viewer.depth == 24:
-            self.assert_same(self.view(name, "--size", "200x100"), centred(picture, 200, 100))
+            self.assert_same_picture(self.view(name, "--size", "200x100"), centred(picture, 200, 100))
 
     # 270 pixels are more than a tile has at this zoom. Halves fall on one side or the other of a
     # phase, a sixteenth of a pixel, depending on where a tile begins.
@@ -46,7 +46,7 @@ class Scaling(ViewCase):
         wanted = self.scaled(name, "--percent", "200", "--method", "bicubic")
         seen = self.view(name, "--zoom", "200", "--size", "540x80")
         if Viewer.depth == 24:
-            self.assert_same(seen, wanted, within=2)
+            self.assert_same_picture(seen, wanted, within=2)
         else:
             self.assertEqual((seen.width, seen.height), (540, 80))
 
@@ -59,8 +59,8 @@ class Scaling(ViewCase):
         blocks = pictures.Picture(560, 96, b"".join(row * 8 for row in enlarged))
         seen = self.view(name, "--zoom", "800", "--size", "560x96")
         if Viewer.depth == 24:
-            self.assert_same(seen, blocks)
-        self.assert_same(seen, self.shown(blocks))
+            self.assert_same_picture(seen, blocks)
+        self.assert_same_picture(seen, self.shown(blocks))
 
     def test_the_wheel_keeps_what_is_under_the_pointer(self):
         name = self.write("noise.png", pictures.png(pictures.noise(300, 200)))
@@ -68,23 +68,23 @@ class Scaling(ViewCase):
         with self.viewer(name, *size, "--zoom", "100", "--at", "50,40") as viewer:
             # Over pixel (80, 60): twice as far from the corner, less the pointer's own place.
             closer = viewer.view("wheel:120,30,20")
-            self.assert_same(closer, self.view(name, *size, "--zoom", "200", "--at", "130,100"))
+            self.assert_same_picture(closer, self.view(name, *size, "--zoom", "200", "--at", "130,100"))
             half = viewer.view("wheel:-60,30,20")
-            self.assert_same(half, closer)
+            self.assert_same_picture(half, closer)
             back = viewer.view("wheel:-60,30,20")
-            self.assert_same(back, self.view(name, *size, "--zoom", "100", "--at", "50,40"))
+            self.assert_same_picture(back, self.view(name, *size, "--zoom", "100", "--at", "50,40"))
 
     def test_steps_of_the_menu(self):
         name = self.write("noise.png", pictures.png(pictures.noise(300, 200)))
         size = ["--size", "120x90"]
         with self.viewer(name, *size) as viewer:
             fitted = viewer.view()
-            self.assert_same(fitted, self.view(name, *size, "--zoom", "fit"))
+            self.assert_same_picture(fitted, self.view(name, *size, "--zoom", "fit"))
             closer = viewer.view(f"command:{ZOOM_IN}", f"key:{36}")  # from 40 %
-            self.assert_same(closer, self.view(name, *size, "--zoom", "50"))
+            self.assert_same_picture(closer, self.view(name, *size, "--zoom", "50"))
             farther = viewer.view(f"command:{ZOOM_OUT}", f"command:{ZOOM_OUT}")
-            self.assert_same(farther, self.view(name, *size, "--zoom", "25"))
-            self.assert_same(viewer.view(f"command:{FIT}"), fitted)
+            self.assert_same_picture(farther, self.view(name, *size, "--zoom", "25"))
+            self.assert_same_picture(viewer.view(f"command:{FIT}"), fitted)
 
     def test_a_new_size_of_the_window_fits_again(self):
         picture = pictures.noise(300, 200)
@@ -93,9 +93,9 @@ class Scaling(ViewCase):
             seen = viewer.view("size:500,400")
         again = self.view(name, "--size", f"{seen.width}x{seen.height}")
         self.assertGreater(seen.width, 300)
-        self.assert_same(seen, again)
+        self.assert_same_picture(seen, again)
         if Viewer.depth == 24:
-            self.assert_same(seen, centred(picture, seen.width, seen.height))
+            self.assert_same_picture(seen, centred(picture, seen.width, seen.height))
 
     def test_the_place_of_a_part(self):
         if Viewer.depth != 24:
@@ -103,4 +103,4 @@ class Scaling(ViewCase):
         picture = pictures.noise(300, 200)
         name = self.write("noise.png", pictures.png(picture))
         seen = self.view(name, "--zoom", "100", "--at", "37,59", "--size", "120x90")
-        self.assert_same(seen, part(picture, 37, 59, 120, 90))
+        self.assert_same_picture(seen, part(picture, 37, 59, 120, 90))

@@ -31,7 +31,7 @@ class Scrolling(ViewCase):
         with self.viewer(name, *SIZE, "--zoom", "100", "--at", "100,100") as viewer:
             views = viewer.views(*([step] for step, _ in ways))
         for view, (step, (x, y)) in zip(views, ways):
-            self.assert_same(view, part(whole, x, y, WIDTH, HEIGHT), named=step)
+            self.assert_same_picture(view, part(whole, x, y, WIDTH, HEIGHT), named=step)
 
     def test_keys(self):
         self.check_ways(
@@ -92,8 +92,8 @@ class Seams(ViewCase):
         self.assertGreater(len({whole.pixels for whole in wholes}), len(kinds) // 2)
         for i, (named, _) in enumerate(kinds):
             wanted = part(wholes[i], *self.PLACE, WIDTH, HEIGHT)
-            self.assert_same(views[2 * i], wanted, named=f"{named}, {zoom} %")
-            self.assert_same(views[2 * i + 1], wanted, named=f"{named}, {zoom} %, drawn again")
+            self.assert_same_picture(views[2 * i], wanted, named=f"{named}, {zoom} %")
+            self.assert_same_picture(views[2 * i + 1], wanted, named=f"{named}, {zoom} %, drawn again")
 
     KINDS_OF_DISPLAY = [(f"display {i}", [f"command:{DEVICE + i}"]) for i in range(6)]
 
@@ -115,7 +115,7 @@ class Seams(ViewCase):
         name = self.write("picture.png", pictures.png(pictures.ramps(400, 300)))
         with self.viewer(name, *SIZE, "--zoom", "100", "--at", "50,20") as viewer:
             before, after = viewer.views([], ["palettes"])
-        self.assert_same(after, before)
+        self.assert_same_picture(after, before)
 
     def test_the_display_that_is_detected(self):
         name = self.write("picture.png", pictures.png(pictures.ramps(400, 300)))
@@ -124,4 +124,4 @@ class Seams(ViewCase):
                 [], [f"command:{DEVICE}"], [f"command:{DETECTED}"]
             )
         self.assertNotEqual(other.pixels, before.pixels)
-        self.assert_same(after, before)
+        self.assert_same_picture(after, before)

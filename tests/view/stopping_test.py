@@ -29,7 +29,7 @@ class Stopping(ViewCase):
             self.assertEqual(
                 says, ["cancelled; reading large.png was stopped", "small.png - q32view"]
             )
-            self.assert_same(viewer.view(), before)
+            self.assert_same_picture(viewer.view(), before)
             viewer.do(self.drop, "titled:large.png")
 
     def test_scaling(self):
@@ -42,5 +42,5 @@ class Stopping(ViewCase):
                 f"command:{ZOOM_OUT}", f"key:{ESCAPE}", "told:cancelled", "says"
             )
             self.assertEqual(says, ["cancelled; scaling large.png was stopped"])
-            self.assert_same(viewer.view(f"key:{HOME}"), before)
+            self.assert_same_picture(viewer.view(f"key:{HOME}"), before)
             self.assertNotEqual(viewer.view(f"command:{ZOOM_OUT}").pixels, before.pixels)

@@ -47,7 +47,7 @@ class StoredViews(ViewCase):
         seen = self.view(*arguments)
         if os.environ.get("Q32VIEW_STORE"):
             stored.write_bytes(pictures.png(seen, level=9))
-        self.assert_same(seen, pictures.read(stored).picture, named=name)
+        self.assert_same_picture(seen, pictures.read(stored).picture, named=name)
 
     def test_displays(self):
         picture = self.write("rainbow.png", pictures.png(rainbow(96, 64)))

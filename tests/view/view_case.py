@@ -1,19 +1,13 @@
 """What the tests of q32view share: views of pictures, and viewers that stay open to be used.
 
-Views are saved as BMP, which is read fast. Every test has a folder of its own.
+Views are saved as BMP, which is read fast.
 """
 
 import contextlib
-import os
-import pathlib
-import re
-import shutil
 import subprocess
-import unittest
 
 import pictures
-
-DONE, FAILED, USAGE = 0, 1, 2
+from program_case import DONE, FAILED, USAGE, ProgramCase, environment, text  # noqa: F401
 
 # Numbers of menu commands (apps/q32view/resource.h).
 OPEN, SAVE, FIT, ACTUAL, ZOOM_IN, ZOOM_OUT, TEST_CARD = 100, 101, 110, 111, 112, 113, 114
@@ -22,8 +16,6 @@ DETECTED, DEVICE, GAMMA_FILE, GAMMA, DITHER, PALETTE_OPTION, PIXELS = 119, 120, 
 PAGE_UP, PAGE_DOWN, END, HOME, LEFT, UP, RIGHT, DOWN = range(0x21, 0x29)
 ESCAPE = 0x1B
 
-WINE_REMARK = re.compile(r"^wine: Read access denied for device .*\n", re.MULTILINE)
-
 
 class Viewer:
     """The commands that start the programs, and the display's bits."""
@@ -31,17 +23,12 @@ class Viewer:
     program = []
     driver = []
     tool = []
-    scratch = pathlib.Path()
     depth = 24
 
 
 def background():
     """The grey around pictures, as the display has it: 5, 6 and 5 bits, repeated to 8."""
     return (132, 130, 132) if Viewer.depth == 16 else (128, 128, 128)
-
-
-def text(output):
-    return WINE_REMARK.sub("", output.decode().replace("\r\n", "\n"))
 
 
 class OpenViewer:
@@ -72,24 +59,12 @@ class OpenViewer:
         return found
 
 
-class ViewCase(unittest.TestCase):
-    maxDiff = 2000
-
-    def setUp(self):
-        self.folder = Viewer.scratch / self.id()
-        shutil.rmtree(self.folder, ignore_errors=True)
-        self.folder.mkdir(parents=True)
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-
-    def write(self, name, contents):
-        (self.folder / name).write_bytes(contents)
-        return name
-
+class ViewCase(ProgramCase):
     def start(self, command, *arguments):
         return subprocess.Popen(
             [*command, *arguments],
             cwd=self.folder,
-            env={**os.environ, "LC_ALL": "C.UTF-8"},
+            env=environment(),
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
@@ -145,21 +120,6 @@ class ViewCase(unittest.TestCase):
         self.assertRegex(result[2], r"\Aq32view: [^\n]{8,}\n\Z")
         self.assertIn(says, result[2])
         self.assertEqual(set(self.folder.iterdir()), before)
-
-    def assert_same(self, found, wanted, within=0, named=""):
-        self.assertEqual((found.width, found.height), (wanted.width, wanted.height), named)
-        if found.pixels == wanted.pixels:
-            return
-        pairs = list(zip(found.colours(), wanted.colours()))
-        wrong = [
-            i
-            for i, (one, other) in enumerate(pairs)
-            if any(abs(a - b) > within for a, b in zip(one, other))
-        ]
-        if wrong:
-            y, x = divmod(wrong[0], wanted.width)
-            one, other = pairs[wrong[0]]
-            self.fail(f"{named}: {len(wrong)} pixels differ; ({x}, {y}) is {one}, not {other}")
 
 
 def centred(picture, width, height):

@@ -26,6 +26,11 @@ struct Geometry {
     }
 
     int64_t bytes_per_pixel() const { return bits / 8; }
+    // Rectangles move whole bytes per pixel from 8 bits on: one byte at 12 bits.
+    int64_t unit_bits() const { return bits < 8 ? bits : bytes_per_pixel() * 8; }
+    size_t unit_bytes() const { return size_t(std::max<int64_t>(bytes_per_pixel(), 1)); }
+    // Whether units lie side by side: every depth but those between whole bytes.
+    bool is_dense() const { return unit_bits() == bits; }
     int64_t row_bytes() const { return bytes(width); }
     int64_t image_bytes() const { return height * row_bytes(); }
     int64_t cell_width() const { return linear ? width : std::min<int64_t>(width, 128); }

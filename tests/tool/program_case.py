@@ -1,0 +1,72 @@
+"""What the tests of programs share: a folder for each test, what programs print, and pictures that
+must be the same.
+"""
+
+import os
+import pathlib
+import re
+import shutil
+import unittest
+
+DONE, FAILED, USAGE, CANCELLED = 0, 1, 2, 130
+
+# What Wine itself says about the disk of a swap file; programs have no part in it.
+WINE_REMARK = re.compile(r"^wine: Read access denied for device .*\n", re.MULTILINE)
+
+
+def environment():
+    # Wine converts file names by the locale, and a build machine's may know ASCII only.
+    return {**os.environ, "LC_ALL": "C.UTF-8"}
+
+
+def text(output):
+    return WINE_REMARK.sub("", output.decode().replace("\r\n", "\n"))
+
+
+class ProgramCase(unittest.TestCase):
+    maxDiff = 2000
+    scratch = pathlib.Path()  # where tests may work, each in a folder of its own name
+
+    def setUp(self):
+        self.folder = self.scratch / self.id()
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.folder.mkdir(parents=True)
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+
+    def write(self, name, contents):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(contents)
+        return name
+
+    def assert_same_picture(self, found, wanted, within=0, named=""):
+        self.assertEqual((found.width, found.height), (wanted.width, wanted.height), named)
+        if found.pixels == wanted.pixels:
+            return
+        pairs = list(zip(found.colours(), wanted.colours()))
+        wrong = [
+            i
+            for i, (one, other) in enumerate(pairs)
+            if any(abs(a - b) > within for a, b in zip(one, other))
+        ]
+        if wrong:
+            y, x = divmod(wrong[0], wanted.width)
+            one, other = pairs[wrong[0]]
+            self.fail(f"{named}: {len(wrong)} pixels differ; ({x}, {y}) is {one}, not {other}")
+
+
+def all_tests(suite):
+    for test in suite:
+        if isinstance(test, unittest.TestSuite):
+            yield from all_tests(test)
+        else:
+            yield test
+
+
+def run(folder, tests, part=1, parts=1):
+    """Runs the tests with these names, or every so many-th of all in the folder; the exit code."""
+    modules = sorted(path.stem for path in pathlib.Path(folder).glob("*_test.py"))
+    found = list(all_tests(unittest.defaultTestLoader.loadTestsFromNames(tests or modules)))
+    suite = unittest.TestSuite(found if tests else found[part - 1 :: parts])
+    result = unittest.TextTestRunner(verbosity=2).run(suite)
+    return 0 if result.wasSuccessful() and result.testsRun and not result.skipped else 1
