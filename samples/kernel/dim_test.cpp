@@ -4,7 +4,7 @@
 
 #include "tests/frame/random.h"
 #include "tests/kernels/fenced_run.h"
-#include "tests/merge_kernels/levels.h"
+#include "tests/kernels/levels.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,6 @@ namespace q32::test {
 namespace {
 
 using sample::DimKernels;
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t longest = 200; // more than three steps of the widest form
 
@@ -53,7 +52,7 @@ TEST_P(DimKernel, GivesTheModelsBytesForEverySampleAndAmount) {
 }
 
 TEST_P(DimKernel, StaysInsideItsRunsAtAnyLengthAndAlignment) {
-    FencedRun run(longest, longest);
+    FencedRun run;
     random_cases(longest + 1, [&](Random &random, std::uint64_t number) {
         Bytes source(static_cast<std::size_t>(number));
         random.fill(source);
@@ -89,7 +88,7 @@ TEST_P(DimKernel, WorksInPlace) {
 INSTANTIATE_TEST_SUITE_P(EveryForm, DimKernel,
                          testing::ValuesIn(levels_of_this_machine(sample::scalar_dim_kernels,
                                                                   sample::dim_kernels)),
-                         [](const auto &level) { return std::string(level.param.name); });
+                         name_of_level);
 
 } // namespace
 } // namespace q32::test

@@ -10,12 +10,9 @@ protected:
     static constexpr size_t run_pixels = 1 << 16;
 
     // Converts the run in source, which must give what the model gives.
-    void check(const Conversion &conversion, const Bytes &source) {
+    void check(const ColourConversion &conversion, const Bytes &source) {
         found_.assign(run_pixels * conversion.to_bytes, 0xE6);
-        expected_.resize(found_.size());
-        for (size_t i = 0; i < run_pixels; ++i)
-            model::convert_pixel(conversion.number, &source[i * conversion.from_bytes],
-                                 &expected_[i * conversion.to_bytes]);
+        model::convert(conversion, expected_, source);
         ASSERT_EQ(api().i32ColorspaceConvert(found_.data(), source.data(), int(run_pixels),
                                              conversion.number),
                   1);

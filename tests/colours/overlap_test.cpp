@@ -24,20 +24,7 @@ void filter_within(Bytes &memory, const Places &at, int type, size_t pixels, con
         std::memmove(&memory[at.out], &memory[*at.in], pixels);
     else
         std::memset(&memory[at.out], 255, pixels);
-    if (type == I32_FILTER_NONE)
-        return;
-    for (size_t i = 0; i < pixels; ++i) {
-        uint8_t &mask = memory[at.out + i];
-        if (mask == 0)
-            continue;
-        const uint8_t *const pixel = &memory[at.source + i * size_t(model::pixel_bytes(type))];
-        const bool found =
-            std::any_of(ranges.begin(), ranges.end(), [&](const I32COLORRANGE &range) {
-                return model::matches(range, type, pixel);
-            });
-        if (found != inside)
-            mask = 0;
-    }
+    model::filter(&memory[at.out], memory.data() + at.source, pixels, type, ranges, inside);
 }
 
 Bytes filtered_within(const Bytes &memory, const Places &at, int type, size_t pixels,

@@ -39,22 +39,22 @@ Bytes random_source(Random &random, int type, size_t pixels, const Ranges &range
         const size_t channel = i % bytes;
         const I32COLORRANGE &range = ranges[(i / bytes) % ranges.size()];
         const int colour = range.colour[channel];
-        const int64_t tolerance = range.tolerance[channel];
+        const auto [low, high] = model::ends(colour, range.tolerance[channel]);
         switch (random.below(6)) {
         case 0:
-            source[i] = uint8_t(model::high_end(colour, tolerance) + between(random, 0, 1));
+            source[i] = uint8_t(high + between(random, 0, 1));
             break;
         case 1:
-            source[i] = uint8_t(model::low_end(colour, tolerance) - between(random, 0, 1));
+            source[i] = uint8_t(low - between(random, 0, 1));
             break;
         case 2:
-            source[i] = uint8_t(model::high_end(colour, tolerance));
+            source[i] = uint8_t(high);
             break;
         case 3:
             source[i] = uint8_t(colour);
             break;
         case 4:
-            source[i] = uint8_t(std::max<int64_t>(model::high_end(colour, tolerance), 0));
+            source[i] = uint8_t(std::max<int64_t>(high, 0));
             break;
         default:
             break;
@@ -67,20 +67,20 @@ void check(Random &random, int type, size_t pixels, size_t count) {
     const Ranges ranges = random_ranges(random, count);
     const Bytes source = random_source(random, type, pixels, ranges);
     const bool inside = random.below(2) == 0;
-    const auto fence = [&] { return random.below(2) == 0 ? Fence::before : Fence::behind; };
+    const auto place = [&] { return Place{random.below(2) != 0}; };
     Bytes start = random_bytes(random, pixels);
     for (uint8_t &byte : start)
         if (random.below(3) == 0)
             byte = 0;
-    const Table table(ranges, fence());
-    Block memory(source, fence());
+    const Table table(ranges, place());
+    Block memory(source, place());
     memory.protect();
 
     enum { from_nothing, from_another, in_place };
     const auto way = random.below(3);
     Bytes expected = way == from_nothing ? Bytes(pixels, 255) : start;
-    model::filter(expected, source, type, ranges, inside);
-    Block mask_in(start, fence()), mask_out(pixels, fence());
+    model::filter(expected.data(), source.data(), pixels, type, ranges, inside);
+    Block mask_in(start, place()), mask_out(pixels, place());
     mask_in.protect();
     if (way == in_place)
         mask_out.set(start);

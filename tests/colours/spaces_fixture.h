@@ -3,16 +3,14 @@
 #pragma once
 
 #include "tests/colours/colour_fixture.h"
+#include "tests/models/colours.h"
+
+#include <q32base/merge.h>
 
 namespace q32::test {
 
-struct Conversion {
-    unsigned number;
-    size_t from_bytes, to_bytes; // of a pixel
-};
-inline constexpr Conversion conversions[] = {{I32_RGB_TO_GREY, 3, 1}, {I32_GREY_TO_RGB, 1, 3},
-                                             {I32_RGB_TO_HSV, 3, 12}, {I32_HSV_TO_RGB, 12, 3},
-                                             {I32_RGB_TO_HLS, 3, 12}, {I32_HLS_TO_RGB, 12, 3}};
+using model::ColourConversion;
+inline constexpr auto &conversions = model::colour_conversions;
 
 template <class Record>
 Record record_at(const uint8_t *bytes) {
@@ -41,54 +39,8 @@ inline Bytes row_of(std::initializer_list<I32HLS> records) {
     return row;
 }
 
-namespace model {
-
-inline void convert_pixel(unsigned conversion, const uint8_t *from, uint8_t *to) {
-    const auto store_rgb = [to](const Rgb &rgb) {
-        to[0] = uint8_t(rgb.red);
-        to[1] = uint8_t(rgb.green);
-        to[2] = uint8_t(rgb.blue);
-    };
-    const auto rgb = [from] { return Rgb{from[0], from[1], from[2]}; };
-    switch (conversion) {
-    case I32_RGB_TO_GREY:
-        to[0] = uint8_t(grey_of(rgb()));
-        break;
-    case I32_GREY_TO_RGB:
-        store_rgb({from[0], from[0], from[0]});
-        break;
-    case I32_RGB_TO_HSV: {
-        const I32HSV hsv = hsv_of(rgb());
-        std::memcpy(to, &hsv, sizeof hsv);
-        break;
-    }
-    case I32_HSV_TO_RGB:
-        store_rgb(rgb_of(record_at<I32HSV>(from)));
-        break;
-    case I32_RGB_TO_HLS: {
-        const I32HLS hls = hls_of(rgb());
-        std::memcpy(to, &hls, sizeof hls);
-        break;
-    }
-    case I32_HLS_TO_RGB:
-        store_rgb(rgb_of(record_at<I32HLS>(from)));
-        break;
-    }
-}
-
-inline Bytes convert(const Conversion &conversion, const Bytes &source) {
-    const size_t pixels = source.size() / conversion.from_bytes;
-    Bytes row(pixels * conversion.to_bytes);
-    for (size_t i = 0; i < pixels; ++i)
-        convert_pixel(conversion.number, &source[i * conversion.from_bytes],
-                      &row[i * conversion.to_bytes]);
-    return row;
-}
-
-} // namespace model
-
 // Random pixels; records have fields within their ranges, grey ones among them.
-inline Bytes random_source(Random &random, const Conversion &conversion, size_t pixels) {
+inline Bytes random_source(Random &random, const ColourConversion &conversion, size_t pixels) {
     Bytes row = random_bytes(random, pixels * conversion.from_bytes);
     if (conversion.from_bytes == 12)
         for (size_t i = 0; i < pixels; ++i) {

@@ -81,17 +81,17 @@ TEST_F(Spaces, HlsToRgb) {
 
 TEST_F(Spaces, EveryLengthBetweenFences) {
     random_cases(200, [](Random &random, uint64_t number) {
-        for (const Conversion &conversion : conversions)
-            for (Fence fence : {Fence::before, Fence::behind}) {
+        for (const ColourConversion &conversion : conversions)
+            for (const bool at_end : {false, true}) {
                 const auto pixels = size_t(number);
                 SCOPED_TRACE(std::to_string(pixels) + " pixels, conversion " +
                              std::to_string(conversion.number));
                 const Bytes source = random_source(random, conversion, pixels);
-                Block from(source, fence), to(pixels * conversion.to_bytes, fence);
+                Block from(source, {at_end}), to(pixels * conversion.to_bytes, {at_end});
                 from.protect();
                 EXPECT_SUCCESS(api().i32ColorspaceConvert(to.data(), from.data(), int(pixels),
                                                           conversion.number));
-                to.expect(model::convert(conversion, source));
+                to.expect(model::converted(conversion, source));
             }
         return !HasFailure();
     });
@@ -99,7 +99,7 @@ TEST_F(Spaces, EveryLengthBetweenFences) {
 
 TEST_F(Spaces, InPlaceWherePixelsDoNotGrow) {
     random_cases(300, [](Random &random, uint64_t number) {
-        for (const Conversion &conversion : conversions) {
+        for (const ColourConversion &conversion : conversions) {
             if (conversion.to_bytes > conversion.from_bytes)
                 continue;
             const size_t pixels = number < 150 ? size_t(number) : random.below(5000);
@@ -109,7 +109,7 @@ TEST_F(Spaces, InPlaceWherePixelsDoNotGrow) {
             Block block(source);
             EXPECT_SUCCESS(api().i32ColorspaceConvert(block.data(), block.data(), int(pixels),
                                                       conversion.number));
-            const Bytes expected = model::convert(conversion, source);
+            const Bytes expected = model::converted(conversion, source);
             Bytes found = block.contents();
             found.resize(expected.size());
             EXPECT_EQ(found, expected);
@@ -120,7 +120,7 @@ TEST_F(Spaces, InPlaceWherePixelsDoNotGrow) {
 
 TEST_F(Spaces, AtEveryAlignment) {
     Random random(test_seed(), 1);
-    for (const Conversion &conversion : conversions)
+    for (const ColourConversion &conversion : conversions)
         for (size_t i = 0; i < 64; ++i) {
             const size_t from_offset = i % 8, to_offset = i / 8, pixels = 40 + i;
             const Bytes source = random_source(random, conversion, pixels);
@@ -129,7 +129,7 @@ TEST_F(Spaces, AtEveryAlignment) {
             EXPECT_SUCCESS(api().i32ColorspaceConvert(
                 to.data() + to_offset, from.data() + from_offset, int(pixels), conversion.number));
             Bytes expected(to_offset);
-            const Bytes row = model::convert(conversion, source);
+            const Bytes row = model::converted(conversion, source);
             expected.insert(expected.end(), row.begin(), row.end());
             EXPECT_EQ(to, expected) << conversion.number;
         }
@@ -138,7 +138,7 @@ TEST_F(Spaces, AtEveryAlignment) {
 // --- odd arguments ---------------------------------------------------------------------------
 
 TEST_F(Spaces, NoPixelsConvertNothing) {
-    for (const Conversion &conversion : conversions)
+    for (const ColourConversion &conversion : conversions)
         for (int pixels : {0, -1, -100, INT_MIN}) {
             Block from(Bytes(12, 3)), to(Bytes(12, 5));
             EXPECT_SUCCESS(
@@ -160,7 +160,7 @@ TEST_F(Spaces, OtherConversionsConvertNothing) {
 }
 
 TEST_F(Spaces, NullPointersConvertNothing) {
-    for (const Conversion &conversion : conversions) {
+    for (const ColourConversion &conversion : conversions) {
         Block from(Bytes(12, 3)), to(Bytes(12, 5));
         EXPECT_SUCCESS(api().i32ColorspaceConvert(nullptr, from.data(), 1, conversion.number));
         EXPECT_SUCCESS(api().i32ColorspaceConvert(to.data(), nullptr, 1, conversion.number));
@@ -173,7 +173,7 @@ TEST_F(Spaces, NullPointersConvertNothing) {
 TEST_F(Spaces, NothingIsAskedOfTheSystem) {
     const FailingCall blocks("GlobalAlloc"), runtime("malloc"), priority("SetThreadPriority");
     Random random(test_seed(), 2);
-    for (const Conversion &conversion : conversions)
+    for (const ColourConversion &conversion : conversions)
         converted(conversion.number, random_source(random, conversion, 5000), conversion.from_bytes,
                   conversion.to_bytes);
     EXPECT_EQ(blocks.calls() + runtime.calls() + priority.calls(), 0);
@@ -199,9 +199,9 @@ TEST_F(Spaces, RecordsWithFieldsOutOfRange) {
         };
         append(source, I32HSV{any(), any(), any()});
     }
-    for (const Conversion &conversion : conversions)
+    for (const ColourConversion &conversion : conversions)
         if (conversion.from_bytes == 12) {
-            const Bytes expected = model::convert(conversion, source);
+            const Bytes expected = model::converted(conversion, source);
             const Bytes found = converted(conversion.number, source, 12, 3);
             const auto at = std::mismatch(expected.begin(), expected.end(), found.begin());
             if (at.first == expected.end())

@@ -2,8 +2,8 @@
 // itself, displays that this machine does not have, and what is to be expected of all of them.
 #pragma once
 
-#include "tests/display_kernels/gamma_model.h"
 #include "tests/library/library_fixture.h"
+#include "tests/models/gamma.h"
 
 #include <algorithm>
 #include <compare>

@@ -2,7 +2,7 @@
 #include "display/kernels/channel_tables.h"
 
 #include "display/kernels/dither_matrices.h"
-#include "tests/display_kernels/gamma_model.h"
+#include "tests/models/gamma.h"
 
 #include <gtest/gtest.h>
 

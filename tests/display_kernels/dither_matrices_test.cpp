@@ -2,6 +2,8 @@
 // they come about.
 #include "display/kernels/dither_matrices.h"
 
+#include "tests/models/dither_matrices.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -30,28 +32,16 @@ constexpr Matrix<8> ranks_of_8 = {0,  48, 12, 60, 3,  51, 15, 63, //
                                   10, 58, 6,  54, 9,  57, 5,  53, //
                                   42, 26, 38, 22, 41, 25, 37, 21};
 
-constexpr Matrix<8> sixteen_colours = {4,   195, 52,  243, 16,  207, 64,  255, //
-                                       131, 68,  179, 116, 143, 80,  191, 128, //
-                                       36,  227, 20,  211, 48,  239, 32,  223, //
-                                       163, 100, 147, 84,  175, 112, 159, 96,  //
-                                       12,  203, 60,  251, 8,   199, 56,  247, //
-                                       139, 76,  187, 124, 135, 72,  183, 120, //
-                                       44,  235, 28,  219, 40,  231, 24,  215, //
-                                       171, 108, 155, 92,  167, 104, 151, 88};
-
-constexpr Matrix<8> palette_device = {1,  39, 10, 48, 3,  41, 12, 51, //
-                                      26, 13, 36, 23, 28, 16, 38, 25, //
-                                      7,  45, 4,  42, 9,  48, 6,  44, //
-                                      32, 20, 29, 16, 35, 22, 32, 19, //
-                                      2,  40, 12, 50, 1,  40, 11, 49, //
-                                      28, 15, 37, 24, 27, 14, 36, 24, //
-                                      8,  47, 5,  44, 8,  46, 4,  43, //
-                                      34, 21, 31, 18, 33, 20, 30, 17};
-
-constexpr Matrix<4> high_colour = {1, 7, 2, 8, //
-                                   5, 3, 6, 4, //
-                                   2, 8, 1, 7, //
-                                   6, 4, 5, 3};
+template <int side>
+constexpr Matrix<side> in_one_row(const int (&matrix)[side][side]) {
+    Matrix<side> thresholds{};
+    for (std::size_t i = 0; i < thresholds.size(); ++i)
+        thresholds[i] = std::uint8_t(matrix[i / side][i % side]);
+    return thresholds;
+}
+constexpr Matrix<8> sixteen_colours = in_one_row(model::sixteen_colour_matrix);
+constexpr Matrix<8> palette_device = in_one_row(model::palette_matrix);
+constexpr Matrix<4> high_colour = in_one_row(model::high_colour_matrix);
 
 TEST(DitherMatrices, RanksNumberByNumber) {
     EXPECT_EQ(display::rank_matrix<2>(), ranks_of_2);

@@ -1,11 +1,12 @@
 // The kernels that bring rows to a display, of every instruction set of this machine, and the
 // scalar forms, against the plain model: worked examples, exhaustive loops, and the sweeps over
 // lengths, alignments and fences. Which row of a matrix a run meets is tested with display runs.
-#include "tests/display_kernels/show_model.h"
+#include "tests/models/showing.h"
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
-#include "tests/kernels/row_sweep.h"
+#include "tests/kernels/kernel_sweep.h"
+#include "tests/kernels/levels.h"
 
 #include <gtest/gtest.h>
 
@@ -25,31 +26,15 @@ using model::Bytes;
 
 // --- forms -----------------------------------------------------------------------------------
 
-struct Form {
-    const char *name;
-    const ShowKernels *kernels;
-};
-void PrintTo(const Form &form, std::ostream *stream) {
-    *stream << form.name;
-}
-
-std::vector<Form> forms_of_this_machine() {
-    std::vector<Form> forms{{"scalar", &display::scalar_show_kernels}};
-    const InstructionSet best = best_instruction_set(nullptr);
-    for (const InstructionSet set : {InstructionSet::sse2, InstructionSet::sse41,
-                                     InstructionSet::avx2, InstructionSet::avx512})
-        if (set <= best)
-            forms.push_back({instruction_set_name(set), &display::show_kernels(set)});
-    return forms;
-}
-
-class ShowKernel : public testing::TestWithParam<Form> {
+class ShowKernel : public testing::TestWithParam<Level<ShowKernels>> {
 protected:
     const ShowKernels &kernels() const { return *GetParam().kernels; }
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, ShowKernel, testing::ValuesIn(forms_of_this_machine()),
-                         [](const auto &form) { return form.param.name; });
+INSTANTIATE_TEST_SUITE_P(Each, ShowKernel,
+                         testing::ValuesIn(levels_of_this_machine(display::scalar_show_kernels,
+                                                                  display::show_kernels)),
+                         name_of_level);
 
 // --- what they are given ---------------------------------------------------------------------
 
@@ -101,34 +86,34 @@ Thresholds at_least_1(Thresholds thresholds) {
 
 // --- each kernel as the sweep sees it --------------------------------------------------------
 
-std::size_t as_many(std::size_t pixels) {
-    return pixels;
-}
-std::size_t three_each(std::size_t pixels) {
-    return 3 * pixels;
-}
 std::size_t bit_bytes(std::size_t pixels) {
     return (pixels + 7) / 8;
 }
 
-Conversion colours_of_indices(const ShowKernels &k, const ColourEntries &entries) {
-    return {"colours of indices",
-            as_many,
-            three_each,
-            0,
+// A kernel and a model that take these tables beside their rows. The tables are not copied: they
+// lie where they are to be read.
+template <class Kernel, class Model, class... Tables>
+Conversion conversion(const char *name, RunBytes from, RunBytes to, Kernel *kernel, Model model,
+                      const Tables &...tables) {
+    return {name,
+            from,
+            to,
             false,
-            [&, run = k.colours_of_indices](std::uint8_t *to, const std::uint8_t *from,
-                                            std::size_t n) { run(to, from, entries, n); },
-            [&](const Bytes &source, std::size_t) {
-                return model::colours_of_indices(source, entries);
-            }};
+            [&, kernel](std::uint8_t *row, const std::uint8_t *source, std::size_t n) {
+                kernel(row, source, tables..., n);
+            },
+            [&, model](const Bytes &source, std::size_t) { return model(source, tables...); }};
+}
+
+Conversion colours_of_indices(const ShowKernels &k, const ColourEntries &entries) {
+    return conversion("colours of indices", 1, 3, k.colours_of_indices, model::colours_of_indices,
+                      entries);
 }
 
 Conversion grey_levels(const ShowKernels &k, int shift) {
     return {"grey levels, shifted by " + std::to_string(shift),
-            as_many,
-            as_many,
-            0,
+            1,
+            1,
             false,
             [=, run = k.grey_levels](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                 run(to, from, shift, n);
@@ -137,29 +122,12 @@ Conversion grey_levels(const ShowKernels &k, int shift) {
 }
 
 Conversion bits_of_greys(const ShowKernels &k, const Thresholds &thresholds) {
-    return {
-        "bits of greys",
-        as_many,
-        bit_bytes,
-        0,
-        false,
-        [&, run = k.bits_of_greys](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
-            run(to, from, thresholds, n);
-        },
-        [&](const Bytes &source, std::size_t) { return model::bits_of_greys(source, thresholds); }};
+    return conversion("bits of greys", 1, bit_bytes, k.bits_of_greys, model::bits_of_greys,
+                      thresholds);
 }
 
 Conversion cube_indices(const ShowKernels &k, const Thresholds &thresholds) {
-    return {
-        "cube indices",
-        three_each,
-        as_many,
-        0,
-        false,
-        [&, run = k.cube_indices](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
-            run(to, from, thresholds, n);
-        },
-        [&](const Bytes &source, std::size_t) { return model::cube_indices(source, thresholds); }};
+    return conversion("cube indices", 3, 1, k.cube_indices, model::cube_indices, thresholds);
 }
 
 // Bytes of a plane of that many pixels: what its bits need, words, and more than either.
@@ -173,9 +141,8 @@ std::size_t wide_planes(std::size_t pixels) {
 
 Conversion planes(const ShowKernels &k, PlaneBytes plane_bytes, const Thresholds &thresholds) {
     return {"planes",
-            three_each,
+            3,
             [=](std::size_t pixels) { return 4 * plane_bytes(pixels); },
-            plane_bytes == wide_planes ? 1u : 0u,
             false,
             [=, &thresholds, run = k.planes](std::uint8_t *to, const std::uint8_t *from,
                                              std::size_t n) {
@@ -183,48 +150,25 @@ Conversion planes(const ShowKernels &k, PlaneBytes plane_bytes, const Thresholds
             },
             [=, &thresholds](const Bytes &source, std::size_t n) {
                 return model::planes(source, thresholds, plane_bytes(n));
-            }};
+            },
+            plane_bytes == wide_planes ? 1u : 0u};
 }
 
 Conversion correct(const ShowKernels &k, const ChannelTables &tables) {
-    return {"correct",
-            three_each,
-            three_each,
-            0,
-            false,
-            [&, run = k.correct](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
-                run(to, from, tables, n);
-            },
-            [&](const Bytes &source, std::size_t) { return model::correct(source, tables); }};
+    return conversion("correct", 3, 3, k.correct, model::correct, tables);
 }
 
 Conversion high_colour(const ShowKernels &k, const ChannelTables &tables,
                        const Thresholds &thresholds) {
-    return {"high colour",
-            three_each,
-            three_each,
-            0,
-            false,
-            [&, run = k.high_colour](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
-                run(to, from, tables, thresholds, n);
-            },
-            [&](const Bytes &source, std::size_t) {
-                return model::high_colour(source, tables, thresholds);
-            }};
+    return conversion("high colour", 3, 3, k.high_colour, model::high_colour, tables, thresholds);
 }
 
 Conversion plain_high_colour(const ShowKernels &k, const Thresholds &thresholds) {
-    return {"plain high colour",
-            three_each,
-            three_each,
-            0,
-            false,
-            [&, run = k.plain_high_colour](std::uint8_t *to, const std::uint8_t *from,
-                                           std::size_t n) { run(to, from, thresholds, n); },
-            [&](const Bytes &source, std::size_t) {
-                static const ChannelTables tables = model::plain_high_colour_tables();
-                return model::high_colour(source, tables, thresholds);
-            }};
+    const auto model = [](const Bytes &source, const Thresholds &given) {
+        static const ChannelTables tables = model::plain_high_colour_tables();
+        return model::high_colour(source, tables, given);
+    };
+    return conversion("plain high colour", 3, 3, k.plain_high_colour, model, thresholds);
 }
 
 // --- examples --------------------------------------------------------------------------------
@@ -670,50 +614,6 @@ TEST_P(ShowKernel, NoPixelsAreNothing) {
     kernels().correct(nowhere, nowhere, tables, 0);
     kernels().high_colour(nowhere, nowhere, tables, thresholds, 0);
     kernels().plain_high_colour(nowhere, nowhere, thresholds, 0);
-}
-
-// --- the reference ---------------------------------------------------------------------------
-
-TEST_P(ShowKernel, EqualsTheScalarForm) {
-    const ShowKernels &scalar = display::scalar_show_kernels;
-    random_cases(200, [&](Random &random, std::uint64_t number) {
-        const std::size_t pixels = 1 + random.below(700), plane_bytes = plane_words(pixels);
-        Bytes source(3 * pixels);
-        random.fill(source);
-        const auto entries = random_table<ColourEntries>(number);
-        const auto tables = random_table<ChannelTables>(number);
-        const auto thresholds = at_least_1(random_table<Thresholds>(number));
-        const auto both = [&](const char *name, std::size_t bytes, auto run) {
-            Bytes ours(bytes, 1), reference(bytes, 2);
-            run(kernels(), ours.data());
-            run(scalar, reference.data());
-            EXPECT_EQ(ours, reference) << name << ", " << rerun(number);
-        };
-        const auto *const from = source.data();
-        both("colours of indices", 3 * pixels, [&](const ShowKernels &k, std::uint8_t *to) {
-            k.colours_of_indices(to, from, entries, pixels);
-        });
-        both("grey levels", pixels,
-             [&](const ShowKernels &k, std::uint8_t *to) { k.grey_levels(to, from, 4, pixels); });
-        both("bits of greys", bit_bytes(pixels), [&](const ShowKernels &k, std::uint8_t *to) {
-            k.bits_of_greys(to, from, thresholds, pixels);
-        });
-        both("cube indices", pixels, [&](const ShowKernels &k, std::uint8_t *to) {
-            k.cube_indices(to, from, thresholds, pixels);
-        });
-        both("planes", 4 * plane_bytes, [&](const ShowKernels &k, std::uint8_t *to) {
-            k.planes(to, plane_bytes, from, thresholds, pixels);
-        });
-        both("correct", 3 * pixels,
-             [&](const ShowKernels &k, std::uint8_t *to) { k.correct(to, from, tables, pixels); });
-        both("high colour", 3 * pixels, [&](const ShowKernels &k, std::uint8_t *to) {
-            k.high_colour(to, from, tables, thresholds, pixels);
-        });
-        both("plain high colour", 3 * pixels, [&](const ShowKernels &k, std::uint8_t *to) {
-            k.plain_high_colour(to, from, thresholds, pixels);
-        });
-        return !testing::Test::HasFailure();
-    });
 }
 
 } // namespace

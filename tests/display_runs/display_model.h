@@ -2,7 +2,8 @@
 // path a run takes, and what each path makes of a pixel. Strips and flushes are run_model.h's.
 #pragma once
 
-#include "tests/display_kernels/gamma_model.h"
+#include "tests/models/dither_matrices.h"
+#include "tests/models/gamma.h"
 
 #include <array>
 #include <cstdint>
@@ -10,23 +11,6 @@
 #include <vector>
 
 namespace q32::test::model {
-
-// --- matrices, row by row --------------------------------------------------------------------
-
-inline constexpr int sixteen_colour_matrix[8][8] = {
-    {4, 195, 52, 243, 16, 207, 64, 255},  {131, 68, 179, 116, 143, 80, 191, 128},
-    {36, 227, 20, 211, 48, 239, 32, 223}, {163, 100, 147, 84, 175, 112, 159, 96},
-    {12, 203, 60, 251, 8, 199, 56, 247},  {139, 76, 187, 124, 135, 72, 183, 120},
-    {44, 235, 28, 219, 40, 231, 24, 215}, {171, 108, 155, 92, 167, 104, 151, 88}};
-
-inline constexpr int palette_matrix[8][8] = {
-    {1, 39, 10, 48, 3, 41, 12, 51}, {26, 13, 36, 23, 28, 16, 38, 25},
-    {7, 45, 4, 42, 9, 48, 6, 44},   {32, 20, 29, 16, 35, 22, 32, 19},
-    {2, 40, 12, 50, 1, 40, 11, 49}, {28, 15, 37, 24, 27, 14, 36, 24},
-    {8, 47, 5, 44, 8, 46, 4, 43},   {34, 21, 31, 18, 33, 20, 30, 17}};
-
-inline constexpr int high_colour_matrix[4][4] = {
-    {1, 7, 2, 8}, {5, 3, 6, 4}, {2, 8, 1, 7}, {6, 4, 5, 3}};
 
 // --- what a run is opened with ---------------------------------------------------------------
 

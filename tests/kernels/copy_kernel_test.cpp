@@ -1,9 +1,12 @@
 // The kernels that copy runs of bits and rows of bytes, in the form of every instruction set of
 // this machine, against plain models: all positions and lengths up to several vectors, between
 // fences, with the destination's surroundings checked.
+#include "rows/kernels/row_kernels.h"
+
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
 #include "tests/kernels/levels.h"
+#include "tests/models/scaling.h"
 
 #include <gtest/gtest.h>
 
@@ -16,27 +19,19 @@
 namespace q32::test {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using model::Bytes;
 
-class CopyKernel : public testing::TestWithParam<Level> {
+class CopyKernel : public testing::TestWithParam<Level<rows::RowKernels>> {
 protected:
     const rows::RowKernels &kernels() const { return *GetParam().kernels; }
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, CopyKernel, testing::ValuesIn(levels_of_this_machine()),
-                         [](const auto &level) { return level.param.name; });
+INSTANTIATE_TEST_SUITE_P(Each, CopyKernel,
+                         testing::ValuesIn(levels_of_this_machine(rows::scalar_row_kernels,
+                                                                  rows::row_kernels)),
+                         name_of_level);
 
 // --- bits, one at a time ------------------------------------------------------------------------
-
-bool bit_at(const std::uint8_t *bytes, std::size_t position) {
-    return (bytes[position / 8] >> (7 - position % 8) & 1) != 0;
-}
-
-void set_bit(std::uint8_t *bytes, std::size_t position, bool value) {
-    const auto mask = static_cast<std::uint8_t>(0x80 >> position % 8);
-    std::uint8_t &byte = bytes[position / 8];
-    byte = static_cast<std::uint8_t>(value ? byte | mask : byte & ~mask);
-}
 
 std::size_t bytes_touched(std::size_t first_bit, std::size_t bits) {
     return bits == 0 ? 0 : (first_bit % 8 + bits + 7) / 8;
@@ -69,7 +64,8 @@ public:
         Bytes expected(destination_.begin(), destination_.end());
         std::uint8_t *const expected_to = expected.data() + (to - destination_.begin());
         for (std::size_t i = 0; i < c.bits; ++i)
-            set_bit(expected_to, c.destination_bit % 8 + i, bit_at(from, c.source_bit % 8 + i));
+            model::put_bit(expected_to, c.destination_bit % 8 + i,
+                           model::bit(from, c.source_bit % 8 + i));
 
         copy(to - c.destination_bit / 8, 0, c.destination_bit, from - c.source_bit / 8, 0,
              c.source_bit, c.bits, 1);
@@ -137,7 +133,7 @@ TEST_P(CopyKernel, BitsBehindThemselves) {
         random.fill(row);
         Bytes expected = row;
         for (std::size_t i = 0; i < bits; ++i)
-            set_bit(expected.data(), bits + i, bit_at(row.data(), i));
+            model::put_bit(expected.data(), bits + i, model::bit(row.data(), i));
         kernels().copy_bit_rows(row.data(), 0, bits, row.data(), 0, 0, bits, 1);
         ASSERT_EQ(row, expected) << bits << " bits";
     }
@@ -162,8 +158,8 @@ TEST_P(CopyKernel, BitsOfRandomRectangles) {
         Bytes expected(destination.begin(), destination.end());
         for (std::size_t row = 0; row < rows; ++row)
             for (std::size_t i = 0; i < c.bits; ++i)
-                set_bit(expected.data() + row * to_stride, c.destination_bit + i,
-                        bit_at(from + row * from_stride, c.source_bit + i));
+                model::put_bit(expected.data() + row * to_stride, c.destination_bit + i,
+                               model::bit(from + row * from_stride, c.source_bit + i));
         kernels().copy_bit_rows(destination.begin(), to_stride, c.destination_bit, from,
                                 from_stride, c.source_bit, c.bits, rows);
         const bool same = std::equal(expected.begin(), expected.end(), destination.begin());

@@ -5,9 +5,9 @@
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
+#include "tests/kernels/kernel_sweep.h"
 #include "tests/kernels/levels.h"
-#include "tests/kernels/row_models.h"
-#include "tests/kernels/row_sweep.h"
+#include "tests/models/rows.h"
 
 #include <gtest/gtest.h>
 
@@ -21,15 +21,6 @@ namespace {
 using model::Bytes;
 using rows::RowKernels;
 
-std::size_t as_many(std::size_t pixels) {
-    return pixels;
-}
-std::size_t two_each(std::size_t pixels) {
-    return 2 * pixels;
-}
-std::size_t three_each(std::size_t pixels) {
-    return 3 * pixels;
-}
 std::size_t bits(std::size_t pixels) {
     return (pixels + 7) / 8;
 }
@@ -39,25 +30,24 @@ std::size_t bits(std::size_t pixels) {
 Conversion fill(const RowKernels &k, std::size_t pixel_bytes) {
     return {std::string{"fill "} + std::to_string(pixel_bytes),
             [=](std::size_t) { return pixel_bytes; },
-            [=](std::size_t n) { return pixel_bytes * n; },
-            0,
+            pixel_bytes,
             false,
             k.fill[pixel_bytes - 1],
             [](const Bytes &pattern, std::size_t n) { return model::fill(pattern, n); }};
 }
 
 Conversion invert(const RowKernels &k) {
-    return {"invert", as_many, as_many, 0, true, k.invert, [](const Bytes &source, std::size_t) {
-                return model::byte_invert(source);
-            }};
+    return {"invert", 1,
+            1,        true,
+            k.invert, [](const Bytes &source, std::size_t) {
+                return model::byte_invert(source); }};
 }
 
 Conversion bit_to_byte(const RowKernels &k, std::uint8_t one) {
     return {
         std::string{"bit to byte, a set bit is "} + std::to_string(one),
         bits,
-        as_many,
-        0,
+        1,
         false,
         [=, run = k.bit_to_byte](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
             run(to, from, n, one);
@@ -67,9 +57,8 @@ Conversion bit_to_byte(const RowKernels &k, std::uint8_t one) {
 
 Conversion byte_to_bit(const RowKernels &k, std::uint8_t threshold) {
     return {std::string{"byte to bit, threshold "} + std::to_string(threshold),
-            as_many,
+            1,
             bits,
-            0,
             true,
             [=, run = k.byte_to_bit](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                 run(to, from, n, threshold);
@@ -80,15 +69,19 @@ Conversion byte_to_bit(const RowKernels &k, std::uint8_t threshold) {
 }
 
 Conversion narrow(const char *name, rows::Conversion *run, const model::Layout16 &layout) {
-    return {name, three_each, two_each, 0, true, run, [&](const Bytes &source, std::size_t n) {
-                return model::narrow(source, n, layout);
-            }};
+    return {
+        name, 3,
+        2,    true,
+        run,  [&](const Bytes &source, std::size_t n) {
+                return model::narrow(source, n, layout); }};
 }
 
 Conversion widen(const char *name, rows::Conversion *run, const model::Layout16 &layout) {
-    return {name, two_each, three_each, 0, false, run, [&](const Bytes &source, std::size_t n) {
-                return model::widen(source, n, layout);
-            }};
+    return {
+        name, 2,
+        3,    false,
+        run,  [&](const Bytes &source, std::size_t n) {
+                return model::widen(source, n, layout); }};
 }
 
 Conversion to_555(const RowKernels &k) {
@@ -105,13 +98,10 @@ Conversion from_565(const RowKernels &k) {
 }
 
 Conversion swap_channels(const RowKernels &k) {
-    return {"swap red and blue",
-            three_each,
-            three_each,
-            0,
-            true,
-            k.swap_red_blue,
-            [](const Bytes &source, std::size_t n) { return model::swap_channels(source, n); }};
+    return {
+        "swap red and blue", 3, 3, true, k.swap_red_blue, [](const Bytes &source, std::size_t n) {
+            return model::swap_channels(source, n);
+        }};
 }
 
 // A mapping reads exactly its tables: they may lie at either fence or anywhere.
@@ -127,11 +117,10 @@ constexpr MappingKind mapping_kinds[] = {{"map 8", &RowKernels::map_8, 1, 1},
                                          {"map 48", &RowKernels::map_48, 3, 2}};
 
 Conversion mapping(const RowKernels &k, const MappingKind &kind, const std::uint8_t *tables) {
-    const auto bytes = [=](std::size_t n) { return kind.channels * kind.sample_bytes * n; };
+    const std::size_t bytes = kind.channels * kind.sample_bytes;
     return {kind.name,
             bytes,
             bytes,
-            0,
             true,
             [=, run = k.*kind.kernel](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                 run(to, from, tables, n);
@@ -163,13 +152,15 @@ Bytes random_bytes(std::size_t count, std::uint64_t number) {
     return bytes;
 }
 
-class RowKernel : public testing::TestWithParam<Level> {
+class RowKernel : public testing::TestWithParam<Level<RowKernels>> {
 protected:
     const RowKernels &kernels() const { return *GetParam().kernels; }
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, RowKernel, testing::ValuesIn(levels_of_this_machine()),
-                         [](const auto &level) { return level.param.name; });
+INSTANTIATE_TEST_SUITE_P(Each, RowKernel,
+                         testing::ValuesIn(levels_of_this_machine(rows::scalar_row_kernels,
+                                                                  rows::row_kernels)),
+                         name_of_level);
 
 // --- sweeps ---
 

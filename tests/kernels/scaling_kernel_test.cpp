@@ -6,13 +6,12 @@
 
 #include "tests/frame/random.h"
 #include "tests/kernels/fenced_run.h"
-#include "tests/kernels/scaling_models.h"
+#include "tests/kernels/levels.h"
+#include "tests/models/scaling.h"
 
 #include <gtest/gtest.h>
 
 #include <iterator>
-#include <optional>
-#include <ostream>
 #include <string>
 
 namespace q32::test {
@@ -22,25 +21,6 @@ using model::Bytes;
 using rows::PixelKind;
 using rows::RowScaling;
 using rows::ScalingKernels;
-
-struct ScalingLevel {
-    const char *name;
-    const ScalingKernels *kernels;
-};
-
-void PrintTo(const ScalingLevel &level, std::ostream *stream) {
-    *stream << level.name;
-}
-
-std::vector<ScalingLevel> levels() {
-    std::vector<ScalingLevel> all{{"scalar", &rows::scalar_scaling_kernels}};
-    const InstructionSet best = best_instruction_set(nullptr);
-    for (const InstructionSet set : {InstructionSet::sse2, InstructionSet::sse41,
-                                     InstructionSet::avx2, InstructionSet::avx512})
-        if (set <= best)
-            all.push_back({instruction_set_name(set), &rows::scaling_kernels(set)});
-    return all;
-}
 
 // --- each kernel as the tests see it ------------------------------------------------------------
 
@@ -101,13 +81,8 @@ const Bytes &random_bytes() {
     return bytes;
 }
 
-class ScalingKernel : public testing::TestWithParam<ScalingLevel> {
+class ScalingKernel : public testing::TestWithParam<Level<ScalingKernels>> {
 protected:
-    // Blocks for rows of up to so many bytes.
-    void make_room(std::size_t source_bytes, std::size_t destination_bytes) {
-        run_.emplace(source_bytes, destination_bytes);
-    }
-
     // One row of random bytes.
     void prepare(const Scaling &scaling, std::size_t pixels, std::size_t factor, Random &random) {
         scaling_ = scaling;
@@ -123,7 +98,7 @@ protected:
     testing::AssertionResult runs(Place to, Place from) {
         RowScaling *const kernel = scaling_.kernel(*GetParam().kernels);
         const testing::AssertionResult result =
-            run_->gives(expected_, source_, to, from, [&](auto *row, auto *source_row) {
+            run_.gives(expected_, source_, to, from, [&](auto *row, auto *source_row) {
                 kernel(row, source_row, pixels_, factor_);
             });
         if (result)
@@ -144,11 +119,13 @@ private:
     Scaling scaling_{};
     std::size_t pixels_ = 0, factor_ = 1;
     Bytes source_, expected_;
-    std::optional<FencedRun> run_;
+    FencedRun run_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, ScalingKernel, testing::ValuesIn(levels()),
-                         [](const auto &level) { return std::string{level.param.name}; });
+INSTANTIATE_TEST_SUITE_P(Each, ScalingKernel,
+                         testing::ValuesIn(levels_of_this_machine(rows::scalar_scaling_kernels,
+                                                                  rows::scaling_kernels)),
+                         name_of_level);
 
 std::vector<Scaling> all_scalings() {
     std::vector<Scaling> all{{true, nullptr}, {false, nullptr}};
@@ -167,7 +144,6 @@ std::string seed_text() {
 
 TEST_P(ScalingKernel, AllLengthsAndSmallFactors) {
     constexpr std::size_t longest = 300, largest = 17;
-    make_room(4 * (longest + largest), 4 * longest * largest);
     for (const Scaling &scaling : all_scalings())
         for (std::size_t factor = 1; factor <= largest; ++factor)
             for (std::size_t pixels = 0; pixels <= longest; ++pixels) {
@@ -181,8 +157,6 @@ TEST_P(ScalingKernel, AllLengthsAndSmallFactors) {
 }
 
 TEST_P(ScalingKernel, ShortRowsAndLargeFactors) {
-    constexpr std::size_t longest = 40, largest = 5000;
-    make_room(4 * (longest + largest), 4 * longest * largest);
     for (const Scaling &scaling : all_scalings())
         for (const std::size_t factor :
              {18,  19,  20,  23,  24,  25,   31,   32,   33,   40,  47,  48,
@@ -200,7 +174,6 @@ TEST_P(ScalingKernel, ShortRowsAndLargeFactors) {
 // Reduced rows of all lengths up to several vectors, the last group of one pixel or of all.
 TEST_P(ScalingKernel, ReducedRowsOfAllLengths) {
     constexpr std::size_t longest = 280, largest = 20;
-    make_room(4 * longest * largest, 4 * longest);
     for (const Scaling &scaling : all_scalings())
         for (std::size_t factor = 2; !scaling.enlarges && factor <= largest; ++factor)
             for (std::size_t n = 1; n <= longest; ++n)
@@ -220,7 +193,7 @@ TEST_P(ScalingKernel, OnePixelAtEachPlace) {
             for (std::size_t place = 0; place < pixels; ++place) {
                 Bytes source(scaling.source_bytes(pixels, factor));
                 if (!scaling.pixel)
-                    model::put_bit(source, place, true);
+                    model::put_bit(source.data(), place, true);
                 else
                     for (std::size_t byte = 0; byte < scaling.pixel->pixel_bytes; ++byte)
                         source[place * scaling.pixel->pixel_bytes + byte] =
@@ -235,7 +208,6 @@ TEST_P(ScalingKernel, OnePixelAtEachPlace) {
 // --- alignments ---------------------------------------------------------------------------------
 
 TEST_P(ScalingKernel, AllAlignments) {
-    make_room(4 * 300 * 8, 4 * 300 * 8);
     for (const Scaling &scaling : all_scalings())
         for (const std::size_t factor : {1, 2, 3, 4, 5, 6, 8})
             for (const std::size_t pixels : {5, 67, 300}) {
@@ -254,7 +226,6 @@ TEST_P(ScalingKernel, AllAlignments) {
 
 TEST_P(ScalingKernel, RandomRows) {
     constexpr std::size_t longest = 20000, most_bytes = 400000;
-    make_room(4 * (longest + 1000), most_bytes);
     random_cases(1200, [&](Random &random, std::uint64_t number) {
         const std::vector<Scaling> all = all_scalings();
         const Scaling &scaling = all[random.below(all.size())];

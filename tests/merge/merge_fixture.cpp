@@ -108,57 +108,13 @@ RunPixels some_pixels(Random &random, std::size_t pixels, int bytes) {
     return made;
 }
 
-// --- memory ----------------------------------------------------------------------------------
-
-std::size_t Block::margin_before() const {
-    return std::min(margin, std::size_t(data_ - memory_->begin()));
-}
-
-std::size_t Block::margin_behind() const {
-    return std::min(margin, std::size_t(memory_->end() - data_ - size_));
-}
-
-std::uint8_t *Block::hold(const Bytes &bytes, Fence fence, std::size_t distance) {
-    if (!memory_ || memory_->size() < bytes.size() + distance)
-        memory_ =
-            std::make_unique<FencedMemory>(std::max<std::size_t>(bytes.size() + distance, 16384));
-    size_ = bytes.size();
-    data_ =
-        fence == Fence::before ? memory_->begin() + distance : memory_->end() - distance - size_;
-    // Other bytes every time: no stray write matches them for long.
-    beside_ = std::uint8_t(beside_ * 5 + 113);
-    std::memset(data_ - margin_before(), beside_, margin_before());
-    std::memset(data_ + size_, beside_, margin_behind());
-    std::copy(bytes.begin(), bytes.end(), data_);
-    return data_;
-}
-
-std::string Block::difference(const Bytes &expected) const {
-    const auto said = [this](const std::uint8_t *at, int wanted) {
-        return "byte " + std::to_string(at - data_) + " of " + std::to_string(size_) + " is " +
-               std::to_string(*at) + ", not " + std::to_string(wanted);
-    };
-    if (expected.size() != size_)
-        return "the block has " + std::to_string(size_) + " bytes, not " +
-               std::to_string(expected.size());
-    for (const std::uint8_t *at = data_ - margin_before(); at < data_; ++at)
-        if (*at != beside_)
-            return "outside, " + said(at, beside_);
-    for (const std::uint8_t *at = data_ + size_; at < data_ + size_ + margin_behind(); ++at)
-        if (*at != beside_)
-            return "outside, " + said(at, beside_);
-    const auto [wanted, found] = std::mismatch(expected.begin(), expected.end(), data_);
-    return wanted == expected.end() ? "" : said(found, *wanted);
-}
-
 // --- runs checked against the model ----------------------------------------------------------
 
 std::ostream &operator<<(std::ostream &out, const RunCase &run) {
     return out << "mode " << run.call.mode << ", " << run.pixels << " pixels of " << run.call.bytes
                << " bytes, transparency " << run.call.transparency
                << (run.masked ? ", mask" : ", no mask") << (run.call.mmx ? ", MMX" : ", no MMX")
-               << ", " << name_of(run.sharing) << ", " << run.distance << " bytes "
-               << (run.fence == Fence::before ? "behind" : "before") << " a fence";
+               << ", " << name_of(run.sharing) << ", " << run.place;
 }
 
 testing::AssertionResult RunStage::agrees(const RunCase &run, const RunPixels &pixels) {
@@ -176,18 +132,20 @@ testing::AssertionResult RunStage::agrees(const RunCase &run, const RunPixels &p
                                             : first(pixels.overlay, size);
     const Bytes mask = first(pixels.mask, run.pixels);
 
-    std::uint8_t *const result_at = result_.hold(held, run.fence, run.distance);
-    std::uint8_t *const base_at =
-        base_is_result ? result_at : base_.hold(base, run.fence, run.distance / 2);
+    const auto nearer = [&](std::size_t by) {
+        return Place{run.place.at_end, run.place.distance / by};
+    };
+    std::uint8_t *const result_at = result_.hold(held, run.place);
+    std::uint8_t *const base_at = base_is_result ? result_at : base_.hold(base, nearer(2));
     std::uint8_t *const overlay_at = overlay_is_result ? result_at
-                                     : overlay_is_base
-                                         ? base_at
-                                         : overlay_.hold(overlay, run.fence, run.distance / 3);
-    std::uint8_t *const mask_at = mask_.hold(mask, run.fence, run.distance / 5);
+                                     : overlay_is_base ? base_at
+                                                       : overlay_.hold(overlay, nearer(3));
+    std::uint8_t *const mask_at = mask_.hold(mask, nearer(5));
 
     Bytes expected = held;
     const bool accepted =
-        model::merge_run(expected, run.call, base, run.masked ? &mask : nullptr, overlay);
+        model::merge_run(expected.data(), run.call, base.data(), run.masked ? mask.data() : nullptr,
+                         overlay.data(), run.pixels);
     const int returned = api().i32Merge(result_at, base_at, run.masked ? mask_at : nullptr,
                                         overlay_at, run.call.bytes, int(run.pixels),
                                         unsigned(run.call.mode), run.call.transparency);

@@ -5,10 +5,10 @@
 
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
-#include "tests/frame/fenced_memory.h"
 #include "tests/frame/library.h"
 #include "tests/frame/random.h"
-#include "tests/merge/merge_model.h"
+#include "tests/kernels/fenced_block.h"
+#include "tests/models/merging.h"
 
 #include <gtest/gtest.h>
 
@@ -53,11 +53,17 @@ inline std::string mmx_flag_name(const testing::TestParamInfo<bool> &flag) {
 
 inline constexpr int all_transparencies[] = {-5, 0, 1, 10, 37, 50, 99, 100, 250};
 
-inline bool is_of_colour(int mode) {
-    return mode >= 2 && mode <= 5;
-}
+using model::all_modes;
+using model::is_of_colour;
+using model::other_sizes;
+using model::rectangle_modes;
+using model::usual_sizes;
 
 // --- pixels ----------------------------------------------------------------------------------
+
+inline int between(Random &random, int low, int high) {
+    return low + int(random.below(std::size_t(high - low + 1)));
+}
 
 // Bytes at random, every third on a boundary of some rule.
 Bytes some_bytes(Random &random, std::size_t count);
@@ -66,37 +72,7 @@ Bytes pixels_near(Random &random, const Bytes &others, std::size_t bytes);
 // Stretches of 0, of 255 and of anything.
 Bytes some_mask(Random &random, std::size_t pixels);
 
-// --- memory ----------------------------------------------------------------------------------
-
-enum class Fence { before, behind };
-
-// A block of memory of exactly so many bytes: at one end, or so many bytes from it, lies an
-// inaccessible page, and what lies beside the block is looked after. Keeps its memory from one
-// content to the next.
-class Block {
-public:
-    Block() = default;
-    explicit Block(const Bytes &bytes, Fence fence = Fence::behind) { hold(bytes, fence); }
-
-    std::uint8_t *hold(const Bytes &bytes, Fence fence = Fence::behind, std::size_t distance = 0);
-    std::uint8_t *data() const { return data_; }
-    std::size_t size() const { return size_; }
-    Bytes contents() const { return Bytes(data_, data_ + size_); }
-
-    // Empty when the block holds these bytes and its neighbourhood what it held.
-    std::string difference(const Bytes &expected) const;
-    void expect(const Bytes &expected) const { EXPECT_EQ(difference(expected), ""); }
-
-private:
-    static constexpr std::size_t margin = 80;
-    std::size_t margin_before() const;
-    std::size_t margin_behind() const;
-
-    std::unique_ptr<FencedMemory> memory_;
-    std::uint8_t *data_ = nullptr;
-    std::size_t size_ = 0;
-    std::uint8_t beside_ = 0x5A;
-};
+using Block = FencedBlock;
 
 // --- runs checked against the model ----------------------------------------------------------
 
@@ -110,8 +86,7 @@ struct RunCase {
     std::size_t pixels;
     bool masked;
     Sharing sharing = Sharing::nothing;
-    Fence fence = Fence::behind;
-    std::size_t distance = 0;
+    Place place = {};
 };
 std::ostream &operator<<(std::ostream &out, const RunCase &run);
 

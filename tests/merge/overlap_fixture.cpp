@@ -15,9 +15,9 @@ public:
         end_ = std::max(end_, begin + int(length));
     }
     std::size_t size() const { return std::size_t(end_ - begin_); }
-    std::size_t place(int begin) const { return std::size_t(begin - begin_); }
-    std::optional<std::size_t> place(const std::optional<int> &begin) const {
-        return begin ? std::optional(place(*begin)) : std::nullopt;
+    // Of a block that begins there.
+    std::uint8_t *address(std::uint8_t *block, std::optional<int> begin) const {
+        return begin ? block + (*begin - begin_) : nullptr;
     }
 
 private:
@@ -71,13 +71,6 @@ std::string texts(const Case &c) {
     return text.str();
 }
 
-std::uint8_t *address(const Block &block, std::size_t place) {
-    return block.data() + place;
-}
-std::uint8_t *address(const Block &block, const std::optional<std::size_t> &place) {
-    return place ? block.data() + *place : nullptr;
-}
-
 } // namespace
 
 std::ostream &operator<<(std::ostream &out, const OverlapRun &c) {
@@ -95,10 +88,6 @@ std::ostream &operator<<(std::ostream &out, const OverlapImages &c) {
                << ", rectangle " << text_of(c.rectangle);
 }
 
-bool runs_have(const model::Call &call, bool masked) {
-    return (!is_of_colour(call.mode) || call.bytes == 3) && (call.mode != 8 || masked);
-}
-
 Bytes some_memory(Random &random, std::size_t count) {
     Bytes memory;
     while (memory.size() < count) {
@@ -113,14 +102,17 @@ Bytes some_memory(Random &random, std::size_t count) {
     return memory;
 }
 
-template <class Case, class Places, class Model, class Call>
-testing::AssertionResult OverlapStage::compare(const Case &c, Contents contents, Fence fence,
-                                               const Places &places, std::size_t size, Model model,
-                                               Call call) {
-    Bytes expected(contents.begin(), contents.begin() + std::ptrdiff_t(size));
-    block_.hold(expected, fence);
-    model(expected, places);
-    const int returned = call(places);
+template <class Case, class Model, class Call>
+testing::AssertionResult OverlapStage::compare(const Case &c, Contents contents, Place place,
+                                               Model model, Call call) {
+    const Stretches held = stretches_of(c);
+    Bytes expected(contents.begin(), contents.begin() + std::ptrdiff_t(held.size()));
+    block_.hold(expected, place);
+    const auto within = [&](std::uint8_t *memory) {
+        return [&held, memory](std::optional<int> begin) { return held.address(memory, begin); };
+    };
+    model(within(expected.data()));
+    const int returned = call(within(block_.data()));
     std::ostringstream wrong;
     if (returned == 0)
         wrong << "returns 0; ";
@@ -133,56 +125,46 @@ testing::AssertionResult OverlapStage::compare(const Case &c, Contents contents,
     return testing::AssertionFailure() << c << ": " << text;
 }
 
-testing::AssertionResult OverlapStage::agrees(const OverlapRun &c, Contents contents, Fence fence) {
-    const Stretches held = stretches_of(c);
-    const model::RunPlaces places{held.place(0), held.place(c.base), held.place(c.mask),
-                                  held.place(c.overlay)};
+// at(begin) is the address of a stretch.
+testing::AssertionResult OverlapStage::agrees(const OverlapRun &c, Contents contents, Place place) {
     return compare(
-        c, contents, fence, places, held.size(),
-        [&](Bytes &memory, const model::RunPlaces &at) {
-            model::merge_run_within(memory, c.call, at, c.pixels);
+        c, contents, place,
+        [&](auto at) {
+            model::merge_run(at(0), c.call, at(c.base), at(c.mask), at(c.overlay), c.pixels);
         },
-        [&](const model::RunPlaces &at) {
-            return api().i32Merge(address(block_, at.result), address(block_, at.base),
-                                  address(block_, at.mask), address(block_, at.overlay),
-                                  c.call.bytes, int(c.pixels), unsigned(c.call.mode),
-                                  c.call.transparency);
+        [&](auto at) {
+            return api().i32Merge(at(0), at(c.base), at(c.mask), at(c.overlay), c.call.bytes,
+                                  int(c.pixels), unsigned(c.call.mode), c.call.transparency);
         });
 }
 
 testing::AssertionResult OverlapStage::agrees(const OverlapRectangles &c, Contents contents,
-                                              Fence fence) {
-    const Stretches held = stretches_of(c);
-    const model::ImagePlaces places{held.place(0), held.place(c.mask), held.place(c.overlay)};
+                                              Place place) {
     return compare(
-        c, contents, fence, places, held.size(),
-        [&](Bytes &memory, const model::ImagePlaces &at) {
-            model::merge_rectangles_within(memory, c.call, at, c.width, c.height, c.mask_rectangle,
-                                           c.overlay_rectangle);
+        c, contents, place,
+        [&](auto at) {
+            model::merge_rectangles(at(0), c.width, c.height, at(c.mask), box_of(c.mask_rectangle),
+                                    at(c.overlay), box_of(c.overlay_rectangle), c.call);
         },
-        [&](const model::ImagePlaces &at) {
-            return api().i32MergeEx(address(block_, at.image), c.width, c.height,
-                                    address(block_, at.mask), &c.mask_rectangle,
-                                    address(block_, at.overlay), &c.overlay_rectangle, c.call.bytes,
-                                    c.call.mode, c.call.transparency);
+        [&](auto at) {
+            return api().i32MergeEx(at(0), c.width, c.height, at(c.mask), &c.mask_rectangle,
+                                    at(c.overlay), &c.overlay_rectangle, c.call.bytes, c.call.mode,
+                                    c.call.transparency);
         });
 }
 
 testing::AssertionResult OverlapStage::agrees(const OverlapImages &c, Contents contents,
-                                              Fence fence) {
-    const Stretches held = stretches_of(c);
-    const model::ImagePlaces places{held.place(0), held.place(c.mask), held.place(c.overlay)};
+                                              Place place) {
     return compare(
-        c, contents, fence, places, held.size(),
-        [&](Bytes &memory, const model::ImagePlaces &at) {
-            model::merge_images_within(memory, c.call, at, c.width, c.height, c.x, c.y,
-                                       c.overlay_width, c.overlay_height, c.rectangle);
+        c, contents, place,
+        [&](auto at) {
+            model::merge_images(at(0), c.width, c.height, c.x, c.y, at(c.overlay), at(c.mask),
+                                c.overlay_width, c.overlay_height, box_of(c.rectangle), c.call);
         },
-        [&](const model::ImagePlaces &at) {
+        [&](auto at) {
             return api().i32MergeRamToRam(
-                address(block_, at.image), c.width, c.height, c.call.bytes, c.x, c.y,
-                address(block_, at.overlay), address(block_, at.mask), c.overlay_width,
-                c.overlay_height, c.rectangle, c.call.mode, c.call.transparency);
+                at(0), c.width, c.height, c.call.bytes, c.x, c.y, at(c.overlay), at(c.mask),
+                c.overlay_width, c.overlay_height, c.rectangle, c.call.mode, c.call.transparency);
         });
 }
 

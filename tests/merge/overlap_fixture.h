@@ -2,10 +2,9 @@
 // to end, and compared with the model in every byte.
 #pragma once
 
-#include "tests/merge/overlap_model.h"
 #include "tests/merge/rectangle_fixture.h"
 
-#include <span>
+#include <optional>
 
 namespace q32::test {
 
@@ -40,25 +39,21 @@ struct OverlapImages {
 };
 std::ostream &operator<<(std::ostream &out, const OverlapImages &c);
 
-// Whether i32Merge, and the rectangle functions, have the mode for such pixels and such a mask.
-bool runs_have(const model::Call &call, bool masked);
-
 // Memory in which merging goes on for long: of any bytes, of small ones, of masks.
 Bytes some_memory(Random &random, std::size_t count);
 
 // What the block holds before a call: the first of these bytes.
-using Contents = std::span<const std::uint8_t>;
+using Contents = View;
 
 class OverlapStage {
 public:
-    testing::AssertionResult agrees(const OverlapRun &c, Contents contents, Fence fence);
-    testing::AssertionResult agrees(const OverlapRectangles &c, Contents contents, Fence fence);
-    testing::AssertionResult agrees(const OverlapImages &c, Contents contents, Fence fence);
+    testing::AssertionResult agrees(const OverlapRun &c, Contents contents, Place place);
+    testing::AssertionResult agrees(const OverlapRectangles &c, Contents contents, Place place);
+    testing::AssertionResult agrees(const OverlapImages &c, Contents contents, Place place);
 
 private:
-    template <class Case, class Places, class Model, class Call>
-    testing::AssertionResult compare(const Case &c, Contents contents, Fence fence,
-                                     const Places &places, std::size_t size, Model model,
+    template <class Case, class Model, class Call>
+    testing::AssertionResult compare(const Case &c, Contents contents, Place place, Model model,
                                      Call call);
 
     Block block_;

@@ -29,19 +29,15 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(Mmx, Overlap, testing::Bool(), mmx_flag_name);
 
-int between(Random &random, int low, int high) {
-    return low + int(random.below(std::size_t(high - low + 1)));
-}
-
-Fence some_fence(Random &random) {
-    return random.below(2) == 0 ? Fence::before : Fence::behind;
+Place some_fence(Random &random) {
+    return {random.below(2) != 0};
 }
 
 // Calls body(call) for every mode and both sizes of pixels, until one fails.
 template <class Body>
 void for_every_mode(int last, bool mmx, Body body) {
     for (int mode = 1; mode <= last; ++mode)
-        for (const int bytes : {1, 3}) {
+        for (const int bytes : usual_sizes) {
             if (testing::Test::HasFailure())
                 return;
             body(model::Call{mode, bytes, 0, mmx});
@@ -58,7 +54,7 @@ TEST_P(Overlap, OfOverlayAndResult) {
     for (int overlay = -200; overlay <= 200; ++overlay)
         for_every_mode(16, mmx(), [&](model::Call call) {
             for (const bool masked : {false, true}) {
-                if (!runs_have(call, masked))
+                if (!model::runs_have(call, masked))
                     continue;
                 const int bases[] = {0, elsewhere, overlay};
                 call.transparency = transparencies[random.below(4)];
@@ -75,7 +71,7 @@ TEST_P(Overlap, OfBaseAndResult) {
     for (int base = -200; base <= 200; ++base)
         for_every_mode(16, mmx(), [&](model::Call call) {
             for (const bool masked : {false, true}) {
-                if (!runs_have(call, masked))
+                if (!model::runs_have(call, masked))
                     continue;
                 const int overlays[] = {0, elsewhere, base / 2, -base, -3, 1};
                 call.transparency = transparencies[random.below(4)];
@@ -91,7 +87,7 @@ TEST_P(Overlap, OfMaskAndResult) {
     Random random(test_seed(), 4);
     for (int mask = -200; mask <= 650; ++mask)
         for_every_mode(16, mmx(), [&](model::Call call) {
-            if (!runs_have(call, true))
+            if (!model::runs_have(call, true))
                 return;
             call.transparency = transparencies[random.below(4)];
             const int places[] = {0, elsewhere, between(random, -200, 200)};

@@ -68,8 +68,8 @@ private:
 };
 
 TEST_P(MergePriority, OfRunsIsRaisedAndGivenBack) {
-    for (int mode = 1; mode <= 16; ++mode)
-        for (const int bytes : {1, 3})
+    for (const int mode : all_modes)
+        for (const int bytes : usual_sizes)
             for (const bool masked : {true, false})
                 for (const bool over_itself : {true, false}) {
                     SCOPED_TRACE(mode);
@@ -101,7 +101,7 @@ TEST_P(MergePriority, OfRunsWithNothingToDoStays) {
 
 TEST_P(MergePriority, OfRectanglesIsRaisedAndGivenBack) {
     for (int mode = 0; mode <= 17; ++mode)
-        for (const int bytes : {1, 3})
+        for (const int bytes : usual_sizes)
             for (const bool masked : {true, false})
                 for (const int transparency : {-5, 30, 100, 250}) {
                     SCOPED_TRACE(mode);
@@ -133,7 +133,7 @@ TEST_P(MergePriority, OfRectanglesThatDoNotMeetStays) {
 TEST_P(MergePriority, StaysRaisedWithoutSubstituteMask) {
     for (const char *function : {"GlobalAlloc", "GlobalLock"})
         for (const int mode : {MERGE_LIGHTEN, MERGE_DARKEN})
-            for (const int bytes : {1, 3})
+            for (const int bytes : usual_sizes)
                 for (const bool over_itself : {true, false}) {
                     const FailingCall failing(function);
                     expect_set({raised}, false,
@@ -144,7 +144,7 @@ TEST_P(MergePriority, StaysRaisedWithoutSubstituteMask) {
 }
 
 TEST_P(MergePriority, IsGivenBackWithoutAnyOtherBlock) {
-    for (int mode = 1; mode <= 16; ++mode) {
+    for (const int mode : all_modes) {
         SCOPED_TRACE(mode);
         const int blocks = is_of_colour(mode) ? 3 : 1;
         for (int n = 1; n <= blocks; ++n) {
@@ -236,7 +236,7 @@ TEST_P(MergePriority, IsRaisedWhileBytesAreMerged) {
         bytes.rearm();
     };
     const RECT row{0, 0, pixels, 1};
-    for (int mode = 1; mode <= 16; ++mode) {
+    for (const int mode : all_modes) {
         SCOPED_TRACE(mode);
         expect_touched(api().i32Merge(bytes.data(), base_.data(), mask_.data(), overlay_.data(), 3,
                                       pixels, unsigned(mode), 30));
@@ -259,7 +259,7 @@ TEST_P(MergePriority, ThatCannotBeHadChangesNothingElse) {
     RunStage runs;
     RectangleStage rectangles;
     for (const char *function : {"GetThreadPriority", "SetThreadPriority"})
-        for (int mode = 1; mode <= 16; ++mode) {
+        for (const int mode : all_modes) {
             const FailingCall failing(function, 1, FailingCall::from_there_on);
             EXPECT_TRUE(runs.agrees({{mode, 3, 30, mmx()}, pixels, true}, bytes_));
             EXPECT_TRUE(rectangles.agrees(

@@ -15,10 +15,6 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(Mmx, RandomMerges, testing::Bool(), mmx_flag_name);
 
-int between(Random &random, int low, int high) {
-    return low + int(random.below(std::size_t(high - low + 1)));
-}
-
 int some_size(Random &random) {
     const std::size_t choice = random.below(10);
     return choice < 5 ? 3 : choice < 8 ? 1 : between(random, 1, 8);
@@ -31,8 +27,7 @@ TEST_P(RandomMerges, OfRuns) {
                     1 + (random.below(4) == 0 ? random.below(4000) : random.below(200)),
                     random.below(2) == 0,
                     all_sharings[random.below(std::size(all_sharings))],
-                    random.below(3) == 0 ? Fence::before : Fence::behind,
-                    random.below(2) == 0 ? 0 : random.below(64)};
+                    {random.below(3) != 0, random.below(2) == 0 ? 0 : random.below(64)}};
         const auto result = stage.agrees(run, some_pixels(random, run.pixels, run.call.bytes));
         EXPECT_TRUE(result) << rerun(number);
         return bool(result);

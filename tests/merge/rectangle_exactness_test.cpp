@@ -8,10 +8,6 @@ namespace {
 class MergedRectangles : public MergeTestWithMmxFlag {};
 INSTANTIATE_TEST_SUITE_P(Mmx, MergedRectangles, testing::Bool(), mmx_flag_name);
 
-int between(Random &random, int low, int high) {
-    return low + int(random.below(std::size_t(high - low + 1)));
-}
-
 int some_transparency(Random &random) {
     return all_transparencies[random.below(std::size(all_transparencies))];
 }
@@ -63,8 +59,8 @@ void make_extreme(Random &random, RECT &r) {
 TEST_P(MergedRectangles, EveryModeWeightAndSize) {
     RectangleStage stage;
     Random random(test_seed(), 1);
-    for (int mode = 1; mode <= 15; ++mode)
-        for (const int bytes : {1, 3})
+    for (const int mode : rectangle_modes)
+        for (const int bytes : usual_sizes)
             for (const bool masked : {false, true})
                 for (const int transparency : all_transparencies)
                     for (const int width : {1, 2, 15, 33, 127, 128, 129, 257}) {
@@ -89,8 +85,8 @@ TEST_P(MergedRectangles, EveryModeWeightAndSize) {
 TEST_P(MergedRectangles, EveryTransparency) {
     RectangleStage stage;
     Random random(test_seed(), 2);
-    for (int mode = 1; mode <= 15; ++mode)
-        for (const int bytes : {1, 3})
+    for (const int mode : rectangle_modes)
+        for (const int bytes : usual_sizes)
             for (const bool masked : {false, true})
                 for (int transparency = 0; transparency <= 100; ++transparency) {
                     const model::Call call{mode, bytes, transparency, mmx()};
@@ -102,8 +98,8 @@ TEST_P(MergedRectangles, EveryTransparency) {
 TEST_P(MergedRectangles, PixelsOfOtherSizes) {
     RectangleStage stage;
     Random random(test_seed(), 3);
-    for (const int bytes : {2, 4, 5, 6, 7, 8})
-        for (int mode = 1; mode <= 15; ++mode)
+    for (const int bytes : other_sizes)
+        for (const int mode : rectangle_modes)
             for (const bool masked : {false, true})
                 for (const int transparency : {0, 37, 100}) {
                     const model::Call call{mode, bytes, transparency, mmx()};
@@ -119,8 +115,8 @@ TEST_P(MergedRectangles, PixelsOfOtherSizes) {
 TEST_P(MergedRectangles, WideRows) {
     RectangleStage stage;
     Random random(test_seed(), 4);
-    for (int mode = 1; mode <= 15; ++mode)
-        for (const int bytes : {1, 3})
+    for (const int mode : rectangle_modes)
+        for (const int bytes : usual_sizes)
             for (const bool masked : {false, true})
                 for (const int width : {2047, 2048, 2049, 5000}) {
                     const model::Call call{mode, bytes, 30, mmx()};

@@ -192,7 +192,7 @@ TEST_P(RectangleExamplesEitherWay, OnlyWhatIsInAllThree) {
                   0, 11, 12, 0, //
                   0, 14, 15, 0});
     image.hold(Bytes(12, 0));
-    mask.hold({255, 255, 0, 255, 255, 255, 255, 128});
+    mask.hold(Bytes{255, 255, 0, 255, 255, 255, 255, 128});
     EXPECT_SUCCESS(api().i32MergeEx(image.data(), 4, 3, mask.data(), &mask_at, overlay.data(),
                                     &overlay_at, 1, MERGE_NORMAL, 0));
     image.expect({0, 0, 0, 0,  //

@@ -136,7 +136,7 @@ TEST_P(RectangleFailures, ColourModesOfPixelsWithoutColour) {
 }
 
 TEST_P(RectangleFailures, NullPointers) {
-    for (int mode = 1; mode <= 15; ++mode)
+    for (const int mode : rectangle_modes)
         for (const bool masked : {true, false})
             for (const int transparency : {0, 50, 100}) {
                 Arguments a = arguments(mode, masked);

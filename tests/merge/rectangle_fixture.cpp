@@ -58,8 +58,8 @@ std::optional<std::size_t> RectangleStage::bytes_of(const RECT &rectangle, int w
 void RectangleStage::fill(std::size_t image, std::size_t overlay, std::size_t mask, int bytes,
                           Random &random) {
     const auto size = std::size_t(bytes);
-    const auto fence = [&] { return random.below(4) == 0 ? Fence::before : Fence::behind; };
-    image_.hold(some_bytes(random, image * size), fence());
+    const auto place = [&] { return Place{random.below(4) != 0}; };
+    image_.hold(some_bytes(random, image * size), place());
     // Every other overlay is close to the image in every pixel.
     overlay_bytes_ = some_bytes(random, overlay * size);
     if (random.below(2) == 0) {
@@ -68,9 +68,9 @@ void RectangleStage::fill(std::size_t image, std::size_t overlay, std::size_t ma
             overlay_bytes_[i] = base[i % base.size()];
         overlay_bytes_ = pixels_near(random, overlay_bytes_, size);
     }
-    overlay_.hold(overlay_bytes_, fence());
+    overlay_.hold(overlay_bytes_, place());
     mask_bytes_ = some_mask(random, mask);
-    mask_.hold(mask_bytes_, fence());
+    mask_.hold(mask_bytes_, place());
 }
 
 std::string RectangleStage::difference(int returned, int point, const model::Call &call,
@@ -103,9 +103,9 @@ testing::AssertionResult RectangleStage::agrees(const RectangleCase &c, Random &
     fill(area(c.width, c.height), overlay.value_or(0), c.masked ? mask.value_or(0) : 0,
          c.call.bytes, random);
     Bytes expected = image_.contents();
-    const int point =
-        model::merge_rectangles(expected, c.width, c.height, c.masked ? &mask_bytes_ : nullptr,
-                                c.mask, overlay_bytes_, c.overlay, c.call);
+    const int point = model::merge_rectangles(
+        expected.data(), c.width, c.height, c.masked ? mask_bytes_.data() : nullptr, box_of(c.mask),
+        overlay_bytes_.data(), box_of(c.overlay), c.call);
     frame::forget_reports();
     const int returned = api().i32MergeEx(
         image_.data(), c.width, c.height, c.masked ? mask_.data() : nullptr, &c.mask,
@@ -120,9 +120,10 @@ testing::AssertionResult RectangleStage::agrees(const ImageCase &c, Random &rand
     const std::size_t overlay = area(c.overlay_width, c.overlay_height);
     fill(area(c.width, c.height), overlay, c.masked ? overlay : 0, c.call.bytes, random);
     Bytes expected = image_.contents();
-    const int point = model::merge_images(expected, c.width, c.height, c.x, c.y, overlay_bytes_,
-                                          c.masked ? &mask_bytes_ : nullptr, c.overlay_width,
-                                          c.overlay_height, c.rectangle, c.call);
+    const int point =
+        model::merge_images(expected.data(), c.width, c.height, c.x, c.y, overlay_bytes_.data(),
+                            c.masked ? mask_bytes_.data() : nullptr, c.overlay_width,
+                            c.overlay_height, box_of(c.rectangle), c.call);
     frame::forget_reports();
     const int returned =
         api().i32MergeRamToRam(image_.data(), c.width, c.height, c.call.bytes, c.x, c.y,

@@ -47,6 +47,10 @@ private:
     Bytes overlay_bytes_, mask_bytes_;
 };
 
+inline model::Box box_of(const RECT &r) {
+    return {r.left, r.top, r.right, r.bottom};
+}
+
 inline std::string text_of(const RECT &r) {
     return "(" + std::to_string(r.left) + ", " + std::to_string(r.top) + ", " +
            std::to_string(r.right) + ", " + std::to_string(r.bottom) + ")";

@@ -145,7 +145,7 @@ TEST_P(RunRefusals, ReliefWithoutMask) {
 
 TEST_P(RunRefusals, NullPointers) {
     for (unsigned mode = 1; mode <= 16; ++mode)
-        for (const int bytes : {1, 3})
+        for (const int bytes : usual_sizes)
             for (const bool masked : {true, false})
                 for (const int transparency : {0, 50, 99}) {
                     Arguments good = arguments();
@@ -255,7 +255,7 @@ std::vector<Want> wants_of(const MemoryCase &c) {
 class RunMemory : public MergeTestWithMmxFlag {
 protected:
     static void for_all_cases(const std::function<void(const MemoryCase &)> &body) {
-        for (int mode = 1; mode <= 16; ++mode)
+        for (const int mode : all_modes)
             for (const int bytes : {1, 3, 8})
                 for (const bool masked : {true, false})
                     for (const Sharing sharing : all_sharings) {

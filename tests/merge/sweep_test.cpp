@@ -29,11 +29,11 @@ RunPixels all_pairs(std::size_t bytes) {
 // Every mask byte of every pair of samples, at full strength and under one percentage.
 TEST_P(MergeSweep, EveryTripleOfEveryMode) {
     RunStage stage;
-    for (const int bytes : {1, 3}) {
+    for (const int bytes : usual_sizes) {
         if (bytes == 1 && mmx())
             continue; // grey rounds in one way only
         RunPixels pairs = all_pairs(std::size_t(bytes));
-        for (int mode = 1; mode <= 16; ++mode) {
+        for (const int mode : all_modes) {
             if (is_of_colour(mode) || (mode >= 6 && mode <= 7 && bytes == 3))
                 continue;
             for (int m = 0; m < 256; ++m) {
@@ -53,7 +53,7 @@ TEST_P(MergeSweep, EveryTripleOfEveryMode) {
 // Every weight that a percentage gives, without a mask.
 TEST_P(MergeSweep, EveryPairAtEveryTransparency) {
     RunStage stage;
-    for (const int bytes : {1, 3}) {
+    for (const int bytes : usual_sizes) {
         const RunPixels pairs = all_pairs(std::size_t(bytes));
         for (const int mode : {1, 9, 10, 11, 12, 13, 14, 15, 16})
             for (int transparency = 0; transparency < 100; ++transparency)
@@ -68,7 +68,7 @@ TEST_P(MergeSweep, EveryPairAtEveryTransparency) {
 // Every mask byte under every percentage: the weights themselves, white over black.
 TEST_P(MergeSweep, EveryMaskByteAtEveryTransparency) {
     RunStage stage;
-    for (const int bytes : {1, 3}) {
+    for (const int bytes : usual_sizes) {
         RunPixels all;
         const auto size = 256 * std::size_t(bytes);
         all.result = Bytes(size, 100);
@@ -76,7 +76,7 @@ TEST_P(MergeSweep, EveryMaskByteAtEveryTransparency) {
         all.overlay = Bytes(size, 255);
         for (int m = 0; m < 256; ++m)
             all.mask.push_back(std::uint8_t(m));
-        for (int mode = 1; mode <= 16; ++mode)
+        for (const int mode : all_modes)
             for (int transparency = 0; transparency <= 100; ++transparency)
                 ASSERT_TRUE(stage.agrees({{mode, bytes, transparency, mmx()}, 256, true}, all));
     }

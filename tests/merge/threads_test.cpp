@@ -21,14 +21,16 @@ public:
         base_ = some_bytes(random, size);
         overlay_ = pixels_near(random, base_, 3);
         mask_ = some_mask(random, width * height);
-        for (int mode = 1; mode <= 16; ++mode) {
+        for (const int mode : all_modes) {
             const model::Call call{mode, 3, int(number * 7 % 40), mmx};
             calls_.push_back(call);
             Bytes run = base_;
-            model::merge_run(run, call, base_, &mask_, overlay_);
+            model::merge_run(run.data(), call, base_.data(), mask_.data(), overlay_.data(),
+                             width * height);
             runs_.push_back(run);
             Bytes image = base_;
-            model::merge_rectangles(image, width, height, &mask_, whole, overlay_, whole, call);
+            model::merge_rectangles(image.data(), width, height, mask_.data(), box_of(whole),
+                                    overlay_.data(), box_of(whole), call);
             rectangles_.push_back(image);
         }
     }

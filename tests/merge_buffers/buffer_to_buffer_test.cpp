@@ -202,7 +202,7 @@ TEST_F(BufferToBuffer, TransparencyIsPercent) {
         EXPECT_SUCCESS(merge(destination, 0, overlay, {3, 3, {0, 0, 30, 20}, mode, transparency}));
         return read_rows(destination).bytes();
     };
-    for (int mode = 1; mode <= 15; ++mode) {
+    for (const int mode : rectangle_modes) {
         SCOPED_TRACE(mode);
         for (int below : {-1, -5, -100, -256, INT_MIN, INT_MIN + 1})
             EXPECT_EQ(merged(mode, below), merged(mode, 0)) << below;

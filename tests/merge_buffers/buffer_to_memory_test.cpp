@@ -242,7 +242,7 @@ TEST_P(CellsOutsideTheImage, LockCounts) {
         model::merge_pictures(
             image, locks.masked ? &mask.picture : nullptr, overlay.picture,
             model::place(request, 300, 300, locks.image_width, locks.image_height),
-            rules_of(request, 1));
+            call_of(request, 1));
 
         forget_reports();
         EXPECT_EQ(merge(memory.data(), locks.image_width, locks.image_height, 1,

@@ -162,6 +162,14 @@ Request random_request(Random &random, int width, int height) {
             between(random, 0, 100)};
 }
 
+// These, and after a failure there is nothing left but to unlock.
+void expect_calls(const LockWatch &watch, const EntryCalls &expected) {
+    ASSERT_GE(watch.calls().size(), expected.size()) << "ends early";
+    const auto end = watch.calls().begin() + std::ptrdiff_t(expected.size());
+    EXPECT_EQ(EntryCalls(watch.calls().begin(), end), expected);
+    EXPECT_TRUE(std::none_of(end, watch.calls().end(), is_lock));
+}
+
 TEST_F(LockCalls, FromBufferToBufferFailingInTurn) {
     random_cases(25, [this](Random &random, uint64_t number) {
         SCOPED_TRACE(number);
@@ -182,7 +190,7 @@ TEST_F(LockCalls, FromBufferToBufferFailingInTurn) {
             for (size_t i = 0; i < finished; ++i)
                 model::merge_pictures(destination.picture, masked ? &mask.picture : nullptr,
                                       overlay.picture, placement_of(pieces[i]),
-                                      rules_of(request, 3));
+                                      call_of(request, 3));
             {
                 LockWatch watch(
                     {{destination_name, destination}, {mask_name, mask}, {overlay_name, overlay}},
@@ -192,17 +200,7 @@ TEST_F(LockCalls, FromBufferToBufferFailingInTurn) {
                           n == 0 || n > all_locks ? 1 : 0);
                 expect_no_report();
                 EXPECT_TRUE(watch.balanced());
-                const EntryCalls before = n == 0 ? expected : up_to(expected, n);
-                if (watch.calls().size() < before.size()) {
-                    ADD_FAILURE() << "ends early";
-                    return false;
-                }
-                EXPECT_EQ(EntryCalls(watch.calls().begin(),
-                                     watch.calls().begin() + std::ptrdiff_t(before.size())),
-                          before);
-                // After a failure there is nothing left but to unlock.
-                EXPECT_TRUE(std::none_of(watch.calls().begin() + std::ptrdiff_t(before.size()),
-                                         watch.calls().end(), is_lock));
+                expect_calls(watch, n == 0 ? expected : up_to(expected, n));
             }
             for (const Side *side : {&overlay, &destination, &mask})
                 EXPECT_EQ(side->locks(), 0u);
@@ -235,7 +233,7 @@ TEST_F(LockCalls, FromBufferToMemoryFailingInTurn) {
             const size_t finished = n == 0 ? pieces.size() : finished_at(expected, n);
             for (size_t i = 0; i < finished; ++i)
                 model::merge_pictures(image, masked ? &mask.picture : nullptr, overlay.picture,
-                                      placement_of(pieces[i]), rules_of(request, 3));
+                                      placement_of(pieces[i]), call_of(request, 3));
             {
                 LockWatch watch({{mask_name, mask}, {overlay_name, overlay}}, n);
                 forget_reports();
@@ -244,16 +242,7 @@ TEST_F(LockCalls, FromBufferToMemoryFailingInTurn) {
                     n == 0 || n > all_locks ? 1 : 0);
                 expect_no_report();
                 EXPECT_TRUE(watch.balanced());
-                const EntryCalls before = n == 0 ? expected : up_to(expected, n);
-                if (watch.calls().size() < before.size()) {
-                    ADD_FAILURE() << "ends early";
-                    return false;
-                }
-                EXPECT_EQ(EntryCalls(watch.calls().begin(),
-                                     watch.calls().begin() + std::ptrdiff_t(before.size())),
-                          before);
-                EXPECT_TRUE(std::none_of(watch.calls().begin() + std::ptrdiff_t(before.size()),
-                                         watch.calls().end(), is_lock));
+                expect_calls(watch, n == 0 ? expected : up_to(expected, n));
             }
             EXPECT_EQ(overlay.locks(), 0u);
             EXPECT_EQ(mask.locks(), 0u);
@@ -279,11 +268,11 @@ TEST_F(LockCalls, FromBufferToSmallImages) {
         memory.set(image.image.bytes());
         if (place.verdict != Placement::placed)
             return true;
-        const model::Rules rules = rules_of(request, 1);
+        const model::Call call = call_of(request, 1);
         std::vector<model::Piece> pieces = model::pieces_to_memory(place, overlay.cells());
-        if (rules.valid()) {
+        if (model::rectangles_have(call)) {
             model::merge_pictures(image, masked ? &mask.picture : nullptr, overlay.picture, place,
-                                  rules);
+                                  call);
         } else {
             pieces.resize(1); // which lies in the image, and fails
         }
@@ -292,7 +281,7 @@ TEST_F(LockCalls, FromBufferToSmallImages) {
             LockWatch watch({{mask_name, mask}, {overlay_name, overlay}});
             EXPECT_EQ(
                 merge(memory.data(), width, height, 1, masked ? HBUF32(mask) : 0, overlay, request),
-                rules.valid() ? 1 : 0);
+                model::rectangles_have(call) ? 1 : 0);
             EXPECT_EQ(watch.calls(), calls_to_memory(pieces, masked));
         }
         const auto outside =

@@ -47,9 +47,9 @@ TEST_F(MergeFailures, WhatPiecesAskFor) {
         {0x40, 28 * 12}, {0x40, 28 * 12}, {0x40, 28 * 3},  {0x40, 52 * 12},
         {0x40, 52 * 12}, {0x40, 52 * 3},  {0x40, 28 * 12}, {0x40, 28 * 12},
         {0x40, 28 * 3},  {0x40, 52 * 12}, {0x40, 52 * 12}, {0x40, 52 * 3}};
-    for (int mode = 1; mode <= 15; ++mode) {
+    for (const int mode : rectangle_modes) {
         SCOPED_TRACE(mode);
-        const bool fields = mode >= 2 && mode <= 5;
+        const bool fields = is_of_colour(mode);
         for (bool masked : {false, true}) {
             const Asked expected{masked ? std::vector<SIZE_T>{} : stand_ins,
                                  fields ? rows : std::vector<std::pair<UINT, SIZE_T>>{}};
@@ -77,7 +77,7 @@ class FailingPiece : public MergeTest, public testing::WithParamInterface<int> {
 
 TEST_P(FailingPiece, OfBuffersAndOfMemory) {
     const int mode = GetParam();
-    const bool fields = mode >= 2 && mode <= 5;
+    const bool fields = is_of_colour(mode);
     Random random(test_seed(), 2);
     Side overlay(24, 300, 200, random), destination(24, 300, 200, random),
         mask(8, 300, 200, random);
@@ -111,7 +111,7 @@ TEST_P(FailingPiece, OfBuffersAndOfMemory) {
                     for (int i = 0; i < (n - 1) / per_piece; ++i)
                         model::merge_pictures(result, masked ? &mask.picture : nullptr,
                                               overlay.picture, placement_of(pieces[size_t(i)]),
-                                              rules_of(request, 3));
+                                              call_of(request, 3));
                     const Census before = Census::now();
                     forget_reports();
                     {
@@ -223,8 +223,8 @@ struct Scenario {
     bool to_files;
 };
 
-void sweep(MergeTest &, const Scenario &scenario, const model::Rules &rules) {
-    const Request request{20, 30, {10, 15, 190, 150}, rules.mode, rules.transparency};
+void sweep(MergeTest &, const Scenario &scenario, const model::Call &call) {
+    const Request request{20, 30, {10, 15, 190, 150}, call.mode, call.transparency};
     for (const char *function : acquiring_calls)
         for (auto extent : {FailingCall::only_there, FailingCall::from_there_on})
             for (int n = 1;; ++n) {
@@ -261,7 +261,7 @@ void sweep(MergeTest &, const Scenario &scenario, const model::Rules &rules) {
                 if (result == 1 || !silent) {
                     model::merge_pictures(
                         destination.picture, scenario.masked ? &mask.picture : nullptr,
-                        overlay.picture, model::place(request, 190, 150, 200, 160), rules);
+                        overlay.picture, model::place(request, 190, 150, 200, 160), call);
                     destination.expect_picture();
                 }
                 overlay.expect_picture();

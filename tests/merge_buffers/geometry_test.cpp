@@ -126,12 +126,12 @@ TEST_P(Geometries, FromBufferToMemory) {
 // Four cells of each meet in every way, in every mode.
 TEST_P(Geometries, FourCellsOverFourCells) {
     Random random(test_seed(), 1);
-    for (int bits : {8, 24})
+    for (const int bits : usual_depths)
         for (bool masked : {false, true}) {
             Side overlay(bits, 200, 210, random), destination(bits, 220, 190, random);
             Side mask(8, 200, 210, random);
             make_mask(mask, random);
-            for (int mode = 1; mode <= 15; ++mode)
+            for (const int mode : rectangle_modes)
                 for (int transparency : {0, 40}) {
                     const Request request{between(random, 10, 127),
                                           between(random, 10, 127),

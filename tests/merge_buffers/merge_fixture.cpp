@@ -351,17 +351,17 @@ void MergeTest::check_buffer_to_buffer(Side &destination, Side *mask, Side &over
     SCOPED_TRACE(text_of(request));
     const Placement place = model::place(request, overlay.width(), overlay.height(),
                                          destination.width(), destination.height());
-    const model::Rules rules = rules_of(request, overlay.bytes());
+    const model::Call call = call_of(request, overlay.bytes());
     States states{&destination, mask, &overlay};
     bool succeeds = place.verdict == Placement::nothing_left;
     if (place.verdict == Placement::placed) {
         states.lock(&destination, BUF32_WRITE_3);
         states.lock(&overlay, BUF32_READ);
         states.lock(mask, BUF32_READ);
-        succeeds = rules.valid();
+        succeeds = model::rectangles_have(call);
         if (succeeds)
             model::merge_pictures(destination.picture, mask ? &mask->picture : nullptr,
-                                  overlay.picture, place, rules);
+                                  overlay.picture, place, call);
     }
     forget_reports();
     EXPECT_EQ(merge(destination, handle_of(mask), overlay, request), succeeds ? 1 : 0);
@@ -375,7 +375,7 @@ void MergeTest::check_buffer_to_memory(Picture &image, Side *mask, Side &overlay
     const Geometry &size = image.geometry;
     const Placement place =
         model::place(request, overlay.width(), overlay.height(), size.width, size.height);
-    const model::Rules rules = rules_of(request, overlay.bytes());
+    const model::Call call = call_of(request, overlay.bytes());
     States states{mask, &overlay};
     Random random(0, 0);
     MemoryBlock memory(image.image.bytes().size(), fence, random);
@@ -384,10 +384,10 @@ void MergeTest::check_buffer_to_memory(Picture &image, Side *mask, Side &overlay
     if (place.verdict == Placement::placed) {
         states.lock(&overlay, BUF32_READ);
         states.lock(mask, BUF32_READ);
-        succeeds = rules.valid();
+        succeeds = model::rectangles_have(call);
         if (succeeds)
             model::merge_pictures(image, mask ? &mask->picture : nullptr, overlay.picture, place,
-                                  rules);
+                                  call);
     }
     forget_reports();
     EXPECT_EQ(merge(memory.data(), int(size.width), int(size.height), overlay.bytes(),

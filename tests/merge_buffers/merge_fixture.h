@@ -14,8 +14,13 @@
 
 namespace q32::test {
 
+using model::is_of_colour;
 using model::Placement;
+using model::rectangle_modes;
 using model::Request;
+
+// Pixels that have kernels of their own: grey and colour.
+inline constexpr int usual_depths[] = {8, 24};
 
 // --- buffers of every sort -------------------------------------------------------------------
 
@@ -153,8 +158,8 @@ protected:
     void TearDown() override;
 
     bool mmx() const { return mmx_; }
-    model::Rules rules_of(const Request &request, int bytes) const {
-        return {request.mode, request.transparency, bytes, mmx_};
+    model::Call call_of(const Request &request, int bytes) const {
+        return {request.mode, bytes, request.transparency, mmx_};
     }
 
     // i32MergeBufToBuf, silent; its result, the destination's pixels and the state of all buffers

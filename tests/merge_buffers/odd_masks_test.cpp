@@ -15,7 +15,7 @@ struct Outcome {
 };
 
 Outcome merge_pieces(Picture &image, const std::vector<model::Piece> &pieces, const Side &mask,
-                     const Side &overlay, const model::Rules &rules) {
+                     const Side &overlay, const model::Call &call) {
     const Geometry weights = mask.cells();
     const Bytes bytes = storage_of(mask.picture.image, weights);
     for (const model::Piece &piece : pieces) {
@@ -29,7 +29,7 @@ Outcome merge_pieces(Picture &image, const std::vector<model::Piece> &pieces, co
             return {0, {}};
         for (int64_t j = 0; j < piece.height; ++j)
             for (int64_t i = 0; i < piece.width; ++i)
-                model::merge_pixel(rules, model::pixel_of(image, piece.x + i, piece.y + j),
+                model::merge_pixel(call, model::pixel_of(image, piece.x + i, piece.y + j),
                                    model::pixel_of(overlay.picture, piece.left + i, piece.top + j),
                                    bytes[size_t(weights.offset_of(cell) +
                                                 (y + j) * weights.row_bytes_of(cell) + x + i)]);
@@ -38,7 +38,7 @@ Outcome merge_pieces(Picture &image, const std::vector<model::Piece> &pieces, co
 }
 
 void check(MergeTest &, Side &destination, const Side &mask, const Side &overlay,
-           const Request &request, const model::Rules &rules) {
+           const Request &request, const model::Call &call) {
     SCOPED_TRACE(text_of(request) + ", mask of " +
                  size_text(mask.picture.bits(), mask.width(), mask.height()));
     const Placement place = model::place(request, overlay.width(), overlay.height(),
@@ -47,7 +47,7 @@ void check(MergeTest &, Side &destination, const Side &mask, const Side &overlay
     if (place.verdict == Placement::placed)
         expected = merge_pieces(destination.picture,
                                 model::pieces_between(place, destination.cells(), overlay.cells()),
-                                mask, overlay, rules);
+                                mask, overlay, call);
     forget_reports();
     EXPECT_EQ(merge(destination, mask, overlay, request), expected.result);
     EXPECT_EQ(frame::reports(), expected.reports);
@@ -72,7 +72,7 @@ TEST_F(OddMasks, Smaller) {
         EXPECT_SILENT_FAILURE(merge(image.data(), 100, 90, 3, mask, overlay, all));
         EXPECT_EQ(image, none);
         EXPECT_EQ(mask.locks() + overlay.locks(), 0u);
-        check(*this, destination, mask, overlay, part, rules_of(part, 3));
+        check(*this, destination, mask, overlay, part, call_of(part, 3));
     }
 }
 
@@ -124,7 +124,7 @@ TEST_F(OddMasks, OfAnySizeAndDepth) {
                                   {left, top, left + side(), top + side()},
                                   bits == 24 || random.below(2) == 0 ? MERGE_NORMAL : MERGE_ADD,
                                   between(random, 0, 100)};
-            check(*this, destination, mask, overlay, request, rules_of(request, bits / 8));
+            check(*this, destination, mask, overlay, request, call_of(request, bits / 8));
         }
         return !HasFailure();
     });

@@ -2,19 +2,17 @@
 // pixel, in place.
 #pragma once
 
-#include "tests/merge/in_order.h"
 #include "tests/merge_buffers/placement_model.h"
 
 namespace q32::test::model {
 
-// One piece: what its rows hold is what the pieces before it have left there.
-inline void merge_piece_in_order(const Rules &rules, const Rows &result, const Rows &mask,
+// One piece: what its rows hold is what the pieces before it have left there. The buffer forms know
+// no missing mask: it is full.
+inline void merge_piece_in_order(const Call &call, const Rows &result, const Rows &mask,
                                  const Rows &overlay, int64_t width, int64_t height) {
-    merge_rows_in_order(result, mask, overlay, size_t(width), size_t(height), size_t(rules.bytes),
-                        unit_of_rectangle(rules.mode, rules.bytes, rules.mmx),
-                        [&rules](uint8_t *pixel, const uint8_t *weight, const uint8_t *over) {
-                            merge_pixel(rules, pixel, over, weight ? *weight : 255);
-                        });
+    const Bytes full(size_t(width), 255);
+    merge_rows(result, mask.at ? RowsToRead{mask.at, mask.stride} : RowsToRead{full.data(), 0},
+               {overlay.at, overlay.stride}, size_t(width), size_t(height), call);
 }
 
 inline Rows rows_from(Picture &picture, int64_t x, int64_t y) {
@@ -23,9 +21,9 @@ inline Rows rows_from(Picture &picture, int64_t x, int64_t y) {
 
 // From buffer to buffer; any two pictures may be one.
 inline void merge_pictures_in_order(Picture &destination, Picture *mask, Picture &overlay,
-                                    const std::vector<Piece> &pieces, const Rules &rules) {
+                                    const std::vector<Piece> &pieces, const Call &call) {
     for (const Piece &piece : pieces)
-        merge_piece_in_order(rules, rows_from(destination, piece.x, piece.y),
+        merge_piece_in_order(call, rows_from(destination, piece.x, piece.y),
                              mask ? rows_from(*mask, piece.left, piece.top) : Rows{},
                              rows_from(overlay, piece.left, piece.top), piece.width, piece.height);
 }
@@ -54,10 +52,10 @@ struct Storage {
 
 // From buffer to memory, which may lie in a buffer's storage. A mask has the overlay's cells.
 inline void merge_storage_in_order(const Plain &image, const Storage *mask, const Storage &overlay,
-                                   const Placement &place, const Rules &rules) {
+                                   const Placement &place, const Call &call) {
     for (const Piece &piece : pieces_to_memory(place, overlay.geometry))
         if (piece.width > 0)
-            merge_piece_in_order(rules, image.from(piece.x, piece.y),
+            merge_piece_in_order(call, image.from(piece.x, piece.y),
                                  mask ? mask->from(piece.left, piece.top) : Rows{},
                                  overlay.from(piece.left, piece.top), piece.width, piece.height);
 }

@@ -25,7 +25,7 @@ protected:
             model::merge_pictures_in_order(
                 destination.picture, mask ? &mask->picture : nullptr, overlay.picture,
                 model::pieces_between(place, destination.cells(), overlay.cells()),
-                rules_of(request, overlay.bytes()));
+                call_of(request, overlay.bytes()));
         EXPECT_SUCCESS(merge(destination, mask ? HBUF32(*mask) : 0, overlay, request));
         destination.expect_picture();
         for (const Side *side :
@@ -42,7 +42,7 @@ int some_transparency(Random &random) {
 
 int some_mode(Random &random, int bits) {
     const int mode = between(random, 1, 15);
-    return bits == 8 && mode >= 2 && mode <= 5 ? MERGE_ADD : mode;
+    return bits == 8 && is_of_colour(mode) ? MERGE_ADD : mode;
 }
 
 // Small bytes take long to add up to white.
@@ -138,11 +138,11 @@ TEST_P(BufferOverlap, OfABufferMovedALittle) {
 
 TEST_P(BufferOverlap, OfEveryModeMovedByOne) {
     Random random(test_seed(), 3);
-    for (int mode = 1; mode <= 15; ++mode)
-        for (const int bits : {8, 24})
+    for (const int mode : rectangle_modes)
+        for (const int bits : usual_depths)
             for (int x = -1; x <= 1; ++x)
                 for (int y = -1; y <= 1; ++y) {
-                    if (bits == 8 && mode >= 2 && mode <= 5)
+                    if (bits == 8 && is_of_colour(mode))
                         continue;
                     Side both(bits, 260, 131, random), mask(8, 260, 131, random);
                     make_mask(mask, random);
@@ -179,7 +179,7 @@ TEST_P(BufferOverlap, OfRectanglesAtRandom) {
 TEST_P(BufferOverlap, OfEverySort) {
     Random random(test_seed(), 4);
     for (Sort sort : all_sorts)
-        for (const int bits : {8, 24})
+        for (const int bits : usual_depths)
             for (const auto &[x, y] :
                  {std::pair{1, 0}, {-1, 0}, {3, 1}, {-3, 2}, {2, -1}, {0, 1}}) {
                 SCOPED_TRACE(std::string(name_of(sort)) + ", " + std::to_string(bits) + " bits");
@@ -274,7 +274,7 @@ TEST_P(BufferOverlap, OfPixelsInOneBlock) {
         if (place.verdict == Placement::placed)
             model::merge_storage_in_order({memory.data() + result.at, result.width, bytes},
                                           masked ? &by : nullptr, from, place,
-                                          rules_of(request, bytes));
+                                          call_of(request, bytes));
         EXPECT_SUCCESS(to_memory ? merge(block.data() + result.at, result.width, result.height,
                                          bytes, masked ? HBUF32(mask) : 0, overlay, request)
                                  : merge(destination, masked ? HBUF32(mask) : 0, overlay, request));
@@ -343,7 +343,7 @@ TEST_P(BufferOverlap, OfAnImageInTheStorage) {
             {around.expected() + at, image_width, bytes}, masked ? &by : nullptr,
             overlay_storage.model(),
             model::place(request, width, height, image_width, image_height),
-            rules_of(request, bytes));
+            call_of(request, bytes));
         EXPECT_SUCCESS(merge(around.base() + at, image_width, image_height, bytes,
                              masked ? HBUF32(mask) : 0, overlay, request));
         EXPECT_TRUE(overlay_storage.holds_expected()) << "the overlay's storage";

@@ -2,8 +2,10 @@
 // and the merge of whole pictures. All arithmetic is 64 bits wide.
 #pragma once
 
-#include "tests/merge_buffers/pixel_model.h"
+#include "tests/models/merging.h"
 #include "tests/models/picture.h"
+
+#include <q32base/merge.h>
 
 namespace q32::test::model {
 
@@ -59,14 +61,19 @@ inline const uint8_t *pixel_of(const Picture &picture, int64_t x, int64_t y) {
     return picture.image.row(size_t(y)) + picture.bit_of(x) / 8;
 }
 
+// The buffer forms know no missing mask: it is full.
+inline void merge_pixel(const Call &call, uint8_t *base, const uint8_t *overlay, uint8_t mask) {
+    merge_pixel_of_rectangle(base, call, &mask, overlay);
+}
+
 // Merges the whole rectangle at once. The overlay may be the destination itself where no pixel is
 // read after it has been written.
 inline void merge_pictures(Picture &destination, const Picture *mask, const Picture &overlay,
-                           const Placement &place, const Rules &rules) {
+                           const Placement &place, const Call &call) {
     const Picture from = overlay;
     for (int64_t j = 0; j < place.height; ++j)
         for (int64_t i = 0; i < place.width; ++i)
-            merge_pixel(rules, pixel_of(destination, place.x + i, place.y + j),
+            merge_pixel(call, pixel_of(destination, place.x + i, place.y + j),
                         pixel_of(from, place.left + i, place.top + j),
                         mask ? *pixel_of(*mask, place.left + i, place.top + j) : 255);
 }

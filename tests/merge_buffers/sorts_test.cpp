@@ -17,7 +17,7 @@ TEST_F(Sorts, EveryOverlayIntoEveryDestination) {
     Random random(test_seed(), 1);
     for (Sort from : all_sorts)
         for (Sort into : all_sorts)
-            for (int bits : {8, 24}) {
+            for (const int bits : usual_depths) {
                 SCOPED_TRACE(std::string(name_of(from)) + " into " + name_of(into) + ", " +
                              std::to_string(bits) + " bits");
                 Side overlay(from, bits, 190, 150, random);
@@ -34,7 +34,7 @@ TEST_F(Sorts, EveryOverlayIntoEveryDestination) {
 TEST_F(Sorts, EveryMask) {
     Random random(test_seed(), 2);
     for (Sort sort : all_sorts)
-        for (int bits : {8, 24}) {
+        for (const int bits : usual_depths) {
             SCOPED_TRACE(std::string(name_of(sort)) + ", " + std::to_string(bits) + " bits");
             Side mask(sort, 8, 190, 150, random);
             Side overlay(mask.cells().linear ? Sort::linear : Sort::tiled, bits, 190, 150, random);
@@ -53,7 +53,7 @@ TEST_F(Sorts, EveryMask) {
 TEST_F(Sorts, EveryOverlayIntoMemory) {
     Random random(test_seed(), 3);
     for (Sort sort : all_sorts)
-        for (int bits : {8, 24})
+        for (const int bits : usual_depths)
             for (bool masked : {false, true}) {
                 SCOPED_TRACE(std::string(name_of(sort)) + ", " + std::to_string(bits) + " bits");
                 Side overlay(sort, bits, 190, 150, random);
@@ -130,8 +130,8 @@ TEST_F(Sorts, SharersKeepTheirPixels) {
 TEST_F(Sorts, OntoItselfPixelForPixel) {
     Random random(test_seed(), 7);
     for (Sort sort : all_sorts)
-        for (int bits : {8, 24})
-            for (int mode = 1; mode <= 15; ++mode) {
+        for (const int bits : usual_depths)
+            for (const int mode : rectangle_modes) {
                 SCOPED_TRACE(std::string(name_of(sort)) + ", " + std::to_string(bits) + " bits");
                 Side both(sort, bits, 190, 150, random);
                 check_buffer_to_buffer(both, nullptr, both,
@@ -145,7 +145,7 @@ TEST_F(Sorts, OntoItselfPixelForPixel) {
 TEST_F(Sorts, WithinItself) {
     Random random(test_seed(), 8);
     for (Sort sort : all_sorts)
-        for (int bits : {8, 24}) {
+        for (const int bits : usual_depths) {
             SCOPED_TRACE(std::string(name_of(sort)) + ", " + std::to_string(bits) + " bits");
             Side both(sort, bits, 300, 290, random);
             Side mask(both.cells().linear && sort != Sort::filled ? Sort::linear : Sort::tiled, 8,
@@ -187,7 +187,7 @@ TEST_F(Sorts, AnOverlayThatSharesWithTheDestination) {
         Picture expected = first.picture;
         const Request request{30, 20, {0, 0, 150, 130}, MERGE_SCREEN, 10};
         model::merge_pictures(expected, nullptr, first.picture,
-                              model::place(request, 200, 160, 200, 160), rules_of(request, 3));
+                              model::place(request, 200, 160, 200, 160), call_of(request, 3));
         EXPECT_SUCCESS(onto_source ? merge(first, 0, second, request)
                                    : merge(second, 0, first, request));
         expect_rows(onto_source ? HBUF32(first) : HBUF32(second), expected);

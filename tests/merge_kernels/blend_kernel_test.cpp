@@ -3,11 +3,10 @@
 // worked examples, and the sweeps over memory. What the exports add is tested with the library.
 #include "merge/kernels/blend_kernels.h"
 
-#include "tests/frame/fenced_memory.h"
-#include "tests/merge_kernels/blend_model.h"
+#include "tests/kernels/kernel_sweep.h"
+#include "tests/kernels/levels.h"
 #include "tests/merge_kernels/domains.h"
-#include "tests/merge_kernels/kernel_sweep.h"
-#include "tests/merge_kernels/levels.h"
+#include "tests/models/merge_rules.h"
 
 #include <gtest/gtest.h>
 
@@ -29,6 +28,14 @@ const std::vector<Level<BlendKernels>> &levels() {
 struct RoundedRule {
     Rounding rounding;
     Rule rule;
+
+    // As the model has them.
+    int mode() const {
+        constexpr int modes[merge::rule_count] = {1, 9, 10, 11, 12, 13, 14, 15};
+        return modes[std::size_t(rule)];
+    }
+    model::Rounding way() const { return model::all_roundings[std::size_t(rounding)]; }
+    bool reads_mask() const { return model::is_premultiplied(mode()); }
 };
 
 constexpr const char *rule_names[merge::rule_count] = {"normal",
@@ -53,8 +60,9 @@ std::vector<RoundedRule> rounded_rules() {
     std::vector<RoundedRule> all;
     for (const Rounding rounding : {Rounding::divided, Rounding::shifted})
         for (std::size_t rule = 0; rule < merge::rule_count; ++rule)
-            if (rounding == Rounding::divided || !model::is_premultiplied(Rule(rule)))
-                all.push_back({rounding, Rule(rule)});
+            if (const RoundedRule which{rounding, Rule(rule)};
+                rounding == Rounding::divided || !which.reads_mask())
+                all.push_back(which);
     return all;
 }
 
@@ -67,11 +75,11 @@ const std::uint8_t *unreadable() {
 // What a rule makes of two samples, or of overlay and mask byte where it divides by that.
 class Results {
 public:
-    explicit Results(RoundedRule which) : by_mask_{model::is_premultiplied(which.rule)} {
+    explicit Results(RoundedRule which) : by_mask_{which.reads_mask()} {
         for (int s = 0; s < 256; ++s)
             for (int other = by_mask_ ? 1 : 0; other < 256; ++other)
-                table_[std::size_t(s * 256 + other)] = static_cast<std::uint8_t>(model::result(
-                    which.rule, which.rounding, by_mask_ ? 0 : other, s, by_mask_ ? other : 1));
+                table_[std::size_t(s * 256 + other)] = std::uint8_t(model::mode_result(
+                    which.mode(), which.way(), by_mask_ ? 0 : other, s, by_mask_ ? other : 1));
     }
     int operator()(std::uint8_t b, std::uint8_t s, std::uint8_t m) const {
         return table_[s * 256u + (by_mask_ ? m : b)];
@@ -109,7 +117,7 @@ struct Turn {
         for (std::size_t i = 0; i < mask.size(); ++i)
             for (std::size_t k = i * samples; k < (i + 1) * samples; ++k)
                 expected[k] = static_cast<std::uint8_t>(
-                    model::weigh(which.rounding, results(pairs.base[k], pairs.overlay[k], mask[i]),
+                    model::weigh(which.way(), results(pairs.base[k], pairs.overlay[k], mask[i]),
                                  pairs.base[k], weights[i]));
     }
 };
@@ -169,8 +177,7 @@ private:
         turn_.template expect<samples>(which_, results_);
         // At full opacity the mask itself holds the weights.
         const Bytes &weights = percent == 100 ? turn_.mask : turn_.weights;
-        const std::uint8_t *const mask =
-            model::is_premultiplied(which_.rule) ? turn_.mask.data() : unreadable();
+        const std::uint8_t *const mask = which_.reads_mask() ? turn_.mask.data() : unreadable();
         const SamplePairs &pairs = all_pairs();
         for (const auto &form : forms_) {
             destination_.assign(pairs.base.begin(),
@@ -212,7 +219,7 @@ TEST_P(BlendRule, AllTriplesOfColourPixels) {
 
 TEST_P(BlendRule, AllTriplesOfUniformRuns) {
     const RoundedRule which = GetParam();
-    if (model::is_premultiplied(which.rule)) // without a mask they are normal
+    if (which.reads_mask()) // without a mask they are normal
         return;
     const auto forms = forms_of(levels(), [&](const BlendKernels &kernels) {
         return kernels(which.rounding, which.rule).uniform;
@@ -235,7 +242,7 @@ TEST_P(BlendRule, AllTriplesOfUniformRuns) {
 
 // The mask byte divides, the weight made from it weighs.
 TEST_P(BlendRule, AllPremultipliedUnderReducedWeights) {
-    if (!model::is_premultiplied(GetParam().rule))
+    if (!GetParam().reads_mask())
         return;
     Triples<1> grey{GetParam()};
     Triples<3> colour{GetParam()};
@@ -247,38 +254,45 @@ TEST_P(BlendRule, AllPremultipliedUnderReducedWeights) {
 
 // --- weights ---
 
-TEST(BlendWeights, AllPercents) {
-    const auto forms =
-        forms_of(levels(), [](const BlendKernels &kernels) { return kernels.percent_weights; });
+// Calls one of the two kernels of weights with its argument.
+template <class Kernel>
+void make_weights(Kernel *kernel, std::uint8_t *weights, const std::uint8_t *mask, int argument,
+                  std::size_t pixels) {
+    if constexpr (std::is_same_v<Kernel, merge::ScaledWeights>)
+        kernel(weights, mask, std::uint8_t(argument), pixels);
+    else
+        kernel(weights, mask, argument, pixels);
+}
+
+template <class Kernel, class Model>
+void all_weights(const std::vector<Form<Kernel>> &forms, int last, Model weight_of) {
     Bytes mask(3 * 257); // each mask byte in several lanes
     for (std::size_t i = 0; i < mask.size(); ++i)
         mask[i] = static_cast<std::uint8_t>(i);
     Bytes weights(mask.size());
-    for (int percent = 0; percent <= 100; ++percent)
+    for (int argument = 0; argument <= last; ++argument)
         for (const auto &form : forms) {
             std::fill(weights.begin(), weights.end(), std::uint8_t{0xA5});
-            form.run(weights.data(), mask.data(), percent, mask.size());
+            make_weights(form.run, weights.data(), mask.data(), argument, mask.size());
             for (std::size_t i = 0; i < mask.size(); ++i)
-                ASSERT_EQ(weights[i], model::percent_weight(mask[i], percent))
-                    << form.level << ": mask " << int{mask[i]} << ", percent " << percent;
+                ASSERT_EQ(weights[i], weight_of(mask[i], argument))
+                    << form.level << ": mask " << int{mask[i]} << ", argument " << argument;
         }
 }
 
+auto percent_weights() {
+    return forms_of(levels(), [](const BlendKernels &kernels) { return kernels.percent_weights; });
+}
+auto scaled_weights() {
+    return forms_of(levels(), [](const BlendKernels &kernels) { return kernels.scaled_weights; });
+}
+
+TEST(BlendWeights, AllPercents) {
+    all_weights(percent_weights(), 100, model::percent_weight);
+}
+
 TEST(BlendWeights, AllScales) {
-    const auto forms =
-        forms_of(levels(), [](const BlendKernels &kernels) { return kernels.scaled_weights; });
-    Bytes mask(3 * 257);
-    for (std::size_t i = 0; i < mask.size(); ++i)
-        mask[i] = static_cast<std::uint8_t>(i);
-    Bytes weights(mask.size());
-    for (int scale = 0; scale < 256; ++scale)
-        for (const auto &form : forms) {
-            std::fill(weights.begin(), weights.end(), std::uint8_t{0xA5});
-            form.run(weights.data(), mask.data(), static_cast<std::uint8_t>(scale), mask.size());
-            for (std::size_t i = 0; i < mask.size(); ++i)
-                ASSERT_EQ(weights[i], model::scaled_weight(mask[i], scale))
-                    << form.level << ": mask " << int{mask[i]} << ", scale " << scale;
-        }
+    all_weights(scaled_weights(), 255, model::scaled_weight);
 }
 
 // --- every level ---
@@ -318,12 +332,11 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, BlendLevel, testing::ValuesIn(levels()),
-                         [](const auto &level) { return std::string{level.param.name}; });
+INSTANTIATE_TEST_SUITE_P(Each, BlendLevel, testing::ValuesIn(levels()), name_of_level);
 
 TEST_P(BlendLevel, HasTheFormsThatItSays) {
     for (std::size_t rule = 0; rule < merge::rule_count; ++rule) {
-        const bool premultiplied = model::is_premultiplied(Rule(rule));
+        const bool premultiplied = RoundedRule{Rounding::divided, Rule(rule)}.reads_mask();
         const merge::Blend &divided = kernels()(Rounding::divided, Rule(rule));
         EXPECT_NE(divided.grey, nullptr) << rule_names[rule];
         EXPECT_NE(divided.colour, nullptr) << rule_names[rule];
@@ -457,9 +470,9 @@ TEST_P(BlendLevel, NoMaskKeepsTheBaseWhateverTheWeight) {
 // --- memory ---
 
 // Weights and, where there are four runs, mask bytes in stretches, and in all combinations.
-std::vector<Bytes> blend_contents(Random &random, const std::vector<std::size_t> &pixel_bytes,
+std::vector<Bytes> blend_contents(Random &random, const std::vector<RunBytes> &bytes,
                                   std::size_t pixels) {
-    std::vector<Bytes> contents = random_contents(random, pixel_bytes, pixels);
+    std::vector<Bytes> contents = random_contents(random, bytes, pixels);
     for (std::size_t run = 2; run < contents.size(); ++run)
         fill_in_stretches(random, contents[run]);
     return contents;
@@ -467,13 +480,13 @@ std::vector<Bytes> blend_contents(Random &random, const std::vector<std::size_t>
 
 Call masked_call(RoundedRule which, const char *level, merge::MaskedBlend *kernel,
                  std::size_t samples) {
-    const bool reads_mask = model::is_premultiplied(which.rule);
+    const bool reads_mask = which.reads_mask();
     Call call;
     call.name = name_of(which) + (samples == 1 ? " grey, " : " colour, ") + level;
-    call.pixel_bytes = {samples, samples, 1};
+    call.bytes = {samples, samples, 1};
     if (reads_mask)
-        call.pixel_bytes.push_back(1);
-    call.contents = [bytes = call.pixel_bytes](Random &random, std::size_t pixels) {
+        call.bytes.push_back(1);
+    call.contents = [bytes = call.bytes](Random &random, std::size_t pixels) {
         return blend_contents(random, bytes, pixels);
     };
     call.run = [=](const Addresses &runs, std::size_t pixels) {
@@ -483,7 +496,7 @@ Call masked_call(RoundedRule which, const char *level, merge::MaskedBlend *kerne
         Bytes out(pixels * samples);
         for (std::size_t k = 0; k < out.size(); ++k)
             out[k] = static_cast<std::uint8_t>(
-                model::blend(which.rounding, which.rule, runs[0][k], runs[1][k],
+                model::blend(which.way(), which.mode(), runs[0][k], runs[1][k],
                              runs[2][k / samples], reads_mask ? runs[3][k / samples] : 255));
         return out;
     };
@@ -503,10 +516,7 @@ Call uniform_call(RoundedRule which, const char *level, merge::UniformBlend *ker
                   std::uint8_t weight) {
     Call call;
     call.name = name_of(which) + " uniform " + std::to_string(weight) + ", " + level;
-    call.pixel_bytes = {1, 1};
-    call.contents = [](Random &random, std::size_t pixels) {
-        return random_contents(random, {1, 1}, pixels);
-    };
+    call.bytes = {1, 1};
     call.run = [=](const Addresses &runs, std::size_t pixels) {
         kernel(runs[0], runs[1], weight, pixels);
     };
@@ -514,7 +524,7 @@ Call uniform_call(RoundedRule which, const char *level, merge::UniformBlend *ker
         Bytes out(pixels);
         for (std::size_t i = 0; i < pixels; ++i)
             out[i] = static_cast<std::uint8_t>(
-                model::blend(which.rounding, which.rule, runs[0][i], runs[1][i], weight, 255));
+                model::blend(which.way(), which.mode(), runs[0][i], runs[1][i], weight, 255));
         return out;
     };
     call.sharings = {{0, 0}};
@@ -539,7 +549,7 @@ TEST_P(BlendRule, ColourPixelsInMemory) {
 
 TEST_P(BlendRule, UniformRunsInMemory) {
     const RoundedRule which = GetParam();
-    if (model::is_premultiplied(which.rule))
+    if (which.reads_mask())
         return;
     const auto pick = [&](const BlendKernels &k) { return k(which.rounding, which.rule).uniform; };
     for (const auto &form : forms_of(levels(), pick))
@@ -551,15 +561,9 @@ template <class Kernel, class Model>
 void sweep_weights(const char *name, const Form<Kernel> &form, int argument, Model weight_of) {
     Call call;
     call.name = std::string{name} + " " + std::to_string(argument) + ", " + form.level;
-    call.pixel_bytes = {1, 1};
-    call.contents = [](Random &random, std::size_t pixels) {
-        return random_contents(random, {1, 1}, pixels);
-    };
+    call.bytes = {1, 1};
     call.run = [=](const Addresses &runs, std::size_t pixels) {
-        if constexpr (std::is_same_v<Kernel, merge::ScaledWeights>)
-            form.run(runs[0], runs[1], static_cast<std::uint8_t>(argument), pixels);
-        else
-            form.run(runs[0], runs[1], argument, pixels);
+        make_weights(form.run, runs[0], runs[1], argument, pixels);
     };
     call.expected = [=](const std::vector<Bytes> &runs, std::size_t) {
         Bytes out;
@@ -572,12 +576,10 @@ void sweep_weights(const char *name, const Form<Kernel> &form, int argument, Mod
 }
 
 TEST(BlendWeights, InMemory) {
-    for (const auto &form :
-         forms_of(levels(), [](const BlendKernels &kernels) { return kernels.percent_weights; }))
+    for (const auto &form : percent_weights())
         for (const int percent : {0, 1, 50, 99, 100})
             sweep_weights("percent weights", form, percent, model::percent_weight);
-    for (const auto &form :
-         forms_of(levels(), [](const BlendKernels &kernels) { return kernels.scaled_weights; }))
+    for (const auto &form : scaled_weights())
         for (const int scale : {0, 2, 127, 255})
             sweep_weights("scaled weights", form, scale, model::scaled_weight);
 }

@@ -4,10 +4,10 @@
 // with the library.
 #include "merge/kernels/colour_kernels.h"
 
-#include "tests/merge_kernels/colour_model.h"
+#include "tests/kernels/kernel_sweep.h"
+#include "tests/kernels/levels.h"
 #include "tests/merge_kernels/domains.h"
-#include "tests/merge_kernels/kernel_sweep.h"
-#include "tests/merge_kernels/levels.h"
+#include "tests/models/colours.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,11 @@ using merge::ColourChange;
 using merge::ColourKernels;
 using merge::HsvFields;
 using model::Colour;
+using model::colour_at;
+using model::ColourConversion;
+using model::put;
 using model::Record;
+using model::record_at;
 
 const std::vector<Level<ColourKernels>> &levels() {
     static const auto all =
@@ -30,20 +34,8 @@ const std::vector<Level<ColourKernels>> &levels() {
     return all;
 }
 
-constexpr ColourChange changes[merge::colour_change_count] = {
-    ColourChange::rgb_to_grey, ColourChange::grey_to_rgb, ColourChange::rgb_to_hsv,
-    ColourChange::hsv_to_rgb,  ColourChange::rgb_to_hls,  ColourChange::hls_to_rgb};
-
-struct Shape {
-    const char *name;
-    std::size_t source_bytes, destination_bytes;
-};
-constexpr Shape shapes[merge::colour_change_count] = {{"rgb to grey", 3, 1}, {"grey to rgb", 1, 3},
-                                                      {"rgb to hsv", 3, 12}, {"hsv to rgb", 12, 3},
-                                                      {"rgb to hls", 3, 12}, {"hls to rgb", 12, 3}};
-
-const Shape &shape_of(ColourChange change) {
-    return shapes[std::size_t(change)];
+const ColourConversion &shape_of(ColourChange change) {
+    return model::colour_conversions[std::size_t(change)];
 }
 
 constexpr const char *field_names[merge::hsv_fields_count] = {"hue_and_saturation", "hue",
@@ -62,57 +54,6 @@ auto transfers(std::size_t fields) {
 
 // --- pixels as bytes ---
 
-Colour colour_at(const std::uint8_t *from) {
-    return {from[0], from[1], from[2]};
-}
-
-Record record_at(const std::uint8_t *from) {
-    Record record;
-    std::memcpy(record.data(), from, merge::record_bytes);
-    return record;
-}
-
-void put(std::uint8_t *to, Colour colour) {
-    std::copy(colour.begin(), colour.end(), to);
-}
-
-void put(std::uint8_t *to, const Record &record) {
-    std::memcpy(to, record.data(), merge::record_bytes);
-}
-
-void convert_pixel(ColourChange change, std::uint8_t *to, const std::uint8_t *from) {
-    switch (change) {
-    case ColourChange::rgb_to_grey:
-        *to = static_cast<std::uint8_t>(model::grey(colour_at(from)));
-        break;
-    case ColourChange::grey_to_rgb:
-        put(to, Colour{*from, *from, *from});
-        break;
-    case ColourChange::rgb_to_hsv:
-        put(to, model::hsv(colour_at(from)));
-        break;
-    case ColourChange::hsv_to_rgb:
-        put(to, model::of_hsv(record_at(from)));
-        break;
-    case ColourChange::rgb_to_hls:
-        put(to, model::hls(colour_at(from)));
-        break;
-    case ColourChange::hls_to_rgb:
-        put(to, model::of_hls(record_at(from)));
-        break;
-    }
-}
-
-// The caller's room is used again: these runs are long and many.
-void model_convert(ColourChange change, Bytes &to, const Bytes &from) {
-    const Shape &shape = shape_of(change);
-    const std::size_t pixels = from.size() / shape.source_bytes;
-    to.resize(pixels * shape.destination_bytes);
-    for (std::size_t i = 0; i < pixels; ++i)
-        convert_pixel(change, to.data() + i * shape.destination_bytes,
-                      from.data() + i * shape.source_bytes);
-}
-
 // A pixel of a run: its bytes, or the fields of a record.
 std::string text_of(const Bytes &run, std::size_t pixel, std::size_t pixel_bytes) {
     std::string text = "(";
@@ -126,20 +67,20 @@ std::string text_of(const Bytes &run, std::size_t pixel, std::size_t pixel_bytes
 // Runs every form over these pixels.
 bool converts_exactly(ColourChange change, const Bytes &source, const Bytes &expected) {
     static Bytes destination;
-    const Shape &shape = shape_of(change);
+    const ColourConversion &shape = shape_of(change);
     destination.resize(expected.size());
     for (const auto &form : conversions(change)) {
         std::fill(destination.begin(), destination.end(), std::uint8_t{0xA5});
-        form.run(destination.data(), source.data(), source.size() / shape.source_bytes);
+        form.run(destination.data(), source.data(), source.size() / shape.from_bytes);
         const std::size_t at =
             first_difference(destination.data(), expected.data(), expected.size());
         if (at == expected.size())
             continue;
-        const std::size_t pixel = at / shape.destination_bytes;
+        const std::size_t pixel = at / shape.to_bytes;
         ADD_FAILURE() << shape.name << ", " << form.level << ": pixel " << pixel << ", "
-                      << text_of(source, pixel, shape.source_bytes) << " gives "
-                      << text_of(destination, pixel, shape.destination_bytes) << ", expected "
-                      << text_of(expected, pixel, shape.destination_bytes);
+                      << text_of(source, pixel, shape.from_bytes) << " gives "
+                      << text_of(destination, pixel, shape.to_bytes) << ", expected "
+                      << text_of(expected, pixel, shape.to_bytes);
         return false;
     }
     return true;
@@ -151,9 +92,9 @@ void all_colours_there_and_back(ColourChange there, ColourChange back) {
     Bytes colours, records, again;
     for (std::size_t first = 0; first < 256; first += next_turn) {
         set_colours(colours, first);
-        model_convert(there, records, colours);
+        model::convert(shape_of(there), records, colours);
         ASSERT_TRUE(converts_exactly(there, colours, records));
-        model_convert(back, again, records);
+        model::convert(shape_of(back), again, records);
         ASSERT_TRUE(converts_exactly(back, records, again));
     }
 }
@@ -170,7 +111,7 @@ TEST(Conversion, AllColoursToGrey) {
     Bytes colours, greys;
     for (std::size_t first = 0; first < 256; first += next_turn) {
         set_colours(colours, first);
-        model_convert(ColourChange::rgb_to_grey, greys, colours);
+        model::convert(shape_of(ColourChange::rgb_to_grey), greys, colours);
         ASSERT_TRUE(converts_exactly(ColourChange::rgb_to_grey, colours, greys));
     }
 }
@@ -179,7 +120,7 @@ TEST(Conversion, AllGreysInEveryLane) {
     Bytes greys, colours;
     for (std::size_t i = 0; i < 257 * 64; ++i)
         greys.push_back(static_cast<std::uint8_t>(i % 257));
-    model_convert(ColourChange::grey_to_rgb, colours, greys);
+    model::convert(shape_of(ColourChange::grey_to_rgb), colours, greys);
     EXPECT_TRUE(converts_exactly(ColourChange::grey_to_rgb, greys, colours));
 }
 
@@ -199,7 +140,7 @@ void all_records(ColourChange back, const std::vector<std::int32_t> &hues, int s
             put(&records[i * merge::record_bytes],
                 Record{hues[(turn + i * 7) % hues.size()], values[i / values.size()],
                        values[i % values.size()]});
-        model_convert(back, colours, records);
+        model::convert(shape_of(back), colours, records);
         ASSERT_TRUE(converts_exactly(back, records, colours));
     }
 }
@@ -224,7 +165,7 @@ TEST(Conversion, HuesThatWrapOnce) {
     all_records(ColourChange::hls_to_rgb, hues_from_to(-360, 720), 5);
 }
 
-// --- records out of range: some pixel, but the same in every form ---
+// --- records out of range ---
 
 std::int32_t any_field(Random &random, std::int32_t usual) {
     constexpr std::int32_t odd[] = {-1,
@@ -266,10 +207,7 @@ TEST(Conversion, RecordsOutOfRangeAreTheSameInEveryForm) {
     for (const ColourChange back : {ColourChange::hsv_to_rgb, ColourChange::hls_to_rgb})
         random_cases(60, [&](Random &random, std::uint64_t number) {
             const Bytes records = any_records(random, row_pixels);
-            Bytes colours(3 * row_pixels);
-            merge::scalar_colour_kernels.convert[std::size_t(back)](colours.data(), records.data(),
-                                                                    row_pixels);
-            if (converts_exactly(back, records, colours))
+            if (converts_exactly(back, records, model::converted(shape_of(back), records)))
                 return true;
             ADD_FAILURE() << "case " << number << " differs: " << rerun(number);
             return false;
@@ -291,7 +229,7 @@ TEST(Conversion, GreyRecordsOutOfRange) {
             put(&records[i * merge::record_bytes], back == ColourChange::hsv_to_rgb
                                                        ? Record{hue, saturation, light}
                                                        : Record{hue, light, saturation});
-            put(&colours[i * 3], model::colour(light, light, light));
+            put(&colours[i * 3], model::colour_of(light, light, light));
         }
         EXPECT_TRUE(converts_exactly(back, records, colours));
     }
@@ -304,9 +242,9 @@ class Transfer : public testing::TestWithParam<std::size_t> {};
 INSTANTIATE_TEST_SUITE_P(Each, Transfer, testing::Range(std::size_t{0}, merge::hsv_fields_count),
                          [](const auto &fields) { return std::string{field_names[fields.param]}; });
 
+// In the order of the modes that take these fields.
 Colour model_transfer(std::size_t fields, Colour base, Colour other) {
-    return model::of_hsv(
-        model::with_fields(static_cast<int>(fields), model::hsv(base), model::hsv(other)));
+    return model::with_fields(2 + int(fields), base, other);
 }
 
 bool transfers_exactly(std::size_t fields, const Bytes &base, const Bytes &other) {
@@ -399,14 +337,13 @@ protected:
 
     // A run of one pixel, converted.
     Bytes converted(ColourChange change, const Bytes &pixel) const {
-        const Shape &shape = shape_of(change);
+        const ColourConversion &shape = shape_of(change);
         Bytes source;
         for (std::size_t i = 0; i < pixels; ++i)
             source.insert(source.end(), pixel.begin(), pixel.end());
-        Bytes destination(pixels * shape.destination_bytes);
+        Bytes destination(pixels * shape.to_bytes);
         kernels().convert[std::size_t(change)](destination.data(), source.data(), pixels);
-        const auto second =
-            destination.begin() + static_cast<std::ptrdiff_t>(shape.destination_bytes);
+        const auto second = destination.begin() + static_cast<std::ptrdiff_t>(shape.to_bytes);
         EXPECT_TRUE(std::equal(second, destination.end(), destination.begin())) << "unlike pixels";
         return Bytes(destination.begin(), second);
     }
@@ -449,8 +386,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, ColourLevel, testing::ValuesIn(levels()),
-                         [](const auto &level) { return std::string{level.param.name}; });
+INSTANTIATE_TEST_SUITE_P(Each, ColourLevel, testing::ValuesIn(levels()), name_of_level);
 
 TEST_P(ColourLevel, HasEveryForm) {
     for (merge::ColourConversion *const convert : kernels().convert)
@@ -593,13 +529,13 @@ TEST_P(ColourLevel, Transfers) {
 // --- memory ---
 
 Call conversion_call(ColourChange change, const Form<merge::ColourConversion> &form) {
-    const Shape &shape = shape_of(change);
+    const ColourConversion &shape = shape_of(change);
     Call call;
     call.name = std::string{shape.name} + ", " + form.level;
-    call.pixel_bytes = {shape.destination_bytes, shape.source_bytes};
-    call.contents = [=, bytes = call.pixel_bytes](Random &random, std::size_t pixels) {
+    call.bytes = {shape.to_bytes, shape.from_bytes};
+    call.contents = [&, bytes = call.bytes](Random &random, std::size_t pixels) {
         std::vector<Bytes> contents = random_contents(random, bytes, pixels);
-        if (shape.source_bytes == merge::record_bytes)
+        if (shape.from_bytes == merge::record_bytes)
             for (std::size_t i = 0; i < pixels; ++i) {
                 const auto hue = static_cast<std::int32_t>(random.below(1083)) - 360;
                 put(&contents[1][i * merge::record_bytes],
@@ -610,30 +546,25 @@ Call conversion_call(ColourChange change, const Form<merge::ColourConversion> &f
     call.run = [=](const Addresses &runs, std::size_t pixels) {
         form.run(runs[0], runs[1], pixels);
     };
-    call.expected = [=](const std::vector<Bytes> &runs, std::size_t) {
-        Bytes out;
-        model_convert(change, out, runs[1]);
-        return out;
+    call.expected = [&](const std::vector<Bytes> &runs, std::size_t) {
+        return model::converted(shape, runs[1]);
     };
-    if (shape.destination_bytes <= shape.source_bytes)
+    if (shape.to_bytes <= shape.from_bytes)
         call.sharings = {{0, 0}};
     return call;
 }
 
 TEST(Conversion, InMemory) {
-    for (const ColourChange change : changes)
-        for (const auto &form : conversions(change))
-            sweep(conversion_call(change, form));
+    for (std::size_t change = 0; change < merge::colour_change_count; ++change)
+        for (const auto &form : conversions(ColourChange(change)))
+            sweep(conversion_call(ColourChange(change), form));
 }
 
 TEST_P(Transfer, InMemory) {
     for (const auto &form : transfers(GetParam())) {
         Call call;
         call.name = std::string{field_names[GetParam()]} + ", " + form.level;
-        call.pixel_bytes = {3, 3, 3};
-        call.contents = [](Random &random, std::size_t pixels) {
-            return random_contents(random, {3, 3, 3}, pixels);
-        };
+        call.bytes = {3, 3, 3};
         call.run = [=](const Addresses &runs, std::size_t pixels) {
             form.run(runs[0], runs[1], runs[2], pixels);
         };

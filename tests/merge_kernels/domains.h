@@ -2,7 +2,7 @@
 // sample, which meet every third value in turns, and all colours in rows.
 #pragma once
 
-#include "tests/merge_kernels/kernel_sweep.h"
+#include "tests/kernels/kernel_sweep.h"
 
 namespace q32::test {
 

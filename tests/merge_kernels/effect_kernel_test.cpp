@@ -4,10 +4,10 @@
 // over memory. What the exports add is tested with the library.
 #include "merge/kernels/effect_kernels.h"
 
+#include "tests/kernels/kernel_sweep.h"
+#include "tests/kernels/levels.h"
 #include "tests/merge_kernels/domains.h"
-#include "tests/merge_kernels/effect_model.h"
-#include "tests/merge_kernels/kernel_sweep.h"
-#include "tests/merge_kernels/levels.h"
+#include "tests/models/merge_rules.h"
 
 #include <gtest/gtest.h>
 
@@ -31,6 +31,11 @@ constexpr const char *comparison_names[merge::comparison_count] = {"lighter", "d
 constexpr Comparison comparisons[merge::comparison_count] = {
     Comparison::lighter, Comparison::darker, Comparison::lighter_by_sums};
 
+bool acts(Comparison comparison, int base_sum, int overlay_sum) {
+    return model::overlay_acts(comparison == Comparison::darker ? 7 : 6,
+                               comparison == Comparison::lighter_by_sums, base_sum, overlay_sum);
+}
+
 std::uint8_t byte(int value) {
     return static_cast<std::uint8_t>(value);
 }
@@ -46,6 +51,22 @@ auto selections(Comparison comparison, std::size_t samples) {
     });
 }
 
+auto reliefs(std::size_t samples) {
+    return forms_of(levels(),
+                    [=](const EffectKernels &kernels) { return of_size(kernels.relief, samples); });
+}
+
+auto masked_subtractions(std::size_t samples) {
+    return forms_of(levels(), [=](const EffectKernels &kernels) {
+        return of_size(kernels.subtract_masked, samples);
+    });
+}
+
+auto portion_subtractions() {
+    return forms_of(levels(),
+                    [](const EffectKernels &kernels) { return kernels.subtract_portion; });
+}
+
 // --- selections: everything ---
 
 TEST(Selection, AllPairsOfGreyPixelsUnderAllWeights) {
@@ -58,9 +79,9 @@ TEST(Selection, AllPairsOfGreyPixelsUnderAllWeights) {
         for (std::size_t turn = 0; turn < 256; turn += next_turn) {
             for (std::size_t i = 0; i < pair_count; ++i) {
                 weights[i] = value_of_turn(turn, i);
-                const bool acts = model::acts(comparison, model::sum_of(&pairs.base[i], 1),
-                                              model::sum_of(&pairs.overlay[i], 1));
-                expected[i] = acts ? weights[i] : std::uint8_t{0};
+                const bool chosen = acts(comparison, model::luminance_sum(&pairs.base[i], 1),
+                                         model::luminance_sum(&pairs.overlay[i], 1));
+                expected[i] = chosen ? weights[i] : std::uint8_t{0};
             }
             for (const auto &form : forms) {
                 std::fill(selected.begin(), selected.end(), std::uint8_t{0xA5});
@@ -94,8 +115,9 @@ void set_neighbours(Bytes &others, const Bytes &colours, const Neighbour &neighb
     others.resize(colours.size());
     for (std::size_t i = 0; i < colours.size(); i += 3)
         for (std::size_t k = 0; k < 3; ++k) {
-            const int other = neighbour.grey ? model::luminance(&colours[i]) + neighbour.steps[0]
-                                             : colours[i + k] + neighbour.steps[k];
+            const int other = neighbour.grey
+                                  ? model::luminance_sum(&colours[i], 3) / 100 + neighbour.steps[0]
+                                  : colours[i + k] + neighbour.steps[k];
             others[i + k] = byte(std::clamp(other, 0, 255));
         }
 }
@@ -108,7 +130,7 @@ struct Colours {
     void set_sums() {
         sums.resize(bytes.size() / 3);
         for (std::size_t i = 0; i < sums.size(); ++i)
-            sums[i] = model::luminance_sum(&bytes[3 * i]);
+            sums[i] = model::luminance_sum(&bytes[3 * i], 3);
     }
 };
 
@@ -120,8 +142,8 @@ bool selects_exactly(Comparison comparison, const Colours &base, const Colours &
     selected.resize(pixels);
     for (std::size_t i = 0; i < pixels; ++i) {
         weights[i] = static_cast<std::uint8_t>(i * 73 / 2);
-        const bool acts = model::acts(comparison, base.sums[i], overlay.sums[i]);
-        expected[i] = acts ? weights[i] : std::uint8_t{0};
+        const bool chosen = acts(comparison, base.sums[i], overlay.sums[i]);
+        expected[i] = chosen ? weights[i] : std::uint8_t{0};
     }
     for (const auto &form : selections(comparison, 3)) {
         std::fill(selected.begin(), selected.end(), std::uint8_t{0xA5});
@@ -225,9 +247,7 @@ void set_mask(Bytes &mask, std::size_t turn) {
 TEST(Relief, AllPairsAtEveryStrength) {
     constexpr std::uint8_t masks[] = {0, 1, 255, 128};
     for (const std::size_t samples : {1, 3}) {
-        const auto forms = forms_of(levels(), [=](const EffectKernels &kernels) {
-            return of_size(kernels.relief, samples);
-        });
+        const auto forms = reliefs(samples);
         Bytes mask(pixels_of(samples));
         for (int strength = 0; strength <= 127; ++strength)
             for (std::size_t turn = 0; turn < 4; ++turn) {
@@ -251,9 +271,7 @@ TEST(Relief, AllPairsAtEveryStrength) {
 // Any mask byte but 0 lets it act in full.
 TEST(Relief, EveryMaskByte) {
     for (const std::size_t samples : {1, 3}) {
-        const auto forms = forms_of(levels(), [=](const EffectKernels &kernels) {
-            return of_size(kernels.relief, samples);
-        });
+        const auto forms = reliefs(samples);
         Bytes mask(pixels_of(samples));
         for (std::size_t turn = 0; turn < 261; turn += next_turn) {
             set_mask(mask, turn);
@@ -274,9 +292,7 @@ TEST(Relief, EveryMaskByte) {
 
 TEST(MaskedSubtraction, AllTriples) {
     for (const std::size_t samples : {1, 3}) {
-        const auto forms = forms_of(levels(), [=](const EffectKernels &kernels) {
-            return of_size(kernels.subtract_masked, samples);
-        });
+        const auto forms = masked_subtractions(samples);
         Bytes mask(pixels_of(samples));
         for (std::size_t turn = 0; turn < 261; turn += next_turn) {
             set_mask(mask, turn);
@@ -291,8 +307,7 @@ TEST(MaskedSubtraction, AllTriples) {
 TEST(PortionSubtraction, AllPortions) {
     constexpr std::uint8_t bases[] = {255, 0, 1, 100, 254};
     constexpr std::size_t samples = 256 * std::size(bases);
-    const auto forms =
-        forms_of(levels(), [](const EffectKernels &kernels) { return kernels.subtract_portion; });
+    const auto forms = portion_subtractions();
     Bytes base(samples), overlay(samples), expected(samples), destination(samples);
     for (std::size_t i = 0; i < samples; ++i) {
         base[i] = bases[i % std::size(bases)];
@@ -314,8 +329,7 @@ TEST(PortionSubtraction, AllPortions) {
 
 // The portions of a mask byte under a percentage, and of a percentage alone.
 TEST(PortionSubtraction, AllPairsAtPortionsOfCalls) {
-    const auto forms =
-        forms_of(levels(), [](const EffectKernels &kernels) { return kernels.subtract_portion; });
+    const auto forms = portion_subtractions();
     const Bytes unread(pair_count);
     for (const int portion : {255, 1 * 255, 50 * 255, 99 * 255, 128 * 90, 255 * 99, 37 * 73, 1}) {
         const auto model = [=](int b, int s, int) {
@@ -348,21 +362,19 @@ protected:
         return run;
     }
 
-    void expect_chosen(Comparison comparison, Colour base, Colour overlay, bool acts) const {
-        Bytes selected(pixels, 7);
-        const Bytes weights(pixels, 200);
-        kernels().select[std::size_t(comparison)].colour(
-            selected.data(), weights.data(), run_of(base).data(), run_of(overlay).data(), pixels);
-        EXPECT_EQ(selected, Bytes(pixels, acts ? 200 : 0));
+    void expect_chosen(Comparison comparison, Colour base, Colour overlay, bool chosen) const {
+        expect_selected(kernels().select[std::size_t(comparison)].colour, run_of(base),
+                        run_of(overlay), chosen);
     }
-
-    void expect_grey_chosen(Comparison comparison, int base, int overlay, bool acts) const {
+    void expect_grey_chosen(Comparison comparison, int base, int overlay, bool chosen) const {
+        expect_selected(kernels().select[std::size_t(comparison)].grey, Bytes(pixels, byte(base)),
+                        Bytes(pixels, byte(overlay)), chosen);
+    }
+    static void expect_selected(merge::Selection *select, const Bytes &base, const Bytes &overlay,
+                                bool chosen) {
         Bytes selected(pixels, 7);
-        const Bytes weights(pixels, 200);
-        kernels().select[std::size_t(comparison)].grey(selected.data(), weights.data(),
-                                                       Bytes(pixels, byte(base)).data(),
-                                                       Bytes(pixels, byte(overlay)).data(), pixels);
-        EXPECT_EQ(selected, Bytes(pixels, acts ? 200 : 0));
+        select(selected.data(), Bytes(pixels, 200).data(), base.data(), overlay.data(), pixels);
+        EXPECT_EQ(selected, Bytes(pixels, chosen ? 200 : 0));
     }
 
     template <class Kernel>
@@ -400,8 +412,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, EffectLevel, testing::ValuesIn(levels()),
-                         [](const auto &level) { return std::string{level.param.name}; });
+INSTANTIATE_TEST_SUITE_P(Each, EffectLevel, testing::ValuesIn(levels()), name_of_level);
 
 TEST_P(EffectLevel, HasTheFormsThatItSays) {
     for (const Comparison comparison : comparisons) {
@@ -502,9 +513,9 @@ Call selection_call(Comparison comparison, const Form<merge::Selection> &form,
     Call call;
     call.name = std::string{comparison_names[std::size_t(comparison)]} +
                 (samples == 1 ? ", grey, " : ", colour, ") + form.level;
-    call.pixel_bytes = {1, 1, samples, samples};
+    call.bytes = {1, 1, samples, samples};
     // The same pixels for a while, so that whole vectors act or do not.
-    call.contents = [=, bytes = call.pixel_bytes](Random &random, std::size_t pixels) {
+    call.contents = [=, bytes = call.bytes](Random &random, std::size_t pixels) {
         std::vector<Bytes> contents = random_contents(random, bytes, pixels);
         fill_in_stretches(random, contents[1]);
         if (random.below(2) == 0) {
@@ -519,9 +530,9 @@ Call selection_call(Comparison comparison, const Form<merge::Selection> &form,
     call.expected = [=](const std::vector<Bytes> &runs, std::size_t pixels) {
         Bytes out(pixels);
         for (std::size_t i = 0; i < pixels; ++i) {
-            const int base = model::sum_of(runs[2].data() + i * samples, samples);
-            const int overlay = model::sum_of(runs[3].data() + i * samples, samples);
-            out[i] = model::acts(comparison, base, overlay) ? runs[1][i] : std::uint8_t{0};
+            const int base = model::luminance_sum(runs[2].data() + i * samples, samples);
+            const int overlay = model::luminance_sum(runs[3].data() + i * samples, samples);
+            out[i] = acts(comparison, base, overlay) ? runs[1][i] : std::uint8_t{0};
         }
         return out;
     };
@@ -546,8 +557,8 @@ template <class Run, class Model>
 Call masked_call(const std::string &name, std::size_t samples, Run run, Model model) {
     Call call;
     call.name = name + (samples == 1 ? ", grey" : ", colour");
-    call.pixel_bytes = {samples, samples, 1};
-    call.contents = [bytes = call.pixel_bytes](Random &random, std::size_t pixels) {
+    call.bytes = {samples, samples, 1};
+    call.contents = [bytes = call.bytes](Random &random, std::size_t pixels) {
         std::vector<Bytes> contents = random_contents(random, bytes, pixels);
         fill_in_stretches(random, contents[2]);
         return contents;
@@ -569,9 +580,7 @@ Call masked_call(const std::string &name, std::size_t samples, Run run, Model mo
 
 TEST(Relief, InMemory) {
     for (const std::size_t samples : {1, 3})
-        for (const auto &form : forms_of(levels(), [=](const EffectKernels &kernels) {
-                 return of_size(kernels.relief, samples);
-             }))
+        for (const auto &form : reliefs(samples))
             for (const std::uint8_t strength : {1, 90, 127})
                 sweep(masked_call(
                     "relief " + std::to_string(strength) + ", " + form.level, samples,
@@ -584,23 +593,17 @@ TEST(Relief, InMemory) {
 
 TEST(MaskedSubtraction, InMemory) {
     for (const std::size_t samples : {1, 3})
-        for (const auto &form : forms_of(levels(), [=](const EffectKernels &kernels) {
-                 return of_size(kernels.subtract_masked, samples);
-             }))
+        for (const auto &form : masked_subtractions(samples))
             sweep(masked_call(std::string{"masked subtraction, "} + form.level, samples, form.run,
                               model::subtract_masked));
 }
 
 TEST(PortionSubtraction, InMemory) {
-    for (const auto &form :
-         forms_of(levels(), [](const EffectKernels &kernels) { return kernels.subtract_portion; }))
+    for (const auto &form : portion_subtractions())
         for (const std::uint32_t portion : {std::uint32_t{1}, 9999u, merge::whole_portion}) {
             Call call;
             call.name = "portion " + std::to_string(portion) + ", " + form.level;
-            call.pixel_bytes = {1, 1};
-            call.contents = [](Random &random, std::size_t samples) {
-                return random_contents(random, {1, 1}, samples);
-            };
+            call.bytes = {1, 1};
             call.run = [=](const Addresses &runs, std::size_t samples) {
                 form.run(runs[0], runs[1], portion, samples);
             };

@@ -5,8 +5,9 @@
 #include "merge/kernels/filter_kernels.h"
 
 #include "tests/frame/fenced_memory.h"
+#include "tests/kernels/kernel_sweep.h"
 #include "tests/merge_kernels/domains.h"
-#include "tests/merge_kernels/kernel_sweep.h"
+#include "tests/models/filter.h"
 
 #include <gtest/gtest.h>
 
@@ -37,24 +38,21 @@ MaskFilter *of_size(const merge::FilterKernels &kernels, std::size_t samples) {
 
 // --- the model ---
 
-// The fourth sample is compared with the high end alone.
-bool matches(const ColourRange &range, const std::uint8_t *pixel, std::size_t samples) {
-    for (std::size_t k = 0; k < std::min<std::size_t>(samples, 3); ++k)
-        if (pixel[k] < range.samples[k].low || pixel[k] > range.samples[k].high)
-            return false;
-    return samples < 4 || pixel[3] == range.samples[3].high;
+model::ColourRanges model_ranges(const Ranges &ranges) {
+    model::ColourRanges all;
+    for (const ColourRange &range : ranges) {
+        model::ColourRange &ends = all.emplace_back();
+        for (std::size_t k = 0; k < ends.size(); ++k)
+            ends[k] = {range.samples[k].low, range.samples[k].high};
+    }
+    return all;
 }
 
 Bytes model_filter(const Bytes &mask, const Bytes &source, const Ranges &ranges, Keep keep,
                    std::size_t samples) {
     Bytes out = mask;
-    for (std::size_t i = 0; i < out.size(); ++i) {
-        bool matched = false;
-        for (const ColourRange &range : ranges)
-            matched = matched || matches(range, source.data() + i * samples, samples);
-        if (matched != (keep == Keep::inside))
-            out[i] = 0;
-    }
+    model::filter(out.data(), source.data(), out.size(), samples, model_ranges(ranges),
+                  keep == Keep::inside);
     return out;
 }
 
@@ -262,7 +260,7 @@ TEST(Filter, InMemory) {
                     call.name = std::string{"filter, "} + form.name + ", " +
                                 std::to_string(samples) + " samples, " + std::to_string(count) +
                                 " ranges";
-                    call.pixel_bytes = {1, samples};
+                    call.bytes = {1, samples};
                     call.contents = [&](Random &any, std::size_t pixels) {
                         return std::vector<Bytes>{random_mask(any, pixels),
                                                   pixels_near(any, ranges, pixels, samples)};

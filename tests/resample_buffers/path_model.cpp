@@ -1,7 +1,7 @@
 // The paths as their rules read, over whole pictures.
 #include "tests/resample_buffers/path_model.h"
 
-#include "tests/resample_kernels/resample_model.h"
+#include "tests/models/resampling.h"
 
 namespace q32::test::model {
 
@@ -99,32 +99,6 @@ void resample_bits(const Picture &source, Picture &destination, int parts) {
     }
 }
 
-uint16_t word_at(const uint8_t *bytes) {
-    return uint16_t(bytes[0] | bytes[1] << 8);
-}
-
-Image widened(const Picture &source) {
-    Image image(int(source.geometry.width), int(source.geometry.height), 3);
-    uint8_t *to = image.bytes.data();
-    for (size_t y = 0; y < source.image.rows(); ++y)
-        for (int x = 0; x < image.width; ++x) {
-            const uint16_t value = word_at(source.image.row(y) + 2 * x);
-            for (int shift : {10, 5, 0})
-                *to++ = uint8_t((value >> shift & 31) << 3 | 7);
-        }
-    return image;
-}
-
-std::vector<uint8_t> narrowed(const uint8_t *pixels, int count) {
-    std::vector<uint8_t> words;
-    for (int x = 0; x < count; ++x, pixels += 3) {
-        const int value = pixels[0] >> 3 << 10 | pixels[1] >> 3 << 5 | pixels[2] >> 3;
-        words.push_back(uint8_t(value));
-        words.push_back(uint8_t(value >> 8));
-    }
-    return words;
-}
-
 // Pixels of a row lie one after another, also where 12 or 20 bits leave gaps between cells.
 Image packed_rows(const Picture &source) {
     Image image(int(source.geometry.width), int(source.geometry.height),
@@ -144,14 +118,11 @@ void resample_rows(Path path, const Picture &source, Picture &destination, int p
     auto [columns, rows] = axes(destination.geometry, source.geometry,
                                 [units](int to, int from) { return table_axis(to, from, units); });
     rows.index.resize(size_t(rows_of(destination, parts)));
-    const Image image =
-        resampled(method, words ? widened(source) : packed_rows(source), columns, rows);
-    for (int y = 0; y < image.height; ++y) {
-        const uint8_t *const row = image.bytes.data() + size_t(y) * image.row_bytes();
-        set_row(destination, size_t(y),
-                words ? narrowed(row, image.width)
-                      : std::vector<uint8_t>(row, row + image.row_bytes()));
-    }
+    const Image from = packed_rows(source);
+    const Image image = words ? narrowed(resampled(method, widened(from), columns, rows))
+                              : resampled(method, from, columns, rows);
+    for (int y = 0; y < image.height; ++y)
+        set_row(destination, size_t(y), Bytes(image.row(y), image.row(y) + image.row_bytes()));
 }
 
 // --- cells -----------------------------------------------------------------------------------

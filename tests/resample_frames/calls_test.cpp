@@ -42,7 +42,7 @@ TEST_F(FrameCalls, AreAsTheModelSays) {
 TEST_F(FrameCalls, OfEveryWidth) {
     Random random(test_seed(), 1);
     for (int width = 1; width <= 70; ++width)
-        for (const int bits : {8, 16, 24, 32})
+        for (const int bits : frame_depths)
             for (const int method : {1, 2, 4}) {
                 const FrameCall from{bits, width, 3, 37, 4, method};
                 ASSERT_TRUE(agrees(from, random));
@@ -54,7 +54,7 @@ TEST_F(FrameCalls, OfEveryWidth) {
 
 TEST_F(FrameCalls, OfExtremeRatios) {
     Random random(test_seed(), 2);
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : {1, 2, 4}) {
             ASSERT_TRUE(agrees({bits, 1, 1, 300, 200, method}, random));
             ASSERT_TRUE(agrees({bits, 300, 200, 1, 1, method}, random));
@@ -145,7 +145,7 @@ TEST_F(FrameCalls, OfWordsSay24InTheHeaderMeanwhile) {
                 return count == 24;
             })) << testing::PrintToString(counts);
         }
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int count : bit_counts_during(bits, RESAMPLE_NEAREST, 0, nullptr))
             EXPECT_EQ(count, bits);
     expect_kept_tables(true, true);

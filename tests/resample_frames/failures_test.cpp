@@ -133,7 +133,7 @@ bool fits_32_bits(const FrameCall &call) {
 
 // Tables too large for memory, and frames too large for any: those are refused without a report.
 TEST_F(FrameFailures, OfSidesTooLarge) {
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : methods)
             for (const int side : {INT_MAX, INT_MAX - 1, 0x40000000, 0x3FFFFFFF, 0x3FFFFFFE,
                                    0x55555556, 0x40000001, 0x20000000}) {
@@ -168,7 +168,7 @@ class FrameMemory : public FrameFailures, public testing::WithParamInterface<Mem
 
 std::vector<MemoryCase> memory_cases() {
     std::vector<MemoryCase> cases;
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : {RESAMPLE_NEAREST, RESAMPLE_BILINEAR, RESAMPLE_BICUBIC, 3})
             for (const bool record : {false, true})
                 cases.push_back({bits, method, 0, record});

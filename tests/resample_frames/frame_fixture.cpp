@@ -20,32 +20,6 @@ Image pixels_of(const Bytes &frame, int width, int height, int bits) {
     return image;
 }
 
-std::uint16_t word_at(const Bytes &bytes, std::size_t i) {
-    return std::uint16_t(bytes[2 * i] | bytes[2 * i + 1] << 8);
-}
-
-// Each field f becomes f x 8 + 7.
-Image widened(const Image &words) {
-    Image colours(words.width, words.height, 3);
-    for (std::size_t i = 0; i < words.bytes.size() / 2; ++i)
-        for (std::size_t k = 0; k < 3; ++k) {
-            const int field = word_at(words.bytes, i) >> (10 - 5 * k) & 31;
-            colours.bytes[3 * i + k] = std::uint8_t(field * 8 + 7);
-        }
-    return colours;
-}
-
-Image narrowed(const Image &colours) {
-    Image words(colours.width, colours.height, 2);
-    for (std::size_t i = 0; i < words.bytes.size() / 2; ++i) {
-        const std::uint8_t *const c = &colours.bytes[3 * i];
-        const unsigned word = unsigned(c[0] / 8) << 10 | unsigned(c[1] / 8) << 5 | c[2] / 8u;
-        words.bytes[2 * i] = std::uint8_t(word);
-        words.bytes[2 * i + 1] = std::uint8_t(word >> 8);
-    }
-    return words;
-}
-
 Method method_of(const FrameCall &call) {
     if (call.nearest == 1 || call.method == RESAMPLE_NEAREST)
         return Method::nearest;
@@ -101,32 +75,6 @@ Bytes resampled_frame(const FrameCall &call, const Axis &columns, const Axis &ro
 
 // --- memory ----------------------------------------------------------------------------------
 
-FencedFrame::FencedFrame(const Bytes &bytes, bool at_end)
-    : memory_{bytes.size() + 1}, size_{bytes.size()}, data_{at_end ? memory_.end() - bytes.size()
-                                                                   : memory_.begin()} {
-    std::memset(memory_.begin(), surroundings, memory_.size());
-    std::copy(bytes.begin(), bytes.end(), data_);
-}
-
-void FencedFrame::protect() {
-    DWORD before;
-    VirtualProtect(memory_.begin(), memory_.size(), PAGE_READONLY, &before);
-}
-
-testing::AssertionResult FencedFrame::holds(const Bytes &expected) const {
-    if (std::memcmp(expected.data(), data_, size_) != 0) {
-        const auto at = std::mismatch(expected.begin(), expected.end(), data_);
-        return testing::AssertionFailure() << "byte " << at.first - expected.begin() << " is "
-                                           << int{*at.second} << ", expected " << int{*at.first};
-    }
-    const auto as_it_was = [](const std::uint8_t *from, const std::uint8_t *to) {
-        return std::all_of(from, to, [](std::uint8_t byte) { return byte == surroundings; });
-    };
-    if (!as_it_was(memory_.begin(), data_) || !as_it_was(data_ + size_, memory_.end()))
-        return testing::AssertionFailure() << "bytes beside the frame were written";
-    return testing::AssertionSuccess();
-}
-
 BITMAPINFOHEADER header_of(int width, int height, int bits) {
     BITMAPINFOHEADER header;
     std::memset(&header, 0xA5, sizeof header); // nothing else is looked at
@@ -176,8 +124,8 @@ testing::AssertionResult FrameTest::agrees(const FrameCall &call, const Bytes &s
         return failure() << "the header has changed, bit count " << header.biBitCount;
     if (record && std::memcmp(&record->record, &record_before, sizeof record_before) != 0)
         return failure() << "the record has changed";
-    const auto holds = to.holds(resampled_frame(call, source, start));
-    return holds ? holds : failure() << holds.message();
+    const std::string difference = to.difference(resampled_frame(call, source, start));
+    return difference.empty() ? testing::AssertionSuccess() : failure() << difference;
 }
 
 testing::AssertionResult FrameTest::agrees(const FrameCall &call, Random &random) {

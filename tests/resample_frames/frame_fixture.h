@@ -2,7 +2,7 @@
 // what the model makes of a call.
 #pragma once
 
-#include "tests/frame/fenced_memory.h"
+#include "tests/kernels/fenced_block.h"
 #include "tests/resample_tables/table_fixture.h"
 
 #include <ostream>
@@ -11,6 +11,8 @@
 namespace q32::test {
 
 using model::Method;
+
+inline constexpr int frame_depths[] = {8, 16, 24, 32};
 
 // --- the call --------------------------------------------------------------------------------
 
@@ -40,22 +42,10 @@ Bytes resampled_frame(const FrameCall &call, const model::Axis &columns, const m
 // --- memory ----------------------------------------------------------------------------------
 
 // Bytes that begin or end at an inaccessible page.
-class FencedFrame {
+class FencedFrame : public FencedBlock {
 public:
-    explicit FencedFrame(const Bytes &bytes, bool at_end = true);
-    std::uint8_t *data() const { return data_; }
-    Bytes contents() const { return {data_, data_ + size_}; }
-    // Makes any write a crash.
-    void protect();
-    // The frame holds these bytes, and its surroundings what they held.
-    testing::AssertionResult holds(const Bytes &expected) const;
-
-private:
-    static constexpr std::uint8_t surroundings = 0xB7;
-
-    FencedMemory memory_;
-    std::size_t size_;
-    std::uint8_t *data_;
+    explicit FencedFrame(const Bytes &bytes, bool at_end = true)
+        : FencedBlock(bytes, {at_end}, all_of_it) {}
 };
 
 BITMAPINFOHEADER header_of(int width, int height, int bits);

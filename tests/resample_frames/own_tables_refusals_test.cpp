@@ -17,7 +17,7 @@ class FramesNotMade : public FrameTest {};
 // A table that is read must be there.
 TEST_F(FramesNotMade, WithoutATableThatIsRead) {
     const Axis columns = mirrored(20), rows = mirrored(30);
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : {1, 2, 4, 0, 3})
             for (const int nearest : {0, 1})
                 for (int missing = 1; missing < 16; ++missing) {
@@ -57,7 +57,7 @@ TEST_F(FramesNotMade, WithoutPixels) {
     unread.record.column_index = unread.record.row_index = static_cast<std::int32_t *>(nowhere());
     unread.record.column_fraction = unread.record.row_fraction = unread.record.row_index;
     const FailingCall memory("GlobalAlloc", 1, FailingCall::from_there_on);
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : {1, 2, 4, 0, 3})
             for (const int nearest : {0, 1})
                 for (VCRESAMPLE *const record : {&own.record, &none.record, &unread.record})
@@ -89,7 +89,7 @@ TEST_F(FramesNotMade, WithoutPixelsOfOtherBitCounts) {
 TEST_F(FramesNotMade, OfSourcesWithoutPixels) {
     OwnTables own(mirrored(20), mirrored(30));
     const Bytes start(frame_bytes(20, 30, 32), 0x77);
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : methods)
             for (const int nearest : {0, 1})
                 for (const SIZE from : {SIZE{0, 30}, SIZE{20, 0}, SIZE{-1, 30}, SIZE{20, -1},
@@ -108,7 +108,7 @@ TEST_F(FramesNotMade, OfSourcesWithoutPixels) {
 // No memory holds them.
 TEST_F(FramesNotMade, TooLarge) {
     OwnTables own(mirrored(20), mirrored(30));
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : methods)
             for (const int nearest : {0, 1})
                 for (const SIZE to : {SIZE{INT_MAX, INT_MAX}, SIZE{INT_MAX - 1, 0x40000000},
@@ -142,7 +142,7 @@ TEST_F(FramesNotMade, WithoutARecordReportTheirSides) {
 TEST_F(FramesNotMade, WithoutMemory) {
     const Failure coefficients{1001, 0, 8, 17}, work{1001, 0, 8, 18};
     using All = std::vector<std::vector<Failure>>;
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : methods)
             for (const int nearest : {0, 1}) {
                 const bool interpolates = method != RESAMPLE_NEAREST && nearest == 0;

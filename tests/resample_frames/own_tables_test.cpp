@@ -41,8 +41,9 @@ protected:
             return failure() << "the record has changed";
         columns.fraction.resize(columns.index.size());
         rows.fraction.resize(rows.index.size());
-        const auto holds = to.holds(resampled_frame(call, columns, rows, source, start));
-        return holds ? holds : failure() << holds.message();
+        const std::string difference =
+            to.difference(resampled_frame(call, columns, rows, source, start));
+        return difference.empty() ? testing::AssertionSuccess() : failure() << difference;
     }
 
     // One row of samples by a table of columns.
@@ -122,7 +123,7 @@ TEST_F(OwnTablesOfFrames, JumpBetweenRows) {
 // Neither sizes nor method nor source of a record: zeros do as well as nonsense, and pointers that
 // cannot be followed.
 TEST_F(OwnTablesOfFrames, BesideFieldsThatDoNotCount) {
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int method : {1, 2, 4, 0, 3})
             for (const Beside beside : {Beside::zeros, Beside::nonsense}) {
                 const FrameCall call{bits, 20, 30, 33, 11, method};
@@ -140,7 +141,7 @@ TEST_F(OwnTablesOfFrames, BesideAnotherSourceHeader) {
     const BITMAPINFOHEADER others[] = {header_of(1, 1, 8), header_of(500, 400, 32),
                                        header_of(0, -1, 4), header_of(20, 30, 16)};
     for (const BITMAPINFOHEADER &other : others)
-        for (const int bits : {8, 16, 24, 32})
+        for (const int bits : frame_depths)
             for (const int method : methods) {
                 const BITMAPINFOHEADER before = other;
                 const FrameCall call{bits, 20, 30, 25, 35, method};
@@ -155,7 +156,7 @@ TEST_F(OwnTablesOfFrames, BesideAnotherSourceHeader) {
 
 // A record as vcResampleInit makes it, for other sizes and another method than the call's.
 TEST_F(OwnTablesOfFrames, MadeForAnotherCall) {
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const int made_for : {1, 2, 3, 4})
             for (const int method : {1, 2, 3, 4})
                 for (const int nearest : {0, 1})
@@ -220,7 +221,7 @@ TEST_F(OwnTablesOfFrames, BesideTheTablesOfTheLibrary) {
 // Nearest neighbour reads no fractions: by its method, or by the flag whatever the method.
 TEST_F(OwnTablesOfFrames, OfNearestNeighbourNeedNoFractions) {
     const CoefficientTableWatch table;
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const auto &[method, nearest] :
              {std::pair(1, 0), std::pair(1, 1), std::pair(2, 1), std::pair(4, 1), std::pair(0, 1)})
             for (const int which : {1, 2, 3}) {
@@ -238,7 +239,7 @@ TEST_F(OwnTablesOfFrames, OfNearestNeighbourNeedNoFractions) {
 
 // And where they are there, they may be anything: not a number of them is read.
 TEST_F(OwnTablesOfFrames, OfNearestNeighbourHaveUnreadFractions) {
-    for (const int bits : {8, 16, 24, 32})
+    for (const int bits : frame_depths)
         for (const auto &[method, nearest] : {std::pair(1, 0), std::pair(2, 1), std::pair(4, 1)}) {
             const Axis columns = mirrored(20), rows = mirrored(30);
             OwnTables own(without_fractions(columns), without_fractions(rows));

@@ -218,9 +218,9 @@ TEST_F(FrameRecords, OfLargerDestinations) {
             axis.fraction.resize(std::size_t(count));
             return axis;
         };
-        EXPECT_TRUE(result.holds(resampled_frame(
+        result.expect(resampled_frame(
             call, beginning(model::table_axis(40, 20, Units::of_65536), to.cx),
-            beginning(model::table_axis(60, 30, Units::of_65536), to.cy), source, start)));
+            beginning(model::table_axis(60, 30, Units::of_65536), to.cy), source, start));
     }
 }
 
@@ -265,7 +265,7 @@ TEST_F(FrameRecords, OfOtherSourcesStayInsideTheFrame) {
         EXPECT_SUCCESS(api().vcResampleEx(call.nearest, from.data(), &header, to.data(),
                                           call.to_width, call.to_height, call.method,
                                           &made.record));
-        EXPECT_TRUE(to.holds(resampled_frame(call, columns, rows, source, start)))
+        EXPECT_EQ(to.difference(resampled_frame(call, columns, rows, source, start)), "")
             << call << "; " << rerun(number);
         return !HasFailure();
     });

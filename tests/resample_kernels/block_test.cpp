@@ -44,6 +44,12 @@ protected:
             return line_by_ratio(random, method(), count);
         }
     }
+    static Line one_row(Random &random) {
+        Line row = line_at_random(random, method(), 1);
+        row.count = 1;
+        row.axis.index[0] = row.first;
+        return row;
+    }
     static bool fits(const Line &columns, const Line &rows) {
         return std::size_t(columns.count) * std::size_t(rows.count) * pixel_bytes() <=
                Stage::most_bytes / 2;
@@ -89,10 +95,7 @@ TEST_P(ResampleBlocks, OfOneRow) {
         for (const bool in_order : {true, false}) {
             const Line columns = in_order ? line_by_ratio(random, method(), length)
                                           : line_at_random(random, method(), length);
-            Line row = line_at_random(random, method(), 1);
-            row.count = 1;
-            row.axis.index[0] = row.first;
-            ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, row), random));
+            ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, one_row(random)), random));
         }
 }
 
@@ -152,10 +155,7 @@ TEST_P(ResampleBlocks, OfRowsInOtherOrders) {
 TEST_P(ResampleBlocks, OfColumnsInOrder) {
     random_cases(1500, [this](Random &random, std::uint64_t) {
         const Line columns = line_in_order(random, method(), between(random, 1, 100));
-        Line row = line_at_random(random, method(), 1);
-        row.count = 1;
-        row.axis.index[0] = row.first;
-        return stage_.run(trial(random, columns, row), random_layout(random));
+        return stage_.run(trial(random, columns, one_row(random)), random_layout(random));
     });
 }
 
@@ -173,10 +173,7 @@ TEST_P(ResampleBlocks, OfDistantColumns) {
             index += evenly ? most : between(random, 0, most);
         }
         columns.count = columns.axis.index.back() - columns.first + 1 + between(random, 0, 3);
-        Line row = line_at_random(random, method(), 1);
-        row.count = 1;
-        row.axis.index[0] = row.first;
-        return stage_.run(trial(random, columns, row), random_layout(random));
+        return stage_.run(trial(random, columns, one_row(random)), random_layout(random));
     });
 }
 

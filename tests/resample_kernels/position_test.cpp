@@ -5,7 +5,7 @@
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
-#include "tests/resample_kernels/resample_model.h"
+#include "tests/models/resampling.h"
 
 #include <gtest/gtest.h>
 

@@ -2,12 +2,9 @@
 // tests.
 #include "tests/resample_kernels/resample_stage.h"
 
-#include <gtest/gtest.h>
+#include "tests/kernels/running.h"
 
-#include <algorithm>
-#include <csignal>
-#include <cstdio>
-#include <cstring>
+#include <gtest/gtest.h>
 
 namespace q32::test {
 namespace {
@@ -21,54 +18,6 @@ using resample::Positions;
 using resample::ResampleKernels;
 using resample::SourceImage;
 using resample::Span;
-
-constexpr std::size_t margin = 192; // bytes beside a destination that must stay as they were
-
-// What is being run, for the message of a crash.
-struct {
-    const char *level = nullptr; // null: nothing
-    const Trial *trial = nullptr;
-} current;
-
-void say_what_crashed() {
-    if (current.level == nullptr)
-        return;
-    std::fprintf(stderr, "\ncrash in %s, %s; %s\n", current.level, describe(*current.trial).c_str(),
-                 running_case == no_case ? "no random case" : rerun(running_case).c_str());
-    std::fflush(stderr);
-}
-
-#if defined(_WIN32)
-LPTOP_LEVEL_EXCEPTION_FILTER next_filter = nullptr;
-
-LONG WINAPI crashed(EXCEPTION_POINTERS *pointers) {
-    say_what_crashed();
-    return next_filter ? next_filter(pointers) : EXCEPTION_CONTINUE_SEARCH;
-}
-#else
-void crashed(int) {
-    say_what_crashed();
-    std::_Exit(3);
-}
-#endif
-
-// Says before the tests which seed they run with, and in a crash what was running.
-class Announcer : public testing::Environment {
-public:
-    void SetUp() override {
-        std::printf("seed of the random cases: %llu\n",
-                    static_cast<unsigned long long>(test_seed()));
-#if defined(_WIN32)
-        next_filter = SetUnhandledExceptionFilter(crashed);
-#else
-        std::signal(SIGSEGV, crashed);
-        std::signal(SIGBUS, crashed);
-        std::signal(SIGILL, crashed);
-#endif
-    }
-};
-[[maybe_unused]] testing::Environment *const announcer =
-    testing::AddGlobalTestEnvironment(new Announcer);
 
 bool same_forms(const ResampleKernels &a, const ResampleKernels &b, Method method) {
     const MethodKernels &one = kernels_of(a, method), &other = kernels_of(b, method);
@@ -88,24 +37,29 @@ std::vector<ResampleLevel> distinct_levels(Method method) {
     return distinct;
 }
 
-std::uint8_t *place_in(const FencedMemory &memory, std::size_t bytes, bool at_end) {
-    return at_end ? memory.end() - bytes : memory.begin();
-}
-
-const std::int32_t *lay_down(const FencedMemory &memory, const std::vector<std::int32_t> &table,
-                             bool at_end) {
-    const std::size_t bytes = table.size() * sizeof(std::int32_t);
-    std::uint8_t *const place = place_in(memory, bytes, at_end);
-    auto *const first = reinterpret_cast<std::int32_t *>(place);
-    std::copy(table.begin(), table.end(), first);
-    return first;
-}
-
-// Bytes of an image whose last row has no padding behind it.
-std::size_t laid_out_bytes(const Image &image, std::size_t padding) {
+// The bytes of an image with so many others between its rows, but none behind the last one.
+Bytes laid_out(const Image &image, std::size_t padding, std::uint8_t others) {
     if (image.height == 0 || image.width == 0)
-        return 0;
-    return std::size_t(image.height) * (image.row_bytes() + padding) - padding;
+        return {};
+    const std::size_t stride = image.row_bytes() + padding;
+    Bytes bytes(std::size_t(image.height) * stride - padding, others);
+    for (int y = 0; y < image.height; ++y)
+        std::copy_n(image.row(y), image.row_bytes(), bytes.data() + std::size_t(y) * stride);
+    return bytes;
+}
+
+// Where in an image a difference lies, and what was wanted there.
+std::string said(std::size_t at, const Trial &trial, const Image &expected, std::size_t stride) {
+    const std::size_t y = at / stride, x = at % stride;
+    if (x >= expected.row_bytes())
+        return "behind row " + std::to_string(y);
+    const auto place = [](const Axis &axis, std::size_t i) {
+        return std::to_string(i) + " (index " + std::to_string(axis.index[i]) +
+               (axis.fraction.empty() ? "" : ", fraction " + std::to_string(axis.fraction[i])) +
+               ")";
+    };
+    return "byte " + std::to_string(x % expected.pixel_bytes) + " of column " +
+           place(trial.columns, x / expected.pixel_bytes) + " in row " + place(trial.rows, y);
 }
 
 } // namespace
@@ -176,89 +130,49 @@ bool Stage::run_everywhere(const Trial &trial, Random &random) {
 
 bool Stage::run_form(const char *name, const MethodKernels &kernels, const Trial &trial,
                      const Layout &layout, const Image &expected) {
-    const SourceImage source = lay_down_source(trial.source, layout);
-    const DestinationImage destination = lay_down_destination(trial, layout, expected);
+    noise_ = std::uint8_t(noise_ * 5 + 113);
+    const Bytes from = laid_out(trial.source, layout.source_padding, noise_);
+    const SourceImage source{source_.hold(from, {layout.source_at_end}),
+                             trial.source.row_bytes() + layout.source_padding,
+                             Span{trial.source.left, trial.source.width},
+                             Span{trial.source.top, trial.source.height}};
+    const Bytes wanted = laid_out(expected, layout.destination_padding, noise_);
+    const std::size_t stride = expected.row_bytes() + layout.destination_padding;
+    const DestinationImage destination{
+        destination_.hold(Bytes(wanted.size(), noise_), {layout.destination_at_end}), stride,
+        lay_down(trial.columns, columns_, layout.tables_at_end),
+        lay_down(trial.rows, rows_, layout.tables_at_end)};
     const auto samples = int(trial.source.pixel_bytes);
     const std::size_t columns = trial.columns.index.size();
-    const std::size_t bytes = resample::RowResampler::work_bytes(kernels, columns, samples);
-    std::uint8_t *const work = work_.end() - layout.work_distance - bytes;
-    std::memset(work, canary_ + 1, bytes);
-    current = {name, &trial};
-    resample_image(kernels, destination, source, samples, work);
-    current = {};
+    const Bytes work(resample::RowResampler::work_bytes(kernels, columns, samples), noise_);
+    std::uint8_t *const work_at = work_.hold(work, {true, layout.work_distance});
+    {
+        const Running running{[&] { return std::string{name} + ", " + describe(trial); }};
+        resample_image(kernels, destination, source, samples, work_at);
+    }
 
-    std::string difference = difference_in(destination, trial, expected);
-    if (difference.empty() && !is(source, trial.source))
-        difference = "the source was changed";
-    if (difference.empty())
+    std::string wrong = destination_.difference(wanted);
+    const std::size_t at = first_difference(destination.pixels, wanted.data(), wanted.size());
+    if (at != wanted.size())
+        wrong += ": " + said(at, trial, expected, stride);
+    else if (wrong.empty() && !(wrong = source_.difference(from)).empty())
+        wrong = "the source was changed: " + wrong;
+    if (wrong.empty())
         return true;
-    ADD_FAILURE() << name << ", " << describe(trial) << ": " << difference
+    ADD_FAILURE() << name << ", " << describe(trial) << ": " << wrong
                   << (running_case == no_case ? "" : "; " + rerun(running_case));
     return false;
 }
 
-SourceImage Stage::lay_down_source(const Image &image, const Layout &layout) {
-    const std::size_t stride = image.row_bytes() + layout.source_padding;
-    std::uint8_t *const pixels =
-        place_in(source_, laid_out_bytes(image, layout.source_padding), layout.source_at_end);
-    for (int y = 0; y < image.height; ++y)
-        std::memcpy(pixels + std::size_t(y) * stride, image.row(y), image.row_bytes());
-    return {pixels, stride, Span{image.left, image.width}, Span{image.top, image.height}};
-}
-
-DestinationImage Stage::lay_down_destination(const Trial &trial, const Layout &layout,
-                                             const Image &expected) {
-    // Other surroundings in every run: no stray write matches them for long.
-    canary_ = std::uint8_t(canary_ * 5 + 113);
-    const std::size_t bytes = laid_out_bytes(expected, layout.destination_padding);
-    std::uint8_t *const pixels = place_in(destination_, bytes, layout.destination_at_end);
-    around_ = std::max(pixels - margin, destination_.begin());
-    around_end_ = std::min(pixels + bytes + margin, destination_.end());
-    std::memset(around_, canary_, std::size_t(around_end_ - around_));
-
-    const bool at_end = layout.tables_at_end;
-    const auto positions = [&](int memory, const Axis &axis) {
-        return Positions{
-            lay_down(tables_[memory], axis.index, at_end),
-            axis.fraction.empty() ? nullptr : lay_down(tables_[memory + 1], axis.fraction, at_end),
-            axis.index.size()};
+// A table for the indices and, where there are any, one for the fractions.
+Positions Stage::lay_down(const Axis &axis, FencedBlock *tables, bool at_end) {
+    const auto table = [&](FencedBlock &block, const std::vector<std::int32_t> &numbers) {
+        const auto *const bytes = reinterpret_cast<const std::uint8_t *>(numbers.data());
+        return reinterpret_cast<const std::int32_t *>(
+            block.hold({bytes, numbers.size() * sizeof numbers[0]}, {at_end}));
     };
-    return {pixels, expected.row_bytes() + layout.destination_padding, positions(0, trial.columns),
-            positions(2, trial.rows)};
-}
-
-// Empty when the block is as it must be, surroundings and padding included.
-std::string Stage::difference_in(const DestinationImage &made, const Trial &trial,
-                                 const Image &expected) const {
-    Bytes wanted(std::size_t(around_end_ - around_), canary_);
-    for (int y = 0; y < expected.height; ++y)
-        std::copy_n(expected.row(y), expected.row_bytes(),
-                    wanted.begin() + (made.pixels - around_) +
-                        std::ptrdiff_t(std::size_t(y) * made.stride));
-    if (std::memcmp(wanted.data(), around_, wanted.size()) == 0)
-        return "";
-    const auto differs = std::mismatch(wanted.begin(), wanted.end(), around_);
-    const std::ptrdiff_t at = differs.second - made.pixels;
-    const std::size_t y = std::size_t(at) / made.stride, x = std::size_t(at) % made.stride;
-    if (at < 0 || y >= std::size_t(expected.height) || x >= expected.row_bytes())
-        return "bytes beside the destination's pixels were written";
-    const auto place = [](const Axis &axis, std::size_t i) {
-        return std::to_string(i) + " (index " + std::to_string(axis.index[i]) +
-               (axis.fraction.empty() ? "" : ", fraction " + std::to_string(axis.fraction[i])) +
-               ")";
-    };
-    return "byte " + std::to_string(x % expected.pixel_bytes) + " of column " +
-           place(trial.columns, x / expected.pixel_bytes) + " in row " + place(trial.rows, y) +
-           " is " + std::to_string(*differs.second) + ", expected " +
-           std::to_string(*differs.first);
-}
-
-bool Stage::is(const SourceImage &source, const Image &image) {
-    for (int y = 0; y < image.height; ++y)
-        if (std::memcmp(source.pixels + std::size_t(y) * source.stride, image.row(y),
-                        image.row_bytes()) != 0)
-            return false;
-    return true;
+    return {table(tables[0], axis.index),
+            axis.fraction.empty() ? nullptr : table(tables[1], axis.fraction), axis.index.size()};
 }
 
 // --- random trials ---------------------------------------------------------------------------

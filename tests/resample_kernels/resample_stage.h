@@ -6,16 +6,15 @@
 #include "resample/kernels/resample_kernels.h"
 #include "resample/kernels/row_resampler.h"
 
-#include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
-#include "tests/merge_kernels/levels.h"
-#include "tests/resample_kernels/resample_model.h"
+#include "tests/kernels/fenced_block.h"
+#include "tests/kernels/levels.h"
+#include "tests/models/resampling.h"
 
 #include <string>
 
 namespace q32::test {
 
-using Bytes = std::vector<std::uint8_t>;
 using ResampleLevel = Level<resample::ResampleKernels>;
 
 // The forms of one method on this machine, the scalar one first. A level without a form of its own
@@ -54,27 +53,16 @@ public:
     // At every fence, and at some random places.
     bool run_everywhere(const Trial &trial, Random &random);
 
-    // The largest trial.
+    // The largest image of a trial.
     static constexpr std::size_t most_bytes = std::size_t{1} << 20;
-    static constexpr std::size_t most_columns = 20000;
 
 private:
     bool run_form(const char *name, const resample::MethodKernels &kernels, const Trial &trial,
                   const Layout &layout, const model::Image &expected);
-    resample::SourceImage lay_down_source(const model::Image &image, const Layout &layout);
-    resample::DestinationImage lay_down_destination(const Trial &trial, const Layout &layout,
-                                                    const model::Image &expected);
-    std::string difference_in(const resample::DestinationImage &made, const Trial &trial,
-                              const model::Image &expected) const;
-    static bool is(const resample::SourceImage &source, const model::Image &image);
+    resample::Positions lay_down(const model::Axis &axis, FencedBlock *tables, bool at_end);
 
-    FencedMemory source_{most_bytes}, destination_{most_bytes}, work_{4 * most_bytes};
-    FencedMemory tables_[4] = {FencedMemory{most_columns * 4}, FencedMemory{most_columns * 4},
-                               FencedMemory{most_columns * 4}, FencedMemory{most_columns * 4}};
-    // The last destination with its surroundings, and what those hold.
-    std::uint8_t *around_ = nullptr;
-    std::uint8_t *around_end_ = nullptr;
-    std::uint8_t canary_ = 7;
+    FencedBlock source_, destination_, work_, columns_[2], rows_[2];
+    std::uint8_t noise_ = 7;
 };
 
 // --- random trials ---------------------------------------------------------------------------

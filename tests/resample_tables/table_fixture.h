@@ -6,7 +6,7 @@
 #include "tests/frame/comm.h"
 #include "tests/frame/library.h"
 #include "tests/frame/random.h"
-#include "tests/resample_kernels/resample_model.h"
+#include "tests/models/resampling.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 // the MMX flag.
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
-#include "tests/kernels/scaling_models.h"
+#include "tests/models/scaling.h"
 #include "tests/rows/plain_rectangles_fixture.h"
 
 namespace q32::test {
@@ -87,8 +87,7 @@ public:
                 std::copy_n(from, shape_.block_row(), to);
             else
                 for (std::size_t i = 0; i < shape_.width; ++i)
-                    model::put_bit({to, shape_.block_row()}, i,
-                                   model::bit({from, shape_.touched()}, shape_.first_bit() + i));
+                    model::put_bit(to, i, model::bit(from, shape_.first_bit() + i));
         }
         return compared(expected, image_before_);
     }
@@ -103,8 +102,7 @@ public:
                 std::copy_n(from, shape_.block_row(), to);
             else
                 for (std::size_t i = 0; i < shape_.width; ++i)
-                    model::put_bit({to, shape_.touched()}, shape_.first_bit() + i,
-                                   model::bit({from, shape_.block_row()}, i));
+                    model::put_bit(to, shape_.first_bit() + i, model::bit(from, i));
         }
         return compared(block_before_, expected);
     }

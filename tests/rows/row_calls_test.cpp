@@ -3,7 +3,7 @@
 #include "tests/rows/row_fixture.h"
 
 #include "tests/frame/random.h"
-#include "tests/kernels/row_models.h"
+#include "tests/models/rows.h"
 
 #include <atomic>
 #include <thread>

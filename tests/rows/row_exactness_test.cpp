@@ -4,8 +4,8 @@
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
-#include "tests/kernels/row_models.h"
-#include "tests/kernels/row_sweep.h"
+#include "tests/kernels/kernel_sweep.h"
+#include "tests/models/rows.h"
 
 namespace q32::test {
 namespace {
@@ -14,7 +14,8 @@ using model::Bytes;
 
 class RowExactness : public RowTestWithMmxFlag {
 protected:
-    void sweep(const Conversion &conversion) {
+    void sweep(Conversion conversion, std::size_t shortest = 1) {
+        conversion.shortest = shortest;
         sweep_lengths_and_alignments(conversion);
         sweep_random_rows(conversion, 40);
     }
@@ -27,11 +28,6 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Mmx, RowExactness, testing::Bool(), mmx_flag_name);
 
-// Bytes of a run of pixels of that many bytes.
-std::function<std::size_t(std::size_t)> each(std::size_t bytes) {
-    return [=](std::size_t pixels) { return bytes * pixels; };
-}
-
 std::size_t bits(std::size_t pixels) {
     return (pixels + 7) / 8;
 }
@@ -39,7 +35,7 @@ std::size_t bits(std::size_t pixels) {
 TEST_P(RowExactness, Fill) {
     for (std::size_t pixel_bytes = 1; pixel_bytes <= 4; ++pixel_bytes)
         sweep({std::string{"mem32Fill "} + std::to_string(pixel_bytes),
-               [=](std::size_t) { return pixel_bytes; }, each(pixel_bytes), 1, false,
+               [=](std::size_t) { return pixel_bytes; }, pixel_bytes, false,
                [=, this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                    expect_success(rows().mem32Fill(to, from, static_cast<int>(pixel_bytes),
                                                    static_cast<int>(n)));
@@ -64,7 +60,7 @@ TEST_P(RowExactness, Exchange) {
         if (std::any_of(second, second + n, [=](std::uint8_t v) { return v != first; }))
             ADD_FAILURE() << "the second block does not hold the first";
     };
-    sweep({"mem32Exchange", each(1), each(1), 1, false, exchange_there_and_copy,
+    sweep({"mem32Exchange", 1, 1, false, exchange_there_and_copy,
            [](const Bytes &source, std::size_t) { return source; }});
 }
 
@@ -73,13 +69,13 @@ TEST_P(RowExactness, Invert) {
         return model::byte_invert(source);
     };
     // mem32ByteInvert takes its source as writable: with a null destination it is written.
-    sweep({"mem32ByteInvert", each(1), each(1), 1, true,
+    sweep({"mem32ByteInvert", 1, 1, true,
            [this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                expect_success(rows().mem32ByteInvert(to, const_cast<std::uint8_t *>(from),
                                                      static_cast<int>(n)));
            },
            inverted});
-    sweep({"mem32ByteInvert without destination", each(1), each(1), 1, true,
+    sweep({"mem32ByteInvert without destination", 1, 1, true,
            [this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                std::memmove(to, from, n);
                expect_success(rows().mem32ByteInvert(nullptr, to, static_cast<int>(n)));
@@ -89,7 +85,7 @@ TEST_P(RowExactness, Invert) {
 
 TEST_P(RowExactness, BitToByte) {
     const auto sweep_one = [this](const char *name, auto run, std::uint8_t one) {
-        sweep({name, bits, each(1), 1, false,
+        sweep({name, bits, 1, false,
                [=, this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                    expect_success(run(to, from, static_cast<int>(n)));
                },
@@ -103,7 +99,7 @@ TEST_P(RowExactness, BitToByte) {
 
 TEST_P(RowExactness, ByteToBit) {
     for (const int threshold : {0, 127, 128, 255})
-        sweep({std::string{"mem32ByteToBit "} + std::to_string(threshold), each(1), bits, 1, true,
+        sweep({std::string{"mem32ByteToBit "} + std::to_string(threshold), 1, bits, true,
                [=, this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                    expect_success(rows().mem32ByteToBit(to, from, static_cast<int>(n), threshold));
                },
@@ -125,7 +121,7 @@ TEST_P(RowExactness, ByteToBitAllThresholdsAndBytes) {
 TEST_P(RowExactness, Narrow) {
     const auto sweep_one = [this](const char *name, auto run, const model::Layout16 &layout) {
         sweep(
-            {name, each(3), each(2), 1, true,
+            {name, 3, 2, true,
              [=, this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                  expect_success(run(to, from, static_cast<int>(n)));
              },
@@ -142,9 +138,8 @@ TEST_P(RowExactness, Widen) {
     const auto sweep_one = [&, this](const char *name, auto run, const model::Layout16 &layout) {
         const Conversion conversion{
             name,
-            each(2),
-            each(3),
-            1,
+            2,
+            3,
             false,
             [=, this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                 expect_success(run(to, from, static_cast<int>(n)));
@@ -158,7 +153,7 @@ TEST_P(RowExactness, Widen) {
 }
 
 TEST_P(RowExactness, SwapChannels) {
-    sweep({"RGBToBGR", each(3), each(3), 1, true,
+    sweep({"RGBToBGR", 3, 3, true,
            [this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                rows().RGBToBGR(to, from, static_cast<int>(n));
            },
@@ -177,8 +172,8 @@ TEST_P(RowExactness, Map) {
         const std::size_t table_bytes = 256 * type.channels;
         std::uint8_t *const tables = memory.end() - table_bytes;
         Random{test_seed(), table_bytes}.fill({tables, table_bytes});
-        const auto bytes = each(type.channels * type.sample_bytes);
-        sweep({std::string{"mem32Map "} + std::to_string(type.number), bytes, bytes, 0, true,
+        const auto bytes = type.channels * type.sample_bytes;
+        sweep({std::string{"mem32Map "} + std::to_string(type.number), bytes, bytes, true,
                [=, this](std::uint8_t *to, const std::uint8_t *from, std::size_t n) {
                    expect_success(
                        rows().mem32Map(to, from, tables, type.number, static_cast<int>(n)));
@@ -187,7 +182,8 @@ TEST_P(RowExactness, Map) {
                    const model::View view{tables, table_bytes};
                    return type.sample_bytes == 1 ? model::map_8(source, view, type.channels, n)
                                                  : model::map_16(source, view, type.channels, n);
-               }});
+               }},
+              0);
     }
 }
 

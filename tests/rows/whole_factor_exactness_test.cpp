@@ -4,13 +4,10 @@
 
 #include "tests/frame/random.h"
 #include "tests/kernels/fenced_run.h"
-#include "tests/kernels/scaling_models.h"
+#include "tests/models/scaling.h"
 
 namespace q32::test {
 namespace {
-
-using model::Bytes;
-using model::View;
 
 constexpr std::size_t whole(int count) {
     return static_cast<std::size_t>(count);
@@ -85,10 +82,9 @@ protected:
 
 constexpr int longest = 300;
 constexpr int factors[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 12, 16, 17, 33};
-constexpr int largest = 33;
 
 TEST_F(WholeFactorRows, BitsEnlarged) {
-    FencedRun stage{longest, longest * largest};
+    FencedRun stage;
     for (const int factor : factors)
         for (int count = 1; count <= longest; ++count) {
             Random random{test_seed(), whole(factor * 1024 + count)};
@@ -102,7 +98,7 @@ TEST_F(WholeFactorRows, BitsEnlarged) {
 }
 
 TEST_F(WholeFactorRows, BitsReduced) {
-    FencedRun stage{longest, longest};
+    FencedRun stage;
     for (const int factor : factors)
         for (int count = 1; count <= longest; ++count) {
             Random random{test_seed(), whole(factor * 1024 + count)};
@@ -115,7 +111,7 @@ TEST_F(WholeFactorRows, BitsReduced) {
 }
 
 TEST_F(WholeFactorRows, PixelsEnlarged) {
-    FencedRun stage{4 * longest, 4 * longest * largest};
+    FencedRun stage;
     for (const Pixels pixels : all_pixels)
         for (const int factor : factors)
             for (int count = 1; count <= longest; ++count) {
@@ -132,7 +128,7 @@ TEST_F(WholeFactorRows, PixelsEnlarged) {
 }
 
 TEST_F(WholeFactorRows, PixelsReduced) {
-    FencedRun stage{4 * (longest + largest), 4 * longest};
+    FencedRun stage;
     for (const Pixels pixels : all_pixels)
         for (const int factor : factors)
             for (int count = 1; count <= longest; ++count) {
@@ -194,7 +190,7 @@ protected:
     }
 
 private:
-    FencedRun stage_{4 * 32 * 760, std::size_t{4} * 700 * 40 * 30 * 9};
+    FencedRun stage_;
 };
 
 TEST_F(WholeFactorBlocks, BitsEnlarged) {

@@ -3,7 +3,7 @@
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
 #include "tests/library/library_fixture.h"
-#include "tests/separation_kernels/separation_model.h"
+#include "tests/models/separation.h"
 
 #include <array>
 #include <cstring>

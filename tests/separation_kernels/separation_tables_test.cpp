@@ -1,6 +1,6 @@
 // The three tables and the ink limit for all kinds of settings.
 #include "separation/kernels/separation_tables.h"
-#include "tests/separation_kernels/separation_model.h"
+#include "tests/models/separation.h"
 
 #include <gtest/gtest.h>
 

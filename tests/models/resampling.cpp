@@ -1,6 +1,8 @@
 // The rules of resampling, written down. Products and sums are as wide as they need to be, so that
 // nothing is lost but where a rule says so.
-#include "tests/resample_kernels/resample_model.h"
+#include "tests/models/resampling.h"
+
+#include "tests/models/rows.h"
 
 #include <algorithm>
 #include <cstring>
@@ -140,6 +142,18 @@ const std::uint8_t *Image::pixel(int column, int row) const {
     const auto x = std::size_t(nearest_column(column) - left);
     const auto y = std::size_t(nearest_row(row) - top);
     return bytes.data() + (y * std::size_t(width) + x) * pixel_bytes;
+}
+
+Image widened(const Image &words) {
+    Image colours(words.width, words.height, 3);
+    colours.bytes = widen(words.bytes, words.bytes.size() / 2, layout_555);
+    return colours;
+}
+
+Image narrowed(const Image &colours) {
+    Image words(colours.width, colours.height, 2);
+    words.bytes = narrow(colours.bytes, colours.bytes.size() / 3, layout_555);
+    return words;
 }
 
 Image resampled(Method method, const Image &source, const Axis &columns, const Axis &rows) {

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace q32::model {
+namespace q32::test::model {
 
 using Bytes = std::vector<std::uint8_t>;
 using View = std::span<const std::uint8_t>;
@@ -18,11 +18,11 @@ inline std::size_t row_of_bits(std::size_t bits) {
 }
 
 // Bit 0 is the highest of the first byte.
-inline bool bit(View row, std::size_t position) {
+inline bool bit(const std::uint8_t *row, std::size_t position) {
     return (row[position / 8] & (128 >> position % 8)) != 0;
 }
 
-inline void put_bit(std::span<std::uint8_t> row, std::size_t position, bool value) {
+inline void put_bit(std::uint8_t *row, std::size_t position, bool value) {
     const int mask = 128 >> position % 8;
     const int rest = row[position / 8] & (255 - mask);
     row[position / 8] = static_cast<std::uint8_t>(value ? rest + mask : rest);
@@ -36,14 +36,14 @@ inline std::size_t reduced(std::size_t count, std::size_t factor) {
 inline Bytes enlarge_bits(View source, std::size_t count, std::size_t factor) {
     Bytes out(row_of_bits(count * factor));
     for (std::size_t i = 0; i < count * factor; ++i)
-        put_bit(out, i, bit(source, i / factor));
+        put_bit(out.data(), i, bit(source.data(), i / factor));
     return out;
 }
 
 inline Bytes reduce_bits(View source, std::size_t count, std::size_t factor) {
     Bytes out(row_of_bits(reduced(count, factor)));
     for (std::size_t k = 0; k < reduced(count, factor); ++k)
-        put_bit(out, k, bit(source, k * factor));
+        put_bit(out.data(), k, bit(source.data(), k * factor));
     return out;
 }
 
@@ -84,4 +84,4 @@ inline std::size_t bytes_to_reduce(std::size_t count, std::size_t factor, std::s
     return pixel_bytes * (swap ? reduced(count, factor) * factor : count);
 }
 
-} // namespace q32::model
+} // namespace q32::test::model

@@ -4,7 +4,9 @@
 #pragma once
 
 #include "display/kernels/show_kernels.h"
+#include "tests/models/dither_matrices.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -19,23 +21,18 @@ using display::Thresholds;
 
 // --- matrices --------------------------------------------------------------------------------
 
-inline constexpr Thresholds sixteen_colour_rows[8] = {
-    {4, 195, 52, 243, 16, 207, 64, 255},  {131, 68, 179, 116, 143, 80, 191, 128},
-    {36, 227, 20, 211, 48, 239, 32, 223}, {163, 100, 147, 84, 175, 112, 159, 96},
-    {12, 203, 60, 251, 8, 199, 56, 247},  {139, 76, 187, 124, 135, 72, 183, 120},
-    {44, 235, 28, 219, 40, 231, 24, 215}, {171, 108, 155, 92, 167, 104, 151, 88}};
-
-inline constexpr Thresholds palette_rows[8] = {
-    {1, 39, 10, 48, 3, 41, 12, 51}, {26, 13, 36, 23, 28, 16, 38, 25},
-    {7, 45, 4, 42, 9, 48, 6, 44},   {32, 20, 29, 16, 35, 22, 32, 19},
-    {2, 40, 12, 50, 1, 40, 11, 49}, {28, 15, 37, 24, 27, 14, 36, 24},
-    {8, 47, 5, 44, 8, 46, 4, 43},   {34, 21, 31, 18, 33, 20, 30, 17}};
-
-// Four columns, repeated.
-inline constexpr Thresholds high_colour_rows[4] = {{1, 7, 2, 8, 1, 7, 2, 8},
-                                                   {5, 3, 6, 4, 5, 3, 6, 4},
-                                                   {2, 8, 1, 7, 2, 8, 1, 7},
-                                                   {6, 4, 5, 3, 6, 4, 5, 3}};
+// The rows of a matrix, repeated where they have four columns.
+template <int side>
+constexpr std::array<Thresholds, side> rows_of(const int (&matrix)[side][side]) {
+    std::array<Thresholds, side> rows{};
+    for (std::size_t y = 0; y < side; ++y)
+        for (std::size_t x = 0; x < 8; ++x)
+            rows[y][x] = std::uint8_t(matrix[y][x % side]);
+    return rows;
+}
+inline constexpr auto sixteen_colour_rows = rows_of(sixteen_colour_matrix);
+inline constexpr auto palette_rows = rows_of(palette_matrix);
+inline constexpr auto high_colour_rows = rows_of(high_colour_matrix);
 
 // A row of a matrix for a run that begins at this column of it.
 constexpr Thresholds turned(const Thresholds &row, std::size_t column) {

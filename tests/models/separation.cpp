@@ -1,5 +1,5 @@
 // The model's tables and pixels.
-#include "tests/separation_kernels/separation_model.h"
+#include "tests/models/separation.h"
 
 #include <algorithm>
 #include <map>

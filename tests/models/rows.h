@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace q32::model {
+namespace q32::test::model {
 
 using Bytes = std::vector<std::uint8_t>;
 using View = std::span<const std::uint8_t>;
@@ -130,4 +130,4 @@ inline Bytes map_16(View source, View tables, std::size_t channels, std::size_t 
     return out;
 }
 
-} // namespace q32::model
+} // namespace q32::test::model

@@ -66,6 +66,10 @@ struct Image {
     const std::uint8_t *pixel(int column, int row) const;
 };
 
+// Words of 5 bits a channel, as 2 bytes, to colours and back.
+Image widened(const Image &words);
+Image narrowed(const Image &colours);
+
 enum class Method { nearest, bilinear, bicubic };
 
 // Bilinear takes the low 16 bits of a fraction, bicubic the low 8 bits. An index outside the source
