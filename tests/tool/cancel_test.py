@@ -3,6 +3,7 @@
 Wine turns SIGINT into the console's Ctrl-C event.
 """
 
+import functools
 import os
 import re
 import signal
@@ -10,6 +11,28 @@ import time
 
 import pictures
 from tool_case import CANCELLED, DONE, ToolCase
+
+
+class TooLate(AssertionError):
+    """The signal came when the program had gone on."""
+
+
+def in_time(test):
+    """Makes a test again, from its beginning, when its signal came too late: how long a machine
+    takes to pass it on is no affair of the program's. The fifth time too late is a failure."""
+
+    @functools.wraps(test)
+    def attempts(self):
+        for _ in range(4):
+            try:
+                return test(self)
+            except TooLate:
+                self.tearDown()
+                self.doCleanups()
+                self.setUp()
+        return test(self)
+
+    return attempts
 
 
 class CtrlC(ToolCase):
@@ -28,38 +51,47 @@ class CtrlC(ToolCase):
             swap_files = os.listdir(self.swap)
             process.send_signal(signal.SIGINT)
             out, rest = process.communicate(timeout=20)
+        if process.returncode == DONE or process.returncode == CANCELLED and out != b"":
+            raise TooLate(rest)
         self.assertEqual(process.returncode, CANCELLED, rest)
         self.assertEqual(out, b"")
         self.assertRegex(self.last_line(said + rest), r"^q32tool: .*cancelled")
         self.assert_only_new(before)
         return swap_files
 
+    @in_time
     def test_while_writing(self):
         swap_files = self.cancel(b"writing", "convert", "in.png", "out.png")
         self.assertEqual([name[:3] for name in swap_files], ["~QT"])
 
+    @in_time
     def test_while_reading(self):
         self.cancel(b"reading", "convert", "in.png", "out.png")
 
+    @in_time
     def test_keeps_an_older_file(self):
         self.write("out.png", b"an older file")
         self.cancel(b"writing", "convert", "in.png", "out.png", "--bits", "8")
 
+    @in_time
     def test_in_place_keeps_the_picture(self):
         self.cancel(b"writing", "convert", "in.png", "in.png", "--invert")
 
+    @in_time
     def test_crop(self):
         self.write("out.bmp", b"an older file")
         arguments = ["crop", "in.png", "out.bmp", "--at", "-5,5", "--size", "3005x2990"]
         swap_files = self.cancel(b"writing", *arguments, "--background", "1,2,3")
         self.assertNotEqual(swap_files, [])
 
+    @in_time
     def test_paste_over_the_picture_itself(self):
         swap_files = self.cancel(
             b"writing", "paste", "in.png", "in.png", "in.png", "--at", "1000,-1000"
         )
         self.assertNotEqual(swap_files, [])
 
+    @in_time
     def test_compose(self):
         self.write("out.bmp", b"an older file")
         files = ["--base", "in.png", "--overlay", "in.png", "-o", "out.bmp"]
@@ -67,42 +99,51 @@ class CtrlC(ToolCase):
         swap_files = self.cancel(b"merging", "compose", *files, *mask)
         self.assertEqual(len(swap_files), 3)
 
+    @in_time
     def test_compose_row_by_row(self):
         files = ["--base", "in.png", "--overlay", "in.png", "-o", "in.png"]
         self.cancel(b"merging", "compose", *files, "--mode", "mask-subtract")
 
+    @in_time
     def test_filter(self):
         arguments = ["filter", "in.png", "out.bmp", "--range", "9,9,9:9"]
         self.assertEqual(len(self.cancel(b"filtering", *arguments)), 2)
 
+    @in_time
     def test_colorspace(self):
         arguments = ["colorspace", "in.png", "in.png", "--to", "hls"]
         self.assertEqual(len(self.cancel(b"converting", *arguments)), 1)
         self.assertEqual(len(self.cancel(b"converting", *arguments, "--field", "hue")), 2)
 
+    @in_time
     def test_show(self):
         arguments = ["show", "in.png", "--depth-of", "256-colours", "-o", "in.png"]
         swap_files = self.cancel(b"showing", *arguments, "--pieces", "100x10")
         self.assertEqual(len(swap_files), 2)
 
+    @in_time
     def test_bars(self):
         swap_files = self.cancel(b"writing", "bars", "hsb", "--size", "4000x4000", "-o", "new.png")
         self.assertEqual(len(swap_files), 1)
 
+    @in_time
     def test_enlarge(self):
         swap_files = self.cancel(b"enlarging", "enlarge", "in.png", "in.png", "--factor", "2")
         self.assertEqual(len(swap_files), 2)
 
+    @in_time
     def test_reduce(self):
         self.write("out.bmp", b"an older file")
         self.cancel(b"reading", "reduce", "in.png", "out.bmp", "--factor", "2")
 
+    @in_time
     def test_separate(self):
         self.write("out-cyan.bmp", b"an older file")
         swap_files = self.cancel(b"separating", "separate", "in.png", "out.bmp")
         self.assertEqual(len(swap_files), 5)
         self.cancel(b"writing", "separate", "in.png", "out.bmp")
 
+    @in_time
     def test_rows(self):
         self.cancel(b"reading", "rows", "in.png", "--all")
 
