@@ -42,10 +42,10 @@ inline std::size_t first_difference(const std::uint8_t *a, const std::uint8_t *b
 // Keeps its memory from one content to the next.
 class FencedBlock {
 public:
-    static constexpr std::size_t all_of_it = ~std::size_t{0};
+    static constexpr std::size_t usual_margin = 192, all_of_it = ~std::size_t{0};
 
-    FencedBlock() = default;
     // Up to so many bytes beside the block must stay as they were.
+    explicit FencedBlock(std::size_t margin = usual_margin) : margin_{margin} {}
     explicit FencedBlock(View bytes, Place place = {}, std::size_t margin = usual_margin)
         : margin_{margin} {
         hold(bytes, place);
@@ -54,7 +54,7 @@ public:
     std::uint8_t *hold(View bytes, Place place = {}) {
         if (!memory_ || memory_->size() < bytes.size() + place.distance)
             memory_ = std::make_unique<FencedMemory>(
-                std::max<std::size_t>(bytes.size() + place.distance, 1));
+                std::max<std::size_t>(2 * (bytes.size() + place.distance), 1));
         size_ = bytes.size();
         data_ = place.at_end ? memory_->end() - place.distance - size_
                              : memory_->begin() + place.distance;
@@ -111,9 +111,7 @@ private:
                std::to_string(*at) + ", not " + std::to_string(wanted);
     }
 
-    static constexpr std::size_t usual_margin = 192;
-
-    std::size_t margin_ = usual_margin;
+    std::size_t margin_;
     std::unique_ptr<FencedMemory> memory_;
     std::uint8_t *data_ = nullptr;
     std::size_t size_ = 0;

@@ -1,5 +1,5 @@
 // One run of a function from a source row into a destination row that lie where the test wants them
-// between fences: the destination's bytes and what lies about both are compared, and the source.
+// between fences: the destination's bytes and what lies about them are compared, and the source.
 #pragma once
 
 #include "tests/kernels/fenced_block.h"
@@ -16,9 +16,7 @@ public:
     template <class Run>
     testing::AssertionResult gives(View expected, View source, Place to, Place from, Run run) {
         const std::uint8_t *const source_row = source_.hold(source, from);
-        start_.resize(expected.size());
-        std::transform(expected.begin(), expected.end(), start_.begin(),
-                       [](std::uint8_t byte) { return std::uint8_t(~byte); });
+        start_.assign(expected.size(), canary_ = std::uint8_t(canary_ * 5 + 113));
         run(destination_.hold(start_, to), source_row);
         std::string wrong = destination_.difference(expected);
         if (wrong.empty() && !(wrong = source_.difference(source)).empty())
@@ -30,8 +28,9 @@ public:
     }
 
 private:
-    FencedBlock source_, destination_;
-    Bytes start_; // no byte of it is right
+    FencedBlock source_{0}, destination_;
+    Bytes start_;
+    std::uint8_t canary_ = 7; // another one each time
 };
 
 } // namespace q32::test

@@ -58,7 +58,10 @@ Script random_script(const Call &call, const Call::Sharing &sharing, Random &ran
 class Stage {
 public:
     Stage(const Call &call, const Call::Sharing &sharing)
-        : call_{call}, sharing_{sharing}, blocks_(sharing.size()), addresses_(sharing.size()) {}
+        : call_{call}, sharing_{sharing}, addresses_(sharing.size()) {
+        for (std::size_t i = 0; i < sharing.size(); ++i) // beside what is only read nobody writes
+            blocks_.emplace_back(i == 0 ? FencedBlock::usual_margin : 0);
+    }
 
     bool run(const Script &script, const Places &places) {
         pixels_ = script.pixels;

@@ -284,7 +284,7 @@ TEST_F(MergeFailures, EveryCallInTurn) {
           Scenario{Sort::duplicate, Sort::one_colour, Sort::tiled, true, true},
           Scenario{Sort::one_colour, Sort::pattern, Sort::tiled, true, true},
           Scenario{Sort::pattern, Sort::tiled, Sort::tiled, false, true}}) {
-        sweep(*this, scenario, {MERGE_NORMAL, 20, 3, true});
+        sweep(*this, scenario, {MERGE_NORMAL, 3, 20, true});
         if (HasFailure())
             return;
     }

@@ -61,7 +61,9 @@ private:
                   const Layout &layout, const model::Image &expected);
     resample::Positions lay_down(const model::Axis &axis, FencedBlock *tables, bool at_end);
 
-    FencedBlock source_, destination_, work_, columns_[2], rows_[2];
+    FencedBlock source_{0}, destination_, work_{0};
+    FencedBlock columns_[2] = {FencedBlock{0}, FencedBlock{0}};
+    FencedBlock rows_[2] = {FencedBlock{0}, FencedBlock{0}};
     std::uint8_t noise_ = 7;
 };
 
