@@ -1,52 +1,53 @@
-// A heap for the library whose blocks lie between inaccessible pages: each ends at one but for what
-// alignment needs, is inaccessible after it is freed, and holds no zeros unless they were asked
-// for. What moveable blocks hold is elsewhere whenever they are locked, and has another handle
-// whenever they grow.
+// The library's heap replaced by one whose blocks lie between inaccessible pages (page_heap.h), for
+// the time of its own life. Blocks that were there before are the former heap's, and are left to
+// it; all others must be free at the end.
 #pragma once
 
 #include "tests/frame/calls.h"
-#include "tests/frame/fenced_memory.h"
+#include "tests/frame/library.h"
+#include "tests/frame/page_heap.h"
 
-#include <map>
-#include <memory>
+#include <gtest/gtest.h>
 
 namespace q32::test {
 
-// For the time of its own life. Blocks that were there before are the real heap's, and are left to
-// it; all others must be free at the end.
 class FencedHeap {
 public:
-    explicit FencedHeap(std::size_t alignment = 8) : alignment_(alignment) {}
-    ~FencedHeap();
-    int blocks() const { return int(blocks_.size()); }
+    explicit FencedHeap(std::size_t alignment = 8,
+                        frame::PageHeap::Side side = frame::PageHeap::ends_at_a_fence)
+        : heap_(beyond(), alignment, side) {}
+    ~FencedHeap() { EXPECT_EQ(heap_.blocks(), 0); }
+    int blocks() const { return heap_.blocks(); }
+    int handed_out() const { return heap_.handed_out(); }
 
 private:
-    struct Block {
-        std::unique_ptr<FencedMemory> memory;
-        std::uint8_t *begin = nullptr;
-        std::size_t size = 0;
-        int locks = 0;
-    };
-    Block fenced(std::size_t size, bool zeros) const;
-    HGLOBAL keep(Block block, bool moveable);
-    HGLOBAL grow(HGLOBAL handle, SIZE_T size, UINT flags);
-    LPVOID lock(HGLOBAL handle);
-    BOOL unlock(HGLOBAL handle);
-    HGLOBAL free(HGLOBAL handle);
+    static frame::PageHeap::Beyond beyond() {
+        using namespace frame::call;
+        frame::shared_library(); // finds the real ones
+        return {GlobalAlloc::real, GlobalReAlloc::real, GlobalLock::real,  GlobalUnlock::real,
+                GlobalFree::real,  GlobalSize::real,    GlobalFlags::real, GlobalHandle::real};
+    }
 
-    std::size_t alignment_;
-    std::map<HGLOBAL, Block> blocks_;
-    std::uintptr_t last_handle_ = 2; // of a moveable block: 6, 14, 22 ... no address of anything
+    frame::PageHeap heap_;
 
-    frame::Replaced<frame::call::GlobalAlloc> allocate_{[this](UINT flags, SIZE_T size) {
-        return keep(fenced(size, (flags & GMEM_ZEROINIT) != 0), (flags & GMEM_MOVEABLE) != 0);
-    }};
+    frame::Replaced<frame::call::GlobalAlloc> allocate_{
+        [this](UINT flags, SIZE_T size) { return heap_.allocate(flags, size); }};
     frame::Replaced<frame::call::GlobalReAlloc> grow_{
-        [this](HGLOBAL handle, SIZE_T size, UINT flags) { return grow(handle, size, flags); }};
-    frame::Replaced<frame::call::GlobalLock> lock_{[this](HGLOBAL handle) { return lock(handle); }};
+        [this](HGLOBAL handle, SIZE_T size, UINT flags) {
+            return heap_.grow(handle, size, flags);
+        }};
+    frame::Replaced<frame::call::GlobalLock> lock_{
+        [this](HGLOBAL handle) { return heap_.lock(handle); }};
     frame::Replaced<frame::call::GlobalUnlock> unlock_{
-        [this](HGLOBAL handle) { return unlock(handle); }};
-    frame::Replaced<frame::call::GlobalFree> free_{[this](HGLOBAL handle) { return free(handle); }};
+        [this](HGLOBAL handle) { return heap_.unlock(handle); }};
+    frame::Replaced<frame::call::GlobalFree> free_{
+        [this](HGLOBAL handle) { return heap_.free(handle); }};
+    frame::Replaced<frame::call::GlobalSize> size_{
+        [this](HGLOBAL handle) { return heap_.size(handle); }};
+    frame::Replaced<frame::call::GlobalFlags> flags_{
+        [this](HGLOBAL handle) { return heap_.flags(handle); }};
+    frame::Replaced<frame::call::GlobalHandle> handle_{
+        [this](LPCVOID address) { return heap_.handle(address); }};
 };
 
 } // namespace q32::test

@@ -47,6 +47,15 @@ public:
 #endif
     }
 
+    // From now on all of it is as inaccessible as the pages beside it.
+    void close() {
+#if defined(_WIN32)
+        VirtualFree(begin(), size_, MEM_DECOMMIT);
+#else
+        mprotect(begin(), size_, PROT_NONE);
+#endif
+    }
+
     FencedMemory(const FencedMemory &) = delete;
     FencedMemory &operator=(const FencedMemory &) = delete;
 

@@ -6,7 +6,10 @@
 #include "tests/frame/misaligned.h"
 #include "tests/frame/sandbox.h"
 
+#include <gtest/gtest-spi.h>
+
 #include <array>
+#include <cstdlib>
 #include <functional>
 
 namespace q32::frame {
@@ -297,6 +300,71 @@ TEST(FencedMemoryDeathTest, EndsTheProgramThatStepsOver) {
     volatile std::uint8_t *const behind = memory.end();
     EXPECT_DEATH(*behind = 1, "");
     EXPECT_DEATH(memory.begin()[-1] = 1, "");
+}
+
+// --- a heap of fenced blocks ---------------------------------------------------------------------
+
+std::uint8_t *bytes_of(const void *block) {
+    return static_cast<std::uint8_t *>(const_cast<void *>(block));
+}
+
+// The page heap of a whole process, from here on that of this program as well.
+class ProcessHeap : public testing::Test {
+protected:
+    ProcessHeap() {
+        drop_shared_library();
+        SetEnvironmentVariableA("Q32BASE_TEST_HEAP", "fenced");
+        shared_library();
+    }
+    ~ProcessHeap() override {
+        drop_shared_library();
+        SetEnvironmentVariableA("Q32BASE_TEST_HEAP", heap_before_.c_str());
+    }
+
+private:
+    const std::string heap_before_ = std::getenv("Q32BASE_TEST_HEAP") ? "fenced" : "";
+};
+
+TEST_F(ProcessHeap, FencesEveryBlockOfTheLibrary) {
+    HGLOBAL block = nullptr;
+    {
+        Replaced<call::GlobalAlloc> watch([&](UINT flags, SIZE_T size) {
+            block = call::GlobalAlloc::real(flags, size);
+            const auto *const memory = bytes_of(call::GlobalLock::real(block));
+            EXPECT_EQ(protection_at(memory), DWORD{PAGE_READWRITE});
+            EXPECT_EQ(protection_at(memory + (size + 7) / 8 * 8), DWORD{PAGE_NOACCESS});
+            call::GlobalUnlock::real(block);
+            return block;
+        });
+        EXPECT_SUCCESS(api().buf32Alloc(&some_buffer, 24, 300, 200, 0, nullptr));
+    }
+    EXPECT_NE(block, nullptr);
+    EXPECT_SUCCESS(api().buf32Free(some_buffer));
+}
+
+TEST_F(ProcessHeap, AnswersTheProgramToo) {
+    const HGLOBAL block = GlobalAlloc(GHND, 11);
+    auto *const first = bytes_of(GlobalLock(block));
+    EXPECT_EQ(protection_at(first + 16), DWORD{PAGE_NOACCESS});
+    EXPECT_EQ(first[10], 0);
+    first[10] = 42;
+    EXPECT_EQ(GlobalSize(block), 11u);
+    EXPECT_EQ(GlobalHandle(first), block);
+    EXPECT_EQ(GlobalFlags(block), 1u);
+    EXPECT_FALSE(GlobalUnlock(block));
+    const auto *const second = bytes_of(GlobalLock(block));
+    EXPECT_NE(second, first);
+    EXPECT_EQ(protection_at(first), DWORD{PAGE_NOACCESS});
+    EXPECT_EQ(second[10], 42);
+    GlobalUnlock(block);
+    EXPECT_EQ(GlobalFree(block), nullptr);
+    EXPECT_EQ(protection_at(second), DWORD{PAGE_NOACCESS});
+}
+
+TEST_F(ProcessHeap, NoticesBytesBesideABlock) {
+    const HGLOBAL block = GlobalAlloc(GMEM_FIXED, 11);
+    bytes_of(block)[11] = 1;
+    EXPECT_NONFATAL_FAILURE(GlobalFree(block), "written beside a block of 11 bytes");
 }
 
 } // namespace

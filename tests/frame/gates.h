@@ -21,6 +21,7 @@ namespace q32::frame {
     GATE(kernel32, GlobalFree, reinterpret_cast<HGLOBAL>(1), ERROR_INVALID_HANDLE)                 \
     GATE(kernel32, GlobalSize, 0, ERROR_INVALID_HANDLE)                                            \
     GATE(kernel32, GlobalFlags, GMEM_INVALID_HANDLE, ERROR_INVALID_HANDLE)                         \
+    GATE(kernel32, GlobalHandle, nullptr, ERROR_INVALID_HANDLE)                                    \
     GATE(kernel32, GlobalMemoryStatus, void(), 0)                                                  \
     GATE(kernel32, VirtualAlloc, nullptr, ERROR_NOT_ENOUGH_MEMORY)                                 \
     GATE(kernel32, VirtualFree, FALSE, ERROR_INVALID_PARAMETER)                                    \

@@ -4,6 +4,7 @@
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
 #include "tests/frame/misaligned.h"
+#include "tests/frame/page_heap.h"
 
 #include <algorithm>
 #include <cctype>
@@ -47,6 +48,34 @@ void *export_of(HMODULE module, const char *name) {
     return reinterpret_cast<void *>(GetProcAddress(module, name));
 }
 
+// body(name of the DLL in small letters, name of the function, its entry in the table)
+template <class Body>
+void for_each_import(HMODULE module, Body body) {
+    const DWORD table =
+        header_of(module).DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+    for (auto *import = at<IMAGE_IMPORT_DESCRIPTOR>(module, table); import->Name != 0; ++import) {
+        const std::string dll = small_letters(at<const char>(module, import->Name));
+        const auto *name = at<const IMAGE_THUNK_DATA32>(module, import->OriginalFirstThunk);
+        auto *slot = at<void *>(module, import->FirstThunk);
+        for (; name->u1.AddressOfData != 0; ++name, ++slot) {
+            if (IMAGE_SNAP_BY_ORDINAL32(name->u1.Ordinal))
+                give_up("an import by number from " + dll);
+            const auto *const by_name =
+                at<const IMAGE_IMPORT_BY_NAME>(module, name->u1.AddressOfData);
+            body(dll, reinterpret_cast<const char *>(by_name->Name), slot);
+        }
+    }
+}
+
+// Blocks go from the test to the library and back.
+void share_page_heap_with_program() {
+    for_each_import(GetModuleHandleA(nullptr),
+                    [](const std::string &, const std::string &function, void **slot) {
+                        if (void *const own = page_heap_function(function))
+                            write_slot(slot, own);
+                    });
+}
+
 } // namespace
 
 std::string library_path() {
@@ -66,6 +95,7 @@ Library::Library() {
     module_ = LoadLibraryExA(path, nullptr, DONT_RESOLVE_DLL_REFERENCES);
     if (module_ == nullptr)
         give_up("cannot load " + std::string(path));
+    share_page_heap_with_program();
     resolve_imports();
     load_api();
 }
@@ -78,29 +108,20 @@ Library::~Library() {
 }
 
 void Library::resolve_imports() {
-    const DWORD table =
-        header_of(module_).DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-    for (auto *import = at<IMAGE_IMPORT_DESCRIPTOR>(module_, table); import->Name != 0; ++import) {
-        const std::string dll = small_letters(at<const char>(module_, import->Name));
-        const HMODULE provider = LoadLibraryA(dll.c_str());
-        if (provider == nullptr)
-            give_up("cannot load " + dll);
-        const auto *name = at<const IMAGE_THUNK_DATA32>(module_, import->OriginalFirstThunk);
-        auto *slot = at<void *>(module_, import->FirstThunk);
-        for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-            if (IMAGE_SNAP_BY_ORDINAL32(name->u1.Ordinal))
-                give_up("an import by number from " + dll);
-            const auto *const by_name =
-                at<const IMAGE_IMPORT_BY_NAME>(module_, name->u1.AddressOfData);
-            const std::string function = reinterpret_cast<const char *>(by_name->Name);
-            void *const real = export_of(provider, function.c_str());
-            if (real == nullptr)
-                give_up(dll + " does not export " + function);
-            void *const gate = gate_for(dll, function, real);
-            write_slot(slot, gate != nullptr ? gate : real);
-            imports_[{dll, function}] = slot;
-        }
-    }
+    for_each_import(module_,
+                    [this](const std::string &dll, const std::string &function, void **slot) {
+                        const HMODULE provider = LoadLibraryA(dll.c_str());
+                        if (provider == nullptr)
+                            give_up("cannot load " + dll);
+                        void *real = page_heap_function(function);
+                        if (real == nullptr)
+                            real = export_of(provider, function.c_str());
+                        if (real == nullptr)
+                            give_up(dll + " does not export " + function);
+                        void *const gate = gate_for(dll, function, real);
+                        write_slot(slot, gate != nullptr ? gate : real);
+                        imports_[{dll, function}] = slot;
+                    });
 }
 
 void Library::load_api() {

@@ -1,5 +1,6 @@
 // How cells are worked: what is written of each and in which order, what is fetched, and the memory
 // that all paths ask for and stay inside of.
+#include "tests/frame/fenced_heap.h"
 #include "tests/resample_buffers/resample_fixture.h"
 
 namespace q32::test {
@@ -119,57 +120,7 @@ TEST_F(ResamplePieces, KeepMemorySmall) {
 
 // --- the memory of the work ------------------------------------------------------------------
 
-// The library's fixed blocks lie against inaccessible pages; what they hold at first is not zero
-// unless zeros were asked for.
-class FencedHeap {
-public:
-    explicit FencedHeap(MemoryBlock::Fence fence) : fence_(fence) {}
-    ~FencedHeap() { EXPECT_TRUE(blocks_.empty()); }
-    size_t handed_out() const { return handed_out_; }
-
-private:
-    static constexpr uint8_t surroundings = 0x9D, leftovers = 0xC3;
-    struct Block {
-        std::unique_ptr<FencedMemory> memory;
-        uint8_t *data;
-        size_t bytes;
-    };
-
-    HGLOBAL allocate(UINT flags, SIZE_T bytes) {
-        if ((flags & GMEM_MOVEABLE) != 0)
-            return GlobalAlloc(flags, bytes);
-        auto memory = std::make_unique<FencedMemory>(std::max<size_t>(bytes, 1));
-        std::memset(memory->begin(), surroundings, memory->size());
-        uint8_t *const data = fence_ == MemoryBlock::fence_before
-                                  ? memory->begin()
-                                  : memory->end() - (bytes + 7) / 8 * 8;
-        std::memset(data, (flags & GMEM_ZEROINIT) != 0 ? 0 : leftovers, bytes);
-        ++handed_out_;
-        blocks_[data] = {std::move(memory), data, bytes};
-        return data;
-    }
-
-    HGLOBAL give_back(HGLOBAL handle) {
-        const auto at = blocks_.find(handle);
-        if (at == blocks_.end())
-            return GlobalFree(handle);
-        const Block &block = at->second;
-        bool untouched = true;
-        for (const uint8_t *byte = block.memory->begin(); byte < block.memory->end(); ++byte)
-            untouched = untouched && (*byte == surroundings ||
-                                      (byte >= block.data && byte < block.data + block.bytes));
-        EXPECT_TRUE(untouched) << "written beside a block of " << block.bytes << " bytes";
-        blocks_.erase(at);
-        return nullptr;
-    }
-
-    MemoryBlock::Fence fence_;
-    size_t handed_out_ = 0;
-    std::map<void *, Block> blocks_;
-    Replaced<frame::call::GlobalAlloc> allocate_{
-        [this](UINT flags, SIZE_T bytes) { return allocate(flags, bytes); }};
-    Replaced<frame::call::GlobalFree> free_{[this](HGLOBAL handle) { return give_back(handle); }};
-};
+constexpr auto ends = frame::PageHeap::ends_at_a_fence, begins = frame::PageHeap::begins_at_a_fence;
 
 class ResampleWorkMemory : public ResampleTest {};
 
@@ -186,11 +137,11 @@ TEST_F(ResampleWorkMemory, IsStayedInside) {
         const auto side = [&](int most) { return between(random, 1, random.below(2) ? most : 20); };
         const Side source(from, side(300), side(60), random);
         Side given(into, side(300), side(60), random);
-        const FencedHeap heap(random_fence(random));
+        const FencedHeap heap(8, random.below(2) == 0 ? ends : begins);
         check_given(manner, given, source);
         if (from == into)
             check_new(manner, side(300), side(60), source);
-        EXPECT_GE(heap.handed_out(), 1u);
+        EXPECT_GE(heap.handed_out(), 1);
         return !HasFailure();
     });
 }
@@ -200,10 +151,10 @@ TEST_F(ResampleWorkMemory, IsStayedInsideByEveryWidth) {
     for (Path path : all_paths)
         for (int bits : {bits_of(path), is_of_cells(path) ? 8 : bits_of(path)})
             for (int width = 1; width <= 70; ++width)
-                for (auto fence : {MemoryBlock::fence_before, MemoryBlock::fence_behind}) {
+                for (auto side : {begins, ends}) {
                     const Side source(bits, 71 - width, 3, random);
                     Side given(bits, width, 3, random);
-                    const FencedHeap heap(fence);
+                    const FencedHeap heap(8, side);
                     check_given(manner_of(path), given, source);
                     if (HasFailure())
                         return;
