@@ -1,4 +1,4 @@
-"""The copy of the project in which it is changed and built: build/mutate/source.
+"""A copy of the project in which it is changed and built: build/mutate/NUMBER/source.
 
 Everything the original's build left is kept, so that after each change sources and build folder are
 put back as they were and the next change costs its own object files only.
@@ -47,9 +47,9 @@ def run_quietly(command, folder, limit=None):
 
 
 class Workshop:
-    def __init__(self, root):
+    def __init__(self, root, number):
         self.root = pathlib.Path(root)
-        self.folder = self.root / "build/mutate"
+        self.folder = self.root / f"build/mutate/{number}"
         self.source = self.folder / "source"
         self.build_folder = self.source / "build/win32"
         self.originals = self.folder / "original"
