@@ -1,4 +1,4 @@
-"""The copy of the project in which it is changed and built: build/mutate/source.
+"""A copy of the project in which it is changed and built: build/mutate/NUMBER/source.
 
 Everything the original's build left is kept, so that after each change sources and build folder are
 put back as they were and the next change costs its own object files only.
@@ -28,12 +28,12 @@ class Trouble(Exception):
     """Something that is no finding about a test: the run cannot go on."""
 
 
-def run_quietly(command, folder, limit=None):
+def run_quietly(command, folder, limit=None, **variables):
     """Runs a command to its end; returns whether that was good, and what it said."""
     process = subprocess.Popen(
         [str(part) for part in command],
-        cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-        text=True, errors="replace", start_new_session=True,
+        cwd=folder, env=os.environ | variables, start_new_session=True, text=True, errors="replace",
+        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
     )  # fmt: skip
     try:
         output, _ = process.communicate(timeout=limit)
@@ -47,9 +47,9 @@ def run_quietly(command, folder, limit=None):
 
 
 class Workshop:
-    def __init__(self, root):
+    def __init__(self, root, number):
         self.root = pathlib.Path(root)
-        self.folder = self.root / "build/mutate"
+        self.folder = self.root / f"build/mutate/{number}"
         self.source = self.folder / "source"
         self.build_folder = self.source / "build/win32"
         self.originals = self.folder / "original"
@@ -62,7 +62,7 @@ class Workshop:
         """Copies the project as it lies here, and builds it as it is."""
         self.copy_sources()
         self.must("cmake", "--preset", "win32")
-        self.must(*self.build_command(targets))
+        self.must("nice", *self.build_command(targets))
         self.keep_originals()
 
     def copy_sources(self):
@@ -82,7 +82,7 @@ class Workshop:
                 path.unlink()
 
     def build_command(self, targets):
-        return ["nice", "cmake", "--build", "--preset", "win32", "--target", *targets]
+        return ["cmake", "--build", "--preset", "win32", "--target", *targets]
 
     def must(self, *command):
         good, output = run_quietly(command, self.source)
@@ -120,7 +120,9 @@ class Workshop:
         path.write_text(QUIET + change.applied(source))
 
     def build(self, targets):
-        good, _ = run_quietly(self.build_command(targets), self.source, BUILD_LIMIT)
+        # Nobody compiles a change twice: a cache would cost time and grow.
+        command = self.build_command(targets)
+        good, _ = run_quietly(command, self.source, BUILD_LIMIT, CCACHE_DISABLE="1")
         return good
 
     def products_are_the_same(self):

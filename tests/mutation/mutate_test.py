@@ -23,6 +23,7 @@ STUB = "#!/bin/sh\n"
 def make_toy():
     shutil.rmtree(TOY, ignore_errors=True)
     shutil.copytree(SOURCE / "tests/mutation/toy", TOY)
+    (TOY / "scripts").mkdir()
     for name in ("mutate.py", "mutate", "compile.sh"):
         original = SOURCE / "scripts" / name
         (shutil.copytree if original.is_dir() else shutil.copy)(original, TOY / "scripts" / name)
@@ -40,8 +41,8 @@ def start(*arguments):
     return subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
 
 
-def mutate(*arguments):
-    process = start(*arguments)
+def mutate(*arguments, anew=True):
+    process = start(*arguments, *(["--anew"] if anew else []))
     output, errors = process.communicate(timeout=300)
     return process.returncode, output, errors
 
@@ -121,12 +122,12 @@ class Mutate(unittest.TestCase):
         before = state_of(TOY)
         mutate(place_of("value / 7"))
         self.assertEqual(state_of(TOY), before)
-        self.assertEqual(state_of(TOY / "build/mutate/source"), before)
+        self.assertEqual(state_of(TOY / "build/mutate/1/source"), before)
 
     def test_an_interrupted_run_leaves_the_original(self):
         before = state_of(TOY)
         process = start(place_of("i; --i"))
-        copy = TOY / "build/mutate/source" / SUMS
+        copy = TOY / "build/mutate/1/source" / SUMS
         original = (TOY / SUMS).read_text()
         end = time.monotonic() + 240
         while not copy.exists() or copy.read_text() == original:
@@ -139,6 +140,25 @@ class Mutate(unittest.TestCase):
         self.assertEqual(state_of(TOY), before)
         self.assertEqual(copy.read_text(), original)
         self.expect("value - 3", "killed", 0)
+
+    def test_what_was_found_is_taken_over_while_it_holds(self):
+        def found(*arguments):
+            return set(re.findall(r"min  (\w+).*:(\d+) .*?( earlier)?$", mutate(
+                SUMS, "--count", "100", *arguments, anew=False)[1], re.MULTILINE))  # fmt: skip
+
+        mutate(place_of("value + 40"))
+        kept, nobody = str(line_of("value + 40")), str(line_of("value / 7"))
+        first = found()
+        self.assertEqual({fate for fate in first if fate[1] == kept}, {("killed", kept, " earlier")})
+        self.assertIn(("survived", nobody, ""), first)
+        self.assertIn(("survived", nobody, " earlier"), found())
+        program = TOY / "tests/toy_test.cpp"
+        text = program.read_text()
+        program.write_text(text.replace("return 2;", "return 3;"))
+        try:
+            self.assertIn(("survived", nobody, ""), found())
+        finally:
+            program.write_text(text)
 
     def test_tests_that_fail_by_themselves_are_no_finding(self):
         program = TOY / "tests/linked_test.cpp"
