@@ -55,23 +55,27 @@ std::string system_name(const std::string &full_path) {
     return to_system_code_page(to_utf8(short_name), name) ? name : std::string();
 }
 
-void set_swap_directory(const std::string &path) {
-    const std::string full = full_path(path);
-    if (attributes_of(full) == INVALID_FILE_ATTRIBUTES)
-        throw Failure(path, "the swap directory does not exist", "create it first");
-    if (!is_folder(full))
-        throw Failure(path, "this is a file", "--swap-dir takes a directory");
+void set_first_directory(const std::string &name) {
     BUF32DIRECTORIES directories = {};
-    const std::string name = system_name(full);
-    if (name.empty() || name.size() >= sizeof directories.path[0])
-        throw Failure(path, "the swap directory's name cannot be said in the system's code page",
-                      "name another --swap-dir");
     std::memcpy(directories.path[0], name.c_str(), name.size() + 1);
     directories.enabled[0] = 1;
     buf32VMData(1, nullptr, nullptr, &directories, nullptr, nullptr);
 }
 
 } // namespace
+
+std::string swap_directory(const std::string &path) {
+    const std::string full = full_path(path);
+    if (attributes_of(full) == INVALID_FILE_ATTRIBUTES)
+        throw Failure(path, "the swap directory does not exist", "create it first");
+    if (!is_folder(full))
+        throw Failure(path, "this is a file", "--swap-dir takes a directory");
+    const std::string name = system_name(full);
+    if (name.empty() || name.size() >= sizeof BUF32DIRECTORIES::path[0])
+        throw Failure(path, "the swap directory's name cannot be said in the system's code page",
+                      "name another --swap-dir");
+    return name;
+}
 
 std::vector<Option> storage_options() {
     return {
@@ -93,7 +97,7 @@ uint32_t apply_storage_options(const Arguments &arguments) {
         set_memory_limit(std::nullopt);
     }
     if (arguments.has("--swap-dir"))
-        set_swap_directory(arguments.value("--swap-dir"));
+        set_first_directory(swap_directory(arguments.value("--swap-dir")));
     return kind == "file" ? BUF32_TILED_FILE : BUF32_TILED;
 }
 

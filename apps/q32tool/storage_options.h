@@ -4,9 +4,14 @@
 #include "arguments.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace apps::q32tool {
+
+// The full name of a --swap-dir in the system's code page. Throws UsageError, and Failure for what
+// is no directory or cannot be said so.
+std::string swap_directory(const std::string &path);
 
 // --storage, --memory-limit, --swap-dir.
 std::vector<Option> storage_options();

@@ -33,8 +33,8 @@ struct BookkeepingDirectory {
 // Enters a record file's path in the first free slot. Reports and returns false on failure.
 bool enter_in_master_file(const char *record_path, uint32_t *slot);
 
-// Frees a slot.
-void leave_master_file(uint32_t slot);
+// Frees the slot that names a record file. False when the slot may still name it.
+bool leave_master_file(uint32_t slot, const char *record_path);
 
 // --- files of entries, which both are: entry_file.cpp -------------------------------------------
 //
@@ -54,6 +54,11 @@ bool read_at(HANDLE file, uint32_t offset, void *data, uint32_t bytes);
 bool read_entry(HANDLE file, uint32_t index, char *path);
 
 bool write_entry(HANDLE file, uint32_t index, const char *path);
+
+// Whether an entry holds what GetTempFileNameA can have made: a whole path of a drive or a share
+// that ends in .tmp. Anybody can write these files, and nothing else is deleted because it stands
+// there.
+bool is_temporary_name(const char *entry);
 
 // Frees an entry: four zero bytes at its start. The rest of the old path stays and means nothing.
 bool clear_entry(HANDLE file, uint32_t index);

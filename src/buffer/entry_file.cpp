@@ -10,6 +10,19 @@ bool seek(HANDLE file, uint32_t offset) {
     return SetFilePointer(file, LONG(offset), nullptr, FILE_BEGIN) == offset;
 }
 
+// Of letters; nothing else becomes one.
+constexpr char in_small(char character) {
+    return character >= 'A' && character <= 'Z' ? char(character + ('a' - 'A')) : character;
+}
+
+constexpr bool is_letter(char character) {
+    return in_small(character) >= 'a' && in_small(character) <= 'z';
+}
+
+constexpr bool is_letter_or_digit(char character) {
+    return is_letter(character) || (character >= '0' && character <= '9');
+}
+
 } // namespace
 
 File open_file(const char *path, DWORD disposition, DWORD share) {
@@ -38,6 +51,17 @@ bool write_entry(HANDLE file, uint32_t index, const char *path) {
     char entry[entry_bytes] = {};
     std::strncpy(entry, path, sizeof entry - 1);
     return write_at(file, index * entry_bytes, entry, entry_bytes);
+}
+
+bool is_temporary_name(const char *entry) {
+    const auto *const end = static_cast<const char *>(std::memchr(entry, 0, entry_bytes));
+    if (end == nullptr || end - entry <= int(sizeof "C:\\.tmp"))
+        return false;
+    const bool on_drive = is_letter(entry[0]) && entry[1] == ':' && entry[2] == '\\';
+    // Not the names of devices, \\.\ and \\?\, either.
+    const bool on_share = entry[0] == '\\' && entry[1] == '\\' && is_letter_or_digit(entry[2]);
+    return (on_drive || on_share) && end[-4] == '.' && in_small(end[-3]) == 't' &&
+           in_small(end[-2]) == 'm' && in_small(end[-1]) == 'p';
 }
 
 bool clear_entry(HANDLE file, uint32_t index) {

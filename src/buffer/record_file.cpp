@@ -123,13 +123,16 @@ void deregister_swap_file(uint32_t entry) {
     give_entry_back(entry);
 }
 
+// The slot goes first, as long as the file tells that its owner lives. One whose slot cannot be
+// cleared is kept, for the next start to find both.
 void close_record_file() {
     const RecordFile closing = std::exchange(own, RecordFile{});
     if (closing.file == nullptr)
         return;
+    const bool is_forgotten = leave_master_file(closing.master_slot, closing.path);
     CloseHandle(closing.file);
-    DeleteFileA(closing.path);
-    leave_master_file(closing.master_slot);
+    if (is_forgotten)
+        DeleteFileA(closing.path);
     GlobalFree(closing.slot_map);
 }
 

@@ -129,14 +129,15 @@ bool create_swap_file(Record &record) {
     return true;
 }
 
-// The order is behaviour: the entry stays until the file is closed and goes before the file does.
+// The order is behaviour: the entry goes last, so that a file is found by it as long as there is
+// one, however the process ends.
 void delete_swap_file(Record &record) {
     UnmapViewOfFile(record.storage);
     memory_state.mapped_bytes -= record.info.reserved_bytes;
     CloseHandle(record.mapping);
     CloseHandle(record.file);
-    deregister_swap_file(record.record_entry);
     DeleteFileA(record.file_name);
+    deregister_swap_file(record.record_entry);
     forget_storage(record);
 }
 

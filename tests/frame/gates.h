@@ -40,6 +40,8 @@ namespace q32::frame {
     GATE(kernel32, SetFilePointer, INVALID_SET_FILE_POINTER, ERROR_SEEK)                           \
     GATE(kernel32, SetEndOfFile, FALSE, ERROR_DISK_FULL)                                           \
     GATE(kernel32, FlushFileBuffers, FALSE, ERROR_WRITE_FAULT)                                     \
+    GATE(kernel32, LockFile, FALSE, ERROR_LOCK_VIOLATION)                                          \
+    GATE(kernel32, UnlockFile, FALSE, ERROR_NOT_LOCKED)                                            \
     GATE(kernel32, DeleteFileA, FALSE, ERROR_ACCESS_DENIED)                                        \
     GATE(kernel32, GetTempFileNameA, 0, ERROR_PATH_NOT_FOUND)                                      \
     GATE(kernel32, GetTempPathA, 0, ERROR_PATH_NOT_FOUND)                                          \

@@ -17,9 +17,11 @@ void World::compare_pixels(const ModelBuffer &buffer) {
         differs(name_of(buffer) + " shows other pixels: " + same.message());
 }
 
+// What a duplicate shows is its source's; storage that it had before stays, and means nothing.
 void World::compare_storage(const ModelBuffer &buffer) {
     const uint32_t storage = word(buffer.handle, field_storage);
-    if (storage == 0 || buffer.is_special() || buffer.is(BUF32_DIB) || buffer.memory != nullptr)
+    if (storage == 0 || buffer.is_duplicate() || buffer.is_special() || buffer.is(BUF32_DIB) ||
+        buffer.memory != nullptr)
         return;
     const Geometry &geometry = buffer.picture.geometry;
     for (int i = 0; i < int(geometry.cell_count()); ++i) {

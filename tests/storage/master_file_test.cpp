@@ -20,7 +20,7 @@ protected:
     }
 
     static std::string left_file(const std::string &name) {
-        const std::string path = frame::make_folder("left") + name;
+        const std::string path = frame::make_folder("left") + name + ".tmp";
         frame::write_file(path, {1, 2, 3});
         return path;
     }
@@ -125,7 +125,7 @@ TEST_F(MasterFile, ThatNeverOpensIsTriedFor501Times) {
     for (int i = 0; i < 1001; ++i)
         EXPECT_EQ(calls[std::size_t(first + i)].name, i % 2 == 0 ? "CreateFileA" : "Sleep") << i;
     EXPECT_EQ(calls[std::size_t(first + 1001)].name, "CreateFileA");
-    EXPECT_EQ(calls[std::size_t(first + 1001)].arguments[4], std::to_string(CREATE_ALWAYS));
+    EXPECT_EQ(calls[std::size_t(first + 1001)].arguments[4], std::to_string(OPEN_ALWAYS));
 }
 
 TEST_F(MasterFile, TheLastAttemptIsAsGoodAsTheFirst) {
@@ -142,7 +142,7 @@ TEST_F(MasterFile, TheLastAttemptIsAsGoodAsTheFirst) {
 TEST_F(MasterFile, CreationIsTriedAgainToo) {
     FileWatch watch;
     watch.create.refuse = [left = 500](auto, auto, auto, auto, DWORD how, auto...) mutable {
-        return how == CREATE_ALWAYS && left-- > 0;
+        return how == OPEN_ALWAYS && left-- > 0;
     };
     start();
     EXPECT_EQ(frame::read_file(master_file()), empty_master());
@@ -152,16 +152,17 @@ TEST_F(MasterFile, CreationIsGivenUpAfter501Attempts) {
     FileWatch watch;
     int attempts = 0;
     watch.create.refuse = [&](auto, auto, auto, auto, DWORD how, auto...) {
-        return how == CREATE_ALWAYS && ++attempts > 0;
+        return how == OPEN_ALWAYS && ++attempts > 0;
     };
     EXPECT_FALSE(try_start());
     expect_reports({not_created});
     EXPECT_EQ(attempts, 501);
 }
 
-// It is there, and then cannot be opened again: reported, and made anew.
-TEST_F(MasterFile, ThatCannotBeReopenedIsMadeAnew) {
-    frame::write_file(master_file(), master_with({frame::sandbox() + "gone"}));
+// It is there, and then cannot be opened again: reported; and what is in it is kept.
+TEST_F(MasterFile, ThatCannotBeReopenedIsKept) {
+    const Bytes master = master_with({frame::sandbox() + "gone"});
+    frame::write_file(master_file(), master);
     FileWatch watch;
     int opens = 0;
     watch.create.error = ERROR_SHARING_VIOLATION;
@@ -171,7 +172,20 @@ TEST_F(MasterFile, ThatCannotBeReopenedIsMadeAnew) {
     EXPECT_TRUE(try_start());
     expect_reports({not_reopened});
     EXPECT_EQ(opens, 502);
-    EXPECT_EQ(frame::read_file(master_file()), empty_master());
+    EXPECT_EQ(frame::read_file(master_file()), master);
+}
+
+// Another program holds it until the attempts to open it are over: nothing of it is lost.
+TEST_F(MasterFile, ThatIsHeldForAMomentIsKept) {
+    const Bytes master = master_with({frame::sandbox() + "gone"});
+    frame::write_file(master_file(), master);
+    FileWatch watch;
+    watch.create.error = ERROR_SHARING_VIOLATION;
+    watch.create.refuse = [left = 501](auto...) mutable { return left-- > 0; };
+    start();
+    EXPECT_EQ(frame::read_file(master_file()), master);
+    EXPECT_EQ(count(watch.calls, open_text(OPEN_ALWAYS)), 1);
+    EXPECT_EQ(watch.calls.count("DeleteFileA"), 0);
 }
 
 TEST_F(MasterFile, ThatCanNeitherBeReopenedNorMadeFailsTheStart) {
@@ -253,9 +267,15 @@ TEST_F(MasterFile, TheFirstShortEntryEndsTheReading) {
     }
 }
 
+// Entries are read 252 at a time.
 TEST_F(MasterFile, AReadThatFailsEndsTheReading) {
-    const std::string first = left_file("first"), second = left_file("second");
-    frame::write_file(record_name(1), record_of({first, second}));
+    const std::string first = left_file("first"), last = left_file("last");
+    const std::string second = left_file("second");
+    std::vector<std::string> paths(253);
+    paths[0] = first;
+    paths[251] = last;
+    paths[252] = second;
+    frame::write_file(record_name(1), record_of(paths));
     frame::write_file(master_file(), master_with({record_name(1)}));
     FileWatch watch;
     HANDLE record = nullptr;
@@ -269,10 +289,27 @@ TEST_F(MasterFile, AReadThatFailsEndsTheReading) {
     watch.read.refuse = [&](HANDLE file, auto...) { return file == record && ++reads == 2; };
     start();
     EXPECT_FALSE(frame::file_exists(first));
+    EXPECT_FALSE(frame::file_exists(last));
     EXPECT_TRUE(frame::file_exists(second));
     EXPECT_EQ(reads, 2);
     EXPECT_FALSE(frame::file_exists(record_name(1)));
     EXPECT_EQ(frame::read_file(master_file())[0], 0);
+}
+
+TEST_F(MasterFile, ListsOfEveryLengthAreReadToTheirEnd) {
+    for (std::size_t entries : {1u, 251u, 252u, 253u, 503u, 504u, 505u, 1000u}) {
+        SCOPED_TRACE(entries);
+        const std::string last = left_file("last");
+        std::vector<std::string> paths(entries);
+        paths.back() = last;
+        frame::write_file(record_name(1), record_of(paths, entries % 2 == 0 ? 259 : 0));
+        frame::write_file(master_file(), master_with({record_name(1)}));
+        start();
+        EXPECT_FALSE(frame::file_exists(last));
+        EXPECT_FALSE(frame::file_exists(record_name(1)));
+        EXPECT_EQ(frame::read_file(master_file())[0], 0);
+        stop();
+    }
 }
 
 TEST_F(MasterFile, AnEmptyRecordFileIsRemoved) {
@@ -348,6 +385,208 @@ TEST_F(MasterFile, StandsPathsWithoutAnEnd) {
     start();
     EXPECT_FALSE(frame::file_exists(last));
     EXPECT_FALSE(frame::file_exists(record_name(1)));
+}
+
+// --- what is deleted, and in which order ---------------------------------------------------------
+
+// Anybody can write these files. What the system's naming of temporary files cannot have made
+// stays, whatever they say.
+TEST_F(MasterFile, OnlyTemporaryNamesAreDeleted) {
+    const std::string folder = frame::make_folder("left");
+    const std::string names[] = {"letter.doc", "noextension",  "picture.tmp.bmp", "x.tm", "x.tmpp",
+                                 "tmp",        "picture.tmp ", "~QT1234.TMP.",    "x_tmp"};
+    std::vector<std::string> paths;
+    for (const std::string &name : names) {
+        paths.push_back(folder + name);
+        frame::write_file(paths.back(), {1, 2, 3});
+    }
+    const std::string good = folder + "~QT12AB.TMP", small = folder + "~qt12ac.tMp";
+    frame::write_file(good, {1});
+    frame::write_file(small, {1});
+    std::vector<std::string> listed = paths;
+    listed.push_back(good);
+    listed.push_back(small);
+    frame::write_file(record_name(1), record_of(listed));
+    frame::write_file(master_file(), master_with({record_name(1)}));
+    start();
+    for (const std::string &path : paths)
+        EXPECT_TRUE(frame::file_exists(path)) << path;
+    EXPECT_FALSE(frame::file_exists(good));
+    EXPECT_FALSE(frame::file_exists(small));
+    EXPECT_FALSE(frame::file_exists(record_name(1)));
+}
+
+// A name that depends on the current directory or drive, or that is a device's, is none of ours.
+TEST_F(MasterFile, OnlyWholePathsAreDeleted) {
+    const std::string whole = left_file("file");
+    const std::string folder = frame::make_folder("left");
+    char before[MAX_PATH];
+    GetCurrentDirectoryA(sizeof before, before);
+    ASSERT_TRUE(SetCurrentDirectoryA(folder.c_str()));
+    const std::string names[] = {"file.tmp",
+                                 ".\\file.tmp",
+                                 whole.substr(0, 2) + "file.tmp",
+                                 whole.substr(2),
+                                 "\\\\.\\" + whole,
+                                 "\\\\?\\" + whole,
+                                 "1" + whole.substr(1),
+                                 "@" + whole.substr(1)};
+    for (const std::string &name : names) {
+        SCOPED_TRACE(name);
+        frame::write_file(record_name(1), record_of({name}));
+        frame::write_file(master_file(), master_with({record_name(1)}));
+        FileWatch watch;
+        start();
+        EXPECT_EQ(watch.calls.count("DeleteFileA"), 1); // the record file
+        EXPECT_TRUE(frame::file_exists(whole));
+        stop();
+    }
+    SetCurrentDirectoryA(before);
+}
+
+TEST_F(MasterFile, PathsOfSharesAreDeleted) {
+    const std::string path = "\\\\server\\share\\~QT1.TMP";
+    frame::write_file(record_name(1), record_of({path}));
+    frame::write_file(master_file(), master_with({record_name(1)}));
+    FileWatch watch;
+    watch.remove.instead = [&](const char *name) {
+        return name == path ? TRUE : call::DeleteFileA::real(name);
+    };
+    start();
+    EXPECT_NE(watch.calls.find("DeleteFileA(\"" + path), -1);
+}
+
+// A slot that names somebody's document is left alone, and so is the document.
+TEST_F(MasterFile, OnlyTemporaryNamesAreRecordFiles) {
+    const std::string document = frame::make_folder("left") + "letter.doc";
+    const std::string listed = left_file("listed");
+    frame::write_file(document, record_of({listed}));
+    const Bytes master = master_with({document});
+    frame::write_file(master_file(), master);
+    start();
+    EXPECT_TRUE(frame::file_exists(document));
+    EXPECT_TRUE(frame::file_exists(listed));
+    EXPECT_EQ(frame::read_file(master_file()), master);
+}
+
+// Whenever it dies at it: the slot is there as long as anything that it leads to.
+TEST_F(MasterFile, ASlotIsClearedBeforeItsRecordFileIsDeleted) {
+    const std::string swap_file = left_file("swap");
+    frame::write_file(record_name(1), record_of({swap_file}));
+    frame::write_file(master_file(), master_with({record_name(1)}));
+    FileWatch watch;
+    std::vector<std::string> deleted;
+    watch.remove.before = [&](const char *path) {
+        deleted.push_back(path);
+        EXPECT_EQ(frame::read_file(master_file())[0] == 0, is_record_file(path)) << path;
+    };
+    start();
+    EXPECT_EQ(deleted, (std::vector<std::string>{swap_file, record_name(1)}));
+}
+
+// While a start deletes what a dead process has left, no other start is at the same list.
+TEST_F(MasterFile, ARecordFileIsHeldWhileItsListIsWorked) {
+    const std::string swap_file = left_file("swap");
+    frame::write_file(record_name(1), record_of({swap_file}));
+    frame::write_file(master_file(), master_with({record_name(1)}));
+    FileWatch watch;
+    watch.remove.before = [&](const char *path) {
+        if (path != swap_file)
+            return;
+        EXPECT_EQ(CreateFileA(record_name(1).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                              OPEN_EXISTING, 0, nullptr),
+                  INVALID_HANDLE_VALUE);
+    };
+    start();
+    EXPECT_FALSE(frame::file_exists(record_name(1)));
+}
+
+// --- the lock of the slots -----------------------------------------------------------------------
+
+// As another process has it.
+class LockedSlots {
+public:
+    LockedSlots()
+        : file_(CreateFileA(master_file().c_str(), GENERIC_READ | GENERIC_WRITE,
+                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                            nullptr)),
+          locked_(LockFile(file_, 0x40000000, 0, 1, 0) != FALSE) {}
+    ~LockedSlots() { CloseHandle(file_); }
+    bool locked() const { return locked_; }
+
+private:
+    HANDLE file_;
+    bool locked_;
+};
+
+// What waiting takes is left out.
+struct NoWaiting {
+    int sleeps = 0;
+    Replaced<call::Sleep> sleep{[this](DWORD) { ++sleeps; }};
+};
+
+TEST_F(MasterFile, IsLockedForEverySlotThatIsWorked) {
+    frame::write_file(record_name(1), record_of({}));
+    frame::write_file(master_file(), master_with({record_name(1), record_name(2)}));
+    FileWatch watch;
+    watch.write.before = [](HANDLE, auto...) { EXPECT_FALSE(LockedSlots().locked()); };
+    start();
+    EXPECT_EQ(frame::read_file(master_file())[0], 0);
+    EXPECT_EQ(watch.calls.count("LockFile"), watch.calls.count("UnlockFile"));
+    EXPECT_GE(watch.calls.count("LockFile"), 4); // the signature, two claims, one slot cleared
+    EXPECT_TRUE(LockedSlots().locked());         // and given back
+}
+
+// Another process is at work on it: the next start cleans up.
+TEST_F(MasterFile, ThatIsLockedIsLeftToTheOther) {
+    frame::write_file(record_name(1), record_of({}));
+    Bytes master = master_with({record_name(1)});
+    master.back() = 'x';
+    frame::write_file(master_file(), master);
+    NoWaiting waiting;
+    {
+        const LockedSlots other;
+        ASSERT_TRUE(other.locked());
+        start();
+    }
+    EXPECT_EQ(waiting.sleeps, 3500);
+    EXPECT_EQ(frame::read_file(master_file()), master);
+    EXPECT_TRUE(frame::file_exists(record_name(1)));
+    library().detach();
+    start(); // now it is free
+    EXPECT_EQ(frame::read_file(master_file()), empty_master());
+    DeleteFileA(record_name(1).c_str());
+}
+
+// The lock comes free while we wait.
+TEST_F(MasterFile, WaitsForTheLock) {
+    frame::write_file(record_name(1), record_of({}));
+    frame::write_file(master_file(), master_with({record_name(1)}));
+    FileWatch watch;
+    watch.lock.error = ERROR_LOCK_VIOLATION;
+    watch.lock.refuse = [left = 3500](auto...) mutable { return left-- > 0; };
+    watch.sleep.instead = [](DWORD) {};
+    start();
+    EXPECT_FALSE(frame::file_exists(record_name(1)));
+    EXPECT_EQ(frame::read_file(master_file())[0], 0);
+}
+
+// File systems without locks.
+TEST_F(MasterFile, WorksWithoutALock) {
+    frame::write_file(record_name(1), record_of({}));
+    frame::write_file(master_file(), master_with({record_name(1)}));
+    FileWatch watch;
+    watch.lock.error = ERROR_INVALID_FUNCTION;
+    watch.lock.refuse_all();
+    start();
+    EXPECT_FALSE(frame::file_exists(record_name(1)));
+    EXPECT_EQ(frame::read_file(master_file())[0], 0);
+    EXPECT_EQ(watch.calls.count("UnlockFile"), 0);
+    const HBUF32 buffer = allocate(8, 200, 200, BUF32_TILED_FILE);
+    EXPECT_NE(frame::read_file(master_file())[0], 0);
+    free(buffer);
+    stop();
+    EXPECT_EQ(frame::read_file(master_file())[0], 0);
 }
 
 // A swap file that another program holds open stays; all else goes.

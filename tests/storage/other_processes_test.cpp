@@ -1,86 +1,21 @@
 // Several processes and one master file: what a process that is killed leaves behind is removed by
 // the next start, while the living are left alone.
+#include "tests/storage/other_process.h"
 #include "tests/storage/storage_fixture.h"
-
-#include <memory>
 
 namespace q32::test {
 namespace {
 
 // Another process that holds swap files.
-class Holder {
+class Holder : public OtherProcess {
 public:
-    explicit Holder(int count, const std::string &family = frame::sandbox_family()) {
-        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-        HANDLE child_input = nullptr, child_output = nullptr;
-        CreatePipe(&child_input, &input_, &inherited, 0);
-        CreatePipe(&output_, &child_output, &inherited, 0);
-        SetHandleInformation(input_, HANDLE_FLAG_INHERIT, 0);
-        SetHandleInformation(output_, HANDLE_FLAG_INHERIT, 0);
-        STARTUPINFOA startup = {};
-        startup.cb = sizeof startup;
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdInput = child_input;
-        startup.hStdOutput = child_output;
-        startup.hStdError = child_output;
-        char own[MAX_PATH];
-        GetModuleFileNameA(nullptr, own, sizeof own);
-        const std::string path = own;
-        std::string command = path.substr(0, path.find_last_of('\\') + 1) + "holder.exe \"" +
-                              frame::library_path() + "\" " + family + ' ' + std::to_string(count);
-        EXPECT_TRUE(CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                   nullptr, &startup, &process_));
-        CloseHandle(child_input);
-        CloseHandle(child_output);
-        for (std::string line = read_line(); line != "ready"; line = read_line()) {
-            if (line.empty())
-                break;
+    explicit Holder(int count, const std::string &family = frame::sandbox_family())
+        : OtherProcess("hold " + std::to_string(count), family) {
+        for (std::string line = read_line(); line != "ready" && !line.empty(); line = read_line())
             swap_files.push_back(line);
-        }
-    }
-    ~Holder() {
-        if (process_.hProcess != nullptr)
-            kill();
-    }
-    Holder(const Holder &) = delete;
-    Holder &operator=(const Holder &) = delete;
-
-    void kill() {
-        EXPECT_TRUE(TerminateProcess(process_.hProcess, 9));
-        EXPECT_EQ(wait(), 9u);
-    }
-    // Lets it end in its own way; gives its exit code.
-    DWORD end() {
-        CloseHandle(input_);
-        input_ = nullptr;
-        return wait();
     }
 
     std::vector<std::string> swap_files;
-
-private:
-    DWORD wait() {
-        EXPECT_EQ(WaitForSingleObject(process_.hProcess, 20000), DWORD(WAIT_OBJECT_0));
-        DWORD code = 0;
-        GetExitCodeProcess(process_.hProcess, &code);
-        for (HANDLE handle : {process_.hProcess, process_.hThread, input_, output_})
-            if (handle != nullptr)
-                CloseHandle(handle);
-        process_ = {};
-        return code;
-    }
-    std::string read_line() {
-        std::string line;
-        char character = 0;
-        DWORD read = 0;
-        while (ReadFile(output_, &character, 1, &read, nullptr) && read == 1 && character != '\n')
-            if (character != '\r')
-                line += character;
-        return line;
-    }
-
-    PROCESS_INFORMATION process_ = {};
-    HANDLE input_ = nullptr, output_ = nullptr;
 };
 
 class OtherProcesses : public LibraryTest {

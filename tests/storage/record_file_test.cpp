@@ -185,6 +185,68 @@ TEST_F(RecordFile, IsDeletedAtTheStop) {
     EXPECT_EQ(frame::read_file(master_file()).size(), master_bytes);
 }
 
+// Dying between the two leaves a file of a few bytes, and no slot that is used for ever.
+TEST_F(RecordFile, ItsSlotIsClearedBeforeItIsDeleted) {
+    swapped(200, 200);
+    const std::string path = record_path();
+    FileWatch watch;
+    int deletions = 0;
+    watch.remove.before = [&](const char *name) {
+        if (name != path)
+            return;
+        ++deletions;
+        EXPECT_EQ(frame::read_file(master_file())[0], 0);
+    };
+    library().detach();
+    EXPECT_EQ(deletions, 1);
+}
+
+// A slot that cannot be cleared keeps its record file, by which the next start finds both.
+TEST_F(RecordFile, IsKeptWhenItsSlotCannotBeCleared) {
+    swapped(200, 200);
+    const std::string path = record_path();
+    {
+        FileWatch watch;
+        watch.lock.error = ERROR_LOCK_VIOLATION;
+        watch.lock.refuse_all();
+        watch.sleep.instead = [](DWORD) {};
+        library().detach();
+    }
+    EXPECT_TRUE(frame::file_exists(path));
+    EXPECT_EQ(text_at(frame::read_file(master_file()), 0), path);
+    ASSERT_TRUE(library().attach());
+    EXPECT_FALSE(frame::file_exists(path));
+    EXPECT_EQ(frame::read_file(master_file())[0], 0);
+}
+
+TEST_F(RecordFile, IsDeletedWhenThereIsNoMasterFile) {
+    swapped(200, 200);
+    const std::string path = record_path();
+    ASSERT_TRUE(DeleteFileA(master_file().c_str()));
+    stop();
+    EXPECT_FALSE(frame::file_exists(path));
+}
+
+// The master file was made anew behind our back, and our slot is another's.
+TEST_F(RecordFile, LeavesTheSlotsOfOthers) {
+    swapped(200, 200);
+    const std::string path = record_path();
+    const Bytes others = master_with({frame::sandbox() + "QTR77.TMP"});
+    frame::write_file(master_file(), others);
+    stop();
+    EXPECT_FALSE(frame::file_exists(path));
+    EXPECT_EQ(frame::read_file(master_file()), others);
+}
+
+TEST_F(RecordFile, TakesNoSlotWithoutTheLock) {
+    FileWatch watch;
+    watch.lock.error = ERROR_LOCK_VIOLATION;
+    watch.lock.refuse_all();
+    watch.sleep.instead = [](DWORD) {};
+    expect_refused(no_master_entry);
+    EXPECT_EQ(frame::read_file(master_file()), empty_master());
+}
+
 // --- the slot map --------------------------------------------------------------------------------
 
 // More than 1024 swap files at once, each of 17 bytes and 10 more. The map is full at 1024 entries

@@ -26,6 +26,8 @@ struct FileWatch {
     Watch<call::MapViewOfFile> view{calls};
     Watch<call::UnmapViewOfFile> unmap{calls};
     Watch<call::DeleteFileA> remove{calls};
+    Watch<call::LockFile> lock{calls};
+    Watch<call::UnlockFile> unlock{calls};
     Watch<call::Sleep> sleep{calls};
 };
 

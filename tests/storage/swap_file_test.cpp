@@ -128,10 +128,13 @@ TEST_F(SwapFile, IsReleasedStepByStep) {
     watch.close.before = [&](HANDLE handle) { released.push_back(handle); };
     free(buffer);
     EXPECT_EQ(released, (std::vector<const void *>{view, mapping, file}));
-    const std::string expected[] = {"UnmapViewOfFile",      "CloseHandle",
-                                    "CloseHandle",          "SetFilePointer(*, 260, ",
-                                    "WriteFile(*, *, 4, ",  "FlushFileBuffers",
-                                    "DeleteFileA(\"" + path};
+    const std::string expected[] = {"UnmapViewOfFile",
+                                    "CloseHandle",
+                                    "CloseHandle",
+                                    "DeleteFileA(\"" + path,
+                                    "SetFilePointer(*, 260, ",
+                                    "WriteFile(*, *, 4, ",
+                                    "FlushFileBuffers"};
     const auto &calls = watch.calls.all();
     ASSERT_EQ(calls.size(), std::size(expected)) << watch.calls.text();
     for (std::size_t i = 0; i < calls.size(); ++i)
