@@ -9,6 +9,7 @@ The program is the one in README.md, so that what a newcomer copies is known to 
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -86,8 +87,9 @@ class PackageTest:
         program = self.work / "pkg-config" / "first_program.exe"
         program.parent.mkdir()
         search = {"PKG_CONFIG_LIBDIR": str(self.prefix / "lib/pkgconfig")}
-        flags = run("pkg-config", "--cflags", "--libs", "q32base", env=os.environ | search).split()
-        run(self.cc, self.first_program, *flags, "-o", program)
+        # As a shell reads them: folders may have spaces.
+        flags = run("pkg-config", "--cflags", "--libs", "q32base", env=os.environ | search)
+        run(self.cc, self.first_program, *shlex.split(flags), "-o", program)
         expect(self.output(program), FIRST_PROGRAM_PRINTS, "by pkg-config")
 
     def use_with_def_file(self):
