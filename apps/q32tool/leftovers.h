@@ -1,5 +1,5 @@
 // What processes that died have left of their swap files: the files, the record files that list
-// them, and slots of the master record file. How these files are laid out: docs/swap-files.md.
+// them, and slots of the master record file. How these files are laid out: docs/decisions/0012.
 #pragma once
 
 #include <cstdint>
