@@ -169,7 +169,9 @@ class Run:
         for change in chosen:
             if fates[change]:
                 self.add(change, *fates[change], len(chosen))
+        # The quick ones first: a run that is interrupted has tried as many as it could.
         rest = [change for change in chosen if not fates[change]]
+        rest.sort(key=lambda change: testing.effort(testing.entries_for(table, change.path)))
         if not rest:
             return
         build_programs(table, rest)

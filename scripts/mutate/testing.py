@@ -64,6 +64,11 @@ def entries_for(table, path):
     return table[max(fitting, key=len)]
 
 
+def effort(entries):
+    """Greater where changes take longer: programs of kernels alone are quick, few programs, too."""
+    return not entries[0].is_linked, len(entries)
+
+
 def end_all(process):
     """Ends what is left of a program, and whatever it has started."""
     for number, patience in ((signal.SIGTERM, 3), (signal.SIGKILL, None)):

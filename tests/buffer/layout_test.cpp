@@ -1,6 +1,7 @@
 // The geometry of buffers: every field that follows from the size, the bits per pixel and the type,
 // read behind the handle at its place in the record and compared with a model of its own.
 #include "tests/buffer/buffer_fixture.h"
+#include "tests/frame/fenced_heap.h"
 
 namespace q32::test {
 namespace {
@@ -196,6 +197,18 @@ TEST_F(BufferLayout, IsLinearWhenAnyOfFourBitsIsSet) {
         expect_geometry(buffer, Geometry(300, 200, 8, type));
         EXPECT_EQ(word(buffer, field_cell_count), 6u);
     }
+}
+
+// The addresses of the cells are the end of the record.
+TEST_F(BufferLayout, AddressesStayInsideTheRecord) {
+    const FencedHeap heap;
+    for (uint32_t type : {BUF32_TILED, BUF32_LINEAR})
+        for (int width : {1, 128, 129, 300})
+            for (int height : {1, 129, 300}) {
+                SCOPED_TRACE(size_text(24, width, height) + " type " + std::to_string(type));
+                const Buffer buffer(24, width, height, type);
+                EXPECT_TRUE(buffer);
+            }
 }
 
 } // namespace

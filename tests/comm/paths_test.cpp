@@ -139,6 +139,25 @@ TEST(SplitPathname, GivesEachPartAlone) {
     comm.qfdSplitPathname(path, nullptr, nullptr, nullptr, nullptr);
 }
 
+// As under a double-byte code page, where the second byte may look like a separator or a dot.
+BOOL WINAPI is_lead_byte(BYTE byte) {
+    return byte >= 0x81 && byte <= 0x9F;
+}
+
+TEST(SplitPathname, StepsOverDoubleByteCharacters) {
+    const CommLibrary comm;
+    const ReplacedImport code_page("IsDBCSLeadByte", reinterpret_cast<void *>(is_lead_byte));
+    char drive[3], directory[260], name[260], extension[260];
+    comm.qfdSplitPathname("C:\\\x83\\a\\\x83.b.\x83\\", drive, directory, name, extension);
+    EXPECT_STREQ(drive, "C:");
+    EXPECT_STREQ(directory, "\\\x83\\a\\");
+    EXPECT_STREQ(name, "\x83.b");
+    EXPECT_STREQ(extension, ".\x83\\");
+    char path[] = "C:\\\x83\\";
+    comm.qfdDelSlash(path);
+    EXPECT_STREQ(path, "C:\\\x83\\");
+}
+
 TEST(SplitPathname, CutsLongParts) {
     const CommLibrary comm;
     const std::string directory(300, 'd'), name(300, 'n'), extension(300, 'e');

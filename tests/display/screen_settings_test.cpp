@@ -229,6 +229,15 @@ TEST_F(ScreenSettings, LieInTheWindowsDirectory) {
     }
 }
 
+// The name alone: the system looks for it in the Windows directory as well.
+TEST_F(ScreenSettings, NeedNoDirectory) {
+    start();
+    for (const UINT length : {0u, 1000u}) { // none, and what would be needed
+        const Replaced<call::GetWindowsDirectoryA> windows([&](char *, UINT) { return length; });
+        EXPECT_EQ(settings_read(), wanted_calls(frame::text_of(10000))) << length;
+    }
+}
+
 // Missing and longest texts, and a directory that fills its place.
 TEST_F(ScreenSettings, StandAnyText) {
     start();

@@ -61,6 +61,10 @@ TEST(KernelChoice, Resampling) {
         EXPECT_EQ(chosen.bilinear, bilinear[i]) << instruction_set_name(all_sets[i]);
         EXPECT_EQ(chosen.bicubic, bicubic[i]) << instruction_set_name(all_sets[i]);
     }
+    // No choice, but what the others are compared with.
+    EXPECT_EQ(scalar_resample_kernels.nearest, &scalar_nearest_kernels);
+    EXPECT_EQ(scalar_resample_kernels.bilinear, &scalar_bilinear_kernels);
+    EXPECT_EQ(scalar_resample_kernels.bicubic, &scalar_bicubic_kernels);
 }
 
 } // namespace
