@@ -23,7 +23,9 @@ public:
 private:
     static frame::PageHeap::Beyond beyond() {
         using namespace frame::call;
-        frame::shared_library(); // finds the real ones
+        // Whoever has loaded a library found the real ones; another one would start it anew.
+        if (GlobalAlloc::real == nullptr)
+            frame::shared_library();
         return {GlobalAlloc::real, GlobalReAlloc::real, GlobalLock::real,  GlobalUnlock::real,
                 GlobalFree::real,  GlobalSize::real,    GlobalFlags::real, GlobalHandle::real};
     }
