@@ -95,6 +95,17 @@ TEST_F(Start, MakesTheTemporaryDirectoryWhenItIsMissing) {
     RemoveDirectoryA(missing.c_str());
 }
 
+// One byte more than fits, terminator and all.
+TEST_F(Start, StandsATemporaryPathThatIsTooLong) {
+    const Replaced<call::GetTempPathA> longer([](DWORD size, char *path) {
+        path[0] = 'x';
+        return size;
+    });
+    start();
+    EXPECT_STREQ(directories().path[0], "");
+    EXPECT_EQ(directories().enabled[0], 1u);
+}
+
 TEST_F(Start, KeepsAnExistingTemporaryDirectory) {
     frame::write_file(frame::sandbox_swap() + "mine.txt", {1, 2, 3});
     start();

@@ -107,6 +107,18 @@ TEST_F(GetMemory, OfEndlessRectangles) {
     }
 }
 
+// Nothing is touched where the address space has no room for the caller's block: 2 000 000 000
+// pixels of 24 bits to a row, two of which begin in the image, or as many rows above it.
+TEST_F(GetMemory, IntoBlocksBeyondTheAddressSpace) {
+    constexpr int many = 2000000000;
+    const Buffer buffer(24, 30, 20);
+    uint8_t memory[1] = {7};
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, many, 2, memory));
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, -many, 30, many + 20, memory));
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, -many, 0, many + 1, 1, memory));
+    EXPECT_EQ(memory[0], 7);
+}
+
 TEST_F(GetMemory, ArgumentsAreCheckedMemoryFirst) {
     Buffer buffer(8, 30, 20);
     uint8_t memory[1] = {7};

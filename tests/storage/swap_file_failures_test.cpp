@@ -75,6 +75,15 @@ TEST_F(SwapFileFailures, Seek) {
 TEST_F(SwapFileFailures, Write) {
     expect_failure(
         "write", [](FileWatch &watch) { watch.write.refuse_call(1); }, no_file);
+    expect_failure(
+        "half a write",
+        [](FileWatch &watch) {
+            watch.write.instead = [](HANDLE, const void *, DWORD bytes, DWORD *written, auto) {
+                *written = bytes - 1;
+                return TRUE;
+            };
+        },
+        no_file);
 }
 
 TEST_F(SwapFileFailures, SecondOpen) {
