@@ -296,6 +296,22 @@ TEST_F(Start, FiftyTimesOverLeavesNothing) {
     EXPECT_EQ(handles_after, handles_before);
 }
 
+// The system tells of threads, too.
+TEST_F(Start, ThreadsThatComeAndGoChangeNothing) {
+    start();
+    const HBUF32 buffer = allocate(24, 300, 200, BUF32_TILED);
+    const auto base = reinterpret_cast<std::uintptr_t>(library().module());
+    const auto *dos = reinterpret_cast<const IMAGE_DOS_HEADER *>(base);
+    const auto *headers =
+        reinterpret_cast<const IMAGE_NT_HEADERS *>(base + std::uintptr_t(dos->e_lfanew));
+    const auto entry = reinterpret_cast<BOOL(WINAPI *)(HMODULE, DWORD, void *)>(
+        base + headers->OptionalHeader.AddressOfEntryPoint);
+    EXPECT_TRUE(entry(library().module(), DLL_THREAD_ATTACH, nullptr));
+    EXPECT_TRUE(entry(library().module(), DLL_THREAD_DETACH, nullptr));
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
+    free(buffer);
+}
+
 // The same image started again, as after FreeLibrary calls that do not unload it.
 TEST_F(Start, TwiceWithoutUnloading) {
     load();

@@ -129,6 +129,16 @@ TEST_F(GetMemory, ArgumentsAreCheckedMemoryFirst) {
     EXPECT_EQ(memory[0], 7);
 }
 
+TEST_F(GetMemory, WithoutAnEntryIsRefusedInSilence) {
+    Buffer buffer(8, 30, 20);
+    uint8_t memory[1] = {7};
+    const uint32_t entry = word(buffer, field_of(entry_get_memory));
+    set_word(buffer, field_of(entry_get_memory), 0);
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, 1, 1, memory));
+    set_word(buffer, field_of(entry_get_memory), entry);
+    EXPECT_EQ(memory[0], 7);
+}
+
 TEST_F(GetMemory, KeepsLocksAndMode) {
     Random random(test_seed(), 7);
     for (Kind kind : all_kinds) {

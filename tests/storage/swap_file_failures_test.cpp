@@ -152,6 +152,15 @@ TEST_F(Registration, RecordFileWithoutAName) {
         no_record_file);
 }
 
+TEST_F(Registration, RecordFileWithoutADirectory) {
+    char &first = frame::comm().temporary_directory[0];
+    const char letter = std::exchange(first, '\0');
+    expect_refused(no_record_file);
+    EXPECT_EQ(files_beginning(frame::sandbox_swap(), "").size(), 0u);
+    first = letter;
+    free(swapped(200, 200));
+}
+
 TEST_F(Registration, RecordFileThatCannotBeCreated) {
     expect_failure(
         [](FileWatch &watch) {
