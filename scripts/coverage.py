@@ -2,7 +2,7 @@
 """Says what the tests have not reached: coverage.py BUILD EXCEPTIONS
 
 Adds up the counts that the test programs of a build with Q32BASE_COVERAGE have left in its folder
-counts, prints how many lines and branches of each folder of src/ were reached, and lists the others.
+counts, prints how many lines and branches of each folder of src/ were reached, and lists the rest.
 What cannot be reached stands in the list of exceptions. The exit code is 1 when kernels or drivers
 miss their goals, and when the list is not true: something else was not reached, or one of these
 was.

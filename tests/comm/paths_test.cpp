@@ -80,6 +80,11 @@ TEST_F(TemporaryDirectory, IsEmptyWhereItCannotBeMade) {
 TEST_F(TemporaryDirectory, IsEmptyWhereItsFullPathIsTooLong) {
     SetEnvironmentVariableA(variable, std::string(255, 'x').c_str());
     EXPECT_EQ(directory(), "");
+    // Where the system says how much room it would take.
+    const ImportHook needs(
+        "GetFullPathNameA",
+        +[](const char *, DWORD, char *, char **) WINAPI -> DWORD { return MAX_PATH; });
+    EXPECT_EQ(directory(), "");
 }
 
 // 255 characters and "Quill" are more than a path has.
