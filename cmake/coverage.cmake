@@ -4,4 +4,7 @@ option(Q32BASE_COVERAGE "Count in the library what the tests reach" OFF)
 if(Q32BASE_COVERAGE)
   target_compile_options(q32_kernel_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:--coverage>)
   target_link_options(q32_kernel_options INTERFACE --coverage)
+  # Without optimisation each step of a vector kernel is a call.
+  target_compile_options(
+    q32_kernel_options INTERFACE $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,STATIC_LIBRARY>:-O1>)
 endif()

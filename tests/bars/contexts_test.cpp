@@ -56,6 +56,13 @@ TEST_F(BarsOnContexts, OfEverySize) {
     }
 }
 
+// More rows than a field has shades or hues: some are like the one before.
+TEST_F(BarsOnContexts, OfManyRows) {
+    Canvas canvas(3, 1000);
+    for (const Bar &bar : every_bar())
+        check(bar, canvas, {0, 0, 3, 1000});
+}
+
 TEST_F(BarsOnContexts, Anywhere) {
     Canvas canvas(150, 140);
     for (const Bar &bar : every_bar())

@@ -202,6 +202,17 @@ TEST_F(BitmapClosing, ByBuf32FreeFreesTheBitmap) {
     }
 }
 
+// A handle that stays locked whatever is done is let go after as many unlocks as a count can need.
+TEST_F(BitmapClosing, ByBuf32FreeGivesUpUnlockingInTheEnd) {
+    Bitmap bitmap(some_block(Header{{24, 33, 9}}));
+    Opened buffer(bitmap);
+    const frame::Replaced<frame::call::GlobalFlags> locked([](HGLOBAL) { return 1u; });
+    FailingCall unlocks("GlobalUnlock", 0);
+    buffer.free();
+    EXPECT_EQ(unlocks.calls(), 255);
+    bitmap.gone();
+}
+
 // In either layout: nothing is converted any more.
 TEST_F(BitmapClosing, ByBuf32FreeAfterGoingBackToBitmapLayout) {
     Bitmap bitmap(some_block(Header{{24, 33, 9}}));

@@ -236,6 +236,15 @@ TEST_F(BufferLineConversions, SpansReadAndWriteAPartOfARow) {
     });
 }
 
+TEST_F(BufferLineConversions, SpansWithoutPixelsTouchNothing) {
+    Buffer buffer(24, 30, 20);
+    uint8_t memory[1] = {7};
+    for (const auto &[start, end] : {std::pair{5, 5}, {9, 3}, {30, 40}, {-8, 0}})
+        for (const int mode : {BUF32_LINE_READ, BUF32_LINE_WRITE, BUF32_LINE_READ_565})
+            EXPECT_SUCCESS(line_span(buffer, memory, mode, start, end, 4));
+    EXPECT_EQ(memory[0], 7);
+}
+
 TEST_F(BufferLineConversions, SpansConvert) {
     random_cases(150, [](Random &random, uint64_t number) {
         const int mode = 3 + int(random.below(4));

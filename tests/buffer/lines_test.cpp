@@ -1,6 +1,7 @@
 // buf32Line: rows in and out of buffers as they are stored; what it refuses, clamps and counts. The
 // converting modes are the subject of line_conversions_test.cpp.
 #include "tests/buffer/buffer_fixture.h"
+#include "tests/buffer/entry_hook.h"
 
 #include <climits>
 
@@ -88,6 +89,20 @@ TEST_F(BufferLines, OtherModesOnlyRecordAWriteLock) {
         expect_pixels(buffer, image);
         ASSERT_EQ(api().buf32Unlock(buffer), 1);
     }
+}
+
+// A row that has been moved under a lock that cannot be given back.
+TEST_F(BufferLines, FailWhereTheirOwnLockStays) {
+    Buffer buffer(24, 30, 20);
+    const FencedBlock row(90);
+    EXPECT_SUCCESS(api().buf32Lock(buffer, BUF32_READ, nullptr));
+    {
+        const UnlockHook stays(buffer, [](auto *, HBUF32) { return 0; });
+        EXPECT_SILENT_FAILURE(api().buf32Line(buffer, 3, BUF32_LINE_READ, row.data()));
+    }
+    EXPECT_EQ(word(buffer, field_lock_count), 2u);
+    EXPECT_SUCCESS(api().buf32Unlock(buffer));
+    EXPECT_SUCCESS(api().buf32Unlock(buffer));
 }
 
 TEST_F(BufferLines, WithoutStagingMemoryFailInSilence) {

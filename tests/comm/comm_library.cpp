@@ -6,12 +6,15 @@
 
 namespace q32::test {
 
-CommLibrary::CommLibrary() {
+std::string CommLibrary::path() {
     char program[MAX_PATH];
     GetModuleFileNameA(nullptr, program, sizeof program);
     const std::string path = program;
-    module_ =
-        LoadLibraryA((path.substr(0, path.rfind('\\')) + "\\..\\..\\bin\\q32comm.dll").c_str());
+    return path.substr(0, path.rfind('\\')) + "\\..\\..\\bin\\q32comm.dll";
+}
+
+CommLibrary::CommLibrary() {
+    module_ = LoadLibraryA(path().c_str());
     if (module_ == nullptr) {
         std::fputs("cannot load q32comm.dll\n", stderr);
         std::abort();

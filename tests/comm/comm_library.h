@@ -18,6 +18,8 @@ public:
     CommLibrary(const CommLibrary &) = delete;
     CommLibrary &operator=(const CommLibrary &) = delete;
 
+    static std::string path();
+
 #define Q32_COMM_EXPORTS(EXPORT)                                                                   \
     EXPORT(c32ClearDLLErrInfo)                                                                     \
     EXPORT(c32GetDLLErrInfo)                                                                       \

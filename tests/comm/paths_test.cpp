@@ -1,5 +1,6 @@
 // The temporary directory and the path utilities.
 #include "tests/comm/comm_library.h"
+#include "tests/comm/import_hook.h"
 
 #include <fstream>
 
@@ -76,6 +77,38 @@ TEST_F(TemporaryDirectory, IsEmptyWhereItCannotBeMade) {
     }
 }
 
+TEST_F(TemporaryDirectory, IsEmptyWhereItsFullPathIsTooLong) {
+    SetEnvironmentVariableA(variable, std::string(255, 'x').c_str());
+    EXPECT_EQ(directory(), "");
+    // Where the system says how much room it would take.
+    const ImportHook needs(
+        "GetFullPathNameA",
+        +[](const char *, DWORD, char *, char **) WINAPI -> DWORD { return MAX_PATH; });
+    EXPECT_EQ(directory(), "");
+}
+
+// 255 characters and "Quill" are more than a path has.
+TEST_F(TemporaryDirectory, IsEmptyWhereTheSystemsIsNoneOrTooLong) {
+    {
+        const ImportHook none(
+            "GetTempPathA", +[](DWORD, char *) WINAPI -> DWORD { return 0; });
+        EXPECT_EQ(directory(), "");
+    }
+    const ImportHook too_long(
+        "GetTempPathA", +[](DWORD, char *path) WINAPI -> DWORD {
+            std::memset(path, 'x', 255);
+            return 255;
+        });
+    EXPECT_EQ(directory(), "");
+}
+
+TEST_F(TemporaryDirectory, IsEmptyWhereAFileHasItsName) {
+    SetEnvironmentVariableA(variable, own_.c_str());
+    const ImportHook file(
+        "GetFileAttributesA", +[](const char *) WINAPI -> DWORD { return FILE_ATTRIBUTE_NORMAL; });
+    EXPECT_EQ(directory(), "");
+}
+
 TEST_F(TemporaryDirectory, NeedsRoomForAllOfIt) {
     SetEnvironmentVariableA(variable, (own_ + "\\made").c_str());
     const int length = static_cast<int>(own_.size() + 6);
@@ -105,6 +138,10 @@ constexpr Parts cases[] = {
     {"/a/b\\name.ext", "", "/a/b\\", "name", ".ext"},
     {"\\\\server\\share\\name.ext", "", "\\\\server\\share\\", "name", ".ext"},
     {"1:\\name", "", "1:\\", "name", ""},
+    {"[:name", "", "", "[:name", ""},
+    {"{:name", "", "", "{:name", ""},
+    {"Z:name", "Z:", "", "name", ""},
+    {"z:name", "z:", "", "name", ""},
     {"C:\\Documents and Settings\\~QT1.tmp", "C:", "\\Documents and Settings\\", "~QT1", ".tmp"},
     {":", "", "", ":", ""},
     {"", "", "", "", ""},
@@ -122,6 +159,21 @@ TEST(SplitPathname, GivesTheFourParts) {
         EXPECT_STREQ(name, wanted.name);
         EXPECT_STREQ(extension, wanted.extension);
     }
+}
+
+// The second byte of a double-byte character may be that of a separator or a dot.
+TEST(SplitPathname, StepsOverDoubleByteCharacters) {
+    const CommLibrary comm;
+    const ImportHook lead(
+        "IsDBCSLeadByte", +[](BYTE byte) WINAPI -> BOOL { return byte == 0x81; });
+    char directory[260], name[260], extension[260];
+    comm.qfdSplitPathname("a\\b\x81\\c\x81.d", nullptr, directory, name, extension);
+    EXPECT_STREQ(directory, "a\\");
+    EXPECT_STREQ(name, "b\x81\\c\x81.d");
+    EXPECT_STREQ(extension, "");
+    char path[] = "a\x81\\";
+    comm.qfdDelSlash(path);
+    EXPECT_STREQ(path, "a\x81\\");
 }
 
 TEST(SplitPathname, GivesEachPartAlone) {

@@ -1,5 +1,6 @@
 // The error channel: one last report for each thread.
 #include "tests/comm/comm_library.h"
+#include "tests/comm/import_hook.h"
 
 #include <thread>
 
@@ -149,6 +150,50 @@ TEST(Reports, AreFreedWithTheLibrary) {
         thread.join();
     CloseHandle(reported);
     CloseHandle(end);
+}
+
+TEST(Reports, AreNotMadeWithoutMemory) {
+    const CommLibrary comm;
+    {
+        const ImportHook no_memory(
+            "HeapAlloc", +[](HANDLE, DWORD, SIZE_T) WINAPI -> void * { return nullptr; });
+        EXPECT_EQ(comm.c32SetDLLErrInfo("text", 1, 2, 3, 4, 5), 0);
+        EXPECT_EQ(comm.c32GetDLLErrInfo(nullptr), 0);
+        EXPECT_EQ(comm.c32ClearDLLErrInfo(), 0);
+    }
+    EXPECT_EQ(comm.c32SetDLLErrInfo("text", 1, 2, 3, 4, 5), 1);
+}
+
+TEST(Reports, AreFreedWhereTheThreadCannotKeepThem) {
+    const CommLibrary comm;
+    const ImportHook no_room(
+        "TlsSetValue", +[](DWORD, void *) WINAPI -> BOOL { return FALSE; });
+    const int before = report_blocks();
+    EXPECT_EQ(comm.c32SetDLLErrInfo("text", 1, 2, 3, 4, 5), 0);
+    EXPECT_EQ(comm.c32GetDLLErrInfo(nullptr), 0);
+    EXPECT_EQ(report_blocks(), before);
+}
+
+TEST(Reports, NeedASlotOfTheThreads) {
+    const std::string path = CommLibrary::path();
+    std::vector<DWORD> slots;
+    for (DWORD slot; (slot = TlsAlloc()) != TLS_OUT_OF_INDEXES;)
+        slots.push_back(slot);
+    EXPECT_EQ(LoadLibraryA(path.c_str()), nullptr);
+    for (const DWORD slot : slots)
+        TlsFree(slot);
+    const CommLibrary comm;
+    EXPECT_EQ(comm.c32SetDLLErrInfo("text", 1, 2, 3, 4, 5), 1);
+}
+
+TEST(ReportsDeathTest, MayBeThereWhenTheProcessEnds) {
+    EXPECT_EXIT(
+        {
+            const CommLibrary comm;
+            comm.c32SetDLLErrInfo("text", 1, 2, 3, 4, 5);
+            std::exit(5);
+        },
+        testing::ExitedWithCode(5), "");
 }
 
 } // namespace

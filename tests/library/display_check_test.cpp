@@ -31,6 +31,17 @@ protected:
     Calls calls;
 };
 
+TEST_F(DisplayCheck, TheNameMayBeThePath) {
+    set_text(4700, "No pictures for %s here.");
+    const Replaced<call::GetModuleFileNameA> plain([](HMODULE, char *path, DWORD) {
+        std::strcpy(path, "Q32BASE.DLL");
+        return DWORD(11);
+    });
+    EXPECT_FALSE(start_on(4, 1));
+    EXPECT_STREQ(frame::comm().reports[0].text, "No pictures for Q32BASE.DLL here.");
+    frame::forget_reports();
+}
+
 TEST_F(DisplayCheck, SixteenColoursAreRefused) {
     set_text(4700, "No pictures for %s here.");
     set_text(4701, "Too few colours");

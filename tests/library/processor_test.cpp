@@ -189,7 +189,8 @@ constexpr FamilyCall family_calls[] = {
 TEST_F(Processor, TheCapIsKept) {
     char before[64] = "";
     GetEnvironmentVariableA("Q32BASE_ISA", before, sizeof before);
-    for (const char *cap : {"sse2", "sse41", "avx2", "avx512", "", "nonsense"}) {
+    for (const char *cap :
+         {"sse2", "sse41", "avx2", "avx512", "", "nonsense", "sse2 and what else there is"}) {
         SetEnvironmentVariableA("Q32BASE_ISA", cap);
         start();
         expect_rows_are_right();

@@ -95,6 +95,17 @@ TEST_F(Start, MakesTheTemporaryDirectoryWhenItIsMissing) {
     RemoveDirectoryA(missing.c_str());
 }
 
+// One byte more than fits, terminator and all.
+TEST_F(Start, StandsATemporaryPathThatIsTooLong) {
+    const Replaced<call::GetTempPathA> longer([](DWORD size, char *path) {
+        path[0] = 'x';
+        return size;
+    });
+    start();
+    EXPECT_STREQ(directories().path[0], "");
+    EXPECT_EQ(directories().enabled[0], 1u);
+}
+
 TEST_F(Start, KeepsAnExistingTemporaryDirectory) {
     frame::write_file(frame::sandbox_swap() + "mine.txt", {1, 2, 3});
     start();
@@ -283,6 +294,22 @@ TEST_F(Start, FiftyTimesOverLeavesNothing) {
     }
     GetProcessHandleCount(GetCurrentProcess(), &handles_after);
     EXPECT_EQ(handles_after, handles_before);
+}
+
+// The system tells of threads, too.
+TEST_F(Start, ThreadsThatComeAndGoChangeNothing) {
+    start();
+    const HBUF32 buffer = allocate(24, 300, 200, BUF32_TILED);
+    const auto base = reinterpret_cast<std::uintptr_t>(library().module());
+    const auto *dos = reinterpret_cast<const IMAGE_DOS_HEADER *>(base);
+    const auto *headers =
+        reinterpret_cast<const IMAGE_NT_HEADERS *>(base + std::uintptr_t(dos->e_lfanew));
+    const auto entry = reinterpret_cast<BOOL(WINAPI *)(HMODULE, DWORD, void *)>(
+        base + headers->OptionalHeader.AddressOfEntryPoint);
+    EXPECT_TRUE(entry(library().module(), DLL_THREAD_ATTACH, nullptr));
+    EXPECT_TRUE(entry(library().module(), DLL_THREAD_DETACH, nullptr));
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 1);
+    free(buffer);
 }
 
 // The same image started again, as after FreeLibrary calls that do not unload it.

@@ -219,6 +219,16 @@ TEST_P(RunRefusals, SizesOverThirtyTwoBits) {
     expect_no_copy(8, INT_MAX);
     for (const SIZE_T size : asked)
         EXPECT_GE(size, 0x10000000u);
+    // Where no block is needed neither.
+    a = arguments();
+    for (const auto &[bytes, count] :
+         {std::pair{3, INT_MAX}, {3, 0x55555556}, {8, 0x20000000}, {8, INT_MAX}})
+        for (const int transparency : {0, 50, 100}) {
+            a.bytes = bytes;
+            a.count = count;
+            a.transparency = transparency;
+            expect_refused(a);
+        }
 }
 
 // --- memory that cannot be had ---------------------------------------------------------------

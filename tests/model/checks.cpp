@@ -19,6 +19,9 @@ void World::compare_pixels(const ModelBuffer &buffer) {
 
 // What a duplicate shows is its source's; storage that it had before stays, and means nothing.
 void World::compare_storage(const ModelBuffer &buffer) {
+    // A duplicate that was an image of its own still has its storage, but shows its source's.
+    if (buffer.is_duplicate())
+        return;
     const uint32_t storage = word(buffer.handle, field_storage);
     if (storage == 0 || buffer.is_duplicate() || buffer.is_special() || buffer.is(BUF32_DIB) ||
         buffer.memory != nullptr)

@@ -78,6 +78,23 @@ TEST_F(PatternReading, RowsNeedNoBlock) {
     }
 }
 
+// At 12 bits a pixel takes one byte of a row that has room for twelve bits of each.
+TEST_F(PatternReading, RowsOfTwelveBitPixelsByHand) {
+    const uint8_t pixels[2][3] = {{0x11, 0x22, 0x77}, {0x33, 0x44, 0x77}};
+    const BUF32PATTERN pattern{2, 2, pixels};
+    const Buffer buffer(12, 4, 3, BUF32_PATTERN, &pattern);
+    set_word(buffer, field_lock_count, 1);
+    const uint8_t rows[3][6] = {{0x11, 0x22, 0x11, 0x22, 0, 0},
+                                {0x33, 0x44, 0x33, 0x44, 0, 0},
+                                {0x11, 0x22, 0x11, 0x22, 0, 0}};
+    for (int y = 0; y < 3; ++y) {
+        FencedBlock memory(6);
+        EXPECT_SUCCESS(api().buf32Line(buffer, y, BUF32_LINE_READ, memory.data()));
+        EXPECT_EQ(std::memcmp(memory.data(), rows[y], 6), 0) << y;
+    }
+    set_word(buffer, field_lock_count, 0);
+}
+
 TEST_F(PatternReading, RowsConvert) {
     PatternBuffer bits(1, 150, 140, 11, 3);
     FencedBlock bytes(150);
@@ -231,6 +248,13 @@ TEST_F(PatternReading, NoBlock) {
         EXPECT_EQ(api().buf32CellLock(buffer, 0, &address, nullptr), 0);
         EXPECT_EQ(address, nullptr);
         expect_report(no_block);
+    }
+    {
+        FailingCall block("VirtualAlloc", 1);
+        using PointAddress = void *(HBUF32, int, int);
+        EXPECT_EQ(entry_of<PointAddress>(buffer, entry_point_address)(buffer, 3, 4), nullptr);
+        EXPECT_TRUE(block.happened());
+        EXPECT_TRUE(frame::reports().empty());
     }
     EXPECT_EQ(word(buffer, field_lock_count), 0u);
     EXPECT_EQ(word(buffer, field_storage), 0u);

@@ -68,6 +68,19 @@ TEST_F(GetMemoryWithBackground, NothingToDoTouchesNothing) {
     }
 }
 
+// As in GetMemory.IntoBlocksBeyondTheAddressSpace, but what surrounds the image counts too.
+TEST_F(GetMemoryWithBackground, IntoBlocksBeyondTheAddressSpace) {
+    constexpr int many = 2000000000;
+    const Buffer buffer(24, 30, 20), one_colour(24, 30, 20, BUF32_ONE_COLOUR, some_colour);
+    uint8_t memory[1] = {7};
+    for (const HBUF32 any : {HBUF32(buffer), HBUF32(one_colour)}) {
+        EXPECT_SILENT_FAILURE(api().buf32GetMemWithBC(any, 0, 0, many, 2, memory, some_colour));
+        EXPECT_SILENT_FAILURE(api().buf32GetMemWithBC(any, 0, 0, 30, many, memory, some_colour));
+        EXPECT_SILENT_FAILURE(api().buf32GetMemWithBC(any, 90, 0, many, 1, memory, some_colour));
+    }
+    EXPECT_EQ(memory[0], 7);
+}
+
 // A background under 8 bits is a byte of pixels: outside the image each pixel takes the bits that
 // stand at its own place in the row, and so does what lies behind the last pixel.
 TEST_F(GetMemoryWithBackground, OfBitsByHand) {

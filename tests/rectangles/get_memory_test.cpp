@@ -107,6 +107,18 @@ TEST_F(GetMemory, OfEndlessRectangles) {
     }
 }
 
+// Nothing is touched where the address space has no room for the caller's block: 2 000 000 000
+// pixels of 24 bits to a row, two of which begin in the image, or as many rows above it.
+TEST_F(GetMemory, IntoBlocksBeyondTheAddressSpace) {
+    constexpr int many = 2000000000;
+    const Buffer buffer(24, 30, 20);
+    uint8_t memory[1] = {7};
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, many, 2, memory));
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, -many, 30, many + 20, memory));
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, -many, 0, many + 1, 1, memory));
+    EXPECT_EQ(memory[0], 7);
+}
+
 TEST_F(GetMemory, ArgumentsAreCheckedMemoryFirst) {
     Buffer buffer(8, 30, 20);
     uint8_t memory[1] = {7};
@@ -114,6 +126,16 @@ TEST_F(GetMemory, ArgumentsAreCheckedMemoryFirst) {
     EXPECT_REPORT(api().buf32GetMem(buffer, 99, 0, 1, 1, nullptr), 3200, 0, 4, 6);
     EXPECT_REPORT(api().buf32GetMem(0, 0, 0, 1, 1, nullptr), 3200, 0, 4, 6);
     EXPECT_SILENT_FAILURE(api().buf32GetMem(0, 0, 0, 1, 1, memory));
+    EXPECT_EQ(memory[0], 7);
+}
+
+TEST_F(GetMemory, WithoutAnEntryIsRefusedInSilence) {
+    Buffer buffer(8, 30, 20);
+    uint8_t memory[1] = {7};
+    const uint32_t entry = word(buffer, field_of(entry_get_memory));
+    set_word(buffer, field_of(entry_get_memory), 0);
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, 1, 1, memory));
+    set_word(buffer, field_of(entry_get_memory), entry);
     EXPECT_EQ(memory[0], 7);
 }
 

@@ -55,6 +55,18 @@ TEST_F(MergeMemory, OfEndlessRectangles) {
     }
 }
 
+// As in GetMemory.IntoBlocksBeyondTheAddressSpace.
+TEST_F(MergeMemory, FromBlocksBeyondTheAddressSpace) {
+    constexpr int many = 2000000000;
+    Buffer buffer(24, 30, 20);
+    const PlainImage image = fill_and_check(buffer);
+    const uint8_t memory[1] = {7};
+    EXPECT_SILENT_FAILURE(api().buf32MergeMem(buffer, 0, 0, memory, many, 2));
+    EXPECT_SILENT_FAILURE(api().buf32MergeMem(buffer, 0, -many, memory, 30, many + 20));
+    EXPECT_SILENT_FAILURE(api().buf32MergeMem(buffer, -many, 0, memory, many + 1, 1));
+    EXPECT_EQ(read_rows(buffer).bytes(), image.bytes());
+}
+
 TEST_F(MergeMemory, ArgumentsAreCheckedMemoryFirst) {
     Buffer buffer(8, 30, 20);
     const PlainImage image = fill_and_check(buffer);

@@ -56,6 +56,15 @@ TEST_F(OneColourRectangles, FillTheWholeBlock) {
     }
 }
 
+TEST_F(OneColourRectangles, BeyondTheAddressSpaceFillNothing) {
+    constexpr int many = 2000000000;
+    const Buffer buffer(24, 30, 20, BUF32_ONE_COLOUR, some_colour);
+    uint8_t memory[1] = {7};
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, many, 1, memory));
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, 30, many, memory));
+    EXPECT_EQ(memory[0], 7);
+}
+
 TEST_F(OneColourRectangles, FillTheWholeBlockByHand) {
     const uint8_t colour[3] = {0x11, 0x22, 0x33};
     Buffer buffer(24, 2, 2, BUF32_ONE_COLOUR, colour);

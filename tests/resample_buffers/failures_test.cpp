@@ -497,6 +497,37 @@ TEST_F(ResampleFailures, PixelsThatCannotBeFetched) {
             }
 }
 
+// Of a source whose rows are mostly passed over each is fetched alone. The second fetch fails: of
+// the cell, which has an entry of its own for taking pixels, nothing is written.
+TEST_F(ResampleFailures, PixelsBehindTheFirstThatCannotBeFetched) {
+    Random random(test_seed(), 16);
+    for (const auto &[path, fetch, write] : cell_points) {
+        SCOPED_TRACE(name_of(path));
+        const Side source(Sort::pattern, 24, 150, 2000, random);
+        Side given(24, 100, 90, random);
+        ASSERT_EQ(api().buf32Lock(source, BUF32_READ, nullptr), 1); // makes its block
+        ASSERT_EQ(api().buf32Unlock(source), 1);
+        const Surroundings surroundings({&source, &given});
+        Listener listener(0, 6);
+        int fetches = 0;
+        {
+            const GetMemoryHook hook(source, [&](auto original, HBUF32 buffer, int x, int y,
+                                                 int width, int height, void *memory) {
+                return ++fetches == 2 ? 0 : original(buffer, x, y, width, height, memory);
+            });
+            const MergeMemoryHook own(given, [](auto original, HBUF32 buffer, int x, int y,
+                                                int width, int height, const void *memory) {
+                return original(buffer, x, y, width, height, memory);
+            });
+            EXPECT_REPORT(resample_into(given, manner_of(path), source, listener), fetch.message,
+                          fetch.severity, fetch.module, fetch.point);
+        }
+        surroundings.expect_unchanged();
+        EXPECT_EQ(fetches, 2);
+        given.expect_picture();
+    }
+}
+
 // A destination with an entry of its own is written through it.
 TEST_F(ResampleFailures, PixelsThatCannotBeWritten) {
     Random random(test_seed(), 13);

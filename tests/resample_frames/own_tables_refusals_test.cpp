@@ -123,6 +123,34 @@ TEST_F(FramesNotMade, TooLarge) {
                 }
 }
 
+TEST_F(FramesNotMade, OfSourcesTooLarge) {
+    OwnTables own(mirrored(20), mirrored(30));
+    Bytes result(frame_bytes(20, 30, 24), 9);
+    for (const int bits : frame_depths)
+        for (const int method : methods)
+            for (const int nearest : {0, 1}) {
+                BITMAPINFOHEADER header = header_of(INT_MAX, 0x10000, bits);
+                EXPECT_SILENT_FAILURE(api().vcResampleEx(nearest, nowhere(), &header, result.data(),
+                                                         20, 30, method, &own.record));
+                EXPECT_EQ(header.biBitCount, bits);
+                ASSERT_EQ(blocks_held(), 0);
+            }
+}
+
+// One row of so many pixels may be there, but what the work takes beside it is not.
+TEST_F(FramesNotMade, RowsTooLongToWorkOn) {
+    constexpr int columns = 0x1000000;
+    const OwnTables own(mirrored(20), mirrored(30));
+    VCRESAMPLE record = own.record;
+    for (const int method : {RESAMPLE_NEAREST, RESAMPLE_BILINEAR}) {
+        BITMAPINFOHEADER header = header_of(20, 30, 24);
+        EXPECT_REPORT(
+            api().vcResampleEx(0, nowhere(), &header, nowhere(), columns, 1, method, &record), 1001,
+            0, 8, 18);
+        EXPECT_EQ(blocks_held(), 0);
+    }
+}
+
 // Without a record sides below 1 are reported as ever.
 TEST_F(FramesNotMade, WithoutARecordReportTheirSides) {
     for (const int method : methods)

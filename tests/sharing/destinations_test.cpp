@@ -161,30 +161,34 @@ TEST_F(Destinations, OfSourcesThatAreDuplicates) {
     family.check();
 }
 
-// Cells at other places cannot be shared: such a destination gets a copy.
+// Cells at other places cannot be shared: such a destination gets a copy. At 128 columns cells
+// differ in their heights only.
 TEST_F(Destinations, OfAnotherLayout) {
-    Random random(test_seed(), 4);
-    Family family;
-    Member &tiled = family.allocate(24, width, height, BUF32_TILED, random);
-    Member &linear = family.allocate(24, width, height, BUF32_LINEAR, random);
-    for (const WritePath &path : write_paths(BUF32_LINEAR, 24))
-        if (path.outcome == WritePath::one_colour)
-            family.write(linear, path, random);
-    family.write(linear, write_paths(BUF32_ONE_COLOUR, 24)[0], random);
-    ASSERT_EQ(word(linear.handle(), field_type), BUF32_TILED);
-    ASSERT_EQ(word(linear.handle(), field_cell_count), 1u);
-    Member &of_tiled = family.duplicate(tiled), &of_linear = family.duplicate(linear);
-    for (const auto &[from, to] : {std::pair{&tiled, &of_linear},
-                                   {&linear, &of_tiled},
-                                   {&of_linear, &linear},
-                                   {&of_tiled, &tiled}}) {
-        const Bytes shown = from->picture.image.bytes();
-        family.duplicate_into(*from, *to);
-        EXPECT_EQ(to->picture.image.bytes(), shown);
-        family.check();
-        expect_read_everywhere(to->picture);
-        family.write(*to, a_write(), random);
-        family.check();
+    for (const int columns : {width, 128}) {
+        SCOPED_TRACE(columns);
+        Random random(test_seed(), 4);
+        Family family;
+        Member &tiled = family.allocate(24, columns, height, BUF32_TILED, random);
+        Member &linear = family.allocate(24, columns, height, BUF32_LINEAR, random);
+        for (const WritePath &path : write_paths(BUF32_LINEAR, 24))
+            if (path.outcome == WritePath::one_colour)
+                family.write(linear, path, random);
+        family.write(linear, write_paths(BUF32_ONE_COLOUR, 24)[0], random);
+        ASSERT_EQ(word(linear.handle(), field_type), BUF32_TILED);
+        ASSERT_EQ(word(linear.handle(), field_cell_count), 1u);
+        Member &of_tiled = family.duplicate(tiled), &of_linear = family.duplicate(linear);
+        for (const auto &[from, to] : {std::pair{&tiled, &of_linear},
+                                       {&linear, &of_tiled},
+                                       {&of_linear, &linear},
+                                       {&of_tiled, &tiled}}) {
+            const Bytes shown = from->picture.image.bytes();
+            family.duplicate_into(*from, *to);
+            EXPECT_EQ(to->picture.image.bytes(), shown);
+            family.check();
+            expect_read_everywhere(to->picture);
+            family.write(*to, a_write(), random);
+            family.check();
+        }
     }
 }
 

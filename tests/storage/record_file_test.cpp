@@ -112,7 +112,14 @@ TEST_F(RecordFile, AnEntryThatCannotBeWrittenStaysFree) {
     for (int time = 0; time < 2; ++time) {
         Calls calls;
         Watch<call::WriteFile> write{calls};
-        write.refuse = [this](HANDLE file, auto...) { return file == record; };
+        if (time == 0)
+            write.refuse = [this](HANDLE file, auto...) { return file == record; };
+        else
+            write.instead = [this](HANDLE file, const void *data, DWORD bytes, DWORD *written,
+                                   OVERLAPPED *overlapped) {
+                return call::WriteFile::real(file, data, file == record ? bytes - 1 : bytes,
+                                             written, overlapped);
+            };
         HBUF32 buffer = 0;
         EXPECT_EQ(api().buf32Alloc(&buffer, 8, 200, 200, BUF32_TILED_FILE, nullptr), 0);
         EXPECT_EQ(frame::reports().size(), 1u);

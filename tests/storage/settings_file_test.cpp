@@ -45,6 +45,10 @@ TEST_F(SettingsFile, LimitsAreKilobytes) {
                   {"65536", 65536u * 1024},
                   {"1048576", 0x40000000},
                   {"2097152", 0x80000000},
+                  {"4194303", 0xFFFFFC00},
+                  {"4194304", 0xFFFFFFFF}, // 4 GB and more: no limit
+                  {"4194305", 0xFFFFFFFF},
+                  {"2147483647", 0xFFFFFFFF},
                   {"-1", 0xFFFFFFFF},
                   {"-2", 0xFFFFFFFE}};
     for (const auto &limit : limits) {
@@ -268,6 +272,31 @@ TEST_F(SettingsFile, TheCurrentDirectoryIsRestored) {
     GetCurrentDirectoryA(sizeof after, after);
     EXPECT_STREQ(after, before);
     SetCurrentDirectoryA("C:\\");
+}
+
+// One whose name cannot be had or kept cannot be gone back to.
+TEST_F(SettingsFile, ACurrentDirectoryThatCannotBeKeptIsLeft) {
+    static DWORD length;
+    const std::string good = frame::make_folder("good");
+    for (const DWORD needed : {0u, 260u, 4000u}) {
+        SCOPED_TRACE(needed);
+        length = needed;
+        write_directory(1, good, "1");
+        load();
+        {
+            const frame::ImportHook unknown(
+                library(), "kernel32.dll", "GetCurrentDirectoryW",
+                reinterpret_cast<void *>(+[](DWORD, wchar_t *) WINAPI -> DWORD { return length; }));
+            const Settings settings = started();
+            EXPECT_EQ(settings.directories.path[1], good);
+            EXPECT_EQ(settings.directories.enabled[1], 1u);
+        }
+        char after[MAX_PATH];
+        GetCurrentDirectoryA(sizeof after, after);
+        EXPECT_EQ(after + std::string("\\"), good);
+        SetCurrentDirectoryA("C:\\");
+        stop();
+    }
 }
 
 // Paths as long as the block takes, and longer.

@@ -75,6 +75,15 @@ TEST_F(SwapFileFailures, Seek) {
 TEST_F(SwapFileFailures, Write) {
     expect_failure(
         "write", [](FileWatch &watch) { watch.write.refuse_call(1); }, no_file);
+    expect_failure(
+        "half a write",
+        [](FileWatch &watch) {
+            watch.write.instead = [](HANDLE, const void *, DWORD bytes, DWORD *written, auto) {
+                *written = bytes - 1;
+                return TRUE;
+            };
+        },
+        no_file);
 }
 
 TEST_F(SwapFileFailures, SecondOpen) {
@@ -141,6 +150,15 @@ TEST_F(Registration, RecordFileWithoutAName) {
             };
         },
         no_record_file);
+}
+
+TEST_F(Registration, RecordFileWithoutADirectory) {
+    char &first = frame::comm().temporary_directory[0];
+    const char letter = std::exchange(first, '\0');
+    expect_refused(no_record_file);
+    EXPECT_EQ(files_beginning(frame::sandbox_swap(), "").size(), 0u);
+    first = letter;
+    free(swapped(200, 200));
 }
 
 TEST_F(Registration, RecordFileThatCannotBeCreated) {
