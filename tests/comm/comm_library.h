@@ -41,20 +41,6 @@ private:
     HMODULE module_;
 };
 
-// Another function in the import table of the loaded library for the time of its own life.
-class ReplacedImport {
-public:
-    // Ends the program when no library is loaded that imports the function.
-    ReplacedImport(const char *name, void *replacement);
-    ~ReplacedImport();
-    ReplacedImport(const ReplacedImport &) = delete;
-    ReplacedImport &operator=(const ReplacedImport &) = delete;
-
-private:
-    void **slot_;
-    void *original_;
-};
-
 // Calls a function that fills a buffer of `size` bytes; checks the result against the text, and
 // that nothing behind `size` is touched.
 template <class Fill>

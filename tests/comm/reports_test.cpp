@@ -47,21 +47,6 @@ TEST(Reports, AreForgottenWhenCleared) {
     EXPECT_EQ(std::memcmp(&info, &before, sizeof info), 0);
 }
 
-LPVOID WINAPI no_memory(HANDLE, DWORD, SIZE_T) {
-    return nullptr;
-}
-
-TEST(Reports, AreLostWithoutMemory) {
-    const CommLibrary comm;
-    {
-        const ReplacedImport heap("HeapAlloc", reinterpret_cast<void *>(no_memory));
-        EXPECT_EQ(comm.c32SetDLLErrInfo("text", 1, 2, 3, 4, 5), 0);
-        EXPECT_EQ(comm.c32GetDLLErrInfo(nullptr), 0);
-    }
-    EXPECT_EQ(comm.c32SetDLLErrInfo("text", 1, 2, 3, 4, 5), 1);
-    EXPECT_EQ(comm.c32GetDLLErrInfo(nullptr), 1);
-}
-
 TEST(Reports, CutLongTexts) {
     const CommLibrary comm;
     for (const std::size_t length : {1022u, 1023u, 1024u, 100000u}) {
