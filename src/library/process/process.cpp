@@ -3,14 +3,11 @@
 
 #include <q32comm.h>
 
-#include <array>
-
 namespace q32 {
 namespace {
 
 HMODULE module = nullptr;
 bool support_mmx = false;
-std::array<char, 64> processor_name{};
 
 CRITICAL_SECTION library_lock;
 bool library_lock_exists = false;
@@ -29,13 +26,9 @@ bool mmx_available() {
     return support_mmx;
 }
 
-const char *cpu_name() {
-    return processor_name.data();
-}
-
 void ask_common_library_for_processor() {
-    GetCPUName(processor_name.data(), int(processor_name.size()));
-    processor_name.back() = '\0';
+    char name[64]; // for nobody here; the common library of the family expects both questions
+    GetCPUName(name, int(sizeof name));
     support_mmx = IsSupportMMX() != 0;
 }
 

@@ -11,10 +11,9 @@ namespace q32 {
 HMODULE module_handle();
 void keep_module_handle(HMODULE module);
 
-// What the common library says of the processor: its name, and whether wide paths may be taken.
-// Where a rule has two roundings, the flag decides between them.
+// Whether wide paths may be taken, by the common library's word. Where a rule has two roundings, it
+// decides between them.
 bool mmx_available();
-const char *cpu_name();
 void ask_common_library_for_processor();
 
 // The instruction set that kernels may use: the processor's best, capped by Q32BASE_ISA.
