@@ -209,48 +209,5 @@ TEST_F(Processor, TheCapIsKept) {
     SetEnvironmentVariableA("Q32BASE_ISA", before[0] != 0 ? before : nullptr);
 }
 
-// --- the choice itself ---------------------------------------------------------------------------
-
-const InstructionSet all_sets[] = {InstructionSet::sse2, InstructionSet::sse41,
-                                   InstructionSet::avx2, InstructionSet::avx512};
-
-TEST(InstructionSets, ACapCapsAndNeverRaises) {
-    const InstructionSet best = best_instruction_set(nullptr);
-    for (InstructionSet cap : all_sets) {
-        const char *name = instruction_set_name(cap);
-        EXPECT_EQ(best_instruction_set(name), std::min(best, cap)) << name;
-    }
-}
-
-TEST(InstructionSets, AnUnknownCapCapsNothing) {
-    const InstructionSet best = best_instruction_set(nullptr);
-    for (const char *cap : {"", "nonsense", "avx", "SSE2", "sse", "sse2 ", "sse22", "avx5120"})
-        EXPECT_EQ(best_instruction_set(cap), best) << cap;
-}
-
-TEST(InstructionSets, HaveTheirNames) {
-    EXPECT_STREQ(instruction_set_name(InstructionSet::sse2), "sse2");
-    EXPECT_STREQ(instruction_set_name(InstructionSet::sse41), "sse41");
-    EXPECT_STREQ(instruction_set_name(InstructionSet::avx2), "avx2");
-    EXPECT_STREQ(instruction_set_name(InstructionSet::avx512), "avx512");
-}
-
-// The processor's own word, by the compiler's means.
-TEST(InstructionSets, TheBestIsWhatTheProcessorHas) {
-    __builtin_cpu_init();
-    InstructionSet expected = InstructionSet::sse2;
-    if (__builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1")) {
-        expected = InstructionSet::sse41;
-        if (__builtin_cpu_supports("avx2")) {
-            expected = InstructionSet::avx2;
-            if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
-                __builtin_cpu_supports("avx512vbmi"))
-                expected = InstructionSet::avx512;
-        }
-    }
-    EXPECT_EQ(best_instruction_set(nullptr), expected);
-}
-
 } // namespace
 } // namespace q32::test

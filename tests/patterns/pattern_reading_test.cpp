@@ -37,6 +37,18 @@ TEST_F(PatternReading, OfImagesOfSeveralSizes) {
             }
 }
 
+// Beyond the first repeat of patterns whose width or height takes more than a byte.
+TEST_F(PatternReading, OfPatternsBeyond255Pixels) {
+    for (int bits : depths)
+        for (int size : {256, 257, 300, 513, 700}) {
+            SCOPED_TRACE(testing::Message() << size << " at " << bits);
+            PatternBuffer wide(bits, 1500, 9, size, 4);
+            expect_read_everywhere(wide.picture);
+            PatternBuffer high(bits, 9, 1500, 4, size);
+            expect_read_everywhere(high.picture);
+        }
+}
+
 TEST_F(PatternReading, RectanglesAndSourcesNeedNoBlock) {
     for (int bits : depths) {
         SCOPED_TRACE(bits);
@@ -93,6 +105,31 @@ TEST_F(PatternReading, RowsOfTwelveBitPixelsByHand) {
         EXPECT_EQ(std::memcmp(memory.data(), rows[y], 6), 0) << y;
     }
     set_word(buffer, field_lock_count, 0);
+}
+
+// At depths between whole bytes rows are not the pixels side by side: the same bytes as of an
+// ordinary buffer with the same pixels.
+TEST_F(PatternReading, RowsOfDepthsBetweenWholeBytes) {
+    for (int bits : {9, 12, 20, 30})
+        for (int pattern_width : {5, 131, 256, 300, 700}) {
+            SCOPED_TRACE(testing::Message() << pattern_width << " at " << bits);
+            PatternBuffer buffer(bits, 1500, 5, pattern_width, 3);
+            const Buffer ordinary(bits, 1500, 5);
+            const Area all = buffer.picture.whole();
+            Bytes pixels(block_bytes(bits, all));
+            buffer.picture.get(all, pixels.data());
+            ASSERT_EQ(api().buf32MergeMem(ordinary, 0, 0, pixels.data(), 1500, 5), 1);
+            FencedBlock expected(buffer.picture.image.row_bytes()), row(expected.size());
+            ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
+            ASSERT_EQ(api().buf32Lock(ordinary, BUF32_READ, nullptr), 1);
+            for (int y = 0; y < 5; ++y) {
+                ASSERT_EQ(api().buf32Line(ordinary, y, BUF32_LINE_READ, expected.data()), 1);
+                ASSERT_EQ(api().buf32Line(buffer, y, BUF32_LINE_READ, row.data()), 1);
+                EXPECT_TRUE(same_bytes({expected.data(), expected.size()}, row.data())) << y;
+            }
+            ASSERT_EQ(api().buf32Unlock(ordinary), 1);
+            ASSERT_EQ(api().buf32Unlock(buffer), 1);
+        }
 }
 
 TEST_F(PatternReading, RowsConvert) {

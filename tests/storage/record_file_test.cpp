@@ -256,14 +256,15 @@ TEST_F(RecordFile, TakesNoSlotWithoutTheLock) {
 
 // --- the slot map --------------------------------------------------------------------------------
 
-// More than 1024 swap files at once, each of 17 bytes and 10 more. The map is full at 1024 entries
-// and grows. What takes time in it is left out: waiting for the disk, and looking for names
-// in a full folder.
-TEST_F(RecordFile, HasRoomForMoreThan1024SwapFiles) {
-    const Replaced<call::FlushFileBuffers> no_flush([](HANDLE) { return TRUE; });
-    const std::string folder = frame::make_folder("many");
-    const Replaced<call::GetTempFileNameA> next_name(
-        [&, number = 0](auto directory, const char *prefix, UINT unique, char *name) mutable {
+// Swap files by the thousand, each of 17 bytes and 10 more. What takes time in it is left out:
+// waiting for the disk, and looking for names in a full folder.
+class SlotMap : public RecordFile {
+protected:
+    void SetUp() override {
+        RecordFile::SetUp();
+        no_flush_.emplace([](HANDLE) { return TRUE; });
+        next_name_.emplace([this, number = 0](auto directory, const char *prefix, UINT unique,
+                                              char *name) mutable {
             if (std::string(prefix) == "QTR")
                 return call::GetTempFileNameA::real(directory, prefix, unique, name);
             if (number % 64 == 0)
@@ -271,14 +272,31 @@ TEST_F(RecordFile, HasRoomForMoreThan1024SwapFiles) {
             wsprintfA(name, "%s%d\\~QT%d.tmp", folder.c_str(), number / 64, number);
             return UINT(++number);
         });
-    std::vector<HBUF32> buffers;
-    const auto add = [&] {
+    }
+    void TearDown() override {
+        next_name_.reset();
+        no_flush_.reset();
+        RecordFile::TearDown();
+    }
+
+    int add() {
         HBUF32 buffer = 0;
         const int result = api().buf32Alloc(&buffer, 1, 129, 1, BUF32_TILED_FILE, nullptr);
         if (result == 1)
             buffers.push_back(buffer);
         return result;
-    };
+    }
+
+    const std::string folder = frame::make_folder("many");
+    std::vector<HBUF32> buffers;
+
+private:
+    std::optional<Replaced<call::FlushFileBuffers>> no_flush_;
+    std::optional<Replaced<call::GetTempFileNameA>> next_name_;
+};
+
+// The map is full at 1024 entries and grows.
+TEST_F(SlotMap, HasRoomForMoreThan1024SwapFiles) {
     for (int i = 0; i < 1024; ++i)
         ASSERT_EQ(add(), 1) << i;
     expect_no_report();
@@ -314,6 +332,22 @@ TEST_F(RecordFile, HasRoomForMoreThan1024SwapFiles) {
         EXPECT_EQ(text_at(all, word(buffer, field_record_entry) * 260), swap_file_of(buffer));
     stop(); // frees them all
     EXPECT_EQ(frame::files_below(folder).size(), 0u);
+}
+
+// One after the other, they take the same entry again and again, and the map stays as it is.
+TEST_F(SlotMap, DoesNotGrowForSwapFilesThatHaveGone) {
+    ASSERT_EQ(add(), 1);
+    Calls calls;
+    Watch<call::GlobalReAlloc> enlarge{calls};
+    for (int i = 0; i < 1030; ++i) {
+        ASSERT_EQ(add(), 1) << i;
+        ASSERT_EQ(word(buffers.back(), field_record_entry), 1u) << i;
+        free(buffers.back());
+        buffers.pop_back();
+    }
+    EXPECT_EQ(calls.all().size(), 0u);
+    EXPECT_EQ(entries().size(), 2 * 260u);
+    expect_no_report();
 }
 
 } // namespace

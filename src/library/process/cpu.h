@@ -1,5 +1,5 @@
-// Which instruction set the kernels may use. Knows the processor only; what there is for a level is
-// each kernel family's own.
+// Which instruction set the kernels may use. Knows processor and system only; what there is for a
+// level is each kernel family's own.
 #pragma once
 
 namespace q32 {
@@ -7,11 +7,25 @@ namespace q32 {
 // Each level includes those before it. sse41 means SSSE3 and SSE4.1; avx512 means F, BW, VL, DQ and
 // VBMI. A level counts only when the system saves its registers too.
 enum class InstructionSet { sse2, sse41, avx2, avx512 };
+inline constexpr int instruction_set_count = 4;
+
+constexpr const char *instruction_set_name(InstructionSet level) {
+    constexpr const char *names[instruction_set_count] = {"sse2", "sse41", "avx2", "avx512"};
+    return names[int(level)];
+}
+
+// What CPUID says of the processor, and XGETBV of the system.
+struct ProcessorWords {
+    unsigned basic_ecx = 0;                      // leaf 1
+    unsigned extended_ebx = 0, extended_ecx = 0; // leaf 7
+    unsigned saved_state = 0; // XCR0: which registers outlive a thread switch; 0 without OSXSAVE
+};
+
+// The best level that both of them have.
+InstructionSet level_of(const ProcessorWords &words);
 
 // The best level of this processor, capped by its name ("sse2", "sse41", "avx2", "avx512"). A null,
 // empty or unknown cap caps nothing.
 InstructionSet best_instruction_set(const char *cap);
-
-const char *instruction_set_name(InstructionSet level);
 
 } // namespace q32
