@@ -132,6 +132,25 @@ TEST_F(PatternReading, RowsOfDepthsBetweenWholeBytes) {
         }
 }
 
+// 128 pixels of a first cell and 64 bytes of nothing, 12 pixels of a second one and 6.
+TEST_F(PatternReading, RowsOfTwelveBitPixelsOfTwoCells) {
+    const uint8_t pixels[2] = {0x11, 0x77};
+    const BUF32PATTERN pattern{1, 1, pixels};
+    const Buffer buffer(12, 140, 1, BUF32_PATTERN, &pattern);
+    set_word(buffer, field_lock_count, 1);
+    FencedBlock row(210);
+    EXPECT_SUCCESS(api().buf32Line(buffer, 0, BUF32_LINE_READ, row.data()));
+    for (int i = 0; i < 210; ++i)
+        EXPECT_EQ(row.data()[i], i < 128 || (i >= 192 && i < 204) ? 0x11 : 0) << i;
+    const uint32_t copy = word(buffer, field_external_data);
+    set_word(buffer, field_external_data, 0); // as after a refused free
+    EXPECT_SUCCESS(api().buf32Line(buffer, 0, BUF32_LINE_READ, row.data()));
+    for (int i = 0; i < 210; ++i)
+        EXPECT_EQ(row.data()[i], 0) << i;
+    set_word(buffer, field_external_data, copy);
+    set_word(buffer, field_lock_count, 0);
+}
+
 TEST_F(PatternReading, RowsConvert) {
     PatternBuffer bits(1, 150, 140, 11, 3);
     FencedBlock bytes(150);
