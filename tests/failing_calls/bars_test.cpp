@@ -15,7 +15,8 @@ SCENARIO(q32CreateGrayBarImage, New) {
 
 SCENARIO(q32CreateGrayBarImage, IntoADuplicate) {
     fails_at_work();
-    may_report({{1001, 0, 4, 2}, {1001, 0, 4, 3}, {1001, 1, 8, 3}, {1004, 0, 9, 10}});
+    may_report(
+        {{1001, 0, 4, 2}, {1001, 0, 4, 3}, {1001, 1, 8, 3}, {1004, 0, 9, 10}, {4010, 0, 9, 5}});
     may_be_silent({"IsBadReadPtr", "IsBadWritePtr"});
     const Filled source(8, BUF32_TILED_FILE);
     const Buffer duplicate(duplicate_of(source));

@@ -298,7 +298,7 @@ DEVICE_TYPE(HighColour) {
 }
 DEVICE_TYPE(Detected) {
     may_be_silent({"CreatePalette", "GlobalAlloc"});
-    goes_unnoticed({"CreateICA", "GetPrivateProfileIntA"});
+    goes_unnoticed({"CreateICA", "GetDeviceCaps", "GetPrivateProfileIntA"});
     set(DISP32_DETECT);
 }
 

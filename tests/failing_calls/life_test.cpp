@@ -62,7 +62,10 @@ STOP(WithNothing) {
     stop_after([](const frame::Api &) {});
 }
 
+// A record file whose slot in the master file cannot be cleared is kept, for the next start to find
+// both.
 STOP(WithEverything) {
+    keeps("files on disk");
     stop_after([](const frame::Api &library) {
         HBUF32 buffer = 0, duplicate = 0, scaled = 0;
         EXPECT_SUCCESS(library.buf32Alloc(&buffer, 24, wide, high, BUF32_TILED_FILE, nullptr));

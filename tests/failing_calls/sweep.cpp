@@ -186,8 +186,9 @@ public:
     ScenarioTest(Library library, std::unique_ptr<Scenario> scenario)
         : library_(library), scenario_(std::move(scenario)) {}
     void TestBody() override {
-        swept.exports.insert(
-            testing::UnitTest::GetInstance()->current_test_info()->test_suite_name());
+        const auto *const test = testing::UnitTest::GetInstance()->current_test_info();
+        if (library_ != Library::none) // start and stop are no exports
+            swept.exports.insert(test->test_suite_name());
         ++swept.scenarios;
         Sweep(*scenario_, library_).of_everything();
     }

@@ -63,7 +63,7 @@ protected:
     // own. What is held then is not what was, and goes with the buffers.
     void fails_at_work() { fails_at_work_ = true; }
 
-    // What stays when the export fails, because a quirk will have it so.
+    // One of this kind may stay, whatever fails: the scenario says why.
     void keeps(const std::string &kind) { kept_ = kind; }
 
     // The one step of a scenario that meets the failure: whether it worked. If it did not, all is
