@@ -280,6 +280,11 @@ void forget_block(const void *block) {
 
 void forget_holdings() {
     const std::lock_guard locked{guard};
+    for (const void *view : held.views)
+        UnmapViewOfFile(view);
+    for (const auto &handles : {held.mappings, held.files})
+        for (const void *handle : handles)
+            CloseHandle(const_cast<HANDLE>(handle));
     held = {};
 }
 

@@ -109,7 +109,8 @@ std::ostream &operator<<(std::ostream &out, const Census &census);
 // A block that the library has allocated and the test frees: call before the test's own GlobalFree.
 void forget_block(const void *block);
 
-// For Library, when the DLL is unmapped: nothing of its past counts any more.
+// For Library, when the DLL is unmapped: nothing of its past counts any more, and files that it has
+// left open would stand in the way of the next.
 void forget_holdings();
 
 } // namespace q32::frame

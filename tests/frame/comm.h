@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <compare>
 #include <initializer_list>
 #include <iosfwd>
 #include <string>
@@ -31,7 +32,7 @@ std::string text_of(int id);
 // What is left of a report when text (null) and library (1450) are as they must be.
 struct Failure {
     int message, severity, module, point;
-    bool operator==(const Failure &) const = default;
+    auto operator<=>(const Failure &) const = default;
 };
 std::ostream &operator<<(std::ostream &out, const Failure &failure);
 
