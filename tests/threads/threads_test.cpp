@@ -27,7 +27,7 @@ namespace {
 
 constexpr int thread_count = 8;
 constexpr std::size_t rounds = 3; // of each thread's pieces; the first goes through them in order
-constexpr std::chrono::seconds longest{300};
+constexpr std::chrono::seconds longest{180};
 
 // Ends the program with a message when the threads have not come to their end in time.
 class Watchdog {
@@ -289,7 +289,7 @@ INSTANTIATE_TEST_SUITE_P(Mmx, Threads, testing::Bool(),
 
 TEST_P(Threads, DoWhatOneDoesAlone) {
     const Watchdog watchdog;
-    std::vector<Worker> workers = some_work(cases_of_the_round(GetParam() ? 1000 : 300));
+    std::vector<Worker> workers = some_work(cases_of_the_round(GetParam() ? 600 : 200));
     for (Worker &worker : workers)
         for (Piece &piece : worker.pieces)
             piece.digest = digest_of(piece);
