@@ -4,7 +4,9 @@
 #include "tests/failing_calls/holdings.h"
 #include "tests/kernels/running.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <optional>
 #include <type_traits>
@@ -98,6 +100,18 @@ void Scenario::see(HBUF32 buffer) {
 
 namespace {
 
+// The heap between inaccessible pages calls the system in other ways: less may be seen there.
+const bool heap_is_fenced = std::getenv("Q32BASE_TEST_HEAP") != nullptr;
+
+// No more than is promised, and no less.
+template <class Set>
+void expect_promised(const Set &seen, const Set &promised) {
+    const bool no_more = std::includes(promised.begin(), promised.end(), seen.begin(), seen.end());
+    EXPECT_TRUE(heap_is_fenced ? no_more : seen == promised)
+        << "seen: " << testing::PrintToString(seen)
+        << "\npromised: " << testing::PrintToString(promised);
+}
+
 class Sweep {
 public:
     Sweep(Scenario &scenario, Library library) : scenario_(scenario), library_(library) {}
@@ -108,9 +122,9 @@ public:
         usual_ = undisturbed.seen;
         for (const auto &[function, count] : undisturbed.calls)
             of(function);
-        EXPECT_EQ(seen_reports_, scenario_.reports());
-        EXPECT_EQ(seen_silent_, scenario_.silent());
-        EXPECT_EQ(seen_unnoticed_, scenario_.unnoticed());
+        expect_promised(seen_reports_, scenario_.reports());
+        expect_promised(seen_silent_, scenario_.silent());
+        expect_promised(seen_unnoticed_, scenario_.unnoticed());
     }
 
 private:
@@ -202,7 +216,7 @@ class LineAtTheEnd : public testing::Environment {
 public:
     void TearDown() override {
         frame::drop_shared_library();
-        if (swept.scenarios == int(scenarios_added().size())) {
+        if (swept.scenarios == int(scenarios_added().size()) && !heap_is_fenced) {
             EXPECT_EQ(unneeded_rows(), "") << "are in the table and not needed";
         }
         std::printf("%s\n", summary(0).c_str());
