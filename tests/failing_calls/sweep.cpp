@@ -4,7 +4,6 @@
 #include "tests/failing_calls/holdings.h"
 #include "tests/kernels/running.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -100,17 +99,9 @@ void Scenario::see(HBUF32 buffer) {
 
 namespace {
 
-// The heap between inaccessible pages calls the system in other ways: less may be seen there.
+// The heap between inaccessible pages wants its blocks unlocked when they are freed, which they are
+// not when an unlock fails: that one cannot be swept there.
 const bool heap_is_fenced = std::getenv("Q32BASE_TEST_HEAP") != nullptr;
-
-// No more than is promised, and no less.
-template <class Set>
-void expect_promised(const Set &seen, const Set &promised) {
-    const bool no_more = std::includes(promised.begin(), promised.end(), seen.begin(), seen.end());
-    EXPECT_TRUE(heap_is_fenced ? no_more : seen == promised)
-        << "seen: " << testing::PrintToString(seen)
-        << "\npromised: " << testing::PrintToString(promised);
-}
 
 class Sweep {
 public:
@@ -121,10 +112,11 @@ public:
         const Scenario::Run undisturbed = run("", 0);
         usual_ = undisturbed.seen;
         for (const auto &[function, count] : undisturbed.calls)
-            of(function);
-        expect_promised(seen_reports_, scenario_.reports());
-        expect_promised(seen_silent_, scenario_.silent());
-        expect_promised(seen_unnoticed_, scenario_.unnoticed());
+            if (!heap_is_fenced || function != "GlobalUnlock")
+                of(function);
+        EXPECT_EQ(seen_reports_, scenario_.reports());
+        EXPECT_EQ(seen_silent_, scenario_.silent());
+        EXPECT_EQ(seen_unnoticed_, scenario_.unnoticed());
     }
 
 private:
