@@ -114,7 +114,7 @@ bool expect_balance(const Holdings &before, const Holdings &after, const std::st
         if (more == 0)
             continue;
         balanced = false;
-        const bool allowed = kind.name == kept || may_stay(function, kind.name);
+        const bool allowed = may_stay(function, kind.name) || kind.name == kept;
         if (allowed && more > 0 && more <= kind.most)
             continue;
         ++stray;
@@ -131,7 +131,7 @@ std::string unneeded_rows() {
     std::string result;
     for (const Unavoidable &row : unavoidable)
         if (!needed.contains(&row))
-            result.append(" ").append(row.function);
+            result.append(row.function).append(", ").append(row.kind).append("; ");
     return result;
 }
 
