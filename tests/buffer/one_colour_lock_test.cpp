@@ -364,8 +364,8 @@ TEST_F(OneColour, NoStorageRestoresEverything) {
         if (with_block) {
             ASSERT_EQ(api().buf32Lock(buffer, 5, nullptr), 1);
         }
-        std::vector<uint32_t> before(127);
-        std::memcpy(before.data(), reinterpret_cast<const void *>(HBUF32(buffer)), 508);
+        std::vector<uint32_t> before(126);
+        std::memcpy(before.data(), reinterpret_cast<const void *>(HBUF32(buffer)), 504);
         for (int mode : {2, 3, 4}) {
             FailingCall reserve("VirtualAlloc", 1);
             void *base = &base;
@@ -373,7 +373,7 @@ TEST_F(OneColour, NoStorageRestoresEverything) {
             EXPECT_EQ(base, nullptr);
             expect_reports({no_directory, no_storage});
             EXPECT_EQ(
-                std::memcmp(before.data(), reinterpret_cast<const void *>(HBUF32(buffer)), 508), 0)
+                std::memcmp(before.data(), reinterpret_cast<const void *>(HBUF32(buffer)), 504), 0)
                 << "the record has changed";
             EXPECT_EQ(memory_in_use(), with_block ? block_bytes : 0);
             EXPECT_EQ(mapped_bytes(), 0u);

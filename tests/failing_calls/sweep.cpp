@@ -5,7 +5,6 @@
 #include "tests/kernels/running.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <optional>
 #include <type_traits>
@@ -99,10 +98,6 @@ void Scenario::see(HBUF32 buffer) {
 
 namespace {
 
-// The heap between inaccessible pages wants its blocks unlocked when they are freed, which they are
-// not when an unlock fails: that one cannot be swept there.
-const bool heap_is_fenced = std::getenv("Q32BASE_TEST_HEAP") != nullptr;
-
 class Sweep {
 public:
     Sweep(Scenario &scenario, Library library) : scenario_(scenario), library_(library) {}
@@ -112,8 +107,7 @@ public:
         const Scenario::Run undisturbed = run("", 0);
         usual_ = undisturbed.seen;
         for (const auto &[function, count] : undisturbed.calls)
-            if (!heap_is_fenced || function != "GlobalUnlock")
-                of(function);
+            of(function);
         EXPECT_EQ(seen_reports_, scenario_.reports());
         EXPECT_EQ(seen_silent_, scenario_.silent());
         EXPECT_EQ(seen_unnoticed_, scenario_.unnoticed());
@@ -208,7 +202,7 @@ class LineAtTheEnd : public testing::Environment {
 public:
     void TearDown() override {
         frame::drop_shared_library();
-        if (swept.scenarios == int(scenarios_added().size()) && !heap_is_fenced) {
+        if (swept.scenarios == int(scenarios_added().size())) {
             EXPECT_EQ(unneeded_rows(), "") << "are in the table and not needed";
         }
         std::printf("%s\n", summary(0).c_str());

@@ -42,8 +42,10 @@ private:
         [this](HGLOBAL handle) { return heap_.lock(handle); }};
     frame::Replaced<frame::call::GlobalUnlock> unlock_{
         [this](HGLOBAL handle) { return heap_.unlock(handle); }};
-    frame::Replaced<frame::call::GlobalFree> free_{
-        [this](HGLOBAL handle) { return heap_.free(handle); }};
+    frame::Replaced<frame::call::GlobalFree> free_{[this](HGLOBAL handle) {
+        EXPECT_EQ(heap_.locks(handle), 0);
+        return heap_.free(handle);
+    }};
     frame::Replaced<frame::call::GlobalSize> size_{
         [this](HGLOBAL handle) { return heap_.size(handle); }};
     frame::Replaced<frame::call::GlobalFlags> flags_{

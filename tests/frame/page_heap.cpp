@@ -72,7 +72,7 @@ void PageHeap::expect_untouched(const Block &block) const {
 
 HGLOBAL PageHeap::allocate(UINT flags, SIZE_T size) {
     const Guard guarded{guard_};
-    if (!has_room(size))
+    if (!has_room(size) || (flags & GMEM_DISCARDABLE) != 0)
         return beyond_.allocate(flags, size);
     return keep(fenced(size, (flags & GMEM_ZEROINIT) != 0), (flags & GMEM_MOVEABLE) != 0);
 }
@@ -83,6 +83,10 @@ HGLOBAL PageHeap::grow(HGLOBAL handle, SIZE_T size, UINT flags) {
     if (found == blocks_.end())
         return beyond_.grow(handle, size, flags);
     EXPECT_EQ(found->second.locks, 0);
+    if (size == 0) {
+        discard(found->second);
+        return handle;
+    }
     Block larger = fenced(size, (flags & GMEM_ZEROINIT) != 0);
     std::copy_n(found->second.begin, std::min<std::size_t>(size, found->second.size), larger.begin);
     free(handle);
@@ -95,6 +99,10 @@ LPVOID PageHeap::lock(HGLOBAL handle) {
     if (found == blocks_.end())
         return beyond_.lock(handle);
     Block &block = found->second;
+    if (block.memory == nullptr) {
+        SetLastError(ERROR_DISCARDED);
+        return nullptr;
+    }
     if (handle != block.begin && block.locks++ == 0)
         move(block);
     return block.begin;
@@ -123,12 +131,25 @@ HGLOBAL PageHeap::free(HGLOBAL handle) {
         EXPECT_EQ(refused, nullptr) << "no block, or freed before";
         return refused;
     }
-    EXPECT_EQ(found->second.locks, 0);
-    expect_untouched(found->second);
-    bytes_ -= found->second.size;
-    take_away(std::move(found->second.memory));
+    discard(found->second);
     blocks_.erase(found);
     return nullptr;
+}
+
+// The memory goes, and the handle stays.
+void PageHeap::discard(Block &block) {
+    if (block.memory == nullptr)
+        return;
+    expect_untouched(block);
+    bytes_ -= block.size;
+    take_away(std::move(block.memory));
+    block = {};
+}
+
+int PageHeap::locks(HGLOBAL handle) {
+    const Guard guarded{guard_};
+    const auto found = blocks_.find(handle);
+    return found == blocks_.end() ? 0 : found->second.locks;
 }
 
 SIZE_T PageHeap::size(HGLOBAL handle) {
@@ -140,7 +161,9 @@ SIZE_T PageHeap::size(HGLOBAL handle) {
 UINT PageHeap::flags(HGLOBAL handle) {
     const Guard guarded{guard_};
     const auto found = blocks_.find(handle);
-    return found == blocks_.end() ? beyond_.flags(handle) : UINT(found->second.locks);
+    if (found == blocks_.end())
+        return beyond_.flags(handle);
+    return found->second.memory == nullptr ? GMEM_DISCARDED : UINT(found->second.locks);
 }
 
 HGLOBAL PageHeap::handle(LPCVOID address) {

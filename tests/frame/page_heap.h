@@ -53,6 +53,7 @@ public:
     UINT flags(HGLOBAL handle);
     HGLOBAL handle(LPCVOID address);
 
+    int locks(HGLOBAL handle); // of a block of this heap
     int blocks() const { return int(blocks_.size()); }
     int handed_out() const { return handed_out_; }
 
@@ -68,6 +69,7 @@ private:
     Block fenced(std::size_t size, bool zeros) const;
     HGLOBAL keep(Block block, bool moveable);
     void move(Block &block);
+    void discard(Block &block);
     void expect_untouched(const Block &block) const;
     void take_away(std::unique_ptr<test::FencedMemory> memory);
 

@@ -211,7 +211,7 @@ TEST_F(PatternFill, WithoutAPatternOrABuffer) {
         SCOPED_TRACE(start.name);
         Random random(test_seed(), 6);
         const auto buffer = start.make(8, 150, 140, random);
-        Bytes record(508);
+        Bytes record(504);
         std::memcpy(record.data(), reinterpret_cast<const void *>(HBUF32(*buffer)), record.size());
         EXPECT_REPORT(api().buf32FillPattern(*buffer, nullptr), 3200, 0, 4, 6);
         for (const BUF32PATTERN *bad : {&no_width, &no_height, &no_pixels})
