@@ -2,7 +2,7 @@
 // the one that is kept in expected.txt: the same at every instruction set and on every machine.
 // Without Q32BASE_TEST_CASES=all each area stops at its first line there.
 #include "tests/frame/comm.h"
-#include "tests/work/work.h"
+#include "tests/workload/work.h"
 
 #include <cstdio>
 #include <cstdlib>

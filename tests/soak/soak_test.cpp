@@ -3,7 +3,7 @@
 // time as in the first. Q32BASE_TEST_SOAK_SECONDS says how long; 20 without.
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
-#include "tests/work/work.h"
+#include "tests/workload/work.h"
 
 #include <algorithm>
 #include <chrono>

@@ -10,7 +10,7 @@
 #include "tests/comm/comm_library.h"
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
-#include "tests/work/work.h"
+#include "tests/workload/work.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,5 +1,5 @@
 // The areas, and the memory that their pieces work on.
-#include "tests/work/work.h"
+#include "tests/workload/work.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,5 @@
 // Pieces of work on runs of plain memory: conversions of rows, whole factors, separation.
-#include "tests/work/work.h"
+#include "tests/workload/work.h"
 
 #include <algorithm>
 

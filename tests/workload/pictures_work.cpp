@@ -1,5 +1,5 @@
 // Pieces of work on pictures: frames of streams, display runs, bars and buffers.
-#include "tests/work/work.h"
+#include "tests/workload/work.h"
 
 #include <algorithm>
 #include <windows.h>

@@ -1,5 +1,5 @@
 // Pieces of work that merge, filter and convert colours in plain memory.
-#include "tests/work/work.h"
+#include "tests/workload/work.h"
 
 #include <cstring>
 
