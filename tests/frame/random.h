@@ -51,14 +51,27 @@ inline std::uint64_t test_seed() {
 inline constexpr std::uint64_t no_case = ~std::uint64_t{0};
 inline std::uint64_t running_case = no_case; // for whoever reports a crash
 
-// How many of so many cases the round asks for (tests/CMakeLists.txt): all by hand and in the long
+// One in so many cases is tried in this round (tests/CMakeLists.txt): all by hand and in the long
 // one, where there is time.
-inline std::uint64_t cases_of_the_round(std::uint64_t count) {
+inline std::uint64_t one_in_the_round() {
     const char *const round = std::getenv("Q32BASE_TEST_ROUND");
     if (!round || std::string(round) == "long")
-        return count;
-    const std::uint64_t share = std::string(round) == "short" ? 16 : 4;
-    return (count + share - 1) / share;
+        return 1;
+    return std::string(round) == "short" ? 16 : 4;
+}
+
+inline std::uint64_t cases_of_the_round(std::uint64_t count) {
+    return (count + one_in_the_round() - 1) / one_in_the_round();
+}
+
+// Sweeps number what they could try, and try what the seed draws for the round.
+inline bool in_this_round(std::uint64_t number) {
+    return Random(test_seed(), number).below(one_in_the_round()) == 0;
+}
+
+// What the round's draw out of more than `count` has at the least.
+inline std::uint64_t least_of_the_round(std::uint64_t count) {
+    return one_in_the_round() == 1 ? count : count / (2 * one_in_the_round());
 }
 
 // Calls body(random, number) for the numbers 0 to count - 1, or for the one that was asked for.

@@ -139,28 +139,33 @@ TEST_F(ResampleFailures, MemoryOfEveryPath) {
 }
 
 TEST_F(ResampleFailures, MemoryOfOtherDepthsAndManners) {
+    uint64_t number = 0;
+    const auto expect = [&](const Missing &missing, const Manner &manner, int bits) {
+        if (in_this_round(number++))
+            expect_missing(missing, manner, bits);
+    };
     for (const Missing &missing : all_missing) {
         SCOPED_TRACE(name_of(missing.path));
         if (missing.path == Path::bits) {
             for (int bits : {1, 2, 4, 7})
-                expect_missing(missing, {false}, bits);
-            expect_missing(missing, {true, 1, RESAMPLE_BICUBIC}, 1);
+                expect(missing, {false}, bits);
+            expect(missing, {true, 1, RESAMPLE_BICUBIC}, 1);
         } else if (missing.path == Path::nearest_rows) {
             for (int bits : {8, 12, 16, 20, 32, 64})
-                expect_missing(missing, {true, -1, RESAMPLE_BICUBIC}, bits);
-            expect_missing(missing, {true, 0, RESAMPLE_NEAREST}, 16);
+                expect(missing, {true, -1, RESAMPLE_BICUBIC}, bits);
+            expect(missing, {true, 0, RESAMPLE_NEAREST}, 16);
         } else if (missing.path == Path::bilinear_rows) {
-            expect_missing(missing, {false}, 16);
-            expect_missing(missing, {true, 0, RESAMPLE_BILINEAR}, 20);
+            expect(missing, {false}, 16);
+            expect(missing, {true, 0, RESAMPLE_BILINEAR}, 20);
         } else if (missing.path == Path::bicubic_rows) {
-            expect_missing(missing, {true, 0, 3}, 16);
-            expect_missing(missing, {true, 0, 0}, 20);
+            expect(missing, {true, 0, 3}, 16);
+            expect(missing, {true, 0, 0}, 20);
         } else {
-            expect_missing(missing, manner_of(missing.path), 8);
+            expect(missing, manner_of(missing.path), 8);
             if (missing.path == Path::bilinear_cells)
-                expect_missing(missing, {false}, 24);
+                expect(missing, {false}, 24);
             if (missing.path == Path::bicubic_cells)
-                expect_missing(missing, {true, 0, 7}, 24);
+                expect(missing, {true, 0, 7}, 24);
         }
         if (HasFailure())
             return;

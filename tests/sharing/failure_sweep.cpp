@@ -122,8 +122,8 @@ Step write_step(const WritePath &path, uint32_t type, size_t which, bool to_file
     return step;
 }
 
-int sweep(const std::vector<Step> &steps) {
-    int failures = 0;
+std::uint64_t sweep(const std::vector<Step> &steps) {
+    std::uint64_t failures = 0, number = 0;
     for (const Step &step : steps) {
         const std::string name = step.name + (step.to_files ? " (files)" : "");
         SCOPED_TRACE(name);
@@ -131,6 +131,8 @@ int sweep(const std::vector<Step> &steps) {
             for (bool all_after : {false, true})
                 for (int n = 1; n <= (all_after && tried_once(call) ? std::min(count, 1) : count);
                      ++n) {
+                    if (!in_this_round(number++))
+                        continue;
                     SCOPED_TRACE((all_after ? "from call " : "call ") + std::to_string(n) + " of " +
                                  call + " failing");
                     bool reached = false;

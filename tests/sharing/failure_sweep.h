@@ -29,8 +29,8 @@ struct Step {
 Step write_step(const WritePath &path, uint32_t type, size_t which, bool to_files,
                 std::function<void(Family &, Random &)> prepare);
 
-// Returns how many steps failed.
-int sweep(const std::vector<Step> &steps);
+// Tries what is drawn for the round. Returns how many steps failed.
+std::uint64_t sweep(const std::vector<Step> &steps);
 
 class FailureSweep : public BufferTest {
 protected:

@@ -1,6 +1,7 @@
 """The ramps of a colour picker: q32tool bars."""
 
 import pictures
+from program_case import long_round
 from rectangle_case import RectangleCase
 from tool_case import FAILED, USAGE
 
@@ -84,6 +85,7 @@ class BarsCase(RectangleCase):
 
 
 class Bars(BarsCase):
+    @long_round
     def test_grey(self):
         for width, height in SIZES:
             for first, last, ends in [
@@ -96,6 +98,7 @@ class Bars(BarsCase):
                 rows = in_rows(grey_ramp(first, last, height), width)
                 self.assert_bar(rows, 8, width, height, "grey", *ends)
 
+    @long_round
     def test_a_grey_bar_of_256_columns_ends_at_254(self):
         self.make("bar.png", "bars", "gray", "--size=256x1", "--horizontal", "-o", "bar.png")
         levels = [red for red, _, _ in self.read("bar.png").picture.colours()]
@@ -112,6 +115,7 @@ class Bars(BarsCase):
             self.assert_bar(rows, 24, width, height, word, *ends)
         self.assert_bar(in_rows(grey_ramp(0, 255, 20), 5), 24, 5, 20, "colour")
 
+    @long_round
     def test_rainbow(self):
         for width, height in SIZES:
             columns = in_columns(rainbow(width), height)
@@ -119,6 +123,7 @@ class Bars(BarsCase):
             rows = in_rows(rainbow(height), width)
             self.assert_bar(rows, 24, width, height, "colour", "--rainbow")
 
+    @long_round
     def test_hues(self):
         for style in (1, 2, 3, 4):
             for width, height in SIZES:
@@ -139,6 +144,7 @@ class Misuse(BarsCase):
             arguments = ["bars", bar, "--size", "5x5", "-o", "bar.png"]
             self.refuse(USAGE, *arguments, says=[f"'{bar}'", "grey", "hsb", "colour"])
 
+    @long_round
     def test_options_of_other_bars(self):
         for bar, option in [
             ("grey", ["--rainbow"]),
@@ -155,6 +161,7 @@ class Misuse(BarsCase):
         for end in ("--from", "--to"):
             self.refuse(USAGE, *arguments, end, "1,2,3", says=["--rainbow", "--from"])
 
+    @long_round
     def test_values(self):
         arguments = ["--size", "5x5", "-o", "bar.png"]
         for value in ("256", "-1", "", "1,2,3", "#000000"):

@@ -5,6 +5,7 @@ import struct
 import pictures
 import rectangles
 from bitmap_files import BIT_FIELDS, CORE_HEADER, R565, RLE4, RLE8, BitmapFile
+from program_case import long_round
 from tool_case import FAILED, STORAGES, USAGE, ToolCase
 
 # Where fields of a BMP file are.
@@ -36,6 +37,7 @@ class Unchanged(ToolCase):
         depths = [{"bits": bits} for bits in (1, 2, 4, 8, 12, 16, 24, 32, 48, 64)]
         self.assert_layouts_kept(*depths, width=13, height=5)
 
+    @long_round
     def test_every_amount_of_filling(self):
         widths = [{"width": width} for width in (1, 2, 3, 4)]
         self.assert_layouts_kept(*widths, bits=24, height=4)
@@ -288,6 +290,7 @@ class Refused(ToolCase):
             with self.subTest(start=start):
                 self.assert_refused(with_word(file.file, PIXELS_AT, start))
 
+    @long_round
     def test_cut_off(self):
         file = BitmapFile(24, 7, 4)  # three bytes fill up each row, the last one too
         for size in (0, 2, 13, 14, 17, 40, 53, 54, 55, file.start + 24):
@@ -304,6 +307,7 @@ class Refused(ToolCase):
         self.refuse(FAILED, "bitmap", "missing.bmp", "out.bmp", says="missing.bmp: no such file")
         self.refuse(FAILED, "bitmap", self.make_folder("x.bmp"), "out.bmp", says="directory")
 
+    @long_round
     def test_outputs(self):
         self.write("in.bmp", BitmapFile(24, 70, 40).file)
         self.refuse(FAILED, "bitmap", "in.bmp", "out.png", says=["out.png", ".bmp"])

@@ -6,6 +6,7 @@ import subprocess
 
 import merging
 import pictures
+from program_case import long_round
 from tool_case import FAILED, USAGE, Program, ToolCase, environment, text
 
 PICTURE = pictures.noise(40, 30)
@@ -96,6 +97,7 @@ class Help(ToolCase):
         self.assertIn("130", overview)
         self.assertEqual(self.succeed("help"), overview)
 
+    @long_round
     def test_commands(self):
         storage = ["--storage", "--memory-limit", "--swap-dir"]
         for command, (operands, needed, options) in COMMANDS.items():
@@ -130,6 +132,7 @@ class Misuse(ToolCase):
         self.refuse(USAGE, "frobnicate", says=["frobnicate", "q32tool help"])
         self.refuse(USAGE, "help", "frobnicate", says="frobnicate")
 
+    @long_round
     def test_missing_arguments(self):
         for command, (operands, *_) in COMMANDS.items():
             names = operands.split()
@@ -138,6 +141,7 @@ class Misuse(ToolCase):
                     arguments = ["in.png"] * count
                     self.refuse(USAGE, command, *arguments, says=f"{command} needs {name}")
 
+    @long_round
     def test_missing_options(self):
         self.write("out.bmp", b"an older file")
         rectangle = ["--at", "1,2", "--size", "3x4"]
@@ -165,6 +169,7 @@ class Misuse(ToolCase):
             with self.subTest(arguments=arguments):
                 self.refuse(USAGE, *arguments, says=["needs ", *listed(says)])
 
+    @long_round
     def test_options_given_twice(self):
         self.write("out.bmp", b"an older file")
         for command, option, value in [
@@ -252,6 +257,7 @@ class Misuse(ToolCase):
                     arguments = ["convert", "in.png", "out.png", option, value]
                     self.refuse(USAGE, *arguments, says=[option, f"'{value}'"])
 
+    @long_round
     def test_places_sizes_and_colours(self):
         self.write("out.bmp", b"an older file")
         for option, values in {
@@ -268,6 +274,7 @@ class Misuse(ToolCase):
                 arguments = ["fill", "in.png", "out.bmp", "--colour", value]
                 self.refuse(USAGE, *arguments, says=["--colour", f"'{value}'"])
 
+    @long_round
     def test_modes_transparencies_and_masks(self):
         self.write("out.bmp", b"an older file")
         for option, values in {
@@ -286,6 +293,7 @@ class Misuse(ToolCase):
             arguments = [*MAKE["compose"], "--mask-from", source]
             self.refuse(USAGE, *arguments, says=["--mask-from needs --mask PICTURE, too\n"])
 
+    @long_round
     def test_sizes_and_methods(self):
         self.write("out.bmp", b"an older file")
         commands = itertools.cycle((["scale", "in.png", "out.bmp"], ["stream", ".", "."]))
@@ -388,6 +396,7 @@ class Words(ToolCase):
         self.assertRegex(result.err, r"(?m)^writing: \d+\.\d+ s")
         self.assertRegex(result.err, r"(?m)^library: \d+\.\d+ s \(\d+ buffers? made, ")
 
+    @long_round
     def test_what_the_library_did(self):
         """Rows are moved when they are read, worked on and written, and converted on the way."""
         self.write("grey.png", pictures.grey_png(40, 30, bytes(1200)))

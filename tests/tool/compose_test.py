@@ -6,6 +6,7 @@ import random
 import merging
 import pictures
 from merging import MODES, NUMBERS, merged
+from program_case import long_round
 from tool_case import FAILED, STORAGES, ToolCase
 
 
@@ -62,11 +63,13 @@ class Modes(ComposeCase):
         for mode in MODES:
             self.assert_composes(mode, "--mode", mode)
 
+    @long_round
     def test_by_number_with_a_grey_mask(self):
         for mode, number in NUMBERS.items():
             options = ["--mode", str(number), "--mask", "grey.png"]
             self.assert_composes(mode, *options, mask=self.weights)
 
+    @long_round
     def test_transparency_and_transparent_pixels(self):
         for mode in MODES:
             options = ["--mode", mode, "--transparency", "37"]
@@ -78,6 +81,7 @@ class Modes(ComposeCase):
             options = ["--mode", mode, "--transparency", "63"]
             self.assert_composes(mode, *options, transparency=63)
 
+    @long_round
     def test_fully_transparent_with_an_alpha_mask(self):
         for mode, number in NUMBERS.items():
             mask = ["--mask", "alpha.png", "--mask-from", "alpha"]

@@ -2,6 +2,7 @@
 
 import pictures
 import rectangles
+from program_case import long_round
 from rectangle_case import AROUND_CELLS, RectangleCase, at_and_size
 from tool_case import FAILED
 
@@ -32,6 +33,7 @@ class Fill(RectangleCase):
         self.assert_fills((1, 128, 255), "1,128,255")
         self.assert_fills((0xFE, 0xDC, 0x0A), "#FEdc0a")
 
+    @long_round
     def test_rectangles(self):
         for rectangle in RECTANGLES:
             self.assert_fills((200, 100, 3), "200,100,3", rectangle)

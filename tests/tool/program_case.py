@@ -23,6 +23,17 @@ def text(output):
     return WINE_REMARK.sub("", output.decode().replace("\r\n", "\n"))
 
 
+def long_round(test):
+    """Marks a test that shorter rounds leave out: a thorough one beside a quick one of its kind."""
+    test.in_long_round_only = True
+    return test
+
+
+def belongs_to(round_of_tests, test):
+    only_long = getattr(getattr(test, test._testMethodName), "in_long_round_only", False)
+    return round_of_tests == "long" or not only_long
+
+
 class ProgramCase(unittest.TestCase):
     maxDiff = 2000
     scratch = pathlib.Path()  # where tests may work, each in a folder of its own name
@@ -64,9 +75,14 @@ def all_tests(suite):
 
 
 def run(folder, tests, part=1, parts=1):
-    """Runs the tests with these names, or every so many-th of all in the folder; the exit code."""
+    """Runs the tests with these names, or every so many-th of the folder's that belong to the
+    round; the exit code.
+    """
     modules = sorted(path.stem for path in pathlib.Path(folder).glob("*_test.py"))
     found = list(all_tests(unittest.defaultTestLoader.loadTestsFromNames(tests or modules)))
-    suite = unittest.TestSuite(found if tests else found[part - 1 :: parts])
+    if not tests:
+        round_of_tests = os.environ.get("Q32BASE_TEST_ROUND", "long")
+        found = [test for test in found if belongs_to(round_of_tests, test)][part - 1 :: parts]
+    suite = unittest.TestSuite(found)
     result = unittest.TextTestRunner(verbosity=2).run(suite)
     return 0 if result.wasSuccessful() and result.testsRun and not result.skipped else 1

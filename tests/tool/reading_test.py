@@ -2,6 +2,7 @@
 
 import pictures
 from pictures import BLACK_AND_WHITE, PNG_GREY, PNG_PALETTE, PNG_RGB, PNG_RGBA
+from program_case import long_round
 from tool_case import ToolCase
 
 WIDTH, HEIGHT = 37, 5
@@ -120,6 +121,7 @@ class Reading(ToolCase):
 class WrittenAndRead(ToolCase):
     """Whatever the tool writes, it reads."""
 
+    @long_round
     def test_fewer_bits(self):
         picture = pictures.noise(35, 4)
         source = self.write("in.png", pictures.png(picture))

@@ -2,6 +2,7 @@
 
 import pictures
 import rectangles
+from program_case import long_round
 from rectangle_case import AROUND_CELLS, RectangleCase, at_and_size
 from tool_case import FAILED
 
@@ -24,6 +25,7 @@ class Crop(RectangleCase):
     def test_along_the_edges(self):
         self.assert_crops((0, 1, 129, 129), (126, 1, 131, 130), (0, 128, 257, 1), (128, 0, 1, 131))
 
+    @long_round
     def test_sizes_around_cells(self):
         self.picture = pictures.noise(261, 260)
         self.write("in.bmp", pictures.bmp(self.picture))
@@ -102,6 +104,7 @@ class Paste(RectangleCase):
         overlay = pictures.noise(7, 5, seed=1)
         self.assert_pastes(overlay, (0, 0), (125, 126), (250, 126))
 
+    @long_round
     def test_beyond_the_sides(self):
         overlay = pictures.noise(10, 9, seed=1)
         self.assert_pastes(overlay, (-4, 50), (250, 50), (130, -8), (130, 125))

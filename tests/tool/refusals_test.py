@@ -8,6 +8,7 @@ import random
 import struct
 
 import pictures
+from program_case import long_round
 from tool_case import DONE, FAILED, ToolCase
 
 PICTURE = pictures.noise(150, 40)
@@ -228,6 +229,7 @@ class Outputs(ToolCase):
             with self.subTest(name=name):
                 self.refuse_output(name, name, file_size=2000)
 
+    @long_round
     def test_disk_full_but_for_the_last_byte(self):
         for name in ("out.bmp", "out.png", "out.tif", "out.jpg"):
             with self.subTest(name=name):
@@ -242,6 +244,7 @@ class Outputs(ToolCase):
     def test_full_disk_in_place_keeps_the_picture(self):
         self.refuse(FAILED, "convert", self.source, self.source, "--invert", file_size=2000)
 
+    @long_round
     def test_every_command(self):
         self.write("older.bmp", b"an older file")
         rectangle = ["--at", "0,0", "--size", "140x40"]

@@ -6,6 +6,7 @@ import re
 
 import pictures
 from pixels_test import as_555, as_565, grey, white_above
+from program_case import long_round
 from resampling import METHODS, by_bits, by_cells, by_tables
 from tool_case import FAILED, USAGE, ToolCase
 
@@ -59,11 +60,13 @@ class Pixels(ScaleCase):
             model = functools.partial(by_cells, method=method)
             self.assert_sizes(SIZES, 24, ["--method", method], same, model)
 
+    @long_round
     def test_grey(self):
         for method in METHODS:
             model = functools.partial(by_cells, method=method)
             self.assert_sizes(SIZES[:3], 8, ["--method", method], grey, model)
 
+    @long_round
     def test_16_bits(self):
         """Interpolated in 24 bits, and cut off to 16 again."""
 
@@ -166,6 +169,7 @@ class NewSizes(ScaleCase):
         self.assert_size((3, 200), "--fit 30x30", (1, 30))
         self.assert_size((45, 35), "--fit 1x1", (1, 1))
 
+    @long_round
     def test_larger_than_the_library_takes(self):
         self.write("in.png", pictures.png(pictures.noise(45, 35)))
         self.write("out.bmp", b"an older file")

@@ -3,6 +3,7 @@
 import itertools
 
 import pictures
+from program_case import long_round
 from rectangle_case import RectangleCase
 from tool_case import FAILED, USAGE
 
@@ -121,6 +122,7 @@ class Colours(ShowCase):
         nearer = picture.changed(lambda *samples: ((255,) * 3 if sum(samples) > 255 else (0,) * 3))
         self.assert_seen(nearer, "monochrome", bits=1)
 
+    @long_round
     def test_names_and_numbers(self):
         for number, name in enumerate(DISPLAYS):
             with self.subTest(display=name):
@@ -176,6 +178,7 @@ class Greys(ShowCase):
 
 
 class BlackAndWhite(ShowCase):
+    @long_round
     def test_every_display_shows_it_as_it_is(self):
         for width in (1, 8, 31, 33):
             source = pictures.noise(width, 9)
@@ -233,6 +236,7 @@ class Gamma(ShowCase):
 
 
 class Pieces(ShowCase):
+    @long_round
     def test_what_is_seen_is_the_same(self):
         for picture in (pictures.noise(37, 19), greys(37, 19)):
             self.show(picture)

@@ -7,6 +7,7 @@ import sys
 import time
 
 import pictures
+from program_case import long_round
 from tool_case import FAILED, STORAGES, ToolCase
 
 KEYS = (
@@ -25,6 +26,7 @@ class SameEverywhere(ToolCase):
                 with self.subTest(options=options, storage=name):
                     self.assertEqual(self.convert(source, "out.bmp", *options, *storage), wanted)
 
+    @long_round
     def test_storage_does_not_change_what_is_scaled(self):
         source = self.write("in.png", pictures.png(pictures.noise(300, 40)))
         self.make_folder("swap")
@@ -125,6 +127,7 @@ class SwapDirectories(ToolCase):
     def test_absent(self):
         self.refuse_swap("nowhere", ["nowhere", "does not exist"])
 
+    @long_round
     def test_absent_for_every_command(self):
         rectangle = ["--at", "0,0", "--size", "200x150"]
         for command in [

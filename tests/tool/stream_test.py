@@ -5,6 +5,7 @@ import struct
 
 import pictures
 from pixels_test import as_555, grey
+from program_case import long_round
 from resampling import METHODS, by_tables, plane_by_tables, planes
 from tool_case import FAILED, USAGE, ToolCase
 
@@ -88,6 +89,7 @@ class Pixels(StreamCase):
             self.assert_streams(*SIZES[0], 8, method, "png", grey)
         self.assert_streams(*SIZES[1], 8, "bicubic", "bmp", grey)
 
+    @long_round
     def test_16_bits(self):
         """Interpolated in 24 bits, and cut off to 16 again."""
         for method in METHODS:
@@ -141,6 +143,7 @@ class Pixels(StreamCase):
 
 
 class Sizes(StreamCase):
+    @long_round
     def test_sizes_are_those_of_scale(self):
         self.write("in/0.png", pictures.png(frame(0, 45, 35)))
         for options, after in [

@@ -2,6 +2,7 @@
 
 import pictures
 from pixels_test import as_555, as_565, grey, white_above
+from program_case import long_round
 from tool_case import FAILED, STORAGES, USAGE, ToolCase
 
 # Across and down, with sizes that end within a byte of bits, beyond a cell of 128, or both.
@@ -87,6 +88,7 @@ class BothCommands:
     def test_24_bits(self):
         self.assert_made(self.command, self.sizes, self.arguments, self.model, ["24"])
 
+    @long_round
     def test_other_bits(self):
         kinds = ["8", "1", "555", "565"]
         self.assert_made(self.command, self.sizes[4:7], self.arguments, self.model, kinds)
@@ -122,6 +124,7 @@ class Enlarge(BothCommands, WholeFactorCase):
     command, sizes, large = "enlarge", ENLARGED, (150, 140)
     arguments, model = staticmethod(by_factor), staticmethod(enlarged)
 
+    @long_round
     def test_one_bit_in_all_widths(self):
         """Rows that end at each place of a byte, before and after."""
         sizes = [((width, 2), (factor, 2)) for width in (7, 8, 9) for factor in (2, 3, 8)]
@@ -219,6 +222,7 @@ class Misuse(WholeFactorCase):
         self.write("in.png", pictures.png(pictures.noise(4, 3)))
         self.write("out.png", b"an older file")
 
+    @long_round
     def test_factors(self):
         bad = ["", "0", "-1", "1.5", "x2", "32001", "4294967297", "two", "2,2", "2 x 2", "0x10"]
         for value in [*bad, "2x", "2x0", "0x2", "2x32001", "2x3x4"]:
