@@ -2,6 +2,7 @@
 // sample, which meet every third value in turns, and all colours in rows.
 #pragma once
 
+#include "tests/frame/random.h"
 #include "tests/kernels/kernel_sweep.h"
 
 namespace q32::test {
@@ -57,12 +58,12 @@ inline void set_colours(Bytes &colours, std::size_t first) {
     }
 }
 
-// Which of 256 or more turns or rows to run: all, but every fifth under the sanitizers, which are
-// slow and there for other things than exactness.
+// Which of 256 or more turns or rows to run: all in the long round, else every fifth. So do the
+// sanitizers, which are slow and there for other things than exactness.
 #if defined(__SANITIZE_ADDRESS__)
 inline constexpr std::size_t next_turn = 5;
 #else
-inline constexpr std::size_t next_turn = 1;
+inline const std::size_t next_turn = one_in_the_round() == 1 ? 1 : 5;
 #endif
 
 } // namespace q32::test

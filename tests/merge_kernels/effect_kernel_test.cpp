@@ -170,10 +170,13 @@ bool all_select_exactly(const Colours &base, const Colours &overlay) {
 
 TEST(Selection, AllColoursAgainstNeighboursInLuminance) {
     Colours colours, others;
+    std::uint64_t number = 0;
     for (std::size_t first = 0; first < 256; first += next_turn) {
         set_colours(colours.bytes, first);
         colours.set_sums();
         for (const Neighbour &neighbour : neighbours) {
+            if (!in_this_round(number++))
+                continue;
             set_neighbours(others.bytes, colours.bytes, neighbour);
             others.set_sums();
             ASSERT_TRUE(all_select_exactly(colours, others));
