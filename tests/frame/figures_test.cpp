@@ -1,6 +1,11 @@
 // Figures reach their file whole, whichever way the file is named and however the tests end.
 #include "tests/frame/figures.h"
 
+#include "tests/frame/calls.h"
+#include "tests/frame/comm.h"
+#include "tests/frame/counted.h"
+#include "tests/frame/library.h"
+#include "tests/frame/misaligned.h"
 #include "tests/frame/sandbox.h"
 
 #include <gtest/gtest.h>
@@ -31,10 +36,20 @@ class OfAnotherProcess : public testing::Test {
         figures::count("pieces of work", 10'000'000'000);
         figures::value("start time", 1, "s");
         figures::value("start time", 2.25, "ms");
-        for (int i = 0; i < 2; ++i)
-            figures::report(1001, 0, 4, 9);
         figures::at_the_end([] { figures::count("told at the end"); });
+        use_library();
         FAIL();
+    }
+
+    // Calls and reports are told without the tests' doing, whether they look at them or not.
+    static void use_library() {
+        HBUF32 buffer = 0;
+        for (int i = 0; i < 3; ++i)
+            api().buf32Alloc(&buffer, 24, 32001, 1, 0, nullptr);
+        reset_comm();
+        const FailingCall no_memory("GlobalAlloc", 1);
+        api().buf32Alloc(&buffer, 24, 1, 1, 0, nullptr);
+        api().mem32Fill(nullptr, nullptr, 1, 1);
     }
 };
 
@@ -43,11 +58,15 @@ class OfAnotherProcess : public testing::Test {
     testing::RegisterTest("Figures", "OfAnotherProcess", nullptr, nullptr, __FILE__, __LINE__,
                           [] { return new OfAnotherProcess; });
 
-constexpr char its_figures[] = "count\tpieces of work\t10000004000\n"
+constexpr char its_figures[] = "count\tcalls of buf32Alloc\t4\n"
+                               "count\tcalls of mem32Fill\t1\n"
+                               "count\tpieces of work\t10000004000\n"
                                "count\ttests\t1\n"
                                "count\ttold at the end\t1\n"
                                "value\tstart time\t2.25\tms\n"
-                               "report\t1001\t0\t4\t9\n";
+                               "report\t1001\t0\t4\t9\n"
+                               "report\t3200\t0\t7\t4\n"
+                               "report\t5402\t0\t4\t71\n";
 
 // A variable of the environment, for the time of its own life; without a value there is none.
 class Environment {
@@ -112,6 +131,21 @@ TEST(Figures, AreNotKeptWithoutAFile) {
     SetCurrentDirectoryA(make_folder("empty").c_str());
     EXPECT_TRUE(run_another_process(""));
     EXPECT_TRUE(files_below(sandbox() + "empty").empty());
+}
+
+// Not inlined, so that the stack is the caller's.
+[[gnu::noinline]] std::uintptr_t place_of_argument(int number) {
+    const auto frame = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    return number == 11 ? frame + 8 : 0; // behind the frame pointer and the return address
+}
+
+TEST(CountedCalls, HaveTheStackWhereTheCallerHasIt) {
+    struct Name;
+    using CountedPlace = Counted<Name, decltype(&place_of_argument)>;
+    CountedPlace::function = place_of_argument;
+    for (const std::uint32_t remainder : {0u, 4u, 8u, 12u})
+        EXPECT_EQ(call_at(remainder, &CountedPlace::call, 11) % 16, remainder);
+    EXPECT_EQ(CountedPlace::calls, 4u);
 }
 
 } // namespace
