@@ -2,6 +2,7 @@
 // sample, which meet every third value in turns, and all colours in rows.
 #pragma once
 
+#include "tests/kernels/compared.h"
 #include "tests/kernels/kernel_sweep.h"
 
 namespace q32::test {
