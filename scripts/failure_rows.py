@@ -13,7 +13,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DEFINITION = re.compile(r"constexpr \w+ (\w+)((?:\{|= \{)[^;]*);")
-NUMBERS = re.compile(r"\{(\d{4}), ([012]), (\d+), (\d+)\}")
+NUMBERS = re.compile(r"\{\s*(\d{4}),\s*([012]),\s*(\d+),\s*(\d+)\s*\}")
 
 # As a failure is read to somebody, and the names of its rows.
 Failure = collections.namedtuple("Failure", "message severity module point")
