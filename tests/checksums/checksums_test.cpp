@@ -2,6 +2,7 @@
 // the one that is kept in expected.txt: the same at every instruction set and on every machine.
 // Without Q32BASE_TEST_CASES=all each area stops at its first line there.
 #include "tests/frame/comm.h"
+#include "tests/frame/figures.h"
 #include "tests/workload/work.h"
 
 #include <cstdio>
@@ -71,6 +72,7 @@ TEST_P(Checksums, AreThoseThatAreKept) {
         std::printf("%s\n", line.c_str());
         EXPECT_EQ(line, line_of(kept));
     }
+    figures::count("checksummed cases", digest.cases());
     EXPECT_EQ(lines, all_cases() ? 2 : 1) << "expected.txt has two lines for each area";
 }
 

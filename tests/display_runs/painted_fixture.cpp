@@ -1,6 +1,8 @@
 // Reading what was painted, and what should have been.
 #include "tests/display_runs/painted_fixture.h"
 
+#include "tests/frame/figures.h"
+
 #include <sstream>
 
 namespace q32::test {
@@ -42,6 +44,7 @@ Section::~Section() {
 
 Colours Section::colours() const {
     GdiFlush();
+    figures::count("pixels read back from bitmaps", std::uint64_t(width_) * std::uint64_t(height_));
     Colours result;
     const int stride = (width_ * bits_ + 31) / 32 * 4;
     for (int y = 0; y < height_; ++y)
@@ -64,6 +67,9 @@ Colours Section::colours() const {
 Colours colours_of(HDC dc, int left, int top, int width, int height) {
     const Section copy(32, width, height);
     EXPECT_TRUE(BitBlt(copy.dc(), 0, 0, width, height, dc, left, top, SRCCOPY));
+    if (WindowFromDC(dc) != nullptr)
+        figures::count("pixels read back from displays",
+                       std::uint64_t(width) * std::uint64_t(height));
     return copy.colours();
 }
 

@@ -2,6 +2,7 @@
 #include "tests/failing_calls/sweep.h"
 
 #include "tests/failing_calls/holdings.h"
+#include "tests/frame/figures.h"
 #include "tests/kernels/running.h"
 
 #include <cstdio>
@@ -27,6 +28,7 @@ struct Counts {
     std::set<std::string> exports;
     int scenarios = 0;
     int runs = 0;
+    int failing = 0; // in which a call failed
 } swept;
 
 // Filled while statics are set up, and so made at its first use.
@@ -126,6 +128,7 @@ private:
                        "\n" + summary(1);
             });
             const Scenario::Run run = this->run(function, n);
+            swept.failing += run.happened;
             judge(run, function);
             if (!run.happened || testing::Test::HasFailure())
                 return;
@@ -206,6 +209,14 @@ public:
             EXPECT_EQ(unneeded_rows(), "") << "are in the table and not needed";
         }
         std::printf("%s\n", summary(0).c_str());
+        // A crash ends the program before this.
+        const std::pair<const char *, int> all[] = {
+            {"calls with a call inside failing", swept.failing},
+            {"crashes with a call inside failing", 0},
+            {"leaks with a call inside failing", stray_things()},
+            {"exports with a call inside failing", int(swept.exports.size())}};
+        for (const auto &[name, number] : all)
+            figures::count(name, std::uint64_t(number));
     }
 };
 [[maybe_unused]] testing::Environment *const line_at_the_end =

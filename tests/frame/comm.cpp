@@ -1,6 +1,7 @@
 // The test's side of the recording q32comm.dll.
 #include "tests/frame/comm.h"
 
+#include "tests/frame/figures.h"
 #include "tests/frame/sandbox.h"
 
 #include <q32base/types.h>
@@ -72,6 +73,7 @@ void reset_comm() {
     Recording &recording = comm();
     recording = {};
     recording.mmx = true;
+    recording.listener = figures::wanted() ? figures::report : nullptr;
     put("Processor of the tests", recording.processor_name);
     put(sandbox_family(), recording.temporary_directory);
     for (const DefaultText &text : default_texts)

@@ -3,6 +3,8 @@
 
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
+#include "tests/frame/counted.h"
+#include "tests/frame/figures.h"
 #include "tests/frame/misaligned.h"
 #include "tests/frame/page_heap.h"
 
@@ -131,11 +133,33 @@ void Library::load_api() {
         give_up("the DLL does not export " #name);
 #include "q32_exports.inc"
 #undef Q32_EXPORT
+    if (figures::wanted())
+        count_calls();
     if (GetEnvironmentVariableA("Q32BASE_TEST_STACK", nullptr, 0) != 0)
         turn_stack();
 }
 
 // Image bases are fixed: whenever the DLL is loaded, its functions lie at the same places.
+void Library::count_calls() {
+    static std::map<std::string, const std::atomic<std::size_t> *> counters;
+    if (counters.empty())
+        figures::at_the_end([] {
+            for (const auto &[name, calls] : counters)
+                if (*calls > 0)
+                    figures::count("calls of " + name, *calls);
+        });
+#define Q32_EXPORT(name)                                                                           \
+    {                                                                                              \
+        struct Name;                                                                               \
+        using CountedExport = Counted<Name, decltype(api_.name)>;                                  \
+        counters[#name] = &CountedExport::calls;                                                   \
+        CountedExport::function = api_.name;                                                       \
+        api_.name = CountedExport::call;                                                           \
+    }
+#include "q32_exports.inc"
+#undef Q32_EXPORT
+}
+
 void Library::turn_stack() {
 #define Q32_EXPORT(name)                                                                           \
     {                                                                                              \

@@ -13,7 +13,8 @@ namespace q32::frame {
 
 // Every export, typed by the public headers, by its own name: api().buf32Alloc(...). With the
 // environment variable Q32BASE_TEST_STACK set, each is called with its stack at the four places in
-// turn that callers may have it at (misaligned.h).
+// turn that callers may have it at (misaligned.h); their calls are counted where figures are
+// wanted.
 struct Api {
 #define Q32_EXPORT(name) decltype(&::name) name = nullptr;
 #include "q32_exports.inc" // made from library/q32base.def
@@ -49,6 +50,7 @@ public:
 private:
     void resolve_imports();
     void load_api();
+    void count_calls();
     void turn_stack();
     bool call_entry(DWORD reason, void *reserved) const;
 

@@ -1,15 +1,17 @@
 // Entry point of the test programs: GoogleTest's, a crash that says where it was instead of asking
-// somebody who is not there, and a mark behind everything, which a program that was cut short
-// lacks.
+// somebody who is not there, the figures of the program, and a mark behind everything, which a
+// program that was cut short lacks.
+#include "tests/frame/figures.h"
 #include "tests/frame/random.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 #if defined(_WIN32)
 #include <windows.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 namespace {
@@ -57,11 +59,28 @@ void promise_an_end() {
 } // namespace
 #endif
 
+namespace {
+
+void count_tests() {
+    const auto &all = *testing::UnitTest::GetInstance();
+    const auto run = std::uint64_t(all.successful_test_count() + all.failed_test_count());
+    q32::figures::count("tests", run);
+    if (std::getenv("Q32BASE_TEST_HEAP"))
+        q32::figures::count("tests between fences", run);
+    if (std::getenv("Q32BASE_TEST_STACK"))
+        q32::figures::count("tests on a turning stack", run);
+}
+
+} // namespace
+
 int main(int argc, char **argv) {
 #if defined(_WIN32)
     promise_an_end();
     SetUnhandledExceptionFilter(say_where);
 #endif
     testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    count_tests();
+    q32::figures::write();
+    return result;
 }

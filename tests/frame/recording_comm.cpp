@@ -62,6 +62,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void *) {
 int Q32COMM_CALL c32SetDLLErrInfo(const char *text, int message, int severity, int library,
                                   int module, int point) {
     const Locked locked;
+    if (recording.listener != nullptr)
+        recording.listener(message, severity, module, point);
     const int place = recording.report_count++;
     if (place >= Recording::most_reports)
         return 1;

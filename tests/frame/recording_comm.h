@@ -43,6 +43,8 @@ struct Recording {
     char processor_name[64];
     // With a separator at its end; empty: the directory cannot be had.
     char temporary_directory[MAX_PATH];
+    // Told of every report, where there is one.
+    void (*listener)(int message, int severity, int module, int point);
 
     // Esc counts as pressed from this poll on; 0: never.
     int esc_from_poll;

@@ -5,6 +5,7 @@
 
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/random.h"
+#include "tests/kernels/compared.h"
 #include "tests/kernels/levels.h"
 #include "tests/models/scaling.h"
 
@@ -73,6 +74,7 @@ public:
             return testing::AssertionFailure() << c.text() << ": destination differs";
         if (!std::equal(source_before.begin(), source_before.end(), source_.begin()))
             return testing::AssertionFailure() << c.text() << ": source has changed";
+        count_compared("bits", c.bits);
         return testing::AssertionSuccess();
     }
 
@@ -164,6 +166,7 @@ TEST_P(CopyKernel, BitsOfRandomRectangles) {
                                 from_stride, c.source_bit, c.bits, rows);
         const bool same = std::equal(expected.begin(), expected.end(), destination.begin());
         EXPECT_TRUE(same) << rows << " rows of " << c.text() << ": " << rerun(number);
+        count_compared("bits", rows * c.bits);
         return same;
     });
 }
@@ -203,6 +206,7 @@ testing::AssertionResult copies_rows(rows::RowsCopy *copy, const RowsCase &c,
     copy(destination, c.destination_stride(), source, c.source_stride(), c.row_bytes, c.rows);
     if (!std::equal(expected.begin(), expected.end(), destination))
         return testing::AssertionFailure() << c.text();
+    count_compared("rows", c.rows * c.row_bytes);
     return testing::AssertionSuccess();
 }
 

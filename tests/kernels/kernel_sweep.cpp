@@ -2,6 +2,7 @@
 // compares bytes; leaves the meaning of the bytes to the call it is given.
 #include "tests/kernels/kernel_sweep.h"
 
+#include "tests/kernels/compared.h"
 #include "tests/kernels/running.h"
 
 #include <gtest/gtest.h>
@@ -79,8 +80,10 @@ public:
         for (std::size_t i = 1; i < sharing_.size() && wrong.empty(); ++i)
             if (is_home(i) && !(wrong = blocks_[i].difference(script.before[i])).empty())
                 wrong = "run " + std::to_string(i) + " was changed: " + wrong;
-        if (wrong.empty())
+        if (wrong.empty()) {
+            count_compared(call_.name, pixels_);
             return true;
+        }
         ADD_FAILURE() << describe() << ": " << wrong;
         return false;
     }

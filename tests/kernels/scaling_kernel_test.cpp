@@ -5,6 +5,7 @@
 #include "rows/kernels/scaling_kernels.h"
 
 #include "tests/frame/random.h"
+#include "tests/kernels/compared.h"
 #include "tests/kernels/fenced_run.h"
 #include "tests/kernels/levels.h"
 #include "tests/models/scaling.h"
@@ -101,6 +102,8 @@ protected:
             run_.gives(expected_, source_, to, from, [&](auto *row, auto *source_row) {
                 kernel(row, source_row, pixels_, factor_);
             });
+        count_compared(GetParam().name,
+                       scaling_.enlarges ? pixels_ * factor_ : (pixels_ + factor_ - 1) / factor_);
         if (result)
             return result;
         return testing::AssertionFailure()

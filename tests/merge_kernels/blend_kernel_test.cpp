@@ -125,6 +125,7 @@ struct Turn {
 bool is_as_expected(RoundedRule which, const char *level, const Turn &turn, const Bytes &got,
                     std::size_t samples) {
     const std::size_t at = first_difference(got.data(), turn.expected.data(), got.size());
+    count_compared(level, got.size() / samples);
     if (at == got.size())
         return true;
     const std::size_t pixel = at / samples;
@@ -277,6 +278,7 @@ void all_weights(const std::vector<Form<Kernel>> &forms, int last, Model weight_
             for (std::size_t i = 0; i < mask.size(); ++i)
                 ASSERT_EQ(weights[i], weight_of(mask[i], argument))
                     << form.level << ": mask " << int{mask[i]} << ", argument " << argument;
+            count_compared(form.level, mask.size());
         }
 }
 

@@ -74,6 +74,7 @@ bool converts_exactly(ColourChange change, const Bytes &source, const Bytes &exp
         form.run(destination.data(), source.data(), source.size() / shape.from_bytes);
         const std::size_t at =
             first_difference(destination.data(), expected.data(), expected.size());
+        count_compared(form.level, expected.size() / shape.to_bytes);
         if (at == expected.size())
             continue;
         const std::size_t pixel = at / shape.to_bytes;
@@ -258,6 +259,7 @@ bool transfers_exactly(std::size_t fields, const Bytes &base, const Bytes &other
         std::fill(destination.begin(), destination.end(), std::uint8_t{0xA5});
         form.run(destination.data(), base.data(), other.data(), pixels);
         const std::size_t at = first_difference(destination.data(), expected.data(), base.size());
+        count_compared(form.level, pixels);
         if (at == base.size())
             continue;
         ADD_FAILURE() << field_names[fields] << ", " << form.level << ": base "

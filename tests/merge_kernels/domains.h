@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tests/frame/random.h"
+#include "tests/kernels/compared.h"
 #include "tests/kernels/kernel_sweep.h"
 
 namespace q32::test {

@@ -89,6 +89,7 @@ TEST(Selection, AllPairsOfGreyPixelsUnderAllWeights) {
                          pair_count);
                 const std::size_t at =
                     first_difference(selected.data(), expected.data(), pair_count);
+                count_compared(form.level, pair_count);
                 ASSERT_EQ(at, pair_count)
                     << comparison_names[std::size_t(comparison)] << ", " << form.level << ": base "
                     << int{pairs.base[at]} << ", overlay " << int{pairs.overlay[at]} << ", weight "
@@ -149,6 +150,7 @@ bool selects_exactly(Comparison comparison, const Colours &base, const Colours &
         std::fill(selected.begin(), selected.end(), std::uint8_t{0xA5});
         form.run(selected.data(), weights.data(), base.bytes.data(), overlay.bytes.data(), pixels);
         const std::size_t at = first_difference(selected.data(), expected.data(), pixels);
+        count_compared(form.level, pixels);
         if (at == pixels)
             continue;
         const std::uint8_t *const b = &base.bytes[3 * at];
@@ -223,6 +225,7 @@ bool all_pairs_exactly(const Masked &masked, const char *level, const Bytes &mas
         expected[k] = byte(model(pairs.base[k], pairs.overlay[k], mask[k / masked.samples]));
     run(destination.data(), pairs.overlay.data(), mask.data(), mask.size());
     const std::size_t at = first_difference(destination.data(), expected.data(), expected.size());
+    count_compared(level, mask.size());
     if (at == expected.size())
         return true;
     ADD_FAILURE() << masked.what << " " << masked.argument << ", " << masked.samples
@@ -323,6 +326,7 @@ TEST(PortionSubtraction, AllPortions) {
             destination = base;
             form.run(destination.data(), overlay.data(), portion, samples);
             const std::size_t at = first_difference(destination.data(), expected.data(), samples);
+            count_compared(form.level, samples);
             ASSERT_EQ(at, samples) << form.level << ": base " << int{base[at]} << ", overlay "
                                    << int{overlay[at]} << ", portion " << portion << " gives "
                                    << int{destination[at]} << ", expected " << int{expected[at]};

@@ -65,6 +65,7 @@ bool filters_to(const Bytes &expected, const Bytes &mask, const Bytes &source, c
         of_size(*form.kernels, samples)(run.data(), source.data(), run.size(),
                                         {ranges.data(), ranges.size()}, keep);
         const std::size_t at = first_difference(run.data(), expected.data(), run.size());
+        count_compared(form.name, run.size());
         if (at == run.size())
             continue;
         ADD_FAILURE() << form.name << ", " << samples << " samples, " << ranges.size()

@@ -4,6 +4,7 @@
 #include "tests/model/sequences.h"
 
 #include "tests/buffer/buffer_fixture.h"
+#include "tests/frame/figures.h"
 
 namespace q32::test {
 namespace {
@@ -39,7 +40,7 @@ TEST_F(Model, AgreesWithPlainImagesThatShareNothing) {
                       << story(shorten(steps));
         return false;
     });
-    RecordProperty("operations", int(played));
+    figures::count("model operations", played);
 }
 
 } // namespace

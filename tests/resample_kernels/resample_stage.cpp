@@ -2,6 +2,7 @@
 // tests.
 #include "tests/resample_kernels/resample_stage.h"
 
+#include "tests/kernels/compared.h"
 #include "tests/kernels/running.h"
 
 #include <gtest/gtest.h>
@@ -157,6 +158,7 @@ bool Stage::run_form(const char *name, const MethodKernels &kernels, const Trial
         wrong += ": " + said(at, trial, expected, stride);
     else if (wrong.empty() && !(wrong = source_.difference(from)).empty())
         wrong = "the source was changed: " + wrong;
+    count_compared(name, std::size_t(expected.width) * std::size_t(expected.height));
     if (wrong.empty())
         return true;
     ADD_FAILURE() << name << ", " << describe(trial) << ": " << wrong

@@ -1,6 +1,7 @@
 // What interpolation makes of single samples, by every instruction set of this machine and by the
 // scalar forms, against the model: extreme samples at every fraction, black and white in every
 // arrangement at every phase, all pairs of samples. And worked examples.
+#include "tests/kernels/compared.h"
 #include "tests/resample_kernels/resample_stage.h"
 
 #include <gtest/gtest.h>
@@ -90,6 +91,7 @@ public:
                 expected_[i * samples_ + k] = model_of(rows, fraction, i, k);
         for (const auto &form : forms_) {
             const Bytes &made = form->down(rows, fraction);
+            count_compared(form->name(), axis_.index.size());
             if (made == expected_)
                 continue;
             const auto at = std::size_t(

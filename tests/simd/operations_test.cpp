@@ -2,6 +2,7 @@
 // instruction set compiles it. Operands are all pairs of bytes, and seeded random numbers with
 // many limits among them.
 #include "library/process/cpu.h"
+#include "tests/frame/figures.h"
 #include "tests/frame/random.h"
 #include "tests/simd/forms.h"
 
@@ -16,6 +17,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace q32::test {
 namespace {
@@ -338,8 +340,14 @@ std::vector<Level> levels_of_this_machine() {
     return levels;
 }
 
+std::uint64_t bytes_compared = 0; // in a test
+
 class SimdOperations : public testing::TestWithParam<Level> {
 protected:
+    ~SimdOperations() override {
+        figures::count("bytes compared, vector operations against scalar",
+                       std::exchange(bytes_compared, 0));
+    }
     static std::vector<Form> forms() { return GetParam().forms(); }
 };
 
@@ -367,6 +375,7 @@ testing::AssertionResult gives_what_scalar_code_does(const Form &form, const Ope
     std::array<u8, 256> expected{}, result{};
     operations().at(form.operation).model(form.size, expected.data(), operands);
     form.run(result.data(), operands);
+    bytes_compared += form.size;
     const auto difference = std::mismatch(expected.begin(), expected.end(), result.begin());
     if (difference.first == expected.end())
         return testing::AssertionSuccess();

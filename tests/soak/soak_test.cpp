@@ -3,6 +3,7 @@
 // time as in the first. Q32BASE_TEST_SOAK_SECONDS says how long; 20 without.
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
+#include "tests/frame/figures.h"
 #include "tests/workload/work.h"
 
 #include <algorithm>
@@ -50,6 +51,14 @@ struct Measure {
         }
         std::printf("%-16s %s  %.2f to %.2f %s, first third %.2f, last third %.2f\n", name,
                     line.c_str(), *least, *most, unit, first_third(), last_third());
+    }
+    void tell() const {
+        const std::string figure = std::string("soak, ") + name;
+        const char *const counted = *unit != '\0' ? unit : name;
+        figures::value(figure + ", first", samples.front(), counted);
+        figures::value(figure + ", last", samples.back(), counted);
+        figures::value(figure + ", first third", first_third(), counted);
+        figures::value(figure + ", last third", last_third(), counted);
     }
 };
 
@@ -188,8 +197,14 @@ TEST(Soak, TheProcessStaysAsItWas) {
     std::printf("seed %llu: %llu cycles, %llu pixels\n",
                 static_cast<unsigned long long>(test_seed()),
                 static_cast<unsigned long long>(cycles), static_cast<unsigned long long>(cases));
+    figures::value("soak, cycles", double(cycles), "cycles");
+    figures::value("soak, pixels", double(cases), "pixels");
+    figures::value("soak, time",
+                   std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count(),
+                   "s");
     for (const Measure &measure : measures) {
         measure.print();
+        measure.tell();
         EXPECT_LE(measure.last_third(), measure.first_third() + measure.margin) << measure.name;
     }
     frame::reset_comm();

@@ -1,5 +1,6 @@
 // Processes that are killed at any moment, and processes that meet at the books of swap files. How
 // often is Q32BASE_TEST_KILLS, or a few times; what was left is printed.
+#include "tests/frame/figures.h"
 #include "tests/frame/random.h"
 #include "tests/storage/other_process.h"
 #include "tests/storage/storage_fixture.h"
@@ -38,6 +39,12 @@ protected:
 
 class Deaths : public Books, public testing::WithParamInterface<const char *> {};
 
+const char *figure_of(const std::string &manner) {
+    return manner == "busy"     ? "kills, busy loop"
+           : manner == "paused" ? "kills, pauses"
+                                : "kills, starts and stops";
+}
+
 // A death inside the making of a file may leave that file, and nothing else: no slot, and no file
 // that was ever in use.
 TEST_P(Deaths, LeaveNoSlot) {
@@ -55,6 +62,10 @@ TEST_P(Deaths, LeaveNoSlot) {
     std::printf("%s, seed %llu: %d deaths left %zu slots, %zu swap files, %zu record files\n",
                 manner.c_str(), static_cast<unsigned long long>(test_seed()), times(),
                 used_slots().size(), swap_files(), record_files());
+    figures::count(figure_of(manner), std::uint64_t(times()));
+    figures::count("slots left", used_slots().size());
+    figures::count("swap files left", swap_files());
+    figures::count("record files left", record_files());
     EXPECT_EQ(used_slots().size(), 0u);
     for (const std::string &path : frame::files_below(frame::sandbox()))
         if (is_swap_file(path) || is_record_file(path)) {

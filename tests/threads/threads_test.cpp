@@ -10,6 +10,7 @@
 #include "tests/comm/comm_library.h"
 #include "tests/frame/calls.h"
 #include "tests/frame/comm.h"
+#include "tests/frame/figures.h"
 #include "tests/workload/work.h"
 
 #include <algorithm>
@@ -90,7 +91,9 @@ public:
             api().mem32BitToByteExt(nullptr, bytes, size);
         std::this_thread::yield();
         C32ERRINFO info{};
-        return comm_.c32GetDLLErrInfo(&info) == 1 && info.message == 3200 && info.severity == 0 &&
+        const bool reported = comm_.c32GetDLLErrInfo(&info) == 1;
+        figures::report(info.message, info.severity, info.module, info.point);
+        return reported && info.message == 3200 && info.severity == 0 &&
                info.library == Q32_LIBRARY_NUMBER && info.module == 7 && info.point == which;
     }
     void forget() { comm_.c32ClearDLLErrInfo(); }
@@ -341,6 +344,10 @@ TEST_P(Threads, DoWhatOneDoesAlone) {
                 static_cast<unsigned long long>(pieces), static_cast<unsigned long long>(cases),
                 static_cast<unsigned long long>(sent), static_cast<unsigned long long>(pieces),
                 seconds.count());
+    figures::count("pieces of work of eight threads", pieces);
+    figures::count("pixels of eight threads", cases);
+    figures::count("messages of eight threads", sent);
+    figures::count("jobs of eight threads", pieces);
 }
 
 } // namespace
