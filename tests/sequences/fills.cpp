@@ -1,5 +1,5 @@
 // Fills of whole buffers.
-#include "tests/model/world.h"
+#include "tests/sequences/world.h"
 
 namespace q32::test {
 

@@ -1,5 +1,5 @@
 // Choosing a step, making system calls fail, and what all operations share.
-#include "tests/model/world.h"
+#include "tests/sequences/world.h"
 
 namespace q32::test {
 

@@ -1,7 +1,7 @@
 // Shortening takes out ever smaller pieces, as long as what is left still shows a difference.
-#include "tests/model/sequences.h"
+#include "tests/sequences/sequences.h"
 
-#include "tests/model/world.h"
+#include "tests/sequences/world.h"
 
 namespace q32::test {
 

@@ -1,5 +1,5 @@
 // Locks, cells and rows.
-#include "tests/model/world.h"
+#include "tests/sequences/world.h"
 
 namespace q32::test {
 namespace {

@@ -1,5 +1,5 @@
 // Buffer to buffer: rectangles and duplicates.
-#include "tests/model/world.h"
+#include "tests/sequences/world.h"
 
 namespace q32::test {
 namespace {

@@ -1,7 +1,7 @@
 // Random sequences of everything that can be done with buffers, on the library and on plain images
 // side by side: all types, depths and sizes around whole cells, in memory and in swap files, with
 // system calls that fail.
-#include "tests/model/sequences.h"
+#include "tests/sequences/sequences.h"
 
 #include "tests/buffer/buffer_fixture.h"
 #include "tests/frame/figures.h"
@@ -9,7 +9,7 @@
 namespace q32::test {
 namespace {
 
-class Model : public BufferTest {};
+class Sequences : public BufferTest {};
 
 constexpr uint64_t cases = 1400;
 constexpr size_t steps_of_a_case = 150;
@@ -24,7 +24,7 @@ std::string story(const Steps &steps) {
     return text + "  " + difference->what + "\n";
 }
 
-TEST_F(Model, AgreesWithPlainImagesThatShareNothing) {
+TEST_F(Sequences, AgreeWithPlainImagesThatShareNothing) {
     size_t played = 0;
     random_cases(cases, [&](Random &random, uint64_t number) {
         Steps steps(steps_of_a_case);

@@ -1,5 +1,5 @@
 // What must agree after every step.
-#include "tests/model/world.h"
+#include "tests/sequences/world.h"
 
 #include <sstream>
 

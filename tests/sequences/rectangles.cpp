@@ -1,5 +1,5 @@
 // Rectangles between buffers and plain memory.
-#include "tests/model/world.h"
+#include "tests/sequences/world.h"
 
 namespace q32::test {
 

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "tests/bitmaps/bitmap_fixture.h"
-#include "tests/model/injection.h"
+#include "tests/sequences/injection.h"
 
 #include <memory>
 #include <optional>

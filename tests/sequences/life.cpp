@@ -1,5 +1,5 @@
 // Buffers come, change their height, and go.
-#include "tests/model/world.h"
+#include "tests/sequences/world.h"
 
 namespace q32::test {
 namespace {
