@@ -46,6 +46,10 @@ def missing(root, needed):
         is_there = f"\nverb_{needed.split()[1]}()" in (root / "run").read_text()
     else:
         is_there = (root / needed).exists()
+    if is_there and needed.startswith(steps.CLONE):
+        heads = {results.output_of(folder, "git", "rev-parse", "HEAD")
+                 for folder in (root, root / steps.CLONE)}  # fmt: skip
+        return None if len(heads) == 1 else f"{steps.CLONE} is of another commit"
     return None if is_there else f"there is no {needed}"
 
 

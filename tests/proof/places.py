@@ -9,8 +9,9 @@ SOURCE, WORK = map(pathlib.Path, sys.argv[1:3])
 sys.path.insert(0, str(SOURCE / "scripts"))
 
 
-def load_main():
-    spec = importlib.util.spec_from_file_location("proof_main", SOURCE / "scripts/proof.py")
+def load_script(name):
+    """What is in scripts/ under that name, packages of the same name notwithstanding."""
+    spec = importlib.util.spec_from_file_location(f"script_{name}", SOURCE / f"scripts/{name}.py")
     module = importlib.util.module_from_spec(spec)
     spec.loader.exec_module(module)
     return module

@@ -1,8 +1,10 @@
 """What is read from the output of the tools, and how numbers are written."""
 
+import io
 import unittest
+from contextlib import redirect_stdout
 
-from places import WORK
+from places import WORK, load_script
 
 import samples
 from proof import failures, numbers, readers, rows
@@ -160,3 +162,45 @@ class Reading(unittest.TestCase):
         read = failures.judge(samples.FAILURES, {})
         self.assertEqual(len(read["problems"]), 2)
         self.assertIn("no test provokes 1001, 2, 61, 1 (merge: no_run", read["problems"][0])
+
+
+class OurOwnTools(unittest.TestCase):
+    """What they print now is what is read."""
+
+    def printed(self, function, *arguments):
+        with redirect_stdout(io.StringIO()) as stdout:
+            function(*arguments)
+        return [output(stdout.getvalue())]
+
+    def test_mutate(self):
+        mutate = load_script("mutate")
+        change = mutate.changes.changes_of("src/merge/run.cpp", "int f() { return a < b; }\n")[0]
+        run = mutate.Run(set(), None)
+
+        def try_three():
+            print("520 changes, seed 2026")
+            for fate in ("killed", "killed", "survived"):
+                run.add(change, fate, "", 3)
+            run.summarise()
+
+        read = readers.mutation(self.printed(try_three))
+        self.assertEqual((read["killed"], read["survived"], read["broken"]), (2, 1, 0))
+        self.assertEqual(read["survivors"], [(change.place, change.before, change.after)])
+
+    def test_coverage(self):
+        coverage = load_script("coverage")
+        line = (1, {("f", 2): [1, 0]})
+        files = {"src/merge/run.cpp": {1: line, 2: (0, {})}, "src/merge/kernels/blend.cpp": {1: line}}
+        read = readers.coverage(self.printed(coverage.print_table, files))
+        self.assertEqual(read, {"kernel lines": [1, 1], "driver lines": [1, 2],
+                                "driver branches": [1, 2]})  # fmt: skip
+
+    def test_failure_rows(self):
+        script = load_script("failure_rows")
+        file = WORK / "reports.tsv"
+        file.write_text("report\t1001\t2\t61\t1\n")
+        text = self.printed(script.main, [file])[0].text
+        read = failures.judge(text, {})
+        self.assertEqual(read["provoked"], 1)
+        self.assertEqual(len(read["never"]), read["of"] - 1)
+        self.assertGreater(read["of"], 100)

@@ -13,13 +13,13 @@ import unittest
 from contextlib import redirect_stderr, redirect_stdout
 from unittest import mock
 
-from places import SOURCE, WORK, load_main
+from places import SOURCE, WORK, load_script
 
 import samples
 from page_test import READ, cell
 from proof import readers, rows, steps
 
-main = load_main()
+main = load_script("proof")
 TOY = WORK / "toy"
 
 
@@ -56,13 +56,18 @@ def make_toy():
     shutil.rmtree(TOY, ignore_errors=True)
     (TOY / "docs").mkdir(parents=True)
     (TOY / "scripts").mkdir()
-    (TOY / "scripts/wine-run").write_text('#!/bin/sh\necho "$1" >>build/stopped\n')
+    (TOY / "scripts/wine-run").write_text('#!/bin/sh\nmkdir -p build; echo "$1" >>build/stopped\n')
     (TOY / "scripts/wine-run").chmod(0o755)
     (TOY / "run").write_text("\nverb_test() {\n}\n")
     (TOY / ".gitignore").write_text("/build/\n")
-    git = ["git", "-C", TOY, "-c", "user.name=t", "-c", "user.email=t@example.com"]
-    for words in (["init", "--quiet"], ["add", "."], ["commit", "--quiet", "-m", "all"]):
-        subprocess.run([*git, *words], check=True)
+    git("init", "--quiet")
+    git("add", ".")
+    git("commit", "--quiet", "-m", "all")
+
+
+def git(*words):
+    somebody = ["-c", "user.name=t", "-c", "user.email=t@example.com"]
+    subprocess.run(["git", "-C", TOY, *somebody, *words], check=True)
 
 
 def say(text, *more):
@@ -180,6 +185,17 @@ class Runs(unittest.TestCase):
         there = toy_step("fuzz", say(samples.FUZZING), readers.fuzzing, needs="./run test")
         self.proof(there)
         self.assertIn("2 targets", cell(self.page, "Fuzzing"))
+
+    def test_a_clone_of_another_commit_is_none(self):
+        (TOY / "build/proof").mkdir(parents=True)
+        subprocess.run(["git", "clone", "--quiet", TOY, TOY / steps.CLONE], check=True)
+        step = toy_step("fuzz", say(samples.FUZZING), readers.fuzzing, needs=f"{steps.CLONE}/scripts")
+        self.proof(step)
+        self.assertIn("2 targets", cell(self.page, "Fuzzing"))
+        git("commit", "--quiet", "--allow-empty", "-m", "more")
+        self.proof(step)
+        self.assertEqual(cell(self.page, "Fuzzing"),
+                         "not measured: build/proof/clone is of another commit")  # fmt: skip
 
     def test_chosen_steps_leave_the_others_as_they_were(self):
         self.proof(HOSTILE, FUZZ)
