@@ -111,6 +111,8 @@ class Proof:
         if 60 * needed > left:
             asked, whole = (numbers.minutes(seconds) for seconds in (60 * needed, self.budget))
             return f"{asked} would not have fitted into the {whole} of the run"
+        if step.after and not self.results.are_of_this_tree(step.after):
+            return f"{step.after} has not been run at this commit"
         return missing(self.root, step.needs)
 
     def build_programs(self, group):

@@ -71,6 +71,13 @@ class Results:
         path.with_suffix(".new").replace(path)
         return result
 
+    def are_of_this_tree(self, name):
+        """Whether what a step has left behind is of the commit that lies here."""
+        stored = self.read().get(name)
+        return stored is not None and stored["state"] != NOT_MEASURED and all(
+            stored[key] == value for key, value in state_of_the_tree(self.root).items()
+        )
+
     def read(self):
         """{name of the step: its result}"""
         found = {}

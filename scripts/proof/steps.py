@@ -15,7 +15,7 @@ MUTATIONS, SEED = 520, 2026
 SETS = ["sse2", "sse41", "avx2", "avx512"]
 FOLDER = "build/proof"
 CLONE, ELSEWHERE = f"{FOLDER}/clone", f"{FOLDER}/another folder"
-FIGURES, THREADS = f"{FOLDER}/figures.tsv", f"{FOLDER}/threads.tsv"
+FIGURES, THREADS, TIMES = (f"{FOLDER}/{name}.tsv" for name in ("figures", "threads", "times"))
 DLLS = ["Q32BASE.DLL", "q32comm.dll"]
 
 # Nothing is taken from a compiler cache.
@@ -37,15 +37,16 @@ def run(*words, folder=".", good=(0,), **variables):
 
 
 class Step(collections.namedtuple("Step", "name what minutes commands read beside programs needs "
-                                  "may_be_cut of_the_commit")):  # fmt: skip
+                                  "after may_be_cut of_the_commit")):  # fmt: skip
     """beside: the group that it runs with; programs: those of the tests that it runs; needs: what may
-    not be there, as verb of ./run or file; may_be_cut: what it says when its time is over counts;
-    of_the_commit: it measures the commit, not what lies in the tree."""
+    not be there, as verb of ./run or file; after: the step whose outcome it reads; may_be_cut: what it
+    says when its time is over counts; of_the_commit: it measures the commit, not what lies in the
+    tree."""
 
 
 def step(name, what, minutes, commands, read, *, beside=None, programs=(), needs=None,
-         may_be_cut=False, of_the_commit=False):  # fmt: skip
-    return Step(name, what, minutes, commands, read, beside, programs, needs, may_be_cut,
+         after=None, may_be_cut=False, of_the_commit=False):  # fmt: skip
+    return Step(name, what, minutes, commands, read, beside, programs, needs, after, may_be_cut,
                 of_the_commit)  # fmt: skip
 
 
@@ -73,7 +74,7 @@ def all_steps(root):
 
     dlls = [f"{folder}/build/win32/bin/{name}" for folder in (CLONE, ELSEWHERE) for name in DLLS]
     dll = f"build/win32/bin/{DLLS[0]}"
-    figures, threads = pathlib.Path(root, FIGURES), pathlib.Path(root, THREADS)
+    figures, threads, times = (pathlib.Path(root, name) for name in (FIGURES, THREADS, TIMES))
     return [
         step("fresh", "a fresh clone, built and tested with a cold compiler cache", 15,
              [*clone_into(root, CLONE), run("./run", "test", folder=CLONE, **COLD)],
@@ -94,11 +95,20 @@ def all_steps(root):
              lambda outputs: readers.long_round(outputs, figures, exports_in(root))),
         step("failures", "the failures that tests of the long round have provoked", 1,
              [run("scripts/failure_rows.py", FIGURES, good=(0, 1))],
-             lambda outputs: failures.judge(outputs[-1].text, reasons_in(root)), needs=FIGURES),
+             lambda outputs: failures.judge(outputs[-1].text, reasons_in(root)),
+             needs=FIGURES, after="long"),
         step("library", "the DLL as a file", 1,
              [run("./run", "build"), run("wc", "-c", dll),
               run("i686-w64-mingw32-objdump", "-p", dll)],
              readers.library),
+        step("times", "the library's start, and a cancelled resampling, alone", 1,
+             [run("rm", "-f", TIMES),
+              program("library", "--gtest_filter=Start.UnderTheSystemsLoader",
+                      Q32BASE_TEST_FIGURES=str(times)),
+              program("resample_buffers", "--gtest_filter=ResampleCancelling.AtAnyMoment",
+                      Q32BASE_TEST_FIGURES=str(times))],
+             lambda outputs: readers.programs(outputs, times),
+             programs=("library_test", "resample_buffers_test")),
         step("soak", "everything in turn and again, for ten minutes", 15,
              [program("soak", Q32BASE_TEST_SOAK_SECONDS=str(SOAK_SECONDS))],
              readers.soak, beside="killing", programs=("soak_test",)),
@@ -119,7 +129,7 @@ def all_steps(root):
              readers.speed),
         step("fuzz", "fuzzing, a minute for each target", 11, [run("./run", "fuzz", "1")],
              readers.fuzzing, needs="./run fuzz", may_be_cut=True),
-        step("mutate", "small changes of the product: do the tests notice?", 9,
+        step("mutate", "small changes of the product: do the tests notice?", 8,
              [run("./run", "mutate", "--count", str(MUTATIONS), "--seed", str(SEED),
                   "--round", "short", good=(0, 1))],
              readers.mutation, may_be_cut=True),

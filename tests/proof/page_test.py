@@ -98,12 +98,12 @@ class Page(unittest.TestCase):
         self.assertTrue(cell(text, "Exports called").startswith("not measured"))
 
     def test_what_no_test_told_is_not_measured(self):
-        figures = {"counts": {}, "values": {}, "exports": [], "passed": 6, "of": 6, "seconds": 60,
-                   "guarded": [3, 3]}  # fmt: skip
-        self.stored["long"] = result(figures)
+        self.stored["times"] = result({"tests": 2, "counts": {}, "values": {"start time": [2.25, "ms"]}})
         text = page.page(self.stored)
-        self.assertEqual(cell(text, "Start of the library"), "not measured: no test told it")
-        self.assertIn("\n- Start of the library: no test told it\n", text)
+        self.assertEqual(cell(text, "Start of the library, median"), "2.25 ms")
+        name = "Time from cancel to return, longest"
+        self.assertEqual(cell(text, name), "not measured: no test told it")
+        self.assertIn(f"\n- {name}: no test told it\n", text)
 
     def test_what_was_not_run_says_why(self):
         self.stored["fuzz"] = result({}, results.NOT_MEASURED, "there is no ./run fuzz")

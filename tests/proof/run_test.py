@@ -37,7 +37,7 @@ class Steps(unittest.TestCase):
 
     def test_what_is_timed_runs_alone(self):
         alone = [group[0].name for group in steps.groups_of(self.steps) if len(group) == 1]
-        for name in ("fresh", "again", "long", "bench"):
+        for name in ("fresh", "again", "long", "times", "bench"):
             self.assertIn(name, alone)
 
     def test_a_fresh_build_is_cold(self):
@@ -196,6 +196,18 @@ class Runs(unittest.TestCase):
         self.proof(step)
         self.assertEqual(cell(self.page, "Fuzzing"),
                          "not measured: build/proof/clone is of another commit")  # fmt: skip
+
+    def test_what_another_step_left_at_another_commit_is_not_read(self):
+        later = toy_step("fuzz", say(samples.FUZZING), readers.fuzzing, after="hostile")
+        why = "not measured: hostile has not been run at this commit"
+        self.proof(later)
+        self.assertEqual(cell(self.page, "Fuzzing"), why)
+        self.proof(HOSTILE, later)
+        self.assertIn("2 targets", cell(self.page, "Fuzzing"))
+        (TOY / "run").write_text("")
+        git("commit", "--quiet", "-a", "-m", "more")
+        self.proof(HOSTILE, later, arguments=["--only", "fuzz"])
+        self.assertEqual(cell(self.page, "Fuzzing"), why)
 
     def test_chosen_steps_leave_the_others_as_they_were(self):
         self.proof(HOSTILE, FUZZ)
