@@ -8,7 +8,7 @@ SENTENCES = """\
 What was tried on this library, in figures that the run which tried it has written here; nobody enters
 any by hand. `./run proof` makes all of them again in under two hours on two processor cores, and the
 last column of the table has the command for one alone. What was not measured, or failed, says so."""
-NOT_TOLD = "no test told it"
+NOT_TOLD = "nothing told it"
 
 
 def head_of(stored):

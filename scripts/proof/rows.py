@@ -85,6 +85,8 @@ def coverage(figures):
 def mutation(figures):
     noticed, survived = figures["killed"], figures["survived"]
     tried = noticed + survived
+    if tried == 0:
+        return None
     words = f"{per_cent(noticed, tried)} of {counted(tried, 'change')} noticed, {survived} survived"
     all_tried = tried + figures["equivalent"] + figures["broken"]
     words += f"; {figures['equivalent']} make no difference, {figures['broken']} do not compile"

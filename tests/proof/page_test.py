@@ -102,8 +102,8 @@ class Page(unittest.TestCase):
         text = page.page(self.stored)
         self.assertEqual(cell(text, "Start of the library, median"), "2.25 ms")
         name = "Time from cancel to return, longest"
-        self.assertEqual(cell(text, name), "not measured: no test told it")
-        self.assertIn(f"\n- {name}: no test told it\n", text)
+        self.assertEqual(cell(text, name), "not measured: nothing told it")
+        self.assertIn(f"\n- {name}: nothing told it\n", text)
 
     def test_what_was_not_run_says_why(self):
         self.stored["fuzz"] = result({}, results.NOT_MEASURED, "there is no ./run fuzz")
