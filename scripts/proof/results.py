@@ -41,7 +41,7 @@ def machine(root):
     return {
         "processor": first(r"^model name\s*: (.+)$", "/proc/cpuinfo"),
         "cores": len(os.sched_getaffinity(0)),
-        "memory": f"{int(memory) / (1 << 20):.1f} GiB" if memory.isdigit() else memory,
+        "memory": f"{int(memory) / (1 << 20):.1f} GiB of memory" if memory.isdigit() else memory,
         "system": first(r'^PRETTY_NAME="(.+)"$', "/etc/os-release"),
         "wine": output_of(root, "wine", "--version") or "unknown",
         "compiler": f"GCC {compiler.partition('-')[0]}" if compiler else "unknown",
