@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <limits>
@@ -11,9 +12,13 @@
 namespace q32::bench {
 namespace {
 
-constexpr int rounds = 25;
 constexpr double sample_seconds = 0.0005;
 constexpr double never = std::numeric_limits<double>::infinity();
+
+int rounds() {
+    const char *const wanted = std::getenv("Q32BASE_BENCH_ROUNDS");
+    return wanted != nullptr ? std::max(std::atoi(wanted), 1) : 25;
+}
 
 double processor_seconds() {
     timespec now;
@@ -41,7 +46,7 @@ struct Runner {
 };
 
 void measure(std::vector<Runner> &runners) {
-    for (int round = 0; round < rounds; ++round)
+    for (int left = rounds(); left > 0; --left)
         for (Runner &runner : runners)
             runner.best = std::min(runner.best, sample(*runner.run, runner.repeats));
 }
@@ -69,7 +74,7 @@ void print_heading() {
         "Nanoseconds of processor time for each pixel, the least of %d samples taken turn by "
         "turn.\nBlank: that instruction set has no form of its own. * bytes differ from "
         "ours; + another process.\n\n",
-        rounds);
+        rounds());
     std::printf("%-18s%11s%8s", "job", "pixels", "memcpy");
     for (const char *level : level_names)
         std::printf("%8s", level);
