@@ -1,7 +1,6 @@
 // Memory is the heap's, byte for byte, so that the sanitizer sees its ends; files lie in memory.
 #include "tests/fuzz/system/machine.h"
 
-#include <q32comm.h>
 #include <windows.h>
 
 #include <cwchar>
@@ -37,14 +36,6 @@ std::string narrow(const WCHAR *text) {
     for (; *text != 0; ++text)
         narrowed += char(*text);
     return narrowed;
-}
-
-int put_text(const std::string &text, char *buffer, int size) {
-    if (buffer == nullptr || size < 1)
-        return 0;
-    // As its callers fear: without a terminator where the text is too long.
-    std::strncpy(buffer, text.c_str(), std::size_t(size));
-    return int(std::min<std::size_t>(text.size(), std::size_t(size)));
 }
 
 } // namespace
@@ -255,6 +246,24 @@ UINT GetWindowsDirectoryA(char *path, UINT size) {
     return GetTempPathA(size, path);
 }
 
+DWORD GetFullPathNameA(const char *path, DWORD size, char *full, char **) {
+    const std::string whole = std::string("C:\\here\\") + path;
+    if (whole.size() >= size)
+        return DWORD(whole.size() + 1);
+    std::strcpy(full, whole.c_str());
+    return DWORD(whole.size());
+}
+
+// The one variable there is names the family's directory.
+DWORD GetEnvironmentVariableA(const char *, char *value, DWORD size) {
+    return machine().directory.size() % 2 == 0 ? 0 : GetTempPathA(size, value);
+}
+
+// As where text is Japanese.
+BOOL IsDBCSLeadByte(BYTE byte) {
+    return (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
+}
+
 BOOL CreateDirectoryA(const char *path, void *) {
     machine().directories[path] = true;
     return 1;
@@ -345,21 +354,6 @@ BOOL DeleteObject(void *) {
 
 BOOL DeleteDC(HDC) {
     return 1;
-}
-
-// --- the common library -------------------------------------------------------------------------
-
-int Q32COMM_CALL c32SetDLLErrInfo(const char *, int message, int, int, int, int) {
-    machine().last_message = message;
-    return 1;
-}
-
-int Q32COMM_CALL c32GetString(int id, char *buffer, int size) {
-    return put_text(machine().texts[id], buffer, size);
-}
-
-int Q32COMM_CALL q32GetQuillTempDir(char *buffer, int size) {
-    return put_text(machine().directory, buffer, size);
 }
 
 // --- the process --------------------------------------------------------------------------------

@@ -133,6 +133,9 @@ BOOL UnmapViewOfFile(const void *view);
 
 DWORD GetTempPathA(DWORD size, char *path);
 UINT GetWindowsDirectoryA(char *path, UINT size);
+DWORD GetFullPathNameA(const char *path, DWORD size, char *full, char **name);
+DWORD GetEnvironmentVariableA(const char *name, char *value, DWORD size);
+BOOL IsDBCSLeadByte(BYTE byte);
 BOOL CreateDirectoryA(const char *path, void *security);
 DWORD GetCurrentDirectoryW(DWORD size, WCHAR *path);
 BOOL SetCurrentDirectoryA(const char *path);
