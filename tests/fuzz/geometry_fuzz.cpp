@@ -1,10 +1,8 @@
-// Areas with any coordinates, where rectangles land, what overlaps, tiles of jobs, and the viewer's
-// zoom.
+// Areas with any coordinates, where rectangles land, what overlaps, and the viewer's zoom.
 #include "apps/q32view/view_state.h"
 #include "geometry/area.h"
 #include "merge/overlap.h"
 #include "merge/placement.h"
-#include "queue/job_steps.h"
 #include "tests/fuzz/input.h"
 
 namespace q32::fuzz {
@@ -74,30 +72,6 @@ void overlap(Input &input) {
     check(!meets || overlaps(written, read), "an overlap is not seen");
 }
 
-// Tiles and bands cover the job's area once, whatever its coordinates; sizes that callers should
-// not give are survived.
-void dispatch(Input &input) {
-    using namespace q32::queue;
-    const int mode = input.flag() ? D32_TILES : D32_BANDS;
-    const bool is_sane = input.byte() % 4 != 0;
-    const auto side = [&] { return is_sane ? input.between(1, 300) : input.any_int(); };
-    const DispatchDesc description{.first = side(), .last = side()};
-    const int left = std::min(input.any_int(), INT32_MAX - 1000),
-              top = std::min(input.any_int(), INT32_MAX - 1000);
-    const Area area{left, top, left + 1 + int(input.length(900)), top + 1 + int(input.length(900))};
-    JobSteps steps(mode, area, description);
-    std::int64_t covered = 0;
-    for (int left_over = 2000; left_over > 0 && !steps.done(); --left_over) {
-        const Area tile = steps.take().tile;
-        if (!is_sane)
-            continue;
-        check(contains(area, tile) && !tile.is_empty(), "a tile lies outside of its job");
-        covered += std::int64_t(tile.width()) * tile.height();
-    }
-    check(!is_sane || !steps.done() || covered == std::int64_t(area.width()) * area.height(),
-          "tiles leave something out");
-}
-
 void zoom(Input &input) {
     using namespace apps::q32view;
     const auto size = [&](int least) {
@@ -143,7 +117,7 @@ void zoom(Input &input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace q32::fuzz;
-    constexpr void (*families[])(Input &) = {move_areas, place_rectangle, overlap, dispatch, zoom};
+    constexpr void (*families[])(Input &) = {move_areas, place_rectangle, overlap, zoom};
     Input input(data, size);
     families[input.below(std::size(families))](input);
     return 0;

@@ -329,6 +329,8 @@ BOOL SetThreadPriority(HANDLE, int) {
     return 1;
 }
 
+void InitializeCriticalSection(CRITICAL_SECTION *) {}
+void DeleteCriticalSection(CRITICAL_SECTION *) {}
 void EnterCriticalSection(CRITICAL_SECTION *) {}
 void LeaveCriticalSection(CRITICAL_SECTION *) {}
 
@@ -355,14 +357,3 @@ BOOL DeleteObject(void *) {
 BOOL DeleteDC(HDC) {
     return 1;
 }
-
-// --- the process --------------------------------------------------------------------------------
-
-namespace q32 {
-
-bool mmx_available();
-bool mmx_available() {
-    return machine().mmx;
-}
-
-} // namespace q32

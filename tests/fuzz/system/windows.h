@@ -154,6 +154,8 @@ void Sleep(DWORD milliseconds);
 HANDLE GetCurrentThread();
 int GetThreadPriority(HANDLE thread);
 BOOL SetThreadPriority(HANDLE thread, int priority);
+void InitializeCriticalSection(CRITICAL_SECTION *section);
+void DeleteCriticalSection(CRITICAL_SECTION *section);
 void EnterCriticalSection(CRITICAL_SECTION *section);
 void LeaveCriticalSection(CRITICAL_SECTION *section);
 HMODULE GetModuleHandleW(const WCHAR *name);
