@@ -19,17 +19,11 @@ start() {
     workers+=($!)
 }
 
-# Waits for all of them. An interrupt ends them, and then they are waited for again.
+# Waits for all of them, or for an interrupt, which ends them. False when one of them has failed.
 finish() {
     local worker status=0
     for worker in "${workers[@]}"; do
-        while :; do
-            local one=0
-            wait "$worker" || one=$?
-            ((one > 128)) && kill -0 "$worker" 2>/dev/null && continue
-            ((one == 0)) || status=$one
-            break
-        done
+        wait "$worker" 2>/dev/null || status=1
     done
     return "$status"
 }
@@ -64,7 +58,7 @@ run() {
     fi
     ((status == 0 || interrupted)) || tell "$target" "${logs[@]}"
     ((!interrupted)) || exit 130
-    return "$((status != 0))"
+    return "$status"
 }
 
 # What was found, and how to see it again.
@@ -81,8 +75,10 @@ names() {
 }
 
 interrupted=0
-trap 'interrupted=1; kill -INT "${workers[@]}" 2>/dev/null || true' INT TERM
 workers=()
+# What they found lies in files already, and their own way of ending at an interrupt may hang. The
+# shell has no need to tell that they were killed.
+trap 'interrupted=1; exec 2>/dev/null; kill -KILL "${workers[@]}" || true' INT TERM
 
 case ${1:-} in
     --fixed) # the seeds are not in a folder that it is given: it would write to that
