@@ -45,7 +45,7 @@ void strip(const std::string &path) {
 }
 
 void find_directory(const std::string &path, int size) {
-    machine().directory = path.c_str(); // up to its first zero byte
+    machine().directory = path.substr(0, path.find('\0'));
     const Block buffer(std::size_t(std::max(size, 0)));
     const int length = q32GetQuillTempDir(size < 0 ? nullptr : text_in(buffer), size);
     if (size > 0)

@@ -97,8 +97,8 @@ struct Job {
 };
 std::deque<Job> jobs; // by their numbers, which are the callbacks' data
 
-int Q32_CALL callback(int message, std::uint32_t owner, std::intptr_t parameter,
-                      std::intptr_t number) {
+int Q32_CALL answer(int message, std::uint32_t owner, std::intptr_t parameter,
+                    std::intptr_t number) {
     check(owner >= 1 && owner <= owners, "a job has another owner");
     check(message == D32_BEGIN || message == D32_STEP || message == D32_END,
           "a message is no message");
@@ -133,7 +133,7 @@ void add_job(Input &input) {
     const auto side = [&] {
         return input.below(16) == 0 ? input.any_int() : input.between(0, 300);
     };
-    const DispatchDesc description{.callback = callback,
+    const DispatchDesc description{.callback = answer,
                                    .user_data = std::intptr_t(jobs.size()),
                                    .first = side(),
                                    .last = side()};

@@ -52,29 +52,31 @@ int factor_of(Input &input) {
 
 // --- rectangles of plain images -----------------------------------------------------------------
 
-// An image whose rows go up or down, and a rectangle that may begin before it.
+// An image whose rows go up or down, and a rectangle that may begin before it. Its memory ends with
+// the rectangle.
 void rectangle(Input &input) {
     const bool merge = input.flag();
     const int bytes = input.between(-1, 5);
     const int x = input.between(-40, 60), y = input.between(0, 20);
     const int width = count_of(input) % 200, height = input.between(-2, 12);
-    const std::int64_t pixels_right = 100 + room(width);
-    const std::int64_t row_bytes =
-        bytes == 0 ? bytes_of_bits(pixels_right) : pixels_right * room(bytes);
-    const std::int64_t margin = 40 * std::max(1, bytes);
+    const std::int64_t columns = std::max(width, 0), rows = std::max(height, 0);
+    const auto bytes_of = [bytes](std::int64_t pixels) {
+        return bytes == 0 ? bytes_of_bits(pixels) : pixels * std::max(bytes, 0);
+    };
+    const std::int64_t before = 40 * std::max(1, bytes), pitch = before + bytes_of(100 + columns);
     const bool upwards = input.flag();
-    const auto stride = int((margin + row_bytes) * (upwards ? -1 : 1));
-    const std::size_t image_bytes = std::size_t((margin + row_bytes) * 33);
-    const std::size_t first =
-        upwards ? std::size_t((margin + row_bytes) * 32 + margin) : std::size_t(margin);
-    const std::size_t block_bytes =
-        room(height) * (bytes == 0 ? std::size_t(bytes_of_bits(std::int64_t(room(width))))
-                                   : room(width) * room(bytes));
-    compare_sets({place(input, image_bytes), place(input, block_bytes)}, [=](const Blocks &blocks) {
-        std::uint8_t *const image = blocks[0].at() + first, *const block = blocks[1].at();
-        return merge ? mem32MergeMem(image, x, y, block, width, height, bytes, stride)
-                     : mem32GetMem(image, x, y, width, height, bytes, stride, block);
-    });
+    const std::int64_t stride = upwards ? -pitch : pitch;
+    const std::int64_t first = upwards ? 32 * pitch + before : before;
+    const std::int64_t last_row = upwards ? y : y + rows - 1; // in memory
+    const bool is_empty = columns == 0 || rows == 0;
+    const std::int64_t end = is_empty ? first : first + last_row * stride + bytes_of(x + columns);
+    compare_sets(
+        {place(input, room(end)), place(input, room(rows * bytes_of(columns)))},
+        [=](const Blocks &blocks) {
+            std::uint8_t *const image = blocks[0].at() + first, *const block = blocks[1].at();
+            return merge ? mem32MergeMem(image, x, y, block, width, height, bytes, int(stride))
+                         : mem32GetMem(image, x, y, width, height, bytes, int(stride), block);
+        });
 }
 
 // --- whole factors ------------------------------------------------------------------------------

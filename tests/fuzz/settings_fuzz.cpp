@@ -47,9 +47,10 @@ void write_settings(Input &input) {
         const std::size_t equals = std::min(line.find('='), line.size());
         machine().settings[line.substr(0, equals)] = line.substr(std::min(equals + 1, line.size()));
     }
+    // Whether there is a directory of that name goes by its length.
     for (const auto &[key, value] : machine().settings)
-        if (value.size() > 3 && value.size() % 2 != 0)
-            machine().directories[value] = true;
+        if (value.size() % 2 != 0)
+            machine().directories.insert(value);
 }
 
 void check_directories() {

@@ -17,8 +17,7 @@ int put_text(const std::string &text, char *buffer, int size) {
 
 } // namespace
 
-int Q32COMM_CALL c32SetDLLErrInfo(const char *, int message, int, int, int, int) {
-    machine().last_message = message;
+int Q32COMM_CALL c32SetDLLErrInfo(const char *, int, int, int, int, int) {
     return 1;
 }
 

@@ -265,7 +265,7 @@ BOOL IsDBCSLeadByte(BYTE byte) {
 }
 
 BOOL CreateDirectoryA(const char *path, void *) {
-    machine().directories[path] = true;
+    machine().directories.insert(path);
     return 1;
 }
 

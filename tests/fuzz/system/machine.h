@@ -5,6 +5,7 @@
 #include "tests/fuzz/input.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,14 +25,13 @@ struct Machine {
     std::string directory = "C:\\Temp\\";        // of temporary files, and the family's
     std::map<std::string, std::string> settings; // by their keys
     std::map<int, std::string> texts;            // of the common library
-    std::map<std::string, bool> directories;     // that there are
+    std::set<std::string> directories;           // that there are
 
     int allocations_left = INT32_MAX; // then there is no memory
     int writes_left = INT32_MAX;      // then the disk is full
     int open_files = 0;
     std::size_t blocks = 0; // of memory
     bool mmx = false;
-    int last_message = 0; // of the last report
 };
 
 // The one machine.
