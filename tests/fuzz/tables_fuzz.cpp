@@ -29,7 +29,7 @@ private:
 
 void positions(Input &input) {
     using namespace q32::resample;
-    const int most = input.below(64) == 0 ? 40000 : 1000;
+    const int most = input.below(64) == 0 ? 6000 : 1000;
     const int destination = input.between(1, most), source = input.between(1, most);
     const Table index(destination), fraction(destination);
     model::Axis expected;
