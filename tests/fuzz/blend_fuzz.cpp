@@ -72,23 +72,27 @@ void make_weights(Input &input) {
             });
 }
 
+void blend(Input &input) {
+    const bool masked = input.flag();
+    const Choice choice{Rounding(input.below(rounding_count)), Rule(input.below(rule_count))};
+    if (choice.is_premultiplied() && (!masked || choice.rounding == Rounding::shifted))
+        return; // there are none
+    if (masked)
+        blend_by_mask(input, choice);
+    else
+        blend_uniformly(input, choice);
+}
+
 } // namespace
 } // namespace q32::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace q32::fuzz;
     Input input(data, size);
-    const std::size_t kind = input.below(3);
-    if (kind == 0) {
-        make_weights(input);
-        return 0;
-    }
-    const Choice choice{Rounding(input.below(rounding_count)), Rule(input.below(rule_count))};
-    if (choice.is_premultiplied() && (kind == 1 || choice.rounding == Rounding::shifted))
-        return -1; // there are none
-    if (kind == 1)
-        blend_uniformly(input, choice);
-    else
-        blend_by_mask(input, choice);
+    for (int left = runs_of_an_input; left > 0 && !input.is_empty(); --left)
+        if (input.below(4) == 0)
+            make_weights(input);
+        else
+            blend(input);
     return 0;
 }

@@ -142,6 +142,9 @@ private:
     const std::uint8_t *end_;
 };
 
+// Targets of many small functions call several of them with one input: fewer seeds reach them all.
+inline constexpr int runs_of_an_input = 16;
+
 // A block of the heap that ends with its last byte, so that the sanitizer sees every step beyond.
 // shift: how far behind an aligned address it begins.
 class Block {

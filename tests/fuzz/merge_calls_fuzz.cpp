@@ -172,9 +172,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     constexpr void (*families[])(Input &) = {merge_run, merge_rectangles, merge_images,
                                              filter_colours, convert_colours};
     Input input(data, size);
-    restart_machine();
-    choose_set(input);
-    families[input.below(std::size(families))](input);
-    check_nothing_is_held();
+    for (int left = runs_of_an_input; left > 0 && !input.is_empty(); --left) {
+        restart_machine();
+        choose_set(input);
+        families[input.below(std::size(families))](input);
+        check_nothing_is_held();
+    }
     return 0;
 }

@@ -245,6 +245,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                                              reduce_bits, convert, fill_and_exchange};
     Input input(data, size);
     restart_machine();
-    families[input.below(std::size(families))](input);
+    for (int left = runs_of_an_input; left > 0 && !input.is_empty(); --left)
+        families[input.below(std::size(families))](input);
     return 0;
 }

@@ -149,6 +149,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     constexpr void (*families[])(Input &) = {fill, exchange,  convert,      convert_bits,
                                              map,  copy_rows, copy_bit_rows};
     Input input(data, size);
-    families[input.below(std::size(families))](input);
+    for (int left = runs_of_an_input; left > 0 && !input.is_empty(); --left)
+        families[input.below(std::size(families))](input);
     return 0;
 }

@@ -78,11 +78,13 @@ void scale_pixels(Input &input, bool enlarge) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace q32::fuzz;
     Input input(data, size);
-    const std::uint8_t kind = input.byte();
-    const bool enlarge = (kind & 1) != 0;
-    if ((kind & 2) != 0)
-        scale_bits(input, enlarge);
-    else
-        scale_pixels(input, enlarge);
+    for (int left = runs_of_an_input; left > 0 && !input.is_empty(); --left) {
+        const std::uint8_t kind = input.byte();
+        const bool enlarge = (kind & 1) != 0;
+        if ((kind & 2) != 0)
+            scale_bits(input, enlarge);
+        else
+            scale_pixels(input, enlarge);
+    }
     return 0;
 }
