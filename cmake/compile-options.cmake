@@ -19,6 +19,16 @@ if(Q32BASE_SANITIZE)
   target_compile_options(q32_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(q32_options INTERFACE -fsanitize=address,undefined)
 endif()
+if(Q32BASE_FUZZ)
+  # Clang knows other warnings by the same names: it takes the parameter of a nested function for a
+  # shadow of a member, and has no idea of some of GCC's. Those who ship are held to GCC's.
+  target_compile_options(q32_options INTERFACE -Wno-unknown-warning-option -Wno-shadow -Wno-psabi)
+  # Distances in memory wrap around as addresses do: strides and columns may be negative.
+  set(fuzz_sanitizers -fsanitize=address,undefined -fno-sanitize=pointer-overflow)
+  target_compile_options(q32_options INTERFACE -O1 -g -fsanitize=fuzzer-no-link ${fuzz_sanitizers} -fno-sanitize-recover=all
+                                               -fno-omit-frame-pointer)
+  target_link_options(q32_options INTERFACE ${fuzz_sanitizers})
+endif()
 
 add_library(q32_kernel_options INTERFACE)
 target_link_libraries(q32_kernel_options INTERFACE q32_options)

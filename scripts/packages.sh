@@ -10,6 +10,9 @@ packages_build=(g++-mingw-w64-i686-posix g++ cmake ninja-build googletest python
 # The demo: a photograph in the public domain, and small tools that put pictures side by side.
 packages_demo=(palapeli-data netpbm)
 
+# ./run fuzz and the long round: the compiler of the fuzz targets, and its sanitizers and fuzzer.
+packages_fuzz=(clang-14 libclang-rt-14-dev)
+
 # Only for ./run lint.
 packages_lint=(clang-format clang-tidy cppcheck shellcheck)
 

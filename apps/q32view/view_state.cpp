@@ -22,9 +22,10 @@ int centred(int length, int room) {
     return length < room ? (room - length) / 2 : 0;
 }
 
-// The point of a picture under a point of the window, after the picture has changed its size.
+// The point of a picture under a point of the window, after the picture has changed its size. Of a
+// picture of few pixels in a large window it may lie anywhere.
 int under_anchor(int from_origin, int length_before, int length) {
-    return static_cast<int>(static_cast<int64_t>(from_origin) * length / length_before);
+    return q32::cut_to_int(static_cast<int64_t>(from_origin) * length / length_before);
 }
 
 } // namespace
@@ -103,8 +104,9 @@ void ViewState::zoom_out(Point anchor) {
 void ViewState::keep_in_view(Point anchor, Size shown_before, Point origin_before) {
     const Point from_origin = anchor - origin_before;
     const Size now = shown();
-    scroll_to({under_anchor(from_origin.x, shown_before.width, now.width) - anchor.x,
-               under_anchor(from_origin.y, shown_before.height, now.height) - anchor.y});
+    const Point there = {under_anchor(from_origin.x, shown_before.width, now.width),
+                         under_anchor(from_origin.y, shown_before.height, now.height)};
+    scroll_to(there - anchor);
 }
 
 Point ViewState::most_scroll() const {

@@ -165,5 +165,16 @@ TEST(ViewState, LargestPicturesDoNotOverflow) {
     EXPECT_EQ(view.scroll(), (Point{959000, 959000}));
 }
 
+// The point under the anchor lies 7,680,000,000 pixels from the corner, more than int can say.
+TEST(ViewState, ZoomsToTheEdgeOfAPictureThatWasOnePixel) {
+    ViewState view = view_of({30000, 30000}, {16000, 1});
+    EXPECT_EQ(view.shown(), (Size{1, 1}));
+    view.zoom_to(3200, {15999, 0});
+    EXPECT_EQ(view.scroll(), (Point{944000, 0}));
+    view.fit();
+    view.zoom_to(3200, {0, 0});
+    EXPECT_EQ(view.scroll(), (Point{0, 0}));
+}
+
 } // namespace
 } // namespace apps::q32view
