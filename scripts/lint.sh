@@ -49,12 +49,9 @@ check "clang-tidy, for Windows" tidy build/win32 "${common_options[@]}" \
     "${cross_options[@]}" < <(grep -vE "$native" <<<"$units")
 # A family's wider forms hide those that they inherit: that is how a table is made (docs/decisions/0011).
 # Tests make two things alike where only their fates will differ.
-# A family's wider forms hide those that they inherit: that is how a table is made (docs/decisions/0011).
-# Tests make two things alike where only their fates will differ.
 check "cppcheck" cppcheck --quiet --enable=warning,performance,portability --error-exitcode=1 \
     --inline-suppr --suppress=uninitMemberVar --suppress=leakReturnValNotUsed \
     --suppress=passedByValue --suppress='resourceLeak:tests/*' \
-    --suppress='duplInheritedMember:src/*/kernels/*' --suppress='duplicateAssignExpression:tests/*' \
     --suppress='duplInheritedMember:src/*/kernels/*' --suppress='duplicateAssignExpression:tests/*' \
     --std=c++20 --language=c++ --platform=win32W --library=windows --library=googletest \
     -I. -Isrc -Iinclude "${code[@]}"
