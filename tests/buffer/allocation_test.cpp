@@ -52,6 +52,12 @@ TEST_F(BufferAllocation, RequiresAColourForBit0) {
         expect_refused(8, 10, 10, type, nullptr, no_colour);
 }
 
+// It would be a buffer that nobody can free.
+TEST_F(BufferAllocation, RefusesTheTypeOfFreedBuffers) {
+    expect_refused(8, 10, 10, 0xFFFFFFFF, colour, no_colour);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
+}
+
 TEST_F(BufferAllocation, RequiresDescriptors) {
     const uint8_t pixels[4] = {};
     const BUF32PATTERN no_pixels{2, 2, nullptr}, no_width{0, 2, pixels}, no_height{2, 0, pixels};
