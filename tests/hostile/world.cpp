@@ -22,11 +22,7 @@ bool contains(const std::vector<HBUF32> &handles, HBUF32 handle) {
 
 } // namespace
 
-World::World() : dc_(CreateCompatibleDC(nullptr)) {
-    BITMAPINFO info{{sizeof info.bmiHeader, 64, -48, 1, 24}, {}};
-    void *bits = nullptr;
-    canvas_ = CreateDIBSection(dc_, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-    before_ = SelectObject(dc_, canvas_);
+World::World() {
     set_limits();
     for (const int depth : {24, 24, 24, 8, 8, 16, 1}) {
         HeldBuffer &held = buffers_.emplace_back();
@@ -227,9 +223,6 @@ std::string World::finish() {
     buffers_.clear();
     while (!bitmaps.empty())
         free_bitmap(bitmaps.back());
-    SelectObject(dc_, before_);
-    DeleteObject(canvas_);
-    DeleteDC(dc_);
     std::uint32_t memory = 0, mapped = 0;
     api().buf32GetVMDataExt(&memory, &mapped);
     if (memory != 0 || mapped != 0)

@@ -2,6 +2,7 @@
 // what there must be, and gives everything back at the end.
 #pragma once
 
+#include "tests/frame/canvas.h"
 #include "tests/frame/fenced_memory.h"
 #include "tests/frame/library.h"
 #include "tests/hostile/draw.h"
@@ -75,7 +76,7 @@ public:
     void leave_callback(const AtWork &before) { at_work_ = before; }
 
     // --- the rest
-    HDC dc() const { return dc_; }
+    HDC dc() const { return canvas_.dc(); }
     std::vector<HeldRun> runs;
     std::vector<HPALETTE> palettes;
     std::vector<HeldTables> tables;
@@ -103,9 +104,7 @@ private:
     std::vector<HBUF32> freed_;
     AtWork at_work_;
     std::vector<std::unique_ptr<FencedMemory>> pixels_;
-    HDC dc_;
-    HBITMAP canvas_;
-    HGDIOBJ before_;
+    frame::Canvas canvas_{64, 48};
 };
 
 } // namespace q32::test
