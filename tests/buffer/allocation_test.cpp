@@ -271,18 +271,5 @@ TEST_F(BufferAllocation, AnyTypeValueIsSurvived) {
     EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
 }
 
-// A type of all ones means freed. Allocated so, the handle is never live, and the end of the
-// library still comes.
-TEST_F(BufferAllocation, TypeOfAllOnesIsSurvived) {
-    fresh_library();
-    HBUF32 handle = 0;
-    if (api().buf32Alloc(&handle, 8, 10, 10, 0xFFFFFFFF, colour) == 1) {
-        EXPECT_EQ(api().buf32GetInfo(handle, nullptr), 0);
-        EXPECT_EQ(api().buf32Free(handle), 0);
-    }
-    forget_reports();
-    fresh_library();
-}
-
 } // namespace
 } // namespace q32::test
