@@ -9,9 +9,8 @@
 //                         is looked at; a bitmap that has been turned back (buf32DIBBufToDIB) only
 //                         where it may go; the pixels under one live as long as it
 //     display runs        open, or 0: runs are trusted. No run is open when the device type changes
-//     contexts, palettes  anything: the system looks at them; bars leave their run open where
-//     nothing
-//                         can be drawn, and get real contexts or none
+//     contexts, palettes  anything: the system looks at them. Bars get real contexts or none: they
+//                         leave their run open where nothing can be drawn
 //     global blocks       the caller's own, none, or numbers that are no handle
 //     texts               zero-terminated; directories as well
 //     message queue       not made again over one of owner 0, whose messages are lost by that
@@ -19,7 +18,8 @@
 //     callbacks           reply anything and call the library, but do not free, unlock, shrink or
 //                         turn back buffers at work, nor free the coefficient table meanwhile; they
 //                         let jobs end after some steps, as nobody waits for 2^32 of them
-//     work                no more than somebody would wait for: bars on some million pixels
+//     work                no more than somebody would wait for: bars and rows of display runs of
+//                         about a million pixels
 //     numbers             anything, but where memory behind a number cannot be null and there is
 //                         not so much. There are no fractions among the arguments
 //
@@ -45,6 +45,7 @@ struct Row;
 
 // A call while it is put together, and when it is made.
 struct Draw {
+    const Row &row;
     World &world;
     Random &random;
     Memory &memory;
@@ -100,7 +101,7 @@ Argument colour();
 
 // --- memory --------------------------------------------------------------------------------------
 
-// Who is asked what with null in its place has an answer.
+// Whether the header has an answer to null in the place of memory.
 enum class Null { allowed, refused };
 Argument memory(Bytes64 bytes, Null null = Null::allowed);
 // The same, which may begin inside the memory of an earlier argument where it fits.
