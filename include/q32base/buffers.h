@@ -156,7 +156,8 @@ static_assert(sizeof(BUF32DIRECTORIES) == 1056, "four paths and four words");
  *   5403, 0, 4, 72   height over 32000
  *   3200, 0, 4, 7    bits, width or height below 1, bits over 64, or a null handle pointer
  *   3200, 0, 4, 8    a type with bit 0 set and no colour; a pattern or caller memory without extra
- *                    or without pixels, a pattern of width or height 0
+ *                    or without pixels, a pattern of width or height 0; type 0xFFFFFFFF, which
+ *                    marks freed buffers
  *   1001, 0, 4, 10   one colour, pattern: the record or the pattern's copy cannot be had
  *   BUF32_DIB        after the checks of the sides: as buf32DIBBufAlloc(handle, extra)
  *   1001, 0, 4, 2    the swap file cannot be made, sized or mapped

@@ -132,9 +132,9 @@ Q32_BEGIN_DECLS
  *   s <= 127                     max(b - (127 - s) x f / 127, 0)
  *
  * Returns 0 on failure, with the result as it was:
- *   not reported    pixels or bytes_per_pixel below 1, bytes_per_pixel above 8, mode outside 1 to
- *                   16, modes 2 to 5 with other than 3 bytes per pixel, a null pointer, or
- *                   MERGE_RELIEF without a mask
+ *   not reported    pixels or bytes_per_pixel below 1, or a null pointer; below transparency 100
+ *                   also bytes_per_pixel above 8, mode outside 1 to 16, modes 2 to 5 with other
+ *                   than 3 bytes per pixel, or MERGE_RELIEF without a mask
  *   not reported    modes 2 to 5: no memory for the first of three work rows
  *   1001, 2, 61, 1  modes 2 to 5: no memory for the second or third
  *   not reported    modes 6 and 7 without a mask: no memory for one; the thread's priority then

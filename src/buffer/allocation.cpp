@@ -59,7 +59,8 @@ int allocate_buffer(HBUF32 *handle, const Geometry &geometry, uint32_t type, con
         return row.allocate_over(handle, const_cast<void *>(extra));
     if (handle == nullptr || !is_valid(geometry))
         return fail(site::bad_geometry);
-    if (!row.has_extra(extra))
+    // A buffer of the type that marks freed ones would be none from the start: listed for ever.
+    if (!row.has_extra(extra) || type == freed_type)
         return fail(site::no_extra);
     Record *const record = make_record(type, geometry);
     return record != nullptr ? row.allocate(record, extra, handle) : fail(site::no_record);

@@ -2,7 +2,7 @@
 // is walked by one is run_walk.cpp's part.
 #include "merge/run.h"
 
-#include "library/process/process.h"
+#include "library/process/cpu.h"
 
 #include <algorithm>
 #include <cstring>

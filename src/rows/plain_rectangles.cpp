@@ -29,9 +29,10 @@ struct StridedArea {
 };
 
 // Below 1 there are no rows and no columns.
+// Rows without pixels are none, however many there are.
 StridedArea area_of(int x, int y, int width, int height, int stride) {
-    return {x, std::size_t(y), std::size_t(std::max(0, width)), std::size_t(std::max(0, height)),
-            std::size_t(stride)};
+    return {x, std::size_t(y), std::size_t(std::max(0, width)),
+            width < 1 ? 0 : std::size_t(std::max(0, height)), std::size_t(stride)};
 }
 
 // In the last byte of each row of a block. What it held there is of no interest.

@@ -109,24 +109,28 @@ struct RowBytes {
     std::size_t destination, source;
 };
 
-// Every row once by `enlarge`, then copies of it.
+// Every row once by `enlarge`, then copies of it; none of a row without bytes, for there may be
+// 2^32 of them.
 template <class Enlarge>
 void enlarge_rows(std::uint8_t *destination, const std::uint8_t *source, RowBytes row, int rows,
                   std::size_t vertical, Enlarge enlarge) {
+    const std::size_t copies = row.destination != 0 ? vertical - 1 : 0;
     for (; rows > 0; --rows, source += row.source) {
         enlarge(destination, source);
         kernels().copy_rows(destination + row.destination, row.destination, destination, 0,
-                            row.destination, vertical - 1);
+                            row.destination, copies);
         destination += row.destination * vertical;
     }
 }
 
-// Rows 0, step, 2 step and so on by `reduce`. Returns the number of the first row not taken.
+// Rows 0, step, 2 step and so on by `reduce`, if they have any pixel. Returns the number of the
+// first row not taken.
 template <class Reduce>
 int reduce_rows(std::uint8_t *destination, const std::uint8_t *source, RowBytes row, int rows,
                 std::size_t step, Reduce reduce) {
     const std::size_t taken = groups_of(std::size_t(rows), step);
-    for (std::size_t i = 0; i < taken; ++i)
+    const std::size_t written = row.source != 0 ? taken : 0;
+    for (std::size_t i = 0; i < written; ++i)
         reduce(destination + i * row.destination, source + i * step * row.source);
     return int(taken * step);
 }
@@ -134,13 +138,15 @@ int reduce_rows(std::uint8_t *destination, const std::uint8_t *source, RowBytes 
 // --- drivers ------------------------------------------------------------------------------------
 
 // With a horizontal factor of 0 rows are copied but have no length: each lies over the one before.
+// Rows without pixels come down to the byte beyond the first of them, however many there are.
 int enlarge_bit_block(std::uint8_t *destination, const std::uint8_t *source, int width, int rows,
                       std::size_t horizontal, std::size_t vertical) {
     if (rows <= 0)
         return 0;
     const std::size_t pixels = at_least(0, width);
     const RowBytes row{bytes_of_bits(std::uint64_t(pixels) * horizontal), bytes_of_bits(pixels)};
-    enlarge_rows(destination, source, row, rows, std::max<std::size_t>(1, vertical),
+    enlarge_rows(destination, source, row, pixels != 0 ? rows : 1,
+                 std::max<std::size_t>(1, vertical),
                  [=](std::uint8_t *to, const std::uint8_t *from) {
                      enlarge_bit_row(to, from, pixels, horizontal);
                  });

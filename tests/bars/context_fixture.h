@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tests/bars/bar.h"
+#include "tests/frame/canvas.h"
 #include "tests/library/library_fixture.h"
 
 #include <q32base/display.h>
@@ -11,42 +12,10 @@
 
 namespace q32::test {
 
-// A memory context with 24 bits a pixel, of one colour at first.
-class Canvas {
+// A memory context with 24 bits a pixel.
+class Canvas : public frame::Canvas {
 public:
-    static constexpr unsigned char untouched = 0x5A;
-
-    Canvas(int width, int height)
-        : width_(width), height_(height), row_bytes_((width * 3 + 3) / 4 * 4) {
-        BITMAPINFO info{};
-        info.bmiHeader.biSize = sizeof info.bmiHeader;
-        info.bmiHeader.biWidth = width;
-        info.bmiHeader.biHeight = -height; // the top row first
-        info.bmiHeader.biPlanes = 1;
-        info.bmiHeader.biBitCount = 24;
-        dc_ = CreateCompatibleDC(nullptr);
-        void *bits = nullptr;
-        bitmap_ = CreateDIBSection(dc_, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-        bits_ = static_cast<unsigned char *>(bits);
-        before_ = SelectObject(dc_, bitmap_);
-        clear();
-    }
-    ~Canvas() {
-        SelectObject(dc_, before_);
-        DeleteObject(bitmap_);
-        DeleteDC(dc_);
-    }
-    Canvas(const Canvas &) = delete;
-    Canvas &operator=(const Canvas &) = delete;
-
-    HDC dc() const { return dc_; }
-    void clear() { std::memset(bits_, untouched, size()); }
-
-    // Everything, as it lies in memory.
-    Bytes contents() const {
-        GdiFlush();
-        return Bytes(bits_, bits_ + size());
-    }
+    Canvas(int width, int height) : frame::Canvas(width, height) {}
 
     // What it must hold: a picture of rows without gaps, greys or colours, of this width, with its
     // corner at (left, top), of which only the first rows have been drawn.
@@ -55,9 +24,9 @@ public:
         for (int y = 0; y < rows; ++y)
             for (int x = 0; x < width; ++x) {
                 const int to_x = left + x, to_y = top + y;
-                if (to_x < 0 || to_y < 0 || to_x >= width_ || to_y >= height_)
+                if (to_x < 0 || to_y < 0 || to_x >= this->width() || to_y >= height())
                     continue;
-                unsigned char *const to = &all[std::size_t(to_y * row_bytes_ + to_x * 3)];
+                unsigned char *const to = &all[std::size_t(to_y * row_bytes() + to_x * 3)];
                 const unsigned char *const from = &picture[std::size_t((y * width + x) * bytes)];
                 to[0] = from[bytes == 3 ? 2 : 0];
                 to[1] = from[bytes == 3 ? 1 : 0];
@@ -65,15 +34,6 @@ public:
             }
         return all;
     }
-
-private:
-    std::size_t size() const { return std::size_t(row_bytes_) * std::size_t(height_); }
-
-    int width_, height_, row_bytes_;
-    HDC dc_;
-    HBITMAP bitmap_;
-    HGDIOBJ before_;
-    unsigned char *bits_;
 };
 
 class ContextTest : public LibraryTest {

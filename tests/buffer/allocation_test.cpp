@@ -52,6 +52,12 @@ TEST_F(BufferAllocation, RequiresAColourForBit0) {
         expect_refused(8, 10, 10, type, nullptr, no_colour);
 }
 
+// It would be a buffer that nobody can free.
+TEST_F(BufferAllocation, RefusesTheTypeOfFreedBuffers) {
+    expect_refused(8, 10, 10, 0xFFFFFFFF, colour, no_colour);
+    EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
+}
+
 TEST_F(BufferAllocation, RequiresDescriptors) {
     const uint8_t pixels[4] = {};
     const BUF32PATTERN no_pixels{2, 2, nullptr}, no_width{0, 2, pixels}, no_height{2, 0, pixels};
@@ -263,19 +269,6 @@ TEST_F(BufferAllocation, AnyTypeValueIsSurvived) {
         forget_reports();
     }
     EXPECT_EQ(api().buf32CountBuf(nullptr), 0);
-}
-
-// A type of all ones means freed. Allocated so, the handle is never live, and the end of the
-// library still comes.
-TEST_F(BufferAllocation, TypeOfAllOnesIsSurvived) {
-    fresh_library();
-    HBUF32 handle = 0;
-    if (api().buf32Alloc(&handle, 8, 10, 10, 0xFFFFFFFF, colour) == 1) {
-        EXPECT_EQ(api().buf32GetInfo(handle, nullptr), 0);
-        EXPECT_EQ(api().buf32Free(handle), 0);
-    }
-    forget_reports();
-    fresh_library();
 }
 
 } // namespace

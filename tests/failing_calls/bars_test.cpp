@@ -62,7 +62,7 @@ SCENARIO(q32RectDrawGrayBar, OnTrueColour) {
     const Device device(DISP32_TRUE_COLOUR);
     const Canvas canvas;
     call(canvas.dc(), &place, 10, 240, 1);
-    see(canvas.bytes());
+    see(canvas.contents());
 }
 
 SCENARIO(q32RectDrawColorBar, OnAPalette) {
@@ -72,7 +72,7 @@ SCENARIO(q32RectDrawColorBar, OnAPalette) {
     const Device device(DISP32_PALETTE);
     const Canvas canvas;
     call(canvas.dc(), &place, 0x102030, 0xF0A050, 0, 0);
-    see(canvas.bytes());
+    see(canvas.contents());
 }
 
 SCENARIO(q32RectDrawHSBBar, OnHighColour) {
@@ -82,7 +82,7 @@ SCENARIO(q32RectDrawHSBBar, OnHighColour) {
     const Device device(DISP32_HIGH_COLOUR);
     const Canvas canvas;
     call(canvas.dc(), &place, BAR_HUE_ACROSS);
-    see(canvas.bytes());
+    see(canvas.contents());
 }
 
 } // namespace

@@ -1,7 +1,8 @@
-// What is drawn on: a device type, and a memory context that remembers what is drawn.
+// What is drawn on: a device type, and a memory context.
 #pragma once
 
 #include "tests/failing_calls/stage.h"
+#include "tests/frame/canvas.h"
 
 namespace q32::test {
 
@@ -16,35 +17,10 @@ public:
     static constexpr int detected = 99;
 };
 
-// A memory context of 40 x 24 pixels that remembers what is drawn.
-class Canvas {
+// A small memory context.
+class Canvas : public frame::Canvas {
 public:
-    static constexpr int width = 40, height = 24;
-
-    Canvas() : dc_(CreateCompatibleDC(nullptr)) {
-        BITMAPINFO info{{sizeof info.bmiHeader, width, -height, 1, 32}, {}};
-        bitmap_ = CreateDIBSection(dc_, &info, DIB_RGB_COLORS, &pixels_, nullptr, 0);
-        before_ = SelectObject(dc_, bitmap_);
-    }
-    ~Canvas() {
-        SelectObject(dc_, before_);
-        DeleteObject(bitmap_);
-        DeleteDC(dc_);
-    }
-    Canvas(const Canvas &) = delete;
-    Canvas &operator=(const Canvas &) = delete;
-
-    HDC dc() const { return dc_; }
-    Bytes bytes() const {
-        GdiFlush();
-        return bytes_at(pixels_, width * height * 4);
-    }
-
-private:
-    HDC dc_;
-    void *pixels_ = nullptr;
-    HBITMAP bitmap_;
-    HGDIOBJ before_;
+    Canvas() : frame::Canvas(40, 24, 32) {}
 };
 
 // Where pictures are shown.

@@ -66,7 +66,7 @@ protected:
         const Device device(device_type);
         const Canvas canvas;
         attempt([&] { return show.all(canvas.dc()); });
-        see(canvas.bytes());
+        see(canvas.contents());
     }
 };
 
@@ -152,7 +152,7 @@ SCENARIO(disp32ShowInit, Opening) {
     call(&run, canvas.dc(), 24, place.left, place.top, place.right, place.bottom, nullptr, 0, 0);
     EXPECT_SUCCESS(Show{24}.bring(run));
     EXPECT_SUCCESS(api().disp32ShowEnd(run));
-    see(canvas.bytes());
+    see(canvas.contents());
 }
 
 SCENARIO(disp32ShowInitEx, Dithered) {
@@ -164,7 +164,7 @@ SCENARIO(disp32ShowInitEx, Dithered) {
          5);
     EXPECT_SUCCESS(Show{24}.bring(run));
     EXPECT_SUCCESS(api().disp32ShowEnd(run));
-    see(canvas.bytes());
+    see(canvas.contents());
 }
 
 // A strip that could not be drawn stays; after it the picture is shown once more.
@@ -182,7 +182,7 @@ protected:
         if (again) {
             EXPECT_TRUE(show.all(canvas.dc()));
         }
-        see(canvas.bytes());
+        see(canvas.contents());
     }
 };
 
@@ -210,7 +210,7 @@ protected:
         EXPECT_SUCCESS(show.open(canvas.dc(), &run));
         EXPECT_SUCCESS(show.bring(run));
         call(run);
-        see(canvas.bytes());
+        see(canvas.contents());
     }
 };
 
@@ -238,7 +238,7 @@ protected:
         call(run, attribute, value);
         see(Show{24}.bring(run)); // without a strip there are no rows
         EXPECT_SUCCESS(api().disp32ShowEnd(run));
-        see(canvas.bytes());
+        see(canvas.contents());
     }
 };
 
@@ -274,7 +274,7 @@ protected:
                 });
         const Canvas canvas;
         EXPECT_TRUE((Show{24}.all(canvas.dc())));
-        see(canvas.bytes());
+        see(canvas.contents());
         EXPECT_SUCCESS(api().disp32SetDevType(DISP32_DETECT));
     }
 };
@@ -309,7 +309,7 @@ protected:
         call(90, 120, 150);
         const Canvas canvas;
         EXPECT_TRUE((Show{24}.all(canvas.dc())));
-        see(canvas.bytes());
+        see(canvas.contents());
         EXPECT_SUCCESS(api().disp32NewScreenGamma(180, 180, 180));
     }
 };
@@ -455,7 +455,7 @@ FIRST_CALL(disp32ShowInit, WithColourManagement) {
     EXPECT_SUCCESS(api().disp32SetICMMode(&managed));
     const Canvas canvas;
     attempt([&] { return Show{24}.all(canvas.dc()); });
-    see(canvas.bytes());
+    see(canvas.contents());
 }
 
 } // namespace

@@ -522,5 +522,22 @@ TEST_F(WholeFactors, BlocksOfRowsWithoutPixelsReduced) {
     }
 }
 
+// Where there is nothing to write, billions of rows take no time.
+TEST_F(WholeFactors, BlocksOfAnyNumberOfRowsWithoutPixels) {
+    const Bytes source(4, 0xFF);
+    for (const int width : {0, -1, INT_MIN}) {
+        Bytes block(8, 0xEE);
+        rows().mem32BitReduceExt(block.data(), source.data(), width, INT_MAX, 3, 1);
+        rows().mem32ReduceExt(block.data(), source.data(), width, INT_MAX, 3, 1, 3, 1);
+        rows().mem32BitEnlargeExt(block.data(), source.data(), width, INT_MAX, 1, UINT_MAX);
+        EXPECT_EQ(block, Bytes(8, 0xEE)) << width;
+        rows().mem32BitEnlargeExt(block.data(), source.data(), width, INT_MAX, 2, UINT_MAX);
+        EXPECT_EQ(block, padded({0x00}, 8)) << width;
+    }
+    Bytes block(8, 0xEE);
+    rows().mem32BitEnlargeExt(block.data(), source.data(), 9, 2, 0, UINT_MAX);
+    EXPECT_EQ(block, padded({0xFF, 0xFF}, 8));
+}
+
 } // namespace
 } // namespace q32::test

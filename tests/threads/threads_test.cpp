@@ -297,7 +297,7 @@ INSTANTIATE_TEST_SUITE_P(Mmx, Threads, testing::Bool(),
 
 TEST_P(Threads, DoWhatOneDoesAlone) {
     const Watchdog watchdog;
-    std::vector<Worker> workers = some_work(cases_of_the_round(GetParam() ? 600 : 200));
+    std::vector<Worker> workers = some_work(cases_of_the_round(GetParam() ? 300 : 100));
     for (Worker &worker : workers)
         for (Piece &piece : worker.pieces)
             piece.digest = digest_of(piece);

@@ -1,5 +1,5 @@
-// Which instruction set the kernels may use. Knows processor and system only; what there is for a
-// level is each kernel family's own.
+// Which instruction set the kernels may use, and what the common library says of the processor.
+// Knows processor and system only; what there is for a level is each kernel family's own.
 #pragma once
 
 namespace q32 {
@@ -27,5 +27,9 @@ InstructionSet level_of(const ProcessorWords &words);
 // The best level of this processor, capped by its name ("sse2", "sse41", "avx2", "avx512"). A null,
 // empty or unknown cap caps nothing.
 InstructionSet best_instruction_set(const char *cap);
+
+// Whether the common library says that the processor has MMX, so that wide paths may be taken.
+// Where a rule has two roundings, the flag decides between them. Asked once (process.h).
+bool mmx_available();
 
 } // namespace q32

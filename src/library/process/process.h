@@ -11,9 +11,7 @@ namespace q32 {
 HMODULE module_handle();
 void keep_module_handle(HMODULE module);
 
-// What the common library says of the processor: whether wide paths may be taken. Where a rule has
-// two roundings, the flag decides between them.
-bool mmx_available();
+// For mmx_available.
 void ask_common_library_for_processor();
 
 // The instruction set that kernels may use: the processor's best, capped by Q32BASE_ISA.
