@@ -210,12 +210,14 @@ class Misuse(ToolCase):
         wanted = (self.folder / "out.bmp").read_bytes()
         self.assertEqual(self.make("out.bmp", *MAKE["filter"], "--outside"), wanted)
 
+    @long_round
     def test_too_many_arguments(self):
         self.refuse(USAGE, "convert", "in.png", "out.png", "more.png", says="more.png")
         self.refuse(USAGE, "info", "in.png", "more.png", says="more.png")
         for make in MAKE.values():
             self.refuse(USAGE, *make, "more.png", says="more.png")
 
+    @long_round
     def test_unknown_options(self):
         self.refuse(USAGE, "--frob", says="--frob")
         self.refuse(USAGE, "info", "in.png", "--frob", says="--frob")
@@ -230,6 +232,7 @@ class Misuse(ToolCase):
             arguments = ["stream", ".", ".", "--percent", "50", option]
             self.refuse(USAGE, *arguments, says=[option.split("=")[0], "help stream"])
 
+    @long_round
     def test_options_without_their_value(self):
         for option in ("--bits", "--format", "--threshold", "--storage", "--memory-limit"):
             with self.subTest(option=option):

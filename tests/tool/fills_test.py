@@ -80,6 +80,7 @@ class Pattern(RectangleCase):
         for width, height in [(1, 1), (2, 1), (1, 3), (3, 5), (50, 7)]:
             self.assert_tiles(pictures.noise(width, height, seed=1))
 
+    @long_round
     def test_around_cells(self):
         self.picture = pictures.noise(261, 260)
         self.write("in.bmp", pictures.bmp(self.picture))

@@ -5,6 +5,7 @@ import random
 import colour_spaces
 import merging
 import pictures
+from program_case import long_round
 from rectangle_case import RectangleCase
 from tool_case import FAILED, USAGE, ToolCase
 
@@ -135,6 +136,7 @@ class Refused(ToolCase):
     def refuse_filter(self, code, *options, says, source="in.png", target="out.png"):
         self.refuse(code, "filter", source, target, *options, says=says)
 
+    @long_round
     def test_ranges(self):
         values = ["", ":5", "1,2", "256,2,3:4", "#12345:4", "1,2,3:4:5"]
         values += [f"1,2,3:{tolerance}" for tolerance in ("", "256", "-1", "1,2", "1,2,3,4")]

@@ -4,6 +4,7 @@ import colorsys
 import signal
 
 import pictures
+from program_case import long_round
 from tool_case import CANCELLED, FAILED, USAGE, ToolCase
 
 WHITE = (255, 255, 255)
@@ -173,6 +174,7 @@ class Misuse(ToolCase):
         super().setUp()
         self.write("out.png", b"an older file")
 
+    @long_round
     def test_values(self):
         for option, values in {
             "--side": ["", "0", "1", "-1", "4097", "4294967344", "1.5", "48x48", "many"],
@@ -195,6 +197,7 @@ class Misuse(ToolCase):
         self.refuse(USAGE, "jobs", "out.png", "--side=5", "--side=6", says="--side")
         self.refuse(USAGE, "jobs", "out.png", "--frames", says="--frames")
 
+    @long_round
     def test_pictures_that_cannot_be(self):
         self.refuse(FAILED, "jobs", "out.gif", says=[".gif"])
         self.refuse(FAILED, "jobs", "nowhere/out.png", says="nowhere/out.png")

@@ -110,6 +110,7 @@ class Colours(ShowCase):
     def test_16_colours(self):
         self.assert_seen(dithered(self.picture, SIXTEEN_COLOUR_MATRIX, on_or_off), "16-colours")
 
+    @long_round
     def test_16_colours_of_every_width(self):
         for width in (1, 2, 7, 8, 9, 15, 16, 17, 31, 32, 33):
             picture = self.show(pictures.noise(width, 11))
@@ -255,6 +256,7 @@ class Pieces(ShowCase):
 
 
 class Misuse(ShowCase):
+    @long_round
     def test_options(self):
         arguments = ["show", "in.bmp", "-o", "out.png", "--depth-of"]
         for display in ("6", "-1", "", "256", "colour", "Monochrome"):

@@ -17,6 +17,7 @@ KEYS = (
 
 
 class SameEverywhere(ToolCase):
+    @long_round
     def test_storage_does_not_change_the_file(self):
         source = self.write("in.png", pictures.png(pictures.noise(257, 131)))
         self.make_folder("swap")
