@@ -138,7 +138,8 @@ Q32_API int Q32_CALL disp32ShowEnd(HDISPRUN run);
  *   DISP32_STRIP_ROWS   taken only from 1 to below what the strip holds, and up to 49152 bytes
  *   any other           nothing happens
  *
- * Returns 0 without a report for a handle of 0, else 1.
+ * Returns 0 without a report for a handle of 0, else 1; also when the strip could not be locked
+ * anew: disp32ShowData returns 0 then.
  */
 Q32_API int Q32_CALL disp32SetAttrib(HDISPRUN run, int attribute, int value);
 
@@ -219,8 +220,8 @@ Q32_API int Q32_CALL disp32NewScreenGamma(int red, int green, int blue);
  *   levels      2 to 256; values below count as 2, above as 256
  *   with_gamma  not 0: each channel is corrected
  *
- * Returns the palette; null without a report, the palette unchanged, when there is no memory or a
- * new one cannot be created.
+ * Returns the palette, a given one also when the system does not take the entries; null without a
+ * report, the palette unchanged, when there is no memory or a new one cannot be created.
  */
 Q32_API HPALETTE Q32_CALL disp32CreateGrayPalette(HPALETTE palette, int levels, int with_gamma);
 

@@ -182,6 +182,7 @@ Q32_API int Q32_CALL q32BufferResample(const SIZE *size, HBUF32 source, HBUF32 *
  *   5808, 2, 8, 20   a refused RESAMPLE_PROGRESS
  * by rows of bits:
  *   3200, 1, 8, 13 and 1001, 1, 8, 16 and 1001, 0, 8, 18   as above
+ *   not reported     no memory for buf32Line to stage a row of the destination in
  *   5200, 2, 8, 21   the Esc key
  *   5808, 2, 8, 22   a refused RESAMPLE_PROGRESS
  * by cells (nearest neighbour, bilinear, bicubic):
