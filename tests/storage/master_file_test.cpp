@@ -393,7 +393,8 @@ TEST_F(MasterFile, StandsPathsWithoutAnEnd) {
 // stays, whatever they say.
 TEST_F(MasterFile, OnlyTemporaryNamesAreDeleted) {
     const std::string folder = frame::make_folder("left");
-    const std::string names[] = {"letter.doc", "noextension",  "picture.tmp.bmp", "x.tm", "x.tmpp",
+    const std::string names[] = {"letter.doc", "noextension",  "picture.tmp.bmp", "x.tm",
+                                 "x.tmpp",     "x.bmp",        "x.tap",           "x.tmx",
                                  "tmp",        "picture.tmp ", "~QT1234.TMP.",    "x_tmp"};
     std::vector<std::string> paths;
     for (const std::string &name : names) {
@@ -430,7 +431,8 @@ TEST_F(MasterFile, OnlyWholePathsAreDeleted) {
                                  "\\\\.\\" + whole,
                                  "\\\\?\\" + whole,
                                  "1" + whole.substr(1),
-                                 "@" + whole.substr(1)};
+                                 "@" + whole.substr(1),
+                                 "{" + whole.substr(1)};
     for (const std::string &name : names) {
         SCOPED_TRACE(name);
         frame::write_file(record_name(1), record_of({name}));
@@ -445,15 +447,16 @@ TEST_F(MasterFile, OnlyWholePathsAreDeleted) {
 }
 
 TEST_F(MasterFile, PathsOfSharesAreDeleted) {
-    const std::string path = "\\\\server\\share\\~QT1.TMP";
-    frame::write_file(record_name(1), record_of({path}));
+    const std::string paths[] = {"\\\\server\\share\\~QT1.TMP", "\\\\10.0.0.1\\share\\~QT2.TMP"};
+    frame::write_file(record_name(1), record_of({paths[0], paths[1]}));
     frame::write_file(master_file(), master_with({record_name(1)}));
     FileWatch watch;
     watch.remove.instead = [&](const char *name) {
-        return name == path ? TRUE : call::DeleteFileA::real(name);
+        return name[0] == '\\' ? TRUE : call::DeleteFileA::real(name);
     };
     start();
-    EXPECT_NE(watch.calls.find("DeleteFileA(\"" + path), -1);
+    for (const std::string &path : paths)
+        EXPECT_NE(watch.calls.find("DeleteFileA(\"" + path), -1) << path;
 }
 
 // A slot that names somebody's document is left alone, and so is the document.
@@ -467,6 +470,26 @@ TEST_F(MasterFile, OnlyTemporaryNamesAreRecordFiles) {
     EXPECT_TRUE(frame::file_exists(document));
     EXPECT_TRUE(frame::file_exists(listed));
     EXPECT_EQ(frame::read_file(master_file()), master);
+}
+
+// Then the next start finds both.
+TEST_F(MasterFile, ASlotThatCannotBeClearedKeepsItsRecordFile) {
+    const std::string swap_file = left_file("swap");
+    frame::write_file(record_name(1), record_of({swap_file}));
+    const Bytes master = master_with({record_name(1)});
+    frame::write_file(master_file(), master);
+    {
+        FileWatch watch;
+        watch.write.refuse_all();
+        start();
+    }
+    EXPECT_FALSE(frame::file_exists(swap_file));
+    EXPECT_TRUE(frame::file_exists(record_name(1)));
+    EXPECT_EQ(frame::read_file(master_file()), master);
+    library().detach();
+    ASSERT_TRUE(library().attach());
+    EXPECT_FALSE(frame::file_exists(record_name(1)));
+    EXPECT_EQ(frame::read_file(master_file())[0], 0);
 }
 
 // Whenever it dies at it: the slot is there as long as anything that it leads to.

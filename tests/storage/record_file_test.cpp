@@ -209,21 +209,41 @@ TEST_F(RecordFile, ItsSlotIsClearedBeforeItIsDeleted) {
 }
 
 // A slot that cannot be cleared keeps its record file, by which the next start finds both.
-TEST_F(RecordFile, IsKeptWhenItsSlotCannotBeCleared) {
-    swapped(200, 200);
-    const std::string path = record_path();
-    {
-        FileWatch watch;
+class KeptRecordFile : public RecordFile {
+protected:
+    void expect_kept(const std::function<void(FileWatch &)> &hinder) {
+        swapped(200, 200);
+        const std::string path = record_path();
+        {
+            FileWatch watch;
+            watch.sleep.instead = [](DWORD) {};
+            hinder(watch);
+            library().detach();
+        }
+        EXPECT_TRUE(frame::file_exists(path));
+        EXPECT_EQ(text_at(frame::read_file(master_file()), 0), path);
+        ASSERT_TRUE(library().attach());
+        EXPECT_FALSE(frame::file_exists(path));
+        EXPECT_EQ(frame::read_file(master_file())[0], 0);
+    }
+};
+
+TEST_F(KeptRecordFile, WithoutTheLock) {
+    expect_kept([](FileWatch &watch) {
         watch.lock.error = ERROR_LOCK_VIOLATION;
         watch.lock.refuse_all();
-        watch.sleep.instead = [](DWORD) {};
-        library().detach();
-    }
-    EXPECT_TRUE(frame::file_exists(path));
-    EXPECT_EQ(text_at(frame::read_file(master_file()), 0), path);
-    ASSERT_TRUE(library().attach());
-    EXPECT_FALSE(frame::file_exists(path));
-    EXPECT_EQ(frame::read_file(master_file())[0], 0);
+    });
+}
+
+TEST_F(KeptRecordFile, WhenTheSlotCannotBeWritten) {
+    expect_kept([](FileWatch &watch) { watch.write.refuse_all(); });
+}
+
+TEST_F(KeptRecordFile, WhenTheMasterFileIsHeld) {
+    expect_kept([](FileWatch &watch) {
+        watch.create.error = ERROR_SHARING_VIOLATION;
+        watch.create.refuse_all();
+    });
 }
 
 TEST_F(RecordFile, IsDeletedWhenThereIsNoMasterFile) {
@@ -232,6 +252,27 @@ TEST_F(RecordFile, IsDeletedWhenThereIsNoMasterFile) {
     ASSERT_TRUE(DeleteFileA(master_file().c_str()));
     stop();
     EXPECT_FALSE(frame::file_exists(path));
+}
+
+TEST_F(RecordFile, IsDeletedWhenItsFolderIsSaidToBeGone) {
+    swapped(200, 200);
+    const std::string path = record_path();
+    FileWatch watch;
+    watch.create.error = ERROR_PATH_NOT_FOUND;
+    watch.create.refuse_all();
+    library().detach();
+    EXPECT_FALSE(frame::file_exists(path));
+}
+
+// A master file that was cut off has no slot of ours any more.
+TEST_F(RecordFile, IsDeletedWhenItsSlotHasGone) {
+    swapped(200, 200);
+    const std::string path = record_path();
+    const Bytes cut(100, 'x');
+    frame::write_file(master_file(), cut);
+    stop();
+    EXPECT_FALSE(frame::file_exists(path));
+    EXPECT_EQ(frame::read_file(master_file()), cut);
 }
 
 // The master file was made anew behind our back, and our slot is another's.
