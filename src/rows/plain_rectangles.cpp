@@ -28,8 +28,7 @@ struct StridedArea {
     std::size_t bytes_of_bits() const { return (width + 7) / 8; }
 };
 
-// Below 1 there are no rows and no columns.
-// Rows without pixels are none, however many there are.
+// Below 1 there are no rows and no columns; rows without columns are none, however many there are.
 StridedArea area_of(int x, int y, int width, int height, int stride) {
     return {x, std::size_t(y), std::size_t(std::max(0, width)),
             width < 1 ? 0 : std::size_t(std::max(0, height)), std::size_t(stride)};
