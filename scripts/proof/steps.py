@@ -18,7 +18,8 @@ CLONE, ELSEWHERE = f"{FOLDER}/clone", f"{FOLDER}/another folder"
 FIGURES, THREADS, TIMES = (f"{FOLDER}/{name}.tsv" for name in ("figures", "threads", "times"))
 DLLS = ["Q32BASE.DLL", "q32comm.dll"]
 
-# Nothing is taken from a compiler cache.
+# Nothing is taken from a compiler cache. Also where nothing is to be built: a build that has another
+# launcher than before begins anew.
 COLD = {"CMAKE_C_COMPILER_LAUNCHER": None, "CMAKE_CXX_COMPILER_LAUNCHER": None, "CCACHE_DISABLE": "1"}
 
 
@@ -80,7 +81,8 @@ def all_steps(root):
              [*clone_into(root, CLONE), run("./run", "test", folder=CLONE, **COLD)],
              readers.fresh, of_the_commit=True),
         step("again", "the short and the medium round of the clone, once built", 7,
-             [run("./run", "test", "short", folder=CLONE), run("./run", "test", folder=CLONE)],
+             [run("./run", "test", "short", folder=CLONE, **COLD),
+              run("./run", "test", folder=CLONE, **COLD)],
              readers.rounds, needs=f"{CLONE}/build/all", of_the_commit=True),
         step("rebuild", "the DLLs once more, in another folder", 4,
              [*clone_into(root, ELSEWHERE),
