@@ -215,6 +215,29 @@ TEST(Conversion, RecordsOutOfRangeAreTheSameInEveryForm) {
         });
 }
 
+// One field beyond its range in a run of good ones, wherever it stands.
+TEST(Conversion, OneFieldOutOfRangeIsLikeAnyOther) {
+    constexpr std::size_t pixels = 128;
+    for (const ColourChange back : {ColourChange::hsv_to_rgb, ColourChange::hls_to_rgb}) {
+        Random random{test_seed(), std::uint64_t(back)};
+        Bytes records(pixels * merge::record_bytes);
+        for (std::size_t i = 0; i < pixels; ++i)
+            put(&records[i * merge::record_bytes],
+                Record{std::int32_t(random.below(361)), random.byte(), random.byte()});
+        for (std::size_t place = 0; place < pixels; ++place)
+            for (std::size_t field = 0; field < 3; ++field)
+                for (const std::int32_t value : {-1, 400, 65536 + 7}) {
+                    Bytes changed = records;
+                    Record record = record_at(&changed[place * merge::record_bytes]);
+                    record[field] = value;
+                    put(&changed[place * merge::record_bytes], record);
+                    ASSERT_TRUE(
+                        converts_exactly(back, changed, model::converted(shape_of(back), changed)))
+                        << "field " << field << " of pixel " << place;
+                }
+    }
+}
+
 // A grey record gives the low byte of its value or lightness, whatever that is.
 TEST(Conversion, GreyRecordsOutOfRange) {
     constexpr std::size_t pixels = 20000;
