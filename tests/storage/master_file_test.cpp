@@ -446,6 +446,21 @@ TEST_F(MasterFile, OnlyWholePathsAreDeleted) {
     SetCurrentDirectoryA(before);
 }
 
+TEST_F(MasterFile, PathsOfAllDrivesAreDeleted) {
+    std::vector<std::string> paths;
+    for (const char *const drive : {"A", "B", "Y", "Z", "a", "b", "y", "z"})
+        paths.push_back(drive + std::string(":\\not there\\~QT1.TMP"));
+    frame::write_file(record_name(1), record_of(paths));
+    frame::write_file(master_file(), master_with({record_name(1)}));
+    FileWatch watch;
+    watch.remove.instead = [](const char *name) {
+        return std::strstr(name, "not there") != nullptr ? TRUE : call::DeleteFileA::real(name);
+    };
+    start();
+    for (const std::string &path : paths)
+        EXPECT_NE(watch.calls.find("DeleteFileA(\"" + path), -1) << path;
+}
+
 TEST_F(MasterFile, PathsOfSharesAreDeleted) {
     const std::string paths[] = {"\\\\server\\share\\~QT1.TMP", "\\\\10.0.0.1\\share\\~QT2.TMP"};
     frame::write_file(record_name(1), record_of({paths[0], paths[1]}));
