@@ -69,6 +69,12 @@ inline bool in_this_round(std::uint64_t number) {
     return Random(test_seed(), number).below(one_in_the_round()) == 0;
 }
 
+// Sweeps over calls that go on until none fails any more try n = this one, and from there on every
+// one_in_the_round()-th: where they end nobody knows before.
+inline int first_in_this_round(std::uint64_t number) {
+    return 1 + int(Random(test_seed(), number).below(one_in_the_round()));
+}
+
 // What the round's draw out of more than `count` has at the least.
 inline std::uint64_t least_of_the_round(std::uint64_t count) {
     return one_in_the_round() == 1 ? count : count / (2 * one_in_the_round());

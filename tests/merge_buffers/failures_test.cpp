@@ -228,9 +228,7 @@ void sweep(MergeTest &, const Scenario &scenario, const model::Call &call) {
     uint64_t number = 0;
     for (const char *function : acquiring_calls)
         for (auto extent : {FailingCall::only_there, FailingCall::from_there_on})
-            for (int n = 1;; ++n) {
-                if (!in_this_round(number++))
-                    continue;
+            for (int n = first_in_this_round(number++);; n += int(one_in_the_round())) {
                 SCOPED_TRACE(std::string(name_of(scenario.overlay)) + " into " +
                              name_of(scenario.destination) + ", call " + std::to_string(n) +
                              " of " + function + " failing");

@@ -236,9 +236,7 @@ void sweep(Kind from, Kind into, int bits) {
             continue;
         for (const auto &[function, count] : calls_of(scenario, from, into, bits))
             for (auto extent : {FailingCall::only_there, FailingCall::from_there_on})
-                for (int n = 1;; ++n) {
-                    if (!in_this_round(number++))
-                        continue;
+                for (int n = first_in_this_round(number++);; n += int(one_in_the_round())) {
                     SCOPED_TRACE(std::string(scenario.name) + " from " + name_of(from) + " into " +
                                  name_of(into) + ", " + std::to_string(bits) + " bits, call " +
                                  std::to_string(n) + " of " + function + " failing" +

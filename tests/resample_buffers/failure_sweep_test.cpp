@@ -112,9 +112,7 @@ void sweep(const Scenario &scenario) {
     uint64_t failures = 0, number = 0;
     for (const char *function : acquiring_calls)
         for (auto extent : {FailingCall::only_there, FailingCall::from_there_on})
-            for (int n = 1;; ++n) {
-                if (!in_this_round(number++))
-                    continue;
+            for (int n = first_in_this_round(number++);; n += int(one_in_the_round())) {
                 SCOPED_TRACE(std::string(name_of(scenario.path)) + ", " + name_of(scenario.source) +
                              " into " +
                              (scenario.is_new ? "a new one" : name_of(scenario.destination)) +
