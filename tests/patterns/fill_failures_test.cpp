@@ -43,15 +43,21 @@ std::vector<Step> writes(uint32_t type, int bits, bool with_block, bool to_files
     return steps;
 }
 
+// More than the round's share of so many. Where one in sixteen is drawn, as many: a small sweep may
+// have none then.
+uint64_t more_than(uint64_t count) {
+    return least_of_the_round(count) + (one_in_the_round() <= 4 ? 1 : 0);
+}
+
 TEST_F(FillFailures, OfPatterns) {
-    EXPECT_GE(sweep(writes(BUF32_PATTERN, 8, true, true)), least_of_the_round(101));
-    EXPECT_GE(sweep(writes(BUF32_PATTERN, 16, true, false)), least_of_the_round(11));
-    EXPECT_GE(sweep(writes(BUF32_PATTERN, 1, false, false)), least_of_the_round(6));
+    EXPECT_GE(sweep(writes(BUF32_PATTERN, 8, true, true)), more_than(100));
+    EXPECT_GE(sweep(writes(BUF32_PATTERN, 16, true, false)), more_than(10));
+    EXPECT_GE(sweep(writes(BUF32_PATTERN, 1, false, false)), more_than(5));
 }
 
 TEST_F(FillFailures, OfOneColour) {
-    EXPECT_GE(sweep(writes(BUF32_ONE_COLOUR, 8, true, true)), least_of_the_round(101));
-    EXPECT_GE(sweep(writes(BUF32_ONE_COLOUR, 1, false, false)), least_of_the_round(6));
+    EXPECT_GE(sweep(writes(BUF32_ONE_COLOUR, 8, true, true)), more_than(100));
+    EXPECT_GE(sweep(writes(BUF32_ONE_COLOUR, 1, false, false)), more_than(5));
 }
 
 // Fills of ordinary buffers, alone and with sharers.
@@ -69,7 +75,7 @@ TEST_F(FillFailures, OfOrdinaryBuffers) {
                         family.duplicate(family[1]);
                     }));
         }
-    EXPECT_GE(sweep(steps), least_of_the_round(51));
+    EXPECT_GE(sweep(steps), more_than(50));
 }
 
 TEST_F(FillFailures, OfDuplicates) {
@@ -97,7 +103,7 @@ TEST_F(FillFailures, OfDuplicates) {
                                      return done;
                                  }});
         }
-    EXPECT_GE(sweep(steps), least_of_the_round(11));
+    EXPECT_GE(sweep(steps), more_than(10));
 }
 
 } // namespace
