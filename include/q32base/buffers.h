@@ -62,7 +62,7 @@ Q32_BEGIN_DECLS
 #define BUF32_LINE_READ_555   7 /* stored 5-5-5 words, memory 24-bit pixels */
 #define BUF32_LINE_WRITE_555  8 /* memory 24-bit pixels, stored 5-5-5 words */
 
-/* What buf32GetInfo copies out: the first 24 words of the buffer's record. */
+/* What buf32GetInfo copies out: the beginning of the buffer's record. */
 typedef struct BUF32INFO {
     uint32_t type;           /* buffer type; reported as 0 for BUF32_CALLER_MEMORY */
     HGLOBAL data_handle;     /* BUF32_DIB: the bitmap's memory handle; else 0 */
@@ -71,13 +71,14 @@ typedef struct BUF32INFO {
     int32_t width;           /* pixels */
     int32_t height;          /* pixels: rows in use */
     int32_t capacity_rows;   /* the height at allocation */
-    uint32_t image_bytes;    /* height x row bytes (0xFFFFFFFF when it needs more than 32 bits) */
-    uint32_t reserved_bytes; /* capacity rows x row bytes, likewise */
+    size_t image_bytes;      /* height x row bytes ((size_t)-1 when that is more than a size_t
+                                holds) */
+    size_t reserved_bytes;   /* capacity rows x row bytes, likewise */
     int32_t format_depth;    /* BUF32_DIB: bit count, 15 for a 16-bit "R565" bitmap; else 0 */
     int32_t one_colour;      /* 1 for one-colour buffers and after a pattern fill, else 0 */
-    uint32_t colour[2];      /* one colour: its bytes; pattern: width | height << 16 and the
-                                library's copy; caller memory: first word and pixel pointer;
-                                BUF32_DIB: the byte of the last buf32FillOneColor */
+    uintptr_t colour[2];     /* one colour: its bytes, from the first on; pattern: width |
+                                height << 16 and the library's copy; caller memory: first word and
+                                pixel pointer; BUF32_DIB: the byte of the last buf32FillOneColor */
     int32_t cell_count;      /* cell columns x cell rows */
     int32_t cell_columns;
     int32_t cell_rows;         /* bands */
@@ -85,8 +86,8 @@ typedef struct BUF32INFO {
     int32_t cell_height;       /* pixels: min(height, 128), or the height when linear */
     int32_t last_column_width; /* pixels */
     int32_t last_row_height;   /* pixels */
-    uint32_t band_bytes;       /* bytes of one full band of cells */
-    uint32_t cell_bytes;       /* bytes of one full cell */
+    size_t band_bytes;         /* bytes of one full band of cells */
+    size_t cell_bytes;         /* bytes of one full cell */
     int32_t lock_count;        /* outstanding locks */
     int32_t access_mode;       /* mode of the last whole-buffer lock */
 } BUF32INFO;
@@ -101,7 +102,7 @@ typedef struct BUF32CELL {
     int32_t bits_per_pixel;  /* of the buffer */
     int32_t bytes_per_pixel; /* of the buffer, truncated */
     int32_t row_bytes;       /* bytes of one row of this cell */
-    int32_t bytes;           /* height x row_bytes */
+    size_t bytes;            /* height x row_bytes */
     int32_t pixels;          /* width x height */
 } BUF32CELL;
 
@@ -125,11 +126,11 @@ typedef struct BUF32DIRECTORIES {
     uint32_t enabled[4]; /* 0: not used */
 } BUF32DIRECTORIES;
 
-#ifdef __cplusplus
-static_assert(sizeof(void *) != 4 || sizeof(BUF32INFO) == 96, "24 words");
-static_assert(sizeof(BUF32CELL) == 40, "10 words");
-static_assert(sizeof(BUF32DIRECTORIES) == 1056, "four paths and four words");
-#endif
+Q32_RECORD_BYTES(BUF32INFO, 96, 136);
+Q32_RECORD_BYTES(BUF32CELL, 40, 48);
+Q32_RECORD_BYTES(BUF32PATTERN, 8, 16);
+Q32_RECORD_BYTES(BUF32MEMORY, 8, 16);
+Q32_RECORD_BYTES(BUF32DIRECTORIES, 1056, 1056);
 
 /* --- allocation ------------------------------------------------------------------------------ */
 
@@ -543,23 +544,28 @@ Q32_API int Q32_CALL buf32DIBBufFree(HBUF32 buffer, HGLOBAL *bitmap);
 
 /* --- memory, swap files ---------------------------------------------------------------------- */
 
+/* As a limit of buf32VMData. */
+#define BUF32_NO_LIMIT (sizeof(char) - 2) /* all bits of a size_t, without a cast */
+
 /*
  * Reads (set = 0) or changes (set not 0) the settings that decide between memory and swap files.
  * Each pointer may be null: that setting is left alone. Always returns 1.
  *
- * At the start they are what the settings file in the Windows directory says. A directory that it
- * does not name, or that cannot be used, is written back there as empty and switched off; limits
- * from 4 GB up are no limit. The first directory is the system's temporary one.
+ * At the start they are what the settings file in the Windows directory says, which counts limits
+ * in kilobytes. A directory that it does not name, or that cannot be used, is written back there as
+ * empty and switched off; to the 32-bit edition limits from 4 GB up are none. The first directory
+ * is the system's temporary one.
  *
- *   memory_limit   bytes that buffers over 128 x 128 may take in virtual memory; 0xFFFFFFFF: the
- *                  physical memory size; 0: never in memory. Looked at while *memory_switch is not
- *                  0. The comparison is signed: limits from 2 GB up never admit.
- *   file_limit     bytes of all swap files; 0xFFFFFFFF: unlimited; 0: none. Looked at while
+ *   memory_limit   bytes that buffers over 128 x 128 may take in virtual memory; BUF32_NO_LIMIT:
+ *                  the physical memory size; 0: never in memory. Looked at while *memory_switch is
+ *                  not 0. The comparison is signed: in the 32-bit edition limits from 2 GB up never
+ *                  admit.
+ *   file_limit     bytes of all swap files; BUF32_NO_LIMIT: unlimited; 0: none. Looked at while
  *                  *file_switch is not 0.
  *   directories    where swap files go. A directory is used when its switch is not 0, its volume is
  *                  not compressed and has room.
  */
-Q32_API int Q32_CALL buf32VMData(int set, uint32_t *memory_limit, uint32_t *file_limit,
+Q32_API int Q32_CALL buf32VMData(int set, size_t *memory_limit, size_t *file_limit,
                                  BUF32DIRECTORIES *directories, uint32_t *memory_switch,
                                  uint32_t *file_switch);
 
@@ -567,7 +573,7 @@ Q32_API int Q32_CALL buf32VMData(int set, uint32_t *memory_limit, uint32_t *file
  * Stores the bytes of virtual memory that buffers have reserved and the bytes of swap files that
  * are mapped. Either pointer may be null. Returns its second argument (not a status).
  */
-Q32_API uint32_t *Q32_CALL buf32GetVMDataExt(uint32_t *memory_in_use, uint32_t *mapped_bytes);
+Q32_API size_t *Q32_CALL buf32GetVMDataExt(size_t *memory_in_use, size_t *mapped_bytes);
 
 /*
  * Allocates a block to stage pixels of the buffer in: count cells (kind 1) or count rows (kind 2),
@@ -582,7 +588,7 @@ Q32_API uint32_t *Q32_CALL buf32GetVMDataExt(uint32_t *memory_in_use, uint32_t *
  *   1001, 1, 4, 17   no memory
  */
 Q32_API int Q32_CALL buf32GetMemSpace(HBUF32 buffer, int kind, int count, int moveable,
-                                      void **block, uint32_t *unit);
+                                      void **block, size_t *unit);
 
 Q32_END_DECLS
 

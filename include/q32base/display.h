@@ -323,10 +323,8 @@ Q32_API int Q32_CALL disp32SetICMMode(const DispIcmMode *settings);
  */
 Q32_API int Q32_CALL disp32GetICMMode(DispIcmMode *settings);
 
-#ifdef __cplusplus
-static_assert(sizeof(DispDevInfo) == 48, "12 words");
-static_assert(sizeof(void *) != 4 || sizeof(DispIcmMode) == 36, "9 words");
-#endif
+Q32_RECORD_BYTES(DispDevInfo, 48, 48);
+Q32_RECORD_BYTES(DispIcmMode, 36, 64);
 
 Q32_END_DECLS
 

@@ -376,11 +376,11 @@ typedef struct I32HLS {
 Q32_API int Q32_CALL i32ColorspaceConvert(void *destination, const void *source, int pixels,
                                           unsigned conversion);
 
-Q32_END_DECLS
+Q32_RECORD_BYTES(I32COLORRANGE, 20, 20);
+Q32_RECORD_BYTES(I32COLORFILTER, 24, 24);
+Q32_RECORD_BYTES(I32HSV, 12, 12);
+Q32_RECORD_BYTES(I32HLS, 12, 12);
 
-#ifdef __cplusplus
-static_assert(sizeof(I32COLORRANGE) == 20 && sizeof(I32COLORFILTER) == 24, "colour filter layout");
-static_assert(sizeof(I32HSV) == 12 && sizeof(I32HLS) == 12, "row record layout");
-#endif
+Q32_END_DECLS
 
 #endif

@@ -197,9 +197,7 @@ Q32_API int Q32_CALL d32SetEndDispatchRect(uint32_t owner, const RECT *rectangle
  */
 Q32_API int Q32_CALL d32SetFirstService(uint32_t owner);
 
-#ifdef __cplusplus
-static_assert(sizeof(void *) != 4 || sizeof(DispatchDesc) == 20, "5 words");
-#endif
+Q32_RECORD_BYTES(DispatchDesc, 20, 32);
 
 Q32_END_DECLS
 

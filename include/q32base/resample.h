@@ -273,11 +273,8 @@ Q32_API int Q32_CALL vcResampleEx(int nearest, const void *source, BITMAPINFOHEA
 Q32_API int Q32_CALL vcResample(int nearest, const void *source, BITMAPINFOHEADER *header,
                                 void *destination, int width, int height, int method);
 
-#ifdef __cplusplus
-static_assert(sizeof(SIZE) == 8, "width and height");
-static_assert(sizeof(void *) != 4 || sizeof(RESAMPLEPROGRESS) == 20, "5 words");
-static_assert(sizeof(void *) != 4 || sizeof(VCRESAMPLE) == 32, "8 words");
-#endif
+Q32_RECORD_BYTES(RESAMPLEPROGRESS, 20, 32);
+Q32_RECORD_BYTES(VCRESAMPLE, 32, 56);
 
 Q32_END_DECLS
 

@@ -20,14 +20,14 @@ bool memory_is_left() {
 }
 
 // Whole pages only, so that every kept row keeps its pixels.
-bool decommit_rows(const Record &record, uint32_t kept_bytes) {
-    constexpr uint32_t page = 4096;
-    const uint32_t begin = (kept_bytes + page - 1) & ~(page - 1);
-    const uint32_t end = record.info.image_bytes;
+bool decommit_rows(const Record &record, size_t kept_bytes) {
+    constexpr size_t page = 4096;
+    const size_t begin = (kept_bytes + page - 1) & ~(page - 1);
+    const size_t end = record.info.image_bytes;
     return begin >= end || VirtualFree(record.storage + begin, end - begin, MEM_DECOMMIT) != 0;
 }
 
-bool commit_rows(const Record &record, uint32_t bytes) {
+bool commit_rows(const Record &record, size_t bytes) {
     return VirtualAlloc(record.storage, bytes, MEM_COMMIT, PAGE_READWRITE) != nullptr;
 }
 
@@ -36,7 +36,7 @@ int change_height(Record &record, int rows) {
         return fail(site::cannot_change_height);
     if (!prepare_for_writing(record))
         return 0;
-    const uint32_t bytes = bytes_of_rows(rows, record.row_bytes);
+    const size_t bytes = bytes_of_rows(rows, record.row_bytes);
     if (record.storage != nullptr && !record.is_file_backed()) {
         const bool done =
             rows < record.info.height ? decommit_rows(record, bytes) : commit_rows(record, bytes);

@@ -8,6 +8,7 @@
 #include "buffer/layout.h"
 #include "buffer/packed_bitmap.h"
 #include "buffer/records.h"
+#include "library/process/address_space.h"
 #include "library/process/owners.h"
 
 #include <algorithm>
@@ -82,9 +83,7 @@ int allocate_over_packed(HBUF32 *handle, HGLOBAL bitmap, std::span<std::byte> bl
 // Rows that reach beyond the end of the address space can be nobody's.
 bool fits_address_space(const Geometry &geometry, const void *pixels) {
     const uint32_t row_bytes = packed_bytes(geometry.width, geometry.bits_per_pixel);
-    const uint64_t end = uint64_t(reinterpret_cast<uintptr_t>(pixels)) +
-                         bytes_of_padded_rows(geometry.height, row_bytes);
-    return end <= UINTPTR_MAX;
+    return bytes_of_padded_rows(geometry.height, row_bytes) <= room_behind(pixels);
 }
 
 int allocate_over_bare(HBUF32 *handle, const Geometry &geometry, void *pixels) {

@@ -37,7 +37,7 @@ void put_block_in_place(Record &record, std::byte *block, uint32_t new_type) {
 
 bool put_storage_in_place(Record &record, void (*fill)(Record &)) {
     std::byte *const block = record.storage;
-    const uint32_t block_bytes = type_of(record).memory_bytes(record);
+    const size_t block_bytes = type_of(record).memory_bytes(record);
 
     record.storage = nullptr;
     if (!allocate_storage(record)) {

@@ -27,7 +27,7 @@ bool put_storage_in_place(Record &record, void (*fill)(Record &));
 // --- one-colour buffers: one_colour.cpp ---------------------------------------------------------
 
 // Bytes of the block that all cells share.
-uint32_t one_colour_block_bytes(const Record &record);
+size_t one_colour_block_bytes(const Record &record);
 
 // Writes the record's colour over the block.
 void fill_block(Record &record);

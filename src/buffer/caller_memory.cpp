@@ -9,7 +9,7 @@ namespace {
 
 // The caller's rows.
 std::byte *caller_pixels(const Record &record) {
-    return reinterpret_cast<std::byte *>(uintptr_t(record.info.colour[1]));
+    return reinterpret_cast<std::byte *>(record.info.colour[1]);
 }
 
 } // namespace
@@ -23,7 +23,7 @@ int allocate_over_caller_memory(Record *record, const void *extra, HBUF32 *handl
     const auto &memory = *static_cast<const BUF32MEMORY *>(extra);
     compute_cells(*record);
     record->info.colour[0] = memory.first_word;
-    record->info.colour[1] = uint32_t(reinterpret_cast<uintptr_t>(memory.pixels));
+    record->info.colour[1] = reinterpret_cast<uintptr_t>(memory.pixels);
     return link(*record, handle);
 }
 

@@ -42,7 +42,7 @@ BUF32CELL describe_cell(const Record &record, int index) {
     cell.bits_per_pixel = info.bits_per_pixel;
     cell.bytes_per_pixel = info.bytes_per_pixel;
     cell.row_bytes = int32_t(packed_bytes(cell.width, info.bits_per_pixel));
-    cell.bytes = int32_t(uint32_t(cell.height) * uint32_t(cell.row_bytes));
+    cell.bytes = size_t(cell.height) * size_t(cell.row_bytes);
     cell.pixels = cell.width * cell.height;
     return cell;
 }
@@ -58,7 +58,7 @@ PixelPlace place_of(const Record &record, int x, int y) {
     const uint32_t row_step =
         column == info.cell_columns - 1 ? record.last_column_row_bytes : record.cell_row_bytes;
     place.offset = uint32_t(info.bits_per_pixel) * uint32_t(place.x_in_cell) / 8 +
-                   row_step * uint32_t(place.y_in_cell);
+                   size_t(row_step) * uint32_t(place.y_in_cell);
     return place;
 }
 

@@ -15,10 +15,10 @@ BUF32CELL describe_cell(const Record &record, int index);
 
 // Where pixel (x, y) of the image lies.
 struct PixelPlace {
-    int cell;        // index
-    int x_in_cell;   // pixels
-    int y_in_cell;   // rows
-    uint32_t offset; // bytes from the cell's address; under 8 bits to the byte that holds it
+    int cell;      // index
+    int x_in_cell; // pixels
+    int y_in_cell; // rows
+    size_t offset; // bytes from the cell's address; under 8 bits to the byte that holds it
 };
 PixelPlace place_of(const Record &record, int x, int y);
 PixelPlace clamped_place_of(const Record &record, int x, int y); // into the image

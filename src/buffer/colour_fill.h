@@ -21,7 +21,7 @@ struct Colour {
     Colour(const BUF32INFO &info, const void *bytes) {
         std::memcpy(words, bytes, size_t(colour_bytes(info)));
     }
-    uint32_t words[2] = {};
+    uintptr_t words[2] = {};
 };
 
 // Repeats the first unit_bytes of a block until total_bytes are filled. total_bytes may be less

@@ -44,7 +44,7 @@ bool is_in_pixels(const Record &record, const void *memory) {
 
 int make_pattern(Record &record, const BUF32PATTERN &pattern) {
     const int bits_per_pixel = record.info.bits_per_pixel;
-    const uint32_t block_bytes = pattern_block_bytes(record, pattern.height);
+    const size_t block_bytes = pattern_block_bytes(record, pattern.height);
     const bool is_own = is_in_pixels(record, pattern.pixels);
     RuntimeBlock copy;
     if (is_own)

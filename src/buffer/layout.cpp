@@ -32,7 +32,7 @@ void compute_tiles(Record &record) {
     record.last_row_cell_bytes = bytes_of_rows(info.last_row_height, record.cell_row_bytes);
     record.corner_cell_bytes = bytes_of_rows(info.last_row_height, record.last_column_row_bytes);
     info.band_bytes =
-        uint32_t(info.cell_columns - 1) * info.cell_bytes + record.last_column_cell_bytes;
+        size_t(info.cell_columns - 1) * info.cell_bytes + record.last_column_cell_bytes;
 }
 
 void compute_single_cell(Record &record) {
@@ -79,7 +79,7 @@ bool build_cell_addresses(Record &record) {
     const BUF32INFO &info = record.info;
     for (int band = 0; band < info.cell_rows; ++band) {
         const bool last_band = band == info.cell_rows - 1;
-        const uint32_t step = last_band ? record.last_row_cell_bytes : info.cell_bytes;
+        const size_t step = last_band ? record.last_row_cell_bytes : info.cell_bytes;
         std::byte *address = record.storage + size_t(band) * info.band_bytes;
         for (int column = 0; column < info.cell_columns; ++column, address += step)
             record.cell_address[band * info.cell_columns + column] = address;

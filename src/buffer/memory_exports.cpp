@@ -32,11 +32,12 @@ void *allocate_moveable(SIZE_T bytes) {
 }
 
 // count units and four bytes more, or null.
-void *allocate_staging(int count, uint32_t unit_bytes, bool moveable) {
-    const uint64_t bytes = uint64_t(uint32_t(count)) * unit_bytes + 4;
-    if (bytes > UINT32_MAX)
+void *allocate_staging(int count, size_t unit_bytes, bool moveable) {
+    size_t bytes;
+    if (__builtin_mul_overflow(size_t(count), unit_bytes, &bytes) ||
+        __builtin_add_overflow(bytes, size_t(4), &bytes))
         return nullptr;
-    return moveable ? allocate_moveable(SIZE_T(bytes)) : GlobalAlloc(GPTR, SIZE_T(bytes));
+    return moveable ? allocate_moveable(bytes) : GlobalAlloc(GPTR, bytes);
 }
 
 } // namespace
@@ -45,7 +46,7 @@ void *allocate_staging(int count, uint32_t unit_bytes, bool moveable) {
 using namespace q32;
 using namespace q32::buffer;
 
-int Q32_CALL buf32VMData(int set, uint32_t *memory_limit, uint32_t *file_limit,
+int Q32_CALL buf32VMData(int set, size_t *memory_limit, size_t *file_limit,
                          BUF32DIRECTORIES *directories, uint32_t *memory_switch,
                          uint32_t *file_switch) {
     MemoryState &state = memory_state;
@@ -58,21 +59,21 @@ int Q32_CALL buf32VMData(int set, uint32_t *memory_limit, uint32_t *file_limit,
     return 1;
 }
 
-uint32_t *Q32_CALL buf32GetVMDataExt(uint32_t *memory_in_use, uint32_t *mapped_bytes) {
+size_t *Q32_CALL buf32GetVMDataExt(size_t *memory_in_use, size_t *mapped_bytes) {
     store(memory_in_use, memory_state.memory_in_use);
     store(mapped_bytes, memory_state.mapped_bytes);
     return mapped_bytes;
 }
 
 int Q32_CALL buf32GetMemSpace(HBUF32 buffer, int kind, int count, int moveable, void **block,
-                              uint32_t *unit) {
+                              size_t *unit) {
     constexpr int cells = 1, rows = 2;
     if (buffer == 0)
         return 0;
     if (kind != cells && kind != rows)
         return 1;
     const Record &record = *record_of(buffer);
-    const uint32_t unit_bytes = kind == cells ? record.info.cell_bytes : record.row_bytes;
+    const size_t unit_bytes = kind == cells ? record.info.cell_bytes : record.row_bytes;
     store(unit, unit_bytes);
     if (block == nullptr || count < 1)
         return 1;

@@ -20,17 +20,30 @@ constexpr int memory_limit_text = 10009;
 constexpr int path_digit_position = 10;
 constexpr int switch_digit_position = 6;
 
+// What a process of this edition is told. The older call knows no more than 4 GB, and in 32 bits
+// that is what programs have seen as their limit from the beginning.
+size_t total_physical_memory() {
+#ifdef _WIN64
+    MEMORYSTATUSEX status{};
+    status.dwLength = sizeof status;
+    GlobalMemoryStatusEx(&status);
+    return size_t(status.ullTotalPhys);
+#else
+    MEMORYSTATUS status{};
+    status.dwLength = sizeof status;
+    GlobalMemoryStatus(&status);
+    return status.dwTotalPhys;
+#endif
+}
+
 // All of the machine's memory; 1 MB on systems before Windows 95 and Windows NT.
-uint32_t measure_physical_memory() {
+size_t measure_physical_memory() {
     const DWORD version = GetVersion();
     const bool is_nt = (version & 0x80000000) == 0;
     const int major = version & 0xFF;
     if (!is_nt && major < 4)
         return 0x100000;
-    MEMORYSTATUS status{};
-    status.dwLength = sizeof status;
-    GlobalMemoryStatus(&status);
-    return uint32_t(status.dwTotalPhys);
+    return total_physical_memory();
 }
 
 // The system's temporary directory, made when it does not exist.
@@ -77,13 +90,13 @@ void read_directory(const SettingsFile &file, const SettingName &section, int n)
     file.write(section, switch_key, "0");
 }
 
-// The file counts in kilobytes. 4 GB and more is no limit to a 32-bit process.
-uint32_t read_limit(const SettingsFile &file, const SettingName &section, int key_text) {
+// The file counts in kilobytes, up to two terabytes. 4 GB and more is no limit to a 32-bit process.
+size_t read_limit(const SettingsFile &file, const SettingName &section, int key_text) {
     const int kilobytes = file.integer(section, setting_name(key_text), -1);
     if (kilobytes < 0)
-        return uint32_t(kilobytes); // -1 is no_limit
+        return size_t(kilobytes); // -1 is no_limit
     const uint64_t bytes = uint64_t(kilobytes) * 1024;
-    return bytes < no_limit ? uint32_t(bytes) : no_limit;
+    return bytes < no_limit ? size_t(bytes) : no_limit;
 }
 
 } // namespace

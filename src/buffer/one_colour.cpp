@@ -15,7 +15,7 @@ namespace q32::buffer {
 namespace {
 
 // Under 8 bits the colour is one byte of pixels, written over every byte.
-void fill_with_colour(const Record &record, std::byte *memory, uint32_t bytes, size_t pixels) {
+void fill_with_colour(const Record &record, std::byte *memory, size_t bytes, size_t pixels) {
     const BUF32INFO &info = record.info;
     fill_pixels(memory, info.colour, colour_bytes(info), info.bits_per_pixel < 8 ? bytes : pixels);
 }
@@ -56,8 +56,8 @@ HBUF32 make_of_same_colour(const Record &record, int width, int height) {
     return make_of_type(record, width, height, BUF32_ONE_COLOUR, record.info.colour);
 }
 
-uint32_t one_colour_block_bytes(const Record &record) {
-    return std::max(record.row_bytes, record.info.cell_bytes);
+size_t one_colour_block_bytes(const Record &record) {
+    return std::max<size_t>(record.row_bytes, record.info.cell_bytes);
 }
 
 void fill_block(Record &record) {

@@ -163,7 +163,7 @@ bool is_usable(const BUF32PATTERN *pattern) {
 
 RuntimeBlock copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel) {
     const uint64_t bytes = pattern_bytes(pattern, bits_per_pixel);
-    RuntimeBlock copy(bytes <= UINT32_MAX ? std::malloc(size_t(bytes)) : nullptr);
+    RuntimeBlock copy(bytes <= SIZE_MAX ? std::malloc(size_t(bytes)) : nullptr);
     if (copy)
         std::memcpy(copy.get(), pattern.pixels, size_t(bytes));
     return copy;
@@ -171,12 +171,12 @@ RuntimeBlock copy_pattern_pixels(const BUF32PATTERN &pattern, int bits_per_pixel
 
 void set_pattern(Record &record, const BUF32PATTERN &pattern, RuntimeBlock copy) {
     record.info.colour[0] = pattern.width | uint32_t(pattern.height) << 16;
-    record.info.colour[1] = uint32_t(reinterpret_cast<uintptr_t>(copy.release()));
+    record.info.colour[1] = reinterpret_cast<uintptr_t>(copy.release());
 }
 
 BUF32PATTERN pattern_of(const Record &record) {
     return {uint16_t(record.info.colour[0]), uint16_t(record.info.colour[0] >> 16),
-            reinterpret_cast<const void *>(uintptr_t(record.info.colour[1]))};
+            reinterpret_cast<const void *>(record.info.colour[1])};
 }
 
 void free_pattern_copy(Record &record) {
@@ -184,11 +184,11 @@ void free_pattern_copy(Record &record) {
     record.info.colour[1] = 0;
 }
 
-uint32_t pattern_block_bytes(const Record &record, int pattern_height) {
+size_t pattern_block_bytes(const Record &record, int pattern_height) {
     return std::max(record.info.cell_bytes, bytes_of_rows(pattern_height, record.row_bytes));
 }
 
-uint32_t pattern_block_bytes(const Record &record) {
+size_t pattern_block_bytes(const Record &record) {
     return pattern_block_bytes(record, pattern_of(record).height);
 }
 

@@ -25,8 +25,8 @@ void free_pattern_copy(Record &record);
 // --- pixels -------------------------------------------------------------------------------------
 
 // Bytes of a pattern buffer's block: the larger of a cell and the pattern's rows at full width.
-uint32_t pattern_block_bytes(const Record &record);
-uint32_t pattern_block_bytes(const Record &record, int pattern_height);
+size_t pattern_block_bytes(const Record &record);
+size_t pattern_block_bytes(const Record &record, int pattern_height);
 
 // Writes an area of the repeated pattern into rows of plain memory; bits of the rows around the
 // area stay as they are. The area may lie anywhere right of and below (0, 0). The pattern's pixels

@@ -33,12 +33,12 @@ struct SharingNode {
 struct Record {
     BUF32INFO info; // what buf32GetInfo copies out
 
-    uint32_t last_column_cell_bytes; // cell height x last-column row bytes
-    uint32_t last_row_cell_bytes;    // cell row bytes x last row height
-    uint32_t corner_cell_bytes;      // last-column row bytes x last row height
-    uint32_t cell_row_bytes;         // bytes of one row of a full cell
-    uint32_t last_column_row_bytes;  // bytes of one row of a last-column cell
-    uint32_t row_bytes;              // bytes of one image row
+    size_t last_column_cell_bytes;  // cell height x last-column row bytes
+    size_t last_row_cell_bytes;     // cell row bytes x last row height
+    size_t corner_cell_bytes;       // last-column row bytes x last row height
+    uint32_t cell_row_bytes;        // bytes of one row of a full cell
+    uint32_t last_column_row_bytes; // bytes of one row of a last-column cell
+    uint32_t row_bytes;             // bytes of one image row
 
     HANDLE mapping;           // of a swap file, else null
     std::byte *storage;       // memory or mapped view, else null
@@ -74,18 +74,21 @@ struct Record {
     const Record &owner() const { return is_duplicate() ? *sharing.source : *this; }
 };
 
-#if INTPTR_MAX == INT32_MAX
-static_assert(offsetof(Record, row_bytes) == 29 * 4);
-static_assert(offsetof(Record, storage) == 31 * 4);
-static_assert(offsetof(Record, file_name) == 32 * 4);
-static_assert(offsetof(Record, file) == 388);
-static_assert(offsetof(Record, record_entry) == 392);
-static_assert(offsetof(Record, previous) == 396);
-static_assert(offsetof(Record, operations) == 408);
-static_assert(offsetof(Record, first_sharer) == 472);
-static_assert(offsetof(Record, sharing) == 480);
-static_assert(offsetof(Record, cell_address) == 500);
-#endif
+// Of the 32-bit edition and of the 64-bit one.
+constexpr bool lies_at(size_t offset, size_t in_32_bits, size_t in_64_bits) {
+    return offset == (sizeof(void *) == 4 ? in_32_bits : in_64_bits);
+}
+static_assert(lies_at(offsetof(Record, last_column_cell_bytes), 24 * 4, 136));
+static_assert(lies_at(offsetof(Record, row_bytes), 29 * 4, 168));
+static_assert(lies_at(offsetof(Record, storage), 31 * 4, 184));
+static_assert(lies_at(offsetof(Record, file_name), 32 * 4, 192));
+static_assert(lies_at(offsetof(Record, file), 388, 456));
+static_assert(lies_at(offsetof(Record, record_entry), 392, 464));
+static_assert(lies_at(offsetof(Record, previous), 396, 472));
+static_assert(lies_at(offsetof(Record, operations), 408, 496));
+static_assert(lies_at(offsetof(Record, first_sharer), 472, 624));
+static_assert(lies_at(offsetof(Record, sharing), 480, 640));
+static_assert(lies_at(offsetof(Record, cell_address), 500, 680));
 
 inline Record *record_of(HBUF32 handle) {
     return reinterpret_cast<Record *>(handle);
@@ -112,11 +115,11 @@ constexpr uint32_t packed_bytes(int count, int bits_per_pixel) {
     return (uint32_t(count) * uint32_t(bits_per_pixel) + 7) / 8;
 }
 
-// rows x row_bytes; 0xFFFFFFFF when that needs more than 32 bits: no storage can hold it.
-inline constexpr uint32_t too_many_bytes = 0xFFFFFFFF;
-constexpr uint32_t bytes_of_rows(int rows, uint32_t row_bytes) {
+// rows x row_bytes; SIZE_MAX when that needs more bits than a size has: no storage can hold it.
+inline constexpr size_t too_many_bytes = SIZE_MAX;
+constexpr size_t bytes_of_rows(int rows, uint32_t row_bytes) {
     const uint64_t bytes = uint64_t(uint32_t(rows)) * row_bytes;
-    return bytes < too_many_bytes ? uint32_t(bytes) : too_many_bytes;
+    return bytes < too_many_bytes ? size_t(bytes) : too_many_bytes;
 }
 
 } // namespace q32::buffer

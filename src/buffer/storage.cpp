@@ -23,7 +23,7 @@ struct VirtualMemoryTraits {
 using VirtualMemory = Owner<VirtualMemoryTraits>;
 
 // What an ordinary buffer needs, or null.
-std::byte *reserve_and_commit(uint32_t reserved_bytes, uint32_t image_bytes) {
+std::byte *reserve_and_commit(size_t reserved_bytes, size_t image_bytes) {
     if (reserved_bytes == too_many_bytes)
         return nullptr;
     VirtualMemory memory(VirtualAlloc(nullptr, reserved_bytes, MEM_RESERVE, PAGE_READWRITE));
@@ -39,13 +39,14 @@ std::byte *reserve_and_commit(uint32_t reserved_bytes, uint32_t image_bytes) {
     return static_cast<std::byte *>(memory.release());
 }
 
-// The sum and the comparison are signed, which callers can see: a limit from 2 GB up admits
-// nothing, and a sum that reaches 2 GB counts as negative and is admitted by every limit.
-bool within_memory_limit(uint32_t reserved_bytes) {
+// The sum and the comparison are signed, which callers of the 32-bit edition can see: a limit from
+// 2 GB up admits nothing, and a sum that reaches 2 GB counts as negative and is admitted by every
+// limit.
+bool within_memory_limit(size_t reserved_bytes) {
     const MemoryState &state = memory_state;
-    const uint32_t limit =
+    const size_t limit =
         state.memory_limit == no_limit ? state.physical_memory : state.memory_limit;
-    return int32_t(reserved_bytes + state.memory_in_use) < int32_t(limit);
+    return ptrdiff_t(reserved_bytes + state.memory_in_use) < ptrdiff_t(limit);
 }
 
 bool may_use_memory(const BUF32INFO &info, Storage kind) {
@@ -77,7 +78,7 @@ bool allocate_storage(Record &record) {
     return create_swap_file(record);
 }
 
-void release_storage(Record &record, uint32_t memory_bytes) {
+void release_storage(Record &record, size_t memory_bytes) {
     if (record.is_file_backed())
         delete_swap_file(record);
     else if (record.storage != nullptr)
@@ -107,7 +108,7 @@ void forget_storage(Record &record) {
     record.record_entry = no_record_entry;
 }
 
-std::byte *allocate_block(uint32_t bytes) {
+std::byte *allocate_block(size_t bytes) {
     if (bytes == too_many_bytes)
         return nullptr;
     void *const block = VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
@@ -116,7 +117,7 @@ std::byte *allocate_block(uint32_t bytes) {
     return static_cast<std::byte *>(block);
 }
 
-void release_block(std::byte *block, uint32_t bytes) {
+void release_block(std::byte *block, size_t bytes) {
     VirtualFree(block, 0, MEM_RELEASE);
     memory_state.memory_in_use -= bytes;
 }

@@ -8,16 +8,16 @@
 namespace q32::buffer {
 
 // As a memory limit: the physical memory size. As a file limit: none.
-inline constexpr uint32_t no_limit = 0xFFFFFFFF;
+inline constexpr size_t no_limit = SIZE_MAX;
 
 // The settings that callers and the settings file change, and the counters.
 struct MemoryState {
-    uint32_t memory_switch, memory_limit;
-    uint32_t file_switch, file_limit;
-    uint32_t physical_memory;
+    uint32_t memory_switch, file_switch;
+    size_t memory_limit, file_limit;
+    size_t physical_memory;
     BUF32DIRECTORIES directories;
-    uint32_t memory_in_use; // bytes reserved in virtual memory
-    uint32_t mapped_bytes;  // bytes of mapped swap files
+    size_t memory_in_use; // bytes reserved in virtual memory
+    size_t mapped_bytes;  // bytes of mapped swap files
 };
 extern MemoryState memory_state;
 
@@ -32,7 +32,7 @@ bool allocate_storage(Record &record);
 
 // Releases a buffer's memory or swap file, whichever it has, and takes it off the counters. Memory
 // counts as memory_bytes, or what the row of its type says: the reserved bytes, or a block's.
-void release_storage(Record &record, uint32_t memory_bytes);
+void release_storage(Record &record, size_t memory_bytes);
 void release_storage(Record &record);
 
 // Storage and what describes it (rows and bytes reserved) go to a buffer of the same size that has
@@ -44,8 +44,8 @@ void forget_storage(Record &record);
 
 // A block of memory for a one-colour or pattern buffer, reserved and committed at once and added
 // to the memory in use. Null when there is none.
-std::byte *allocate_block(uint32_t bytes);
-void release_block(std::byte *block, uint32_t bytes);
+std::byte *allocate_block(size_t bytes);
+void release_block(std::byte *block, size_t bytes);
 
 // --- swap files, one per file-backed buffer: swap_file.cpp ---------------------------------------
 

@@ -52,13 +52,13 @@ double free_bytes(const VolumeRoot &root) {
     return double(free_clusters) * bytes_per_sector * sectors_per_cluster;
 }
 
-bool can_hold(const char *directory, uint32_t bytes) {
+bool can_hold(const char *directory, size_t bytes) {
     const VolumeRoot root(directory);
-    return is_uncompressed(root) && bytes + spare_bytes <= free_bytes(root);
+    return is_uncompressed(root) && double(bytes) + spare_bytes <= free_bytes(root);
 }
 
 // The first directory in use that can hold a swap file of so many bytes, or null.
-const char *choose_directory(uint32_t bytes) {
+const char *choose_directory(size_t bytes) {
     const BUF32DIRECTORIES &directories = memory_state.directories;
     if (bytes == too_many_bytes)
         return nullptr;
@@ -70,13 +70,19 @@ const char *choose_directory(uint32_t bytes) {
     return nullptr;
 }
 
-bool create_sized_file(const char *path, uint32_t bytes) {
+// The distance is signed and as wide as an address: in 32 bits 2 GB and more, which no view could
+// show in one piece, end here before the disk is filled.
+bool seek(HANDLE file, size_t bytes) {
+    LARGE_INTEGER place;
+    place.QuadPart = ptrdiff_t(bytes);
+    const DWORD low = place.LowPart;
+    return SetFilePointer(file, LONG(low), &place.HighPart, FILE_BEGIN) == low &&
+           place.HighPart == LONG(int64_t(ptrdiff_t(bytes)) >> 32);
+}
+
+bool create_sized_file(const char *path, size_t bytes) {
     const File file = open_file(path, CREATE_ALWAYS);
-    if (!file)
-        return false;
-    // The distance is signed: 2 GB and more, which no view could show in one piece, end here before
-    // the disk is filled.
-    if (SetFilePointer(file.get(), LONG(bytes), nullptr, FILE_BEGIN) != bytes)
+    if (!file || !seek(file.get(), bytes))
         return false;
     DWORD written = 0;
     return WriteFile(file.get(), path, tail_bytes, &written, nullptr) && written == tail_bytes;
@@ -87,11 +93,11 @@ struct MappedFile {
     Mapping mapping;
     View view;
 
-    bool open(const char *path, uint32_t bytes) {
+    bool open(const char *path, size_t bytes) {
         file = open_file(path, OPEN_ALWAYS);
         if (file)
-            mapping.reset(
-                CreateFileMappingA(file.get(), nullptr, PAGE_READWRITE, 0, bytes, nullptr));
+            mapping.reset(CreateFileMappingA(file.get(), nullptr, PAGE_READWRITE,
+                                             DWORD(uint64_t(bytes) >> 32), DWORD(bytes), nullptr));
         if (mapping)
             view.reset(MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, 0));
         return bool(view);
@@ -101,7 +107,7 @@ struct MappedFile {
 } // namespace
 
 bool create_swap_file(Record &record) {
-    const uint32_t bytes = record.info.reserved_bytes;
+    const size_t bytes = record.info.reserved_bytes;
     const char *const directory =
         within_file_limit(record.info) ? choose_directory(bytes) : nullptr;
     if (directory == nullptr)

@@ -6,6 +6,7 @@
 #include "buffer/failures.h"
 #include "buffer/pixels.h"
 #include "buffer/sharing.h"
+#include "library/process/address_space.h"
 
 #include <cstring>
 
@@ -92,10 +93,10 @@ private:
 
     // For so many rows, the last of them as far as so many pixels; at least one of each.
     bool has_room_for(int64_t pixels, int64_t rows) const {
-        if (rows > 1 && row_bytes_ > UINTPTR_MAX)
-            return false;
-        const uint64_t bytes = uint64_t(rows - 1) * row_bytes_ + bytes_of(pixels);
-        return bytes <= UINTPTR_MAX - reinterpret_cast<uintptr_t>(memory_);
+        uint64_t rows_before, bytes;
+        return !__builtin_mul_overflow(uint64_t(rows - 1), row_bytes_, &rows_before) &&
+               !__builtin_add_overflow(rows_before, bytes_of(pixels), &bytes) &&
+               bytes <= room_behind(memory_);
     }
 
     int x_, y_;

@@ -67,7 +67,7 @@ struct BufferType {
     bool is_read_without_lock = false;
 
     // What record.storage, block or not, counts as in the memory in use.
-    uint32_t (*memory_bytes)(const Record &record) = [](const Record &record) {
+    size_t (*memory_bytes)(const Record &record) = [](const Record &record) {
         return record.info.reserved_bytes;
     };
 

@@ -1,6 +1,7 @@
 // The exports that merge out of and into buffers: check, clip, lock, and merge the pieces that lie
 // inside one cell of each buffer involved.
 #include "geometry/system_rect.h"
+#include "library/process/address_space.h"
 #include "library/process/bytes.h"
 #include "merge/cell_walk.h"
 #include "merge/layers.h"
@@ -126,10 +127,9 @@ bool merge_into_buffer(const Job &job, HBUF32 destination, const Placement &plac
 // Whether the address space has room for an image as far as an area's last pixel. Where it has not,
 // the image cannot be the caller's, and nothing is touched.
 bool has_room(const uint8_t *image, const Format &format, const Area &area) {
-    const uintptr_t room = UINTPTR_MAX - reinterpret_cast<uintptr_t>(image);
     const uint64_t pixels =
         uint64_t(unsigned(area.bottom - 1)) * unsigned(format.width) + unsigned(area.right);
-    return pixels <= room / unsigned(std::max(format.bytes_per_pixel, 1));
+    return pixels <= room_behind(image) / unsigned(std::max(format.bytes_per_pixel, 1));
 }
 
 // All cells of the placed rectangle are visited, those beyond the image too.

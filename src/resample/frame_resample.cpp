@@ -1,6 +1,7 @@
 // Frames of plain memory: what a call asks for and whether it can be done, the tables it goes by,
 // its rows, and the exports. 5-5-5 rows are widened when they are read, not before: frames are
 // streamed, and copies of whole frames would cost more than the resampling.
+#include "library/process/address_space.h"
 #include "resample/position_tables.h"
 #include "resample/wide_rows.h"
 
@@ -26,7 +27,7 @@ std::uint64_t padded_row_bytes(Size size, int pixel_bytes) {
 }
 
 bool fits_into_memory(Size size, int pixel_bytes) {
-    return padded_row_bytes(size, pixel_bytes) * unsigned(size.height) <= MAXSIZE_T;
+    return padded_row_bytes(size, pixel_bytes) * unsigned(size.height) <= last_address;
 }
 
 // What a call asks for.
