@@ -22,13 +22,14 @@ LibraryReport last_report() {
             info.text[0] != '\0' ? info.text : text};
 }
 
-Failure library_failure(const std::string &subject, const std::string &doing) {
+Failure library_failure(const std::string &subject, const std::string &doing,
+                        const std::string &remedy) {
     LibraryReport report = last_report();
     if (report.message == 0)
-        return {subject, doing + ": the library gives no reason"};
+        return {subject, doing + ": the library gives no reason", remedy};
     while (report.text.ends_with('.'))
         report.text.pop_back();
-    return {subject, doing + ": " + report.text + " " + report.numbers()};
+    return {subject, doing + ": " + report.text + " " + report.numbers(), remedy};
 }
 
 } // namespace apps

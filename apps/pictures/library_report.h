@@ -22,6 +22,7 @@ LibraryReport last_report();
 
 // The failure of a library function: "doing: what the library says (its numbers)". Without a report
 // it says so.
-Failure library_failure(const std::string &subject, const std::string &doing);
+Failure library_failure(const std::string &subject, const std::string &doing,
+                        const std::string &remedy = {});
 
 } // namespace apps

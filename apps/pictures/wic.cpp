@@ -3,6 +3,7 @@
 
 #include "wic.h"
 
+#include "edition.h"
 #include "exceptions.h"
 #include "text.h"
 
@@ -75,7 +76,8 @@ IWICImagingFactory *wic_factory() {
 
 void check_wic(HRESULT result, const std::string &subject, const std::string &doing) {
     if (FAILED(result))
-        throw Failure(subject, doing + ": " + wic_text(result));
+        throw Failure(subject, doing + ": " + wic_text(result),
+                      result == E_OUTOFMEMORY ? room_remedy : "");
 }
 
 std::string system_words(DWORD error) {

@@ -2,6 +2,7 @@
 // want red first.
 #include "frames.h"
 
+#include "apps/pictures/edition.h"
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/picture_reader.h"
 #include "interrupt.h"
@@ -43,7 +44,8 @@ std::vector<uint8_t> memory_for(Size size, uint64_t bytes) {
         // as if it were too much for any memory
     }
     throw Failure(size_in_words(size), "there is not enough memory for frames so large",
-                  "choose a smaller size");
+                  is_64_bit ? "choose a smaller size"
+                            : "use the 64-bit edition or choose a smaller size");
 }
 
 // Converts a row of 24 bits, blue first, into a row of the frame. Overwrites the 24 bits.

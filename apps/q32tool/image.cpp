@@ -1,6 +1,7 @@
 // Buffers: making them, with the reasons why one cannot be made, and freeing them.
 #include "image.h"
 
+#include "apps/pictures/edition.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
 #include "storage_options.h"
@@ -35,7 +36,8 @@ Failure allocation_failure(const std::string &named, Size size, uint64_t bytes) 
                     std::string(other_directory) + " " + report.numbers()};
         if (report.point == swap_file_failed)
             return {named, "a swap file of " + readable_size(bytes) + " cannot be made or mapped",
-                    "name another --swap-dir or use a smaller picture " + report.numbers()};
+                    std::string("name another --swap-dir, or ") + room_remedy + " " +
+                        report.numbers()};
     }
     return library_failure(named, "no buffer for the picture");
 }
@@ -73,7 +75,7 @@ Image::TimedBuffer Image::made(PixelFormat format, Size size, const std::string 
         (static_cast<uint64_t>(size.width) * static_cast<uint64_t>(bits_of(format)) + 7) / 8 *
         static_cast<uint64_t>(size.height);
     const uint64_t free_before = free_swap_bytes();
-    const uint32_t mapped_before = memory_use().mapped;
+    const size_t mapped_before = memory_use().mapped;
     HBUF32 handle = 0;
     {
         const Timed timed(Part::library);

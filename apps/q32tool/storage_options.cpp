@@ -1,6 +1,7 @@
 // Memory limits and swap directories, by buf32VMData.
 #include "storage_options.h"
 
+#include "apps/pictures/edition.h"
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/files.h"
 #include "apps/pictures/numbers.h"
@@ -18,16 +19,20 @@ namespace apps::q32tool {
 namespace {
 
 // The library compares signed numbers: a limit from here up would admit nothing.
-constexpr uint64_t memory_limit_end = 0x80000000u;
+constexpr uint64_t memory_limit_end = uint64_t{PTRDIFF_MAX} + 1;
 
-std::optional<uint32_t> parse_memory_limit(std::string_view text) {
+constexpr const char *memory_limit_in_words = is_64_bit
+                                                  ? "bytes, such as 500000, 800K, 64M or 12G"
+                                                  : "bytes below 2G, such as 500000, 800K or 64M";
+
+std::optional<size_t> parse_memory_limit(std::string_view text) {
     const auto bytes = parse_bytes(text);
-    return bytes && *bytes < memory_limit_end ? std::optional(static_cast<uint32_t>(*bytes))
+    return bytes && *bytes < memory_limit_end ? std::optional(static_cast<size_t>(*bytes))
                                               : std::nullopt;
 }
 
-void set_memory_limit(std::optional<uint32_t> limit) {
-    uint32_t bytes = limit.value_or(UINT32_MAX);
+void set_memory_limit(std::optional<size_t> limit) {
+    size_t bytes = limit.value_or(BUF32_NO_LIMIT);
     uint32_t enabled = limit.has_value();
     buf32VMData(1, &bytes, nullptr, nullptr, &enabled, nullptr);
 }
@@ -91,8 +96,8 @@ uint32_t apply_storage_options(const Arguments &arguments) {
         if (kind == "memory")
             throw UsageError("--storage memory has no limit; leave out one of --storage and "
                              "--memory-limit");
-        set_memory_limit(arguments.parsed("--memory-limit", parse_memory_limit,
-                                          "bytes below 2G, such as 500000, 800K or 64M"));
+        set_memory_limit(
+            arguments.parsed("--memory-limit", parse_memory_limit, memory_limit_in_words));
     } else if (kind == "memory") {
         set_memory_limit(std::nullopt);
     }

@@ -24,8 +24,8 @@ uint32_t apply_storage_options(const Arguments &arguments);
 uint64_t free_swap_bytes();
 
 struct MemoryUse {
-    uint32_t memory; // bytes of virtual memory that buffers have reserved
-    uint32_t mapped; // bytes of swap files that are mapped
+    size_t memory; // bytes of virtual memory that buffers have reserved
+    size_t mapped; // bytes of swap files that are mapped
 };
 MemoryUse memory_use();
 

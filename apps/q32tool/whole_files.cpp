@@ -9,7 +9,7 @@
 #include "interrupt.h"
 
 #include <algorithm>
-#include <climits>
+#include <cstdint>
 #include <new>
 
 namespace apps::q32tool {
@@ -51,7 +51,7 @@ std::vector<uint8_t> read_file(const std::string &path) {
     LARGE_INTEGER size = {};
     if (!file || !GetFileSizeEx(file.get(), &size))
         throw Failure(path, "the file cannot be read: " + system_words(GetLastError()));
-    if (size.QuadPart > INT_MAX)
+    if (size.QuadPart > PTRDIFF_MAX)
         throw Failure(path, "the file is too large", "files of less than 2 GB are read");
     std::vector<uint8_t> bytes = room_for(path, static_cast<uint64_t>(size.QuadPart));
     for (size_t done = 0; done < bytes.size();) {

@@ -1,9 +1,11 @@
 // Rows on their way from a file into a buffer.
 #include "picture.h"
 
+#include "apps/pictures/edition.h"
 #include "apps/pictures/files.h"
 #include "apps/pictures/picture_reader.h"
 
+#include <q32base/errors.h>
 #include <q32base/rows.h>
 
 #include <algorithm>
@@ -17,7 +19,8 @@ constexpr size_t band_bytes = 1 << 20;
 Buffer buffer_of(Size size, const std::string &named) {
     HBUF32 handle = 0;
     if (!buf32Alloc(&handle, 24, size.width, size.height, BUF32_TILED, nullptr))
-        throw library_failure(named, "no buffer for the picture");
+        throw library_failure(named, "no buffer for the picture",
+                              last_report().message == Q32_MSG_NO_MEMORY ? room_remedy : "");
     return Buffer(handle);
 }
 
