@@ -2,10 +2,10 @@
 # What the project needs from Debian, by purpose. Read by scripts/setup.sh; a list of names, nothing else.
 # shellcheck disable=SC2034  # read by name
 
-# Building and testing: cross compiler, Wine and a display to run what it makes, a compiler for this
+# Building and testing: cross compilers, Wine and a display to run what they make, a compiler for this
 # machine, the test framework's source, and what the tests of the installed package use.
-packages_build=(g++-mingw-w64-i686-posix g++ cmake ninja-build googletest python3 pkg-config
-    wine wine32:i386 xvfb xauth)
+packages_build=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix g++ cmake ninja-build googletest
+    python3 pkg-config wine wine32:i386 wine64 xvfb xauth)
 
 # The demo: a photograph in the public domain, and small tools that put pictures side by side.
 packages_demo=(palapeli-data netpbm)
