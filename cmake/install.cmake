@@ -20,11 +20,28 @@ install(
   EXPORT q32base-targets
   NAMESPACE q32base::
   DESTINATION "${q32base_cmake_dir}")
+
+# Packages of the two editions know each other by their names.
+math(EXPR q32base_bits "8 * ${CMAKE_SIZEOF_VOID_P}")
+if(q32base_bits EQUAL 32)
+  set(q32base_other_edition q32base-${PROJECT_VERSION}-win64)
+  set(q32base_is_other_kind "defined(_WIN64)")
+  set(q32base_pc_search [[-L${libdir} -L${otherlibdir}]])
+else()
+  set(q32base_other_edition q32base-${PROJECT_VERSION}-win32)
+  set(q32base_is_other_kind "!defined(_WIN64)")
+  set(q32base_pc_search [[-L${otherlibdir} -L${libdir}]])
+endif()
+configure_file(cmake/q32base-edition.h.in "${PROJECT_BINARY_DIR}/q32base-edition.h" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/q32base-edition.h" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/q32base")
+file(RELATIVE_PATH q32base_way_to_prefix "/${q32base_cmake_dir}" "/")
 configure_package_config_file(cmake/q32base-config.cmake.in "${PROJECT_BINARY_DIR}/q32base-config.cmake"
                               INSTALL_DESTINATION "${q32base_cmake_dir}")
-write_basic_package_version_file("${PROJECT_BINARY_DIR}/q32base-config-version.cmake"
-                                 COMPATIBILITY SameMajorVersion)
-install(FILES "${PROJECT_BINARY_DIR}/q32base-config.cmake" "${PROJECT_BINARY_DIR}/q32base-config-version.cmake"
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/q32base-config-number.cmake"
+                                 COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
+configure_file(cmake/q32base-config-version.cmake.in "${PROJECT_BINARY_DIR}/q32base-config-version.cmake" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/q32base-config.cmake" "${PROJECT_BINARY_DIR}/q32base-config-number.cmake"
+              "${PROJECT_BINARY_DIR}/q32base-config-version.cmake"
         DESTINATION "${q32base_cmake_dir}")
 
 # The way from the .pc file back to the prefix, so that an installed tree can be moved.

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Checks a DLL that ships as the file it is: check_dll.py DLL DEF COUNT BASE IMPORT[,IMPORT...] HEADER...
+"""Checks a DLL that ships as the file it is: check_dll.py BITS DLL DEF COUNT BASE IMPORT[,IMPORT...] HEADER...
 
 The exports are exactly those of the .def file, undecorated, exactly those that the public headers
 declare, and COUNT of them; nothing is imported from any DLL but the named ones; the file says what
-it is.
+it is. One of 64 bits may be loaded at any address, one of 32 bits lies at its own.
 """
 
 import pathlib
@@ -25,7 +25,7 @@ def declared_exports(header):
     return re.findall(r"^\w+_API\b[^;()]*?\b(\w+)\s*\(", code, flags=re.MULTILINE)
 
 
-def main(dll_path, def_path, count, image_base, allowed_imports, *header_paths):
+def main(bits, dll_path, def_path, count, image_base, allowed_imports, *header_paths):
     dll = pe_file.PeFile(dll_path)
     problems = []
 
@@ -40,7 +40,10 @@ def main(dll_path, def_path, count, image_base, allowed_imports, *header_paths):
             problems.append(f"{what}: {name} is too many")
         expect(len(found) == len(set(found)), f"{what}: a name is there twice")
 
-    expect(dll.machine == pe_file.MACHINE_I386, f"machine is {dll.machine:#x}, not i386")
+    machine = pe_file.MACHINE_I386 if bits == "32" else pe_file.MACHINE_X86_64
+    expect(dll.machine == machine, f"machine is {dll.machine:#x}, not {machine:#x}")
+    anywhere = pe_file.DYNAMIC_BASE | pe_file.HIGH_ENTROPY
+    expect(bits == "32" or dll.dll_characteristics & anywhere == anywhere, "is not loaded anywhere")
     expect(dll.characteristics & pe_file.DLL, "is not marked as a DLL")
     expect(dll.time_stamp == 0, f"has a time stamp: {dll.time_stamp}")
     expect(dll.export_time_stamp() == 0, f"its exports have a time stamp: {dll.export_time_stamp()}")

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Builds the DLLs once more, from a copy of the source elsewhere: check_reproducible.py SOURCE BUILD WORK
+"""Builds the DLLs once more, from a copy of the source elsewhere: check_reproducible.py PRESET SOURCE BUILD WORK
 
 Both builds must give the same bytes.
 """
@@ -13,7 +13,7 @@ DLLS = ["Q32BASE.DLL", "q32comm.dll"]
 NOT_SOURCE = {"build", ".git", ".cache"}  # in the root
 
 
-def main(source, build, work):
+def main(preset, source, build, work):
     source, build, work = map(pathlib.Path, (source, build, work))
     shutil.rmtree(work, ignore_errors=True)
     copy = work / "a folder of another name"
@@ -22,7 +22,7 @@ def main(source, build, work):
         copy,
         ignore=lambda folder, names: NOT_SOURCE & set(names) if folder == str(source) else (),
     )
-    configure = ["cmake", "--preset", "win32", "-S", copy, "-B", work / "build"]
+    configure = ["cmake", "--preset", preset, "-S", copy, "-B", work / "build"]
     compile_all = ["cmake", "--build", work / "build", "--target", "q32base", "q32comm"]
     for command in (configure, compile_all):
         result = subprocess.run(

@@ -1,4 +1,4 @@
-"""Reads what the tests ask about a 32-bit Windows program file: headers, exports, imports, resources.
+"""Reads what the tests ask about a Windows program file, of 32 or 64 bits: headers, exports, imports, resources.
 
 Knows the file format only; what a file must look like is said by its callers.
 """
@@ -6,8 +6,9 @@ Knows the file format only; what a file must look like is said by its callers.
 import struct
 
 DLL = 0x2000  # characteristics
-MACHINE_I386 = 0x014C
-MAGIC_PE32 = 0x010B
+MACHINE_I386, MACHINE_X86_64 = 0x014C, 0x8664
+MAGIC_PE32, MAGIC_PE32_PLUS = 0x010B, 0x020B
+HIGH_ENTROPY, DYNAMIC_BASE = 0x0020, 0x0040  # characteristics of a DLL
 EXPORTS, IMPORTS, RESOURCES = 0, 1, 2  # data directories
 RESOURCE_VERSION = 16
 
@@ -25,11 +26,15 @@ class PeFile:
         )
         optional = coff + 20
         (self.magic,) = self._unpack("<H", optional)
-        if self.magic != MAGIC_PE32:
-            raise ValueError(f"{path} is not a 32-bit program file")
-        (self.image_base,) = self._unpack("<I", optional + 28)
-        (directories,) = self._unpack("<I", optional + 92)
-        self._directories = [self._unpack("<II", optional + 96 + 8 * i) for i in range(directories)]
+        if self.magic not in (MAGIC_PE32, MAGIC_PE32_PLUS):
+            raise ValueError(f"{path} is of a kind that is not known")
+        self._word = "<I" if self.magic == MAGIC_PE32 else "<Q"
+        base, count = (28, 92) if self.magic == MAGIC_PE32 else (24, 108)
+        (self.image_base,) = self._unpack(self._word, optional + base)
+        (self.dll_characteristics,) = self._unpack("<H", optional + 70)
+        (directories,) = self._unpack("<I", optional + count)
+        first = optional + count + 4
+        self._directories = [self._unpack("<II", first + 8 * i) for i in range(directories)]
         table = optional + optional_size
         self._sections = [self._unpack("<IIII", table + 40 * i + 8) for i in range(sections)]
 
@@ -62,10 +67,11 @@ class PeFile:
                 break
             names = result.setdefault(self._text(name).lower(), [])
             entry = self._offset(lookup or table)
-            while (value := self._unpack("<I", entry)[0]) != 0:
-                by_ordinal = value >> 31
+            bytes_of_entry = struct.calcsize(self._word)
+            while (value := self._unpack(self._word, entry)[0]) != 0:
+                by_ordinal = value >> (8 * bytes_of_entry - 1)
                 names.append(f"#{value & 0xFFFF}" if by_ordinal else self._text(value + 2))
-                entry += 4
+                entry += bytes_of_entry
             offset += 20
         return result
 
