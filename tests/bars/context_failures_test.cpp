@@ -1,6 +1,7 @@
 // Bars on device contexts of which something fails: the work row by its number, the rest in
 // silence. A row that is lost leaves the run open, as its caller would find it.
 #include "tests/bars/context_fixture.h"
+#include "tests/frame/small_memory.h"
 
 #include <optional>
 #include <vector>
@@ -65,6 +66,7 @@ TEST_F(BarsOnContextsFailures, NoWorkRow) {
 
 // Sides as long as coordinates can say, and longer than 32 bits.
 TEST_F(BarsOnContextsFailures, WorkRowsBeyondTheAddressSpace) {
+    const frame::SmallMemory small;
     Canvas canvas(30, 20);
     const Census before = Census::now();
     for (const RECT &rectangle :

@@ -25,7 +25,7 @@ protected:
     private:
         Census before_ = Census::now();
         int live_ = api().buf32CountBuf(nullptr);
-        uint32_t memory_ = memory_in_use(), mapped_ = mapped_bytes();
+        size_t memory_ = memory_in_use(), mapped_ = mapped_bytes();
     };
 };
 
@@ -114,7 +114,7 @@ TEST_F(BarFailures, UnsuitableDepths) {
                 SCOPED_TRACE(text_of(bar) + ", " + std::to_string(bits) + " bits, " +
                              name_of(sort));
                 const Side given(sort, bits, 150, 3, random);
-                const uint32_t type = word(given, field_type);
+                const auto type = word(given, field_type);
                 const Surroundings surroundings;
                 HBUF32 handle = given;
                 EXPECT_REPORTS(bar.into(api(), &handle, 150, 3), bar.wrong_pixels());

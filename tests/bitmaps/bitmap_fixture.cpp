@@ -148,8 +148,8 @@ Bytes Bitmap::bytes() const {
     return bytes;
 }
 
-uint32_t Bitmap::address() const {
-    const auto address = uint32_t(uintptr_t(GlobalLock(handle_)));
+uintptr_t Bitmap::address() const {
+    const auto address = uintptr_t(GlobalLock(handle_));
     GlobalUnlock(handle_);
     return address;
 }

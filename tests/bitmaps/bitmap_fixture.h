@@ -91,7 +91,7 @@ public:
     operator HGLOBAL() const { return handle_; }
 
     Bytes bytes() const;
-    uint32_t address() const;
+    uintptr_t address() const;
     uint32_t locks() const { return GlobalFlags(handle_) & GMEM_LOCKCOUNT; }
     // The library has freed it.
     void gone() { handle_ = nullptr; }

@@ -1,6 +1,7 @@
 // Every call of the system that bitmaps need fails in turn: nothing is left, nothing is half done,
 // and the reports are the stated ones.
 #include "tests/bitmaps/bitmap_fixture.h"
+#include "tests/frame/small_memory.h"
 
 #include <functional>
 
@@ -346,6 +347,7 @@ TEST_F(Copying, ForTheSharersOfADestination) {
 
 // A private copy so large that no memory can hold it: the table that its depth asks for.
 TEST_F(Copying, OfADepthThatNoTableFits) {
+    const frame::SmallMemory small;
     const Header header{{29, 5, 3}}; // 2 ^ 29 entries of 4 bytes
     Bitmap bitmap(some_block(header));
     Opened source(bitmap);

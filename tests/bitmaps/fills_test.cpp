@@ -1,6 +1,7 @@
 // Filling bitmaps with one colour and with patterns: they stay bitmaps, and one colour is not quite
 // one colour.
 #include "tests/bitmaps/bitmap_fixture.h"
+#include "tests/frame/edition.h"
 
 namespace q32::test {
 namespace {
@@ -80,15 +81,17 @@ TEST_F(BitmapFills, OneColourKeepsTheOtherBytesOfTheField) {
         const Shape shape{bits, 5, 3};
         SCOPED_TRACE(shape.text());
         Canvas canvas(shape, random);
-        set_word(canvas.buffer, field_colour, 0x44332211);
-        set_word(canvas.buffer, field_external_data, 0x88776655);
+        const uintptr_t words[2] = {frame::by_edition(0x44332211u, 0x8877665544332211u),
+                                    frame::by_edition(0x88776655u, 0xCCCCCCCCCCCCCCCCu)};
+        set_word(canvas.buffer, field_colour, words[0]);
+        set_word(canvas.buffer, field_external_data, words[1]);
         const uint8_t colour[8] = {0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0xA8};
         const uint8_t field[8] = {0xA1, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
         const Bytes expected = filled(canvas.now(), shape, field);
         EXPECT_SUCCESS(api().buf32FillOneColor(canvas.buffer, colour));
         EXPECT_EQ(canvas.now(), expected);
-        EXPECT_EQ(word(canvas.buffer, field_colour), 0x443322A1u);
-        EXPECT_EQ(word(canvas.buffer, field_external_data), 0x88776655u);
+        EXPECT_EQ(word(canvas.buffer, field_colour), words[0] - 0x11 + 0xA1);
+        EXPECT_EQ(word(canvas.buffer, field_external_data), words[1]);
     }
 }
 

@@ -8,21 +8,21 @@ namespace {
 class BitmapOpening : public BitmapTest {};
 
 // Where the pixels lie, by their address.
-uint32_t storage_of_buffer(HBUF32 buffer) {
+uintptr_t storage_of_buffer(HBUF32 buffer) {
     return word(buffer, field_storage);
 }
 
 // Every field of a record over these pixels, but its place in the list and its operations.
 void expect_record(HBUF32 buffer, const Shape &shape, HGLOBAL data_handle, uint32_t format_depth,
-                   uint32_t access_mode, uint32_t storage) {
+                   uint32_t access_mode, uintptr_t storage) {
     const auto row = uint32_t(shape.row_bytes()), image = uint32_t(shape.packed_bytes());
     const auto width = uint32_t(shape.width), height = uint32_t(shape.height);
     const struct {
         Field field;
-        uint32_t value;
+        uintptr_t value;
     } fields[] = {
         {field_type, 8},
-        {field_data_handle, uint32_t(uintptr_t(data_handle))},
+        {field_data_handle, uintptr_t(data_handle)},
         {field_bits_per_pixel, uint32_t(shape.bits)},
         {field_bytes_per_pixel, uint32_t(shape.bits / 8)},
         {field_width, width},
@@ -100,8 +100,7 @@ TEST_F(BitmapOpening, FillsTheRecordOfABareBlock) {
             Bytes pixels = random_bytes(random, shape.bitmap_bytes());
             Opened buffer(shape, pixels.data());
             ASSERT_TRUE(buffer);
-            expect_record(buffer, shape, nullptr, uint32_t(bits), 0,
-                          uint32_t(uintptr_t(pixels.data())));
+            expect_record(buffer, shape, nullptr, uint32_t(bits), 0, uintptr_t(pixels.data()));
             EXPECT_EQ(memory_in_use(), 0u);
             EXPECT_EQ(mapped_bytes(), 0u);
         }
@@ -289,7 +288,7 @@ TEST_F(BitmapOpening, TakesFixedBlocksToo) {
             Bitmap bitmap(block, flags);
             Opened buffer(bitmap);
             ASSERT_TRUE(buffer);
-            EXPECT_EQ(word(buffer, field_data_handle), uint32_t(uintptr_t(HGLOBAL(bitmap))));
+            EXPECT_EQ(word(buffer, field_data_handle), uintptr_t(HGLOBAL(bitmap)));
             EXPECT_EQ(pixels_of(buffer), packed_pixels(pixels, header.shape));
             EXPECT_EQ(buffer.close(), HGLOBAL(bitmap));
             const Bytes closed = bitmap.bytes();

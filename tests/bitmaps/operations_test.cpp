@@ -71,10 +71,17 @@ TEST_F(BitmapOperations, HaveOneCell) {
         BUF32CELL cell;
         EXPECT_SUCCESS(api().buf32CellLock(buffer, 0, &address, &cell));
         EXPECT_EQ(address, buffer.storage());
-        const BUF32CELL expected{
-            0,    0, 0, 300, 200, bits, bits / 8, int(shape.row_bytes()), int(shape.packed_bytes()),
-            60000};
-        EXPECT_EQ(std::memcmp(&cell, &expected, sizeof cell), 0);
+        const BUF32CELL expected{0,
+                                 0,
+                                 0,
+                                 300,
+                                 200,
+                                 bits,
+                                 bits / 8,
+                                 int(shape.row_bytes()),
+                                 size_t(shape.packed_bytes()),
+                                 60000};
+        EXPECT_TRUE(same_cell(cell, expected));
         EXPECT_SUCCESS(api().buf32CellUnlock(buffer, 0));
         // A row of the table is no cell.
         for (int index : {-1, 1, 2, 199, 200, INT_MAX, INT_MIN}) {
@@ -194,7 +201,7 @@ TEST_F(BitmapOperations, AddressesOfPixels) {
 TEST_F(BitmapOperations, AddressesWithoutStorage) {
     Bytes pixels(100);
     Opened buffer(Shape{8, 10, 8}, pixels.data());
-    const uint32_t address = cell_address_word(buffer, 0), storage = word(buffer, field_storage);
+    const uintptr_t address = cell_address_word(buffer, 0), storage = word(buffer, field_storage);
     set_word(buffer, field_cell_address, 0);
     set_word(buffer, field_storage, 0);
     EXPECT_FAILURE(api().buf32PointAddr(buffer, 0, 0), 3200, 1, 4, 184);
@@ -375,7 +382,7 @@ TEST_F(BitmapOperations, MemoryForRowsAndCells) {
     Fenced buffer({24, 9, 4}, random);
     for (const auto &[kind, bytes] : {std::pair{1, 108u}, {2, 27u}}) {
         void *block = nullptr;
-        uint32_t unit = 0;
+        size_t unit = 0;
         EXPECT_SUCCESS(api().buf32GetMemSpace(buffer, kind, 3, 0, &block, &unit));
         EXPECT_EQ(unit, bytes);
         frame::forget_block(block);

@@ -1,6 +1,7 @@
 // The block that a duplicate of a bitmap gets when it parts from its source: where its pixels lie,
 // and what its owner can do with it.
 #include "tests/bitmaps/sharing_fixture.h"
+#include "tests/frame/small_memory.h"
 
 namespace q32::test {
 namespace {
@@ -45,7 +46,7 @@ TEST_F(BitmapSharing, PrivateCopiesFollowARuleOfTheirOwn) {
         EXPECT_EQ(locks_of(block), 1u);
         const auto *const memory = static_cast<const uint8_t *>(GlobalLock(block));
         GlobalUnlock(block);
-        EXPECT_EQ(word(duplicate, field_storage), uint32_t(uintptr_t(memory)) + expected.at);
+        EXPECT_EQ(word(duplicate, field_storage), uintptr_t(memory) + expected.at);
         for (int y = 0; y < 3; ++y)
             EXPECT_EQ(cell_address_word(duplicate, y),
                       word(duplicate, field_storage) +
@@ -115,8 +116,7 @@ TEST_F(BitmapSharing, PrivateCopiesOfABareBlockAreBitmapsToo) {
         EXPECT_EQ(info.biPlanes, 1);
         EXPECT_EQ(info.biCompression, rgb);
         const Header header{shape, info.biSize, rgb, info.biClrUsed};
-        EXPECT_EQ(word(duplicate, field_storage) - uint32_t(uintptr_t(memory)),
-                  header.own_pixels_at());
+        EXPECT_EQ(word(duplicate, field_storage) - uintptr_t(memory), header.own_pixels_at());
         const HGLOBAL given = duplicate.close();
         EXPECT_EQ(given, block);
         expect_bitmap(given, header, pixels);
@@ -126,6 +126,7 @@ TEST_F(BitmapSharing, PrivateCopiesOfABareBlockAreBitmapsToo) {
 
 // The copy is made of what the source holds, not of what its header says in the meantime.
 TEST_F(BitmapSharing, PrivateCopiesSurviveAHeaderThatHasChanged) {
+    const frame::SmallMemory small;
     for (uint32_t colours : {0u, 256u, 0xFFFFFFFFu, 0x40000000u, 0x3FFFFFFFu}) {
         for (uint32_t size : {40u, 0u, 12u, 36u, 0xFFFFFFFFu}) {
             SCOPED_TRACE(std::to_string(colours) + ", " + std::to_string(size));

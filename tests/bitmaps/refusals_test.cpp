@@ -1,6 +1,7 @@
 // What is no bitmap: every refusal with its report, the block unlocked and unchanged; headers that
 // lie about their size, and blocks that are cut off anywhere.
 #include "tests/bitmaps/bitmap_fixture.h"
+#include "tests/frame/edition.h"
 
 #include <climits>
 
@@ -223,7 +224,7 @@ TEST_F(BitmapRefusals, RandomHeaders) {
         HBUF32 handle = 0;
         if (api().buf32DIBBufAlloc(&handle, bitmap) == 1) {
             const Shape shape = shape_of(handle);
-            const uint64_t at = word(handle, field_storage) - uint32_t(uintptr_t(bitmap.data()));
+            const uint64_t at = word(handle, field_storage) - uintptr_t(bitmap.data());
             EXPECT_LE(at + shape.bitmap_bytes(false), block.size());
             HGLOBAL back = nullptr;
             EXPECT_SUCCESS(api().buf32DIBBufFree(handle, &back));
@@ -293,6 +294,13 @@ TEST_F(BitmapRefusals, ByTheSidesGivenToBuf32Alloc) {
 
 TEST_F(BitmapRefusals, BareBlocks) {
     Bytes pixels(1000, 0x77);
+    // Places with room for 4095 bytes, and for a byte less than their images take: in 32 bits any.
+    constexpr auto end = frame::by_edition(0xFFFFFFFFu, 0x7FFFFFFFFFFFu);
+    void *const last_page = reinterpret_cast<void *>(end - 4095);
+    void *const pixels_64 =
+        frame::is_64_bit ? reinterpret_cast<void *>(end - uintptr_t(8191999999)) : pixels.data();
+    void *const pixels_34 =
+        frame::is_64_bit ? reinterpret_cast<void *>(end - uintptr_t(4351999999)) : pixels.data();
     const struct {
         int bits, width, height;
         void *pixels;
@@ -316,10 +324,10 @@ TEST_F(BitmapRefusals, BareBlocks) {
         {24, 32001, 32001, pixels.data(), too_wide},
         {24, 5, 5, nullptr, {3200, 0, 4, 8}},
         // Rows that no address space holds, and such as reach beyond its end.
-        {64, 32000, 32000, pixels.data(), {3200, 0, 4, 8}},
-        {34, 32000, 32000, pixels.data(), {3200, 0, 4, 8}},
-        {8, 4097, 1, reinterpret_cast<void *>(0xFFFFF000), {3200, 0, 4, 8}},
-        {8, 1, 32000, reinterpret_cast<void *>(0xFFFFF000), {3200, 0, 4, 8}},
+        {64, 32000, 32000, pixels_64, {3200, 0, 4, 8}},
+        {34, 32000, 32000, pixels_34, {3200, 0, 4, 8}},
+        {8, 4097, 1, last_page, {3200, 0, 4, 8}},
+        {8, 1, 32000, last_page, {3200, 0, 4, 8}},
     };
     for (const auto &refused : calls) {
         SCOPED_TRACE(size_text(refused.bits, refused.width, refused.height));

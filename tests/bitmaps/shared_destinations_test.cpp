@@ -40,7 +40,7 @@ TEST_F(BitmapSharing, ExistingDestinationsAreWrittenInTheirOwnBlock) {
             for (bool write_source : {false, true}) {
                 SCOPED_TRACE(header.text() + ", " + write.name);
                 Source source(header, 1), other(header, 2), model(header, 1);
-                const uint32_t storage = word(other, field_storage);
+                const uintptr_t storage = word(other, field_storage);
                 HBUF32 handle = other;
                 EXPECT_SUCCESS(api().buf32DupBuf(source, &handle));
                 EXPECT_EQ(write.write(write_source ? source : other), 1);
@@ -81,7 +81,7 @@ TEST_F(BitmapSharing, ExistingDestinationsGetTheBytesWhenTheSourceGoes) {
                 EXPECT_EQ(source.close(), nullptr);
             else
                 source.free();
-            EXPECT_EQ(word(other, field_storage), uint32_t(uintptr_t(own.data())));
+            EXPECT_EQ(word(other, field_storage), uintptr_t(own.data()));
             EXPECT_EQ(bytes_at(own.data(), shape.packed_bytes()), pixels);
             expect_shares_nothing(other);
             expect_shares(third, other);

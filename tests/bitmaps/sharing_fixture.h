@@ -8,8 +8,8 @@ namespace q32::test {
 
 class BitmapSharing : public BitmapTest {};
 
-inline uint32_t node_of(HBUF32 buffer) {
-    return uint32_t(buffer) + field_offset(field_share_marker);
+inline uintptr_t node_of(HBUF32 buffer) {
+    return uintptr_t(buffer) + field_offset(field_share_marker);
 }
 
 inline uint32_t locks_of(HGLOBAL block) {

@@ -191,7 +191,7 @@ TEST_F(BitmapSharing, WritingTheSourceGivesTheFirstDuplicateABitmap) {
         for (const Write &write : writes) {
             SCOPED_TRACE(header.text() + ", " + write.name);
             Source source(header);
-            const uint32_t storage = word(source, field_storage);
+            const uintptr_t storage = word(source, field_storage);
             Opened first(duplicate_of(source)), second(duplicate_of(source)),
                 third(duplicate_of(source));
             EXPECT_EQ(write.write(source), 1);

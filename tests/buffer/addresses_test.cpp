@@ -12,20 +12,20 @@ constexpr uint8_t colour[8] = {1, 2, 3, 4, 5, 6, 7, 8};
 constexpr Failure null_handle{3200, 1, 4, 181}, no_address{3200, 1, 4, 182},
     no_block{3200, 1, 4, 183}, no_linear{3200, 1, 4, 184};
 
-uint32_t address_of(const void *pointer) {
-    return uint32_t(uintptr_t(pointer));
+uintptr_t address_of(const void *pointer) {
+    return uintptr_t(pointer);
 }
-uint32_t point(HBUF32 buffer, int x, int y) {
+uintptr_t point(HBUF32 buffer, int x, int y) {
     return address_of(api().buf32PointAddr(buffer, x, y));
 }
-uint32_t entry_point(HBUF32 buffer, int x, int y) {
+uintptr_t entry_point(HBUF32 buffer, int x, int y) {
     return address_of(
         entry_of<void *(HBUF32, int, int)>(buffer, entry_point_address)(buffer, x, y));
 }
 
 struct Place {
     int cell;
-    uint32_t cell_address, pixel_address;
+    uintptr_t cell_address, pixel_address;
     int x, y;
     bool operator==(const Place &) const = default;
 };
@@ -60,7 +60,7 @@ TEST_F(BufferAddresses, FollowTheLayout) {
         Buffer buffer(bits, width, height, type);
         EXPECT_TRUE(buffer);
         const Geometry model(width, height, bits, type);
-        const uint32_t storage = word(buffer, field_storage);
+        const uintptr_t storage = word(buffer, field_storage);
         const int outside[] = {-1, -1000, INT_MIN, 32000, INT_MAX};
         for (int i = 0; i < 60; ++i) {
             int x = between(random, 0, width - 1), y = between(random, 0, height - 1);
@@ -146,7 +146,7 @@ TEST_F(BufferAddresses, OfTypesThatHaveNone) {
 TEST_F(BufferAddresses, WithoutCellAddress) {
     for (uint32_t type : addressed_types) {
         Buffer buffer(8, 300, 200, type);
-        const uint32_t address = cell_address_word(buffer, 0);
+        const uintptr_t address = cell_address_word(buffer, 0);
         set_word(buffer, field_cell_address, 0);
         EXPECT_EQ(api().buf32PointAddr(buffer, 0, 0), nullptr);
         expect_report(type == BUF32_TILED ? no_address : no_linear);
@@ -185,7 +185,7 @@ TEST_F(BufferAddresses, PlacesFollowTheLayout) {
                      rerun(number));
         Buffer buffer(bits, width, height, type);
         const Geometry model(width, height, bits, type);
-        const uint32_t storage = word(buffer, field_storage);
+        const uintptr_t storage = word(buffer, field_storage);
         for (int i = 0; i < 60; ++i) {
             const int x = between(random, 0, width - 1), y = between(random, 0, height - 1);
             const int cell = y / 128 * int(model.columns()) + x / 128;
@@ -238,7 +238,7 @@ TEST_F(BufferAddresses, PlacesOfLinearBuffersAreInCell0) {
     for (uint32_t type : {BUF32_LINEAR, BUF32_LINEAR_MEMORY, BUF32_LINEAR_SHRINK}) {
         Buffer buffer(24, 300, 200, type);
         for (const auto &[x, y] : {std::pair{0, 0}, {100, 100}, {299, 0}, {0, 199}, {299, 199}}) {
-            const uint32_t storage = word(buffer, field_storage);
+            const uintptr_t storage = word(buffer, field_storage);
             EXPECT_EQ(place_of(buffer, x, y),
                       (Place{0, storage, storage + uint32_t(y * 900 + x * 3), x, y}));
         }

@@ -6,7 +6,7 @@
 namespace q32::test {
 namespace {
 
-uint32_t memory_at_start;
+size_t memory_at_start;
 
 // A swap file comes and goes, so that the process's record of them exists: it stays until the
 // library goes, and would look like something left behind by the test that is the first to need it.
@@ -17,8 +17,8 @@ void make_record_of_swap_files() {
 }
 
 void reset_settings() {
-    set_memory_limit(0, 0xFFFFFFFF);
-    set_file_limit(0, 0xFFFFFFFF);
+    set_memory_limit(0, frame::no_limit);
+    set_file_limit(0, frame::no_limit);
     BUF32DIRECTORIES directories{};
     const std::string folder = frame::sandbox_swap();
     std::copy(folder.begin(), folder.end(), directories.path[0]);
@@ -57,7 +57,7 @@ void expect_report_of(std::initializer_list<Failure> failures) {
 
 // --- settings and counters -------------------------------------------------------------------
 
-void set_memory_limit(uint32_t on, uint32_t limit) {
+void set_memory_limit(uint32_t on, size_t limit) {
     api().buf32VMData(1, &limit, nullptr, nullptr, &on, nullptr);
 }
 
@@ -67,7 +67,7 @@ bool memory_is_limited() {
     return on != 0;
 }
 
-void set_file_limit(uint32_t on, uint32_t limit) {
+void set_file_limit(uint32_t on, size_t limit) {
     api().buf32VMData(1, nullptr, &limit, nullptr, nullptr, &on);
 }
 
@@ -76,18 +76,18 @@ void use_no_directory() {
     api().buf32VMData(1, nullptr, nullptr, &none, nullptr, nullptr);
 }
 
-uint32_t absolute_memory_in_use() {
-    uint32_t bytes = 0;
+size_t absolute_memory_in_use() {
+    size_t bytes = 0;
     api().buf32GetVMDataExt(&bytes, nullptr);
     return bytes;
 }
 
-uint32_t memory_in_use() {
+size_t memory_in_use() {
     return absolute_memory_in_use() - memory_at_start;
 }
 
-uint32_t mapped_bytes() {
-    uint32_t bytes = 0;
+size_t mapped_bytes() {
+    size_t bytes = 0;
     api().buf32GetVMDataExt(nullptr, &bytes);
     return bytes;
 }

@@ -40,20 +40,20 @@ void expect_report_of(std::initializer_list<Failure> failures);
 
 // --- settings and counters -------------------------------------------------------------------
 
-void set_memory_limit(uint32_t on, uint32_t limit);
+void set_memory_limit(uint32_t on, size_t limit);
 bool memory_is_limited();
 // A memory limit that sends buffers over 128 x 128 to swap files, and the end of it. Every test
 // begins without.
 inline void send_to_files(bool on) {
     set_memory_limit(on ? 1 : 0, 0);
 }
-void set_file_limit(uint32_t on, uint32_t limit);
+void set_file_limit(uint32_t on, size_t limit);
 void use_no_directory();
 
 // Bytes in virtual memory since the start of the test, and in swap files.
-uint32_t memory_in_use();
-uint32_t absolute_memory_in_use();
-uint32_t mapped_bytes();
+size_t memory_in_use();
+size_t absolute_memory_in_use();
+size_t mapped_bytes();
 // From now on what is in use counts as the start of the test.
 void forget_memory_in_use();
 
@@ -73,7 +73,7 @@ public:
         SIZE_T bytes;
     };
     struct VirtualBlock {
-        uint32_t address;
+        uintptr_t address;
         SIZE_T bytes;
         DWORD kind, protection;
     };
@@ -90,7 +90,7 @@ private:
     frame::Replaced<frame::call::VirtualAlloc> virtual_alloc_{
         [this](LPVOID at, SIZE_T bytes, DWORD kind, DWORD protection) {
             const LPVOID address = VirtualAlloc(at, bytes, kind, protection);
-            virtual_blocks_.push_back({uint32_t(uintptr_t(address)), bytes, kind, protection});
+            virtual_blocks_.push_back({uintptr_t(address), bytes, kind, protection});
             return address;
         }};
 };

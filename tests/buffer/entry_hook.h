@@ -20,10 +20,10 @@ public:
     EntryHook(HBUF32 buffer, Body body)
         : buffer_(buffer), original_(entry_of<Original>(buffer, entry)), body_(std::move(body)) {
         current = this;
-        set_word(buffer, field_of(entry), uint32_t(uintptr_t(&call)));
+        set_word(buffer, field_of(entry), uintptr_t(&call));
     }
     ~EntryHook() {
-        set_word(buffer_, field_of(entry), uint32_t(uintptr_t(original_)));
+        set_word(buffer_, field_of(entry), uintptr_t(original_));
         current = nullptr;
     }
     EntryHook(const EntryHook &) = delete;

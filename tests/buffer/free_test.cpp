@@ -50,7 +50,7 @@ TEST_F(BufferFree, RefusesALockedBuffer) {
         void *base = nullptr;
         ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, &base), 1);
         ASSERT_EQ(api().buf32CellLock(buffer, 0, &base, nullptr), 1);
-        const uint32_t used = memory_in_use(), mapped = mapped_bytes();
+        const size_t used = memory_in_use(), mapped = mapped_bytes();
         for (int locks = 2; locks > 0; --locks) {
             EXPECT_EQ(api().buf32Free(buffer), 0);
             expect_report(locked);
@@ -80,7 +80,7 @@ TEST_F(BufferFree, RefusesALockedPatternBufferThatLosesItsPattern) {
         } else {
             ASSERT_EQ(api().buf32Lock(handle, BUF32_READ, nullptr), 1);
         }
-        const uint32_t block = memory_in_use();
+        const size_t block = memory_in_use();
         FailingCall releases("free", 0);
         EXPECT_EQ(api().buf32Free(handle), 0);
         expect_report(locked);

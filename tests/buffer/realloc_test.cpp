@@ -112,7 +112,7 @@ TEST_F(BufferReAlloc, GivesWholePagesBack) {
             SCOPED_TRACE(size_text(8, width, rows));
             Buffer buffer(8, width, 200, BUF32_LINEAR_MEMORY);
             ASSERT_TRUE(buffer);
-            const uint32_t storage = word(buffer, field_storage);
+            const uintptr_t storage = word(buffer, field_storage);
             const uint32_t all = 200u * uint32_t(width);
             const uint32_t kept = uint32_t(rows) * uint32_t(width);
             for (uint32_t i = 0; i < all; ++i)

@@ -24,7 +24,7 @@ void expect_common_fields(HBUF32 buffer, uint32_t type) {
     EXPECT_EQ(word(buffer, field_last_sharer), 0u);
     EXPECT_EQ(word(buffer, field_share_marker), 0u);
     EXPECT_EQ(word(buffer, field_source), 0u);
-    EXPECT_EQ(word(buffer, field_self), uint32_t(buffer));
+    EXPECT_EQ(word(buffer, field_self), uintptr_t(buffer));
     EXPECT_EQ(word(buffer, field_previous_sharer), 0u);
     EXPECT_EQ(word(buffer, field_next_sharer), 0u);
     EXPECT_EQ(word(buffer, field_of(entry_empty)), 0u);
@@ -117,7 +117,7 @@ TEST_F(BufferRecord, OfCallerMemoryKeepsThePointer) {
     ASSERT_TRUE(buffer);
     expect_common_fields(buffer, BUF32_CALLER_MEMORY);
     EXPECT_EQ(word(buffer, field_colour), 0xDEADBEEFu);
-    EXPECT_EQ(word(buffer, field_external_data), uint32_t(uintptr_t(pixels)));
+    EXPECT_EQ(word(buffer, field_external_data), uintptr_t(pixels));
     EXPECT_EQ(memory_in_use(), 0u);
 }
 
@@ -208,7 +208,7 @@ TEST_F(BufferRecord, InfoShowsCallerMemoryAsType0) {
     EXPECT_EQ(info.type, 0u);
     EXPECT_EQ(word(over, field_type), 32u);
     EXPECT_EQ(info.colour[0], 3u);
-    EXPECT_EQ(info.colour[1], uint32_t(uintptr_t(image)));
+    EXPECT_EQ(info.colour[1], uintptr_t(image));
     EXPECT_EQ(info.width, 10);
     EXPECT_EQ(info.cell_width, 10);
 }

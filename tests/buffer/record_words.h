@@ -2,6 +2,8 @@
 // place behind the handle. Knows nothing of the library's own declarations of the record.
 #pragma once
 
+#include "tests/frame/edition.h"
+
 #include <q32base/buffers.h>
 
 #include <cstdint>
@@ -9,8 +11,9 @@
 
 namespace q32::test {
 
-// Field numbers of the record, counted from 1. Every field is a 32-bit word, except the name of the
-// swap file, which is 260 characters, and the operation table, which is sixteen words.
+// Field numbers of the record, counted from 1. Every field is a word, except the name of the swap
+// file, which is 260 characters, and the operation table, which is sixteen words. Words have 32
+// bits; in the 64-bit edition those that are addresses, handles or bytes of pixels have 64.
 enum Field : int {
     field_type = 1,
     field_data_handle,
@@ -83,31 +86,80 @@ enum Entry {
 
 inline constexpr int info_words = 24;
 
-constexpr uint32_t field_offset(int field) {
-    constexpr uint32_t name_words = 260 / 4;
-    const uint32_t words = uint32_t(field) - 1 + (field > field_file_name ? name_words - 1 : 0);
-    return words * 4;
+constexpr bool is_wide(int field) {
+    switch (field) {
+    case field_data_handle:
+    case field_image_bytes:
+    case field_reserved_bytes:
+    case field_colour:
+    case field_external_data:
+    case field_band_bytes:
+    case field_cell_bytes:
+    case field_last_column_cell_bytes:
+    case field_last_row_cell_bytes:
+    case field_corner_cell_bytes:
+    case field_mapping:
+    case field_storage:
+    case field_file:
+    case field_previous:
+    case field_next:
+        return true;
+    default:
+        return field >= field_operations && field != field_share_marker;
+    }
 }
-static_assert(field_offset(field_file) == 388);
-static_assert(field_offset(field_operations) == 408);
-static_assert(field_offset(field_cell_address) == 500);
 
-inline uint32_t word(HBUF32 buffer, int field) {
-    uint32_t value;
-    std::memcpy(&value, reinterpret_cast<const void *>(buffer + field_offset(field)), 4);
+constexpr size_t field_bytes(int field) {
+    return field == field_file_name ? 260 : is_wide(field) ? sizeof(uintptr_t) : 4;
+}
+
+// Each field lies behind the one before it, at a multiple of its own size.
+constexpr size_t field_offset(int field) {
+    size_t offset = 0;
+    for (int earlier = 1; earlier <= field; ++earlier) {
+        const size_t alignment = earlier == field_file_name ? 1 : field_bytes(earlier);
+        offset = (offset + alignment - 1) / alignment * alignment;
+        if (earlier < field)
+            offset += field_bytes(earlier);
+    }
+    return offset;
+}
+using frame::is_64_bit;
+static_assert(field_offset(field_image_bytes) == (is_64_bit ? 40 : 28));
+static_assert(field_offset(field_cell_count) == (is_64_bit ? 80 : 52));
+static_assert(field_offset(field_lock_count) == (is_64_bit ? 128 : 88));
+static_assert(field_offset(field_storage) == (is_64_bit ? 184 : 124));
+static_assert(field_offset(field_file) == (is_64_bit ? 456 : 388));
+static_assert(field_offset(field_operations) == (is_64_bit ? 496 : 408));
+static_assert(field_offset(field_share_marker) == (is_64_bit ? 640 : 480));
+static_assert(field_offset(field_cell_address) == (is_64_bit ? 680 : 500));
+
+// Of the name its first word.
+inline uintptr_t word(HBUF32 buffer, int field) {
+    uintptr_t value = 0;
+    std::memcpy(&value, reinterpret_cast<const void *>(buffer + field_offset(field)),
+                field == field_file_name ? 4 : field_bytes(field));
     return value;
 }
 
 // Changes a field, for states of a record that no export leads to.
-inline void set_word(HBUF32 buffer, int field, uint32_t value) {
-    std::memcpy(reinterpret_cast<void *>(buffer + field_offset(field)), &value, 4);
+inline void set_word(HBUF32 buffer, int field, uintptr_t value) {
+    std::memcpy(reinterpret_cast<void *>(buffer + field_offset(field)), &value, field_bytes(field));
+}
+
+// What two descriptions of cells say; in 64 bits there is padding behind it.
+inline bool same_cell(const BUF32CELL &a, const BUF32CELL &b) {
+    return a.index == b.index && a.x == b.x && a.y == b.y && a.width == b.width &&
+           a.height == b.height && a.bits_per_pixel == b.bits_per_pixel &&
+           a.bytes_per_pixel == b.bytes_per_pixel && a.row_bytes == b.row_bytes &&
+           a.bytes == b.bytes && a.pixels == b.pixels;
 }
 
 inline const char *swap_file_of(HBUF32 buffer) {
     return reinterpret_cast<const char *>(buffer + field_offset(field_file_name));
 }
 
-inline uint32_t cell_address_word(HBUF32 buffer, int cell) {
+inline uintptr_t cell_address_word(HBUF32 buffer, int cell) {
     return word(buffer, field_cell_address + cell);
 }
 

@@ -49,7 +49,7 @@ bool rows(HBUF32 buffer, int mode_in, int mode_out) {
     if (buffer == 0)
         return false;
     std::vector<uint8_t> row(4096);
-    const uint32_t locks = word(buffer, field_lock_count);
+    const auto locks = word(buffer, field_lock_count);
     if (api().buf32Lock(buffer, BUF32_READ, nullptr) != 1)
         return false;
     const bool in = api().buf32Line(buffer, 130, mode_in, row.data()) == 1;

@@ -1,5 +1,6 @@
 // i32ColorFilter: its ranges and masks by literal examples, and what it refuses.
 #include "tests/colours/filter_fixture.h"
+#include "tests/frame/small_memory.h"
 
 namespace q32::test {
 namespace {
@@ -290,6 +291,7 @@ TEST_F(Filter, NoMemoryForTheRanges) {
 // Counts whose 8 bytes each do not fit into 32 bits, or into memory. The table is not read first:
 // it is not as long as it says.
 TEST_F(Filter, TablesThatNoMemoryHolds) {
+    const frame::SmallMemory small;
     for (uint32_t count : {0x1FFFFFFFu, 0x20000000u, 0x20000001u, 0x40000001u, 0x7FFFFFFFu,
                            0x80000000u, 0xE0000001u, 0xFFFFFFFFu}) {
         SCOPED_TRACE(count);

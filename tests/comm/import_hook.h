@@ -36,14 +36,14 @@ private:
     static void **find(const char *name) {
         const auto module = reinterpret_cast<std::uintptr_t>(GetModuleHandleA("q32comm.dll"));
         const auto *dos = at<const IMAGE_DOS_HEADER>(module, 0);
-        const auto *headers = at<const IMAGE_NT_HEADERS32>(module, DWORD(dos->e_lfanew));
+        const auto *headers = at<const IMAGE_NT_HEADERS>(module, DWORD(dos->e_lfanew));
         const DWORD table =
             headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
         for (auto *dll = at<IMAGE_IMPORT_DESCRIPTOR>(module, table); dll->Name != 0; ++dll) {
-            const auto *entry = at<const IMAGE_THUNK_DATA32>(module, dll->OriginalFirstThunk);
+            const auto *entry = at<const IMAGE_THUNK_DATA>(module, dll->OriginalFirstThunk);
             auto *slot = at<void *>(module, dll->FirstThunk);
             for (; entry->u1.AddressOfData != 0; ++entry, ++slot)
-                if (!IMAGE_SNAP_BY_ORDINAL32(entry->u1.Ordinal) &&
+                if (!IMAGE_SNAP_BY_ORDINAL(entry->u1.Ordinal) &&
                     std::strcmp(at<const char>(module, entry->u1.AddressOfData + sizeof(WORD)),
                                 name) == 0)
                     return slot;

@@ -1,5 +1,6 @@
 // What runs are opened, fed and ended with at the edges: nothing, too much, and the wrong thing.
 #include "tests/display_runs/run_fixture.h"
+#include "tests/frame/small_memory.h"
 
 namespace q32::test {
 namespace {
@@ -103,6 +104,7 @@ TEST_F(Edges, EmptyAndInvertedRectangles) {
 // What no memory can hold.
 TEST_F(Edges, RectanglesWithoutEnd) {
     constexpr int most = 0x7FFFFFFF, least = -most - 1;
+    const frame::SmallMemory small;
     for (int type = 0; type <= 5; ++type) {
         prepare({.type = type});
         for (int depth : {8, 16, 24})

@@ -214,7 +214,8 @@ SCENARIO(buf32CountBuf, OfThree) {
 }
 
 SCENARIO(buf32VMData, AllSettings) {
-    uint32_t memory_limit = 0x5000, file_limit = 0x6000, memory_switch = 1, file_switch = 1;
+    size_t memory_limit = 0x5000, file_limit = 0x6000;
+    uint32_t memory_switch = 1, file_switch = 1;
     BUF32DIRECTORIES directories{}, before{};
     EXPECT_SUCCESS(api().buf32VMData(0, nullptr, nullptr, &before, nullptr, nullptr));
     std::strcpy(directories.path[0], before.path[0]);
@@ -224,7 +225,7 @@ SCENARIO(buf32VMData, AllSettings) {
     BUF32DIRECTORIES now{};
     EXPECT_SUCCESS(api().buf32VMData(0, nullptr, nullptr, &now, nullptr, nullptr));
     see(bytes_at(&now, sizeof now));
-    memory_limit = file_limit = 0xFFFFFFFF;
+    memory_limit = file_limit = frame::no_limit;
     memory_switch = file_switch = 0;
     EXPECT_SUCCESS(
         api().buf32VMData(1, &memory_limit, &file_limit, &before, &memory_switch, &file_switch));
@@ -232,7 +233,7 @@ SCENARIO(buf32VMData, AllSettings) {
 
 SCENARIO(buf32GetVMDataExt, OfMemoryAndAFile) {
     const Filled buffer, in_file(24, BUF32_TILED_FILE);
-    uint32_t memory = 0, mapped = 0;
+    size_t memory = 0, mapped = 0;
     gives(&mapped, &memory, &mapped);
     see(int(memory));
     see(int(mapped));
@@ -242,7 +243,7 @@ SCENARIO(buf32GetMemSpace, FixedForCells) {
     may_report({{1001, 1, 4, 17}});
     const Filled buffer;
     void *block = nullptr;
-    uint32_t unit = 0;
+    size_t unit = 0;
     call(buffer, 1, 2, 0, &block, &unit);
     see(int(unit));
     see(bytes_at(block, 2 * unit + 4));
@@ -253,7 +254,7 @@ SCENARIO(buf32GetMemSpace, MoveableForRows) {
     may_report({{1001, 1, 4, 17}});
     const Filled buffer;
     void *block = nullptr;
-    uint32_t unit = 0;
+    size_t unit = 0;
     call(buffer, 2, 3, 1, &block, &unit);
     see(int(unit));
     free_block(GlobalHandle(block));

@@ -11,7 +11,7 @@ namespace q32::test {
 
 struct Holdings {
     frame::Census census;
-    uint32_t memory_in_use = 0, mapped_bytes = 0;
+    size_t memory_in_use = 0, mapped_bytes = 0;
     int buffers = 0;
 
     static Holdings now(bool with_counters); // which the shared library has

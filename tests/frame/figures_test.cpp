@@ -133,6 +133,7 @@ TEST(Figures, AreNotKeptWithoutAFile) {
     EXPECT_TRUE(files_below(sandbox() + "empty").empty());
 }
 
+#ifndef _WIN64
 // Not inlined, so that the stack is the caller's.
 [[gnu::noinline]] std::uintptr_t place_of_argument(int number) {
     const auto frame = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
@@ -147,6 +148,7 @@ TEST(CountedCalls, HaveTheStackWhereTheCallerHasIt) {
         EXPECT_EQ(call_at(remainder, &CountedPlace::call, 11) % 16, remainder);
     EXPECT_EQ(CountedPlace::calls, 4u);
 }
+#endif
 
 } // namespace
 } // namespace q32::frame

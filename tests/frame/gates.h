@@ -23,6 +23,7 @@ namespace q32::frame {
     GATE(kernel32, GlobalFlags, GMEM_INVALID_HANDLE, ERROR_INVALID_HANDLE)                         \
     GATE(kernel32, GlobalHandle, nullptr, ERROR_INVALID_HANDLE)                                    \
     GATE(kernel32, GlobalMemoryStatus, void(), 0)                                                  \
+    GATE(kernel32, GlobalMemoryStatusEx, FALSE, ERROR_INVALID_PARAMETER)                           \
     GATE(kernel32, VirtualAlloc, nullptr, ERROR_NOT_ENOUGH_MEMORY)                                 \
     GATE(kernel32, VirtualFree, FALSE, ERROR_INVALID_PARAMETER)                                    \
     GATE(msvcrt, malloc, nullptr, 0)                                                               \
@@ -148,11 +149,13 @@ struct GateFor<Call, Result(WINAPI *)(Arguments...)> : GateBody<Call, Result, Ar
     static Result WINAPI entry(Arguments... arguments) { return GateFor::pass(arguments...); }
 };
 
+#ifndef _WIN64 // which has one convention
 template <class Call, class Result, class... Arguments>
 struct GateFor<Call, Result(__cdecl *)(Arguments...)> : GateBody<Call, Result, Arguments...> {
     static inline Result(__cdecl *real)(Arguments...) = nullptr;
     static Result __cdecl entry(Arguments... arguments) { return GateFor::pass(arguments...); }
 };
+#endif
 
 // The compiler says that it drops "cdecl" from types: it is the default, and nothing is lost.
 #pragma GCC diagnostic push

@@ -33,9 +33,9 @@ Type *at(HMODULE module, DWORD offset) {
     return reinterpret_cast<Type *>(reinterpret_cast<std::uintptr_t>(module) + offset);
 }
 
-const IMAGE_OPTIONAL_HEADER32 &header_of(HMODULE module) {
+const IMAGE_OPTIONAL_HEADER &header_of(HMODULE module) {
     const auto *const dos = at<const IMAGE_DOS_HEADER>(module, 0);
-    return at<const IMAGE_NT_HEADERS32>(module, static_cast<DWORD>(dos->e_lfanew))->OptionalHeader;
+    return at<const IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew))->OptionalHeader;
 }
 
 // The import table may lie in a section that is not writable.
@@ -57,13 +57,13 @@ void for_each_import(HMODULE module, Body body) {
         header_of(module).DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
     for (auto *import = at<IMAGE_IMPORT_DESCRIPTOR>(module, table); import->Name != 0; ++import) {
         const std::string dll = small_letters(at<const char>(module, import->Name));
-        const auto *name = at<const IMAGE_THUNK_DATA32>(module, import->OriginalFirstThunk);
+        const auto *name = at<const IMAGE_THUNK_DATA>(module, import->OriginalFirstThunk);
         auto *slot = at<void *>(module, import->FirstThunk);
         for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-            if (IMAGE_SNAP_BY_ORDINAL32(name->u1.Ordinal))
+            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
                 give_up("an import by number from " + dll);
             const auto *const by_name =
-                at<const IMAGE_IMPORT_BY_NAME>(module, name->u1.AddressOfData);
+                at<const IMAGE_IMPORT_BY_NAME>(module, static_cast<DWORD>(name->u1.AddressOfData));
             body(dll, reinterpret_cast<const char *>(by_name->Name), slot);
         }
     }
@@ -135,7 +135,7 @@ void Library::load_api() {
 #undef Q32_EXPORT
     if (figures::wanted())
         count_calls();
-    if (GetEnvironmentVariableA("Q32BASE_TEST_STACK", nullptr, 0) != 0)
+    if (stack_can_turn && GetEnvironmentVariableA("Q32BASE_TEST_STACK", nullptr, 0) != 0)
         turn_stack();
 }
 

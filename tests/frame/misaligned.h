@@ -1,5 +1,5 @@
-// Calls a cdecl function with the stack at a wanted place. Windows callers keep it at multiples of
-// 4 only, while the compiler assumes 16.
+// Calls a cdecl function with the stack at a wanted place. Windows callers of 32 bits keep it at
+// multiples of 4 only, while the compiler assumes 16. In 64 bits both have 16, and it stays there.
 #pragma once
 
 #include <cstddef>
@@ -8,6 +8,17 @@
 #include <type_traits>
 
 namespace q32::frame {
+
+#ifdef _WIN64
+inline constexpr bool stack_can_turn = false;
+
+template <class Result, class... Parameters>
+Result call_at(std::uint32_t, Result (*function)(Parameters...),
+               std::type_identity_t<Parameters>... arguments) {
+    return function(arguments...);
+}
+#else
+inline constexpr bool stack_can_turn = true;
 
 // Calls with these 32-bit words as arguments; at the call esp % 16 is `remainder` (0, 4, 8 or 12;
 // 0 is what the compiler expects). Gives back eax.
@@ -46,6 +57,8 @@ Result call_at(std::uint32_t remainder, Result (*function)(Parameters...),
         return typed;
     }
 }
+
+#endif
 
 // Stands before a function and calls it with the stack at the four places in turn. Name tells the
 // functions apart that have one type.

@@ -26,8 +26,8 @@ std::int64_t packed_bytes(std::int64_t bits, std::int64_t width, std::int64_t he
                : (bits * width + 7) / 8 * height;
 }
 
-void no_longer_the_callers(World &world, std::uint32_t bitmap) {
-    std::erase(world.bitmaps, reinterpret_cast<HGLOBAL>(std::uintptr_t{bitmap}));
+void no_longer_the_callers(World &world, Word bitmap) {
+    std::erase(world.bitmaps, reinterpret_cast<HGLOBAL>(bitmap));
 }
 
 HGLOBAL none_or_some_bitmap(Draw &draw) {
@@ -49,7 +49,7 @@ void fill_pattern(Draw &draw, BUF32PATTERN &pattern, int bits) {
 
 // What buf32Alloc's type needs. Types that are none get a colour or nothing.
 Drawn extra_of_type(Draw &draw) {
-    const auto type = draw.words[4];
+    const std::uint32_t type = draw.number(4);
     const int bits = int(draw[1]);
     if (type != BUF32_DIB && draw.is_hostile())
         return 0;
@@ -127,9 +127,9 @@ Argument setting(Fill fill) {
     return record<Value>([=](Draw &draw, Value &value) { value = fill(draw); });
 }
 Argument limit() {
-    return setting<std::uint32_t>([](Draw &draw) {
-        return draw.is_hostile() ? std::uint32_t(any_number(draw.random))
-                                 : std::uint32_t(draw.between(0, int(World::usual_limit)));
+    return setting<std::size_t>([](Draw &draw) {
+        return draw.is_hostile() ? std::size_t(any_number(draw.random))
+                                 : std::size_t(draw.between(0, int(World::usual_limit)));
     });
 }
 Argument switched() {
@@ -140,8 +140,9 @@ Argument switched() {
 }
 
 // The settings stay as they are for some calls, but not without limits.
-void limit_again(Draw &draw, std::uint32_t) {
-    std::uint32_t memory, file, memory_on, file_on;
+void limit_again(Draw &draw, Word) {
+    std::size_t memory, file;
+    std::uint32_t memory_on, file_on;
     api().buf32VMData(0, &memory, &file, nullptr, &memory_on, &file_on);
     if (memory > World::usual_limit || file > World::usual_limit || !memory_on || !file_on ||
         draw.random.below(3) == 0)
@@ -149,12 +150,12 @@ void limit_again(Draw &draw, std::uint32_t) {
 }
 
 // The library frees the bitmap with its buffer.
-void opened(Draw &draw, std::uint32_t result, std::size_t bitmap) {
+void opened(Draw &draw, Word result, std::size_t bitmap) {
     if (result != 0)
         no_longer_the_callers(draw.world, draw.words[bitmap]);
 }
 
-void closed(Draw &draw, std::uint32_t result) {
+void closed(Draw &draw, Word result) {
     const auto *const returned = draw.at<HGLOBAL>(1);
     HGLOBAL bitmap = nullptr;
     if (returned != nullptr)
@@ -165,17 +166,17 @@ void closed(Draw &draw, std::uint32_t result) {
 }
 
 // Room for the block, which is written to its end, and given back.
-void give_back_space(Draw &draw, std::uint32_t result) {
+void give_back_space(Draw &draw, Word result) {
     void *block = nullptr;
     if (draw.words[4] != 0)
         std::memcpy(&block, draw.at<void *>(4), sizeof block);
     const std::int64_t count = draw[2];
     if (result != 1 || block == nullptr || count < 1 || (draw[1] != 1 && draw[1] != 2))
         return;
-    std::uint32_t unit = 0;
+    std::size_t unit = 0;
     if (draw.words[5] != 0)
-        std::memcpy(&unit, draw.at<std::uint32_t>(5), sizeof unit);
-    std::memset(block, 0x11, std::size_t(unit * count + 4));
+        std::memcpy(&unit, draw.at<std::size_t>(5), sizeof unit);
+    std::memset(block, 0x11, unit * std::size_t(count) + 4);
     const HGLOBAL handle = draw[3] != 0 ? GlobalHandle(block) : block;
     frame::forget_block(handle);
     GlobalUnlock(handle);
@@ -200,7 +201,7 @@ Argument pattern() {
             }};
 }
 
-void turned(Draw &draw, std::uint32_t, bool bitmap) {
+void turned(Draw &draw, Word, bool bitmap) {
     HeldBuffer *const held = draw.world.find(draw.words[0]);
     if (held != nullptr && held->info.type == BUF32_DIB)
         held->turned = bitmap;
@@ -229,25 +230,28 @@ const Row rows[] = {
       type(),
       {Argument::record, [](Draw &draw, std::size_t) { return extra_of_type(draw); }}},
      40,
-     [](Draw &draw, std::uint32_t result) {
+     [](Draw &draw, Word result) {
          if (draw.words[4] == BUF32_DIB)
              opened(draw, result, 5);
      }},
-    {"buf32CellLock", {buffer(), among({0, 0, 0, 0, 1, 5}), bytes(4), bytes(sizeof(BUF32CELL))}, 8},
+    {"buf32CellLock",
+     {buffer(), among({0, 0, 0, 0, 1, 5}), bytes(sizeof(void *)), bytes(sizeof(BUF32CELL))},
+     8},
     {"buf32CellUnlock", {idle_buffer(), in(0, 5)}, 8},
-    {"buf32CountBuf",
-     {memory([](const Draw &) { return 4 * std::int64_t(api().buf32CountBuf(nullptr)); })}},
+    {"buf32CountBuf", {memory([](const Draw &) {
+         return std::int64_t(sizeof(HBUF32)) * api().buf32CountBuf(nullptr);
+     })}},
     {"buf32DIBBufAlloc",
      {new_buffer_slot(),
       {Argument::record,
        [](Draw &draw, std::size_t) -> Drawn { return word_of(none_or_some_bitmap(draw)); }}},
      10,
-     [](Draw &draw, std::uint32_t result) { opened(draw, result, 1); }},
+     [](Draw &draw, Word result) { opened(draw, result, 1); }},
     {"buf32DIBBufFree", {any_idle_buffer(), turned_back_slot()}, 3, closed},
     {"buf32DIBBufToDIB",
      {idle_buffer()},
      3,
-     [](Draw &draw, std::uint32_t result) { turned(draw, result, true); }},
+     [](Draw &draw, Word result) { turned(draw, result, true); }},
     {"buf32DIBMemBufAlloc",
      {new_buffer_slot(),
       bits(),
@@ -265,7 +269,7 @@ const Row rows[] = {
     {"buf32DIBToDIBBuf",
      {turned_buffer()},
      6,
-     [](Draw &draw, std::uint32_t result) {
+     [](Draw &draw, Word result) {
          if (result == 1)
              turned(draw, result, false);
      }},
@@ -279,17 +283,17 @@ const Row rows[] = {
      {buffer(), coordinate(), coordinate(), side(), side(), memory(rectangle_bytes(0, 3, 4))},
      8},
     {"buf32GetMemSpace",
-     {buffer(), in(1, 2), in(0, 6), in(0, 1), block_slot(), bytes(4)},
+     {buffer(), in(1, 2), in(0, 6), in(0, 1), block_slot(), bytes(sizeof(std::size_t))},
      4,
      give_back_space},
     {"buf32GetMemWithBC",
      {buffer(), coordinate(), coordinate(), side(), side(), memory(rectangle_bytes(0, 3, 4)),
       memory(colour_bytes)},
      8},
-    {"buf32GetVMDataExt", {bytes(4), bytes(4)}},
+    {"buf32GetVMDataExt", {bytes(sizeof(std::size_t)), bytes(sizeof(std::size_t))}},
     {"buf32GetWHU", {any_buffer(), bytes(4), bytes(4), bytes(4)}},
     {"buf32Line", {buffer(), coordinate(), in(0, 9), memory(line_bytes)}, 8},
-    {"buf32Lock", {buffer(), in(0, 5), bytes(4)}, 16},
+    {"buf32Lock", {buffer(), in(0, 5), bytes(sizeof(void *))}, 16},
     {"buf32MergeBuf",
      {buffer(), coordinate(), coordinate(), side(), side(), buffer(), coordinate(), coordinate()},
      10},
@@ -297,7 +301,8 @@ const Row rows[] = {
      {buffer(), coordinate(), coordinate(), memory(rectangle_bytes(0, 4, 5)), side(), side()},
      8},
     {"buf32PointAddEx",
-     {buffer(), coordinate(), coordinate(), bytes(4), bytes(4), bytes(4), bytes(4)}},
+     {buffer(), coordinate(), coordinate(), bytes(sizeof(void *)), bytes(sizeof(void *)), bytes(4),
+      bytes(4)}},
     {"buf32PointAddr", {buffer(), coordinate(), coordinate()}},
     {"buf32ReAlloc", {idle_buffer(), side()}, 6},
     {"buf32Unlock", {idle_buffer()}, 6},

@@ -26,9 +26,9 @@ Argument palette() {
 }
 
 // New ones; a palette that was rewritten is returned as well.
-void keep_palette(Draw &draw, std::uint32_t result) {
+void keep_palette(Draw &draw, Word result) {
     if (result != 0 && result != draw.words[0])
-        draw.world.palettes.push_back(reinterpret_cast<HPALETTE>(std::uintptr_t{result}));
+        draw.world.palettes.push_back(reinterpret_cast<HPALETTE>(result));
 }
 
 // --- runs ----------------------------------------------------------------------------------------
@@ -38,7 +38,7 @@ Argument run() {
                 const auto &runs = draw.world.runs;
                 return runs.empty() || draw.is_hostile()
                            ? 0
-                           : std::uint32_t(runs[draw.random.below(runs.size())].handle);
+                           : Word(runs[draw.random.below(runs.size())].handle);
             }};
 }
 const HeldRun *run_at(const Draw &draw, std::size_t place) {
@@ -58,7 +58,7 @@ void make_room(Draw &draw) {
 }
 
 // Those of huge rectangles hold memory that others may need.
-void keep_run(Draw &draw, std::uint32_t result) {
+void keep_run(Draw &draw, Word result) {
     if (result != 1)
         return;
     HDISPRUN handle;
@@ -87,7 +87,7 @@ Drawn image_of_run(Draw &draw) {
                        end = std::max(top, bottom) + ((right + 7) >> 3);
     if (end - first > std::int64_t(Memory::most_bytes))
         return 0;
-    return word_of(draw.memory.take(draw.random, std::size_t(end - first))) - std::uint32_t(first);
+    return word_of(draw.memory.take(draw.random, std::size_t(end - first))) - Word(first);
 }
 
 Argument depth() {
@@ -154,7 +154,7 @@ const Row rows[] = {
     {"disp32ShowEnd",
      {run()},
      4,
-     [](Draw &draw, std::uint32_t) {
+     [](Draw &draw, Word) {
          std::erase_if(draw.world.runs,
                        [&](const HeldRun &held) { return held.handle == draw.words[0]; });
      }},

@@ -53,7 +53,7 @@ Argument number_of(Tame tame) {
             }};
 }
 
-std::uint32_t wild_handle(Draw &draw) {
+Word wild_handle(Draw &draw) {
     const int which = draw.between(0, 5);
     if (which == 0)
         return std::uint32_t(any_number(draw.random));
@@ -62,10 +62,9 @@ std::uint32_t wild_handle(Draw &draw) {
     if (which == 2)
         return word_of(draw.memory.take(draw.random, 0)); // a fence
     if (which == 3)
-        return std::uint32_t(draw.world.freed_buffer(draw.random));
+        return draw.world.freed_buffer(draw.random);
     if (which == 4)
-        return std::uint32_t(draw.world.some_buffer(draw.random)) +
-               std::uint32_t(edge(draw.random));
+        return draw.world.some_buffer(draw.random) + Word(std::intptr_t(edge(draw.random)));
     return word_of(draw.world.dc());
 }
 
@@ -74,7 +73,7 @@ Argument buffer_of(Choose choose, bool any) {
     return {Argument::number, [=](Draw &draw, std::size_t) -> Drawn {
                 if (draw.is_hostile())
                     return any && draw.random.below(4) != 0 ? wild_handle(draw) : 0;
-                return std::uint32_t(choose(draw));
+                return Word(choose(draw));
             }};
 }
 
@@ -166,7 +165,7 @@ Argument memory_over(std::size_t other, Bytes64 bytes, Null null) {
                 const std::int64_t room = draw.memory.size_at(draw.words[other]);
                 if (size >= 0 && room >= size && draw.random.below(5) == 0)
                     return Drawn(draw.words[other] +
-                                 std::uint32_t(draw.random.below(std::size_t(room - size) + 1)));
+                                 draw.random.below(std::size_t(room - size) + 1));
                 return take_memory(draw, bytes, null);
             }};
 }

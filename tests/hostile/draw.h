@@ -1,5 +1,6 @@
 // The kinds of argument, and the rows that say of which an export's call is made: one row for each
-// export. A call is 32-bit words on the stack, so that a row needs no types.
+// export. A call is words as wide as an address, in the places where functions find their
+// arguments, so that a row needs no types.
 //
 // Every argument stays inside what the headers promise to survive:
 //
@@ -43,22 +44,26 @@ namespace q32::test {
 class World;
 struct Row;
 
+// An argument or a result; of a number its lower 32 bits count.
+using Word = std::uintptr_t;
+
 // A call while it is put together, and when it is made.
 struct Draw {
     const Row &row;
     World &world;
     Random &random;
     Memory &memory;
-    std::uint32_t words[16] = {};
+    Word words[16] = {};
     unsigned percent = 0;                  // of its arguments that are hostile
     std::vector<HBUF32 *> slots = {};      // that may receive a handle
     std::vector<HBUF32> slots_before = {}; // and what they held
 
     bool is_hostile() { return random.below(100) < percent; }
     std::int64_t operator[](std::size_t place) const { return std::int32_t(words[place]); }
+    std::uint32_t number(std::size_t place) const { return std::uint32_t(words[place]); }
     template <class Record>
     Record *at(std::size_t place) const {
-        return reinterpret_cast<Record *>(std::uintptr_t{words[place]});
+        return reinterpret_cast<Record *>(words[place]);
     }
     // Of a RECT behind an argument; empty ones and null have none.
     std::int64_t area(std::size_t place) const;
@@ -67,8 +72,12 @@ struct Draw {
     }
 };
 
-using Drawn = std::optional<std::uint32_t>; // nothing: no such call can be made
+using Drawn = std::optional<Word>; // nothing: no such call can be made
 using Bytes64 = std::function<std::int64_t(const Draw &)>;
+
+inline Word word_of(const void *pointer) {
+    return reinterpret_cast<Word>(pointer);
+}
 
 struct Argument {
     // Numbers and handles are there before records, and those before what is as long as they say.
@@ -82,9 +91,10 @@ struct Row {
     std::vector<Argument> arguments;
     unsigned weight = 4;
     // What the world has to know afterwards.
-    std::function<void(Draw &, std::uint32_t result)> after = nullptr;
+    std::function<void(Draw &, Word result)> after = nullptr;
     bool from_callbacks = true;
     std::function<void(Draw &)> before = nullptr;
+    int rectangle = -1; // where the four numbers of one that is passed by value begin
 };
 
 // --- numbers -------------------------------------------------------------------------------------
@@ -118,16 +128,12 @@ Argument record(std::function<void(Draw &, Record &)> fill, Null null = Null::al
                 Record filled{};
                 fill(draw, filled);
                 std::memcpy(block, &filled, sizeof filled);
-                return std::uint32_t(reinterpret_cast<std::uintptr_t>(block));
+                return word_of(block);
             }};
 }
 Argument rectangle();
 RECT some_rectangle(Draw &draw);
 std::int64_t area_of(const RECT &rectangle); // 0 of empty ones
-
-inline std::uint32_t word_of(const void *pointer) {
-    return std::uint32_t(reinterpret_cast<std::uintptr_t>(pointer));
-}
 
 // --- handles -------------------------------------------------------------------------------------
 

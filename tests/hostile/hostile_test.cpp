@@ -7,6 +7,7 @@
 
 #include "tests/frame/misaligned.h"
 #include "tests/frame/priority.h"
+#include "tests/frame/small_memory.h"
 #include "tests/kernels/running.h"
 #include "tests/library/library_fixture.h"
 
@@ -38,14 +39,67 @@ std::vector<const Row *> all_rows() {
     return rows;
 }
 
-using Addresses = std::map<std::string, const void *>;
-Addresses addresses_of_exports() {
+template <class Function>
+struct ResultOf;
+template <class Result, class... Parameters>
+struct ResultOf<Result (*)(Parameters...)> {
+    using Type = Result;
+};
+
+// A function, and the bits of its result that mean something.
+struct Export {
+    const void *address;
+    Word result_bits;
+};
+
+template <class Function>
+Export export_of(Function function) {
+    using Result = typename ResultOf<Function>::Type;
+    Word bits = ~Word{0};
+    if constexpr (!std::is_void_v<Result>)
+        bits = sizeof(Result) < sizeof(Word) ? 0xFFFFFFFF : bits;
+    return {reinterpret_cast<const void *>(function), bits};
+}
+
+using Exports = std::map<std::string, Export>;
+Exports all_exports() {
     return {
-#define Q32_EXPORT(exported) {#exported, reinterpret_cast<const void *>(api().exported)},
+#define Q32_EXPORT(exported) {#exported, export_of(api().exported)},
 #include "q32_exports.inc"
 #undef Q32_EXPORT
     };
 }
+
+#ifdef _WIN64
+// More arguments than a function has are nothing to it. Records that are passed by value are where
+// an address says.
+Word call_with(const Draw &draw, const Export &exported) {
+    Word words[16] = {};
+    RECT rectangle;
+    std::size_t to = 0;
+    for (std::size_t from = 0; from < draw.row.arguments.size(); ++from) {
+        if (int(from) != draw.row.rectangle) {
+            words[to++] = draw.words[from];
+            continue;
+        }
+        rectangle = {LONG(draw[from]), LONG(draw[from + 1]), LONG(draw[from + 2]),
+                     LONG(draw[from + 3])};
+        words[to++] = word_of(&rectangle);
+        from += 3;
+    }
+    using Function = Word(Word, Word, Word, Word, Word, Word, Word, Word, Word, Word, Word, Word,
+                          Word, Word, Word, Word);
+    return reinterpret_cast<Function *>(const_cast<void *>(exported.address))(
+        words[0], words[1], words[2], words[3], words[4], words[5], words[6], words[7], words[8],
+        words[9], words[10], words[11], words[12], words[13], words[14], words[15]);
+}
+#else
+Word call_with(const Draw &draw, const Export &exported) {
+    return frame::q32_call_at(exported.address, draw.words,
+                              std::uint32_t(draw.row.arguments.size()),
+                              std::uint32_t(4 * draw.random.below(4)));
+}
+#endif
 
 const Row &some_row(Random &random, bool from_callback) {
     static const std::vector<const Row *> rows = all_rows();
@@ -167,9 +221,8 @@ private:
         ++made.calls;
         made.exports.insert(row.name);
         const int priority = frame::thread_priority();
-        const std::uint32_t result = frame::q32_call_at(addresses_.at(row.name), draw.words,
-                                                        std::uint32_t(row.arguments.size()),
-                                                        std::uint32_t(4 * random_.below(4)));
+        const Export &exported = exports_.at(row.name);
+        const Word result = call_with(draw, exported) & exported.result_bits;
         if (!wrong_.empty())
             return; // in a callback
         if (row.after)
@@ -189,7 +242,7 @@ private:
             text += (i == 0 ? "" : ", ") + text_of(draw, draw.words[i]);
         return text + ")";
     }
-    std::string text_of(const Draw &draw, std::uint32_t word) const {
+    std::string text_of(const Draw &draw, Word word) const {
         char text[64];
         const std::ptrdiff_t size = draw.memory.size_at(word);
         if (const HeldBuffer *const held = world_.find(word)) {
@@ -199,16 +252,17 @@ private:
             return text;
         }
         if (size < 0) {
-            const bool is_small = word + 70000 < 140000;
-            std::snprintf(text, sizeof text, is_small ? "%d" : "0x%X", word);
-            return text;
+            const auto number = std::int32_t(word);
+            const bool is_small = number > -70000 && number < 70000 && word <= 0xFFFFFFFF;
+            std::snprintf(text, sizeof text, "0x%llX", static_cast<unsigned long long>(word));
+            return is_small ? std::to_string(number) : text;
         }
         std::string line = std::to_string(size) + " bytes";
         if (size == 0 || size > 40 || size % 4 != 0)
             return line;
         for (std::ptrdiff_t at = 0; at < size; at += 4) {
             std::int32_t value;
-            std::memcpy(&value, reinterpret_cast<const char *>(std::uintptr_t{word}) + at, 4);
+            std::memcpy(&value, reinterpret_cast<const char *>(word) + at, 4);
             line += (at == 0 ? " {" : ", ") + std::to_string(value);
         }
         return line + "}";
@@ -216,7 +270,7 @@ private:
 
     Random &random_;
     World world_;
-    const Addresses addresses_ = addresses_of_exports();
+    const Exports exports_ = all_exports();
     std::vector<const Draw *> draws_;
     std::uint64_t number_ = 0, calls_ = 0;
     std::string wrong_, last_line_;
@@ -336,6 +390,7 @@ TEST(Hostile, CallsDoNoHarm) {
     const std::uint64_t calls = environment_number(
         "Q32BASE_TEST_HOSTILE_CALLS", is_fenced ? calls_between_fences : calls_of_the_long_round);
     const Watchdog watchdog;
+    const frame::SmallMemory small;
     random_cases((calls + calls_of_a_case - 1) / calls_of_a_case,
                  [](Random &, std::uint64_t number) {
                      const Outcome outcome = outcome_of(number, calls_of_a_case);

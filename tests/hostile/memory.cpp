@@ -44,7 +44,7 @@ std::uint8_t *Memory::take(Random &random, std::size_t size) {
     return begin;
 }
 
-std::ptrdiff_t Memory::size_at(std::uint32_t address) const {
+std::ptrdiff_t Memory::size_at(std::uintptr_t address) const {
     for (const Block &block : taken_)
         if (reinterpret_cast<std::uintptr_t>(block.begin) == address)
             return std::ptrdiff_t(block.size);

@@ -24,7 +24,7 @@ public:
     // A block of random bytes, zeros, ones, or few values.
     std::uint8_t *take(Random &random, std::size_t size);
     // The size of the block that begins there; -1 for any other address.
-    std::ptrdiff_t size_at(std::uint32_t address) const;
+    std::ptrdiff_t size_at(std::uintptr_t address) const;
 
     // What has been written beside a block.
     bool kept_beside() const;

@@ -65,7 +65,7 @@ Drawn filter(Draw &draw) {
 
 std::int64_t converted(const Draw &draw, bool source) {
     constexpr int from[] = {3, 1, 3, 12, 3, 12}, to[] = {1, 3, 12, 3, 12, 3};
-    const std::uint32_t conversion = draw.words[3];
+    const std::uint32_t conversion = draw.number(3);
     return conversion > 5 || draw[2] < 1 ? 0 : draw[2] * (source ? from : to)[conversion];
 }
 
@@ -95,9 +95,9 @@ Bytes64 like_buffer(std::size_t buffer, std::size_t width, std::size_t height) {
 
 const Row rows[] = {
     {"i32ColorFilter",
-     {memory([](const Draw &draw) { return std::int64_t{draw.words[4]}; }),
-      memory_over(0, [](const Draw &draw) { return std::int64_t{draw.words[4]}; }),
-      memory([](const Draw &draw) { return filter_pixel(draw) * std::int64_t{draw.words[4]}; }),
+     {memory([](const Draw &draw) { return std::int64_t{draw.number(4)}; }),
+      memory_over(0, [](const Draw &draw) { return std::int64_t{draw.number(4)}; }),
+      memory([](const Draw &draw) { return filter_pixel(draw) * std::int64_t{draw.number(4)}; }),
       in(0, 5),
       count(),
       {Argument::record, [](Draw &draw, std::size_t) { return filter(draw); }},
@@ -131,7 +131,11 @@ const Row rows[] = {
      {memory(image(1, 2, 3)), side(), side(), pixel_bytes(), coordinate(), coordinate(),
       memory_over(0, image(8, 9, 3)), memory(mask(8, 9)), side(), side(), in(-4, 20), in(-4, 20),
       in(10, 80), in(10, 80), mode(15), transparency()},
-     12},
+     12,
+     nullptr,
+     true,
+     nullptr,
+     10},
 };
 
 } // namespace

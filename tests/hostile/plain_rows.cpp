@@ -40,13 +40,13 @@ std::int64_t byte_beyond(std::int64_t count, std::uint32_t factor) {
     return factor > 1 && at_least_0(count) * std::int64_t{factor} % 8 == 0 ? 1 : 0;
 }
 std::int64_t enlarged_bits(const Draw &draw) {
-    return enlarged_row_of_bits(draw[2], draw.words[3]) + byte_beyond(draw[2], draw.words[3]);
+    return enlarged_row_of_bits(draw[2], draw.number(3)) + byte_beyond(draw[2], draw.number(3));
 }
 // Rows of a factor of 0 have no length: each lies over the one before. The byte beyond a row is the
 // first of its copies, if there is any byte in those.
 std::int64_t enlarged_bit_block(const Draw &draw) {
-    const std::uint32_t horizontal = draw.words[4];
-    const std::int64_t vertical = at_least_1(std::int64_t{draw.words[5]});
+    const std::uint32_t horizontal = draw.number(4);
+    const std::int64_t vertical = at_least_1(std::int64_t{draw.number(5)});
     if (draw[3] < 1)
         return 0;
     if (horizontal == 0)
@@ -133,7 +133,7 @@ Argument image_of(Plain (*plain_of)(const Draw &)) {
                 if (size > std::int64_t(Memory::most_bytes))
                     return std::nullopt;
                 return word_of(draw.memory.take(draw.random, std::size_t(size))) -
-                       std::uint32_t(plain.first());
+                       Word(plain.first());
             }};
 }
 
@@ -150,9 +150,9 @@ Argument stride() {
 
 // --- blocks of the heap --------------------------------------------------------------------------
 
-void free_duplicate(Draw &draw, std::uint32_t result) {
+void free_duplicate(Draw &draw, Word result) {
     if (result != 0)
-        draw.world.free_bitmap(reinterpret_cast<HGLOBAL>(std::uintptr_t{result}));
+        draw.world.free_bitmap(reinterpret_cast<HGLOBAL>(result));
 }
 
 std::int64_t filled(const Draw &draw) {
@@ -192,7 +192,7 @@ const Row rows[] = {
     {"mem32DuplicateHandle",
      {{Argument::record,
        [](Draw &draw, std::size_t) -> Drawn {
-           constexpr std::uint32_t none[] = {0, 1, 2, 3, 0xFFFFFFFF};
+           constexpr Word none[] = {0, 1, 2, 3, 0xFFFFFFFF};
            return draw.is_hostile() ? none[draw.random.below(std::size(none))]
                                     : word_of(draw.world.some_bitmap(draw.random));
        }}},

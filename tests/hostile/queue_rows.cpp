@@ -32,7 +32,7 @@ Argument description() {
     });
 }
 
-void free_rectangles(Draw &draw, std::uint32_t) {
+void free_rectangles(Draw &draw, Word) {
     HGLOBAL block = nullptr;
     if (draw.words[0] != 0)
         std::memcpy(&block, draw.at<HGLOBAL>(0), sizeof block);
@@ -46,14 +46,14 @@ void free_rectangles(Draw &draw, std::uint32_t) {
 void delete_nobodys(Draw &) {
     api().DeleteQueue(0);
 }
-void keep_owner(Draw &draw, std::uint32_t result) {
+void keep_owner(Draw &draw, Word result) {
     if (result == 1)
-        draw.world.queue_owners.push_back(draw.words[0]);
+        draw.world.queue_owners.push_back(draw.number(0));
 }
 
 const Row rows[] = {
     {"AddQueue",
-     {memory([](const Draw &draw) { return std::int64_t{draw.words[1]}; }), in(0, 300)}},
+     {memory([](const Draw &draw) { return std::int64_t{draw.number(1)}; }), in(0, 300)}},
     {"ClearQueue", {}, 1},
     {"CreateQueue", {owner()}, 4, keep_owner, true, delete_nobodys},
     {"DeleteQueue", {owner()}},
@@ -64,7 +64,7 @@ const Row rows[] = {
      20},
     {"d32DeleteQueue", {owner()}},
     {"d32DispatchQueue", {}, 12},
-    {"d32GetCurQueue", {bytes(4)}, 4, free_rectangles},
+    {"d32GetCurQueue", {bytes(sizeof(HGLOBAL))}, 4, free_rectangles},
     {"d32IsInQueue", {owner(), in(0, 1)}},
     {"d32SetEndDispatchRect", {owner(), rectangle(), rectangle()}},
     {"d32SetFirstService", {owner()}},

@@ -56,7 +56,7 @@ Argument table_slot() {
             }};
 }
 
-void keep_tables(Draw &draw, std::uint32_t result) {
+void keep_tables(Draw &draw, Word result) {
     if (result != 1)
         return;
     HeldTables held;
@@ -73,7 +73,7 @@ Argument table(std::size_t which) {
                 return word_of(draw.world.tables.back().tables[which]);
             }};
 }
-void forget_tables(Draw &draw, std::uint32_t) {
+void forget_tables(Draw &draw, Word) {
     for (std::size_t i = 0; i < 4; ++i)
         if (draw.words[i] != 0)
             draw.world.tables.back().tables[i] = nullptr;
@@ -163,7 +163,7 @@ Argument record_to_make() {
     });
 }
 
-void keep_records_tables(Draw &draw, std::uint32_t result) {
+void keep_records_tables(Draw &draw, Word result) {
     if (result != 1)
         return;
     VCRESAMPLE record;
@@ -193,7 +193,7 @@ Argument record_to_end() {
                 return word_of(place);
             }};
 }
-void records_tables_are_gone(Draw &draw, std::uint32_t) {
+void records_tables_are_gone(Draw &draw, Word) {
     VCRESAMPLE record;
     if (draw.words[0] == 0)
         return;

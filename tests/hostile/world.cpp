@@ -108,15 +108,15 @@ void World::drop_large(HBUF32 handle) {
 }
 
 std::string World::wrong_counters() const {
-    constexpr std::uint32_t slack = 1 << 20;
-    std::uint32_t memory = 0, mapped = 0, most = 0;
+    constexpr std::size_t slack = 1 << 20;
+    std::size_t memory = 0, mapped = 0, most = 0;
     api().buf32GetVMDataExt(&memory, &mapped);
     for (const HeldBuffer &held : buffers_) {
         BUF32INFO info{};
         api().buf32GetInfo(held.handle, &info);
         most += 2 * held.info.reserved_bytes + (128 << 10);
         if (info.type == BUF32_PATTERN) // which has a block of the pattern's rows
-            most += std::uint32_t(held.row_bytes(info.width)) * (info.colour[0] >> 16);
+            most += std::size_t(held.row_bytes(info.width)) * (info.colour[0] >> 16);
     }
     if (!at_work_.unknown.empty())
         most += 2 * usual_limit;
@@ -183,8 +183,9 @@ void World::end_all_runs() {
         end_run(runs.back().handle);
 }
 
-void World::set_limits(std::uint32_t limit) {
-    std::uint32_t memory = limit, file = limit, on = 1;
+void World::set_limits(std::size_t limit) {
+    std::size_t memory = limit, file = limit;
+    std::uint32_t on = 1;
     api().buf32VMData(1, &memory, &file, nullptr, &on, &on);
 }
 
@@ -223,7 +224,7 @@ std::string World::finish() {
     buffers_.clear();
     while (!bitmaps.empty())
         free_bitmap(bitmaps.back());
-    std::uint32_t memory = 0, mapped = 0;
+    std::size_t memory = 0, mapped = 0;
     api().buf32GetVMDataExt(&memory, &mapped);
     if (memory != 0 || mapped != 0)
         return std::to_string(memory) + " bytes in use and " + std::to_string(mapped) + " mapped";

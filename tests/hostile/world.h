@@ -50,7 +50,7 @@ class World {
 public:
     static constexpr std::size_t most_buffers = 14, most_runs = 3, most_palettes = 6;
     static constexpr std::int64_t most_image_bytes = 1 << 20;
-    static constexpr std::uint32_t usual_limit = 8 << 20;
+    static constexpr std::size_t usual_limit = 8 << 20;
 
     World(); // with some buffers that fit one another
     World(const World &) = delete;
@@ -86,7 +86,7 @@ public:
     void free_bitmap(HGLOBAL bitmap);
     void end_run(HDISPRUN run);
     void end_all_runs();
-    void set_limits(std::uint32_t limit = usual_limit);
+    void set_limits(std::size_t limit = usual_limit);
 
     std::vector<std::uint32_t> queue_owners;
 

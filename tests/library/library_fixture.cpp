@@ -71,7 +71,7 @@ HBUF32 LibraryTest::allocate(int bits, int width, int height, uint32_t type, con
 void LibraryTest::expect_refused(int bits, int width, int height, uint32_t type,
                                  const Failure &report) {
     const Census before = Census::now();
-    const uint32_t memory = memory_in_use(), mapped = mapped_bytes();
+    const size_t memory = memory_in_use(), mapped = mapped_bytes();
     HBUF32 buffer = 0x5A5A5A5A;
     EXPECT_EQ(api().buf32Alloc(&buffer, bits, width, height, type, nullptr), 0);
     EXPECT_EQ(buffer, 0x5A5A5A5Au);
@@ -108,22 +108,22 @@ void LibraryTest::set_directories(BUF32DIRECTORIES block) {
     EXPECT_EQ(api().buf32VMData(1, nullptr, nullptr, &block, nullptr, nullptr), 1);
 }
 
-void LibraryTest::set_memory_limit(uint32_t on, uint32_t limit) {
+void LibraryTest::set_memory_limit(uint32_t on, size_t limit) {
     EXPECT_EQ(api().buf32VMData(1, &limit, nullptr, nullptr, &on, nullptr), 1);
 }
 
-void LibraryTest::set_file_limit(uint32_t on, uint32_t limit) {
+void LibraryTest::set_file_limit(uint32_t on, size_t limit) {
     EXPECT_EQ(api().buf32VMData(1, nullptr, &limit, nullptr, nullptr, &on), 1);
 }
 
-uint32_t LibraryTest::memory_in_use() {
-    uint32_t bytes = 0;
+size_t LibraryTest::memory_in_use() {
+    size_t bytes = 0;
     api().buf32GetVMDataExt(&bytes, nullptr);
     return bytes;
 }
 
-uint32_t LibraryTest::mapped_bytes() {
-    uint32_t bytes = 0;
+size_t LibraryTest::mapped_bytes() {
+    size_t bytes = 0;
     api().buf32GetVMDataExt(nullptr, &bytes);
     return bytes;
 }

@@ -59,10 +59,10 @@ protected:
     // Sets the first of the four directories, switched on; the others are switched off and empty.
     void set_directories(const std::vector<std::string> &paths);
     void set_directories(BUF32DIRECTORIES block);
-    void set_memory_limit(uint32_t on, uint32_t limit);
-    void set_file_limit(uint32_t on, uint32_t limit);
-    uint32_t memory_in_use();
-    uint32_t mapped_bytes();
+    void set_memory_limit(uint32_t on, size_t limit);
+    void set_file_limit(uint32_t on, size_t limit);
+    size_t memory_in_use();
+    size_t mapped_bytes();
 
 private:
     std::optional<Census> before_;

@@ -68,13 +68,21 @@ public:
     template <class Function>
     void run(Function function) {
         running_ = true;
+#ifdef _WIN64
+        asm volatile("pushfq\n\torq $0x100, (%%rsp)\n\tpopfq" ::: "memory", "cc");
+#else
         asm volatile("pushfl\n\torl $0x100, (%%esp)\n\tpopfl" ::: "memory", "cc");
+#endif
         function();
         running_ = false;
     }
 
-    InstructionSet highest() const { return highest_; }
-    int steps() const { return steps_; }
+    InstructionSet highest() const {
+        return highest_;
+    }
+    int steps() const {
+        return steps_;
+    }
 
 private:
     static constexpr DWORD trap_flag = 0x100;
@@ -83,7 +91,8 @@ private:
         if (pointers->ExceptionRecord->ExceptionCode != EXCEPTION_SINGLE_STEP)
             return EXCEPTION_CONTINUE_SEARCH;
         if (current_->running_) {
-            current_->look_at(pointers->ContextRecord->Eip);
+            current_->look_at(
+                reinterpret_cast<std::uintptr_t>(pointers->ExceptionRecord->ExceptionAddress));
             pointers->ContextRecord->EFlags |= trap_flag;
         } else {
             pointers->ContextRecord->EFlags &= ~trap_flag;
@@ -98,10 +107,14 @@ private:
         const auto *code = reinterpret_cast<const unsigned char *>(place);
         while (*code == 0x66 || *code == 0xF2 || *code == 0xF3)
             ++code;
+        if (frame::is_64_bit && (*code & 0xF0) == 0x40) // REX
+            ++code;
+        // In 32 bits these begin old instructions, too, whose second byte is another.
+        const bool is_of_vectors = frame::is_64_bit || code[1] >= 0xC0;
         InstructionSet used = InstructionSet::sse2;
-        if (code[0] == 0x62 && code[1] >= 0xC0)
+        if (code[0] == 0x62 && is_of_vectors)
             used = InstructionSet::avx512; // EVEX
-        else if ((code[0] == 0xC4 || code[0] == 0xC5) && code[1] >= 0xC0)
+        else if ((code[0] == 0xC4 || code[0] == 0xC5) && is_of_vectors)
             used = InstructionSet::avx2; // VEX
         else if (code[0] == 0x0F && (code[1] == 0x38 || code[1] == 0x3A))
             used = InstructionSet::sse41;

@@ -62,12 +62,13 @@ TEST_F(Start, StepsComeInOrder) {
 
 TEST_F(Start, DefaultsWithoutASettingsFile) {
     start();
-    uint32_t memory_limit = 1, file_limit = 1, memory_switch = 1, file_switch = 1;
+    size_t memory_limit = 1, file_limit = 1;
+    uint32_t memory_switch = 1, file_switch = 1;
     BUF32DIRECTORIES block;
     EXPECT_EQ(
         api().buf32VMData(0, &memory_limit, &file_limit, &block, &memory_switch, &file_switch), 1);
-    EXPECT_EQ(memory_limit, 0xFFFFFFFFu);
-    EXPECT_EQ(file_limit, 0xFFFFFFFFu);
+    EXPECT_EQ(memory_limit, frame::no_limit);
+    EXPECT_EQ(file_limit, frame::no_limit);
     EXPECT_EQ(memory_switch, 0u);
     EXPECT_EQ(file_switch, 0u);
     EXPECT_EQ(block.path[0], frame::sandbox_swap());
@@ -118,7 +119,7 @@ TEST_F(Start, KeepsAnExistingTemporaryDirectory) {
 
 // --- physical memory -----------------------------------------------------------------------------
 
-// A memory limit of 0xFFFFFFFF is the physical memory as it was at the start; on systems that are
+// A memory limit of all bits is the physical memory as it was at the start; on systems that are
 // neither NT nor version 4 or later it is 1 MB.
 TEST_F(Start, MeasuresThePhysicalMemory) {
     const struct {
@@ -134,9 +135,14 @@ TEST_F(Start, MeasuresThePhysicalMemory) {
                 GlobalMemoryStatus(status);
                 status->dwTotalPhys = 3000000;
             });
+            const Replaced<call::GlobalMemoryStatusEx> wide_memory([](MEMORYSTATUSEX *status) {
+                const BOOL result = GlobalMemoryStatusEx(status);
+                status->ullTotalPhys = 3000000;
+                return result;
+            });
             start();
         }
-        set_memory_limit(1, 0xFFFFFFFF);
+        set_memory_limit(1, frame::no_limit);
         allocate(8, 1000, 1000, BUF32_TILED);
         const HBUF32 second = allocate(8, 1000, 1000, BUF32_TILED);
         EXPECT_EQ(word(second, field_file) == 0, system.measured);

@@ -1,5 +1,6 @@
 // What the rectangle functions refuse, and every block of memory that they cannot get: the report
 // or the silence, the image as it was, nothing left behind.
+#include "tests/frame/small_memory.h"
 #include "tests/merge/rectangle_fixture.h"
 
 namespace q32::test {
@@ -391,6 +392,7 @@ TEST_P(RectangleFailures, SubstituteMaskIsLockedAndUnlocked) {
 // No block of a size that has come round is taken, and nothing is touched: there cannot be an image
 // of that size.
 TEST_P(RectangleFailures, SizesOverThirtyTwoBits) {
+    const frame::SmallMemory small;
     std::vector<SIZE_T> asked;
     const Replaced<frame::call::GlobalAlloc> nothing([&](UINT, SIZE_T size) -> HGLOBAL {
         asked.push_back(size);

@@ -18,10 +18,19 @@ TEST_P(RowLengths, OfAnOverlayBeyondTheLastCoordinate) {
         overlay.data()[0] = overlay.data()[1] = 20;
         overlay.data()[2 * pixels] = overlay.data()[2 * pixels + 1] = 30;
         mask.data()[0] = mask.data()[pixels] = 255;
-        EXPECT_SUCCESS(api().i32MergeRamToRam(image.data() + 6, INT_MAX, 2, 2, INT_MAX - 1, 0,
+#ifdef _WIN64 // the second row is 4 GB away
+        const int rows = 1;
+        uint8_t *const first = image.data() + 2 - 2 * ptrdiff_t{INT_MAX - 1};
+        const Bytes merged = {1, 1, 20, 20};
+#else // and here two bytes before the first
+        const int rows = 2;
+        uint8_t *const first = image.data() + 6;
+        const Bytes merged = {30, 30, 20, 20};
+#endif
+        EXPECT_SUCCESS(api().i32MergeRamToRam(first, INT_MAX, rows, 2, INT_MAX - 1, 0,
                                               overlay.data(), masked ? mask.data() : nullptr,
                                               pixels, 2, RECT{0, 0, 1, 2}, MERGE_NORMAL, 0));
-        image.expect({30, 30, 20, 20});
+        image.expect(merged);
     }
 }
 

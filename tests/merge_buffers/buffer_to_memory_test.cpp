@@ -1,5 +1,6 @@
 // i32MergeBufToRam: what it refuses, when nothing is left, and the lock counts that cells outside
 // the image leave behind.
+#include "tests/frame/edition.h"
 #include "tests/merge_buffers/merge_fixture.h"
 
 #include <climits>
@@ -195,10 +196,15 @@ TEST_F(BufferToMemory, ImagesThatNoMemoryHolds) {
     Side overlay(24, 30, 20, random), mask(8, 30, 20, random);
     MemoryBlock image(90, MemoryBlock::fence_behind, random);
     image.protect();
+    // In 64 bits, what reaches beyond 128 terabytes.
+    const std::vector<Request> requests = frame::by_edition(
+        std::vector{Request{0, 1, {0, 0, 30, 20}}, Request{0, 0, {0, 0, 30, 20}},
+                    Request{0, INT_MAX - 1, {0, 0, 30, 20}},
+                    Request{INT_MAX - 1, 0, {0, 0, 30, 20}}},
+        std::vector{Request{0, INT_MAX - 1, {0, 0, 30, 20}}, Request{0, 21845, {0, 0, 30, 20}},
+                    Request{INT_MAX - 1, 21845, {0, 0, 30, 20}}});
     for (HBUF32 weights : {HBUF32(0), HBUF32(mask)})
-        for (const Request &request :
-             {Request{0, 1, {0, 0, 30, 20}}, Request{0, 0, {0, 0, 30, 20}},
-              Request{0, INT_MAX - 1, {0, 0, 30, 20}}, Request{INT_MAX - 1, 0, {0, 0, 30, 20}}})
+        for (const Request &request : requests)
             EXPECT_SILENT_FAILURE(
                 merge(image.data(), INT_MAX, INT_MAX, 3, weights, overlay, request));
     EXPECT_EQ(overlay.locks() + mask.locks(), 0u);

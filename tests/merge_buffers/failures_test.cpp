@@ -155,7 +155,7 @@ TEST_F(MergeFailures, NoStorageForTheDestination) {
         SCOPED_TRACE(name_of(sort));
         Side overlay(24, 190, 150, random), mask(8, 190, 150, random);
         Side destination(sort, 24, 200, 160, random);
-        const uint32_t type = word(destination, field_type);
+        const auto type = word(destination, field_type);
         {
             const NoStorage none;
             const Census before = Census::now();

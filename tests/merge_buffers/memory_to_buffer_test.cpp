@@ -170,7 +170,7 @@ TEST_F(MemoryToBuffer, DestinationsOfEverySort) {
         for (int bits : {1, 8, 24}) {
             SCOPED_TRACE(std::string(name_of(sort)) + ", " + std::to_string(bits) + " bits");
             Side destination(sort, bits, 200, 160, random);
-            const uint32_t type = word(destination, field_type);
+            const auto type = word(destination, field_type);
             EXPECT_SILENT_FAILURE(merge(destination, {0, 0, all}));
             EXPECT_SUCCESS(merge(destination, {-31, 0, all}));
             EXPECT_EQ(word(destination, field_type), type);

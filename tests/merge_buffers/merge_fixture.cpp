@@ -223,10 +223,10 @@ bool LockWatch::balanced() const {
 
 // A buffer whose type changes gets its entries anew.
 void LockWatch::put_watch_on(HBUF32 buffer, Watched &state) {
-    const uint32_t ours[] = {uint32_t(uintptr_t(&lock)), uint32_t(uintptr_t(&cell_lock)),
-                             uint32_t(uintptr_t(&cell_unlock)), uint32_t(uintptr_t(&unlock))};
+    const uintptr_t ours[] = {uintptr_t(&lock), uintptr_t(&cell_lock), uintptr_t(&cell_unlock),
+                              uintptr_t(&unlock)};
     for (size_t i = 0; i < std::size(watched); ++i) {
-        const uint32_t entry = word(buffer, field_of(watched[i]));
+        const uintptr_t entry = word(buffer, field_of(watched[i]));
         if (entry == ours[i])
             continue;
         state.before[i] = entry;

@@ -65,8 +65,8 @@ public:
     int height() const { return int(picture.geometry.height); }
     int bytes() const { return int(picture.geometry.bytes_per_pixel()); }
 
-    uint32_t locks() const { return word(*this, field_lock_count); }
-    uint32_t mode() const { return word(*this, field_access_mode); }
+    uint32_t locks() const { return uint32_t(word(*this, field_lock_count)); }
+    uint32_t mode() const { return uint32_t(word(*this, field_access_mode)); }
     // Cells as they are, whatever type the buffer has become.
     Geometry cells() const;
 
@@ -126,7 +126,7 @@ private:
                                         entry_unlock};
     struct Watched {
         char name;
-        uint32_t before[4]; // entries
+        uintptr_t before[4]; // entries
     };
 
     void put_watch_on(HBUF32 buffer, Watched &state);

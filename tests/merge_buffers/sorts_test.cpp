@@ -95,7 +95,7 @@ TEST_F(Sorts, SpecialDestinationsBecomeOrdinary) {
     for (Sort sort : {Sort::one_colour, Sort::filled, Sort::pattern}) {
         SCOPED_TRACE(name_of(sort));
         Side overlay(24, 190, 150, random), destination(sort, 24, 200, 160, random);
-        const uint32_t type = word(destination, field_type);
+        const auto type = word(destination, field_type);
         check_buffer_to_buffer(destination, nullptr, overlay, {200, 0, {0, 0, 50, 50}});
         EXPECT_EQ(word(destination, field_type), type);
         check_buffer_to_buffer(destination, nullptr, overlay, {199, 0, {0, 0, 50, 50}, 1, 100});

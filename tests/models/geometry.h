@@ -20,9 +20,9 @@ struct Geometry {
 
     static int64_t divide_up(int64_t value, int64_t by) { return (value + by - 1) / by; }
     int64_t bytes(int64_t pixels) const { return divide_up(pixels * bits, 8); }
-    // Byte counts that need more than 32 bits show as all ones.
-    static uint32_t shown(int64_t value) {
-        return value >= 0xFFFFFFFFLL ? 0xFFFFFFFFu : uint32_t(value);
+    // Byte counts that need more bits than a size has show as all ones.
+    static size_t shown(int64_t value) {
+        return uint64_t(value) >= SIZE_MAX ? SIZE_MAX : size_t(value);
     }
 
     int64_t bytes_per_pixel() const { return bits / 8; }
@@ -87,7 +87,7 @@ struct Geometry {
                          int32_t(bits),
                          int32_t(bytes_per_pixel()),
                          int32_t(row_bytes_of(cell)),
-                         int32_t(bytes_of(cell)),
+                         size_t(bytes_of(cell)),
                          int32_t(width_of(cell) * height_of(cell))};
     }
 };

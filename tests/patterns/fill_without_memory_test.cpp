@@ -56,7 +56,7 @@ TEST_F(FillWithoutMemory, Pattern) {
             auto buffer = start.make(24, 150, 140, random);
             const HBUF32 handle = *buffer;
             Picture picture = picture_shown_by(handle, Geometry(150, 140, 24, start.type));
-            const uint32_t size = word(handle, field_colour);
+            const auto size = word(handle, field_colour);
             EXPECT_TRUE(loss.take(handle));
             expect_given_up(handle, start, picture.geometry);
             const bool has_copy =
@@ -90,7 +90,7 @@ TEST_F(FillWithoutMemory, ThePatternBeforeStaysWithoutABlock) {
         Random random(test_seed(), 9);
         const auto buffer = start.make(24, 150, 140, random);
         const Picture picture = picture_shown_by(*buffer, Geometry(150, 140, 24, start.type));
-        const uint32_t copy = word(*buffer, field_external_data);
+        const uintptr_t copy = word(*buffer, field_external_data);
         const Pattern other(9, 4, 24, random);
         const BUF32PATTERN descriptor = other.descriptor();
         {

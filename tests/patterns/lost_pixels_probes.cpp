@@ -299,7 +299,7 @@ void fail_again(Scene &scene) {
     for (int round = 0; round < 2; ++round)
         for (const Loss &loss : losses_of(scene.start)) {
             SCOPED_TRACE(loss.name);
-            const uint32_t others =
+            const size_t others =
                 word(scene.good, field_file) != 0 || word(scene.good, field_storage) == 0
                     ? 0
                     : word(scene.good, field_reserved_bytes);
@@ -316,7 +316,7 @@ void change_height(Scene &scene) {
     const bool can =
         scene.start.type == BUF32_LINEAR_MEMORY || scene.start.type == BUF32_LINEAR_SHRINK;
     const int reservations = frame::Census::now().reservations;
-    const uint32_t memory = memory_in_use();
+    const size_t memory = memory_in_use();
     for (int rows : {height - 1, 20, 20, 1, 100, height, height + 1, 0}) {
         api().buf32ReAlloc(scene.lost, rows);
         if (!can)
@@ -347,9 +347,9 @@ void ask_about(Scene &scene) {
     EXPECT_EQ(unit, scene.bits / 8);
     EXPECT_EQ(api().buf32CountBuf(nullptr), 2);
     for (const auto &[kind, bytes] :
-         {std::pair{1, info.cell_bytes}, {2, uint32_t(scene.row_bytes())}}) {
+         {std::pair{1, info.cell_bytes}, {2, size_t(scene.row_bytes())}}) {
         void *block = nullptr;
-        uint32_t got = 0;
+        size_t got = 0;
         EXPECT_SUCCESS(api().buf32GetMemSpace(scene.lost, kind, 2, 0, &block, &got));
         EXPECT_EQ(got, bytes);
         frame::forget_block(block);

@@ -39,7 +39,7 @@ public:
             return "another";
         case 1:
         case 2: {
-            const auto losses = losses_of({"", word(buffer, field_type), false, false});
+            const auto losses = losses_of({"", uint32_t(word(buffer, field_type)), false, false});
             const Loss &loss = losses[random_.below(losses.size())];
             loss.take(buffer);
             return loss.name;
@@ -86,7 +86,7 @@ public:
     // The counters are the sums over the records, and so is what the system has handed out, which
     // takes long to ask.
     void check(bool census) const {
-        uint32_t memory = 0, mapped = 0;
+        size_t memory = 0, mapped = 0;
         int reservations = 0, views = 0;
         for (HBUF32 buffer : all_) {
             EXPECT_EQ(word(buffer, field_lock_count), 0u);
@@ -98,8 +98,8 @@ public:
                 continue;
             }
             ++reservations;
-            const uint32_t row = word(buffer, field_row_bytes);
-            const uint32_t cell = word(buffer, field_cell_bytes);
+            const uintptr_t row = word(buffer, field_row_bytes);
+            const uintptr_t cell = word(buffer, field_cell_bytes);
             if (word(buffer, field_type) == BUF32_ONE_COLOUR)
                 memory += std::max(row, cell);
             else if (word(buffer, field_type) == BUF32_PATTERN)

@@ -95,7 +95,7 @@ TEST_F(OneColourFill, Again) {
         Buffer buffer(bits, 150, 140);
         Picture picture = picture_beside(buffer);
         ASSERT_EQ(api().buf32FillOneColor(buffer, colour), 1);
-        const uint32_t block = word(buffer, field_storage);
+        const uintptr_t block = word(buffer, field_storage);
         for (int shade = 1; shade < 8; ++shade) {
             uint8_t other[8];
             for (int i = 0; i < 8; ++i)

@@ -25,7 +25,7 @@ TEST_F(PatternDuplicates, NewOnesHaveACopyOfTheirOwn) {
                 if (with_block) {
                     ASSERT_EQ(api().buf32Lock(source, 5, nullptr), 1);
                 }
-                const uint32_t used = memory_in_use();
+                const size_t used = memory_in_use();
                 const int runtime_blocks = frame::Census::now().runtime_blocks;
                 HBUF32 made = 0;
                 {
@@ -50,8 +50,8 @@ TEST_F(PatternDuplicates, NewOnesHaveACopyOfTheirOwn) {
                 EXPECT_EQ(cell_address_word(made, 0), 0u);
                 EXPECT_EQ(word(made, field_record_entry), 0xFFFFFFFF);
                 EXPECT_EQ(word(made, field_previous), uint32_t(HBUF32(source)));
-                EXPECT_EQ(word(source, field_next), uint32_t(made));
-                EXPECT_EQ(word(made, field_self), uint32_t(made));
+                EXPECT_EQ(word(source, field_next), uintptr_t(made));
+                EXPECT_EQ(word(made, field_self), uintptr_t(made));
                 for (HBUF32 buffer : {HBUF32(source), made})
                     for (int field : {field_first_sharer, field_last_sharer, field_share_marker,
                                       field_source, field_previous_sharer, field_next_sharer})

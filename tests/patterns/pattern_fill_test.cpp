@@ -1,4 +1,5 @@
 // buf32FillPattern: from every kind of buffer, at every depth, to a block of the pattern's rows.
+#include "tests/frame/small_memory.h"
 #include "tests/patterns/special_buffers.h"
 
 namespace q32::test {
@@ -234,6 +235,7 @@ TEST_F(PatternFill, OfCallerMemory) {
 
 // Sizes that need more than 32 bits fail like memory that cannot be had, and nothing is read.
 TEST_F(PatternFill, OfSizesBeyond32Bits) {
+    const frame::SmallMemory small;
     FencedBlock pixel(8);
     const BUF32PATTERN whole{65535, 65535, pixel.data()}, // 34 GB
         wrapping{65535, 8193, pixel.data()},              // 4 GB and a little

@@ -142,7 +142,7 @@ TEST_F(PatternReading, RowsOfTwelveBitPixelsOfTwoCells) {
     EXPECT_SUCCESS(api().buf32Line(buffer, 0, BUF32_LINE_READ, row.data()));
     for (int i = 0; i < 210; ++i)
         EXPECT_EQ(row.data()[i], i < 128 || (i >= 192 && i < 204) ? 0x11 : 0) << i;
-    const uint32_t copy = word(buffer, field_external_data);
+    const uintptr_t copy = word(buffer, field_external_data);
     set_word(buffer, field_external_data, 0); // as after a refused free
     EXPECT_SUCCESS(api().buf32Line(buffer, 0, BUF32_LINE_READ, row.data()));
     for (int i = 0; i < 210; ++i)
@@ -242,7 +242,7 @@ TEST_F(PatternReading, ACellLockMakesTheBlockAndRendersTheCell) {
         EXPECT_EQ(uintptr_t(address), word(buffer, field_storage)); // all cells begin there
         EXPECT_EQ(memory_in_use(), uint32_t(geometry.cell_bytes()));
         const BUF32CELL described = geometry.description(i);
-        EXPECT_EQ(std::memcmp(&cell, &described, sizeof cell), 0);
+        EXPECT_TRUE(same_cell(cell, described));
         for (int y = 0; y < cell.height; ++y)
             ASSERT_TRUE(same_bytes(
                 {buffer.picture.image.row(size_t(cell.y + y)) + cell.x * 3, size_t(cell.row_bytes)},
@@ -325,7 +325,7 @@ TEST_F(PatternReading, NoBlock) {
 class LostPattern : public BufferTest {
 protected:
     static void lose(PatternBuffer &buffer) {
-        const uint32_t locks = word(buffer, field_lock_count);
+        const auto locks = word(buffer, field_lock_count);
         ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
         const int runtime_blocks = frame::Census::now().runtime_blocks;
         EXPECT_REPORT(api().buf32Free(buffer), 5804, 1, 4, 12);

@@ -137,7 +137,7 @@ TEST_F(PatternWriting, WithoutStorage) {
                 ASSERT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
                 ASSERT_EQ(api().buf32Unlock(buffer), 1);
             }
-            const uint32_t used = memory_in_use();
+            const size_t used = memory_in_use();
             Bytes record(504);
             std::memcpy(record.data(), reinterpret_cast<const void *>(HBUF32(buffer)),
                         record.size());

@@ -177,7 +177,7 @@ void expect_block(HBUF32 buffer, uint32_t bytes) {
     EXPECT_EQ(word(buffer, field_mapping), 0u);
     EXPECT_EQ(word(buffer, field_file), 0u);
     EXPECT_EQ(word(buffer, field_record_entry), 0xFFFFFFFF);
-    const uint32_t storage = word(buffer, field_storage);
+    const uintptr_t storage = word(buffer, field_storage);
     ASSERT_NE(storage, 0u);
     EXPECT_EQ(cell_address_word(buffer, 0), storage);
     MEMORY_BASIC_INFORMATION pages{};
@@ -264,7 +264,7 @@ void expect_ordinary_again(const Picture &picture, bool file) {
     EXPECT_EQ(word(buffer, field_file) != 0, file);
     EXPECT_EQ(word(buffer, field_mapping) != 0, file);
     EXPECT_EQ(word(buffer, field_record_entry) != 0xFFFFFFFF, file);
-    const uint32_t storage = word(buffer, field_storage);
+    const uintptr_t storage = word(buffer, field_storage);
     for (int i = 0; i < int(geometry.cell_count()); ++i)
         EXPECT_EQ(cell_address_word(buffer, i), storage + uint32_t(geometry.offset_of(i))) << i;
     Buffer like(8, 1, 1);

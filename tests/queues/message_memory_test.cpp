@@ -10,6 +10,7 @@ namespace {
 using Blocks = std::vector<HeapWatch::Block>;
 using Growths = std::vector<HeapWatch::Growth>;
 
+constexpr SIZE_T pointer = sizeof(void *);
 constexpr UINT moveable = GMEM_MOVEABLE | GMEM_ZEROINIT, fixed = GMEM_FIXED | GMEM_ZEROINIT;
 
 class MessageMemory : public MessageTest {
@@ -31,11 +32,11 @@ protected:
 TEST_F(MessageMemory, BlocksAreAsLargeAsTheyMustBe) {
     HeapWatch heap;
     EXPECT_SUCCESS(api().CreateQueue(1));
-    EXPECT_EQ(heap.allocations(), (Blocks{{moveable, 64}}));
+    EXPECT_EQ(heap.allocations(), (Blocks{{moveable, 16 * pointer}}));
     EXPECT_SUCCESS(add(message(10, 1)));
-    EXPECT_EQ(heap.allocations(), (Blocks{{fixed, 8}, {fixed, 14}}));
+    EXPECT_EQ(heap.allocations(), (Blocks{{fixed, 2 * pointer}, {fixed, 14}}));
     EXPECT_SUCCESS(api().AddQueue(nullptr, 0));
-    EXPECT_EQ(heap.allocations(), (Blocks{{fixed, 8}, {fixed, 4}}));
+    EXPECT_EQ(heap.allocations(), (Blocks{{fixed, 2 * pointer}, {fixed, 4}}));
     expect_content({message(10, 1), {}});
     EXPECT_SUCCESS(api().DeleteQueue(1));
     EXPECT_EQ(heap.allocations(), Blocks{});
@@ -95,15 +96,15 @@ TEST_F(MessageMemory, The17thAnd33rdMessageGrowTheArray) {
     add_messages(0, 16);
     EXPECT_EQ(heap.growths(), Growths{});
     add_messages(16, 1);
-    EXPECT_EQ(heap.growths(), (Growths{{128, true, true}}));
+    EXPECT_EQ(heap.growths(), (Growths{{32 * pointer, true, true}}));
     add_messages(17, 15);
     EXPECT_EQ(heap.growths(), Growths{});
     add_messages(32, 1);
-    EXPECT_EQ(heap.growths(), (Growths{{192, true, true}}));
+    EXPECT_EQ(heap.growths(), (Growths{{48 * pointer, true, true}}));
     add_messages(33, 15);
     EXPECT_EQ(heap.growths(), Growths{});
     add_messages(48, 1);
-    EXPECT_EQ(heap.growths(), (Growths{{256, true, true}}));
+    EXPECT_EQ(heap.growths(), (Growths{{64 * pointer, true, true}}));
     expect_content(messages(0, 49));
     EXPECT_SUCCESS(api().DeleteQueue(1));
 }
@@ -121,14 +122,14 @@ TEST_F(MessageMemory, TheArrayStays) {
     add_messages(0, 48);
     EXPECT_EQ(heap.growths(), Growths{});
     add_messages(48, 1);
-    EXPECT_EQ(heap.growths(), (Growths{{256, true, true}}));
+    EXPECT_EQ(heap.growths(), (Growths{{64 * pointer, true, true}}));
     EXPECT_SUCCESS(api().DeleteQueue(1));
     // A new queue begins with 16 again.
     heap.allocations();
     EXPECT_SUCCESS(api().CreateQueue(1));
-    EXPECT_EQ(heap.allocations(), (Blocks{{moveable, 64}}));
+    EXPECT_EQ(heap.allocations(), (Blocks{{moveable, 16 * pointer}}));
     add_messages(0, 17);
-    EXPECT_EQ(heap.growths(), (Growths{{128, true, true}}));
+    EXPECT_EQ(heap.growths(), (Growths{{32 * pointer, true, true}}));
     EXPECT_SUCCESS(api().DeleteQueue(1));
 }
 
@@ -139,9 +140,9 @@ TEST_F(MessageMemory, AQueueMadeAnewIsSmall) {
     add_messages(0, 40);
     EXPECT_EQ(heap.growths().size(), 2u);
     EXPECT_SUCCESS(api().CreateQueue(3));
-    EXPECT_EQ(heap.allocations().back(), (HeapWatch::Block{moveable, 64}));
+    EXPECT_EQ(heap.allocations().back(), (HeapWatch::Block{moveable, 16 * pointer}));
     add_messages(0, 17);
-    EXPECT_EQ(heap.growths(), (Growths{{128, true, true}}));
+    EXPECT_EQ(heap.growths(), (Growths{{32 * pointer, true, true}}));
     expect_content(messages(0, 17));
     EXPECT_SUCCESS(api().DeleteQueue(3));
 }
@@ -261,7 +262,7 @@ TEST_F(MessageMemory, NoMemoryToGrow) {
     }
     HeapWatch heap;
     add_messages(17, 1);
-    EXPECT_EQ(heap.growths(), (Growths{{128, true, true}}));
+    EXPECT_EQ(heap.growths(), (Growths{{32 * pointer, true, true}}));
     expect_content(messages(1, 17));
     EXPECT_SUCCESS(api().DeleteQueue(1));
 }

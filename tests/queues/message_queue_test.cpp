@@ -1,5 +1,6 @@
 // The message queue call by call: who owns it, what goes in, what comes out.
 #include "tests/frame/random.h"
+#include "tests/frame/small_memory.h"
 #include "tests/queues/message_fixture.h"
 
 #include <algorithm>
@@ -358,6 +359,7 @@ TEST_F(MessageQueue, TooLarge) {
     EXPECT_SUCCESS(api().CreateQueue(1));
     EXPECT_SUCCESS(add({1}));
     const Census before = Census::now();
+    const frame::SmallMemory small;
     // Behind memory: copies of what is there would wreck the process, which then ends with 0.
     const FencedMemory memory{FencedMemory::page};
     const std::uint8_t *const bytes = memory.end() + 64;

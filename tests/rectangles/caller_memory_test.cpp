@@ -9,11 +9,11 @@ namespace {
 
 class CallerMemory : public RectangleTest {};
 
-uint32_t address_of(const void *pointer) {
-    return uint32_t(uintptr_t(pointer));
+uintptr_t address_of(const void *pointer) {
+    return uintptr_t(pointer);
 }
 
-uint32_t pixels_of(HBUF32 buffer) {
+uintptr_t pixels_of(HBUF32 buffer) {
     return word(buffer, field_external_data);
 }
 
@@ -178,7 +178,7 @@ TEST_F(CallerMemory, MergeBufFromItIsRefusedByReport) {
                          {{-5, -5, 30, 40}, -7, -9}, {{0, 0, 0, 0}, 0, 0},
                          {{900, 0, 10, 10}, 0, 0},   {{0, 0, 10, 10}, 900, 0},
                          {{0, 0, -5, -5}, 0, 0},     {{INT_MIN, 0, INT_MAX, INT_MAX}, INT_MAX, 0}};
-            const uint32_t marker = word(destination, field_share_marker);
+            const uintptr_t marker = word(destination, field_share_marker);
             for (const auto &[area, x, y] : cases) {
                 SCOPED_TRACE(text_of(area) + " to " + std::to_string(x) + ", " + std::to_string(y));
                 StripWatch watch;
@@ -245,7 +245,7 @@ TEST_F(CallerMemory, MergeBufIntoItIsRefusedLikeMergeMem) {
         Subject over(Kind::caller_memory, bits, 290, 190, random);
         const Sources sources(bits, random);
         for (HBUF32 source : sources.all) {
-            const uint32_t type = word(source, field_type);
+            const auto type = word(source, field_type);
             SCOPED_TRACE("type " + std::to_string(type) + ", " + std::to_string(bits) + " bits");
             const auto merge = [&](const Area &area, int x, int y) {
                 return api().buf32MergeBuf(source, area.x, area.y, area.width, area.height, over, x,
@@ -293,7 +293,7 @@ TEST_F(CallerMemory, GetBufIntoItIsRefusedLikeMergeMem) {
         const Sources sources(bits, random);
         HBUF32 handle = over;
         for (HBUF32 source : sources.all) {
-            const uint32_t type = word(source, field_type);
+            const auto type = word(source, field_type);
             SCOPED_TRACE("type " + std::to_string(type) + ", " + std::to_string(bits) + " bits");
             EXPECT_REPORT(api().buf32GetBuf(source, 0, 0, 300, 200, &handle), 5800, 0, 50, 64);
             EXPECT_REPORT(api().buf32GetBuf(source, -5, 7, 30, 20, &handle), 5800, 0, 50, 64);
@@ -398,7 +398,7 @@ TEST_F(CallerMemory, StagingBlocksAreOfItsCellsAndRows) {
     Subject over(Kind::caller_memory, 24, 300, 200, random);
     for (const auto &[kind, bytes] : {std::pair{1, 49152u}, {2, 900u}}) {
         void *block = nullptr;
-        uint32_t unit = 0;
+        size_t unit = 0;
         EXPECT_SUCCESS(api().buf32GetMemSpace(over, kind, 3, 0, &block, &unit));
         EXPECT_EQ(unit, bytes);
         EXPECT_GE(GlobalSize(block), bytes * 3 + 4);

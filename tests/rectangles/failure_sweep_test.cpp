@@ -176,7 +176,7 @@ bool run(const Scenario &scenario, Kind from, Kind into, int bits, const std::st
     Random random(test_seed(), uint64_t(bits));
     Stage stage(from, into, bits, random);
     const int live = api().buf32CountBuf(nullptr);
-    const uint32_t in_use = memory_in_use(), mapped = mapped_bytes();
+    const size_t in_use = memory_in_use(), mapped = mapped_bytes();
     const Census before = Census::now();
     HBUF32 made = 0;
     bool reached;

@@ -90,7 +90,7 @@ TEST_F(GetBuffer, OfTheWholeSourceIsADuplicate) {
         SCOPED_TRACE(type);
         Buffer source(24, 300, 200, type);
         const PlainImage image = fill(source, random);
-        const uint32_t in_use = memory_in_use(), mapped = mapped_bytes();
+        const size_t in_use = memory_in_use(), mapped = mapped_bytes();
         HBUF32 first = 0, second = 0;
         EXPECT_SUCCESS(api().buf32GetBuf(source, 0, 0, 300, 200, &first));
         EXPECT_SUCCESS(api().buf32GetBuf(first, 0, 0, 300, 200, &second)); // shares with the source
@@ -100,7 +100,7 @@ TEST_F(GetBuffer, OfTheWholeSourceIsADuplicate) {
         for (HBUF32 duplicate : {first, second}) {
             EXPECT_EQ(word(duplicate, field_type), type);
             EXPECT_EQ(word(duplicate, field_share_marker), 64u);
-            EXPECT_EQ(word(duplicate, field_source), uint32_t(source));
+            EXPECT_EQ(word(duplicate, field_source), uintptr_t(source));
             EXPECT_EQ(word(duplicate, field_storage), 0u);
         }
         EXPECT_EQ(memory_in_use(), in_use);
@@ -196,7 +196,7 @@ TEST_F(GetBuffer, WithoutAStripFreesWhatItMade) {
         SCOPED_TRACE(name_of(kind));
         Subject source(kind, 8, 100, 100, random);
         const int live = api().buf32CountBuf(nullptr);
-        const uint32_t in_use = memory_in_use();
+        const size_t in_use = memory_in_use();
         HBUF32 handle = 0;
         int calls;
         {
@@ -285,7 +285,7 @@ TEST_F(GetBuffer, OfTheWholeSourceIntoItsLikeIsADuplicate) {
         }
         EXPECT_EQ(handle, HBUF32(destination));
         EXPECT_EQ(word(destination, field_share_marker), 64u);
-        EXPECT_EQ(word(destination, field_source), uint32_t(source));
+        EXPECT_EQ(word(destination, field_source), uintptr_t(source));
         EXPECT_EQ(read_rows(destination).bytes(), image.bytes());
         {
             // It reads the same pixels already.
@@ -298,7 +298,7 @@ TEST_F(GetBuffer, OfTheWholeSourceIntoItsLikeIsADuplicate) {
             EXPECT_EQ(watch.asked(), std::vector<SIZE_T>{});
         }
         EXPECT_EQ(handle, HBUF32(source));
-        EXPECT_EQ(word(destination, field_source), uint32_t(source));
+        EXPECT_EQ(word(destination, field_source), uintptr_t(source));
         EXPECT_EQ(read_rows(source).bytes(), image.bytes());
         EXPECT_EQ(read_rows(destination).bytes(), image.bytes());
     }

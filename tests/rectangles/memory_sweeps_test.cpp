@@ -136,7 +136,7 @@ TEST_P(OutsideTheImage, IsReported) {
         for (int bits : {1, 8, 24}) {
             SCOPED_TRACE(name_of(kind));
             Subject subject(kind, bits, 300, 200, random);
-            const uint32_t in_use = memory_in_use(), mapped = mapped_bytes();
+            const size_t in_use = memory_in_use(), mapped = mapped_bytes();
             MemoryBlock block(64, MemoryBlock::fence_behind, random);
             const Bytes before = block.contents();
             for (const Area &area : areas) {

@@ -49,7 +49,7 @@ std::unique_ptr<Buffer> duplicate_of(HBUF32 source) {
 
 // A storage in virtual memory ends with its page, and the rest of the page belongs to nobody.
 void expect_nothing_behind_the_storage(HBUF32 buffer) {
-    const uint32_t type = word(buffer, field_type);
+    const auto type = word(buffer, field_type);
     if (word(buffer, field_file) != 0 || word(buffer, field_storage) == 0 ||
         type == BUF32_CALLER_MEMORY || type == BUF32_ONE_COLOUR)
         return;
@@ -125,7 +125,7 @@ void OneColourSubject::expect_picture() const {
 
 PlainImage read_rows(HBUF32 buffer) {
     PlainImage image(geometry_of(buffer));
-    const uint32_t mode = word(buffer, field_access_mode);
+    const auto mode = word(buffer, field_access_mode);
     EXPECT_EQ(api().buf32Lock(buffer, BUF32_READ, nullptr), 1);
     for (size_t y = 0; y < image.rows(); ++y)
         EXPECT_EQ(api().buf32Line(buffer, int(y), BUF32_LINE_READ, image.row(y)), 1);
@@ -256,7 +256,7 @@ NoStorage::NoStorage() {
 }
 
 NoStorage::~NoStorage() {
-    set_memory_limit(0, 0xFFFFFFFF);
+    set_memory_limit(0, frame::no_limit);
     api().buf32VMData(1, nullptr, nullptr, &directories_, nullptr, nullptr);
 }
 

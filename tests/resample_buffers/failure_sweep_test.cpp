@@ -64,7 +64,7 @@ bool try_one(const Scenario &scenario, const char *function, int n, FailingCall:
     model::resample(scenario.path, source.picture, expected, cells);
     const int live = api().buf32CountBuf(nullptr);
     const Census before = Census::now();
-    const uint32_t memory = memory_in_use(), mapped = mapped_bytes();
+    const size_t memory = memory_in_use(), mapped = mapped_bytes();
     const LockBalance lock;
     HBUF32 handle = scenario.is_new ? 0 : HBUF32(given);
     bool reached;

@@ -48,7 +48,7 @@ private:
     std::vector<const Side *> sides_;
     Census before_ = Census::now();
     int live_ = api().buf32CountBuf(nullptr);
-    uint32_t memory_ = memory_in_use(), mapped_ = mapped_bytes();
+    size_t memory_ = memory_in_use(), mapped_ = mapped_bytes();
     LockBalance lock_;
 };
 
@@ -356,7 +356,7 @@ TEST_F(ResampleFailures, NoStorageForTheDestination) {
             SCOPED_TRACE(std::string(name_of(path)) + ", " + name_of(sort));
             const Side source(bits_of(path), 20, 10, random);
             Side given(sort, bits_of(path), 200, 150, random);
-            const uint32_t type = word(given, field_type);
+            const auto type = word(given, field_type);
             const Surroundings surroundings({&source, &given});
             {
                 const NoStorage none;

@@ -124,7 +124,7 @@ void ResampleTest::check_new(const Manner &manner, int width, int height,
     SCOPED_TRACE(
         size_text(bits, int(source_picture.geometry.width), int(source_picture.geometry.height)) +
         " to " + std::to_string(width) + " x " + std::to_string(height) + ", " + text_of(manner));
-    const uint32_t locks = word(source, field_lock_count);
+    const auto locks = word(source, field_lock_count);
     HBUF32 handle = 0;
     EXPECT_SUCCESS(resample(manner, width, height, source, &handle));
     const Buffer made(handle);
@@ -151,7 +151,7 @@ void ResampleTest::check_given(const Manner &manner, Side &destination,
                  " to " +
                  size_text(destination.picture.bits(), destination.width(), destination.height()) +
                  ", " + text_of(manner));
-    const uint32_t locks = word(source, field_lock_count), destination_locks = destination.locks();
+    const uintptr_t locks = word(source, field_lock_count), destination_locks = destination.locks();
     EXPECT_SUCCESS(resample_into(destination, manner, source));
     EXPECT_EQ(word(source, field_lock_count), locks);
     EXPECT_EQ(word(source, field_access_mode), uint32_t(BUF32_READ));

@@ -140,7 +140,7 @@ TEST_F(ResampleSorts, InSwapFiles) {
             EXPECT_GT(mapped_bytes(), 0u);
             check_given(manner_of(path), given, source);
             EXPECT_NE(word(given, field_mapping), 0u);
-            const uint32_t mapped = mapped_bytes();
+            const size_t mapped = mapped_bytes();
             HBUF32 handle = 0;
             EXPECT_SUCCESS(resample(manner_of(path), 150, 190, source, &handle));
             const Buffer made(handle);

@@ -1,5 +1,6 @@
 // Frames by tables of the caller's own that cannot be made, or need not be: without a table that is
 // read, without pixels, without memory.
+#include "tests/frame/small_memory.h"
 #include "tests/resample_frames/own_tables.h"
 
 #include <algorithm>
@@ -107,12 +108,16 @@ TEST_F(FramesNotMade, OfSourcesWithoutPixels) {
 
 // No memory holds them.
 TEST_F(FramesNotMade, TooLarge) {
+    const frame::SmallMemory small;
     OwnTables own(mirrored(20), mirrored(30));
+    // More than 4 GB, and than 128 TB, at 8 bits.
+    constexpr SIZE least_too_large =
+        frame::by_edition(SIZE{0x10000, 0x10001}, SIZE{0x800000, 0x1000001});
     for (const int bits : frame_depths)
         for (const int method : methods)
             for (const int nearest : {0, 1})
-                for (const SIZE to : {SIZE{INT_MAX, INT_MAX}, SIZE{INT_MAX - 1, 0x40000000},
-                                      SIZE{0x10000, 0x10001}}) {
+                for (const SIZE to :
+                     {SIZE{INT_MAX, INT_MAX}, SIZE{INT_MAX - 1, 0x40000000}, least_too_large}) {
                     BITMAPINFOHEADER header = header_of(20, 30, bits);
                     const Bytes source(frame_bytes(20, 30, bits), 9);
                     EXPECT_SILENT_FAILURE(api().vcResampleEx(nearest, source.data(), &header,
@@ -139,7 +144,8 @@ TEST_F(FramesNotMade, OfSourcesTooLarge) {
 
 // One row of so many pixels may be there, but what the work takes beside it is not.
 TEST_F(FramesNotMade, RowsTooLongToWorkOn) {
-    constexpr int columns = 0x1000000;
+    const frame::SmallMemory small;
+    constexpr int columns = frame::by_edition(0x1000000, 0x20000000);
     const OwnTables own(mirrored(20), mirrored(30));
     VCRESAMPLE record = own.record;
     for (const int method : {RESAMPLE_NEAREST, RESAMPLE_BILINEAR}) {

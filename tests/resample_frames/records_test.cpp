@@ -1,5 +1,6 @@
 // Records: what vcResampleInit puts into them and refuses, what vcResampleEnd takes, and what a
 // call reads from one.
+#include "tests/frame/small_memory.h"
 #include "tests/resample_frames/frame_fixture.h"
 
 namespace q32::test {
@@ -153,6 +154,7 @@ TEST_F(FrameRecords, WithoutMemory) {
 
 // Tables whose bytes do not fit 32 bits, or whatever memory there is.
 TEST_F(FrameRecords, TooLargeForMemory) {
+    const frame::SmallMemory small;
     for (const int side : {INT_MAX, INT_MAX - 1, 0x40000000, 0x3FFFFFFF, 0x3FFFFFFE, 0x3FFFFFFD,
                            0x40000001, 0x40000100, 0x30000000})
         for (const bool wide : {true, false}) {

@@ -22,14 +22,14 @@ void World::compare_storage(const ModelBuffer &buffer) {
     // A duplicate that was an image of its own still has its storage, but shows its source's.
     if (buffer.is_duplicate())
         return;
-    const uint32_t storage = word(buffer.handle, field_storage);
+    const uintptr_t storage = word(buffer.handle, field_storage);
     if (storage == 0 || buffer.is_duplicate() || buffer.is_special() || buffer.is(BUF32_DIB) ||
         buffer.memory != nullptr)
         return;
     const Geometry &geometry = buffer.picture.geometry;
     for (int i = 0; i < int(geometry.cell_count()); ++i) {
-        const uint32_t address = cell_address_word(buffer.handle, i);
-        if (address != storage + uint32_t(geometry.offset_of(i)))
+        const uintptr_t address = cell_address_word(buffer.handle, i);
+        if (address != storage + uintptr_t(geometry.offset_of(i)))
             differs("the place of cell " + std::to_string(i));
         compare_cell(buffer, i, reinterpret_cast<const void *>(address));
     }
@@ -54,8 +54,8 @@ void World::compare_cell(const ModelBuffer &buffer, int index, const void *addre
 // A chain runs forth and back through duplicates of its owner, which is none itself.
 void World::compare_sharing(const ModelBuffer &buffer) {
     const HBUF32 handle = buffer.handle;
-    uint32_t previous = 0;
-    for (uint32_t node = word(handle, field_first_sharer); node != 0;) {
+    uintptr_t previous = 0;
+    for (uintptr_t node = word(handle, field_first_sharer); node != 0;) {
         const HBUF32 sharer = node - field_offset(field_share_marker);
         if (by_handle(sharer) == nullptr || word(sharer, field_source) != handle ||
             word(sharer, field_previous_sharer) != previous)
@@ -73,21 +73,21 @@ void World::compare_sharing(const ModelBuffer &buffer) {
 
 void World::compare_records() {
     const auto compare = [&](const ModelBuffer &buffer, const char *name, Field field,
-                             uint32_t expected) {
-        const uint32_t found = word(buffer.handle, field);
+                             uintptr_t expected) {
+        const uintptr_t found = word(buffer.handle, field);
         if (found != expected)
             differs(name_of(buffer) + " " + name + " is " + std::to_string(int(found)) + ", not " +
                     std::to_string(int(expected)));
     };
     for (const ModelBuffer &buffer : buffers_) {
         compare(buffer, "type", field_type, buffer.type);
-        compare(buffer, "height", field_height, uint32_t(buffer.picture.height()));
+        compare(buffer, "height", field_height, uintptr_t(buffer.picture.height()));
         compare(buffer, "lock count", field_lock_count, buffer.locks);
         compare(buffer, "access mode", field_access_mode, uint32_t(buffer.mode));
-        compare(buffer, "self", field_self, uint32_t(buffer.handle));
-        compare(buffer, "capacity", field_capacity_rows, uint32_t(buffer.capacity));
+        compare(buffer, "self", field_self, uintptr_t(buffer.handle));
+        compare(buffer, "capacity", field_capacity_rows, uintptr_t(buffer.capacity));
         compare(buffer, "reserved bytes", field_reserved_bytes,
-                uint32_t(buffer.capacity * buffer.picture.geometry.row_bytes()));
+                uintptr_t(buffer.capacity * buffer.picture.geometry.row_bytes()));
         compare_sharing(buffer);
         if (buffer.bitmap != nullptr && buffer.bitmap->locks() != 1)
             differs(name_of(buffer) + " has its bitmap locked otherwise than once");
@@ -106,15 +106,15 @@ void World::compare_records() {
 
 // Every byte of storage belongs to one buffer, and the counters are the sums over the buffers.
 void World::compare_counters() {
-    uint32_t memory = 0, mapped = 0;
+    uintptr_t memory = 0, mapped = 0;
     int reservations = 0, views = 0;
     for (const ModelBuffer &buffer : buffers_) {
         if (word(buffer.handle, field_storage) == 0 || buffer.memory != nullptr ||
             buffer.is(BUF32_DIB))
             continue;
-        const uint32_t row_bytes = word(buffer.handle, field_row_bytes);
-        const uint32_t cell_bytes = word(buffer.handle, field_cell_bytes);
-        const uint32_t reserved = word(buffer.handle, field_reserved_bytes);
+        const uintptr_t row_bytes = word(buffer.handle, field_row_bytes);
+        const uintptr_t cell_bytes = word(buffer.handle, field_cell_bytes);
+        const uintptr_t reserved = word(buffer.handle, field_reserved_bytes);
         if (word(buffer.handle, field_file) != 0) {
             mapped += reserved;
             ++views;
@@ -128,21 +128,22 @@ void World::compare_counters() {
         else
             memory += reserved;
     }
-    const auto compare = [&](const char *name, uint32_t found, uint32_t expected) {
+    const auto compare = [&](const char *name, uintptr_t found, uintptr_t expected) {
         if (found != expected)
             differs(std::string(name) + " " + std::to_string(found) + ", not " +
                     std::to_string(expected));
     };
     compare("memory in use", memory_in_use(), memory);
     compare("mapped bytes", mapped_bytes(), mapped);
-    compare("thread priority", uint32_t(GetThreadPriority(GetCurrentThread())),
-            uint32_t(THREAD_PRIORITY_NORMAL));
+    compare("thread priority", uintptr_t(GetThreadPriority(GetCurrentThread())),
+            uintptr_t(THREAD_PRIORITY_NORMAL));
     if (random_.below(20) != 0) // the census looks at the disk, which takes long
         return;
     const frame::Census census = frame::Census::now();
-    compare("reservations", uint32_t(census.reservations), uint32_t(reservations));
-    compare("views", uint32_t(census.views), uint32_t(views));
-    compare("thread priority", uint32_t(census.thread_priority), uint32_t(THREAD_PRIORITY_NORMAL));
+    compare("reservations", uintptr_t(census.reservations), uintptr_t(reservations));
+    compare("views", uintptr_t(census.views), uintptr_t(views));
+    compare("thread priority", uintptr_t(census.thread_priority),
+            uintptr_t(THREAD_PRIORITY_NORMAL));
 }
 
 } // namespace q32::test

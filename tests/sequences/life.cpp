@@ -187,7 +187,7 @@ void World::bitmap_there_and_back() {
     if (!buffer.is(BUF32_DIB))
         return merge_memory();
     describe("to bitmap layout and back " + name_of(buffer));
-    const auto bitmap = uint32_t(uintptr_t(api().buf32DIBBufToDIB(buffer.handle)));
+    const auto bitmap = uintptr_t(api().buf32DIBBufToDIB(buffer.handle));
     if (bitmap != word(buffer.handle, field_data_handle) || buffer.is_duplicate())
         differs("another bitmap");
     called(api().buf32DIBToDIBBuf(buffer.handle), 1);

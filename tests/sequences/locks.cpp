@@ -75,7 +75,7 @@ void World::lock_cell() {
         return;
     ++buffer.locks;
     const BUF32CELL described = buffer.picture.geometry.description(index);
-    if (std::memcmp(&cell, &described, sizeof cell) != 0)
+    if (!same_cell(cell, described))
         differs("the cell's description");
     compare_cell(buffer, index, address);
 }

@@ -28,7 +28,7 @@ TEST_F(Destinations, KeepTheirStorageAndTakeNoMore) {
         Family family;
         Member &source = family.allocate(bits, width, height, type, random);
         Member &destination = family.allocate(bits, width, height, type, random);
-        const uint32_t storage = word(destination.handle(), field_storage);
+        const uintptr_t storage = word(destination.handle(), field_storage);
         {
             ObservedCalls calls;
             family.duplicate_into(source, destination);

@@ -239,11 +239,11 @@ void Family::check_pixels() const {
 
 void Family::check_node(const Member &member) const {
     const HBUF32 handle = member.handle();
-    EXPECT_EQ(word(handle, field_self), uint32_t(handle));
+    EXPECT_EQ(word(handle, field_self), uintptr_t(handle));
     EXPECT_EQ(word(handle, field_share_marker), member.source != nullptr ? 64u : 0u);
     EXPECT_EQ(word(handle, field_source),
-              member.source != nullptr ? uint32_t(member.source->handle()) : 0u);
-    uint32_t previous = 0, next = 0;
+              member.source != nullptr ? uintptr_t(member.source->handle()) : uintptr_t{0});
+    uintptr_t previous = 0, next = 0;
     if (member.source != nullptr) {
         const auto &chain = member.source->sharers;
         const auto at = std::find(chain.begin(), chain.end(), &member);
@@ -288,25 +288,25 @@ void Family::check_records() const {
     std::vector<HBUF32> listed(members_.size() + 1);
     ASSERT_EQ(size_t(api().buf32CountBuf(nullptr)), members_.size());
     api().buf32CountBuf(listed.data());
-    uint32_t memory = 0, mapped = 0;
+    size_t memory = 0, mapped = 0;
     int memories = 0, files = 0;
     for (size_t i = 0; i < members_.size(); ++i) {
         const HBUF32 handle = (*this)[i].handle();
         SCOPED_TRACE("record " + std::to_string(i));
         EXPECT_EQ(listed[i], handle);
         // A chain runs forth and back through duplicates of this one, which is none itself.
-        uint32_t previous = 0;
-        for (uint32_t node = word(handle, field_first_sharer); node != 0;) {
+        uintptr_t previous = 0;
+        for (uintptr_t node = word(handle, field_first_sharer); node != 0;) {
             const HBUF32 sharer = node - field_offset(field_share_marker);
             ASSERT_NE(member_of(sharer), nullptr);
             EXPECT_EQ(word(sharer, field_share_marker), 64u);
-            EXPECT_EQ(word(sharer, field_source), uint32_t(handle));
+            EXPECT_EQ(word(sharer, field_source), uintptr_t(handle));
             ASSERT_EQ(word(sharer, field_previous_sharer), previous);
             previous = node;
             node = word(sharer, field_next_sharer);
         }
         EXPECT_EQ(word(handle, field_last_sharer), previous);
-        EXPECT_EQ(word(handle, field_self), uint32_t(handle));
+        EXPECT_EQ(word(handle, field_self), uintptr_t(handle));
         if (word(handle, field_share_marker) != 0) {
             EXPECT_EQ(word(handle, field_share_marker), 64u);
             EXPECT_NE(member_of(word(handle, field_source)), nullptr);
@@ -351,7 +351,7 @@ void Family::adopt_records() {
         EXPECT_EQ(member->blank, !member->is_special() && member->source == nullptr &&
                                      member->storage == Member::none);
         member->sharers.clear();
-        for (uint32_t node = word(handle, field_first_sharer); node != 0;) {
+        for (uintptr_t node = word(handle, field_first_sharer); node != 0;) {
             const HBUF32 sharer = node - field_offset(field_share_marker);
             member->sharers.push_back(member_of(sharer));
             node = word(sharer, field_next_sharer);

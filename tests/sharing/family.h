@@ -11,8 +11,8 @@
 namespace q32::test {
 
 // The node of a record that other records' chains point at.
-constexpr uint32_t node_of(HBUF32 buffer) {
-    return uint32_t(buffer) + field_offset(field_share_marker);
+constexpr uintptr_t node_of(HBUF32 buffer) {
+    return uintptr_t(buffer) + field_offset(field_share_marker);
 }
 
 // One buffer as it must be.
@@ -39,8 +39,8 @@ struct Member {
         return picture.geometry.cell_width() == other.picture.geometry.cell_width() &&
                picture.geometry.cell_height() == other.picture.geometry.cell_height();
     }
-    uint32_t counted_bytes() const {
-        return is_special() ? block : uint32_t(capacity * picture.geometry.row_bytes());
+    size_t counted_bytes() const {
+        return is_special() ? block : size_t(capacity * picture.geometry.row_bytes());
     }
 };
 
@@ -78,7 +78,7 @@ public:
     // or turned into ordinary ones. One without pixels must have got so by a failed fill.
     void adopt_records();
     // Bytes that stay counted because their commitment failed.
-    void add_drift(uint32_t bytes) { drift_ += bytes; }
+    void add_drift(size_t bytes) { drift_ += bytes; }
 
     Member &operator[](size_t i) const { return *members_[i]; }
     size_t size() const { return members_.size(); }
@@ -96,7 +96,7 @@ private:
     Member *member_of(HBUF32 handle) const;
 
     std::vector<std::unique_ptr<Member>> members_; // in the order of the list
-    uint32_t memory_before_, mapped_before_, drift_ = 0;
+    size_t memory_before_, mapped_before_, drift_ = 0;
     frame::Census before_;
 };
 

@@ -122,12 +122,13 @@ TEST_F(HandOver, MovesTheStorageItself) {
             HBUF32 first = 0, second = 0;
             ASSERT_EQ(api().buf32DupBuf(source, &first), 1);
             ASSERT_EQ(api().buf32DupBuf(source, &second), 1);
-            const uint32_t memory = memory_in_use(), mapped = mapped_bytes();
+            const size_t memory = memory_in_use(), mapped = mapped_bytes();
             EXPECT_EQ(memory, in_file ? 0u : 180000u);
             EXPECT_EQ(mapped, in_file ? 180000u : 0u);
-            const uint32_t storage = word(source, field_storage),
-                           mapping = word(source, field_mapping), handle = word(source, field_file),
-                           entry = word(source, field_record_entry);
+            const uintptr_t storage = word(source, field_storage),
+                            mapping = word(source, field_mapping),
+                            handle = word(source, field_file),
+                            entry = word(source, field_record_entry);
             const std::string name = swap_file_of(source);
             EXPECT_EQ(name.empty(), !in_file);
             {
@@ -146,7 +147,7 @@ TEST_F(HandOver, MovesTheStorageItself) {
             EXPECT_EQ(word(first, field_record_entry), entry);
             EXPECT_EQ(swap_file_of(first), name);
             EXPECT_EQ(word(first, field_share_marker), 0u);
-            EXPECT_EQ(word(second, field_source), uint32_t(first));
+            EXPECT_EQ(word(second, field_source), uintptr_t(first));
             EXPECT_EQ(word(first, field_first_sharer), node_of(second));
             for (int i = 0; i < int(picture.geometry.cell_count()); ++i)
                 EXPECT_EQ(cell_address_word(first, i),
@@ -181,7 +182,7 @@ TEST_F(HandOver, CopiesIntoStorageThatIsThere) {
         Member &first = family.allocate(bits, width, height, type, random);
         family.duplicate_into(source, first);
         Member &second = family.duplicate(source);
-        const uint32_t storage = word(first.handle(), field_storage);
+        const uintptr_t storage = word(first.handle(), field_storage);
         const std::string name = swap_file_of(source.handle());
         EXPECT_EQ(memory_in_use() + mapped_bytes(), 2 * bytes);
         family.free(source);

@@ -26,7 +26,7 @@ TEST_F(OneColourDuplicates, NewOnesAreTheSourceAgain) {
             if (with_block) {
                 ASSERT_EQ(api().buf32Lock(source, BUF32_READ, nullptr), 1);
             }
-            const uint32_t used = memory_in_use();
+            const size_t used = memory_in_use();
             HBUF32 made = 0;
             EXPECT_SUCCESS(api().buf32DupBuf(source, &made));
             ASSERT_NE(made, 0u);
@@ -37,8 +37,8 @@ TEST_F(OneColourDuplicates, NewOnesAreTheSourceAgain) {
             EXPECT_EQ(cell_address_word(made, 0), 0u);
             EXPECT_EQ(word(made, field_previous), uint32_t(HBUF32(source)));
             EXPECT_EQ(word(made, field_next), 0u);
-            EXPECT_EQ(word(source, field_next), uint32_t(made));
-            EXPECT_EQ(word(made, field_self), uint32_t(made));
+            EXPECT_EQ(word(source, field_next), uintptr_t(made));
+            EXPECT_EQ(word(made, field_self), uintptr_t(made));
             EXPECT_EQ(word(made, field_one_colour), 1u);
             for (int field : {field_first_sharer, field_last_sharer, field_share_marker,
                               field_source, field_previous_sharer, field_next_sharer})
@@ -91,7 +91,7 @@ TEST_F(OneColourDuplicates, ExistingOnesKeepTheFirstByte) {
             if (with_block) {
                 ASSERT_EQ(api().buf32Lock(destination, BUF32_READ, nullptr), 1);
             }
-            const uint32_t used = memory_in_use();
+            const size_t used = memory_in_use();
             HBUF32 handle = destination;
             EXPECT_SUCCESS(api().buf32DupBuf(source, &handle));
             EXPECT_EQ(handle, HBUF32(destination));

@@ -45,7 +45,7 @@ public:
           type_(word(picture.buffer, field_type)) {}
 
     void read(Through through) {
-        const uint32_t locks = word(buffer_, field_lock_count);
+        const auto locks = word(buffer_, field_lock_count);
         expect_image(picture_);
         for (const Area &piece : pieces()) {
             SCOPED_TRACE(text_of(piece));
@@ -190,7 +190,7 @@ private:
             BUF32CELL cell;
             ASSERT_EQ(api().buf32CellLock(buffer_, i, &address, &cell), 1);
             const BUF32CELL described = geometry_.description(i);
-            EXPECT_EQ(std::memcmp(&cell, &described, sizeof cell), 0) << "cell " << i;
+            EXPECT_TRUE(same_cell(cell, described)) << "cell " << i;
             const auto row_bytes = size_t(cell.row_bytes);
             for (int y = 0; y < cell.height; ++y) {
                 const uint8_t *expected =

@@ -59,7 +59,7 @@ bool cell_lock(Picture &picture, Random &random) {
 
 bool line(Picture &picture, int y, int mode, const Bytes &memory) {
     Bytes copy = memory;
-    const uint32_t locks = word(picture.buffer, field_lock_count);
+    const auto locks = word(picture.buffer, field_lock_count);
     if (api().buf32Lock(picture.buffer, BUF32_READ, nullptr) != 1)
         return false;
     const bool done = call_in_question(

@@ -20,6 +20,9 @@
 
 namespace {
 
+// Of the swap file's name in a buffer's record.
+constexpr size_t name_offset = sizeof(void *) == 8 ? 192 : 128;
+
 template <class Function>
 Function function_of(HMODULE module, const char *name) {
     return reinterpret_cast<Function>(reinterpret_cast<void *>(GetProcAddress(module, name)));
@@ -67,8 +70,7 @@ int hold(const char *library, int count) {
         const HBUF32 buffer = product->allocate(200, 200 + i);
         if (buffer == 0 || !product->fill(buffer, 0x40 + i, 200 * 200))
             return 4;
-        // The name of the swap file in the buffer's record.
-        say(reinterpret_cast<const char *>(buffer) + 128);
+        say(reinterpret_cast<const char *>(buffer) + name_offset);
     }
     say("ready");
     while (std::getchar() != EOF) {
@@ -108,7 +110,7 @@ std::string first_after(const Product &product, const std::string &event) {
     WaitForSingleObject(start, INFINITE);
     CloseHandle(start);
     const HBUF32 buffer = product.allocate(200, 200);
-    return buffer == 0 ? "refused" : reinterpret_cast<const char *>(buffer) + 128;
+    return buffer == 0 ? "refused" : reinterpret_cast<const char *>(buffer) + name_offset;
 }
 
 int obey(const char *library) {

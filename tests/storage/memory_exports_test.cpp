@@ -10,7 +10,8 @@ namespace {
 class VMData : public StorageTest {
 protected:
     struct Settings {
-        uint32_t memory_limit, file_limit, memory_switch, file_switch;
+        size_t memory_limit, file_limit;
+        uint32_t memory_switch, file_switch;
         BUF32DIRECTORIES directories;
     };
     // Paths of up to 259 characters, with zeros behind them.
@@ -99,7 +100,7 @@ TEST_F(VMData, StandsPathsWithoutAnEnd) {
 // --- buf32GetVMDataExt ---------------------------------------------------------------------------
 
 TEST_F(VMData, ExtReturnsItsSecondArgument) {
-    uint32_t memory = 7, mapped = 7;
+    size_t memory = 7, mapped = 7;
     EXPECT_EQ(api().buf32GetVMDataExt(&memory, &mapped), &mapped);
     EXPECT_EQ(memory, 0u);
     EXPECT_EQ(mapped, 0u);
@@ -143,7 +144,7 @@ TEST_F(MemSpace, GivesCountUnitsAndFourBytes) {
                 const Census before = Census::now();
                 Calls calls;
                 void *block = nullptr;
-                uint32_t unit = 0;
+                size_t unit = 0;
                 {
                     Watch<call::GlobalAlloc> memory{calls};
                     EXPECT_EQ(api().buf32GetMemSpace(buffer, kind, count, moveable, &block, &unit),
@@ -178,7 +179,7 @@ TEST_F(MemSpace, GivesCountUnitsAndFourBytes) {
 TEST_F(MemSpace, AllocatesOnlyWhatIsAskedFor) {
     Calls calls;
     Watch<call::GlobalAlloc> memory{calls};
-    uint32_t unit = 0;
+    size_t unit = 0;
     for (int kind : {1, 2}) {
         for (int count : {0, -1, INT_MIN}) {
             void *block = &unit;
@@ -205,7 +206,7 @@ TEST_F(MemSpace, OtherKindsDoNothing) {
     for (int kind : {0, 3, -1, INT_MAX, INT_MIN, 257}) {
         int there = 0;
         void *block = &there;
-        uint32_t unit = 77;
+        size_t unit = 77;
         EXPECT_EQ(api().buf32GetMemSpace(buffer, kind, 3, 0, &block, &unit), 1);
         EXPECT_EQ(block, &there);
         EXPECT_EQ(unit, 77u);
@@ -216,7 +217,7 @@ TEST_F(MemSpace, OtherKindsDoNothing) {
 TEST_F(MemSpace, ANullBufferIsRefusedInSilence) {
     int there = 0;
     void *block = &there;
-    uint32_t unit = 77;
+    size_t unit = 77;
     for (int kind : {0, 1, 2, 3})
         EXPECT_EQ(api().buf32GetMemSpace(0, kind, 3, 0, &block, &unit), 0);
     EXPECT_EQ(block, &there);
@@ -233,7 +234,7 @@ TEST_F(MemSpace, WithoutMemoryIsReported) {
                     continue;
                 FailingCall failing(function);
                 void *block = nullptr;
-                uint32_t unit = 0;
+                size_t unit = 0;
                 EXPECT_EQ(api().buf32GetMemSpace(buffer, kind, 2, moveable, &block, &unit), 0);
                 expect_reports({no_memory});
                 EXPECT_EQ(block, nullptr);
@@ -241,18 +242,27 @@ TEST_F(MemSpace, WithoutMemoryIsReported) {
             }
 }
 
-// Counts that do not fit into 32 bits must not give a small block.
+// Counts that do not fit into 32 bits must not give a small block there; in 64 bits they fit.
 TEST_F(MemSpace, CountsBeyondMemoryAreReported) {
+    Calls calls;
+    Watch<call::GlobalAlloc> memory{calls};
+    memory.refuse_all();
     for (int kind : {1, 2}) {
         const uint32_t unit = unit_of(kind);
         const uint64_t around = (uint64_t(1) << 32) / unit;
         for (uint64_t count : {around, around + 1, uint64_t(INT_MAX)}) {
-            if (count > INT_MAX || count * unit + 4 < 0xFFFFFFFFu)
+            const uint64_t bytes = count * unit + 4;
+            if (bytes < 0xFFFFFFFFu)
                 continue;
+            calls.clear();
             void *block = nullptr;
             EXPECT_EQ(api().buf32GetMemSpace(buffer, kind, int(count), 0, &block, nullptr), 0);
             expect_reports({no_memory});
             EXPECT_EQ(block, nullptr);
+            EXPECT_EQ(calls.text(), frame::is_64_bit
+                                        ? "GlobalAlloc(" + std::to_string(GPTR) + ", " +
+                                              std::to_string(bytes) + ") refused\n"
+                                        : "");
         }
     }
 }
@@ -260,7 +270,7 @@ TEST_F(MemSpace, CountsBeyondMemoryAreReported) {
 TEST_F(MemSpace, KnowsEveryTypesUnits) {
     const HBUF32 linear = allocate(24, 300, 200, BUF32_LINEAR);
     const HBUF32 bits = allocate(1, 300, 10, BUF32_TILED_FILE);
-    uint32_t unit = 0;
+    size_t unit = 0;
     EXPECT_EQ(api().buf32GetMemSpace(linear, 1, 0, 0, nullptr, &unit), 1);
     EXPECT_EQ(unit, 180000u);
     EXPECT_EQ(api().buf32GetMemSpace(linear, 2, 0, 0, nullptr, &unit), 1);

@@ -10,7 +10,8 @@ namespace {
 class SettingsFile : public LibraryTest {
 protected:
     struct Settings {
-        uint32_t memory_limit = 1, file_limit = 1, memory_switch = 1, file_switch = 1;
+        size_t memory_limit = 1, file_limit = 1;
+        uint32_t memory_switch = 1, file_switch = 1;
         BUF32DIRECTORIES directories;
     };
 
@@ -38,7 +39,7 @@ protected:
 TEST_F(SettingsFile, LimitsAreKilobytes) {
     const struct {
         const char *value;
-        uint32_t bytes;
+        size_t bytes;
     } limits[] = {{"0", 0},
                   {"1", 1024},
                   {"100", 102400},
@@ -46,11 +47,13 @@ TEST_F(SettingsFile, LimitsAreKilobytes) {
                   {"1048576", 0x40000000},
                   {"2097152", 0x80000000},
                   {"4194303", 0xFFFFFC00},
-                  {"4194304", 0xFFFFFFFF}, // 4 GB and more: no limit
-                  {"4194305", 0xFFFFFFFF},
-                  {"2147483647", 0xFFFFFFFF},
-                  {"-1", 0xFFFFFFFF},
-                  {"-2", 0xFFFFFFFE}};
+                  // 4 GB and more: no limit, or 4 GB and more
+                  {"4194304", frame::by_edition(0xFFFFFFFFu, 0x100000000u)},
+                  {"4194305", frame::by_edition(0xFFFFFFFFu, 0x100000400u)},
+                  {"1073741824", frame::by_edition(0xFFFFFFFFu, 0x10000000000u)}, // a terabyte
+                  {"2147483647", frame::by_edition(0xFFFFFFFFu, 0x1FFFFFFFC00u)},
+                  {"-1", frame::no_limit},
+                  {"-2", frame::no_limit - 1}};
     for (const auto &limit : limits) {
         SCOPED_TRACE(limit.value);
         write(frame::text_of(10008), limit.value);
@@ -75,8 +78,8 @@ TEST_F(SettingsFile, SwitchesOfTheLimits) {
         const Settings settings = started();
         EXPECT_EQ(settings.file_switch, uint32_t(kind & 1));
         EXPECT_EQ(settings.memory_switch, uint32_t(kind >> 1));
-        EXPECT_EQ(settings.file_limit, 0xFFFFFFFFu);
-        EXPECT_EQ(settings.memory_limit, 0xFFFFFFFFu);
+        EXPECT_EQ(settings.file_limit, frame::no_limit);
+        EXPECT_EQ(settings.memory_limit, frame::no_limit);
         stop();
     }
 }

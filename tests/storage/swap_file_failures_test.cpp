@@ -267,7 +267,7 @@ protected:
                          (first ? ", first swap file" : ", later swap file"));
             const HBUF32 earlier = first ? 0 : swapped(129, 1);
             const Census before = Census::now();
-            const uint32_t mapped = mapped_bytes();
+            const size_t mapped = mapped_bytes();
             bool happened = false;
             HBUF32 buffer = 0;
             int result = 0;
