@@ -44,6 +44,7 @@ SCENES
 }
 
 q32tool() { scripts/wine-run build/win32/bin/q32tool.exe "$@"; }
+q32tool64() { scripts/wine-run build/win64/bin/q32tool.exe "$@"; }
 indented() { sed '/^wine: /d; s/^/    /'; } # Wine remarks that it cannot read the disk's label
 
 # The same picture through a buffer in memory and through one in a swap file, with what both cost.
@@ -57,6 +58,16 @@ show_storage() { # PICTURE NAME
     done
     cmp "$out/$2-memory.png" "$out/$2-file.png" && echo "    Both give the same picture, byte for byte."
     rm -f "$out/$2-memory.png" "$out/$2-file.png"
+}
+
+# The same work by the 64-bit edition.
+show_editions() { # PICTURE NAME
+    echo
+    echo "Scaled by the 32-bit edition and by the 64-bit edition:"
+    q32tool scale "$1" "$out/$2-32.png" --percent 30 --timings 2>&1 | indented
+    q32tool64 scale "$1" "$out/$2-64.png" --percent 30 --timings 2>&1 | indented
+    cmp "$out/$2-32.png" "$out/$2-64.png" && echo "    Both give the same picture, byte for byte."
+    rm -f "$out/$2-32.png" "$out/$2-64.png"
 }
 
 # Pixels as numbers, and a bitmap that comes back as it was although its pixels were rearranged.
@@ -230,6 +241,7 @@ for picture in "$@"; do
     echo
     q32tool info "$picture" | indented
     show_storage "$picture" "$name"
+    show_editions "$picture" "$name"
     show_numbers_and_bitmap "$picture" "$name"
     read -r width height < <(size_of "$picture")
     show_scenes "$picture" "$name" "$width" "$height"

@@ -8,7 +8,7 @@ round=$1
 filter=${2:-}
 
 mkdir -p build/all
-for preset in native-asan native-fuzz native win32; do # the longest first
+for preset in native-asan native-fuzz native win64 win32; do # the longest first
     [[ ! -e build/$preset/CTestTestfile.cmake ]] || echo "subdirs(\"../$preset\")"
 done >build/all/CTestTestfile.cmake
 
