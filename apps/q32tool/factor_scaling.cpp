@@ -73,8 +73,15 @@ void reduce_band(uint8_t *destination, const uint8_t *source, int width, int row
                        bytes_per_pixel, 0);
 }
 
-int64_t product(int length, int factor) {
-    return int64_t{length} * factor;
+// Of a side of an enlarged frame. Throws Failure.
+int enlarged_length(int length, int factor) {
+    const int64_t product = int64_t{length} * factor;
+    if (product > INT32_MAX)
+        throw Failure("the enlarged picture",
+                      "a side would be " + std::to_string(product) + " pixels long, and " +
+                          std::to_string(INT32_MAX) + " are the most",
+                      "use a smaller factor");
+    return static_cast<int>(product);
 }
 
 } // namespace
@@ -155,13 +162,9 @@ Image reduced(const Image &image, const Factors &by, const std::string &named) {
     return result;
 }
 
-// A side that int cannot hold is cut to it: for so large a frame there is no memory either.
 Frame enlarged(const Frame &frame, const Factors &by) {
-    const auto length = [](int64_t pixels) {
-        return static_cast<int>(std::min<int64_t>(pixels, INT32_MAX));
-    };
-    Frame result(length(product(frame.width, by.horizontal)),
-                 length(product(frame.height, by.vertical)), frame.bits);
+    Frame result(enlarged_length(frame.width, by.horizontal),
+                 enlarged_length(frame.height, by.vertical), frame.bits);
     enlarge_band(result.pixels.data(), frame.pixels.data(), frame.width, frame.height, by,
                  frame.bits / 8);
     return result;
