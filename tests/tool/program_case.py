@@ -6,6 +6,7 @@ import os
 import pathlib
 import re
 import shutil
+import struct
 import unittest
 
 DONE, FAILED, USAGE, CANCELLED = 0, 1, 2, 130
@@ -21,6 +22,14 @@ def environment():
 
 def text(output):
     return WINE_REMARK.sub("", output.decode().replace("\r\n", "\n"))
+
+
+def is_64_bit(program):
+    """Of which edition a program is, by its header."""
+    with open(program, "rb") as file:
+        header = file.read(4096)
+    (start,) = struct.unpack_from("<I", header, 0x3C)
+    return struct.unpack_from("<H", header, start + 4) == (0x8664,)
 
 
 def long_round(test):

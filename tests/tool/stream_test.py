@@ -7,7 +7,7 @@ import pictures
 from pixels_test import as_555, grey
 from program_case import long_round
 from resampling import METHODS, by_tables, plane_by_tables, planes
-from tool_case import FAILED, USAGE, ToolCase
+from tool_case import FAILED, USAGE, Program, ToolCase
 
 # From and to: larger and smaller, each side another way; to and from one pixel. 75 rows are more
 # than are read at once.
@@ -169,14 +169,23 @@ class Sizes(StreamCase):
 
     def test_larger_than_memory(self):
         self.write_frames("in/0.png")
-        for options, pixels in [
-            ("--size 30000x30000", "30000 x 30000 pixels: "),
-            ("--size 2147483647x2147483647", "2147483647 x 2147483647 pixels: "),
-            ("--percent 3200000", "256000 x 192000 pixels: "),
-            ("--size 2147483647x1 --bits 8", "2147483647 x 1 pixels: "),
-        ]:
+        remedy = Program.by_edition("use the 64-bit edition or choose a ", "choose a ") + "smaller size"
+        for options, pixels in Program.by_edition(
+            [
+                ("--size 30000x30000", "30000 x 30000 pixels: "),
+                ("--size 2147483647x2147483647", "2147483647 x 2147483647 pixels: "),
+                ("--percent 3200000", "256000 x 192000 pixels: "),
+                ("--size 2147483647x1 --bits 8", "2147483647 x 1 pixels: "),
+            ],
+            # More than the size counts, and more than processes have addresses.
+            [
+                ("--size 2147483647x2147483647", "2147483647 x 2147483647 pixels: "),
+                ("--size 10000000x10000000", "10000000 x 10000000 pixels: "),
+                ("--size 2147483647x70000 --bits 8", "2147483647 x 70000 pixels: "),
+            ],
+        ):
             with self.subTest(options=options):
-                says = [pixels, "not enough memory"]
+                says = [f"{pixels}there is not enough memory for frames so large; {remedy}"]
                 self.refuse(FAILED, "stream", "in", "out", *options.split(), says=says)
 
     def test_a_width_that_32_bits_count_wrong(self):

@@ -11,7 +11,8 @@ import subprocess
 from collections import namedtuple
 
 import pictures
-from program_case import CANCELLED, DONE, FAILED, USAGE, ProgramCase, environment, text  # noqa: F401
+from program_case import CANCELLED, DONE, FAILED, USAGE  # noqa: F401
+from program_case import ProgramCase, environment, is_64_bit, text
 
 Result = namedtuple("Result", "code out err")
 
@@ -28,6 +29,11 @@ class Program:
 
     command = []
     console = ""
+
+    @classmethod
+    def by_edition(cls, in_32_bits, in_64_bits):
+        """One of both, as the edition of the program is."""
+        return in_64_bits if is_64_bit(cls.command[-1]) else in_32_bits
 
     @classmethod
     def in_console(cls, keys):
@@ -146,6 +152,19 @@ class ToolCase(ProgramCase):
             self.assertIn(words, result.err)
         self.assert_only_new(before)
         return result.err
+
+    def refuse_room(self, *arguments, says):
+        """The same for 3 GB of pixels in memory, for which addresses of 32 bits are too few. In 64
+        bits they are to go to a file on a disk that is full, so that the test needs no such room.
+        """
+        if Program.by_edition(False, True):
+            (self.folder / "swap").mkdir(exist_ok=True)
+            storage, file_size = ["--memory-limit", "1M", "--swap-dir", "swap"], 1 << 20
+            remedy = "--swap-dir, or use a smaller picture"
+        else:
+            storage, file_size = ["--storage", "memory"], None
+            remedy = "--swap-dir, or use the 64-bit edition or a smaller picture"
+        self.refuse(FAILED, *arguments, *storage, says=[*says, remedy], file_size=file_size)
 
     # Pictures
 

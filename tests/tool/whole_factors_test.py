@@ -3,7 +3,7 @@
 import pictures
 from pixels_test import as_555, as_565, grey, white_above
 from program_case import long_round
-from tool_case import FAILED, STORAGES, USAGE, ToolCase
+from tool_case import FAILED, STORAGES, USAGE, Program, ToolCase
 
 # Across and down, with sizes that end within a byte of bits, beyond a cell of 128, or both.
 ENLARGED = [
@@ -171,12 +171,24 @@ class Enlarge(BothCommands, WholeFactorCase):
         self.assert_file_holds("wide.bmp", wanted, 8)
 
     def test_too_large_for_memory(self):
-        self.write("in.png", pictures.png_with_alpha(pictures.noise(40, 30), bytes(1200)))
-        self.write("one.png", pictures.png_with_alpha(pictures.noise(1, 1), b"x"))
+        # 4 GB and more, or more than any process has addresses.
+        sizes = Program.by_edition([(40, 30), (1, 1)], [(400, 300)])
         self.write("out.png", b"an older file")
-        for source in ("in.png", "one.png"):
+        for width, height in sizes:
+            picture, alpha = pictures.noise(width, height), bytes(width * height)
+            source = self.write("in.png", pictures.png_with_alpha(picture, alpha))
             arguments = ["enlarge", source, "out.png", "--factor", "32000", "--bits", "32"]
             self.refuse(FAILED, *arguments, says="memory")
+
+    def test_sides_that_cannot_be_counted(self):
+        """A little longer than 2147483647 pixels, of which memory for the rest could be had."""
+        side = 67109
+        for size, factor in (((side, 1), "32000x1"), ((1, side), "1x32000")):
+            with self.subTest(size=size):
+                picture = pictures.noise(*size)
+                source = self.write("in.png", pictures.png_with_alpha(picture, bytes(side)))
+                arguments = ["enlarge", source, "out.png", "--factor", factor, "--bits", "32"]
+                self.refuse(FAILED, *arguments, says=["2147488000", "2147483647"])
 
     def test_more_than_32000_pixels_with_transparency(self):
         picture = pictures.noise(11, 2)
