@@ -1,23 +1,31 @@
-// Decoders, pixel format conversion and transparency.
+// Decoders, our own and the system's, pixel format conversion and transparency.
 #include "picture_reader.h"
 
+#include "bmp_rows.h"
+#include "edition.h"
 #include "exceptions.h"
 #include "files.h"
 #include "picture_check.h"
+#include "png_rows.h"
 #include "text.h"
 
+#include <algorithm>
 #include <cctype>
 #include <vector>
 
 namespace apps {
 namespace {
 
+Failure damage(const std::string &path) {
+    return {path, "the picture is damaged, cut off or compressed in an unknown way",
+            "try another copy of it"};
+}
+
 // Codecs say no more than "failed" of most damage.
 void check_decoding(HRESULT result, const std::string &path) {
     if (result == E_FAIL || result == WINCODEC_ERR_BADIMAGE || result == WINCODEC_ERR_BADHEADER ||
         result == WINCODEC_ERR_BADSTREAMDATA)
-        throw Failure(path, "the picture is damaged, cut off or compressed in an unknown way",
-                      "try another copy of it");
+        throw damage(path);
     check_wic(result, path, "the picture cannot be decoded");
 }
 
@@ -61,9 +69,12 @@ uint8_t over_white(uint32_t sample, uint32_t alpha) {
 PictureReader::PictureReader(const std::string &path) : path_(path) {
     const std::wstring native = to_wide(native_path(path));
     check_is_readable_file(path, native);
+    const bool has_rows = open_rows(native);
     ComPtr<IWICBitmapDecoder> decoder;
-    const HRESULT opened = wic_factory()->CreateDecoderFromFilename(
-        native.c_str(), nullptr, GENERIC_READ, WICDecodeMetadataCacheOnDemand, decoder.out());
+    const HRESULT opened = has_rows ? S_OK
+                                    : wic_factory()->CreateDecoderFromFilename(
+                                          native.c_str(), nullptr, GENERIC_READ,
+                                          WICDecodeMetadataCacheOnDemand, decoder.out());
     // A file that is cut off is reported as such, whether its decoder finds fault with it or not.
     const bool cut_off = check_completeness(native, path) == Completeness::cut_off;
     if (cut_off)
@@ -73,7 +84,39 @@ PictureReader::PictureReader(const std::string &path) : path_(path) {
         throw Failure(path, "this is not a picture that can be read",
                       "PNG, JPEG, TIFF, BMP and GIF are");
     check_decoding(opened, path);
-    describe(decoder.get());
+    if (!has_rows)
+        describe(decoder.get());
+}
+
+// Only the 64-bit edition reads pictures so large that a codec's copy of them matters. False for
+// files of other kinds.
+bool PictureReader::open_rows(const std::wstring &native) {
+    if (!is_64_bit)
+        return false;
+    auto file = std::make_shared<OpenFile>(open_file(native, GENERIC_READ, OPEN_EXISTING));
+    if (!*file)
+        return false;
+    const ReadAt read = [file](uint64_t at, uint8_t *bytes, size_t count) {
+        OVERLAPPED place = {};
+        place.Offset = static_cast<DWORD>(at);
+        place.OffsetHigh = static_cast<DWORD>(at >> 32);
+        DWORD done = 0;
+        ReadFile(file->get(), bytes, static_cast<DWORD>(count), &done, &place);
+        return size_t{done};
+    };
+    format_ = format_name(GUID_ContainerFormatPng);
+    rows_ = PngRows::open(read);
+    if (!rows_) {
+        format_ = format_name(GUID_ContainerFormatBmp);
+        rows_ = BmpRows::open(read);
+    }
+    if (!rows_)
+        return false;
+    width_ = rows_->width();
+    height_ = rows_->height();
+    bits_ = rows_->bits();
+    bgra_ = transparent_ = rows_->has_transparency();
+    return true;
 }
 
 void PictureReader::describe(IWICBitmapDecoder *decoder) {
@@ -90,6 +133,12 @@ void PictureReader::describe(IWICBitmapDecoder *decoder) {
     width_ = static_cast<int>(width);
     height_ = static_cast<int>(height);
     bits_ = bits_per_pixel(pixels);
+    // See row_file.h; the 32-bit edition has no room for so much anyway.
+    constexpr uint64_t most_bits = uint64_t{INT32_MAX} * 8;
+    if (is_64_bit &&
+        uint64_t{width} * height > most_bits / static_cast<uint64_t>(std::max(bits_, 1)))
+        throw Failure(path_, "the system's codec gives no more than 2 GB of pixels",
+                      "only PNG of 8 bits a sample and BMP of 24 bits may be larger");
     // Not every system converts every format to 24 bits straight, but all go to BGRA.
     transparent_ = may_be_transparent(pixels);
     bgra_ = transparent_ || FAILED(convert_to(GUID_WICPixelFormat24bppBGR));
@@ -123,6 +172,14 @@ HRESULT PictureReader::convert_to(const WICPixelFormatGUID &format) {
 }
 
 void PictureReader::copy_pixels(RowFormat rows, int first, int count, uint8_t *pixels) {
+    if (rows_) {
+        try {
+            rows_->read_rows(count, pixels);
+        } catch (const DamagedData &) {
+            throw damage(path_);
+        }
+        return;
+    }
     const WICRect band = {0, first, width_, count};
     const UINT row_bytes = static_cast<UINT>(row_bytes_of(rows, width_));
     check_decoding(

@@ -1,11 +1,14 @@
-// Reading of picture files through WIC, in bands of rows, as 24-bit pixels.
+// Reading of picture files in bands of rows, as 24-bit pixels: through WIC, or through readers of
+// our own where a codec would hold the whole picture.
 // Where the pixels go is the caller's business.
 #pragma once
 
 #include "areas.h"
+#include "row_file.h"
 #include "wic.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace apps {
@@ -24,12 +27,14 @@ public:
     // Whether pixels may be transparent.
     bool has_transparency() const { return transparent_; }
 
-    // Rows first .. first + count - 1, which pixels has room for, packed. bgr: transparent parts
+    // Rows first .. first + count - 1, which pixels has room for, packed; all rows of a picture are
+    // read in order. bgr: transparent parts
     // are laid over white. bgra: colours as they are in the file; only for pictures with
     // transparency. Throws Failure.
     void read_rows(RowFormat rows, int first, int count, uint8_t *pixels);
 
 private:
+    bool open_rows(const std::wstring &native);
     void describe(IWICBitmapDecoder *decoder);
     bool may_be_transparent(const WICPixelFormatGUID &format);
     void copy_pixels(RowFormat rows, int first, int count, uint8_t *pixels);
@@ -41,9 +46,10 @@ private:
     int width_ = 0;
     int height_ = 0;
     int bits_ = 0;
+    std::unique_ptr<RowFile> rows_; // else the codec's:
     ComPtr<IWICBitmapFrameDecode> frame_;
     ComPtr<IWICFormatConverter> converter_; // gives 24-bit BGR or 32-bit BGRA
-    bool bgra_ = false;
+    bool bgra_ = false;                     // what rows come as, before they are laid over white
     bool transparent_ = false;
 };
 
