@@ -93,6 +93,17 @@ def png_file(
     return file + png_chunk(b"IDAT", zlib.compress(lines, level)) + png_chunk(b"IEND", b"")
 
 
+def write_uniform_png(path, width, height, bands):
+    """Writes a PNG without having it in memory. bands: pairs of one row and how often it comes."""
+    header = struct.pack(">IIBBBBB", width, height, 8, PNG_RGB, 0, 0, 0)
+    packed = zlib.compressobj(1)
+    with open(path, "wb") as file:
+        file.write(PNG_SIGNATURE + png_chunk(b"IHDR", header))
+        for row, count in bands:
+            file.write(png_chunk(b"IDAT", packed.compress((b"\0" + row) * count)))
+        file.write(png_chunk(b"IDAT", packed.flush()) + png_chunk(b"IEND", b""))
+
+
 def png(picture, level=1):
     return png_file(picture.width, picture.height, picture.rows(), level=level)
 

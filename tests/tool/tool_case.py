@@ -48,6 +48,11 @@ def limit_file_size(size):
     resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
 
 
+def limit_memory(size):
+    """Leaves the program no more memory of its own; mapped files do not count."""
+    resource.setrlimit(resource.RLIMIT_DATA, (size, size))
+
+
 class ToolCase(ProgramCase):
     # Files
 
@@ -99,20 +104,28 @@ class ToolCase(ProgramCase):
         """What is left standing on a console after progress bars have gone over it."""
         return text(output).rstrip("\n").replace("\r", "\n").splitlines()[-1]
 
-    def run_tool(self, *arguments, file_size=None, keys=None):
+    def run_tool(self, *arguments, file_size=None, memory=None, keys=None, timeout=60):
         """Runs the program to its end.
 
-        file_size: no file can grow beyond it. keys: in a console in which they have been typed.
+        file_size: no file can grow beyond it. memory: it gets no more of its own. keys: in a
+        console in which they have been typed.
         """
+
+        def limit():
+            if file_size is not None:
+                limit_file_size(file_size)
+            if memory is not None:
+                limit_memory(memory)
+
         done = subprocess.run(
             [*(Program.command if keys is None else Program.in_console(keys)), *arguments],
             cwd=self.folder,
             env=environment(),
             stdin=subprocess.DEVNULL,
             capture_output=True,
-            timeout=60,
+            timeout=timeout,
             restore_signals=file_size is None,
-            preexec_fn=None if file_size is None else lambda: limit_file_size(file_size),
+            preexec_fn=limit,
         )
         return Result(done.returncode, text(done.stdout), text(done.stderr))
 
