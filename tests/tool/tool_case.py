@@ -48,11 +48,6 @@ def limit_file_size(size):
     resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
 
 
-def limit_memory(size):
-    """Leaves the program no more memory of its own; mapped files do not count."""
-    resource.setrlimit(resource.RLIMIT_DATA, (size, size))
-
-
 class ToolCase(ProgramCase):
     # Files
 
@@ -104,28 +99,20 @@ class ToolCase(ProgramCase):
         """What is left standing on a console after progress bars have gone over it."""
         return text(output).rstrip("\n").replace("\r", "\n").splitlines()[-1]
 
-    def run_tool(self, *arguments, file_size=None, memory=None, keys=None, timeout=60):
+    def run_tool(self, *arguments, file_size=None, keys=None):
         """Runs the program to its end.
 
-        file_size: no file can grow beyond it. memory: it gets no more of its own. keys: in a
-        console in which they have been typed.
+        file_size: no file can grow beyond it. keys: in a console in which they have been typed.
         """
-
-        def limit():
-            if file_size is not None:
-                limit_file_size(file_size)
-            if memory is not None:
-                limit_memory(memory)
-
         done = subprocess.run(
             [*(Program.command if keys is None else Program.in_console(keys)), *arguments],
             cwd=self.folder,
             env=environment(),
             stdin=subprocess.DEVNULL,
             capture_output=True,
-            timeout=timeout,
+            timeout=60,
             restore_signals=file_size is None,
-            preexec_fn=limit,
+            preexec_fn=None if file_size is None else lambda: limit_file_size(file_size),
         )
         return Result(done.returncode, text(done.stdout), text(done.stderr))
 
