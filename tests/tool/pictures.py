@@ -142,6 +142,24 @@ def unfiltered(kind, line, above, step):
     return bytes(line)
 
 
+def filtered(kind, line, above, step):
+    """A PNG line with its filter, the opposite of unfiltered."""
+    guess = bytearray(len(line))
+    for i in range(len(line)):
+        left, corner = (line[i - step], above[i - step]) if i >= step else (0, 0)
+        guess[i] = (0, left, above[i], (left + above[i]) // 2, paeth(left, above[i], corner))[kind]
+    return bytes([kind]) + bytes((byte - expected) & 255 for byte, expected in zip(line, guess))
+
+
+def png_of_data(width, height, colour_type, packed_lines, chunk_bytes):
+    """A PNG of 8 bits a sample whose compressed lines come in chunks of some length."""
+    header = struct.pack(">IIBBBBB", width, height, 8, colour_type, 0, 0, 0)
+    file = PNG_SIGNATURE + png_chunk(b"IHDR", header) + png_chunk(b"IDAT", b"")
+    for at in range(0, len(packed_lines), chunk_bytes):
+        file += png_chunk(b"IDAT", packed_lines[at : at + chunk_bytes])
+    return file + png_chunk(b"IEND", b"")
+
+
 def read_png(file):
     assert file[:8] == PNG_SIGNATURE, "not a PNG"
     chunks, at = [], 8

@@ -169,7 +169,7 @@ class Sizes(StreamCase):
 
     def test_larger_than_memory(self):
         self.write_frames("in/0.png")
-        remedy = Program.by_edition("use the 64-bit edition or choose a ", "choose a ") + "smaller size"
+        remedy = Program.by_edition("use the 64-bit edition or ", "") + "choose a smaller size"
         for options, pixels in Program.by_edition(
             [
                 ("--size 30000x30000", "30000 x 30000 pixels: "),
