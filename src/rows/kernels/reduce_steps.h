@@ -12,7 +12,9 @@
 #include "simd/walk.h"
 
 #include <array>
+#include <cstring>
 #include <numeric>
+#include <type_traits>
 #include <utility>
 
 namespace q32::rows {
@@ -30,8 +32,11 @@ void reduce_in_moves(uint8_t *destination, const uint8_t *source, size_t groups,
     for (size_t i = 0; i < Pixel::bytes; ++i)
         places[i] = Pixel::in_group(i, factor);
     for (; groups != 0; --groups, destination += Pixel::bytes, source += Pixel::bytes * factor)
-        for (size_t i = 0; i < Pixel::bytes; ++i)
-            destination[i] = source[places[i]];
+        if constexpr (std::is_same_v<Pixel, Plain<3>>)
+            std::memcpy(destination, source, Pixel::bytes);
+        else
+            for (size_t i = 0; i < Pixel::bytes; ++i)
+                destination[i] = source[places[i]];
 }
 
 // --- small factors ------------------------------------------------------------------------------
@@ -104,7 +109,7 @@ private:
 #else
 
 template <class Pixel, size_t factor>
-inline constexpr bool has_reduce_step = Pixel::bytes != 3 && factor != 3;
+inline constexpr bool has_reduce_step = Pixel::bytes != 3 && (Pixel::bytes == 1 || factor != 3);
 
 // Every other unit of two vectors.
 template <size_t unit_bytes>
@@ -134,6 +139,23 @@ struct ReduceStep {
         }
     }
     void store(uint8_t *destination, V pixels) const { simd::store(destination, pixels); }
+};
+
+// Every third byte, by four put together to a number. Left to the compiler they become vectors,
+// which it makes in memory in 64 bits. Rows never overlap: nothing needs to be held.
+template <class V>
+struct ReduceStep<V, Plain<1>, 3> {
+    static constexpr size_t units = 16, source_bytes = 3, destination_bytes = 1;
+    using Loaded = const uint8_t *;
+
+    Loaded load(const uint8_t *source) const { return source; }
+    void store(uint8_t *destination, Loaded source) const {
+        for (size_t i = 0; i < units; i += 4) {
+            const uint8_t *const from = source + 3 * i;
+            const unsigned four = from[0] | from[3] << 8 | from[6] << 16 | unsigned(from[9]) << 24;
+            std::memcpy(destination + i, &four, sizeof four);
+        }
+    }
 };
 
 #endif
