@@ -1,6 +1,8 @@
 // The scalar forms of scaling by whole factors, each as its rule says it. Speed is the wide forms'.
 #include "rows/kernels/scaling_table.h"
 
+#include <cstring>
+
 namespace q32::rows {
 namespace {
 
@@ -57,9 +59,17 @@ struct ScalarScaling {
     static void enlarge(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels,
                         std::size_t factor) {
         for (; pixels > 0; --pixels, source += Pixel::bytes)
-            for (std::size_t i = 0; i < factor; ++i, destination += Pixel::bytes)
-                for (std::size_t k = 0; k < Pixel::bytes; ++k)
-                    destination[k] = source[Pixel::in_pixel(k)];
+            if constexpr (Pixel::bytes % 2 == 0) {
+                // As a number, as in the scalar form of fill.
+                std::uint8_t pixel[Pixel::bytes];
+                std::memcpy(pixel, source, Pixel::bytes);
+                for (std::size_t i = 0; i < factor; ++i, destination += Pixel::bytes)
+                    std::memcpy(destination, pixel, Pixel::bytes);
+            } else {
+                for (std::size_t i = 0; i < factor; ++i, destination += Pixel::bytes)
+                    for (std::size_t k = 0; k < Pixel::bytes; ++k)
+                        destination[k] = source[Pixel::in_pixel(k)];
+            }
     }
 
     template <class Pixel, PixelKind>
