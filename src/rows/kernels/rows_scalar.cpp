@@ -59,9 +59,9 @@ void map_bytes(std::uint8_t *destination, const std::uint8_t *source, const std:
 // The weight of the entry itself is the low byte, of its successor the rest: a sample with low byte
 // 0 gives the next entry, not its own. Required: tables are made for it.
 std::uint16_t interpolate(const std::uint8_t *table, std::uint16_t sample) {
-    const int high = sample >> 8;
+    const unsigned high = sample >> 8;
     const int low = sample & 255;
-    const int next = high < 255 ? high + 1 : 255;
+    const unsigned next = high < 255 ? high + 1 : 255;
     return std::uint16_t((table[high] - table[next]) * low + table[next] * 256);
 }
 
@@ -71,7 +71,8 @@ void map_words(std::uint8_t *destination, const std::uint8_t *source, const std:
     for (; pixels > 0; --pixels, destination += 2 * channels, source += 2 * channels)
         for (std::size_t k = 0; k < channels; ++k) {
             const auto sample = std::uint16_t(load_word(source + 2 * k));
-            store_word(destination + 2 * k, interpolate(tables + 256 * k, sample));
+            const std::uint16_t mapped = interpolate(tables + 256 * k, sample);
+            std::memcpy(destination + 2 * k, &mapped, sizeof mapped);
         }
 }
 
@@ -109,9 +110,17 @@ void copy_bits(std::uint8_t *destination, std::size_t destination_bit, const std
 struct ScalarRows {
     template <std::size_t bytes_per_pixel>
     static void fill(std::uint8_t *destination, const std::uint8_t *pattern, std::size_t pixels) {
-        for (; pixels > 0; --pixels, destination += bytes_per_pixel)
-            for (std::size_t i = 0; i < bytes_per_pixel; ++i)
-                destination[i] = pattern[i];
+        if constexpr (bytes_per_pixel == 1) {
+            for (std::size_t i = 0; i < pixels; ++i)
+                destination[i] = pattern[0];
+        } else {
+            // As a number: out of single bytes, vectors are made in memory in 64 bits, one a store.
+            std::uint8_t pixel[bytes_per_pixel];
+            std::memcpy(pixel, pattern, bytes_per_pixel);
+#pragma GCC unroll 4
+            for (; pixels > 0; --pixels, destination += bytes_per_pixel)
+                std::memcpy(destination, pixel, bytes_per_pixel);
+        }
     }
 
     static void exchange(std::uint8_t *a, std::uint8_t *b, std::size_t bytes) {
