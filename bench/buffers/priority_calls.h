@@ -49,14 +49,14 @@ private:
 
     void **find_slot(const char *function) const {
         const auto *dos = at<IMAGE_DOS_HEADER>(0);
-        const auto *headers = at<IMAGE_NT_HEADERS32>(DWORD(dos->e_lfanew));
+        const auto *headers = at<IMAGE_NT_HEADERS>(DWORD(dos->e_lfanew));
         const DWORD table =
             headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
         for (auto *dll = at<IMAGE_IMPORT_DESCRIPTOR>(table); dll->Name != 0; ++dll) {
-            const auto *name = at<IMAGE_THUNK_DATA32>(dll->OriginalFirstThunk);
+            const auto *name = at<IMAGE_THUNK_DATA>(dll->OriginalFirstThunk);
             auto *slot = at<void *>(dll->FirstThunk);
             for (; name->u1.AddressOfData != 0; ++name, ++slot)
-                if (!IMAGE_SNAP_BY_ORDINAL32(name->u1.Ordinal) &&
+                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
                     std::strcmp(at<IMAGE_IMPORT_BY_NAME>(name->u1.AddressOfData)->Name, function) ==
                         0)
                     return slot;
