@@ -56,20 +56,29 @@ constexpr Job jobs[] = {
     {"bicubic, 24 bits, noise", Method::bicubic, 3, true},
 };
 
+// A wave along one side of an image, for each of its samples.
+std::vector<double> wave(int pixels, int samples, double step, double shift, double height) {
+    std::vector<double> values;
+    for (int i = 0; i < pixels; ++i)
+        for (int sample = 0; sample < samples; ++sample)
+            values.push_back(std::sin(i * step + sample * shift) * height);
+    return values;
+}
+
 // Soft shapes with a little grain, as a photograph has, or nothing but grain.
 std::vector<uint8_t> make_image(Size size, int samples, bool noise) {
+    const std::vector<double> across = wave(size.width, samples, 0.013, 1, 60),
+                              down = wave(size.height, samples, 0.017, -1, 50);
     std::vector<uint8_t> image(size.pixels() * size_t(samples));
     unsigned state = 20240517;
     auto *at = image.data();
     for (int y = 0; y < size.height; ++y)
-        for (int x = 0; x < size.width; ++x)
-            for (int sample = 0; sample < samples; ++sample) {
-                state = state * 1664525u + 1013904223u;
-                const int grain = int(state >> 24);
-                const double shape =
-                    std::sin(x * 0.013 + sample) * 60 + std::sin(y * 0.017 - sample) * 50;
-                *at++ = uint8_t(noise ? grain : 128 + int(shape) + grain / 32);
-            }
+        for (size_t x = 0; x < across.size(); ++x) {
+            state = state * 1664525u + 1013904223u;
+            const int grain = int(state >> 24);
+            const double shape = across[x] + down[size_t(y * samples) + x % size_t(samples)];
+            *at++ = uint8_t(noise ? grain : 128 + int(shape) + grain / 32);
+        }
     return image;
 }
 
@@ -136,30 +145,33 @@ private:
     std::vector<uint8_t> source_, destination_, work_;
 };
 
-void measure(const Job &job, const Scaling &scaling, double budget) {
+// Whether all sets make the same picture.
+bool measure(const Job &job, const Scaling &scaling, double budget) {
     Picture picture(scaling, job);
     std::vector<uint8_t> copied(picture.traffic() / 2), copy(copied.size());
     const auto memcpy_traffic = [&] { std::memcpy(copy.data(), copied.data(), copied.size()); };
 
-    std::printf("%-24s %4d x %4d to %4d x %4d", job.name, scaling.source.width,
-                scaling.source.height, scaling.destination.width, scaling.destination.height);
     picture.resample(scalar_resample_kernels);
     const std::vector<uint8_t> expected = picture.destination();
 
+    bool same = true;
     const auto print = [&](const char *name, const ResampleKernels &kernels) {
         const bench::PairedTime time =
             bench::time_paired([&] { picture.resample(kernels); }, memcpy_traffic, budget);
-        std::printf("   %s %.3f (%.1f)%s", name,
-                    time.job * 1e9 / double(scaling.destination.pixels()), time.ratio(),
-                    picture.destination() == expected ? "" : " DIFFERS");
+        std::printf("%-24s %4dx%4d to %4dx%4d %-8s %9.4f %8.2f\n", job.name, scaling.source.width,
+                    scaling.source.height, scaling.destination.width, scaling.destination.height,
+                    name, time.job * 1e9 / double(scaling.destination.pixels()), time.ratio());
         std::fflush(stdout);
+        same = same && picture.destination() == expected;
         picture.clear();
     };
     print("scalar", scalar_resample_kernels);
     const int best = int(best_instruction_set(nullptr));
     for (int level = 0; level <= best; ++level)
         print(instruction_set_name(InstructionSet(level)), resample_kernels(InstructionSet(level)));
-    std::printf("\n");
+    if (!same)
+        std::fprintf(stderr, "%s: the sets differ\n", job.name);
+    return same;
 }
 
 } // namespace
@@ -167,11 +179,11 @@ void measure(const Job &job, const Scaling &scaling, double budget) {
 int main(int argc, char **argv) {
     const char *part = argc > 1 ? argv[1] : "";
     const double budget = argc > 2 ? std::atof(argv[2]) : 0.3;
-    std::printf("ns per destination pixel (ratio to memcpy of the same traffic), the least of many "
-                "samples taken in turns\n");
+    bool same = true;
+    std::printf("%-24s %22s %-8s %9s %8s\n", "job", "pixels", "level", "ns/pixel", "x memcpy");
     for (const Job &job : jobs)
         for (const Scaling &scaling : scalings)
             if (std::strstr(job.name, part) != nullptr)
-                measure(job, scaling, budget);
-    return 0;
+                same = measure(job, scaling, budget) && same;
+    return same ? 0 : 1;
 }

@@ -30,9 +30,7 @@ std::vector<std::uint8_t> colours() {
 }
 
 void print_time(const char *what, const PairedTime &time) {
-    const double per_second = double(pixels) / time.job * 1e-6;
-    std::printf("%-36s %8.1f million pixels a second, %6.1f x memcpy\n", what, per_second,
-                time.ratio());
+    print(what, time.job * 1e9 / double(pixels), "ns/pixel", "memcpy", time.ratio());
 }
 
 } // namespace
