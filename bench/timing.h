@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdlib>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -51,15 +52,23 @@ int repeats_per_sample(Job &job) {
     return repeats;
 }
 
-// Takes samples in turns for about `budget` seconds, at least five of each.
+// Whoever runs a program several times gives each run its part of the time.
+inline int parts_of_time() {
+    const char *const wanted = std::getenv("Q32BASE_BENCH_PARTS");
+    return wanted != nullptr ? std::max(std::atoi(wanted), 1) : 1;
+}
+
+// Takes samples in turns for about `budget` seconds, at least five of each, or two in a part of the
+// time.
 template <class Job, class Reference>
 PairedTime time_paired(Job job, Reference reference, double budget) {
-    constexpr int fewest_samples = 5;
+    const int parts = parts_of_time();
+    const int fewest_samples = parts > 1 ? 2 : 5;
     const int job_repeats = repeats_per_sample(job);
     const int reference_repeats = repeats_per_sample(reference);
 
     PairedTime best{1e9, 1e9};
-    const double end = seconds() + budget;
+    const double end = seconds() + budget / parts;
     for (int sample = 0; sample < fewest_samples || seconds() < end; ++sample) {
         best.job = std::min(best.job, time_of(job, job_repeats));
         best.reference = std::min(best.reference, time_of(reference, reference_repeats));

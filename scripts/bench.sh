@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Prints the benchmarks: row kernels and buffer exports under Wine, then both beside peers:
+# Prints the benchmarks: kernels and exports of both editions under Wine, then kernels beside peers:
 #     bench.sh [short]    the short form has the kernels beside their peers, with fewer samples
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -25,46 +25,30 @@ if [[ ${1:-} == short ]]; then
     exit 0
 fi
 
+# A title, and one benchmark of both editions below it.
+both_editions() {
+    printf '\n%s, under Wine\n' "$1"
+    scripts/both_editions.py "${@:2}"
+}
+
 trap 'scripts/wine-run --stop' EXIT
-echo "The row kernels, 32 bits, under Wine"
-scripts/wine-run build/win32/bin/rows_bench.exe
-printf '\n'
-scripts/wine-run build/win32/bin/scaling_bench.exe
-
-printf '\nThe kernel to copy (samples/kernel), 32 bits, under Wine\n'
-scripts/wine-run build/win32/bin/dim_bench.exe
-
-printf '\nThe merge and colour kernels, 32 bits, under Wine\n'
-scripts/wine-run build/win32/bin/merge_bench.exe
-
-printf '\nThe resampling kernels, 32 bits, under Wine\n'
-scripts/wine-run build/win32/bin/resample_bench.exe
-
-printf '\nThe display kernels, 32 bits, under Wine\n'
-scripts/wine-run build/win32/bin/display_bench.exe
-
-printf '\nThe buffers of Q32BASE.DLL, under Wine\n'
-scripts/wine-run build/win32/bin/buffers_bench.exe 2> >(sed '/^wine: /d' >&2)
-printf '\n'
-scripts/wine-run build/win32/bin/rectangles_bench.exe build/rectangles.txt
-
-printf '\nRectangles of plain images in Q32BASE.DLL, under Wine\n'
-scripts/wine-run build/win32/bin/plain_images_bench.exe
-
-printf '\nMerging in Q32BASE.DLL, under Wine\n'
-scripts/wine-run build/win32/bin/merge_exports_bench.exe
-
-printf '\nResampling in Q32BASE.DLL, under Wine\n'
-scripts/wine-run build/win32/bin/resample_exports_bench.exe
-
-printf '\nShowing pictures with Q32BASE.DLL, under Wine\n'
-scripts/wine-run build/win32/bin/display_exports_bench.exe
-
-printf '\nQueues and colour separation in Q32BASE.DLL, under Wine\n'
-scripts/wine-run build/win32/bin/queues_bench.exe
-scripts/wine-run build/win32/bin/separation_bench.exe
+both_editions "The row kernels" rows
+both_editions "Scaling by whole factors" scaling
+both_editions "The kernel to copy (samples/kernel)" dim
+both_editions "The merge and colour kernels" merge
+both_editions "The resampling kernels" resample
+both_editions "The display kernels" display
+both_editions "The buffers of Q32BASE.DLL" buffers
+both_editions "Rectangles in Q32BASE.DLL" rectangles 'build/{edition}/rectangles.txt'
+both_editions "Rectangles of plain images in Q32BASE.DLL" plain_images
+both_editions "Merging in Q32BASE.DLL" merge_exports
+both_editions "Resampling in Q32BASE.DLL" resample_exports
+both_editions "Showing pictures with Q32BASE.DLL" display_exports
+both_editions "Queues in Q32BASE.DLL" queues
+both_editions "Colour separation in Q32BASE.DLL" separation
 
 beside_peers
 
 printf '\nRectangles, the DLL (32 bits, under Wine) beside a tile buffer (64 bits, on this machine)\n'
-build/native/bin/buffers_peers build/rectangles.txt
+build/native/bin/buffers_peers build/win32/rectangles.txt
+printf '\nMeasured in %d minutes\n' $(((SECONDS + 59) / 60))
