@@ -59,7 +59,7 @@ struct ScalarScaling {
     static void enlarge(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels,
                         std::size_t factor) {
         for (; pixels > 0; --pixels, source += Pixel::bytes)
-            if constexpr (Pixel::bytes % 2 == 0) {
+            if constexpr (Pixel::bytes > 1 && Pixel::in_pixel(0) == 0) {
                 // As a number, as in the scalar form of fill.
                 std::uint8_t pixel[Pixel::bytes];
                 std::memcpy(pixel, source, Pixel::bytes);
