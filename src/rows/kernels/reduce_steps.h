@@ -32,7 +32,7 @@ void reduce_in_moves(uint8_t *destination, const uint8_t *source, size_t groups,
     for (size_t i = 0; i < Pixel::bytes; ++i)
         places[i] = Pixel::in_group(i, factor);
     for (; groups != 0; --groups, destination += Pixel::bytes, source += Pixel::bytes * factor)
-        if constexpr (std::is_same_v<Pixel, Plain<3>>)
+        if constexpr (std::is_same_v<Pixel, Plain<3>>) // as a number, as below
             std::memcpy(destination, source, Pixel::bytes);
         else
             for (size_t i = 0; i < Pixel::bytes; ++i)
