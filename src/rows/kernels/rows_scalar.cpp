@@ -58,10 +58,9 @@ void map_bytes(std::uint8_t *destination, const std::uint8_t *source, const std:
 
 // The weight of the entry itself is the low byte, of its successor the rest: a sample with low byte
 // 0 gives the next entry, not its own. Required: tables are made for it.
-std::uint16_t interpolate(const std::uint8_t *table, std::uint16_t sample) {
-    const unsigned high = sample >> 8;
-    const int low = sample & 255;
-    const unsigned next = high < 255 ? high + 1 : 255;
+std::uint16_t interpolate(const std::uint8_t *table, std::size_t sample) {
+    const std::size_t high = sample >> 8, next = high < 255 ? high + 1 : 255;
+    const int low = int(sample & 255);
     return std::uint16_t((table[high] - table[next]) * low + table[next] * 256);
 }
 
@@ -70,8 +69,8 @@ void map_words(std::uint8_t *destination, const std::uint8_t *source, const std:
                std::size_t pixels) {
     for (; pixels > 0; --pixels, destination += 2 * channels, source += 2 * channels)
         for (std::size_t k = 0; k < channels; ++k) {
-            const auto sample = std::uint16_t(load_word(source + 2 * k));
-            const std::uint16_t mapped = interpolate(tables + 256 * k, sample);
+            const std::uint16_t mapped =
+                interpolate(tables + 256 * k, std::uint16_t(load_word(source + 2 * k)));
             std::memcpy(destination + 2 * k, &mapped, sizeof mapped);
         }
 }
