@@ -23,6 +23,9 @@ if(Q32_IS_64_BIT)
   # vectors of 32 and 64 bytes lies as it comes (GCC bug 54412). Moves that demand more become ones that
   # do not, and are as fast where the memory is aligned.
   target_compile_options(q32_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wa,-muse-unaligned-vector-move>)
+  # The 64-bit <windows.h> would read all of the compiler's vector headers, two megabytes and half a
+  # second for every file; what it needs of them it names itself. Whoever needs more includes it.
+  target_compile_definitions(q32_options INTERFACE _X86INTRIN_H_INCLUDED)
 endif()
 if(WIN32)
   # Results must not depend on the processor: SSE2 arithmetic, never the x87 stack.
