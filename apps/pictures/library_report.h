@@ -20,8 +20,8 @@ struct LibraryReport {
 // Of the calling thread.
 LibraryReport last_report();
 
-// The failure of a library function: "doing: what the library says (its numbers)". Without a report
-// it says so.
+// The failure of a library function: "doing: what the library says (its numbers)", and what a user
+// may do. Without a report it says so.
 Failure library_failure(const std::string &subject, const std::string &doing,
                         const std::string &remedy = {});
 

@@ -68,8 +68,9 @@ std::string LibraryReport::numbers() const {
     return "(error 3200)";
 }
 
-Failure library_failure(const std::string &subject, const std::string &doing) {
-    return {subject, doing};
+Failure library_failure(const std::string &subject, const std::string &doing,
+                        const std::string &remedy) {
+    return {subject, doing, remedy};
 }
 
 } // namespace apps
