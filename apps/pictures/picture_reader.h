@@ -27,9 +27,9 @@ public:
     // Whether pixels may be transparent.
     bool has_transparency() const { return transparent_; }
 
-    // Rows first .. first + count - 1, which pixels has room for, packed; each band begins where the
-    // one before ended. bgr: transparent parts are laid over white. bgra: colours as they are in the
-    // file; only for pictures with transparency. Throws Failure.
+    // Rows first .. first + count - 1, which pixels has room for, packed; each band begins where
+    // the one before ended. bgr: transparent parts are laid over white. bgra: colours as they are
+    // in the file; only for pictures with transparency. Throws Failure.
     void read_rows(RowFormat rows, int first, int count, uint8_t *pixels);
 
 private:
