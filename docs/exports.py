@@ -15,6 +15,7 @@ COMMENT_AND_CODE = re.compile(r"/\*(.*?)\*/(.*?)(?=/\*|\Z)", re.DOTALL)
 EXPORT = re.compile(r"^Q32_API\b[^;()]*?\b(\w+)\s*\(", re.MULTILINE)
 NUMBERS = r"\b(\d{4}), ([012]), (\d+), (\d+(?: / \d+)*)"
 ROW = re.compile(r"^\s*" + NUMBERS + r"\s+(?:(\w+): )?(.*)")  # the name: of the only function meant
+REPORTER = re.compile(r"Reports of ([^,:]+)")  # begins the comment of what is no export
 BORROWED = re.compile(r"^\s*as (\w+)\b\s{2,}", re.MULTILINE)
 
 Export = collections.namedtuple("Export", "name purpose errors borrowed")
@@ -83,6 +84,28 @@ def exports_of(header):
             yield Export(name, purpose_of(text), errors[name], BORROWED.findall(text))
 
 
+def other_reporters_of(header):
+    """What reports beside the exports, and when: {name: {error: when}}."""
+    texts = (plain(comment) for comment, _ in COMMENT_AND_CODE.findall(header.read_text()))
+    named = ((REPORTER.match(text.strip()), text) for text in texts)
+    return {match.group(1): errors_of(text, [match.group(1)])[match.group(1)] for match, text in named if match}
+
+
+def headers_of(root):
+    return sorted((root / "include/q32base").glob("*.h"))
+
+
+def reports_of(root):
+    """Who reports an error, and when: {error: {when: [name]}}. Exports stand in backticks."""
+    found = collections.defaultdict(lambda: collections.defaultdict(list))
+    for header in headers_of(root):
+        reporters = {f"`{export.name}`": export.errors for export in exports_of(header)}
+        for name, errors in (reporters | other_reporters_of(header)).items():
+            for error, when in errors.items():
+                found[error][when].append(name)
+    return found
+
+
 def title_of(header):
     """What the first line of a header says that it is."""
     return re.search(r"Q32BASE: (.*?)\.\n", re.sub(r"\n \* +", " ", header.read_text())).group(1)
@@ -97,8 +120,7 @@ def table(*columns):
 
 
 def document(root):
-    headers = sorted((root / "include/q32base").glob("*.h"))
-    families = [(header, list(exports_of(header))) for header in headers]
+    families = [(header, list(exports_of(header))) for header in headers_of(root)]
     families = [(header, exports) for header, exports in families if exports]
     count = sum(len(exports) for _, exports in families)
     lines = [
@@ -108,10 +130,9 @@ def document(root):
         "",
         f"The library exports {count} functions. Errors are message, severity, module, point",
         "([errors.h](../include/q32base/errors.h)). Listed are those that the headers name; a function",
-        "also hands on the errors of those that it calls. Somebody reads an error to you: look it up in",
-        "[the last table](#by-error).",
+        "also hands on the errors of those that it calls. Somebody reads an error to you: what happened and",
+        "what to do says [errors.md](errors.md), and when exactly [the last table](#by-error).",
     ]
-    by_error = collections.defaultdict(lambda: collections.defaultdict(list))
     for header, exports in families:
         lines += ["", f"## {header.name}: {title_of(header)}", ""]
         lines += table("function", "purpose", "errors")
@@ -119,15 +140,12 @@ def document(root):
             errors = [in_numbers(error) for error in export.errors]
             errors += [f"those of `{name}`" for name in export.borrowed]
             lines.append(f"| `{export.name}` | {export.purpose} | {'; '.join(errors) or 'none'} |")
-            for error, when in export.errors.items():
-                by_error[error][when].append(export.name)
     lines += ["", "## By error", ""]
     lines += table("module", "point", "message", "severity", "functions", "when")
-    for error in sorted(by_error):
-        for when, functions in by_error[error].items():
-            names = ", ".join(f"`{name}`" for name in functions)
+    for error, reports in sorted(reports_of(root).items()):
+        for when, reporters in reports.items():
             numbers = f"{error.module} | {error.point} | {error.message} | {error.severity}"
-            lines.append(f"| {numbers} | {names} | {when or 'see the header'} |")
+            lines.append(f"| {numbers} | {', '.join(reporters)} | {when or 'see the header'} |")
     return "\n".join(lines) + "\n"
 
 

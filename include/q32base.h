@@ -12,5 +12,6 @@
 #include <q32base/rows.h>
 #include <q32base/separation.h>
 #include <q32base/types.h>
+#include <q32base/version.h>
 
 #endif

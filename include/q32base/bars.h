@@ -21,7 +21,8 @@
  * Device contexts. The picture is shown through a display run (display.h) from the top down, within
  * the rectangle. When a row cannot be drawn the run is left open and the result is 0.
  *
- * Threads. One buffer is used by one thread at a time; device contexts by the thread that paints.
+ * Threads. Buffers are made, looked up and used as buffers.h says; device contexts are used by the
+ * one thread that paints (display.h).
  *
  * Results. 1 is success; 0 is failure, reported as listed ("message, severity, module, point", see
  * errors.h) or not reported where that is said. A buffer that cannot be made, locked, written or

@@ -3,21 +3,44 @@
  *
  * A buffer is an image of up to 32000 x 32000 pixels at 1 to 64 bits per pixel. Its pixels lie in
  * cells (tiles) of at most 128 x 128 pixels, in virtual memory or in a swap file that is mapped
- * whole into the address space; or it is linear: one cell of the whole image.
+ * whole into the address space; or it is linear, or lies over a bitmap: one cell of the whole
+ * image.
  *
  * Cells. Cell (column c, band r) covers the pixels from x = c x 128 and y = r x 128; its index is
  * r x cell columns + c. Inside a cell, rows lie top to bottom without gaps, each packed to the
  * byte: (pixels x bits per pixel + 7) / 8 bytes. At 1, 2 and 4 bits the leftmost pixel is the
  * highest. Pixels keep the channel order in which they were written.
  *
- * Threads. Nothing here takes a lock. The library-wide list and counters require that callers
- * serialise allocation and freeing; one buffer must be used by one thread at a time.
+ * Locks. One function wants its buffer locked: buf32Line, in any mode, whatever its direction. All
+ * others take locked buffers and unlocked ones, but for those that free (a locked buffer stays) and
+ * those that unlock; so do the functions of merge.h, resample.h and bars.h. Locks are for
+ * addresses: take a read lock before reading at one, a write lock before writing there, which gives
+ * the buffer pixels that are its own. A lock does not keep other calls from moving them (see
+ * buf32CellLock), nor other threads out.
+ *
+ * Threads. Nothing here waits for another thread. Each buffer is used by one thread at a time;
+ * buffers that share pixels (buf32DupBuf) count as one, unless all of them are only read. Callers
+ * serialise, by one lock of their own, what changes the list of buffers and the counters of
+ * storage:
+ *
+ *     buffers   whatever makes or frees one: buf32Alloc, buf32Free, buf32DIBBufAlloc,
+ *               buf32DIBMemBufAlloc, buf32DIBBufFree, and buf32GetBuf, buf32DupBuf,
+ *               q32BufferResample and the bars where they make one
+ *     storage   buf32FillOneColor, buf32FillPattern, buf32DupBuf, buf32VMData; whatever first locks
+ *               or writes to a buffer of one colour or of a pattern, or first writes to one that
+ *               shares pixels
+ *
+ * What looks a handle up or reads those counters may run beside other such calls, not beside the
+ * above, which change what it reads (it may end the process): buf32GetInfo, buf32GetWHU,
+ * buf32CountBuf, buf32GetVMDataExt; in other headers the i32Merge functions that are given buffers,
+ * q32InitResampleTable, q32BufferResample and the bars. Everything else on different buffers may
+ * run at once.
  *
  * Results. 1 is success and 0 failure unless stated otherwise. Reports are listed as
  * "message, severity, module, point" (see errors.h).
  *
- * Handles. buf32Free, buf32GetInfo and buf32GetWHU check that a handle is a live buffer; the other
- * functions trust every handle but 0.
+ * Handles. buf32Free, buf32DIBBufFree, buf32GetInfo and buf32GetWHU check that a handle is a live
+ * buffer; the other functions trust every handle but 0.
  */
 #ifndef Q32BASE_BUFFERS_H
 #define Q32BASE_BUFFERS_H
@@ -164,11 +187,11 @@ Q32_RECORD_BYTES(BUF32DIRECTORIES, 1056, 1056);
  *   1001, 0, 4, 2    the swap file cannot be made, sized or mapped
  *   1001, 0, 4, 3    the swap file is over the file limit, or no directory can hold it
  *   1001, 0, 4, 4    BUF32_LINEAR_MEMORY: no virtual memory
- *   4010, 0, 9, 5    the process's record of swap files cannot be created;
- *   4010, 0, 9, 6    nor entered in the master record file;
- *   4010, 0, 9, 7    which has no free slot
- *   1004, 0, 9, 10   no memory for the record's slot map;
- *   1004, 0, 9, 11   nor for enlarging it
+ *   4010, 0, 9, 5    the process's record of swap files cannot be created or written
+ *   4010, 0, 9, 6    that record cannot be entered in the master record file
+ *   4010, 0, 9, 7    the master record file has no free slot
+ *   1004, 0, 9, 10   no memory for the record's slot map
+ *   1004, 0, 9, 11   no memory for enlarging the slot map
  */
 Q32_API int Q32_CALL buf32Alloc(HBUF32 *handle, int bits_per_pixel, int width, int height,
                                 uint32_t type, const void *extra);
@@ -180,7 +203,8 @@ Q32_API int Q32_CALL buf32Alloc(HBUF32 *handle, int bits_per_pixel, int width, i
  *   5804, 1, 4, 12   the buffer is locked; nothing is released, except that a pattern buffer has
  *                    lost its pattern's copy (its pixels then read as zero)
  *   1001, 0, 1, 5    a bitmap that others share: the first of them cannot get a block of its own
- *   1001, 0, 1, 7    (see the bitmaps below); nothing is released
+ *                    (see the bitmaps below); nothing is released
+ *   1001, 0, 1, 7    likewise: that block cannot be locked; nothing is released
  *   3200, 0, 4, 6    the record was freed during the call
  */
 Q32_API int Q32_CALL buf32Free(HBUF32 buffer);
@@ -269,7 +293,8 @@ Q32_API int Q32_CALL buf32CellUnlock(HBUF32 buffer, int index);
  *   row      clamped into 0 .. height - 1
  *   mode     1 to 8; any other value takes and gives back a write lock and changes no pixel
  *   memory   as stored: (width x bits + 7) / 8 bytes; modes 3 and 4: width bytes; modes 5 to 8:
- *            3 x width bytes; not the buffer's own storage
+ *            3 x width bytes; not the buffer's own storage. The modes that write into the buffer
+ *            only read it: constant memory may be given there, its const cast away
  *
  * The buffer must be locked by the caller (in any way). Modes 3 and 4 are meant for buffers of 1
  * bit per pixel, modes 5 to 8 for 16 bits. On other depths they convert the row's bytes as they
@@ -461,7 +486,7 @@ Q32_API int Q32_CALL buf32FillPattern(HBUF32 buffer, const BUF32PATTERN *pattern
  * block of pixels. Allocation rearranges them in place, from bitmap layout (bottom row first, rows
  * padded to 4 bytes, 24-bit pixels blue first) to buffer layout (top row first, rows packed to the
  * byte, 24-bit pixels red first); buf32DIBBufFree rearranges them back and returns the bitmap. In
- * between all functions apply. Padding bytes keep whatever they hold.
+ * between all functions apply; the image is one cell. Padding bytes keep whatever they hold.
  *
  * Accepted bitmaps: a header of 20 bytes or more that is no core header (12 bytes), compression 0
  * (BI_RGB) or the characters "R565"; width and height 1 to 32000, bottom row first (a negative

@@ -10,8 +10,15 @@
  * Palettes are GDI palettes of version 0x300 whose entries have no flags. Those that functions here
  * create are the caller's, to be deleted with DeleteObject; the library's own are not handed out.
  *
+ * Realizing is the library's part. Whenever it draws rows through a palette (the program's, or one
+ * of its own) it selects that into the run's device context, realizes it, and selects what was
+ * there before; disp32ShowInit does neither. A program answers WM_QUERYNEWPALETTE, and
+ * WM_PALETTECHANGED of another window, by painting again. As realizing sends that message, windows
+ * may paint inside disp32ShowData and disp32ShowEnd.
+ *
  * Threads. The state is one for the process and not locked: use it from the one thread that paints,
- * and change the device type while no display run is open.
+ * and change the device type while no display run is open. disp32PalDuplicate and disp32PalSize
+ * know nothing but their palette, and may be called by any thread.
  *
  * Results. 1 is success; 0 is failure, reported as listed ("message, severity, module, point", see
  * errors.h) or not reported where that is said.
@@ -105,13 +112,15 @@ Q32_API int Q32_CALL disp32ShowInitEx(HDISPRUN *run, HDC dc, int depth, int left
                                       int force_background, int origin_x, int origin_y);
 
 /*
- * Brings rows. Rows beyond the bottom of the rectangle are ignored.
+ * Brings rows. They are drawn below those that came before, or above in the other direction (see
+ * disp32SetAttrib); rows beyond the end of the rectangle are ignored.
  *
  *   image          row k begins at image + k x stride
  *   first_column   source column of the left edge; as many columns are drawn as the rectangle has
- *   first_row      row to begin with
+ *   first_row      k of the first row to bring: where to read in the image, not where to draw
  *   rows           how many follow, in ascending order; 0 and below: none
- *   stride         bytes from one row to the next; may be negative
+ *   stride         bytes from one row to the next; negative: the image lies bottom up; 0: all rows
+ *                  are the one at image
  *
  * Returns 0 without a report for a handle of 0 or a null image, and when a full strip could not be
  * drawn: rows of this call from there on are lost, the next call tries to draw it again.

@@ -12,7 +12,13 @@
  *
  * Each function's comment lists its reports as "message, severity, module, point". The report
  * belongs to the calling thread; c32GetDLLErrInfo reads it back, c32GetErrText gives the text of a
- * message number. Functions that fail without a report say so.
+ * message number.
+ *
+ * What stands. A report stands until the next one, or until c32ClearDLLErrInfo. Functions that fail
+ * without a report say so ("not reported", "0 without a report"): they leave the one before
+ * standing, as success nearly always does. The result tells whether a call has failed; to learn
+ * why, clear before the call: when there is no report afterwards, it was one of the failures that
+ * are not reported. Where a call inside a function reports first, the function's own replaces that.
  */
 #ifndef Q32BASE_ERRORS_H
 #define Q32BASE_ERRORS_H
@@ -36,5 +42,27 @@ enum Q32Message {
     Q32_MSG_ONE_COLOUR_CELL = 5805,       /* a cell index of a one-colour buffer out of range */
     Q32_MSG_CANCELLED_BY_CALLBACK = 5808  /* cancelled by the progress callback */
 };
+
+/*
+ * Reports of the start of the library, while a program loads it. All but the last refuse the load:
+ *
+ *   4700, 0, 4, 0   the display has 16 colours; the report's text is shown in a message box, too
+ *   4010, 0, 9, 1   the master record file of swap files cannot be made or opened
+ *   1004, 0, 9, 2   no memory for its empty slots
+ *   1004, 0, 9, 8   no memory to read the record files that dead processes have left
+ *   4010, 0, 9, 9   the master record file could not be opened again; it is tried once more
+ */
+
+/*
+ * Reports of the functions in a buffer's record, which other parts of the family call directly,
+ * past the checks of the exports; or of an export whose buffer's record has been written over:
+ *
+ *   3200, 0, 3, 5    filling with one colour: the colour is null
+ *   5800, 0, 4, 20   filling: the buffer is a bitmap or lies over caller memory, the function is
+ *                    another buffer's
+ *   5800, 0, 50, 61  the address of a pixel: the buffer lies over caller memory
+ *   5800, 0, 4, 1    storage for a buffer whose pixels are the caller's
+ *   5800, 0, 4, 5    cells for a buffer that has become one of one colour while it was made
+ */
 
 #endif

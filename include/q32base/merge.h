@@ -54,7 +54,8 @@
  * another way, they give pixels that are not defined.
  *
  * Threads. Nothing here keeps state; any number of threads may merge at once as long as no two of
- * them write the same memory or use the same buffer. i32Merge, i32MergeEx and i32MergeRamToRam
+ * them write the same memory or use the same buffer. Functions that are given buffers look them up,
+ * and may be the first to write to one: see buffers.h. i32Merge, i32MergeEx and i32MergeRamToRam
  * raise the calling thread to THREAD_PRIORITY_ABOVE_NORMAL while they work and then give it back
  * the priority that it had.
  *
@@ -228,7 +229,10 @@ Q32_API int Q32_CALL i32MergeRamToRam(void *image, int width, int height, int by
  * Merges a rectangle of a buffer into another buffer of the same bytes per pixel.
  *
  *   destination, x, y     the buffer, and where the rectangle's top left corner goes
- *   mask                  8-bit buffer as large as the overlay, in the same cells, or 0
+ *   mask                  8-bit buffer as large as the overlay, in the same cells, or 0: tiled, of
+ *                         one colour or of a pattern where the overlay is; where that is one cell,
+ *                         as a bitmap or a linear buffer, a bitmap, linear, or tiled without a side
+ *                         over 128. A buffer over caller memory has no cells and does not fit
  *   overlay               buffer; may be the destination
  *   rectangle             what to merge, in coordinates of the overlay
  *   mode                  1 to 15

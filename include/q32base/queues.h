@@ -22,7 +22,8 @@ Q32_BEGIN_DECLS
 
 /*
  * Threads. AddQueue, GetFromQueue and ClearQueue may be called by any threads at once between
- * CreateQueue and DeleteQueue; IsQueueEmpty is a snapshot, without waiting.
+ * CreateQueue and DeleteQueue, which must not run beside anything here; IsQueueEmpty is a snapshot,
+ * without waiting.
  */
 
 /*
@@ -77,8 +78,26 @@ Q32_API int Q32_CALL IsQueueEmpty(void);
  * the owner whose job has just ended, else the first at all.
  *
  * Threads. Everything runs on the threads that call. d32AddQueue, d32DispatchQueue and
- * d32DeleteQueue hold the library's lock, callbacks included; callbacks may call all functions of
- * this header. The other functions do not wait: use them where nothing is dispatched meanwhile.
+ * d32DeleteQueue may be called by any threads at once: they hold the library's lock, callbacks
+ * included, and wait for whoever has it, q32BufferResample too. Callbacks may call all functions of
+ * this header. The other functions do not wait: call them from callbacks, or where no other thread
+ * is inside a function of this section; d32IsInQueue dispatches when it is told to wait.
+ *
+ * A message loop makes a step whenever no message waits, and sleeps when nothing is left to do:
+ *
+ *     for (;;) {
+ *         while (PeekMessage(&message, NULL, 0, 0, PM_REMOVE)) {
+ *             if (message.message == WM_QUIT)
+ *                 return (int)message.wParam;
+ *             TranslateMessage(&message);
+ *             DispatchMessage(&message);
+ *         }
+ *         if (!d32DispatchQueue())
+ *             WaitMessage();
+ *     }
+ *
+ * Another thread that adds a job then posts a message to wake the loop. Menus, dialogs and the
+ * moving of windows have loops of their own, which make no steps unless a timer does.
  */
 
 /*

@@ -43,9 +43,12 @@
  * 0; the others are weighed as (h + 32) >> 6 down the column. The sum is shifted right by 22 and
  * limited to 0..255.
  *
- * Threads. Calls of q32BufferResample and q32BufferResampleEx wait for each other. The functions on
- * tables and frames may run at once with different tables, records and memory, but for vcResample
- * and calls of vcResampleEx without a record: those share one set of tables inside the library.
+ * Threads. Calls of q32BufferResample and q32BufferResampleEx wait for each other while pixels are
+ * resampled, and for the dispatch queue (queues.h), whose lock is the same; but they make, look up
+ * and lock their buffers as buffers.h says, outside that lock. q32InitResampleTable looks buffers
+ * up as well. The functions on tables and frames may run at once with different tables, records and
+ * memory, but for vcResample and calls of vcResampleEx without a record: those share one set of
+ * tables inside the library.
  *
  * Results. 1 is success; 0 is failure, reported as listed ("message, severity, module, point", see
  * errors.h) or not reported where that is said. A null pointer where one is needed is a failure
@@ -201,14 +204,17 @@ Q32_API int Q32_CALL q32BufferResampleEx(const SIZE *size, HBUF32 source, HBUF32
 
 /* --- frames of plain memory ------------------------------------------------------------------ */
 
+/* BITMAPINFOHEADER by its other name: where NOGDI is defined <windows.h> has neither. */
+struct tagBITMAPINFOHEADER;
+
 /*
  * What frames of one size have in common. The caller fills the first four fields, vcResampleInit
  * the tables, vcResampleEnd frees them. Tables may be the caller's own instead: vcResampleEx only
  * reads them, and vcResampleEnd must not be given them.
  */
 typedef struct VCRESAMPLE {
-    const BITMAPINFOHEADER *source; /* biWidth, biHeight and biBitCount are read */
-    int32_t width;                  /* of the destination, pixels */
+    const struct tagBITMAPINFOHEADER *source; /* biWidth, biHeight and biBitCount are read */
+    int32_t width;                            /* of the destination, pixels */
     int32_t height;
     int32_t method;        /* RESAMPLE_ value */
     int32_t *column_index; /* position tables, see q32InitResampleTable */
@@ -265,12 +271,12 @@ Q32_API int Q32_CALL vcResampleEnd(VCRESAMPLE *record);
  *   1001, 0, 8, 17   no memory for the bicubic coefficient table
  *   1001, 0, 8, 18   no memory for work rows
  */
-Q32_API int Q32_CALL vcResampleEx(int nearest, const void *source, BITMAPINFOHEADER *header,
-                                  void *destination, int width, int height, int method,
-                                  VCRESAMPLE *record);
+Q32_API int Q32_CALL vcResampleEx(int nearest, const void *source,
+                                  struct tagBITMAPINFOHEADER *header, void *destination, int width,
+                                  int height, int method, VCRESAMPLE *record);
 
 /* vcResampleEx without a record. */
-Q32_API int Q32_CALL vcResample(int nearest, const void *source, BITMAPINFOHEADER *header,
+Q32_API int Q32_CALL vcResample(int nearest, const void *source, struct tagBITMAPINFOHEADER *header,
                                 void *destination, int width, int height, int method);
 
 Q32_RECORD_BYTES(RESAMPLEPROGRESS, 20, 32);

@@ -2,8 +2,10 @@
  * Q32BASE: row conversions, scaling of rows by whole factors, rectangles of plain images.
  *
  * Fills, swaps, inverts, converts, maps and scales pixels in plain memory. The functions know
- * nothing of buffers, keep no state and may be called from any number of
- * threads at once, as long as no two of them write the same memory.
+ * nothing of buffers and keep no state.
+ *
+ * Threads. Any number of threads may call anything here at once, as long as no two of them write
+ * the same memory.
  *
  * Pixels. Rows are packed without gaps; no pointer needs any alignment.
  *
@@ -98,7 +100,7 @@ Q32_API int Q32_CALL mem32ByteInvert(void *destination, void *source, int size);
  *   count         pixels; not 0
  *
  *   3200, 0, 7, 7   mem32BitToByte: destination or source null, or count 0
- *   3200, 0, 7, 8   mem32BitToByteExt: the same
+ *   3200, 0, 7, 8   mem32BitToByteExt: destination or source null, or count 0
  */
 Q32_API int Q32_CALL mem32BitToByte(void *destination, const void *source, int count);
 Q32_API int Q32_CALL mem32BitToByteExt(void *destination, const void *source, int count);
@@ -129,7 +131,7 @@ Q32_API int Q32_CALL mem32ByteToBit(void *destination, const void *source, int c
  *   count         pixels; not 0
  *
  *   3200, 0, 7, 10   mem32_888To555: destination or source null, or count 0
- *   3200, 0, 7, 12   mem32_888To565: the same
+ *   3200, 0, 7, 12   mem32_888To565: destination or source null, or count 0
  */
 Q32_API int Q32_CALL mem32_888To555(void *destination, const void *source, int count);
 Q32_API int Q32_CALL mem32_888To565(void *destination, const void *source, int count);
@@ -144,7 +146,7 @@ Q32_API int Q32_CALL mem32_888To565(void *destination, const void *source, int c
  *   count         pixels; not 0
  *
  *   3200, 0, 7, 11   mem32_555To888: destination or source null, or count 0
- *   3200, 0, 7, 13   mem32_565To888: the same
+ *   3200, 0, 7, 13   mem32_565To888: destination or source null, or count 0
  */
 Q32_API int Q32_CALL mem32_555To888(void *destination, const void *source, int count);
 Q32_API int Q32_CALL mem32_565To888(void *destination, const void *source, int count);

@@ -2,8 +2,10 @@
  * Q32BASE: types and calling convention that all headers share.
  *
  * The interface is flat C for Windows, undecorated, and can be used from C and C++ with any Windows
- * compiler. The library comes in two editions of one name, for 32-bit and for 64-bit programs;
- * these headers describe both.
+ * compiler: C89 and later, where the compiler has <stdint.h>, and C++98 and later. Headers may be
+ * included in any order, before <windows.h> or after it, with whatever is defined for that (NOGDI,
+ * WIN32_LEAN_AND_MEAN, NOMINMAX, STRICT, UNICODE). The library comes in two editions of one name,
+ * for 32-bit and for 64-bit programs; these headers describe both.
  *
  * As wide as a pointer: pointers, handles (those of Windows, HBUF32, HDISPRUN), user data of
  * callbacks (uintptr_t, intptr_t), and whatever counts bytes and can go beyond 4 GB there: size_t.
@@ -18,6 +20,7 @@
 #ifndef Q32BASE_TYPES_H
 #define Q32BASE_TYPES_H
 
+#include <q32base/version.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <windows.h>

@@ -91,6 +91,22 @@ TEST_F(BufferLines, OtherModesOnlyRecordAWriteLock) {
     }
 }
 
+// A caller may cast const away from memory that goes into a buffer: a write there would end the
+// test.
+TEST_F(BufferLines, WhatGoesIntoABufferIsOnlyRead) {
+    Random random(test_seed(), 31);
+    for (uint32_t type : ordinary_types)
+        for (int bits : {1, 8, 16, 24}) {
+            Buffer buffer(bits, 300, 200, type);
+            MemoryBlock memory(900, MemoryBlock::fence_behind, random);
+            memory.protect();
+            ASSERT_EQ(api().buf32Lock(buffer, BUF32_WRITE, nullptr), 1);
+            for (int mode : {2, 4, 6, 8, 0, 9})
+                EXPECT_EQ(api().buf32Line(buffer, 150, mode, memory.data()), 1) << mode;
+            ASSERT_EQ(api().buf32Unlock(buffer), 1);
+        }
+}
+
 // A row that has been moved under a lock that cannot be given back.
 TEST_F(BufferLines, FailWhereTheirOwnLockStays) {
     Buffer buffer(24, 30, 20);
