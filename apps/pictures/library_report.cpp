@@ -11,6 +11,11 @@ std::string LibraryReport::numbers() const {
            std::to_string(point) + ")";
 }
 
+std::string LibraryReport::see_explanation() const {
+    return "q32tool explain " + std::to_string(message) + " " + std::to_string(module) + " " +
+           std::to_string(point) + " tells more";
+}
+
 LibraryReport last_report() {
     C32ERRINFO info = {};
     if (!c32GetDLLErrInfo(&info) || info.library != Q32_LIBRARY_NUMBER)
@@ -29,7 +34,8 @@ Failure library_failure(const std::string &subject, const std::string &doing,
         return {subject, doing + ": the library gives no reason", remedy};
     while (report.text.ends_with('.'))
         report.text.pop_back();
-    return {subject, doing + ": " + report.text + " " + report.numbers(), remedy};
+    return {subject, doing + ": " + report.text + " " + report.numbers(),
+            remedy.empty() ? report.see_explanation() : remedy};
 }
 
 } // namespace apps

@@ -19,6 +19,10 @@ bool is_optional(std::string_view operand) {
     return operand[0] == '[';
 }
 
+bool is_repeated(std::string_view operand) {
+    return operand.ends_with("...]");
+}
+
 const Option *find_option(const Command &command, std::string_view word) {
     for (const std::vector<Option> *table : {&command.options, &common_options()})
         for (const Option &option : *table)
@@ -122,13 +126,15 @@ void Arguments::check_operands(const Command &command) const {
         throw UsageError(std::string(command.name) + " needs " +
                          std::string(command.operands[operands_.size()]) +
                          "; usage: " + usage_line(command));
-    if (operands_.size() > command.operands.size())
+    const bool is_any_number = !command.operands.empty() && is_repeated(command.operands.back());
+    if (operands_.size() > command.operands.size() && !is_any_number)
         throw UsageError("one argument too many: " + quoted(operands_[command.operands.size()]) +
                          "; usage: " + usage_line(command));
     for (size_t i = 0; i < operands_.size(); ++i)
         if (operands_[i].empty())
-            throw UsageError(std::string(command.operands[i]) +
-                             " is an empty name; usage: " + usage_line(command));
+            throw UsageError(
+                std::string(command.operands[std::min(i, command.operands.size() - 1)]) +
+                " is an empty name; usage: " + usage_line(command));
 }
 
 void Arguments::check_required_options(const Command &command) const {

@@ -30,9 +30,10 @@ class Arguments;
 
 struct Command {
     std::string_view name;
-    std::vector<std::string_view> operands; // as shown in the help; "[NAME]": may be left out
-    std::string_view summary;               // one line
-    std::string description;                // paragraphs, already wrapped
+    // As shown in the help. "[NAME]" may be left out; "[NAMES...]" is the last, and any number.
+    std::vector<std::string_view> operands;
+    std::string_view summary; // one line
+    std::string description;  // paragraphs, already wrapped
     std::vector<Option> options;
     void (*run)(const Arguments &);
 };

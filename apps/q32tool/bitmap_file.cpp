@@ -23,7 +23,7 @@ Failure refusal_of_library(const std::string &path, const Refusal &refusal) {
     const std::string numbers = report.message == 0 ? "" : " " + report.numbers();
     const std::string problem = "the library does not take this bitmap: " + refusal.problem;
     if (refusal.remedy[0] == '\0')
-        return {path, problem + numbers};
+        return {path, problem + numbers, report.message == 0 ? "" : report.see_explanation()};
     return {path, problem, refusal.remedy + numbers};
 }
 

@@ -7,6 +7,7 @@
 #include "progress.h"
 #include "timings.h"
 
+#include <q32base/version.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -39,7 +40,7 @@ void run(std::vector<std::string> words) {
                                    [](const std::string &word) { return !word.starts_with('-'); });
     if (name == words.end()) {
         if (contains(words, "--version"))
-            print("q32tool " Q32TOOL_VERSION "\n");
+            print("q32tool " Q32BASE_VERSION_STRING "\n");
         else if (contains(words, "--help") || contains(words, "-h"))
             print(general_help());
         else if (words.empty())

@@ -6,6 +6,7 @@
 #include "options.h"
 #include "resource.h"
 
+#include <q32base/version.h>
 #include <windows.h>
 
 #include <new>
@@ -63,7 +64,7 @@ int handle_messages(HWND window) {
 int run() {
     const Options options = read_options(command_line_words());
     if (options.help || options.version) {
-        tell(options.help ? help_text() : "q32view " Q32VIEW_VERSION "\n", false);
+        tell(options.help ? help_text() : "q32view " Q32BASE_VERSION_STRING "\n", false);
         return exit_success;
     }
     MainWindow main_window(options);

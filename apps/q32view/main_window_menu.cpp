@@ -4,6 +4,7 @@
 #include "resource.h"
 
 #include <q32base/display.h>
+#include <q32base/version.h>
 
 #include <iterator>
 
@@ -24,7 +25,7 @@ constexpr wchar_t keys_text[] = L"Ctrl+O\topen a picture (or drop one here)\n"
                                 L"arrows, Page Up, Page Down, Home, End\tscroll (or drag)\n"
                                 L"Esc\tstop reading or scaling";
 
-constexpr wchar_t about_text[] = L"q32view " Q32VIEW_VERSION "\n\n"
+constexpr wchar_t about_text[] = L"q32view " Q32BASE_VERSION_STRING "\n\n"
                                  L"Shows pictures as Q32BASE shows them on any display.";
 
 bool is_between(int id, int first, int last) {

@@ -68,6 +68,10 @@ std::string LibraryReport::numbers() const {
     return "(error 3200)";
 }
 
+std::string LibraryReport::see_explanation() const {
+    return "q32tool explain 3200";
+}
+
 Failure library_failure(const std::string &subject, const std::string &doing,
                         const std::string &remedy) {
     return {subject, doing, remedy};

@@ -9,11 +9,11 @@ namespace {
 
 // In the order of the help.
 constexpr const Command *commands[] = {
-    &info_command,   &rows_command,    &convert_command, &crop_command,       &paste_command,
-    &fill_command,   &pattern_command, &scale_command,   &enlarge_command,    &reduce_command,
-    &stream_command, &compose_command, &filter_command,  &colorspace_command, &separate_command,
-    &show_command,   &bars_command,    &bitmap_command,  &jobs_command,       &leftovers_command,
-    &help_command,
+    &info_command,    &rows_command,    &convert_command, &crop_command,       &paste_command,
+    &fill_command,    &pattern_command, &scale_command,   &enlarge_command,    &reduce_command,
+    &stream_command,  &compose_command, &filter_command,  &colorspace_command, &separate_command,
+    &show_command,    &bars_command,    &bitmap_command,  &jobs_command,       &leftovers_command,
+    &explain_command, &help_command,
 };
 
 void help(const Arguments &arguments) {

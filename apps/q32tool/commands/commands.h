@@ -14,7 +14,7 @@ extern const Command crop_command, paste_command, fill_command, pattern_command;
 extern const Command scale_command, enlarge_command, reduce_command, stream_command; // sizes
 extern const Command compose_command, filter_command, colorspace_command, separate_command;
 extern const Command show_command, bars_command, bitmap_command, jobs_command;
-extern const Command leftovers_command, help_command;
+extern const Command leftovers_command, explain_command, help_command;
 
 const Command *find_command(std::string_view name);
 

@@ -78,7 +78,7 @@ struct RECT {
 struct RGBQUAD {
     BYTE rgbBlue, rgbGreen, rgbRed, rgbReserved;
 };
-struct BITMAPINFOHEADER {
+struct tagBITMAPINFOHEADER {
     DWORD biSize;
     LONG biWidth, biHeight;
     WORD biPlanes, biBitCount;
@@ -86,6 +86,7 @@ struct BITMAPINFOHEADER {
     LONG biXPelsPerMeter, biYPelsPerMeter;
     DWORD biClrUsed, biClrImportant;
 };
+using BITMAPINFOHEADER = tagBITMAPINFOHEADER;
 struct MEMORYSTATUS {
     DWORD dwLength;
     SIZE_T dwTotalPhys;
