@@ -2,6 +2,7 @@
 // variable, because the library may be loaded at run time into threads that exist already.
 #include "q32comm/reports.h"
 
+#include "q32comm/recorder.h"
 #include "q32comm/text_copy.h"
 
 #include <q32comm.h>
@@ -103,6 +104,7 @@ using namespace q32::comm;
 int Q32COMM_CALL c32SetDLLErrInfo(const char *text, int message, int severity, int library,
                                   int module, int point) {
     const KeptLastError kept;
+    record_report(text, message, severity, library, module, point);
     Report *report = own_report();
     if (report == nullptr)
         report = make_own_report();

@@ -10,7 +10,9 @@ std::string CommLibrary::path() {
     char program[MAX_PATH];
     GetModuleFileNameA(nullptr, program, sizeof program);
     const std::string path = program;
-    return path.substr(0, path.rfind('\\')) + "\\..\\..\\bin\\q32comm.dll";
+    const char *const named = std::getenv("Q32COMM_TEST_LIBRARY");
+    return path.substr(0, path.rfind('\\')) + "\\..\\..\\bin\\" +
+           (named != nullptr ? named : "q32comm.dll");
 }
 
 CommLibrary::CommLibrary() {

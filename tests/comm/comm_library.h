@@ -1,4 +1,5 @@
-// The q32comm.dll that ships, loaded by its path for the time of one object's life.
+// The q32comm.dll that ships, or the one in the same folder that Q32COMM_TEST_LIBRARY names, loaded
+// by its path for the time of one object's life.
 #pragma once
 
 #include <gtest/gtest.h>
