@@ -17,6 +17,9 @@ if ! grep -q '/bench/peers/' build/native/compile_commands.json; then
     echo "Left out: bench/peers, whose libraries are not installed"
     units=$(grep -v '^bench/peers/' <<<"$units")
 fi
+# Samples are built by their own CMakeLists.txt, in C++17 and with exceptions.
+samples=$(grep '^samples/[0-9]' <<<"$units")
+units=$(grep -v '^samples/[0-9]' <<<"$units")
 native='/kernels/|^src/library/process/cpu|^bench/peers/'
 status=0
 
@@ -47,6 +50,9 @@ check "clang-tidy, natively" tidy build/native "${common_options[@]}" \
     < <(grep -E "$native" <<<"$units")
 check "clang-tidy, for Windows" tidy build/win32 "${common_options[@]}" \
     "${cross_options[@]}" < <(grep -vE "$native" <<<"$units")
+# shellcheck disable=SC2086 # names without spaces
+check "clang-tidy, samples" clang-tidy --quiet "${common_options[@]}" "${cross_options[@]}" $samples -- \
+    -std=c++17 -Iinclude 2>>build/log/clang-tidy.log
 # A family's wider forms hide those that they inherit: that is how a table is made (docs/decisions/0011).
 # Tests make two things alike where only their fates will differ.
 check "cppcheck" cppcheck --quiet --enable=warning,performance,portability --error-exitcode=1 \

@@ -57,7 +57,7 @@ install_from_the_main_suite() {
 (($#)) || set -- build demo
 wanted=()
 for purpose in "$@"; do
-    [[ $purpose =~ ^(build|demo|fuzz|lint|bench)$ ]] || { echo "no such purpose: $purpose" >&2; exit 2; }
+    [[ $purpose =~ ^(build|demo|docs|fuzz|package|lint|bench)$ ]] || { echo "no such purpose: $purpose" >&2; exit 2; }
     declare -n list="packages_$purpose"
     wanted+=("${list[@]}")
 done

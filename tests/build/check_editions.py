@@ -8,15 +8,15 @@ Alone, a package of one edition says so to a compiler of the other kind.
 
 import os
 import pathlib
-import re
 import shlex
 import shutil
 import subprocess
 import sys
 
-from check_package import FIRST_PROGRAM_PRINTS, expect, run
+from check_package import FIRST_PROGRAM_PRINTS, expect, first_program_of, run
 
-COMPILERS = {"win32": "i686-w64-mingw32-gcc-posix", "win64": "x86_64-w64-mingw32-gcc-posix"}
+ARCHITECTURES = {"win32": "i686", "win64": "x86_64"}
+COMPILERS = {edition: f"{arch}-w64-mingw32-gcc-posix" for edition, arch in ARCHITECTURES.items()}
 BITS = {"win32": "32", "win64": "64"}
 
 
@@ -34,11 +34,11 @@ class EditionsTest:
         run("cmake", "--install", self.builds[edition], "--prefix", prefix)
         return prefix
 
-    def configure(self, edition, folder, *prefixes):
+    def configure(self, edition, folder, *prefixes, compiler=None):
         """The exit code and the words of CMake."""
+        compiler = compiler or ["-DCMAKE_SYSTEM_NAME=Windows", f"-DCMAKE_C_COMPILER={COMPILERS[edition]}"]
         command = [
-            "cmake", "-G", "Ninja", "-S", self.source / "tests/build/consumer", "-B", folder,
-            "-DCMAKE_SYSTEM_NAME=Windows", f"-DCMAKE_C_COMPILER={COMPILERS[edition]}",
+            "cmake", "-G", "Ninja", "-S", self.source / "tests/build/consumer", "-B", folder, *compiler,
             f"-DCMAKE_PREFIX_PATH={';'.join(map(str, prefixes))}", f"-DFIRST_PROGRAM={self.first_program}",
         ]  # fmt: skip
         result = subprocess.run(
@@ -82,6 +82,19 @@ class EditionsTest:
                 run(COMPILERS[compiler], self.first_program, *flags, "-o", program)
                 self.expect_to_run(program, compiler, beside, f"by pkg-config, {what}")
 
+    def a_microsoft_linker_finds_its_edition(self):
+        """Beside the other one, which is the one that CMake is shown."""
+        beside = self.work / "beside"
+        for found, wanted in (("win32", "win64"), ("win64", "win32")):
+            folder = self.work / f"microsoft-{wanted}"
+            toolchain = self.source / "tests/build/clang-msvc.cmake"
+            compiler = [f"-DCMAKE_TOOLCHAIN_FILE={toolchain}", f"-DQ32_MSVC_ARCH={ARCHITECTURES[wanted]}"]
+            prefix = beside / self.name_of(found)
+            status, words = self.configure(wanted, folder, prefix, compiler=compiler)
+            expect(status, 0, f"CMake, Microsoft's linker for {wanted}: {words}")
+            run("cmake", "--build", folder, "--target", "first_program")
+            self.expect_to_run(folder / "first_program.exe", wanted, beside, f"{found} with Microsoft's linker")
+
     def a_package_alone_says_which_it_is(self):
         for found, compiler in (("win32", "win64"), ("win64", "win32")):
             prefix = self.install(found, self.work / f"alone-{found}")
@@ -104,9 +117,9 @@ def main(source, build_32, build_64, work, version, emulator):
     shutil.rmtree(work, ignore_errors=True)
     work.mkdir(parents=True)
     test = EditionsTest(source, {"win32": build_32, "win64": build_64}, work, version, emulator)
-    readme = (source / "README.md").read_text()
-    test.first_program.write_text(re.search(r"```c\n(.*?)```", readme, re.DOTALL)[1])
+    test.first_program.write_text(first_program_of(source))
     test.each_compiler_finds_its_edition()
+    test.a_microsoft_linker_finds_its_edition()
     test.a_package_alone_says_which_it_is()
     print("each compiler finds its edition, beside the other one or alone")
 

@@ -16,29 +16,23 @@ import sys
 
 FIRST_PROGRAM_PRINTS = "207 103 55"
 READ_REPORT_PRINTS = "3200 0 1450 4 7"
-INSTALLED = {
-    "bin/Q32BASE.DLL",
-    "bin/q32comm.dll",
-    "include/q32base.h",
-    "include/q32comm.h",
-    "lib/libq32base.dll.a",
-    "lib/libq32comm.dll.a",
-    "lib/q32base.def",
-    "lib/q32comm.def",
-    "lib/cmake/q32base/q32base-config.cmake",
-    "lib/pkgconfig/q32base.pc",
-}
+CONTENTS = pathlib.Path(__file__).parent / "package_contents.txt"
 
 
-def run(*command, **options):
+def run(*command, timeout=120, **options):
     """Runs a command and returns what it printed; a failure ends the test with the command's words."""
     command = [str(part) for part in command]
     result = subprocess.run(
-        command, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=120, **options
+        command, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=timeout, **options
     )
     if result.returncode:
         sys.exit(f"{' '.join(command)}\nended with {result.returncode}:\n{result.stdout}")
     return result.stdout
+
+
+def first_program_of(source):
+    """The program that README.md shows."""
+    return re.search(r"```c\n(.*?)```", (source / "README.md").read_text(), re.DOTALL)[1]
 
 
 def expect(found, wanted, what):
@@ -46,25 +40,33 @@ def expect(found, wanted, what):
         sys.exit(f"{what}: found {found!r}, wanted {wanted!r}")
 
 
-class PackageTest:
-    def __init__(self, source, build, work, cc, dlltool, emulator):
-        self.source, self.build, self.work = map(pathlib.Path, (source, build, work))
-        self.cc, self.dlltool, self.emulator = cc, dlltool, emulator
-        self.prefix = self.work / "prefix"
-        self.first_program = self.work / "first_program.c"
+def files_of(folder):
+    return {path.relative_to(folder).as_posix() for path in folder.rglob("*") if path.is_file()}
 
-    def install(self):
-        shutil.rmtree(self.work, ignore_errors=True)
-        self.work.mkdir(parents=True)
-        staged = self.work / "staged"
-        run("cmake", "--install", self.build, "--prefix", staged)
-        staged.rename(self.prefix)  # an installed tree can be moved
-        installed = {
-            path.relative_to(self.prefix).as_posix() for path in self.prefix.rglob("*") if path.is_file()
-        }
-        expect(INSTALLED - installed, set(), "files that the installation lacks")
-        readme = (self.source / "README.md").read_text()
-        self.first_program.write_text(re.search(r"```c\n(.*?)```", readme, re.DOTALL)[1])
+
+def expect_contents(folder, zipped):
+    """The files of a package are those of the list, whose lines all have one but for what need not be there."""
+    lines = [line.split() for line in CONTENTS.read_text().splitlines() if not line.startswith("#")]
+    files = files_of(folder)
+
+    def matches(pattern):
+        parts = [re.escape(part).replace(r"\*", "[^/]*") for part in pattern.split("**")]
+        return {file for file in files if re.fullmatch(".*".join(parts), file)}
+
+    unknown = files - set().union(*(matches(line[-1]) for line in lines))
+    needed = [line[-1] for line in lines if line[0] != "may" and (zipped or line[0] != "zip")]
+    expect(unknown, set(), "files that no package holds")
+    expect([pattern for pattern in needed if not matches(pattern)], [], "what the package lacks")
+
+
+class PackageTest:
+    """An installed package in the hands of a caller."""
+
+    def __init__(self, source, prefix, work, cc, emulator):
+        self.source, self.prefix, self.work = source, prefix, work
+        self.cc, self.emulator = cc, emulator
+        self.first_program = work / "first_program.c"
+        self.first_program.write_text(first_program_of(source))
 
     def output(self, program):
         """What a program prints when it runs beside the installed DLLs."""
@@ -92,21 +94,25 @@ class PackageTest:
         run(self.cc, self.first_program, *shlex.split(flags), "-o", program)
         expect(self.output(program), FIRST_PROGRAM_PRINTS, "by pkg-config")
 
-    def use_with_def_file(self):
+    def use_with_def_file(self, dlltool):
         program = self.work / "def" / "first_program.exe"
         program.parent.mkdir()
         library = program.parent / "libmade_from_def.a"
-        run(self.dlltool, "-d", self.prefix / "lib/q32base.def", "-l", library)
+        run(dlltool, "-d", self.prefix / "lib/q32base.def", "-l", library)
         run(self.cc, self.first_program, f"-I{self.prefix}/include", library, "-o", program)
         expect(self.output(program), FIRST_PROGRAM_PRINTS, "by the .def file")
 
 
-def main(*arguments):
-    test = PackageTest(*arguments)
-    test.install()
+def main(source, build, work, cc, dlltool, emulator):
+    source, work = pathlib.Path(source), pathlib.Path(work)
+    shutil.rmtree(work, ignore_errors=True)
+    run("cmake", "--install", build, "--prefix", work / "staged")
+    prefix = (work / "staged").rename(work / "prefix")  # an installed tree can be moved
+    expect_contents(prefix, zipped=False)
+    test = PackageTest(source, prefix, work, cc, emulator)
     test.use_with_cmake()
     test.use_with_pkg_config()
-    test.use_with_def_file()
+    test.use_with_def_file(dlltool)
     print("the installed package works by CMake, by pkg-config and by its .def file")
 
 
