@@ -1,18 +1,44 @@
 // The message box and the Esc key, on the display of the test.
 #include "tests/comm/comm_library.h"
 
+#include <cstring>
 #include <thread>
 
 namespace q32::test {
 namespace {
+
+struct Search {
+    const char *title;
+    HWND found;
+};
+
+// Other programs may show boxes of the same title at the same time.
+BOOL CALLBACK take_own_box(HWND window, LPARAM search) {
+    auto &wanted = *reinterpret_cast<Search *>(search);
+    char name[40] = "", title[40] = "";
+    DWORD owner = 0;
+    GetWindowThreadProcessId(window, &owner);
+    GetClassNameA(window, name, sizeof name);
+    GetWindowTextA(window, title, sizeof title);
+    if (owner == GetCurrentProcessId() && std::strcmp(name, "#32770") == 0 &&
+        std::strcmp(title, wanted.title) == 0)
+        wanted.found = window;
+    return wanted.found == nullptr;
+}
+
+HWND own_box(const char *title) {
+    Search search = {title, nullptr};
+    EnumWindows(take_own_box, reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
 
 // Waits for the box with that title, notes its text, and ends it as a user would.
 class Clicker {
 public:
     Clicker(const char *title, WPARAM button)
         : thread_([this, title, button] {
-              for (int tries = 0; tries < 500 && box_ == nullptr; ++tries, Sleep(10))
-                  box_ = FindWindowA("#32770", title);
+              for (int tries = 0; tries < 2000 && box_ == nullptr; ++tries, Sleep(10))
+                  box_ = own_box(title);
               if (box_ == nullptr)
                   return;
               // The static with the text has the number 0xFFFF.
