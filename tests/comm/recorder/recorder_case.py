@@ -38,7 +38,7 @@ class Log:
 
 def limit_file_size():
     signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-    resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
+    resource.setrlimit(resource.RLIMIT_FSIZE, (100000, resource.RLIM_INFINITY))
 
 
 class RecorderCase(ProgramCase):
