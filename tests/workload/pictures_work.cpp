@@ -128,8 +128,11 @@ void resample(const WorkBuffer &source, int pixel_bytes, Random &random, Digest 
     HBUF32 handle = scaled.handle();
     const SIZE size{scaled.width(), scaled.height()};
     const int row_path = between(random, 0, 1), method = methods[random.below(3)];
-    digest.add(std::uint32_t(
-        api().q32BufferResampleEx(&size, source.handle(), &handle, nullptr, row_path, method)));
+    {
+        const std::shared_lock lock(buffer_list);
+        digest.add(std::uint32_t(
+            api().q32BufferResampleEx(&size, source.handle(), &handle, nullptr, row_path, method)));
+    }
     scaled.into(digest, pixel_bytes);
 }
 
@@ -140,8 +143,12 @@ void merge(const WorkBuffer &source, int pixel_bytes, Random &random, Digest &di
     const RECT all{0, 0, source.width(), source.height()};
     const int mode = pixel_bytes == 3 ? between(random, 1, 15) : between(random, 9, 15);
     const int x = between(random, -50, 50), y = between(random, -50, 50);
-    digest.add(std::uint32_t(api().i32MergeBufToBuf(target.handle(), x, y, 0, source.handle(), &all,
-                                                    mode, between(random, 0, 100))));
+    const int transparency = between(random, 0, 100);
+    {
+        const std::shared_lock lock(buffer_list);
+        digest.add(std::uint32_t(api().i32MergeBufToBuf(target.handle(), x, y, 0, source.handle(),
+                                                        &all, mode, transparency)));
+    }
     target.into(digest, pixel_bytes);
 }
 
@@ -237,16 +244,17 @@ void bars_piece(Random &random, Digest &digest) {
     HBUF32 handle = bar.handle();
     const auto from = std::uint32_t(random.next()), to = std::uint32_t(random.next());
     const int horizontal = between(random, 0, 1);
-    int done = 0;
-    if (kind == 0)
-        done =
-            api().q32CreateGrayBarImage(&handle, 0, 0, int(from & 255), int(to & 255), horizontal);
-    else if (kind == 1)
-        done = api().q32CreateHSBBarImage(&handle, between(random, 1, 4), 0, 0);
-    else
-        done = api().q32CreateColorBarImage(&handle, 0, 0, from, to, horizontal,
+    const auto make = [&] {
+        const std::shared_lock lock(buffer_list);
+        if (kind == 0)
+            return api().q32CreateGrayBarImage(&handle, 0, 0, int(from & 255), int(to & 255),
+                                               horizontal);
+        if (kind == 1)
+            return api().q32CreateHSBBarImage(&handle, between(random, 1, 4), 0, 0);
+        return api().q32CreateColorBarImage(&handle, 0, 0, from, to, horizontal,
                                             between(random, 0, 1));
-    digest.add(std::uint32_t(done));
+    };
+    digest.add(std::uint32_t(make()));
     bar.into(digest, pixel_bytes);
 }
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <mutex>
 #include <ostream>
+#include <shared_mutex>
 #include <span>
 #include <vector>
 
@@ -55,9 +56,10 @@ inline int between(Random &random, int first, int last) {
     return first + int(random.below(std::size_t(last - first) + 1));
 }
 
-// Callers serialise what allocates and frees buffers (buffers.h): who runs pieces on several
-// threads does so, too. Held by the pieces for the time of such calls.
-inline std::mutex buffer_list;
+// Callers serialise what allocates and frees buffers, and let nothing look a handle up meanwhile
+// (buffers.h): who runs pieces on several threads does so, too. The pieces hold it for the time of
+// such calls, alone the former, and shared the latter.
+inline std::shared_mutex buffer_list;
 
 // Which threads may run pieces of an area at once.
 enum class Where {
