@@ -5,7 +5,6 @@
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/scaling.h"
-#include "apps/q32tool/storage_options.h"
 
 #include <q32base/resample.h>
 
@@ -27,10 +26,13 @@ void run(const Arguments &arguments) {
     const Scaling scaling(arguments);
     const Conversion conversion = conversion_from(arguments);
     check_can_be_scaled(conversion, scaling, arguments);
-    change_picture(arguments, [&](Image &image) {
-        convert(image, conversion);
-        image = scaled(image, scaling.size_for(image.size()), scaling.method(),
-                       arguments.last_operand());
+    const std::string &out = arguments.last_operand();
+    change_picture(arguments, [&](Picture &picture) {
+        convert(picture, conversion, out);
+        const Size size = scaling.size_for(picture.image.size());
+        picture.image = scaled(picture.image, size, scaling.method(), out);
+        if (picture.opacity)
+            picture.opacity = scaled(*picture.opacity, size, scaling.method(), out);
     });
 }
 
@@ -47,7 +49,7 @@ const Command scale_command = {
         "between the pixels of a much smaller picture is passed over.\n"
         "With --bits the picture is converted first, and scaled and written so; pixels of\n"
         "1 bit are always those of the nearest place.",
-    .options = joined({scaling_options(), pixel_options(), storage_options()}),
+    .options = joined({scaling_options(), pixel_options(), transfer_options()}),
     .run = run,
 };
 
