@@ -13,10 +13,6 @@
 namespace apps::q32tool {
 namespace {
 
-uint8_t over_white(uint32_t sample, uint32_t opacity) {
-    return static_cast<uint8_t>((sample * opacity + 255 * (255 - opacity) + 127) / 255);
-}
-
 // Where an overlay comes to lie: a part of it, and the corner of that part on the base.
 struct Place {
     Area source;
