@@ -1,6 +1,8 @@
-// Resampling with progress, and the store of tiles.
+// Averaging with progress, and the store of enlarged tiles.
 #include "scaled_picture.h"
 
+#include "apps/pictures/averaging.h"
+#include "apps/pictures/edition.h"
 #include "apps/pictures/library_report.h"
 
 #include <q32base/resample.h>
@@ -17,28 +19,24 @@ constexpr int nearest_above = 4; // times: where single pixels are to be seen as
 // Around a tile, in pixels of the picture: what bicubic interpolation looks at across its edges.
 constexpr int margin = 3;
 
-// Called by the library, through which exceptions must not pass.
-int __stdcall go_on(int, int value, int, uintptr_t work) {
-    return reinterpret_cast<LongWork *>(work)->reach(value, 1000);
+// The picture in a size in which no side is longer.
+Buffer reduced(const Picture &picture, Size size, LongWork &work) {
+    HBUF32 handle = 0;
+    if (!buf32Alloc(&handle, 24, size.width, size.height, BUF32_TILED, nullptr))
+        throw library_failure(picture.name, "no buffer for the scaled picture", room_remedy);
+    Buffer result(handle);
+    average({picture.buffer.get()}, {handle}, Light::as_stored, picture.name,
+            [&](int rows) { work.go_on(rows, picture.size.height); });
+    return result;
 }
 
-Buffer resampled(const std::string &named, HBUF32 source, Size size, bool nearest, LongWork *work) {
-    const RESAMPLEPROGRESS watch = {.poll_esc = 0, // LongWork looks at the keyboard
-                                    .callback = go_on,
-                                    .user_data = reinterpret_cast<uintptr_t>(work),
-                                    .start = 0,
-                                    .end = 1000};
+Buffer enlarged(const std::string &named, HBUF32 source, Size size, bool nearest) {
     const SIZE new_size = {size.width, size.height};
     HBUF32 destination = 0;
-    const int done =
-        q32BufferResampleEx(&new_size, source, &destination, work != nullptr ? &watch : nullptr,
-                            nearest ? 1 : 0, nearest ? RESAMPLE_NEAREST : RESAMPLE_BICUBIC);
-    Buffer result(destination);
-    if (work != nullptr)
-        work->check();
-    if (!done)
+    if (!q32BufferResampleEx(&new_size, source, &destination, nullptr, nearest ? 1 : 0,
+                             nearest ? RESAMPLE_NEAREST : RESAMPLE_BICUBIC))
         throw library_failure(named, "the picture cannot be scaled");
-    return result;
+    return Buffer(destination);
 }
 
 int tiles_before(int position, int side) {
@@ -50,18 +48,18 @@ int tiles_before(int position, int side) {
 void ScaledPicture::prepare(const Picture &picture, Size shown, StatusBar &status) {
     if (is_prepared_for(picture, shown))
         return;
-    Buffer reduced;
+    Buffer reduced_picture;
     int factor = 0;
     if (shown.width > picture.size.width || shown.height > picture.size.height) {
         factor = std::max(shown.width / picture.size.width, 1);
     } else if (shown != picture.size) {
         LongWork work(status, "scaling " + picture.name);
-        reduced = resampled(picture.name, picture.buffer.get(), shown, false, &work);
+        reduced_picture = reduced(picture, shown, work);
     }
     forget();
     picture_ = &picture;
     shown_ = shown;
-    reduced_ = std::move(reduced);
+    reduced_ = std::move(reduced_picture);
     factor_ = factor;
     source_side_ = factor == 0 ? 0 : std::max(tile_pixels / factor, 1);
 }
@@ -122,9 +120,8 @@ ScaledPicture::Tile ScaledPicture::make_tile(Index index) const {
                      &cut))
         throw library_failure(picture_->name, "a part of the picture cannot be read");
     const Buffer source(cut);
-    return {resampled(picture_->name, source.get(),
-                      {part.width() * factor_, part.height() * factor_}, factor_ > nearest_above,
-                      nullptr),
+    return {enlarged(picture_->name, source.get(),
+                     {part.width() * factor_, part.height() * factor_}, factor_ > nearest_above),
             {part.left * factor_, part.top * factor_},
             {}};
 }

@@ -15,7 +15,7 @@ TEST(LightCurve, HasTheValuesOfTheStandard) {
     EXPECT_EQ(curve.light[0], 0);
     EXPECT_EQ(curve.light[1], 20);      // 65535 / 255 / 12.92 = 19.89
     EXPECT_EQ(curve.light[10], 199);    // the last on the straight line: 198.92
-    EXPECT_EQ(curve.light[11], 219);    // the first on the curve: 219.27
+    EXPECT_EQ(curve.light[11], 219);    // the first on the curve: 219.32
     EXPECT_EQ(curve.light[128], 14146); // 0.215861
     EXPECT_EQ(curve.light[188], 32957); // 0.502886
     EXPECT_EQ(curve.light[255], 65535);
