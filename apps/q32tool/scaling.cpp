@@ -6,8 +6,8 @@
 #include "apps/pictures/library_report.h"
 #include "interrupt.h"
 #include "new_size.h"
-#include "opacity.h"
 #include "option_values.h"
+#include "premultiplied.h"
 #include "progress.h"
 #include "timings.h"
 

@@ -1,5 +1,5 @@
 // Both ways, row by row.
-#include "opacity.h"
+#include "premultiplied.h"
 
 #include "apps/pictures/library_report.h"
 #include "timings.h"
