@@ -5,7 +5,6 @@
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/scaling.h"
-#include "apps/q32tool/storage_options.h"
 
 #include <q32base/resample.h>
 
@@ -28,16 +27,17 @@ void run(const Arguments &arguments) {
     const Scaling scaling(arguments, "average");
     const Conversion conversion = conversion_from(arguments);
     check_can_be_scaled(conversion, scaling, arguments);
-    change_picture(arguments, [&](Image &image) {
+    const std::string &out = arguments.last_operand();
+    change_picture(arguments, [&](Picture &picture) {
         // What words of 16 bits have lost would be missing in their means, too.
-        const bool words_are_averaged = conversion.format == PixelFormat::rgb555 &&
-                                        scaling.averaged_size_for(image.size()) != image.size();
+        const Size size = picture.image.size();
+        const bool words_are_averaged =
+            conversion.format == PixelFormat::rgb555 && scaling.averaged_size_for(size) != size;
         if (!words_are_averaged)
-            convert(image, conversion);
-        Picture picture = {std::move(image), std::nullopt, {}};
-        image = scaled(picture, scaling, arguments.last_operand()).image;
+            convert(picture, conversion, out);
+        picture = scaled(picture, scaling, out);
         if (words_are_averaged)
-            convert(image, conversion);
+            convert(picture, conversion, out);
     });
 }
 
@@ -56,7 +56,7 @@ const Command scale_command = {
         "With --bits the picture is converted first, and scaled and written so; 16 bits are\n"
         "made of means of 24; pixels of 1 bit are always those of the nearest place.",
     .options = joined(
-        {scaling_options("how pixels are made (average)"), pixel_options(), storage_options()}),
+        {scaling_options("how pixels are made (average)"), pixel_options(), transfer_options()}),
     .run = run,
 };
 
