@@ -4,20 +4,15 @@
 #include "apps/pictures/averaging.h"
 #include "apps/pictures/edition.h"
 #include "apps/pictures/library_report.h"
-
-#include <q32base/resample.h>
+#include "enlarging.h"
 
 #include <algorithm>
 
 namespace apps::q32view {
 namespace {
 
-constexpr int tile_pixels = 512; // side of a tile on the screen, about
+constexpr int tile_side = 512; // in the shown picture
 constexpr size_t most_tiles = 96;
-constexpr int nearest_above = 4; // times: where single pixels are to be seen as such
-
-// Around a tile, in pixels of the picture: what bicubic interpolation looks at across its edges.
-constexpr int margin = 3;
 
 // The picture in a size in which no side is longer.
 Buffer reduced(const Picture &picture, Size size, LongWork &work) {
@@ -30,29 +25,14 @@ Buffer reduced(const Picture &picture, Size size, LongWork &work) {
     return result;
 }
 
-Buffer enlarged(const std::string &named, HBUF32 source, Size size, bool nearest) {
-    const SIZE new_size = {size.width, size.height};
-    HBUF32 destination = 0;
-    if (!q32BufferResampleEx(&new_size, source, &destination, nullptr, nearest ? 1 : 0,
-                             nearest ? RESAMPLE_NEAREST : RESAMPLE_BICUBIC))
-        throw library_failure(named, "the picture cannot be scaled");
-    return Buffer(destination);
-}
-
-int tiles_before(int position, int side) {
-    return position / side;
-}
-
 } // namespace
 
 void ScaledPicture::prepare(const Picture &picture, Size shown, StatusBar &status) {
     if (is_prepared_for(picture, shown))
         return;
     Buffer reduced_picture;
-    int factor = 0;
-    if (shown.width > picture.size.width || shown.height > picture.size.height) {
-        factor = std::max(shown.width / picture.size.width, 1);
-    } else if (shown != picture.size) {
+    const bool enlarged = shown.width > picture.size.width || shown.height > picture.size.height;
+    if (!enlarged && shown != picture.size) {
         LongWork work(status, "scaling " + picture.name);
         reduced_picture = reduced(picture, shown, work);
     }
@@ -60,8 +40,7 @@ void ScaledPicture::prepare(const Picture &picture, Size shown, StatusBar &statu
     picture_ = &picture;
     shown_ = shown;
     reduced_ = std::move(reduced_picture);
-    factor_ = factor;
-    source_side_ = factor == 0 ? 0 : std::max(tile_pixels / factor, 1);
+    enlarged_ = enlarged;
 }
 
 bool ScaledPicture::is_prepared_for(const Picture &picture, Size shown) const {
@@ -79,17 +58,16 @@ void ScaledPicture::for_each_piece(const Area &area,
                                    const std::function<void(const Piece &)> &use) {
     if (picture_ == nullptr)
         return;
-    if (factor_ == 0) {
+    if (!enlarged_) {
         const HBUF32 whole = reduced_ ? reduced_.get() : picture_->buffer.get();
         use({area, whole, area.corner()});
         return;
     }
-    const int side = tile_side();
-    for (int row = tiles_before(area.top, side); row * side < area.bottom; ++row)
-        for (int column = tiles_before(area.left, side); column * side < area.right; ++column) {
-            const Tile &made = tile({column, row});
-            const Area part = intersect(area, area_of({column * side, row * side}, {side, side}));
-            use({part, made.buffer.get(), part.corner() - made.place});
+    for (int row = area.top / tile_side; row * tile_side < area.bottom; ++row)
+        for (int column = area.left / tile_side; column * tile_side < area.right; ++column) {
+            const Area covered = area_of(column * tile_side, row * tile_side, tile_side, tile_side);
+            const Area part = intersect(area, covered);
+            use({part, tile({column, row}).buffer.get(), part.corner() - covered.corner()});
         }
 }
 
@@ -108,21 +86,11 @@ const ScaledPicture::Tile &ScaledPicture::tile(Index index) {
     return tiles_.emplace(index, std::move(made)).first->second;
 }
 
-// Tiles lie on a grid, so that a pixel comes out of the same tile whenever it is drawn. The factor
-// being whole, a part of the picture is interpolated as it would be within the whole.
 ScaledPicture::Tile ScaledPicture::make_tile(Index index) const {
-    const Point corner = {index.first * source_side_, index.second * source_side_};
-    const Area wanted = {corner.x - margin, corner.y - margin, corner.x + source_side_ + margin,
-                         corner.y + source_side_ + margin};
-    const Area part = intersect(wanted, area_of({}, picture_->size));
-    HBUF32 cut = 0;
-    if (!buf32GetBuf(picture_->buffer.get(), part.left, part.top, part.width(), part.height(),
-                     &cut))
-        throw library_failure(picture_->name, "a part of the picture cannot be read");
-    const Buffer source(cut);
-    return {enlarged(picture_->name, source.get(),
-                     {part.width() * factor_, part.height() * factor_}, factor_ > nearest_above),
-            {part.left * factor_, part.top * factor_},
+    const Area covered =
+        area_of(index.first * tile_side, index.second * tile_side, tile_side, tile_side);
+    return {enlarged_part(picture_->buffer.get(), shown_, intersect(covered, area_of({}, shown_)),
+                          picture_->name),
             {}};
 }
 
