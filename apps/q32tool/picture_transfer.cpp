@@ -6,6 +6,7 @@
 #include "apps/pictures/picture_reader.h"
 #include "apps/pictures/text.h"
 #include "option_values.h"
+#include "output_options.h"
 #include "progress.h"
 #include "storage_options.h"
 
@@ -111,9 +112,10 @@ PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffe
     return {std::move(image), std::move(alpha)};
 }
 
-void save_picture(Image &image, const std::string &path, FileFormat format) {
+void save_picture(Image &image, const std::string &path, FileFormat format,
+                  const OutputSettings &settings) {
     const Export as = export_of(image.format(), format);
-    PictureWriter writer(path, format, as.rows, image.width(), image.height());
+    PictureWriter writer(path, format, as.rows, image.width(), image.height(), {}, settings);
     std::vector<uint8_t> row(static_cast<size_t>(image.width()) * 3);
     const BufferLock lock = image.lock(BUF32_READ);
     band_by_band("writing", image.height(), 1, [&](int y, int) {
@@ -141,10 +143,11 @@ Option output_option() {
 
 PictureTransfer::PictureTransfer(const Arguments &arguments, std::string out)
     : buffer_type_(apply_storage_options(arguments)), out_(std::move(out)),
-      format_(check_output(out_)), quiet_(arguments.has("--quiet")) {}
+      format_(check_output(out_)), settings_(output_settings(arguments, format_)),
+      quiet_(arguments.has("--quiet")) {}
 
 void PictureTransfer::save(Image &image, const std::string &path) const {
-    save_picture(image, path, format_);
+    save_picture(image, path, format_, settings_);
     if (!quiet_)
         print(written_line(path, image.size(), bits_of(image.format()), format_));
 }

@@ -31,7 +31,8 @@ PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffe
 // Writes an image to a file whose name check_output has seen. 1 bit and grey stay what they are (in
 // JPEG, 1 bit becomes grey), 5-5-5 stays so in BMP, everything else becomes 24 bits. Throws
 // Failure, Cancelled; no file is left then.
-void save_picture(Image &image, const std::string &path, FileFormat format);
+void save_picture(Image &image, const std::string &path, FileFormat format,
+                  const OutputSettings &settings = {});
 
 // "OUT: 640 x 480 pixels, 24 bits, PNG", with its end.
 std::string written_line(const std::string &path, Size size, int bits, FileFormat format);
@@ -59,6 +60,7 @@ private:
     uint32_t buffer_type_;
     std::string out_;
     FileFormat format_;
+    OutputSettings settings_;
     bool quiet_;
 };
 

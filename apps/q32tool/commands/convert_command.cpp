@@ -2,6 +2,7 @@
 #include "commands.h"
 
 #include "apps/q32tool/conversion.h"
+#include "apps/q32tool/output_options.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage_options.h"
 
@@ -25,7 +26,10 @@ const Command convert_command = {
         "extension of OUT tells the format: .png, .bmp, .jpg, .jpeg, .tif or .tiff.\n"
         "1 and 8 bits are written as such, except that a JPEG of 1 bit is grey. 16 bits are\n"
         "written as such in a BMP with --format 555, and widened to 24 bits otherwise.",
-    .options = joined({pixel_options(), {{"--invert", "", "make a negative"}}, storage_options()}),
+    .options = joined({pixel_options(),
+                       {{"--invert", "", "make a negative"}},
+                       output_options(),
+                       storage_options()}),
     .run = run,
 };
 

@@ -3,6 +3,7 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/q32tool/conversion.h"
+#include "apps/q32tool/output_options.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/scaling.h"
 #include "apps/q32tool/storage_options.h"
@@ -47,7 +48,7 @@ const Command scale_command = {
         "between the pixels of a much smaller picture is passed over.\n"
         "With --bits the picture is converted first, and scaled and written so; pixels of\n"
         "1 bit are always those of the nearest place.",
-    .options = joined({scaling_options(), pixel_options(), storage_options()}),
+    .options = joined({scaling_options(), pixel_options(), output_options(), storage_options()}),
     .run = run,
 };
 
