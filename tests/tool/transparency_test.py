@@ -7,6 +7,7 @@ import pictures
 import rectangles
 import whole_factors_test
 from opacities import over_white
+from program_case import long_round
 from tool_case import FAILED, STORAGES, USAGE, ToolCase
 
 WIDTH, HEIGHT = 37, 23
@@ -57,6 +58,7 @@ class Kept(TransparencyCase):
     def test_convert(self):
         self.assert_kept("convert", lambda picture: picture)
 
+    @long_round
     def test_inverted(self):
         negative = lambda picture: picture.changed(lambda *colour: [255 - c for c in colour])
         self.assert_kept("convert", lambda picture: picture, negative, "--invert")
@@ -74,6 +76,7 @@ class Kept(TransparencyCase):
             "reduce", lambda p: whole_factors_test.reduced(p, 3, 2), lambda p: p, "--factor=3", "--step=2"
         )
 
+    @long_round
     def test_turned_hues(self):
         def turned(*colour):
             hue, *rest = colour_spaces.to_hsv(*colour)
@@ -112,6 +115,7 @@ class Kept(TransparencyCase):
         self.convert("out.tif", "back.png")
         self.assert_transparent("back.png", self.picture, self.opacity)
 
+    @long_round
     def test_storages(self):
         self.make_folder("swap")
         width, height = 150, 140
@@ -132,6 +136,7 @@ class Opaque(TransparencyCase):
             self.convert("all.png", name)
             self.assert_file_holds(name, self.picture, 24)
 
+    @long_round
     def test_one_pixel_is_enough(self):
         for place in (0, WIDTH * 7 + 3, WIDTH * HEIGHT - 1):
             opacity = bytearray(b"\xff" * (WIDTH * HEIGHT))
@@ -216,6 +221,7 @@ class Rectangles(TransparencyCase):
                     self.assert_same_picture(found.picture, wanted)
                     self.assertEqual(found.opacity or b"\xff" * len(made), made)
 
+    @long_round
     def test_bitmaps(self):
         over, above = pictures.noise(20, 30, seed=3), noise_of_opacity(20, 30, seed=4)
         self.write("over.png", pictures.png_with_alpha(over, above))
@@ -281,13 +287,21 @@ class OverWhite(TransparencyCase):
         self.succeed(*[word.replace("IN", "in.png") for word in words], notes=notes)
         self.assertEqual([path.read_bytes() for path in made], wanted)
 
+    def assert_over_white_in(self, all_bits, command, *options):
+        for bits in all_bits:
+            with self.subTest(bits=bits):
+                counted = f"{bits} bit" + ("" if bits == 1 else "s")
+                notes = [laid_over_white("out.png", f"pixels of {counted} have")]
+                words = [command, "IN", "out.png", *options, "--bits", str(bits)]
+                self.assert_over_white("out.png", *words, notes=notes)
+
     def test_other_bits(self):
-        for bits, words in [("1", "1 bit"), ("8", "8 bits"), ("16", "16 bits"), ("24", "24 bits")]:
-            for command in (["convert"], ["scale", "--size", "20x30"], ["enlarge", "--factor=2"]):
-                with self.subTest(bits=bits, command=command[0]):
-                    words_of_command = [command[0], "IN", "out.png", *command[1:], "--bits", bits]
-                    notes = [laid_over_white("out.png", f"pixels of {words} have")]
-                    self.assert_over_white("out.png", *words_of_command, notes=notes)
+        self.assert_over_white_in((1, 8, 16, 24), "convert")
+
+    @long_round
+    def test_other_bits_in_other_sizes(self):
+        self.assert_over_white_in((1, 8, 16, 24), "scale", "--size", "20x30")
+        self.assert_over_white_in((1, 8, 16, 24), "enlarge", "--factor=2")
 
     def test_jpeg(self):
         notes = [laid_over_white("out.jpg", "JPEG has")]
