@@ -92,7 +92,7 @@ std::optional<PictureFacts::Resolution> resolution_of_metres(uint32_t x, uint32_
     constexpr double inch = 0.0254;
     const auto per_inch = [](double per_metre) {
         const double whole = std::round(per_metre * inch);
-        return std::round(whole / inch) == per_metre ? whole : per_metre * inch;
+        return std::abs(whole / inch - per_metre) < 1 ? whole : per_metre * inch;
     };
     return checked_resolution(per_inch(x), per_inch(y));
 }

@@ -59,8 +59,8 @@ PngEncoder::PngEncoder(ByteSink &sink, const PictureToWrite &picture)
       line_(static_cast<size_t>(row_bytes_of(picture.rows, picture.width))),
       line_above_(line_.size()),
       filters_(filtered_ ? line_.size() : 0, std::max<size_t>(samples_, 1)),
-      deflater_(picture.settings.png_level, chunk_bytes,
-                [this](std::span<const uint8_t> piece) { put_chunk("IDAT", piece); }) {
+      deflater_(picture.settings.png_level, filtered_ ? Z_FILTERED : Z_DEFAULT_STRATEGY,
+                chunk_bytes, [this](std::span<const uint8_t> piece) { put_chunk("IDAT", piece); }) {
     sink_.append(signature);
     put_header(picture);
     put_facts(picture.facts);
