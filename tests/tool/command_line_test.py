@@ -108,6 +108,10 @@ class Help(ToolCase):
                 # Frames are in memory, whatever there is of it, and so is what jobs paint.
                 in_memory = command in ("stream", "jobs")
                 common = ["--quiet", *([] if in_memory else storage)]
+                if command not in ("bars", "jobs"):
+                    common.append("--keep-orientation")
+                if command not in ("info", "rows", "bitmap"):
+                    common += ["--quality", "--chroma", "--compression"]
                 for word in (*needed.split()[::2], *options, *common):
                     self.assertRegex(page, rf"(?m)^  (-\w,|   ) {word} |^  {word}, ")
                 self.assertLessEqual(max(map(len, page.splitlines())), 90)
