@@ -4,6 +4,7 @@
 #include "apps/pictures/edition.h"
 #include "apps/pictures/files.h"
 #include "apps/pictures/picture_reader.h"
+#include "apps/pictures/turning.h"
 
 #include <q32base/errors.h>
 #include <q32base/rows.h>
@@ -31,8 +32,8 @@ Picture load_picture(const std::string &path, StatusBar &status) {
     LongWork work(status, "reading " + name);
     PictureReader reader(path);
     const int width = reader.width(), height = reader.height();
-    Picture picture = {buffer_of(reader.size(), name), reader.size(), name, reader.format(),
-                       reader.bits()};
+    Picture picture = {
+        buffer_of(reader.size(), name), reader.size(), path, name, reader.format(), reader.bits()};
     const size_t row_bytes = static_cast<size_t>(width) * 3;
     const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
@@ -49,6 +50,12 @@ Picture load_picture(const std::string &path, StatusBar &status) {
         work.go_on(first + count, height);
     }
     return picture;
+}
+
+void turn(Picture &picture, int orientation) {
+    picture.buffer = turned(picture.buffer.get(), orientation, BUF32_TILED, picture.name);
+    if (exchanges_sides(orientation))
+        picture.size = {picture.size.height, picture.size.width};
 }
 
 } // namespace apps::q32view

@@ -12,12 +12,16 @@ namespace apps::q32view {
 struct Picture {
     Buffer buffer; // 24 bits
     Size size;
-    std::string name;   // of the file, without its folder
+    std::string path;   // of the file
+    std::string name;   // the same, without its folder
     std::string format; // of the file: "PNG"
     int file_bits = 0;  // per pixel in the file
 };
 
 // Reads a picture file. Throws Failure, Cancelled.
 Picture load_picture(const std::string &path, StatusBar &status);
+
+// Turns a picture for the eye (turning.h). Throws Failure; the picture is as it was then.
+void turn(Picture &picture, int orientation);
 
 } // namespace apps::q32view
