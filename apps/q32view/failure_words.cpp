@@ -37,7 +37,7 @@ FailureWords failure_words(const std::string &failure, const std::string &path) 
         return {failure, {}};
     const size_t name = file_name_begin(path);
     std::string folder = path.substr(0, name);
-    if (folder.size() > 1 && folder[folder.size() - 2] != ':')
+    if (folder.size() > 1 && folder.back() != ':' && folder[folder.size() - 2] != ':')
         folder.pop_back(); // the separator, but for that of a root
     return {failure.substr(name), folder};
 }
