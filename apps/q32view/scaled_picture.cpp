@@ -1,10 +1,10 @@
-// Resampling with progress, and the store of tiles.
+// Averaging with progress, and the store of enlarged tiles.
 #include "scaled_picture.h"
 
+#include "apps/pictures/averaging.h"
+#include "apps/pictures/edition.h"
 #include "apps/pictures/library_report.h"
 #include "enlarging.h"
-
-#include <q32base/resample.h>
 
 #include <algorithm>
 
@@ -14,25 +14,14 @@ namespace {
 constexpr int tile_side = 512; // in the shown picture
 constexpr size_t most_tiles = 96;
 
-// Called by the library, through which exceptions must not pass.
-int __stdcall go_on(int, int value, int, uintptr_t work) {
-    return reinterpret_cast<LongWork *>(work)->reach(value, 1000);
-}
-
-Buffer resampled(const std::string &named, HBUF32 source, Size size, LongWork &work) {
-    const RESAMPLEPROGRESS watch = {.poll_esc = 0, // LongWork looks at the keyboard
-                                    .callback = go_on,
-                                    .user_data = reinterpret_cast<uintptr_t>(&work),
-                                    .start = 0,
-                                    .end = 1000};
-    const SIZE new_size = {size.width, size.height};
-    HBUF32 destination = 0;
-    const int done =
-        q32BufferResampleEx(&new_size, source, &destination, &watch, 0, RESAMPLE_BICUBIC);
-    Buffer result(destination);
-    work.check();
-    if (!done)
-        throw library_failure(named, "the picture cannot be scaled");
+// The picture in a size in which no side is longer.
+Buffer reduced(const Picture &picture, Size size, LongWork &work) {
+    HBUF32 handle = 0;
+    if (!buf32Alloc(&handle, 24, size.width, size.height, BUF32_TILED, nullptr))
+        throw library_failure(picture.name, "no buffer for the scaled picture", room_remedy);
+    Buffer result(handle);
+    average({picture.buffer.get()}, {handle}, Light::as_stored, picture.name,
+            [&](int rows) { work.go_on(rows, picture.size.height); });
     return result;
 }
 
@@ -41,16 +30,16 @@ Buffer resampled(const std::string &named, HBUF32 source, Size size, LongWork &w
 void ScaledPicture::prepare(const Picture &picture, Size shown, StatusBar &status) {
     if (is_prepared_for(picture, shown))
         return;
-    Buffer reduced;
+    Buffer reduced_picture;
     const bool enlarged = shown.width > picture.size.width || shown.height > picture.size.height;
     if (!enlarged && shown != picture.size) {
         LongWork work(status, "scaling " + picture.name);
-        reduced = resampled(picture.name, picture.buffer.get(), shown, work);
+        reduced_picture = reduced(picture, shown, work);
     }
     forget();
     picture_ = &picture;
     shown_ = shown;
-    reduced_ = std::move(reduced);
+    reduced_ = std::move(reduced_picture);
     enlarged_ = enlarged;
 }
 

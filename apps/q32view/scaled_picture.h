@@ -1,5 +1,5 @@
-// A picture at the size in which it is shown, made by the library's resampler: reduced, as a
-// whole; enlarged, in tiles that are made when they come into view.
+// A picture at the size in which it is shown: reduced, averaged as a whole; enlarged, by the
+// library's resampler in tiles that are made when they come into view.
 #pragma once
 
 #include "apps/pictures/areas.h"
