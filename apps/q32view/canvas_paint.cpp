@@ -96,11 +96,11 @@ void Canvas::paint_picture(HDC dc, const Area &area) {
     if (covered.is_empty())
         return;
     const Point origin = view_.origin();
-    scaled_.for_each_piece(moved(covered, Point{} - origin),
-                           [&](const ScaledPicture::Piece &piece) {
-                               paint(dc, moved(piece.area, origin), piece.buffer, piece.place,
-                                     piece.area.corner(), show_.settings);
-                           });
+    scaled_.for_each_piece(
+        moved(covered, Point{} - origin), [&](const ScaledPicture::Piece &piece) {
+            paint(dc, moved(piece.area, origin),
+                  {piece.buffer, piece.opacity, piece.place, piece.area.corner()}, show_.settings);
+        });
 }
 
 } // namespace apps::q32view

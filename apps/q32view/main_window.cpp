@@ -150,7 +150,7 @@ void MainWindow::give_size(Size canvas) {
 }
 
 void MainWindow::open(const std::string &path) {
-    Picture picture = load_picture(path, status_);
+    Picture picture = load_picture(path, status_, Transparency::kept);
     canvas_.forget_picture();
     show_.picture = std::move(picture);
     show_.test_card = false;
