@@ -425,7 +425,7 @@ class Words(ToolCase):
             ([*MAKE["scale"], "--method", "bicubic"], 2, 0, 0, 34, 34),
             ([*MAKE["scale"], "--method", "bicubic", "--bits", "8"], 3, 0, 0, 94, 60),
             (MAKE["scale"], 2, 0, 0, 68, 34),
-            ([*MAKE["scale"], "--size", "3x40"], 3, 0, 0, 130, 70),
+            (["scale", "in.png", "out.bmp", "--size", "3x40"], 3, 0, 0, 130, 70),
             ([*MAKE["scale"], "--bits", "1"], 3, 0, 0, 94, 90),
             # The first row tells that these are colours. A rectangle for each row that is seen.
             (MAKE["show"], 2, 30, 0, 91, 60),

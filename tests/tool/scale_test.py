@@ -41,9 +41,9 @@ def same(*colour):
 
 
 class ScaleCase(ToolCase):
-    def scale(self, source, target, *options):
+    def scale(self, source, target, *options, notes=()):
         """Scales a file. Returns the new file's bytes."""
-        return self.make(target, "scale", source, target, *options)
+        return self.make(target, "scale", source, target, *options, notes=notes)
 
     def assert_sizes(self, sizes, bits, options, change, model):
         """change: what the number of bits makes of a colour. model: picture, width, height."""
@@ -117,6 +117,16 @@ class Pixels(ScaleCase):
             with self.subTest(name=name):
                 self.scale(source, name, *by_size(50, 20), *options)
                 self.assert_file_holds(name, wanted, 24)
+
+    def test_transparent_parts_are_laid_over_white(self):
+        picture, alpha = pictures.noise(9, 7), bytes(255 * (i % 4 > 0) for i in range(63))
+        source = self.write("in.png", pictures.png_with_alpha(picture, alpha))
+        note = "out.bmp: the transparency is laid over white, BMP has none"
+        self.scale(source, "out.bmp", *by_size(4, 3), notes=[note])
+        colours = [colour if a else (255, 255, 255) for colour, a in zip(picture.colours(), alpha)]
+        white = pictures.from_colours(9, 7, colours)
+        # Colours and opacity are rounded before they meet the white.
+        self.assert_file_holds("out.bmp", by_average(white, 4, 3), 24, within=2)
 
 
 class NewSizes(ScaleCase):
