@@ -4,6 +4,7 @@ import re
 import struct
 
 import pictures
+from averaging import averaged, averaged_with_opacity
 from pixels_test import as_555, grey
 from program_case import long_round
 from resampling import METHODS, by_tables, plane_by_tables, planes
@@ -55,6 +56,11 @@ class StreamCase(ToolCase):
         for number, name in enumerate(names):
             self.write(name, pictures.png(frame(number)))
 
+    def write_frames_of(self, size):
+        """Two of this size."""
+        for number in range(2):
+            self.write(f"in/{number}.png", pictures.png(frame(number, *size)))
+
     def stream(self, source, target, *options, makes, notes=()):
         """Makes these files and touches no others; returns what it says."""
         before = self.files()
@@ -82,8 +88,7 @@ class Pixels(StreamCase):
         """Two frames of these sizes; change: what the number of bits makes of a colour."""
         with self.subTest(before=before, after=after, bits=bits, method=method):
             names = [f"out/{number}.{extension}" for number in range(2)]
-            for number in range(2):
-                self.write(f"in/{number}.png", pictures.png(frame(number, *before)))
+            self.write_frames_of(before)
             options = ["--size", "{}x{}".format(*after), "--bits", f"{bits}", "--method", method]
             words = self.stream("in/#.png", f"out/#.{extension}", *options, makes=names)
             self.assertRegex(words, said(2, before, after, bits, method))
@@ -147,6 +152,42 @@ class Pixels(StreamCase):
             self.assertEqual((found.bits, wanted[number].bits), (32, 32))
             self.assertEqual(found.picture.pixels, wanted[number].picture.pixels)
             self.assertEqual(found.opacity, wanted[number].opacity)
+
+    def test_averaged(self):
+        """As scale does it; what grows is left to the tables."""
+        for before, after, bits, change in [
+            (*SIZES[1], 24, None),
+            ((37, 75), (10, 20), 24, None),
+            ((37, 75), (10, 20), 8, grey),
+        ]:
+            with self.subTest(before=before, after=after, bits=bits):
+                self.write_frames_of(before)
+                options = ["--size", "{}x{}".format(*after), "--bits", f"{bits}"]
+                options += ["--method", "average"]
+                words = self.stream("in", "out", *options, makes=["out/0.png", "out/1.png"])
+                self.assertRegex(words, said(2, before, after, bits, "average"))
+                for number in range(2):
+                    source = frame(number, *before)
+                    source = source.changed(change) if change else source
+                    smaller = min(before[0], after[0]), min(before[1], after[1])
+                    wanted = by_tables(averaged(source, *smaller), *after, "bicubic")
+                    if smaller == after:
+                        wanted = averaged(source, *after)
+                    self.assert_file_holds(f"out/{number}.png", wanted, bits)
+
+    def test_averaged_with_opacity(self):
+        opacity = bytes((x * 37 + y * 11) % 256 for y in range(6) for x in range(8))
+        self.write("in/0.png", pictures.png_with_alpha(frame(0), opacity))
+        options = ["--size", "3x4", "--bits", "32", "--method", "average"]
+        self.stream("in", "out", *options, makes=["out/0.png"])
+        picture, opacity = averaged_with_opacity(frame(0), opacity, 3, 4)
+        self.assert_file_holds("out/0.png", picture, 32)
+        self.assertEqual(self.read("out/0.png").opacity, opacity)
+
+    def test_16_bits_are_not_averaged(self):
+        self.write_frames("in/0.png")
+        options = ["--bits", "16", "--method", "average"]
+        self.refuse(USAGE, "stream", "in", "out", *HALF, *options, says="--bits 16")
 
     def test_24_bits_bicubic_is_what_there_is_without_options(self):
         self.write_frames("in/0.png")
