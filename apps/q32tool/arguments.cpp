@@ -3,6 +3,8 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
+#include "commands/examples.h"
+#include "suggestions.h"
 
 #include <algorithm>
 
@@ -55,6 +57,16 @@ std::string see_help(const Command &command) {
     return "see q32tool help " + std::string(command.name);
 }
 
+// What may be done about an option that there is not.
+std::string instead_of(std::string_view option, const Command &command) {
+    std::vector<std::string_view> names;
+    for (const std::vector<Option> *table : {&command.options, &common_options()})
+        for (const Option &known : *table)
+            names.push_back(known.name);
+    const std::string suggestion = did_you_mean(option, names);
+    return suggestion.empty() ? "; " + see_help(command) : suggestion;
+}
+
 } // namespace
 
 const std::vector<Option> &common_options() {
@@ -99,7 +111,7 @@ void Arguments::read_words(const Command &command, const std::vector<std::string
         const std::string name = word.substr(0, equals);
         const Option *option = find_option(command, name);
         if (option == nullptr)
-            throw UsageError("unknown option " + quoted(name) + "; " + see_help(command));
+            throw UsageError("unknown option " + quoted(name) + instead_of(name, command));
         std::string value;
         if (option->value.empty()) {
             if (equals != std::string::npos)
@@ -147,9 +159,10 @@ void Arguments::check_required_options(const Command &command) const {
                          see_help(command));
 }
 
-void Arguments::refuse(std::string_view option, std::string_view wanted, std::string_view value) {
+void Arguments::refuse(std::string_view option, std::string_view wanted, std::string_view value,
+                       std::span<const std::string_view> words) {
     throw UsageError(std::string(option) + " takes " + std::string(wanted) + ", not " +
-                     quoted(value));
+                     quoted(value) + did_you_mean(value, words));
 }
 
 const std::string &Arguments::file(std::string_view option) const {
@@ -178,7 +191,7 @@ std::string_view Arguments::choice(std::string_view option,
         if (value(option) == word)
             return word;
     const std::vector<std::string> all(words.begin(), words.end());
-    refuse(option, listed(all, "or"), value(option));
+    refuse(option, listed(all, "or"), value(option), words);
 }
 
 std::string usage_line(const Command &command) {
@@ -222,7 +235,13 @@ std::string help_text(const Command &command) {
     text += command.description + "\n";
     if (!command.options.empty())
         text += "\nOptions:\n" + option_lines(command.options);
-    return text + "\nCommon options:\n" + option_lines(common_options());
+    text += "\nCommon options:\n" + option_lines(common_options());
+    const std::span<const std::string_view> examples = examples_of(command.name);
+    if (!examples.empty())
+        text += "\nExamples:\n";
+    for (const std::string_view example : examples)
+        text += "  " + std::string(example) + "\n";
+    return text;
 }
 
 } // namespace apps::q32tool

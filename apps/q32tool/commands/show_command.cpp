@@ -56,9 +56,12 @@ std::optional<int> parse_display(std::string_view text) {
 
 int display_from(const Arguments &arguments, std::string_view option) {
     std::string names;
-    for (const DisplayType &display : display_types)
+    std::vector<std::string_view> words;
+    for (const DisplayType &display : display_types) {
         names += std::string(display.name) + ", ";
-    return arguments.parsed(option, parse_display, names + "or a number from 0 to 5");
+        words.push_back(display.name);
+    }
+    return arguments.parsed(option, parse_display, names + "or a number from 0 to 5", words);
 }
 
 std::string display_list() {
