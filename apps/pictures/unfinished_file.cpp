@@ -11,8 +11,7 @@ std::wstring being_written;
 } // namespace
 
 UnfinishedFile::UnfinishedFile(const std::wstring &final_path)
-    : final_(final_path),
-      path_(final_path + L".unfinished-" + std::to_wstring(GetCurrentProcessId())) {
+    : final_(final_path), path_(unfinished_path(final_path, GetCurrentProcessId())) {
     being_written = path_;
 }
 
@@ -25,6 +24,10 @@ UnfinishedFile::~UnfinishedFile() {
 bool UnfinishedFile::finish() {
     finished_ = MoveFileExW(path_.c_str(), final_.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
     return finished_;
+}
+
+std::wstring unfinished_path(const std::wstring &final_path, unsigned long process) {
+    return final_path + L".unfinished-" + std::to_wstring(process);
 }
 
 void remove_unfinished_file() {

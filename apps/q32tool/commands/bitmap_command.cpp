@@ -115,6 +115,7 @@ const Command bitmap_command = {
                        area_options(),
                        storage_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

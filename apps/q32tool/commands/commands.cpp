@@ -3,11 +3,12 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
+#include "apps/q32tool/batch_worker.h"
 
 namespace apps::q32tool {
 namespace {
 
-// In the order of the help.
+// In the order of the help, which says nothing of batch_worker_command.
 constexpr const Command *commands[] = {
     &info_command,    &rows_command,    &convert_command, &crop_command,       &paste_command,
     &fill_command,    &pattern_command, &scale_command,   &enlarge_command,    &reduce_command,
@@ -42,7 +43,7 @@ const Command *find_command(std::string_view name) {
     for (const Command *command : commands)
         if (command->name == name)
             return command;
-    return nullptr;
+    return name == batch_worker_command.name ? &batch_worker_command : nullptr;
 }
 
 std::string general_help() {

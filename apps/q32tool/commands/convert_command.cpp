@@ -27,6 +27,7 @@ const Command convert_command = {
         "written as such in a BMP with --format 555, and widened to 24 bits otherwise.",
     .options = joined({pixel_options(), {{"--invert", "", "make a negative"}}, storage_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -58,6 +58,7 @@ const Command enlarge_command = {
          factor_pixel_options(),
          storage_options()}),
     .run = enlarge,
+    .takes = Takes::many_pictures,
 };
 
 const Command reduce_command = {
@@ -75,6 +76,7 @@ const Command reduce_command = {
                        factor_pixel_options(),
                        storage_options()}),
     .run = reduce,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -114,6 +114,7 @@ const Command filter_command = {
                  {"--mask", "PICTURE", "begin with its grey; only take away from it"}},
                 storage_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -77,6 +77,7 @@ const Command crop_command = {
                        {{"--background", "R,G,B", "colour of what lies outside (or #rrggbb)"}},
                        storage_options()}),
     .run = crop,
+    .takes = Takes::many_pictures,
 };
 
 const Command paste_command = {
@@ -90,6 +91,7 @@ const Command paste_command = {
     .options = joined(
         {{{"--at", "X,Y", "where OVERLAY's left and top go in IN", once}}, storage_options()}),
     .run = paste,
+    .takes = Takes::many_pictures,
 };
 
 const Command fill_command = {
@@ -104,6 +106,7 @@ const Command fill_command = {
                        area_options(),
                        storage_options()}),
     .run = fill,
+    .takes = Takes::many_pictures,
 };
 
 const Command pattern_command = {
@@ -118,6 +121,7 @@ const Command pattern_command = {
         "Without --at and --size the whole picture is filled.",
     .options = joined({area_options(), storage_options()}),
     .run = fill_with_pattern,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -49,6 +49,7 @@ const Command scale_command = {
         "1 bit are always those of the nearest place.",
     .options = joined({scaling_options(), pixel_options(), storage_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

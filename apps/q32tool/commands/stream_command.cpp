@@ -141,6 +141,7 @@ const Command stream_command = {
                        {{"--bits", "8|16|24|32",
                          "bits per pixel: grey, 5-5-5, colours (24), with transparency"}}}),
     .run = run,
+    .takes = Takes::sequence,
 };
 
 } // namespace apps::q32tool
