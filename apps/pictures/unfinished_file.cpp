@@ -31,8 +31,7 @@ std::wstring behind_links(const std::wstring &path) {
 } // namespace
 
 UnfinishedFile::UnfinishedFile(const std::wstring &final_path)
-    : final_(behind_links(final_path)),
-      path_(final_ + L".unfinished-" + std::to_wstring(GetCurrentProcessId())) {
+    : final_(behind_links(final_path)), path_(unfinished_path(final_, GetCurrentProcessId())) {
     being_written = path_;
 }
 
@@ -45,6 +44,10 @@ UnfinishedFile::~UnfinishedFile() {
 bool UnfinishedFile::finish() {
     finished_ = MoveFileExW(path_.c_str(), final_.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
     return finished_;
+}
+
+std::wstring unfinished_path(const std::wstring &final_path, unsigned long process) {
+    return behind_links(final_path) + L".unfinished-" + std::to_wstring(process);
 }
 
 void remove_unfinished_file() {

@@ -25,6 +25,9 @@ private:
     bool finished_ = false;
 };
 
+// Its name meanwhile, when the process of this number writes it.
+std::wstring unfinished_path(const std::wstring &final_path, unsigned long process);
+
 // For a process that ends without unwinding: removes the file that is being written, if any. At
 // most one is at a time.
 void remove_unfinished_file();

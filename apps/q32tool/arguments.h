@@ -29,6 +29,10 @@ struct Option {
 
 class Arguments;
 
+// What a command works on: one picture; several, too, one after the other; or their sequence as
+// one.
+enum class Takes { one_picture, many_pictures, sequence };
+
 struct Command {
     std::string_view name;
     // As shown in the help. "[NAME]" may be left out; "[NAMES...]" is the last, and any number.
@@ -37,6 +41,9 @@ struct Command {
     std::string description;  // paragraphs, already wrapped
     std::vector<Option> options;
     void (*run)(const Arguments &);
+    Takes takes = Takes::one_picture;
+    // The files that are written for an OUT, where it is not just that one.
+    std::vector<std::string> (*outputs)(const std::string &out) = nullptr;
 };
 
 // Tables one behind the other, for a command's own.
@@ -53,6 +60,10 @@ public:
     size_t operand_count() const { return operands_.size(); }
     const std::string &operand(size_t index) const { return operands_.at(index); }
     const std::string &last_operand() const { return operands_.back(); }
+
+    // Of several pictures, the names and more: what the operands are is then not looked at.
+    bool is_for_many() const { return for_many_; }
+    const std::vector<std::string> &operands() const { return operands_; }
 
     bool has(std::string_view option) const { return values_.count(option) != 0; }
     // Of an option that was given.
@@ -97,6 +108,16 @@ public:
     std::string_view choice(std::string_view option, std::initializer_list<std::string_view> words,
                             std::string_view fallback) const;
 
+    // For one picture of many: the same with other operands, with another value, without an option.
+    void set_operands(std::vector<std::string> operands) { operands_ = std::move(operands); }
+    void set(std::string_view option, const std::string &value) {
+        values_[std::string(option)] = {value};
+    }
+    void drop(std::string_view option) { values_.erase(std::string(option)); }
+
+    // Words that say the same.
+    std::vector<std::string> words(const Command &command) const;
+
 private:
     [[noreturn]] static void refuse(std::string_view option, std::string_view wanted,
                                     std::string_view value,
@@ -107,6 +128,7 @@ private:
 
     std::map<std::string, std::vector<std::string>, std::less<>> values_;
     std::vector<std::string> operands_;
+    bool for_many_ = false;
 };
 
 std::string usage_line(const Command &command);

@@ -2,6 +2,7 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "arguments.h"
+#include "batch.h"
 #include "commands/commands.h"
 #include "interrupt.h"
 #include "notes.h"
@@ -30,7 +31,7 @@ void run_command(const Command &command, const Arguments &arguments) {
         set_progress(ShowProgress::always);
     else if (arguments.has("--quiet"))
         set_progress(ShowProgress::never);
-    command.run(arguments);
+    run_on_pictures(command, arguments);
     say_notes(arguments.has("--quiet"));
     if (arguments.has("--timings"))
         print_error(timings().summary());

@@ -3,12 +3,13 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
+#include "apps/q32tool/batch_worker.h"
 #include "apps/q32tool/suggestions.h"
 
 namespace apps::q32tool {
 namespace {
 
-// In the order of the help.
+// In the order of the help, which says nothing of batch_worker_command.
 constexpr const Command *commands[] = {
     &info_command,    &rows_command,    &convert_command, &crop_command,       &paste_command,
     &fill_command,    &pattern_command, &scale_command,   &enlarge_command,    &reduce_command,
@@ -54,6 +55,8 @@ const Command &command_of(const std::string &name) {
             return *alias.command;
         names.push_back(alias.name);
     }
+    if (name == batch_worker_command.name)
+        return batch_worker_command;
     const std::string suggestion = did_you_mean(name, names);
     throw UsageError("there is no command '" + name + "'" +
                      (suggestion.empty() ? "; see q32tool help" : suggestion));

@@ -37,6 +37,7 @@ const Command info_command = {
                    "the picture's size, the buffer's cells and where its pixels are kept.",
     .options = reading_options(),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

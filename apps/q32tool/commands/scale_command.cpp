@@ -58,6 +58,7 @@ const Command scale_command = {
     .options = joined(
         {scaling_options("how pixels are made (average)"), pixel_options(), transfer_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -238,6 +238,7 @@ const Command show_command = {
                  {"--threshold", "N", "1 bit: grey above N is white, 0 to 255 (127)"}},
                 transfer_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool
