@@ -3,6 +3,7 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
+#include "apps/q32tool/batch_options.h"
 #include "apps/q32tool/batch_worker.h"
 #include "apps/q32tool/suggestions.h"
 
@@ -24,7 +25,29 @@ constexpr struct {
     const Command *command;
 } aliases[] = {{"resize", &scale_command}};
 
+// A line for each command: its names, its operands and its options, as "--size=WxH".
+void print_names() {
+    for (const Command *command : commands) {
+        std::string line(command->name);
+        for (const auto &alias : aliases)
+            if (alias.command == command)
+                line += "|" + std::string(alias.name);
+        for (const std::string_view operand : command->operands)
+            line += " " + std::string(operand);
+        for (const std::vector<Option> *table :
+             {&command->options, &batch_options(*command), &common_options()})
+            for (const Option &option : *table)
+                line += " " + std::string(option.name) +
+                        (option.value.empty() ? "" : "=" + std::string(option.value));
+        print(line + "\n");
+    }
+}
+
 void help(const Arguments &arguments) {
+    if (arguments.has("--names")) {
+        print_names();
+        return;
+    }
     if (arguments.operand_count() == 0) {
         print(general_help());
         return;
@@ -39,7 +62,7 @@ const Command help_command = {
     .operands = {"[COMMAND]"},
     .summary = "tell what a command takes",
     .description = "Prints the list of commands, or what COMMAND takes.",
-    .options = {},
+    .options = {{"--names", "", "the names of all commands, operands and options, for scripts"}},
     .run = help,
 };
 
