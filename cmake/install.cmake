@@ -71,6 +71,10 @@ install(FILES "${PROJECT_BINARY_DIR}/q32base.pc" DESTINATION "${CMAKE_INSTALL_LI
 # What goes with the library.
 if(TARGET q32tool)
   install(TARGETS q32tool q32view RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(
+    FILES completion/q32tool.bash
+    DESTINATION share/bash-completion/completions
+    RENAME q32tool)
 endif()
 install(DIRECTORY "${PROJECT_BINARY_DIR}/symbols/" DESTINATION symbols OPTIONAL)
 # The documents, with links that are right there, and so again those of the samples.

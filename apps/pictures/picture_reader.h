@@ -42,6 +42,7 @@ private:
     bool open_rows(const std::wstring &native);
     void describe(IWICBitmapDecoder *decoder);
     bool may_be_transparent(const WICPixelFormatGUID &format);
+    void set_conversion_up();
     void copy_pixels(RowFormat rows, int first, int count, uint8_t *pixels);
     // Sets the converter up; a failure when pixels do not come through it.
     HRESULT convert_to(const WICPixelFormatGUID &format);

@@ -87,6 +87,7 @@ FileFormat check_output(const std::string &path) {
                                         : "unknown extension '" + extension + "'",
                       "use .png, .bmp, .jpg or .tif");
     }
+    check_is_no_device(path);
     if (!is_folder(parent_of(path)))
         throw Failure(path, "the directory for the output does not exist", "create it first");
     if (is_folder(path))

@@ -7,6 +7,8 @@
 
 #include <shellapi.h>
 
+#include <utility>
+
 namespace apps {
 namespace {
 
@@ -15,8 +17,14 @@ bool is_console(HANDLE stream) {
     return GetConsoleMode(stream, &mode) != 0;
 }
 
-bool write_to(DWORD stream_number, std::string_view text) {
-    HANDLE stream = GetStdHandle(stream_number);
+std::function<std::string(StandardStream, std::string_view)> change_of_printed;
+
+bool write_to(StandardStream to, std::string_view text) {
+    const std::string changed = change_of_printed ? change_of_printed(to, text) : std::string();
+    if (change_of_printed)
+        text = changed;
+    HANDLE stream =
+        GetStdHandle(to == StandardStream::output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
     DWORD written = 0;
     if (is_console(stream)) {
         const std::wstring characters = to_wide(text);
@@ -72,12 +80,16 @@ std::vector<std::string> command_line_words() {
 }
 
 void print(std::string_view text) {
-    if (!write_to(STD_OUTPUT_HANDLE, text))
+    if (!write_to(StandardStream::output, text))
         throw Failure("standard output", "the answer cannot be written");
 }
 
 void print_error(std::string_view text) {
-    write_to(STD_ERROR_HANDLE, text);
+    write_to(StandardStream::error, text);
+}
+
+void change_printed(std::function<std::string(StandardStream, std::string_view)> change) {
+    change_of_printed = std::move(change);
 }
 
 bool error_stream_is_console() {

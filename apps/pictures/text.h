@@ -1,6 +1,7 @@
 // Text at the edges of the program: inside, all text is UTF-8; Windows is spoken to in UTF-16.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,10 @@ std::vector<std::string> command_line_words();
 // lost.
 void print(std::string_view text);
 void print_error(std::string_view text);
+
+// From now on both write what change(stream, text) makes of their text; {}: the text again.
+enum class StandardStream { output, error };
+void change_printed(std::function<std::string(StandardStream, std::string_view)> change);
 
 bool error_stream_is_console();
 

@@ -1,5 +1,6 @@
 // A file that is being written beside the place where it will stand: it takes that place when it is
-// complete and vanishes otherwise.
+// complete and vanishes otherwise. The place of a symbolic link is that of the file behind it: the
+// link stays.
 #pragma once
 
 #include <string>
@@ -23,6 +24,9 @@ private:
     std::wstring path_;
     bool finished_ = false;
 };
+
+// Its name meanwhile, when the process of this number writes it.
+std::wstring unfinished_path(const std::wstring &final_path, unsigned long process);
 
 // For a process that ends without unwinding: removes the file that is being written, if any. At
 // most one is at a time.

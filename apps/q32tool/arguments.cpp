@@ -3,6 +3,9 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
+#include "batch_options.h"
+#include "commands/examples.h"
+#include "suggestions.h"
 
 #include <algorithm>
 
@@ -24,7 +27,8 @@ bool is_repeated(std::string_view operand) {
 }
 
 const Option *find_option(const Command &command, std::string_view word) {
-    for (const std::vector<Option> *table : {&command.options, &common_options()})
+    for (const std::vector<Option> *table :
+         {&command.options, &common_options(), &batch_options(command)})
         for (const Option &option : *table)
             if (word == option.name || word == option.also)
                 return &option;
@@ -42,6 +46,17 @@ std::string shown(const Option &option) {
 
 std::string see_help(const Command &command) {
     return "see q32tool help " + std::string(command.name);
+}
+
+// What may be done about an option that there is not.
+std::string instead_of(std::string_view option, const Command &command) {
+    std::vector<std::string_view> names;
+    for (const std::vector<Option> *table :
+         {&command.options, &common_options(), &batch_options(command)})
+        for (const Option &known : *table)
+            names.push_back(known.name);
+    const std::string suggestion = did_you_mean(option, names);
+    return suggestion.empty() ? "; " + see_help(command) : suggestion;
 }
 
 } // namespace
@@ -68,7 +83,11 @@ Arguments::Arguments(const Command &command, const std::vector<std::string> &wor
     read_words(command, words);
     if (has("--help"))
         return; // nothing else matters then
-    check_operands(command);
+    for_many_ = command.takes == Takes::many_pictures &&
+                (has("--list") ||
+                 (writes_picture(command) ? has(folder_option(command)) : operands_.size() > 1));
+    if (!for_many_)
+        check_operands(command); // batch_plan.h looks at those of many
     check_required_options(command);
 }
 
@@ -88,7 +107,7 @@ void Arguments::read_words(const Command &command, const std::vector<std::string
         const std::string name = word.substr(0, equals);
         const Option *option = find_option(command, name);
         if (option == nullptr)
-            throw UsageError("unknown option " + quoted(name) + "; " + see_help(command));
+            throw UsageError("unknown option " + quoted(name) + instead_of(name, command));
         std::string value;
         if (option->value.empty()) {
             if (equals != std::string::npos)
@@ -129,16 +148,18 @@ void Arguments::check_operands(const Command &command) const {
 void Arguments::check_required_options(const Command &command) const {
     std::vector<std::string> missing;
     for (const Option &option : command.options)
-        if (option.is_required() && !has(option.name))
+        if (option.is_required() && !has(option.name) &&
+            !(for_many_ && option.name == output_option_name))
             missing.push_back(shown(option));
     if (!missing.empty())
         throw UsageError(std::string(command.name) + " needs " + listed(missing, "and") + "; " +
                          see_help(command));
 }
 
-void Arguments::refuse(std::string_view option, std::string_view wanted, std::string_view value) {
+void Arguments::refuse(std::string_view option, std::string_view wanted, std::string_view value,
+                       std::span<const std::string_view> words) {
     throw UsageError(std::string(option) + " takes " + std::string(wanted) + ", not " +
-                     quoted(value));
+                     quoted(value) + did_you_mean(value, words));
 }
 
 const std::string &Arguments::file(std::string_view option) const {
@@ -167,7 +188,17 @@ std::string_view Arguments::choice(std::string_view option,
         if (value(option) == word)
             return word;
     const std::vector<std::string> all(words.begin(), words.end());
-    refuse(option, listed(all, "or"), value(option));
+    refuse(option, listed(all, "or"), value(option), words);
+}
+
+std::vector<std::string> Arguments::words(const Command &command) const {
+    std::vector<std::string> all;
+    for (const auto &[name, values] : values_)
+        for (const std::string &value : values)
+            all.push_back(find_option(command, name)->value.empty() ? name : name + "=" + value);
+    all.push_back("--");
+    all.insert(all.end(), operands_.begin(), operands_.end());
+    return all;
 }
 
 std::string usage_line(const Command &command) {
@@ -221,7 +252,15 @@ std::string help_text(const Command &command) {
     text += command.description + "\n";
     if (!command.options.empty())
         text += "\nOptions:\n" + option_lines(command.options);
-    return text + "\nCommon options:\n" + option_lines(common_options());
+    if (!batch_options(command).empty())
+        text += "\nSeveral pictures:\n" + option_lines(batch_options(command));
+    text += "\nCommon options:\n" + option_lines(common_options());
+    const std::span<const std::string_view> examples = examples_of(command.name);
+    if (!examples.empty())
+        text += "\nExamples:\n";
+    for (const std::string_view example : examples)
+        text += "  " + std::string(example) + "\n";
+    return text;
 }
 
 } // namespace apps::q32tool

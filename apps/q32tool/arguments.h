@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +29,10 @@ struct Option {
 
 class Arguments;
 
+// What a command works on: one picture; several, too, one after the other; or their sequence as
+// one.
+enum class Takes { one_picture, many_pictures, sequence };
+
 struct Command {
     std::string_view name;
     // As shown in the help. "[NAME]" may be left out; "[NAMES...]" is the last, and any number.
@@ -36,6 +41,9 @@ struct Command {
     std::string description;  // paragraphs, already wrapped
     std::vector<Option> options;
     void (*run)(const Arguments &);
+    Takes takes = Takes::one_picture;
+    // The files that are written for an OUT, where it is not just that one.
+    std::vector<std::string> (*outputs)(const std::string &out) = nullptr;
 };
 
 // Tables one behind the other, for a command's own.
@@ -53,6 +61,10 @@ public:
     const std::string &operand(size_t index) const { return operands_.at(index); }
     const std::string &last_operand() const { return operands_.back(); }
 
+    // Of several pictures, the names and more: what the operands are is then not looked at.
+    bool is_for_many() const { return for_many_; }
+    const std::vector<std::string> &operands() const { return operands_; }
+
     bool has(std::string_view option) const { return values_.count(option) != 0; }
     // Of an option that was given.
     const std::string &value(std::string_view option) const {
@@ -62,19 +74,22 @@ public:
     const std::string &file(std::string_view option) const;
 
     // What parse(text) makes of the value of an option that was given. Throws UsageError when it
-    // makes nothing of it; wanted: what the option takes, in the message.
+    // makes nothing of it; wanted: what the option takes, in the message; words: those that it may
+    // have been meant to be.
     template <typename Parse>
-    auto parsed(std::string_view option, const Parse &parse, std::string_view wanted) const {
-        return all_parsed(option, parse, wanted).front();
+    auto parsed(std::string_view option, const Parse &parse, std::string_view wanted,
+                std::span<const std::string_view> words = {}) const {
+        return all_parsed(option, parse, wanted, words).front();
     }
     // The same for each value of one that repeats, in the order of the command line.
     template <typename Parse>
-    auto all_parsed(std::string_view option, const Parse &parse, std::string_view wanted) const {
+    auto all_parsed(std::string_view option, const Parse &parse, std::string_view wanted,
+                    std::span<const std::string_view> words = {}) const {
         std::vector<typename decltype(parse(std::string()))::value_type> results;
         for (const std::string &text : values_.find(option)->second) {
             const auto result = parse(text);
             if (!result)
-                refuse(option, wanted, text);
+                refuse(option, wanted, text, words);
             results.push_back(*result);
         }
         return results;
@@ -93,15 +108,27 @@ public:
     std::string_view choice(std::string_view option, std::initializer_list<std::string_view> words,
                             std::string_view fallback) const;
 
+    // For one picture of many: the same with other operands, with another value, without an option.
+    void set_operands(std::vector<std::string> operands) { operands_ = std::move(operands); }
+    void set(std::string_view option, const std::string &value) {
+        values_[std::string(option)] = {value};
+    }
+    void drop(std::string_view option) { values_.erase(std::string(option)); }
+
+    // Words that say the same.
+    std::vector<std::string> words(const Command &command) const;
+
 private:
     [[noreturn]] static void refuse(std::string_view option, std::string_view wanted,
-                                    std::string_view value);
+                                    std::string_view value,
+                                    std::span<const std::string_view> words = {});
     void read_words(const Command &command, const std::vector<std::string> &words);
     void check_operands(const Command &command) const;
     void check_required_options(const Command &command) const;
 
     std::map<std::string, std::vector<std::string>, std::less<>> values_;
     std::vector<std::string> operands_;
+    bool for_many_ = false;
 };
 
 std::string usage_line(const Command &command);

@@ -1,6 +1,7 @@
 // Buffers: making them, with the reasons why one cannot be made, and freeing them.
 #include "image.h"
 
+#include "apps/pictures/address_room.h"
 #include "apps/pictures/edition.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
@@ -32,6 +33,13 @@ Failure allocation_failure(const std::string &named, Size size, uint64_t bytes) 
     // The points at which a swap file was needed and could not be had.
     constexpr int buffer_module = 4, swap_file_failed = 2, no_swap_directory = 3;
     if (report.message == Q32_MSG_NO_MEMORY && report.module == buffer_module) {
+        // A swap file, too, is seen at addresses in one piece: no directory would help.
+        if (bytes > largest_free_range())
+            return {named,
+                    readable_size(bytes) +
+                        " of pixels in one piece are more than this program of " +
+                        std::to_string(8 * sizeof(void *)) + " bits has addresses for",
+                    std::string(room_remedy) + " " + report.numbers()};
         if (report.point == no_swap_directory)
             return {named, "no swap directory has room for " + readable_size(bytes),
                     std::string(other_directory) + " " + report.numbers()};

@@ -6,6 +6,7 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "apps/pictures/unfinished_file.h"
+#include "picture_pipes.h"
 #include "progress.h"
 
 #include <windows.h>
@@ -19,6 +20,7 @@ namespace apps::q32tool {
 namespace {
 
 std::atomic<bool> cancel_requested = false;
+bool has_keyboard = false; // a console is standard input
 
 BOOL WINAPI on_console_event(DWORD event) {
     cancel_requested = true;
@@ -31,11 +33,14 @@ BOOL WINAPI on_console_event(DWORD event) {
 // Whether Esc waits in the console's input, however long ago it was typed. It is taken out with all
 // that was typed before it. Without it nothing is taken: that is for whoever reads the input.
 bool was_escape_typed() {
+    // Nothing is asked of a pipe: the call would wait as long as another thread reads from it.
+    if (!has_keyboard)
+        return false;
     HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     static INPUT_RECORD records[2048]; // each key is two, and the mouse makes them, too
     DWORD count = 0;
     if (!PeekConsoleInputW(input, records, static_cast<DWORD>(std::size(records)), &count))
-        return false; // no console
+        return false;
     const auto is_escape = [](const INPUT_RECORD &record) {
         return record.EventType == KEY_EVENT && record.Event.KeyEvent.bKeyDown &&
                record.Event.KeyEvent.wVirtualKeyCode == VK_ESCAPE;
@@ -76,17 +81,25 @@ LONG WINAPI on_unhandled_fault(EXCEPTION_POINTERS *fault) {
                   "q32tool: memory or a swap file could not be reached (fault %08lx at %p); is the "
                   "swap directory's disk full?\n",
                   fault->ExceptionRecord->ExceptionCode, fault->ExceptionRecord->ExceptionAddress);
+    change_printed({});
     print_error(line);
     remove_unfinished_file();
+    remove_piped_files();
     ExitProcess(exit_failure);
 }
 
 } // namespace
 
 void watch_for_interrupts() {
+    DWORD events = 0;
+    has_keyboard = GetNumberOfConsoleInputEvents(GetStdHandle(STD_INPUT_HANDLE), &events) != 0;
     SetConsoleCtrlHandler(on_console_event, TRUE);
     AddVectoredExceptionHandler(0, on_exception);
     SetUnhandledExceptionFilter(on_unhandled_fault);
+}
+
+void request_cancel() {
+    cancel_requested = true;
 }
 
 bool is_cancelled() {

@@ -6,6 +6,9 @@ namespace apps::q32tool {
 
 void watch_for_interrupts();
 
+// As if the user asked: for a process whose starter does.
+void request_cancel();
+
 // Whether the user has asked to stop.
 bool is_cancelled();
 

@@ -84,7 +84,8 @@ int merge_mode_from(const Arguments &arguments) {
     if (!arguments.has("--mode"))
         return MERGE_NORMAL;
     return arguments.parsed("--mode", parse_mode,
-                            "a number from 1 to 16 or a name that q32tool help compose lists");
+                            "a number from 1 to 16 or a name that q32tool help compose lists",
+                            mode_names);
 }
 
 std::string merge_mode_names() {

@@ -124,7 +124,9 @@ LoadedPicture load_picture(const std::string &path, uint32_t buffer_type, Turnin
         {Image(PixelFormat::rgb, reader.size(), buffer_type, path), std::nullopt, reader.facts()},
         reader.format(),
         reader.bits(),
-        reader.has_transparency()};
+        reader.has_transparency(),
+        reader.facts().orientation,
+        reader.pictures()};
     if (picture.has_opacity)
         read_transparent(reader, picture);
     else

@@ -17,6 +17,8 @@ struct LoadedPicture : Picture {
     std::string format; // of the file: "PNG"
     int file_bits;      // per pixel in the file
     bool has_opacity;   // in the file
+    int orientation;    // of the file, before the picture was turned
+    int pictures;       // in the file
 };
 
 // Reads a picture file into buffers of the given type. Throws Failure, Cancelled.

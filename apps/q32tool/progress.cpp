@@ -17,20 +17,26 @@ constexpr size_t bar_width = 40;
 ShowProgress show_progress = ShowProgress::on_console;
 size_t drawn_width = 0; // of the bar that stands on the error stream now
 
-bool is_shown() {
-    return show_progress == ShowProgress::always ||
-           (show_progress == ShowProgress::on_console && error_stream_is_console());
-}
-
 } // namespace
 
 void set_progress(ShowProgress show) {
     show_progress = show;
 }
 
+bool shows_progress() {
+    return show_progress == ShowProgress::always ||
+           (show_progress == ShowProgress::on_console && error_stream_is_console());
+}
+
+void draw_progress(const std::string &line) {
+    const size_t spaces = drawn_width > line.size() ? drawn_width - line.size() : 0;
+    print_error("\r" + line + std::string(spaces, ' '));
+    drawn_width = line.size();
+}
+
 Progress::Progress(std::string_view what, int steps)
     : what_(what), steps_(steps), next_draw_(Clock::time_point::max()) {
-    if (is_shown())
+    if (shows_progress())
         next_draw_ = Clock::now() + (show_progress == ShowProgress::always ? 0ms : 500ms);
 }
 
@@ -61,11 +67,8 @@ bool Progress::reach(int done) {
 void Progress::draw() {
     const size_t percent = static_cast<size_t>(done_) * 100 / static_cast<size_t>(steps_);
     const size_t filled = bar_width * percent / 100;
-    const std::string bar = std::string(what_) + " [" + std::string(filled, '#') +
-                            std::string(bar_width - filled, '.') + "] " + std::to_string(percent) +
-                            "%";
-    print_error("\r" + bar);
-    drawn_width = bar.size();
+    draw_progress(std::string(what_) + " [" + std::string(filled, '#') +
+                  std::string(bar_width - filled, '.') + "] " + std::to_string(percent) + "%");
     next_draw_ = Clock::now() + 100ms;
 }
 

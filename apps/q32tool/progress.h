@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <string>
 #include <string_view>
 
 namespace apps::q32tool {
@@ -16,6 +17,10 @@ enum class ShowProgress {
 };
 
 void set_progress(ShowProgress show);
+
+// Whether progress is shown at all; and a line of it, over the one that stands there.
+bool shows_progress();
+void draw_progress(const std::string &line);
 
 // Takes the bar off the error stream, for a line that is to stand alone.
 void clear_progress();

@@ -3,6 +3,8 @@
 
 #include "apps/pictures/numbers.h"
 
+#include <iterator>
+
 namespace apps::q32tool {
 
 std::string Timings::summary() const {
@@ -11,6 +13,16 @@ std::string Timings::summary() const {
            " moved, " + counted(fills, "fill") + ", " + counted(rows_moved, "row") + " moved, " +
            counted(rows_converted, "row") + " converted)\n" +
            "writing: " + in_seconds(seconds_[2]) + "\n";
+}
+
+void Timings::add(const Timings &others) {
+    for (size_t part = 0; part < std::size(seconds_); ++part)
+        seconds_[part] += others.seconds_[part];
+    buffers += others.buffers;
+    rectangles += others.rectangles;
+    fills += others.fills;
+    rows_moved += others.rows_moved;
+    rows_converted += others.rows_converted;
 }
 
 Timings &timings() {

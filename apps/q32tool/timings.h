@@ -14,6 +14,8 @@ class Timings {
 public:
     void add(Part part, double seconds) { seconds_[static_cast<int>(part)] += seconds; }
 
+    void add(const Timings &others); // of another process
+
     uint64_t buffers = 0;        // buf32Alloc, buf32DIBBufAlloc, and new ones of buf32GetBuf
     uint64_t rectangles = 0;     // buf32GetBuf, buf32MergeBuf, buf32GetMem..., buf32MergeMem
     uint64_t fills = 0;          // buf32FillOneColor, buf32FillPattern

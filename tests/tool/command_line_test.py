@@ -1,8 +1,13 @@
 """The command line of q32tool: help, options, what it prints, and the names of files."""
 
 import itertools
+import json
+import os
 import re
+import struct
 import subprocess
+import zlib
+from unittest import mock
 
 import merging
 import pictures
@@ -123,7 +128,92 @@ class Help(ToolCase):
             self.assertRegex(page, rf"(?m)(^|\s){number} {name}(\s|$)")
 
     def test_version(self):
-        self.assertRegex(self.succeed("--version"), r"\Aq32tool \d+\.\d+\.\d+\n\Z")
+        bits = Program.by_edition("32", "64")
+        with mock.patch.dict(os.environ, {"Q32BASE_ISA": "sse2"}):
+            capped = self.succeed("--version")
+        number = r"\d+\.\d+\.\d+"
+        self.assertRegex(
+            capped,
+            rf"\Aq32tool {number}, {bits} bits\nQ32BASE {number}, instruction set sse2"
+            rf"( by Q32BASE_ISA \(this machine has \w+\))?\nq32comm {number}\n\Z",
+        )
+        free = self.succeed("--version")
+        best = (re.search(r"this machine has (\w+)", capped) or [None, "sse2"])[1]
+        self.assertIn(f"instruction set {best}\n", free)
+
+
+class Suggestions(ToolCase):
+    def test_words_that_are_nearly_right(self):
+        scale = ["scale", "in.png", "out.png"]
+        for arguments, says in [
+            (["scael"], "there is no command 'scael'; did you mean scale?"),
+            (["Resize"], "did you mean resize?"),
+            (["help", "colourspace"], "did you mean colorspace?"),
+            ([*scale, "--percnt", "5"], "unknown option '--percnt'; did you mean --percent?"),
+            ([*scale, "--quite"], "did you mean --quiet?"),
+            ([*scale, "--resum"], "did you mean --resume?"),
+            ([*scale, "--percent=5", "--method", "cubic"], "not 'cubic'; did you mean bicubic?"),
+            (["info", "in.png", "--storage", "File"], "did you mean file?"),
+            (["bars", "gry", "--size", "3x3", "-o", "x.png"], "did you mean grey?"),
+            (["compose", "--base=a", "--overlay=b", "-o=c", "--mode=x"], None),
+            ([*MAKE["compose"], "--mode", "multply"], "not 'multply'; did you mean multiply?"),
+            ([*MAKE["show"][:2], "--depth-of", "256-colour", "-o", "x.png"], "mean 256-colours?"),
+        ]:
+            with self.subTest(arguments=arguments):
+                said = self.refuse(USAGE, *arguments)
+                self.assertIn(says or "q32tool: ", said)
+
+    def test_what_is_near_nothing(self):
+        for arguments in (["frobnicate"], ["info", "in.png", "--frobnicate"], ["info", "-z"]):
+            said = self.refuse(USAGE, *arguments, says="; see q32tool help")
+            self.assertNotIn("did you mean", said)
+
+    def test_resize_is_scale(self):
+        self.write("in.png", pictures.png(PICTURE))
+        self.make("out.png", "resize", "in.png", "out.png", "--size", "8x6")
+        self.assertEqual(self.succeed("help", "resize"), self.succeed("help", "scale"))
+
+
+class Json(ToolCase):
+    def test_says_what_the_lines_say(self):
+        name = 'ж "quoted" 漢字.png'
+        self.write("in.png", pictures.png(PICTURE))
+        name = self.write(name.replace('"', "'"), pictures.png(PICTURE))
+        lines = self.info(name)
+        printed = self.succeed("info", name, "--json")
+        self.assertEqual(printed.count("\n"), 1)
+        found = json.loads(printed)
+        self.assertTrue(all(re.fullmatch("[a-z_]+", key) for key in found))
+        self.assertEqual((found["file"], found["format"]), (name, "PNG"))
+        self.assertEqual((found["width"], found["height"]), (40, 30))
+        self.assertEqual((found["orientation"], found["pictures"]), (1, 1))
+        self.assertEqual(found["transparency"], "none")
+        self.assertEqual(str(found["image_bytes"]), lines["image bytes"])
+        self.assertEqual(found["storage"], lines["storage"])
+        self.assertEqual(f"{found['memory_in_use_bytes']} bytes", lines["memory in use"])
+        cells = f"{found['cell_columns']} x {found['cell_rows']} = {found['cell_count']}"
+        self.assertEqual(cells, lines["cells"])
+        self.assertIn(found["buffer_type"], lines["buffer"])
+
+    def test_what_the_file_says(self):
+        """Resolution, comment and transparency of a PNG file, in both forms."""
+        png = pictures.png(PICTURE)
+        comment = 'a "quote", a \\ and\ntwo lines: é'
+
+        def chunk(kind, data):
+            crc = struct.pack(">I", zlib.crc32(kind + data))
+            return struct.pack(">I", len(data)) + kind + data + crc
+
+        more = chunk(b"pHYs", struct.pack(">IIB", 11811, 5906, 1))
+        more += chunk(b"tEXt", b"Comment\0" + comment.encode("latin-1"))
+        self.write("in.png", png[:33] + more + png[33:])
+        found = json.loads(self.succeed("info", "in.png", "--json"))
+        self.assertEqual(found["comment"], comment)
+        self.assertAlmostEqual(found["pixels_per_inch_x"], 11811 * 0.0254, 3)
+        self.assertAlmostEqual(found["pixels_per_inch_y"], 5906 * 0.0254, 3)
+        lines = self.info("in.png")
+        self.assertEqual(lines["comment"], comment.replace("\n", " "))
+        self.assertRegex(lines["resolution"], r"^299\.99\d* x 150\.0\d* pixels per inch$")
 
 
 class Misuse(ToolCase):

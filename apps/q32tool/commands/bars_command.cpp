@@ -5,6 +5,7 @@
 #include "apps/pictures/library_report.h"
 #include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
+#include "apps/q32tool/suggestions.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/bars.h>
@@ -23,7 +24,9 @@ Bar bar_from(const std::string &word) {
         return Bar::hues;
     if (word == "colour" || word == "color")
         return Bar::colours;
-    throw UsageError("there is no bar '" + word + "'; bars are grey, hsb and colour");
+    constexpr std::string_view bars[] = {"grey", "hsb", "colour"};
+    throw UsageError("there is no bar '" + word + "'; bars are grey, hsb and colour" +
+                     did_you_mean(word, bars));
 }
 
 // The options that a bar does not know.

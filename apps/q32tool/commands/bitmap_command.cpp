@@ -116,6 +116,7 @@ const Command bitmap_command = {
                        area_options(),
                        reading_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -148,6 +148,7 @@ const Command colorspace_command = {
                  {"--turn-hue", "DEGREES", "turn all hues, and go back to red, green and blue"}},
                 transfer_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -3,11 +3,14 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
+#include "apps/q32tool/batch_options.h"
+#include "apps/q32tool/batch_worker.h"
+#include "apps/q32tool/suggestions.h"
 
 namespace apps::q32tool {
 namespace {
 
-// In the order of the help.
+// In the order of the help, which says nothing of batch_worker_command.
 constexpr const Command *commands[] = {
     &info_command,    &rows_command,    &convert_command, &crop_command,       &paste_command,
     &fill_command,    &pattern_command, &scale_command,   &enlarge_command,    &reduce_command,
@@ -16,15 +19,40 @@ constexpr const Command *commands[] = {
     &explain_command, &help_command,
 };
 
+// Other names of commands, which the help leaves out.
+constexpr struct {
+    std::string_view name;
+    const Command *command;
+} aliases[] = {{"resize", &scale_command}};
+
+// A line for each command: its names, its operands and its options, as "--size=WxH".
+void print_names() {
+    for (const Command *command : commands) {
+        std::string line(command->name);
+        for (const auto &alias : aliases)
+            if (alias.command == command)
+                line += "|" + std::string(alias.name);
+        for (const std::string_view operand : command->operands)
+            line += " " + std::string(operand);
+        for (const std::vector<Option> *table :
+             {&command->options, &batch_options(*command), &common_options()})
+            for (const Option &option : *table)
+                line += " " + std::string(option.name) +
+                        (option.value.empty() ? "" : "=" + std::string(option.value));
+        print(line + "\n");
+    }
+}
+
 void help(const Arguments &arguments) {
+    if (arguments.has("--names")) {
+        print_names();
+        return;
+    }
     if (arguments.operand_count() == 0) {
         print(general_help());
         return;
     }
-    const Command *command = find_command(arguments.operand(0));
-    if (command == nullptr)
-        throw UsageError("there is no command '" + arguments.operand(0) + "'; see q32tool help");
-    print(help_text(*command));
+    print(help_text(command_of(arguments.operand(0))));
 }
 
 } // namespace
@@ -34,15 +62,27 @@ const Command help_command = {
     .operands = {"[COMMAND]"},
     .summary = "tell what a command takes",
     .description = "Prints the list of commands, or what COMMAND takes.",
-    .options = {},
+    .options = {{"--names", "", "the names of all commands, operands and options, for scripts"}},
     .run = help,
 };
 
-const Command *find_command(std::string_view name) {
-    for (const Command *command : commands)
+const Command &command_of(const std::string &name) {
+    std::vector<std::string_view> names;
+    for (const Command *command : commands) {
         if (command->name == name)
-            return command;
-    return nullptr;
+            return *command;
+        names.push_back(command->name);
+    }
+    for (const auto &alias : aliases) {
+        if (alias.name == name)
+            return *alias.command;
+        names.push_back(alias.name);
+    }
+    if (name == batch_worker_command.name)
+        return batch_worker_command;
+    const std::string suggestion = did_you_mean(name, names);
+    throw UsageError("there is no command '" + name + "'" +
+                     (suggestion.empty() ? "; see q32tool help" : suggestion));
 }
 
 std::string general_help() {

@@ -29,6 +29,7 @@ const Command convert_command = {
         "Without --bits transparency is kept, with 32 bits, where the format can.",
     .options = joined({pixel_options(), {{"--invert", "", "make a negative"}}, transfer_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -62,6 +62,7 @@ const Command enlarge_command = {
          factor_pixel_options(),
          transfer_options()}),
     .run = enlarge,
+    .takes = Takes::many_pictures,
 };
 
 const Command reduce_command = {
@@ -79,6 +80,7 @@ const Command reduce_command = {
                        factor_pixel_options(),
                        transfer_options()}),
     .run = reduce,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

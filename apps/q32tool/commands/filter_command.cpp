@@ -122,6 +122,7 @@ const Command filter_command = {
                  {"--mask", "PICTURE", "begin with its grey; only take away from it"}},
                 transfer_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

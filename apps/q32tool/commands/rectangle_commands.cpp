@@ -92,6 +92,7 @@ const Command crop_command = {
                        {{"--background", "R,G,B", "colour of what lies outside (or #rrggbb)"}},
                        transfer_options()}),
     .run = crop,
+    .takes = Takes::many_pictures,
 };
 
 const Command paste_command = {
@@ -105,6 +106,7 @@ const Command paste_command = {
     .options = joined(
         {{{"--at", "X,Y", "where OVERLAY's left and top go in IN", once}}, transfer_options()}),
     .run = paste,
+    .takes = Takes::many_pictures,
 };
 
 const Command fill_command = {
@@ -119,6 +121,7 @@ const Command fill_command = {
                        area_options(),
                        transfer_options()}),
     .run = fill,
+    .takes = Takes::many_pictures,
 };
 
 const Command pattern_command = {
@@ -133,6 +136,7 @@ const Command pattern_command = {
         "Without --at and --size the whole picture is filled.",
     .options = joined({area_options(), transfer_options()}),
     .run = fill_with_pattern,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

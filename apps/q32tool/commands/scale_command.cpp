@@ -61,6 +61,7 @@ const Command scale_command = {
     .options = joined({scaling_options("average, nearest, bilinear or bicubic (average)"),
                        pixel_options(), transfer_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -110,6 +110,13 @@ void run(const Arguments &arguments) {
     save_all(plates, picture, outputs, transfer);
 }
 
+std::vector<std::string> outputs_of(const std::string &out) {
+    const Outputs outputs(out);
+    std::vector<std::string> all(outputs.plates.begin(), outputs.plates.end());
+    all.push_back(outputs.proof);
+    return all;
+}
+
 } // namespace
 
 const Command separate_command = {
@@ -124,6 +131,8 @@ const Command separate_command = {
     .options =
         joined({{{"--film", "", "plates as films: light where there is ink"}}, transfer_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
+    .outputs = outputs_of,
 };
 
 } // namespace apps::q32tool

@@ -56,9 +56,12 @@ std::optional<int> parse_display(std::string_view text) {
 
 int display_from(const Arguments &arguments, std::string_view option) {
     std::string names;
-    for (const DisplayType &display : display_types)
+    std::vector<std::string_view> words;
+    for (const DisplayType &display : display_types) {
         names += std::string(display.name) + ", ";
-    return arguments.parsed(option, parse_display, names + "or a number from 0 to 5");
+        words.push_back(display.name);
+    }
+    return arguments.parsed(option, parse_display, names + "or a number from 0 to 5", words);
 }
 
 std::string display_list() {
@@ -235,6 +238,7 @@ const Command show_command = {
                  {"--threshold", "N", "1 bit: grey above N is white, 0 to 255 (127)"}},
                 transfer_options()}),
     .run = run,
+    .takes = Takes::many_pictures,
 };
 
 } // namespace apps::q32tool

@@ -239,6 +239,7 @@ const Command stream_command = {
           keep_orientation_option()},
          output_options()}),
     .run = run,
+    .takes = Takes::sequence,
 };
 
 } // namespace apps::q32tool
