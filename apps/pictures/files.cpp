@@ -4,7 +4,38 @@
 #include "text.h"
 #include "wic.h"
 
+#include <algorithm>
+#include <array>
+
 namespace apps {
+namespace {
+
+constexpr std::array<std::string_view, 4> devices = {"CON", "PRN", "AUX", "NUL"};
+constexpr std::array<std::string_view, 2> ports = {"COM", "LPT"}; // with a number
+// Those of Latin-1 count, too.
+constexpr std::array<std::string_view, 12> port_numbers = {"1", "2", "3", "4", "5", "6",
+                                                           "7", "8", "9", "¹", "²", "³"};
+
+template <size_t Count>
+bool contains(const std::array<std::string_view, Count> &words, std::string_view word) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+// The device that a path's last part stands for, whatever extension follows: "NUL" of
+// "out/nul.png". Empty: none.
+std::string device_of_name(std::string_view path) {
+    path.remove_prefix(file_name_begin(path));
+    path = path.substr(0, path.find('.'));
+    path = path.substr(0, path.find_last_not_of(' ') + 1);
+    std::string name(path);
+    for (char &letter : name)
+        letter = letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    const bool is_port =
+        contains(ports, name.substr(0, 3)) && contains(port_numbers, path.substr(3));
+    return is_port || contains(devices, name) ? name : std::string();
+}
+
+} // namespace
 
 std::string native_path(const std::string &path) {
     using UnixToDos = WCHAR *(CDECL *)(const char *);
@@ -25,6 +56,12 @@ std::string native_path(const std::string &path) {
 
 size_t file_name_begin(std::string_view path) {
     return path.find_last_of("/\\:") + 1;
+}
+
+void check_is_no_device(const std::string &path) {
+    if (const std::string device = device_of_name(path); !device.empty())
+        throw Failure(path, device + " is a device of the system, whatever extension follows",
+                      "name a file");
 }
 
 DWORD attributes_of(const std::string &path) {
@@ -48,6 +85,7 @@ OpenFile open_file(const std::wstring &native, DWORD access, DWORD creation) {
 }
 
 void check_is_readable_file(const std::string &path, const std::wstring &native) {
+    check_is_no_device(path);
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))
         throw Failure(path, system_words(GetLastError()));

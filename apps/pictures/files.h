@@ -19,6 +19,10 @@ std::string native_path(const std::string &path);
 // Where a path's last part begins.
 size_t file_name_begin(std::string_view path);
 
+// Throws Failure for a path whose last part stands for a device of the system, as "out/nul.png"
+// does.
+void check_is_no_device(const std::string &path);
+
 // INVALID_FILE_ATTRIBUTES when there is no such file or folder.
 DWORD attributes_of(const std::string &path);
 bool is_folder(const std::string &path);

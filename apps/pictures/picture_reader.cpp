@@ -16,6 +16,8 @@
 namespace apps {
 namespace {
 
+constexpr uint64_t least_bytes_by_rows = 500'000'000; // in 32 bits
+
 Failure damage(const std::string &path) {
     return {path, "the picture is damaged, cut off or compressed in an unknown way",
             "try another copy of it"};
@@ -88,11 +90,9 @@ PictureReader::PictureReader(const std::string &path) : path_(path) {
         describe(decoder.get());
 }
 
-// Only the 64-bit edition reads pictures so large that a codec's copy of them matters. False for
-// files of other kinds.
+// In 32 bits only for pictures so large that a codec's copy of them would take the addresses away
+// that their buffer needs. False for files of other kinds.
 bool PictureReader::open_rows(const std::wstring &native) {
-    if (!is_64_bit)
-        return false;
     auto file = std::make_shared<OpenFile>(open_file(native, GENERIC_READ, OPEN_EXISTING));
     if (!*file)
         return false;
@@ -110,6 +110,10 @@ bool PictureReader::open_rows(const std::wstring &native) {
         format_ = format_name(GUID_ContainerFormatBmp);
         rows_ = BmpRows::open(read);
     }
+    if (rows_ && !is_64_bit &&
+        row_bytes_of(RowFormat::bgr, rows_->width()) * static_cast<uint64_t>(rows_->height()) <
+            least_bytes_by_rows)
+        rows_.reset();
     if (!rows_)
         return false;
     width_ = rows_->width();
@@ -139,8 +143,13 @@ void PictureReader::describe(IWICBitmapDecoder *decoder) {
         uint64_t{width} * height > most_bits / static_cast<uint64_t>(std::max(bits_, 1)))
         throw Failure(path_, "the system's codec gives no more than 2 GB of pixels",
                       "only PNG of 8 bits a sample and BMP of 24 bits may be larger");
-    // Not every system converts every format to 24 bits straight, but all go to BGRA.
     transparent_ = may_be_transparent(pixels);
+}
+
+// With the first rows: a codec may unpack the whole picture now, and by then it is known whether
+// there is room for what will be made of it.
+void PictureReader::set_conversion_up() {
+    // Not every system converts every format to 24 bits straight, but all go to BGRA.
     bgra_ = transparent_ || FAILED(convert_to(GUID_WICPixelFormat24bppBGR));
     if (bgra_)
         check_decoding(convert_to(GUID_WICPixelFormat32bppBGRA), path_);
@@ -188,6 +197,8 @@ void PictureReader::copy_pixels(RowFormat rows, int first, int count, uint8_t *p
 }
 
 void PictureReader::read_rows(RowFormat rows, int first, int count, uint8_t *pixels) {
+    if (!rows_ && !converter_)
+        set_conversion_up();
     if (rows == RowFormat::bgra || !bgra_) {
         copy_pixels(rows, first, count, pixels);
         return;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "areas.h"
+#include "picture_facts.h"
 #include "row_file.h"
 #include "wic.h"
 
@@ -24,6 +25,11 @@ public:
     const std::string &format() const { return format_; } // "PNG"
     int bits() const { return bits_; }                    // per pixel, in the file
 
+    // What the file says of the picture that is read, and how many there are in it: pages of a
+    // TIFF, images of a GIF.
+    const PictureFacts &facts() const { return facts_; }
+    int pictures() const { return pictures_; }
+
     // Whether pixels may be transparent.
     bool has_transparency() const { return transparent_; }
 
@@ -36,6 +42,7 @@ private:
     bool open_rows(const std::wstring &native);
     void describe(IWICBitmapDecoder *decoder);
     bool may_be_transparent(const WICPixelFormatGUID &format);
+    void set_conversion_up();
     void copy_pixels(RowFormat rows, int first, int count, uint8_t *pixels);
     // Sets the converter up; a failure when pixels do not come through it.
     HRESULT convert_to(const WICPixelFormatGUID &format);
@@ -45,6 +52,8 @@ private:
     int width_ = 0;
     int height_ = 0;
     int bits_ = 0;
+    PictureFacts facts_;
+    int pictures_ = 1;
     std::unique_ptr<RowFile> rows_; // else the codec's:
     ComPtr<IWICBitmapFrameDecode> frame_;
     ComPtr<IWICFormatConverter> converter_; // gives 24-bit BGR or 32-bit BGRA

@@ -1,5 +1,6 @@
 // A file that is being written beside the place where it will stand: it takes that place when it is
-// complete and vanishes otherwise.
+// complete and vanishes otherwise. The place of a symbolic link is that of the file behind it: the
+// link stays.
 #pragma once
 
 #include <string>

@@ -4,6 +4,8 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "batch_options.h"
+#include "commands/examples.h"
+#include "suggestions.h"
 
 #include <algorithm>
 
@@ -37,17 +39,6 @@ std::string quoted(std::string_view text) {
     return "'" + std::string(text) + "'";
 }
 
-// "a, b or c", with the last word before the last of them.
-std::string listed(const std::vector<std::string> &things, std::string_view last) {
-    std::string list;
-    for (size_t i = 0; i < things.size(); ++i) {
-        if (i != 0)
-            list += i + 1 == things.size() ? " " + std::string(last) + " " : ", ";
-        list += things[i];
-    }
-    return list;
-}
-
 // As it is written: "--at X,Y".
 std::string shown(const Option &option) {
     return std::string(option.name) + " " + std::string(option.value);
@@ -55,6 +46,17 @@ std::string shown(const Option &option) {
 
 std::string see_help(const Command &command) {
     return "see q32tool help " + std::string(command.name);
+}
+
+// What may be done about an option that there is not.
+std::string instead_of(std::string_view option, const Command &command) {
+    std::vector<std::string_view> names;
+    for (const std::vector<Option> *table :
+         {&command.options, &common_options(), &batch_options(command)})
+        for (const Option &known : *table)
+            names.push_back(known.name);
+    const std::string suggestion = did_you_mean(option, names);
+    return suggestion.empty() ? "; " + see_help(command) : suggestion;
 }
 
 } // namespace
@@ -105,7 +107,7 @@ void Arguments::read_words(const Command &command, const std::vector<std::string
         const std::string name = word.substr(0, equals);
         const Option *option = find_option(command, name);
         if (option == nullptr)
-            throw UsageError("unknown option " + quoted(name) + "; " + see_help(command));
+            throw UsageError("unknown option " + quoted(name) + instead_of(name, command));
         std::string value;
         if (option->value.empty()) {
             if (equals != std::string::npos)
@@ -154,9 +156,10 @@ void Arguments::check_required_options(const Command &command) const {
                          see_help(command));
 }
 
-void Arguments::refuse(std::string_view option, std::string_view wanted, std::string_view value) {
+void Arguments::refuse(std::string_view option, std::string_view wanted, std::string_view value,
+                       std::span<const std::string_view> words) {
     throw UsageError(std::string(option) + " takes " + std::string(wanted) + ", not " +
-                     quoted(value));
+                     quoted(value) + did_you_mean(value, words));
 }
 
 const std::string &Arguments::file(std::string_view option) const {
@@ -185,7 +188,7 @@ std::string_view Arguments::choice(std::string_view option,
         if (value(option) == word)
             return word;
     const std::vector<std::string> all(words.begin(), words.end());
-    refuse(option, listed(all, "or"), value(option));
+    refuse(option, listed(all, "or"), value(option), words);
 }
 
 std::vector<std::string> Arguments::words(const Command &command) const {
@@ -222,6 +225,16 @@ std::string option_lines(const std::vector<Option> &options) {
     return text;
 }
 
+std::string listed(const std::vector<std::string> &things, std::string_view last) {
+    std::string list;
+    for (size_t i = 0; i < things.size(); ++i) {
+        if (i != 0)
+            list += i + 1 == things.size() ? " " + std::string(last) + " " : ", ";
+        list += things[i];
+    }
+    return list;
+}
+
 std::string in_columns(const std::vector<std::string> &entries, size_t columns) {
     constexpr size_t column_width = 18; // characters
     std::string lines;
@@ -241,7 +254,13 @@ std::string help_text(const Command &command) {
         text += "\nOptions:\n" + option_lines(command.options);
     if (!batch_options(command).empty())
         text += "\nSeveral pictures:\n" + option_lines(batch_options(command));
-    return text + "\nCommon options:\n" + option_lines(common_options());
+    text += "\nCommon options:\n" + option_lines(common_options());
+    const std::span<const std::string_view> examples = examples_of(command.name);
+    if (!examples.empty())
+        text += "\nExamples:\n";
+    for (const std::string_view example : examples)
+        text += "  " + std::string(example) + "\n";
+    return text;
 }
 
 } // namespace apps::q32tool

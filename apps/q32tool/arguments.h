@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -73,19 +74,22 @@ public:
     const std::string &file(std::string_view option) const;
 
     // What parse(text) makes of the value of an option that was given. Throws UsageError when it
-    // makes nothing of it; wanted: what the option takes, in the message.
+    // makes nothing of it; wanted: what the option takes, in the message; words: those that it may
+    // have been meant to be.
     template <typename Parse>
-    auto parsed(std::string_view option, const Parse &parse, std::string_view wanted) const {
-        return all_parsed(option, parse, wanted).front();
+    auto parsed(std::string_view option, const Parse &parse, std::string_view wanted,
+                std::span<const std::string_view> words = {}) const {
+        return all_parsed(option, parse, wanted, words).front();
     }
     // The same for each value of one that repeats, in the order of the command line.
     template <typename Parse>
-    auto all_parsed(std::string_view option, const Parse &parse, std::string_view wanted) const {
+    auto all_parsed(std::string_view option, const Parse &parse, std::string_view wanted,
+                    std::span<const std::string_view> words = {}) const {
         std::vector<typename decltype(parse(std::string()))::value_type> results;
         for (const std::string &text : values_.find(option)->second) {
             const auto result = parse(text);
             if (!result)
-                refuse(option, wanted, text);
+                refuse(option, wanted, text, words);
             results.push_back(*result);
         }
         return results;
@@ -116,7 +120,8 @@ public:
 
 private:
     [[noreturn]] static void refuse(std::string_view option, std::string_view wanted,
-                                    std::string_view value);
+                                    std::string_view value,
+                                    std::span<const std::string_view> words = {});
     void read_words(const Command &command, const std::vector<std::string> &words);
     void check_operands(const Command &command) const;
     void check_required_options(const Command &command) const;
@@ -129,6 +134,9 @@ private:
 std::string usage_line(const Command &command);
 std::string help_text(const Command &command);
 std::string option_lines(const std::vector<Option> &options);
+
+// "a, b or c", with the last word before the last of them.
+std::string listed(const std::vector<std::string> &things, std::string_view last);
 
 // Entries of a list in lines of so many columns, for descriptions.
 std::string in_columns(const std::vector<std::string> &entries, size_t columns);

@@ -216,6 +216,7 @@ BatchPlan plan_batch(const Command &command, const Arguments &arguments) {
     for (std::string &input : inputs_of(command, arguments)) {
         Request picture;
         picture.resume = arguments.has("--resume");
+        picture.quiet = arguments.has("--quiet");
         picture.output = plan.folder.empty() ? "" : output_for(input, plan, kind);
         picture.input = std::move(input);
         picture.command = command.name;

@@ -1,9 +1,11 @@
 // Buffers: making them, with the reasons why one cannot be made, and freeing them.
 #include "image.h"
 
+#include "apps/pictures/address_room.h"
 #include "apps/pictures/edition.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
+#include "apps/pictures/turning.h"
 #include "storage_options.h"
 #include "timings.h"
 
@@ -31,6 +33,13 @@ Failure allocation_failure(const std::string &named, Size size, uint64_t bytes) 
     // The points at which a swap file was needed and could not be had.
     constexpr int buffer_module = 4, swap_file_failed = 2, no_swap_directory = 3;
     if (report.message == Q32_MSG_NO_MEMORY && report.module == buffer_module) {
+        // A swap file, too, is seen at addresses in one piece: no directory would help.
+        if (bytes > largest_free_range())
+            return {named,
+                    readable_size(bytes) +
+                        " of pixels in one piece are more than this program of " +
+                        std::to_string(8 * sizeof(void *)) + " bits has addresses for",
+                    std::string(room_remedy) + " " + report.numbers()};
         if (report.point == no_swap_directory)
             return {named, "no swap directory has room for " + readable_size(bytes),
                     std::string(other_directory) + " " + report.numbers()};
@@ -65,6 +74,14 @@ Image Image::cut(const Area &area) const {
             made(format_, area.size(), named_, [&](HBUF32 *handle) {
                 return buf32GetBuf(this->handle(), area.left, area.top, area.width(), area.height(),
                                    handle);
+            })};
+}
+
+Image Image::turned(int orientation) const {
+    const Size size = exchanges_sides(orientation) ? Size{height(), width()} : size_;
+    return {format_, size, type_, named_, made(format_, size, named_, [&](HBUF32 *handle) {
+                *handle = apps::turned(this->handle(), orientation, type_, named_).release();
+                return true;
             })};
 }
 

@@ -5,10 +5,11 @@
 #include "batch.h"
 #include "commands/commands.h"
 #include "interrupt.h"
+#include "notes.h"
 #include "progress.h"
 #include "timings.h"
+#include "version_lines.h"
 
-#include <q32base/version.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -31,6 +32,7 @@ void run_command(const Command &command, const Arguments &arguments) {
     else if (arguments.has("--quiet"))
         set_progress(ShowProgress::never);
     run_on_pictures(command, arguments);
+    say_notes(arguments.has("--quiet"));
     if (arguments.has("--timings"))
         print_error(timings().summary());
 }
@@ -41,7 +43,7 @@ void run(std::vector<std::string> words) {
                                    [](const std::string &word) { return !word.starts_with('-'); });
     if (name == words.end()) {
         if (contains(words, "--version"))
-            print("q32tool " Q32BASE_VERSION_STRING "\n");
+            print(version_lines());
         else if (contains(words, "--help") || contains(words, "-h"))
             print(general_help());
         else if (words.empty())
@@ -50,11 +52,9 @@ void run(std::vector<std::string> words) {
             throw UsageError("unknown option '" + words[0] + "'; see q32tool help");
         return;
     }
-    const Command *command = find_command(*name);
-    if (command == nullptr)
-        throw UsageError("there is no command '" + *name + "'; see q32tool help");
+    const Command &command = command_of(*name);
     words.erase(name);
-    run_command(*command, Arguments(*command, words));
+    run_command(command, Arguments(command, words));
 }
 
 int fail(const std::string &line, ExitCode code) {

@@ -1,5 +1,5 @@
-// A picture at the size in which it is shown, made by the library's resampler: reduced, as a
-// whole; enlarged, in tiles that are made when they come into view.
+// A picture at the size in which it is shown: reduced, averaged as a whole; enlarged, by the
+// library's resampler in tiles that are made when they come into view.
 #pragma once
 
 #include "apps/pictures/areas.h"
@@ -33,18 +33,15 @@ private:
     using Index = std::pair<int, int>; // column and row of a tile
     struct Tile {
         Buffer buffer;
-        Point place; // of the buffer's corner in the shown picture
         std::list<Index>::iterator last_used;
     };
     const Tile &tile(Index index);
     Tile make_tile(Index index) const;
-    int tile_side() const { return source_side_ * factor_; }
 
     const Picture *picture_ = nullptr;
     Size shown_;
-    Buffer reduced_;      // empty at the picture's own size, and enlarged
-    int factor_ = 0;      // of an enlargement; else 0
-    int source_side_ = 0; // of a tile, in pixels of the picture
+    Buffer reduced_; // empty at the picture's own size, and enlarged
+    bool enlarged_ = false;
     std::map<Index, Tile> tiles_;
     std::list<Index> used_; // the tile that was used last comes first
 };

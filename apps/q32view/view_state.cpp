@@ -7,9 +7,9 @@
 namespace apps::q32view {
 namespace {
 
-// Enlargements are whole, so that every pixel becomes a square like all others.
-constexpr int steps[] = {1,  2,   3,   5,   7,   10,  15,  20,   25,   33,   50,
-                         67, 100, 200, 300, 400, 600, 800, 1200, 1600, 2400, 3200};
+constexpr int steps[] = {1,   2,   3,   5,   7,   10,  15,   20,   25,   33,
+                         50,  67,  75,  90,  100, 110, 125,  150,  175,  200,
+                         250, 300, 400, 500, 600, 800, 1200, 1600, 2400, 3200};
 static_assert(steps[0] == least_percent && steps[std::size(steps) - 1] == most_percent);
 
 // length x numerator / denominator, rounded, and no less than a pixel.
@@ -84,8 +84,6 @@ void ViewState::zoom_to(int percent, Point anchor) {
     const Point origin_before = origin();
     fitted_ = false;
     percent_ = std::clamp(percent, least_percent, most_percent);
-    if (percent_ > 100)
-        percent_ -= percent_ % 100;
     if (!shown_before.is_empty())
         keep_in_view(anchor, shown_before, origin_before);
 }

@@ -32,8 +32,7 @@ public:
     int percent() const;
 
     void fit();
-    // percent: above 100 in whole hundreds, others count as the hundreds below. anchor: the point
-    // of the window under which the picture stays put.
+    // anchor: the point of the window under which the picture stays put.
     void zoom_to(int percent, Point anchor);
     void zoom_in(Point anchor);
     void zoom_out(Point anchor);

@@ -4,6 +4,7 @@
 swap file, and no change to what was there.
 """
 
+import os
 import random
 import struct
 
@@ -49,8 +50,9 @@ class Inputs(ToolCase):
         self.refuse(FAILED, "info", "nowhere/in.png", says="nowhere/in.png")
 
     def test_no_wildcards(self):
+        """A picture that is written under one name is read under one."""
         self.write("in.png", pictures.png(PICTURE))
-        self.refuse(FAILED, "info", "*.png", says=["*.png", "name"])
+        self.refuse(FAILED, "convert", "*.png", "out.png", says=["*.png", "name"])
 
     def test_directory(self):
         self.refuse_picture(self.make_folder("pictures"), "directory")
@@ -182,6 +184,22 @@ class Sizes(ToolCase):
         if not Program.by_edition(False, True):
             self.refuse(FAILED, "info", name, "--swap-dir", "swap", says=says)
         self.refuse_room("convert", name, "out.png", says=says)
+
+    def test_a_vast_header_is_enough(self):
+        """What the edition has no room for is refused before the pixels are looked at."""
+        side = Program.by_edition(30000, 32001)
+        header = bytearray(pictures.bmp(pictures.noise(1, 1))[:54])
+        struct.pack_into("<ii", header, 18, side, side)
+        with open(self.folder / "vast.bmp", "wb") as file:
+            file.write(header)
+            file.truncate(54 + side * (3 * side + side % 4))  # a hole, which takes no room on the disk
+        says = Program.by_edition("more than this program of 32 bits has addresses for; use", "32001")
+        process, _ = self.run_until(says.encode(), "info", "vast.bmp")
+        _, status, used = os.wait4(process.pid, 0)
+        self.assertEqual(os.waitstatus_to_exitcode(status), FAILED)
+        self.assertLess(used.ru_maxrss << 10, 300 << 20)
+        process.returncode = FAILED
+        process.communicate()
 
     def test_a_header_that_lies(self):
         bmp = bytearray(pictures.bmp(pictures.noise(8, 8)))

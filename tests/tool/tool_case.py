@@ -163,7 +163,7 @@ class ToolCase(ProgramCase):
             remedy = "--swap-dir, or use a smaller picture"
         else:
             storage, file_size = ["--storage", "memory"], None
-            remedy = "--swap-dir, or use the 64-bit edition or a smaller picture"
+            remedy = "of 32 bits has addresses for; use the 64-bit edition or a smaller picture"
         self.refuse(FAILED, *arguments, *storage, says=[*says, remedy], file_size=file_size)
 
     # Pictures

@@ -102,7 +102,8 @@ TEST(ViewState, ZoomsBySteps) {
     view.fit();
     view.zoom_out({0, 0});
     EXPECT_EQ(view.percent(), 33);
-    const int up[] = {50, 67, 100, 200, 300, 400, 600, 800, 1200, 1600, 2400, 3200, 3200};
+    const int up[] = {50,  67,  75,  90,  100, 110,  125,  150,  175,  200, 250,
+                      300, 400, 500, 600, 800, 1200, 1600, 2400, 3200, 3200};
     for (const int percent : up) {
         view.zoom_in({0, 0});
         EXPECT_EQ(view.percent(), percent);
@@ -113,15 +114,16 @@ TEST(ViewState, ZoomsBySteps) {
     EXPECT_EQ(view.shown(), (Size{10, 10}));
 }
 
-TEST(ViewState, EnlargesInWholeHundreds) {
-    ViewState view = view_of({100, 100}, {100, 100});
+TEST(ViewState, EnlargesByAnyFactor) {
+    ViewState view = view_of({101, 100}, {100, 100});
+    view.zoom_to(150, {0, 0});
+    EXPECT_EQ(view.percent(), 150);
+    EXPECT_EQ(view.shown(), (Size{152, 150})); // 151.5 goes up
     view.zoom_to(299, {0, 0});
-    EXPECT_EQ(view.percent(), 200);
-    EXPECT_EQ(view.shown(), (Size{200, 200}));
-    view.zoom_to(199, {0, 0});
-    EXPECT_EQ(view.percent(), 100);
-    view.zoom_to(99, {0, 0});
-    EXPECT_EQ(view.percent(), 99);
+    EXPECT_EQ(view.percent(), 299);
+    EXPECT_EQ(view.shown(), (Size{302, 299})); // 301.99
+    view.zoom_out({0, 0});
+    EXPECT_EQ(view.percent(), 250);
 }
 
 TEST(ViewState, LimitsTheZoom) {

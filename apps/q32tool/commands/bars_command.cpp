@@ -5,7 +5,7 @@
 #include "apps/pictures/library_report.h"
 #include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage_options.h"
+#include "apps/q32tool/suggestions.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/bars.h>
@@ -24,7 +24,9 @@ Bar bar_from(const std::string &word) {
         return Bar::hues;
     if (word == "colour" || word == "color")
         return Bar::colours;
-    throw UsageError("there is no bar '" + word + "'; bars are grey, hsb and colour");
+    constexpr std::string_view bars[] = {"grey", "hsb", "colour"};
+    throw UsageError("there is no bar '" + word + "'; bars are grey, hsb and colour" +
+                     did_you_mean(word, bars));
 }
 
 // The options that a bar does not know.
@@ -95,13 +97,14 @@ void run(const Arguments &arguments) {
     const std::string &out = arguments.file("--output");
     const Request request = request_from(arguments);
     const PictureTransfer transfer(arguments, out);
-    Image image(request.pixels(), request.size, transfer.buffer_type(), out);
+    Picture picture = {
+        Image(request.pixels(), request.size, transfer.buffer_type(), out), std::nullopt, {}};
     {
         const Timed timed(Part::library);
-        if (!request.draw(image.handle()))
+        if (!request.draw(picture.image.handle()))
             throw library_failure(out, "the bar cannot be drawn");
     }
-    transfer.save(image);
+    transfer.save(picture);
 }
 
 } // namespace
@@ -123,7 +126,7 @@ const Command bars_command = {
                  {"--horizontal", "", "from left to right instead of from the top down"},
                  {"--rainbow", "", "colour: all hues instead of --from and --to"},
                  {"--style", "1..4", "hsb: hues 1 to the right, 2 to the left, 3 down, 4 up (1)"}},
-                storage_options()}),
+                writing_options()}),
     .run = run,
 };
 

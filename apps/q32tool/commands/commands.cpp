@@ -4,6 +4,7 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "apps/q32tool/batch_worker.h"
+#include "apps/q32tool/suggestions.h"
 
 namespace apps::q32tool {
 namespace {
@@ -17,15 +18,18 @@ constexpr const Command *commands[] = {
     &explain_command, &help_command,
 };
 
+// Other names of commands, which the help leaves out.
+constexpr struct {
+    std::string_view name;
+    const Command *command;
+} aliases[] = {{"resize", &scale_command}};
+
 void help(const Arguments &arguments) {
     if (arguments.operand_count() == 0) {
         print(general_help());
         return;
     }
-    const Command *command = find_command(arguments.operand(0));
-    if (command == nullptr)
-        throw UsageError("there is no command '" + arguments.operand(0) + "'; see q32tool help");
-    print(help_text(*command));
+    print(help_text(command_of(arguments.operand(0))));
 }
 
 } // namespace
@@ -39,11 +43,23 @@ const Command help_command = {
     .run = help,
 };
 
-const Command *find_command(std::string_view name) {
-    for (const Command *command : commands)
+const Command &command_of(const std::string &name) {
+    std::vector<std::string_view> names;
+    for (const Command *command : commands) {
         if (command->name == name)
-            return command;
-    return name == batch_worker_command.name ? &batch_worker_command : nullptr;
+            return *command;
+        names.push_back(command->name);
+    }
+    for (const auto &alias : aliases) {
+        if (alias.name == name)
+            return *alias.command;
+        names.push_back(alias.name);
+    }
+    if (batch_worker_command.name == name)
+        return batch_worker_command;
+    const std::string suggestion = did_you_mean(name, names);
+    throw UsageError("there is no command '" + name + "'" +
+                     (suggestion.empty() ? "; see q32tool help" : suggestion));
 }
 
 std::string general_help() {

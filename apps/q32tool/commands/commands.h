@@ -16,7 +16,8 @@ extern const Command compose_command, filter_command, colorspace_command, separa
 extern const Command show_command, bars_command, bitmap_command, jobs_command;
 extern const Command leftovers_command, explain_command, help_command;
 
-const Command *find_command(std::string_view name);
+// By its name, or another that it has. Throws UsageError.
+const Command &command_of(const std::string &name);
 
 // Of the program as a whole.
 std::string general_help();

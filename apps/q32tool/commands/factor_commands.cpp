@@ -4,6 +4,7 @@
 #include "apps/pictures/text.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/factor_scaling.h"
+#include "apps/q32tool/output_options.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage_options.h"
 
@@ -17,16 +18,19 @@ void write_scaled(const Arguments &arguments, const Factors &factors, const Scal
     if (wants_transparency(arguments)) {
         apply_storage_options(arguments);
         const FileFormat format = check_transparent_output(out);
-        Frame frame = scale(read_frame(in, 32), factors);
-        write_frame(frame, out, format);
+        const OutputSettings settings = output_settings(arguments, format);
+        Frame frame = scale(read_frame(in, 32, turning_from(arguments)), factors);
+        write_frame(frame, out, format, settings, out);
         if (!arguments.has("--quiet"))
             print(written_line(out, frame.size(), frame.bits, format));
         return;
     }
     const Conversion conversion = conversion_from(arguments);
-    change_picture(arguments, [&](Image &image) {
-        convert(image, conversion);
-        image = scale(image, factors, out);
+    change_picture(arguments, [&](Picture &picture) {
+        convert(picture, conversion, out);
+        picture.image = scale(picture.image, factors, out);
+        if (picture.opacity)
+            picture.opacity = scale(*picture.opacity, factors, out);
     });
 }
 
@@ -56,7 +60,7 @@ const Command enlarge_command = {
     .options = joined(
         {{{"--factor", "N[xM]", "how often each pixel is repeated, to the right and down", once}},
          factor_pixel_options(),
-         storage_options()}),
+         transfer_options()}),
     .run = enlarge,
     .takes = Takes::many_pictures,
 };
@@ -74,7 +78,7 @@ const Command reduce_command = {
     .options = joined({{{"--factor", "N", "of N pixels of a row one is taken", once},
                         {"--step", "M", "of M rows one is taken (as many as pixels)"}},
                        factor_pixel_options(),
-                       storage_options()}),
+                       transfer_options()}),
     .run = reduce,
     .takes = Takes::many_pictures,
 };
