@@ -152,6 +152,7 @@ class Refusals(BatchCase):
             (["scale", "a.png", "--to", "o"], "--percent"),
             (["scale", "--to", "o", "--percent", "50"], "scale needs IN"),
             (["scale", "a.png", "--to", "o", "--percent", "x"], "--percent takes"),
+            ([*scale, "--to", "o", "--quality", "80"], "--quality is for JPEG, not for PNG"),
             (["scale", "a.png", "b.png", "--percent", "50", "--jobs", "2"], "--jobs is for several"),
             (["convert", "--list", "a.png"], "several pictures need --to FOLDER"),
             (["paste", "a.png", "out/logo.png", "--to", "o"], "paste needs --at X,Y"),
