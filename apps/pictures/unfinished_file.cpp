@@ -28,14 +28,10 @@ std::wstring behind_links(const std::wstring &path) {
     return target;
 }
 
-std::wstring end_of_name(unsigned long process) {
-    return L".unfinished-" + std::to_wstring(process);
-}
-
 } // namespace
 
 UnfinishedFile::UnfinishedFile(const std::wstring &final_path)
-    : final_(behind_links(final_path)), path_(final_ + end_of_name(GetCurrentProcessId())) {
+    : final_(behind_links(final_path)), path_(unfinished_path(final_, GetCurrentProcessId())) {
     being_written = path_;
 }
 
@@ -51,7 +47,7 @@ bool UnfinishedFile::finish() {
 }
 
 std::wstring unfinished_path(const std::wstring &final_path, unsigned long process) {
-    return behind_links(final_path) + end_of_name(process);
+    return behind_links(final_path) + L".unfinished-" + std::to_wstring(process);
 }
 
 void remove_unfinished_file() {

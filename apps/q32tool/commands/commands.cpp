@@ -55,7 +55,7 @@ const Command &command_of(const std::string &name) {
             return *alias.command;
         names.push_back(alias.name);
     }
-    if (batch_worker_command.name == name)
+    if (name == batch_worker_command.name)
         return batch_worker_command;
     const std::string suggestion = did_you_mean(name, names);
     throw UsageError("there is no command '" + name + "'" +
