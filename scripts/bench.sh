@@ -49,6 +49,10 @@ both_editions "Colour separation in Q32BASE.DLL" separation
 
 beside_peers
 
+printf '\nTwo hundred photographs of 1600 x 1200, 320 pixels wide: q32tool (32 bits, under Wine) beside\n'
+printf 'mogrify and vipsthumbnail (64 bits, on this machine)\n'
+/usr/bin/python3 bench/pictures/many_pictures.py build/win32/bin/q32tool.exe scripts/wine-run build/bench
+
 printf '\nRectangles, the DLL (32 bits, under Wine) beside a tile buffer (64 bits, on this machine)\n'
 build/native/bin/buffers_peers build/win32/rectangles.txt
 printf '\nMeasured in %d minutes\n' $(((SECONDS + 59) / 60))

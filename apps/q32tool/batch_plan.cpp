@@ -172,15 +172,24 @@ void write_command_lines(const Command &command, const Arguments &arguments, Bat
 }
 
 // Finds faults of the command line that no picture is to blame for: the command runs for a name
-// that no file can have, and fails there if not before.
+// that no file can have, and fails there if not before. It gets so far for an output that could be
+// there, which is of the kind of the picture's.
 void check_options(const Command &command, const BatchPlan &plan) {
-    std::set<std::optional<FileFormat>> seen;
+    const std::string no_name = "<no picture>";
+    std::set<std::string> seen;
     for (const Request &picture : plan.pictures) {
-        if (!seen.insert(format_of_name(picture.output)).second)
+        const size_t dot = picture.output.rfind('.');
+        const std::string output =
+            no_name + (dot == std::string::npos ? "" : picture.output.substr(dot));
+        if (!seen.insert(output).second)
             continue;
         Arguments arguments(command, picture.words);
         std::vector<std::string> operands = arguments.operands();
-        operands[0] = "<no picture>";
+        operands.front() = no_name;
+        if (writes_operand(command))
+            operands.back() = output;
+        else if (writes_picture(command))
+            arguments.set(output_option_name, output);
         arguments.set_operands(operands);
         try {
             command.run(arguments);
@@ -216,6 +225,7 @@ BatchPlan plan_batch(const Command &command, const Arguments &arguments) {
     for (std::string &input : inputs_of(command, arguments)) {
         Request picture;
         picture.resume = arguments.has("--resume");
+        picture.quiet = arguments.has("--quiet");
         picture.output = plan.folder.empty() ? "" : output_for(input, plan, kind);
         picture.input = std::move(input);
         picture.command = command.name;

@@ -9,6 +9,7 @@
 #include "commands/commands.h"
 #include "file_kind.h"
 #include "interrupt.h"
+#include "notes.h"
 #include "progress.h"
 #include "timings.h"
 
@@ -117,6 +118,7 @@ Answer answer_to(const Request &request) {
     });
     timings() = {};
     answer.outcome = run(command, request);
+    say_notes(request.quiet || answer.outcome != Outcome::done);
     answer.timings.assign(reinterpret_cast<const char *>(&timings()), sizeof(Timings));
     change_printed({});
     return answer;
@@ -150,14 +152,15 @@ const Command batch_worker_command = {
 };
 
 Message Request::message() const {
-    Message all = {resume ? "resume" : "", input, output, command};
+    Message all = {std::string(resume ? "r" : "") + (quiet ? "q" : ""), input, output, command};
     all.insert(all.end(), words.begin(), words.end());
     return all;
 }
 
 Request::Request(const Message &message)
-    : resume(!message.at(0).empty()), input(message.at(1)), output(message.at(2)),
-      command(message.at(3)), words(message.begin() + 4, message.end()) {}
+    : resume(message.at(0).find('r') != std::string::npos),
+      quiet(message.at(0).find('q') != std::string::npos), input(message.at(1)),
+      output(message.at(2)), command(message.at(3)), words(message.begin() + 4, message.end()) {}
 
 Message Answer::message() const {
     return {std::to_string(static_cast<int>(outcome)), printed, errors, timings};

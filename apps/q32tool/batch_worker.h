@@ -18,6 +18,7 @@ extern const Command batch_worker_command;
 
 struct Request {
     bool resume = false; // the picture is passed over when it is done already
+    bool quiet = false;  // nothing is told of what could not be kept
     std::string input;
     std::string output; // empty: none is written
     std::string command;

@@ -33,11 +33,8 @@ def make_photographs(folder):
         piece = f"85x85%+{across * 2}+{down * 2}"
         resize = ["-resize", f"{SIZE}!", "-quality", "90"]
         unfinished = photograph.with_suffix(".unfinished")
-        subprocess.run(
-            ["convert", sources[number % len(sources)], "-crop", piece, "+repage", *resize]
-            + [f"jpg:{unfinished}"],
-            check=True,
-        )
+        source = ["convert", sources[number % len(sources)], "-crop", piece, "+repage"]
+        subprocess.run([*source, *resize, f"jpg:{unfinished}"], check=True)
         unfinished.rename(photograph)
 
 

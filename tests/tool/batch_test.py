@@ -87,6 +87,16 @@ class Names(BatchCase):
         self.succeed("colorspace", "?.*", "--to", "grey", "--folder", "grey")
         self.assert_made(before, "shown", "shown/a.png", "grey", "grey/a.png", "grey/b.bmp")
 
+    def test_what_is_lost_is_said(self):
+        picture = pictures.noise(4, 3)
+        self.write("a.png", pictures.png_with_alpha(picture, bytes(range(0, 240, 20))))
+        self.write_pictures("b.png")
+        convert = ["convert", "a.png", "b.png", "--as", "jpg", "--to", "out"]
+        result = self.run_tool(*convert)
+        self.assertEqual((result.code, result.out), (DONE, "2 pictures: 2 done\n"))
+        self.assertRegex(result.err, r"\Aq32tool: note: out/a.jpg: [^\n]+\n\Z")
+        self.assertEqual(self.succeed(*convert, "--quiet"), "")
+
     def test_in_place(self):
         self.write_pictures("a.png", "b.png")
         before = self.files()
@@ -152,6 +162,7 @@ class Refusals(BatchCase):
             (["scale", "a.png", "--to", "o"], "--percent"),
             (["scale", "--to", "o", "--percent", "50"], "scale needs IN"),
             (["scale", "a.png", "--to", "o", "--percent", "x"], "--percent takes"),
+            ([*scale, "--to", "o", "--quality", "80"], "--quality is for JPEG, not for PNG"),
             (["scale", "a.png", "b.png", "--percent", "50", "--jobs", "2"], "--jobs is for several"),
             (["convert", "--list", "a.png"], "several pictures need --to FOLDER"),
             (["paste", "a.png", "out/logo.png", "--to", "o"], "paste needs --at X,Y"),

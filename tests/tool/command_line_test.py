@@ -307,7 +307,7 @@ class Misuse(ToolCase):
     @long_round
     def test_too_many_arguments(self):
         self.refuse(USAGE, "convert", "in.png", "out.png", "more.png", says="more.png")
-        self.refuse(USAGE, "info", "in.png", "more.png", says="more.png")
+        self.refuse(USAGE, "rows", "in.png", "more.png", says="more.png")
         for make in MAKE.values():
             self.refuse(USAGE, *make, "more.png", says="more.png")
 

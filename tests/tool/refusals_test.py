@@ -50,8 +50,9 @@ class Inputs(ToolCase):
         self.refuse(FAILED, "info", "nowhere/in.png", says="nowhere/in.png")
 
     def test_no_wildcards(self):
+        """A picture that is written under one name is read under one."""
         self.write("in.png", pictures.png(PICTURE))
-        self.refuse(FAILED, "info", "*.png", says=["*.png", "name"])
+        self.refuse(FAILED, "convert", "*.png", "out.png", says=["*.png", "name"])
 
     def test_directory(self):
         self.refuse_picture(self.make_folder("pictures"), "directory")
