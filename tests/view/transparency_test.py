@@ -3,7 +3,7 @@
 import random
 
 import pictures
-from view_case import TURN_RIGHT, ViewCase, Viewer
+from view_case import TURN_RIGHT, ViewCase, Viewer, part
 
 
 def board(x, y):
@@ -29,6 +29,10 @@ def png(width, height, colour, opacity):
     return pictures.png_file(width, height, rows, pictures.PNG_RGBA)
 
 
+def middle(view, width, height):
+    return part(view, (view.width - width) // 2, (view.height - height) // 2, width, height)
+
+
 class Transparency(ViewCase):
     def setUp(self):
         super().setUp()
@@ -42,7 +46,8 @@ class Transparency(ViewCase):
         return self.pixels[y * 60 + x][3] // 64 * 85  # 0, 85, 170, 255
 
     def seen(self, name, width, height, *options):
-        return self.view(name, "--size", f"{width}x{height}", *options)
+        """The picture, which this view shows in the middle."""
+        return middle(self.view(name, "--size", "320x240", *options), width, height)
 
     def test_in_its_own_size_and_turned(self):
         if Viewer.depth != 24:
@@ -52,10 +57,10 @@ class Transparency(ViewCase):
         turned = over_board(
             40, 60, lambda x, y: self.colour(y, 39 - x), lambda x, y: self.opacity(y, 39 - x)
         )
-        with self.viewer(name, "--size", "60x60") as viewer:
+        with self.viewer(name, "--size", "320x240") as viewer:
             before, after = viewer.views([], [f"command:{TURN_RIGHT}"])
-        self.assertEqual(before.rows()[10:50], wanted.rows())
-        self.assertEqual([row[10 * 3 : 50 * 3] for row in after.rows()], turned.rows())
+        self.assert_same_picture(middle(before, 60, 40), wanted)
+        self.assert_same_picture(middle(after, 40, 60), turned)
 
     def test_single_pixels(self):
         if Viewer.depth != 24:
