@@ -10,6 +10,8 @@
 
 #include <commctrl.h>
 
+#include <utility>
+
 namespace apps::q32view {
 namespace {
 
@@ -66,7 +68,17 @@ LRESULT MainWindow::handle_message(UINT message, WPARAM wide, LPARAM param) {
     case WM_SIZE:
         lay_out();
         return 0;
+    case WM_SYSKEYDOWN:
+        if (wide == VK_MENU)
+            alt_was_used_ = false;
+        return DefWindowProcW(window_, message, wide, param);
+    // Letting go of Alt is not meant for the menu when it was part of another key.
+    case WM_SYSCOMMAND:
+        if ((wide & 0xFFF0) == SC_KEYMENU && param == 0 && std::exchange(alt_was_used_, false))
+            return 0;
+        return DefWindowProcW(window_, message, wide, param);
     case WM_COMMAND:
+        alt_was_used_ = HIWORD(wide) == 1 && GetKeyState(VK_MENU) < 0;
         handle_command(LOWORD(wide));
         return 0;
     case WM_INITMENUPOPUP:

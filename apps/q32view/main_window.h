@@ -68,6 +68,7 @@ private:
     Canvas canvas_;
     FullScreen full_screen_;
     RecentFiles recent_;
+    bool alt_was_used_ = false; // for a command's key
     std::string place_; // the file from which the next one in its folder is counted; empty: none
 };
 

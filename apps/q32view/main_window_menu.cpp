@@ -22,23 +22,21 @@ static_assert(ID_PIXELS_FIRST + static_cast<int>(ShownFormat::bits) == ID_PIXELS
 static_assert(ID_STEP_FIRST + static_cast<int>(Step::last) == ID_STEP_LAST);
 static_assert(ID_RECENT_FIRST + RecentFiles::most - 1 == ID_RECENT_LAST);
 
-constexpr wchar_t keys_text[] = L"Ctrl+O\topen a picture (or drop one here)\n"
-                                L"Space, N, Alt+Right\tnext picture in the folder\n"
-                                L"Backspace, P, Alt+Left\tprevious picture\n"
-                                L"Ctrl+Home, Ctrl+End\tfirst, last picture\n"
-                                L"R, Shift+R\tturn right, left\n"
-                                L"H, V\texchange left and right, top and bottom\n"
-                                L"F11\tfull screen; Esc ends it\n"
-                                L"F\tfit to window\n"
-                                L"W\tfit to width\n"
-                                L"1, Ctrl+0, Ctrl+1\tactual size\n"
-                                L"+ and -\tzoom (or turn the wheel)\n"
-                                L"arrows, Page Up, Page Down, Home, End\tscroll (or drag)\n"
-                                L"Ctrl+C\tcopy what is shown\n"
-                                L"Ctrl+S\tsave what is shown\n"
-                                L"Ctrl+T\ttest card\n"
-                                L"F2\twhole message of the last failure\n"
-                                L"Esc\tstop reading or scaling";
+constexpr wchar_t keys_text[] = L"Open a picture (or drop one here):  Ctrl+O\n"
+                                L"Next picture in the folder:  Space, N, Alt+Right, Ctrl+Right\n"
+                                L"Previous picture:  Backspace, P, Alt+Left, Ctrl+Left\n"
+                                L"First, last picture:  Ctrl+Home, Ctrl+End\n\n"
+                                L"Full screen:  F11, Alt+Enter; Esc ends it\n"
+                                L"Fit to window, to width:  F, W\n"
+                                L"Actual size:  1, Ctrl+0, Ctrl+1\n"
+                                L"Zoom:  + and -, or turn the wheel\n"
+                                L"Scroll:  arrows, Page Up, Page Down, Home, End, or drag\n\n"
+                                L"Turn right, left:  R, Shift+R\n"
+                                L"Exchange left and right, top and bottom:  H, V\n"
+                                L"Copy, save what is shown:  Ctrl+C, Ctrl+S\n"
+                                L"Test card:  Ctrl+T\n"
+                                L"Stop reading or scaling:  Esc\n"
+                                L"Whole message of the last failure:  F2";
 
 constexpr wchar_t about_text[] = L"q32view " Q32BASE_VERSION_STRING "\n\n"
                                  L"Shows pictures as Q32BASE shows them on any display.";

@@ -67,14 +67,14 @@ void StatusBar::say_failure(const FailureWords &failure) {
     show_failure();
 }
 
-// Also in the part that it covers: programs that read the screen aloud look there.
+// All of it stands in the part that is covered: programs that read the screen aloud look there.
 void StatusBar::show_failure() {
     RECT area = {};
     GetClientRect(window_, &area);
     const int room = area.right - area.bottom - width_of(space);
     const std::string text = fitted_words(
         failure_, [this, room](const std::string &words) { return width_of(words) <= room; });
-    set(part_message, text);
+    set(part_message, failure_.whole());
     set(SB_SIMPLEID, text);
 }
 
