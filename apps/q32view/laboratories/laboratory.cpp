@@ -102,6 +102,9 @@ void Laboratory::set_value(std::string_view name, int value) {
 }
 
 void Laboratory::explain(const std::string &text) {
+    if (text == explained_)
+        return;
+    explained_ = text;
     SetWindowTextW(text_, to_wide(text).c_str());
     UpdateWindow(text_);
 }
