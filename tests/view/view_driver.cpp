@@ -15,7 +15,8 @@
 //     keep:FROM,TO          waits for a file, and moves it, replacing an older one
 //     told:TEXT, titled:TEXT   waits until the status bar's message, the title begins so
 //     says, title           prints them
-//     explains:TEXT, explained   the same for a laboratory's text
+//     explains:TEXT         waits until a laboratory's text holds that
+//     explained             prints that text
 //     dialog:FILE           waits for a dialog, names a file in it, and presses its button
 //     spoil                 makes the canvas invalid
 //     size:W,H              of the whole window
@@ -142,11 +143,16 @@ bool print_text(HWND window) {
     return true;
 }
 
-bool wait_for_text(HWND window, const std::wstring &wanted) {
+template <typename Is>
+bool wait_for(const Is &is) {
     for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
-        if (text_of(window).starts_with(wanted))
+        if (is())
             return true;
     return false;
+}
+
+bool wait_for_text(HWND window, const std::wstring &wanted) {
+    return wait_for([&] { return text_of(window).starts_with(wanted); });
 }
 
 bool close() {
@@ -214,7 +220,10 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
     if (word == L"title")
         return print_text(main_window);
     if (word == L"explains")
-        return wait_for_text(GetDlgItem(main_window, laboratory_text), value);
+        return wait_for([&value] {
+            const HWND explained = GetDlgItem(main_window, laboratory_text);
+            return text_of(explained).find(value) != std::wstring::npos;
+        });
     if (word == L"explained")
         return print_text(GetDlgItem(main_window, laboratory_text));
     if (word == L"spoil")
