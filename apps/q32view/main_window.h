@@ -2,6 +2,7 @@
 #pragma once
 
 #include "canvas.h"
+#include "laboratories/laboratories.h"
 #include "options.h"
 #include "status_bar.h"
 
@@ -43,6 +44,7 @@ private:
     void handle_command(int id);
     void handle_choice(int id);
     void show_choices();
+    void open_laboratory_of(const LaboratoryKind &kind);
     void ask_and_open();
     void ask_and_save();
 

@@ -1,5 +1,6 @@
 // The menu's commands, and the marks beside them.
 #include "dialogs.h"
+#include "laboratories/laboratories.h"
 #include "main_window.h"
 #include "resource.h"
 
@@ -80,7 +81,10 @@ void MainWindow::handle_command(int id) {
         MessageBoxW(window_, about_text, L"About q32view", MB_OK);
         break;
     default:
-        handle_choice(id);
+        if (const LaboratoryKind *kind = laboratory_of_command(id); kind != nullptr)
+            open_laboratory_of(*kind);
+        else
+            handle_choice(id);
         break;
     }
 }
@@ -129,6 +133,15 @@ void MainWindow::show_choices() {
            ID_PIXELS_FIRST + static_cast<int>(settings.pixels));
     mark(menu, ID_DITHER, is_high_colour_dithered());
     mark(menu, ID_PALETTE_OPTION, settings.palette_option);
+}
+
+// With the picture that is shown, if there is one.
+void MainWindow::open_laboratory_of(const LaboratoryKind &kind) {
+    LaboratoryRequest request;
+    if (show_.picture && !show_.test_card)
+        request.pictures = {show_.picture->path};
+    request.save_to = options_.save_to;
+    open_laboratory(kind, request);
 }
 
 void MainWindow::ask_and_open() {

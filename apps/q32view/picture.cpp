@@ -31,8 +31,8 @@ Picture load_picture(const std::string &path, StatusBar &status) {
     LongWork work(status, "reading " + name);
     PictureReader reader(path);
     const int width = reader.width(), height = reader.height();
-    Picture picture = {buffer_of(reader.size(), name), reader.size(), name, reader.format(),
-                       reader.bits()};
+    Picture picture = {
+        buffer_of(reader.size(), name), reader.size(), path, name, reader.format(), reader.bits()};
     const size_t row_bytes = static_cast<size_t>(width) * 3;
     const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));

@@ -12,7 +12,8 @@ namespace apps::q32view {
 struct Picture {
     Buffer buffer; // 24 bits
     Size size;
-    std::string name;   // of the file, without its folder
+    std::string path;   // of the file
+    std::string name;   // the same, without its folder
     std::string format; // of the file: "PNG"
     int file_bits = 0;  // per pixel in the file
 };

@@ -33,3 +33,6 @@
 
 #define ID_KEYS  160
 #define ID_ABOUT 161
+
+/* In the order of the table in laboratories/laboratories.cpp, which makes their menu. */
+#define ID_LABORATORY_FIRST 200
