@@ -34,11 +34,6 @@ bool meets(const Area &area, const ModelledBuffer &buffer) {
     return !intersect(area, {0, 0, buffer.width, buffer.height}).is_empty();
 }
 
-int cell_count(const ModelledBuffer &buffer) {
-    const auto cells = [](int side) { return (side + cell_side - 1) / cell_side; };
-    return buffer.is_linear ? 1 : cells(buffer.width) * cells(buffer.height);
-}
-
 } // namespace
 
 size_t ModelledBuffer::row_bytes() const {
@@ -53,6 +48,11 @@ size_t ModelledBuffer::cell_bytes() const {
     return is_linear ? rows_of(height, row_bytes())
                      : rows_of(std::min(height, cell_side),
                                packed_bytes(std::min(width, cell_side), bits));
+}
+
+int ModelledBuffer::cell_count() const {
+    const auto cells = [](int side) { return (side + cell_side - 1) / cell_side; };
+    return is_linear ? 1 : cells(width) * cells(height);
 }
 
 // --- what is known ------------------------------------------------------------------------------
@@ -250,7 +250,7 @@ bool BufferModel::duplicate(const Operation &operation) {
         return true;
     }
     // A linear buffer that was filled and then written still has one cell: no sharing then.
-    if (existing->is_linear != source->is_linear && cell_count(*existing) != cell_count(*source))
+    if (existing->is_linear != source->is_linear && existing->cell_count() != source->cell_count())
         return make_own(*existing);
     const std::string owner = source->source.empty() ? source->name : source->source;
     if (owner == existing->name || owner == existing->source)
@@ -328,7 +328,7 @@ bool BufferModel::lock(ModelledBuffer &buffer, int mode) {
 }
 
 bool BufferModel::lock_cell(ModelledBuffer &buffer, int cell) {
-    if (cell >= cell_count(buffer))
+    if (cell >= buffer.cell_count())
         return false;
     const bool is_writing = buffer.mode == BUF32_WRITE || buffer.mode == BUF32_WRITE_3;
     if (buffer.is_block())

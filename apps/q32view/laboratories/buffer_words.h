@@ -1,0 +1,27 @@
+// What the buffer laboratory says, in words.
+#pragma once
+
+#include "buffer_experiment.h"
+
+#include <string>
+
+namespace apps::q32view {
+
+// What a buffer is, above its cells: "A 640 x 512, 24 bits".
+std::string name_in_words(const SeenBuffer &buffer);
+// Where it lives and with whom, and what the rules add.
+std::string place_in_words(const SeenBuffer &buffer, const BufferModel &model);
+// Its locks: empty without.
+std::string locks_in_words(const SeenBuffer &buffer);
+
+// "done", or what the library, or the laboratory, says of a failure, with its numbers.
+std::string outcome_in_words(const Outcome &outcome);
+// The same, as short as can be: "5804, 1, 4, 12".
+std::string outcome_in_numbers(const Outcome &outcome);
+
+// Three lines below the picture: the last step, how the rules compare, and who knows what.
+std::string state_in_words(const BufferExperiment &experiment);
+
+std::string with_groups(size_t number); // "2,949,120"
+
+} // namespace apps::q32view
