@@ -28,6 +28,8 @@ struct ShowSettings {
 
 // Makes the library act on them. Throws Failure when it cannot make its palettes.
 void apply(const ShowSettings &settings);
+// Those that it was made to act on last.
+const ShowSettings &applied_settings();
 
 // Whether dithering on high-colour displays is on now.
 bool is_high_colour_dithered();

@@ -4,6 +4,7 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
 #include "apps/q32view/resource.h"
+#include "makers.h"
 
 #include <algorithm>
 
@@ -11,7 +12,9 @@ namespace apps::q32view {
 namespace {
 
 // A row each: name, title, ID_LABORATORY_FIRST + place, maker.
-const std::vector<LaboratoryKind> kinds = {};
+const LaboratoryKind kinds[] = {
+    {"merge", "Merge laboratory", ID_LABORATORY_FIRST, make_merge_laboratory},
+};
 
 std::vector<std::unique_ptr<Laboratory>> opened;
 

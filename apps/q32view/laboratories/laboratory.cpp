@@ -6,6 +6,7 @@
 #include "apps/q32view/dialogs.h"
 #include "apps/q32view/resource.h"
 #include "apps/q32view/screenshot.h"
+#include "drawing.h"
 #include "geometry/system_rect.h"
 
 #include <windowsx.h>
@@ -225,6 +226,7 @@ void Laboratory::Stage::paint() {
     } catch (const std::exception &failure) {
         owner_.say_failure(failure);
     }
+    fill_background(dc, size);
     EndPaint(window_, &state);
 }
 

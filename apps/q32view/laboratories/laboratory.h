@@ -45,7 +45,8 @@ protected:
     virtual void take_pictures(const std::vector<std::string> &paths) = 0;
     // A control has a new value, or is a button that was pressed.
     virtual void handle_change(const std::string &name) = 0;
-    // Draws the area of pictures, of which nothing has been drawn yet.
+    // Draws the area of pictures. What is kept out of the context's clipping (keep_drawn) stays;
+    // everything else becomes background afterwards.
     virtual void draw(HDC dc, Size room) = 0;
     // The pointer has come to a point of that area.
     virtual void handle_pointer(Point) {}

@@ -1,0 +1,10 @@
+// Who makes which laboratory, for the table in laboratories.cpp.
+#pragma once
+
+#include "laboratory.h"
+
+namespace apps::q32view {
+
+std::unique_ptr<Laboratory> make_merge_laboratory(std::string title);
+
+} // namespace apps::q32view
