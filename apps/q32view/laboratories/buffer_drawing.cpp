@@ -115,9 +115,8 @@ void draw_legend(const Drawing &drawing, const Area &area, const CellCounts &cou
     for (const Kind &kind : kinds) {
         drawing.fill(box, kind.colour);
         drawing.write_letter(box, kind.letter, kind.letter_colour);
-        drawing.write_line(
-            {box.right + drawing.length(5), area.top, box.left + width, area.bottom},
-            to_utf8(kind.words) + ": " + std::to_string(counts.*kind.count));
+        drawing.write_line({box.right + drawing.length(5), area.top, box.left + width, area.bottom},
+                           to_utf8(kind.words) + ": " + std::to_string(counts.*kind.count));
         box = moved(box, width, 0);
     }
 }
@@ -126,9 +125,9 @@ void draw_legend(const Drawing &drawing, const Area &area, const CellCounts &cou
 
 bool is_touched(const BUF32INFO &info, int index, const std::string &name,
                 const std::vector<Touched> &touched) {
-    const Area cell = area_of(index % info.cell_columns * info.cell_width,
-                              index / info.cell_columns * info.cell_height, info.cell_width,
-                              info.cell_height);
+    const Area cell =
+        area_of(index % info.cell_columns * info.cell_width,
+                index / info.cell_columns * info.cell_height, info.cell_width, info.cell_height);
     return std::any_of(touched.begin(), touched.end(), [&](const Touched &one) {
         return one.buffer == name && !intersect(one.area, cell).is_empty();
     });
@@ -145,9 +144,9 @@ void draw_cell(const Drawing &drawing, const Area &cell, Place place, bool is_sh
                      own.colour);
     if (!has_letter)
         return;
-    drawing.write_letter({cell.left, cell.top, cell.right,
-                          cell.bottom - (is_shared ? cell.height() / 4 : 0)},
-                         kind.letter, kind.letter_colour);
+    drawing.write_letter(
+        {cell.left, cell.top, cell.right, cell.bottom - (is_shared ? cell.height() / 4 : 0)},
+        kind.letter, kind.letter_colour);
     // A line of paper apart.
     drawing.fill({cell.right - 1, cell.top, cell.right, cell.bottom}, paper);
     drawing.fill({cell.left, cell.bottom - 1, cell.right, cell.bottom}, paper);
@@ -247,8 +246,8 @@ void draw_curve(const Drawing &drawing, const Area &area, const BufferExperiment
     for (size_t i = 0; i < moments.size(); ++i) {
         const auto at = [&](int column) { return area.left + area.width() * column / columns; };
         const int left = at(static_cast<int>(i)), right = at(static_cast<int>(i) + 1);
-        const double part = static_cast<double>(moments[i].counters.*counter) /
-                            static_cast<double>(most);
+        const double part =
+            static_cast<double>(moments[i].counters.*counter) / static_cast<double>(most);
         const int y = area.bottom - static_cast<int>(part * (area.height() - width) + 0.5);
         drawing.fill({left, std::min(before, y) - width, left + width, std::max(before, y)},
                      colour);
@@ -295,8 +294,7 @@ void draw_reports(const Drawing &drawing, const Area &area, const BufferExperime
         drawing.write_line(first,
                            "line " + std::to_string(line) + ": " + outcome_in_numbers(outcome),
                            i + 1 == moments.size() ? failed : black, true);
-        const std::string words =
-            outcome.report.message != 0 ? outcome.report.text : outcome.words;
+        const std::string words = outcome.report.message != 0 ? outcome.report.text : outcome.words;
         drawing.write_line(moved(first, 0, height), words);
         top += 2 * height + drawing.length(2);
     }

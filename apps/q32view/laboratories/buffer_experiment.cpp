@@ -58,7 +58,8 @@ bool is_out_of_memory(const Moment &moment) {
 } // namespace
 
 bool Moment::agrees() const {
-    return (outcome.is_done == should_be_done || is_out_of_memory(*this)) && counters == expected && cells == expected_cells;
+    return (outcome.is_done == should_be_done || is_out_of_memory(*this)) && counters == expected &&
+           cells == expected_cells;
 }
 
 BufferExperiment::BufferExperiment(Script script) : script_(std::move(script)) {
@@ -118,9 +119,9 @@ void BufferExperiment::look(Moment &moment) {
 
 void BufferExperiment::note_touched(const Operation &operation) {
     touched_.clear();
-    const auto seen =
-        std::find_if(seen_.begin(), seen_.end(),
-                     [&](const SeenBuffer &one) { return one.name == operation.buffer; });
+    const auto seen = std::find_if(seen_.begin(), seen_.end(), [&](const SeenBuffer &one) {
+        return one.name == operation.buffer;
+    });
     if (seen == seen_.end())
         return;
     const BUF32INFO &info = seen->info;
@@ -129,8 +130,9 @@ void BufferExperiment::note_touched(const Operation &operation) {
     if (operation.verb == Verb::copy)
         touched_.push_back({operation.other, area_of(operation.to, operation.area.size())});
     if (operation.verb == Verb::line)
-        touched_.push_back({operation.buffer, area_of(0, std::min(operation.number, info.height - 1),
-                                                      info.width, 1)});
+        touched_.push_back(
+            {operation.buffer,
+             area_of(0, std::min(operation.number, info.height - 1), info.width, 1)});
     if (operation.cell)
         touched_.push_back({operation.buffer, cell_area(info, *operation.cell)});
 }

@@ -45,8 +45,7 @@ std::vector<Area> tiles_of(const Area &buffers, int count, int dots) {
 }
 
 Area words_of(const Area &tile, int dots) {
-    return area_of(tile.left, tile.top, tile.width(),
-                   lines_of_words * for_dots(line_height, dots));
+    return area_of(tile.left, tile.top, tile.width(), lines_of_words * for_dots(line_height, dots));
 }
 
 CellGrid::CellGrid(const Area &tile, int columns, int rows, int dots)
@@ -54,8 +53,8 @@ CellGrid::CellGrid(const Area &tile, int columns, int rows, int dots)
     const Area words = words_of(tile, dots);
     const int top = words.bottom + for_dots(space, dots) / 2;
     const Size room = {tile.width(), std::max(tile.bottom - top, 0)};
-    const int side = std::min({room.width / columns_, room.height / rows_,
-                               for_dots(largest_cell, dots)});
+    const int side =
+        std::min({room.width / columns_, room.height / rows_, for_dots(largest_cell, dots)});
     corner_ = {tile.left, top};
     extent_ = side > 0 ? Size{side * columns_, side * rows_}
                        : Size{std::min(room.width, columns_), std::min(room.height, rows_)};

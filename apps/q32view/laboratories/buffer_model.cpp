@@ -164,8 +164,8 @@ void BufferModel::provide_block(ModelledBuffer &buffer) const {
     if (buffer.type == BUF32_ONE_COLOUR)
         buffer.block_bytes = std::max(buffer.cell_bytes(), buffer.row_bytes());
     else if (buffer.type == BUF32_PATTERN)
-        buffer.block_bytes = std::max(buffer.cell_bytes(),
-                                      rows_of(buffer.pattern_height, buffer.row_bytes()));
+        buffer.block_bytes =
+            std::max(buffer.cell_bytes(), rows_of(buffer.pattern_height, buffer.row_bytes()));
 }
 
 // A fill: storage goes, and a block comes at once.
@@ -212,9 +212,8 @@ bool BufferModel::free(ModelledBuffer &buffer) {
         }
         make_heir(*heir, buffer.name);
     }
-    std::erase_if(buffers_, [name = buffer.name](const ModelledBuffer &one) {
-        return one.name == name;
-    });
+    std::erase_if(buffers_,
+                  [name = buffer.name](const ModelledBuffer &one) { return one.name == name; });
     return true;
 }
 

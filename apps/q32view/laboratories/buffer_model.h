@@ -17,7 +17,7 @@ struct ModelledBuffer {
     int bits = 0;
     int width = 0, height = 0;
     int capacity_rows = 0;
-    bool is_linear = false;        // one cell of the whole image, for good
+    bool is_linear = false;         // one cell of the whole image, for good
     Place storage = Place::nowhere; // memory or swap file, of its own
     size_t storage_bytes = 0;
     size_t block_bytes = 0; // one colour, pattern: what stands for all cells once it is needed

@@ -10,10 +10,10 @@ namespace apps::q32view {
 struct SeenBuffer {
     std::string name;
     BUF32INFO info = {};
-    bool is_seen = false;                // cells and sharers are; else nobody could look
-    std::vector<Place> cells;            // by index
+    bool is_seen = false;                 // cells and sharers are; else nobody could look
+    std::vector<Place> cells;             // by index
     std::vector<std::string> shares_with; // whose cells lie at the same addresses
-    std::optional<bool> has_block;       // one colour: whether there is one, when that can be told
+    std::optional<bool> has_block;        // one colour: whether there is one, when that can be told
 };
 
 // Looks at buffers without changing them, their locks or the library's counters.

@@ -18,7 +18,8 @@ constexpr size_t most_pixel_bytes = 256 << 20;
 std::string quoted(std::string_view word) {
     constexpr size_t most = 30;
     std::string text(word.substr(0, most));
-    std::replace_if(text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return "\"" + text + (word.size() > most ? "...\"" : "\"");
 }
 
@@ -149,9 +150,8 @@ uint32_t one_of(Words &words, const NamedNumber (&choices)[count], std::string_v
 // --- operations ---------------------------------------------------------------------------------
 
 constexpr NamedNumber types[] = {
-    {"tiled", BUF32_TILED},          {"file", BUF32_TILED_FILE},
-    {"linear", BUF32_LINEAR},        {"memory", BUF32_LINEAR_MEMORY},
-    {"shrink", BUF32_LINEAR_SHRINK}, {"colour", BUF32_ONE_COLOUR},
+    {"tiled", BUF32_TILED},          {"file", BUF32_TILED_FILE},      {"linear", BUF32_LINEAR},
+    {"memory", BUF32_LINEAR_MEMORY}, {"shrink", BUF32_LINEAR_SHRINK}, {"colour", BUF32_ONE_COLOUR},
     {"pattern", BUF32_PATTERN},
 };
 constexpr NamedNumber lock_modes[] = {

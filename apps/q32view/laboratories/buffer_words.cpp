@@ -93,8 +93,8 @@ std::string with_groups(size_t number) {
 
 std::string name_in_words(const SeenBuffer &buffer) {
     return buffer.name + "  " + std::to_string(buffer.info.width) + " x " +
-           std::to_string(buffer.info.height) + ", " + counted(
-               static_cast<uint64_t>(buffer.info.bits_per_pixel), "bit");
+           std::to_string(buffer.info.height) + ", " +
+           counted(static_cast<uint64_t>(buffer.info.bits_per_pixel), "bit");
 }
 
 std::string place_in_words(const SeenBuffer &buffer, const BufferModel &model) {

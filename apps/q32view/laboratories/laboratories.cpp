@@ -14,6 +14,7 @@ namespace {
 // A row each: name, title, ID_LABORATORY_FIRST + place, maker.
 const LaboratoryKind kinds[] = {
     {"merge", "Merge laboratory", ID_LABORATORY_FIRST, make_merge_laboratory},
+    {"buffer", "Buffer laboratory", ID_LABORATORY_FIRST + 2, make_buffer_laboratory, false},
 };
 
 std::vector<std::unique_ptr<Laboratory>> opened;
@@ -70,6 +71,8 @@ bool take_laboratory_message(MSG &message) {
     });
     if (owner == opened.end())
         return false;
+    if (message.message == WM_KEYDOWN && (*owner)->take_key(message.wParam))
+        return true;
     if (is_save_key(message))
         SendMessageW(root, WM_COMMAND, ID_SAVE_VIEW, 0);
     else if (!IsDialogMessageW(root, &message)) {
