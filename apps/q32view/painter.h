@@ -2,6 +2,7 @@
 #pragma once
 
 #include "apps/pictures/areas.h"
+#include "apps/pictures/buffer.h"
 #include "show_settings.h"
 
 #include <q32base/types.h>
@@ -24,5 +25,9 @@ void draw_acted(HDC dc, const Area &area, int depth, const ShowSettings &setting
 // together wherever they are drawn. Throws Failure.
 void paint(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matrix,
            const ShowSettings &settings);
+
+// What a user of the display that the settings name sees of a picture of 24 bits, as another one,
+// whatever display this program is on. The library must act for that display. Throws Failure.
+Buffer seen_on(int device_type, HBUF32 buffer, Size size, const ShowSettings &settings);
 
 } // namespace apps::q32view

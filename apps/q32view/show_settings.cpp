@@ -19,6 +19,18 @@ const ShowSettings &applied_settings() {
     return applied;
 }
 
+ActingOn::ActingOn(const ShowSettings &settings) : before_(applied) {
+    apply(settings);
+}
+
+// The palettes of the display that was acted for could be made before.
+ActingOn::~ActingOn() {
+    try {
+        apply(before_);
+    } catch (const std::exception &) {
+    }
+}
+
 // Detecting reads gamma and dithering from the settings file again: what is chosen comes after.
 void apply(const ShowSettings &settings) {
     applied = settings;

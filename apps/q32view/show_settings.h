@@ -31,6 +31,18 @@ void apply(const ShowSettings &settings);
 // Those that it was made to act on last.
 const ShowSettings &applied_settings();
 
+// Makes it act on some for a while, and then on those from before.
+class ActingOn {
+public:
+    explicit ActingOn(const ShowSettings &settings);
+    ~ActingOn();
+    ActingOn(const ActingOn &) = delete;
+    ActingOn &operator=(const ActingOn &) = delete;
+
+private:
+    ShowSettings before_;
+};
+
 // Whether dithering on high-colour displays is on now.
 bool is_high_colour_dithered();
 

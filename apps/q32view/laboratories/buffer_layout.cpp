@@ -8,10 +8,10 @@ namespace {
 
 constexpr int space = 8;
 constexpr int legend_height = 26;
-constexpr int script_width = 236;
-constexpr int lower_height = 148;
+constexpr int script_width = 250;
+constexpr int lower_height = 140;
 constexpr int columns_of_tiles = 3, least_rows_of_tiles = 2;
-constexpr int lines_of_words = 3, line_height = 15;
+constexpr int line_height = 14;
 constexpr int largest_cell = 24, least_with_letter = 12;
 
 } // namespace
@@ -45,7 +45,8 @@ std::vector<Area> tiles_of(const Area &buffers, int count, int dots) {
 }
 
 Area words_of(const Area &tile, int dots) {
-    return area_of(tile.left, tile.top, tile.width(), lines_of_words * for_dots(line_height, dots));
+    return area_of(tile.left, tile.top, tile.width(),
+                   lines_of_tile_words * for_dots(line_height, dots));
 }
 
 CellGrid::CellGrid(const Area &tile, int columns, int rows, int dots)

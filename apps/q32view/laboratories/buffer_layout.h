@@ -26,6 +26,7 @@ BufferLayout lay_out_buffers(Size room, int dots);
 std::vector<Area> tiles_of(const Area &buffers, int count, int dots);
 
 // The words above a tile's cells.
+constexpr int lines_of_tile_words = 4;
 Area words_of(const Area &tile, int dots);
 
 // The cells of a buffer, all drawn alike: below the words of its tile.

@@ -38,13 +38,25 @@ private:
     uint32_t memory_switch_ = 0, file_switch_ = 0;
 };
 
+// The buffers that an operation cannot do without.
+std::vector<std::string> needed_by(const Operation &operation) {
+    switch (operation.verb) {
+    case Verb::alloc:
+    case Verb::limit_memory:
+    case Verb::limit_files:
+        return {};
+    case Verb::copy:
+        return {operation.buffer, operation.other};
+    default:
+        return {operation.buffer};
+    }
+}
+
 // --- pixels -------------------------------------------------------------------------------------
 
-// Rectangles and rows of a buffer of a handle of 0 are as good as any.
 BUF32INFO info_of(HBUF32 buffer) {
     BUF32INFO info = {};
-    if (!buf32GetInfo(buffer, &info))
-        info.bits_per_pixel = 8;
+    buf32GetInfo(buffer, &info);
     return info;
 }
 
@@ -86,7 +98,7 @@ bool read(HBUF32 buffer, const Operation &operation) {
 }
 
 bool move_line(HBUF32 buffer, const Operation &operation) {
-    auto memory = pixels(buffer, std::max(info_of(buffer).width, 1), 1, operation.colour);
+    auto memory = pixels(buffer, info_of(buffer).width, 1, operation.colour);
     return buf32Line(buffer, operation.number, operation.mode, memory.data());
 }
 
@@ -123,6 +135,9 @@ HBUF32 BufferMachine::handle(const std::string &name) const {
 Outcome BufferMachine::run(const Operation &operation) {
     if (operation.verb == Verb::alloc && handle(operation.buffer) != 0)
         return {.words = operation.buffer + " is still there: not made again"};
+    for (const std::string &name : needed_by(operation))
+        if (handle(name) == 0)
+            return {.words = name + " is not there"};
     if (operation.verb == Verb::limit_memory)
         memory_limit_ = operation.most;
     if (operation.verb == Verb::limit_files)

@@ -34,8 +34,7 @@ public:
     BufferMachine(const BufferMachine &) = delete;
     BufferMachine &operator=(const BufferMachine &) = delete;
 
-    // A buffer that is not there, because it could not be made, has the handle 0. The script's
-    // limits hold while the operation runs, and for the laboratory's buffers only.
+    // The script's limits hold while the operation runs, and for the laboratory's buffers only.
     Outcome run(const Operation &operation);
     // Frees all buffers, whatever their locks, and forgets limits.
     void clear();

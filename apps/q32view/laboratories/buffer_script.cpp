@@ -276,7 +276,8 @@ const Form &form_of(Words &words) {
 
 // --- names --------------------------------------------------------------------------------------
 
-// The buffers that there are before a line, if all before it succeeds.
+// The buffers that there may be before a line. One that was freed may be there all the same: what
+// is locked stays.
 class Names {
 public:
     void follow(const Operation &operation, Named named, const Words &words) {
@@ -286,22 +287,24 @@ public:
             need(operation.buffer, words);
         if (named == Named::one_and_other)
             need(operation.other, words);
-        if (operation.verb == Verb::duplicate && !has(operation.other))
+        if (operation.verb == Verb::duplicate && !has(names_, operation.other))
             make(operation.other, words);
-        if (operation.verb == Verb::free)
+        if (operation.verb == Verb::free && has(names_, operation.buffer)) {
             std::erase(names_, operation.buffer);
+            freed_.push_back(operation.buffer);
+        }
     }
 
 private:
-    bool has(const std::string &name) const {
-        return std::find(names_.begin(), names_.end(), name) != names_.end();
+    static bool has(const std::vector<std::string> &names, const std::string &name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
     }
     void need(const std::string &name, const Words &words) const {
-        if (!has(name))
+        if (!has(names_, name) && !has(freed_, name))
             words.refuse("there is no buffer " + name + " here; alloc or duplicate makes one");
     }
     void make(const std::string &name, const Words &words) {
-        if (has(name))
+        if (has(names_, name))
             words.refuse("there is a buffer " + name + " already; free it first");
         if (names_.size() == most_buffers)
             words.refuse("there are " + std::to_string(most_buffers) +
@@ -309,7 +312,7 @@ private:
         names_.push_back(name);
     }
 
-    std::vector<std::string> names_;
+    std::vector<std::string> names_, freed_;
 };
 
 } // namespace

@@ -10,15 +10,15 @@ namespace {
 
 constexpr std::string_view built_in = R"(# Where do the cells of buffers live?
 
-# One colour: nowhere. A lock is given
+# One colour: nowhere. A lock gets
 # one block for all cells; the first
-# pixels give every cell memory.
+# pixels give each cell memory.
 alloc A 640x512 24 colour 3060a0
 lock A read
 unlock A
 paste A 128,128 256x128 ffc020
 
-# Duplicates share cells, also while
+# Duplicates share cells, while
 # they are read. Who writes parts.
 duplicate A B
 duplicate A C
@@ -27,7 +27,7 @@ paste B 100,100 300x200 20a060
 lock A write
 line A 300 write ff0000
 
-# What cannot be done is reported.
+# What cannot be, is reported.
 free A
 unlock A
 unlock A
@@ -42,8 +42,8 @@ unlock E cell 16
 paste E 256,256 128x128 c04080
 line D 10 read
 
-# A fill gives storage up: there is
-# room in memory for other cells.
+# A fill gives storage up: there
+# is room in memory for others.
 fill C 808080
 copy A 0,0 256x256 C 128,128
 fill B 204060
@@ -54,9 +54,9 @@ limit files 4M
 alloc F 1000x800 24
 alloc G 128x96 24
 
-# From files pixels are read as from
-# memory; whoever shares a source that
-# goes takes its cells over.
+# Files are read like memory. Who
+# shares takes over from a source
+# that goes.
 read D 0,0 800x600
 duplicate D H
 free D

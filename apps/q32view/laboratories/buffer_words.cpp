@@ -34,16 +34,11 @@ const char *lock_mode_in_words(int mode) {
     }
 }
 
-std::string block_in_words(const ModelledBuffer *modelled) {
-    const size_t bytes = modelled != nullptr ? modelled->block_bytes : 0;
-    return bytes > 0 ? ", block of " + in_kilobytes(bytes) : ", no block";
-}
-
 std::string storage_in_words(const SeenBuffer &buffer) {
     const Place place = buffer.cells.empty() ? Place::nowhere : buffer.cells.front();
     if (place == Place::nowhere)
         return "without pixels";
-    return (place == Place::memory ? "memory, " : "swap file, ") +
+    return (place == Place::memory ? "memory " : "swap file ") +
            in_kilobytes(buffer.info.reserved_bytes);
 }
 
@@ -64,7 +59,7 @@ std::optional<size_t> first_difference(const std::vector<Moment> &moments) {
 std::string comparison_in_words(const BufferExperiment &experiment) {
     const auto different = first_difference(experiment.moments());
     if (!different)
-        return "The rules give the same bytes and the same cells, after each step so far.";
+        return "Bytes and cells are as the rules say, after each step so far.";
     const Moment &moment = experiment.moments()[*different];
     return "The rules differ from step " + std::to_string(*different) + " on: by them " +
            (moment.should_be_done ? "it can be done, with " : "it cannot be done, with ") +
@@ -91,32 +86,43 @@ std::string with_groups(size_t number) {
     return text;
 }
 
-std::string name_in_words(const SeenBuffer &buffer) {
-    return buffer.name + "  " + std::to_string(buffer.info.width) + " x " +
-           std::to_string(buffer.info.height) + ", " +
+std::string size_in_words(const SeenBuffer &buffer) {
+    return std::to_string(buffer.info.width) + "x" + std::to_string(buffer.info.height) + ", " +
            counted(static_cast<uint64_t>(buffer.info.bits_per_pixel), "bit");
 }
 
 std::string place_in_words(const SeenBuffer &buffer, const BufferModel &model) {
     const ModelledBuffer *const modelled = model.find(buffer.name);
     if (!buffer.is_seen)
-        return "cells cannot be looked at";
+        return "cannot be looked at";
     if (buffer.info.type == BUF32_ONE_COLOUR)
-        return "one colour" + block_in_words(modelled);
+        return "one colour";
     if (buffer.info.type == BUF32_PATTERN)
-        return "pattern" + block_in_words(modelled);
-    if (buffer.shares_with.empty())
-        return storage_in_words(buffer);
-    if (modelled != nullptr && !modelled->source.empty())
+        return "pattern";
+    if (!buffer.shares_with.empty() && modelled != nullptr && !modelled->source.empty())
         return "reads " + modelled->source + "'s cells";
-    return storage_in_words(buffer) + ", for " + listed(buffer.shares_with);
+    return storage_in_words(buffer);
+}
+
+std::string detail_in_words(const SeenBuffer &buffer, const BufferModel &model) {
+    const ModelledBuffer *const modelled = model.find(buffer.name);
+    if (modelled == nullptr)
+        return {};
+    if (modelled->is_block())
+        return modelled->block_bytes > 0 ? "block of " + in_kilobytes(modelled->block_bytes)
+                                         : "no block yet";
+    if (!modelled->source.empty() && modelled->storage_bytes > 0)
+        return "keeps " + in_kilobytes(modelled->storage_bytes);
+    if (modelled->source.empty() && !buffer.shares_with.empty())
+        return "also for " + listed(buffer.shares_with);
+    return {};
 }
 
 std::string locks_in_words(const SeenBuffer &buffer) {
     const int locks = buffer.info.lock_count;
     if (locks == 0)
         return {};
-    return counted(static_cast<uint64_t>(locks), "lock") + ", last for " +
+    return counted(static_cast<uint64_t>(locks), "lock") + ": " +
            lock_mode_in_words(buffer.info.access_mode);
 }
 
@@ -124,8 +130,8 @@ std::string outcome_in_numbers(const Outcome &outcome) {
     const LibraryReport &report = outcome.report;
     if (report.message == 0)
         return outcome.is_done ? "done" : "no report";
-    return std::to_string(report.message) + ", " + std::to_string(report.severity) + ", " +
-           std::to_string(report.module) + ", " + std::to_string(report.point);
+    return "error " + std::to_string(report.message) + ", module " + std::to_string(report.module) +
+           ", point " + std::to_string(report.point);
 }
 
 std::string outcome_in_words(const Outcome &outcome) {
@@ -140,8 +146,8 @@ std::string outcome_in_words(const Outcome &outcome) {
 
 std::string state_in_words(const BufferExperiment &experiment) {
     return last_step_in_words(experiment) + "\n" + comparison_in_words(experiment) +
-           "\nFrom the library: bytes, locks, reports, each cell's address and, of the system, "
-           "what lies there. By the rules: who is the source, and blocks.";
+           "\nThe library tells bytes, locks, reports and cells' addresses, the system what is "
+           "there; by the rules: who is the source, blocks.";
 }
 
 } // namespace apps::q32view

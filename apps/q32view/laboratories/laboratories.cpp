@@ -14,6 +14,7 @@ namespace {
 // A row each: name, title, ID_LABORATORY_FIRST + place, maker.
 const LaboratoryKind kinds[] = {
     {"merge", "Merge laboratory", ID_LABORATORY_FIRST, make_merge_laboratory},
+    {"display", "Display laboratory", ID_LABORATORY_FIRST + 1, make_display_laboratory},
     {"buffer", "Buffer laboratory", ID_LABORATORY_FIRST + 2, make_buffer_laboratory, false},
 };
 

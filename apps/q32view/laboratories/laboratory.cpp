@@ -115,6 +115,9 @@ bool Laboratory::take_key(WPARAM key) {
 }
 
 void Laboratory::explain(const std::string &text) {
+    if (text == explained_)
+        return;
+    explained_ = text;
     SetWindowTextW(text_, to_wide(text).c_str());
     UpdateWindow(text_);
 }

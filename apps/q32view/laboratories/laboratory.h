@@ -100,6 +100,7 @@ private:
     ControlColumn column_;
     Stage stage_{*this};
     HWND text_ = nullptr;
+    std::string explained_;
     StatusBar status_;
 };
 
