@@ -12,8 +12,8 @@ namespace apps::q32view {
 namespace {
 
 // By Place.
-constexpr std::array kind_of_place[] = {kind_nowhere, kind_memory, kind_file, kind_colour,
-                                        kind_pattern};
+constexpr KindIndex kind_of_place[] = {kind_nowhere, kind_memory, kind_file, kind_colour,
+                                       kind_pattern};
 
 const Kind &kind_at(Place place) {
     return kinds[kind_of_place[static_cast<size_t>(place)]];
