@@ -59,6 +59,16 @@ TEST(Options, AreTaken) {
     EXPECT_TRUE(options.whole_window);
 }
 
+TEST(Options, ALaboratoryTakesAllPictures) {
+    const Options options = options_of(
+        {"--laboratory", "merge", "a.png", "--set", "mode=add", "b.png", "--set=opacity=60"});
+    EXPECT_EQ(options.laboratory, "merge");
+    EXPECT_EQ(options.picture, "");
+    EXPECT_EQ(options.laboratory_pictures, (std::vector<std::string>{"a.png", "b.png"}));
+    EXPECT_EQ(options.laboratory_settings,
+              (std::vector<Setting>{{"mode", "add"}, {"opacity", "60"}}));
+}
+
 TEST(Options, KindsOfPixels) {
     EXPECT_EQ(options_of({"--pixels", "24"}).settings.pixels, ShownFormat::rgb);
     EXPECT_EQ(options_of({"--pixels", "16"}).settings.pixels, ShownFormat::rgb555);
@@ -97,6 +107,9 @@ TEST(Options, AreRefused) {
     EXPECT_EQ(complaint({"--zoom"}), "--zoom: fit|PERCENT is missing");
     EXPECT_EQ(complaint({"a.png", "b.png"}), "b.png: one picture is shown at a time");
     EXPECT_EQ(complaint({""}), "a picture's name is empty");
+    EXPECT_EQ(complaint({"a.png", ""}), "a picture's name is empty");
+    EXPECT_EQ(complaint({"--set", "mode=add"}), "--set mode is for a --laboratory");
+    EXPECT_EQ(complaint({"--set", "mode"}), "--set mode: NAME=VALUE is wanted");
     EXPECT_EQ(complaint({"--zoom", "0"}), "--zoom 0: fit, or 1 to 3200 percent, is wanted");
     EXPECT_EQ(complaint({"--zoom", "3201"}), "--zoom 3201: fit, or 1 to 3200 percent, is wanted");
     EXPECT_EQ(complaint({"--zoom", "5x"}), "--zoom 5x: fit, or 1 to 3200 percent, is wanted");
@@ -118,9 +131,10 @@ TEST(Options, AreRefused) {
 
 TEST(Options, TheHelpNamesThemAll) {
     const std::string help = help_text();
-    for (const char *name : {"--zoom", "--at", "--size", "--device-type", "--gamma", "--dither",
-                             "--pixels", "--palette-option", "--test-card", "--save-to",
-                             "--screenshot", "--whole-window", "--help", "--version"})
+    for (const char *name :
+         {"--zoom", "--at", "--size", "--device-type", "--gamma", "--dither", "--pixels",
+          "--palette-option", "--test-card", "--save-to", "--screenshot", "--whole-window",
+          "--laboratory", "--set", "--help", "--version"})
         EXPECT_NE(help.find(std::string("  ") + name), std::string::npos) << name;
 }
 

@@ -1,17 +1,20 @@
 // Uses q32view as a user would, from another process: view_driver STEP...
-// Each step is a word, and what belongs to it behind a colon. What a user would do is put into the
-// window's queue, where it is done in this order:
+// Each step is a word, and what belongs to it behind a colon. The first step may be "laboratory":
+// all others are then for the window of one, whose area of pictures is the canvas. What a user
+// would do is put into the window's queue, where it is done in this order:
 //     command:ID            a menu command
 //     key:VK                a key
 //     wheel:TURN,X,Y        over a point of the canvas
 //     drag:X,Y,X,Y          with the left button, from and to a point of the canvas
+//     move:X,Y              the pointer over a point of the canvas
+//     press:CONTROL,VK      a key, in a laboratory's control by its place among them, from 0 on
 //     bar:BAR,CODE,PLACE    BAR 0 across, 1 down; CODE a SB_ value, PLACE where a thumb is dragged
 //     to drop:FILE             a file on the window palettes              as if another window's
 //     palette had changed the colours
 // Steps that are done when the next begins:
 //     keep:FROM,TO          waits for a file, and moves it, replacing an older one
 //     told:TEXT, titled:TEXT   waits until the status bar's message, the title begins so
-//     says, title           prints them
+//     says, title, explained   prints them; the last: a laboratory's text
 //     dialog:FILE           waits for a dialog, names a file in it, and presses its button
 //     spoil                 makes the canvas invalid
 //     size:W,H              of the whole window
@@ -33,6 +36,9 @@ namespace {
 
 constexpr DWORD patience = 20000; // milliseconds
 
+constexpr int first_control = 1000; // of a laboratory
+
+const wchar_t *main_class = L"Q32View", *canvas_class = L"Q32ViewCanvas";
 HWND main_window, canvas, status;
 DWORD process_id;
 
@@ -46,7 +52,7 @@ BOOL CALLBACK take_frame(HWND window, LPARAM) {
     DWORD owner = 0;
     GetWindowThreadProcessId(window, &owner);
     GetClassNameW(window, name, 40);
-    if (std::wcscmp(name, L"Q32View") == 0 && IsWindowVisible(window) &&
+    if (std::wcscmp(name, main_class) == 0 && IsWindowVisible(window) &&
         (process_id == 0 || owner == process_id))
         main_window = window;
     return main_window == nullptr;
@@ -57,7 +63,7 @@ bool find_windows() {
         EnumWindows(take_frame, 0);
         if (main_window == nullptr)
             continue;
-        canvas = FindWindowExW(main_window, nullptr, L"Q32ViewCanvas", nullptr);
+        canvas = FindWindowExW(main_window, nullptr, canvas_class, nullptr);
         status = FindWindowExW(main_window, nullptr, L"msctls_statusbar32", nullptr);
         if (canvas != nullptr && status != nullptr)
             return true;
@@ -110,6 +116,13 @@ bool drag(const std::vector<int> &values) {
     return post(canvas, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(values[0], values[1])) &&
            post(canvas, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(values[2], values[3])) &&
            post(canvas, WM_LBUTTONUP, 0, MAKELPARAM(values[2], values[3]));
+}
+
+bool press(const std::vector<int> &values) {
+    const HWND control = GetDlgItem(main_window, first_control + values[0]);
+    const WPARAM key = static_cast<WPARAM>(values[1]);
+    return control != nullptr && post(control, WM_KEYDOWN, key, 1) &&
+           post(control, WM_KEYUP, key, 1);
 }
 
 std::wstring text_of(HWND window) {
@@ -198,6 +211,8 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
         return print_text(status);
     if (word == L"title")
         return print_text(main_window);
+    if (word == L"explained")
+        return print_text(GetDlgItem(main_window, 0));
     if (word == L"spoil")
         return InvalidateRect(canvas, nullptr, FALSE) != 0;
     if (word == L"palettes")
@@ -218,6 +233,10 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
         return wheel(list);
     if (word == L"drag")
         return drag(list);
+    if (word == L"move")
+        return post(canvas, WM_MOUSEMOVE, 0, MAKELPARAM(list[0], list[1]));
+    if (word == L"press")
+        return press(list);
     if (word == L"bar")
         return post(canvas, list[0] == 0 ? WM_HSCROLL : WM_VSCROLL,
                     static_cast<WPARAM>(MAKELONG(list[1], list[2])), 0);
@@ -228,10 +247,15 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
 } // namespace
 
 int wmain(int count, wchar_t **arguments) {
+    const bool is_laboratory = count > 1 && std::wcscmp(arguments[1], L"laboratory") == 0;
+    if (is_laboratory) {
+        main_class = L"Q32ViewLaboratory";
+        canvas_class = L"Q32ViewStage";
+    }
     if (!find_windows())
         return fail(L"the window does not come");
     GetWindowThreadProcessId(main_window, &process_id);
-    for (int i = 1; i < count; ++i) {
+    for (int i = is_laboratory ? 2 : 1; i < count; ++i) {
         const std::wstring step = arguments[i];
         const size_t colon = step.find(L':');
         const std::wstring value = colon == std::wstring::npos ? L"" : step.substr(colon + 1);

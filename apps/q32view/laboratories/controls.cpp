@@ -9,17 +9,17 @@
 namespace apps::q32view {
 namespace {
 
-std::string listed(const std::vector<std::string> &words) {
+std::string listed(const std::vector<std::string> &words, const std::string &last) {
     std::string list;
     for (size_t i = 0; i < words.size(); ++i)
-        list += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+        list += (i == 0 ? "" : i + 1 == words.size() ? last : ", ") + words[i];
     return list;
 }
 
 std::string wanted_by(const Control &control) {
     switch (control.kind) {
     case Control::Kind::choice:
-        return listed(control.choices);
+        return listed(control.choices, " or ");
     case Control::Kind::number:
         return std::to_string(control.least) + " to " + std::to_string(control.most);
     default:
@@ -120,7 +120,7 @@ void take_setting(std::vector<Control> &controls, const Setting &setting) {
     });
     if (control == controls.end())
         throw UsageError("--set " + name + ": there is no such setting here; there are " +
-                         listed(names_of(controls)));
+                         listed(names_of(controls), " and "));
     if (!set_by_word(*control, value))
         throw UsageError("--set " + name + "=" + value + ": " + wanted_by(*control) + " is wanted");
 }

@@ -36,9 +36,13 @@ Size client_size(HWND window) {
 
 } // namespace
 
+// A window that is still open goes with the program, at its end. Taking it away by itself may mean
+// to wait for a window manager.
 Laboratory::~Laboratory() {
-    if (window_ != nullptr)
-        DestroyWindow(window_);
+    if (is_closed())
+        return;
+    for (const HWND window : {stage_.window(), window_})
+        SetWindowLongPtrW(window, GWLP_USERDATA, 0);
 }
 
 void Laboratory::open(const LaboratoryRequest &request) {
@@ -171,7 +175,7 @@ LRESULT Laboratory::handle_message(UINT message, WPARAM wide, LPARAM param) {
         if (!Busy::is_anything())
             handle_timer();
         return 0;
-    case WM_NCDESTROY: {
+    case WM_NCDESTROY: { // the stage has gone before
         const LRESULT result = DefWindowProcW(window_, message, wide, param);
         window_ = nullptr;
         PostMessageW(nullptr, WM_NULL, 0, 0); // whoever waits for messages looks who is left
