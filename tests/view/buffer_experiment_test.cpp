@@ -88,10 +88,10 @@ TEST(BufferExperiment, TheBuiltInScriptShowsEveryKind) {
         most,
         (CellCounts{.memory = 60, .swap_file = 70, .shared = 70, .one_colour = 20, .pattern = 20}));
     EXPECT_EQ(reports, (std::vector<std::string>{
-                           "error 5804, module 4, point 12", // freeing what is locked
-                           "error 5804, module 3, point 4",  // unlocking what is not
-                           "error 5804, module 3, point 3",  // a row without a lock
-                           "error 1001, module 4, point 3",  // beyond the limit of files
+                           "5804, module 4, point 12", // freeing what is locked
+                           "5804, module 3, point 4",  // unlocking what is not
+                           "5804, module 3, point 3",  // a row without a lock
+                           "1001, module 4, point 3",  // beyond the limit of files
                        }));
 }
 
@@ -172,17 +172,17 @@ TEST(BufferExperiment, GoesOnAfterFailures) {
         "alloc D 200x200 24\nalloc E 200x200 8\nduplicate D E\nresize D 5\ncopy D 0,0 9x9 E 0,0\n"
         "paste D 300,300 5x5 ff\nread D 300,0 5x5\nlock D cell 4\nunlock D cell 0\n");
     run(experiment);
-    EXPECT_EQ(report_of_line(experiment, 1), "error 5402, module 4, point 71");
+    EXPECT_EQ(report_of_line(experiment, 1), "5402, module 4, point 71");
     EXPECT_EQ(outcome_in_words(experiment.moments()[2].outcome), "A is not there");
-    EXPECT_EQ(report_of_line(experiment, 3), "error 5403, module 4, point 72");
-    EXPECT_EQ(report_of_line(experiment, 4), "error 3200, module 4, point 7");
-    EXPECT_EQ(report_of_line(experiment, 7), "error 4026, module 3, point 7");
-    EXPECT_EQ(report_of_line(experiment, 8), "error 3200, module 4, point 11");
-    EXPECT_EQ(report_of_line(experiment, 9), "error 3200, module 4, point 18");
-    EXPECT_EQ(report_of_line(experiment, 10), "error 3200, module 3, point 14");
-    EXPECT_EQ(report_of_line(experiment, 11), "error 3200, module 3, point 13");
-    EXPECT_EQ(report_of_line(experiment, 12), "error 5804, module 3, point 1");
-    EXPECT_EQ(report_of_line(experiment, 13), "error 5804, module 3, point 2");
+    EXPECT_EQ(report_of_line(experiment, 3), "5403, module 4, point 72");
+    EXPECT_EQ(report_of_line(experiment, 4), "3200, module 4, point 7");
+    EXPECT_EQ(report_of_line(experiment, 7), "4026, module 3, point 7");
+    EXPECT_EQ(report_of_line(experiment, 8), "3200, module 4, point 11");
+    EXPECT_EQ(report_of_line(experiment, 9), "3200, module 4, point 18");
+    EXPECT_EQ(report_of_line(experiment, 10), "3200, module 3, point 14");
+    EXPECT_EQ(report_of_line(experiment, 11), "3200, module 3, point 13");
+    EXPECT_EQ(report_of_line(experiment, 12), "5804, module 3, point 1");
+    EXPECT_EQ(report_of_line(experiment, 13), "5804, module 3, point 2");
 }
 
 TEST(BufferExperiment, WhatIsLockedIsNotMadeAgain) {

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int space = 8;
 constexpr int legend_height = 26;
-constexpr int script_width = 250;
+constexpr int script_width = 226;
 constexpr int lower_height = 140;
 constexpr int columns_of_tiles = 3, least_rows_of_tiles = 2;
 constexpr int line_height = 14;

@@ -87,8 +87,8 @@ std::string with_groups(size_t number) {
 }
 
 std::string size_in_words(const SeenBuffer &buffer) {
-    return std::to_string(buffer.info.width) + "x" + std::to_string(buffer.info.height) + ", " +
-           counted(static_cast<uint64_t>(buffer.info.bits_per_pixel), "bit");
+    return std::to_string(buffer.info.width) + "x" + std::to_string(buffer.info.height) + "x" +
+           std::to_string(buffer.info.bits_per_pixel);
 }
 
 std::string place_in_words(const SeenBuffer &buffer, const BufferModel &model) {
@@ -130,7 +130,7 @@ std::string outcome_in_numbers(const Outcome &outcome) {
     const LibraryReport &report = outcome.report;
     if (report.message == 0)
         return outcome.is_done ? "done" : "no report";
-    return "error " + std::to_string(report.message) + ", module " + std::to_string(report.module) +
+    return std::to_string(report.message) + ", module " + std::to_string(report.module) +
            ", point " + std::to_string(report.point);
 }
 

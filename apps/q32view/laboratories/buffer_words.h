@@ -7,7 +7,7 @@
 
 namespace apps::q32view {
 
-// What a buffer is: "640x512, 24 bits".
+// What a buffer is: "640x512x24".
 std::string size_in_words(const SeenBuffer &buffer);
 // Where it lives, and what is to be known of that: who shares it, a block, storage of its own.
 std::string place_in_words(const SeenBuffer &buffer, const BufferModel &model);
@@ -17,7 +17,7 @@ std::string locks_in_words(const SeenBuffer &buffer);
 
 // "done", or what the library, or the laboratory, says of a failure, with its numbers.
 std::string outcome_in_words(const Outcome &outcome);
-// The same in numbers: "error 5804, module 4, point 12".
+// The same in numbers: "5804, module 4, point 12".
 std::string outcome_in_numbers(const Outcome &outcome);
 
 // Three lines below the picture: the last step, how the rules compare, and who knows what.
