@@ -51,6 +51,7 @@ private:
     void settle() override;
     void draw(HDC dc, Size room) override;
 
+    void try_script(Script script);
     void step();
     void go_to(int operations);
     void run(bool on);
@@ -69,18 +70,21 @@ std::vector<Control> BufferLaboratory::make_controls() {
 void BufferLaboratory::take_pictures(const std::vector<std::string> &paths) {
     if (paths.size() > 1)
         throw UsageError(paths[1] + ": the buffer laboratory takes one script");
-    experiment_ = std::make_unique<BufferExperiment>(built_in_script());
-    limit("step", experiment_->length());
-    if (!paths.empty()) {
-        experiment_ = std::make_unique<BufferExperiment>(read_script(paths.front()));
-        limit("step", experiment_->length());
-    }
     const int first = value("step");
+    try_script(built_in_script());
+    if (!paths.empty())
+        try_script(read_script(paths.front()));
     if (first > experiment_->length())
         throw UsageError("--set step=" + std::to_string(first) + ": 0 to " +
                          std::to_string(experiment_->length()) + " is wanted");
     go_to(first);
     run(value("run") != 0);
+}
+
+void BufferLaboratory::try_script(Script script) {
+    experiment_ = std::make_unique<BufferExperiment>(std::move(script));
+    limit("step", experiment_->length());
+    show_state();
 }
 
 void BufferLaboratory::handle_change(const std::string &name) {
