@@ -14,7 +14,8 @@
 // Steps that are done when the next begins:
 //     keep:FROM,TO          waits for a file, and moves it, replacing an older one
 //     told:TEXT, titled:TEXT   waits until the status bar's message, the title begins so
-//     says, title, explained   prints them; the last: a laboratory's text
+//     says, title           prints them
+//     explains:TEXT, explained   the same for a laboratory's text
 //     dialog:FILE           waits for a dialog, names a file in it, and presses its button
 //     spoil                 makes the canvas invalid
 //     size:W,H              of the whole window
@@ -36,7 +37,8 @@ namespace {
 
 constexpr DWORD patience = 20000; // milliseconds
 
-constexpr int first_control = 1000; // of a laboratory
+// In a laboratory.
+constexpr int laboratory_text = 999, first_control = 1000;
 
 const wchar_t *main_class = L"Q32View", *canvas_class = L"Q32ViewCanvas";
 HWND main_window, canvas, status;
@@ -211,8 +213,10 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
         return print_text(status);
     if (word == L"title")
         return print_text(main_window);
+    if (word == L"explains")
+        return wait_for_text(GetDlgItem(main_window, laboratory_text), value);
     if (word == L"explained")
-        return print_text(GetDlgItem(main_window, 0));
+        return print_text(GetDlgItem(main_window, laboratory_text));
     if (word == L"spoil")
         return InvalidateRect(canvas, nullptr, FALSE) != 0;
     if (word == L"palettes")

@@ -21,6 +21,7 @@ constexpr int column_width = 190;
 constexpr int margin = 12;
 constexpr int text_height = 70;
 
+constexpr int text_id = ControlColumn::first_id - 1; // among the controls' numbers
 constexpr UINT_PTR timer_id = 1;
 
 // Messages that begin something new.
@@ -76,7 +77,8 @@ void Laboratory::create(Size size) {
     status_.create(window_);
     stage_.create(window_);
     text_ = CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE | SS_NOPREFIX, 0, 0, 0, 0,
-                            window_, nullptr, GetModuleHandleW(nullptr), nullptr);
+                            window_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(text_id)),
+                            GetModuleHandleW(nullptr), nullptr);
     SendMessageW(text_, WM_SETFONT, reinterpret_cast<WPARAM>(message_font()), FALSE);
     RECT frame = {0, 0, size.width, size.height};
     AdjustWindowRectEx(&frame, style, FALSE, WS_EX_CONTROLPARENT);
