@@ -58,7 +58,7 @@ void draw_script(const BufferCanvas &canvas, const Area &area, const BufferExper
         line.left = margin.right;
         const std::string &text = script.lines[static_cast<size_t>(i)];
         const bool is_remark = text.starts_with('#');
-        canvas.write_line(line, text, is_remark ? faint : black, number == present);
+        canvas.write_line(line, text, is_remark ? faint : black);
     }
 }
 

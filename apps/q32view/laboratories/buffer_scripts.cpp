@@ -18,8 +18,8 @@ lock A read
 unlock A
 paste A 128,128 256x128 ffc020
 
-# Duplicates share cells, while
-# they are read. Who writes parts.
+# Duplicates share cells; reading
+# keeps it so. Who writes parts.
 duplicate A B
 duplicate A C
 read B 0,0 640x512

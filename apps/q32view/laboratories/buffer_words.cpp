@@ -146,8 +146,8 @@ std::string outcome_in_words(const Outcome &outcome) {
 
 std::string state_in_words(const BufferExperiment &experiment) {
     return last_step_in_words(experiment) + "\n" + comparison_in_words(experiment) +
-           "\nThe library tells bytes, locks, reports and cells' addresses, the system what is "
-           "there; by the rules: who is the source, blocks.";
+           "\nSeen: bytes, locks, reports, cells' addresses, and what the system has there. By the "
+           "rules: sources, blocks.";
 }
 
 } // namespace apps::q32view
