@@ -58,13 +58,17 @@ void BufferCanvas::write_centred(const Area &area, const std::wstring &text,
     write(area, text, colour, DT_SINGLELINE | DT_CENTER | DT_VCENTER);
 }
 
-int BufferCanvas::write_paragraph(const Area &area, const std::string &text) const {
+void BufferCanvas::write_paragraph(const Area &area, const std::string &text) const {
+    write(area, to_wide(text), black, DT_WORDBREAK);
+}
+
+int BufferCanvas::height_of_paragraph(int width, const std::string &text) const {
     const std::wstring wide = to_wide(text);
-    RECT rect = q32::as_rect(area);
+    RECT rect = {0, 0, width, 0};
     SelectObject(dc_, message_font());
     DrawTextW(dc_, wide.c_str(), -1, &rect, DT_WORDBREAK | DT_NOPREFIX | DT_CALCRECT);
-    write(area, wide, black, DT_WORDBREAK);
-    return static_cast<int>(rect.bottom - rect.top);
+    SelectObject(dc_, GetStockObject(SYSTEM_FONT));
+    return static_cast<int>(rect.bottom);
 }
 
 int BufferCanvas::width_of(const std::string &text) const {

@@ -52,8 +52,9 @@ public:
     // At the right edge of the area's top.
     void write_right(const Area &area, const std::string &text, COLORREF colour) const;
     void write_centred(const Area &area, const std::wstring &text, COLORREF colour) const;
-    // In as many lines as it needs; returns their height.
-    int write_paragraph(const Area &area, const std::string &text) const;
+    // In as many lines as it needs, which are so high.
+    void write_paragraph(const Area &area, const std::string &text) const;
+    int height_of_paragraph(int width, const std::string &text) const;
     // In bold letters.
     int width_of(const std::string &text) const;
 

@@ -48,20 +48,24 @@ bool is_touched(const BUF32INFO &info, int index, const std::string &name,
     });
 }
 
-// Shared cells have a stripe below: where their pixels lie.
-void draw_cell(const BufferCanvas &canvas, const Area &cell, Place place, bool is_shared,
+// Shared cells have a stripe below: where their pixels lie. Of those that are too low for stripes
+// every fourth row is one.
+void draw_cell(const BufferCanvas &canvas, const Area &cell, int row, Place place, bool is_shared,
                bool has_letter) {
+    constexpr int least_height = 8, least_apart = 5, part = 4;
     const Kind &own = kind_at(place);
     const Kind &kind = is_shared ? kinds[kind_shared] : own;
-    canvas.fill(cell, kind.colour);
-    if (is_shared)
-        canvas.fill({cell.left, cell.bottom - cell.height() / 4, cell.right, cell.bottom},
-                    own.colour);
-    if (!has_letter)
+    const bool has_stripe = is_shared && cell.height() >= least_height;
+    const bool is_stripe = is_shared && !has_stripe && row % part == part - 1;
+    Area upper = cell;
+    upper.bottom -= has_stripe ? cell.height() / part : 0;
+    canvas.fill(cell, is_shared ? own.colour : kind.colour);
+    if (!is_stripe)
+        canvas.fill(upper, kind.colour);
+    if (has_letter)
+        canvas.write_centred(upper, kind.letter, kind.letter_colour);
+    if (cell.height() < least_apart)
         return;
-    canvas.write_centred(
-        {cell.left, cell.top, cell.right, cell.bottom - (is_shared ? cell.height() / 4 : 0)},
-        kind.letter, kind.letter_colour);
     // A line of paper apart.
     canvas.fill({cell.right - 1, cell.top, cell.right, cell.bottom}, paper);
     canvas.fill({cell.left, cell.bottom - 1, cell.right, cell.bottom}, paper);
@@ -78,9 +82,12 @@ void draw_cells(const BufferCanvas &canvas, const Area &tile, const SeenBuffer &
                 const BufferExperiment &experiment) {
     const BUF32INFO &info = buffer.info;
     const CellGrid grid(tile, info.cell_columns, info.cell_rows, canvas.dots());
-    for (size_t i = 0; i < buffer.cells.size(); ++i)
-        draw_cell(canvas, grid.cell(static_cast<int>(i)), buffer.cells[i],
-                  !buffer.shares_with.empty(), grid.has_letters());
+    const bool is_shared = !buffer.shares_with.empty();
+    for (size_t i = 0; i < buffer.cells.size(); ++i) {
+        const int index = static_cast<int>(i);
+        draw_cell(canvas, grid.cell(index), index / info.cell_columns, buffer.cells[i], is_shared,
+                  grid.has_letters());
+    }
     if (grid.has_letters())
         for (int i = 0; i < info.cell_count; ++i)
             if (is_touched(info, i, buffer.name, experiment.touched()))

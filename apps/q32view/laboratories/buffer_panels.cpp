@@ -93,19 +93,22 @@ void draw_reports(const BufferCanvas &canvas, const Area &area,
     const std::vector<Moment> &moments = experiment.moments();
     const int height = canvas.length(15);
     int top = inside.top;
-    for (size_t i = moments.size() - 1; i > 0 && top + 2 * height <= inside.bottom; --i) {
+    for (size_t i = moments.size() - 1; i > 0; --i) {
         const Outcome &outcome = moments[i].outcome;
         if (outcome.is_done)
             continue;
+        const std::string words = outcome.report.message != 0 ? outcome.report.text : outcome.words;
+        const Area first = area_of(inside.left, top, inside.width(), height);
+        const Area rest = area_of(inside.left, first.bottom, inside.width(),
+                                  canvas.height_of_paragraph(inside.width(), words));
+        if (rest.bottom > inside.bottom)
+            break;
         const int line = experiment.script().operations[i - 1].line;
-        canvas.write_line(area_of(inside.left, top, inside.width(), height),
+        canvas.write_line(first,
                           "line " + std::to_string(line) + ": " + outcome_in_numbers(outcome),
                           i + 1 == moments.size() ? failed : faint);
-        top += height;
-        top += canvas.write_paragraph({inside.left, top, inside.right, inside.bottom},
-                                      outcome.report.message != 0 ? outcome.report.text
-                                                                  : outcome.words) +
-               canvas.length(4);
+        canvas.write_paragraph(rest, words);
+        top = rest.bottom + canvas.length(4);
     }
     if (top == inside.top)
         canvas.write_line(area_of(inside.left, top, inside.width(), height), "none so far", faint);

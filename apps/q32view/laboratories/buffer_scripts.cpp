@@ -54,16 +54,16 @@ limit files 4M
 alloc F 1000x800 24
 alloc G 128x96 24
 
-# Files are read like memory. Who
-# shares takes over from a source
-# that goes.
+# Files are read like memory. A
+# source that goes leaves its
+# cells to those who share them.
 read D 0,0 800x600
+free B
 duplicate D H
 free D
 free E
 free H
 free A
-free B
 free C
 free G
 )";
