@@ -4,6 +4,7 @@
 #pragma once
 
 #include "areas.h"
+#include "picture_facts.h"
 #include "row_file.h"
 #include "wic.h"
 
@@ -23,6 +24,11 @@ public:
     int height() const { return height_; }                // pixels
     const std::string &format() const { return format_; } // "PNG"
     int bits() const { return bits_; }                    // per pixel, in the file
+
+    // What the file says of the picture that is read, and how many there are in it: pages of a
+    // TIFF, images of a GIF.
+    const PictureFacts &facts() const { return facts_; }
+    int pictures() const { return pictures_; }
 
     // Whether pixels may be transparent.
     bool has_transparency() const { return transparent_; }
@@ -45,6 +51,8 @@ private:
     int width_ = 0;
     int height_ = 0;
     int bits_ = 0;
+    PictureFacts facts_;
+    int pictures_ = 1;
     std::unique_ptr<RowFile> rows_; // else the codec's:
     ComPtr<IWICBitmapFrameDecode> frame_;
     ComPtr<IWICFormatConverter> converter_; // gives 24-bit BGR or 32-bit BGRA

@@ -26,13 +26,12 @@ constexpr struct {
 
 // In the order of FileFormat.
 constexpr struct {
-    const char *name;
     const GUID &container;
 } file_formats[] = {
-    {"PNG", GUID_ContainerFormatPng},
-    {"BMP", GUID_ContainerFormatBmp},
-    {"JPEG", GUID_ContainerFormatJpeg},
-    {"TIFF", GUID_ContainerFormatTiff},
+    {GUID_ContainerFormatPng},
+    {GUID_ContainerFormatBmp},
+    {GUID_ContainerFormatJpeg},
+    {GUID_ContainerFormatTiff},
 };
 
 // In the order of RowFormat. BMP knows one bit and grey only as colour tables.
@@ -119,12 +118,8 @@ FileFormat check_output(const std::string &path) {
     return *format;
 }
 
-const char *format_name(FileFormat format) {
-    return row_of(format).name;
-}
-
 PictureWriter::PictureWriter(const std::string &path, FileFormat format, RowFormat rows, int width,
-                             int height)
+                             int height, const PictureFacts &, const OutputSettings &)
     : path_(path), format_(format), row_bytes_(static_cast<UINT>(row_bytes_of(rows, width))),
       file_(to_wide(native_path(path))) {
     *stream_.out() = new OutputStream(file_.path());

@@ -2,7 +2,10 @@
 // output, which takes the output's name when it is complete.
 #pragma once
 
+#include "output_settings.h"
 #include "output_stream.h"
+#include "picture_facts.h"
+#include "picture_format.h"
 #include "unfinished_file.h"
 #include "wic.h"
 
@@ -12,8 +15,6 @@
 
 namespace apps {
 
-enum class FileFormat { png, bmp, jpeg, tiff };
-
 // From the name's extension: png, bmp, jpg, jpeg, tif, tiff; none for another one.
 std::optional<FileFormat> format_of_name(const std::string &path);
 
@@ -21,13 +22,12 @@ std::optional<FileFormat> format_of_name(const std::string &path);
 // directory that does not exist.
 FileFormat check_output(const std::string &path);
 
-const char *format_name(FileFormat format);
-
 class PictureWriter {
 public:
-    // Throws Failure, as all functions here.
-    PictureWriter(const std::string &path, FileFormat format, RowFormat rows, int width,
-                  int height);
+    // facts: those that the format cannot hold are left out, see what_is_lost. Throws Failure, as
+    // all functions here.
+    PictureWriter(const std::string &path, FileFormat format, RowFormat rows, int width, int height,
+                  const PictureFacts &facts = {}, const OutputSettings &settings = {});
 
     // The next row of the picture, top row first.
     void write_row(const uint8_t *row);

@@ -35,17 +35,6 @@ std::string quoted(std::string_view text) {
     return "'" + std::string(text) + "'";
 }
 
-// "a, b or c", with the last word before the last of them.
-std::string listed(const std::vector<std::string> &things, std::string_view last) {
-    std::string list;
-    for (size_t i = 0; i < things.size(); ++i) {
-        if (i != 0)
-            list += i + 1 == things.size() ? " " + std::string(last) + " " : ", ";
-        list += things[i];
-    }
-    return list;
-}
-
 // As it is written: "--at X,Y".
 std::string shown(const Option &option) {
     return std::string(option.name) + " " + std::string(option.value);
@@ -203,6 +192,16 @@ std::string option_lines(const std::vector<Option> &options) {
         text += line + std::string(option.help) + "\n";
     }
     return text;
+}
+
+std::string listed(const std::vector<std::string> &things, std::string_view last) {
+    std::string list;
+    for (size_t i = 0; i < things.size(); ++i) {
+        if (i != 0)
+            list += i + 1 == things.size() ? " " + std::string(last) + " " : ", ";
+        list += things[i];
+    }
+    return list;
 }
 
 std::string in_columns(const std::vector<std::string> &entries, size_t columns) {

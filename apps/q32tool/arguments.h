@@ -108,6 +108,9 @@ std::string usage_line(const Command &command);
 std::string help_text(const Command &command);
 std::string option_lines(const std::vector<Option> &options);
 
+// "a, b or c", with the last word before the last of them.
+std::string listed(const std::vector<std::string> &things, std::string_view last);
+
 // Entries of a list in lines of so many columns, for descriptions.
 std::string in_columns(const std::vector<std::string> &entries, size_t columns);
 

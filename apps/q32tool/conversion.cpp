@@ -2,6 +2,8 @@
 #include "conversion.h"
 
 #include "apps/pictures/exceptions.h"
+#include "apps/pictures/numbers.h"
+#include "opacity.h"
 #include "progress.h"
 #include "timings.h"
 
@@ -85,7 +87,7 @@ void convert_rows(Image &source, Image &target, const Conversion &conversion) {
 
 std::vector<Option> pixel_options() {
     return {
-        {"--bits", "1|8|16|24", "bits per pixel of the result (24)"},
+        {"--bits", "1|8|16|24", "bits per pixel of the result (24; with transparency 32)"},
         {"--format", "555|565", "kind of 16-bit pixels (555)"},
         {"--threshold", "N", "1 bit: grey above N is white, 0 to 255 (127)"},
     };
@@ -99,6 +101,7 @@ Conversion conversion_from(const Arguments &arguments) {
         throw UsageError("--threshold is for --bits 1");
     Conversion conversion = {
         pixel_format(bits, arguments.choice("--format", {"555", "565"}, "555"))};
+    conversion.opaque = arguments.has("--bits");
     conversion.threshold =
         static_cast<uint8_t>(arguments.number("--threshold", 0, 255, conversion.threshold));
     return conversion;
@@ -113,6 +116,15 @@ void convert(Image &image, const Conversion &conversion) {
     Image target(conversion.format, image.size(), image.type(), image.named());
     convert_rows(image, target, conversion);
     image = std::move(target);
+}
+
+void convert(Picture &picture, const Conversion &conversion, const std::string &out) {
+    if (picture.opacity && (conversion.opaque || conversion.format != PixelFormat::rgb)) {
+        const int bits = bits_of(conversion.format);
+        lay_over_white(picture, out,
+                       "pixels of " + counted(static_cast<uint64_t>(bits), "bit") + " have");
+    }
+    convert(picture.image, conversion);
 }
 
 } // namespace apps::q32tool

@@ -2,9 +2,10 @@
 #pragma once
 
 #include "arguments.h"
-#include "image.h"
+#include "picture.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace apps::q32tool {
@@ -13,6 +14,7 @@ struct Conversion {
     PixelFormat format;
     uint8_t threshold = 127; // 1 bit: brighter than this is white
     bool invert = false;     // every bit of the result becomes its complement
+    bool opaque = false;     // 24 bits without transparency are asked for
 };
 
 // --bits, --format, --threshold.
@@ -24,5 +26,9 @@ Conversion conversion_from(const Arguments &arguments);
 // Turns a 24-bit image into the wanted one, in a buffer of the same type. Throws Failure,
 // Cancelled.
 void convert(Image &image, const Conversion &conversion);
+
+// The same for a picture. Its transparency is kept in 24 bits that nobody asked for, and else laid
+// over white, which is noted of OUT.
+void convert(Picture &picture, const Conversion &conversion, const std::string &out);
 
 } // namespace apps::q32tool

@@ -4,6 +4,7 @@
 #include "apps/pictures/edition.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
+#include "apps/pictures/turning.h"
 #include "storage_options.h"
 #include "timings.h"
 
@@ -65,6 +66,14 @@ Image Image::cut(const Area &area) const {
             made(format_, area.size(), named_, [&](HBUF32 *handle) {
                 return buf32GetBuf(this->handle(), area.left, area.top, area.width(), area.height(),
                                    handle);
+            })};
+}
+
+Image Image::turned(int orientation) const {
+    const Size size = exchanges_sides(orientation) ? Size{height(), width()} : size_;
+    return {format_, size, type_, named_, made(format_, size, named_, [&](HBUF32 *handle) {
+                *handle = apps::turned(this->handle(), orientation, type_, named_).release();
+                return true;
             })};
 }
 

@@ -44,6 +44,9 @@ public:
     // which shares its pixels. Throws Failure.
     Image cut(const Area &area) const;
 
+    // The image (of 8 or 24 bits) turned, as a new one; orientation: see turning.h. Throws Failure.
+    Image turned(int orientation) const;
+
     // mode: BUF32_READ ... Throws Failure.
     BufferLock lock(int mode) { return lock_buffer(handle(), mode, named_); }
 

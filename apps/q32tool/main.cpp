@@ -4,6 +4,7 @@
 #include "arguments.h"
 #include "commands/commands.h"
 #include "interrupt.h"
+#include "notes.h"
 #include "progress.h"
 #include "timings.h"
 
@@ -30,6 +31,7 @@ void run_command(const Command &command, const Arguments &arguments) {
     else if (arguments.has("--quiet"))
         set_progress(ShowProgress::never);
     command.run(arguments);
+    say_notes(arguments.has("--quiet"));
     if (arguments.has("--timings"))
         print_error(timings().summary());
 }

@@ -30,14 +30,14 @@ std::optional<int> parse_mode(std::string_view text) {
 constexpr int band_rows = 128; // of the overlay
 
 struct Job {
-    const Image &base;
+    const Canvas &base;
     const Image &overlay;
     const Image *mask;
     Merge merge;
 };
 
 Failure merge_failure(const Job &job) {
-    return library_failure(job.base.named(), "the pictures cannot be merged");
+    return library_failure(job.base.named, "the pictures cannot be merged");
 }
 
 // source: in the overlay; it goes to a point of the base.
@@ -46,7 +46,7 @@ void merge_buffers(const Job &job, const Area &source, const Point &to) {
     ++timings().rectangles;
     const RECT rectangle = q32::as_rect(source);
     const HBUF32 mask = job.mask != nullptr ? job.mask->handle() : 0;
-    if (!i32MergeBufToBuf(job.base.handle(), to.x, to.y, mask, job.overlay.handle(), &rectangle,
+    if (!i32MergeBufToBuf(job.base.buffer, to.x, to.y, mask, job.overlay.handle(), &rectangle,
                           job.merge.mode, job.merge.transparency))
         throw merge_failure(job);
 }
@@ -86,18 +86,23 @@ std::string merge_mode_names() {
     return in_columns(names, 4);
 }
 
-void merge_image(const Image &base, const Image &overlay, const Image *mask, const Point &at,
-                 const Merge &merge) {
-    const Area part = part_on(canvas_of(base), at, overlay.size(), "the overlay of");
+void merge_area(const Canvas &base, const Image &overlay, const Image *mask, const Area &source,
+                const Point &to, const Merge &merge) {
     const Job job = {base, overlay, mask, merge};
-    band_by_band("merging", part.height(), band_rows, [&](int first, int count) {
-        const Point to = {part.left, part.top + first};
-        const Area source = area_of(to - at, {part.width(), count});
+    band_by_band("merging", source.height(), band_rows, [&](int first, int count) {
+        const Point band_to = {to.x, to.y + first};
+        const Area band = area_of(source.left, source.top + first, source.width(), count);
         if (merge.mode == MERGE_MASK_SUBTRACT)
-            merge_rows(job, source, to);
+            merge_rows(job, band, band_to);
         else
-            merge_buffers(job, source, to);
+            merge_buffers(job, band, band_to);
     });
+}
+
+void merge_image(const Canvas &base, const Image &overlay, const Image *mask, const Point &at,
+                 const Merge &merge) {
+    const Area part = part_on(base, at, overlay.size(), "the overlay of");
+    merge_area(base, overlay, mask, moved(part, Point{} - at), part.corner(), merge);
 }
 
 } // namespace apps::q32tool

@@ -4,6 +4,7 @@
 
 #include "arguments.h"
 #include "image.h"
+#include "rectangles.h"
 
 #include <string>
 
@@ -24,7 +25,12 @@ struct Merge {
 // Merges overlay onto base (both of 24 bits), its top left corner at a point of the base; what
 // falls outside is left out. mask: 8 bits, of the overlay's size, or null. Throws Failure, also
 // when nothing falls inside, and Cancelled.
-void merge_image(const Image &base, const Image &overlay, const Image *mask, const Point &at,
+void merge_image(const Canvas &base, const Image &overlay, const Image *mask, const Point &at,
                  const Merge &merge);
+
+// The same for an area of the overlay (and of the mask) whose corner comes to a point of the base,
+// where all of it lies inside.
+void merge_area(const Canvas &base, const Image &overlay, const Image *mask, const Area &source,
+                const Point &to, const Merge &merge);
 
 } // namespace apps::q32tool

@@ -9,8 +9,9 @@
 namespace apps::q32tool {
 
 struct Picture {
-    Image image;                  // its colours, which transparent parts have, too
-    std::optional<Image> opacity; // 8 bits of the same size, 255 is opaque; none: opaque everywhere
+    Image image; // its colours, which transparent parts have, too
+    // 8 bits of the same size, 255 is opaque; none: opaque everywhere. Beside 24 bits only.
+    std::optional<Image> opacity;
     PictureFacts facts;
 };
 

@@ -3,41 +3,55 @@
 
 #include "apps/pictures/picture_writer.h"
 #include "arguments.h"
-#include "image.h"
+#include "picture.h"
 
+#include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace apps::q32tool {
 
-struct LoadedPicture {
-    Image image;        // 24 bits
+// Whether a picture is turned as its file wants it seen, or left as it stands.
+enum class Turning { as_seen, as_stored };
+
+// Of 24 bits. Without opacity when all of it is opaque, whether the file has a place for it or not.
+struct LoadedPicture : Picture {
     std::string format; // of the file: "PNG"
     int file_bits;      // per pixel in the file
+    bool has_opacity;   // in the file
 };
 
-// Reads a picture file into a buffer of the given type. Throws Failure, Cancelled.
-LoadedPicture load_picture(const std::string &path, uint32_t buffer_type);
+// Reads a picture file into buffers of the given type. Throws Failure, Cancelled.
+LoadedPicture load_picture(const std::string &path, uint32_t buffer_type,
+                           Turning turning = Turning::as_seen);
 
-// The same, but transparency becomes a second picture, of 8 bits: 255 is opaque. The colours are
-// then the file's own, not laid over white. A file without transparency gives no second picture.
-struct PictureWithAlpha {
-    Image image;
-    std::optional<Image> alpha;
-};
-PictureWithAlpha load_picture_with_alpha(const std::string &path, uint32_t buffer_type);
+// Writes a picture to a file whose name check_output has seen. 1 bit and grey stay what they are
+// (in JPEG, 1 bit becomes grey), 5-5-5 stays so in BMP, everything else becomes 24 bits, or 32 with
+// opacity. What the format cannot hold is noted; transparency is laid over white then, in the
+// picture, too. Throws Failure, Cancelled; no file is left then.
+void save_picture(Picture &picture, const std::string &path, FileFormat format,
+                  const OutputSettings &settings = {});
 
-// Writes an image to a file whose name check_output has seen. 1 bit and grey stay what they are (in
-// JPEG, 1 bit becomes grey), 5-5-5 stays so in BMP, everything else becomes 24 bits. Throws
-// Failure, Cancelled; no file is left then.
-void save_picture(Image &image, const std::string &path, FileFormat format);
+// Takes a colour profile away whose colours the pixels are no longer, and notes it of the file OUT.
+void drop_profile(PictureFacts &facts, const std::string &out);
+
+// Whether pictures of 24 bits keep their transparency in files of the format.
+bool holds_transparency(FileFormat format);
 
 // "OUT: 640 x 480 pixels, 24 bits, PNG", with its end.
 std::string written_line(const std::string &path, Size size, int bits, FileFormat format);
 
 // --output, for commands that name the picture to write so.
 Option output_option();
+
+// Options of all commands that read pictures, that write them, and that do both.
+std::vector<Option> reading_options();
+std::vector<Option> writing_options();
+std::vector<Option> transfer_options();
+
+// What --keep-orientation says.
+Turning turning_from(const Arguments &arguments);
 
 // What commands that write a picture have in common. Made when all that is their own on the command
 // line has been understood: here the storage options come to act, and files are looked at.
@@ -48,21 +62,27 @@ public:
 
     uint32_t buffer_type() const { return buffer_type_; } // of new buffers
     const std::string &out() const { return out_; }
+    FileFormat format() const { return format_; }
+    const OutputSettings &settings() const { return settings_; }
 
     // Throw Failure, Cancelled. save also names what was written unless the user wants quiet; path:
     // of a further picture beside OUT.
-    Image load(const std::string &path) const { return load_picture(path, buffer_type_).image; }
-    void save(Image &image) const { save(image, out_); }
-    void save(Image &image, const std::string &path) const;
+    LoadedPicture load(const std::string &path) const {
+        return load_picture(path, buffer_type_, turning_);
+    }
+    void save(Picture &picture) const { save(picture, out_); }
+    void save(Picture &picture, const std::string &path) const;
 
 private:
     uint32_t buffer_type_;
+    Turning turning_;
     std::string out_;
     FileFormat format_;
+    OutputSettings settings_;
     bool quiet_;
 };
 
 // Reads the picture that the first operand names, has it changed, and writes it as the last one.
-void change_picture(const Arguments &arguments, const std::function<void(Image &)> &change);
+void change_picture(const Arguments &arguments, const std::function<void(Picture &)> &change);
 
 } // namespace apps::q32tool

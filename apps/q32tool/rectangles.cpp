@@ -46,9 +46,21 @@ void merge(const Image &source, const Area &area, const Canvas &canvas, const Po
 }
 
 // Lays an area of an image over the same area of a canvas, which is as large as the image.
-void merge_area(const Image &source, const Area &area, const Canvas &canvas) {
+void merge_same(const Image &source, const Area &area, const Canvas &canvas) {
     const Area part = part_on(canvas, area.corner(), area.size(), the_rectangle);
     merge(source, part, canvas, part.corner());
+}
+
+// use(tile): with what of a pattern is seen on a canvas. Of a larger one that is not all.
+template <typename Use>
+auto with_tile(const Image &pattern, const Canvas &canvas, const Use &use) {
+    const Size size = {std::min(pattern.width(), canvas.size.width),
+                       std::min(pattern.height(), canvas.size.height)};
+    std::vector<uint8_t> pixels(static_cast<size_t>(size.width) * static_cast<size_t>(size.height) *
+                                static_cast<size_t>(bits_of(pattern.format()) / 8));
+    get_pixels(pattern, area_of({}, size), pixels.data());
+    return use(BUF32PATTERN{static_cast<uint16_t>(size.width), static_cast<uint16_t>(size.height),
+                            pixels.data()});
 }
 
 } // namespace
@@ -74,25 +86,32 @@ void check_inside(const Canvas &canvas, const Area &area, const std::string &rem
                       remedy);
 }
 
-void get_pixels(const Image &image, const Area &area, void *memory) {
-    move_rectangle(image.named(), [&] {
-        return buf32GetMem(image.handle(), area.left, area.top, area.width(), area.height(),
-                           memory);
+void get_pixels(const Canvas &canvas, const Area &area, void *memory) {
+    move_rectangle(canvas.named, [&] {
+        return buf32GetMem(canvas.buffer, area.left, area.top, area.width(), area.height(), memory);
     });
 }
 
-void get_pixels(const Image &image, const Area &area, void *memory, const Colour &background) {
+void get_pixels(const Image &image, const Area &area, void *memory) {
+    get_pixels(canvas_of(image), area, memory);
+}
+
+void get_pixels(const Image &image, const Area &area, void *memory, const void *background) {
     move_rectangle(image.named(), [&] {
         return buf32GetMemWithBC(image.handle(), area.left, area.top, area.width(), area.height(),
-                                 memory, &background);
+                                 memory, background);
+    });
+}
+
+void put_pixels(const Canvas &canvas, const Area &area, const void *memory) {
+    move_rectangle(canvas.named, [&] {
+        return buf32MergeMem(canvas.buffer, area.left, area.top, memory, area.width(),
+                             area.height());
     });
 }
 
 void put_pixels(const Image &image, const Area &area, const void *memory) {
-    move_rectangle(image.named(), [&] {
-        return buf32MergeMem(image.handle(), area.left, area.top, memory, area.width(),
-                             area.height());
-    });
+    put_pixels(canvas_of(image), area, memory);
 }
 
 void lay_image(const Canvas &canvas, const Image &overlay, const Point &at) {
@@ -106,25 +125,23 @@ void lay_colour(const Canvas &canvas, const Colour &colour, const std::optional<
         return;
     }
     const Image source(PixelFormat::rgb, canvas.size, BUF32_ONE_COLOUR, canvas.named, &colour);
-    merge_area(source, *area, canvas);
+    merge_same(source, *area, canvas);
+}
+
+Image repeated(const Image &pattern, const Canvas &canvas) {
+    return with_tile(pattern, canvas, [&](const BUF32PATTERN &tile) {
+        return Image(pattern.format(), canvas.size, BUF32_PATTERN, canvas.named, &tile);
+    });
 }
 
 void lay_pattern(const Canvas &canvas, const Image &pattern, const std::optional<Area> &area) {
-    // Of a pattern larger than the canvas only this much is seen.
-    const int width = std::min(pattern.width(), canvas.size.width);
-    const int height = std::min(pattern.height(), canvas.size.height);
-    constexpr size_t pixel_bytes = 3;
-    std::vector<uint8_t> pixels(static_cast<size_t>(width) * static_cast<size_t>(height) *
-                                pixel_bytes);
-    get_pixels(pattern, {0, 0, width, height}, pixels.data());
-    const BUF32PATTERN tile = {static_cast<uint16_t>(width), static_cast<uint16_t>(height),
-                               pixels.data()};
-    if (!area) {
-        fill_whole(canvas.named, [&] { return buf32FillPattern(canvas.buffer, &tile); });
+    if (area) {
+        merge_same(repeated(pattern, canvas), *area, canvas);
         return;
     }
-    const Image source(PixelFormat::rgb, canvas.size, BUF32_PATTERN, canvas.named, &tile);
-    merge_area(source, *area, canvas);
+    with_tile(pattern, canvas, [&](const BUF32PATTERN &tile) {
+        fill_whole(canvas.named, [&] { return buf32FillPattern(canvas.buffer, &tile); });
+    });
 }
 
 } // namespace apps::q32tool

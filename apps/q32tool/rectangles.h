@@ -27,13 +27,19 @@ Canvas canvas_of(const Image &image);
 Area part_on(const Canvas &canvas, Point at, Size size, const std::string &what);
 void check_inside(const Canvas &canvas, const Area &area, const std::string &remedy);
 
-// Pixels of a rectangle to memory, as they are stored; see buf32GetMem. With a background the
-// rectangle may reach beyond the image. Throw Failure.
+// Pixels of a rectangle to memory, as they are stored; see buf32GetMem. With a background, a
+// pixel of the image's format, the rectangle may reach beyond the image. Throw Failure.
+void get_pixels(const Canvas &canvas, const Area &area, void *memory);
 void get_pixels(const Image &image, const Area &area, void *memory);
-void get_pixels(const Image &image, const Area &area, void *memory, const Colour &background);
+void get_pixels(const Image &image, const Area &area, void *memory, const void *background);
 
-// Memory over a rectangle that meets the image. Throws Failure.
+// Memory over a rectangle that meets the image. Throw Failure.
+void put_pixels(const Canvas &canvas, const Area &area, const void *memory);
 void put_pixels(const Image &image, const Area &area, const void *memory);
+
+// A pattern (of 8 or 24 bits) repeated from a canvas' corner, as a picture of its size that needs
+// no memory for its pixels. Throws Failure.
+Image repeated(const Image &pattern, const Canvas &canvas);
 
 // Lay an image, a colour or a repeated pattern over the canvas; what lies outside the canvas is
 // left out. The pattern is repeated from the canvas' corner, whatever the area; without an area the

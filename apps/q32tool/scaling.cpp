@@ -1,41 +1,24 @@
-// Sizes in whole numbers, and the library's progress messages on their way to the bar.
+// Averaging and the library's resampling, with progress: what each of them does of a picture.
 #include "scaling.h"
 
+#include "apps/pictures/averaging.h"
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "interrupt.h"
+#include "new_size.h"
 #include "option_values.h"
+#include "premultiplied.h"
 #include "progress.h"
 #include "timings.h"
 
 #include <q32base/resample.h>
 
 #include <algorithm>
-#include <cstdint>
 
 namespace apps::q32tool {
 namespace {
 
-constexpr uint32_t most_percent = Q32_MAX_SIDE * 100; // a pixel as wide as a picture can be
-
-// numerator / denominator x length, rounded, and no less than a pixel.
-int scaled_length(int length, uint64_t numerator, uint64_t denominator) {
-    const uint64_t scaled =
-        (static_cast<uint64_t>(length) * numerator + denominator / 2) / denominator;
-    return static_cast<int>(std::clamp<uint64_t>(scaled, 1, INT32_MAX));
-}
-
-// As large as a box allows with the picture's proportions.
-Size fitted(Size picture, Size box) {
-    const auto width = static_cast<uint64_t>(picture.width);
-    const auto height = static_cast<uint64_t>(picture.height);
-    const auto box_width = static_cast<uint64_t>(box.width);
-    const auto box_height = static_cast<uint64_t>(box.height);
-    if (box_width * height <= box_height * width)
-        return {box.width, std::min(box.height, scaled_length(picture.height, box_width, width))};
-    return {std::min(box.width, scaled_length(picture.width, box_height, height)), box.height};
-}
-
+// What averaging leaves is interpolated as it would be without it.
 int method_of(std::string_view name) {
     if (name == "nearest")
         return RESAMPLE_NEAREST;
@@ -49,49 +32,41 @@ int __stdcall show_progress(int message, int value, int, uintptr_t progress) {
     return reinterpret_cast<Progress *>(progress)->reach(value);
 }
 
-} // namespace
-
-std::vector<Option> scaling_options() {
-    return {
-        {"--size", "WxH", "the new width and height in pixels"},
-        {"--fit", "WxH", "as large as fits into W x H with the picture's proportions"},
-        {"--percent", "N", "N percent of the width and of the height"},
-        {"--method", "nearest|bilinear|bicubic", "how pixels are made (bicubic)"},
-    };
+bool can_be_averaged(PixelFormat format) {
+    return format == PixelFormat::grey || format == PixelFormat::rgb;
 }
 
-Scaling::Scaling(const Arguments &arguments) {
-    const bool has_size = arguments.has("--size"), has_fit = arguments.has("--fit"),
-               has_percent = arguments.has("--percent");
-    if (has_size + has_fit + has_percent != 1)
-        throw UsageError(has_size || has_fit || has_percent
-                             ? "only one of --size, --fit and --percent can say the new size"
-                             : "the new size is missing: --size WxH, --fit WxH or --percent N");
-    kind_ = has_size ? Kind::size : has_fit ? Kind::fit : Kind::percent;
-    if (kind_ == Kind::percent) {
-        percent_ = arguments.number("--percent", 1, most_percent, 0);
-    } else {
-        box_ = size_from(arguments, has_size ? "--size" : "--fit");
-    }
-    method_name_ = arguments.choice("--method", {"nearest", "bilinear", "bicubic"}, "bicubic");
-    method_ = method_of(method_name_);
+Image image_like(const Image &image, Size size, const std::string &named) {
+    return Image(image.format(), size, image.type(), named);
 }
 
-Size Scaling::size_for(Size picture) const {
-    switch (kind_) {
-    case Kind::fit:
-        return fitted(picture, box_);
-    case Kind::percent:
-        return {scaled_length(picture.width, percent_, 100),
-                scaled_length(picture.height, percent_, 100)};
-    case Kind::size:
-        break;
-    }
-    return box_;
+// The same pixels, shared.
+Picture duplicate(const Picture &picture) {
+    Picture result = {picture.image.cut(picture.image.area()), std::nullopt, picture.facts};
+    if (picture.opacity)
+        result.opacity = picture.opacity->cut(picture.opacity->area());
+    return result;
 }
 
-Image scaled(const Image &image, Size size, int method, const std::string &named) {
-    Image result(image.format(), size, image.type(), named);
+PictureBuffers buffers_of(const Picture &picture) {
+    return {picture.image.handle(), picture.opacity ? picture.opacity->handle() : 0};
+}
+
+Picture averaged(const Picture &picture, Size size, Light light, const std::string &named) {
+    Picture result = {image_like(picture.image, size, named), std::nullopt, picture.facts};
+    if (picture.opacity)
+        result.opacity = image_like(*picture.opacity, size, named);
+    Progress progress("scaling", picture.image.height());
+    const Timed timed(Part::library);
+    average(buffers_of(picture), buffers_of(result), light, named,
+            [&](int) { progress.advance(1); });
+    const int rows = picture.image.height() + size.height;
+    timings().rows_moved += static_cast<uint64_t>(picture.opacity ? 2 * rows : rows);
+    return result;
+}
+
+Image resampled(const Image &image, Size size, int method, const std::string &named) {
+    Image result = image_like(image, size, named);
     constexpr int steps = 1000;
     Progress progress("scaling", steps);
     const RESAMPLEPROGRESS watch = {.poll_esc = 0, // the console's Esc key is looked at anyway
@@ -108,6 +83,84 @@ Image scaled(const Image &image, Size size, int method, const std::string &named
     }
     stop_if_cancelled(); // during the last step
     return result;
+}
+
+Picture resampled(const Picture &picture, Size size, int method, const std::string &named) {
+    if (!picture.opacity)
+        return {resampled(picture.image, size, method, named), std::nullopt, picture.facts};
+    const bool multiplies = method != RESAMPLE_NEAREST && can_be_averaged(picture.image.format());
+    Picture result = {multiplies ? resampled(multiplied_colours(picture), size, method, named)
+                                 : resampled(picture.image, size, method, named),
+                      resampled(*picture.opacity, size, method, named), picture.facts};
+    if (multiplies)
+        divide_colours(result);
+    return result;
+}
+
+} // namespace
+
+std::vector<Option> scaling_options(std::string_view method_help) {
+    return {
+        {"--size", "WxH", "the new width and height in pixels; Wx or xH: in proportion"},
+        {"--fit", "WxH", "as large as fits into W x H with the picture's proportions"},
+        {"--percent", "N", "N percent of the width and of the height, such as 50 or 33.3"},
+        {"--method", "average|nearest|bilinear|bicubic", method_help},
+        {"--linear", "", "average the light that pixels stand for, not their values"},
+    };
+}
+
+Scaling::Scaling(const Arguments &arguments, std::string_view usual_method)
+    : method_name_(arguments.choice("--method", {"average", "nearest", "bilinear", "bicubic"},
+                                    usual_method)),
+      method_(method_of(method_name_)),
+      light_(arguments.has("--linear") ? Light::linear : Light::as_stored) {
+    const bool has_size = arguments.has("--size"), has_fit = arguments.has("--fit"),
+               has_percent = arguments.has("--percent");
+    if (has_size + has_fit + has_percent != 1)
+        throw UsageError(has_size || has_fit || has_percent
+                             ? "only one of --size, --fit and --percent can say the new size"
+                             : "the new size is missing: --size WxH, --fit WxH or --percent N");
+    kind_ = has_size ? Kind::size : has_fit ? Kind::fit : Kind::percent;
+    if (has_size)
+        box_ = arguments.parsed("--size", parse_new_size,
+                                "WxH in pixels, such as 640x480, 640x or x480");
+    else if (has_fit)
+        box_ = size_from(arguments, "--fit");
+    else
+        percent_ = arguments.parsed("--percent", parse_percent, percent_range);
+    if (light_ == Light::linear && !is_averaging())
+        throw UsageError("--linear is for --method average");
+}
+
+Size Scaling::size_for(Size picture) const {
+    switch (kind_) {
+    case Kind::fit:
+        return fitted(picture, box_);
+    case Kind::percent:
+        return percent_of(picture, percent_);
+    case Kind::size:
+        break;
+    }
+    return completed(box_, picture);
+}
+
+Size Scaling::averaged_size_for(Size picture) const {
+    if (!is_averaging())
+        return picture;
+    const Size size = size_for(picture);
+    return {std::min(picture.width, size.width), std::min(picture.height, size.height)};
+}
+
+Picture scaled(const Picture &picture, const Scaling &scaling, const std::string &named) {
+    const Size old_size = picture.image.size(), size = scaling.size_for(old_size);
+    const Size smaller =
+        can_be_averaged(picture.image.format()) ? scaling.averaged_size_for(old_size) : old_size;
+    if (smaller == old_size)
+        return scaling.is_averaging() && size == old_size
+                   ? duplicate(picture)
+                   : resampled(picture, size, scaling.method(), named);
+    Picture reduced = averaged(picture, smaller, scaling.light(), named);
+    return smaller == size ? std::move(reduced) : resampled(reduced, size, scaling.method(), named);
 }
 
 } // namespace apps::q32tool

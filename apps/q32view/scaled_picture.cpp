@@ -1,48 +1,29 @@
-// Resampling with progress, and the store of tiles.
+// Averaging with progress, and the store of enlarged tiles.
 #include "scaled_picture.h"
 
+#include "apps/pictures/averaging.h"
+#include "apps/pictures/edition.h"
 #include "apps/pictures/library_report.h"
-
-#include <q32base/resample.h>
+#include "enlarging.h"
 
 #include <algorithm>
 
 namespace apps::q32view {
 namespace {
 
-constexpr int tile_pixels = 512; // side of a tile on the screen, about
+constexpr int tile_side = 512; // in the shown picture
 constexpr size_t most_tiles = 96;
-constexpr int nearest_above = 4; // times: where single pixels are to be seen as such
 
-// Around a tile, in pixels of the picture: what bicubic interpolation looks at across its edges.
-constexpr int margin = 3;
-
-// Called by the library, through which exceptions must not pass.
-int __stdcall go_on(int, int value, int, uintptr_t work) {
-    return reinterpret_cast<LongWork *>(work)->reach(value, 1000);
-}
-
-Buffer resampled(const std::string &named, HBUF32 source, Size size, bool nearest, LongWork *work) {
-    const RESAMPLEPROGRESS watch = {.poll_esc = 0, // LongWork looks at the keyboard
-                                    .callback = go_on,
-                                    .user_data = reinterpret_cast<uintptr_t>(work),
-                                    .start = 0,
-                                    .end = 1000};
-    const SIZE new_size = {size.width, size.height};
-    HBUF32 destination = 0;
-    const int done =
-        q32BufferResampleEx(&new_size, source, &destination, work != nullptr ? &watch : nullptr,
-                            nearest ? 1 : 0, nearest ? RESAMPLE_NEAREST : RESAMPLE_BICUBIC);
-    Buffer result(destination);
-    if (work != nullptr)
-        work->check();
-    if (!done)
-        throw library_failure(named, "the picture cannot be scaled");
+// Colours or opacities in a size in which no side is longer. Both are averaged as they are: colours
+// are multiplied by their opacity already.
+Buffer reduced(HBUF32 pixels, int bits, const Picture &picture, Size size, LongWork &work) {
+    HBUF32 handle = 0;
+    if (!buf32Alloc(&handle, bits, size.width, size.height, BUF32_TILED, nullptr))
+        throw library_failure(picture.name, "no buffer for the scaled picture", room_remedy);
+    Buffer result(handle);
+    average({pixels}, {handle}, Light::as_stored, picture.name,
+            [&](int rows) { work.go_on(rows, picture.size.height); });
     return result;
-}
-
-int tiles_before(int position, int side) {
-    return position / side;
 }
 
 } // namespace
@@ -50,20 +31,20 @@ int tiles_before(int position, int side) {
 void ScaledPicture::prepare(const Picture &picture, Size shown, StatusBar &status) {
     if (is_prepared_for(picture, shown))
         return;
-    Buffer reduced;
-    int factor = 0;
-    if (shown.width > picture.size.width || shown.height > picture.size.height) {
-        factor = std::max(shown.width / picture.size.width, 1);
-    } else if (shown != picture.size) {
+    Buffer reduced_picture, reduced_opacity;
+    const bool enlarged = shown.width > picture.size.width || shown.height > picture.size.height;
+    if (!enlarged && shown != picture.size) {
         LongWork work(status, "scaling " + picture.name);
-        reduced = resampled(picture.name, picture.buffer.get(), shown, false, &work);
+        reduced_picture = reduced(picture.buffer.get(), 24, picture, shown, work);
+        if (picture.opacity)
+            reduced_opacity = reduced(picture.opacity.get(), 8, picture, shown, work);
     }
     forget();
     picture_ = &picture;
     shown_ = shown;
-    reduced_ = std::move(reduced);
-    factor_ = factor;
-    source_side_ = factor == 0 ? 0 : std::max(tile_pixels / factor, 1);
+    reduced_ = std::move(reduced_picture);
+    reduced_opacity_ = std::move(reduced_opacity);
+    enlarged_ = enlarged;
 }
 
 bool ScaledPicture::is_prepared_for(const Picture &picture, Size shown) const {
@@ -73,6 +54,7 @@ bool ScaledPicture::is_prepared_for(const Picture &picture, Size shown) const {
 void ScaledPicture::forget() {
     picture_ = nullptr;
     reduced_ = Buffer();
+    reduced_opacity_ = Buffer();
     tiles_.clear();
     used_.clear();
 }
@@ -81,17 +63,18 @@ void ScaledPicture::for_each_piece(const Area &area,
                                    const std::function<void(const Piece &)> &use) {
     if (picture_ == nullptr)
         return;
-    if (factor_ == 0) {
-        const HBUF32 whole = reduced_ ? reduced_.get() : picture_->buffer.get();
-        use({area, whole, area.corner()});
+    if (!enlarged_) {
+        const bool own_size = !reduced_;
+        use({area, own_size ? picture_->buffer.get() : reduced_.get(),
+             own_size ? picture_->opacity.get() : reduced_opacity_.get(), area.corner()});
         return;
     }
-    const int side = tile_side();
-    for (int row = tiles_before(area.top, side); row * side < area.bottom; ++row)
-        for (int column = tiles_before(area.left, side); column * side < area.right; ++column) {
+    for (int row = area.top / tile_side; row * tile_side < area.bottom; ++row)
+        for (int column = area.left / tile_side; column * tile_side < area.right; ++column) {
+            const Area covered = area_of(column * tile_side, row * tile_side, tile_side, tile_side);
+            const Area part = intersect(area, covered);
             const Tile &made = tile({column, row});
-            const Area part = intersect(area, area_of({column * side, row * side}, {side, side}));
-            use({part, made.buffer.get(), part.corner() - made.place});
+            use({part, made.buffer.get(), made.opacity.get(), part.corner() - covered.corner()});
         }
 }
 
@@ -110,23 +93,14 @@ const ScaledPicture::Tile &ScaledPicture::tile(Index index) {
     return tiles_.emplace(index, std::move(made)).first->second;
 }
 
-// Tiles lie on a grid, so that a pixel comes out of the same tile whenever it is drawn. The factor
-// being whole, a part of the picture is interpolated as it would be within the whole.
 ScaledPicture::Tile ScaledPicture::make_tile(Index index) const {
-    const Point corner = {index.first * source_side_, index.second * source_side_};
-    const Area wanted = {corner.x - margin, corner.y - margin, corner.x + source_side_ + margin,
-                         corner.y + source_side_ + margin};
-    const Area part = intersect(wanted, area_of({}, picture_->size));
-    HBUF32 cut = 0;
-    if (!buf32GetBuf(picture_->buffer.get(), part.left, part.top, part.width(), part.height(),
-                     &cut))
-        throw library_failure(picture_->name, "a part of the picture cannot be read");
-    const Buffer source(cut);
-    return {resampled(picture_->name, source.get(),
-                      {part.width() * factor_, part.height() * factor_}, factor_ > nearest_above,
-                      nullptr),
-            {part.left * factor_, part.top * factor_},
-            {}};
+    const Area covered =
+        area_of(index.first * tile_side, index.second * tile_side, tile_side, tile_side);
+    const Area part = intersect(covered, area_of({}, shown_));
+    Tile made = {enlarged_part(picture_->buffer.get(), shown_, part, picture_->name), {}, {}};
+    if (picture_->opacity)
+        made.opacity = enlarged_part(picture_->opacity.get(), shown_, part, picture_->name);
+    return made;
 }
 
 } // namespace apps::q32view

@@ -1,5 +1,5 @@
-// A picture at the size in which it is shown, made by the library's resampler: reduced, as a
-// whole; enlarged, in tiles that are made when they come into view.
+// A picture at the size in which it is shown: reduced, averaged as a whole; enlarged, by the
+// library's resampler in tiles that are made when they come into view.
 #pragma once
 
 #include "apps/pictures/areas.h"
@@ -22,9 +22,10 @@ public:
 
     // A rectangle of the picture as it is shown, and where its pixels are.
     struct Piece {
-        Area area;     // in the shown picture
-        HBUF32 buffer; // 24 bits
-        Point place;   // of the area's corner in the buffer
+        Area area;      // in the shown picture
+        HBUF32 buffer;  // 24 bits
+        HBUF32 opacity; // 8 bits, or 0: opaque everywhere
+        Point place;    // of the area's corner in the buffers
     };
     // Hands over the pieces that make up an area of the shown picture. Throws Failure.
     void for_each_piece(const Area &area, const std::function<void(const Piece &)> &use);
@@ -32,19 +33,17 @@ public:
 private:
     using Index = std::pair<int, int>; // column and row of a tile
     struct Tile {
-        Buffer buffer;
-        Point place; // of the buffer's corner in the shown picture
+        Buffer buffer, opacity;
         std::list<Index>::iterator last_used;
     };
     const Tile &tile(Index index);
     Tile make_tile(Index index) const;
-    int tile_side() const { return source_side_ * factor_; }
 
     const Picture *picture_ = nullptr;
     Size shown_;
-    Buffer reduced_;      // empty at the picture's own size, and enlarged
-    int factor_ = 0;      // of an enlargement; else 0
-    int source_side_ = 0; // of a tile, in pixels of the picture
+    Buffer reduced_; // empty at the picture's own size, and enlarged
+    Buffer reduced_opacity_;
+    bool enlarged_ = false;
     std::map<Index, Tile> tiles_;
     std::list<Index> used_; // the tile that was used last comes first
 };

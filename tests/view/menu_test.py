@@ -89,8 +89,8 @@ class Menu(ViewCase):
                 [f"key:{ord('F')}"],
             )
         self.assert_same_picture(actual, self.view(picture, *SIZE, "--zoom", "100"))
-        self.assert_same_picture(more, self.view(picture, *SIZE, "--zoom", "200"))
-        self.assert_same_picture(less, self.view(picture, *SIZE, "--zoom", "67"))
+        self.assert_same_picture(more, self.view(picture, *SIZE, "--zoom", "110"))
+        self.assert_same_picture(less, self.view(picture, *SIZE, "--zoom", "90"))
         self.assert_same_picture(again, fitted)
 
     def test_saving_says_so(self):

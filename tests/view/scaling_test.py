@@ -35,20 +35,21 @@ class Scaling(ViewCase):
         if Viewer.depth == 24:
             self.assert_same_picture(self.view(name, "--size", "200x100"), centred(picture, 200, 100))
 
-    # 270 pixels are more than a tile has at this zoom. Halves fall on one side or the other of a
-    # phase, a sixteenth of a pixel, depending on where a tile begins.
     def test_enlarged_smoothly(self):
+        """Wider than a tile, which has 512 pixels, at whole factors and others."""
+
         def wave(x):
             return min(x * 8 % 512, 511 - x * 8 % 512)
 
-        colours = [(wave(x), wave(y), wave(x + y)) for y in range(40) for x in range(270)]
-        name = self.write("waves.png", pictures.png(pictures.from_colours(270, 40, colours)))
-        wanted = self.scaled(name, "--percent", "200", "--method", "bicubic")
-        seen = self.view(name, "--zoom", "200", "--size", "540x80")
-        if Viewer.depth == 24:
-            self.assert_same_picture(seen, wanted, within=2)
-        else:
-            self.assertEqual((seen.width, seen.height), (540, 80))
+        colours = [(wave(x), wave(y), wave(x + y)) for y in range(40) for x in range(361)]
+        name = self.write("waves.png", pictures.png(pictures.from_colours(361, 40, colours)))
+        for percent, width, height in (150, 542, 60), (175, 632, 70), (200, 722, 80):
+            wanted = self.scaled(name, "--percent", str(percent), "--method", "bicubic")
+            seen = self.view(name, "--zoom", str(percent), "--size", f"{width}x{height}")
+            if Viewer.depth == 24:
+                self.assert_same_picture(seen, wanted, named=percent)
+            else:
+                self.assertEqual((seen.width, seen.height), (width, height))
 
     def test_single_pixels(self):
         picture = pictures.noise(70, 12)  # and a tile has 64 by 64
@@ -66,9 +67,9 @@ class Scaling(ViewCase):
         name = self.write("noise.png", pictures.png(pictures.noise(300, 200)))
         size = ["--size", "120x90"]
         with self.viewer(name, *size, "--zoom", "100", "--at", "50,40") as viewer:
-            # Over pixel (80, 60): twice as far from the corner, less the pointer's own place.
+            # Over pixel (80, 60): 1.1 times as far from the corner, less the pointer's own place.
             closer = viewer.view("wheel:120,30,20")
-            self.assert_same_picture(closer, self.view(name, *size, "--zoom", "200", "--at", "130,100"))
+            self.assert_same_picture(closer, self.view(name, *size, "--zoom", "110", "--at", "58,46"))
             half = viewer.view("wheel:-60,30,20")
             self.assert_same_picture(half, closer)
             back = viewer.view("wheel:-60,30,20")

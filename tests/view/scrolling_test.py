@@ -108,7 +108,7 @@ class Seams(ViewCase):
 
     def test_scaled(self):
         self.check(pictures.ramps(400, 300), 67, self.KINDS_OF_DISPLAY)
-        self.check(pictures.ramps(200, 150), 300, self.KINDS_OF_DISPLAY)
+        self.check(pictures.ramps(360, 260), 150, self.KINDS_OF_DISPLAY)
         self.check(pictures.ramps(40, 30), 1600, self.KINDS_OF_DISPLAY)
 
     def test_palettes_of_others(self):

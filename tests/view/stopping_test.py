@@ -27,7 +27,7 @@ class Stopping(ViewCase):
             before = viewer.view()
             says = viewer.do(self.drop, f"key:{ESCAPE}", "told:cancelled", "says", "title")
             self.assertEqual(
-                says, ["cancelled; reading large.png was stopped", "small.png - q32view"]
+                says, ["cancelled; reading large.png was stopped", "small.png (2 of 2) - q32view"]
             )
             self.assert_same_picture(viewer.view(), before)
             viewer.do(self.drop, "titled:large.png")

@@ -11,11 +11,14 @@ from program_case import DONE, FAILED, USAGE, ProgramCase, environment, text  # 
 
 # Numbers of menu commands (apps/q32view/resource.h).
 OPEN, SAVE, FIT, ACTUAL, ZOOM_IN, ZOOM_OUT, TEST_CARD = 100, 101, 110, 111, 112, 113, 114
+COPY, NEXT, PREVIOUS, FIRST, LAST, FIT_WIDTH, FULL_SCREEN = 103, 104, 105, 106, 107, 115, 116
+RECENT, FORGET_RECENT, TURN_RIGHT, TURN_LEFT, MIRROR, FLIP = 170, 180, 190, 191, 192, 193
 DETECTED, DEVICE, GAMMA_FILE, GAMMA, DITHER, PALETTE_OPTION, PIXELS = 119, 120, 129, 130, 140, 141, 150
 LABORATORY = 200
 
 PAGE_UP, PAGE_DOWN, END, HOME, LEFT, UP, RIGHT, DOWN = range(0x21, 0x29)
-ESCAPE = 0x1B
+ESCAPE, SPACE, BACKSPACE, RETURN, F2, F11 = 0x1B, 0x20, 0x08, 0x0D, 0x71, 0x7A
+SHIFT, CONTROL, ALT, PLUS, MINUS = 0x10, 0x11, 0x12, 0xBB, 0xBD  # the last two on a US keyboard
 
 
 class Viewer:
@@ -25,6 +28,11 @@ class Viewer:
     driver = []
     tool = []
     depth = 24
+
+
+def keys(*codes):
+    """Real ones, held down together: numbers, or the letters and digits on them."""
+    return "press:" + ",".join(str(ord(code) if isinstance(code, str) else code) for code in codes)
 
 
 def background():
@@ -107,7 +115,7 @@ class ViewCase(ProgramCase):
         viewer = kind(self)
         try:
             if (self.folder / arguments[0]).is_file():
-                viewer.do(f"titled:{arguments[0]} - q32view")
+                viewer.do(f"titled:{arguments[0]} ")
             yield viewer
             if ended_with is None:
                 viewer.do("end")

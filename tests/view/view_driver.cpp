@@ -9,15 +9,22 @@
 //     move:X,Y              the pointer over a point of the canvas
 //     press:CONTROL,VK      a key, in a laboratory's control by its place among them, from 0 on
 //     bar:BAR,CODE,PLACE    BAR 0 across, 1 down; CODE a SB_ value, PLACE where a thumb is dragged
-//     to drop:FILE             a file on the window palettes              as if another window's
-//     palette had changed the colours
+//     drop:FILE             a file on the window
+//     palettes              as if another window's palette had changed the colours
+//     press:VK,VK...        real keys, all held down together, for the window in front; it comes
+//     there
 // Steps that are done when the next begins:
 //     keep:FROM,TO          waits for a file, and moves it, replacing an older one
 //     told:TEXT, titled:TEXT   waits until the status bar's message, the title begins so
 //     says, title           prints them
-//     explains:TEXT, explained   the same for a laboratory's text
+//     explains:TEXT         waits until a laboratory's text holds that
+//     explained             prints that text
 //     dialog:FILE           waits for a dialog, names a file in it, and presses its button
 //     spoil                 makes the canvas invalid
+//     framed:FRAME,LINE     waits until the window has a frame or "none", a status "line" or "none"
+//     shown:TEXT            waits until the status bar tells this of the picture's size and zoom
+//     clipboard:FILE        saves the picture on the clipboard as a BMP file
+//     answer                waits for a message box, prints its text, and closes it
 //     size:W,H              of the whole window
 //     close                 and waits until the program has ended: Wine waits two seconds for a
 //                           window manager to take the window away
@@ -25,6 +32,7 @@
 // Exit code: 0; 1 when the window does not come, or does not do what is asked of it.
 #include <windows.h>
 
+#include <commctrl.h>
 #include <shlobj.h>
 
 #include <cstdio>
@@ -134,19 +142,26 @@ std::wstring text_of(HWND window) {
     return text;
 }
 
-bool print_text(HWND window) {
-    const std::wstring text = text_of(window);
+bool print_wide(const wchar_t *text) {
     char bytes[3000] = {};
-    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, bytes, sizeof bytes, nullptr, nullptr);
-    std::printf("%s\n", bytes);
-    return true;
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, bytes, sizeof bytes, nullptr, nullptr);
+    return std::printf("%s\n", bytes) > 0;
+}
+
+bool print_text(HWND window) {
+    return print_wide(text_of(window).c_str());
+}
+
+template <typename Is>
+bool wait_for(const Is &is) {
+    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
+        if (is())
+            return true;
+    return false;
 }
 
 bool wait_for_text(HWND window, const std::wstring &wanted) {
-    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
-        if (text_of(window).starts_with(wanted))
-            return true;
-    return false;
+    return wait_for([&] { return text_of(window).starts_with(wanted); });
 }
 
 bool close() {
@@ -171,6 +186,85 @@ bool keep(const std::wstring &names) {
         if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING))
             return true;
     return false;
+}
+
+// Keys for the window in front, as they come from a keyboard.
+bool press(const std::vector<int> &keys) {
+    for (DWORD start = GetTickCount(); GetForegroundWindow() != main_window; Sleep(10)) {
+        if (GetTickCount() - start > patience)
+            return false;
+        SetForegroundWindow(main_window);
+    }
+    std::vector<INPUT> inputs;
+    const auto add = [&inputs](int key, DWORD flags) {
+        INPUT input = {};
+        input.type = INPUT_KEYBOARD;
+        input.ki.wVk = static_cast<WORD>(key);
+        input.ki.wScan = static_cast<WORD>(MapVirtualKeyW(static_cast<UINT>(key), MAPVK_VK_TO_VSC));
+        const bool is_extended = key >= VK_PRIOR && key <= VK_DOWN;
+        input.ki.dwFlags = flags | (is_extended ? KEYEVENTF_EXTENDEDKEY : 0);
+        inputs.push_back(input);
+    };
+    for (const int key : keys)
+        add(key, 0);
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key)
+        add(*key, KEYEVENTF_KEYUP);
+    const auto count = static_cast<UINT>(inputs.size());
+    return SendInput(count, inputs.data(), sizeof(INPUT)) == count;
+}
+
+// A bitmap file is a header before what lies on the clipboard.
+bool save_clipboard(const std::wstring &path) {
+    if (!send(main_window, WM_NULL) || !OpenClipboard(nullptr))
+        return false;
+    const HANDLE block = GetClipboardData(CF_DIB);
+    const void *bitmap = block != nullptr ? GlobalLock(block) : nullptr;
+    bool saved = false;
+    if (bitmap != nullptr) {
+        const auto bytes = static_cast<DWORD>(GlobalSize(block));
+        BITMAPFILEHEADER header = {};
+        header.bfType = 0x4D42; // "BM"
+        header.bfOffBits = sizeof header + sizeof(BITMAPINFOHEADER);
+        header.bfSize = static_cast<DWORD>(sizeof header) + bytes;
+        const HANDLE file =
+            CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        DWORD written = 0;
+        saved = WriteFile(file, &header, sizeof header, &written, nullptr) &&
+                WriteFile(file, bitmap, bytes, &written, nullptr);
+        CloseHandle(file);
+        GlobalUnlock(block);
+    }
+    CloseClipboard();
+    return saved;
+}
+
+// Real keys come after what is posted: waits until what they do is to be seen.
+bool wait_for_frame(const std::wstring &wanted) {
+    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10)) {
+        const bool caption = (GetWindowLongW(main_window, GWL_STYLE) & WS_CAPTION) != 0;
+        const bool line = IsWindowVisible(status) != 0;
+        if (send(main_window, WM_NULL) &&
+            (caption ? L"frame," : L"none,") + std::wstring(line ? L"line" : L"none") == wanted)
+            return true;
+    }
+    return false;
+}
+
+// What the status bar says of the picture. It writes its text into the memory of its own process.
+bool wait_for_picture_text(const std::wstring &wanted) {
+    constexpr WPARAM picture_part = 1;
+    wchar_t text[200] = {};
+    const HANDLE process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ, FALSE, process_id);
+    void *there =
+        VirtualAllocEx(process, nullptr, sizeof text, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    bool found = false;
+    for (DWORD start = GetTickCount(); !found && GetTickCount() - start < patience; Sleep(10))
+        found = send(status, SB_GETTEXTW, picture_part, reinterpret_cast<LPARAM>(there)) &&
+                ReadProcessMemory(process, there, text, sizeof text - sizeof *text, nullptr) &&
+                text == wanted;
+    VirtualFreeEx(process, there, 0, MEM_RELEASE);
+    CloseHandle(process);
+    return found;
 }
 
 HWND dialog;
@@ -198,9 +292,37 @@ bool use_dialog(const std::wstring &file) {
     return false;
 }
 
+BOOL CALLBACK print_child(HWND window, LPARAM) {
+    wchar_t name[40] = {};
+    GetClassNameW(window, name, 40);
+    if (std::wcscmp(name, L"Static") == 0 && !text_of(window).empty())
+        print_text(window);
+    return TRUE;
+}
+
+bool answer() {
+    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(20)) {
+        dialog = nullptr;
+        EnumWindows(take_dialog, 0);
+        if (dialog == nullptr)
+            continue;
+        EnumChildWindows(dialog, print_child, 0);
+        return post(dialog, WM_COMMAND, IDOK, 0);
+    }
+    return false;
+}
+
 bool take_step(const std::wstring &word, const std::wstring &value) {
     if (word == L"drop")
         return drop(value);
+    if (word == L"clipboard")
+        return save_clipboard(value);
+    if (word == L"framed")
+        return wait_for_frame(value);
+    if (word == L"shown")
+        return wait_for_picture_text(value);
+    if (word == L"answer")
+        return answer();
     if (word == L"dialog")
         return use_dialog(value);
     if (word == L"keep")
@@ -214,7 +336,10 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
     if (word == L"title")
         return print_text(main_window);
     if (word == L"explains")
-        return wait_for_text(GetDlgItem(main_window, laboratory_text), value);
+        return wait_for([&value] {
+            const HWND explained = GetDlgItem(main_window, laboratory_text);
+            return text_of(explained).find(value) != std::wstring::npos;
+        });
     if (word == L"explained")
         return print_text(GetDlgItem(main_window, laboratory_text));
     if (word == L"spoil")
@@ -233,6 +358,8 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
         return post(main_window, WM_COMMAND, first, 0);
     if (word == L"key")
         return post(main_window, WM_KEYDOWN, first, 1) && post(main_window, WM_KEYUP, first, 1);
+    if (word == L"press")
+        return press(list);
     if (word == L"wheel")
         return wheel(list);
     if (word == L"drag")

@@ -5,7 +5,6 @@
 #include "apps/pictures/library_report.h"
 #include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/bars.h>
@@ -95,13 +94,14 @@ void run(const Arguments &arguments) {
     const std::string &out = arguments.file("--output");
     const Request request = request_from(arguments);
     const PictureTransfer transfer(arguments, out);
-    Image image(request.pixels(), request.size, transfer.buffer_type(), out);
+    Picture picture = {
+        Image(request.pixels(), request.size, transfer.buffer_type(), out), std::nullopt, {}};
     {
         const Timed timed(Part::library);
-        if (!request.draw(image.handle()))
+        if (!request.draw(picture.image.handle()))
             throw library_failure(out, "the bar cannot be drawn");
     }
-    transfer.save(image);
+    transfer.save(picture);
 }
 
 } // namespace
@@ -123,7 +123,7 @@ const Command bars_command = {
                  {"--horizontal", "", "from left to right instead of from the top down"},
                  {"--rainbow", "", "colour: all hues instead of --from and --to"},
                  {"--style", "1..4", "hsb: hues 1 to the right, 2 to the left, 3 down, 4 up (1)"}},
-                storage_options()}),
+                writing_options()}),
     .run = run,
 };
 

@@ -6,6 +6,7 @@
 #include "apps/pictures/text.h"
 #include "apps/q32tool/bitmap_file.h"
 #include "apps/q32tool/buffer_facts.h"
+#include "apps/q32tool/opacity.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/rectangles.h"
 #include "apps/q32tool/storage_options.h"
@@ -58,7 +59,7 @@ FileFormat check_bitmap_output(const std::string &path) {
 }
 
 void change(const BitmapFile &bitmap, const Edit &edit, const std::string &named,
-            uint32_t buffer_type) {
+            uint32_t buffer_type, Turning turning) {
     const BUF32INFO &info = bitmap.info();
     if (edit.is_none())
         return;
@@ -69,9 +70,9 @@ void change(const BitmapFile &bitmap, const Edit &edit, const std::string &named
                       "q32tool convert makes one");
     const Canvas canvas = {bitmap.buffer(), {info.width, info.height}, named};
     if (edit.overlay)
-        lay_image(canvas, load_picture(*edit.overlay, buffer_type).image, edit.at);
+        lay_picture(canvas, load_picture(*edit.overlay, buffer_type, turning), edit.at);
     if (edit.pattern)
-        lay_pattern(canvas, load_picture(*edit.pattern, buffer_type).image, edit.area);
+        lay_pattern(canvas, load_picture(*edit.pattern, buffer_type, turning), edit.area);
     // Never buf32FillOneColor: of a colour it gives a bitmap the first byte only.
     if (edit.colour)
         lay_colour(canvas, *edit.colour, edit.area.value_or(canvas.area()));
@@ -87,7 +88,7 @@ void run(const Arguments &arguments) {
     const std::string facts = fact("file", in) + fact("bitmap", bitmap.layout()) +
                               fact("size", size_in_words({info.width, info.height})) +
                               buffer_facts(info);
-    change(bitmap, edit, in, type);
+    change(bitmap, edit, in, type, turning_from(arguments));
     const std::vector<uint8_t> file = bitmap.close();
     {
         const Timed timed(Part::writing);
@@ -113,7 +114,7 @@ const Command bitmap_command = {
                         {"--pattern", "PATTERN", "fill with a repeated picture"},
                         {"--fill", "R,G,B", "fill with a colour (or #rrggbb)"}},
                        area_options(),
-                       storage_options()}),
+                       reading_options()}),
     .run = run,
 };
 

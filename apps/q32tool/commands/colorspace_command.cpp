@@ -4,9 +4,9 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "apps/q32tool/conversion.h"
+#include "apps/q32tool/opacity.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
-#include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
 
 #include <q32base/merge.h>
@@ -99,11 +99,16 @@ void change_rows(Image &image, Image &target, const Job &job) {
     });
 }
 
-void to_records(Image &image, const Job &job) {
+void to_records(Picture &picture, const Job &job, const std::string &out) {
+    Image &image = picture.image;
+    if (!job.turn)
+        drop_profile(picture.facts, out);
     if (!job.field) {
         change_rows(image, image, job);
         return;
     }
+    if (picture.opacity)
+        lay_over_white(picture, out, "pixels of 8 bits have");
     Image target(PixelFormat::grey, image.size(), image.type(), image.named());
     change_rows(image, target, job);
     image = std::move(target);
@@ -119,11 +124,11 @@ void run(const Arguments &arguments) {
         throw UsageError("one of --field and --turn-hue at a time");
     const Job job = {space, field_from(arguments, space),
                      arguments.if_given("--turn-hue", turn_from)};
-    change_picture(arguments, [&](Image &image) {
+    change_picture(arguments, [&](Picture &picture) {
         if (grey)
-            convert(image, {PixelFormat::grey});
+            convert(picture, {PixelFormat::grey}, arguments.last_operand());
         else
-            to_records(image, job);
+            to_records(picture, job, arguments.last_operand());
     });
 }
 
@@ -141,7 +146,7 @@ const Command colorspace_command = {
         joined({{{"--to", "grey|hsv|hls", "colour space", once},
                  {"--field", "NAME", "only hue, saturation, value or lightness, as 8 bits"},
                  {"--turn-hue", "DEGREES", "turn all hues, and go back to red, green and blue"}},
-                storage_options()}),
+                transfer_options()}),
     .run = run,
 };
 

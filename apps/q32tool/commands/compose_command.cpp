@@ -4,51 +4,64 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/merging.h"
+#include "apps/q32tool/opacity.h"
 #include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
-#include "apps/q32tool/storage_options.h"
+#include "apps/q32tool/progress.h"
 
 namespace apps::q32tool {
 namespace {
 
-Image load_alpha(const std::string &path, uint32_t buffer_type) {
-    std::optional<Image> alpha = load_picture_with_alpha(path, buffer_type).alpha;
-    if (!alpha)
+Image load_alpha(const std::string &path, const PictureTransfer &transfer) {
+    LoadedPicture picture = transfer.load(path);
+    if (!picture.has_opacity)
         throw Failure(path, "the picture has no transparency that could be a mask",
                       "leave --mask-from out to use its grey");
-    return std::move(*alpha);
+    if (!picture.opacity)
+        return {PixelFormat::grey, picture.image.size(), BUF32_ONE_COLOUR, path, &opaque};
+    return std::move(*picture.opacity);
 }
 
-Image load_grey(const std::string &path, uint32_t buffer_type) {
-    Image image = load_picture(path, buffer_type).image;
-    convert(image, {PixelFormat::grey});
-    return image;
+Image load_grey(const std::string &path, const PictureTransfer &transfer) {
+    Picture picture = transfer.load(path);
+    if (picture.opacity)
+        lay_over_white(picture, path, "masks have");
+    convert(picture.image, {PixelFormat::grey});
+    return std::move(picture.image);
 }
 
-// The overlay's transparency is the mask unless another mask is named. Then the overlay is laid
-// over white, as all other pictures with transparency are.
-PictureWithAlpha load_overlay(const Arguments &arguments, uint32_t buffer_type) {
-    const std::string &path = arguments.file("--overlay");
-    if (arguments.has("--mask"))
-        return {load_picture(path, buffer_type).image, std::nullopt};
-    return load_picture_with_alpha(path, buffer_type);
+// Where a mask acts on an overlay that has transparent parts itself.
+Image weighed(const Image &mask, const Image &opacity) {
+    Image both(PixelFormat::grey, mask.size(), opacity.type(), mask.named());
+    const size_t width = static_cast<size_t>(mask.width());
+    std::vector<uint8_t> row(width), weights(width);
+    row_by_row("merging", mask.height(), [&](int y) {
+        const Area area = area_of(0, y, mask.width(), 1);
+        get_pixels(mask, area, row.data());
+        get_pixels(opacity, area, weights.data());
+        for (size_t x = 0; x < width; ++x)
+            row[x] = static_cast<uint8_t>((row[x] * weights[x] + 127) / 255);
+        put_pixels(both, area, row.data());
+    });
+    return both;
 }
 
-// The mask that the options name; else the overlay's own transparency, if it has any.
-std::optional<Image> mask_from(const Arguments &arguments, PictureWithAlpha &overlay,
-                               uint32_t buffer_type) {
+// How opaque the overlay is: by its own transparency, if it has any, and by the mask that the
+// options name.
+std::optional<Image> mask_from(const Arguments &arguments, Picture &overlay,
+                               const PictureTransfer &transfer) {
     const std::string_view source =
         arguments.choice("--mask-from", {"grey", "gray", "alpha"}, "grey");
     if (!arguments.has("--mask"))
-        return std::move(overlay.alpha);
+        return std::move(overlay.opacity);
     const std::string &path = arguments.file("--mask");
-    Image mask = source == "alpha" ? load_alpha(path, buffer_type) : load_grey(path, buffer_type);
+    Image mask = source == "alpha" ? load_alpha(path, transfer) : load_grey(path, transfer);
     if (mask.size() != overlay.image.size())
         throw Failure(path,
                       "the mask is " + size_in_words(mask.size()) + ", the overlay " +
                           size_in_words(overlay.image.size()),
                       "they must be of one size");
-    return mask;
+    return overlay.opacity ? weighed(mask, *overlay.opacity) : std::move(mask);
 }
 
 void run(const Arguments &arguments) {
@@ -61,10 +74,10 @@ void run(const Arguments &arguments) {
     if (arguments.has("--mask-from") && !arguments.has("--mask"))
         throw UsageError("--mask-from needs --mask PICTURE, too");
     const PictureTransfer transfer(arguments, out);
-    Image base = transfer.load(arguments.file("--base"));
-    PictureWithAlpha overlay = load_overlay(arguments, base.type());
-    const std::optional<Image> mask = mask_from(arguments, overlay, base.type());
-    merge_image(base, overlay.image, mask ? &*mask : nullptr, at, merge);
+    Picture base = transfer.load(arguments.file("--base"));
+    Picture overlay = transfer.load(arguments.file("--overlay"));
+    const std::optional<Image> mask = mask_from(arguments, overlay, transfer);
+    merge_picture(base, overlay.image, mask ? &*mask : nullptr, at, merge);
     transfer.save(base);
 }
 
@@ -77,8 +90,8 @@ const Command compose_command = {
     .description =
         "Merges OVERLAY onto BASE, pixel by pixel, and writes OUT, of BASE's size and 24 bits per\n"
         "pixel. OVERLAY may reach beyond every side of BASE; what lies outside is left out.\n"
-        "A mask, of OVERLAY's size, says where it acts: white fully, black not at all. Without\n"
-        "--mask the transparency of OVERLAY's own pixels is the mask, if it has any.\n"
+        "Through OVERLAY's transparent parts BASE is seen. A mask, of OVERLAY's size, says where\n"
+        "it acts beside that: white fully, black not at all.\n"
         "\nModes:\n" +
         merge_mode_names(),
     .options = joined({{{"--base", "BASE", "the picture below", once},
@@ -89,7 +102,7 @@ const Command compose_command = {
                         {"--transparency", "PERCENT", "of OVERLAY, 0 to 100 (0)"},
                         {"--mask", "PICTURE", "where OVERLAY acts"},
                         {"--mask-from", "grey|alpha", "what of that picture is the mask (grey)"}},
-                       storage_options()}),
+                       transfer_options()}),
     .run = run,
 };
 

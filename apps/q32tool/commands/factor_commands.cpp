@@ -24,9 +24,11 @@ void write_scaled(const Arguments &arguments, const Factors &factors, const Scal
         return;
     }
     const Conversion conversion = conversion_from(arguments);
-    change_picture(arguments, [&](Image &image) {
-        convert(image, conversion);
-        image = scale(image, factors, out);
+    change_picture(arguments, [&](Picture &picture) {
+        convert(picture, conversion, out);
+        picture.image = scale(picture.image, factors, out);
+        if (picture.opacity)
+            picture.opacity = scale(*picture.opacity, factors, out);
     });
 }
 
@@ -56,7 +58,7 @@ const Command enlarge_command = {
     .options = joined(
         {{{"--factor", "N[xM]", "how often each pixel is repeated, to the right and down", once}},
          factor_pixel_options(),
-         storage_options()}),
+         transfer_options()}),
     .run = enlarge,
 };
 
@@ -73,7 +75,7 @@ const Command reduce_command = {
     .options = joined({{{"--factor", "N", "of N pixels of a row one is taken", once},
                         {"--step", "M", "of M rows one is taken (as many as pixels)"}},
                        factor_pixel_options(),
-                       storage_options()}),
+                       transfer_options()}),
     .run = reduce,
 };
 

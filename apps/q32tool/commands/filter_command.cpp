@@ -5,10 +5,10 @@
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
 #include "apps/q32tool/conversion.h"
+#include "apps/q32tool/opacity.h"
 #include "apps/q32tool/option_values.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
-#include "apps/q32tool/storage_options.h"
 
 #include <q32base/merge.h>
 
@@ -57,7 +57,10 @@ std::optional<Image> start_from(const Arguments &arguments, const Image &image) 
     if (!arguments.has("--mask"))
         return std::nullopt;
     const std::string &path = arguments.file("--mask");
-    Image mask = load_picture(path, image.type()).image;
+    Picture picture = load_picture(path, image.type(), turning_from(arguments));
+    if (picture.opacity)
+        lay_over_white(picture, path, "masks have");
+    Image mask = std::move(picture.image);
     if (mask.size() != image.size())
         throw Failure(path,
                       "the mask is " + size_in_words(mask.size()) + ", the picture " +
@@ -89,9 +92,14 @@ void filter_rows(Image &image, std::optional<Image> &start, Image &mask, const C
 void run(const Arguments &arguments) {
     const ColourRanges ranges(arguments.all_parsed(
         "--range", parse_range, "R,G,B:T or R,G,B:TR,TG,TB, each from 0 to 255, or #rrggbb:T"));
-    change_picture(arguments, [&](Image &image) {
+    const std::string &out = arguments.last_operand();
+    change_picture(arguments, [&](Picture &picture) {
+        if (picture.opacity)
+            lay_over_white(picture, out, "masks have");
+        drop_profile(picture.facts, out);
+        Image &image = picture.image;
         std::optional<Image> start = start_from(arguments, image);
-        Image mask(PixelFormat::grey, image.size(), image.type(), arguments.last_operand());
+        Image mask(PixelFormat::grey, image.size(), image.type(), out);
         filter_rows(image, start, mask, ranges, !arguments.has("--outside"));
         image = std::move(mask);
     });
@@ -112,7 +120,7 @@ const Command filter_command = {
         joined({{{"--range", "R,G,B:T", "colours to select, such as 200,40,30:25", at_least_once},
                  {"--outside", "", "select what lies in none of the ranges"},
                  {"--mask", "PICTURE", "begin with its grey; only take away from it"}},
-                storage_options()}),
+                transfer_options()}),
     .run = run,
 };
 

@@ -13,7 +13,7 @@ namespace {
 
 void run(const Arguments &arguments) {
     const uint32_t type = apply_storage_options(arguments);
-    const LoadedPicture picture = load_picture(arguments.operand(0), type);
+    const LoadedPicture picture = load_picture(arguments.operand(0), type, turning_from(arguments));
     const Image &image = picture.image;
     const MemoryUse use = memory_use();
     print(fact("file", arguments.operand(0)) +
@@ -35,7 +35,7 @@ const Command info_command = {
     .summary = "tell what a picture is and how its buffer is laid out",
     .description = "Reads PICTURE (PNG, JPEG, TIFF, BMP, GIF) into a 24-bit buffer and prints\n"
                    "the picture's size, the buffer's cells and where its pixels are kept.",
-    .options = storage_options(),
+    .options = reading_options(),
     .run = run,
 };
 

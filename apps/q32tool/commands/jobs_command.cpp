@@ -6,6 +6,7 @@
 #include "apps/pictures/text.h"
 #include "apps/q32tool/dispatch_show.h"
 #include "apps/q32tool/numbered_names.h"
+#include "apps/q32tool/output_options.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/rectangles.h"
@@ -93,9 +94,9 @@ Size picture_size_from(const Arguments &arguments) {
 }
 
 // Files of steps that are done stay when the work is cancelled.
-void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
+void paint_and_save(Picture &picture, const std::vector<DispatchStep> &steps,
                     const std::optional<NumberedName> &frames, const PictureTransfer &transfer) {
-    const Canvas canvas = canvas_of(image);
+    const Canvas canvas = canvas_of(picture.image);
     lay_colour(canvas, paper, std::nullopt);
     Progress progress("painting", static_cast<int>(steps.size()));
     size_t frames_done = 0;
@@ -104,13 +105,13 @@ void paint_and_save(Image &image, const std::vector<DispatchStep> &steps,
             paint(canvas, steps[i], colour_of(i, steps.size()));
             if (frames) {
                 const std::string path = frames->with(i + 1);
-                save_picture(image, path, check_output(path));
+                save_picture(picture, path, check_output(path), transfer.settings());
                 ++frames_done;
             }
             progress.advance(1);
         }
         clear_progress();
-        transfer.save(image);
+        transfer.save(picture);
     } catch (const Cancelled &) {
         if (frames_done == 0)
             throw;
@@ -128,8 +129,9 @@ void run(const Arguments &arguments) {
     if (frames && steps.size() > max_frames)
         throw UsageError("--frames would write " + counted(steps.size(), "file") +
                          "; use a larger --side");
-    Image image(PixelFormat::rgb, size, transfer.buffer_type(), transfer.out());
-    paint_and_save(image, steps, frames, transfer);
+    Picture picture = {
+        Image(PixelFormat::rgb, size, transfer.buffer_type(), transfer.out()), std::nullopt, {}};
+    paint_and_save(picture, steps, frames, transfer);
     if (!arguments.has("--quiet"))
         print(order_lines(show, steps));
 }
@@ -145,9 +147,11 @@ const Command jobs_command = {
         "bands and numbered steps, of different priorities. Each step paints its part of\n"
         "OUT in the colour of its place in the order: red first, then yellow, green, blue,\n"
         "and violet last.",
-    .options = {{"--size", "WxH", "of the picture, 640x480 without it"},
-                {"--side", "N", "side of tiles and height of bands, 48 without it"},
-                {"--frames", "NAME", "also write a picture after each step: step-####.png"}},
+    .options =
+        joined({{{"--size", "WxH", "of the picture, 640x480 without it"},
+                 {"--side", "N", "side of tiles and height of bands, 48 without it"},
+                 {"--frames", "NAME", "also write a picture after each step: step-####.png"}},
+                output_options()}),
     .run = run,
 };
 

@@ -2,10 +2,10 @@
 // picture, a colour or a pattern over a rectangle of it.
 #include "commands.h"
 
+#include "apps/q32tool/opacity.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/rectangles.h"
-#include "apps/q32tool/storage_options.h"
 
 #include <algorithm>
 
@@ -15,11 +15,12 @@ namespace {
 // Bands of about a megabyte go through memory.
 constexpr int band_bytes = 1 << 20;
 
-Image cut_with_background(const Image &image, const Area &area, const Colour &background,
+// background: a pixel of the image's format.
+Image cut_with_background(const Image &image, const Area &area, const void *background,
                           const std::string &named) {
     part_on(canvas_of(image), area.corner(), area.size(), "the rectangle");
-    Image part(PixelFormat::rgb, area.size(), image.type(), named);
-    const int row_bytes = area.width() * 3;
+    Image part(image.format(), area.size(), image.type(), named);
+    const int row_bytes = area.width() * bits_of(image.format()) / 8;
     const int band_rows = std::clamp(band_bytes / row_bytes, 1, area.height());
     std::vector<uint8_t> band(static_cast<size_t>(row_bytes) * static_cast<size_t>(band_rows));
     band_by_band("cropping", area.height(), band_rows, [&](int first, int count) {
@@ -33,33 +34,46 @@ Image cut_with_background(const Image &image, const Area &area, const Colour &ba
 void crop(const Arguments &arguments) {
     const Area area = area_from(arguments).value();
     const auto background = arguments.if_given("--background", colour_from);
-    change_picture(arguments, [&](Image &image) {
-        if (background && !contains(image.area(), area)) {
-            image = cut_with_background(image, area, *background, arguments.last_operand());
-        } else {
+    change_picture(arguments, [&](Picture &picture) {
+        Image &image = picture.image;
+        const bool leaves = background && !contains(image.area(), area);
+        if (!leaves)
             check_inside(canvas_of(image), area, "keep inside or name a --background for the rest");
-            image = image.cut(area);
-        }
+        const auto cut = [&](const Image &whole, const void *outside) {
+            return leaves ? cut_with_background(whole, area, outside, arguments.last_operand())
+                          : whole.cut(area);
+        };
+        image = cut(image, leaves ? &*background : nullptr);
+        if (picture.opacity)
+            picture.opacity = cut(*picture.opacity, &opaque);
     });
+}
+
+// The picture that goes over the first.
+Picture load_second(const Arguments &arguments, const Picture &first) {
+    return load_picture(arguments.operand(1), first.image.type(), turning_from(arguments));
 }
 
 void paste(const Arguments &arguments) {
     const Point at = point_from(arguments, "--at");
-    change_picture(arguments, [&](Image &image) {
-        lay_image(canvas_of(image), load_picture(arguments.operand(1), image.type()).image, at);
+    change_picture(arguments, [&](Picture &picture) {
+        lay_picture(picture, load_second(arguments, picture), at);
     });
 }
 
 void fill(const Arguments &arguments) {
     const Colour colour = colour_from(arguments, "--colour");
     const std::optional<Area> area = area_from(arguments);
-    change_picture(arguments, [&](Image &image) { lay_colour(canvas_of(image), colour, area); });
+    change_picture(arguments, [&](Picture &picture) {
+        lay_colour(canvas_of(picture.image), colour, area);
+        make_opaque(picture, area);
+    });
 }
 
 void fill_with_pattern(const Arguments &arguments) {
     const std::optional<Area> area = area_from(arguments);
-    change_picture(arguments, [&](Image &image) {
-        lay_pattern(canvas_of(image), load_picture(arguments.operand(1), image.type()).image, area);
+    change_picture(arguments, [&](Picture &picture) {
+        lay_pattern(picture, load_second(arguments, picture), area);
     });
 }
 
@@ -71,11 +85,12 @@ const Command crop_command = {
     .summary = "cut a rectangle out of a picture",
     .description =
         "Writes the rectangle of IN that --at and --size name as the picture OUT, of 24 bits\n"
-        "per pixel. With --background the rectangle may reach beyond the picture, and what\n"
-        "lies outside gets that colour; without it such a rectangle is refused.",
+        "per pixel, or 32 where it is transparent. With --background the rectangle may reach\n"
+        "beyond the picture, and what lies outside gets that colour; without it such a\n"
+        "rectangle is refused.",
     .options = joined({area_options(once),
                        {{"--background", "R,G,B", "colour of what lies outside (or #rrggbb)"}},
-                       storage_options()}),
+                       transfer_options()}),
     .run = crop,
 };
 
@@ -86,9 +101,9 @@ const Command paste_command = {
     .description =
         "Lays the picture OVERLAY over the picture IN and writes OUT, of IN's size and 24\n"
         "bits per pixel. OVERLAY may reach beyond every side of IN; what lies outside is left\n"
-        "out. Its transparent parts are white.",
+        "out. IN is seen through OVERLAY's transparent parts.",
     .options = joined(
-        {{{"--at", "X,Y", "where OVERLAY's left and top go in IN", once}}, storage_options()}),
+        {{{"--at", "X,Y", "where OVERLAY's left and top go in IN", once}}, transfer_options()}),
     .run = paste,
 };
 
@@ -102,7 +117,7 @@ const Command fill_command = {
         "out. Without --at and --size the whole picture gets the colour.",
     .options = joined({{{"--colour", "R,G,B", "each from 0 to 255; or #rrggbb", once, "--color"}},
                        area_options(),
-                       storage_options()}),
+                       transfer_options()}),
     .run = fill,
 };
 
@@ -116,7 +131,7 @@ const Command pattern_command = {
         "left and top of IN, wherever the rectangle lies, so that neighbouring rectangles fit\n"
         "together. The rectangle may reach beyond the picture; what lies outside is left out.\n"
         "Without --at and --size the whole picture is filled.",
-    .options = joined({area_options(), storage_options()}),
+    .options = joined({area_options(), transfer_options()}),
     .run = fill_with_pattern,
 };
 

@@ -6,6 +6,7 @@
 #include "apps/pictures/text.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/interrupt.h"
+#include "apps/q32tool/opacity.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/rectangles.h"
 #include "apps/q32tool/storage_options.h"
@@ -96,10 +97,17 @@ void run(const Arguments &arguments) {
     const std::optional<Area> wanted = area_from(arguments);
     const Conversion conversion = conversion_from(arguments);
     const uint32_t type = apply_storage_options(arguments);
-    Image image = load_picture(arguments.operand(0), type).image;
+    const std::string &in = arguments.operand(0);
+    Picture picture = load_picture(in, type, turning_from(arguments));
+    Image &image = picture.image;
     const Area area = wanted.value_or(image.area());
     check_rectangle(image, area, arguments.has("--all"));
     image = image.cut(area);
+    if (picture.opacity) {
+        picture.opacity = picture.opacity->cut(area);
+        if (!is_opaque(*picture.opacity))
+            lay_over_white(picture, in, "rows of numbers have");
+    }
     convert(image, conversion);
     print_rows(image, area.top);
 }
@@ -119,7 +127,7 @@ const Command rows_command = {
     .options = joined({area_options(),
                        pixel_options(),
                        {{"--all", "", "print any number of pixels"}},
-                       storage_options()}),
+                       reading_options()}),
     .run = run,
 };
 

@@ -5,7 +5,6 @@
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/scaling.h"
-#include "apps/q32tool/storage_options.h"
 
 #include <q32base/resample.h>
 
@@ -19,18 +18,26 @@ void check_can_be_scaled(const Conversion &conversion, const Scaling &scaling,
         return;
     if (conversion.format == PixelFormat::rgb565)
         throw UsageError("pixels of --format 565 are scaled with --method nearest only");
-    if (conversion.format == PixelFormat::bits && arguments.has("--method"))
+    if (conversion.format == PixelFormat::bits &&
+        (arguments.has("--method") || arguments.has("--linear")))
         throw UsageError("pixels of 1 bit are scaled with --method nearest only");
 }
 
 void run(const Arguments &arguments) {
-    const Scaling scaling(arguments);
+    const Scaling scaling(arguments, "average");
     const Conversion conversion = conversion_from(arguments);
     check_can_be_scaled(conversion, scaling, arguments);
-    change_picture(arguments, [&](Image &image) {
-        convert(image, conversion);
-        image = scaled(image, scaling.size_for(image.size()), scaling.method(),
-                       arguments.last_operand());
+    const std::string &out = arguments.last_operand();
+    change_picture(arguments, [&](Picture &picture) {
+        // What words of 16 bits have lost would be missing in their means, too.
+        const Size size = picture.image.size();
+        const bool words_are_averaged =
+            conversion.format == PixelFormat::rgb555 && scaling.averaged_size_for(size) != size;
+        if (!words_are_averaged)
+            convert(picture, conversion, out);
+        picture = scaled(picture, scaling, out);
+        if (words_are_averaged)
+            convert(picture, conversion, out);
     });
 }
 
@@ -42,12 +49,14 @@ const Command scale_command = {
     .summary = "make a picture larger or smaller",
     .description =
         "Scales the picture IN to another size and writes OUT. One of --size, --fit and\n"
-        "--percent says the size. Pixels are made by cubic convolution, by bilinear\n"
-        "interpolation, or are those of the nearest place. No method averages: what lies\n"
-        "between the pixels of a much smaller picture is passed over.\n"
-        "With --bits the picture is converted first, and scaled and written so; pixels of\n"
-        "1 bit are always those of the nearest place.",
-    .options = joined({scaling_options(), pixel_options(), storage_options()}),
+        "--percent says the size. Pixels are means of what they cover of IN (average), made\n"
+        "by cubic convolution or by bilinear interpolation, or those of the nearest place.\n"
+        "Only average looks at all of a picture that becomes much smaller. Where OUT is\n"
+        "larger than IN, average leaves its pixels to cubic convolution.\n"
+        "With --bits the picture is converted first, and scaled and written so; 16 bits are\n"
+        "made of means of 24; pixels of 1 bit are always those of the nearest place.",
+    .options = joined(
+        {scaling_options("how pixels are made (average)"), pixel_options(), transfer_options()}),
     .run = run,
 };
 

@@ -3,10 +3,11 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
+#include "apps/q32tool/notes.h"
+#include "apps/q32tool/opacity.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/separating.h"
-#include "apps/q32tool/storage_options.h"
 #include "apps/q32tool/timings.h"
 
 #include <algorithm>
@@ -32,13 +33,17 @@ struct Outputs {
 };
 
 // Pictures of 8 bits.
-using Plates = std::vector<Image>;
+using Plates = std::vector<Picture>;
 
-Plates plates_for(const Image &image, const Outputs &outputs) {
+Plates plates_for(const Picture &picture, const Outputs &outputs) {
+    const Image &image = picture.image;
+    PictureFacts facts = picture.facts;
+    facts.colour_profile.clear(); // of colours, not of inks
     Plates plates;
     plates.reserve(plate_count);
     for (const std::string &path : outputs.plates)
-        plates.emplace_back(PixelFormat::grey, image.size(), image.type(), path);
+        plates.push_back(
+            {Image(PixelFormat::grey, image.size(), image.type(), path), std::nullopt, facts});
     return plates;
 }
 
@@ -58,7 +63,7 @@ void separate(Image &image, Plates &plates, bool as_film) {
     for (size_t i = 0; i < plate_count; ++i) {
         inks[i].resize(width);
         rows[i] = inks[i].data();
-        locks[i] = plates[i].lock(BUF32_OVERWRITE);
+        locks[i] = plates[i].image.lock(BUF32_OVERWRITE);
     }
     const BufferLock lock = image.lock(BUF32_WRITE);
     prepare_separation();
@@ -70,14 +75,14 @@ void separate(Image &image, Plates &plates, bool as_film) {
         for (size_t i = 0; i < plate_count; ++i) {
             if (!as_film)
                 to_paper(inks[i]);
-            plates[i].line(y, BUF32_LINE_WRITE, inks[i].data());
+            plates[i].image.line(y, BUF32_LINE_WRITE, inks[i].data());
         }
         timings().rows_converted += 2;
     });
 }
 
 // Pictures that are done stay when a later one cannot be.
-void save_all(Plates &plates, Image &proof, const Outputs &outputs,
+void save_all(Plates &plates, Picture &proof, const Outputs &outputs,
               const PictureTransfer &transfer) {
     size_t done = 0;
     try {
@@ -94,10 +99,15 @@ void save_all(Plates &plates, Image &proof, const Outputs &outputs,
 void run(const Arguments &arguments) {
     const PictureTransfer transfer(arguments, arguments.operand(1));
     const Outputs outputs(transfer.out());
-    Image image = transfer.load(arguments.operand(0));
-    Plates plates = plates_for(image, outputs);
-    separate(image, plates, arguments.has("--film"));
-    save_all(plates, image, outputs, transfer);
+    const std::string &in = arguments.operand(0);
+    Picture picture = transfer.load(in);
+    if (picture.opacity)
+        lay_over_white(picture, in, "plates have");
+    Plates plates = plates_for(picture, outputs);
+    if (!picture.facts.colour_profile.empty())
+        note(in, "the colour profile is left out of the plates, only the proof has it");
+    separate(picture.image, plates, arguments.has("--film"));
+    save_all(plates, picture, outputs, transfer);
 }
 
 } // namespace
@@ -112,7 +122,7 @@ const Command separate_command = {
         "bits, dark where there is ink, and -proof, of 24 bits: the plates put together again.\n"
         "Pictures that are done stay when a later one fails or the work is cancelled.",
     .options =
-        joined({{{"--film", "", "plates as films: light where there is ink"}}, storage_options()}),
+        joined({{{"--film", "", "plates as films: light where there is ink"}}, transfer_options()}),
     .run = run,
 };
 

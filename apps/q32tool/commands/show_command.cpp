@@ -5,10 +5,10 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/numbers.h"
 #include "apps/q32tool/conversion.h"
+#include "apps/q32tool/opacity.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/rectangles.h"
-#include "apps/q32tool/storage_options.h"
 
 #include <q32base/display.h>
 
@@ -122,17 +122,20 @@ PixelFormat fewest_bits(Image &image) {
     return fewest;
 }
 
-Image load(const Arguments &arguments, const Show &show, const PictureTransfer &transfer) {
+Picture load(const Arguments &arguments, const Show &show, const PictureTransfer &transfer) {
     const std::string &path = arguments.operand(0);
     Conversion conversion = conversion_from(arguments);
-    Image image = transfer.load(path);
+    Picture picture = transfer.load(path);
+    if (picture.opacity)
+        lay_over_white(picture, transfer.out(), "displays have");
+    Image &image = picture.image;
     if (!arguments.has("--bits"))
         conversion.format = fewest_bits(image);
     if (show.sixteen_greys && conversion.format != PixelFormat::grey)
         throw Failure(path, "--levels-16 is for pictures of greys, and this is none",
                       "make it one with --bits 8");
     convert(image, conversion);
-    return image;
+    return picture;
 }
 
 // --- painting ------------------------------------------------------------------------------------
@@ -200,12 +203,12 @@ void run(const Arguments &arguments) {
     const std::string &out = arguments.file("--output");
     const Show show = show_from(arguments);
     const PictureTransfer transfer(arguments, out);
-    Image image = load(arguments, show, transfer);
+    Picture picture = load(arguments, show, transfer);
     prepare_library(show);
-    image = seen(image, show, out);
+    picture.image = seen(picture.image, show, out);
     if (show.display == DISP32_MONOCHROME)
-        convert(image, {PixelFormat::bits});
-    transfer.save(image);
+        convert(picture.image, {PixelFormat::bits});
+    transfer.save(picture);
 }
 
 } // namespace
@@ -230,7 +233,7 @@ const Command show_command = {
                  {"--pieces", "WxH", "paint in pieces of this size"},
                  {"--bits", "1|8|16|24", "bits per pixel that the picture is shown from"},
                  {"--threshold", "N", "1 bit: grey above N is white, 0 to 255 (127)"}},
-                storage_options()}),
+                transfer_options()}),
     .run = run,
 };
 

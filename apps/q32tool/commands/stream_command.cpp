@@ -1,6 +1,7 @@
 // q32tool stream: many pictures of one size scaled with one set of tables.
 #include "commands.h"
 
+#include "apps/pictures/area_average.h"
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
@@ -15,8 +16,10 @@
 
 #include <q32base/resample.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <optional>
 
 namespace apps::q32tool {
 namespace {
@@ -27,39 +30,72 @@ double seconds_since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// The tables that all frames share, and the frame that receives each result.
+// What all frames share: the sums of those that become smaller, the library's tables, and the frame
+// that receives each result.
 class Stream {
 public:
-    Stream(const Frame &first, Size size, int method)
-        : header_(first.header()),
-          result_(size.width, size.height, first.bits), record_{&header_, size.width, size.height,
-                                                                method,   nullptr,    nullptr,
-                                                                nullptr,  nullptr} {
-        const Timed timed(Part::library);
-        if (!vcResampleInit(&record_))
-            throw library_failure("the stream", "tables cannot be made");
+    Stream(const Frame &first, const Scaling &scaling)
+        : reduced_size_(scaling.averaged_size_for(first.size())),
+          size_(scaling.size_for(first.size())), result_(size_.width, size_.height, first.bits) {
+        if (reduced_size_ != first.size())
+            averaging_.emplace(first.size(), reduced_size_, first.bits / 8, scaling.light());
+        if (averaging_ && size_ != reduced_size_)
+            reduced_.emplace(reduced_size_.width, reduced_size_.height, first.bits);
+        if (!averaging_ || reduced_)
+            make_tables(reduced_ ? *reduced_ : first, scaling.method());
     }
     Stream(const Stream &) = delete;
     Stream &operator=(const Stream &) = delete;
-    ~Stream() { vcResampleEnd(&record_); }
+    ~Stream() {
+        if (has_tables_)
+            vcResampleEnd(&record_);
+    }
 
-    Frame &scale(const Frame &frame, const std::string &named) {
+    Frame &scale(Frame &frame, const std::string &named) {
         const Timed timed(Part::library);
         const auto start = Clock::now();
-        if (!vcResampleEx(0, frame.pixels.data(), &header_, result_.pixels.data(), record_.width,
-                          record_.height, record_.method, &record_))
-            throw library_failure(named, "the frame cannot be scaled");
+        if (averaging_)
+            average(frame, reduced_ ? *reduced_ : result_);
+        if (has_tables_)
+            resample(reduced_ ? *reduced_ : frame, named);
         seconds_ += seconds_since(start);
         return result_;
     }
 
     const Frame &result() const { return result_; }
-    double seconds() const { return seconds_; } // in the library
+    double seconds() const { return seconds_; } // in averaging and in the library
 
 private:
-    BITMAPINFOHEADER header_;
+    void make_tables(const Frame &source, int method) {
+        header_ = source.header();
+        record_ = {&header_, size_.width, size_.height, method, nullptr, nullptr, nullptr, nullptr};
+        const Timed timed(Part::library);
+        if (!vcResampleInit(&record_))
+            throw library_failure("the stream", "tables cannot be made");
+        has_tables_ = true;
+    }
+
+    void average(Frame &source, Frame &target) {
+        const size_t row_bytes =
+            static_cast<size_t>(target.width) * static_cast<size_t>(target.bits / 8);
+        for (int y = 0, made = 0; y < source.height; ++y)
+            if (const uint8_t *row = averaging_->take(source.row(y)); row != nullptr)
+                std::copy_n(row, row_bytes, target.row(made++));
+    }
+
+    void resample(const Frame &source, const std::string &named) {
+        if (!vcResampleEx(0, source.pixels.data(), &header_, result_.pixels.data(), record_.width,
+                          record_.height, record_.method, &record_))
+            throw library_failure(named, "the frame cannot be scaled");
+    }
+
+    Size reduced_size_, size_;
+    std::optional<AreaAverage> averaging_;
+    std::optional<Frame> reduced_; // when averaging leaves something to the library
     Frame result_;
-    VCRESAMPLE record_;
+    BITMAPINFOHEADER header_ = {};
+    VCRESAMPLE record_ = {};
+    bool has_tables_ = false;
     double seconds_ = 0;
 };
 
@@ -95,9 +131,11 @@ void tell(const Stream &stream, const Frame &first, size_t frames, std::string_v
 
 // In the order of the sequence; frames that are done stay when a later one cannot be.
 void run(const Arguments &arguments) {
-    const Scaling scaling(arguments);
+    const Scaling scaling(arguments, "bicubic");
     const int bits =
         std::stoi(std::string(arguments.choice("--bits", {"8", "16", "24", "32"}, "24")));
+    if (bits == 16 && scaling.is_averaging())
+        throw UsageError("frames of --bits 16 are not averaged");
     const std::vector<FrameFile> files = find_frames(arguments.operand(0), arguments.operand(1));
     if (bits == 32)
         check_holds_transparency(files);
@@ -106,9 +144,9 @@ void run(const Arguments &arguments) {
         const auto start = Clock::now();
         Progress progress("streaming", static_cast<int>(files.size()));
         const Frame first = read_frame(files[0].in, bits);
-        Stream stream(first, scaling.size_for(first.size()), scaling.method());
+        Stream stream(first, scaling);
         for (const FrameFile &file : files) {
-            const Frame frame = done == 0 ? first : read_frame(file.in, bits);
+            Frame frame = done == 0 ? first : read_frame(file.in, bits);
             check_frame(frame, first, file.in);
             write_frame(stream.scale(frame, file.in), file.out, check_output(file.out));
             ++done;
@@ -132,12 +170,13 @@ const Command stream_command = {
     .summary = "scale a sequence of pictures of one size",
     .description =
         "Scales many pictures of one size with one set of tables, and prints how many frames\n"
-        "per second that makes.\n"
+        "per second that makes. With --method average, frames that become smaller are averaged\n"
+        "as scale does it.\n"
         "IN is a folder, whose .png, .bmp, .jpg and .tif files are taken in the order of their\n"
         "names, or a name with a number in it, such as shot-####.png or shot-%04d.png. OUT is a\n"
         "folder that is there, where frames keep their names, or a name with a number as IN.\n"
         "Frames that are done stay when a later one fails or the work is cancelled.",
-    .options = joined({scaling_options(),
+    .options = joined({scaling_options("how pixels are made (bicubic)"),
                        {{"--bits", "8|16|24|32",
                          "bits per pixel: grey, 5-5-5, colours (24), with transparency"}}}),
     .run = run,

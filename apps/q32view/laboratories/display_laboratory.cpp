@@ -235,7 +235,7 @@ void DisplayLaboratory::draw_detail(HDC dc, const Area &room, const Picture &see
         throw library_failure(seen.name, "a detail cannot be enlarged");
     const Buffer squares(made);
     const Area shown = centred(size, room);
-    paint(dc, shown, made, {}, {}, applied_settings());
+    paint(dc, shown, {.buffer = made, .opacity = 0, .place = {}, .matrix = {}}, applied_settings());
     keep_drawn(dc, shown);
 }
 

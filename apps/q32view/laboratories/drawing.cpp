@@ -45,8 +45,8 @@ void FittedPicture::draw(HDC dc, const Area &room, const Picture &picture, Statu
     shown_ = centred(size, room);
     const Point origin = shown_.corner();
     scaled_.for_each_piece(area_of({}, size), [&](const ScaledPicture::Piece &piece) {
-        paint(dc, moved(piece.area, origin), piece.buffer, piece.place, piece.area.corner(),
-              applied_settings());
+        paint(dc, moved(piece.area, origin),
+              {piece.buffer, piece.opacity, piece.place, piece.area.corner()}, applied_settings());
     });
     keep_drawn(dc, shown_);
     const RECT around = q32::as_rect(room);

@@ -1,0 +1,59 @@
+// Both ways, row by row.
+#include "premultiplied.h"
+
+#include "apps/pictures/library_report.h"
+#include "timings.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace apps::q32tool {
+namespace {
+
+constexpr int opaque = 255;
+
+void move_row(const Image &image, int y, int mode, std::vector<uint8_t> &row) {
+    ++timings().rows_moved;
+    if (!buf32Line(image.handle(), y, mode, row.data()))
+        throw library_failure(image.named(), "row " + std::to_string(y) + " cannot be moved");
+}
+
+// Writes change(colour, opacity) for each colour of a picture into a target, which may be its own.
+template <typename Change>
+void change_colours(const Image &source, const Image &opacity, const Image &target,
+                    const Change &change) {
+    const Timed timed(Part::library);
+    const size_t width = static_cast<size_t>(source.width());
+    const size_t channels = static_cast<size_t>(bits_of(source.format()) / 8);
+    std::vector<uint8_t> colours(width * channels), opacities(width);
+    const BufferLock source_lock = lock_buffer(source.handle(), BUF32_READ, source.named());
+    const BufferLock opacity_lock = lock_buffer(opacity.handle(), BUF32_READ, source.named());
+    const BufferLock target_lock = lock_buffer(target.handle(), BUF32_WRITE, source.named());
+    for (int y = 0; y < source.height(); ++y) {
+        move_row(source, y, BUF32_LINE_READ, colours);
+        move_row(opacity, y, BUF32_LINE_READ, opacities);
+        for (size_t i = 0; i < colours.size(); ++i)
+            colours[i] = static_cast<uint8_t>(change(colours[i], opacities[i / channels]));
+        move_row(target, y, BUF32_LINE_WRITE, colours);
+    }
+}
+
+} // namespace
+
+Image multiplied_colours(const Picture &picture) {
+    const Image &colours = picture.image;
+    Image result(colours.format(), colours.size(), colours.type(), colours.named());
+    change_colours(colours, *picture.opacity, result, [](int colour, int opacity) {
+        return (colour * opacity + opaque / 2) / opaque;
+    });
+    return result;
+}
+
+void divide_colours(Picture &picture) {
+    // Interpolation may have made colours brighter than their opacity allows.
+    change_colours(picture.image, *picture.opacity, picture.image, [](int colour, int opacity) {
+        return opacity == 0 ? 0 : std::min((colour * opaque + opacity / 2) / opacity, opaque);
+    });
+}
+
+} // namespace apps::q32tool
