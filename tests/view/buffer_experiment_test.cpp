@@ -86,7 +86,7 @@ TEST(BufferExperiment, TheBuiltInScriptShowsEveryKind) {
     }
     EXPECT_EQ(
         most,
-        (CellCounts{.memory = 60, .swap_file = 70, .shared = 70, .one_colour = 20, .pattern = 20}));
+        (CellCounts{.memory = 60, .swap_file = 70, .shared = 70, .one_colour = 20, .pattern = 6}));
     EXPECT_EQ(reports, (std::vector<std::string>{
                            "5804, module 4, point 12", // freeing what is locked
                            "5804, module 3, point 4",  // unlocking what is not

@@ -2,6 +2,7 @@
 // after them.
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/owned.h"
+#include "apps/pictures/text.h"
 #include "buffer_drawing.h"
 #include "buffer_words.h"
 #include "drawing.h"
@@ -56,14 +57,18 @@ private:
     void go_to(int operations);
     void run(bool on);
     void show_state();
+    void show_operations() const;
 
     std::unique_ptr<BufferExperiment> experiment_;
 };
 
 std::vector<Control> BufferLaboratory::make_controls() {
-    return {button("next", "Next step (Space)"), toggle("run", "Run (R)", false),
+    return {button("next", "Next step (Space)"),
+            toggle("run", "Run (R)", false),
             number("speed", "Speed", 1, fastest, fast, " steps a second"),
-            number("step", "Step", 0, most_steps, 0, {}), button("again", "From the start (Home)")};
+            number("step", "Step", 0, most_steps, 0, {}),
+            button("again", "From the start (Home)"),
+            button("help", "Operations (F1)")};
 }
 
 // One script; without one its own.
@@ -94,6 +99,8 @@ void BufferLaboratory::handle_change(const std::string &name) {
         go_to(value("step"));
     else if (name == "again")
         go_to(0);
+    else if (name == "help")
+        show_operations();
     else
         run(value("run") != 0);
 }
@@ -108,6 +115,9 @@ bool BufferLaboratory::handle_key(WPARAM key) {
         return true;
     case VK_HOME:
         go_to(0);
+        return true;
+    case VK_F1:
+        show_operations();
         return true;
     default:
         return false;
@@ -154,6 +164,10 @@ void BufferLaboratory::show_state() {
     enable("next", !is_at_end);
     explain(state_in_words(*experiment_));
     repaint();
+}
+
+void BufferLaboratory::show_operations() const {
+    MessageBoxW(window(), to_wide(script_help()).c_str(), L"Operations of scripts", MB_OK);
 }
 
 void BufferLaboratory::draw(HDC dc, Size room) {

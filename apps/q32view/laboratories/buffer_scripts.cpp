@@ -47,23 +47,23 @@ line D 10 read
 fill C 808080
 copy A 0,0 256x256 C 128,128
 fill B 204060
-pattern B 16x16
 
 # The files have their limit, too.
 limit files 4M
 alloc F 1000x800 24
-alloc G 128x96 24
+alloc G 300x200 24
+pattern G 16x16
 
 # Files are read like memory. A
 # source that goes leaves its
 # cells to those who share them.
 read D 0,0 800x600
-free B
+free A
 duplicate D H
 free D
 free E
 free H
-free A
+free B
 free C
 free G
 )";
