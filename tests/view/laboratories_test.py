@@ -5,6 +5,7 @@ import re
 
 import pictures
 from view_case import (
+    CONTROL,
     DONE,
     DOWN,
     END,
@@ -14,15 +15,16 @@ from view_case import (
     LABORATORY,
     LEFT,
     OpenLaboratory,
+    SPACE,
     UP,
     USAGE,
     ViewCase,
     Viewer,
+    keys,
     part,
 )
 
 SIZE = ["--size", "780x560"]
-SPACE = 0x20
 
 # The controls' places in their columns.
 MODE, OPACITY, MASK, PLACE = range(4)
@@ -108,14 +110,14 @@ class Merge(LaboratoryCase):
             self.assertEqual(len(places(shown, view)), 1, name)
 
     def test_modes_opacity_mask_and_place_by_their_controls(self):
-        down, masked = f"press:{MODE},{DOWN}", ["--mask", self.mask]
+        down, masked = f"control:{MODE},{DOWN}", ["--mask", self.mask]
         with self.laboratory("merge", *self.given, "--set", "mode=hue") as laboratory:
             views = laboratory.views(
                 [down] * 5,  # relief
-                [f"press:{OPACITY},{LEFT}"] * 3 + [down] * 4,  # multiply
-                [f"press:{MASK},{SPACE}"],
-                [down] * 4 + [f"press:{PLACE},{UP}"],  # mask-subtract, in the corner
-                [f"press:{OPACITY},{HOME}"],
+                [f"control:{OPACITY},{LEFT}"] * 3 + [down] * 4,  # multiply
+                [f"control:{MASK},{SPACE}"],
+                [down] * 4 + [f"control:{PLACE},{UP}"],  # mask-subtract, in the corner
+                [f"control:{OPACITY},{HOME}"],
             )
             words = laboratory.do("explained")
             title = laboratory.do("title")
@@ -138,7 +140,7 @@ class Merge(LaboratoryCase):
         steps = []
         with self.laboratory("merge", *self.given) as laboratory:
             for number, mode in enumerate(MODES, 1):
-                steps += [f"explains:{number} {mode}: ", f"press:{MODE},{DOWN}"]
+                steps += [f"explains:{number} {mode}: ", f"control:{MODE},{DOWN}"]
             laboratory.do(*steps)
 
     def test_overlay_stretched_to_the_base(self):
@@ -226,10 +228,10 @@ class Display(LaboratoryCase):
     def test_gamma_dithering_and_detail_by_their_controls(self):
         with self.laboratory("display", self.picture, "--set", "mark=off") as laboratory:
             view = laboratory.view(
-                *[f"press:{GAMMA},{LEFT}"] * 2,
-                f"press:{DITHER},{SPACE}",
-                f"press:{ACROSS},{HOME}",
-                f"press:{DETAIL_DOWN},{END}",
+                *[f"control:{GAMMA},{LEFT}"] * 2,
+                f"control:{DITHER},{SPACE}",
+                f"control:{ACROSS},{HOME}",
+                f"control:{DETAIL_DOWN},{END}",
             )
             width, height, left, top = self.detail_said(laboratory.do("explained"))
             self.assertEqual((left, top), (0, 60 - height))
@@ -266,9 +268,14 @@ class Windows(LaboratoryCase):
             # What the display laboratory acted on does not stay.
             self.assert_same_picture(viewer.view("spoil"), before)
 
-    def test_escape_and_close_end_the_program(self):
+    def test_keys_of_the_keyboard_save_and_end(self):
         with self.laboratory("merge", ended_with=DONE) as laboratory:
-            laboratory.do(f"key:{ESCAPE}")
+            laboratory.do(keys(CONTROL, "S"), "keep:saved.bmp,view.bmp", "told:saved as saved.bmp")
+            laboratory.do(keys(ESCAPE))
+        view = pictures.read(self.folder / "view.bmp").picture
+        self.assertEqual((view.width, view.height), (780, 560))
+
+    def test_closing_ends_the_program(self):
         with self.laboratory("display", ended_with=DONE) as laboratory:
             laboratory.do("close")
 

@@ -7,7 +7,7 @@
 //     wheel:TURN,X,Y        over a point of the canvas
 //     drag:X,Y,X,Y          with the left button, from and to a point of the canvas
 //     move:X,Y              the pointer over a point of the canvas
-//     press:CONTROL,VK      a key, in a laboratory's control by its place among them, from 0 on
+//     control:PLACE,VK      a key, in a laboratory's control by its place there, from 0 on
 //     bar:BAR,CODE,PLACE    BAR 0 across, 1 down; CODE a SB_ value, PLACE where a thumb is dragged
 //     drop:FILE             a file on the window
 //     palettes              as if another window's palette had changed the colours
@@ -128,7 +128,7 @@ bool drag(const std::vector<int> &values) {
            post(canvas, WM_LBUTTONUP, 0, MAKELPARAM(values[2], values[3]));
 }
 
-bool press(const std::vector<int> &values) {
+bool press_in_control(const std::vector<int> &values) {
     const HWND control = GetDlgItem(main_window, first_control + values[0]);
     const WPARAM key = static_cast<WPARAM>(values[1]);
     return control != nullptr && post(control, WM_KEYDOWN, key, 1) &&
@@ -366,8 +366,8 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
         return drag(list);
     if (word == L"move")
         return post(canvas, WM_MOUSEMOVE, 0, MAKELPARAM(list[0], list[1]));
-    if (word == L"press")
-        return press(list);
+    if (word == L"control")
+        return press_in_control(list);
     if (word == L"bar")
         return post(canvas, list[0] == 0 ? WM_HSCROLL : WM_VSCROLL,
                     static_cast<WPARAM>(MAKELONG(list[1], list[2])), 0);
