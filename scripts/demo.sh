@@ -230,6 +230,13 @@ show_viewer() { # PICTURE
     printf '%-52s %s\n' "$out/viewer.png" "the viewer, and its test card beside it"
 }
 
+# The buffer laboratory after most of its script.
+show_buffer_laboratory() {
+    scripts/wine-run build/win32/bin/q32view.exe --laboratory buffer --size 780x560 --set step=30 \
+        --screenshot "$out/buffer-laboratory.png"
+    printf '%-52s %s\n' "$out/buffer-laboratory.png" "where the cells of buffers live"
+}
+
 (($#)) || set -- "$photograph"
 rm -rf "$out"
 mkdir -p "$swap"
@@ -252,6 +259,7 @@ for picture in "$@"; do
     show_plates_and_jobs "$name"
 done
 show_viewer "$(cd "$callers_folder" && realpath "$1")"
+show_buffer_laboratory
 
 echo
 echo "The pictures are in $out; look at these first:"
@@ -260,4 +268,4 @@ for picture in "$@"; do
     printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png" "$name-displays.png" "$name-bars.png" \
         "$name-plates.png"
 done
-printf '    %s\n' "$out/viewer.png" "$out/viewer-test-card.png"
+printf '    %s\n' "$out/viewer.png" "$out/viewer-test-card.png" "$out/buffer-laboratory.png"

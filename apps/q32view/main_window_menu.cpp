@@ -228,7 +228,7 @@ void MainWindow::copy_view() {
 // With the picture that is shown, if there is one.
 void MainWindow::open_laboratory_of(const LaboratoryKind &kind) {
     LaboratoryRequest request;
-    if (show_.picture && !show_.test_card)
+    if (kind.takes_pictures && show_.picture && !show_.test_card)
         request.pictures = {show_.picture->path};
     request.save_to = options_.save_to;
     open_laboratory(kind, request);

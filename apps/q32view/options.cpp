@@ -130,6 +130,10 @@ constexpr Option table[] = {
     {"--laboratory", "NAME",
      "open a laboratory instead, with the pictures that are named:\nmerge, display or buffer",
      [](Options &options, std::string_view value) { options.laboratory = value; }},
+    {"--script", "FILE", "the script of the buffer laboratory, instead of its own",
+     [](Options &options, std::string_view value) {
+         read_file("--script", value, options.script);
+     }},
     {"--set", "NAME=VALUE", "one of the laboratory's settings; may be given many times",
      [](Options &options, std::string_view value) {
          options.laboratory_settings.push_back(parse_setting(value));
@@ -182,6 +186,8 @@ std::string indented(std::string_view text, size_t column) {
 void take_operands(Options &options, const std::vector<std::string> &pictures) {
     if (std::find(pictures.begin(), pictures.end(), "") != pictures.end())
         throw UsageError("a picture's name is empty");
+    if (!options.script.empty() && options.laboratory != "buffer")
+        throw UsageError("--script " + options.script + " is for --laboratory buffer");
     if (!options.laboratory.empty())
         options.laboratory_pictures = pictures;
     else if (!options.laboratory_settings.empty())
@@ -208,6 +214,8 @@ Options read_options(const std::vector<std::string> &words) {
         else
             pictures.push_back(word);
     }
+    if (!options.script.empty())
+        pictures.push_back(options.script);
     take_operands(options, pictures);
     return options;
 }

@@ -26,6 +26,7 @@ struct Options {
     std::string laboratory; // open this one instead of the viewer; empty: none
     std::vector<std::string> laboratory_pictures;
     std::vector<Setting> laboratory_settings;
+    std::string script; // of the buffer laboratory; empty: its own
     bool help = false;
     bool version = false;
 };

@@ -87,6 +87,16 @@ TEST(Options, ALaboratoryTakesAllPictures) {
               (std::vector<Setting>{{"mode", "add"}, {"opacity", "60"}}));
 }
 
+TEST(Options, AScriptIsTheBufferLaboratorys) {
+    const Options options = options_of({"--laboratory", "buffer", "--script", "a.txt"});
+    EXPECT_EQ(options.laboratory_pictures, std::vector<std::string>{"a.txt"});
+    EXPECT_EQ(complaint({"--script", "a.txt"}), "--script a.txt is for --laboratory buffer");
+    EXPECT_EQ(complaint({"--laboratory", "merge", "--script", "a.txt"}),
+              "--script a.txt is for --laboratory buffer");
+    EXPECT_EQ(complaint({"--laboratory", "buffer", "--script", ""}),
+              "--script : a file's name is wanted");
+}
+
 TEST(Options, KindsOfPixels) {
     EXPECT_EQ(options_of({"--pixels", "24"}).settings.pixels, ShownFormat::rgb);
     EXPECT_EQ(options_of({"--pixels", "16"}).settings.pixels, ShownFormat::rgb555);
@@ -158,7 +168,7 @@ TEST(Options, TheHelpNamesThemAll) {
     for (const char *name :
          {"--zoom", "--at", "--size", "--device-type", "--gamma", "--dither", "--pixels",
           "--palette-option", "--test-card", "--save-to", "--screenshot", "--whole-window",
-          "--full-screen", "--laboratory", "--set", "--help", "--version"})
+          "--full-screen", "--laboratory", "--set", "--script", "--help", "--version"})
         EXPECT_NE(help.find(std::string("  ") + name), std::string::npos) << name;
 }
 

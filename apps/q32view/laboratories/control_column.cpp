@@ -140,6 +140,17 @@ void ControlColumn::show_value(size_t index) {
     }
 }
 
+void ControlColumn::limit(std::string_view name, int most) {
+    const size_t index = index_of(name);
+    controls_[index].most = most;
+    controls_[index].unit = " of " + std::to_string(most);
+    // The thumb goes where it belongs when its place changes, not with the range alone.
+    SendMessageW(windows_[index].control, TBM_SETPOS, FALSE, controls_[index].least);
+    SendMessageW(windows_[index].control, TBM_SETRANGEMAX, FALSE, most);
+    SendMessageW(windows_[index].control, TBM_SETPAGESIZE, 0, std::max(most / 10, 1));
+    show_value(index);
+}
+
 void ControlColumn::enable(std::string_view name, bool on) {
     EnableWindow(windows_[index_of(name)].control, on);
 }

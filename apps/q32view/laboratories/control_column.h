@@ -28,6 +28,8 @@ public:
     const Control &control(std::string_view name) const;
     // Shows values that have changed in controls().
     void show_values();
+    // Of a number: its largest value, and in its caption.
+    void limit(std::string_view name, int most);
     void enable(std::string_view name, bool on);
 
     // A message of the parent's. Returns the control that the user has changed or pressed with it.

@@ -15,6 +15,7 @@ namespace {
 const LaboratoryKind kinds[] = {
     {"merge", "Merge laboratory", ID_LABORATORY_FIRST, make_merge_laboratory},
     {"display", "Display laboratory", ID_LABORATORY_FIRST + 1, make_display_laboratory},
+    {"buffer", "Buffer laboratory", ID_LABORATORY_FIRST + 2, make_buffer_laboratory, false},
 };
 
 std::vector<std::unique_ptr<Laboratory>> opened;
@@ -71,6 +72,8 @@ bool take_laboratory_message(MSG &message) {
     });
     if (owner == opened.end())
         return false;
+    if (message.message == WM_KEYDOWN && (*owner)->take_key(message.wParam))
+        return true;
     if (is_save_key(message))
         SendMessageW(root, WM_COMMAND, ID_SAVE_VIEW, 0);
     else if (!IsDialogMessageW(root, &message)) {

@@ -10,6 +10,7 @@ struct LaboratoryKind {
     const char *title; // in the menu and above the window
     int command;       // of the menu
     std::unique_ptr<Laboratory> (*make)(std::string title);
+    bool takes_pictures = true; // from the viewer
 };
 
 // By name; by command null when it is none of theirs. Throws UsageError.

@@ -107,6 +107,19 @@ void Laboratory::set_value(std::string_view name, int value) {
     column_.show_values();
 }
 
+void Laboratory::limit(std::string_view name, int most) {
+    column_.limit(name, most);
+}
+
+bool Laboratory::take_key(WPARAM key) {
+    try {
+        return !Busy::is_anything() && handle_key(key);
+    } catch (const std::exception &failure) {
+        say_failure(failure);
+        return true;
+    }
+}
+
 void Laboratory::explain(const std::string &text) {
     if (text == explained_)
         return;

@@ -34,6 +34,9 @@ public:
     void open(const LaboratoryRequest &request);
     // Saves what is inside its frame. Throws Failure.
     void save(const std::string &path);
+    // A key that goes before the controls' own. False: it means nothing here. For the program's loop
+    // of messages.
+    bool take_key(WPARAM key);
     bool is_closed() const { return window_ == nullptr; }
 
 protected:
@@ -50,6 +53,8 @@ protected:
     virtual void draw(HDC dc, Size room) = 0;
     // The pointer has come to a point of that area.
     virtual void handle_pointer(Point) {}
+    // A key, whatever control has the focus. False: it is none of the laboratory's.
+    virtual bool handle_key(WPARAM) { return false; }
     virtual void handle_timer() {}
     // Brings what runs to its end, before a screenshot.
     virtual void settle() {}
@@ -58,6 +63,8 @@ protected:
 
     int value(std::string_view name) const { return column_.control(name).value; }
     void set_value(std::string_view name, int value);
+    // A number's largest value, where that is known only now.
+    void limit(std::string_view name, int most);
     void enable(std::string_view name, bool on) { column_.enable(name, on); }
     // The lines under the pictures; a line that is too long is wrapped.
     void explain(const std::string &text);
