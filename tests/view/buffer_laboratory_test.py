@@ -103,7 +103,7 @@ class BufferLaboratory(ViewCase):
                 laboratory.do(f"key:{SPACE}", f"key:{SPACE}", "explains:Step 11", "explained")[0],
                 r"\AStep 11 of 36, line 21: not done\. The .* \(error 5804, module 4, point 12\)\.\Z",
             )
-            last = laboratory.do(f"press:{STEP_BAR},{END}", "explains:Step 36 of 36", "explained")
+            last = laboratory.do(f"control:{STEP_BAR},{END}", "explains:Step 36 of 36", "explained")
             self.assertEqual(last[1], "Bytes and cells are as the rules say, after each step so far.")
             laboratory.do(f"key:{HOME}", "explains:Step 0 of 36: nothing has been done yet.")
             run = laboratory.do(f"key:{RUN}", "explains:Step 36 of 36", "explained")
