@@ -1,10 +1,14 @@
-// Encoders, pixel formats and palettes of the output, and the unfinished file.
+// Names of outputs, what their formats hold, and the unfinished file.
 #include "picture_writer.h"
 
+#include "bmp_encoder.h"
 #include "exceptions.h"
 #include "files.h"
+#include "jpeg_encoder.h"
 #include "picture_check.h"
+#include "png_encoder.h"
 #include "text.h"
+#include "tiff_encoder.h"
 
 #include <shlwapi.h>
 
@@ -14,8 +18,6 @@
 namespace apps {
 namespace {
 
-constexpr char cannot_be_written[] = "the picture cannot be written";
-
 constexpr struct {
     const wchar_t *text;
     FileFormat format;
@@ -24,68 +26,46 @@ constexpr struct {
     {L".jpeg", FileFormat::jpeg}, {L".tif", FileFormat::tiff}, {L".tiff", FileFormat::tiff},
 };
 
-// In the order of FileFormat.
-constexpr struct {
-    const GUID &container;
-} file_formats[] = {
-    {GUID_ContainerFormatPng},
-    {GUID_ContainerFormatBmp},
-    {GUID_ContainerFormatJpeg},
-    {GUID_ContainerFormatTiff},
-};
-
-// In the order of RowFormat. BMP knows one bit and grey only as colour tables.
-constexpr struct {
-    const GUID &pixels;
-    const GUID &pixels_in_bmp;
-} row_formats[] = {
-    {GUID_WICPixelFormatBlackWhite, GUID_WICPixelFormat1bppIndexed},
-    {GUID_WICPixelFormat8bppGray, GUID_WICPixelFormat8bppIndexed},
-    {GUID_WICPixelFormat16bppBGR555, GUID_WICPixelFormat16bppBGR555},
-    {GUID_WICPixelFormat24bppBGR, GUID_WICPixelFormat24bppBGR},
-    {GUID_WICPixelFormat32bppBGRA, GUID_WICPixelFormat32bppBGRA},
-};
-
-const auto &row_of(FileFormat format) {
-    return file_formats[static_cast<size_t>(format)];
-}
-
-const auto &row_of(RowFormat rows) {
-    return row_formats[static_cast<size_t>(rows)];
-}
-
-ComPtr<IWICPalette> grey_palette(RowFormat rows, const std::string &path) {
-    ComPtr<IWICPalette> palette;
-    check_wic(wic_factory()->CreatePalette(palette.out()), path, cannot_be_written);
-    check_wic(palette->InitializePredefined(rows == RowFormat::bits
-                                                ? WICBitmapPaletteTypeFixedBW
-                                                : WICBitmapPaletteTypeFixedGray256,
-                                            FALSE),
-              path, cannot_be_written);
-    return palette;
-}
-
 std::string parent_of(const std::string &path) {
     const size_t name = file_name_begin(path);
     return name == 0 ? "." : path.substr(0, name);
-}
-
-// Some BMP encoders leave the colour table out of the size in the file's header, and readers warn.
-void set_bmp_size(const std::wstring &path) {
-    constexpr LONG size_field = 2;
-    const OpenFile file = open_file(path, GENERIC_WRITE, OPEN_EXISTING);
-    if (!file)
-        return;
-    const DWORD size = GetFileSize(file.get(), nullptr);
-    DWORD written = 0;
-    SetFilePointer(file.get(), size_field, nullptr, FILE_BEGIN);
-    WriteFile(file.get(), &size, sizeof size, &written, nullptr);
 }
 
 std::wstring extension_of(const std::string &path) {
     std::wstring extension = PathFindExtensionW(to_wide(path).c_str());
     std::transform(extension.begin(), extension.end(), extension.begin(), std::towlower);
     return extension;
+}
+
+void check_holds(const std::string &path, FileFormat format, RowFormat rows, int width,
+                 int height) {
+    const bool bmp = format == FileFormat::bmp, jpeg = format == FileFormat::jpeg,
+               png = format == FileFormat::png;
+    const std::string files = std::string(format_name(format)) + " files";
+    if ((rows == RowFormat::words555 && !bmp) || (rows == RowFormat::bgra && (bmp || jpeg)) ||
+        (rows == RowFormat::bits && jpeg))
+        throw Failure(path, files + " do not hold this kind of pixels");
+    if (jpeg && std::max(width, height) > JpegEncoder::most_pixels)
+        throw Failure(path, files + " hold no more than 65535 pixels a side",
+                      "use .png, .tif or .bmp");
+    constexpr uint64_t most_bytes = 4'200'000'000; // places have 32 bits, and there is more
+    if (!png && (row_bytes_of(rows, width) + 3) * static_cast<uint64_t>(height) > most_bytes)
+        throw Failure(path, files + " hold no more than 4 GB of pixels", "use .png");
+}
+
+std::unique_ptr<RowEncoder> encoder_for(ByteSink &sink, FileFormat format,
+                                        const PictureToWrite &picture) {
+    switch (format) {
+    case FileFormat::png:
+        return std::make_unique<PngEncoder>(sink, picture);
+    case FileFormat::bmp:
+        return std::make_unique<BmpEncoder>(sink, picture);
+    case FileFormat::jpeg:
+        return std::make_unique<JpegEncoder>(sink, picture);
+    case FileFormat::tiff:
+        break;
+    }
+    return std::make_unique<TiffEncoder>(sink, picture);
 }
 
 } // namespace
@@ -119,53 +99,19 @@ FileFormat check_output(const std::string &path) {
 }
 
 PictureWriter::PictureWriter(const std::string &path, FileFormat format, RowFormat rows, int width,
-                             int height, const PictureFacts &, const OutputSettings &)
-    : path_(path), format_(format), row_bytes_(static_cast<UINT>(row_bytes_of(rows, width))),
-      file_(to_wide(native_path(path))) {
-    *stream_.out() = new OutputStream(file_.path());
-    if (stream_->error() != 0)
-        throw creation_failure(path_, stream_->error());
-    check(wic_factory()->CreateEncoder(row_of(format).container, nullptr, encoder_.out()));
-    check(encoder_->Initialize(stream_.get(), WICBitmapEncoderNoCache));
-    start_frame(format, rows, width, height);
-}
-
-void PictureWriter::check(HRESULT result) {
-    if (stream_->error() != 0)
-        throw writing_failure(path_, stream_->error());
-    check_wic(result, path_, cannot_be_written);
-}
-
-void PictureWriter::start_frame(FileFormat format, RowFormat rows, int width, int height) {
-    const WICPixelFormatGUID &wanted =
-        format == FileFormat::bmp ? row_of(rows).pixels_in_bmp : row_of(rows).pixels;
-    WICPixelFormatGUID pixels = wanted;
-    check(encoder_->CreateNewFrame(frame_.out(), nullptr));
-    check(frame_->Initialize(nullptr));
-    check(frame_->SetSize(static_cast<UINT>(width), static_cast<UINT>(height)));
-    check(frame_->SetPixelFormat(&pixels));
-    if (!IsEqualGUID(pixels, wanted))
-        throw Failure(path_, std::string("the system's ") + format_name(format) +
-                                 " encoder does not write this kind of pixels");
-    if (format == FileFormat::bmp && (rows == RowFormat::bits || rows == RowFormat::grey))
-        check(frame_->SetPalette(grey_palette(rows, path_).get()));
-}
-
-void PictureWriter::write_row(const uint8_t *row) {
-    check(frame_->WritePixels(1, row_bytes_, row_bytes_, const_cast<BYTE *>(row)));
+                             int height, const PictureFacts &facts, const OutputSettings &settings)
+    : path_(path), file_(to_wide(native_path(path))) {
+    check_holds(path, format, rows, width, height);
+    sink_ = std::make_unique<FileSink>(file_.path(), path);
+    encoder_ = encoder_for(*sink_, format,
+                           {rows, width, height, what_is_kept(format, facts, rows), settings});
 }
 
 void PictureWriter::commit() {
-    check(frame_->Commit());
-    check(encoder_->Commit());
-    frame_.reset();
-    encoder_.reset();
-    check(S_OK); // some encoders keep a failed write to themselves
-    stream_.reset();
-    if (format_ == FileFormat::bmp)
-        set_bmp_size(file_.path());
+    encoder_->finish();
+    sink_->close();
     if (check_completeness(file_.path(), path_) == Completeness::cut_off)
-        throw Failure(path_, std::string(cannot_be_written) + " in full");
+        throw Failure(path_, "the picture cannot be written in full");
     if (!file_.finish())
         throw replacing_failure(path_, GetLastError());
 }

@@ -1,15 +1,14 @@
-// Writing of picture files through WIC, row by row, never half: the rows go to a file beside the
+// Writing of picture files, row by row, never half: the rows go to a file beside the
 // output, which takes the output's name when it is complete.
 #pragma once
 
-#include "output_settings.h"
-#include "output_stream.h"
-#include "picture_facts.h"
+#include "file_sink.h"
 #include "picture_format.h"
+#include "row_encoder.h"
 #include "unfinished_file.h"
-#include "wic.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -30,22 +29,16 @@ public:
                   const PictureFacts &facts = {}, const OutputSettings &settings = {});
 
     // The next row of the picture, top row first.
-    void write_row(const uint8_t *row);
+    void write_row(const uint8_t *row) { encoder_->write_row(row); }
 
     // After the last row: completes the file and gives it its name. Without it no file is left.
     void commit();
 
 private:
-    void check(HRESULT result);
-    void start_frame(FileFormat format, RowFormat rows, int width, int height);
-
     std::string path_;
-    FileFormat format_;
-    UINT row_bytes_;
     UnfinishedFile file_; // outlives what writes into it
-    ComPtr<OutputStream> stream_;
-    ComPtr<IWICBitmapEncoder> encoder_;
-    ComPtr<IWICBitmapFrameEncode> frame_;
+    std::unique_ptr<FileSink> sink_;
+    std::unique_ptr<RowEncoder> encoder_;
 };
 
 } // namespace apps

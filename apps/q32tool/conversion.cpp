@@ -118,12 +118,16 @@ void convert(Image &image, const Conversion &conversion) {
     image = std::move(target);
 }
 
-void convert(Picture &picture, const Conversion &conversion, const std::string &out) {
+void fit_transparency(Picture &picture, const Conversion &conversion, const std::string &out) {
     if (picture.opacity && (conversion.opaque || conversion.format != PixelFormat::rgb)) {
         const int bits = bits_of(conversion.format);
         lay_over_white(picture, out,
                        "pixels of " + counted(static_cast<uint64_t>(bits), "bit") + " have");
     }
+}
+
+void convert(Picture &picture, const Conversion &conversion, const std::string &out) {
+    fit_transparency(picture, conversion, out);
     convert(picture.image, conversion);
 }
 

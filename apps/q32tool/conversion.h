@@ -27,8 +27,11 @@ Conversion conversion_from(const Arguments &arguments);
 // Cancelled.
 void convert(Image &image, const Conversion &conversion);
 
-// The same for a picture. Its transparency is kept in 24 bits that nobody asked for, and else laid
-// over white, which is noted of OUT.
+// Transparency is kept in 24 bits that nobody asked for, and else laid over white, which is noted
+// of the file OUT.
+void fit_transparency(Picture &picture, const Conversion &conversion, const std::string &out);
+
+// Both for a picture.
 void convert(Picture &picture, const Conversion &conversion, const std::string &out);
 
 } // namespace apps::q32tool

@@ -88,7 +88,7 @@ int enlarged_length(int length, int factor) {
 
 std::vector<Option> factor_pixel_options() {
     std::vector<Option> options = pixel_options();
-    options[0] = {"--bits", "1|8|16|24|32", "bits per pixel; 32: with transparency (24)"};
+    options[0] = {"--bits", "1|8|16|24|32", "bits per pixel (24; with transparency 32)"};
     return options;
 }
 
@@ -165,6 +165,7 @@ Image reduced(const Image &image, const Factors &by, const std::string &named) {
 Frame enlarged(const Frame &frame, const Factors &by) {
     Frame result(enlarged_length(frame.width, by.horizontal),
                  enlarged_length(frame.height, by.vertical), frame.bits);
+    result.facts = frame.facts;
     enlarge_band(result.pixels.data(), frame.pixels.data(), frame.width, frame.height, by,
                  frame.bits / 8);
     return result;
@@ -172,6 +173,7 @@ Frame enlarged(const Frame &frame, const Factors &by) {
 
 Frame reduced(const Frame &frame, const Factors &by) {
     Frame result(parts(frame.width, by.horizontal), parts(frame.height, by.vertical), frame.bits);
+    result.facts = frame.facts;
     reduce_band(result.pixels.data(), frame.pixels.data(), frame.width, frame.height, by,
                 frame.bits / 8);
     return result;

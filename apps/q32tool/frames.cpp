@@ -4,8 +4,9 @@
 
 #include "apps/pictures/edition.h"
 #include "apps/pictures/exceptions.h"
-#include "apps/pictures/picture_reader.h"
+#include "apps/pictures/turning.h"
 #include "interrupt.h"
+#include "opacity.h"
 #include "option_values.h"
 #include "timings.h"
 
@@ -16,6 +17,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace apps::q32tool {
 namespace {
@@ -78,6 +80,21 @@ void each_row(PictureReader &reader, RowFormat format, const TakeRow &take_row) 
     }
 }
 
+bool is_opaque(const uint8_t *bgra, int width) {
+    for (int x = 0; x < width; ++x)
+        if (bgra[x * 4 + 3] != opaque)
+            return false;
+    return true;
+}
+
+// In place: four bytes a pixel become three.
+void lay_over_white(uint8_t *bgra, int width) {
+    uint8_t *bgr = bgra;
+    for (int x = 0; x < width; ++x, bgra += 4)
+        for (int channel = 0; channel < 3; ++channel)
+            *bgr++ = over_white(bgra[channel], bgra[3]);
+}
+
 void read_opaque(PictureReader &reader, Frame &frame) {
     each_row(reader, RowFormat::bgr, [&](int y, uint8_t *bgr) {
         if (frame.bits != 32) {
@@ -93,8 +110,47 @@ void read_opaque(PictureReader &reader, Frame &frame) {
 }
 
 void read_transparent(PictureReader &reader, Frame &frame) {
-    each_row(reader, RowFormat::bgra,
-             [&](int y, const uint8_t *bgra) { std::memcpy(frame.row(y), bgra, frame.stride); });
+    each_row(reader, RowFormat::bgra, [&](int y, uint8_t *bgra) {
+        if (frame.bits == 32) {
+            std::memcpy(frame.row(y), bgra, frame.stride);
+            return;
+        }
+        frame.lies_over_white |= !is_opaque(bgra, frame.width);
+        lay_over_white(bgra, frame.width);
+        put_row(bgra, frame, y);
+    });
+}
+
+// The place in the picture as it is stored of pixel (x, y) as it is seen.
+Point stored_place(int x, int y, int orientation, Size stored) {
+    const bool exchanged = exchanges_sides(orientation);
+    const Point place = exchanged ? Point{y, x} : Point{x, y};
+    const bool from_right =
+        orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
+    const bool from_below =
+        orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
+    return {from_right ? stored.width - 1 - place.x : place.x,
+            from_below ? stored.height - 1 - place.y : place.y};
+}
+
+// Frames may be larger than the buffers in which pictures are turned elsewhere.
+Frame as_seen(Frame &stored) {
+    const int orientation = stored.facts.orientation;
+    const Size size =
+        exchanges_sides(orientation) ? Size{stored.height, stored.width} : stored.size();
+    Frame seen(size.width, size.height, stored.bits);
+    seen.facts = stored.facts;
+    seen.lies_over_white = stored.lies_over_white;
+    turn(seen.facts);
+    const size_t bytes = static_cast<size_t>(stored.bits / 8);
+    for (int y = 0; y < size.height; ++y) {
+        uint8_t *pixel = seen.row(y);
+        for (int x = 0; x < size.width; ++x, pixel += bytes) {
+            const Point from = stored_place(x, y, orientation, stored.size());
+            std::memcpy(pixel, stored.row(from.y) + static_cast<size_t>(from.x) * bytes, bytes);
+        }
+    }
+    return seen;
 }
 
 } // namespace
@@ -115,22 +171,36 @@ BITMAPINFOHEADER Frame::header() const {
     return header;
 }
 
-Frame read_frame(const std::string &path, int bits) {
+Frame read_frame(const std::string &path, int bits, Turning turning) {
     const Timed timed(Part::reading);
     PictureReader reader(path);
     Frame frame(reader.width(), reader.height(), bits);
-    if (bits == 32 && reader.has_transparency())
+    if (reader.has_transparency())
         read_transparent(reader, frame);
     else
         read_opaque(reader, frame);
-    return frame;
+    frame.facts = reader.facts();
+    note_more_pictures(reader, path);
+    return turning == Turning::as_seen && frame.facts.orientation != 1 ? as_seen(frame)
+                                                                       : std::move(frame);
 }
 
-void write_frame(Frame &frame, const std::string &path, FileFormat format) {
+bool is_transparent(const std::string &path) {
+    const Timed timed(Part::reading);
+    PictureReader reader(path);
+    bool found = false;
+    if (reader.has_transparency())
+        each_row(reader, RowFormat::bgra,
+                 [&](int, const uint8_t *bgra) { found |= !is_opaque(bgra, reader.width()); });
+    return found;
+}
+
+void write_frame(Frame &frame, const std::string &path, FileFormat format,
+                 const OutputSettings &settings, const std::string &named) {
     const Timed timed(Part::writing);
     const bool widen = frame.bits == 16 && format != FileFormat::bmp;
     const RowFormat rows = widen ? RowFormat::bgr : rows_of(frame.bits);
-    PictureWriter writer(path, format, rows, frame.width, frame.height);
+    PictureWriter writer(path, format, rows, frame.width, frame.height, frame.facts, settings);
     std::vector<uint8_t> wide = memory_for(frame.size(), static_cast<uint64_t>(frame.width) * 3);
     for (int y = 0; y < frame.height; ++y) {
         stop_if_cancelled();
@@ -144,6 +214,7 @@ void write_frame(Frame &frame, const std::string &path, FileFormat format) {
         writer.write_row(row);
     }
     writer.commit();
+    note_losses(frame.facts, format, rows, named);
 }
 
 FileFormat check_transparent_output(const std::string &path) {

@@ -13,10 +13,6 @@
 namespace apps::q32tool {
 namespace {
 
-uint8_t over_white(uint32_t sample, uint32_t opacity) {
-    return static_cast<uint8_t>((sample * opacity + 255 * (255 - opacity) + 127) / 255);
-}
-
 // Where an overlay comes to lie: a part of it, and the corner of that part on the base.
 struct Place {
     Area source;
@@ -64,8 +60,7 @@ void blend_rows(Picture &base, const Image &overlay, const Image *mask, const Pl
         if (mask != nullptr)
             get_pixels(*mask, from, acts.data());
         for (size_t x = 0; x < pixels; ++x)
-            blend(&merged[x * 3], &below[x], &above[x * 3], (acts[x] * percent + 50) / 100,
-                  merge.mode);
+            blend(&merged[x * 3], &below[x], &above[x * 3], acts[x] * percent / 100, merge.mode);
         put_pixels(base.image, to, merged.data());
         put_pixels(*base.opacity, to, below.data());
     });

@@ -16,6 +16,11 @@ inline constexpr uint8_t opaque = 255; // a byte of an opacity
 
 bool is_opaque(Image &opacity);
 
+// A sample over white, rounded.
+constexpr uint8_t over_white(uint32_t sample, uint32_t opacity) {
+    return static_cast<uint8_t>((sample * opacity + 255 * (255 - opacity) + 127) / 255);
+}
+
 // Lays a picture with transparent parts over white, which is noted. out: the file that is made of
 // it; who: what has none, in the note: "JPEG has", "plates have". Throw Failure, Cancelled.
 void lay_over_white(Picture &picture, const std::string &out, const std::string &who);

@@ -4,13 +4,10 @@
 #include "apps/pictures/library_report.h"
 #include "timings.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace apps::q32tool {
 namespace {
-
-constexpr int opaque = 255;
 
 void move_row(const Image &image, int y, int mode, std::vector<uint8_t> &row) {
     ++timings().rows_moved;
@@ -33,7 +30,7 @@ void change_colours(const Image &source, const Image &opacity, const Image &targ
         move_row(source, y, BUF32_LINE_READ, colours);
         move_row(opacity, y, BUF32_LINE_READ, opacities);
         for (size_t i = 0; i < colours.size(); ++i)
-            colours[i] = static_cast<uint8_t>(change(colours[i], opacities[i / channels]));
+            colours[i] = change(colours[i], opacities[i / channels]);
         move_row(target, y, BUF32_LINE_WRITE, colours);
     }
 }
@@ -43,17 +40,12 @@ void change_colours(const Image &source, const Image &opacity, const Image &targ
 Image multiplied_colours(const Picture &picture) {
     const Image &colours = picture.image;
     Image result(colours.format(), colours.size(), colours.type(), colours.named());
-    change_colours(colours, *picture.opacity, result, [](int colour, int opacity) {
-        return (colour * opacity + opaque / 2) / opaque;
-    });
+    change_colours(colours, *picture.opacity, result, multiplied);
     return result;
 }
 
 void divide_colours(Picture &picture) {
-    // Interpolation may have made colours brighter than their opacity allows.
-    change_colours(picture.image, *picture.opacity, picture.image, [](int colour, int opacity) {
-        return opacity == 0 ? 0 : std::min((colour * opaque + opacity / 2) / opacity, opaque);
-    });
+    change_colours(picture.image, *picture.opacity, picture.image, divided);
 }
 
 } // namespace apps::q32tool

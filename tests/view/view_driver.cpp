@@ -188,13 +188,24 @@ bool keep(const std::wstring &names) {
     return false;
 }
 
-// Keys for the window in front, as they come from a keyboard.
-bool press(const std::vector<int> &keys) {
-    for (DWORD start = GetTickCount(); GetForegroundWindow() != main_window; Sleep(10)) {
-        if (GetTickCount() - start > patience)
-            return false;
+// The window in front gets keys where it looks for them.
+bool bring_to_front() {
+    const DWORD thread = GetWindowThreadProcessId(main_window, nullptr);
+    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10)) {
+        GUITHREADINFO info = {};
+        info.cbSize = sizeof info;
+        if (GetForegroundWindow() == main_window && GetGUIThreadInfo(thread, &info) &&
+            (info.hwndFocus == main_window || (info.flags & GUI_INMENUMODE) != 0))
+            return true;
         SetForegroundWindow(main_window);
     }
+    return false;
+}
+
+// Keys as they come from a keyboard.
+bool press(const std::vector<int> &keys) {
+    if (!bring_to_front())
+        return false;
     std::vector<INPUT> inputs;
     const auto add = [&inputs](int key, DWORD flags) {
         INPUT input = {};

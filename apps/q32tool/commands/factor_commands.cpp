@@ -4,6 +4,7 @@
 #include "apps/pictures/text.h"
 #include "apps/q32tool/conversion.h"
 #include "apps/q32tool/factor_scaling.h"
+#include "apps/q32tool/output_options.h"
 #include "apps/q32tool/picture_transfer.h"
 #include "apps/q32tool/storage_options.h"
 
@@ -17,8 +18,9 @@ void write_scaled(const Arguments &arguments, const Factors &factors, const Scal
     if (wants_transparency(arguments)) {
         apply_storage_options(arguments);
         const FileFormat format = check_transparent_output(out);
-        Frame frame = scale(read_frame(in, 32), factors);
-        write_frame(frame, out, format);
+        const OutputSettings settings = output_settings(arguments, format);
+        Frame frame = scale(read_frame(in, 32, turning_from(arguments)), factors);
+        write_frame(frame, out, format, settings, out);
         if (!arguments.has("--quiet"))
             print(written_line(out, frame.size(), frame.bits, format));
         return;

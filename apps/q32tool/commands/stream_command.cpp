@@ -9,7 +9,11 @@
 #include "apps/q32tool/frame_files.h"
 #include "apps/q32tool/frames.h"
 #include "apps/q32tool/interrupt.h"
+#include "apps/q32tool/notes.h"
 #include "apps/q32tool/option_values.h"
+#include "apps/q32tool/output_options.h"
+#include "apps/q32tool/picture_transfer.h"
+#include "apps/q32tool/premultiplied.h"
 #include "apps/q32tool/progress.h"
 #include "apps/q32tool/scaling.h"
 #include "apps/q32tool/timings.h"
@@ -19,6 +23,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <map>
 #include <optional>
 
 namespace apps::q32tool {
@@ -28,6 +33,17 @@ using Clock = std::chrono::steady_clock;
 
 double seconds_since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Of 32 bits.
+template <typename Change>
+void change_colours(Frame &frame, const Change &change) {
+    for (int y = 0; y < frame.height; ++y) {
+        uint8_t *pixel = frame.row(y);
+        for (int x = 0; x < frame.width; ++x, pixel += 4)
+            for (int channel = 0; channel < 3; ++channel)
+                pixel[channel] = change(pixel[channel], pixel[3]);
+    }
 }
 
 // What all frames share: the sums of those that become smaller, the library's tables, and the frame
@@ -59,6 +75,8 @@ public:
         if (has_tables_)
             resample(reduced_ ? *reduced_ : frame, named);
         seconds_ += seconds_since(start);
+        result_.facts = frame.facts;
+        result_.lies_over_white = frame.lies_over_white;
         return result_;
     }
 
@@ -83,10 +101,16 @@ private:
                 std::copy_n(row, row_bytes, target.row(made++));
     }
 
-    void resample(const Frame &source, const std::string &named) {
+    // Between pixels, colours count as much as they are opaque.
+    void resample(Frame &source, const std::string &named) {
+        const bool weighs = source.bits == 32 && record_.method != RESAMPLE_NEAREST;
+        if (weighs)
+            change_colours(source, multiplied);
         if (!vcResampleEx(0, source.pixels.data(), &header_, result_.pixels.data(), record_.width,
                           record_.height, record_.method, &record_))
             throw library_failure(named, "the frame cannot be scaled");
+        if (weighs)
+            change_colours(result_, divided);
     }
 
     Size reduced_size_, size_;
@@ -104,6 +128,38 @@ void check_holds_transparency(const std::vector<FrameFile> &files) {
     for (const FrameFile &file : files)
         check_transparent_output(file.out);
 }
+
+// Without --bits: with transparency if the first frame has some and all files can hold it.
+int bits_for(const std::vector<FrameFile> &files) {
+    const bool all_hold = std::all_of(files.begin(), files.end(), [](const FrameFile &file) {
+        return holds_transparency(check_output(file.out));
+    });
+    return all_hold && is_transparent(files[0].in) ? 32 : 24;
+}
+
+// How frames are read and written. What is lost is noted of the stream, not of each frame.
+struct Output {
+    Turning turning;
+    std::map<FileFormat, OutputSettings> settings;
+    std::string named;
+
+    Output(const Arguments &arguments, const std::vector<FrameFile> &files)
+        : turning(turning_from(arguments)), named(arguments.operand(1)) {
+        for (const FrameFile &file : files) {
+            const FileFormat format = check_output(file.out);
+            if (settings.count(format) == 0)
+                settings[format] = output_settings(arguments, format);
+        }
+    }
+
+    void write(Frame &frame, const std::string &path) const {
+        const FileFormat format = check_output(path);
+        write_frame(frame, path, format, settings.at(format), named);
+        if (frame.lies_over_white)
+            note(named, "the transparency is laid over white, frames of " +
+                            std::to_string(frame.bits) + " bits have none");
+    }
+};
 
 void check_frame(const Frame &frame, const Frame &first, const std::string &path) {
     if (frame.size() != first.size())
@@ -132,23 +188,24 @@ void tell(const Stream &stream, const Frame &first, size_t frames, std::string_v
 // In the order of the sequence; frames that are done stay when a later one cannot be.
 void run(const Arguments &arguments) {
     const Scaling scaling(arguments, "bicubic");
-    const int bits =
-        std::stoi(std::string(arguments.choice("--bits", {"8", "16", "24", "32"}, "24")));
-    if (bits == 16 && scaling.is_averaging())
+    const std::string_view wanted = arguments.choice("--bits", {"8", "16", "24", "32"}, "");
+    if (wanted == "16" && scaling.is_averaging())
         throw UsageError("frames of --bits 16 are not averaged");
     const std::vector<FrameFile> files = find_frames(arguments.operand(0), arguments.operand(1));
-    if (bits == 32)
+    if (wanted == "32")
         check_holds_transparency(files);
+    const Output output(arguments, files);
+    const int bits = wanted.empty() ? bits_for(files) : std::stoi(std::string(wanted));
     size_t done = 0;
     try {
         const auto start = Clock::now();
         Progress progress("streaming", static_cast<int>(files.size()));
-        const Frame first = read_frame(files[0].in, bits);
+        const Frame first = read_frame(files[0].in, bits, output.turning);
         Stream stream(first, scaling);
         for (const FrameFile &file : files) {
-            Frame frame = done == 0 ? first : read_frame(file.in, bits);
+            Frame frame = done == 0 ? first : read_frame(file.in, bits, output.turning);
             check_frame(frame, first, file.in);
-            write_frame(stream.scale(frame, file.in), file.out, check_output(file.out));
+            output.write(stream.scale(frame, file.in), file.out);
             ++done;
             progress.advance(1);
         }
@@ -176,9 +233,11 @@ const Command stream_command = {
         "names, or a name with a number in it, such as shot-####.png or shot-%04d.png. OUT is a\n"
         "folder that is there, where frames keep their names, or a name with a number as IN.\n"
         "Frames that are done stay when a later one fails or the work is cancelled.",
-    .options = joined({scaling_options("how pixels are made (bicubic)"),
-                       {{"--bits", "8|16|24|32",
-                         "bits per pixel: grey, 5-5-5, colours (24), with transparency"}}}),
+    .options = joined(
+        {scaling_options("how pixels are made (bicubic)"),
+         {{"--bits", "8|16|24|32", "bits per pixel: grey, 5-5-5, colours (24), with transparency"},
+          keep_orientation_option()},
+         output_options()}),
     .run = run,
 };
 
