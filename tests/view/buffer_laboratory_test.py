@@ -1,6 +1,7 @@
 """The buffer laboratory: where it says that cells live, step by step, and scripts that it refuses."""
 
-from view_case import END, FAILED, HOME, USAGE, OpenLaboratory, ViewCase, Viewer
+import pictures
+from view_case import END, FAILED, HOME, LABORATORY, USAGE, OpenLaboratory, ViewCase, Viewer
 
 MEMORY, SWAP_FILE, SHARED, ONE_COLOUR = (0, 114, 178), (230, 159, 0), (0, 158, 115), (240, 228, 66)
 LOCK, OUTLINE = (176, 0, 32), (0, 0, 0)
@@ -103,11 +104,20 @@ class BufferLaboratory(ViewCase):
                 laboratory.do(f"key:{SPACE}", f"key:{SPACE}", "explains:Step 11", "explained")[0],
                 r"\AStep 11 of 36, line 21: not done\. The .* \(error 5804, module 4, point 12\)\.\Z",
             )
-            last = laboratory.do(f"press:{STEP_BAR},{END}", "explains:Step 36 of 36", "explained")
+            last = laboratory.do(f"control:{STEP_BAR},{END}", "explains:Step 36 of 36", "explained")
             self.assertEqual(last[1], "Bytes and cells are as the rules say, after each step so far.")
             laboratory.do(f"key:{HOME}", "explains:Step 0 of 36: nothing has been done yet.")
             run = laboratory.do(f"key:{RUN}", "explains:Step 36 of 36", "explained")
             self.assertEqual(run, last)
+
+    def test_beside_pictures_of_the_viewer(self):
+        name = self.write("noise.png", pictures.png(pictures.noise(400, 300)))
+        with self.viewer(name) as viewer:
+            viewer.do(f"command:{LABORATORY + 2}")
+            laboratory = OpenLaboratory(self)
+            laboratory.do("titled:Buffer laboratory - q32view", "explains:Step 0 of 36")
+            said = laboratory.do(f"control:{STEP_BAR},{END}", "explains:Step 36 of 36", "explained")
+            self.assertEqual(said[1], "Bytes and cells are as the rules say, after each step so far.")
 
     def test_a_screenshot_of_a_step(self):
         name = self.write("script.txt", SCRIPT.encode())
