@@ -3,6 +3,7 @@
 #include "merging.h"
 
 #include "apps/pictures/library_report.h"
+#include "apps/pictures/merge_modes.h"
 #include "apps/pictures/numbers.h"
 #include "geometry/system_rect.h"
 #include "progress.h"
@@ -10,24 +11,15 @@
 
 #include <q32base/merge.h>
 
-#include <iterator>
 #include <optional>
 #include <vector>
 
 namespace apps::q32tool {
 namespace {
 
-// Their order is that of their numbers, from 1 on.
-constexpr std::string_view mode_names[] = {
-    "normal", "color",        "hue",          "saturation",    "value",    "lighten",
-    "darken", "relief",       "difference",   "add",           "subtract", "multiply",
-    "screen", "premul-black", "premul-white", "mask-subtract",
-};
-static_assert(std::size(mode_names) == MERGE_MASK_SUBTRACT);
-
 std::optional<int> parse_mode(std::string_view text) {
-    for (size_t i = 0; i < std::size(mode_names); ++i)
-        if (text == mode_names[i])
+    for (size_t i = 0; i < merge_modes.size(); ++i)
+        if (text == merge_modes[i])
             return static_cast<int>(i) + 1;
     const auto number = parse_number<unsigned>(text);
     if (number && *number >= MERGE_NORMAL && *number <= MERGE_MASK_SUBTRACT)
@@ -85,13 +77,13 @@ int merge_mode_from(const Arguments &arguments) {
         return MERGE_NORMAL;
     return arguments.parsed("--mode", parse_mode,
                             "a number from 1 to 16 or a name that q32tool help compose lists",
-                            mode_names);
+                            merge_modes);
 }
 
 std::string merge_mode_names() {
     std::vector<std::string> names;
-    for (size_t i = 0; i < std::size(mode_names); ++i)
-        names.push_back(std::to_string(i + 1) + " " + std::string(mode_names[i]));
+    for (size_t i = 0; i < merge_modes.size(); ++i)
+        names.push_back(std::to_string(i + 1) + " " + std::string(merge_modes[i]));
     return in_columns(names, 4);
 }
 

@@ -2,6 +2,7 @@
 // failure gets.
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
+#include "laboratories/laboratories.h"
 #include "main_window.h"
 #include "options.h"
 #include "resource.h"
@@ -51,16 +52,36 @@ void open_first_picture(MainWindow &main_window, const Options &options) {
     }
 }
 
+// window: the viewer's; null: only laboratories are open, and closing the last one ends the
+// program.
 int handle_messages(HWND window) {
     const HACCEL keys = LoadAcceleratorsW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_KEYS));
     MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (TranslateAcceleratorW(window, keys, &message))
+    while ((window != nullptr || !are_laboratories_closed()) &&
+           GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (take_laboratory_message(message) || TranslateAcceleratorW(window, keys, &message))
             continue;
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
-    return static_cast<int>(message.wParam);
+    close_laboratories();
+    return message.message == WM_QUIT ? static_cast<int>(message.wParam) : exit_success;
+}
+
+int run_laboratory(const Options &options) {
+    const LaboratoryKind &kind = laboratory_named(options.laboratory);
+    apply(options.settings);
+    LaboratoryRequest request = {.pictures = options.laboratory_pictures,
+                                 .settings = options.laboratory_settings,
+                                 .save_to = options.save_to,
+                                 .screenshot = options.screenshot};
+    request.size = options.size.value_or(request.size);
+    Laboratory &laboratory = open_laboratory(kind, request);
+    if (options.screenshot.empty())
+        return handle_messages(nullptr);
+    laboratory.save(options.screenshot);
+    close_laboratories();
+    return exit_success;
 }
 
 int run() {
@@ -69,6 +90,8 @@ int run() {
         tell(options.help ? help_text() : "q32view " Q32BASE_VERSION_STRING "\n", false);
         return exit_success;
     }
+    if (!options.laboratory.empty())
+        return run_laboratory(options);
     MainWindow main_window(options);
     main_window.create();
     ShowWindow(main_window.window(), SW_SHOWDEFAULT);

@@ -40,6 +40,7 @@ void MainWindow::create() {
     type.lpszMenuName = MAKEINTRESOURCEW(IDR_MENU);
     type.lpszClassName = L"Q32View";
     make(type, L"q32view", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, WS_EX_ACCEPTFILES, nullptr);
+    add_laboratory_menu(window_);
     status_.create(window_);
     canvas_.create(window_);
     lay_out();

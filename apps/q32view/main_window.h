@@ -3,6 +3,7 @@
 
 #include "canvas.h"
 #include "full_screen.h"
+#include "laboratories/laboratories.h"
 #include "neighbours.h"
 #include "options.h"
 #include "recent_files.h"
@@ -56,6 +57,7 @@ private:
     bool handle_picture_command(int id);
     bool handle_zoom_command(int id);
     void show_choices();
+    void open_laboratory_of(const LaboratoryKind &kind);
     void show_recent_files();
     void show_last_failure();
     void copy_view();

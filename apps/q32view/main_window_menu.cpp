@@ -1,6 +1,7 @@
 // The menu's commands, and the marks beside them.
 #include "apps/pictures/text.h"
 #include "dialogs.h"
+#include "laboratories/laboratories.h"
 #include "main_window.h"
 #include "resource.h"
 #include "screenshot.h"
@@ -110,7 +111,10 @@ void MainWindow::handle_command(int id) {
         MessageBoxW(window_, about_text, L"About q32view", MB_OK);
         break;
     default:
-        handle_choice(id);
+        if (const LaboratoryKind *kind = laboratory_of_command(id); kind != nullptr)
+            open_laboratory_of(*kind);
+        else
+            handle_choice(id);
         break;
     }
 }
@@ -217,6 +221,15 @@ void MainWindow::copy_view() {
     copy_to_clipboard(canvas_.window(),
                       show_.test_card ? area_of({}, view.window()) : view.covered());
     status_.say("copied");
+}
+
+// With the picture that is shown, if there is one.
+void MainWindow::open_laboratory_of(const LaboratoryKind &kind) {
+    LaboratoryRequest request;
+    if (kind.takes_pictures && show_.picture && !show_.test_card)
+        request.pictures = {show_.picture->path};
+    request.save_to = options_.save_to;
+    open_laboratory(kind, request);
 }
 
 void MainWindow::ask_and_open() {

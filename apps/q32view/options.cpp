@@ -127,6 +127,17 @@ constexpr Option table[] = {
      }},
     {"--whole-window", "", "save views with menu and status bar",
      [](Options &options, std::string_view) { options.whole_window = true; }},
+    {"--laboratory", "NAME",
+     "open a laboratory instead, with the pictures that are named:\nmerge, display or buffer",
+     [](Options &options, std::string_view value) { options.laboratory = value; }},
+    {"--script", "FILE", "the script of the buffer laboratory, instead of its own",
+     [](Options &options, std::string_view value) {
+         read_file("--script", value, options.script);
+     }},
+    {"--set", "NAME=VALUE", "one of the laboratory's settings; may be given many times",
+     [](Options &options, std::string_view value) {
+         options.laboratory_settings.push_back(parse_setting(value));
+     }},
     {"--help", "", "print this help",
      [](Options &options, std::string_view) { options.help = true; }},
     {"--version", "", "print the program's version",
@@ -171,24 +182,41 @@ std::string indented(std::string_view text, size_t column) {
     return result;
 }
 
+// All pictures are a laboratory's, or one is the viewer's.
+void take_operands(Options &options, const std::vector<std::string> &pictures) {
+    if (std::find(pictures.begin(), pictures.end(), "") != pictures.end())
+        throw UsageError("a picture's name is empty");
+    if (!options.script.empty() && options.laboratory != "buffer")
+        throw UsageError("--script " + options.script + " is for --laboratory buffer");
+    if (!options.laboratory.empty())
+        options.laboratory_pictures = pictures;
+    else if (!options.laboratory_settings.empty())
+        throw UsageError("--set " + options.laboratory_settings.front().first +
+                         " is for a --laboratory");
+    else if (pictures.size() > 1)
+        throw UsageError(pictures[1] + ": one picture is shown at a time");
+    else if (!pictures.empty())
+        options.picture = pictures.front();
+}
+
 } // namespace
 
 Options read_options(const std::vector<std::string> &words) {
     Options options;
+    std::vector<std::string> pictures;
     bool only_operands = false;
     for (size_t i = 0; i < words.size(); ++i) {
         const std::string &word = words[i];
-        if (!only_operands && word == "--") {
+        if (!only_operands && word == "--")
             only_operands = true;
-        } else if (!only_operands && word.size() > 1 && word[0] == '-') {
+        else if (!only_operands && word.size() > 1 && word[0] == '-')
             read_option(options, words, i);
-        } else if (options.picture.empty() && !word.empty()) {
-            options.picture = word;
-        } else {
-            throw UsageError(word.empty() ? "a picture's name is empty"
-                                          : word + ": one picture is shown at a time");
-        }
+        else
+            pictures.push_back(word);
     }
+    if (!options.script.empty())
+        pictures.push_back(options.script);
+    take_operands(options, pictures);
     return options;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "apps/pictures/areas.h"
+#include "laboratories/controls.h"
 #include "show_settings.h"
 
 #include <optional>
@@ -22,6 +23,10 @@ struct Options {
     std::string save_to;    // where views are saved without asking; empty: the user is asked
     std::string screenshot; // save a view there and end; empty: stay open
     bool whole_window = false;
+    std::string laboratory; // open this one instead of the viewer; empty: none
+    std::vector<std::string> laboratory_pictures;
+    std::vector<Setting> laboratory_settings;
+    std::string script; // of the buffer laboratory; empty: its own
     bool help = false;
     bool version = false;
 };

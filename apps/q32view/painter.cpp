@@ -170,4 +170,24 @@ void paint(HDC dc, const Area &area, const Paint &what, const ShowSettings &sett
                [&](HDC acted, const Area &drawn) { show_rows(acted, drawn, what, settings); });
 }
 
+Buffer seen_on(int device_type, HBUF32 buffer, Size size, const ShowSettings &settings) {
+    HBUF32 handle = 0;
+    if (!buf32Alloc(&handle, 24, size.width, size.height, BUF32_TILED, nullptr))
+        throw library_failure("the display", "no buffer for what is seen on it");
+    Buffer seen(handle);
+    DisplayBitmap display(device_type, {depth_of(settings.pixels), settings.palette_option}, size);
+    if (!display.is_made())
+        throw Failure("the display", "there is no memory to act as another one");
+    show_rows(display.dc(), {0, 0, display.width(), size.height},
+              {.buffer = buffer, .opacity = 0, .place = {}, .matrix = {}}, settings);
+    display.finish();
+    std::vector<uint8_t> row(static_cast<size_t>(display.width()) * 3);
+    for (int y = 0; y < size.height; ++y) {
+        display.read_row(y, row.data());
+        if (!buf32MergeMem(handle, 0, y, row.data(), size.width, 1))
+            throw library_failure("the display", "what is seen on it cannot be kept");
+    }
+    return seen;
+}
+
 } // namespace apps::q32view

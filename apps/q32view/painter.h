@@ -2,6 +2,7 @@
 #pragma once
 
 #include "apps/pictures/areas.h"
+#include "apps/pictures/buffer.h"
 #include "show_settings.h"
 
 #include <q32base/types.h>
@@ -31,5 +32,9 @@ struct Paint {
 // by the place in the shown picture, so that pieces fit together wherever they are drawn. Throws
 // Failure.
 void paint(HDC dc, const Area &area, const Paint &what, const ShowSettings &settings);
+
+// What a user of the display that the settings name sees of a picture of 24 bits, as another one,
+// whatever display this program is on. The library must act for that display. Throws Failure.
+Buffer seen_on(int device_type, HBUF32 buffer, Size size, const ShowSettings &settings);
 
 } // namespace apps::q32view

@@ -52,3 +52,6 @@
 #define ID_TURN_LEFT  191
 #define ID_MIRROR     192
 #define ID_FLIP       193
+
+/* In the order of the table in laboratories/laboratories.cpp, which makes their menu. */
+#define ID_LABORATORY_FIRST 200

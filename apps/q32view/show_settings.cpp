@@ -9,9 +9,31 @@
 #include <algorithm>
 
 namespace apps::q32view {
+namespace {
+
+ShowSettings applied;
+
+} // namespace
+
+const ShowSettings &applied_settings() {
+    return applied;
+}
+
+ActingOn::ActingOn(const ShowSettings &settings) : before_(applied) {
+    apply(settings);
+}
+
+// The palettes of the display that was acted for could be made before.
+ActingOn::~ActingOn() {
+    try {
+        apply(before_);
+    } catch (const std::exception &) {
+    }
+}
 
 // Detecting reads gamma and dithering from the settings file again: what is chosen comes after.
 void apply(const ShowSettings &settings) {
+    applied = settings;
     bool made = disp32SetDevType(DISP32_DETECT) != 0;
     if (settings.gamma)
         disp32NewScreenGamma(*settings.gamma, *settings.gamma, *settings.gamma);

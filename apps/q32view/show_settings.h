@@ -28,6 +28,20 @@ struct ShowSettings {
 
 // Makes the library act on them. Throws Failure when it cannot make its palettes.
 void apply(const ShowSettings &settings);
+// Those that it was made to act on last.
+const ShowSettings &applied_settings();
+
+// Makes it act on some for a while, and then on those from before.
+class ActingOn {
+public:
+    explicit ActingOn(const ShowSettings &settings);
+    ~ActingOn();
+    ActingOn(const ActingOn &) = delete;
+    ActingOn &operator=(const ActingOn &) = delete;
+
+private:
+    ShowSettings before_;
+};
 
 // Whether dithering on high-colour displays is on now.
 bool is_high_colour_dithered();

@@ -77,6 +77,26 @@ TEST(Options, AreTaken) {
     EXPECT_TRUE(options.full_screen);
 }
 
+TEST(Options, ALaboratoryTakesAllPictures) {
+    const Options options = options_of(
+        {"--laboratory", "merge", "a.png", "--set", "mode=add", "b.png", "--set=opacity=60"});
+    EXPECT_EQ(options.laboratory, "merge");
+    EXPECT_EQ(options.picture, "");
+    EXPECT_EQ(options.laboratory_pictures, (std::vector<std::string>{"a.png", "b.png"}));
+    EXPECT_EQ(options.laboratory_settings,
+              (std::vector<Setting>{{"mode", "add"}, {"opacity", "60"}}));
+}
+
+TEST(Options, AScriptIsTheBufferLaboratorys) {
+    const Options options = options_of({"--laboratory", "buffer", "--script", "a.txt"});
+    EXPECT_EQ(options.laboratory_pictures, std::vector<std::string>{"a.txt"});
+    EXPECT_EQ(complaint({"--script", "a.txt"}), "--script a.txt is for --laboratory buffer");
+    EXPECT_EQ(complaint({"--laboratory", "merge", "--script", "a.txt"}),
+              "--script a.txt is for --laboratory buffer");
+    EXPECT_EQ(complaint({"--laboratory", "buffer", "--script", ""}),
+              "--script : a file's name is wanted");
+}
+
 TEST(Options, KindsOfPixels) {
     EXPECT_EQ(options_of({"--pixels", "24"}).settings.pixels, ShownFormat::rgb);
     EXPECT_EQ(options_of({"--pixels", "16"}).settings.pixels, ShownFormat::rgb555);
@@ -119,6 +139,9 @@ TEST(Options, AreRefused) {
     EXPECT_EQ(complaint({"--zoom"}), "--zoom: fit|width|PERCENT is missing");
     EXPECT_EQ(complaint({"a.png", "b.png"}), "b.png: one picture is shown at a time");
     EXPECT_EQ(complaint({""}), "a picture's name is empty");
+    EXPECT_EQ(complaint({"a.png", ""}), "a picture's name is empty");
+    EXPECT_EQ(complaint({"--set", "mode=add"}), "--set mode is for a --laboratory");
+    EXPECT_EQ(complaint({"--set", "mode"}), "--set mode: NAME=VALUE is wanted");
     EXPECT_EQ(complaint({"--zoom", "0"}), "--zoom 0: fit, width, or 1 to 3200 percent, is wanted");
     EXPECT_EQ(complaint({"--zoom", "3201"}),
               "--zoom 3201: fit, width, or 1 to 3200 percent, is wanted");
@@ -145,7 +168,7 @@ TEST(Options, TheHelpNamesThemAll) {
     for (const char *name :
          {"--zoom", "--at", "--size", "--device-type", "--gamma", "--dither", "--pixels",
           "--palette-option", "--test-card", "--save-to", "--screenshot", "--whole-window",
-          "--full-screen", "--help", "--version"})
+          "--full-screen", "--laboratory", "--set", "--script", "--help", "--version"})
         EXPECT_NE(help.find(std::string("  ") + name), std::string::npos) << name;
 }
 

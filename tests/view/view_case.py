@@ -14,6 +14,7 @@ OPEN, SAVE, FIT, ACTUAL, ZOOM_IN, ZOOM_OUT, TEST_CARD = 100, 101, 110, 111, 112,
 COPY, NEXT, PREVIOUS, FIRST, LAST, FIT_WIDTH, FULL_SCREEN = 103, 104, 105, 106, 107, 115, 116
 RECENT, FORGET_RECENT, TURN_RIGHT, TURN_LEFT, MIRROR, FLIP = 170, 180, 190, 191, 192, 193
 DETECTED, DEVICE, GAMMA_FILE, GAMMA, DITHER, PALETTE_OPTION, PIXELS = 119, 120, 129, 130, 140, 141, 150
+LABORATORY = 200
 
 PAGE_UP, PAGE_DOWN, END, HOME, LEFT, UP, RIGHT, DOWN = range(0x21, 0x29)
 ESCAPE, SPACE, BACKSPACE, RETURN, F2, F11 = 0x1B, 0x20, 0x08, 0x0D, 0x71, 0x7A
@@ -67,6 +68,13 @@ class OpenViewer:
         return found
 
 
+class OpenLaboratory(OpenViewer):
+    """A laboratory, opened by itself or by a viewer."""
+
+    def do(self, *steps):
+        return super().do("laboratory", *steps)
+
+
 class ViewCase(ProgramCase):
     def start(self, command, *arguments):
         return subprocess.Popen(
@@ -101,16 +109,16 @@ class ViewCase(ProgramCase):
         return pictures.read(self.folder / "view.bmp").picture
 
     @contextlib.contextmanager
-    def viewer(self, *arguments, ended_with=None):
+    def viewer(self, *arguments, ended_with=None, kind=OpenViewer):
         """With its first picture, if there is one to open. ended_with: its exit code, if it closes."""
         process = self.start(Viewer.program, *arguments, "--save-to", "saved.bmp")
-        viewer = OpenViewer(self)
+        viewer = kind(self)
         try:
             if (self.folder / arguments[0]).is_file():
                 viewer.do(f"titled:{arguments[0]} ")
             yield viewer
             if ended_with is None:
-                self.run_program(Viewer.driver, "end")
+                viewer.do("end")
             out, err = process.communicate(timeout=60)
             self.assertEqual((text(out), text(err)), ("", ""))
             if ended_with is not None:

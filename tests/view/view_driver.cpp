@@ -1,10 +1,13 @@
 // Uses q32view as a user would, from another process: view_driver STEP...
-// Each step is a word, and what belongs to it behind a colon. What a user would do is put into the
-// window's queue, where it is done in this order:
+// Each step is a word, and what belongs to it behind a colon. The first step may be "laboratory":
+// all others are then for the window of one, whose area of pictures is the canvas. What a user
+// would do is put into the window's queue, where it is done in this order:
 //     command:ID            a menu command
 //     key:VK                a key
 //     wheel:TURN,X,Y        over a point of the canvas
 //     drag:X,Y,X,Y          with the left button, from and to a point of the canvas
+//     move:X,Y              the pointer over a point of the canvas
+//     control:PLACE,VK      a key, in a laboratory's control by its place there, from 0 on
 //     bar:BAR,CODE,PLACE    BAR 0 across, 1 down; CODE a SB_ value, PLACE where a thumb is dragged
 //     drop:FILE             a file on the window
 //     palettes              as if another window's palette had changed the colours
@@ -14,6 +17,8 @@
 //     keep:FROM,TO          waits for a file, and moves it, replacing an older one
 //     told:TEXT, titled:TEXT   waits until the status bar's message, the title begins so
 //     says, title           prints them
+//     explains:TEXT         waits until a laboratory's text holds that
+//     explained             prints that text
 //     dialog:FILE           waits for a dialog, names a file in it, and presses its button
 //     spoil                 makes the canvas invalid
 //     framed:FRAME,LINE     waits until the window has a frame or "none", a status "line" or "none"
@@ -40,6 +45,10 @@ namespace {
 
 constexpr DWORD patience = 20000; // milliseconds
 
+// In a laboratory.
+constexpr int laboratory_text = 999, first_control = 1000;
+
+const wchar_t *main_class = L"Q32View", *canvas_class = L"Q32ViewCanvas";
 HWND main_window, canvas, status;
 DWORD process_id;
 
@@ -53,7 +62,7 @@ BOOL CALLBACK take_frame(HWND window, LPARAM) {
     DWORD owner = 0;
     GetWindowThreadProcessId(window, &owner);
     GetClassNameW(window, name, 40);
-    if (std::wcscmp(name, L"Q32View") == 0 && IsWindowVisible(window) &&
+    if (std::wcscmp(name, main_class) == 0 && IsWindowVisible(window) &&
         (process_id == 0 || owner == process_id))
         main_window = window;
     return main_window == nullptr;
@@ -64,7 +73,7 @@ bool find_windows() {
         EnumWindows(take_frame, 0);
         if (main_window == nullptr)
             continue;
-        canvas = FindWindowExW(main_window, nullptr, L"Q32ViewCanvas", nullptr);
+        canvas = FindWindowExW(main_window, nullptr, canvas_class, nullptr);
         status = FindWindowExW(main_window, nullptr, L"msctls_statusbar32", nullptr);
         if (canvas != nullptr && status != nullptr)
             return true;
@@ -119,6 +128,13 @@ bool drag(const std::vector<int> &values) {
            post(canvas, WM_LBUTTONUP, 0, MAKELPARAM(values[2], values[3]));
 }
 
+bool press_in_control(const std::vector<int> &values) {
+    const HWND control = GetDlgItem(main_window, first_control + values[0]);
+    const WPARAM key = static_cast<WPARAM>(values[1]);
+    return control != nullptr && post(control, WM_KEYDOWN, key, 1) &&
+           post(control, WM_KEYUP, key, 1);
+}
+
 std::wstring text_of(HWND window) {
     wchar_t text[1000] = {};
     SendMessageTimeoutW(window, WM_GETTEXT, 1000, reinterpret_cast<LPARAM>(text), SMTO_NORMAL,
@@ -136,11 +152,16 @@ bool print_text(HWND window) {
     return print_wide(text_of(window).c_str());
 }
 
-bool wait_for_text(HWND window, const std::wstring &wanted) {
+template <typename Is>
+bool wait_for(const Is &is) {
     for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
-        if (text_of(window).starts_with(wanted))
+        if (is())
             return true;
     return false;
+}
+
+bool wait_for_text(HWND window, const std::wstring &wanted) {
+    return wait_for([&] { return text_of(window).starts_with(wanted); });
 }
 
 bool close() {
@@ -325,6 +346,13 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
         return print_text(status);
     if (word == L"title")
         return print_text(main_window);
+    if (word == L"explains")
+        return wait_for([&value] {
+            const HWND explained = GetDlgItem(main_window, laboratory_text);
+            return text_of(explained).find(value) != std::wstring::npos;
+        });
+    if (word == L"explained")
+        return print_text(GetDlgItem(main_window, laboratory_text));
     if (word == L"spoil")
         return InvalidateRect(canvas, nullptr, FALSE) != 0;
     if (word == L"palettes")
@@ -347,6 +375,10 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
         return wheel(list);
     if (word == L"drag")
         return drag(list);
+    if (word == L"move")
+        return post(canvas, WM_MOUSEMOVE, 0, MAKELPARAM(list[0], list[1]));
+    if (word == L"control")
+        return press_in_control(list);
     if (word == L"bar")
         return post(canvas, list[0] == 0 ? WM_HSCROLL : WM_VSCROLL,
                     static_cast<WPARAM>(MAKELONG(list[1], list[2])), 0);
@@ -357,10 +389,15 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
 } // namespace
 
 int wmain(int count, wchar_t **arguments) {
+    const bool is_laboratory = count > 1 && std::wcscmp(arguments[1], L"laboratory") == 0;
+    if (is_laboratory) {
+        main_class = L"Q32ViewLaboratory";
+        canvas_class = L"Q32ViewStage";
+    }
     if (!find_windows())
         return fail(L"the window does not come");
     GetWindowThreadProcessId(main_window, &process_id);
-    for (int i = 1; i < count; ++i) {
+    for (int i = is_laboratory ? 2 : 1; i < count; ++i) {
         const std::wstring step = arguments[i];
         const size_t colon = step.find(L':');
         const std::wstring value = colon == std::wstring::npos ? L"" : step.substr(colon + 1);
