@@ -31,6 +31,7 @@ struct ModelledBuffer {
     size_t row_bytes() const;
     size_t reserved_bytes() const;
     size_t cell_bytes() const;
+    size_t block_size() const; // of one colour and of patterns
     int cell_count() const;
 };
 
