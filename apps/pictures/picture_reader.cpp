@@ -2,10 +2,12 @@
 #include "picture_reader.h"
 
 #include "bmp_rows.h"
+#include "byte_source.h"
 #include "edition.h"
 #include "exceptions.h"
 #include "files.h"
 #include "format_facts.h"
+#include "ink_rows.h"
 #include "picture_check.h"
 #include "png_rows.h"
 #include "text.h"
@@ -108,14 +110,16 @@ PictureReader::PictureReader(const std::string &path) : path_(path) {
 }
 
 // Only the 64-bit edition reads pictures so large that a codec's copy of them matters. False for
-// files of other kinds.
+// files that are left to the codec.
 bool PictureReader::open_rows(const std::wstring &native) {
-    if (!is_64_bit)
-        return false;
     const ReadAt read = bytes_of(native);
-    format_ = format_name(GUID_ContainerFormatPng);
-    rows_ = PngRows::open(read);
-    if (!rows_) {
+    format_ = format_name(GUID_ContainerFormatJpeg);
+    rows_ = InkRows::open(in_blocks(read));
+    if (!rows_ && is_64_bit) {
+        format_ = format_name(GUID_ContainerFormatPng);
+        rows_ = PngRows::open(read);
+    }
+    if (!rows_ && is_64_bit) {
         format_ = format_name(GUID_ContainerFormatBmp);
         rows_ = BmpRows::open(read);
     }
