@@ -4,7 +4,7 @@
 
 # Building and testing: cross compilers, Wine and a display to run what they make, a compiler for this
 # machine, the test framework's source, and what the tests of the installed package use.
-packages_build=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev g++ cmake ninja-build
+packages_build=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev libstb-dev g++ cmake ninja-build
     googletest git python3 pkg-config wine wine32:i386 wine64 xvfb xauth)
 
 # The demo: a photograph in the public domain, and small tools that put pictures side by side.

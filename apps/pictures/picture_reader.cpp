@@ -2,10 +2,12 @@
 #include "picture_reader.h"
 
 #include "bmp_rows.h"
+#include "byte_source.h"
 #include "edition.h"
 #include "exceptions.h"
 #include "files.h"
 #include "format_facts.h"
+#include "ink_rows.h"
 #include "picture_check.h"
 #include "png_rows.h"
 #include "text.h"
@@ -64,6 +66,15 @@ int bits_per_pixel(const WICPixelFormatGUID &format) {
     return static_cast<int>(bits);
 }
 
+// In 32 bits only pictures so large that a codec's copy of them would take the addresses away that
+// their buffer needs.
+std::unique_ptr<RowFile> if_worthwhile(std::unique_ptr<RowFile> rows) {
+    const bool is_small = rows && row_bytes_of(RowFormat::bgr, rows->width()) *
+                                          static_cast<uint64_t>(rows->height()) <
+                                      least_bytes_by_rows;
+    return is_small && !is_64_bit ? nullptr : std::move(rows);
+}
+
 // Reads nothing where the file cannot be opened.
 ReadAt bytes_of(const std::wstring &native) {
     const auto file = std::make_shared<OpenFile>(open_file(native, GENERIC_READ, OPEN_EXISTING));
@@ -109,20 +120,19 @@ PictureReader::PictureReader(const std::string &path) : path_(path) {
     pictures_ = found.pictures;
 }
 
-// In 32 bits only for pictures so large that a codec's copy of them would take the addresses away
-// that their buffer needs. False for files of other kinds.
+// JPEG of inks, and PNG and BMP where it is worthwhile. False for files that are left to the codec.
 bool PictureReader::open_rows(const std::wstring &native) {
     const ReadAt read = bytes_of(native);
-    format_ = format_name(GUID_ContainerFormatPng);
-    rows_ = PngRows::open(read);
+    format_ = format_name(GUID_ContainerFormatJpeg);
+    rows_ = InkRows::open(in_blocks(read));
+    if (!rows_) {
+        format_ = format_name(GUID_ContainerFormatPng);
+        rows_ = if_worthwhile(PngRows::open(read));
+    }
     if (!rows_) {
         format_ = format_name(GUID_ContainerFormatBmp);
-        rows_ = BmpRows::open(read);
+        rows_ = if_worthwhile(BmpRows::open(read));
     }
-    if (rows_ && !is_64_bit &&
-        row_bytes_of(RowFormat::bgr, rows_->width()) * static_cast<uint64_t>(rows_->height()) <
-            least_bytes_by_rows)
-        rows_.reset();
     if (!rows_)
         return false;
     width_ = rows_->width();

