@@ -78,6 +78,10 @@ def read_directory(data):
 
 
 def png(picture, facts):
+    return with_chunks(pictures.png(picture), chunks_of(facts))
+
+
+def chunks_of(facts):
     chunks = b""
     if facts.profile:
         chunks += png_chunk(b"iCCP", b"a name\0\0" + zlib.compress(facts.profile))
@@ -88,7 +92,7 @@ def png(picture, facts):
         chunks += png_chunk(b"eXIf", exif(Facts(facts.orientation), ">"))
     if facts.comment:
         chunks += png_chunk(b"iTXt", b"Comment\0\0\0\0\0" + facts.comment.encode())
-    return with_chunks(pictures.png(picture), chunks)
+    return chunks
 
 
 def with_chunks(file, chunks):

@@ -1,14 +1,16 @@
 """Transparent parts of pictures through the commands: kept where they can be, else laid over white,
 which is said."""
 
+from itertools import product
+
 import colour_spaces
 import opacities
 import pictures
 import rectangles
-import whole_factors_test
 from opacities import over_white
 from program_case import long_round
 from tool_case import FAILED, STORAGES, USAGE, ToolCase
+from whole_factors_test import enlarged, reduced
 
 WIDTH, HEIGHT = 37, 23
 
@@ -41,8 +43,8 @@ class TransparencyCase(ToolCase):
 
 
 class Kept(TransparencyCase):
-    def assert_kept(self, command, model, change=lambda picture: picture, *options):
-        """model: what the command makes of any picture. change: of colours only."""
+    def assert_kept(self, model, command, *options, change=lambda picture: picture):
+        """model: what the command makes of any picture. change: of its colours only."""
         wanted = model(change(self.picture))
         opacity = opacities.as_opacity(model(opacities.as_picture(self.opacity, WIDTH)))
         for name in ("out.png", "out.tif"):
@@ -52,29 +54,29 @@ class Kept(TransparencyCase):
                 self.assertIn(f"{name}: {size}", said)
                 self.assert_transparent(name, wanted, opacity)
         with self.subTest(command=command, name="out.bmp"):
-            self.make("out.bmp", command, "in.png", "out.bmp", *options, notes=[laid_over_white("out.bmp")])
+            words = [command, "in.png", "out.bmp", *options]
+            self.make("out.bmp", *words, notes=[laid_over_white("out.bmp")])
             self.assert_file_holds("out.bmp", over_white(wanted, opacity), 24)
 
     def test_convert(self):
-        self.assert_kept("convert", lambda picture: picture)
+        self.assert_kept(lambda picture: picture, "convert")
 
     @long_round
     def test_inverted(self):
-        negative = lambda picture: picture.changed(lambda *colour: [255 - c for c in colour])
-        self.assert_kept("convert", lambda picture: picture, negative, "--invert")
+        def negative(picture):
+            return picture.changed(lambda *colour: [255 - sample for sample in colour])
+
+        self.assert_kept(lambda picture: picture, "convert", "--invert", change=negative)
 
     def test_crop(self):
-        rectangle = 5, 3, 20, 11
-        place = ["--at", "5,3", "--size", "20x11"]
-        self.assert_kept("crop", lambda picture: rectangles.cropped(picture, rectangle), *[lambda p: p], *place)
+        def cropped(picture):
+            return rectangles.cropped(picture, (5, 3, 20, 11))
+
+        self.assert_kept(cropped, "crop", "--at", "5,3", "--size", "20x11")
 
     def test_enlarge_and_reduce(self):
-        self.assert_kept(
-            "enlarge", lambda p: whole_factors_test.enlarged(p, 3, 2), lambda p: p, "--factor=3x2"
-        )
-        self.assert_kept(
-            "reduce", lambda p: whole_factors_test.reduced(p, 3, 2), lambda p: p, "--factor=3", "--step=2"
-        )
+        self.assert_kept(lambda picture: enlarged(picture, 3, 2), "enlarge", "--factor=3x2")
+        self.assert_kept(lambda picture: reduced(picture, 3, 2), "reduce", "--factor=3", "--step=2")
 
     @long_round
     def test_turned_hues(self):
@@ -91,10 +93,11 @@ class Kept(TransparencyCase):
         weights = [i * 7 % 256 for i in range(256)]
         rows = [bytes(x * 5 + y for x in range(WIDTH)) for y in range(HEIGHT)]
         values = b"".join(rows)
-        table = pictures.png_file(WIDTH, HEIGHT, rows, pictures.PNG_PALETTE, 8, palette, opacities=weights)
-        grey = pictures.png_file(
-            WIDTH, HEIGHT, [bytes(b for v in row for b in (v, weights[v])) for row in rows], pictures.PNG_GREY_ALPHA
+        table = pictures.png_file(
+            WIDTH, HEIGHT, rows, pictures.PNG_PALETTE, 8, palette, opacities=weights
         )
+        both = [bytes(byte for v in row for byte in (v, weights[v])) for row in rows]
+        grey = pictures.png_file(WIDTH, HEIGHT, both, pictures.PNG_GREY_ALPHA)
         gif = pictures.gif_file(WIDTH, HEIGHT, values, palette, transparent=40)
         of_table = pictures.from_colours(WIDTH, HEIGHT, [palette[v] for v in values])
         of_grey = pictures.from_colours(WIDTH, HEIGHT, [(v,) * 3 for v in values])
@@ -156,7 +159,8 @@ class Opaque(TransparencyCase):
 
     def test_what_was_filled(self):
         self.make("out.png", "fill", "in.png", "out.png", "--colour", "1,2,3")
-        self.assert_file_holds("out.png", pictures.Picture(WIDTH, HEIGHT, b"\1\2\3" * WIDTH * HEIGHT), 24)
+        wanted = pictures.Picture(WIDTH, HEIGHT, b"\1\2\3" * WIDTH * HEIGHT)
+        self.assert_file_holds("out.png", wanted, 24)
 
 
 class Rectangles(TransparencyCase):
@@ -177,43 +181,53 @@ class Rectangles(TransparencyCase):
         self.make("out.png", "fill", "in.png", "out.png", "--colour", "9,8,7", *place)
 
         def filled(picture, colour):
-            return rectangles.drawn(
-                WIDTH,
-                HEIGHT,
-                lambda x, y: colour if rectangles.inside(x, y, rectangle) else rectangles.pixel(picture, x, y),
-            )
+            def at(x, y):
+                inside = rectangles.inside(x, y, rectangle)
+                return colour if inside else rectangles.pixel(picture, x, y)
 
-        opacity = filled(opacities.as_picture(self.opacity, WIDTH), (255,) * 3)
-        self.assert_transparent("out.png", filled(self.picture, (9, 8, 7)), opacities.as_opacity(opacity))
+            return rectangles.drawn(WIDTH, HEIGHT, at)
+
+        opacity = opacities.as_opacity(
+            filled(opacities.as_picture(self.opacity, WIDTH), (255,) * 3)
+        )
+        self.assert_transparent("out.png", filled(self.picture, (9, 8, 7)), opacity)
 
     def test_paste_all_combinations(self):
         clear = b"\xff" * (WIDTH * HEIGHT)
         over, above = pictures.noise(20, 30, seed=3), noise_of_opacity(20, 30, seed=4)
         self.write("over.png", pictures.png_with_alpha(over, above))
         self.write("over.bmp", pictures.bmp(over))
-        for base, base_picture, below in [("in.png", self.picture, self.opacity), ("opaque.bmp", self.other, clear)]:
-            for overlay, weights in [("over.png", above), ("over.bmp", b"\xff" * 600)]:
-                for at in [(3, 2), (-4, -5), (30, 1)]:
-                    with self.subTest(base=base, overlay=overlay, at=at):
-                        self.make("out.png", "paste", base, overlay, "out.png", f"--at={at[0]},{at[1]}")
-                        wanted, opacity = opacities.composed(base_picture, below, over, weights, at)
-                        self.assert_file_holds("out.png", wanted, 24 if base == "opaque.bmp" else 32)
-                        if base == "in.png":
-                            self.assertEqual(self.read("out.png").opacity, opacity)
+        bases = [("in.png", self.picture, self.opacity), ("opaque.bmp", self.other, clear)]
+        overlays = [("over.png", above), ("over.bmp", b"\xff" * 600)]
+        places = [(3, 2), (-4, -5), (30, 1)]
+        for (base, picture, below), (overlay, weights), at in product(bases, overlays, places):
+            with self.subTest(base=base, overlay=overlay, at=at):
+                self.make("out.png", "paste", base, overlay, "out.png", "--at=%d,%d" % at)
+                wanted, opacity = opacities.composed(picture, below, over, weights, at)
+                self.assert_file_holds("out.png", wanted, 24 if base == "opaque.bmp" else 32)
+                if base == "in.png":
+                    self.assertEqual(self.read("out.png").opacity, opacity)
+
+    def repeated(self, tile, weights):
+        """A pattern and its opacity all over the picture."""
+        places = [(x % tile.width, y % tile.height) for y in range(HEIGHT) for x in range(WIDTH)]
+        colours = [rectangles.pixel(tile, *place) for place in places]
+        above = bytes(weights[y * tile.width + x] for x, y in places)
+        return pictures.from_colours(WIDTH, HEIGHT, colours), above
 
     def test_pattern(self):
         tile, weights = pictures.noise(5, 4, seed=3), noise_of_opacity(5, 4, seed=8)
         self.write("tile.png", pictures.png_with_alpha(tile, weights))
         self.write("tile.bmp", pictures.bmp(tile))
-        repeated = rectangles.drawn(WIDTH, HEIGHT, lambda x, y: rectangles.pixel(tile, x % 5, y % 4))
-        above = bytes(weights[y % 4 * 5 + x % 5] for y in range(HEIGHT) for x in range(WIDTH))
+        repeated, above = self.repeated(tile, weights)
         for name, opacity in [("tile.png", above), ("tile.bmp", b"\xff" * len(above))]:
             for rectangle in (None, (-3, 7, 25, 9)):
                 with self.subTest(name=name, rectangle=rectangle):
                     place = [] if rectangle is None else ["--at=-3,7", "--size=25x9"]
                     self.make("out.png", "pattern", "in.png", name, "out.png", *place)
+                    area = rectangle or (0, 0, WIDTH, HEIGHT)
                     acts = bytes(
-                        byte if rectangle is None or rectangles.inside(i % WIDTH, i // WIDTH, rectangle) else 0
+                        byte * rectangles.inside(i % WIDTH, i // WIDTH, area)
                         for i, byte in enumerate(opacity)
                     )
                     wanted, made = opacities.composed(self.picture, self.opacity, repeated, acts)
@@ -229,10 +243,10 @@ class Rectangles(TransparencyCase):
         self.make("out.bmp", "bitmap", "opaque.bmp", "out.bmp", "--paste", "over.png", "--at=9,-3")
         wanted, _ = opacities.composed(self.other, clear, over, above, (9, -3))
         self.assert_file_holds("out.bmp", wanted, 24)
-        repeated = rectangles.drawn(WIDTH, HEIGHT, lambda x, y: rectangles.pixel(over, x % 20, y % 30))
-        acts = bytes(above[y % 30 * 20 + x % 20] for y in range(HEIGHT) for x in range(WIDTH))
+        repeated, acts = self.repeated(over, above)
         self.make("out.bmp", "bitmap", "opaque.bmp", "out.bmp", "--pattern", "over.png")
-        self.assert_file_holds("out.bmp", opacities.composed(self.other, clear, repeated, acts)[0], 24)
+        wanted, _ = opacities.composed(self.other, clear, repeated, acts)
+        self.assert_file_holds("out.bmp", wanted, 24)
 
 
 class Compose(TransparencyCase):
@@ -320,7 +334,8 @@ class OverWhite(TransparencyCase):
 
     def test_show(self):
         words = ["show", "IN", "--depth-of", "256-colours", "-o", "out.png"]
-        self.assert_over_white("out.png", *words, notes=[laid_over_white("out.png", "displays have")])
+        notes = [laid_over_white("out.png", "displays have")]
+        self.assert_over_white("out.png", *words, notes=notes)
 
     def test_separate(self):
         names = [f"out-{word}.png" for word in ("cyan", "magenta", "yellow", "black", "proof")]
@@ -338,7 +353,8 @@ class OverWhite(TransparencyCase):
 
     def test_the_grey_of_a_mask(self):
         files = ["--base", "opaque.bmp", "--overlay", "opaque.bmp", "-o", "out.png", "--mask", "IN"]
-        self.assert_over_white("out.png", "compose", *files, notes=[laid_over_white("in.png", "masks have")])
+        notes = [laid_over_white("in.png", "masks have")]
+        self.assert_over_white("out.png", "compose", *files, notes=notes)
 
 
 class Notes(TransparencyCase):
