@@ -137,7 +137,7 @@ truncate -s 1000 "$work/in/$damaged"
 # What a host runs for each picture. All see the same folder, as over NFS. The log says who made what.
 cat >"$work/q32tool" <<END
 #!/usr/bin/env bash
-cd "$work"
+export Q32BASE_WINE_DIR="${Q32BASE_WINE_DIR:-$root/build/wine}"
 said=\$("$root/scripts/wine-run" "$program" "\$@" 2>&1)
 code=\$?
 [[ "\$said" != *": 1 done"* ]] || echo "\$Q32_HOST \$2" >>made
@@ -149,9 +149,9 @@ chmod +x "$work/q32tool"
 
 many() { # further options of parallel
     "${hub[@]}" parallel --will-cite --ssh "ssh -F $work/ssh" --sshlogin 2/one,2/two --retries 4 \
-        --joblog "$work/log" "$@" \
+        --workdir "$PWD" --joblog log "$@" \
         "$work/q32tool" scale {} --to out --as png --fit 90x90 --resume \
-        ::: "${inputs[@]}" >>"$work/said" 2>&1 </dev/null
+        ::: "${inputs[@]}" >>said 2>&1 </dev/null
 }
 cd "$work"
 inputs=(in/*.bmp)
@@ -186,8 +186,7 @@ kill_host_two
 code=0
 wait $run || code=$?
 ((code == 1)) || { cat said >&2; fail "parallel ended with $code, not with 1 for one picture"; }
-failed=$(awk 'NR > 1 && $7 != 0 { last[$1] = $0 } NR > 1 && $7 == 0 { delete last[$1] }
-              END { for (job in last) print last[job] }' log | grep -o 'in/p[0-9]*\.bmp' | sort -u)
+failed=$(awk 'NR > 1 { last[$1] = $7 ? $0 : "" } END { for (job in last) if (last[job]) print last[job] }' log | grep -o 'in/p[0-9]*\.bmp' | sort -u)
 [[ $failed == in/$damaged ]] || { cat log said >&2; fail "these failed: $failed"; }
 echo "   failed: $failed"
 
