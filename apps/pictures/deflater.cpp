@@ -7,10 +7,11 @@
 
 namespace apps {
 
-Deflater::Deflater(int level, size_t piece_bytes,
+Deflater::Deflater(int level, int strategy, size_t piece_bytes,
                    std::function<void(std::span<const uint8_t>)> take_piece)
     : take_piece_(std::move(take_piece)), piece_(piece_bytes) {
-    if (deflateInit(&stream_, level) != Z_OK)
+    constexpr int window_bits = 15, most_memory = 9;
+    if (deflateInit2(&stream_, level, Z_DEFLATED, window_bits, most_memory, strategy) != Z_OK)
         throw std::bad_alloc();
     stream_.next_out = piece_.data();
     stream_.avail_out = static_cast<uInt>(piece_.size());
@@ -53,9 +54,10 @@ void Deflater::pack(int flush) {
 std::vector<uint8_t> deflated(std::span<const uint8_t> bytes, int level) {
     constexpr size_t piece_bytes = 16384;
     std::vector<uint8_t> all;
-    Deflater deflater(level, piece_bytes, [&all](std::span<const uint8_t> piece) {
-        all.insert(all.end(), piece.begin(), piece.end());
-    });
+    Deflater deflater(level, Z_DEFAULT_STRATEGY, piece_bytes,
+                      [&all](std::span<const uint8_t> piece) {
+                          all.insert(all.end(), piece.begin(), piece.end());
+                      });
     deflater.write(bytes);
     deflater.finish();
     return all;

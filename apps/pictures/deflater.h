@@ -13,8 +13,8 @@ namespace apps {
 class Deflater {
 public:
     // take_piece gets the compressed data in turn, in pieces of piece_bytes but the last.
-    // level: 0, not at all, to 9.
-    Deflater(int level, size_t piece_bytes,
+    // level: 0, not at all, to 9. strategy: Z_FILTERED for differences, which are mostly small.
+    Deflater(int level, int strategy, size_t piece_bytes,
              std::function<void(std::span<const uint8_t>)> take_piece);
     ~Deflater();
     Deflater(const Deflater &) = delete;

@@ -14,7 +14,7 @@ enum class TiffPacking { none, packbits, lzw, deflate };
 
 struct OutputSettings {
     static constexpr int default_quality = 85;
-    static constexpr int default_level = 3;
+    static constexpr int default_level = 4;
 
     int jpeg_quality = default_quality; // 1 to 100
     JpegChroma jpeg_chroma = JpegChroma::by_quality;

@@ -59,8 +59,8 @@ PngEncoder::PngEncoder(ByteSink &sink, const PictureToWrite &picture)
       line_(static_cast<size_t>(row_bytes_of(picture.rows, picture.width))),
       line_above_(line_.size()),
       filters_(filtered_ ? line_.size() : 0, std::max<size_t>(samples_, 1)),
-      deflater_(picture.settings.png_level, chunk_bytes,
-                [this](std::span<const uint8_t> piece) { put_chunk("IDAT", piece); }) {
+      deflater_(picture.settings.png_level, filtered_ ? Z_FILTERED : Z_DEFAULT_STRATEGY,
+                chunk_bytes, [this](std::span<const uint8_t> piece) { put_chunk("IDAT", piece); }) {
     sink_.append(signature);
     put_header(picture);
     put_facts(picture.facts);
@@ -70,7 +70,9 @@ void PngEncoder::put_chunk(std::string_view type, std::span<const uint8_t> data)
     Bytes head;
     put_big_endian(head, static_cast<uint32_t>(data.size()));
     put(head, type);
-    const uLong checksum = crc32_z(crc32_z(0, &head[4], type.size()), data.data(), data.size());
+    uLong checksum = crc32_z(0, &head[4], type.size());
+    if (!data.empty()) // zlib takes none for a new beginning
+        checksum = crc32_z(checksum, data.data(), data.size());
     sink_.append(head);
     sink_.append(data);
     Bytes end;

@@ -1,5 +1,6 @@
 """What q32tool reads: every format, in the kinds of pixels that are found in the wild."""
 
+import pathlib
 import zlib
 
 import pictures
@@ -7,6 +8,7 @@ from pictures import BLACK_AND_WHITE, PNG_GREY, PNG_PALETTE, PNG_RGB, PNG_RGBA
 from program_case import long_round
 from tool_case import FAILED, Program, ToolCase
 
+MADE = pathlib.Path(__file__).parent / "files"
 WIDTH, HEIGHT = 37, 5
 PALETTE = [(i, 255 - i, i * 3 % 256) for i in range(256)]
 
@@ -25,9 +27,9 @@ def packed(rows, bits):
 
 
 class Reading(ToolCase):
-    def assert_reads(self, name, contents, picture, within=0):
+    def assert_reads(self, name, contents, picture, within=0, notes=()):
         self.write(name, contents)
-        self.convert(name, "out.bmp")
+        self.convert(name, "out.bmp", notes=notes)
         self.assert_file_holds("out.bmp", picture, 24, within)
 
     def test_png_with_a_palette(self):
@@ -100,7 +102,9 @@ class Reading(ToolCase):
     def test_transparent_parts_are_laid_over_white(self):
         row = bytes((10, 20, 30, 255)) + bytes((10, 20, 30, 0)) + bytes((0, 255, 0, 51))
         wanted = pictures.from_colours(3, 1, [(10, 20, 30), (255, 255, 255), (204, 255, 204)])
-        self.assert_reads("in.png", pictures.png_file(3, 1, [row], PNG_RGBA), wanted, within=1)
+        file = pictures.png_file(3, 1, [row], PNG_RGBA)
+        notes = ["out.bmp: the transparency is laid over white, BMP has none"]
+        self.assert_reads("in.png", file, wanted, within=1, notes=notes)
 
     def test_bmp_with_a_palette(self):
         for bits in (1, 4, 8):
@@ -150,6 +154,51 @@ class Reading(ToolCase):
         colours = [tuple(round(value) for value in colour(*block)) for block in blocks]
         picture = self.blocks_picture(4, 3, colours)
         self.assert_reads("in.jpeg", pictures.jpeg_file(4, 3, blocks), picture, within=1)
+
+    def test_jpeg_of_inks(self):
+        """As Adobe's programs write them: what is stored is how much of the paper is left."""
+        inks = [(0, 255, 128, 255), (255, 255, 255, 255), (200, 100, 50, 128), (255, 255, 255, 0)]
+        colours = [tuple(round(ink * left / 255) for ink in colour) for *colour, left in inks]
+        file = pictures.jpeg_file(4, 1, inks)
+        adobe = pictures.jpeg_segment(0xEE, b"Adobe\0\x64\0\0\0\0\0")
+        self.assert_reads(
+            "in.jpg", file[:2] + adobe + file[20:], self.blocks_picture(4, 1, colours), within=1
+        )
+
+    def test_files_of_other_programs(self):
+        ramps = pictures.ramps(24, 16)
+        for name, within in [("interlaced.png", 0), ("progressive.jpg", 8), ("inks.jpg", 8)]:
+            with self.subTest(name=name):
+                self.assert_reads(name, (MADE / name).read_bytes(), ramps, within)
+        for name, pages in [("pages.tif", 3), ("animated.gif", 3)]:
+            with self.subTest(name=name):
+                self.write(name, (MADE / name).read_bytes())
+                notes = [f"{name}: only the first of {pages} pictures is read"]
+                self.convert(name, "out.bmp", notes=notes)
+                self.assert_file_holds("out.bmp", ramps, 24, within=0 if name == "pages.tif" else 24)
+
+    def test_colours_that_are_transparent(self):
+        """One colour or grey of the whole picture, or entries of a palette, say so."""
+        rows = [[0, 1, 2, 3, 1]]
+        grey = pictures.png_file(5, 1, packed(rows, 8), PNG_GREY, 8)
+        colour = pictures.png_file(2, 1, [bytes((9, 8, 7, 6, 5, 4))], PNG_RGB)
+        head = len(pictures.PNG_SIGNATURE) + 25
+        for name, file, colours, opacity in [
+            ("grey", grey[:head] + pictures.png_chunk(b"tRNS", b"\0\1") + grey[head:],
+             [(0, 0, 0), None, (2, 2, 2), (3, 3, 3), None], [255, 0, 255, 255, 0]),
+            ("colour", colour[:head] + pictures.png_chunk(b"tRNS", b"\0\x09\0\x08\0\x07") + colour[head:],
+             [None, (6, 5, 4)], [0, 255]),
+            ("palette", pictures.png_file(5, 1, packed(rows, 8), PNG_PALETTE, 8, PALETTE, opacities=[255, 0, 100]),
+             [PALETTE[0], None, PALETTE[2], PALETTE[3], None], [255, 0, 100, 255, 0]),
+        ]:
+            with self.subTest(name):
+                self.write("in.png", file)
+                self.convert("in.png", "out.png")
+                found = self.read("out.png")
+                self.assertEqual((found.bits, list(found.opacity)), (32, opacity))
+                for colour_found, wanted in zip(found.picture.colours(), colours):
+                    if wanted:
+                        self.assertEqual(colour_found, wanted)
 
     def test_the_contents_count_not_the_name(self):
         picture = pictures.noise(WIDTH, HEIGHT)

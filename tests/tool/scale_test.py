@@ -39,9 +39,9 @@ def same(*colour):
 
 
 class ScaleCase(ToolCase):
-    def scale(self, source, target, *options):
+    def scale(self, source, target, *options, notes=()):
         """Scales a file. Returns the new file's bytes."""
-        return self.make(target, "scale", source, target, *options)
+        return self.make(target, "scale", source, target, *options, notes=notes)
 
     def assert_sizes(self, sizes, bits, options, change, model):
         """change: what the number of bits makes of a colour. model: picture, width, height."""
@@ -111,7 +111,8 @@ class Pixels(ScaleCase):
     def test_transparent_parts_are_laid_over_white(self):
         picture, alpha = pictures.noise(9, 7), bytes(255 * (i % 4 > 0) for i in range(63))
         source = self.write("in.png", pictures.png_with_alpha(picture, alpha))
-        self.scale(source, "out.bmp", *by_size(20, 30))
+        note = "out.bmp: the transparency is laid over white, BMP has none"
+        self.scale(source, "out.bmp", *by_size(20, 30), notes=[note])
         colours = [colour if a else (255, 255, 255) for colour, a in zip(picture.colours(), alpha)]
         white = pictures.from_colours(9, 7, colours)
         self.assert_file_holds("out.bmp", by_cells(white, 20, 30, "bicubic"), 24)

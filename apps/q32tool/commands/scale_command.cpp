@@ -29,6 +29,7 @@ void run(const Arguments &arguments) {
     check_can_be_scaled(conversion, scaling, arguments);
     const std::string &out = arguments.last_operand();
     change_picture(arguments, [&](Picture &picture) {
+        fit_transparency(picture, check_output(out), out); // no work for what will be lost
         // What words of 16 bits have lost would be missing in their means, too.
         const Size size = picture.image.size();
         const bool words_are_averaged =
