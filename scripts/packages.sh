@@ -17,6 +17,9 @@ packages_fuzz=(clang-14 libclang-rt-14-dev)
 # MinGW's GCC that its callers may have.
 packages_package=(llvm clang lld)
 
+# The long round: pictures on many machines (docs/many-machines.md).
+packages_many=(parallel openssh-server openssh-client iproute2 procps)
+
 # Only for ./run lint.
 packages_lint=(clang-format clang-tidy cppcheck shellcheck)
 
