@@ -151,15 +151,15 @@ show_methods() { # PICTURE NAME WIDTH HEIGHT
     for method in nearest bilinear bicubic; do
         q32tool scale "$detail" "$out/$2-enlarged-$method.png" --percent 800 --method $method \
             >/dev/null </dev/null
-        q32tool scale "$1" "$out/$2-reduced-$method.png" --fit 576x480 --method $method \
-            >/dev/null </dev/null
         sheet+=("$out/$2-enlarged-$method.png" "$method: eight times as large")
     done
-    for method in nearest bilinear bicubic; do
+    for method in nearest bicubic average; do
+        q32tool scale "$1" "$out/$2-reduced-$method.png" --fit 576x480 --method $method \
+            >/dev/null </dev/null
         sheet+=("$out/$2-reduced-$method.png" "$method: the whole in the same size")
     done
     sheet_tile_width=576 sheet_tile_height=480 contact_sheet "$out/$2-methods.png" "${sheet[@]}"
-    printf '%-52s %s\n' "$out/$2-methods.png" "a detail enlarged and the whole reduced by three methods"
+    printf '%-52s %s\n' "$out/$2-methods.png" "a detail enlarged and the whole reduced, by three methods each"
     rm -f "$detail"
 }
 
@@ -169,7 +169,7 @@ show_displays() { # NAME
     while IFS='|' read -r name display shows; do
         file=$out/$1-on-$name.png
         # shellcheck disable=SC2086 # its name and options
-        q32tool show "$out/$1-reduced-bicubic.png" -o "$file" --depth-of $display >/dev/null </dev/null
+        q32tool show "$out/$1-reduced-average.png" -o "$file" --depth-of $display >/dev/null </dev/null
         sheet+=("$file" "$shows")
     done <<'DISPLAYS'
 monochrome|monochrome|black and white
@@ -209,8 +209,8 @@ BARS
 
 # The plates of a print and what they give together, and the order in which jobs are worked through.
 show_plates_and_jobs() { # NAME
-    local plate sheet=("$out/$1-reduced-bicubic.png" "the picture")
-    q32tool separate "$out/$1-reduced-bicubic.png" "$out/$1-plate.png" >/dev/null </dev/null
+    local plate sheet=("$out/$1-reduced-average.png" "the picture")
+    q32tool separate "$out/$1-reduced-average.png" "$out/$1-plate.png" >/dev/null </dev/null
     for plate in cyan magenta yellow black; do
         sheet+=("$out/$1-plate-$plate.png" "the plate for $plate")
     done

@@ -44,4 +44,27 @@ void Inflater::unpack() {
         throw DamagedData();
 }
 
+std::vector<uint8_t> inflated(std::span<const uint8_t> packed, size_t most) {
+    constexpr size_t piece_bytes = 1 << 14;
+    z_stream stream = {};
+    if (inflateInit(&stream) != Z_OK)
+        throw std::bad_alloc();
+    stream.next_in = const_cast<Bytef *>(packed.data()); // only read
+    stream.avail_in = static_cast<uInt>(packed.size());
+    std::vector<uint8_t> bytes;
+    int status = Z_OK;
+    while (status == Z_OK && bytes.size() <= most) {
+        const size_t begin = bytes.size();
+        bytes.resize(begin + piece_bytes);
+        stream.next_out = &bytes[begin];
+        stream.avail_out = piece_bytes;
+        status = inflate(&stream, Z_NO_FLUSH);
+        bytes.resize(begin + piece_bytes - stream.avail_out);
+    }
+    inflateEnd(&stream);
+    if (status != Z_STREAM_END || bytes.size() > most)
+        bytes.clear();
+    return bytes;
+}
+
 } // namespace apps

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <vector>
 
 namespace apps {
 
@@ -31,5 +32,8 @@ private:
     std::function<std::span<const uint8_t>()> next_piece_;
     z_stream stream_ = {};
 };
+
+// A whole zlib stream; empty for one that is damaged, or unpacks to more than most bytes.
+std::vector<uint8_t> inflated(std::span<const uint8_t> packed, size_t most);
 
 } // namespace apps

@@ -5,12 +5,14 @@
 #include "edition.h"
 #include "exceptions.h"
 #include "files.h"
+#include "format_facts.h"
 #include "picture_check.h"
 #include "png_rows.h"
 #include "text.h"
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 #include <vector>
 
 namespace apps {
@@ -62,6 +64,20 @@ int bits_per_pixel(const WICPixelFormatGUID &format) {
     return static_cast<int>(bits);
 }
 
+// Reads nothing where the file cannot be opened.
+ReadAt bytes_of(const std::wstring &native) {
+    const auto file = std::make_shared<OpenFile>(open_file(native, GENERIC_READ, OPEN_EXISTING));
+    return [file](uint64_t at, uint8_t *bytes, size_t count) {
+        OVERLAPPED place = {};
+        place.Offset = static_cast<DWORD>(at);
+        place.OffsetHigh = static_cast<DWORD>(at >> 32);
+        DWORD done = 0;
+        if (*file)
+            ReadFile(file->get(), bytes, static_cast<DWORD>(count), &done, &place);
+        return size_t{done};
+    };
+}
+
 uint8_t over_white(uint32_t sample, uint32_t alpha) {
     return static_cast<uint8_t>((sample * alpha + 255 * (255 - alpha) + 127) / 255);
 }
@@ -88,22 +104,15 @@ PictureReader::PictureReader(const std::string &path) : path_(path) {
     check_decoding(opened, path);
     if (!has_rows)
         describe(decoder.get());
+    FileFacts found = read_facts(bytes_of(native));
+    facts_ = std::move(found.facts);
+    pictures_ = found.pictures;
 }
 
 // In 32 bits only for pictures so large that a codec's copy of them would take the addresses away
 // that their buffer needs. False for files of other kinds.
 bool PictureReader::open_rows(const std::wstring &native) {
-    auto file = std::make_shared<OpenFile>(open_file(native, GENERIC_READ, OPEN_EXISTING));
-    if (!*file)
-        return false;
-    const ReadAt read = [file](uint64_t at, uint8_t *bytes, size_t count) {
-        OVERLAPPED place = {};
-        place.Offset = static_cast<DWORD>(at);
-        place.OffsetHigh = static_cast<DWORD>(at >> 32);
-        DWORD done = 0;
-        ReadFile(file->get(), bytes, static_cast<DWORD>(count), &done, &place);
-        return size_t{done};
-    };
+    const ReadAt read = bytes_of(native);
     format_ = format_name(GUID_ContainerFormatPng);
     rows_ = PngRows::open(read);
     if (!rows_) {

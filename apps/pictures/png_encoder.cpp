@@ -70,7 +70,9 @@ void PngEncoder::put_chunk(std::string_view type, std::span<const uint8_t> data)
     Bytes head;
     put_big_endian(head, static_cast<uint32_t>(data.size()));
     put(head, type);
-    const uLong checksum = crc32_z(crc32_z(0, &head[4], type.size()), data.data(), data.size());
+    uLong checksum = crc32_z(0, &head[4], type.size());
+    if (!data.empty()) // zlib takes none for a new beginning
+        checksum = crc32_z(checksum, data.data(), data.size());
     sink_.append(head);
     sink_.append(data);
     Bytes end;

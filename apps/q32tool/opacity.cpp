@@ -60,8 +60,7 @@ void blend_rows(Picture &base, const Image &overlay, const Image *mask, const Pl
         if (mask != nullptr)
             get_pixels(*mask, from, acts.data());
         for (size_t x = 0; x < pixels; ++x)
-            blend(&merged[x * 3], &below[x], &above[x * 3], (acts[x] * percent + 50) / 100,
-                  merge.mode);
+            blend(&merged[x * 3], &below[x], &above[x * 3], acts[x] * percent / 100, merge.mode);
         put_pixels(base.image, to, merged.data());
         put_pixels(*base.opacity, to, below.data());
     });

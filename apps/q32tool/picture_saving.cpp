@@ -93,12 +93,16 @@ bool holds_transparency(FileFormat format) {
     return format == FileFormat::png || format == FileFormat::tiff;
 }
 
-void save_picture(Picture &picture, const std::string &path, FileFormat format,
-                  const OutputSettings &settings) {
+void fit_transparency(Picture &picture, FileFormat format, const std::string &out) {
     if (picture.opacity && is_opaque(*picture.opacity))
         picture.opacity.reset();
     if (picture.opacity && !holds_transparency(format))
-        lay_over_white(picture, path, std::string(format_name(format)) + " has");
+        lay_over_white(picture, out, std::string(format_name(format)) + " has");
+}
+
+void save_picture(Picture &picture, const std::string &path, FileFormat format,
+                  const OutputSettings &settings) {
+    fit_transparency(picture, format, path);
     Export as = export_of(picture.image.format(), format);
     if (picture.opacity)
         as.rows = RowFormat::bgra;

@@ -78,6 +78,24 @@ void Canvas::take_picture() {
     change_view(fresh);
 }
 
+void Canvas::take_turned_picture(int orientation) {
+    ViewState changed = view_;
+    changed.turn(orientation);
+    change_view(changed);
+}
+
+void Canvas::be_plain(bool plain) {
+    plain_ = plain;
+    const LONG_PTR style = GetWindowLongPtrW(window_, GWL_EXSTYLE);
+    SetWindowLongPtrW(window_, GWL_EXSTYLE,
+                      plain ? style & ~LONG_PTR{WS_EX_CLIENTEDGE} : style | WS_EX_CLIENTEDGE);
+    ShowScrollBar(window_, SB_BOTH, !plain);
+    SetWindowPos(window_, nullptr, 0, 0, 0, 0,
+                 SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_FRAMECHANGED);
+    show_scroll_bars();
+    repaint();
+}
+
 void Canvas::repaint() {
     InvalidateRect(window_, nullptr, FALSE);
 }
@@ -97,6 +115,8 @@ void Canvas::change_view(const ViewState &changed) {
 }
 
 void Canvas::show_scroll_bars() {
+    if (plain_)
+        return;
     const Size shown = view_.shown(), window = view_.window();
     const Point scroll = view_.scroll();
     show_scroll_bar(window_, SB_HORZ, shown.width, window.width, scroll.x);
@@ -217,6 +237,9 @@ void Canvas::zoom(Zoom how) {
     switch (how) {
     case Zoom::fit:
         changed.fit();
+        break;
+    case Zoom::width:
+        changed.fit_width();
         break;
     case Zoom::actual:
         changed.zoom_to(100, changed.middle());

@@ -22,7 +22,7 @@ struct Show {
     bool test_card = false; // instead of the picture
 };
 
-enum class Zoom { fit, actual, in, out };
+enum class Zoom { fit, width, actual, in, out };
 
 // Whom a canvas tells.
 class CanvasOwner {
@@ -43,11 +43,15 @@ public:
     void create(HWND parent);
     const ViewState &view() const { return view_; }
 
-    // Before the show's picture is replaced, and after that.
+    // Before the show's picture is replaced or turned, and after that.
     void forget_picture();
     void take_picture();
+    void take_turned_picture(int orientation);
     // After its settings have changed.
     void repaint();
+
+    // Without scroll bars and edge, on black: for the whole screen.
+    void be_plain(bool plain);
 
     void zoom(Zoom how);
     void zoom_to(int percent);
@@ -83,6 +87,7 @@ private:
     Point drag_from_;   // of the pointer, while the picture is dragged
     Point drag_scroll_; // of the view, then
     int wheel_ = 0;     // turned, but not enough for a step yet
+    bool plain_ = false;
 };
 
 } // namespace apps::q32view

@@ -41,13 +41,13 @@ private:
     PAINTSTRUCT state_;
 };
 
-// Fills an area, but for the spared one, with a grey that all displays have.
-void fill_around(HDC dc, const Area &area, const Area &spared) {
+// Fills an area, but for the spared one, with a colour that all displays have.
+void fill_around(HDC dc, const Area &area, const Area &spared, int stock_brush) {
     const int state = SaveDC(dc);
     if (!spared.is_empty())
         ExcludeClipRect(dc, spared.left, spared.top, spared.right, spared.bottom);
     const RECT rect = q32::as_rect(area);
-    FillRect(dc, &rect, static_cast<HBRUSH>(GetStockObject(GRAY_BRUSH)));
+    FillRect(dc, &rect, static_cast<HBRUSH>(GetStockObject(stock_brush)));
     RestoreDC(dc, state);
 }
 
@@ -92,15 +92,15 @@ void Canvas::paint_area(HDC dc, const Area &area) {
 
 void Canvas::paint_picture(HDC dc, const Area &area) {
     const Area covered = intersect(view_.covered(), area);
-    fill_around(dc, area, covered);
+    fill_around(dc, area, covered, plain_ ? BLACK_BRUSH : GRAY_BRUSH);
     if (covered.is_empty())
         return;
     const Point origin = view_.origin();
-    scaled_.for_each_piece(moved(covered, Point{} - origin),
-                           [&](const ScaledPicture::Piece &piece) {
-                               paint(dc, moved(piece.area, origin), piece.buffer, piece.place,
-                                     piece.area.corner(), show_.settings);
-                           });
+    scaled_.for_each_piece(
+        moved(covered, Point{} - origin), [&](const ScaledPicture::Piece &piece) {
+            paint(dc, moved(piece.area, origin),
+                  {piece.buffer, piece.opacity, piece.place, piece.area.corner()}, show_.settings);
+        });
 }
 
 } // namespace apps::q32view

@@ -3,9 +3,11 @@
 
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/text.h"
+#include "neighbours.h"
 
 #include <commdlg.h>
 
+#include <string>
 #include <vector>
 
 namespace apps::q32view {
@@ -36,9 +38,9 @@ std::string ask(HWND owner, Ask dialog, const wchar_t *filter, const wchar_t *ex
 } // namespace
 
 std::string ask_for_picture(HWND owner) {
-    return ask(owner, GetOpenFileNameW,
-               L"Pictures\0*.png;*.jpg;*.jpeg;*.bmp;*.tif;*.tiff;*.gif\0All files\0*.*\0", nullptr,
-               OFN_FILEMUSTEXIST);
+    using namespace std::string_literals;
+    const std::wstring filter = L"Pictures\0"s + picture_patterns() + L"\0All files\0*.*\0"s;
+    return ask(owner, GetOpenFileNameW, filter.c_str(), nullptr, OFN_FILEMUSTEXIST);
 }
 
 std::string ask_for_new_file(HWND owner) {

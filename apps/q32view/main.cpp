@@ -37,7 +37,9 @@ void tell(const std::string &text, bool is_failure) {
 // the program fails.
 void open_first_picture(MainWindow &main_window, const Options &options) {
     try {
-        if (!options.picture.empty())
+        if (!options.picture.empty() && options.screenshot.empty())
+            main_window.try_to_open(options.picture);
+        else if (!options.picture.empty())
             main_window.open(options.picture);
         if (options.test_card)
             main_window.show_test_card();

@@ -8,6 +8,8 @@
 
 #include <windowsx.h>
 
+#include <commctrl.h>
+
 namespace apps::q32view {
 namespace {
 
@@ -32,7 +34,7 @@ MainWindow::MainWindow(const Options &options) : options_(options), canvas_(show
 
 void MainWindow::create() {
     WNDCLASSW type = {};
-    type.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
+    type.hIcon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_MAIN));
     type.lpszMenuName = MAKEINTRESOURCEW(IDR_MENU);
     type.lpszClassName = L"Q32View";
     make(type, L"q32view", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, WS_EX_ACCEPTFILES, nullptr);
@@ -70,7 +72,21 @@ LRESULT MainWindow::handle_message(UINT message, WPARAM wide, LPARAM param) {
     case WM_INITMENUPOPUP:
         show_choices();
         return 0;
+    case WM_NOTIFY: {
+        const auto &notice = *reinterpret_cast<const NMHDR *>(param);
+        if (notice.hwndFrom == status_.window() && notice.code == static_cast<UINT>(NM_CLICK) &&
+            status_.tells_failure())
+            PostMessageW(window_, WM_COMMAND, ID_MESSAGE, 0);
+        return 0;
+    }
+    case WM_DPICHANGED:
+        take_new_resolution(*reinterpret_cast<const RECT *>(param));
+        return 0;
     case WM_KEYDOWN:
+        if (wide == VK_ESCAPE && full_screen_.is_on()) {
+            toggle_full_screen();
+            return 0;
+        }
         return canvas_.handle_key(wide) ? 0 : DefWindowProcW(window_, message, wide, param);
     case WM_MOUSEWHEEL:
         canvas_.handle_wheel(GET_WHEEL_DELTA_WPARAM(wide),
@@ -101,10 +117,19 @@ LRESULT MainWindow::handle_message(UINT message, WPARAM wide, LPARAM param) {
 void MainWindow::lay_out() {
     if (status_.window() == nullptr || canvas_.window() == nullptr)
         return;
+    const bool with_status = !full_screen_.is_on() || status_.tells_failure();
+    ShowWindow(status_.window(), with_status ? SW_SHOWNA : SW_HIDE);
     status_.fit();
     const Size room = client_size(window_);
-    MoveWindow(canvas_.window(), 0, 0, room.width, std::max(room.height - status_.height(), 0),
-               TRUE);
+    const int below = with_status ? status_.height() : 0;
+    MoveWindow(canvas_.window(), 0, 0, room.width, std::max(room.height - below, 0), TRUE);
+}
+
+// The window has come to a screen of another resolution.
+void MainWindow::take_new_resolution(const RECT &suggested) {
+    SetWindowPos(window_, nullptr, suggested.left, suggested.top, suggested.right - suggested.left,
+                 suggested.bottom - suggested.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    lay_out();
 }
 
 // The canvas is to have this size inside; the main window grows or shrinks as it must. That may
@@ -125,13 +150,75 @@ void MainWindow::give_size(Size canvas) {
 }
 
 void MainWindow::open(const std::string &path) {
-    Picture picture = load_picture(path, status_);
+    Picture picture = load_picture(path, status_, Transparency::kept);
     canvas_.forget_picture();
     show_.picture = std::move(picture);
     show_.test_card = false;
     canvas_.take_picture();
-    SetWindowTextW(window_, to_wide(show_.picture->name + " - q32view").c_str());
+    place_ = path;
+    show_title();
+    forget_failure();
     status_.say({});
+    if (options_.screenshot.empty())
+        recent_.remember(path);
+}
+
+bool MainWindow::try_to_open(const std::string &path) {
+    try {
+        open(path);
+        return true;
+    } catch (const std::exception &failure) {
+        status_.say_failure(failure_words(failure.what(), path));
+        lay_out();
+        return false;
+    }
+}
+
+// "bee.jpg (3 of 12) - q32view"; alone in its folder: "bee.jpg - q32view".
+void MainWindow::show_title() {
+    const Neighbours neighbours(place_);
+    std::string title = show_.picture->name;
+    if (neighbours.count() > 1)
+        title += " (" + std::to_string(neighbours.number()) + " of " +
+                 std::to_string(neighbours.count()) + ")";
+    SetWindowTextW(window_, to_wide(title + " - q32view").c_str());
+}
+
+// From one that cannot be opened the way goes on to the one behind it.
+void MainWindow::go_to(Step step) {
+    if (place_.empty())
+        return;
+    const std::string path = Neighbours(place_).at(step);
+    if (path.empty()) {
+        status_.say("no other picture there");
+        return;
+    }
+    place_ = path;
+    try_to_open(path);
+}
+
+void MainWindow::turn_picture(int orientation) {
+    if (!show_.picture || show_.test_card)
+        return;
+    const Busy busy;
+    canvas_.forget_picture();
+    turn(*show_.picture, orientation);
+    canvas_.take_turned_picture(orientation);
+}
+
+void MainWindow::toggle_full_screen() {
+    const bool on = !full_screen_.is_on();
+    canvas_.be_plain(on);
+    on ? full_screen_.enter(window_) : full_screen_.leave(window_);
+    lay_out();
+}
+
+// With what the user does next; in full screen the line goes with it.
+void MainWindow::forget_failure() {
+    if (!status_.tells_failure())
+        return;
+    status_.say({});
+    lay_out();
 }
 
 void MainWindow::show_test_card() {
@@ -141,6 +228,10 @@ void MainWindow::show_test_card() {
 }
 
 void MainWindow::apply_view_options() {
+    if (options_.full_screen)
+        toggle_full_screen();
+    if (options_.fit_width)
+        canvas_.zoom(Zoom::width);
     if (options_.percent)
         canvas_.zoom_to(*options_.percent);
     canvas_.scroll_to(options_.scroll);
@@ -157,11 +248,12 @@ void MainWindow::take_dropped_file(HDROP drop) {
     path.resize(DragQueryFileW(drop, 0, path.data(), static_cast<UINT>(path.size())));
     DragFinish(drop);
     if (!path.empty())
-        open(to_utf8(path));
+        try_to_open(to_utf8(path));
 }
 
 void MainWindow::say_failure(const std::exception &failure) {
-    status_.say(failure.what());
+    status_.say_failure({failure.what(), {}});
+    lay_out();
 }
 
 void MainWindow::view_changed() {

@@ -2,7 +2,10 @@
 #pragma once
 
 #include "canvas.h"
+#include "full_screen.h"
+#include "neighbours.h"
 #include "options.h"
+#include "recent_files.h"
 #include "status_bar.h"
 
 #include <windows.h>
@@ -22,10 +25,12 @@ public:
 
     // Shows a picture file. Throws Failure, Cancelled; the previous picture stays then.
     void open(const std::string &path);
+    // The same; a failure is said in the window. False: there was one.
+    bool try_to_open(const std::string &path);
     void show_test_card();
     // Saves what is shown. Throws Failure.
     void save_view(const std::string &path);
-    // Zoom and scrolling that the command line asked for.
+    // Zoom, scrolling and full screen that the command line asked for.
     void apply_view_options();
 
     void say_failure(const std::exception &failure) override;
@@ -38,11 +43,22 @@ private:
     void lay_out();
     void give_size(Size canvas);
     void take_dropped_file(HDROP drop);
+    void take_new_resolution(const RECT &suggested);
+    void show_title();
+    void go_to(Step step);
+    void turn_picture(int orientation);
+    void toggle_full_screen();
+    void forget_failure();
 
     // main_window_menu.cpp
     void handle_command(int id);
     void handle_choice(int id);
+    bool handle_picture_command(int id);
+    bool handle_zoom_command(int id);
     void show_choices();
+    void show_recent_files();
+    void show_last_failure();
+    void copy_view();
     void ask_and_open();
     void ask_and_save();
 
@@ -50,6 +66,9 @@ private:
     Show show_;
     StatusBar status_;
     Canvas canvas_;
+    FullScreen full_screen_;
+    RecentFiles recent_;
+    std::string place_; // the file from which the next one in its folder is counted; empty: none
 };
 
 } // namespace apps::q32view

@@ -40,11 +40,11 @@ Point pair(std::string_view option, std::string_view value, char between, int le
 }
 
 void read_zoom(Options &options, std::string_view value) {
-    if (value == "fit")
-        options.percent.reset();
-    else
-        options.percent =
-            number("--zoom", value, least_percent, most_percent, "fit, or 1 to 3200 percent,");
+    options.percent.reset();
+    options.fit_width = value == "width";
+    if (value != "fit" && !options.fit_width)
+        options.percent = number("--zoom", value, least_percent, most_percent,
+                                 "fit, width, or 1 to 3200 percent,");
 }
 
 void read_at(Options &options, std::string_view value) {
@@ -101,9 +101,11 @@ struct Option {
 };
 
 constexpr Option table[] = {
-    {"--zoom", "fit|PERCENT", "show it so large (fit)", read_zoom},
+    {"--zoom", "fit|width|PERCENT", "show it so large (fit)", read_zoom},
     {"--at", "X,Y", "scroll there", read_at},
     {"--size", "WxH", "size of the area in which pictures are shown", read_size},
+    {"--full-screen", "", "on the whole screen; Esc ends that",
+     [](Options &options, std::string_view) { options.full_screen = true; }},
     {"--device-type", "TYPE",
      "act as on another display: 0 monochrome, 1 8-colours,\n"
      "2 16-colours, 3 256-colours, 4 true-colour, 5 high-colour",

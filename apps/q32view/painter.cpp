@@ -5,6 +5,7 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/owned.h"
+#include "chequerboard.h"
 
 #include <q32base/buffers.h>
 #include <q32base/display.h>
@@ -107,18 +108,27 @@ Run run_over(HDC dc, const Area &area, Point matrix, const ShowSettings &setting
     return Run(run);
 }
 
+void read(HBUF32 buffer, Point place, Size size, uint8_t *pixels) {
+    if (!buf32GetMem(buffer, place.x, place.y, size.width, size.height, pixels))
+        throw library_failure("the picture", "its pixels cannot be read");
+}
+
 // Columns of the area beyond the buffer are drawn, with whatever colour.
-void show_rows(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matrix,
-               const ShowSettings &settings) {
+void show_rows(HDC dc, const Area &area, const Paint &what, const ShowSettings &settings) {
     const int width = area.width(), height = area.height();
     const size_t row_bytes = static_cast<size_t>(width) * 3;
     const int band_rows = std::clamp(static_cast<int>(band_bytes / row_bytes), 1, height);
     std::vector<uint8_t> band(row_bytes * static_cast<size_t>(band_rows));
-    const Run run = run_over(dc, area, matrix, settings);
+    std::vector<uint8_t> opacity(what.opacity != 0 ? band.size() / 3 : 0);
+    const Run run = run_over(dc, area, what.matrix, settings);
     for (int first = 0; first < height; first += band_rows) {
         const int rows = std::min(band_rows, height - first);
-        if (!buf32GetMem(buffer, place.x, place.y + first, width, rows, band.data()))
-            throw library_failure("the picture", "its pixels cannot be read");
+        read(what.buffer, what.place + Point{0, first}, {width, rows}, band.data());
+        if (what.opacity != 0) {
+            read(what.opacity, what.place + Point{0, first}, {width, rows}, opacity.data());
+            lay_over_chequerboard(band.data(), opacity.data(), {width, rows},
+                                  what.matrix + Point{0, first});
+        }
         const int changed_bytes = change_rows(band.data(), width, rows, settings.pixels);
         if (!disp32ShowData(run.get(), band.data(), 0, 0, rows, changed_bytes))
             throw Failure("the display", "the system does not draw the picture");
@@ -152,14 +162,12 @@ void draw_acted(HDC dc, const Area &area, int depth, const ShowSettings &setting
     display.show(dc, area.corner());
 }
 
-void paint(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matrix,
-           const ShowSettings &settings) {
+void paint(HDC dc, const Area &area, const Paint &what, const ShowSettings &settings) {
     if (area.is_empty())
         return;
     const int depth = settings.pixels == ShownFormat::palette ? 24 : depth_of(settings.pixels);
-    draw_acted(dc, area, depth, settings, [&](HDC acted, const Area &drawn) {
-        show_rows(acted, drawn, buffer, place, matrix, settings);
-    });
+    draw_acted(dc, area, depth, settings,
+               [&](HDC acted, const Area &drawn) { show_rows(acted, drawn, what, settings); });
 }
 
 } // namespace apps::q32view

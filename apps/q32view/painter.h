@@ -19,10 +19,17 @@ namespace apps::q32view {
 void draw_acted(HDC dc, const Area &area, int depth, const ShowSettings &settings,
                 const std::function<void(HDC, const Area &)> &draw);
 
-// Draws a rectangle of a buffer of 24 bits. place: its corner in the buffer; matrix: its corner in
-// the picture as it is shown. The thresholds of dithering go by the latter, so that pieces fit
-// together wherever they are drawn. Throws Failure.
-void paint(HDC dc, const Area &area, HBUF32 buffer, Point place, Point matrix,
-           const ShowSettings &settings);
+// Pixels to be drawn, from a place in their buffers on.
+struct Paint {
+    HBUF32 buffer;  // 24 bits; with an opacity, colours multiplied by it
+    HBUF32 opacity; // 8 bits; 0: opaque everywhere, else a chequerboard shines through
+    Point place;
+    Point matrix; // where this place lies in the picture as it is shown
+};
+
+// Draws a rectangle of a picture. The thresholds of dithering, and the chequerboard's squares, go
+// by the place in the shown picture, so that pieces fit together wherever they are drawn. Throws
+// Failure.
+void paint(HDC dc, const Area &area, const Paint &what, const ShowSettings &settings);
 
 } // namespace apps::q32view

@@ -14,13 +14,14 @@ namespace {
 constexpr int tile_side = 512; // in the shown picture
 constexpr size_t most_tiles = 96;
 
-// The picture in a size in which no side is longer.
-Buffer reduced(const Picture &picture, Size size, LongWork &work) {
+// Colours or opacities in a size in which no side is longer. Both are averaged as they are: colours
+// are multiplied by their opacity already.
+Buffer reduced(HBUF32 pixels, int bits, const Picture &picture, Size size, LongWork &work) {
     HBUF32 handle = 0;
-    if (!buf32Alloc(&handle, 24, size.width, size.height, BUF32_TILED, nullptr))
+    if (!buf32Alloc(&handle, bits, size.width, size.height, BUF32_TILED, nullptr))
         throw library_failure(picture.name, "no buffer for the scaled picture", room_remedy);
     Buffer result(handle);
-    average({picture.buffer.get()}, {handle}, Light::as_stored, picture.name,
+    average({pixels}, {handle}, Light::as_stored, picture.name,
             [&](int rows) { work.go_on(rows, picture.size.height); });
     return result;
 }
@@ -30,16 +31,19 @@ Buffer reduced(const Picture &picture, Size size, LongWork &work) {
 void ScaledPicture::prepare(const Picture &picture, Size shown, StatusBar &status) {
     if (is_prepared_for(picture, shown))
         return;
-    Buffer reduced_picture;
+    Buffer reduced_picture, reduced_opacity;
     const bool enlarged = shown.width > picture.size.width || shown.height > picture.size.height;
     if (!enlarged && shown != picture.size) {
         LongWork work(status, "scaling " + picture.name);
-        reduced_picture = reduced(picture, shown, work);
+        reduced_picture = reduced(picture.buffer.get(), 24, picture, shown, work);
+        if (picture.opacity)
+            reduced_opacity = reduced(picture.opacity.get(), 8, picture, shown, work);
     }
     forget();
     picture_ = &picture;
     shown_ = shown;
     reduced_ = std::move(reduced_picture);
+    reduced_opacity_ = std::move(reduced_opacity);
     enlarged_ = enlarged;
 }
 
@@ -50,6 +54,7 @@ bool ScaledPicture::is_prepared_for(const Picture &picture, Size shown) const {
 void ScaledPicture::forget() {
     picture_ = nullptr;
     reduced_ = Buffer();
+    reduced_opacity_ = Buffer();
     tiles_.clear();
     used_.clear();
 }
@@ -59,15 +64,17 @@ void ScaledPicture::for_each_piece(const Area &area,
     if (picture_ == nullptr)
         return;
     if (!enlarged_) {
-        const HBUF32 whole = reduced_ ? reduced_.get() : picture_->buffer.get();
-        use({area, whole, area.corner()});
+        const bool own_size = !reduced_;
+        use({area, own_size ? picture_->buffer.get() : reduced_.get(),
+             own_size ? picture_->opacity.get() : reduced_opacity_.get(), area.corner()});
         return;
     }
     for (int row = area.top / tile_side; row * tile_side < area.bottom; ++row)
         for (int column = area.left / tile_side; column * tile_side < area.right; ++column) {
             const Area covered = area_of(column * tile_side, row * tile_side, tile_side, tile_side);
             const Area part = intersect(area, covered);
-            use({part, tile({column, row}).buffer.get(), part.corner() - covered.corner()});
+            const Tile &made = tile({column, row});
+            use({part, made.buffer.get(), made.opacity.get(), part.corner() - covered.corner()});
         }
 }
 
@@ -89,9 +96,11 @@ const ScaledPicture::Tile &ScaledPicture::tile(Index index) {
 ScaledPicture::Tile ScaledPicture::make_tile(Index index) const {
     const Area covered =
         area_of(index.first * tile_side, index.second * tile_side, tile_side, tile_side);
-    return {enlarged_part(picture_->buffer.get(), shown_, intersect(covered, area_of({}, shown_)),
-                          picture_->name),
-            {}};
+    const Area part = intersect(covered, area_of({}, shown_));
+    Tile made = {enlarged_part(picture_->buffer.get(), shown_, part, picture_->name), {}, {}};
+    if (picture_->opacity)
+        made.opacity = enlarged_part(picture_->opacity.get(), shown_, part, picture_->name);
+    return made;
 }
 
 } // namespace apps::q32view

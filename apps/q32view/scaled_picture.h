@@ -22,9 +22,10 @@ public:
 
     // A rectangle of the picture as it is shown, and where its pixels are.
     struct Piece {
-        Area area;     // in the shown picture
-        HBUF32 buffer; // 24 bits
-        Point place;   // of the area's corner in the buffer
+        Area area;      // in the shown picture
+        HBUF32 buffer;  // 24 bits
+        HBUF32 opacity; // 8 bits, or 0: opaque everywhere
+        Point place;    // of the area's corner in the buffers
     };
     // Hands over the pieces that make up an area of the shown picture. Throws Failure.
     void for_each_piece(const Area &area, const std::function<void(const Piece &)> &use);
@@ -32,7 +33,7 @@ public:
 private:
     using Index = std::pair<int, int>; // column and row of a tile
     struct Tile {
-        Buffer buffer;
+        Buffer buffer, opacity;
         std::list<Index>::iterator last_used;
     };
     const Tile &tile(Index index);
@@ -41,6 +42,7 @@ private:
     const Picture *picture_ = nullptr;
     Size shown_;
     Buffer reduced_; // empty at the picture's own size, and enlarged
+    Buffer reduced_opacity_;
     bool enlarged_ = false;
     std::map<Index, Tile> tiles_;
     std::list<Index> used_; // the tile that was used last comes first

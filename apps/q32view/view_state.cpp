@@ -1,6 +1,8 @@
 // Zoom steps and scrolling. Products of sizes are taken in 64 bits.
 #include "view_state.h"
 
+#include "apps/pictures/turning.h"
+
 #include <cstdint>
 #include <iterator>
 
@@ -28,6 +30,16 @@ int under_anchor(int from_origin, int length_before, int length) {
     return q32::cut_to_int(static_cast<int64_t>(from_origin) * length / length_before);
 }
 
+// Where a point of a picture of this size lies after the picture has been turned.
+Point turned_point(Point at, Size size, int orientation) {
+    const bool from_right = orientation == 2 || orientation == 3 || orientation >= 7;
+    const bool from_bottom =
+        orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
+    const Point there = {from_right ? size.width - at.x : at.x,
+                         from_bottom ? size.height - at.y : at.y};
+    return exchanges_sides(orientation) ? Point{there.y, there.x} : there;
+}
+
 } // namespace
 
 Size at_percent(Size picture, int percent) {
@@ -47,9 +59,21 @@ Size fitted(Size picture, Size window) {
             room.height};
 }
 
+Size fitted_width(Size picture, int window_width) {
+    const int width = std::clamp(window_width, 1, picture.width);
+    return {width, scaled_length(picture.height, width, picture.width)};
+}
+
 void ViewState::set_picture(Size picture) {
     picture_ = picture;
     fit();
+}
+
+void ViewState::turn(int orientation) {
+    const Point there = turned_point(middle() - origin(), shown(), orientation);
+    if (exchanges_sides(orientation))
+        picture_ = {picture_.height, picture_.width};
+    scroll_to(there - middle());
 }
 
 void ViewState::set_window(Size window) {
@@ -60,14 +84,22 @@ void ViewState::set_window(Size window) {
 Size ViewState::shown() const {
     if (picture_.is_empty())
         return {};
-    return fitted_ ? fitted(picture_, window_) : at_percent(picture_, percent_);
+    switch (sizing_) {
+    case Sizing::window:
+        return fitted(picture_, window_);
+    case Sizing::width:
+        return fitted_width(picture_, window_.width);
+    case Sizing::percent:
+        break;
+    }
+    return at_percent(picture_, percent_);
 }
 
 // By the longer side, which is rounded the least.
 int ViewState::percent() const {
     if (picture_.is_empty())
         return 0;
-    if (!fitted_)
+    if (sizing_ == Sizing::percent)
         return percent_;
     const Size now = shown();
     return picture_.width >= picture_.height ? scaled_length(now.width, 100, picture_.width)
@@ -75,14 +107,20 @@ int ViewState::percent() const {
 }
 
 void ViewState::fit() {
-    fitted_ = true;
+    sizing_ = Sizing::window;
+    scroll_ = {};
+}
+
+// From its top on.
+void ViewState::fit_width() {
+    sizing_ = Sizing::width;
     scroll_ = {};
 }
 
 void ViewState::zoom_to(int percent, Point anchor) {
     const Size shown_before = shown();
     const Point origin_before = origin();
-    fitted_ = false;
+    sizing_ = Sizing::percent;
     percent_ = std::clamp(percent, least_percent, most_percent);
     if (!shown_before.is_empty())
         keep_in_view(anchor, shown_before, origin_before);

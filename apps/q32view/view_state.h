@@ -15,16 +15,28 @@ Size at_percent(Size picture, int percent);
 // As large as a window allows with the picture's proportions, but never enlarged.
 Size fitted(Size picture, Size window);
 
+// As wide as a window, but never enlarged.
+Size fitted_width(Size picture, int window_width);
+
+// By what a picture's size in the window is chosen.
+enum class Sizing {
+    window, // as large as fits into it, but never enlarged
+    width,  // as wide as the window, but never enlarged
+    percent,
+};
+
 class ViewState {
 public:
     // A new picture is fitted into the window.
     void set_picture(Size picture);
+    // The picture is turned (turning.h); what was in the middle of the window stays there.
+    void turn(int orientation);
     // The window's size; the picture's top left corner in view stays where it is as far as it can.
     void set_window(Size window);
 
     Size picture() const { return picture_; }
     Size window() const { return window_; }
-    bool is_fitted() const { return fitted_; }
+    Sizing sizing() const { return sizing_; }
 
     // The whole picture at the current zoom.
     Size shown() const;
@@ -32,6 +44,7 @@ public:
     int percent() const;
 
     void fit();
+    void fit_width();
     // anchor: the point of the window under which the picture stays put.
     void zoom_to(int percent, Point anchor);
     void zoom_in(Point anchor);
@@ -55,8 +68,8 @@ private:
 
     Size picture_;
     Size window_;
-    bool fitted_ = true;
-    int percent_ = 100; // unless fitted
+    Sizing sizing_ = Sizing::window;
+    int percent_ = 100; // when that is what it goes by
     Point scroll_;
 };
 

@@ -137,6 +137,13 @@ class CtrlC(ToolCase):
         self.cancel(b"reading", "reduce", "in.png", "out.bmp", "--factor", "2")
 
     @in_time
+    def test_average(self):
+        # Nearly as many pixels as before, each with a part of four: as slow as it gets.
+        options = ["--size", "2999x2999", "--linear"]
+        swap_files = self.cancel(b"scaling", "scale", "in.png", "in.png", *options)
+        self.assertEqual(len(swap_files), 2)
+
+    @in_time
     def test_separate(self):
         self.write("out-cyan.bmp", b"an older file")
         swap_files = self.cancel(b"separating", "separate", "in.png", "out.bmp")

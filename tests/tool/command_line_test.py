@@ -241,7 +241,7 @@ class Misuse(ToolCase):
         self.refuse(USAGE, *MAKE["compose"][:-2], "-o", says=["-o", "OUT"])
         self.refuse(USAGE, *MAKE["filter"], "--range", says=["--range", "R,G,B:T"])
         self.refuse(USAGE, *MAKE["colorspace"], "--turn-hue", says=["--turn-hue", "DEGREES"])
-        for option, value in (("--fit", "WxH"), ("--percent", "N"), ("--method", "nearest|")):
+        for option, value in (("--fit", "WxH"), ("--percent", "N"), ("--method", "METHOD")):
             self.refuse(USAGE, "scale", "in.png", "out.bmp", option, says=[option, value])
 
     def test_switches_with_a_value(self):
@@ -301,15 +301,17 @@ class Misuse(ToolCase):
         self.write("out.bmp", b"an older file")
         commands = itertools.cycle((["scale", "in.png", "out.bmp"], ["stream", ".", "."]))
         for option, values in {
-            "--size": ["", "5", "0x5", "5x0", "-5x5", "5x2147483648", "5 x 5"],
+            "--size": ["", "5", "0x5", "5x0", "-5x5", "5x2147483648", "5 x 5", "x", "0x", "5x5x"],
             "--fit": ["5x", "0x5", "5x-5", "1.5x5"],
-            "--percent": ["", "0", "-50", "50%", "1.5", "3200001", "4294967346", "ten"],
+            "--percent": ["", "0", "-50", "%", "1.", ".5", "1,5", "0.0000001", "3200000.1", "ten"],
             "--method": ["", "Nearest", "cubic", "4"],
         }.items():
             for value, command in zip(values, commands):
                 with self.subTest(option=option, value=value, command=command[0]):
                     other = ["--percent", "50"] if option == "--method" else []
                     self.refuse(USAGE, *command, option, value, *other, says=[option, f"'{value}'"])
+        percents = "--percent takes a number from 0.000001 to 3200000 with at most 6 decimals"
+        self.refuse(USAGE, "scale", "in.png", "out.bmp", "--percent", "0", says=percents)
         for command, bits in ((MAKE["scale"], "32"), (["stream", ".", ".", "--percent=50"], "1")):
             self.refuse(USAGE, *command, "--bits", bits, says=["--bits", f"'{bits}'"])
 
@@ -318,7 +320,7 @@ class Misuse(ToolCase):
         bits = [*MAKE["scale"], "--bits", "1"]
         says = ["565", "--method nearest"]
         self.refuse(USAGE, *words_565, says=says)
-        for method in ("bilinear", "bicubic"):
+        for method in ("average", "bilinear", "bicubic"):
             with self.subTest(method=method):
                 self.refuse(USAGE, *words_565, "--method", method, says=says)
                 self.refuse(USAGE, *bits, "--method", method, says=["1 bit", "--method nearest"])
@@ -420,8 +422,10 @@ class Words(ToolCase):
             ([*MAKE["colorspace"], "--turn-hue", "1"], 1, 0, 0, 120, 120),
             ([*MAKE["colorspace"], "--field", "hue"], 2, 0, 0, 120, 60),
             # The library moves and converts rows of its own when it scales.
-            (MAKE["scale"], 2, 0, 0, 34, 34),
-            ([*MAKE["scale"], "--bits", "8"], 3, 0, 0, 94, 60),
+            ([*MAKE["scale"], "--method", "bicubic"], 2, 0, 0, 34, 34),
+            ([*MAKE["scale"], "--method", "bicubic", "--bits", "8"], 3, 0, 0, 94, 60),
+            (MAKE["scale"], 2, 0, 0, 68, 34),
+            (["scale", "in.png", "out.bmp", "--size", "3x40"], 3, 0, 0, 130, 70),
             ([*MAKE["scale"], "--bits", "1"], 3, 0, 0, 94, 90),
             # The first row tells that these are colours. A rectangle for each row that is seen.
             (MAKE["show"], 2, 30, 0, 91, 60),

@@ -4,6 +4,7 @@ import itertools
 import random
 
 import merging
+import opacities
 import pictures
 from merging import MODES, NUMBERS, merged
 from program_case import long_round
@@ -44,17 +45,19 @@ class ComposeCase(ToolCase):
         other = pictures.noise(width, height, seed=2)
         self.write("alpha.png", pictures.png_with_alpha(other, self.weights))
 
-    def compose(self, *options, overlay="over.png", target="out.bmp"):
+    def compose(self, *options, overlay="over.png", target="out.bmp", notes=()):
         files = ["--base", "base.png", "--overlay", overlay, "--output", target]
-        self.make(target, "compose", *files, *options)
+        self.make(target, "compose", *files, *options, notes=notes)
         return target
 
-    def assert_composes(self, mode, *options, at=(3, 5), overlay="over.png", **model):
+    def assert_composes(
+        self, mode, *options, at=(3, 5), overlay="over.png", notes=(), **model
+    ):
         """model: the mask and the transparency that merging is to know."""
         storage, where = next(self.storages)
         with self.subTest(mode=mode, options=options, at=at, overlay=overlay, storage=storage):
             place = ["--at", f"{at[0]},{at[1]}"]
-            target = self.compose(*options, *place, *where, overlay=overlay)
+            target = self.compose(*options, *place, *where, overlay=overlay, notes=notes)
             self.assert_file_holds(target, merged(mode, self.base, self.over, at=at, **model), 24)
 
 
@@ -120,7 +123,9 @@ class Masks(ComposeCase):
         colours = pictures.noise(*self.over_size, seed=3)
         alpha = bytes(255 * (i % 3 == 0) for i in range(len(self.weights)))
         self.write("mask.png", pictures.png_with_alpha(colours, alpha))
-        self.assert_composes("normal", "--mask", "mask.png", mask=greys(over_white(colours, alpha)))
+        notes = ["mask.png: the transparency is laid over white, masks have none"]
+        mask = greys(over_white(colours, alpha))
+        self.assert_composes("normal", "--mask", "mask.png", mask=mask, notes=notes)
 
     def test_alpha_that_is_no_channel(self):
         # Of 256 colours, each with its own opacity; and grey beside alpha.
@@ -170,19 +175,21 @@ class Masks(ComposeCase):
         options = ["--mask", "opaque.png", "--mask-from", "alpha"]
         self.assert_composes("screen", "--mode=screen", *options)
 
-    def test_a_mask_comes_before_the_transparency_of_the_overlay(self):
-        # Which then is laid over white, as everywhere else.
+    def test_a_mask_and_the_transparency_of_the_overlay_act_both(self):
         alpha = bytes(255 * (i % 2) for i in range(len(self.weights)))
         self.write("half.png", pictures.png_with_alpha(self.over, alpha))
-        self.over = over_white(self.over, alpha)
         mask = ["--mask", "grey.png"]
-        self.assert_composes("normal", *mask, overlay="half.png", mask=self.weights)
+        both = bytes(weight if a else 0 for weight, a in zip(self.weights, alpha))
+        self.assert_composes("normal", *mask, overlay="half.png", mask=both)
 
     def test_a_base_with_transparent_parts(self):
         alpha = bytes(255 * (i % 2) for i in range(self.base.width * self.base.height))
         self.write("base.png", pictures.png_with_alpha(self.base, alpha))
-        self.base = over_white(self.base, alpha)
-        self.assert_composes("add", "--mode", "add")
+        opaque = b"\xff" * len(self.weights)
+        wanted, opacity = opacities.composed(self.base, alpha, self.over, opaque, (3, 5), "add")
+        notes = ["out.bmp: the transparency is laid over white, BMP has none"]
+        target = self.compose("--mode", "add", "--at", "3,5", notes=notes)
+        self.assert_file_holds(target, opacities.over_white(wanted, opacity), 24)
 
     def test_premultiplied_colours_come_back(self):
         # What has been weighed over black or white and is merged by the same mask.

@@ -25,9 +25,9 @@ def packed(rows, bits):
 
 
 class Reading(ToolCase):
-    def assert_reads(self, name, contents, picture, within=0):
+    def assert_reads(self, name, contents, picture, within=0, notes=()):
         self.write(name, contents)
-        self.convert(name, "out.bmp")
+        self.convert(name, "out.bmp", notes=notes)
         self.assert_file_holds("out.bmp", picture, 24, within)
 
     def test_png_with_a_palette(self):
@@ -100,7 +100,9 @@ class Reading(ToolCase):
     def test_transparent_parts_are_laid_over_white(self):
         row = bytes((10, 20, 30, 255)) + bytes((10, 20, 30, 0)) + bytes((0, 255, 0, 51))
         wanted = pictures.from_colours(3, 1, [(10, 20, 30), (255, 255, 255), (204, 255, 204)])
-        self.assert_reads("in.png", pictures.png_file(3, 1, [row], PNG_RGBA), wanted, within=1)
+        file = pictures.png_file(3, 1, [row], PNG_RGBA)
+        notes = ["out.bmp: the transparency is laid over white, BMP has none"]
+        self.assert_reads("in.png", file, wanted, within=1, notes=notes)
 
     def test_bmp_with_a_palette(self):
         for bits in (1, 4, 8):

@@ -141,12 +141,12 @@ class Paste(RectangleCase):
         wanted = rectangles.pasted(self.picture, self.picture, -100, 2)
         self.assert_file_holds("in.bmp", wanted, 24)
 
-    def test_transparent_parts_are_white(self):
+    def test_the_base_is_seen_through_transparent_parts(self):
         row = bytes((10, 20, 30, 255)) + bytes((10, 20, 30, 0))
         file = pictures.png_file(2, 1, [row], pictures.PNG_RGBA)
         self.write("overlay.png", file)
         self.make("out.png", "paste", "in.bmp", "overlay.png", "out.png", "--at", "127,3")
-        overlay = pictures.from_colours(2, 1, [(10, 20, 30), (255, 255, 255)])
+        overlay = pictures.from_colours(1, 1, [(10, 20, 30)])
         self.assert_file_holds("out.png", rectangles.pasted(self.picture, overlay, 127, 3), 24)
 
     def test_outside(self):

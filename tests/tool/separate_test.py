@@ -12,10 +12,10 @@ def names(before, after):
 
 
 class SeparateCase(ToolCase):
-    def separate(self, source, target, *options, makes):
+    def separate(self, source, target, *options, makes, notes=()):
         """Makes these files and touches no others; returns what it says."""
         before = self.files()
-        said = self.succeed("separate", source, target, *options)
+        said = self.succeed("separate", source, target, *options, notes=notes)
         self.assert_only_new(before, *makes)
         return said
 
@@ -80,7 +80,8 @@ class Plates(SeparateCase):
 
     def test_transparent_parts_lie_over_white(self):
         self.write("in.png", pictures.png_with_alpha(pictures.noise(4, 3), bytes(12)))
-        self.separate("in.png", "out.png", makes=names("out", ".png"))
+        note = "in.png: the transparency is laid over white, plates have none"
+        self.separate("in.png", "out.png", makes=names("out", ".png"), notes=[note])
         self.assert_plates(names("out", ".png"), plates(pictures.Picture(4, 3, b"\xff" * 36)))
 
 

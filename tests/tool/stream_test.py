@@ -4,6 +4,7 @@ import re
 import struct
 
 import pictures
+from averaging import averaged, averaged_with_opacity
 from pixels_test import as_555, grey
 from program_case import long_round
 from resampling import METHODS, by_tables, plane_by_tables, planes
@@ -28,6 +29,22 @@ def frame(number, width=8, height=6):
     return pictures.noise(width, height, seed=number)
 
 
+def by_opacity(picture, opacity, new_opacity, width, height, method):
+    """Colours are scaled as far as they are seen, and then are what they were."""
+    if method == "nearest":
+        return by_tables(picture, width, height, method)
+    colours = [
+        [(sample * seen + 127) // 255 for sample in colour]
+        for colour, seen in zip(picture.colours(), opacity)
+    ]
+    seen = pictures.from_colours(picture.width, picture.height, colours)
+    colours = [
+        [min((sample * 255 + now // 2) // now, 255) if now else 0 for sample in colour]
+        for colour, now in zip(by_tables(seen, width, height, method).colours(), new_opacity)
+    ]
+    return pictures.from_colours(width, height, colours)
+
+
 class StreamCase(ToolCase):
     def setUp(self):
         super().setUp()
@@ -39,10 +56,15 @@ class StreamCase(ToolCase):
         for number, name in enumerate(names):
             self.write(name, pictures.png(frame(number)))
 
-    def stream(self, source, target, *options, makes):
+    def write_frames_of(self, size):
+        """Two of this size."""
+        for number in range(2):
+            self.write(f"in/{number}.png", pictures.png(frame(number, *size)))
+
+    def stream(self, source, target, *options, makes, notes=()):
         """Makes these files and touches no others; returns what it says."""
         before = self.files()
-        words = self.succeed("stream", source, target, *options)
+        words = self.succeed("stream", source, target, *options, notes=notes)
         self.assert_only_new(before, *makes)
         return words
 
@@ -66,8 +88,7 @@ class Pixels(StreamCase):
         """Two frames of these sizes; change: what the number of bits makes of a colour."""
         with self.subTest(before=before, after=after, bits=bits, method=method):
             names = [f"out/{number}.{extension}" for number in range(2)]
-            for number in range(2):
-                self.write(f"in/{number}.png", pictures.png(frame(number, *before)))
+            self.write_frames_of(before)
             options = ["--size", "{}x{}".format(*after), "--bits", f"{bits}", "--method", method]
             words = self.stream("in/#.png", f"out/#.{extension}", *options, makes=names)
             self.assertRegex(words, said(2, before, after, bits, method))
@@ -97,7 +118,7 @@ class Pixels(StreamCase):
         self.assert_streams(*SIZES[0], 16, "bilinear", "tif", as_555)
 
     def test_32_bits(self):
-        """How opaque a pixel is, is scaled like its colours."""
+        """How opaque a pixel is, is scaled as its colours are; they count as far as it is."""
         for (before, after), method, extension in zip(SIZES, METHODS, ("png", "tif", "png")):
             with self.subTest(method=method, extension=extension):
                 opacity = struct.pack("<I", 0x12C080FF) * (before[0] * before[1])
@@ -109,13 +130,64 @@ class Pixels(StreamCase):
                 options = [*size, "--bits", "32", "--method", method]
                 self.stream("in/#.png", f"out/#.{extension}", *options, makes=names)
 
-                for number, name in enumerate(names):
-                    wanted = by_tables(frame(number, *before), *after, method)
-                    self.assert_file_holds(name, wanted, 32)
                 (plane,) = planes(opacity, before[0], 1)
-                wanted = b"".join(plane_by_tables(plane, *after, method))
-                self.assertEqual(self.read(names[0]).opacity, wanted)
+                made = b"".join(plane_by_tables(plane, *after, method))
+                wanted = by_opacity(frame(0, *before), opacity, made, *after, method)
+                self.assert_file_holds(names[0], wanted, 32)
+                self.assertEqual(self.read(names[0]).opacity, made)
+                wanted = by_tables(frame(1, *before), *after, method)
+                self.assert_file_holds(names[1], wanted, 32)
                 self.assertEqual(self.read(names[1]).opacity, b"\xff" * (after[0] * after[1]))
+
+    def test_transparency_is_kept_without_options(self):
+        """If the first frame has some, and all files can hold it."""
+        alpha = bytes(255 * (i % 4 > 0) for i in range(48))
+        self.write("in/0.png", pictures.png_with_alpha(frame(0), alpha))
+        self.write("in/1.png", pictures.png(frame(1)))
+        self.stream("in/#.png", "out/#.tif", *HALF, makes=["out/0.tif", "out/1.tif"])
+        wanted = [self.read(f"out/{number}.tif") for number in range(2)]
+        self.stream("in", "out", *HALF, "--bits=32", makes=["out/0.png", "out/1.png"])
+        for number in range(2):
+            found = self.read(f"out/{number}.png")
+            self.assertEqual((found.bits, wanted[number].bits), (32, 32))
+            self.assertEqual(found.picture.pixels, wanted[number].picture.pixels)
+            self.assertEqual(found.opacity, wanted[number].opacity)
+
+    def test_averaged(self):
+        """As scale does it; what grows is left to the tables."""
+        for before, after, bits, change in [
+            (*SIZES[1], 24, None),
+            ((37, 75), (10, 20), 24, None),
+            ((37, 75), (10, 20), 8, grey),
+        ]:
+            with self.subTest(before=before, after=after, bits=bits):
+                self.write_frames_of(before)
+                options = ["--size", "{}x{}".format(*after), "--bits", f"{bits}"]
+                options += ["--method", "average"]
+                words = self.stream("in", "out", *options, makes=["out/0.png", "out/1.png"])
+                self.assertRegex(words, said(2, before, after, bits, "average"))
+                for number in range(2):
+                    source = frame(number, *before)
+                    source = source.changed(change) if change else source
+                    smaller = min(before[0], after[0]), min(before[1], after[1])
+                    wanted = by_tables(averaged(source, *smaller), *after, "bicubic")
+                    if smaller == after:
+                        wanted = averaged(source, *after)
+                    self.assert_file_holds(f"out/{number}.png", wanted, bits)
+
+    def test_averaged_with_opacity(self):
+        opacity = bytes((x * 37 + y * 11) % 256 for y in range(6) for x in range(8))
+        self.write("in/0.png", pictures.png_with_alpha(frame(0), opacity))
+        options = ["--size", "3x4", "--bits", "32", "--method", "average"]
+        self.stream("in", "out", *options, makes=["out/0.png"])
+        picture, opacity = averaged_with_opacity(frame(0), opacity, 3, 4)
+        self.assert_file_holds("out/0.png", picture, 32)
+        self.assertEqual(self.read("out/0.png").opacity, opacity)
+
+    def test_16_bits_are_not_averaged(self):
+        self.write_frames("in/0.png")
+        options = ["--bits", "16", "--method", "average"]
+        self.refuse(USAGE, "stream", "in", "out", *HALF, *options, says="--bits 16")
 
     def test_24_bits_bicubic_is_what_there_is_without_options(self):
         self.write_frames("in/0.png")
@@ -126,7 +198,10 @@ class Pixels(StreamCase):
     def test_transparent_parts_are_laid_over_white(self):
         alpha = bytes(255 * (i % 4 > 0) for i in range(48))
         self.write("in/0.png", pictures.png_with_alpha(frame(0), alpha))
-        self.stream("in", "out", *HALF, makes=["out/0.png"])
+        notes = ["out: the transparency is laid over white, frames of 24 bits have none"]
+        options = [*HALF, "--bits", "24"]
+        self.write("in/1.png", pictures.png_with_alpha(frame(0), alpha))
+        self.stream("in", "out", *options, makes=["out/0.png", "out/1.png"], notes=notes)
         colours = [colour if a else (255, 255, 255) for colour, a in zip(frame(0).colours(), alpha)]
         white = pictures.from_colours(8, 6, colours)
         self.assert_file_holds("out/0.png", by_tables(white, 4, 3, "bicubic"), 24)

@@ -116,25 +116,29 @@ class ToolCase(ProgramCase):
         )
         return Result(done.returncode, text(done.stdout), text(done.stderr))
 
-    def succeed(self, *arguments):
-        """Runs the program, which must succeed without a word of trouble; returns what it says."""
+    def succeed(self, *arguments, notes=()):
+        """Runs the program, which must succeed without a word of trouble; returns what it says.
+
+        notes: what it notes of its results, line by line.
+        """
         result = self.run_tool(*arguments)
-        self.assertEqual((result.code, result.err), (DONE, ""), f"{arguments} printed {result.out}")
+        noted = "".join(f"q32tool: note: {note}\n" for note in notes)
+        self.assertEqual((result.code, result.err), (DONE, noted), f"{arguments}: {result.out}")
         return result.out
 
-    def make(self, target, *arguments):
+    def make(self, target, *arguments, notes=()):
         """Runs a command that writes the file target and touches nothing else in the folder.
 
         Returns the new file's bytes.
         """
         before = self.files()
-        self.succeed(*arguments)
+        self.succeed(*arguments, notes=notes)
         self.assert_only_new(before, target)
         return (self.folder / target).read_bytes()
 
-    def convert(self, source, target, *options):
+    def convert(self, source, target, *options, notes=()):
         """Converts a file. Returns the new file's bytes."""
-        return self.make(target, "convert", source, target, *options)
+        return self.make(target, "convert", source, target, *options, notes=notes)
 
     def info(self, *arguments):
         """What `info` prints, by the words before the colons."""

@@ -146,7 +146,9 @@ class Enlarge(BothCommands, WholeFactorCase):
     def test_without_transparency_it_lies_over_white(self):
         clear = pictures.png_with_alpha(pictures.noise(5, 4), bytes(20))
         self.write("in.png", clear)
-        self.make("out.png", "enlarge", "in.png", "out.png", "--factor", "2")
+        words = ["enlarge", "in.png", "out.png", "--factor", "2", "--bits", "24"]
+        note = "out.png: the transparency is laid over white, pixels of 24 bits have none"
+        self.make("out.png", *words, notes=[note])
         self.assert_file_holds("out.png", pictures.Picture(10, 8, b"\xff" * 240), 24)
 
     def test_in_place(self):

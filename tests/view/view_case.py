@@ -99,7 +99,7 @@ class ViewCase(ProgramCase):
         viewer = OpenViewer(self)
         try:
             if (self.folder / arguments[0]).is_file():
-                viewer.do(f"titled:{arguments[0]} - q32view")
+                viewer.do(f"titled:{arguments[0]} ")
             yield viewer
             if ended_with is None:
                 self.run_program(Viewer.driver, "end")

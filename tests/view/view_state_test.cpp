@@ -49,7 +49,7 @@ TEST(ViewState, IsEmptyWithoutAPicture) {
 
 TEST(ViewState, FitsANewPictureAndCentresIt) {
     const ViewState view = view_of({1620, 1280}, {500, 350});
-    EXPECT_TRUE(view.is_fitted());
+    EXPECT_EQ(view.sizing(), Sizing::window);
     EXPECT_EQ(view.percent(), 27);
     EXPECT_EQ(view.shown(), (Size{443, 350}));
     EXPECT_EQ(view.origin(), (Point{28, 0})); // (500 - 443) / 2
@@ -64,11 +64,63 @@ TEST(ViewState, FitsAgainWhenTheWindowChanges) {
     EXPECT_EQ(view.origin(), (Point{0, 56})); // (350 - 237) / 2
 }
 
+TEST(ViewState, FitsToTheWidth) {
+    ViewState view = view_of({1620, 1280}, {500, 350});
+    view.fit_width();
+    EXPECT_EQ(view.sizing(), Sizing::width);
+    EXPECT_EQ(view.shown(), (Size{500, 395})); // 395.06
+    EXPECT_EQ(view.percent(), 31);
+    EXPECT_EQ(view.most_scroll(), (Point{0, 45}));
+    view.scroll_to({0, 45});
+    view.set_window({300, 350});
+    EXPECT_EQ(view.shown(), (Size{300, 237}));
+    EXPECT_EQ(view.origin(), (Point{0, 56}));
+    view.zoom_in({0, 0}); // from 19 %
+    EXPECT_EQ(view.percent(), 20);
+}
+
+TEST(ViewState, WidthNeverEnlarges) {
+    ViewState view = view_of({100, 1000}, {500, 350});
+    view.fit_width();
+    EXPECT_EQ(view.shown(), (Size{100, 1000}));
+    view.set_window({0, 0});
+    EXPECT_EQ(view.shown(), (Size{1, 10}));
+}
+
+// The point (250, 80) of 400 x 200 is in the middle; where it comes to lie is worked out by hand.
+TEST(ViewState, TurnsAboutTheMiddleOfTheWindow) {
+    const struct {
+        int orientation;
+        Size size;
+        Point middle;
+    } turns[] = {{1, {400, 200}, {250, 80}},  {2, {400, 200}, {150, 80}},
+                 {3, {400, 200}, {150, 120}}, {4, {400, 200}, {250, 120}},
+                 {5, {200, 400}, {80, 250}},  {6, {200, 400}, {120, 250}},
+                 {7, {200, 400}, {120, 150}}, {8, {200, 400}, {80, 150}}};
+    for (const auto &turn : turns) {
+        ViewState view = view_of({400, 200}, {60, 40});
+        view.zoom_to(100, {0, 0});
+        view.scroll_to({220, 60});
+        view.turn(turn.orientation);
+        EXPECT_EQ(view.shown(), turn.size);
+        EXPECT_EQ(view.scroll() + view.middle(), turn.middle) << turn.orientation;
+    }
+}
+
+TEST(ViewState, TurnedPicturesStayFitted) {
+    ViewState view = view_of({400, 200}, {100, 100});
+    EXPECT_EQ(view.shown(), (Size{100, 50}));
+    view.turn(6);
+    EXPECT_EQ(view.shown(), (Size{50, 100}));
+    EXPECT_EQ(view.sizing(), Sizing::window);
+    EXPECT_EQ(view.scroll(), (Point{0, 0}));
+}
+
 TEST(ViewState, KeepsThePointUnderTheAnchor) {
     ViewState view = view_of({1620, 1280}, {500, 350});
     // Column 222 of 443 and row 175 of 350 lie under (250, 175).
     view.zoom_to(100, {250, 175});
-    EXPECT_FALSE(view.is_fitted());
+    EXPECT_EQ(view.sizing(), Sizing::percent);
     EXPECT_EQ(view.scroll(), (Point{222 * 1620 / 443 - 250, 175 * 1280 / 350 - 175}));
     EXPECT_EQ(view.scroll(), (Point{561, 465}));
     EXPECT_EQ(view.origin(), (Point{-561, -465}));

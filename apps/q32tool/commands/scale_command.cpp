@@ -29,6 +29,7 @@ void run(const Arguments &arguments) {
     check_can_be_scaled(conversion, scaling, arguments);
     const std::string &out = arguments.last_operand();
     change_picture(arguments, [&](Picture &picture) {
+        fit_transparency(picture, check_output(out), out); // no work for what will be lost
         // What words of 16 bits have lost would be missing in their means, too.
         const Size size = picture.image.size();
         const bool words_are_averaged =
@@ -55,8 +56,8 @@ const Command scale_command = {
         "larger than IN, average leaves its pixels to cubic convolution.\n"
         "With --bits the picture is converted first, and scaled and written so; 16 bits are\n"
         "made of means of 24; pixels of 1 bit are always those of the nearest place.",
-    .options = joined(
-        {scaling_options("how pixels are made (average)"), pixel_options(), transfer_options()}),
+    .options = joined({scaling_options("average, nearest, bilinear or bicubic (average)"),
+                       pixel_options(), transfer_options()}),
     .run = run,
     .takes = Takes::many_pictures,
 };
