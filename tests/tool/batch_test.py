@@ -406,7 +406,8 @@ class Pipes(BatchCase):
             self.write(name, file)
             wanted = self.make("out" + name[2:], "convert", name, "out" + name[2:], "--bits", "8")
             self.assertEqual(self.pipe(file, "convert", "-", "-", "--bits", "8"), (DONE, wanted, ""))
-        png, bmp = self.files()["in.png"], self.files()["out.bmp"]
+        png = self.files()["in.png"]
+        bmp = self.make("png.bmp", "convert", "in.png", "png.bmp", "--bits", "8")
         self.assertEqual(
             self.pipe(png, "convert", "-", "-", "--bits=8", "--as", "bmp"), (DONE, bmp, "")
         )
