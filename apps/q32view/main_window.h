@@ -43,13 +43,15 @@ private:
 
     void lay_out();
     void give_size(Size canvas);
-    void take_dropped_file(HDROP drop);
     void take_new_resolution(const RECT &suggested);
+    void toggle_full_screen();
+    void forget_failure();
+
+    // main_window_pictures.cpp
+    void take_dropped_file(HDROP drop);
     void show_title();
     void go_to(Step step);
     void turn_picture(int orientation);
-    void toggle_full_screen();
-    void forget_failure();
 
     // main_window_menu.cpp
     void handle_command(int id);

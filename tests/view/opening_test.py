@@ -1,7 +1,7 @@
 """Pictures that are dropped on the window, and those that cannot be shown."""
 
 import pictures
-from view_case import ACTUAL, DONE, OPEN, ViewCase, background
+from view_case import ACTUAL, DONE, NEXT, OPEN, ViewCase, background
 
 SIZE = ["--size", "120x90"]
 
@@ -58,10 +58,12 @@ class Opening(ViewCase):
             self.assert_same_picture(viewer.view(), before)
 
     def test_a_first_picture_that_is_not_there(self):
+        self.write("other.png", pictures.png(pictures.noise(50, 40)))
         with self.viewer("none.png", *SIZE) as viewer:
             says = viewer.do("told:none.png", "says", "title")
             self.assertEqual(says, ["none.png: no such file", "q32view"])
             self.assertEqual(set(viewer.view().colours()), {background()})
+            viewer.do(f"command:{NEXT}", "titled:other.png - q32view")  # it is alone there
 
     def test_dialogs(self):
         first = self.write("first.png", pictures.png(pictures.noise(50, 40)))
