@@ -27,7 +27,7 @@ from view_case import (
 SIZE = ["--size", "780x560"]
 
 # The controls' places in their columns.
-MODE, OPACITY, MASK, PLACE = range(4)
+MODE, OPACITY, MASK, PLACE, OPEN_BASE, OPEN_OVERLAY = range(6)
 PIXELS, GAMMA, DITHER, LEVELS_16, ACROSS, DETAIL_DOWN, MARK = range(7)
 
 MODES = (
@@ -151,6 +151,14 @@ class Merge(LaboratoryCase):
             "merge", self.base, self.overlay, "--set", "place=stretch", "--set", "mask=off"
         )
         self.assertEqual(len(places(overlay, view)), 2)
+
+    def test_an_overlay_opened_by_its_button(self):
+        self.overlay = self.write("other.png", pictures.png(pictures.noise(50, 40, 3)))
+        path = "Z:" + str(self.folder / self.overlay).replace("/", "\\")
+        with self.laboratory("merge", self.base, "--set", "mode=add", "--set", "mask=off") as laboratory:
+            button = [f"control:{OPEN_OVERLAY},{SPACE}", f"dialog:{path}", "explains:Merged 50 x 40 "]
+            view = laboratory.view(*button)
+        self.assertEqual(len(places(self.composed("add", at="20,10"), view)), 1)
 
     def test_tells_the_pixel_under_the_pointer(self):
         base, overlay = (

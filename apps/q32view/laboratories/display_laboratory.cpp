@@ -4,6 +4,7 @@
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/library_report.h"
 #include "apps/pictures/numbers.h"
+#include "apps/q32view/dialogs.h"
 #include "apps/q32view/painter.h"
 #include "apps/q32view/show_settings.h"
 #include "apps/q32view/view_state.h"
@@ -90,6 +91,7 @@ private:
             number("across", "Detail across", 0, 100, 50, " %"),
             number("down", "Detail down", 0, 100, 50, " %"),
             toggle("mark", "Mark the detail", true),
+            button("open", "Open picture..."),
         };
     }
     void take_pictures(const std::vector<std::string> &paths) override;
@@ -97,6 +99,7 @@ private:
     void handle_pointer(Point at) override;
     void draw(HDC dc, Size room) override;
 
+    void ask_and_take();
     void prepare(Size room);
     void see(HBUF32 source);
     void point_by_controls();
@@ -178,7 +181,18 @@ void DisplayLaboratory::point_by_controls() {
     middle_ = {size_.width * value("across") / 100, size_.height * value("down") / 100};
 }
 
+void DisplayLaboratory::ask_and_take() {
+    const std::string path = ask_for_picture(window());
+    if (path.empty())
+        return;
+    Picture picture = load_picture(path, status());
+    scaled_.forget();
+    picture_ = std::move(picture);
+}
+
 void DisplayLaboratory::handle_change(const std::string &name) {
+    if (name == "open")
+        ask_and_take();
     if (name == "across" || name == "down")
         point_by_controls();
     else if (name != "mark")

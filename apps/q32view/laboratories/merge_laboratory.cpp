@@ -1,6 +1,7 @@
 // The merge laboratory: two pictures and a mask, and what each mode makes of them.
 #include "apps/pictures/exceptions.h"
 #include "apps/pictures/merge_modes.h"
+#include "apps/q32view/dialogs.h"
 #include "built_in_pictures.h"
 #include "drawing.h"
 #include "frames.h"
@@ -45,6 +46,9 @@ private:
             number("opacity", "Opacity", 0, 100, 100, " %"),
             toggle("mask", "Through the mask", true),
             choice("place", "Overlay", {"corner", "centre", "stretch"}, place_centre),
+            button("open-base", "Open base..."),
+            button("open-overlay", "Open overlay..."),
+            button("open-mask", "Open mask..."),
         };
     }
     void take_pictures(const std::vector<std::string> &paths) override;
@@ -52,6 +56,8 @@ private:
     void handle_pointer(Point at) override;
     void draw(HDC dc, Size room) override;
 
+    void take_mask(const std::string &path);
+    void ask_and_take(const std::string &button);
     void place_overlay();
     void merge();
     std::string caption(Part part) const;
@@ -74,19 +80,39 @@ void MergeLaboratory::take_pictures(const std::vector<std::string> &paths) {
         paths.empty() ? hue_field(built_in_size, BAR_HUE_ACROSS) : load_picture(paths[0], status());
     overlay_ =
         paths.size() < 2 ? hue_field(base_->size, BAR_HUE_DOWN) : load_picture(paths[1], status());
-    if (paths.size() < 3) {
+    if (paths.size() < 3)
         mask_ = round_mask(overlay_->size);
-    } else {
-        const Picture mask = load_picture(paths[2], status());
-        if (mask.size != overlay_->size)
-            throw Failure(paths[2],
-                          "the mask is " + in_words(mask.size) + ", the overlay " +
-                              in_words(overlay_->size),
-                          "they must be of one size");
-        mask_ = mask_of(mask);
-    }
+    else
+        take_mask(paths[2]);
     place_overlay();
     merge();
+}
+
+void MergeLaboratory::take_mask(const std::string &path) {
+    const Picture mask = load_picture(path, status());
+    if (mask.size != overlay_->size)
+        throw Failure(path,
+                      "the mask is " + in_words(mask.size) + ", the overlay " +
+                          in_words(overlay_->size),
+                      "they must be of one size");
+    mask_ = mask_of(mask);
+}
+
+// A mask that does not fit a new overlay gives way to a round one.
+void MergeLaboratory::ask_and_take(const std::string &button) {
+    const std::string path = ask_for_picture(window());
+    if (path.empty())
+        return;
+    if (button == "open-mask") {
+        take_mask(path);
+    } else {
+        Picture picture = load_picture(path, status());
+        views_[button == "open-base" ? part_base : part_overlay].forget();
+        (button == "open-base" ? base_ : overlay_) = std::move(picture);
+        if (mask_->size != overlay_->size)
+            mask_ = round_mask(overlay_->size);
+    }
+    place_overlay();
 }
 
 void MergeLaboratory::place_overlay() {
@@ -129,9 +155,11 @@ void MergeLaboratory::merge() {
 }
 
 void MergeLaboratory::handle_change(const std::string &name) {
-    if (!overlay_ || !mask_)
-        return;
-    if (name == "place")
+    if (!result_) // what was to be merged at first could not be read
+        take_pictures({});
+    if (name.starts_with("open-"))
+        ask_and_take(name);
+    else if (name == "place")
         place_overlay();
     merge();
 }
