@@ -230,11 +230,17 @@ show_viewer() { # PICTURE
     printf '%-52s %s\n' "$out/viewer.png" "the viewer, and its test card beside it"
 }
 
-# The buffer laboratory after most of its script.
-show_buffer_laboratory() {
-    scripts/wine-run build/win32/bin/q32view.exe --laboratory buffer --size 780x560 --set step=30 \
-        --screenshot "$out/buffer-laboratory.png"
-    printf '%-52s %s\n' "$out/buffer-laboratory.png" "where the cells of buffers live"
+# The viewer's laboratories: two photographs merged, one on all displays, and buffers after most of a
+# script.
+show_laboratories() { # PICTURE
+    local laboratory=(scripts/wine-run build/win32/bin/q32view.exe --size 780x560)
+    "${laboratory[@]}" --laboratory merge "$1" "$second_photograph" --set mode=screen --set opacity=80 \
+        --set place=stretch --screenshot "$out/merge-laboratory.png"
+    "${laboratory[@]}" --laboratory display "$1" --screenshot "$out/display-laboratory.png"
+    "${laboratory[@]}" --laboratory buffer --set step=30 --screenshot "$out/buffer-laboratory.png"
+    printf '%-52s %s\n' "$out/merge-laboratory.png" "what a merge mode does, with its formula" \
+        "$out/display-laboratory.png" "all displays side by side, with their dither cells" \
+        "$out/buffer-laboratory.png" "where the cells of buffers live"
 }
 
 (($#)) || set -- "$photograph"
@@ -259,7 +265,7 @@ for picture in "$@"; do
     show_plates_and_jobs "$name"
 done
 show_viewer "$(cd "$callers_folder" && realpath "$1")"
-show_buffer_laboratory
+show_laboratories "$(cd "$callers_folder" && realpath "$1")"
 
 echo
 echo "The pictures are in $out; look at these first:"
@@ -268,4 +274,5 @@ for picture in "$@"; do
     printf '    %s\n' "$name.png" "$name-modes.png" "$name-methods.png" "$name-displays.png" "$name-bars.png" \
         "$name-plates.png"
 done
-printf '    %s\n' "$out/viewer.png" "$out/viewer-test-card.png" "$out/buffer-laboratory.png"
+printf '    %s\n' "$out/viewer.png" "$out/viewer-test-card.png" "$out/merge-laboratory.png" \
+    "$out/display-laboratory.png" "$out/buffer-laboratory.png"

@@ -207,14 +207,13 @@ TEST(DisplayWords, GammaIsThatOfTheHeader) {
     EXPECT_EQ(level_given(128, 220), 144);
     EXPECT_EQ(level_given(128, 260), 158);
     EXPECT_EQ(displays_in_words(205, false, {3, 4, 26, 14}),
-              "Up to 256 colours are dithered by an 8 x 8 matrix, high colour is cut to 5 bits.\n"
+              "Dithered by a matrix: of 8 x 8 up to 256 colours; high colour is cut.\n"
               "Gamma 2.05: level 128 becomes " +
                   std::to_string(level_given(128, 205)) +
-                  " on 256 colours, high and true colour.\n"
+                  " on 256 colours and more.\n"
                   "Below each: 23 x 10 pixels from 3,4, eight times enlarged.");
     EXPECT_NE(displays_in_words(180, true, {})
-                  .find("high colour by a 4 x 4 matrix.\nGamma 1.80 "
-                        "corrects nothing."),
+                  .find("; high colour of 4 x 4.\nGamma 1.80 corrects nothing."),
               std::string::npos);
 }
 

@@ -217,8 +217,8 @@ class Display(LaboratoryCase):
         self.assertEqual(
             said[:2],
             [
-                "Up to 256 colours are dithered by an 8 x 8 matrix, high colour by a 4 x 4 matrix.",
-                "Gamma 2.20: level 128 becomes 144 on 256 colours, high and true colour.",
+                "Dithered by a matrix: of 8 x 8 up to 256 colours; high colour of 4 x 4.",
+                "Gamma 2.20: level 128 becomes 144 on 256 colours and more.",
             ],
         )
         width, height, left, top = self.detail_said(said)
@@ -269,7 +269,7 @@ class Windows(LaboratoryCase):
             before = viewer.view()
             viewer.do(f"command:{LABORATORY + 1}")
             laboratory = OpenLaboratory(self)
-            laboratory.do("titled:Display laboratory - q32view", "explains:Up to")
+            laboratory.do("titled:Display laboratory - q32view", "explains:Dithered by")
             viewer.do(f"command:{LABORATORY}")
             # What the display laboratory acted on does not stay.
             self.assert_same_picture(viewer.view("spoil"), before)

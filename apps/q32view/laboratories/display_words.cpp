@@ -12,13 +12,13 @@ int level_given(int level, int gamma) {
 }
 
 std::string displays_in_words(int gamma, bool is_dithered, const Area &detail) {
-    std::string words = "Up to 256 colours are dithered by an 8 x 8 matrix, high colour ";
-    words += is_dithered ? "by a 4 x 4 matrix" : "is cut to 5 bits";
+    std::string words = "Dithered by a matrix: of 8 x 8 up to 256 colours; high colour ";
+    words += is_dithered ? "of 4 x 4" : "is cut";
     words += ".\nGamma " + std::to_string(gamma / 100) + "." + std::to_string(gamma % 100 / 10) +
              std::to_string(gamma % 10);
     words += gamma == 180 ? " corrects nothing."
                           : ": level 128 becomes " + std::to_string(level_given(128, gamma)) +
-                                " on 256 colours, high and true colour.";
+                                " on 256 colours and more.";
     return words + "\nBelow each: " + std::to_string(detail.width()) + " x " +
            std::to_string(detail.height()) + " pixels from " + std::to_string(detail.left) + "," +
            std::to_string(detail.top) + ", eight times enlarged.";

@@ -119,6 +119,8 @@ void MergeLaboratory::merge() {
                             .at = at_,
                             .mode = setting.mode,
                             .transparency = setting.transparency()});
+    status().say_picture("base " + in_words(base_->size));
+    status().say_device("overlay " + in_words(picture(part_overlay).size));
     views_[part_result].forget();
     result_ = std::move(result);
     explain(merge_in_words(setting) + "\n" +
@@ -149,10 +151,9 @@ const Picture &MergeLaboratory::picture(Part part) const {
 
 std::string MergeLaboratory::caption(Part part) const {
     static constexpr const char *names[] = {"Base b: ", "Overlay s: ", "Mask m: ", "Result: "};
-    const Picture &shown = picture(part);
     if (part == part_result)
-        return names[part] + in_words(shown.size);
-    return names[part] + shown.name + ", " + in_words(shown.size);
+        return names[part] + in_words(result_->picture.size);
+    return names[part] + picture(part).name;
 }
 
 void MergeLaboratory::draw(HDC dc, Size room) {
