@@ -131,6 +131,20 @@ TEST(BufferExperiment, ADuplicateKeepsWhatItHad) {
     EXPECT_EQ(report_of_line(experiment, 4), "no report"); // it shares already
 }
 
+TEST(BufferExperiment, TheFirstSharerGetsTheCopy) {
+    constexpr size_t bytes = 300 * 300 * 3;
+    // B keeps storage of its own and comes first or second; A is written.
+    BufferExperiment second = of("alloc A 300x300 24\nalloc B 300x300 24\nduplicate A C\n"
+                                 "duplicate A B\npaste A 0,0 5x5 ff\n");
+    run(second);
+    EXPECT_EQ(second.moments().back().counters.memory, 3 * bytes);
+    second.restart();
+    BufferExperiment first = of("alloc A 300x300 24\nalloc B 300x300 24\nduplicate A B\n"
+                                "duplicate A C\npaste A 0,0 5x5 ff\n");
+    run(first);
+    EXPECT_EQ(first.moments().back().counters.memory, 2 * bytes);
+}
+
 TEST(BufferExperiment, OneColourHasABlockOnceItIsLocked) {
     BufferExperiment experiment = of("alloc A 300x300 24 colour 102030\nread A 0,0 9x9\n"
                                      "duplicate A B\nlock A cell 3\nunlock A\n");
