@@ -57,7 +57,7 @@ install_from_the_main_suite() {
 (($#)) || set -- build demo
 wanted=()
 for purpose in "$@"; do
-    [[ $purpose =~ ^(build|demo|docs|fuzz|package|lint|bench)$ ]] || { echo "no such purpose: $purpose" >&2; exit 2; }
+    [[ $purpose =~ ^[a-z]+$ && -v packages_$purpose ]] || { echo "no such purpose: $purpose" >&2; exit 2; }
     declare -n list="packages_$purpose"
     wanted+=("${list[@]}")
 done
@@ -76,3 +76,8 @@ mkdir -p "${log%/*}"
     dpkg --print-foreign-architectures | grep -qx i386 || dpkg --add-architecture i386
     install_the_ordinary_way "${missing[@]}" || install_from_the_main_suite "${missing[@]}"
 } >"$log" 2>&1 </dev/null || { tail -n 40 "$log" >&2; echo "The set-up failed; all of it: $log" >&2; exit 1; }
+
+# Tests run an SSH server of their own for a moment. The system's, which came with its program, stays off.
+if [[ " ${missing[*]} " == *" openssh-server "* ]] && command -v systemctl >/dev/null; then
+    systemctl disable --now ssh >>"$log" 2>&1 || true
+fi

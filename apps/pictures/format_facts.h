@@ -39,8 +39,8 @@ std::vector<uint8_t> checked_profile(std::vector<uint8_t> profile);
 
 // None where it makes no sense.
 std::optional<PictureFacts::Resolution> checked_resolution(double x, double y);
-// The same of whole numbers per metre, which are of whole ones per inch, rounded up or down, if they
-// can be.
+// The same of whole numbers per metre, which are of whole ones per inch, rounded up or down, if
+// they can be.
 std::optional<PictureFacts::Resolution> resolution_of_metres(uint32_t x, uint32_t y);
 
 // As UTF-8, which it may be already, else it is taken for Latin-1; up to its end or the first 0.

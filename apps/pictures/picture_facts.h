@@ -13,8 +13,8 @@ struct PictureFacts {
         double x, y; // pixels per inch
     };
 
-    // How the picture is to be turned for the eye, by EXIF's numbers (turning.h): 1, as it stands, to
-    // 8.
+    // How the picture is to be turned for the eye, by EXIF's numbers (turning.h): 1, as it stands,
+    // to 8.
     int orientation = 1;
     std::optional<Resolution> resolution;
     std::vector<uint8_t> colour_profile; // an ICC profile as it stands; empty: none

@@ -58,8 +58,7 @@ std::vector<Option> output_options() {
     return {
         {"--quality", "N", "JPEG: 1, coarse and small, to 100 (85)"},
         {"--chroma", "420|422|444", "JPEG: how finely colours are kept (420 below quality 90)"},
-        {"--compression", "WORD",
-         "PNG: fast, best, 0 to 9; TIFF: none, packbits, lzw, deflate"},
+        {"--compression", "WORD", "PNG: fast, best, 0 to 9; TIFF: none, packbits, lzw, deflate"},
     };
 }
 

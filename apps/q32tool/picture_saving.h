@@ -21,8 +21,8 @@ void drop_profile(PictureFacts &facts, const std::string &out);
 // Notes of the file OUT what it cannot have of the facts, and why not.
 void note_losses(PictureFacts facts, FileFormat format, RowFormat rows, const std::string &out);
 
-// Takes the opacity away that says nothing, and lays over white what a file OUT of the format cannot
-// hold.
+// Takes the opacity away that says nothing, and lays over white what a file OUT of the format
+// cannot hold.
 void fit_transparency(Picture &picture, FileFormat format, const std::string &out);
 
 // Whether pictures of 24 bits keep their transparency in files of the format.

@@ -13,8 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     check(facts.orientation >= 1 && facts.orientation <= 8, "an orientation makes no sense");
     check(!facts.resolution || (facts.resolution->x > 0 && facts.resolution->y > 0),
           "a resolution makes no sense");
-    check(apps::checked_profile(facts.colour_profile) == facts.colour_profile,
-          "a profile is none");
+    check(apps::checked_profile(facts.colour_profile) == facts.colour_profile, "a profile is none");
     const std::vector<std::uint8_t> text(facts.comment.begin(), facts.comment.end());
     check(apps::text_from(text) == facts.comment, "a comment is no text");
     return 0;

@@ -34,8 +34,8 @@ public:
     void open(const LaboratoryRequest &request);
     // Saves what is inside its frame. Throws Failure.
     void save(const std::string &path);
-    // A key that goes before the controls' own. False: it means nothing here. For the program's loop
-    // of messages.
+    // A key that goes before the controls' own. False: it means nothing here. For the program's
+    // loop of messages.
     bool take_key(WPARAM key);
     bool is_closed() const { return window_ == nullptr; }
 
