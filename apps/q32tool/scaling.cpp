@@ -104,7 +104,7 @@ std::vector<Option> scaling_options(std::string_view method_help) {
         {"--size", "WxH", "the new width and height in pixels; Wx or xH: in proportion"},
         {"--fit", "WxH", "as large as fits into W x H with the picture's proportions"},
         {"--percent", "N", "N percent of the width and of the height, such as 50 or 33.3"},
-        {"--method", "METHOD", method_help},
+        {"--method", "average|nearest|bilinear|bicubic", method_help},
         {"--linear", "", "average the light that pixels stand for, not their values"},
     };
 }

@@ -9,6 +9,7 @@ import subprocess
 import time
 
 import pictures
+from program_case import long_round
 from tool_case import CANCELLED, DONE, FAILED, USAGE, Program, ToolCase, environment, text
 
 WAIT = 60  # seconds, for what is over in one
@@ -280,6 +281,7 @@ class Ends(BatchCase):
         process.send_signal(signal.SIGINT)
         self.assertEqual(self.assert_cancelled(process, said), b"")
 
+    @long_round
     def test_escape(self):
         process, said = self.run_until(b" of 60 pictures", *self.scale, console=True)
         self.assertEqual(self.assert_cancelled(process, said, input=b"a^b"), b"left: b\n")
@@ -295,6 +297,7 @@ class Ends(BatchCase):
                 self.wait_until(lambda: worker not in self.workers(), "the end of a worker")
                 killed += 1
 
+    @long_round
     def test_workers_are_killed(self):
         """Each costs its picture at most, and leaves nothing of it."""
         process, said = self.run_until(b" of 60 pictures", *self.scale)

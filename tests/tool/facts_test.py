@@ -7,6 +7,7 @@ import facts_files
 import pictures
 from facts_files import Facts, profile
 from pictures import jpeg_segment, png_chunk
+from program_case import long_round
 from tool_case import ToolCase
 
 COLUMNS, ROWS = 2, 1  # blocks of 8 x 8
@@ -65,6 +66,7 @@ class Carried(FactsCase):
         self.assert_facts(facts_files.read(self.folder / "out.bmp"), Facts(resolution=(300, 150)))
         self.assert_facts(self.carried((self.folder / "out.bmp").read_bytes()), Facts(resolution=(300, 150)))
 
+    @long_round
     def test_every_orientation_in_every_format(self):
         for orientation in range(1, 9):
             for source in (".jpg", ".png", ".tif"):
@@ -132,6 +134,7 @@ class Carried(FactsCase):
             with self.subTest(name):
                 self.assert_facts(self.carried(contents, "out.tif"), wanted)
 
+    @long_round
     def test_what_says_nothing(self):
         plain = pictures.png(PICTURE)
         jpeg = pictures.jpeg_file(COLUMNS, ROWS, BLOCKS)

@@ -5,6 +5,7 @@ import zlib
 
 import facts_files
 import pictures
+from program_case import long_round
 from tool_case import USAGE, ToolCase
 
 STEPS_AT_50 = 16, 17  # the first ones of the standard's example tables
@@ -140,6 +141,7 @@ class Packed(ToolCase):
         self.picture = pictures.Picture(150, 300, noise + even + noise[::-1] + b"\1\2\3\4" * 6750 + noise)
         self.write("in.png", pictures.png(self.picture))
 
+    @long_round
     def test_tiff(self):
         sizes = {}
         for word, number in [("none", 1), ("packbits", 32773), ("lzw", 5), ("deflate", 8)]:

@@ -1,6 +1,7 @@
 """The buffer laboratory: where it says that cells live, step by step, and scripts that it refuses."""
 
 import pictures
+from program_case import long_round
 from view_case import END, FAILED, HOME, LABORATORY, USAGE, OpenLaboratory, ViewCase, Viewer
 
 MEMORY, SWAP_FILE, SHARED, ONE_COLOUR = (0, 114, 178), (230, 159, 0), (0, 158, 115), (240, 228, 66)
@@ -97,6 +98,7 @@ class BufferLaboratory(ViewCase):
         self.assertEqual(said[0], f"Step 7 of {STEPS}, line 7: done.")
         self.assertEqual(said[1], "Bytes and cells are as the rules say, after each step so far.")
 
+    @long_round
     def test_keys_and_bar(self):
         with self.laboratory("--set", "speed=20", "--set", "step=9") as laboratory:
             self.assertRegex(laboratory.do("explained")[0], r"\AStep 9 of 36, line 17: done\.\Z")

@@ -1,6 +1,7 @@
 """The pictures beside a picture, by real keys; full screen; files that were open before."""
 
 import pictures
+from program_case import long_round
 from view_case import (
     ALT,
     BACKSPACE,
@@ -26,6 +27,7 @@ IN_THE_MIDDLE = 30, 25  # there, of 60 x 40 pixels
 
 
 class Folder(ViewCase):
+    @long_round
     def test_one_after_the_other(self):
         """In the order in which people count, around the end, and past what is no picture."""
         shown = {name: pictures.noise(20 + i, 10, i) for i, name in enumerate(("a2", "a10", "b"))}
@@ -102,6 +104,7 @@ class FullScreen(ViewCase):
 
 
 class Recent(ViewCase):
+    @long_round
     def test_files_that_were_open(self):
         """The latest comes first; those that are gone are left out; they can be forgotten."""
         for name in "a.png", "b.png", "c.png":

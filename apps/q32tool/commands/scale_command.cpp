@@ -58,8 +58,8 @@ const Command scale_command = {
         "larger than IN, average leaves its pixels to cubic convolution.\n"
         "With --bits the picture is converted first, and scaled and written so; 16 bits are\n"
         "made of means of 24; pixels of 1 bit are always those of the nearest place.",
-    .options = joined({scaling_options("average, nearest, bilinear or bicubic (average)"),
-                       pixel_options(), transfer_options()}),
+    .options = joined(
+        {scaling_options("how pixels are made (average)"), pixel_options(), transfer_options()}),
     .run = run,
     .takes = Takes::many_pictures,
 };

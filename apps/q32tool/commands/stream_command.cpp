@@ -234,7 +234,7 @@ const Command stream_command = {
         "folder that is there, where frames keep their names, or a name with a number as IN.\n"
         "Frames that are done stay when a later one fails or the work is cancelled.",
     .options = joined(
-        {scaling_options("average, nearest, bilinear or bicubic (bicubic)"),
+        {scaling_options("how pixels are made (bicubic)"),
          {{"--bits", "8|16|24|32", "bits per pixel: grey, 5-5-5, colours (24), with transparency"},
           keep_orientation_option()},
          output_options()}),
