@@ -49,8 +49,7 @@ const std::vector<Examples> &all_examples() {
           "q32tool stream shots/shot-####.png scaled/small-####.png --fit 20x20"}},
         {"compose",
          {"q32tool compose --base photo.jpg --overlay logo.png --at 40,30 -o signed.jpg",
-          "q32tool compose --base photo.jpg --overlay logo.png --mode screen --transparency 40 -o "
-          "faint.png"}},
+          "q32tool compose --base photo.jpg --overlay logo.png --mode screen -o bright.png"}},
         {"filter",
          {"q32tool filter photo.jpg skin.png --range 220,180,150:40 --range 180,130,100:30",
           "q32tool filter photo.jpg rest.png --range 220,180,150:40 --outside"}},
