@@ -10,7 +10,7 @@ namespace {
 // Of distances from 0, seen as signed bytes. In blocks, whose sums fit into 16 bits: vectors hold
 // more of those.
 uint64_t sum_of_distances(const uint8_t *bytes, size_t count) {
-    constexpr size_t block_bytes = 512;
+    constexpr size_t block_bytes = 256;
     uint64_t sum = 0;
     for (size_t begin = 0; begin < count; begin += block_bytes) {
         const size_t end = std::min(begin + block_bytes, count);
