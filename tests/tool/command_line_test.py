@@ -334,7 +334,7 @@ class Misuse(ToolCase):
         self.refuse(USAGE, *MAKE["compose"][:-2], "-o", says=["-o", "OUT"])
         self.refuse(USAGE, *MAKE["filter"], "--range", says=["--range", "R,G,B:T"])
         self.refuse(USAGE, *MAKE["colorspace"], "--turn-hue", says=["--turn-hue", "DEGREES"])
-        for option, value in (("--fit", "WxH"), ("--percent", "N"), ("--method", "METHOD")):
+        for option, value in (("--fit", "WxH"), ("--percent", "N"), ("--method", "average|nearest")):
             self.refuse(USAGE, "scale", "in.png", "out.bmp", option, says=[option, value])
 
     def test_switches_with_a_value(self):

@@ -8,6 +8,7 @@ import os
 import resource
 import signal
 import subprocess
+import time
 from collections import namedtuple
 
 import pictures
@@ -15,6 +16,8 @@ from program_case import CANCELLED, DONE, FAILED, USAGE  # noqa: F401
 from program_case import ProgramCase, environment, is_64_bit, text
 
 Result = namedtuple("Result", "code out err")
+
+PATIENCE = 10  # seconds
 
 # Ways to keep pixels; the tests that use them make the folder.
 STORAGES = {
@@ -59,6 +62,13 @@ class ToolCase(ProgramCase):
 
     def files(self):
         """Everything in the test's folder: the contents of files, None for folders."""
+        while True:
+            try:
+                return self.files_now()
+            except FileNotFoundError:
+                pass  # gone since it was listed
+
+    def files_now(self):
         found = {}
         for path in sorted(self.folder.rglob("*")):
             name = str(path.relative_to(self.folder))
@@ -66,9 +76,17 @@ class ToolCase(ProgramCase):
         return found
 
     def assert_only_new(self, before, *names):
-        """Since before, these files have come, and none has gone or changed beside them."""
+        """Since before, these files have come, and none has gone or changed beside them. What a
+        program had open when it deleted it goes soon after the program's end: Wine's server does
+        it.
+        """
+        wanted = set(before) | set(names)
+        latest = time.monotonic() + PATIENCE
         after = self.files()
-        self.assertEqual(set(after), set(before) | set(names))
+        while set(after) > wanted and time.monotonic() < latest:
+            time.sleep(0.05)
+            after = self.files()
+        self.assertEqual(set(after), wanted)
         changed = {name for name in before if after[name] != before[name]}
         self.assertLessEqual(changed, set(names))
 
