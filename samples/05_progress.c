@@ -47,6 +47,7 @@ static int scale(HBUF32 picture, HBUF32 sheet, int left, int stop_at) {
     HBUF32 scaled = 0;
     int done = buf32Alloc(&scaled, 24, WIDTH, HEIGHT, BUF32_TILED, NULL) &&
                picture_fill(scaled, 0, 0, WIDTH, HEIGHT, RGB(200, 200, 200));
+    q32IsEscPressed(); /* what was pressed before now is not meant */
     if (done && q32BufferResampleEx(&size, picture, &scaled, &progress, 0, RESAMPLE_BICUBIC))
         printf("done\n");
     else if (done && is_cancelled())
