@@ -73,10 +73,11 @@ class CallersTest:
         machine = "x86" if self.arch == "i686" else "x64"
         safe = ["/safeseh"] if self.arch == "i686" else []
 
+        # /Tc: a path can look like an option, as /work does like /wo.
         def command(library, program):
             return [
                 "clang", "--driver-mode=cl", f"--target={self.arch}-pc-windows-msvc", "-fuse-ld=lld-link", *flags,
-                "/MD", "/O2", f"/I{self.prefix}/include", str(self.first_program), f"/Fe{program}",
+                "/MD", "/O2", f"/I{self.prefix}/include", f"/Tc{self.first_program}", f"/Fe{program}",
                 f"/Fo{self.work}/", "/link", f"/libpath:{system}", f"/machine:{machine}", *safe,
                 f"{self.prefix}/lib/{library}", "kernel32.lib",
             ]  # fmt: skip
