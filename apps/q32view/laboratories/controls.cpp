@@ -114,7 +114,7 @@ Setting parse_setting(std::string_view text) {
 }
 
 void take_setting(std::vector<Control> &controls, const Setting &setting) {
-    const auto &[name, value] = setting;
+    const std::string &name = setting.first, &value = setting.second;
     const auto control = std::find_if(controls.begin(), controls.end(), [&](const Control &one) {
         return one.kind != Control::Kind::button && one.name == name;
     });
