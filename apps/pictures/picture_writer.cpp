@@ -10,8 +10,6 @@
 #include "text.h"
 #include "tiff_encoder.h"
 
-#include <shlwapi.h>
-
 #include <algorithm>
 #include <cwctype>
 
@@ -32,7 +30,10 @@ std::string parent_of(const std::string &path) {
 }
 
 std::wstring extension_of(const std::string &path) {
-    std::wstring extension = PathFindExtensionW(to_wide(path).c_str());
+    const size_t dot = path.rfind('.');
+    if (dot == std::string::npos || dot < file_name_begin(path))
+        return {};
+    std::wstring extension = to_wide(path.substr(dot));
     std::transform(extension.begin(), extension.end(), extension.begin(), std::towlower);
     return extension;
 }

@@ -5,8 +5,7 @@
 
 #include <windows.h>
 
-#include <shellapi.h>
-
+#include <cstdlib>
 #include <utility>
 
 namespace apps {
@@ -70,12 +69,9 @@ bool to_system_code_page(std::string_view utf8, std::string &out) {
 }
 
 std::vector<std::string> command_line_words() {
-    int count = 0;
-    LPWSTR *arguments = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> words;
-    for (int i = 1; i < count; ++i)
-        words.push_back(to_utf8(arguments[i]));
-    LocalFree(arguments);
+    for (int i = 1; i < __argc; ++i)
+        words.push_back(to_utf8(__wargv[i]));
     return words;
 }
 

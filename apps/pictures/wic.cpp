@@ -5,6 +5,7 @@
 
 #include "edition.h"
 #include "exceptions.h"
+#include "late_function.h"
 #include "text.h"
 
 #include <cstdio>
@@ -48,20 +49,25 @@ std::string wic_text(HRESULT result) {
     return text;
 }
 
+// COM and what it brings along take longer to load than all else that a start needs.
+constexpr wchar_t ole32[] = L"ole32.dll";
+
 class Apartment {
 public:
     Apartment() {
-        check_wic(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "COM", "cannot be started");
+        const auto initialize = late_function<decltype(CoInitializeEx)>(ole32, "CoInitializeEx");
+        check_wic(initialize(nullptr, COINIT_MULTITHREADED), "COM", "cannot be started");
     }
-    ~Apartment() { CoUninitialize(); }
+    ~Apartment() { late_function<decltype(CoUninitialize)>(ole32, "CoUninitialize")(); }
     Apartment(const Apartment &) = delete;
     Apartment &operator=(const Apartment &) = delete;
 };
 
 ComPtr<IWICImagingFactory> make_factory() {
+    const auto create = late_function<decltype(CoCreateInstance)>(ole32, "CoCreateInstance");
     ComPtr<IWICImagingFactory> factory;
-    check_wic(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
-                               IID_IWICImagingFactory, reinterpret_cast<void **>(factory.out())),
+    check_wic(create(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_IWICImagingFactory,
+                     reinterpret_cast<void **>(factory.out())),
               "the Windows Imaging Component", "cannot be started");
     return factory;
 }

@@ -80,7 +80,8 @@ int guarded_run() {
 } // namespace
 } // namespace apps::q32tool
 
-int main() {
+// The wide entry, so that names of all languages arrive.
+extern "C" int wmain() {
     apps::q32tool::watch_for_interrupts();
     return apps::q32tool::guarded_run();
 }
