@@ -43,8 +43,8 @@ void without_paeth(const uint8_t *__restrict line, const uint8_t *__restrict abo
         const auto to_left = std::max<int16_t>(up_way, static_cast<int16_t>(-up_way)),
                    to_up = std::max<int16_t>(left_way, static_cast<int16_t>(-left_way)),
                    to_corner = std::max<int16_t>(both, static_cast<int16_t>(-both));
-        const int16_t near = to_up <= to_corner ? up : corner;
-        const int16_t nearest = to_left <= std::min(to_up, to_corner) ? left : near;
+        const int16_t closer = to_up <= to_corner ? up : corner;
+        const int16_t nearest = to_left <= std::min(to_up, to_corner) ? left : closer;
         rest[i] = static_cast<uint8_t>(line[i] - nearest);
     }
 }
