@@ -6,7 +6,7 @@ import subprocess
 import time
 
 import pictures
-from program_case import environment, long_round
+from program_case import environment, long_round_of_both
 from tool_case import DONE, Program, ToolCase
 
 ACROSS, DOWN, SIDE = 260, 200, 100  # squares of one colour, pixels of each side
@@ -50,7 +50,7 @@ class Large(ToolCase):
         self.assertLess(self.peak_memory(*scale, *options), 100 << 20)
         self.assert_file_holds("out.png", self.small, 24)
 
-    @long_round
+    @long_round_of_both
     def test_scaled_in_little_memory(self):
         options = ["--memory-limit", "64M", "--swap-dir", "swap"]
         self.assert_scaled("in.png", options)

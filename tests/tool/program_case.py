@@ -33,14 +33,28 @@ def is_64_bit(program):
 
 
 def long_round(test):
-    """Marks a test that shorter rounds leave out: a thorough one beside a quick one of its kind."""
-    test.in_long_round_only = True
+    """Marks a test that shorter rounds leave out: a thorough one beside a quick one of its kind. The
+    programs of the 64-bit edition, which are the same sources, run only the quick one.
+    """
+    test.rounds = {"long"}
     return test
 
 
+def long_round_of_both(test):
+    """Marks a test that shorter rounds leave out, of something that is not the same in 64 bits."""
+    test.rounds = {"long", "long of 64 bits"}
+    return test
+
+
+def round_of(program):
+    """The round of tests that this is, for a program of this edition."""
+    name = os.environ.get("Q32BASE_TEST_ROUND", "long")
+    return "long of 64 bits" if name == "long" and is_64_bit(program) else name
+
+
 def belongs_to(round_of_tests, test):
-    only_long = getattr(getattr(test, test._testMethodName), "in_long_round_only", False)
-    return round_of_tests == "long" or not only_long
+    method = getattr(test, test._testMethodName)
+    return round_of_tests in getattr(method, "rounds", {round_of_tests})
 
 
 class ProgramCase(unittest.TestCase):
@@ -83,15 +97,14 @@ def all_tests(suite):
             yield test
 
 
-def run(folder, tests, part=1, parts=1):
-    """Runs the tests with these names, or every so many-th of the folder's that belong to the
-    round; the exit code.
+def run(folder, tests, program, part=1, parts=1, modules=None):
+    """Tests a program by the tests with these names, or every so many-th that belongs to the round,
+    of some modules or all of the folder's; the exit code.
     """
-    modules = sorted(path.stem for path in pathlib.Path(folder).glob("*_test.py"))
+    modules = modules or sorted(path.stem for path in pathlib.Path(folder).glob("*_test.py"))
     found = list(all_tests(unittest.defaultTestLoader.loadTestsFromNames(tests or modules)))
     if not tests:
-        round_of_tests = os.environ.get("Q32BASE_TEST_ROUND", "long")
-        found = [test for test in found if belongs_to(round_of_tests, test)][part - 1 :: parts]
+        found = [test for test in found if belongs_to(round_of(program), test)][part - 1 :: parts]
     suite = unittest.TestSuite(found)
     result = unittest.TextTestRunner(verbosity=2).run(suite)
     return 0 if result.wasSuccessful() and result.testsRun and not result.skipped else 1

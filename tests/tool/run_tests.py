@@ -20,7 +20,7 @@ def main(program, console, emulator, scratch, part, *tests):
     Program.command = [str(emulator), str(program)]
     Program.console = str(console)
     ProgramCase.scratch = scratch
-    return run(pathlib.Path(__file__).parent, tests, *map(int, part.split("/")))
+    return run(pathlib.Path(__file__).parent, tests, program, *map(int, part.split("/")))
 
 
 if __name__ == "__main__":

@@ -7,7 +7,7 @@ import re
 import pictures
 from averaging import by_average
 from pixels_test import as_555, as_565, grey, white_above
-from program_case import long_round
+from program_case import long_round, long_round_of_both
 from resampling import METHODS, by_bits, by_cells, by_tables
 from tool_case import FAILED, USAGE, ToolCase
 
@@ -199,7 +199,7 @@ class NewSizes(ScaleCase):
         self.assert_size((3, 200), "--fit 30x30", (1, 30))
         self.assert_size((45, 35), "--fit 1x1", (1, 1))
 
-    @long_round
+    @long_round_of_both
     def test_larger_than_the_library_takes(self):
         self.write("in.png", pictures.png(pictures.noise(45, 35)))
         self.write("out.bmp", b"an older file")
