@@ -49,6 +49,10 @@ both_editions "Colour separation in Q32BASE.DLL" separation
 
 beside_peers
 
+printf '\nA photograph of 4000 x 3000 at 640 x 480: q32tool and q32view (32 bits, under Wine) beside tools of 64 bits\n'
+/usr/bin/python3 bench/pictures/one_picture.py build/win32/bin/q32tool.exe build/win32/bin/q32view.exe \
+    scripts/wine-run build/bench
+
 printf '\nTwo hundred photographs of 1600 x 1200, 320 pixels wide: q32tool (32 bits, under Wine) beside\n'
 printf 'mogrify and vipsthumbnail (64 bits, on this machine)\n'
 /usr/bin/python3 bench/pictures/many_pictures.py build/win32/bin/q32tool.exe scripts/wine-run build/bench

@@ -26,7 +26,7 @@ packages_lint=(clang-format clang-tidy cppcheck shellcheck)
 # Only for ./run bench: well-known libraries and programs to measure against, and photographs.
 packages_bench=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libpixman-1-dev
     libzimg-dev libgegl-dev libswscale-dev qtbase5-dev python3-numpy
-    imagemagick libvips-tools palapeli-data)
+    imagemagick libvips-tools libjpeg-turbo-progs netpbm palapeli-data)
 
 # Only for ./run docs: the builder of the site, its reader of Markdown and its theme.
 packages_docs=(python3-sphinx python3-myst-parser furo)
