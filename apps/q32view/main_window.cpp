@@ -14,21 +14,6 @@
 #include <utility>
 
 namespace apps::q32view {
-namespace {
-
-Size client_size(HWND window) {
-    RECT rect = {};
-    GetClientRect(window, &rect);
-    return q32::as_area(rect).size();
-}
-
-// Messages that begin something new.
-bool is_request(UINT message) {
-    return message == WM_COMMAND || message == WM_DROPFILES || message == WM_CLOSE ||
-           message == WM_KEYDOWN || message == WM_MOUSEWHEEL;
-}
-
-} // namespace
 
 MainWindow::MainWindow(const Options &options) : options_(options), canvas_(show_, status_, *this) {
     show_.settings = options.settings;
@@ -49,20 +34,6 @@ void MainWindow::create() {
         give_size(*options_.size);
     apply(show_.settings);
     view_changed();
-}
-
-// What is asked for while something else is being done is put off until that has ended.
-LRESULT MainWindow::handle(UINT message, WPARAM wide, LPARAM param) {
-    if (Busy::is_anything() && is_request(message)) {
-        PostMessageW(window_, message, wide, param);
-        return 0;
-    }
-    try {
-        return handle_message(message, wide, param);
-    } catch (const std::exception &failure) {
-        say_failure(failure);
-        return 0;
-    }
 }
 
 LRESULT MainWindow::handle_message(UINT message, WPARAM wide, LPARAM param) {

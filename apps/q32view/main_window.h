@@ -17,7 +17,7 @@
 
 namespace apps::q32view {
 
-class MainWindow final : public Window, private CanvasOwner {
+class MainWindow final : public TopWindow, private CanvasOwner {
 public:
     explicit MainWindow(const Options &options);
 
@@ -37,8 +37,7 @@ public:
     void say_failure(const std::exception &failure) override;
 
 private:
-    LRESULT handle(UINT message, WPARAM wide, LPARAM param) override;
-    LRESULT handle_message(UINT message, WPARAM wide, LPARAM param);
+    LRESULT handle_message(UINT message, WPARAM wide, LPARAM param) override;
     void view_changed() override;
 
     void lay_out();

@@ -2,8 +2,19 @@
 #include "window.h"
 
 #include "apps/pictures/exceptions.h"
+#include "geometry/system_rect.h"
+#include "long_work.h"
 
 namespace apps::q32view {
+namespace {
+
+// Messages that begin something new.
+bool is_request(UINT message) {
+    return message == WM_COMMAND || message == WM_DROPFILES || message == WM_CLOSE ||
+           message == WM_KEYDOWN || message == WM_MOUSEWHEEL || message == WM_HSCROLL;
+}
+
+} // namespace
 
 void Window::make(WNDCLASSW type, const wchar_t *title, DWORD style, DWORD extended_style,
                   HWND parent) {
@@ -28,6 +39,25 @@ LRESULT CALLBACK Window::procedure(HWND window, UINT message, WPARAM wide, LPARA
     auto *object = reinterpret_cast<Window *>(GetWindowLongPtrW(window, GWLP_USERDATA));
     return object != nullptr ? object->handle(message, wide, param)
                              : DefWindowProcW(window, message, wide, param);
+}
+
+LRESULT TopWindow::handle(UINT message, WPARAM wide, LPARAM param) {
+    if (Busy::is_anything() && is_request(message)) {
+        PostMessageW(window_, message, wide, param);
+        return 0;
+    }
+    try {
+        return handle_message(message, wide, param);
+    } catch (const std::exception &failure) {
+        say_failure(failure);
+        return 0;
+    }
+}
+
+Size client_size(HWND window) {
+    RECT rect = {};
+    GetClientRect(window, &rect);
+    return q32::as_area(rect).size();
 }
 
 } // namespace apps::q32view

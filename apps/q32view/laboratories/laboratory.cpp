@@ -24,17 +24,6 @@ constexpr int text_height = 70;
 constexpr int text_id = ControlColumn::first_id - 1; // among the controls' numbers
 constexpr UINT_PTR timer_id = 1;
 
-// Messages that begin something new.
-bool is_request(UINT message) {
-    return message == WM_COMMAND || message == WM_HSCROLL || message == WM_CLOSE;
-}
-
-Size client_size(HWND window) {
-    RECT rect = {};
-    GetClientRect(window, &rect);
-    return q32::as_area(rect).size();
-}
-
 } // namespace
 
 // A window that is still open goes with the program, at its end. Taking it away by itself may mean
@@ -142,20 +131,6 @@ void Laboratory::start_timer(unsigned milliseconds) {
 
 void Laboratory::stop_timer() {
     KillTimer(window_, timer_id);
-}
-
-// What is asked for while something else is being done is put off until that has ended.
-LRESULT Laboratory::handle(UINT message, WPARAM wide, LPARAM param) {
-    if (Busy::is_anything() && is_request(message)) {
-        PostMessageW(window_, message, wide, param);
-        return 0;
-    }
-    try {
-        return handle_message(message, wide, param);
-    } catch (const std::exception &failure) {
-        say_failure(failure);
-        return 0;
-    }
 }
 
 LRESULT Laboratory::handle_message(UINT message, WPARAM wide, LPARAM param) {

@@ -23,7 +23,7 @@ struct LaboratoryRequest {
     std::string screenshot; // not empty: what fails is thrown, for nobody would see it
 };
 
-class Laboratory : public Window {
+class Laboratory : public TopWindow {
 public:
     explicit Laboratory(std::string title) : title_(std::move(title)) {}
     virtual ~Laboratory();
@@ -87,13 +87,12 @@ private:
         Laboratory &owner_;
     };
 
-    LRESULT handle(UINT message, WPARAM wide, LPARAM param) override;
-    LRESULT handle_message(UINT message, WPARAM wide, LPARAM param);
+    LRESULT handle_message(UINT message, WPARAM wide, LPARAM param) override;
     void create(Size size);
     void lay_out();
     void change(size_t control);
     void ask_and_save();
-    void say_failure(const std::exception &failure);
+    void say_failure(const std::exception &failure) override;
 
     std::string title_;
     std::string save_to_;
