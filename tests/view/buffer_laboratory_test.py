@@ -123,6 +123,7 @@ class BufferLaboratory(ViewCase):
             said = laboratory.do(f"control:{STEP_BAR},{END}", "explains:Step 36 of 36", "explained")
             self.assertEqual(said[1], "Bytes and cells are as the rules say, after each step so far.")
 
+    @long_round
     def test_a_screenshot_of_a_step(self):
         name = self.write("script.txt", SCRIPT.encode())
         arguments = ("--laboratory", "buffer", "--size", SIZE, "--script", name)

@@ -4,6 +4,7 @@ import contextlib
 import re
 
 import pictures
+from program_case import long_round
 from view_case import (
     CONTROL,
     DONE,
@@ -152,6 +153,7 @@ class Merge(LaboratoryCase):
         )
         self.assertEqual(len(places(overlay, view)), 2)
 
+    @long_round
     def test_an_overlay_opened_by_its_button(self):
         self.overlay = self.write("other.png", pictures.png(pictures.noise(50, 40, 3)))
         path = "Z:" + str(self.folder / self.overlay).replace("/", "\\")
@@ -160,6 +162,7 @@ class Merge(LaboratoryCase):
             view = laboratory.view(*button)
         self.assertEqual(len(places(self.composed("add", at="20,10"), view)), 1)
 
+    @long_round
     def test_tells_the_pixel_under_the_pointer(self):
         base, overlay = (
             pictures.from_colours(200, 120, [colour] * 24000) for colour in ((200, 100, 50), (90, 160, 220))
@@ -239,6 +242,7 @@ class Display(LaboratoryCase):
         words = r"Below each: (\d+) x (\d+) pixels from (\d+),(\d+), eight times enlarged."
         return tuple(map(int, re.fullmatch(words, said[2]).groups()))
 
+    @long_round
     def test_gamma_dithering_and_detail_by_their_controls(self):
         with self.laboratory("display", self.picture, "--set", "mark=off") as laboratory:
             view = laboratory.view(
@@ -256,6 +260,7 @@ class Display(LaboratoryCase):
             x, y = corner[0] - stage[0] + 79, corner[1] - stage[1] + 1
             laboratory.do(f"move:{x},{y}", f"explains: pixels from {80 - width},0,")
 
+    @long_round
     def test_greys(self):
         greys = bytes((x * 3 + y) % 256 for y in range(60) for x in range(80))
         self.picture = self.write("greys.png", pictures.grey_png(80, 60, greys))
@@ -289,10 +294,12 @@ class Windows(LaboratoryCase):
         view = pictures.read(self.folder / "view.bmp").picture
         self.assertEqual((view.width, view.height), (780, 560))
 
+    @long_round
     def test_closing_ends_the_program(self):
         with self.laboratory("display", ended_with=DONE) as laboratory:
             laboratory.do("close")
 
+    @long_round
     def test_a_picture_that_cannot_be_opened_is_said(self):
         with self.laboratory("merge", "none.png") as laboratory:
             laboratory.do("told:none.png: ")

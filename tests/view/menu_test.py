@@ -1,6 +1,7 @@
 """The menu's commands do what the command line's options do."""
 
 import pictures
+from program_case import long_round
 from view_case import (
     ACTUAL,
     DEVICE,
@@ -30,6 +31,7 @@ class Menu(ViewCase):
             wanted = self.view(self.picture, *SIZE, *first, *options)
             self.assert_same_picture(view, wanted, named=(ids, options))
 
+    @long_round
     def test_pixels(self):
         kinds = ["24", "16", "palette", "grey", "1"]
         self.check([([PIXELS + i], ["--pixels", kinds[i]]) for i in (1, 2, 3, 4, 0)])
@@ -39,9 +41,11 @@ class Menu(ViewCase):
         ways = [([GAMMA + i], ["--gamma", str(gamma)]) for i, gamma in enumerate(gammas)]
         self.check([*ways, ([GAMMA_FILE], [])], "--device-type", "4")
 
+    @long_round
     def test_gamma_through_palettes(self):
         self.check([([GAMMA + 4], ["--gamma", "260"]), ([GAMMA_FILE], [])], "--device-type", "3")
 
+    @long_round
     def test_high_colour_dither(self):
         high = ["--device-type", "5"]
         self.check(
@@ -52,6 +56,7 @@ class Menu(ViewCase):
             ]
         )
 
+    @long_round
     def test_palette_option(self):
         self.check(
             [
@@ -93,6 +98,7 @@ class Menu(ViewCase):
         self.assert_same_picture(less, self.view(picture, *SIZE, "--zoom", "90"))
         self.assert_same_picture(again, fitted)
 
+    @long_round
     def test_saving_says_so(self):
         with self.viewer(self.picture, *SIZE) as viewer:
             viewer.view()

@@ -1,6 +1,7 @@
 """Pictures that are dropped on the window, and those that cannot be shown."""
 
 import pictures
+from program_case import long_round
 from view_case import ACTUAL, DONE, NEXT, OPEN, ViewCase, background
 
 SIZE = ["--size", "120x90"]
@@ -57,6 +58,7 @@ class Opening(ViewCase):
             self.assertEqual(says[1], "first.png (1 of 2) - q32view")
             self.assert_same_picture(viewer.view(), before)
 
+    @long_round
     def test_a_first_picture_that_is_not_there(self):
         self.write("other.png", pictures.png(pictures.noise(50, 40)))
         with self.viewer("none.png", *SIZE) as viewer:
@@ -73,6 +75,7 @@ class Opening(ViewCase):
             seen = viewer.view(f"command:{OPEN}", f"dialog:{path}", "titled:second.png")
         self.assert_same_picture(seen, self.view(second, *SIZE))
 
+    @long_round
     def test_closing(self):
         name = self.write("first.png", pictures.png(pictures.noise(50, 40)))
         with self.viewer(name, *SIZE, ended_with=DONE) as viewer:

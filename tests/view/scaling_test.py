@@ -1,6 +1,7 @@
 """Zooming: the same pixels as the resampler's, whole or in tiles."""
 
 import pictures
+from program_case import long_round
 from view_case import FIT, ZOOM_IN, ZOOM_OUT, ViewCase, Viewer, centred, part
 
 
@@ -75,6 +76,7 @@ class Scaling(ViewCase):
             back = viewer.view("wheel:-60,30,20")
             self.assert_same_picture(back, self.view(name, *size, "--zoom", "100", "--at", "50,40"))
 
+    @long_round
     def test_steps_of_the_menu(self):
         name = self.write("noise.png", pictures.png(pictures.noise(300, 200)))
         size = ["--size", "120x90"]

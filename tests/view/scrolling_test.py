@@ -1,6 +1,7 @@
 """Scrolling: what comes into view joins what was there without a seam, on every kind of display."""
 
 import pictures
+from program_case import long_round
 from view_case import (
     DETECTED,
     DEVICE,
@@ -106,6 +107,7 @@ class Seams(ViewCase):
         self.check(pictures.ramps(400, 300), 100, kinds, "--device-type", "2")
         self.check(pictures.ramps(400, 300), 100, kinds, "--device-type", "3", "--palette-option")
 
+    @long_round
     def test_scaled(self):
         self.check(pictures.ramps(400, 300), 67, self.KINDS_OF_DISPLAY)
         self.check(pictures.ramps(360, 260), 150, self.KINDS_OF_DISPLAY)

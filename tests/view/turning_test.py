@@ -3,6 +3,7 @@
 import struct
 
 import pictures
+from program_case import long_round
 from view_case import (
     ACTUAL,
     CONTROL,
@@ -81,6 +82,7 @@ class Turning(ViewCase):
         wanted = part(turned_right(picture), 240 - WIDTH // 2, 80 - HEIGHT // 2, WIDTH, HEIGHT)
         self.assert_same_picture(right, wanted)
 
+    @long_round
     def test_files_that_say_how(self):
         """By the orientation that TIFF files have and photographs' files, too."""
         if Viewer.depth != 24:
