@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """A photograph of 4000 x 3000 made 640 x 480: one_picture.py TOOL VIEWER EMULATOR FOLDER
 
-q32tool's methods and what q32view shows (both started by EMULATOR) beside well-known tools. Each
-result is compared with the exact means of what its pixels cover, which are worked out here in whole
-numbers from the pixels of the decoder that the tools share: decibels, how many values differ, and by
-how much at most. All work turn by turn; the seconds on the wall are the least of ROUNDS, reading and
-writing included.
+q32tool's methods and what q32view shows (both started by EMULATOR) beside well-known tools. What
+they make of a PNG is compared with the exact means of what its pixels cover, which are worked out here
+in whole numbers: decibels, how many values differ, and by how much at most. (Decoders of JPEG differ
+by more than that.) Then all of them work on the same photograph as JPEG, turn by turn: the least of
+ROUNDS times on the wall, reading and writing included.
 """
 
 import pathlib
@@ -21,17 +21,12 @@ LARGE, SMALL = (4000, 3000), (640, 480)
 ROUNDS = 5
 
 
-def pixels_of(path):
-    """As other tools read a file, whose lines may be padded and stand upside down."""
+def pixels_of(path, size):
     command = ["convert", path, "-depth", "8", "rgb:-"]
     raw = subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout
-    return numpy.frombuffer(raw, numpy.uint8).reshape(SMALL[1], SMALL[0], 3)
+    return numpy.frombuffer(raw, numpy.uint8).reshape(size[1], size[0], 3).astype(numpy.int64)
 
 
-def decoded(photograph):
-    raw = subprocess.run(["djpeg", "-pnm", photograph], check=True, stdout=subprocess.PIPE).stdout
-    samples = numpy.frombuffer(raw, numpy.uint8, LARGE[0] * LARGE[1] * 3, len(raw) - LARGE[0] * LARGE[1] * 3)
-    return samples.reshape(LARGE[1], LARGE[0], 3).astype(numpy.int64)
 
 
 def sums(values, count):
@@ -54,19 +49,19 @@ def means(values):
 
 
 def contenders(tool, viewer, emulator):
-    """Name: the command, which a shell runs; {} is the photograph and OUT the result."""
+    """Name: the command, which a shell runs; {} is the photograph, {PNM} what reads it, OUT the result."""
     size = f"{SMALL[0]}x{SMALL[1]}"
     scale = f"'{emulator}' '{tool}' scale {{}} OUT.png --size {size} --quiet"
     view = f"'{emulator}' '{viewer}' {{}} --screenshot OUT.bmp --size {size}"
-    djpeg = f"djpeg -pnm {{}} | pamscale -xsize {SMALL[0]} -ysize {SMALL[1]}"
+    pamscale = f"{{PNM}} {{}} | pamscale -xsize {SMALL[0]} -ysize {SMALL[1]}"
     return {
         "q32tool scale": scale,
         "q32tool scale --method nearest": f"{scale} --method nearest",
         "q32tool scale --method bilinear": f"{scale} --method bilinear",
         "q32tool scale --method bicubic": f"{scale} --method bicubic",
         "q32view, fitted": view,
-        "pamscale -filter=box": f"{djpeg} -filter=box | pnmtopng >OUT.png",
-        "pamscale": f"{djpeg} | pnmtopng >OUT.png",
+        "pamscale -filter=box": f"{pamscale} -filter=box | pnmtopng >OUT.png",
+        "pamscale": f"{pamscale} | pnmtopng >OUT.png",
         "convert -scale": f"convert {{}} -scale '{size}!' OUT.png",
         "convert -resize": f"convert {{}} -resize '{size}!' OUT.png",
         "vips resize": f"vips resize {{}} OUT.png {SMALL[0] / LARGE[0]}",
@@ -84,28 +79,41 @@ def run(command, folder):
 
 
 def difference(found, wanted):
-    apart = numpy.abs(found.astype(numpy.int64) - wanted)
+    apart = numpy.abs(found - wanted)
     if not apart.any():
         return "equal", 0, 0
     decibels = 10 * numpy.log10(255**2 / numpy.mean(apart**2))
     return f"{decibels:.1f} dB", int(numpy.count_nonzero(apart)), int(apart.max())
 
 
+def make_photographs(folder):
+    """The same pixels in a file without loss, and in one as cameras make it."""
+    size = f"{LARGE[0]}x{LARGE[1]}!"
+    large = ["convert", PHOTOGRAPH, "-resize", size, "-depth", "8", "+profile", "*"]
+    png, jpeg = folder / "photograph.png", folder / "photograph.jpg"
+    subprocess.run([*large, "-define", "png:compression-level=1", f"png24:{png}"], check=True)
+    subprocess.run(["convert", png, "-quality", "92", jpeg], check=True)
+    return png, jpeg
+
+
 def main(tool, viewer, emulator, folder):
     programs = (str(pathlib.Path(path).resolve()) for path in (tool, viewer, emulator))
+    commands = contenders(*programs)
     folder = pathlib.Path(folder).resolve() / "one"
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
-    photograph = folder / "photograph.jpg"
-    size = f"{LARGE[0]}x{LARGE[1]}!"
-    subprocess.run(["convert", PHOTOGRAPH, "-resize", size, "-quality", "92", photograph], check=True)
-    wanted = means(decoded(photograph))
-    times, differences = {}, {}
+    png, jpeg = make_photographs(folder)
+
+    wanted, differences = means(pixels_of(png, LARGE)), {}
+    for name, command in commands.items():
+        _, result = run(command.format(png.name, PNM="pngtopam"), folder)
+        differences[name] = difference(pixels_of(result, SMALL), wanted)
+        result.unlink()
+    times = {name: [] for name in commands}
     for _ in range(ROUNDS):
-        for name, command in contenders(*programs).items():
-            took, result = run(command.format(photograph.name), folder)
-            times.setdefault(name, []).append(took)
-            differences[name] = difference(pixels_of(result), wanted)
+        for name, command in commands.items():
+            took, result = run(command.format(jpeg.name, PNM="djpeg -pnm"), folder)
+            times[name].append(took)
             result.unlink()
     shutil.rmtree(folder)
     print(f"{'program':<33}{'seconds':>8}{'from the means':>16}{'values':>9}{'at most':>9}")
