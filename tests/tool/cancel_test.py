@@ -10,6 +10,7 @@ import signal
 import time
 
 import pictures
+from program_case import long_round
 from tool_case import CANCELLED, DONE, ToolCase
 
 
@@ -78,6 +79,7 @@ class CtrlC(ToolCase):
         self.cancel(b"writing", "convert", "in.png", "in.png", "--invert")
 
     @in_time
+    @long_round
     def test_crop(self):
         self.write("out.bmp", b"an older file")
         arguments = ["crop", "in.png", "out.bmp", "--at", "-5,5", "--size", "3005x2990"]
@@ -85,6 +87,7 @@ class CtrlC(ToolCase):
         self.assertNotEqual(swap_files, [])
 
     @in_time
+    @long_round
     def test_paste_over_the_picture_itself(self):
         swap_files = self.cancel(
             b"writing", "paste", "in.png", "in.png", "in.png", "--at", "1000,-1000"
@@ -92,6 +95,7 @@ class CtrlC(ToolCase):
         self.assertNotEqual(swap_files, [])
 
     @in_time
+    @long_round
     def test_compose(self):
         self.write("out.bmp", b"an older file")
         files = ["--base", "in.png", "--overlay", "in.png", "-o", "out.bmp"]
@@ -100,38 +104,45 @@ class CtrlC(ToolCase):
         self.assertEqual(len(swap_files), 3)
 
     @in_time
+    @long_round
     def test_compose_row_by_row(self):
         files = ["--base", "in.png", "--overlay", "in.png", "-o", "in.png"]
         self.cancel(b"merging", "compose", *files, "--mode", "mask-subtract")
 
     @in_time
+    @long_round
     def test_filter(self):
         arguments = ["filter", "in.png", "out.bmp", "--range", "9,9,9:9"]
         self.assertEqual(len(self.cancel(b"filtering", *arguments)), 2)
 
     @in_time
+    @long_round
     def test_colorspace(self):
         arguments = ["colorspace", "in.png", "in.png", "--to", "hls"]
         self.assertEqual(len(self.cancel(b"converting", *arguments)), 1)
         self.assertEqual(len(self.cancel(b"converting", *arguments, "--field", "hue")), 2)
 
     @in_time
+    @long_round
     def test_show(self):
         arguments = ["show", "in.png", "--depth-of", "256-colours", "-o", "in.png"]
         swap_files = self.cancel(b"showing", *arguments, "--pieces", "100x10")
         self.assertEqual(len(swap_files), 2)
 
     @in_time
+    @long_round
     def test_bars(self):
         swap_files = self.cancel(b"writing", "bars", "hsb", "--size", "4000x4000", "-o", "new.png")
         self.assertEqual(len(swap_files), 1)
 
     @in_time
+    @long_round
     def test_enlarge(self):
         swap_files = self.cancel(b"enlarging", "enlarge", "in.png", "in.png", "--factor", "2")
         self.assertEqual(len(swap_files), 2)
 
     @in_time
+    @long_round
     def test_reduce(self):
         self.write("out.bmp", b"an older file")
         self.cancel(b"reading", "reduce", "in.png", "out.bmp", "--factor", "2")
