@@ -11,7 +11,7 @@ packages_build=(g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix libz-mingw-w
 packages_demo=(palapeli-data netpbm)
 
 # ./run fuzz and the long round: the compiler of the fuzz targets, and its sanitizers and fuzzer.
-packages_fuzz=(clang-14 libclang-rt-14-dev)
+packages_fuzz=(clang-14 libclang-rt-14-dev zlib1g-dev)
 
 # The package's import libraries for Microsoft's linker; in the long round also the compilers other than
 # MinGW's GCC that its callers may have.
