@@ -46,12 +46,16 @@ template <class V, class Order>
 class Interleaving {
 public:
     static Three<V> deinterleave(const Three<V> &mixed) {
+        if constexpr (sizeof(V) == 32)
+            return exchange(mixed);
         Three<V> channels;
         for (size_t k = 0; k < 3; ++k)
             channels.v[k] = pick(mixed, set_of(k, 1), set_of(k, 2));
         return channels;
     }
     static Three<V> interleave(const Three<V> &channels) {
+        if constexpr (sizeof(V) == 32)
+            return exchange(channels);
         Three<V> mixed;
         for (size_t i = 0; i < 3; ++i)
             mixed.v[i] = pick(channels, set_of(1, i), set_of(2, i));
@@ -70,6 +74,15 @@ private:
     static constexpr const VectorBytes<V> &set_of(size_t k, size_t i) {
         return sets[(k + 2 * sizeof(V) * i) % 3];
     }
+    // In vectors of 32 bytes, samples r, r + 3 ... of a channel and of a vector have exchanged
+    // their places, so that the way back is the way there. Less work than to pick where the
+    // processor makes a choice of bytes out of several operations.
+    static Three<V> exchange(const Three<V> &of) {
+        const V in_01 = (of.v[0] ^ of.v[1]) & as_vector<V>(sets[1]);
+        const V in_02 = (of.v[0] ^ of.v[2]) & as_vector<V>(sets[2]);
+        const V in_12 = (of.v[1] ^ of.v[2]) & as_vector<V>(sets[0]);
+        return {of.v[0] ^ in_01 ^ in_02, of.v[1] ^ in_01 ^ in_12, of.v[2] ^ in_02 ^ in_12};
+    }
     static V pick(const Three<V> &from, const VectorBytes<V> &second, const VectorBytes<V> &third) {
         return select_by_top_bits_u8(
             as_vector<V>(third), from.v[2],
@@ -83,6 +96,7 @@ template <class V>
 class MapBytes {
 public:
     static constexpr size_t units = sizeof(V), source_bytes = 1, destination_bytes = 1;
+    static constexpr size_t shortest = units;
     using Loaded = V;
 
     explicit MapBytes(const uint8_t *table) : table_(table) {}
@@ -112,6 +126,9 @@ template <class V>
 class MapThreeBytes {
 public:
     static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = 3;
+    // Three tables that are prepared, and a last step that is mostly done twice: a run of fewer
+    // steps of 32 bytes is as fast byte by byte.
+    static constexpr size_t shortest = sizeof(V) == 32 ? 6 * units : units;
     using Loaded = Three<V>;
 
     explicit MapThreeBytes(const uint8_t *tables) : tables_(tables) {}
@@ -176,6 +193,7 @@ template <class V>
 class MapWords {
 public:
     static constexpr size_t units = sizeof(V), source_bytes = 2, destination_bytes = 2;
+    static constexpr size_t shortest = units;
     using Loaded = Samples<V>;
 
     explicit MapWords(const uint8_t *table) : table_(table) {}
@@ -194,6 +212,7 @@ template <class V>
 class MapThreeWords {
 public:
     static constexpr size_t units = sizeof(V), source_bytes = 6, destination_bytes = 6;
+    static constexpr size_t shortest = units;
     struct Loaded {
         Samples<V> part[3];
     };
@@ -226,7 +245,7 @@ private:
 // Tables are looked at only by runs that use them.
 template <class Step, auto entry, const RowKernels &narrower>
 void mapped(uint8_t *destination, const uint8_t *source, const uint8_t *tables, size_t pixels) {
-    if (pixels < Step::units)
+    if (pixels < Step::shortest)
         (narrower.*entry)(destination, source, tables, pixels);
     else
         walk(pixels, ConversionStep<Step>{destination, source, Step(tables)});

@@ -10,39 +10,54 @@
 #include "simd/operations.h"
 #include "simd/walk.h"
 
+#include <bit>
+#include <cstring>
+
 namespace q32::rows {
 namespace {
 
 // --- fill ---------------------------------------------------------------------------------------
 
-// A pixel of 1 to 4 bytes as a number, first byte lowest.
-template <size_t bytes_per_pixel>
-class Pattern {
+// Runs are filled in blocks of three vectors: whole pixels of each size. Between its ends a run's
+// blocks begin at whole vectors; the ends are written over as they lie.
+//
+// A block has
+//   store_head(at), store(at)   what a run begins with, and all three vectors
+//   head(distance)              from a run's beginning to the first whole vector that the blocks
+//                               begin at; `distance` is that to the first one at all
+//   seen_from(head)             the blocks that begin there
+
+// Pixels of 1, 2 and 4 bytes: every vector is the same double word throughout.
+template <class V, size_t bytes_per_pixel>
+class FillBlock {
 public:
-    explicit Pattern(const uint8_t *pattern) {
-        for (size_t i = 0; i < bytes_per_pixel; ++i)
-            value_ |= std::uint32_t(pattern[i]) << 8 * i;
+    static constexpr size_t bytes = 3 * sizeof(V);
+
+    explicit FillBlock(const uint8_t *pixel) : FillBlock(repeated(pixel)) {}
+
+    static size_t head(size_t distance) { return distance; }
+    FillBlock seen_from(size_t head) const {
+        return FillBlock(std::rotr(dword_, int(head % bytes_per_pixel * 8)));
     }
 
-    // The pattern as seen from `bytes` bytes further on.
-    Pattern shifted(size_t bytes) const {
-        Pattern result = *this;
-        for (size_t i = bytes % bytes_per_pixel; i > 0; --i)
-            result.value_ = result.value_ >> 8 | (result.value_ & 0xFF)
-                                                     << 8 * (bytes_per_pixel - 1);
-        return result;
-    }
-
-    // Its first four bytes when repeated.
-    int dword() const {
-        std::uint32_t repeated = value_;
-        for (size_t filled = bytes_per_pixel; filled < 4; filled *= 2)
-            repeated |= repeated << 8 * filled;
-        return int(repeated);
+    void store_head(uint8_t *at) const { simd::store(at, vector_); }
+    void store(uint8_t *at) const {
+        for (size_t i = 0; i < 3; ++i)
+            simd::store(at + i * sizeof(V), vector_);
     }
 
 private:
-    std::uint32_t value_ = 0;
+    explicit FillBlock(std::uint32_t dword) : dword_(dword), vector_(repeat_u32<V>(int(dword))) {}
+
+    static std::uint32_t repeated(const uint8_t *pixel) {
+        std::uint32_t dword = 0;
+        std::memcpy(&dword, pixel, bytes_per_pixel);
+        constexpr std::uint32_t copies[] = {0x01010101, 0x00010001, 0, 1};
+        return dword * copies[bytes_per_pixel - 1];
+    }
+
+    std::uint32_t dword_;
+    V vector_;
 };
 
 // Vector `index` of the endless sequence that repeats three lanes.
@@ -54,48 +69,55 @@ V repeat_three_lanes(const V16 (&period)[3], size_t index) {
         return join_lanes<V>(period[2 * index % 3], period[(2 * index + 1) % 3]);
 }
 
-// Three vectors of a repeated pattern: whole pixels of each size, since 48 is a multiple of each.
+// Pixels of 3 bytes. Of three vectors in a row one begins with a pixel: there the blocks begin, so
+// that they are those of the run's beginning.
 template <class V>
-class PatternBlock {
+class FillBlock<V, 3> {
 public:
     static constexpr size_t bytes = 3 * sizeof(V);
 
-    template <size_t bytes_per_pixel>
-    explicit PatternBlock(Pattern<bytes_per_pixel> pattern) {
-        const int a = pattern.dword(), b = pattern.shifted(4).dword(),
-                  c = pattern.shifted(8).dword();
-        const V16 period[3] = {_mm_setr_epi32(a, b, c, a), _mm_setr_epi32(b, c, a, b),
-                               _mm_setr_epi32(c, a, b, c)};
+    explicit FillBlock(const uint8_t *pixel) {
+        const std::uint32_t p = pixel[0] | pixel[1] << 8 | pixel[2] << 16;
+        const V16 a = dword(p | p << 24), b = dword(p >> 8 | p << 16), c = dword(p >> 16 | p << 8);
+        const V16 ab = interleave_low_u32(a, b), bc = interleave_low_u32(b, c),
+                  ca = interleave_low_u32(c, a);
+        const V16 period[3] = {interleave_low_u64(ab, ca), interleave_low_u64(bc, ab),
+                               interleave_low_u64(ca, bc)};
         for (size_t i = 0; i < 3; ++i)
             vectors_[i] = repeat_three_lanes<V>(period, i);
     }
 
-    void store_all(uint8_t *at) const {
-        for (size_t i = 0; i < 3; ++i)
-            store(at + i * sizeof(V), vectors_[i]);
+    static size_t head(size_t distance) {
+        constexpr size_t vectors_too_far = 3 - sizeof(V) % 3; // for each byte too far
+        return distance + sizeof(V) * (vectors_too_far * distance % 3);
     }
-    void store_first(uint8_t *at) const { store(at, vectors_[0]); }
+    FillBlock seen_from(size_t) const { return *this; }
+
+    void store_head(uint8_t *at) const { store(at); }
+    void store(uint8_t *at) const {
+        for (size_t i = 0; i < 3; ++i)
+            simd::store(at + i * sizeof(V), vectors_[i]);
+    }
 
 private:
+    static V16 dword(std::uint32_t value) { return _mm_cvtsi32_si128(int(value)); }
+
     V vectors_[3];
 };
 
-// The blocks between the ends begin at whole vectors; the ends are written over as they lie.
 template <class V, size_t bytes_per_pixel>
-inline void fill_blocks(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    using Block = PatternBlock<V>;
-    const size_t size = pixels * bytes_per_pixel;
-    const Pattern<bytes_per_pixel> pattern(source);
-    const Block unshifted(pattern);
-    uint8_t *const last = destination + (size - Block::bytes);
-    unshifted.store_first(destination);
-
+inline void fill_blocks(uint8_t *destination, const uint8_t *pixel, size_t pixels) {
+    using Block = FillBlock<V, bytes_per_pixel>;
     const size_t misalignment = reinterpret_cast<std::uintptr_t>(destination) % sizeof(V);
-    const size_t head = sizeof(V) - misalignment;
-    const Block shifted(pattern.shifted(head));
+    const size_t head = Block::head(sizeof(V) - misalignment);
+    uint8_t *const last = destination + (pixels * bytes_per_pixel - Block::bytes);
+
+    const Block block(pixel);
+    block.store_head(destination);
+    const Block aligned = block.seen_from(head);
     for (uint8_t *at = destination + head; at < last; at += Block::bytes)
-        shifted.store_all(at);
-    unshifted.store_all(last);
+        aligned.store(at);
+    block.store(last);
 }
 
 // --- exchange -----------------------------------------------------------------------------------
@@ -168,7 +190,7 @@ template <class V, const RowKernels &narrower>
 struct PlainRows : NarrowerRows<narrower> {
     template <size_t bytes_per_pixel>
     static void fill(uint8_t *destination, const uint8_t *pattern, size_t pixels) {
-        if (pixels * bytes_per_pixel < PatternBlock<V>::bytes)
+        if (pixels * bytes_per_pixel < FillBlock<V, bytes_per_pixel>::bytes)
             narrower.fill[bytes_per_pixel - 1](destination, pattern, pixels);
         else
             fill_blocks<V, bytes_per_pixel>(destination, pattern, pixels);

@@ -18,6 +18,12 @@ constexpr int top(Field field) {
     return field.place + field.bits;
 }
 
+// The bytes that are 0xFF. As a number a mask would be stored in two halves and loaded as a whole
+// in 32-bit code, for which a processor waits longer than a short run takes.
+inline __mmask64 mask_of(const Bytes &bytes) {
+    return _mm512_movepi8_mask(as_vector<V64>(bytes));
+}
+
 // --- first and third byte swapped ---------------------------------------------------------------
 
 // Where byte i of the run comes from.
@@ -42,9 +48,10 @@ struct SwapRedBlue {
         static constexpr Bytes last_from_bc =
             bytes_by<64>([](int i) { return swapped(128 + i) - 64; });
         static constexpr Bytes from_a = bytes_by<64>([](int) { return swapped(65); });
+        static constexpr Bytes second = bytes_by<64>([](int i) { return i == 1 ? 0xFF : 0; });
         const V64 middle = _mm512_permutex2var_epi8(v.b, as_vector<V64>(from_bc), v.c);
         simd::store(destination, _mm512_permutex2var_epi8(v.a, as_vector<V64>(from_ab), v.b));
-        simd::store(destination + 64, _mm512_mask_permutexvar_epi8(middle, __mmask64(1) << 1,
+        simd::store(destination + 64, _mm512_mask_permutexvar_epi8(middle, mask_of(second),
                                                                    as_vector<V64>(from_a), v.a));
         simd::store(destination + 128,
                     _mm512_permutex2var_epi8(v.b, as_vector<V64>(last_from_bc), v.c));
@@ -72,11 +79,11 @@ struct NarrowToWords {
     void store(uint8_t *destination, const Loaded &v) const {
         static constexpr Field first = Format::first, second = Format::second,
                                third = Format::third;
-        constexpr __mmask64 low_bytes = 0x5555555555555555;
         constexpr int outer_fields = first.mask() | third.mask();
 
         static constexpr Bytes outer =
             bytes_by<64>([](int i) { return index_of(i / 2 * 3 + (i % 2 == 0 ? 2 : 0)); });
+        static constexpr Bytes low = bytes_by<64>([](int i) { return i % 2 == 0 ? 0xFF : 0; });
         static constexpr Bytes inner = bytes_by<64>([](int i) { return index_of(i / 2 * 3 + 1); });
         // The bit that becomes the lowest of byte i, counted from the start of its eight bytes.
         static constexpr Bytes outer_shifts = bytes_by<64>([](int i) {
@@ -89,8 +96,8 @@ struct NarrowToWords {
         });
 
         const V64 blue_red = _mm512_permutex2var_epi8(v.from_0, as_vector<V64>(outer), v.from_32);
-        const V64 green =
-            _mm512_maskz_permutex2var_epi8(low_bytes, v.from_0, as_vector<V64>(inner), v.from_32);
+        const V64 green = _mm512_maskz_permutex2var_epi8(mask_of(low), v.from_0,
+                                                         as_vector<V64>(inner), v.from_32);
         const V64 outer_bits = _mm512_multishift_epi64_epi8(as_vector<V64>(outer_shifts), blue_red);
         const V64 inner_bits = _mm512_multishift_epi64_epi8(as_vector<V64>(inner_shifts), green);
         simd::store(destination,
