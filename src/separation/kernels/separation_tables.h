@@ -14,6 +14,10 @@ struct SeparationSettings {
     int ink_limit;           // percent, of the four inks together; 400 is none
 };
 
+// The library's own; no program can change them.
+inline constexpr SeparationSettings library_settings{
+    .black_start = 0, .black_amount = 30, .undercolour_removal = 10, .ink_limit = 350};
+
 // Sums of inks are in units of a 255th: four full inks are 1020.
 inline constexpr int all_inks = 4 * 255;
 
