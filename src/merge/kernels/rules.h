@@ -6,6 +6,7 @@
 #pragma once
 
 #include "merge/kernels/blend_kernels.h"
+#include "merge/kernels/word_constants.h"
 #include "simd/operations.h"
 
 #include <algorithm>
@@ -19,7 +20,7 @@ namespace {
 // 257 (e + 1) - q, which is neither below 0 nor as much as 65536.
 template <class V>
 V over_255(V words_and_1) {
-    return multiply_high_u16(words_and_1, repeat_u16<V>(257));
+    return multiply_high_u16(words_and_1, kept_u16<257, V>());
 }
 
 // A product of two samples over 255. Divided: rounds up from a remainder of 127 on.
@@ -33,7 +34,7 @@ constexpr int product(int x, int y) {
 template <Rounding rounding, class V>
 V product_words(V x256, V y256) {
     constexpr int to_next = rounding == Rounding::divided ? 255 - 127 : 0;
-    return over_255(add_u16(multiply_high_u16(x256, y256), repeat_u16<V>(to_next + 1)));
+    return over_255(add_u16(multiply_high_u16(x256, y256), kept_u16<to_next + 1, V>()));
 }
 
 // Result r weighed into base sample b.
@@ -111,7 +112,7 @@ struct Screen {
 
     template <int flips, class V>
     static Pairs<V> pairs(V s, V b) {
-        return Multiply<rounding>::template pairs<255 - flips>(complement(s), complement(b));
+        return Multiply<rounding>::template pairs<255 - flips>(inverted(s), inverted(b));
     }
 };
 

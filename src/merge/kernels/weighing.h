@@ -34,19 +34,19 @@ V weighed_sums(V samples, V weights) {
 template <Rounding rounding, class V>
 V rounded(Pairs<V> sums) {
     if constexpr (rounding == Rounding::divided) {
-        const V and_1 = repeat_u16<V>(sum_offset + 1);
+        const V and_1 = kept_u16<sum_offset + 1, V>();
         return pack_i16_to_u8_in_lanes(over_255(add_u16(sums.low, and_1)),
                                        over_255(add_u16(sums.high, and_1)));
     }
 #ifdef __SSE4_1__
     const auto quotients = [](V x) {
-        return add_u16(multiply_fractions_i16(x, repeat_u16<V>(128)),
-                       equal_u16(x, repeat_u16<V>(-sum_offset)));
+        return add_u16(multiply_fractions_i16(x, kept_u16<128, V>()),
+                       equal_u16(x, kept_u16<-sum_offset, V>()));
     };
     return pack_i16_to_i8_in_lanes(quotients(sums.low), quotients(sums.high)) ^ repeat_u8<V>(0x80);
 #else
     const auto quotients = [](V x) {
-        return shift_right_u16<8>(add_u16(add_u16(x, repeat_u16<V>(256)), equal_u16(x, zero<V>())));
+        return shift_right_u16<8>(add_u16(add_u16(x, kept_u16<256, V>()), equal_u16(x, zero<V>())));
     };
     return pack_i16_to_u8_in_lanes(quotients(sums.low), quotients(sums.high));
 #endif
