@@ -5,6 +5,7 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
+#include "merge/kernels/word_constants.h"
 #include "simd/byte_table.h"
 #include "simd/operations.h"
 
@@ -82,7 +83,7 @@ V16 spread_bytes(V16 bytes) {
 template <size_t samples, size_t k, class V>
 Pairs<V> spread_pairs(V weights) {
     if constexpr (samples == 1)
-        return pairs_u8(weights, complement(weights));
+        return pairs_u8(weights, inverted(weights));
     else
         return spread<k>(weights);
 }
@@ -108,7 +109,7 @@ public:
 
     template <size_t>
     Pairs<V> of() const {
-        return pairs_u8(weights_, complement(weights_));
+        return pairs_u8(weights_, inverted(weights_));
     }
 
 private:
@@ -149,6 +150,39 @@ public:
     }
 
 private:
+    const uint8_t *weights_;
+};
+
+#endif
+
+#ifdef __AVX512VBMI__
+
+// A vector's samples belong to at most 22 pixels. A piece of 32 weights and their complements fill
+// a vector, out of which one permutation takes the pairs.
+template <>
+class WeightPairs<V64, 3> {
+public:
+    explicit WeightPairs(const uint8_t *weights) : weights_(weights) {}
+
+    template <size_t k>
+    Pairs<V64> of() const {
+        constexpr size_t first = k == 2 ? 32 : 64 * k / 3;
+        static constexpr auto low = indices(k, 0, first), high = indices(k, 1, first);
+        static constexpr auto second_half = bytes_by<64>([](int i) { return i < 32 ? 0 : 0xFF; });
+        const V64 piece = _mm512_broadcast_i64x4(load<V32>(weights_ + first));
+        const V64 complemented = piece ^ as_vector<V64>(second_half);
+        return {permute_u8(complemented, as_vector<V64>(low)),
+                permute_u8(complemented, as_vector<V64>(high))};
+    }
+
+private:
+    static constexpr ByteTable<64> indices(size_t k, size_t half, size_t first) {
+        ByteTable<64> pairs = pair_indices<64>(k, half, first);
+        for (size_t i = 1; i < 64; i += 2)
+            pairs.at[i] = uint8_t(pairs.at[i] + 32);
+        return pairs;
+    }
+
     const uint8_t *weights_;
 };
 
