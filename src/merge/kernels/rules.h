@@ -118,10 +118,11 @@ struct Screen {
 
 // The premultiplied rules do not look at the base: they give back the overlay sample as it was
 // before it was multiplied with the mask m, which is not 0. Their wide form stops before the
-// division.
+// division; within_mask tells whether what it gives is never above the mask.
 
 struct PremultipliedBlack {
     static constexpr Rule rule = Rule::premultiplied_black;
+    static constexpr bool within_mask = false;
     static constexpr int unpremultiplied(int s, int m) { return std::min(s * 255 / m, 255); }
 
     template <class V>
@@ -132,6 +133,7 @@ struct PremultipliedBlack {
 
 struct PremultipliedWhite {
     static constexpr Rule rule = Rule::premultiplied_white;
+    static constexpr bool within_mask = true;
     static constexpr int unpremultiplied(int s, int m) {
         return PremultipliedBlack::unpremultiplied(std::max(s + m - 255, 0), m);
     }

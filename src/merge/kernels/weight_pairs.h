@@ -21,6 +21,11 @@ Pairs<V> with_complements(V low, V high) {
 
 // --- spread inside lanes ------------------------------------------------------------------------
 
+// Whether each lane has sixteen pixels of its own. Permutations of 64 bytes reach them all, and
+// leave them in the order of memory.
+template <class V>
+inline constexpr bool lanes_have_own_pixels = sizeof(V) < 64;
+
 // Each of four, three times: in three parts of four.
 constexpr int thirds[] = {_MM_SHUFFLE(1, 0, 0, 0), _MM_SHUFFLE(2, 2, 1, 1),
                           _MM_SHUFFLE(3, 3, 3, 2)};
@@ -36,19 +41,21 @@ constexpr ByteTable<size> pair_indices(size_t k, size_t half, size_t first) {
     });
 }
 
-// The pairs of vector k of three, where each lane has its own sixteen pixels.
+// The pairs of vector k of three, out of the weights of as many pixels as it has bytes.
 template <size_t k, class V>
 Pairs<V> spread(V weights) {
-    static constexpr LaneBytes low = pair_indices<16>(k, 0, 0), high = pair_indices<16>(k, 1, 0);
-    return with_complements(shuffle_u8(weights, as_vector<V>(low)),
-                            shuffle_u8(weights, as_vector<V>(high)));
+    static constexpr auto low = pair_indices<reach<V>>(k, 0, 0),
+                          high = pair_indices<reach<V>>(k, 1, 0);
+    return with_complements(permute_u8(weights, as_vector<V>(low)),
+                            permute_u8(weights, as_vector<V>(high)));
 }
 
 // The same as plain bytes.
 template <size_t k, class V>
 V spread_bytes(V bytes) {
-    static constexpr LaneBytes indices = lane_by([](size_t i) { return (16 * k + i) / 3; });
-    return shuffle_u8(bytes, as_vector<V>(indices));
+    constexpr size_t first = reach<V> * k;
+    static constexpr auto indices = bytes_by<reach<V>>([](size_t i) { return (first + i) / 3; });
+    return permute_u8(bytes, as_vector<V>(indices));
 }
 
 #else
