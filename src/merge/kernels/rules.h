@@ -37,6 +37,16 @@ V product_words(V x256, V y256) {
     return over_255(add_u16(multiply_high_u16(x256, y256), kept_u16<to_next + 1, V>()));
 }
 
+// (a | b) ^ flips, which is one instruction in 64 bytes.
+template <class V>
+V either_flipped(V a, V b, V flips) {
+#ifdef __AVX512VBMI__
+    if constexpr (sizeof(V) == 64)
+        return _mm512_ternarylogic_epi64(a, b, flips, 0x56);
+#endif
+    return (a | b) ^ flips;
+}
+
 // Result r weighed into base sample b.
 template <Rounding rounding>
 constexpr int weighed(int r, int b, int weight) {
@@ -100,8 +110,8 @@ struct Multiply {
     static Pairs<V> pairs(V s, V b) {
         const Pairs<V> s256 = pairs_u8(zero<V>(), s), b256 = pairs_u8(zero<V>(), b);
         const V flipped = repeat_u8<V>(flips);
-        return {(product_words<rounding>(s256.low, b256.low) | b256.low) ^ flipped,
-                (product_words<rounding>(s256.high, b256.high) | b256.high) ^ flipped};
+        return {either_flipped(product_words<rounding>(s256.low, b256.low), b256.low, flipped),
+                either_flipped(product_words<rounding>(s256.high, b256.high), b256.high, flipped)};
     }
 };
 
