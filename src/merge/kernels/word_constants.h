@@ -26,9 +26,14 @@ extern template struct WordConstant<0xFFFF>;
 
 namespace {
 
+// Below AVX2 there are no such broadcasts, and the compiler may see what it likes.
 template <int value, class V>
 V kept_u16() {
+#ifdef __AVX2__
     return load<V>(WordConstant<value>::words);
+#else
+    return repeat_u16<V>(value);
+#endif
 }
 
 // ~v. In 64 bytes with ones from memory: what GCC takes for ~ waits for what its destination held
