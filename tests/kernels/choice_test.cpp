@@ -34,7 +34,7 @@ TEST(KernelChoice, Rows) {
 TEST(KernelChoice, Merging) {
     using namespace merge;
     expect_choice(blend_kernels, {&sse2_blend_kernels, &sse41_blend_kernels, &avx2_blend_kernels,
-                                  &avx2_blend_kernels});
+                                  &avx512_blend_kernels});
     expect_choice(effect_kernels, {&sse2_effect_kernels, &sse41_effect_kernels,
                                    &avx2_effect_kernels, &avx512_effect_kernels});
     expect_choice(colour_kernels, {&scalar_colour_kernels, &sse41_colour_kernels,

@@ -71,7 +71,7 @@ struct BlendKernels {
 // One table for each instruction set. The scalar one is the reference and reads like the rules; the
 // forms of the others hand runs that are too short for them to the next narrower one.
 extern const BlendKernels scalar_blend_kernels, sse2_blend_kernels, sse41_blend_kernels,
-    avx2_blend_kernels;
+    avx2_blend_kernels, avx512_blend_kernels;
 
 // The fastest forms that need no more than this instruction set.
 const BlendKernels &blend_kernels(InstructionSet level);

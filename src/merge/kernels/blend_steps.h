@@ -96,7 +96,8 @@ struct PlainMaskedStep : PlainStep<V, samples> {
     }
 };
 
-// Premultiplied pixels: each lane has its own sixteen. Where the mask is 255 they stay as they are.
+// Premultiplied pixels: each lane has its own sixteen, but for vectors of 64 bytes. Where the mask
+// is 255 they stay as they are.
 template <class R, Rounding rounding, size_t samples, class V>
 struct PremultipliedStep {
     using Vector = V;
@@ -122,20 +123,31 @@ struct PremultipliedStep {
     template <class Take>
     void each(size_t pixel, Take take) const {
         const V m = load<V>(mask + pixel), w = keep_where_set_u8(m, load<V>(weights + pixel));
-        const Unpremultiplication<V> unpremultiplication(m);
+        using Wide = Unpremultiplication<V, samples>;
+        const Wide unpremultiplication(m);
         for_each(std::make_index_sequence<samples>(), [&](auto k) {
-            const V over_black =
-                R::over_black(get(overlay + samples * pixel, k), spread_bytes<samples, k>(m));
-            const V overlaid = unpremultiplication.template of<samples, k>(over_black);
+            const V limits = spread_bytes<samples, k>(m);
+            V over_black = R::over_black(get(overlay + samples * pixel, k), limits);
+            if constexpr (Wide::within_mask && !R::within_mask)
+                over_black = min_u8(over_black, limits);
+            const V overlaid = unpremultiplication.template of<k>(over_black);
             take(k, blended<Normal, rounding>(overlaid, get(destination + samples * pixel, k),
                                               spread_pairs<samples, k>(w)));
         });
     }
 
     static V get(const uint8_t *from, size_t k) {
-        return load_lanes<V>(from + 16 * k, 16 * samples);
+        if constexpr (lanes_have_own_pixels<V>)
+            return load_lanes<V>(from + 16 * k, 16 * samples);
+        else
+            return load<V>(from + sizeof(V) * k);
     }
-    static void put(uint8_t *to, size_t k, V v) { store_lanes(to + 16 * k, 16 * samples, v); }
+    static void put(uint8_t *to, size_t k, V v) {
+        if constexpr (lanes_have_own_pixels<V>)
+            store_lanes(to + 16 * k, 16 * samples, v);
+        else
+            store(to + sizeof(V) * k, v);
+    }
 };
 
 template <class R, Rounding rounding, size_t samples, class V>

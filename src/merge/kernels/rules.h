@@ -6,6 +6,7 @@
 #pragma once
 
 #include "merge/kernels/blend_kernels.h"
+#include "merge/kernels/word_constants.h"
 #include "simd/operations.h"
 
 #include <algorithm>
@@ -19,7 +20,7 @@ namespace {
 // 257 (e + 1) - q, which is neither below 0 nor as much as 65536.
 template <class V>
 V over_255(V words_and_1) {
-    return multiply_high_u16(words_and_1, repeat_u16<V>(257));
+    return multiply_high_u16(words_and_1, kept_u16<257, V>());
 }
 
 // A product of two samples over 255. Divided: rounds up from a remainder of 127 on.
@@ -33,7 +34,17 @@ constexpr int product(int x, int y) {
 template <Rounding rounding, class V>
 V product_words(V x256, V y256) {
     constexpr int to_next = rounding == Rounding::divided ? 255 - 127 : 0;
-    return over_255(add_u16(multiply_high_u16(x256, y256), repeat_u16<V>(to_next + 1)));
+    return over_255(add_u16(multiply_high_u16(x256, y256), kept_u16<to_next + 1, V>()));
+}
+
+// (a | b) ^ flips, which is one instruction in 64 bytes.
+template <class V>
+V either_flipped(V a, V b, V flips) {
+#ifdef __AVX512VBMI__
+    if constexpr (sizeof(V) == 64)
+        return _mm512_ternarylogic_epi64(a, b, flips, 0x56);
+#endif
+    return (a | b) ^ flips;
 }
 
 // Result r weighed into base sample b.
@@ -99,8 +110,8 @@ struct Multiply {
     static Pairs<V> pairs(V s, V b) {
         const Pairs<V> s256 = pairs_u8(zero<V>(), s), b256 = pairs_u8(zero<V>(), b);
         const V flipped = repeat_u8<V>(flips);
-        return {(product_words<rounding>(s256.low, b256.low) | b256.low) ^ flipped,
-                (product_words<rounding>(s256.high, b256.high) | b256.high) ^ flipped};
+        return {either_flipped(product_words<rounding>(s256.low, b256.low), b256.low, flipped),
+                either_flipped(product_words<rounding>(s256.high, b256.high), b256.high, flipped)};
     }
 };
 
@@ -111,16 +122,17 @@ struct Screen {
 
     template <int flips, class V>
     static Pairs<V> pairs(V s, V b) {
-        return Multiply<rounding>::template pairs<255 - flips>(complement(s), complement(b));
+        return Multiply<rounding>::template pairs<255 - flips>(inverted(s), inverted(b));
     }
 };
 
 // The premultiplied rules do not look at the base: they give back the overlay sample as it was
 // before it was multiplied with the mask m, which is not 0. Their wide form stops before the
-// division.
+// division; within_mask tells whether what it gives is never above the mask.
 
 struct PremultipliedBlack {
     static constexpr Rule rule = Rule::premultiplied_black;
+    static constexpr bool within_mask = false;
     static constexpr int unpremultiplied(int s, int m) { return std::min(s * 255 / m, 255); }
 
     template <class V>
@@ -131,6 +143,7 @@ struct PremultipliedBlack {
 
 struct PremultipliedWhite {
     static constexpr Rule rule = Rule::premultiplied_white;
+    static constexpr bool within_mask = true;
     static constexpr int unpremultiplied(int s, int m) {
         return PremultipliedBlack::unpremultiplied(std::max(s + m - 255, 0), m);
     }

@@ -28,25 +28,37 @@ V weighed_sums(V samples, V weights) {
 }
 #endif
 
+// 1 off the words where a and b are equal. Of 64 bytes a comparison gives a mask that may be used
+// as such.
+template <class V>
+V one_off_where_equal(V words, V a, V b) {
+#ifdef __AVX512VBMI__
+    if constexpr (sizeof(V) == 64)
+        return _mm512_mask_add_epi16(words, _mm512_cmpeq_epi16_mask(a, b), words,
+                                     kept_u16<0xFFFF, V>());
+#endif
+    return add_u16(words, equal_u16(a, b));
+}
+
 // Sums to samples, by either rounding. Shifted, with signed sums: X / 256 - 127 in one
 // multiplication, which the 128 that flips the top bit makes X / 256 + 1; a sum of 0 takes 1 off.
 // Without: 256 is added to X before the shift, and 1 taken off a sum of 0.
 template <Rounding rounding, class V>
 V rounded(Pairs<V> sums) {
     if constexpr (rounding == Rounding::divided) {
-        const V and_1 = repeat_u16<V>(sum_offset + 1);
+        const V and_1 = kept_u16<sum_offset + 1, V>();
         return pack_i16_to_u8_in_lanes(over_255(add_u16(sums.low, and_1)),
                                        over_255(add_u16(sums.high, and_1)));
     }
 #ifdef __SSE4_1__
     const auto quotients = [](V x) {
-        return add_u16(multiply_fractions_i16(x, repeat_u16<V>(128)),
-                       equal_u16(x, repeat_u16<V>(-sum_offset)));
+        return one_off_where_equal(multiply_fractions_i16(x, kept_u16<128, V>()), x,
+                                   kept_u16<-sum_offset, V>());
     };
     return pack_i16_to_i8_in_lanes(quotients(sums.low), quotients(sums.high)) ^ repeat_u8<V>(0x80);
 #else
     const auto quotients = [](V x) {
-        return shift_right_u16<8>(add_u16(add_u16(x, repeat_u16<V>(256)), equal_u16(x, zero<V>())));
+        return shift_right_u16<8>(add_u16(add_u16(x, kept_u16<256, V>()), equal_u16(x, zero<V>())));
     };
     return pack_i16_to_u8_in_lanes(quotients(sums.low), quotients(sums.high));
 #endif

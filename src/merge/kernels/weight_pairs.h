@@ -5,6 +5,7 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
+#include "merge/kernels/word_constants.h"
 #include "simd/byte_table.h"
 #include "simd/operations.h"
 
@@ -19,6 +20,11 @@ Pairs<V> with_complements(V low, V high) {
 }
 
 // --- spread inside lanes ------------------------------------------------------------------------
+
+// Whether each lane has sixteen pixels of its own. Permutations of 64 bytes reach them all, and
+// leave them in the order of memory.
+template <class V>
+inline constexpr bool lanes_have_own_pixels = sizeof(V) < 64;
 
 // Each of four, three times: in three parts of four.
 constexpr int thirds[] = {_MM_SHUFFLE(1, 0, 0, 0), _MM_SHUFFLE(2, 2, 1, 1),
@@ -35,19 +41,21 @@ constexpr ByteTable<size> pair_indices(size_t k, size_t half, size_t first) {
     });
 }
 
-// The pairs of vector k of three, where each lane has its own sixteen pixels.
+// The pairs of vector k of three, out of the weights of as many pixels as it has bytes.
 template <size_t k, class V>
 Pairs<V> spread(V weights) {
-    static constexpr LaneBytes low = pair_indices<16>(k, 0, 0), high = pair_indices<16>(k, 1, 0);
-    return with_complements(shuffle_u8(weights, as_vector<V>(low)),
-                            shuffle_u8(weights, as_vector<V>(high)));
+    static constexpr auto low = pair_indices<reach<V>>(k, 0, 0),
+                          high = pair_indices<reach<V>>(k, 1, 0);
+    return with_complements(permute_u8(weights, as_vector<V>(low)),
+                            permute_u8(weights, as_vector<V>(high)));
 }
 
 // The same as plain bytes.
 template <size_t k, class V>
 V spread_bytes(V bytes) {
-    static constexpr LaneBytes indices = lane_by([](size_t i) { return (16 * k + i) / 3; });
-    return shuffle_u8(bytes, as_vector<V>(indices));
+    constexpr size_t first = reach<V> * k;
+    static constexpr auto indices = bytes_by<reach<V>>([](size_t i) { return (first + i) / 3; });
+    return permute_u8(bytes, as_vector<V>(indices));
 }
 
 #else
@@ -82,7 +90,7 @@ V16 spread_bytes(V16 bytes) {
 template <size_t samples, size_t k, class V>
 Pairs<V> spread_pairs(V weights) {
     if constexpr (samples == 1)
-        return pairs_u8(weights, complement(weights));
+        return pairs_u8(weights, inverted(weights));
     else
         return spread<k>(weights);
 }
@@ -108,7 +116,7 @@ public:
 
     template <size_t>
     Pairs<V> of() const {
-        return pairs_u8(weights_, complement(weights_));
+        return pairs_u8(weights_, inverted(weights_));
     }
 
 private:
@@ -149,6 +157,39 @@ public:
     }
 
 private:
+    const uint8_t *weights_;
+};
+
+#endif
+
+#ifdef __AVX512VBMI__
+
+// A vector's samples belong to at most 22 pixels. A piece of 32 weights and their complements fill
+// a vector, out of which one permutation takes the pairs.
+template <>
+class WeightPairs<V64, 3> {
+public:
+    explicit WeightPairs(const uint8_t *weights) : weights_(weights) {}
+
+    template <size_t k>
+    Pairs<V64> of() const {
+        constexpr size_t first = k == 2 ? 32 : 64 * k / 3;
+        static constexpr auto low = indices(k, 0, first), high = indices(k, 1, first);
+        static constexpr auto second_half = bytes_by<64>([](int i) { return i < 32 ? 0 : 0xFF; });
+        const V64 piece = _mm512_broadcast_i64x4(load<V32>(weights_ + first));
+        const V64 complemented = piece ^ as_vector<V64>(second_half);
+        return {permute_u8(complemented, as_vector<V64>(low)),
+                permute_u8(complemented, as_vector<V64>(high))};
+    }
+
+private:
+    static constexpr ByteTable<64> indices(size_t k, size_t half, size_t first) {
+        ByteTable<64> pairs = pair_indices<64>(k, half, first);
+        for (size_t i = 1; i < 64; i += 2)
+            pairs.at[i] = uint8_t(pairs.at[i] + 32);
+        return pairs;
+    }
+
     const uint8_t *weights_;
 };
 
