@@ -1,7 +1,7 @@
 // Speed of scaling by whole factors: every kernel, every instruction set of this processor, an
 // image that stays in the cache and one that does not, row by row as callers do it. Prints the
 // bytes moved per second and the ratio to memcpy of the same traffic (half of the bytes read and
-// written).
+// written). Then, of the image that stays in the cache, the factor up to 40 that costs most.
 //
 //     scaling_bench [part of a job's name] [seconds per measurement]
 #include "bench/timing.h"
@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 
 namespace {
 
@@ -49,6 +50,7 @@ constexpr Kind kinds[] = {
     {"24_bits_swapped", 24, PIXELS(three_bytes_swapped)},
 };
 constexpr size_t factors[] = {2, 3, 4, 5, 8, 13, 40};
+constexpr size_t largest_factor = 40;
 
 // Two images of the same size, with contents that no kernel takes a short cut for.
 class Scene {
@@ -76,6 +78,7 @@ struct Job {
 
     size_t small_row() const { return (size.width * size_t(kind.bits) + 7) / 8; }
     size_t large_row() const { return (size.width * factor * size_t(kind.bits) + 7) / 8; }
+    size_t traffic() const { return (small_row() + large_row()) * size.height; }
 
     void run(const ScalingKernels &kernels, Scene &scene) const {
         RowScaling *const scale = enlarge ? kind.enlarge(kernels) : kind.reduce(kernels);
@@ -89,30 +92,65 @@ struct Job {
     }
 };
 
-void measure(const Job &job, const char *name, const char *level, const ScalingKernels &kernels,
-             Scene &scene, double budget) {
-    const size_t traffic = (job.small_row() + job.large_row()) * job.size.height;
-    const bench::PairedTime time =
-        bench::time_paired([&] { job.run(kernels, scene); },
-                           [&] { std::memcpy(scene.large(), scene.small(), traffic / 2); }, budget);
+bench::PairedTime timed(const Job &job, const ScalingKernels &kernels, Scene &scene,
+                        double budget) {
+    return bench::time_paired([&] { job.run(kernels, scene); },
+                              [&] { std::memcpy(scene.large(), scene.small(), job.traffic() / 2); },
+                              budget);
+}
+
+void print(const Job &job, const char *name, const char *level, const bench::PairedTime &time) {
     std::printf("%-26s %-8s %6ux%-4u %9.2f %9.4f %8.2f\n", name, level, unsigned(job.size.width),
-                unsigned(job.size.height), double(traffic) / time.job * 1e-9,
+                unsigned(job.size.height), double(job.traffic()) / time.job * 1e-9,
                 time.job / double(job.size.width * job.size.height) * 1e9, time.ratio());
     std::fflush(stdout);
 }
 
-void measure_levels(const Job &job, const char *wanted, Scene &scene, double budget) {
-    char name[64];
-    std::snprintf(name, sizeof name, "%s_%s_%u", job.enlarge ? "enlarge" : "reduce", job.kind.name,
-                  unsigned(job.factor));
-    if (std::strstr(name, wanted) == nullptr || job.large_row() * job.size.height > most_bytes)
-        return;
-    measure(job, name, "scalar", rows::scalar_scaling_kernels, scene, budget);
+template <class Measure>
+void each_level(Measure measure) {
     const InstructionSet best = best_instruction_set(std::getenv("Q32BASE_ISA"));
     for (int level = 0; level <= int(best); ++level) {
         const auto set = InstructionSet(level);
-        measure(job, name, instruction_set_name(set), rows::scaling_kernels(set), scene, budget);
+        measure(instruction_set_name(set), rows::scaling_kernels(set));
     }
+}
+
+std::string name_of(const Job &job) {
+    return std::string(job.enlarge ? "enlarge_" : "reduce_") + job.kind.name + "_" +
+           std::to_string(job.factor);
+}
+
+void measure_levels(const Job &job, const char *wanted, Scene &scene, double budget) {
+    const std::string name = name_of(job);
+    if (name.find(wanted) == name.npos || job.large_row() * job.size.height > most_bytes)
+        return;
+    const auto measure = [&](const char *level, const ScalingKernels &kernels) {
+        print(job, name.c_str(), level, timed(job, kernels, scene, budget));
+    };
+    measure("scalar", rows::scalar_scaling_kernels);
+    each_level(measure);
+}
+
+// What costs most when compared with memcpy. Each factor has a part of the time, and the one that
+// is found all of it.
+void measure_worst_factor(Job job, const char *wanted, Scene &scene, double budget) {
+    job.factor = largest_factor;
+    const std::string all = name_of(job) + "_worst_";
+    if (all.find(wanted) == all.npos)
+        return;
+    each_level([&](const char *level, const ScalingKernels &kernels) {
+        size_t worst = 0;
+        double most = 0;
+        for (job.factor = 2; job.factor <= largest_factor; ++job.factor)
+            if (const double ratio = timed(job, kernels, scene, budget / 20).ratio();
+                ratio > most) {
+                most = ratio;
+                worst = job.factor;
+            }
+        job.factor = worst;
+        print(job, (all + std::to_string(worst)).c_str(), level,
+              timed(job, kernels, scene, budget));
+    });
 }
 
 } // namespace
@@ -129,5 +167,8 @@ int main(int count, char **arguments) {
             for (const Kind &kind : kinds)
                 for (const size_t factor : factors)
                     measure_levels({enlarge, kind, factor, size}, wanted, scene, budget);
+    for (const bool enlarge : {true, false})
+        for (const Kind &kind : kinds)
+            measure_worst_factor({enlarge, kind, largest_factor, sizes[0]}, wanted, scene, budget);
     return 0;
 }

@@ -188,11 +188,30 @@ TEST_P(ScalingKernel, ReducedRowsOfAllLengths) {
                 }
 }
 
+// Rows of bits by every factor that has constants of its own, and the first one without: whole and
+// last bytes of the smaller row at all lengths of some steps.
+TEST_P(ScalingKernel, BitsByFactorsUpTo41) {
+    constexpr std::size_t smallest = 17, largest = 41, longest = 140;
+    for (std::size_t factor = smallest; factor <= largest; ++factor)
+        for (std::size_t n = 1; n <= longest; ++n) {
+            Random random{test_seed(), factor * 1024 + n};
+            prepare({true, nullptr}, n, factor, random);
+            ASSERT_TRUE(runs({true}, {true})) << seed_text();
+            ASSERT_TRUE(runs({false, random.below(64)}, {false})) << seed_text();
+            for (const std::size_t last : {std::size_t{1}, factor}) {
+                prepare({false, nullptr}, (n - 1) * factor + last, factor, random);
+                ASSERT_TRUE(runs({true}, {true})) << seed_text();
+                ASSERT_TRUE(runs({false}, {false, random.below(64)})) << seed_text();
+            }
+        }
+}
+
 // A single bit or byte at every place of a row: nothing comes from a neighbour.
 TEST_P(ScalingKernel, OnePixelAtEachPlace) {
-    constexpr std::size_t pixels = 150, largest = 12;
+    constexpr std::size_t pixels = 150, largest = 12, largest_of_bits = 41;
     for (const Scaling &scaling : all_scalings())
-        for (std::size_t factor = 1; factor <= largest; ++factor)
+        for (std::size_t factor = 1; factor <= (scaling.pixel ? largest : largest_of_bits);
+             ++factor)
             for (std::size_t place = 0; place < pixels; ++place) {
                 Bytes source(scaling.source_bytes(pixels, factor));
                 if (!scaling.pixel)
@@ -232,7 +251,7 @@ TEST_P(ScalingKernel, RandomRows) {
     random_cases(1200, [&](Random &random, std::uint64_t number) {
         const std::vector<Scaling> all = all_scalings();
         const Scaling &scaling = all[random.below(all.size())];
-        const std::size_t factor = 1 + random.below(random.below(4) == 0 ? 1000 : 16);
+        const std::size_t factor = 1 + random.below(random.below(4) == 0 ? 1000 : 41);
         const std::size_t widest =
             scaling.enlarges ? std::min(longest, most_bytes / (4 * factor)) : longest;
         prepare(scaling, random.below(widest + 1), factor, random);

@@ -1,16 +1,22 @@
-// Enlarging and reducing rows of bits, written once for vectors of all sizes. Powers of two are
-// made by doubling and by halving in registers. Other factors below 8 go nibble by nibble through
-// tables, larger ones are runs of bytes that are all set or all clear.
+// Enlarging and reducing rows of bits, written once for vectors of all sizes: which form makes
+// which factor. Powers of two are made by doubling and by halving in registers, other small factors
+// by tables or from planes, those up to 40 by plans, larger ones as runs of bytes that are all set
+// or all clear.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
+#ifdef __SSE4_1__
+#include "rows/kernels/bit_plan_steps.h"
+#include "rows/kernels/bit_plane_steps.h"
+#endif
+#include "rows/kernels/bit_table_steps.h"
+#include "rows/kernels/double_bits.h"
 #include "rows/kernels/row_kernels.h"
 #include "simd/byte_table.h"
 #include "simd/operations.h"
 #include "simd/walk.h"
 
-#include <array>
 #include <cstring>
 
 namespace q32::rows {
@@ -21,41 +27,28 @@ inline unsigned bit_of(const uint8_t *source, size_t pixel) {
     return unsigned(source[pixel / 8]) >> (7 - pixel % 8) & 1;
 }
 
-// What takes over where a vector finds too little.
+// What takes over where a vector finds too little, and the widest vector whose lanes are stored one
+// by one.
 template <class V>
 struct Narrower {
     using Vector = V16;
+};
+template <class V>
+struct ByLanes {
+    using Vector = V;
 };
 #ifdef __AVX512VBMI__
 template <>
 struct Narrower<V64> {
     using Vector = V32;
 };
+template <>
+struct ByLanes<V64> {
+    using Vector = V32;
+};
 #endif
 
 // --- twice --------------------------------------------------------------------------------------
-
-// Bytes of four bits to bytes with each of them twice.
-template <class V>
-inline V double_nibbles(V nibbles) {
-#ifdef __SSE4_1__
-    static constexpr LaneBytes doubled = {0x00, 0x03, 0x0C, 0x0F, 0x30, 0x33, 0x3C, 0x3F,
-                                          0xC0, 0xC3, 0xCC, 0xCF, 0xF0, 0xF3, 0xFC, 0xFF};
-    return shuffle_u8(as_vector<V>(doubled), nibbles);
-#else
-    const V pairs = (nibbles | shift_left_u16<2>(nibbles)) & repeat_u8<V>(0x33);
-    const V singles = (pairs | shift_left_u16<1>(pairs)) & repeat_u8<V>(0x55);
-    return singles | shift_left_u16<1>(singles);
-#endif
-}
-
-template <class V>
-inline Pairs<V> double_bits(V bits) {
-    const V low_nibble = repeat_u8<V>(0x0F);
-    const V dealt = dealt_to_lanes(bits);
-    return pairs_u8(double_nibbles<V>(shift_right_u16<4>(dealt) & low_nibble),
-                    double_nibbles<V>(dealt & low_nibble));
-}
 
 // Units are bytes of the source.
 template <class V, size_t factor>
@@ -65,7 +58,7 @@ struct EnlargeBits {
 
     Loaded load(const uint8_t *source) const { return simd::load<V>(source); }
     void store(uint8_t *destination, V bits) const {
-        const Pairs<V> twice = double_bits(bits);
+        const Pairs<V> twice = double_bits(dealt_to_lanes(bits));
         if constexpr (factor == 2) {
             simd::store(destination, twice.low);
             simd::store(destination + sizeof(V), twice.high);
@@ -77,77 +70,52 @@ struct EnlargeBits {
     }
 };
 
-// --- by tables ----------------------------------------------------------------------------------
-
-// What the two nibbles of a byte give in the `factor` bytes that it becomes.
-template <size_t factor>
-struct NibbleTables {
-    using Bytes = std::array<uint8_t, 8>;
-    std::array<Bytes, 16> high{}, low{};
-
-    constexpr NibbleTables() {
-        for (size_t byte = 0; byte < 16; ++byte) {
-            high[byte] = enlarged(byte << 4);
-            low[byte] = enlarged(byte);
-        }
-    }
-
-private:
-    static constexpr Bytes enlarged(size_t byte) {
-        Bytes bytes{};
-        for (size_t bit = 0; bit < 8 * factor; ++bit)
-            bytes[bit / 8] |= uint8_t((byte << bit / factor & 0x80) >> bit % 8);
-        return bytes;
-    }
-};
-
-template <size_t factor>
-inline V16 enlarge_byte(unsigned byte) {
-    static constexpr NibbleTables<factor> tables;
-    return load_8(tables.high[byte >> 4].data()) | load_8(tables.low[byte & 15].data());
-}
-
-// Of one byte as many bytes as are wanted.
-template <size_t factor>
-inline void enlarge_last_byte(uint8_t *destination, unsigned byte, size_t bytes) {
-    std::uint64_t held;
-    store_8(reinterpret_cast<uint8_t *>(&held), enlarge_byte<factor>(byte));
-    for (; bytes != 0; --bytes, held >>= 8)
-        *destination++ = uint8_t(held); // copying would be a call
-}
-
-// Eight bytes are stored for each source byte; those too many belong to the next, or are left out.
-template <size_t factor>
-inline void enlarge_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    constexpr size_t careful = (8 - 1) / factor; // bytes of the source
-    for (; bytes > careful; --bytes, ++source, destination += factor)
-        store_8(destination, enlarge_byte<factor>(*source));
-    for (; bytes != 0; --bytes, ++source, destination += factor)
-        enlarge_last_byte<factor>(destination, *source, factor);
-}
+// --- enlarging by small factors -----------------------------------------------------------------
 
 template <class V, size_t factor>
-inline void double_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    convert_run(destination, source, bytes, EnlargeBits<V, factor>{},
-                [](uint8_t *to, const uint8_t *from, size_t count) {
-                    if constexpr (sizeof(V) > sizeof(V16))
-                        double_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
-                    else
-                        enlarge_bytes<factor>(to, from, count);
-                });
+struct BitStep;
+template <class V>
+struct BitStep<V, 2> : EnlargeBits<V, 2> {};
+template <class V>
+struct BitStep<V, 4> : EnlargeBits<V, 4> {};
+#ifdef __SSE4_1__
+template <class V>
+struct BitStep<V, 3> : EnlargeByPlanes<typename ByLanes<V>::Vector, 3> {};
+template <class V>
+struct BitStep<V, 5> : EnlargeByPlanes<typename ByLanes<V>::Vector, 5> {};
+template <class V>
+struct BitStep<V, 6> : EnlargeByDoubledPlanes<typename ByLanes<V>::Vector, 6> {};
+
+template <size_t factor>
+inline constexpr bool has_bit_step = factor < 7;
+#else
+template <size_t factor>
+inline constexpr bool has_bit_step = factor == 2 || factor == 4;
+#endif
+
+// Whether there are enough of them.
+template <class V, size_t factor>
+inline bool enlarge_in_steps(uint8_t *destination, const uint8_t *source, size_t bytes) {
+    using Step = BitStep<V, factor>;
+    if (bytes >= Step::units) {
+        const Step step;
+        walk(bytes, ConversionStep<Step>{destination, source, step});
+        return true;
+    }
+    if constexpr (sizeof(V) > sizeof(V16))
+        return enlarge_in_steps<typename Narrower<V>::Vector, factor>(destination, source, bytes);
+    return false;
 }
 
-// By a factor below 8.
+// By a factor below 8: whole bytes of the source by steps, the rest by the table.
 template <class V, size_t factor>
 inline void enlarge_bits_by(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    const size_t bytes = pixels / 8, left = pixels % 8;
-    if constexpr (factor == 2 || factor == 4)
-        double_bytes<V, factor>(destination, source, bytes);
-    else
-        enlarge_bytes<factor>(destination, source, bytes);
-    if (left != 0)
-        enlarge_last_byte<factor>(destination + factor * bytes, source[bytes] & 0xFF00u >> left,
-                                  (left * factor + 7) / 8);
+    size_t made = 0;
+    if constexpr (has_bit_step<factor>)
+        if (enlarge_in_steps<V, factor>(destination, source, pixels / 8))
+            made = pixels / 8;
+    enlarge_by_table(destination + factor * made, source + made, pixels - 8 * made, factor,
+                     bytes_enlarged_to_8[factor]);
 }
 
 // --- runs ---------------------------------------------------------------------------------------
@@ -184,19 +152,26 @@ void enlarge_bits_in_runs(uint8_t *destination, const uint8_t *source, size_t pi
 
 // --- half ---------------------------------------------------------------------------------------
 
-// Every other bit of each byte, as its upper four bits.
-template <class V>
-inline V halve_bytes(V bits) {
-    const V singles = bits & repeat_u8<V>(0xAA);
-    const V pairs = (singles | shift_left_u16<1>(singles)) & repeat_u8<V>(0xCC);
-    return (pairs | shift_left_u16<2>(pairs)) & repeat_u8<V>(0xF0);
-}
-
+// Every other bit of each word, as a byte in it.
+#ifdef __SSE4_1__
 template <class V>
 inline V halve_words(V bits) {
-    const V nibbles = halve_bytes(bits);
+    static constexpr LaneBytes halved = {0, 0, 1, 1, 0, 0, 1, 1, 2, 2, 3, 3, 2, 2, 3, 3};
+    static constexpr LaneBytes above = lane_by([](int i) { return halved.at[i] << 2; });
+    const V low_nibble = repeat_u8<V>(0x0F);
+    const V nibbles = shuffle_u8(as_vector<V>(above), shift_right_u16<4>(bits) & low_nibble) |
+                      shuffle_u8(as_vector<V>(halved), bits & low_nibble);
+    return sum_products_u8_i8(nibbles, repeat_u16<V>(0x0110));
+}
+#else
+template <class V>
+inline V halve_words(V bits) {
+    const V singles = bits & repeat_u8<V>(0xAA);
+    const V pairs = (singles | shift_left_u16<1>(singles)) & repeat_u8<V>(0xCC);
+    const V nibbles = (pairs | shift_left_u16<2>(pairs)) & repeat_u8<V>(0xF0);
     return (nibbles & repeat_u16<V>(0x00F0)) | shift_right_u16<12>(nibbles);
 }
+#endif
 
 // Units are bytes of the destination.
 template <class V, size_t factor>
@@ -230,6 +205,64 @@ inline void gather_bits(uint8_t *destination, const uint8_t *source, size_t pixe
     }
 }
 
+// --- reducing by small factors ------------------------------------------------------------------
+
+template <class V, size_t factor>
+struct BitReduceStep : ReduceBits<V, factor> {};
+#ifdef __SSE4_1__
+template <class V>
+struct BitReduceStep<V, 3> : ReduceByThree<V> {};
+
+template <size_t factor>
+inline constexpr bool has_bit_reduce_step = factor < 5;
+#else
+template <size_t factor>
+inline constexpr bool has_bit_reduce_step = true;
+#endif
+
+// Without steps of a factor's own.
+template <class V>
+inline void reduce_bits_apart(uint8_t *destination, const uint8_t *source, size_t pixels,
+                              size_t factor) {
+#ifdef __SSE4_1__
+    if (factor > 1 && factor <= 8)
+        return reduce_bits_in_one_piece<V>(destination, source, pixels, factor);
+    if (factor > 8 && factor <= largest_planned_factor) {
+        const size_t made = reduce_bits_by_plan<V>(destination, source, pixels / 8, factor);
+        destination += made;
+        source += factor * made;
+        pixels -= 8 * factor * made;
+    }
+#endif
+    gather_bits(destination, source, pixels, factor);
+}
+
+// Whether there are enough of them.
+template <class V, size_t factor>
+inline bool reduce_in_steps(uint8_t *destination, const uint8_t *source, size_t bytes) {
+    if constexpr (has_bit_reduce_step<factor>) {
+        using Step = BitReduceStep<V, factor>;
+        if (bytes >= Step::units) {
+            const Step step;
+            walk(bytes, ConversionStep<Step>{destination, source, step});
+            return true;
+        }
+        if constexpr (sizeof(V) > sizeof(V16))
+            return reduce_in_steps<typename Narrower<V>::Vector, factor>(destination, source,
+                                                                         bytes);
+    }
+    return false;
+}
+
+// The bytes that are full by steps, and the rest of the row.
+template <class V, size_t factor>
+inline void reduce_bits_by(uint8_t *destination, const uint8_t *source, size_t pixels) {
+    const size_t bytes = pixels / factor / 8;
+    const size_t made = reduce_in_steps<V, factor>(destination, source, bytes) ? bytes : 0;
+    reduce_bits_apart<V>(destination + made, source + factor * made, pixels - 8 * factor * made,
+                         factor);
+}
+
 // --- factors ------------------------------------------------------------------------------------
 
 template <class V>
@@ -253,39 +286,33 @@ void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels,
     case 8:
         return bit_to_byte(destination, source, pixels, 0xFF);
     }
+    if (factor <= 16)
+        return enlarge_by_table(destination, source, pixels, factor, bytes_enlarged_to_16[factor]);
+#ifdef __SSE4_1__
+    if (factor <= largest_planned_factor)
+        return enlarge_bits_by_plan<typename ByLanes<V>::Vector>(destination, source, pixels,
+                                                                 factor);
+#endif
     enlarge_bits_in_runs<V>(destination, source, pixels, factor);
-}
-
-template <class V, size_t factor>
-inline void halve_to_bytes(uint8_t *destination, const uint8_t *source, size_t bytes) {
-    convert_run(destination, source, bytes, ReduceBits<V, factor>{},
-                [](uint8_t *to, const uint8_t *from, size_t count) {
-                    if constexpr (sizeof(V) > sizeof(V16))
-                        halve_to_bytes<typename Narrower<V>::Vector, factor>(to, from, count);
-                    else
-                        gather_bits(to, from, 8 * factor * count, factor);
-                });
-}
-
-// The bytes that are full, and the rest of the row.
-template <class V, size_t factor>
-inline void reduce_bits_by(uint8_t *destination, const uint8_t *source, size_t pixels) {
-    const size_t bytes = pixels / factor / 8;
-    halve_to_bytes<V, factor>(destination, source, bytes);
-    gather_bits(destination + bytes, source + factor * bytes, pixels - 8 * factor * bytes, factor);
 }
 
 template <class V>
 void reduce_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
     switch (factor) {
+    case 1:
+        return gather_bits(destination, source, pixels, factor);
     case 2:
         return reduce_bits_by<V, 2>(destination, source, pixels);
     case 4:
         return reduce_bits_by<V, 4>(destination, source, pixels);
     case 8:
         return reduce_bits_by<V, 8>(destination, source, pixels);
+#ifdef __SSE4_1__
+    case 3:
+        return reduce_bits_by<V, 3>(destination, source, pixels);
+#endif
     }
-    gather_bits(destination, source, pixels, factor);
+    reduce_bits_apart<V>(destination, source, pixels, factor);
 }
 
 } // namespace

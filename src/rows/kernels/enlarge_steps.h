@@ -103,8 +103,12 @@ void enlarge_in_runs(uint8_t *destination, const uint8_t *source, size_t pixels,
 
 #ifndef __SSE4_1__
 
+template <class Pixel>
+inline constexpr size_t last_step = Pixel::bytes == 1 ? 8 : 4;
+
 template <class Pixel, size_t factor>
-inline constexpr bool has_enlarge_step = Pixel::bytes != 3 && factor != 3;
+inline constexpr bool has_enlarge_step = Pixel::bytes != 3 &&
+                                         (factor == 2 || factor == 4 || factor == 8);
 
 // Each pixel twice.
 template <size_t bytes>
@@ -133,12 +137,18 @@ struct EnlargeStep {
         } else {
             const EnlargeStep<V, Pixel, factor / 2> half;
             half.store(destination, twice.low);
-            half.store(destination + 2 * sizeof(V), twice.high);
+            half.store(destination + factor / 2 * sizeof(V), twice.high);
         }
     }
 };
 
 #else
+
+// Longer runs are stored as such.
+template <class Pixel>
+inline constexpr size_t last_step = Pixel::bytes == 1 ? 12
+                                    : Pixel::bytes == 2 ? 6
+                                                        : 4;
 
 template <class Pixel, size_t factor>
 inline constexpr bool has_enlarge_step = true;
@@ -226,24 +236,34 @@ inline void enlarge_by(uint8_t *destination, const uint8_t *source, size_t pixel
     if constexpr (has_enlarge_step<Pixel, factor>)
         convert_run(destination, source, pixels, EnlargeStep<V, Pixel, factor>{},
                     [=](uint8_t *to, const uint8_t *from, size_t count) {
-                        shorter(to, from, count, factor);
+                        if constexpr (lanes<V> == 1 && factor > 4)
+                            enlarge_in_runs<V, Pixel>(to, from, count, factor);
+                        else
+                            shorter(to, from, count, factor);
                     });
     else
         enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
 }
 
+// Whether the factor is this one, or one after it that has a step of its own.
+template <class V, class Pixel, size_t this_one>
+inline bool enlarge_by_one_of(uint8_t *destination, const uint8_t *source, size_t pixels,
+                              size_t factor, RowScaling *shorter) {
+    if constexpr (this_one <= last_step<Pixel>) {
+        if (factor != this_one)
+            return enlarge_by_one_of<V, Pixel, this_one + 1>(destination, source, pixels, factor,
+                                                             shorter);
+        enlarge_by<V, Pixel, this_one>(destination, source, pixels, shorter);
+        return true;
+    }
+    return false;
+}
+
 template <class V, class Pixel>
 void enlarge_pixels(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
                     RowScaling *shorter) {
-    switch (factor) {
-    case 2:
-        return enlarge_by<V, Pixel, 2>(destination, source, pixels, shorter);
-    case 3:
-        return enlarge_by<V, Pixel, 3>(destination, source, pixels, shorter);
-    case 4:
-        return enlarge_by<V, Pixel, 4>(destination, source, pixels, shorter);
-    }
-    enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
+    if (!enlarge_by_one_of<V, Pixel, 2>(destination, source, pixels, factor, shorter))
+        enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
 }
 
 } // namespace

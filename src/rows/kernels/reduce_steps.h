@@ -43,6 +43,9 @@ void reduce_in_moves(uint8_t *destination, const uint8_t *source, size_t groups,
 
 #ifdef __SSE4_1__
 
+template <class Pixel>
+inline constexpr size_t last_reduce_step = Pixel::bytes == 1 ? 8 : 4;
+
 template <class Pixel, size_t factor>
 inline constexpr bool has_reduce_step = true;
 
@@ -108,8 +111,14 @@ private:
 
 #else
 
+template <class Pixel>
+inline constexpr size_t last_reduce_step = Pixel::bytes == 1 ? 8 : 4;
+
 template <class Pixel, size_t factor>
-inline constexpr bool has_reduce_step = Pixel::bytes != 3 && (Pixel::bytes == 1 || factor != 3);
+inline constexpr bool has_reduce_step = factor == 3
+                                            ? Pixel::bytes == 1
+                                            : Pixel::bytes != 3 &&
+                                                  (factor == 2 || factor == 4 || factor == 8);
 
 // Every other unit of two vectors.
 template <size_t unit_bytes>
@@ -172,25 +181,28 @@ inline void reduce_by(uint8_t *destination, const uint8_t *source, size_t groups
         reduce_in_moves<Pixel>(destination, source, groups, factor);
 }
 
+// Whether the factor is this one, or one after it that has a step of its own.
+template <class V, class Pixel, size_t this_one>
+inline bool reduce_by_one_of(uint8_t *destination, const uint8_t *source, size_t groups,
+                             size_t factor, RowScaling *shorter) {
+    if constexpr (this_one <= last_reduce_step<Pixel>) {
+        if (factor != this_one)
+            return reduce_by_one_of<V, Pixel, this_one + 1>(destination, source, groups, factor,
+                                                            shorter);
+        reduce_by<V, Pixel, this_one>(destination, source, groups, shorter);
+        return true;
+    }
+    return false;
+}
+
 // Only swapped pixels may be read to the end of an incomplete group. Of others such a group's
 // pixel is moved by itself.
 template <class V, class Pixel>
 void reduce_pixels(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
                    RowScaling *shorter) {
     const size_t groups = pixels / factor;
-    switch (factor) {
-    case 2:
-        reduce_by<V, Pixel, 2>(destination, source, groups, shorter);
-        break;
-    case 3:
-        reduce_by<V, Pixel, 3>(destination, source, groups, shorter);
-        break;
-    case 4:
-        reduce_by<V, Pixel, 4>(destination, source, groups, shorter);
-        break;
-    default:
+    if (!reduce_by_one_of<V, Pixel, 2>(destination, source, groups, factor, shorter))
         reduce_in_moves<Pixel>(destination, source, groups, factor);
-    }
     if (groups_of(pixels, factor) != groups)
         reduce_in_moves<Pixel>(destination + Pixel::bytes * groups,
                                source + Pixel::bytes * factor * groups, 1, factor);

@@ -1,0 +1,241 @@
+// Enlarging and reducing rows of bits by factors that have a plan: pixels are bytes for a moment,
+// and a byte shuffle puts each where the plan says. Needs the byte shuffle.
+//
+// Private to the file that includes it, as vectors.h.
+#pragma once
+
+#include "rows/kernels/bit_scaling_plans.h"
+#include "simd/byte_table.h"
+#include "simd/operations.h"
+
+#include <cstring>
+
+namespace q32::rows {
+namespace {
+
+template <class V>
+inline V plan_bytes(const uint8_t (&bytes)[16]) {
+    return repeat_lane<V>(load_16(bytes));
+}
+
+// --- enlarging ----------------------------------------------------------------------------------
+
+// Each byte is the next one of its lane.
+inline V16 next_bytes(V16 v) {
+    return _mm_srli_si128(v, 1);
+}
+#ifdef __AVX2__
+inline V32 next_bytes(V32 v) {
+    return _mm256_srli_si256(v, 1);
+}
+#endif
+
+// 16 pixels as bytes that are all set or all clear, in every lane.
+template <class V>
+inline V pixels_as_bytes(const uint8_t *source) {
+    static constexpr LaneBytes places = lane_by([](int i) { return i / 8; });
+    static constexpr LaneBytes bits = lane_by([](int i) { return 0x80 >> i % 8; });
+    std::uint16_t two_bytes;
+    std::memcpy(&two_bytes, source, sizeof two_bytes);
+#ifdef __AVX2__
+    const V repeated = repeat_u16<V>(two_bytes);
+#else
+    const V repeated = _mm_cvtsi32_si128(two_bytes); // a shuffle less
+#endif
+    const V spread = shuffle_u8(repeated, as_vector<V>(places));
+    return equal_u8(spread & as_vector<V>(bits), as_vector<V>(bits));
+}
+
+template <class V, size_t pieces>
+class EnlargeByPlan {
+public:
+    explicit EnlargeByPlan(size_t factor)
+        : plan_(bit_enlarge_plans[factor]), last_(last_piece(factor, sizeof(V))) {}
+
+    // Two bytes of the source.
+    [[gnu::always_inline]] void make(uint8_t *destination, const uint8_t *source) const {
+        const V pixels = pixels_as_bytes<V>(source);
+        const V meeting = select_bits(plan_bytes<V>(plan_.meets), pixels, next_bytes(pixels));
+        for (size_t k = 0; k < pieces; ++k) {
+            const size_t at = k + 1 < pieces ? k * sizeof(V) : last_;
+            const V whole = shuffle_u8(pixels, load<V>(plan_.whole + at));
+            const V shared = shuffle_u8(meeting, load<V>(plan_.shared + at));
+            store(destination + at, whole | shared);
+        }
+    }
+
+private:
+    const BitEnlargePlan &plan_;
+    size_t last_;
+};
+
+// Whole bytes, two or more. The last step is moved back to end with the row.
+template <class V, size_t pieces>
+void enlarge_bytes_in_pieces(uint8_t *destination, const uint8_t *source, size_t bytes,
+                             size_t factor) {
+    const EnlargeByPlan<V, pieces> step(factor);
+    for (size_t left = bytes;; left -= 2, source += 2, destination += 2 * factor) {
+        if (left < 2) {
+            --source;
+            destination -= factor;
+        }
+        step.make(destination, source);
+        if (left <= 2)
+            return;
+    }
+}
+
+template <class V, size_t pieces>
+inline void enlarge_bits_in_pieces(uint8_t *destination, const uint8_t *source, size_t pixels,
+                                   size_t factor) {
+    const size_t bytes = pixels / 8 >= 2 ? pixels / 8 : 0;
+    if (bytes != 0)
+        enlarge_bytes_in_pieces<V, pieces>(destination, source, bytes, factor);
+    if (const size_t left = pixels - 8 * bytes; left != 0) {
+        uint8_t last[2] = {source[bytes]};
+        if (left > 8)
+            last[1] = source[bytes + 1];
+        last[left / 8] &= uint8_t(0xFF00u >> left % 8);
+        uint8_t row_end[pieces * sizeof(V)];
+        enlarge_bytes_in_pieces<V, pieces>(row_end, last, 2, factor);
+        std::memcpy(destination + factor * bytes, row_end, (left * factor + 7) / 8);
+    }
+}
+
+// --- reducing -----------------------------------------------------------------------------------
+
+// Of every lane two bytes of the destination, from a source of its own.
+template <class V>
+inline constexpr size_t reduced_bytes = 2 * lanes<V>;
+
+template <class V, size_t pieces>
+class ReduceByPlan {
+public:
+    explicit ReduceByPlan(size_t factor)
+        : plan_(bit_reduce_plans[factor]), distance_(2 * factor), last_(last_piece(factor, 16)),
+          first_places_(plan_bytes<V>(plan_.places[0])), bits_(plan_bytes<V>(plan_.bits)) {}
+
+    // Pixels, those of the first byte lowest.
+    [[gnu::always_inline]] auto make(const uint8_t *source) const {
+        V bytes = shuffle_u8(load_lanes<V>(source, distance_), first_places_);
+        for (size_t k = 1; k < pieces; ++k) {
+            const size_t at = k + 1 < pieces ? 16 * k : last_;
+            const V piece = load_lanes<V>(source + at, distance_);
+            bytes = bytes | shuffle_u8(piece, plan_bytes<V>(plan_.places[k]));
+        }
+        return pixels_of(bytes);
+    }
+    // The same where there is one piece and it is read so many bytes earlier.
+    [[gnu::always_inline]] auto make_from(const uint8_t *source, size_t earlier) const {
+        const V places = add_u8(first_places_, repeat_u8<V>(int(earlier)));
+        return pixels_of(shuffle_u8(load<V>(source - earlier), places));
+    }
+
+private:
+    auto pixels_of(V bytes) const { return top_bits(equal_u8(bytes & bits_, bits_)); }
+
+    const BitReducePlan &plan_;
+    size_t distance_; // of lanes
+    size_t last_;
+    V first_places_, bits_; // what every step needs
+};
+
+// Returns how many bytes are made of those of the source. With one piece a step reads 16 bytes of
+// each lane, of which it may not need all.
+template <class V, size_t pieces>
+inline size_t reduce_in_pieces(uint8_t *destination, const uint8_t *source, size_t bytes,
+                               size_t factor) {
+    const size_t distance = reduced_bytes<V> * factor;
+    const size_t reads = pieces == 1 ? distance - 2 * factor + 16 : distance;
+    if (bytes < reads)
+        return 0;
+    const ReduceByPlan<V, pieces> step(factor);
+    const uint8_t *const end = source + bytes - reads;
+    uint8_t *to = destination;
+    for (; source <= end; source += distance, to += reduced_bytes<V>) {
+        const auto pixels = step.make(source);
+        std::memcpy(to, &pixels, sizeof pixels);
+    }
+    return size_t(to - destination);
+}
+
+// Up to the end of a row, of which 16 bytes can be read at `last` and nowhere behind it.
+inline void reduce_row_end(uint8_t *destination, const uint8_t *source, size_t pixels,
+                           size_t factor, const uint8_t *last) {
+    const ReduceByPlan<V16, 1> step(factor);
+    for (; pixels > 15 * factor; destination += 2, source += 2 * factor) {
+        const auto made = step.make_from(source, source > last ? size_t(source - last) : 0);
+        std::memcpy(destination, &made, sizeof made);
+        if (pixels <= 16 * factor)
+            return;
+        pixels -= 16 * factor;
+    }
+    if (pixels == 0)
+        return;
+    const size_t left = (pixels + factor - 1) / factor;
+    const unsigned made = step.make_from(source, source > last ? size_t(source - last) : 0);
+    if (left <= 8) {
+        *destination = uint8_t(made & 0xFF00u >> left);
+    } else {
+        destination[0] = uint8_t(made);
+        destination[1] = uint8_t(made >> 8 & 0xFF00u >> (left - 8));
+    }
+}
+
+// By a factor of 8 at most.
+template <class V>
+inline void reduce_bits_in_one_piece(uint8_t *destination, const uint8_t *source, size_t pixels,
+                                     size_t factor) {
+    if (pixels == 0)
+        return;
+    if (pixels <= 15 * 8) {
+        uint8_t short_row[16] = {};
+        std::memcpy(short_row, source, (pixels + 7) / 8);
+        return reduce_row_end(destination, short_row, pixels, factor, short_row);
+    }
+    const size_t made = reduce_in_pieces<V, 1>(destination, source, pixels / 8, factor);
+    reduce_row_end(destination + made, source + factor * made, pixels - 8 * factor * made, factor,
+                   source + (pixels + 7) / 8 - 16);
+}
+
+// Returns the bytes that are made.
+template <class V, size_t pieces>
+inline size_t reduce_bits_in_pieces(uint8_t *destination, const uint8_t *source, size_t bytes,
+                                    size_t factor) {
+    size_t made = reduce_in_pieces<V, pieces>(destination, source, bytes, factor);
+    if constexpr (sizeof(V) > sizeof(V16))
+        made += reduce_in_pieces<V16, pieces>(destination + made, source + factor * made,
+                                              bytes - factor * made, factor);
+    return made;
+}
+
+// --- factors ------------------------------------------------------------------------------------
+
+// Calls what there is for the number of pieces, which is constant in it.
+template <size_t piece, size_t pieces, class Call>
+inline auto with_pieces(size_t factor, Call call) {
+    if constexpr (pieces < pieces_of(largest_planned_factor, piece))
+        if (pieces != pieces_of(factor, piece))
+            return with_pieces<piece, pieces + 1>(factor, call);
+    return call.template operator()<pieces>();
+}
+
+template <class V>
+void enlarge_bits_by_plan(uint8_t *destination, const uint8_t *source, size_t pixels,
+                          size_t factor) {
+    with_pieces<sizeof(V), 2>(factor, [=]<size_t pieces>() {
+        enlarge_bits_in_pieces<V, pieces>(destination, source, pixels, factor);
+    });
+}
+
+// By a factor above 8.
+template <class V>
+size_t reduce_bits_by_plan(uint8_t *destination, const uint8_t *source, size_t bytes,
+                           size_t factor) {
+    return with_pieces<16, 2>(factor, [=]<size_t pieces>() {
+        return reduce_bits_in_pieces<V, pieces>(destination, source, bytes, factor);
+    });
+}
+
+} // namespace
+} // namespace q32::rows
