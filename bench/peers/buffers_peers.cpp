@@ -118,22 +118,22 @@ void print(const Figures &figures) {
         std::printf("%9.3f %7.2f x", figures.nanoseconds, figures.ratio);
 }
 
-void tell(const std::string &job, int side, const std::string &name, const Figures &figures) {
+void tell(const std::string &job, int side, const Figures &figures) {
     const std::string place = job + " " + std::to_string(side) + " x " + std::to_string(side);
     const auto pixels = std::size_t(side) * std::size_t(side);
-    tell_times({place, pixels, Kind::peer, name, "another process", {figures.nanoseconds}});
+    tell_times(
+        {place, pixels, Kind::peer, "GEGL buffer", "another process", {figures.nanoseconds}});
 }
 
 template <class Peer, class Plain>
 void print_job(const char *file, const char *job, int side, Peer peer, Plain plain) {
     std::printf("%-6s%3d x %-6d", job, side, side);
     print(figures_of(file, job, side));
-    const Figures of_peer = measure(side, peer), of_plain_rows = measure(side, plain);
+    const Figures of_peer = measure(side, peer);
     print(of_peer);
-    print(of_plain_rows);
+    print(measure(side, plain));
     std::printf("\n");
-    tell(job, side, "GEGL buffer", of_peer);
-    tell(job, side, "rows of a plain image", of_plain_rows);
+    tell(job, side, of_peer);
 }
 
 } // namespace
