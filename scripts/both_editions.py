@@ -133,12 +133,15 @@ def run(edition, name, arguments):
 def figures_of(name, rounds):
     """Lines of the file of figures, of rows that every round of an edition has."""
     for edition in EDITIONS:
+        texts = collections.defaultdict(set)  # above the rows of these words
+        for text, words, _ in rounds[edition][0]:
+            texts[words].add(text)
         for key in rounds[edition][0]:
             rows = [run_rows.get(key) for run_rows in rounds[edition]]
             if not key[1] or None in rows:
                 continue
             text, words, before = key
-            words += f" [{text}]" * bool(text) + f" #{before + 1}" * bool(before)
+            words += f" [{text}]" * (len(texts[words]) > 1) + f" #{before + 1}" * bool(before)
             job = Job(f"{name}_bench", words, 0)
             unit = rows[0].unit
             yield time_line(job, Times("ours", edition, "", unit, [row.time for row in rows]))

@@ -284,7 +284,8 @@ std::vector<std::uint8_t> make_image(std::size_t bytes, int stride) {
         waves[x] = std::sin(static_cast<double>(x) * 0.004) * 60;
     unsigned state = 20240517;
     for (std::size_t row = 0; row < bytes; row += waves.size()) {
-        const double wave = std::sin(static_cast<double>(row / waves.size()) * 0.017) * 50;
+        const std::size_t y = row / waves.size();
+        const double wave = std::sin(static_cast<double>(y) * 0.017) * 50;
         for (std::size_t x = 0; x < std::min(waves.size(), bytes - row); ++x) {
             state = state * 1664525u + 1013904223u;
             image[row + x] = static_cast<std::uint8_t>(128 + static_cast<int>(waves[x] + wave) +

@@ -129,13 +129,15 @@ class UnderWine(unittest.TestCase):
     def test_lines_of_both_editions(self):
         rounds = {"win32": [rows_of("title\nfill 1.500 ns/pixel 3.00 x memcpy\ncall 5.000 ns\ncall 8.000 ns\n"),
                             rows_of("title\nfill 1.600 ns/pixel 2.00 x memcpy\ncall 6.000 ns\ncall 9.000 ns\n")],
-                  "win64": [rows_of("title\nfill 1.400 ns/pixel 2.80 x memcpy\n"),
-                            rows_of("title\n")]}  # fmt: skip
+                  "win64": [rows_of("small\nfill 1.400 ns/pixel\nlarge\nfill 2.800 ns/pixel\ncall 1.000 ns\n"),
+                            rows_of("small\nfill 1.500 ns/pixel\nlarge\nfill 2.900 ns/pixel\n")]}  # fmt: skip
         self.assertEqual("".join(figures_of("rows", rounds)),
-                         "time\trows_bench\tfill [title]\t0\tours\twin32\t\tns/pixel\t1.5 1.6\n"
-                         "time\trows_bench\tfill [title]\t0\tmemcpy\tmemcpy, win32\t\tns/pixel\t0.5 0.8\n"
-                         "time\trows_bench\tcall [title]\t0\tours\twin32\t\tns\t5 6\n"
-                         "time\trows_bench\tcall [title] #2\t0\tours\twin32\t\tns\t8 9\n")  # fmt: skip
+                         "time\trows_bench\tfill\t0\tours\twin32\t\tns/pixel\t1.5 1.6\n"
+                         "time\trows_bench\tfill\t0\tmemcpy\tmemcpy, win32\t\tns/pixel\t0.5 0.8\n"
+                         "time\trows_bench\tcall\t0\tours\twin32\t\tns\t5 6\n"
+                         "time\trows_bench\tcall #2\t0\tours\twin32\t\tns\t8 9\n"
+                         "time\trows_bench\tfill [small]\t0\tours\twin64\t\tns/pixel\t1.4 1.5\n"
+                         "time\trows_bench\tfill [large]\t0\tours\twin64\t\tns/pixel\t2.8 2.9\n")  # fmt: skip
 
 
 class Table(unittest.TestCase):
