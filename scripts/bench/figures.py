@@ -25,7 +25,8 @@ class Figures:
     def __init__(self):
         self.machine, self.versions = {}, {}
         self.date = self.commit = self.level = ""
-        self.changed, self.others = False, 0.0
+        self.changed = False
+        self.others = None  # where a run did not come to its end
         self.jobs = {}  # {Job: [Times]}, in the order of the file
 
     def add(self, job, times):

@@ -21,8 +21,8 @@ measured last; nobody enters a figure by hand.
 """
 
 HOW_TO_READ = """\
-Times are nanoseconds for each pixel: medians of samples that were taken turn by turn in three passes, of
-processor time, on one core. Kernels are measured in 64 bits on the build machine, where the other
+Times are nanoseconds for each pixel: medians of samples that were taken turn by turn, in passes over all
+programs, of processor time, on one core. Kernels are measured in 64 bits on the build machine, where the other
 libraries are; *calls of the DLL* and *buffers* are those of the 32-bit DLL under Wine, without the calls
 that raise the thread's priority. A ratio below 1 says that ours is faster; it is the median of the ratios
 of all rounds. *Limit* is what `memcpy` takes for the same traffic, half of the bytes read and written, in
@@ -82,7 +82,9 @@ def told_of_run(figures):
     machine = figures.machine | {"cores": figures.machine.get("cores", "?") + " cores"}
     machine = ", ".join(machine[name] for name in names if name in machine)
     text = (f"{date.day} {date:%B %Y}, commit `{figures.commit[:10]}`{changed}, on: {machine}.")
-    if figures.others > BUSY:
+    if figures.others is None:
+        text += " **The run did not come to its end: these figures are provisional.**"
+    elif figures.others > BUSY:
         text += (f" **Other work took {figures.others:.1f} of its processors meanwhile: these figures are "
                  "provisional.**")  # fmt: skip
     return text

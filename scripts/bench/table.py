@@ -92,9 +92,7 @@ def table(figures, works=WORKS):
     yield "Nanoseconds for each pixel, medians of samples taken turn by turn; kernels in 64 bits, calls of the"
     yield "DLL in 32. limit: memcpy of the same traffic, or what is in brackets. spread: of the middle half of"
     yield "the ratios, or of the times where there is no peer. * bytes differ from ours; + another process."
-    if figures.others > BUSY:
-        yield (f"Other work took {figures.others:.1f} of the processors meanwhile: what is near 1 or spread "
-               "says little.")  # fmt: skip
+    yield from remark(figures)
     group, lines = None, lines_of(figures, works)
     for line in lines:
         if line.work.group != group:
@@ -105,6 +103,15 @@ def table(figures, works=WORKS):
         yield row(line)
     yield ""
     yield from summary(lines, best)
+
+
+def remark(figures):
+    """What makes a run one not to rely on."""
+    if figures.others is None:
+        yield "The run did not come to its end: some rows may have fewer samples."
+    elif figures.others > BUSY:
+        yield (f"Other work took {figures.others:.1f} of the processors meanwhile: what is near 1 or spread "
+               "says little.")  # fmt: skip
 
 
 def row(line):

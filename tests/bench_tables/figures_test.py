@@ -158,6 +158,13 @@ class Table(unittest.TestCase):
         self.assertEqual((line.avx2, line.avx2_ratio, line.best, line.best_ratio), (None, None, 2.1, 0.5))
         self.assertIn("SSE4.1: 1 rows", "\n".join(table.table(read, ROWS)))
 
+    def test_remarks_on_the_run(self):
+        read = figures.read(HEAD)
+        self.assertEqual(list(table.remark(read)),
+                         ["The run did not come to its end: some rows may have fewer samples."])  # fmt: skip
+        read.others = 0.1
+        self.assertEqual(list(table.remark(read)), [])
+
     def test_ratios_are_of_rounds(self):
         read = file_of(("ours", "avx2", [1.0, 10.0, 2.0]), ("peer", "OpenCV", [2.0, 20.0, 5.0]))
         (line,) = table.lines_of(read, [Work("", "", "cache", "rows_peers", "work", 7)])
@@ -241,6 +248,8 @@ class Page(unittest.TestCase):
 
     def test_text(self):
         read = figures.read(HEAD + OTHERS)
+        read.others = None
+        self.assertIn("The run did not come to its end: these figures are provisional.", page.told_of_run(read))
         read.others = 0.1
         self.assertEqual(page.told_of_run(read), "3 November 2026, commit `aaaaaaaaaa`, on: A Processor, 2 cores, "
                                                  "L1 48K, L2 2048K.")  # fmt: skip
