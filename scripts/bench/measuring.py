@@ -74,15 +74,20 @@ class Neighbours:
 
 
 def run(*words, **environment):
-    """What a program prints. Wine's own remarks are no concern of a table."""
-    done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False,
-                          timeout=LONGEST_RUN, env=os.environ | environment)  # fmt: skip
-    told = [line for line in done.stderr.splitlines() if not line.startswith("wine: ")]
-    if told:
-        print("\n".join(told), file=sys.stderr)
+    """What a program prints. Wine's own remarks are no concern of a table. Files and no pipes: a desktop
+    that Wine starts meanwhile has the program's output open for as long as it lives."""
+    with tempfile.TemporaryFile("w+") as output, tempfile.TemporaryFile("w+") as errors:
+        done = subprocess.run([str(word) for word in words], stdout=output, stderr=errors, check=False,
+                              timeout=LONGEST_RUN, env=os.environ | environment)  # fmt: skip
+        output.seek(0)
+        errors.seek(0)
+        told = [line for line in errors.read().splitlines() if not line.startswith("wine: ")]
+        if told:
+            print("\n".join(told), file=sys.stderr)
+        printed = output.read()
     if done.returncode != 0:
-        raise Failed(f"{words[0]} ended with {done.returncode}\n{done.stdout}")
-    return done.stdout
+        raise Failed(f"{words[0]} ended with {done.returncode}\n{printed}")
+    return printed
 
 
 # --- peers ----------------------------------------------------------------------------------------
