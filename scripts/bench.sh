@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Prints the benchmarks: kernels and exports of both editions under Wine, then kernels beside peers:
+# Prints all benchmarks: kernels and exports of both editions under Wine, then kernels beside peers. What
+# is measured also goes to a file of figures (Q32BASE_BENCH_FILE; scripts/bench.py full makes one):
 #     bench.sh [short]    the short form has the kernels beside their peers, with fewer samples
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -4,7 +4,8 @@
 Runs build/win32/bin/NAME_bench.exe and that of win64 in turns, three times each, a sixth of their time
 at a time, so that both meet whatever else the machine does. Each figure is the median of its rounds,
 64/32 that of their ratios; a row whose ratio is beyond 1.10 in every round is marked.
-{edition} in an argument becomes win32 or win64.
+{edition} in an argument becomes win32 or win64. Where there is a file of figures (Q32BASE_BENCH_FILE),
+it gets all rounds.
 """
 
 import collections
@@ -14,6 +15,9 @@ import re
 import statistics
 import subprocess
 import sys
+
+sys.dont_write_bytecode = True
+from bench.figures import Job, Times, append, time_line  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 EDITIONS = ("win32", "win64")
@@ -126,12 +130,35 @@ def run(edition, name, arguments):
     return rows_of(done.stdout)
 
 
+def figures_of(name, rounds):
+    """Lines of the file of figures, of rows that every round of an edition has."""
+    for edition in EDITIONS:
+        texts = collections.defaultdict(set)  # above the rows of these words
+        for text, words, _ in rounds[edition][0]:
+            texts[words].add(text)
+        for key in rounds[edition][0]:
+            rows = [run_rows.get(key) for run_rows in rounds[edition]]
+            if not key[1] or None in rows:
+                continue
+            text, words, before = key
+            words += f" [{text}]" * (len(texts[words]) > 1) + f" #{before + 1}" * bool(before)
+            job = Job(f"{name}_bench", words, 0)
+            unit = rows[0].unit
+            yield time_line(job, Times("ours", edition, "", unit, [row.time for row in rows]))
+            if all(row.ratio for row in rows):
+                references = [row.time / row.ratio for row in rows]
+                of_edition = f"{rows[0].reference}, {edition}"
+                yield time_line(job, Times("memcpy", of_edition, "", unit, references))
+
+
 def main(name, *arguments):
     rounds = {edition: [] for edition in EDITIONS}
     for _ in range(ROUNDS):
         for edition in EDITIONS:
             rounds[edition].append(run(edition, name, arguments))
     print(*table(name, rounds), sep="\n", flush=True)
+    if file := os.environ.get("Q32BASE_BENCH_FILE"):
+        append(file, figures_of(name, rounds))
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 // Merging as the DLL exports it: images in plain memory and in buffers, beside memcpy of the same
 // traffic, and buffers beside plain memory.
+//     merge_exports_bench [width]    only pictures of that width
 #include "bench/buffers/printing.h"
 #include "bench/buffers/priority_calls.h"
 #include "bench/timing.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -167,12 +169,15 @@ void measure_buffers(Scene &scene) {
 
 } // namespace
 
-int main() {
+int main(int argc, char **argv) {
+    const int only_width = argc > 1 ? std::atoi(argv[1]) : 0;
     std::printf("Merging through a mask of 8 bits, 24 bits per pixel, without the calls that raise "
                 "the thread's\npriority; the least of many samples taken in turns\n\n");
     const NoPriorityCalls without("Q32BASE.DLL");
     require(without.complete(), "taking out the priority calls");
     for (const auto &[width, height] : {std::pair{512, 512}, std::pair{4000, 3000}}) {
+        if (only_width != 0 && width != only_width)
+            continue;
         Scene scene{width, height};
         measure_memory(scene);
         measure_overlap(scene);

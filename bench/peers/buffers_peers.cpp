@@ -1,8 +1,9 @@
 // Rectangles at random places of a large image: a tile buffer of another library and rows of a
 // plain image on this machine, and beside them what rectangles_bench has found for the DLL. Each
 // side is set against memcpy of its own run.
-//     buffers_peers FILE    the file that rectangles_bench has written
+//     buffers_peers [FILE]    the file that rectangles_bench has written
 #include "bench/buffers/places.h"
+#include "bench/peers/figures.h"
 #include "bench/timing.h"
 
 #include <gegl.h>
@@ -34,7 +35,7 @@ struct Figures {
 // "read 200 0.312 1.10": negative figures when the file has no such line.
 Figures figures_of(const char *path, const char *job, int side) {
     Figures found{-1, -1};
-    std::FILE *const file = std::fopen(path, "r");
+    std::FILE *const file = path != nullptr ? std::fopen(path, "r") : nullptr;
     if (file == nullptr)
         return found;
     char name[16];
@@ -117,23 +118,32 @@ void print(const Figures &figures) {
         std::printf("%9.3f %7.2f x", figures.nanoseconds, figures.ratio);
 }
 
+void tell(const std::string &job, int side, const Figures &figures) {
+    const std::string place = job + " " + std::to_string(side) + " x " + std::to_string(side);
+    const auto pixels = std::size_t(side) * std::size_t(side);
+    tell_times(
+        {place, pixels, Kind::peer, "GEGL buffer", "another process", {figures.nanoseconds}});
+}
+
 template <class Peer, class Plain>
 void print_job(const char *file, const char *job, int side, Peer peer, Plain plain) {
     std::printf("%-6s%3d x %-6d", job, side, side);
     print(figures_of(file, job, side));
-    print(measure(side, peer));
+    const Figures of_peer = measure(side, peer);
+    print(of_peer);
     print(measure(side, plain));
     std::printf("\n");
+    tell(job, side, of_peer);
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: buffers_peers FILE\n");
-        return 2;
-    }
+    const char *const file = argc > 1 ? argv[1] : nullptr;
     gegl_init(nullptr, nullptr);
+    tell_version("GEGL", std::to_string(GEGL_MAJOR_VERSION) + "." +
+                             std::to_string(GEGL_MINOR_VERSION) + "." +
+                             std::to_string(GEGL_MICRO_VERSION));
     {
         std::printf("%d x %d, 24 bits: nanoseconds for each pixel, and times memcpy of as many "
                     "bytes\n\n%-18s%18s%18s%18s\n",
@@ -141,11 +151,11 @@ int main(int argc, char **argv) {
         const TileBuffer tiles;
         for (const int side : {200, 16}) {
             print_job(
-                argv[1], "read", side,
+                file, "read", side,
                 [&](Place at, int size, std::uint8_t *memory) { tiles.read(at, size, memory); },
                 read_plain);
             print_job(
-                argv[1], "write", side,
+                file, "write", side,
                 [&](Place at, int size, std::uint8_t *memory) { tiles.write(at, size, memory); },
                 write_plain);
         }

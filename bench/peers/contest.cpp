@@ -8,6 +8,7 @@
 #include <cstring>
 #include <ctime>
 #include <limits>
+#include <string_view>
 
 namespace q32::bench {
 namespace {
@@ -42,13 +43,42 @@ int repeats_for_a_sample(const std::function<void()> &run) {
 struct Runner {
     const std::function<void()> *run;
     int repeats;
-    double best;
+    std::vector<double> samples; // nanoseconds for each pixel
+
+    double best() const { return *std::min_element(samples.begin(), samples.end()); }
 };
 
-void measure(std::vector<Runner> &runners) {
+void measure(std::vector<Runner> &runners, std::size_t pixels) {
+    const double scale = 1e9 / static_cast<double>(pixels);
     for (int left = rounds(); left > 0; --left)
         for (Runner &runner : runners)
-            runner.best = std::min(runner.best, sample(*runner.run, runner.repeats));
+            runner.samples.push_back(sample(*runner.run, runner.repeats) * scale);
+}
+
+bool is_wanted(const Job &job) {
+    const char *const wanted = std::getenv("Q32BASE_BENCH_JOBS");
+    if (wanted == nullptr)
+        return true;
+    const std::string job_itself = job.name + "@" + std::to_string(job.pixels);
+    for (std::string_view left = wanted; !left.empty();) {
+        const std::string_view entry = left.substr(0, left.find(';'));
+        if (entry == job_itself)
+            return true;
+        left.remove_prefix(std::min(entry.size() + 1, left.size()));
+    }
+    return false;
+}
+
+// The place of the first form that is measured.
+std::size_t first_form(const Job &job) {
+    const char *const least = std::getenv("Q32BASE_BENCH_LEAST");
+    const auto *const named =
+        std::find(level_names.begin(), level_names.end(), std::string_view(least ? least : ""));
+    auto place =
+        static_cast<std::size_t>(named != level_names.end() ? named - level_names.begin() : 0);
+    while (place > 0 && !job.ours[place])
+        --place;
+    return place;
 }
 
 std::vector<std::uint8_t> result_of(const std::function<void()> &run, const Job &job, Memory memory,
@@ -70,6 +100,7 @@ void print_time(double nanoseconds) {
 } // namespace
 
 void print_heading() {
+    tell_level(instruction_set_name(best_instruction_set(nullptr)));
     std::printf(
         "Nanoseconds of processor time for each pixel, the least of %d samples taken turn by "
         "turn.\nBlank: that instruction set has no form of its own. * bytes differ from "
@@ -82,6 +113,8 @@ void print_heading() {
 }
 
 void hold(const Job &job, Memory memory) {
+    if (!is_wanted(job))
+        return;
     const std::vector<std::uint8_t> source(memory.source.begin(), memory.source.end());
     const auto expected = result_of(job.ours[0], job, memory, source);
 
@@ -90,23 +123,27 @@ void hold(const Job &job, Memory memory) {
     };
     std::vector<Runner> runners;
     const auto enter = [&](const std::function<void()> &run) {
-        runners.push_back({&run, repeats_for_a_sample(run), never});
+        runners.push_back({&run, repeats_for_a_sample(run), {}});
     };
     enter(copy);
-    for (const auto &run : job.ours)
-        if (run)
-            enter(run);
+    for (std::size_t form = first_form(job); form < job.ours.size(); ++form)
+        if (job.ours[form])
+            enter(job.ours[form]);
     for (const Contender &peer : job.peers)
         enter(peer.run);
-    measure(runners);
+    measure(runners, job.pixels);
 
-    const double scale = 1e9 / static_cast<double>(job.pixels);
     auto next = runners.begin();
+    const auto tell = [&](Kind kind, const std::string &name, const char *note) {
+        tell_times({job.name, job.pixels, kind, name, note, next->samples});
+        return next++->best();
+    };
     std::printf("%-18s%11zu", job.name.c_str(), job.pixels);
-    print_time(next++->best * scale);
+    print_time(tell(Kind::memcpy, "memcpy", ""));
     double best_of_ours = never;
-    for (const auto &run : job.ours) {
-        const double time = run ? next++->best * scale : never;
+    for (std::size_t form = 0; form < job.ours.size(); ++form) {
+        const bool is_measured = form >= first_form(job) && job.ours[form];
+        const double time = is_measured ? tell(Kind::ours, level_names[form], "") : never;
         best_of_ours = std::min(best_of_ours, time);
         print_time(time);
     }
@@ -114,18 +151,20 @@ void hold(const Job &job, Memory memory) {
     double best_of_peers = never;
     std::string best_peer;
     for (const Contender &peer : job.peers) {
-        const double time = next++->best * scale;
+        const bool same = result_of(peer.run, job, memory, source) == expected;
+        const double time = tell(Kind::peer, peer.name, same ? "" : "other bytes");
         if (time < best_of_peers) {
             best_of_peers = time;
-            best_peer =
-                peer.name + (result_of(peer.run, job, memory, source) == expected ? "" : " *");
+            best_peer = peer.name + (same ? "" : " *");
         }
     }
-    for (const auto &[name, time] : job.measured_elsewhere)
+    for (const auto &[name, time] : job.measured_elsewhere) {
+        tell_times({job.name, job.pixels, Kind::peer, name, "another process", {time}});
         if (time < best_of_peers) {
             best_of_peers = time;
             best_peer = name + " +";
         }
+    }
     print_time(best_of_peers);
     std::printf("  %-26s%10.2f\n", best_peer.c_str(), best_of_ours / best_of_peers);
     std::fflush(stdout);

@@ -1,7 +1,12 @@
-// One job done by several contenders on the same pixels, turn by turn: measures processor time and
-// prints a line of a table. Knows nothing of the libraries that take part.
+// One job done by several contenders on the same pixels, turn by turn: measures processor time,
+// prints a line of a table, and tells all samples (figures.h). Knows nothing of the libraries that
+// take part. Whoever wants less than everything says so in the environment:
+//     Q32BASE_BENCH_ROUNDS   samples of each contender
+//     Q32BASE_BENCH_JOBS     "job@pixels;job@pixels": no others are held
+//     Q32BASE_BENCH_LEAST    an instruction set: of our forms, what it runs, and those above it
 #pragma once
 
+#include "bench/peers/figures.h"
 #include "library/process/cpu.h"
 
 #include <array>

@@ -262,6 +262,10 @@ void hold_all(const Table &t) {
 
 int main() {
     cv::setNumThreads(1);
+    bench::tell_version("OpenCV", CV_VERSION);
+    bench::tell_version("Qt", qVersion());
+    bench::tell_version("libswscale", AV_STRINGIFY(LIBSWSCALE_VERSION));
+    bench::tell_version("libyuv", std::to_string(LIBYUV_VERSION));
     bench::print_heading();
     for (Size size : sizes) {
         cv::Mat source(1, static_cast<int>(size.pixels() * max_pixel_bytes), CV_8UC1);

@@ -259,6 +259,9 @@ std::vector<std::uint8_t> random_bytes(std::size_t count) {
 
 int main() {
     cv::setNumThreads(1);
+    bench::tell_version("OpenCV", CV_VERSION);
+    bench::tell_version("libyuv", std::to_string(LIBYUV_VERSION));
+    bench::tell_version("pixman", pixman_version_string());
     bench::print_heading();
     for (const Size size : sizes) {
         std::vector<std::uint8_t> source = random_bytes(source_bytes * size.pixels());

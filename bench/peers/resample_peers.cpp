@@ -1,6 +1,6 @@
-// Resampling, and what libyuv, OpenCV and zimg offer for the same work: the same method with the
-// same taps on 8-bit samples, packed or in planes. When they reduce, peers that widen their kernels
-// do another job and are left out.
+// Resampling, and what libyuv, OpenCV, pixman and zimg offer for the same work: the same method
+// with the same taps on 8-bit samples, packed or in planes. When they reduce, peers that widen
+// their kernels do another job and are left out.
 #include "bench/peers/contest.h"
 #include "resample/kernels/positions.h"
 #include "resample/kernels/resample_kernels.h"
@@ -10,6 +10,7 @@
 #include <libyuv/scale_rgb.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
+#include <pixman.h>
 #include <zimg.h>
 
 #include <algorithm>
@@ -124,6 +125,10 @@ Contender libyuv_scale(const Table &t) {
                     libyuv::ScalePlane(t.source(), t.source_stride(), from.width, from.height,
                                        t.destination(), t.destination_stride(), to.width, to.height,
                                        filter);
+                else if (t.samples == 4)
+                    libyuv::ARGBScale(t.source(), t.source_stride(), from.width, from.height,
+                                      t.destination(), t.destination_stride(), to.width, to.height,
+                                      filter);
                 else
                     libyuv::RGBScale(t.source(), t.source_stride(), from.width, from.height,
                                      t.destination(), t.destination_stride(), to.width, to.height,
@@ -134,12 +139,39 @@ Contender libyuv_scale(const Table &t) {
 Contender opencv_resize(const Table &t) {
     constexpr int interpolations[] = {cv::INTER_NEAREST, cv::INTER_LINEAR, cv::INTER_CUBIC};
     const int interpolation = interpolations[static_cast<int>(t.method)];
-    const int type = t.samples == 1 ? CV_8UC1 : CV_8UC3;
+    const int type = CV_8UC(t.samples);
     return {"OpenCV", [=, &t] {
                 const Size from = t.scaling.source, to = t.scaling.destination;
                 const cv::Mat source(from.height, from.width, type, t.source());
                 cv::Mat destination(to.height, to.width, type, t.destination());
                 cv::resize(source, destination, destination.size(), 0, 0, interpolation);
+            }};
+}
+
+// Pixels of 32 bits, whose fourth byte is not looked at.
+Contender pixman_scale(const Table &t) {
+    const auto image = [](const Size &size, std::uint8_t *pixels, int stride) {
+        return std::shared_ptr<pixman_image_t>(
+            pixman_image_create_bits(PIXMAN_x8r8g8b8, size.width, size.height,
+                                     reinterpret_cast<std::uint32_t *>(pixels), stride),
+            pixman_image_unref);
+    };
+    const Size from = t.scaling.source, to = t.scaling.destination;
+    const auto source = image(from, t.source(), t.source_stride());
+    const auto destination = image(to, t.destination(), t.destination_stride());
+    const auto step = [](int source_side, int destination_side) {
+        return pixman_double_to_fixed(static_cast<double>(source_side) / destination_side);
+    };
+    pixman_transform_t scale;
+    pixman_transform_init_scale(&scale, step(from.width, to.width), step(from.height, to.height));
+    pixman_image_set_transform(source.get(), &scale);
+    pixman_image_set_repeat(source.get(), PIXMAN_REPEAT_PAD);
+    pixman_image_set_filter(
+        source.get(), t.method == Method::nearest ? PIXMAN_FILTER_NEAREST : PIXMAN_FILTER_BILINEAR,
+        nullptr, 0);
+    return {"pixman", [=] {
+                pixman_image_composite32(PIXMAN_OP_SRC, source.get(), nullptr, destination.get(), 0,
+                                         0, 0, 0, 0, 0, to.width, to.height);
             }};
 }
 
@@ -212,13 +244,16 @@ private:
 
 Contender zimg(const Table &t) {
     const auto planes = std::make_shared<ZimgPlanes>(t);
-    return {t.samples == 1 ? "zimg" : "zimg, three planes", [planes] { planes->run(); }};
+    const char *const names[] = {"zimg", "", "zimg, three planes", "zimg, four planes"};
+    return {names[t.samples - 1], [planes] { planes->run(); }};
 }
 
 std::vector<Contender> peers_of(const Table &t) {
     std::vector<Contender> peers{opencv_resize(t)};
     if (t.method != Method::bicubic)
         peers.push_back(libyuv_scale(t));
+    if (t.method != Method::bicubic && t.samples == 4)
+        peers.push_back(pixman_scale(t));
     if (t.method != Method::nearest && t.scaling.enlarges())
         peers.push_back(zimg(t));
     return peers;
@@ -228,7 +263,7 @@ void hold_all(const Table &t) {
     Plan plan(t);
     Job job{};
     job.name = std::string(method_names[static_cast<int>(t.method)]) + ", " +
-               (t.samples == 1 ? "8" : "24") + ", " + t.scaling.name;
+               std::to_string(8 * t.samples) + ", " + t.scaling.name;
     job.pixels = t.scaling.destination.pixels();
     job.bytes_written = job.pixels * static_cast<std::size_t>(t.samples);
     job.bytes_moved = static_cast<double>((job.pixels + t.scaling.source.pixels()) *
@@ -244,25 +279,39 @@ void hold_all(const Table &t) {
 // Soft shapes with a little grain.
 std::vector<std::uint8_t> make_image(std::size_t bytes, int stride) {
     std::vector<std::uint8_t> image(bytes);
+    std::vector<double> waves(static_cast<std::size_t>(stride));
+    for (std::size_t x = 0; x < waves.size(); ++x)
+        waves[x] = std::sin(static_cast<double>(x) * 0.004) * 60;
     unsigned state = 20240517;
-    for (std::size_t i = 0; i < bytes; ++i) {
-        state = state * 1664525u + 1013904223u;
-        const std::size_t row = i / static_cast<std::size_t>(stride);
-        const auto y = static_cast<double>(row);
-        const auto x = static_cast<double>(i - row * static_cast<std::size_t>(stride));
-        image[i] = static_cast<std::uint8_t>(
-            128 + static_cast<int>(std::sin(x * 0.004) * 60 + std::sin(y * 0.017) * 50) +
-            static_cast<int>(state >> 29));
+    for (std::size_t row = 0; row < bytes; row += waves.size()) {
+        const std::size_t y = row / waves.size();
+        const double wave = std::sin(static_cast<double>(y) * 0.017) * 50;
+        for (std::size_t x = 0; x < std::min(waves.size(), bytes - row); ++x) {
+            state = state * 1664525u + 1013904223u;
+            image[row + x] = static_cast<std::uint8_t>(128 + static_cast<int>(waves[x] + wave) +
+                                                       static_cast<int>(state >> 29));
+        }
     }
     return image;
+}
+
+std::string zimg_version() {
+    unsigned version[3];
+    zimg_get_version_info(&version[0], &version[1], &version[2]);
+    return std::to_string(version[0]) + "." + std::to_string(version[1]) + "." +
+           std::to_string(version[2]);
 }
 
 } // namespace
 
 int main() {
     cv::setNumThreads(1);
+    bench::tell_version("OpenCV", CV_VERSION);
+    bench::tell_version("libyuv", std::to_string(LIBYUV_VERSION));
+    bench::tell_version("pixman", pixman_version_string());
+    bench::tell_version("zimg", zimg_version());
     bench::print_heading();
-    for (const int samples : {3, 1})
+    for (const int samples : {3, 1, 4})
         for (const Method method : {Method::nearest, Method::bilinear, Method::bicubic})
             for (const Scaling &scaling : scalings) {
                 const std::size_t bytes =

@@ -3,6 +3,7 @@
 #include "bench/peers/contest.h"
 #include "rows/kernels/row_kernels.h"
 
+#include <gnu/libc-version.h>
 #include <libyuv.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -202,6 +203,10 @@ std::map<std::string, double> numpy_times(const char *path, std::size_t wanted_p
 
 int main(int argc, char **argv) {
     cv::setNumThreads(1);
+    bench::tell_version("OpenCV", CV_VERSION);
+    bench::tell_version("libyuv", std::to_string(LIBYUV_VERSION));
+    bench::tell_version("memset", std::string("of glibc ") + gnu_get_libc_version());
+    bench::tell_version("std::swap_ranges", "of GCC " __VERSION__);
     bench::print_heading();
     for (Size size : sizes) {
         cv::Mat source(1, static_cast<int>(size.pixels() * max_pixel_bytes), CV_8UC1);
