@@ -172,7 +172,7 @@ constexpr FamilyCall family_calls[] = {
          api.mem32Enlarge(p.to.data(), p.from.data(), p.count, 2, 1, 0);
          return 1;
      }},
-    {"blends", InstructionSet::avx2,
+    {"blends", InstructionSet::avx512,
      [](const frame::Api &api, Pixels &p) {
          return api.i32Merge(p.to.data(), p.to.data(), p.mask.data(), p.from.data(), 3, p.count,
                              MERGE_ADD, 0);
