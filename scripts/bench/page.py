@@ -7,7 +7,7 @@ import statistics
 
 from .drawing import bars, curves
 from .measuring import GROWTH
-from .table import BUSY, MARKS, NAMES, lines_of
+from .table import BUSY, MARKS, NAMES, lines_of, standings
 
 PAGE = "docs/performance.md"
 BARS = "speed.svg"
@@ -127,15 +127,8 @@ def table(lines, best):
 
 def standing(lines, best):
     """Where ours stands, in words."""
-    columns = {"AVX2": [(line.avx2_ratio, line) for line in lines],
-               best: [(line.best_ratio, line) for line in lines]}  # fmt: skip
-    for name, column in columns.items():
-        column = [(value, line) for value, line in column if value is not None]
-        if not column:
-            continue
-        behind = sorted((pair for pair in column if pair[0] > 1), key=lambda pair: -pair[0])
-        middle = statistics.median(value for value, _ in column)
-        words = f"At {name} ours takes {middle:.2f} of the best peer's time in the middle of {len(column)} rows, "
+    for name, count, middle, behind in standings(lines, best):
+        words = f"At {name} ours takes {middle:.2f} of the best peer's time in the middle of {count} rows, "
         words += "and no peer is ahead in any." if not behind else f"and a peer is ahead in {len(behind)}: "
         words += "; ".join(f"{line.work.title}{', memory' * (line.work.place == 'memory')} {value:.2f}"
                            for value, line in behind) + "." * bool(behind)  # fmt: skip

@@ -126,7 +126,9 @@ def row(line):
     return ("".join(words) + name).rstrip()
 
 
-def summary(lines, best):
+def standings(lines, best):
+    """Of each level that has a peer anywhere: its name, in how many rows, the ratio in the middle of
+    them, and (ratio, line) where a peer is ahead, the furthest first."""
     columns = {"AVX2": [(line.avx2_ratio, line) for line in lines],
                best: [(line.best_ratio, line) for line in lines]}  # fmt: skip
     for name, column in columns.items():
@@ -134,8 +136,12 @@ def summary(lines, best):
         if not column:
             continue
         behind = sorted((pair for pair in column if pair[0] > 1), key=lambda pair: -pair[0])
-        middle = statistics.median(value for value, _ in column)
-        yield (f"{name}: {len(column)} rows with a peer, {middle:.2f} of its time in the middle, "
+        yield name, len(column), statistics.median(value for value, _ in column), behind
+
+
+def summary(lines, best):
+    for name, count, middle, behind in standings(lines, best):
+        yield (f"{name}: {count} rows with a peer, {middle:.2f} of its time in the middle, "
                f"{len(behind)} where it is ahead")  # fmt: skip
         for value, line in behind:
             yield f"    {value:.2f}  {line.work.group.lower()}: {line.work.title}, {line.work.place}"
