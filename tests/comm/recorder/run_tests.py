@@ -14,7 +14,7 @@ def main(program, folder, emulator, scratch, *tests):
     RecorderCase.program, RecorderCase.bin, RecorderCase.emulator, ProgramCase.scratch = (
         pathlib.Path(path).resolve() for path in (program, folder, emulator, scratch)
     )
-    return run(pathlib.Path(__file__).parent, tests)
+    return run(pathlib.Path(__file__).parent, tests, RecorderCase.program)
 
 
 if __name__ == "__main__":
