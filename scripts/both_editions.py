@@ -13,17 +13,16 @@ import os
 import pathlib
 import re
 import statistics
-import subprocess
 import sys
 
 sys.dont_write_bytecode = True
+from bench import programs  # noqa: E402
 from bench.figures import Job, Times, append, time_line  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 EDITIONS = ("win32", "win64")
 ROUNDS = 3
 SLOWER = 1.10
-LONGEST_RUN = 600  # seconds; a program that crashed under Wine's debugger never ends
 
 # The two kinds of rows that benchmarks print, and the heading of the first: its last column but one
 # is the time, and the last one compares that with memcpy.
@@ -118,16 +117,12 @@ def summary(name, ratios, marked, alone):
 def run(edition, name, arguments):
     program = ROOT / "build" / edition / "bin" / f"{name}_bench.exe"
     arguments = [argument.replace("{edition}", edition) for argument in arguments]
-    done = subprocess.run(
-        [ROOT / "scripts" / "wine-run", program, *arguments], capture_output=True, text=True,
-        check=False, timeout=LONGEST_RUN, env=os.environ | {"Q32BASE_BENCH_PARTS": str(ROUNDS * len(EDITIONS))})
-    # Wine tells of descriptors that it cannot lock; that is no concern of a table.
-    told = [line for line in done.stderr.splitlines() if not line.startswith("wine: ")]
-    if told:
-        print("\n".join(told), file=sys.stderr)
-    if done.returncode != 0:
-        sys.exit(f"{name} of {edition} ended with {done.returncode}\n{done.stdout}")
-    return rows_of(done.stdout)
+    try:
+        printed = programs.run(
+            ROOT / "scripts" / "wine-run", program, *arguments, Q32BASE_BENCH_PARTS=str(ROUNDS * len(EDITIONS)))
+    except programs.Failed as failure:
+        sys.exit(str(failure))
+    return rows_of(printed)
 
 
 def figures_of(name, rounds):

@@ -15,21 +15,17 @@ from both_editions import rows_of
 from proof import results
 
 from . import figures
+from .programs import Failed, run
 from .works import WORKS
 
 PASSES = 3
 ROUNDS = 5  # samples of a contender in each pass
 PARTS = 6  # of the time that a program under Wine would take by itself, for each pass
-LONGEST_RUN = 600  # seconds
 PEERS = ["rows_peers", "merge_peers", "resample_peers", "display_peers"]
 # Programs under Wine, and what they are given.
 UNDER_WINE = {"rectangles_bench": [], "merge_exports_bench": ["512"], "separation_bench": [],
               "queues_bench": []}  # fmt: skip
 GROWTH = "growth_bench"
-
-
-class Failed(Exception):
-    pass
 
 
 def new_file(root, kind):
@@ -71,23 +67,6 @@ class Neighbours:
     def tell(self, path):
         taken = (self.busy_seconds() - self.busy) / max(time.monotonic() - self.wall, 1)
         figures.append(path, [f"others\t{max(taken, 0):.2f}\n"])
-
-
-def run(*words, **environment):
-    """What a program prints. Wine's own remarks are no concern of a table. Files and no pipes: a desktop
-    that Wine starts meanwhile has the program's output open for as long as it lives."""
-    with tempfile.TemporaryFile("w+") as output, tempfile.TemporaryFile("w+") as errors:
-        done = subprocess.run([str(word) for word in words], stdout=output, stderr=errors, check=False,
-                              timeout=LONGEST_RUN, env=os.environ | environment)  # fmt: skip
-        output.seek(0)
-        errors.seek(0)
-        told = [line for line in errors.read().splitlines() if not line.startswith("wine: ")]
-        if told:
-            print("\n".join(told), file=sys.stderr)
-        printed = output.read()
-    if done.returncode != 0:
-        raise Failed(f"{words[0]} ended with {done.returncode}\n{printed}")
-    return printed
 
 
 # --- peers ----------------------------------------------------------------------------------------
