@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 
 # The compile commands of the product and of the kernels, without building anything.
 mkdir -p build/log
-for preset in win32 native; do
+for preset in win32-debug native; do
     cmake --preset "$preset" >build/log/"$preset".log 2>&1 || { cat build/log/"$preset".log >&2; exit 1; }
 done
 
@@ -48,7 +48,7 @@ done < <(i686-w64-mingw32-g++-posix -E -x c++ - -v </dev/null 2>&1 |
 check "clang-format" clang-format --dry-run -Werror "${code[@]}"
 check "clang-tidy, natively" tidy build/native "${common_options[@]}" \
     < <(grep -E "$native" <<<"$units")
-check "clang-tidy, for Windows" tidy build/win32 "${common_options[@]}" \
+check "clang-tidy, for Windows" tidy build/win32-debug "${common_options[@]}" \
     "${cross_options[@]}" < <(grep -vE "$native" <<<"$units")
 # shellcheck disable=SC2086 # names without spaces
 check "clang-tidy, samples" clang-tidy --quiet "${common_options[@]}" "${cross_options[@]}" $samples -- \
