@@ -141,3 +141,12 @@ function(q32_kernel_sources target)
     set_source_files_properties(${file} PROPERTIES COMPILE_OPTIONS "${flags}")
   endforeach()
 endfunction()
+
+# q32_join_sources(TARGET): the files of a program are compiled eight at a time, which takes less than
+# half as long for all of them. Each still includes what it needs: the debug build compiles them apart.
+# Not for a library of which programs take a part: they would get its neighbours, and what those import.
+function(q32_join_sources target)
+  if(Q32BASE_JOIN_SOURCES)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+  endif()
+endfunction()

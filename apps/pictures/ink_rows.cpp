@@ -2,6 +2,7 @@
 #include "ink_rows.h"
 
 #include "byte_source.h"
+#include "jpeg_markers.h"
 
 #include <climits>
 #include <cstring>
@@ -18,7 +19,7 @@ namespace {
 // Whether the segments before the first scan say so: a frame of four channels, and Adobe's mark
 // with the number of no transform.
 bool is_plain_inks(const ReadAt &file) {
-    constexpr uint8_t adobe = 0xee, first_frame = 0xc0, last_frame = 0xc2, scan = 0xda;
+    using namespace jpeg_marker;
     constexpr size_t head_bytes = 16, transform_at = 15, channels_at = 9;
     bool marked = false, four = false;
     uint8_t head[head_bytes] = {};
@@ -30,7 +31,7 @@ bool is_plain_inks(const ReadAt &file) {
             break;
         if (marker == adobe && std::memcmp(head + 4, "Adobe", 5) == 0)
             marked = head[transform_at] == 0;
-        if (marker >= first_frame && marker <= last_frame)
+        if (marker >= baseline_frame && marker <= last_frame)
             four = head[channels_at] == 4;
         at += 2 + big_endian(head + 2, 2);
     }

@@ -3,6 +3,7 @@
 
 #include "bytes.h"
 #include "exif.h"
+#include "jpeg_markers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,9 +11,6 @@
 
 namespace apps {
 namespace {
-
-constexpr uint8_t app0 = 0xe0, app1 = 0xe1, app2 = 0xe2, comment = 0xfe, quantisation = 0xdb,
-                  baseline_frame = 0xc0, huffman = 0xc4, scan = 0xda;
 
 JpegChroma chroma_of(const OutputSettings &settings) {
     constexpr int full_from = 90;
@@ -96,12 +94,12 @@ void JpegEncoder::put_segment(uint8_t marker, std::span<const uint8_t> data) {
 }
 
 void JpegEncoder::put_facts(const PictureFacts &facts) {
-    put_segment(app0, jfif(facts.resolution));
+    put_segment(jpeg_marker::app0, jfif(facts.resolution));
     if (facts.orientation != 1) {
         Bytes exif;
         put(exif, std::string_view("Exif\0\0", 6));
         put(exif, exif_of_orientation(facts.orientation));
-        put_segment(app1, exif);
+        put_segment(jpeg_marker::app1, exif);
     }
     constexpr size_t most_bytes = 65519;
     const std::span<const uint8_t> profile = facts.colour_profile;
@@ -113,12 +111,12 @@ void JpegEncoder::put_facts(const PictureFacts &facts) {
         data.push_back(static_cast<uint8_t>(parts));
         const size_t begin = part * most_bytes;
         put(data, profile.subspan(begin, std::min(most_bytes, profile.size() - begin)));
-        put_segment(app2, data);
+        put_segment(jpeg_marker::app2, data);
     }
     if (!facts.comment.empty()) {
         Bytes text;
         put(text, facts.comment);
-        put_segment(comment, text);
+        put_segment(jpeg_marker::comment, text);
     }
 }
 
@@ -127,13 +125,13 @@ void JpegEncoder::put_tables() {
     for (size_t kind = 0; kind < kinds; ++kind) {
         Bytes steps = {static_cast<uint8_t>(kind)};
         put(steps, (kind == 0 ? brightness_ : colour_).steps());
-        put_segment(quantisation, steps);
+        put_segment(jpeg_marker::quantisation, steps);
         for (const bool is_detail : {false, true}) {
             const JpegCode &code = (is_detail ? jpeg_detail_codes : jpeg_mean_codes)[kind];
             Bytes table = {static_cast<uint8_t>((is_detail ? 0x10 : 0) | kind)};
             put(table, code.counts);
             put(table, code.symbols);
-            put_segment(huffman, table);
+            put_segment(jpeg_marker::huffman, table);
         }
     }
 }
@@ -154,8 +152,8 @@ void JpegEncoder::put_frame(const PictureToWrite &picture) {
         put(coded, Bytes{number, static_cast<uint8_t>(kind << 4 | kind)});
     }
     put(coded, Bytes{0, 63, 0}); // all coefficients at once
-    put_segment(baseline_frame, frame);
-    put_segment(scan, coded);
+    put_segment(jpeg_marker::baseline_frame, frame);
+    put_segment(jpeg_marker::scan, coded);
 }
 
 void JpegEncoder::split_row(const uint8_t *row) {

@@ -1,6 +1,7 @@
 // JPEG files: the segments before the first scan.
 #include "byte_source.h"
 #include "format_facts.h"
+#include "jpeg_markers.h"
 
 #include <algorithm>
 #include <array>
@@ -54,7 +55,7 @@ std::optional<PictureFacts::Resolution> jfif_resolution(std::span<const uint8_t>
 class Segments {
 public:
     void add(uint8_t marker, std::span<const uint8_t> data) {
-        constexpr uint8_t app0 = 0xe0, app1 = 0xe1, app2 = 0xe2, comment = 0xfe;
+        using namespace jpeg_marker;
         if (marker == app0 && begins(data, jfif_name) && !facts_.resolution)
             facts_.resolution = jfif_resolution(data);
         else if (marker == app1 && begins(data, exif_name) && exif_.empty())
@@ -79,8 +80,7 @@ private:
 } // namespace
 
 FileFacts jpeg_facts(const ReadAt &file) {
-    constexpr uint8_t first_app = 0xe0, last_app = 0xef, comment = 0xfe, scan = 0xda,
-                      end_of_image = 0xd9, first_alone = 0xd0, last_alone = 0xd8, filler = 0xff;
+    using namespace jpeg_marker;
     Segments segments;
     uint8_t head[4];
     for (uint64_t at = 2; file(at, head, sizeof head) == sizeof head && head[0] == 0xff;) {
@@ -96,7 +96,7 @@ FileFacts jpeg_facts(const ReadAt &file) {
         const uint32_t length = big_endian(head + 2, 2);
         if (marker == scan || marker == end_of_image || length < 2)
             break;
-        if ((marker >= first_app && marker <= last_app) || marker == comment)
+        if ((marker >= app0 && marker <= last_app) || marker == comment)
             segments.add(marker, read_bytes(file, at + sizeof head, length - 2));
         at += 2 + length;
     }

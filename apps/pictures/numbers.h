@@ -10,6 +10,10 @@
 
 namespace apps {
 
+inline bool is_digit(char character) {
+    return character >= '0' && character <= '9';
+}
+
 // A whole number that the type holds, nothing before or after it but the minus sign of a signed
 // one.
 template <typename Number = uint64_t>

@@ -12,7 +12,7 @@ constexpr struct {
     bool has_orientation;
     size_t most_profile_bytes;
     size_t most_comment_bytes;
-} formats[] = {
+} limits[] = {
     {"PNG", true, 1 << 30, 1 << 30},
     {"BMP", false, 0, 0},
     {"JPEG", true, 255 * 65519, 65533}, // 255 segments, and one segment
@@ -20,7 +20,7 @@ constexpr struct {
 };
 
 const auto &row_of(FileFormat format) {
-    return formats[static_cast<size_t>(format)];
+    return limits[static_cast<size_t>(format)];
 }
 
 bool holds_profile(FileFormat format, const PictureFacts &facts, RowFormat rows) {

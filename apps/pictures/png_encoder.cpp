@@ -3,6 +3,7 @@
 
 #include "bytes.h"
 #include "exif.h"
+#include "png_signature.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +13,6 @@
 namespace apps {
 namespace {
 
-constexpr uint8_t signature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
 constexpr size_t chunk_bytes = 1 << 18;
 
 size_t samples_of(RowFormat rows) {
@@ -61,7 +61,7 @@ PngEncoder::PngEncoder(ByteSink &sink, const PictureToWrite &picture)
       filters_(filtered_ ? line_.size() : 0, std::max<size_t>(samples_, 1)),
       deflater_(picture.settings.png_level, filtered_ ? Z_FILTERED : Z_DEFAULT_STRATEGY,
                 chunk_bytes, [this](std::span<const uint8_t> piece) { put_chunk("IDAT", piece); }) {
-    sink_.append(signature);
+    sink_.append(png_signature);
     put_header(picture);
     put_facts(picture.facts);
 }

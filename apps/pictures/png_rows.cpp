@@ -1,6 +1,9 @@
 // Chunks, and the filters of lines.
 #include "png_rows.h"
 
+#include "bytes.h"
+#include "png_signature.h"
+
 #include <zlib.h>
 
 #include <algorithm>
@@ -12,15 +15,10 @@
 namespace apps {
 namespace {
 
-constexpr uint8_t signature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
 constexpr uint32_t header_type = 0x49484452, palette_type = 0x504c5445, pixels_type = 0x49444154,
                    transparency_type = 0x74524e53;
 constexpr uint32_t ancillary = 0x20000000; // set in the types of chunks that may be passed over
 constexpr size_t most_piece_bytes = 65536;
-
-uint32_t big_endian(const uint8_t *bytes) {
-    return static_cast<uint32_t>(bytes[0] << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3]);
-}
 
 uint32_t checksum_with(uint32_t checksum, std::span<const uint8_t> bytes) {
     return static_cast<uint32_t>(crc32_z(checksum, bytes.data(), bytes.size()));
@@ -97,8 +95,8 @@ PngRows::PngRows(ReadAt file)
 bool PngRows::begin() {
     constexpr uint8_t bits_of_sample = 8, grey = 0, colours = 2, colours_and_opacity = 6;
     constexpr size_t header_bytes = 13;
-    uint8_t start[sizeof signature];
-    if (!read(start, sizeof start) || !std::equal(start, std::end(start), signature))
+    uint8_t start[sizeof png_signature];
+    if (!read(start, sizeof start) || !std::equal(start, std::end(start), png_signature))
         return false;
     if (!begin_chunk() || chunk_type_ != header_type || chunk_left_ != header_bytes)
         return false;

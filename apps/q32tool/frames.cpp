@@ -22,7 +22,7 @@
 namespace apps::q32tool {
 namespace {
 
-constexpr int band_rows = 64;
+constexpr int most_band_rows = 64;
 constexpr uint64_t band_bytes = 16 << 20; // or one row
 
 RowFormat rows_of(int bits) {
@@ -68,7 +68,8 @@ void put_row(uint8_t *bgr, Frame &frame, int y) {
 template <typename TakeRow>
 void each_row(PictureReader &reader, RowFormat format, const TakeRow &take_row) {
     const uint64_t row_bytes = row_bytes_of(format, reader.width());
-    const int rows = static_cast<int>(std::clamp<uint64_t>(band_bytes / row_bytes, 1, band_rows));
+    const int rows =
+        static_cast<int>(std::clamp<uint64_t>(band_bytes / row_bytes, 1, most_band_rows));
     std::vector<uint8_t> band = memory_for(reader.size(), row_bytes * static_cast<uint64_t>(rows));
     for (int first = 0; first < reader.height(); first += rows) {
         stop_if_cancelled();

@@ -5,16 +5,11 @@
 #include "apps/pictures/numbers.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace apps::q32tool {
 namespace {
 
 constexpr size_t most_digits = 18;
-
-bool is_digit(char character) {
-    return std::isdigit(static_cast<unsigned char>(character)) != 0;
-}
 
 // %d, %4d and %04d, from the percent sign on; none when it is something else.
 std::optional<NumberedName> percent_name(const std::string &path, size_t percent) {

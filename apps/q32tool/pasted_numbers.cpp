@@ -13,10 +13,6 @@ namespace {
 
 constexpr int least_message = 1000;
 
-bool is_digit(char character) {
-    return character >= '0' && character <= '9';
-}
-
 bool is_letter(char character) {
     return std::isalpha(static_cast<unsigned char>(character)) || character == '_';
 }

@@ -14,18 +14,18 @@ using namespace std::chrono_literals;
 
 constexpr size_t bar_width = 40;
 
-ShowProgress show_progress = ShowProgress::on_console;
+ShowProgress progress_is_shown = ShowProgress::on_console;
 size_t drawn_width = 0; // of the bar that stands on the error stream now
 
 } // namespace
 
 void set_progress(ShowProgress show) {
-    show_progress = show;
+    progress_is_shown = show;
 }
 
 bool shows_progress() {
-    return show_progress == ShowProgress::always ||
-           (show_progress == ShowProgress::on_console && error_stream_is_console());
+    return progress_is_shown == ShowProgress::always ||
+           (progress_is_shown == ShowProgress::on_console && error_stream_is_console());
 }
 
 void draw_progress(const std::string &line) {
@@ -37,7 +37,7 @@ void draw_progress(const std::string &line) {
 Progress::Progress(std::string_view what, int steps)
     : what_(what), steps_(steps), next_draw_(Clock::time_point::max()) {
     if (shows_progress())
-        next_draw_ = Clock::now() + (show_progress == ShowProgress::always ? 0ms : 500ms);
+        next_draw_ = Clock::now() + (progress_is_shown == ShowProgress::always ? 0ms : 500ms);
 }
 
 void clear_progress() {

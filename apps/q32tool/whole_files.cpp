@@ -15,7 +15,7 @@
 namespace apps::q32tool {
 namespace {
 
-constexpr size_t piece_bytes = 4 << 20;
+constexpr size_t file_piece_bytes = 4 << 20;
 
 std::vector<uint8_t> room_for(const std::string &path, uint64_t bytes) {
     try {
@@ -32,7 +32,7 @@ void write_bytes(const std::string &path, const std::wstring &native,
         throw creation_failure(path, GetLastError());
     for (size_t done = 0; done < bytes.size();) {
         stop_if_cancelled();
-        const DWORD wanted = static_cast<DWORD>(std::min(piece_bytes, bytes.size() - done));
+        const DWORD wanted = static_cast<DWORD>(std::min(file_piece_bytes, bytes.size() - done));
         DWORD written = 0;
         if (!WriteFile(file.get(), bytes.data() + done, wanted, &written, nullptr))
             throw writing_failure(path, GetLastError());
@@ -56,7 +56,7 @@ std::vector<uint8_t> read_file(const std::string &path) {
     std::vector<uint8_t> bytes = room_for(path, static_cast<uint64_t>(size.QuadPart));
     for (size_t done = 0; done < bytes.size();) {
         stop_if_cancelled();
-        const DWORD wanted = static_cast<DWORD>(std::min(piece_bytes, bytes.size() - done));
+        const DWORD wanted = static_cast<DWORD>(std::min(file_piece_bytes, bytes.size() - done));
         DWORD read = 0;
         if (!ReadFile(file.get(), bytes.data() + done, wanted, &read, nullptr))
             throw Failure(path, "the file cannot be read: " + system_words(GetLastError()));

@@ -27,6 +27,9 @@ using frame::Failure;
 using frame::file_exists;
 using frame::forget_reports;
 
+inline constexpr uint32_t ordinary_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
+                                              BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
+
 // --- reports ---------------------------------------------------------------------------------
 
 // Exactly these reports have been made since the last look, without a text and in the name of this

@@ -7,9 +7,6 @@ namespace {
 
 class BufferLineConversions : public BufferTest {};
 
-constexpr uint32_t ordinary_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
-                                       BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
-
 // --- conversions, as they are defined --------------------------------------------------------
 
 // A row's bytes, with zeros behind them for what the row does not have.

@@ -10,8 +10,6 @@ namespace {
 
 class BufferLines : public BufferTest {};
 
-constexpr uint32_t ordinary_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
-                                       BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
 constexpr Failure no_memory_given{3200, 0, 4, 6}, not_locked{5804, 1, 3, 3};
 
 // --- failures --------------------------------------------------------------------------------

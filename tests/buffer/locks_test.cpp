@@ -10,8 +10,6 @@ namespace {
 
 class BufferLocks : public BufferTest {};
 
-constexpr uint32_t ordinary_types[] = {BUF32_TILED, BUF32_LINEAR, BUF32_LINEAR_MEMORY,
-                                       BUF32_LINEAR_SHRINK, BUF32_TILED_FILE};
 constexpr Failure bad_cell{5804, 0, 3, 1}, cell_not_locked{5804, 0, 3, 2},
     not_locked{5804, 1, 3, 4};
 

@@ -198,19 +198,20 @@ TEST_F(Filter, WithoutATestMasksAreCopiedOrFilled) {
 
 TEST_F(Filter, AnEmptyListMatchesNothing) {
     const FailingCall allocations("GlobalAlloc");
-    const Table none(Ranges{});
+    const Table no_ranges(Ranges{});
     const Bytes start{0, 1, 128, 255};
     Block pixels(Bytes(16, 9));
     pixels.protect();
     for (int type : {I32_FILTER_GREY, I32_FILTER_RGB, I32_FILTER_RGBX}) {
         Block mask(start);
         EXPECT_SUCCESS(
-            api().i32ColorFilter(mask.data(), mask.data(), pixels.data(), type, 4, none, 0));
+            api().i32ColorFilter(mask.data(), mask.data(), pixels.data(), type, 4, no_ranges, 0));
         mask.expect(start);
         EXPECT_SUCCESS(
-            api().i32ColorFilter(mask.data(), mask.data(), pixels.data(), type, 4, none, 1));
+            api().i32ColorFilter(mask.data(), mask.data(), pixels.data(), type, 4, no_ranges, 1));
         mask.expect(Bytes(4));
-        EXPECT_SUCCESS(api().i32ColorFilter(mask.data(), nullptr, pixels.data(), type, 4, none, 0));
+        EXPECT_SUCCESS(
+            api().i32ColorFilter(mask.data(), nullptr, pixels.data(), type, 4, no_ranges, 0));
         mask.expect(Bytes(4, 255));
     }
     EXPECT_FALSE(allocations.happened());

@@ -164,8 +164,8 @@ TEST_F(ScreenSettings, GammaSwitchOffCorrectsNothing) {
 TEST_F(ScreenSettings, AreReadForEveryType) {
     write_gamma("90", "220", "100");
     const Gamma gamma{50, 122, 55};
-    const struct { int bits, type; } displays[] = {{8, 3}, {16, 5}, {24, 4}};
-    for (const auto &[bits, type] : displays) {
+    const struct { int bits, type; } screens[] = {{8, 3}, {16, 5}, {24, 4}};
+    for (const auto &[bits, type] : screens) {
         SCOPED_TRACE(bits);
         const PretendedDisplay display{bits, 1};
         PaletteWatch watch;

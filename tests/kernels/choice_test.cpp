@@ -7,14 +7,12 @@
 #include "resample/kernels/resample_kernels.h"
 #include "rows/kernels/row_kernels.h"
 #include "rows/kernels/scaling_kernels.h"
+#include "tests/kernels/levels.h"
 
 #include <gtest/gtest.h>
 
 namespace q32::test {
 namespace {
-
-constexpr InstructionSet all_sets[] = {InstructionSet::sse2, InstructionSet::sse41,
-                                       InstructionSet::avx2, InstructionSet::avx512};
 
 // The tables of a family for SSE2, SSE4.1, AVX2 and AVX-512.
 template <class Kernels>

@@ -1,15 +1,13 @@
 // Which instruction set follows from what processor and system say: every combination of what is
 // asked of them, so that no kernel ends the program on a machine that is unlike this one.
 #include "library/process/cpu.h"
+#include "tests/kernels/levels.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
 
 namespace q32::test {
 namespace {
-
-constexpr InstructionSet all_sets[] = {InstructionSet::sse2, InstructionSet::sse41,
-                                       InstructionSet::avx2, InstructionSet::avx512};
 
 // One thing that a processor or a system has, the word and bit that say so, and the first level
 // that needs it.

@@ -5,6 +5,7 @@
 #include "library/process/cpu.h"
 
 #include <algorithm>
+#include <iterator>
 #include <ostream>
 #include <string>
 #include <type_traits>
@@ -12,9 +13,11 @@
 
 namespace q32::test {
 
+inline constexpr InstructionSet all_sets[] = {InstructionSet::sse2, InstructionSet::sse41,
+                                              InstructionSet::avx2, InstructionSet::avx512};
+
 inline std::vector<InstructionSet> sets_of_this_machine() {
-    std::vector<InstructionSet> sets{InstructionSet::sse2, InstructionSet::sse41,
-                                     InstructionSet::avx2, InstructionSet::avx512};
+    std::vector<InstructionSet> sets(std::begin(all_sets), std::end(all_sets));
     std::erase_if(sets, [](InstructionSet set) { return set > best_instruction_set(nullptr); });
     return sets;
 }

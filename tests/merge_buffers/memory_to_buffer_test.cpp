@@ -39,7 +39,7 @@ protected:
     }
 };
 
-constexpr RECT all{0, 0, 30, 20};
+constexpr RECT whole{0, 0, 30, 20};
 
 TEST_F(MemoryToBuffer, WithSomethingLeft) {
     for (int bits : {1, 2, 4, 7, 8, 16, 24, 32, 64})
@@ -52,7 +52,7 @@ TEST_F(MemoryToBuffer, WithSomethingLeft) {
                                    {49, 39},
                                    {10, 10}})
             for (int mode : {1, 2, 0, 16})
-                expect(0, bits, {x, y, all, mode, mode * 100});
+                expect(0, bits, {x, y, whole, mode, mode * 100});
 }
 
 // At the edge nothing is left, but whole bytes are refused first.
@@ -72,9 +72,9 @@ TEST_F(MemoryToBuffer, AtTheEdge) {
                                {0, INT_MAX},
                                {INT_MAX, INT_MAX}}) {
         for (int bits : {1, 2, 4, 7})
-            expect(1, bits, {x, y, all});
+            expect(1, bits, {x, y, whole});
         for (int bits : {8, 16, 24, 32, 64})
-            expect(0, bits, {x, y, all});
+            expect(0, bits, {x, y, whole});
     }
 }
 
@@ -91,7 +91,7 @@ TEST_F(MemoryToBuffer, BeyondTheEdge) {
                                {INT_MIN, INT_MIN},
                                {INT_MAX, INT_MIN}})
         for (int bits : {1, 4, 8, 24, 64})
-            expect(1, bits, {x, y, all});
+            expect(1, bits, {x, y, whole});
 }
 
 TEST_F(MemoryToBuffer, RectanglesThatReachBeyondTheOverlay) {
@@ -130,9 +130,9 @@ TEST_F(MemoryToBuffer, OverlaysWithoutPixels) {
         Side destination(bits, 50, 40, random);
         for (int none : {0, -1, INT_MIN})
             for (int x : {0, -31}) {
-                EXPECT_SILENT_FAILURE(merge(destination, {x, 0, all}, none, 20));
-                EXPECT_SILENT_FAILURE(merge(destination, {x, 0, all}, 30, none));
-                EXPECT_SILENT_FAILURE(merge(destination, {x, 0, all}, none, none));
+                EXPECT_SILENT_FAILURE(merge(destination, {x, 0, whole}, none, 20));
+                EXPECT_SILENT_FAILURE(merge(destination, {x, 0, whole}, 30, none));
+                EXPECT_SILENT_FAILURE(merge(destination, {x, 0, whole}, none, none));
             }
     }
 }
@@ -142,9 +142,9 @@ TEST_F(MemoryToBuffer, NullArguments) {
     for (int bits : {1, 24}) {
         Side destination(bits, 50, 40, random);
         for (int x : {0, -31, 51}) {
-            EXPECT_SILENT_FAILURE(merge(0, {x, 0, all}));
+            EXPECT_SILENT_FAILURE(merge(0, {x, 0, whole}));
             EXPECT_SILENT_FAILURE(api().i32MergeRamToBuf(destination, x, 0, nobodys(32), nullptr,
-                                                         &all, 30, 20, MERGE_NORMAL, 0));
+                                                         &whole, 30, 20, MERGE_NORMAL, 0));
             EXPECT_SILENT_FAILURE(api().i32MergeRamToBuf(
                 destination, x, 0, nobodys(32), nobodys(16), nullptr, 30, 20, MERGE_NORMAL, 0));
         }
@@ -158,9 +158,9 @@ TEST_F(MemoryToBuffer, HandlesThatAreNoBuffers) {
     ASSERT_EQ(api().buf32Free(dead), 1);
     for (HBUF32 none : {dead, HBUF32(1), HBUF32(0xFFFFFFFF)}) {
         for (int x : {0, -29, -30, 50, 51, INT_MAX})
-            EXPECT_SILENT_FAILURE(merge(none, {x, 0, all}));
+            EXPECT_SILENT_FAILURE(merge(none, {x, 0, whole}));
         for (int x : {-31, INT_MIN})
-            EXPECT_SUCCESS(merge(none, {x, 0, all}));
+            EXPECT_SUCCESS(merge(none, {x, 0, whole}));
     }
 }
 
@@ -171,8 +171,8 @@ TEST_F(MemoryToBuffer, DestinationsOfEverySort) {
             SCOPED_TRACE(std::string(name_of(sort)) + ", " + std::to_string(bits) + " bits");
             Side destination(sort, bits, 200, 160, random);
             const auto type = word(destination, field_type);
-            EXPECT_SILENT_FAILURE(merge(destination, {0, 0, all}));
-            EXPECT_SUCCESS(merge(destination, {-31, 0, all}));
+            EXPECT_SILENT_FAILURE(merge(destination, {0, 0, whole}));
+            EXPECT_SUCCESS(merge(destination, {-31, 0, whole}));
             EXPECT_EQ(word(destination, field_type), type);
             EXPECT_EQ(destination.mode(), Side::no_mode);
             EXPECT_EQ(destination.locks(), 0u);
@@ -185,7 +185,7 @@ TEST_F(MemoryToBuffer, NothingIsAskedOfTheSystem) {
     const FailingCall blocks("GlobalAlloc", 0), runtime("malloc", 0),
         priority("SetThreadPriority", 0);
     for (int mode = 0; mode <= 16; ++mode)
-        EXPECT_SILENT_FAILURE(merge(destination, {0, 0, all, mode}));
+        EXPECT_SILENT_FAILURE(merge(destination, {0, 0, whole, mode}));
     EXPECT_EQ(blocks.calls() + runtime.calls() + priority.calls(), 0);
 }
 

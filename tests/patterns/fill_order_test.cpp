@@ -157,13 +157,13 @@ private:
     std::vector<void *> pieces_;
 };
 
-constexpr int wide = 8192, high = 4096;
-constexpr uint32_t large = uint32_t(wide) * high; // 32 MB at 8 bits
+constexpr int large_width = 8192, large_height = 4096;
+constexpr uint32_t large_bytes = uint32_t(large_width) * large_height; // 32 MB at 8 bits
 
 // A linear buffer of one cell, whose block is as large as its storage.
 TEST_F(FillOrder, ThereIsRoomForALinearBufferOnce) {
-    const Bytes column(high, 0x5D);
-    const BUF32PATTERN pattern{1, high, column.data()};
+    const Bytes column(large_height, 0x5D);
+    const BUF32PATTERN pattern{1, large_height, column.data()};
     for (uint32_t type : {BUF32_LINEAR, BUF32_LINEAR_MEMORY, BUF32_LINEAR_SHRINK})
         for (bool file : {false, true})
             for (bool by_pattern : {false, true}) {
@@ -171,29 +171,31 @@ TEST_F(FillOrder, ThereIsRoomForALinearBufferOnce) {
                 if (file && type == BUF32_LINEAR_MEMORY)
                     continue;
                 set_memory_limit(file ? 1 : 0, 0);
-                Buffer buffer(8, wide, high, type);
+                Buffer buffer(8, large_width, large_height, type);
                 ASSERT_EQ(word(buffer, field_file) != 0, file);
-                const NoRoomFor no_room(large);
+                const NoRoomFor no_room(large_bytes);
                 HBUF32 second = 0; // there is none
-                EXPECT_EQ(api().buf32Alloc(&second, 8, wide, high, type, nullptr), 0);
+                EXPECT_EQ(api().buf32Alloc(&second, 8, large_width, large_height, type, nullptr),
+                          0);
                 forget_reports();
-                EXPECT_EQ(memory_in_use(), file ? 0 : large);
+                EXPECT_EQ(memory_in_use(), file ? 0 : large_bytes);
                 if (by_pattern)
                     EXPECT_SUCCESS(api().buf32FillPattern(buffer, &pattern));
                 else
                     EXPECT_SUCCESS(api().buf32FillOneColor(buffer, column.data()));
-                EXPECT_EQ(memory_in_use(), large);
+                EXPECT_EQ(memory_in_use(), large_bytes);
                 EXPECT_EQ(mapped_bytes(), 0u);
                 EXPECT_EQ(word(buffer, field_type), by_pattern ? BUF32_PATTERN : BUF32_ONE_COLOUR);
                 uint8_t pixel = 0;
-                EXPECT_SUCCESS(api().buf32GetMem(buffer, wide - 1, high - 1, 1, 1, &pixel));
+                EXPECT_SUCCESS(
+                    api().buf32GetMem(buffer, large_width - 1, large_height - 1, 1, 1, &pixel));
                 EXPECT_EQ(pixel, 0x5D);
                 // And once more, from block to block.
                 EXPECT_SUCCESS(api().buf32FillPattern(buffer, &pattern));
                 EXPECT_SUCCESS(api().buf32FillOneColor(buffer, colour));
-                EXPECT_SUCCESS(api().buf32GetMem(buffer, 0, high - 1, 1, 1, &pixel));
+                EXPECT_SUCCESS(api().buf32GetMem(buffer, 0, large_height - 1, 1, 1, &pixel));
                 EXPECT_EQ(pixel, colour[0]);
-                EXPECT_EQ(memory_in_use(), large);
+                EXPECT_EQ(memory_in_use(), large_bytes);
                 if (HasFailure())
                     return;
             }
@@ -203,16 +205,16 @@ TEST_F(FillOrder, ThereIsRoomForALinearBufferOnce) {
 TEST_F(FillOrder, ThereIsNoRoomForALargerBlock) {
     const Bytes column(20000, 0x5D);
     const BUF32PATTERN pattern{1, 20000, column.data()};
-    Buffer buffer(8, wide, high, BUF32_LINEAR_MEMORY);
-    const NoRoomFor no_room(large);
+    Buffer buffer(8, large_width, large_height, BUF32_LINEAR_MEMORY);
+    const NoRoomFor no_room(large_bytes);
     EXPECT_REPORT(api().buf32FillPattern(buffer, &pattern), 1001, 1, 4, 21);
     EXPECT_EQ(memory_in_use(), 0u);
     EXPECT_EQ(word(buffer, field_type), BUF32_LINEAR_MEMORY);
     uint8_t pixel = 0;
     EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, 1, 1, &pixel));
     EXPECT_SUCCESS(api().buf32FillOneColor(buffer, colour));
-    EXPECT_EQ(memory_in_use(), large);
-    EXPECT_SUCCESS(api().buf32GetMem(buffer, 0, high - 1, 1, 1, &pixel));
+    EXPECT_EQ(memory_in_use(), large_bytes);
+    EXPECT_SUCCESS(api().buf32GetMem(buffer, 0, large_height - 1, 1, 1, &pixel));
     EXPECT_EQ(pixel, colour[0]);
 }
 #endif

@@ -11,6 +11,8 @@ namespace q32::test {
 namespace lost {
 
 inline constexpr int width = 152, height = 140; // rows of whole bytes at every depth
+inline constexpr int plain_bits = 24;           // where one depth is enough
+inline constexpr size_t plain_row_bytes = width * 3;
 
 inline bool is_special(uint32_t type) {
     return type == BUF32_ONE_COLOUR || type == BUF32_PATTERN;

@@ -6,9 +6,6 @@ namespace {
 
 using namespace lost;
 
-constexpr int bits = 24;
-constexpr size_t row_bytes = width * 3;
-
 // A handful of buffers of one size, some of which lose their pixels over and over, in any order of
 // everything that can be done with them. Nothing is known of what they show; but every byte of
 // storage belongs to one of them, and in the end nothing is left.
@@ -136,7 +133,7 @@ private:
         const void *const extra =
             type == BUF32_PATTERN ? static_cast<const void *>(&pattern) : colour;
         HBUF32 handle = 0;
-        ASSERT_EQ(api().buf32Alloc(&handle, bits, width, height, type, extra), 1);
+        ASSERT_EQ(api().buf32Alloc(&handle, plain_bits, width, height, type, extra), 1);
         all_.push_back(handle);
     }
 
@@ -152,7 +149,7 @@ private:
         const int mode = between(random_, 1, 4);
         if (api().buf32Lock(buffer, mode, &base) == 1) {
             if (base != nullptr)
-                touch(base, row_bytes);
+                touch(base, plain_row_bytes);
             BUF32CELL cell{};
             const int index = int(random_.below(word(buffer, field_cell_count)));
             if (api().buf32CellLock(buffer, index, &address, &cell) == 1) {
@@ -160,7 +157,7 @@ private:
                     touch(address, size_t(cell.bytes));
                 api().buf32CellUnlock(buffer, index);
             }
-            uint8_t row[row_bytes] = {};
+            uint8_t row[plain_row_bytes] = {};
             api().buf32Line(buffer, between(random_, 0, height), between(random_, 1, 2), row);
             api().buf32Unlock(buffer);
         }

@@ -7,9 +7,6 @@ namespace {
 
 using namespace lost;
 
-constexpr int bits = 24;
-constexpr size_t row_bytes = width * 3;
-
 // --- alone -----------------------------------------------------------------------------------
 
 // A probe alone, on a buffer that has just lost its pixels.
@@ -79,9 +76,9 @@ TEST_F(LostPixels, SharersKeepTheirs) {
                                                     << lost << ", freed from " << first);
                     Random random(test_seed(), 2);
                     const frame::Census before = frame::Census::now();
-                    auto source = start.make(bits, width, height, random);
+                    auto source = start.make(plain_bits, width, height, random);
                     const Picture shown =
-                        picture_shown_by(*source, Geometry(width, height, bits, start.type));
+                        picture_shown_by(*source, Geometry(width, height, plain_bits, start.type));
                     std::unique_ptr<Buffer> family[3] = {std::move(source)};
                     for (size_t i = 1; i < 3; ++i) {
                         HBUF32 made = 0;
@@ -90,7 +87,7 @@ TEST_F(LostPixels, SharersKeepTheirs) {
                     }
                     set_memory_limit(start.to_files ? 1 : 0, 0);
                     EXPECT_TRUE(loss.take(*family[lost]));
-                    EXPECT_EQ(memory_in_use() + mapped_bytes(), row_bytes * height); // once
+                    EXPECT_EQ(memory_in_use() + mapped_bytes(), plain_row_bytes * height); // once
                     EXPECT_EQ(word(*family[lost], field_storage), 0u);
                     EXPECT_EQ(word(*family[lost], field_share_marker), 0u);
                     EXPECT_EQ(word(*family[lost], field_source), 0u);
@@ -131,8 +128,8 @@ TEST_F(LostPixels, NothingIsLostWhileSharersCannotBeServed) {
             continue;
         SCOPED_TRACE(start.name);
         Random random(test_seed(), 3);
-        auto source = start.make(bits, width, height, random);
-        Picture shown = picture_shown_by(*source, Geometry(width, height, bits, start.type));
+        auto source = start.make(plain_bits, width, height, random);
+        Picture shown = picture_shown_by(*source, Geometry(width, height, plain_bits, start.type));
         HBUF32 made = 0;
         ASSERT_EQ(api().buf32DupBuf(*source, &made), 1);
         const Buffer sharer(made);
@@ -146,7 +143,7 @@ TEST_F(LostPixels, NothingIsLostWhileSharersCannotBeServed) {
                 EXPECT_REPORTS(api().buf32FillOneColor(*source, colour), failure);
         }
         forget_reports();
-        EXPECT_EQ(memory_in_use(), row_bytes * height);
+        EXPECT_EQ(memory_in_use(), plain_row_bytes * height);
         EXPECT_EQ(word(made, field_source), uint32_t(*source));
         expect_read_everywhere(shown);
         shown.buffer = made;

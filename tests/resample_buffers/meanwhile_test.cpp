@@ -30,12 +30,6 @@ int parts_of(Path path, const Geometry &cells) {
     return int(is_of_cells(path) ? cells.cell_count() : cells.height);
 }
 
-HBUF32 duplicate_of(HBUF32 buffer) {
-    HBUF32 handle = 0;
-    EXPECT_EQ(api().buf32DupBuf(buffer, &handle), 1);
-    return handle;
-}
-
 // A duplicate shows what was finished when it was taken.
 TEST_F(ResampleMeanwhile, DestinationIsDuplicated) {
     Random random(test_seed(), 1);

@@ -31,6 +31,12 @@ std::string text_of(const Manner &manner);
 Manner manner_of(Path path);
 int bits_of(Path path);
 
+inline HBUF32 duplicate_of(HBUF32 buffer) {
+    HBUF32 handle = 0;
+    EXPECT_EQ(api().buf32DupBuf(buffer, &handle), 1);
+    return handle;
+}
+
 // --- calls -----------------------------------------------------------------------------------
 
 int resample(const Manner &manner, const SIZE *size, HBUF32 source, HBUF32 *destination,

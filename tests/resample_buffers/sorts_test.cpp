@@ -51,12 +51,6 @@ TEST_F(ResampleSorts, SpecialDestinationsBecomeOrdinary) {
 
 // --- sharing ---------------------------------------------------------------------------------
 
-HBUF32 duplicate_of(HBUF32 buffer) {
-    HBUF32 handle = 0;
-    EXPECT_EQ(api().buf32DupBuf(buffer, &handle), 1);
-    return handle;
-}
-
 // Source and destination share their pixels until the destination is written: then the source's
 // lie somewhere else, when it is the duplicate.
 TEST_F(ResampleSorts, SourceAndDestinationThatShare) {

@@ -10,8 +10,6 @@
 namespace q32::test {
 namespace {
 
-constexpr int methods[] = {RESAMPLE_NEAREST, RESAMPLE_BILINEAR, RESAMPLE_BICUBIC};
-
 class FrameFailures : public FrameTest {
 protected:
     // A call that would succeed, for a test to spoil.

@@ -13,6 +13,7 @@ namespace q32::test {
 using model::Method;
 
 inline constexpr int frame_depths[] = {8, 16, 24, 32};
+inline constexpr int methods[] = {RESAMPLE_NEAREST, RESAMPLE_BILINEAR, RESAMPLE_BICUBIC};
 
 // --- the call --------------------------------------------------------------------------------
 

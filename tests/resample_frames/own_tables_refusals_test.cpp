@@ -9,8 +9,6 @@
 namespace q32::test {
 namespace {
 
-constexpr int methods[] = {RESAMPLE_NEAREST, RESAMPLE_BILINEAR, RESAMPLE_BICUBIC};
-
 class FramesNotMade : public FrameTest {};
 
 // --- refused ---------------------------------------------------------------------------------

@@ -7,8 +7,6 @@
 namespace q32::test {
 namespace {
 
-constexpr int methods[] = {RESAMPLE_NEAREST, RESAMPLE_BILINEAR, RESAMPLE_BICUBIC};
-
 class OwnTablesOfFrames : public FrameTest {
 protected:
     // A frame by these tables, every byte of memory fenced, against the model.

@@ -15,11 +15,6 @@ Bytes counted(std::size_t count) {
     return bytes;
 }
 
-Bytes padded(Bytes bytes, std::size_t size) {
-    bytes.resize(size, 0xEE);
-    return bytes;
-}
-
 // --- examples -----------------------------------------------------------------------------------
 
 TEST_P(PlainRectangles, RowsOfFifteenBytesBackToBack) {

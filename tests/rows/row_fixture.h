@@ -20,6 +20,12 @@
 
 namespace q32::test {
 
+// Bytes, and behind them as many of 0xEE as a row of `size` has left.
+inline std::vector<std::uint8_t> padded(std::vector<std::uint8_t> bytes, std::size_t size) {
+    bytes.resize(size, 0xEE);
+    return bytes;
+}
+
 class RowTest : public testing::Test {
 protected:
     // The flag is read once, when the library starts.

@@ -8,12 +8,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// Bytes, and behind them as many of 0xEE as a row of `size` has left.
-Bytes padded(Bytes bytes, std::size_t size) {
-    bytes.resize(size, 0xEE);
-    return bytes;
-}
-
 class WholeFactors : public RowTest {};
 
 // --- bits, enlarged -----------------------------------------------------------------------------

@@ -12,7 +12,7 @@ namespace apps::q32view {
 namespace {
 
 // Lengths at 96 dots an inch.
-constexpr int caption_height = 18;
+constexpr int words_height = 18;
 constexpr int control_height = 26;
 constexpr int space_between = 10;
 constexpr int list_height = 400; // of a combo box with its list
@@ -93,7 +93,7 @@ void ControlColumn::lay_out(const Area &room) {
     int top = room.top;
     for (size_t i = 0; i < windows_.size(); ++i) {
         if (windows_[i].caption != nullptr) {
-            const int height = on_this_screen(caption_height);
+            const int height = on_this_screen(words_height);
             MoveWindow(windows_[i].caption, room.left, top, room.width(), height, TRUE);
             top += height;
         }

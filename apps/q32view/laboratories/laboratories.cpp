@@ -12,7 +12,7 @@ namespace apps::q32view {
 namespace {
 
 // A row each: name, title, ID_LABORATORY_FIRST + place, maker.
-const LaboratoryKind kinds[] = {
+const LaboratoryKind laboratory_kinds[] = {
     {"merge", "Merge laboratory", ID_LABORATORY_FIRST, make_merge_laboratory},
     {"display", "Display laboratory", ID_LABORATORY_FIRST + 1, make_display_laboratory},
     {"buffer", "Buffer laboratory", ID_LABORATORY_FIRST + 2, make_buffer_laboratory, false},
@@ -32,7 +32,7 @@ bool is_save_key(const MSG &message) {
 
 const LaboratoryKind &laboratory_named(const std::string &name) {
     std::string names;
-    for (const LaboratoryKind &kind : kinds) {
+    for (const LaboratoryKind &kind : laboratory_kinds) {
         if (name == kind.name)
             return kind;
         names += (names.empty() ? "" : " or ") + std::string(kind.name);
@@ -41,7 +41,7 @@ const LaboratoryKind &laboratory_named(const std::string &name) {
 }
 
 const LaboratoryKind *laboratory_of_command(int command) {
-    for (const LaboratoryKind &kind : kinds)
+    for (const LaboratoryKind &kind : laboratory_kinds)
         if (kind.command == command)
             return &kind;
     return nullptr;
@@ -49,7 +49,7 @@ const LaboratoryKind *laboratory_of_command(int command) {
 
 void add_laboratory_menu(HWND window) {
     const HMENU bar = GetMenu(window), menu = CreatePopupMenu();
-    for (const LaboratoryKind &kind : kinds)
+    for (const LaboratoryKind &kind : laboratory_kinds)
         AppendMenuW(menu, MF_STRING, static_cast<UINT_PTR>(kind.command),
                     to_wide("&" + std::string(kind.title) + "...").c_str());
     InsertMenuW(bar, static_cast<UINT>(GetMenuItemCount(bar) - 1), MF_BYPOSITION | MF_POPUP,
