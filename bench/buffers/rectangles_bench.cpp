@@ -120,6 +120,22 @@ void measure_rectangles_of(HBUF32 buffer, const std::string &kind, std::FILE *fi
     }
 }
 
+// What a call costs that has next to nothing to move: one pixel, always the same.
+void measure_single_pixels(HBUF32 buffer, const std::string &kind) {
+    const NoPriorityCalls without("Q32BASE.DLL");
+    std::uint8_t pixel[pixel_bytes] = {10, 20, 30};
+    const PairedTime read =
+        time_paired([&] { require(buf32GetMem(buffer, 5, 5, 1, 1, pixel), "buf32GetMem"); },
+                    [&] { std::memcpy(image_to.data(), image_from.data(), 4096); }, budget);
+    print(("1 x 1 buf32GetMem, " + kind).c_str(), read.job * 1e9, "ns", "memcpy of a page",
+          read.ratio());
+    const PairedTime written =
+        time_paired([&] { require(buf32MergeMem(buffer, 5, 5, pixel, 1, 1), "buf32MergeMem"); },
+                    [&] { std::memcpy(image_to.data(), image_from.data(), 4096); }, budget);
+    print(("1 x 1 buf32MergeMem, " + kind).c_str(), written.job * 1e9, "ns", "memcpy of a page",
+          written.ratio());
+}
+
 void measure_rectangles(std::FILE *file) {
     for (const int side : {200, 16}) {
         Squares squares{side};
@@ -128,6 +144,7 @@ void measure_rectangles(std::FILE *file) {
     }
     const HBUF32 tiled = allocate(BUF32_TILED);
     measure_rectangles_of(tiled, "tiled", file);
+    measure_single_pixels(tiled, "tiled");
     buf32Free(tiled);
     const HBUF32 linear = allocate(BUF32_LINEAR);
     measure_rectangles_of(linear, "linear", nullptr);

@@ -152,16 +152,19 @@ void measure_buffers(Scene &scene) {
                     "plain memory");
     }
     // Shifted by a few pixels, so that cells meet four others.
-    const RECT shifted = {0, 0, scene.width - 50, scene.height - 50};
-    print_merge(
-        "i32MergeBufToBuf at 50, 50", scene,
-        time_paired(
-            [&] {
-                require(i32MergeBufToBuf(base, 50, 50, mask, overlay, &shifted, MERGE_NORMAL, 0),
-                        "i32MergeBufToBuf");
-            },
-            [&] { scene.merge(MERGE_NORMAL, 0); }, budget),
-        "plain memory");
+    for (const int by : {50, 1, 5, 15}) {
+        const RECT shifted = {0, 0, scene.width - by, scene.height - by};
+        const std::string place = std::to_string(by) + ", " + std::to_string(by);
+        print_merge("i32MergeBufToBuf at " + place, scene,
+                    time_paired(
+                        [&] {
+                            require(i32MergeBufToBuf(base, by, by, mask, overlay, &shifted,
+                                                     MERGE_NORMAL, 0),
+                                    "i32MergeBufToBuf");
+                        },
+                        [&] { scene.merge(MERGE_NORMAL, 0); }, budget),
+                    "plain memory");
+    }
     buf32Free(mask);
     buf32Free(overlay);
     buf32Free(base);

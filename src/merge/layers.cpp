@@ -33,24 +33,6 @@ private:
     }
 };
 
-// The processor does not look ahead past the end of a row by itself. In long rows it soon catches
-// up, and is only hindered by being told. Addresses beyond the memory are harmless.
-class RowsAhead {
-public:
-    explicit RowsAhead(std::size_t row_bytes) : bytes_(row_bytes <= short_row ? row_bytes : 0) {}
-
-    // By force: the compiler holds a function that does nothing else for one without an effect.
-    [[gnu::always_inline]] void fetch(const std::uint8_t *row, std::size_t stride) const {
-        for (std::size_t at = 0; at < bytes_; at += line)
-            __builtin_prefetch(row + rows * stride + at);
-    }
-
-private:
-    static constexpr std::size_t short_row = 1024, line = 64;
-    static constexpr std::size_t rows = 4;
-    std::size_t bytes_;
-};
-
 template <typename Byte>
 Rows rows_of(const PixelRows<Byte> &layer, const Area &area) {
     return {layer.pixel(area.left, area.top),
@@ -59,39 +41,34 @@ Rows rows_of(const PixelRows<Byte> &layer, const Area &area) {
 }
 
 // work_row: for a transfer, as run.h says.
-void merge_rows(const Recipe &recipe, const Layers &layers, const Area &area,
+void merge_area(const Recipe &recipe, const Layers &layers, const Area &area,
                 std::uint8_t *work_row) {
     const Rows result = rows_of(layers.base, area), overlay = rows_of(layers.overlay, area);
     const Rows mask = recipe.reads_mask ? rows_of(layers.mask, area) : Rows{};
     const bool in_order =
         overlaps(result, overlay) || (recipe.reads_mask && overlaps(result, mask));
-    const auto merge = [&](const Run &run) {
-        in_order ? merge_run_in_order(recipe, run, work_row) : merge_run(recipe, run);
-    };
     std::uint8_t *const first = layers.base.pixel(area.left, area.top);
-    Run row{.result = first,
-            .base = first,
-            .mask = mask.first,
-            .overlay = overlay.first,
-            .pixels = std::size_t(area.width())};
+    RunRows rows = {.first = {.result = first,
+                              .base = first,
+                              .mask = mask.first,
+                              .overlay = overlay.first,
+                              .pixels = std::size_t(area.width())},
+                    .result_stride = result.stride,
+                    .mask_stride = mask.stride,
+                    .overlay_stride = overlay.stride,
+                    .count = result.count};
     const bool is_one_run = result.follow_on_each_other() && overlay.follow_on_each_other() &&
                             mask.follow_on_each_other();
     // A transfer in order reads a row at once, not all of them.
     if (is_one_run && !(in_order && recipe.transfer != nullptr)) {
-        row.pixels *= result.count;
-        merge(row);
-        return;
+        rows.first.pixels *= rows.count;
+        rows.count = 1;
     }
-    const RowsAhead pixels_ahead(result.row_bytes), weights_ahead(mask.row_bytes);
-    for (std::size_t y = 0; y != result.count; ++y) {
-        pixels_ahead.fetch(row.result, result.stride);
-        pixels_ahead.fetch(row.overlay, overlay.stride);
-        weights_ahead.fetch(row.mask, mask.stride);
-        merge(row);
-        row.result += result.stride;
-        row.base = row.result;
-        row.overlay += overlay.stride;
-        row.mask += mask.stride;
+    if (!in_order)
+        return merge_rows(recipe, rows);
+    for (; rows.count != 0; --rows.count) {
+        merge_run_in_order(recipe, rows.first, work_row);
+        rows.advance(1);
     }
 }
 
@@ -122,7 +99,7 @@ int merge_masked_layers(const Layers &layers, const Area &area, GivenMask mask, 
                                   .transparency = transparency,
                                   .mask = layers.mask.memory,
                                   .mask_is_full = mask == GivenMask::full});
-    merge_rows(recipe, layers, area, bytes(work_rows.base_records.get()));
+    merge_area(recipe, layers, area, bytes(work_rows.base_records.get()));
     return 1;
 }
 

@@ -3,6 +3,7 @@
 #include "merge/run.h"
 
 #include "library/process/cpu.h"
+#include "merge/rows_ahead.h"
 
 #include <algorithm>
 #include <cstring>
@@ -89,6 +90,37 @@ void transfer_fields(const Recipe &recipe, const Run &piece) {
 
 void transfer_overlay_fields(const Recipe &recipe, const Run &piece) {
     recipe.transfer(piece.result, piece.base, piece.overlay, piece.pixels);
+}
+
+// --- rows ---------------------------------------------------------------------------------------
+
+template <typename MergeRow>
+void merge_each_row(const Recipe &recipe, const RunRows &rows, const MergeRow &merge_row) {
+    const RowsAhead pixels_ahead(rows.first.pixels * recipe.pixel_bytes);
+    const RowsAhead weights_ahead(recipe.reads_mask ? rows.first.pixels : 0);
+    RunRows row = rows;
+    for (std::size_t left = rows.count; left != 0; --left) {
+        pixels_ahead.fetch(row.first.result, row.result_stride);
+        pixels_ahead.fetch(row.first.overlay, row.overlay_stride);
+        weights_ahead.fetch(row.first.mask, row.mask_stride);
+        merge_row(row.first);
+        row.advance(1);
+    }
+}
+
+void merge_rows_by_run(const Recipe &recipe, const RunRows &rows) {
+    merge_each_row(recipe, rows, [&recipe](const Run &row) { merge_run(recipe, row); });
+}
+
+// Of the most usual ways the kernel is called at once: it takes no longer for a row of a cell than
+// a few calls do.
+
+void blend_rows_uniformly(const Recipe &recipe, const RunRows &rows) {
+    merge_each_row(recipe, rows, [&recipe](const Run &row) { blend_uniformly(recipe, row); });
+}
+
+void blend_rows_by_mask(const Recipe &recipe, const RunRows &rows) {
+    merge_each_row(recipe, rows, [&recipe](const Run &row) { blend_by_mask(recipe, row); });
 }
 
 // --- pixels of other sizes ----------------------------------------------------------------------
@@ -204,6 +236,12 @@ bool copies_overlay(const Recipe &recipe, Rule rule) {
     return recipe.is_one_copy || (recipe.constant == 255 && rule == Rule::normal);
 }
 
+void settle_masked_blend(Recipe &recipe, Rounding rounding, Rule rule) {
+    const Blend &blend = blends()(rounding, rule);
+    recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
+    recipe.reads_mask = true;
+}
+
 void settle_blend(Recipe &recipe, const Request &request) {
     const Rounding rounding = recipe.rounding = rounding_of(request);
     settle_weights(recipe, request, rounding);
@@ -218,14 +256,14 @@ void settle_blend(Recipe &recipe, const Request &request) {
         recipe.is_one_copy = is_one_copy(recipe, request);
         recipe.begins_with_base = !copies_overlay(recipe, rule);
         recipe.merge_piece = recipe.begins_with_base ? blend_uniformly : copy_overlay;
+        recipe.merge_rows = recipe.begins_with_base ? blend_rows_uniformly : merge_rows_by_run;
         return;
     }
-    const Blend &blend = blends()(rounding, rule);
-    recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
-    recipe.reads_mask = true;
+    settle_masked_blend(recipe, rounding, rule);
     recipe.left_to_right = !is_premultiplied(rule);
     if (recipe.weights == Weights::mask) {
         recipe.merge_piece = blend_by_mask;
+        recipe.merge_rows = blend_rows_by_mask;
     } else {
         recipe.merge_piece = blend_by_weights;
         recipe.piece_pixels = scratch_pixels;
@@ -238,6 +276,7 @@ void settle_transfer(Recipe &recipe, const Request &request) {
     const bool copies = recipe.merge_piece == copy_overlay;
     recipe.inner = recipe.merge_piece;
     recipe.merge_piece = copies ? transfer_overlay_fields : transfer_fields;
+    recipe.merge_rows = merge_rows_by_run;
     recipe.piece_pixels = scratch_pixels;
     recipe.begins_with_base = false;
 }
@@ -253,11 +292,9 @@ void settle_selection(Recipe &recipe, const Request &request) {
         by_sums ? request.mode.mmx_rectangle_comparison : request.mode.comparison;
     settle_weights(recipe, request, Rounding::divided);
     recipe.select = of_size(effects().select[std::size_t(comparison)], recipe.samples);
-    const Blend &blend = blends()(Rounding::divided, Rule::normal);
-    recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
+    settle_masked_blend(recipe, Rounding::divided, Rule::normal);
     recipe.merge_piece = blend_selected;
     recipe.piece_pixels = scratch_pixels;
-    recipe.reads_mask = true;
 }
 
 void settle_relief(Recipe &recipe, const Request &request) {
@@ -299,6 +336,7 @@ void settle_as_grey(Recipe &recipe, const Request &request) {
     settle_action(recipe, request);
     recipe.inner = recipe.merge_piece;
     recipe.merge_piece = recipe.reads_mask ? merge_masked_as_grey : merge_as_grey;
+    recipe.merge_rows = merge_rows_by_run;
 }
 
 // The samples do not know which pixels were selected: what was left out has weight 0, and the rest
@@ -309,6 +347,7 @@ void settle_selection_as_grey(Recipe &recipe, Request request) {
     recipe.comparison = request.mode.comparison;
     recipe.inner = recipe.merge_piece;
     recipe.merge_piece = merge_selected_as_grey;
+    recipe.merge_rows = merge_rows_by_run;
 }
 
 } // namespace
@@ -317,7 +356,8 @@ void settle_selection_as_grey(Recipe &recipe, Request request) {
 
 Recipe settle(const Request &request) {
     const std::size_t size = std::size_t(request.bytes_per_pixel);
-    Recipe recipe{.piece_pixels = unlimited,
+    Recipe recipe{.merge_rows = merge_rows_by_run,
+                  .piece_pixels = unlimited,
                   .pixel_bytes = size,
                   .begins_with_base = true,
                   .left_to_right = true};

@@ -17,6 +17,21 @@ struct Run {
     std::size_t pixels;
 };
 
+// Such runs below each other, each so many bytes behind the one before. The base is the result.
+struct RunRows {
+    Run first;
+    std::size_t result_stride, mask_stride, overlay_stride;
+    std::size_t count;
+
+    // Moves on by so many rows.
+    void advance(std::size_t rows) {
+        first.result += rows * result_stride;
+        first.base = first.result;
+        first.overlay += rows * overlay_stride;
+        first.mask += rows * mask_stride;
+    }
+};
+
 struct Request {
     const Mode &mode;
     Form form;
@@ -28,11 +43,13 @@ struct Request {
 
 struct Recipe;
 using MergePiece = void(const Recipe &recipe, const Run &piece);
+using MergeRows = void(const Recipe &recipe, const RunRows &rows);
 
 // Each way of merging a piece reads what it needs of this and leaves the rest.
 struct Recipe {
     MergePiece *merge_piece;
-    std::size_t piece_pixels; // most that it takes at once
+    MergeRows *merge_rows;    // runs below each other
+    std::size_t piece_pixels; // most that a piece has
     std::size_t pixel_bytes;
     std::size_t samples;   // of the kernels' pixels: 1 or 3
     bool begins_with_base; // the result must hold the base first
@@ -69,6 +86,9 @@ bool order_shows(const Recipe &recipe, const Run &run);
 
 // A run of which it does not.
 void merge_run(const Recipe &recipe, const Run &run);
+
+// Rows of such runs: no order shows, neither within a row nor from row to row.
+void merge_rows(const Recipe &recipe, const RunRows &rows);
 
 // Any run: the base is copied as a whole, then pixel follows on pixel. Transfers read the run as a
 // whole before anything is written, into a work row of record_bytes for each pixel; the others need

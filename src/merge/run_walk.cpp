@@ -1,5 +1,6 @@
 // Walking runs by recipes: in pieces that stay in the cache or, where the order of pixels shows, in
 // pieces so short that it does not within them.
+#include "merge/narrow_rows.h"
 #include "merge/overlap.h"
 #include "merge/run.h"
 
@@ -92,6 +93,14 @@ void merge_run(const Recipe &recipe, const Run &run) {
         recipe.merge_piece(recipe, piece);
         advance(recipe, piece);
     }
+}
+
+void merge_rows(const Recipe &recipe, const RunRows &rows) {
+    if (are_narrow(recipe, rows))
+        return merge_narrow_rows(recipe, rows);
+    if (rows.count == 1)
+        return merge_run(recipe, rows.first);
+    recipe.merge_rows(recipe, rows);
 }
 
 void merge_run_in_order(const Recipe &recipe, const Run &run, std::uint8_t *work_row) {

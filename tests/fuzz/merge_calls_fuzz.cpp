@@ -1,6 +1,7 @@
 // The exports that merge plain memory, which may all lie over each other, against the model of
 // their rules.
 #include "merge/merge.h"
+#include "rows/rows.h"
 #include "tests/fuzz/forms.h"
 #include "tests/fuzz/system/machine.h"
 #include "tests/models/merging.h"
@@ -18,6 +19,7 @@ void choose_set(Input &input) {
     chosen_kernels<merge::BlendKernels> = &merge::blend_kernels(set);
     chosen_kernels<merge::EffectKernels> = &merge::effect_kernels(set);
     chosen_kernels<merge::ColourKernels> = &merge::colour_kernels(set);
+    chosen_kernels<rows::RowKernels> = &rows::row_kernels(set);
 }
 
 // Memory twice: the library's and the model's. What lies in it ends inside of it, the last of it

@@ -210,5 +210,31 @@ TEST_P(MergedRectangles, ImagesWithExtremeCorners) {
     });
 }
 
+// --- few columns -----------------------------------------------------------------------------
+
+// Strips of some columns in wider images, as high as is merged in one go and higher, with other
+// strides on all sides.
+TEST_P(MergedRectangles, OfAFewColumns) {
+    RectangleStage stage;
+    std::uint64_t number = 0;
+    for (int columns = 1; columns <= 17; ++columns)
+        for (const int rows : {1, 3, 4, 5, 90, 92, 300})
+            for (const int bytes : {1, 3, 4}) {
+                Random random{test_seed(), number++};
+                const int mode = bytes == 3 ? between(random, 1, 15) : between(random, 6, 15);
+                const model::Call call{mode, bytes, some_transparency(random), mmx()};
+                const ImageCase c{call,
+                                  columns + 5,
+                                  rows + 1,
+                                  between(random, 0, 5),
+                                  1,
+                                  random.below(4) != 0,
+                                  columns + 2,
+                                  rows + 3,
+                                  RECT{1, 2, 1 + columns, 2 + rows}};
+                ASSERT_TRUE(stage.agrees(c, random)) << c;
+            }
+}
+
 } // namespace
 } // namespace q32::test

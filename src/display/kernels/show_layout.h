@@ -136,9 +136,9 @@ public:
 
     static V words(V windows) {
 #ifdef __AVX512VBMI__
-        constexpr __mmask64 low_bytes = 0x5555555555555555;
         if constexpr (sizeof(V) == 64)
-            return _mm512_maskz_permutexvar_epi8(low_bytes, as_vector<V>(indices), windows);
+            return _mm512_maskz_permutexvar_epi8(_mm512_movepi8_mask(as_vector<V>(low_bytes)),
+                                                 as_vector<V>(indices), windows);
         else
 #endif
             return shuffle_u8(windows, as_vector<V>(indices));
@@ -163,6 +163,10 @@ private:
         const int word = i / 2;
         return i % 2 == 0 ? source_of(word) - begin(word / in_window) : nothing;
     });
+    // Of each word. A mask that is a number would be stored in two halves and loaded as a whole in
+    // 32-bit code, for which a processor waits longer than a short run takes.
+    static constexpr VectorBytes<V> low_bytes =
+        vector_by<V>([](int i) { return i % 2 == 0 ? 0xFF : 0; });
 };
 
 template <class V>
