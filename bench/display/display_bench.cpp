@@ -45,7 +45,7 @@ public:
     uint8_t *destination() { return aligned(); }
     const uint8_t *source() { return aligned() + bytes_; }
     const display::ColourEntries &entries() const { return entries_; }
-    const display::ChannelTables &tables() const { return tables_; }
+    const display::ScreenTables &tables() const { return tables_; }
 
 private:
     static uint8_t next(unsigned &state) {
@@ -60,8 +60,8 @@ private:
     size_t bytes_;
     std::unique_ptr<uint8_t[]> memory_;
     display::ColourEntries entries_;
-    alignas(64) display::ChannelTables tables_ =
-        display::high_colour_tables(display::gamma_tables({140, 150, 160}));
+    alignas(64) display::ScreenTables tables_ =
+        display::screen_tables(display::high_colour_tables(display::gamma_tables({140, 150, 160})));
 };
 
 // A row of a matrix, repeated to eight columns.

@@ -149,8 +149,8 @@ void colour_cube(const Table &t) {
 
 void high_colour(const Table &t, bool with_gamma) {
     const auto thresholds = rows_of<4>(display::high_colour_thresholds);
-    const auto tables = display::high_colour_tables(display::gamma_tables(
-        with_gamma ? display::GammaPercent{140, 150, 160} : display::GammaPercent{}));
+    const auto tables = display::screen_tables(display::high_colour_tables(display::gamma_tables(
+        with_gamma ? display::GammaPercent{140, 150, 160} : display::GammaPercent{})));
     Job job = begin(t, with_gamma ? "high colour, gamma" : "high colour", 3, 3);
     if (with_gamma)
         enter_ours(
@@ -176,7 +176,7 @@ void high_colour(const Table &t, bool with_gamma) {
 }
 
 void correct(const Table &t) {
-    const auto tables = display::gamma_tables({140, 150, 160});
+    const auto tables = display::screen_tables(display::gamma_tables({140, 150, 160}));
     cv::Mat interleaved(1, 256, CV_8UC3);
     for (std::size_t entry = 0; entry < 256; ++entry) {
         interleaved.data[3 * entry] = tables.red[entry];

@@ -8,7 +8,8 @@ namespace q32::display {
 namespace {
 
 constinit GammaPercent percent;
-constinit ChannelTables corrected{}, high_colour{};
+// Read in sixteens.
+alignas(16) constinit ScreenTables corrected{}, high_colour{};
 constinit bool corrects_nothing = false;
 
 int percent_of(int gamma) {
@@ -27,20 +28,21 @@ void set_screen_gamma(const Gamma &gamma) {
 
 void set_gamma_percent(const GammaPercent &new_percent) {
     percent = new_percent;
-    corrected = gamma_tables(percent);
-    high_colour = high_colour_tables(corrected);
-    corrects_nothing = corrected == gamma_tables({});
+    const ChannelTables tables = gamma_tables(percent);
+    corrected = screen_tables(tables);
+    high_colour = screen_tables(high_colour_tables(tables));
+    corrects_nothing = tables == gamma_tables({});
 }
 
 GammaPercent gamma_percent() {
     return percent;
 }
 
-const ChannelTables &corrected_samples() {
+const ScreenTables &corrected_samples() {
     return corrected;
 }
 
-const ChannelTables &corrected_high_colour_samples() {
+const ScreenTables &corrected_high_colour_samples() {
     return high_colour;
 }
 

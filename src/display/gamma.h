@@ -19,8 +19,8 @@ void set_gamma_percent(const GammaPercent &percent);
 GammaPercent gamma_percent();
 
 // References may be kept: the tables change with the gamma where they are.
-const ChannelTables &corrected_samples();
-const ChannelTables &corrected_high_colour_samples();
+const ScreenTables &corrected_samples();
+const ScreenTables &corrected_high_colour_samples();
 
 // Whether samples are what they were once corrected. Cheap: nothing is compared.
 bool gamma_corrects_nothing();

@@ -93,6 +93,24 @@ inline void store(void *at, V64 v) {
 }
 #endif
 
+// Past the caches, at a whole vector. What follows sees it after a fence.
+inline void stream(void *at, V16 v) {
+    _mm_stream_si128(static_cast<V16 *>(at), v);
+}
+#ifdef __AVX2__
+inline void stream(void *at, V32 v) {
+    _mm256_stream_si256(static_cast<V32 *>(at), v);
+}
+#endif
+#ifdef __AVX512VBMI__
+inline void stream(void *at, V64 v) {
+    _mm512_stream_si512(static_cast<V64 *>(at), v);
+}
+#endif
+inline void fence_streams() {
+    _mm_sfence();
+}
+
 // --- lanes ---------------------------------------------------------------------------------------
 
 // Vectors of one and of two lanes: where each has pixels of its own.

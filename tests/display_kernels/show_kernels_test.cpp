@@ -18,8 +18,12 @@
 namespace q32::test {
 namespace {
 
+using display::ChannelTable;
 using display::ChannelTables;
 using display::ColourEntries;
+using display::CurveShape;
+using display::screen_tables;
+using display::ScreenTables;
 using display::ShowKernels;
 using display::Thresholds;
 using model::Bytes;
@@ -60,6 +64,46 @@ Table random_table(std::uint64_t number) {
     Random random{test_seed(), number};
     random.fill({reinterpret_cast<std::uint8_t *>(&table), sizeof table});
     return table;
+}
+
+ScreenTables random_tables(std::uint64_t number) {
+    return screen_tables(random_table<ChannelTables>(number));
+}
+
+// A random table that is a curve: from entry to entry of an eight it rises by 1, at its steps by 2
+// or, in other eights, by 0, and where it turns the other way round.
+ChannelTable random_curve(Random &random, bool turning) {
+    ChannelTable table{};
+    for (std::size_t entry = 0; entry < 16; ++entry)
+        table[entry] = std::uint8_t(random.below(256));
+    for (std::size_t group = 16; group < 256; group += 8) {
+        const int step = random.below(2) == 0 ? 1 : -1;
+        const std::size_t turn = turning ? random.below(9) : 8;
+        table[group] = std::uint8_t(random.below(256 - 14));
+        for (std::size_t entry = group + 1; entry < group + 8; ++entry) {
+            const int moved = entry == group + turn ? -step : random.below(2) == 0 ? step : 0;
+            table[entry] = std::uint8_t(table[entry - 1] + 1 + moved);
+        }
+    }
+    return table;
+}
+
+ScreenTables random_curves(std::uint64_t number, bool turning) {
+    Random random{test_seed(), number};
+    const ChannelTables tables{random_curve(random, turning), random_curve(random, turning),
+                               random_curve(random, turning)};
+    return screen_tables(tables);
+}
+
+// Tables of all kinds, and the shape that they must have been found to be.
+struct Tables {
+    ScreenTables tables;
+    CurveShape shape;
+};
+std::vector<Tables> tables_of_every_shape(std::uint64_t number) {
+    return {{random_tables(number), CurveShape::none},
+            {random_curves(number, false), CurveShape::straight},
+            {random_curves(number, true), CurveShape::turning}};
 }
 
 Thresholds all(int value) {
@@ -154,11 +198,11 @@ Conversion planes(const ShowKernels &k, PlaneBytes plane_bytes, const Thresholds
             plane_bytes == wide_planes ? 1u : 0u};
 }
 
-Conversion correct(const ShowKernels &k, const ChannelTables &tables) {
+Conversion correct(const ShowKernels &k, const ScreenTables &tables) {
     return conversion("correct", 3, 3, k.correct, model::correct, tables);
 }
 
-Conversion high_colour(const ShowKernels &k, const ChannelTables &tables,
+Conversion high_colour(const ShowKernels &k, const ScreenTables &tables,
                        const Thresholds &thresholds) {
     return conversion("high colour", 3, 3, k.high_colour, model::high_colour, tables, thresholds);
 }
@@ -337,7 +381,7 @@ TEST_P(ShowKernel, BitsOfGreysByTheirThresholds) {
     EXPECT_EQ(bits_of(kernels(), all(0), {0, 0}), (Bytes{0xC0}));
 }
 
-Bytes high_colours_of(const ShowKernels &k, const ChannelTables &tables,
+Bytes high_colours_of(const ShowKernels &k, const ScreenTables &tables,
                       const Thresholds &thresholds, const Bytes &rgb) {
     Bytes bgr(rgb.size(), 0xA5);
     k.high_colour(bgr.data(), rgb.data(), tables, thresholds, rgb.size() / 3);
@@ -350,7 +394,7 @@ Bytes plain_high_colours_of(const ShowKernels &k, const Thresholds &thresholds, 
 }
 
 TEST_P(ShowKernel, HighColourByItsThresholds) {
-    const Fenced<ChannelTables> same{model::identity_tables()};
+    const Fenced<ScreenTables> same{screen_tables(model::identity_tables())};
     const Thresholds row{1, 7, 2, 8, 1, 7, 2, 8};
     EXPECT_EQ(high_colours_of(kernels(), same, row, uniform(4, 100, 100, 100)), // 96 + 4
               (Bytes{104, 104, 104, 96, 96, 96, 104, 104, 104, 96, 96, 96}));
@@ -361,7 +405,7 @@ TEST_P(ShowKernel, HighColourByItsThresholds) {
 
 // Tables may hold more than 248: the sum is one of bytes.
 TEST_P(ShowKernel, HighColourWrapsInAByte) {
-    const Fenced<ChannelTables> same{model::identity_tables()};
+    const Fenced<ScreenTables> same{screen_tables(model::identity_tables())};
     const Thresholds row{1, 7, 2, 8, 1, 7, 2, 8};
     EXPECT_EQ(high_colours_of(kernels(), same, row, uniform(4, 255, 255, 255)),
               (Bytes{0, 0, 0, 0, 0, 0, 0, 0, 0, 248, 248, 248}));
@@ -373,7 +417,7 @@ TEST_P(ShowKernel, TheHighestLevelStays248AtEveryPlace) {
     ChannelTables highest{};
     for (auto *const table : {&highest.red, &highest.green, &highest.blue})
         table->fill(248);
-    const Fenced<ChannelTables> tables{highest};
+    const Fenced<ScreenTables> tables{screen_tables(highest)};
     for (const Thresholds &row : model::high_colour_rows)
         for (std::size_t column = 0; column < 4; ++column) {
             const Thresholds thresholds = model::turned(row, column);
@@ -402,7 +446,7 @@ TEST_P(ShowKernel, ChannelsHaveTablesOfTheirOwn) {
         tables.green[sample] = std::uint8_t(sample / 2);
         tables.blue[sample] = std::uint8_t(sample * 2);
     }
-    const Fenced<ChannelTables> fenced{tables};
+    const Fenced<ScreenTables> fenced{screen_tables(tables)};
     const Bytes rgb{255, 255, 255, 0, 0, 0, 10, 20, 30};
     Bytes bgr(9);
     kernels().correct(bgr.data(), rgb.data(), fenced, 3);
@@ -454,7 +498,7 @@ TEST_P(ShowKernel, AllSamplesAndThresholdsInEveryLane) {
     const Bytes greys = every_sample_in_every_lane(),
                 rgb = every_sample_of_every_channel_in_every_lane();
     const std::size_t pixels = greys.size();
-    const Fenced<ChannelTables> tables{random_table<ChannelTables>(1)};
+    const Fenced<ScreenTables> tables{random_tables(1)};
     for (int value = 0; value < 256; ++value)
         for (const Thresholds &given : {all(value), spread(value)}) {
             const Fenced<Thresholds> thresholds{given}, fractions{at_least_1(given)};
@@ -491,8 +535,38 @@ TEST_P(ShowKernel, AllIndicesAndSamplesInEveryLane) {
         const Fenced<ColourEntries> entries{random_table<ColourEntries>(number)};
         ASSERT_TRUE(runs_exactly(colours_of_indices(kernels(), entries), bytes, pixels));
         ASSERT_TRUE(runs_exactly(grey_levels(kernels(), int(number)), bytes, pixels));
-        const Fenced<ChannelTables> tables{random_table<ChannelTables>(number)};
+        const Fenced<ScreenTables> tables{random_tables(number)};
         ASSERT_TRUE(runs_exactly(correct(kernels(), tables), rgb, pixels));
+    }
+}
+
+// The same of tables that are curves: a pixel's channels go through all samples, one after another
+// and against each other, in every lane.
+TEST_P(ShowKernel, AllSamplesOfCurvesInEveryLane) {
+    const Bytes rgb = every_sample_of_every_channel_in_every_lane();
+    const std::size_t pixels = rgb.size() / 3;
+    for (std::uint64_t number = 0; number < 12; ++number)
+        for (const auto &[given, shape] : tables_of_every_shape(number)) {
+            ASSERT_EQ(given.curves.shape, shape);
+            const Fenced<ScreenTables> tables{given};
+            ASSERT_TRUE(runs_exactly(correct(kernels(), tables), rgb, pixels));
+            const Fenced<Thresholds> thresholds{
+                model::turned(model::high_colour_rows[number % 4], number / 4 % 4)};
+            ASSERT_TRUE(runs_exactly(high_colour(kernels(), tables, thresholds), rgb, pixels));
+        }
+}
+
+// Gammas that there is a use for, as true-colour and as high-colour displays are given it.
+TEST_P(ShowKernel, AllSamplesOfManyGammas) {
+    const Bytes rgb = every_sample_of_every_channel_in_every_lane();
+    const std::size_t pixels = rgb.size() / 3;
+    const Fenced<Thresholds> thresholds{model::high_colour_rows[1]};
+    for (int percent = 40; percent < 320; percent += 3) {
+        const ChannelTables corrected = display::gamma_tables({percent, 360 - percent, 100});
+        const Fenced<ScreenTables> screen{screen_tables(corrected)},
+            high{screen_tables(display::high_colour_tables(corrected))};
+        ASSERT_TRUE(runs_exactly(correct(kernels(), screen), rgb, pixels)) << percent;
+        ASSERT_TRUE(runs_exactly(high_colour(kernels(), high, thresholds), rgb, pixels)) << percent;
     }
 }
 
@@ -522,7 +596,7 @@ TEST_P(ShowKernel, AllColours) {
 // Where gamma corrects nothing the tables can be computed, with the same bytes.
 TEST_P(ShowKernel, PlainHighColourIsHighColourWithoutGamma) {
     const ChannelTables corrected = display::gamma_tables({100, 100, 100});
-    const Fenced<ChannelTables> tables{display::high_colour_tables(corrected)};
+    const Fenced<ScreenTables> tables{screen_tables(display::high_colour_tables(corrected))};
     const Bytes rgb = every_sample_of_every_channel_in_every_lane();
     for (const Thresholds &row : model::high_colour_rows)
         for (std::size_t column = 0; column < 4; ++column) {
@@ -544,7 +618,8 @@ std::vector<Thresholds> some_thresholds() {
 TEST_P(ShowKernel, AllLengthsAlignmentsAndFences) {
     for (const bool at_end : {true, false}) {
         const Fenced<ColourEntries> entries{random_table<ColourEntries>(2), at_end};
-        const Fenced<ChannelTables> tables{random_table<ChannelTables>(3), at_end};
+        const Fenced<ScreenTables> tables{random_tables(3), at_end},
+            curves{random_curves(3, at_end), at_end};
         const Fenced<Thresholds> thresholds{some_thresholds()[at_end], at_end};
         const Fenced<Thresholds> fractions{model::turned(model::palette_rows[at_end], 3), at_end};
         const Fenced<Thresholds> low{model::turned(model::high_colour_rows[at_end], 1), at_end};
@@ -552,7 +627,8 @@ TEST_P(ShowKernel, AllLengthsAlignmentsAndFences) {
              {colours_of_indices(kernels(), entries), grey_levels(kernels(), at_end ? 1 : 4),
               bits_of_greys(kernels(), thresholds), cube_indices(kernels(), fractions),
               planes(kernels(), at_end ? bit_bytes : plane_words, thresholds),
-              correct(kernels(), tables), high_colour(kernels(), tables, low),
+              correct(kernels(), tables), correct(kernels(), curves),
+              high_colour(kernels(), tables, low), high_colour(kernels(), curves, low),
               plain_high_colour(kernels(), low)})
             sweep_lengths_and_alignments(conversion);
     }
@@ -563,7 +639,8 @@ TEST_P(ShowKernel, AllLengthsAlignmentsAndFences) {
 TEST_P(ShowKernel, RandomRows) {
     for (std::uint64_t number = 0; number < 6; ++number) {
         const Fenced<ColourEntries> entries{random_table<ColourEntries>(number + 10)};
-        const Fenced<ChannelTables> tables{random_table<ChannelTables>(number + 20)};
+        const Fenced<ScreenTables> tables{random_tables(number + 20)},
+            curves{random_curves(number + 40, number % 2 == 0)};
         const auto any = random_table<Thresholds>(number + 30);
         const Fenced<Thresholds> thresholds{any}, fractions{at_least_1(any)};
         Thresholds below_16 = any;
@@ -575,27 +652,33 @@ TEST_P(ShowKernel, RandomRows) {
               grey_levels(kernels(), number % 2 == 0 ? 1 : 4), bits_of_greys(kernels(), thresholds),
               cube_indices(kernels(), fractions), planes(kernels(), plane_words, thresholds),
               planes(kernels(), wide_planes, thresholds), correct(kernels(), tables),
-              high_colour(kernels(), tables, low), plain_high_colour(kernels(), low)})
+              correct(kernels(), curves), high_colour(kernels(), tables, low),
+              high_colour(kernels(), curves, low), plain_high_colour(kernels(), low)})
             sweep_random_rows(conversion, 10);
     }
 }
 
 // Tables and thresholds need not be aligned.
 TEST_P(ShowKernel, TablesAtAllAlignments) {
-    const FencedMemory memory{sizeof(ColourEntries) + 64};
+    const FencedMemory memory{std::max(sizeof(ColourEntries), sizeof(ScreenTables)) + 64};
     Random random{test_seed(), 4};
     random.fill({memory.begin(), memory.size()});
+    const auto shapes = tables_of_every_shape(4);
     const Bytes bytes = every_sample_in_every_lane(), rgb(bytes.begin(), bytes.begin() + 900);
     for (std::size_t shift = 0; shift < 64; ++shift) {
         std::uint8_t *const at = memory.begin() + shift;
         const auto &entries = *reinterpret_cast<const ColourEntries *>(at);
-        const auto &tables = *reinterpret_cast<const ChannelTables *>(at);
+        const auto &tables = *reinterpret_cast<const ScreenTables *>(at);
         const auto &thresholds = *reinterpret_cast<const Thresholds *>(at);
         ASSERT_TRUE(runs_exactly(colours_of_indices(kernels(), entries), rgb, 900)) << shift;
-        ASSERT_TRUE(runs_exactly(correct(kernels(), tables), rgb, 300)) << shift;
-        ASSERT_TRUE(runs_exactly(high_colour(kernels(), tables, thresholds), rgb, 300)) << shift;
         ASSERT_TRUE(runs_exactly(bits_of_greys(kernels(), thresholds), rgb, 900)) << shift;
         ASSERT_TRUE(runs_exactly(planes(kernels(), plane_words, thresholds), rgb, 300)) << shift;
+        const Thresholds some = thresholds;
+        for (const Tables &of_shape : shapes) {
+            std::memcpy(at, &of_shape.tables, sizeof of_shape.tables);
+            ASSERT_TRUE(runs_exactly(correct(kernels(), tables), rgb, 300)) << shift;
+            ASSERT_TRUE(runs_exactly(high_colour(kernels(), tables, some), rgb, 300)) << shift;
+        }
     }
 }
 
@@ -604,7 +687,7 @@ TEST_P(ShowKernel, NoPixelsAreNothing) {
     const FencedMemory memory{1};
     std::uint8_t *const nowhere = memory.end();
     const auto thresholds = all(1);
-    const auto tables = random_table<ChannelTables>(5);
+    const auto tables = random_tables(5);
     const auto entries = random_table<ColourEntries>(5);
     kernels().colours_of_indices(nowhere, nowhere, entries, 0);
     kernels().grey_levels(nowhere, nowhere, 4, 0);

@@ -92,9 +92,18 @@ void planes(Input &input) {
         });
 }
 
+// Any, or those of a gamma, which kernels may look up as curves.
+ScreenTables screen_tables_of(Input &input) {
+    if (input.flag())
+        return screen_tables(table_of<ChannelTables>(input));
+    const ChannelTables corrected =
+        gamma_tables({input.between(40, 320), input.between(40, 320), input.between(40, 320)});
+    return screen_tables(input.flag() ? corrected : high_colour_tables(corrected));
+}
+
 void correction(Input &input) {
     const std::size_t pixels = input.length();
-    const auto tables = table_of<ChannelTables>(input);
+    const ScreenTables tables = screen_tables_of(input);
     show(
         input, 3 * pixels, 3 * pixels, [](const ShowKernels &kernels) { return kernels.correct; },
         [&](Correction *run, std::uint8_t *to, const std::uint8_t *from) {
@@ -104,7 +113,7 @@ void correction(Input &input) {
 
 void high_colour(Input &input) {
     const std::size_t pixels = input.length();
-    const auto tables = table_of<ChannelTables>(input);
+    const ScreenTables tables = screen_tables_of(input);
     const Thresholds thresholds = thresholds_of(input);
     show(
         input, 3 * pixels, 3 * pixels,

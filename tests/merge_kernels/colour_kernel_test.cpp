@@ -4,6 +4,8 @@
 // with the library.
 #include "merge/kernels/colour_kernels.h"
 
+#include "tests/frame/fenced_memory.h"
+#include "tests/frame/random.h"
 #include "tests/kernels/kernel_sweep.h"
 #include "tests/kernels/levels.h"
 #include "tests/merge_kernels/domains.h"
@@ -583,6 +585,32 @@ TEST(Conversion, InMemory) {
     for (std::size_t change = 0; change < merge::colour_change_count; ++change)
         for (const auto &form : conversions(ColourChange(change)))
             sweep(conversion_call(ColourChange(change), form));
+}
+
+// So many pixels at once that records go past the caches, from every place in a vector on, whole
+// words or not, up to a fence.
+TEST(Conversion, OfManyPixelsToRecords) {
+    constexpr std::size_t most = merge::fewest_past_caches + 16, before = 64;
+    const FencedMemory from{3 * most}, to{before + merge::record_bytes * most + 3};
+    Bytes expected(merge::record_bytes * most);
+    Random random{test_seed(), 1};
+    random.fill({from.end() - 3 * most, 3 * most});
+    for (const ColourChange change : {ColourChange::rgb_to_hsv, ColourChange::rgb_to_hls}) {
+        const std::size_t place(static_cast<std::size_t>(change));
+        merge::scalar_colour_kernels.convert[place](expected.data(), from.end() - 3 * most, most);
+        for (const auto &form : conversions(change))
+            for (std::size_t i = 0; i < 20; ++i) {
+                const std::size_t behind = i < 17 ? 0 : i - 16, pixels = most - i % 17,
+                                  bytes = merge::record_bytes * pixels;
+                std::uint8_t *const at = to.end() - behind - bytes;
+                std::memset(at - before, 0xA5, before + bytes + behind);
+                form.run(at, from.end() - 3 * pixels, pixels);
+                const std::size_t skipped = merge::record_bytes * (most - pixels);
+                ASSERT_EQ(std::memcmp(at, expected.data() + skipped, bytes), 0) << form.level << i;
+                EXPECT_EQ(std::count(at - before, at, 0xA5), std::ptrdiff_t(before)) << form.level;
+                EXPECT_EQ(std::count(at + bytes, to.end(), 0xA5), std::ptrdiff_t(behind));
+            }
+    }
 }
 
 TEST_P(Transfer, InMemory) {

@@ -155,7 +155,7 @@ struct ShowsOf64Bytes : WideShows<V64, avx2_show_kernels> {
         walk(pixels, ConversionStep<ColoursOfIndicesStep>{rgb, indices, step});
     }
 
-    static void correct(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,
+    static void correct(uint8_t *bgr, const uint8_t *rgb, const ScreenTables &tables,
                         size_t pixels) {
         if (pixels < sizeof(V64)) {
             avx2_show_kernels.correct(bgr, rgb, tables, pixels);
@@ -165,7 +165,7 @@ struct ShowsOf64Bytes : WideShows<V64, avx2_show_kernels> {
         walk(pixels, ConversionStep<CorrectStep>{bgr, rgb, step});
     }
 
-    static void high_colour(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,
+    static void high_colour(uint8_t *bgr, const uint8_t *rgb, const ScreenTables &tables,
                             const Thresholds &thresholds, size_t pixels) {
         if (pixels < sizeof(V64)) {
             avx2_show_kernels.high_colour(bgr, rgb, tables, thresholds, pixels);

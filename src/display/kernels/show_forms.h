@@ -116,7 +116,7 @@ struct WideShows {
         }
     }
 
-    static void correct(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,
+    static void correct(uint8_t *bgr, const uint8_t *rgb, const ScreenTables &tables,
                         size_t pixels) {
         store_pixels(bgr, pixels, [rgb, &tables](size_t i) {
             const uint8_t *const pixel = rgb + 3 * i;
@@ -127,7 +127,7 @@ struct WideShows {
 
     // Corrected, and dithered where the samples lie then: in whole steps, as nothing may be
     // dithered twice. What is left begins with the first threshold again.
-    static void high_colour(uint8_t *bgr, const uint8_t *rgb, const ChannelTables &tables,
+    static void high_colour(uint8_t *bgr, const uint8_t *rgb, const ScreenTables &tables,
                             const Thresholds &thresholds, size_t pixels) {
         const size_t whole = pixels - pixels % sizeof(V);
         if (whole > 0) {

@@ -34,9 +34,9 @@ using CubeIndices = void(std::uint8_t *indices, const std::uint8_t *rgb,
                          const Thresholds &thresholds, std::size_t pixels);
 using Planes = void(std::uint8_t *planes, std::size_t plane_bytes, const std::uint8_t *rgb,
                     const Thresholds &thresholds, std::size_t pixels);
-using Correction = void(std::uint8_t *bgr, const std::uint8_t *rgb, const ChannelTables &tables,
+using Correction = void(std::uint8_t *bgr, const std::uint8_t *rgb, const ScreenTables &tables,
                         std::size_t pixels);
-using HighColour = void(std::uint8_t *bgr, const std::uint8_t *rgb, const ChannelTables &tables,
+using HighColour = void(std::uint8_t *bgr, const std::uint8_t *rgb, const ScreenTables &tables,
                         const Thresholds &thresholds, std::size_t pixels);
 using PlainHighColour = void(std::uint8_t *bgr, const std::uint8_t *rgb,
                              const Thresholds &thresholds, std::size_t pixels);

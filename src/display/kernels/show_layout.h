@@ -263,17 +263,19 @@ V beside_pixels(const Thresholds &thresholds) {
     return repeat_lane<V>(interleave_low_u64(eight, eight));
 }
 
-// Beside the samples of pixels that lie in a row, in vector number `vector` of three.
+// Beside the samples of pixels that lie in a row in each piece, in vector number `vector` of three.
+// Pieces have whole eights of pixels.
 #ifdef __SSE4_1__
-template <int vector, class V>
+template <int vector, class V, size_t piece>
 V beside_samples(const Thresholds &thresholds) {
     static constexpr VectorBytes<V> pixel_of_sample =
-        vector_by<V>([](int i) { return (vector * int(sizeof(V)) + i) / 3 % 8; });
+        vector_by<V>([](int i) { return (vector * int(piece) + i % int(piece)) / 3 % 8; });
     return shuffle_u8(beside_pixels<V>(thresholds), as_vector<V>(pixel_of_sample));
 }
 #else
-template <int vector, class V>
+template <int vector, class V, size_t piece>
 V beside_samples(const Thresholds &thresholds) {
+    static_assert(piece == sizeof(V));
     uint8_t beside[sizeof(V)];
     for (size_t i = 0; i < sizeof(V); ++i)
         beside[i] = thresholds[(vector * sizeof(V) + i) / 3 % 8];

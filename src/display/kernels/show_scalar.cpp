@@ -86,7 +86,7 @@ struct ScalarShows {
         }
     }
 
-    static void correct(std::uint8_t *bgr, const std::uint8_t *rgb, const ChannelTables &tables,
+    static void correct(std::uint8_t *bgr, const std::uint8_t *rgb, const ScreenTables &tables,
                         std::size_t pixels) {
         for (std::size_t i = 0; i < pixels; ++i, bgr += 3, rgb += 3) {
             bgr[0] = tables.blue[rgb[2]];
@@ -95,7 +95,7 @@ struct ScalarShows {
         }
     }
 
-    static void high_colour(std::uint8_t *bgr, const std::uint8_t *rgb, const ChannelTables &tables,
+    static void high_colour(std::uint8_t *bgr, const std::uint8_t *rgb, const ScreenTables &tables,
                             const Thresholds &thresholds, std::size_t pixels) {
         for (std::size_t i = 0; i < pixels; ++i, bgr += 3, rgb += 3) {
             const std::uint8_t threshold = thresholds[i % 8];

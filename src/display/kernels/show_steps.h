@@ -185,15 +185,21 @@ private:
 // Three vectors of samples in a row, cut to five bits. A sample of which the lower three bits reach
 // the threshold, 1 to 8, steps up: so it does when 8 - threshold is added and those bits are cut
 // off.
-template <class V>
+//
+// Pixels lie in a row in each piece of the three: in all of a vector, or lane by lane.
+template <class V, size_t piece = sizeof(V)>
 class FiveBits {
 public:
     explicit FiveBits(const Thresholds &thresholds)
-        : room_{room(beside_samples<0, V>(thresholds)), room(beside_samples<1, V>(thresholds)),
-                room(beside_samples<2, V>(thresholds))} {}
+        : room_{room(beside_samples<0, V, piece>(thresholds)),
+                room(beside_samples<1, V, piece>(thresholds)),
+                room(beside_samples<2, V, piece>(thresholds))} {}
 
+    V cut(size_t vector, V samples) const {
+        return add_u8(samples, room_[vector]) & repeat_u8<V>(0xF8);
+    }
     void store(uint8_t *at, size_t vector, V samples) const {
-        simd::store(at + vector * sizeof(V), add_u8(samples, room_[vector]) & repeat_u8<V>(0xF8));
+        simd::store(at + vector * sizeof(V), cut(vector, samples));
     }
 
 private:

@@ -38,7 +38,7 @@ private:
     const Opening opening_;
     ManagedContext managed_; // goes after what follows
     const Path &path_;
-    const ChannelTables &tables_;
+    const ScreenTables &tables_;
     DitherCursor cursor_;
     int direction_ = 1;
     int top_, bottom_;             // of what is not drawn yet

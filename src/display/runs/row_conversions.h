@@ -15,7 +15,7 @@ struct RowToShow {
     std::size_t pixels;
     int first_bit; // of a row of bits, within its first byte
     const Thresholds &thresholds;
-    const ChannelTables &tables;
+    const ScreenTables &tables;
 };
 
 using ConvertRow = void(std::uint8_t *strip_row, const RowToShow &row);
@@ -24,7 +24,7 @@ struct Conversion {
     ConvertRow *convert;
     ConvertRow *without_gamma; // the same bytes while there is no gamma to correct
     MatrixView matrix;
-    const ChannelTables &(*tables)();
+    const ScreenTables &(*tables)();
 
     // Which of the two it is until the gamma changes.
     ConvertRow *current() const;

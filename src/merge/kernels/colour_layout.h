@@ -128,24 +128,26 @@ Fields<V> load_fields(const uint8_t *source) {
 }
 
 // Two vectors side by side, each lane's 16 bytes of both as one piece: half the stores.
+template <class Stores>
 inline void store_side_by_side(uint8_t *destination, V16 a, V16 b) {
-    store(destination, a);
-    store(destination + 16, b);
+    Stores::store(destination, a);
+    Stores::store(destination + 16, b);
 }
 
 #ifdef __AVX2__
+template <class Stores>
 inline void store_side_by_side(uint8_t *destination, V32 a, V32 b) {
-    store(destination, _mm256_inserti128_si256(a, lane_of<0>(b), 1));
-    store(destination + lane_records, _mm256_permute2x128_si256(a, b, 0x31));
+    Stores::store(destination, _mm256_inserti128_si256(a, lane_of<0>(b), 1));
+    Stores::store(destination + lane_records, _mm256_permute2x128_si256(a, b, 0x31));
 }
 #endif
 
-template <int half, class V>
+template <class Stores, int half, class V>
 void store_fields(uint8_t *destination, const Fields<V> &first, const Fields<V> &second) {
     destination += half * lane_records / 2;
-    store_side_by_side(destination, mixed<0>(first.field), mixed<1>(first.field));
-    store_side_by_side(destination + 32, mixed<2>(first.field), mixed<0>(second.field));
-    store_side_by_side(destination + 64, mixed<1>(second.field), mixed<2>(second.field));
+    store_side_by_side<Stores>(destination, mixed<0>(first.field), mixed<1>(first.field));
+    store_side_by_side<Stores>(destination + 32, mixed<2>(first.field), mixed<0>(second.field));
+    store_side_by_side<Stores>(destination + 64, mixed<1>(second.field), mixed<2>(second.field));
 }
 
 } // namespace

@@ -127,16 +127,17 @@ requires(sizeof(V) == 64) Fields<V> load_fields(const uint8_t *source) {
         {field_of_records<0>(a, b, c), field_of_records<1>(a, b, c), field_of_records<2>(a, b, c)}};
 }
 
-inline void store_quarter(uint8_t *destination, const Fields<V64> &fields) {
-    store(destination, vector_of_records<0>(fields));
-    store(destination + 64, vector_of_records<1>(fields));
-    store(destination + 128, vector_of_records<2>(fields));
+template <class Stores>
+void store_quarter(uint8_t *destination, const Fields<V64> &fields) {
+    Stores::store(destination, vector_of_records<0>(fields));
+    Stores::store(destination + 64, vector_of_records<1>(fields));
+    Stores::store(destination + 128, vector_of_records<2>(fields));
 }
 
-template <int half>
+template <class Stores, int half>
 void store_fields(uint8_t *destination, const Fields<V64> &first, const Fields<V64> &second) {
-    store_quarter(destination + (2 * half) * 3 * sizeof(V64), first);
-    store_quarter(destination + (2 * half + 1) * 3 * sizeof(V64), second);
+    store_quarter<Stores>(destination + (2 * half) * 3 * sizeof(V64), first);
+    store_quarter<Stores>(destination + (2 * half + 1) * 3 * sizeof(V64), second);
 }
 
 } // namespace

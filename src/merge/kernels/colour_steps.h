@@ -14,7 +14,28 @@ namespace {
 
 // --- out of RGB ----------------------------------------------------------------------------------
 
-template <class Space, class V>
+// What will be read soon. Addresses behind all memory are harmless.
+template <size_t bytes>
+inline void prefetch(const uint8_t *at) {
+    for (size_t i = 0; i < bytes; i += 64)
+        _mm_prefetch(reinterpret_cast<const char *>(at + i), _MM_HINT_T0);
+}
+
+// Where records go: into the caches, or past them, which saves reading what is overwritten.
+struct IntoCaches {
+    template <class V>
+    static void store(uint8_t *at, V v) {
+        simd::store(at, v);
+    }
+};
+struct PastCaches {
+    template <class V>
+    static void store(uint8_t *at, V v) {
+        stream(at, v);
+    }
+};
+
+template <class Space, class V, class Stores = IntoCaches>
 struct RgbToRecords {
     static constexpr size_t units = sizeof(V), source_bytes = 3, destination_bytes = record_bytes;
     using Loaded = Channels<V>;
@@ -42,8 +63,8 @@ private:
             Saturations<V>::of(widen_u8_to_u16<half>(subtract_u8(bytes.max, bytes.min)),
                                Space::template most<half>(bytes.max, bytes.min));
         const V value = widen_u8_to_u16<half>(bytes.value);
-        store_fields<half>(destination, fields_of<0>(hues, saturations, value),
-                           fields_of<1>(hues, saturations, value));
+        store_fields<Stores, half>(destination, fields_of<0>(hues, saturations, value),
+                                   fields_of<1>(hues, saturations, value));
     }
 
     template <size_t half>
@@ -98,7 +119,7 @@ private:
 };
 
 // As walk() knows steps. The last one's records are set aside because the destination may be the
-// source.
+// source. Those of a few steps further on are asked for: the processor does so too late by itself.
 template <class Step>
 struct RecordStep {
     static constexpr size_t units = Step::units;
@@ -115,6 +136,7 @@ struct RecordStep {
         return records;
     }
     void make(size_t at) const {
+        prefetch<Step::source_bytes * units>(source + Step::source_bytes * at + 4096);
         Step::convert(destination + Step::destination_bytes * at, source + Step::source_bytes * at);
     }
     void make(size_t at, const Records &records) const {
@@ -184,6 +206,39 @@ struct WideColours {
         convert_run(destination, source, pixels, Step{}, narrower.convert[size_t(change)]);
     }
 
+    // As many whole steps as there are, past the caches.
+    template <class Step>
+    [[gnu::flatten]] static size_t convert_far(uint8_t *destination, const uint8_t *source,
+                                               size_t pixels) {
+        size_t done = 0;
+        for (; pixels - done >= Step::units; done += Step::units) {
+            const uint8_t *const from = source + Step::source_bytes * done;
+            prefetch<Step::source_bytes * Step::units>(from + 1024);
+            Step().store(destination + Step::destination_bytes * done, Step().load(from));
+        }
+        fence_streams();
+        return done;
+    }
+
+    // Past the caches go whole vectors: the first pixels are those up to one, which there is where
+    // records are made of whole words.
+    template <class Space, ColourChange change>
+    static void to_records(uint8_t *destination, const uint8_t *source, size_t pixels) {
+        constexpr auto near = convert<change, RgbToRecords<Space, V>>;
+        const auto address = reinterpret_cast<std::uintptr_t>(destination);
+        if (pixels < fewest_past_caches || address % 4 != 0) {
+            near(destination, source, pixels);
+            return;
+        }
+        size_t done = 0;
+        while ((address + record_bytes * done) % sizeof(V) != 0)
+            ++done;
+        near(destination, source, done);
+        done += convert_far<RgbToRecords<Space, V, PastCaches>>(destination + record_bytes * done,
+                                                                source + 3 * done, pixels - done);
+        near(destination + record_bytes * done, source + 3 * done, pixels - done);
+    }
+
     template <class Space>
     [[gnu::flatten]] static void to_rgb(uint8_t *destination, const uint8_t *source,
                                         size_t pixels) {
@@ -207,8 +262,8 @@ struct WideColours {
     static constexpr ColourKernels table = {
         .convert = {convert<ColourChange::rgb_to_grey, RgbToGrey<V>>,
                     convert<ColourChange::grey_to_rgb, GreyToRgb<V>>,
-                    convert<ColourChange::rgb_to_hsv, RgbToRecords<HsvSpace, V>>, to_rgb<HsvSpace>,
-                    convert<ColourChange::rgb_to_hls, RgbToRecords<HlsSpace, V>>, to_rgb<HlsSpace>},
+                    to_records<HsvSpace, ColourChange::rgb_to_hsv>, to_rgb<HsvSpace>,
+                    to_records<HlsSpace, ColourChange::rgb_to_hls>, to_rgb<HlsSpace>},
         .transfer = {transfer<HsvFields::hue_and_saturation>, transfer<HsvFields::hue>,
                      transfer<HsvFields::saturation>, transfer<HsvFields::value>},
     };
