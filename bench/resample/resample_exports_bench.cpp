@@ -111,10 +111,8 @@ struct Scaling {
     SIZE source, destination;
 };
 constexpr Scaling scalings[] = {
-    {{512, 512}, {1024, 1024}},
-    {{1600, 1200}, {4000, 3000}},
-    {{4000, 3000}, {1600, 1200}},
-    {{4000, 3000}, {400, 300}},
+    {{512, 512}, {1024, 1024}},   {{1600, 1200}, {4000, 3000}}, {{1280, 1280}, {512, 512}},
+    {{4000, 3000}, {1600, 1200}}, {{4000, 3000}, {400, 300}},
 };
 
 void beside_plain_memory(const Scaling &scaling, int bits, const Method &method) {

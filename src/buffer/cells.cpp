@@ -101,6 +101,12 @@ std::byte *own_cell(const Record &record, int index) {
     return is_own ? record.cell_address[index] : nullptr;
 }
 
+std::byte *const *readable_cells(const Record &record) {
+    const bool are_in_cells =
+        record.operations.get_memory == get_memory && type_of(record).read == read_cells;
+    return are_in_cells ? record.owner().cell_address : nullptr;
+}
+
 void *clamped_address(Record &record, int x, int y) {
     const PixelPlace place = clamped_place_of(record, x, y);
     std::byte *const cell = find_cell(record, place.cell);

@@ -79,4 +79,9 @@ entry::PointAddress clamped_address;
 // they go through the table.
 std::byte *own_cell(const Record &record, int index);
 
+// The addresses of all cells of the buffer's owner, where others may read pixels without asking:
+// while they lie in cells and its table has the ordinary entry for giving them. Null otherwise:
+// they go through the table. Without storage the addresses are null.
+std::byte *const *readable_cells(const Record &record);
+
 } // namespace q32::buffer

@@ -10,6 +10,7 @@
 #include "resample/cell_source.h"
 #include "resample/kernels/row_resampler.h"
 #include "resample/position_tables.h"
+#include "rows/rows.h"
 
 #include <algorithm>
 
@@ -30,13 +31,16 @@ struct Target {
 // Makes pieces of the destination by one method.
 class PieceMaker {
 public:
-    PieceMaker(const BufferJob &job, const CellTables &tables, const Method &method)
+    PieceMaker(const BufferJob &job, const CellTables &tables, const Method &method,
+               int piece_width)
         : destination_(*record_of(job.destination)), tables_(tables),
           kernels_(method.chosen_kernels()), sites_(*method.cell_sites),
           pixel_bytes_(destination_.info.bytes_per_pixel),
-          source_(*record_of(job.source), pixel_bytes_, method) {}
+          source_(*record_of(job.source), destination_, pixel_bytes_, method),
+          columns_(kernels_, tables.columns(), pixel_bytes_, std::size_t(piece_width)) {}
 
-    // The piece lies in one cell. Reports and returns false when it fails.
+    // The piece lies in one cell, or fills a band of cells that are the buffer's own. Reports and
+    // returns false when it fails.
     bool make(const Area &piece) {
         const Positions columns = tables_.columns().part(piece.left, piece.right);
         const Positions rows = tables_.rows().part(piece.top, piece.bottom);
@@ -45,19 +49,54 @@ public:
         const Target in_cell = target_in_cell(piece);
         const bool is_staged = in_cell.pixels == nullptr;
         const std::size_t row_bytes = columns.count * std::size_t(pixel_bytes_);
-        const std::size_t staged_bytes = is_staged ? row_bytes * rows.count : 0;
-        std::uint8_t *const block = block_.of_bytes(
-            staged_bytes + RowResampler::work_bytes(kernels_, columns.count, pixel_bytes_));
-        if (block == nullptr)
+        const bool is_of_one_cell = piece.width() <= destination_.info.cell_width;
+        const std::size_t staged_rows =
+            is_of_one_cell ? is_staged ? rows.count : 0 : rows_between_cells(row_bytes);
+        const Work work = find_work(columns.count, staged_rows * row_bytes);
+        if (work.plans == nullptr)
             return fail(sites_.no_destination_block);
-        RowResampler resampler(kernels_, block + staged_bytes, columns, source_.columns(),
-                               pixel_bytes_);
+        const Plans plans = {columns_.of(piece.left, piece.right, source_.columns()), columns.count,
+                             work.lines};
+        const Target staged = {work.staged, row_bytes};
+        if (!is_of_one_cell) {
+            const CellParts parts = parts_of(piece);
+            return fill(plans, rows, staged, staged_rows, [&](std::size_t y, std::size_t count) {
+                move_to_cells(parts, staged, y, count);
+            });
+        }
+        const auto is_in_place = [](std::size_t, std::size_t) {};
         if (!is_staged)
-            return fill(resampler, rows, in_cell);
-        return fill(resampler, rows, {block, row_bytes}) && write(piece, block);
+            return fill(plans, rows, in_cell, rows.count, is_in_place);
+        return fill(plans, rows, staged, rows.count, is_in_place) && write(piece, work.staged);
     }
 
 private:
+    struct Plans {
+        const PieceColumns &columns;
+        std::size_t count; // of columns
+        void *lines;       // memory for them
+    };
+
+    // One block of memory, for the plans of all pieces and for one piece's lines and pixels. Null
+    // plans: there is none.
+    struct Work {
+        std::uint8_t *plans, *lines, *staged;
+    };
+    Work find_work(std::size_t columns, std::size_t staged_bytes) {
+        const bool has_turned = columns_.turn_to(source_.grid());
+        const std::size_t plan_bytes = columns_.bytes();
+        const std::size_t line_bytes = RowResampler::lines_bytes(kernels_, columns, pixel_bytes_);
+        const std::size_t bytes = work_alignment + plan_bytes + line_bytes + staged_bytes;
+        const bool is_kept = block_.is_of_bytes(bytes) && !has_turned;
+        std::uint8_t *const block = block_.of_bytes(bytes);
+        if (block == nullptr)
+            return {};
+        auto *const plans = static_cast<std::uint8_t *>(first_aligned(block));
+        if (!is_kept)
+            columns_.keep_in(plans);
+        return {plans, plans + plan_bytes, plans + plan_bytes + line_bytes};
+    }
+
     // Null pixels: the piece has to be staged. Cells that are the buffer's own and nobody else's
     // are filled where they lie. What the callback has made something else of meanwhile, one colour
     // for instance, has entries of its own for taking pixels.
@@ -70,9 +109,110 @@ private:
                 std::size_t(buffer::describe_cell(destination_, place.cell).row_bytes)};
     }
 
-    bool fill(RowResampler &resampler, const Positions &rows, const Target &target) {
-        const auto fetch = [&](int row) { return source_.row(row); };
-        return resampler.make_rows(target.pixels, target.stride, rows, source_.rows(), fetch);
+    // Makes so many rows at once in the target, and hands them on.
+    template <typename HandOn>
+    bool fill(const Plans &plans, const Positions &rows, const Target &target,
+              std::size_t rows_at_once, const HandOn &hand_on) {
+        const ColumnRun &all = *plans.columns.begin();
+        RowResampler resampler(kernels_, all.plan, plans.lines, plans.count, pixel_bytes_);
+        RowsAtHand at_hand;
+        const auto fetch = [&](int row) -> const std::uint8_t * {
+            if (!at_hand.have(row))
+                at_hand = source_.rows_around(row, plans.columns, all);
+            return at_hand.pixels != nullptr ? at_hand.row(row) : nullptr;
+        };
+        for (std::size_t y = 0, next; y < rows.count; y = next) {
+            next = std::min(y + rows_at_once, rows.count);
+            const Positions some = rows.part(y, next);
+            const bool done = kernels_.down == nullptr
+                                  ? fill_with_lines(plans, some, target)
+                                  : resampler.make_rows(target.pixels, target.stride, some,
+                                                        source_.rows(), fetch);
+            if (!done)
+                return false;
+            hand_on(y, next - y);
+        }
+        return true;
+    }
+
+    // So many that they stay in the cache of first level.
+    static std::size_t rows_between_cells(std::size_t row_bytes) {
+        constexpr std::size_t bytes = 8 * 1024;
+        return std::max<std::size_t>(bytes / row_bytes, 1);
+    }
+
+    // The parts of a piece in cells beside each other.
+    struct CellParts {
+        Target cell[widest_piece / buffer::largest_cell_side];
+        std::size_t bytes[widest_piece / buffer::largest_cell_side]; // of a row
+        std::size_t count = 0;
+    };
+    CellParts parts_of(const Area &piece) {
+        CellParts parts;
+        const int width = destination_.info.cell_width;
+        for (int x = piece.left; x < piece.right; x += width, ++parts.count) {
+            parts.cell[parts.count] = target_in_cell(area_of(x, piece.top, width, 1));
+            parts.bytes[parts.count] =
+                std::size_t(std::min(width, piece.right - x)) * unsigned(pixel_bytes_);
+        }
+        return parts;
+    }
+
+    // From row y of the piece on.
+    static void move_to_cells(const CellParts &parts, const Target &staged, std::size_t y,
+                              std::size_t count) {
+        const std::uint8_t *pixels = staged.pixels;
+        for (std::size_t i = 0; i < parts.count; ++i) {
+            const Target &cell = parts.cell[i];
+            rows::kernels().copy_rows(cell.pixels + y * cell.stride, cell.stride, pixels,
+                                      staged.stride, parts.bytes[i], count);
+            pixels += parts.bytes[i];
+        }
+    }
+
+    // Where lines are destination rows.
+    bool fill_with_lines(const Plans &plans, const Positions &rows, const Target &target) {
+        if (plans.columns.read().reading == Reading::gathered)
+            return fill_runs(rows, target, plans.count, [&](std::uint8_t *line, int row) {
+                return source_.gather(line, row, plans.columns);
+            });
+        for (const ColumnRun &run : plans.columns) {
+            RowsAtHand at_hand;
+            const auto make_line = [&](std::uint8_t *line, int row) {
+                if (!at_hand.have(row))
+                    at_hand = source_.rows_around(row, plans.columns, run);
+                if (at_hand.pixels == nullptr)
+                    return false;
+                kernels_.across(line, run.plan, at_hand.row(row));
+                return true;
+            };
+            const Target part = {target.pixels + run.begin * std::size_t(pixel_bytes_),
+                                 target.stride};
+            if (!fill_runs(rows, part, run.count, make_line))
+                return false;
+        }
+        return true;
+    }
+
+    // Rows of one source row are made once and copied.
+    template <typename MakeLine>
+    bool fill_runs(const Positions &rows, const Target &target, std::size_t columns,
+                   const MakeLine &make_line) {
+        const Span source_rows = source_.rows();
+        std::uint8_t *line = target.pixels;
+        for (std::size_t y = 0, next; y < rows.count; y = next) {
+            const int row = source_rows.cut(rows.index[y]);
+            for (next = y + 1; next < rows.count && rows.index[next] == rows.index[y];)
+                ++next;
+            if (!make_line(line, row))
+                return false;
+            const std::size_t alike = next - y - 1;
+            if (alike != 0)
+                rows::kernels().copy_rows(line + target.stride, target.stride, line, 0,
+                                          columns * std::size_t(pixel_bytes_), alike);
+            line += (1 + alike) * target.stride;
+        }
+        return true;
     }
 
     // The buffer's own entry and not the export, which would raise the thread's priority each time.
@@ -88,6 +228,7 @@ private:
     const site::CellSites &sites_;
     int pixel_bytes_;
     CellSource source_;
+    KeptColumns columns_;
     ReusedBlock block_{GMEM_FIXED};
 };
 
@@ -105,29 +246,60 @@ bool find_cell(HBUF32 buffer, int index, Area *area) {
 
 // Calls make with the pieces of an area, left to right and top to bottom.
 template <typename Make>
-bool each_piece(const Area &area, const Make &make) {
-    constexpr int side = buffer::largest_cell_side;
-    for (int y = area.top; y < area.bottom; y += side)
-        for (int x = area.left; x < area.right; x += side)
-            if (!make(intersect(area_of(x, y, side, side), area)))
+bool each_piece(const Area &area, int width, const Make &make) {
+    constexpr int height = buffer::largest_cell_side;
+    for (int y = area.top; y < area.bottom; y += height)
+        for (int x = area.left; x < area.right; x += width)
+            if (!make(intersect(area_of(x, y, width, height), area)))
                 return false;
     return true;
 }
 
+// How many cells beside each other are made at once. Long rows cost less, but go through a block
+// and from there to the cells: single bytes gain by it, and what has more to do with rows of the
+// source than with those of the destination. As long as nobody calls back it does not show; and all
+// of the cells must be the buffer's own.
+int cells_at_once(const BufferJob &job, const Method &method) {
+    constexpr int most_bytes = 1536; // of a row
+    const buffer::Record &destination = *record_of(job.destination);
+    const bool is_reduced = job.source_info().width >= destination.info.width;
+    const bool has_neighbours = method.chosen_kernels().down != nullptr;
+    const bool gains = destination.info.bytes_per_pixel == 1 || (is_reduced && has_neighbours);
+    if (!gains || job.progress.is_watched() || buffer::own_cell(destination, 0) == nullptr)
+        return 1;
+    constexpr int most = int(widest_piece) / buffer::largest_cell_side;
+    return std::clamp(most_bytes / std::max(int(destination.cell_row_bytes), 1), 1, most);
+}
+
 bool make_cells(const BufferJob &job, const CellTables &tables, const Method &method) {
-    PieceMaker maker(job, tables, method);
+    const int at_once = cells_at_once(job, method);
+    const int piece_width = at_once * buffer::largest_cell_side;
+    PieceMaker maker(job, tables, method, piece_width);
     // The callback may change a linear buffer's height meanwhile.
     const Area with_positions = {0, 0, int(tables.columns().count), int(tables.rows().count)};
+    const auto make = [&](const Area &area) {
+        return each_piece(intersect(area, with_positions), piece_width,
+                          [&](const Area &piece) { return maker.make(piece); });
+    };
+    const int columns = record_of(job.destination)->info.cell_columns;
     const int count = record_of(job.destination)->info.cell_count;
-    for (int index = 0; index < count; ++index) {
+    for (int index = 0; index < count;) {
         if (!job.progress.report(job.progress.value_after(index, count)))
             return fail(method.cell_sites->cancelled);
-        Area cell;
-        if (!find_cell(job.destination, index, &cell))
+        const int cells = std::min(at_once, columns - index % columns);
+        Area area = {};
+        bool found = true;
+        for (int i = 0; i < cells && found; ++i) {
+            Area cell;
+            found = find_cell(job.destination, index + i, &cell);
+            if (found)
+                area = i == 0 ? cell : Area{area.left, area.top, cell.right, cell.bottom};
+        }
+        if (!area.is_empty() && !make(area))
             return false;
-        if (!each_piece(intersect(cell, with_positions),
-                        [&](const Area &piece) { return maker.make(piece); }))
+        if (!found)
             return false;
+        index += cells;
     }
     return true;
 }

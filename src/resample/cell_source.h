@@ -1,10 +1,11 @@
-// The source as cells read it: rows of the columns that a piece needs, fetched from the buffer in
-// blocks of rows.
+// The source as cells read it: rows of the pixels that a piece needs, read where they lie, or
+// fetched from the buffer in blocks of rows.
 #pragma once
 
 #include "buffer/record.h"
 #include "library/process/owners.h"
 #include "resample/methods.h"
+#include "resample/piece_columns.h"
 
 #include <cstdint>
 
@@ -16,9 +17,11 @@ class ReusedBlock {
 public:
     explicit ReusedBlock(UINT flags) : flags_(flags) {}
 
+    bool is_of_bytes(SIZE_T bytes) const { return block_ && bytes <= bytes_; }
+
     // What it held is lost where it grows. Null when there is no memory.
     std::uint8_t *of_bytes(SIZE_T bytes) {
-        if (!block_ || bytes > bytes_) {
+        if (!is_of_bytes(bytes)) {
             block_.reset();
             block_.reset(GlobalAlloc(flags_, bytes));
             bytes_ = bytes;
@@ -34,36 +37,44 @@ private:
 
 class CellSource {
 public:
-    // The first pixel_bytes of each pixel of a buffer.
-    CellSource(buffer::Record &record, int pixel_bytes, const Method &method)
-        : record_(record), pixel_bytes_(pixel_bytes), kernels_(method.chosen_kernels()),
-          sites_(*method.cell_sites) {}
+    // The first pixel_bytes of each pixel of a buffer, for pieces that are written to another.
+    CellSource(buffer::Record &record, const buffer::Record &destination, int pixel_bytes,
+               const Method &method)
+        : record_(record), destination_(destination), pixel_bytes_(pixel_bytes),
+          kernels_(method.chosen_kernels()), sites_(*method.cell_sites) {}
 
-    // Turns to what the positions of a piece read, and fetches the first block of it. Reports and
-    // returns false when that fails.
+    // Turns to what the positions of a piece read, and sees to it that its first row is there.
+    // Reports and returns false when that fails.
     bool begin(const Positions &columns, const Positions &rows);
 
-    Span columns() const { return columns_; }
+    const ColumnsRead &columns() const { return read_; }
+    CellGrid grid() const { return CellGrid(record_.owner()); }
     Span rows() const { return {0, record_.info.height}; }
 
-    // The pixels of a row, from the first of the columns on, as long as no other row is asked for.
-    // Rows are asked for from top to bottom. Reports and returns null when it cannot be read.
-    const std::uint8_t *row(int y) {
-        return y >= first_row_ && y < end_row_ ? at_hand(y) : fetch(y);
-    }
+    // The rows at hand, of which one is this, for a run of the piece's columns: as long as no
+    // others are asked for. Blocks are fetched from top to bottom. Reports when there are none.
+    RowsAtHand rows_around(int y, const PieceColumns &columns, const ColumnRun &run);
+
+    // The taps of a row, for columns that are gathered. Reports and returns false when it cannot be
+    // read.
+    bool gather(std::uint8_t *taps, int y, const PieceColumns &columns);
 
 private:
-    Span read_by(const Positions &positions, int image) const;
+    bool may_be_read_in_cells() const;
+    Span rows_read_by(const Positions &rows) const;
     bool passes_over_rows() const;
     int most_rows_at_once() const;
+    std::size_t block_bytes(std::size_t columns) const;
+    bool turn_to(int y);
+    bool assemble(int y);
+    CellRows::Assembly assembly_of(const CellGrid &grid) const;
+    RowsAtHand at_hand() const { return {pixels_, stride_, first_row_, end_row_ - first_row_}; }
     void prefetch_behind(int row);
-    const std::uint8_t *at_hand(int y) const {
-        return pixels_ + std::size_t(y - first_row_) * stride_;
-    }
-    const std::uint8_t *fetch(int first_row);
+    bool fetch(int first_row);
     void drop_other_bytes(int rows);
 
     buffer::Record &record_;
+    const buffer::Record &destination_;
     int pixel_bytes_;
     const MethodKernels &kernels_; // how many lines they take: of rows and of columns alike
     const site::CellSites &sites_;
@@ -71,7 +82,9 @@ private:
     std::uint8_t *pixels_ = nullptr;
     std::size_t stride_ = 0;
 
-    Span columns_ = {};
+    ColumnsRead read_ = {};
+    CellRows cells_;
+    CellRows::Assembly assembly_ = {};
     Positions rows_ = {};  // of the destination
     std::size_t next_ = 0; // of them, whose source rows have not been prefetched
     bool passes_over_rows_ = false;

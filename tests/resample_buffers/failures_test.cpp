@@ -584,29 +584,35 @@ TEST_F(ResampleFailures, NewBufferOfPixelsThatCannotBeFetched) {
     }
 }
 
-// A cell whose rectangle cannot be had ends the work.
+// A cell whose rectangle cannot be had ends the work, whether somebody listens or not.
 TEST_F(ResampleFailures, CellsThatCannotBeLocked) {
     Random random(test_seed(), 15);
     for (const auto &[path, fetch, write] : cell_points)
-        for (int fails = 0; fails < 6; ++fails) {
-            SCOPED_TRACE(std::string(name_of(path)) + ", cell " + std::to_string(fails));
-            const Side source(24, 150, 140, random);
-            Side given(24, 300, 200, random);
-            const Surroundings surroundings({&source, &given});
-            Listener listener(0, 6);
-            {
-                const CellLockHook hook(given, [&](auto original, HBUF32 buffer, int index,
-                                                   void **address, BUF32CELL *cell) {
-                    return index == fails ? 0 : original(buffer, index, address, cell);
-                });
-                EXPECT_SILENT_FAILURE(resample_into(given, manner_of(path), source, listener));
-            }
-            surroundings.expect_unchanged();
-            EXPECT_EQ(listener.progress(), fails + 1);
-            EXPECT_EQ(listener.heard().back(), (Message{4, 6}));
-            model::resample(path, source.picture, given.picture, given.cells(), fails);
-            given.expect_picture();
-        }
+        for (int bits : {8, 24})
+            for (bool is_watched : {false, true})
+                for (int fails = 0; fails < 6; ++fails) {
+                    SCOPED_TRACE(std::string(name_of(path)) + ", cell " + std::to_string(fails));
+                    const Side source(bits, 150, 140, random);
+                    Side given(bits, 300, 200, random);
+                    const Surroundings surroundings({&source, &given});
+                    Listener listener(0, 6);
+                    {
+                        const CellLockHook hook(given, [&](auto original, HBUF32 buffer, int index,
+                                                           void **address, BUF32CELL *cell) {
+                            return index == fails ? 0 : original(buffer, index, address, cell);
+                        });
+                        const RESAMPLEPROGRESS *const progress = listener;
+                        EXPECT_SILENT_FAILURE(resample_into(given, manner_of(path), source,
+                                                            is_watched ? progress : nullptr));
+                    }
+                    surroundings.expect_unchanged();
+                    if (is_watched) {
+                        EXPECT_EQ(listener.progress(), fails + 1);
+                        EXPECT_EQ(listener.heard().back(), (Message{4, 6}));
+                    }
+                    model::resample(path, source.picture, given.picture, given.cells(), fails);
+                    given.expect_picture();
+                }
 }
 
 } // namespace

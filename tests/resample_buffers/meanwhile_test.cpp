@@ -93,7 +93,7 @@ void set_parts(Path path, const Geometry &cells, int count, Picture &picture, co
                                                     : y / cells.cell_height() * cells.columns() +
                                                           x / cells.cell_width();
             if (part < count)
-                move_pixel(bits_of(path), picture.image.row(size_t(y)), picture.bit_of(x),
+                move_pixel(picture.bits(), picture.image.row(size_t(y)), picture.bit_of(x),
                            from.image.row(size_t(y)), from.bit_of(x));
         }
 }
@@ -187,6 +187,47 @@ TEST_F(ResampleMeanwhile, SourceGetsPixelsOfItsOwn) {
                     given.expect_picture();
                     expect_rows(source, picture.picture);
                     EXPECT_EQ(word(source, field_lock_count), 0u);
+                }
+}
+
+// The source itself is filled with one colour and then written again: its pixels lie in cells, then
+// nowhere, then in cells anew. Each cell is made of what the source is when it is begun.
+TEST_F(ResampleMeanwhile, SourceBecomesSomethingElse) {
+    Random random(test_seed(), 8);
+    for (Path path : {Path::nearest_cells, Path::bilinear_cells, Path::bicubic_cells})
+        for (int bits : {8, 24})
+            for (int width : {150, 400, 900, 2000})
+                for (Sort sort : {Sort::tiled, Sort::linear, Sort::duplicate}) {
+                    SCOPED_TRACE(std::string(name_of(path)) + ", " + name_of(sort) + ", " +
+                                 size_text(bits, width, 40));
+                    const Side source(sort, bits, width, 40, random);
+                    Side given(bits, 290, 200, random); // of six cells
+                    const Geometry cells = given.cells();
+                    const Picture first = source.picture;
+                    const OneColourSubject filled(bits, width, 40);
+                    Picture second(Geometry(width, 40, bits, BUF32_TILED));
+                    for (uint8_t &byte : second.image.bytes())
+                        byte = uint8_t(random.below(256));
+                    Listener listener(0, 6);
+                    listener.also = [&](const Message &message) {
+                        if (message == Message{RESAMPLE_PROGRESS, 1}) {
+                            EXPECT_EQ(api().buf32FillOneColor(source, some_colour), 1);
+                        }
+                        if (message == Message{RESAMPLE_PROGRESS, 4})
+                            store(source, second.image);
+                    };
+                    EXPECT_SUCCESS(resample_into(given, manner_of(path), source, listener));
+                    Picture colour = given.picture, result = given.picture;
+                    model::resample(path, second, result, cells);
+                    model::resample(path, filled.picture, colour, cells);
+                    set_parts(path, cells, 4, result, colour);
+                    model::resample(path, first, colour, cells);
+                    set_parts(path, cells, 1, result, colour);
+                    given.picture = result;
+                    given.expect_picture();
+                    EXPECT_EQ(source.locks(), 0u);
+                    if (HasFailure())
+                        return;
                 }
 }
 

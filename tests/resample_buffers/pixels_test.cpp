@@ -36,6 +36,83 @@ TEST_F(ResamplePixels, OfBytes) {
             }
 }
 
+// Columns that read one cell of the source or several, pixels beside each other or far apart; rows
+// that go on from one band of cells to the next.
+TEST_F(ResamplePixels, OfSeveralCells) {
+    Random random(test_seed(), 6);
+    constexpr int from_sides[] = {129, 256, 300, 513, 1500};
+    constexpr int into_sides[] = {3, 100, 128, 129, 300, 513};
+    for (Path path : {Path::nearest_cells, Path::bilinear_cells, Path::bicubic_cells})
+        for (int bits : {8, 24})
+            for (Sort sort : {Sort::tiled, Sort::duplicate})
+                for (int from : from_sides)
+                    for (int into : into_sides) {
+                        const Side wide(sort, bits, from, 5, random);
+                        check_new(manner_of(path), into, between(random, 1, 9), wide);
+                        const Side high(sort, bits, 5, from, random);
+                        check_new(manner_of(path), between(random, 1, 9), into, high);
+                        if (HasFailure())
+                            return;
+                    }
+}
+
+// Whether somebody listens does not show in the pixels, although cells are then made one by one.
+TEST_F(ResamplePixels, AreTheSameWhenWatched) {
+    Random random(test_seed(), 9);
+    for (Path path : {Path::nearest_cells, Path::bilinear_cells, Path::bicubic_cells})
+        for (int bits : {8, 24})
+            for (const auto &[from, into] :
+                 {std::pair{600, 1200}, {1300, 1300}, {2000, 700}, {3000, 1100}, {9000, 1025}}) {
+                const Side source(bits, from, 6, random);
+                Side given(bits, into, 5, random);
+                Listener listener(0, 100);
+                EXPECT_SUCCESS(resample_into(given, manner_of(path), source, listener));
+                model::resample(path, source.picture, given.picture, given.cells());
+                given.expect_picture();
+                check_given(manner_of(path), given, source);
+                if (HasFailure())
+                    return;
+            }
+}
+
+// Pieces beside each other of a destination of one cell.
+TEST_F(ResamplePixels, OfSeveralCellsIntoOne) {
+    Random random(test_seed(), 7);
+    for (Path path : {Path::nearest_cells, Path::bilinear_cells, Path::bicubic_cells})
+        for (int bits : {8, 24})
+            for (const auto &[from, into] :
+                 {std::pair{300, 700}, {700, 300}, {1500, 290}, {3000, 131}}) {
+                const Side source(bits, from, 140, random);
+                Side given(Sort::linear, bits, into, 150, random);
+                check_given(manner_of(path), given, source);
+                if (HasFailure())
+                    return;
+            }
+}
+
+// Whether memory ends where a buffer's pixels do.
+bool has_nothing_behind(HBUF32 buffer) {
+    const uintptr_t end = word(buffer, field_storage) + word(buffer, field_image_bytes);
+    MEMORY_BASIC_INFORMATION behind;
+    return VirtualQuery(reinterpret_cast<const void *>(end), &behind, sizeof behind) != 0 &&
+           behind.State != MEM_COMMIT;
+}
+
+// Pixels far apart are moved with a byte or more beside them, but not with those behind the last.
+TEST_F(ResamplePixels, AreReadToTheEndOfTheStorage) {
+    Random random(test_seed(), 8);
+    for (Path path : {Path::nearest_cells, Path::bilinear_cells, Path::bicubic_cells}) {
+        std::vector<std::unique_ptr<Side>> sources; // whole units in which memory is reserved
+        do
+            sources.push_back(std::make_unique<Side>(24, 1536, 128, random));
+        while (!has_nothing_behind(*sources.back()) && sources.size() < 20);
+        const Side &source = *sources.back();
+        ASSERT_TRUE(has_nothing_behind(source));
+        for (int width : {512, 306, 192, 96, 12})
+            check_new(manner_of(path), width, 128, source);
+    }
+}
+
 // --- at random -------------------------------------------------------------------------------
 
 int random_side(Random &random) {

@@ -19,23 +19,37 @@ public:
         if (kernels.down == nullptr)
             return work_alignment + plan_bytes;
         return work_alignment + round_up_to_work_alignment(plan_bytes) +
-               std::size_t(kernels.lines) *
-                   round_up_to_work_alignment(kernels.line_bytes(columns, samples));
+               lines_bytes(kernels, columns, samples);
+    }
+
+    // Those for lines.
+    static std::size_t lines_bytes(const MethodKernels &kernels, std::size_t columns, int samples) {
+        if (kernels.down == nullptr)
+            return 0;
+        return std::size_t(kernels.lines) *
+               round_up_to_work_alignment(kernels.line_bytes(columns, samples));
     }
 
     RowResampler(const MethodKernels &kernels, void *work, const Positions &columns,
                  Span source_columns, int samples)
-        : kernels_(kernels), row_bytes_(columns.count * std::size_t(samples)) {
-        auto *at = static_cast<std::byte *>(first_aligned(work));
-        plan_ = at;
-        at += round_up_to_work_alignment(kernels.plan_bytes(columns.count, samples));
+        : RowResampler(kernels, first_aligned(work),
+                       static_cast<std::byte *>(first_aligned(work)) +
+                           round_up_to_work_alignment(kernels.plan_bytes(columns.count, samples)),
+                       columns.count, samples) {
+        kernels.make_plan(plan_, columns, source_columns, samples);
+    }
+
+    // By a plan that has been made of so many columns, with memory for lines; both are aligned.
+    RowResampler(const MethodKernels &kernels, void *plan, void *lines, std::size_t columns,
+                 int samples)
+        : kernels_(kernels), row_bytes_(columns * std::size_t(samples)), plan_(plan) {
+        auto *at = static_cast<std::byte *>(lines);
         if (kernels.down != nullptr)
             for (int slot = 0; slot < kernels.lines; ++slot) {
                 line_[slot] = at;
-                at += round_up_to_work_alignment(kernels.line_bytes(columns.count, samples));
+                at += round_up_to_work_alignment(kernels.line_bytes(columns, samples));
             }
         row_in_slot_.fill(no_row);
-        kernels.make_plan(plan_, columns, source_columns, samples);
     }
 
     // Makes the destination row that lies at a row of the source. fetch(row) gives the pixels of a
