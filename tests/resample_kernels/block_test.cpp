@@ -91,6 +91,21 @@ TEST_P(ResampleBlocks, OfEveryLengthByTwo) {
         }
 }
 
+// At half the size but for one column, where a further pixel is passed over: at the borders of
+// vectors and of blocks, too.
+TEST_P(ResampleBlocks, OfEveryColumnOutOfStep) {
+    Random random{test_seed(), 7};
+    constexpr int length = 2 * 64 + 1;
+    for (int out_of_step = 1; out_of_step < length; ++out_of_step) {
+        Line columns{{}, 0, 2 * length + 2};
+        for (int i = 0; i < length; ++i) {
+            columns.axis.index.push_back(2 * i + (i < out_of_step ? 0 : 1));
+            columns.axis.fraction.push_back(method() == Method::bicubic ? 64 : 16384);
+        }
+        ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, one_row(random)), random));
+    }
+}
+
 // To half and to twice the size, as frames and cells are: the last column in step or not.
 TEST_P(ResampleBlocks, OfWholeImagesByTwo) {
     Random random{test_seed(), 6};
