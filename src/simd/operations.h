@@ -301,6 +301,19 @@ Q32_OF_TWO(pack_i32_to_i16_in_lanes, packs_epi32);
 Q32_OF_TWO(pack_i32_to_u16_in_lanes, packus_epi32);
 #endif
 
+// Of each lane of a, then of b, the first and third number.
+inline V16 even_u32_in_lanes(V16 a, V16 b) {
+    return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), 0x88));
+}
+Q32_IN_32(inline V32 even_u32_in_lanes(V32 a, V32 b) {
+    return _mm256_castps_si256(
+        _mm256_shuffle_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b), 0x88));
+})
+Q32_IN_64(inline V64 even_u32_in_lanes(V64 a, V64 b) {
+    return _mm512_castps_si512(
+        _mm512_shuffle_ps(_mm512_castsi512_ps(a), _mm512_castsi512_ps(b), 0x88));
+})
+
 // What packing in lanes gave, all of a and then all of b.
 inline V16 packed_in_order(V16 v) {
     return v;

@@ -50,7 +50,7 @@ TEST(KernelChoice, Resampling) {
     const MethodKernels *const nearest[] = {&sse2_nearest_kernels, &sse41_nearest_kernels,
                                             &avx2_nearest_kernels, &avx512_nearest_kernels};
     const MethodKernels *const bilinear[] = {&sse2_bilinear_kernels, &sse41_bilinear_kernels,
-                                             &avx2_bilinear_kernels, &avx2_bilinear_kernels};
+                                             &avx2_bilinear_kernels, &avx512_bilinear_kernels};
     const MethodKernels *const bicubic[] = {&sse2_bicubic_kernels, &sse41_bicubic_kernels,
                                             &avx2_bicubic_kernels, &avx2_bicubic_kernels};
     for (int i = 0; i < 4; ++i) {

@@ -186,7 +186,7 @@ constexpr FamilyCall family_calls[] = {
      [](const frame::Api &api, Pixels &p) {
          return api.i32ColorspaceConvert(p.to.data(), p.from.data(), p.count, I32_RGB_TO_HSV);
      }},
-    {"resampling", InstructionSet::avx2,
+    {"resampling", InstructionSet::avx512,
      [](const frame::Api &api, Pixels &p) {
          return api.vcResampleEx(0, p.from.data(), &p.header, p.to.data(), 48, 1, RESAMPLE_BILINEAR,
                                  &p.record);

@@ -35,11 +35,13 @@ protected:
         return {method(), source, columns.axis, rows.axis};
     }
     static Line line(Random &random, int count) {
-        switch (random.below(4)) {
+        switch (random.below(5)) {
         case 0:
             return line_at_random(random, method(), count);
         case 1:
             return line_in_order(random, method(), count);
+        case 2:
+            return line_by_two(random, method(), count);
         default:
             return line_by_ratio(random, method(), count);
         }
@@ -77,6 +79,46 @@ TEST_P(ResampleBlocks, OfEveryLength) {
             ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, few_rows(random, 3, columns)),
                                               random));
         }
+}
+
+TEST_P(ResampleBlocks, OfEveryLengthByTwo) {
+    Random random{test_seed(), 5};
+    for (int length = 0; length <= all_lengths; ++length)
+        for (int i = 0; i < 3; ++i) {
+            const Line columns = line_by_two(random, method(), length);
+            ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, few_rows(random, 5, columns)),
+                                              random));
+        }
+}
+
+// At half the size but for one column, where a further pixel is passed over: at the borders of
+// vectors and of blocks, too.
+TEST_P(ResampleBlocks, OfEveryColumnOutOfStep) {
+    Random random{test_seed(), 7};
+    constexpr int length = 2 * 64 + 1;
+    for (int out_of_step = 1; out_of_step < length; ++out_of_step) {
+        Line columns{{}, 0, 2 * length + 2};
+        for (int i = 0; i < length; ++i) {
+            columns.axis.index.push_back(2 * i + (i < out_of_step ? 0 : 1));
+            columns.axis.fraction.push_back(method() == Method::bicubic ? 64 : 16384);
+        }
+        ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, one_row(random)), random));
+    }
+}
+
+// To half and to twice the size, as frames and cells are: the last column in step or not.
+TEST_P(ResampleBlocks, OfWholeImagesByTwo) {
+    Random random{test_seed(), 6};
+    for (const int width : {2, 3, 30, 31, 32, 33, 64, 127, 128, 129, 400, 401, 1022, 1023})
+        for (const int height : {2, 5, 8})
+            for (const bool doubled : {false, true}) {
+                const auto line = [&](int side) {
+                    const int to = doubled ? 2 * side : (side + 1) / 2;
+                    return Line{axis_of(random, method(), to, side), 0, side};
+                };
+                const Line columns = line(width), rows = line(height);
+                ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, rows), random));
+            }
 }
 
 TEST_P(ResampleBlocks, OfEveryLengthInAnyOrder) {

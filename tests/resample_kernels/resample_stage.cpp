@@ -22,7 +22,8 @@ using resample::Span;
 
 bool same_forms(const ResampleKernels &a, const ResampleKernels &b, Method method) {
     const MethodKernels &one = kernels_of(a, method), &other = kernels_of(b, method);
-    return one.make_plan == other.make_plan && one.across == other.across && one.down == other.down;
+    return one.make_plan == other.make_plan && one.across == other.across &&
+           one.down == other.down && one.straight == other.straight;
 }
 
 std::vector<ResampleLevel> distinct_levels(Method method) {
@@ -111,9 +112,15 @@ bool Stage::run(const Trial &trial, const Layout &layout) {
     for (const ResampleLevel &level : resample_levels(trial.method)) {
         const MethodKernels &kernels = kernels_of(*level.kernels, trial.method);
         right &= run_form(level.name, kernels, trial, layout, expected);
+        MethodKernels by_lines = kernels;
+        by_lines.straight = nullptr;
+        if (kernels.straight != nullptr) {
+            const std::string name = std::string{level.name} + " by lines";
+            right &= run_form(name.c_str(), by_lines, trial, layout, expected);
+        }
         if (kernels.down_rows == nullptr)
             continue;
-        MethodKernels row_by_row = kernels;
+        MethodKernels row_by_row = by_lines;
         row_by_row.down_rows = nullptr;
         const std::string name = std::string{level.name} + " row by row";
         right &= run_form(name.c_str(), row_by_row, trial, layout, expected);
@@ -219,6 +226,8 @@ constexpr int units_of(Method method) {
     return method == Method::bicubic ? 256 : 65536;
 }
 
+} // namespace
+
 Axis axis_of(Random &random, Method method, int destination, int source) {
     if (method == Method::nearest && random.below(2) == 0)
         return model::nearest_cell_axis(destination, source);
@@ -229,8 +238,6 @@ Axis axis_of(Random &random, Method method, int destination, int source) {
         fraction /= 65536 / units_of(method);
     return axis;
 }
-
-} // namespace
 
 Line line_by_ratio(Random &random, Method method, int count) {
     // The axis that it is a part of, and where.
@@ -256,6 +263,27 @@ Line line_by_ratio(Random &random, Method method, int count) {
     line.first = std::max(0, first - (method == Method::bicubic ? 1 : 0) - more);
     line.count =
         std::min(source - 1, last + (method == Method::nearest ? 0 : 2) + more) - line.first + 1;
+    return line;
+}
+
+Line line_by_two(Random &random, Method method, int count) {
+    const bool doubled = random.below(2) == 0;
+    Line line;
+    line.first = random.below(2) == 0 ? 0 : between(random, 0, 1000);
+    int index = line.first + (random.below(2) == 0 ? 0 : between(random, 0, 5));
+    const int jumps = random.below(2) == 0 ? 0 : between(random, 1, 6);
+    const int drift = random.below(2) == 0 ? 0 : 65536 / std::max(1, count);
+    for (int i = 0; i < count; ++i) {
+        line.axis.index.push_back(index);
+        index += doubled ? i % 2 : 2;
+        if (jumps != 0 && i % (count / jumps + 1) == count / (jumps + 1))
+            index += between(random, 0, 1);
+        const int fraction = doubled ? i % 2 * 0x8000 : i * drift % 65536;
+        if (method != Method::nearest)
+            line.axis.fraction.push_back(fraction / (65536 / units_of(method)));
+    }
+    const int taps = method == Method::nearest ? 0 : between(random, 0, 3);
+    line.count = (count == 0 ? index : line.axis.index.back()) - line.first + 1 + taps;
     return line;
 }
 

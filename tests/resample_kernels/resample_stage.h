@@ -48,7 +48,8 @@ Layout random_layout(Random &random);
 // Keeps its memory for the next trial.
 class Stage {
 public:
-    // Adds at most one failure for each form; rows together, and one by one.
+    // Adds at most one failure for each form; rows straight from the source, together by lines, and
+    // one by one.
     bool run(const Trial &trial, const Layout &layout);
     // At every fence, and at some random places.
     bool run_everywhere(const Trial &trial, Random &random);
@@ -74,6 +75,9 @@ int between(Random &random, int first, int last);
 // How the source looks: noise, flat areas, black and white edges, ramps.
 void paint(Random &random, model::Image &image);
 
+// A whole side of an image, by a table or as cells have it.
+model::Axis axis_of(Random &random, model::Method method, int destination, int source);
+
 // The places of so many destination pixels, and the source pixels at hand for them.
 struct Line {
     model::Axis axis;
@@ -82,6 +86,9 @@ struct Line {
 };
 // As tables and cells make them: `count` pixels out of a larger axis at a ratio of 1/32 to 32.
 Line line_by_ratio(Random &random, model::Method method, int count);
+// Twice as many pixels as the source has, or half as many: their places follow one another as those
+// of whole images do, but for a few jumps.
+Line line_by_two(Random &random, model::Method method, int count);
 // From left to right in steps of no, one or more pixels, in any mixture.
 Line line_in_order(Random &random, model::Method method, int count);
 // Any index of the source, in any order, with any fraction.

@@ -58,6 +58,14 @@ public:
         kernels_.down(result_.data(), plan_.get(), lines, fraction);
         return result_;
     }
+    // The same straight from two source rows; null where there is no such way.
+    const Bytes *straight(const Bytes &above, const Bytes &below, int fraction) {
+        const std::uint8_t *const rows[] = {above.data(), below.data()};
+        if (kernels_.straight == nullptr ||
+            !kernels_.straight(result_.data(), plan_.get(), rows, fraction))
+            return nullptr;
+        return &result_;
+    }
     const char *name() const { return name_; }
 
 private:
@@ -90,24 +98,36 @@ public:
             for (std::size_t k = 0; k < samples_; ++k)
                 expected_[i * samples_ + k] = model_of(rows, fraction, i, k);
         for (const auto &form : forms_) {
-            const Bytes &made = form->down(rows, fraction);
-            count_compared(form->name(), axis_.index.size());
-            if (made == expected_)
+            if (!is_expected(form->down(rows, fraction), form->name(), rows, fraction))
+                return false;
+            if (method_ != Method::bilinear)
                 continue;
-            const auto at = std::size_t(
-                std::mismatch(made.begin(), made.end(), expected_.begin()).first - made.begin());
-            ADD_FAILURE() << form->name() << ", " << name_of(method_) << ", " << samples_
-                          << " samples, rows " << testing::PrintToString(rows) << ", row fraction "
-                          << fraction << ": sample " << at % samples_ << " of column "
-                          << at / samples_ << " (index " << axis_.index[at / samples_]
-                          << ", fraction " << axis_.fraction[at / samples_] << ") is "
-                          << int{made[at]} << ", expected " << int{expected_[at]};
-            return false;
+            const Bytes *const made =
+                form->straight(sources_[rows[0]], sources_[rows[1]], fraction);
+            const std::string name = std::string{form->name()} + " straight";
+            if (made != nullptr && !is_expected(*made, name.c_str(), rows, fraction))
+                return false;
         }
         return true;
     }
 
 private:
+    bool is_expected(const Bytes &made, const char *name, const std::vector<std::size_t> &rows,
+                     int fraction) const {
+        count_compared(name, axis_.index.size());
+        if (made == expected_)
+            return true;
+        const auto at = std::size_t(
+            std::mismatch(made.begin(), made.end(), expected_.begin()).first - made.begin());
+        ADD_FAILURE() << name << ", " << name_of(method_) << ", " << samples_ << " samples, rows "
+                      << testing::PrintToString(rows) << ", row fraction " << fraction
+                      << ": sample " << at % samples_ << " of column " << at / samples_
+                      << " (index " << axis_.index[at / samples_] << ", fraction "
+                      << axis_.fraction[at / samples_] << ") is " << int{made[at]} << ", expected "
+                      << int{expected_[at]};
+        return false;
+    }
+
     std::uint8_t model_of(const std::vector<std::size_t> &rows, int fraction, std::size_t i,
                           std::size_t k) const {
         const auto index = std::size_t(axis_.index[i]);
@@ -214,6 +234,65 @@ TEST_P(ResampleSamples, AllPairs) {
         ASSERT_TRUE(forms.right({1, 2}, fraction));
         ASSERT_TRUE(forms.right({0, 1}, fraction));
         ASSERT_TRUE(forms.right({2, 0}, fraction));
+    }
+}
+
+// At half the size: pairs follow one another, and fractions ascend through all there are.
+TEST_P(ResampleSamples, AllPairsAtHalfTheSize) {
+    Random random{test_seed(), 3};
+    Bytes pairs, noise(2 * 65536 * samples());
+    random.fill(noise);
+    Axis axis;
+    for (int pair = 0; pair < 65536; ++pair) {
+        for (const int value : {pair / 256, pair % 256})
+            for (std::size_t k = 0; k < samples(); ++k)
+                pairs.push_back(std::uint8_t(value + 3 * int(k)));
+        axis.index.push_back(2 * pair);
+        axis.fraction.push_back(pair);
+    }
+    AllForms forms(Method::bilinear, axis, {pairs, noise}, samples());
+    for (int turn = 0; turn < 24 / step; ++turn) {
+        const int fraction = turn < int(std::size(extreme_fractions)) ? extreme_fractions[turn]
+                                                                      : between(random, 0, 65535);
+        ASSERT_TRUE(forms.right({0, 1}, fraction));
+        ASSERT_TRUE(forms.right({1, 0}, fraction));
+        ASSERT_TRUE(forms.right({0, 0}, fraction));
+    }
+}
+
+// At twice the size: every pair over pairs of both ends and of the middle, at the fractions that
+// rows have there, and at others.
+TEST_P(ResampleSamples, AllPairsAtTwiceTheSize) {
+    std::vector<Bytes> rows(1);
+    const auto append = [&](Bytes &row, int value) {
+        for (std::size_t k = 0; k < samples(); ++k)
+            row.push_back(std::uint8_t(value + 3 * int(k)));
+    };
+    for (int a = 0; a < 256; a += samples() == 1 ? 1 : 3)
+        for (int b = 0; b < 256; ++b)
+            for (const int value : {a, b})
+                append(rows[0], value);
+    const std::size_t pixels = rows[0].size() / samples();
+    constexpr int values[] = {0, 1, 2, 3, 127, 128, 254, 255};
+    for (std::size_t other = 0; other < 64; ++other) {
+        Bytes row;
+        for (std::size_t x = 0; x < pixels; ++x)
+            append(row, values[x % 2 == 0 ? other % 8 : other / 8]);
+        rows.push_back(row);
+    }
+    Axis axis;
+    for (int column = 0; column < 2 * int(pixels) - 2; ++column) {
+        axis.index.push_back(column / 2);
+        axis.fraction.push_back(column % 2 * 0x8000);
+    }
+    AllForms forms(Method::bilinear, axis, rows, samples());
+    for (std::size_t other = 1; other <= 64; other += std::size_t(step)) {
+        ASSERT_TRUE(forms.right({0, other}, 0x8000));
+        ASSERT_TRUE(forms.right({other, 0}, other % 16 == 1 ? 0 : 0x8000));
+        if (other % 8 != 1)
+            continue;
+        for (const int fraction : extreme_fractions)
+            ASSERT_TRUE(forms.right({0, other}, fraction));
     }
 }
 

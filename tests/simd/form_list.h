@@ -138,6 +138,7 @@ void add_order_forms(std::vector<Form> &forms) {
     TWO(pack_i16_to_i8_in_lanes);
     TWO(pack_i32_to_i16_in_lanes);
     TWO(pack_i16_to_u8_in_order);
+    TWO(even_u32_in_lanes);
     FORM("dealt_to_lanes", put_pairs(to, pairs_u8(dealt_to_lanes(a), dealt_to_lanes(b))));
     if constexpr (sizeof(V) <= 32)
         FORM("repeat_u32_in_lanes", store(to, repeat_u32_in_lanes<2>(a)));

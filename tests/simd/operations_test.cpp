@@ -273,6 +273,14 @@ Operations order_operations() {
         {"pack_i32_to_i16_in_lanes", {packed<i32, i16>(true)}},
         {"pack_i32_to_u16_in_lanes", {packed<i32, u16>(true), sse41}},
         {"pack_i16_to_u8_in_order", {packed<i16, u8>(false)}},
+        {"even_u32_in_lanes",
+         {bytes(1,
+                [](auto, std::size_t i, const Operands &from) {
+                    const std::size_t at = i % (lane / 2);
+                    const u8 *const lane_of =
+                        (i % lane < lane / 2 ? from.a : from.b) + i / lane * lane;
+                    return lane_of[at / 4 * 8 + at % 4];
+                })}},
         {"dealt_to_lanes", // interleaved, a and b are one run of pairs
          {bytes(2,
                 [](auto, std::size_t i, const Operands &from) {

@@ -104,11 +104,8 @@ void finish_row(uint8_t *destination, const Strip &terms, const std::uint16_t *f
 }
 
 template <class V>
-void finish_rows(uint8_t *destination, size_t stride, void *plan_memory, const void *const *lines,
-                 const std::int32_t *row_fraction, size_t rows) {
-    const Plan &plan = *static_cast<const Plan *>(plan_memory);
-    const auto *above = static_cast<const uint8_t *>(lines[0]);
-    const auto *below = static_cast<const uint8_t *>(lines[1]);
+void finish_rows(uint8_t *destination, size_t stride, const Plan &plan, const uint8_t *above,
+                 const uint8_t *below, const std::int32_t *row_fraction, size_t rows) {
     const bool rows_differ =
         std::any_of(row_fraction, row_fraction + rows,
                     [](std::int32_t fraction) { return (fraction & 0xFFFF) != 0; });

@@ -10,12 +10,17 @@
 #endif
 
 #include "resample/kernels/bilinear_across.h"
+#include "resample/kernels/bilinear_double.h"
 #include "resample/kernels/bilinear_down.h"
+#ifdef __SSE4_1__
+#include "resample/kernels/bilinear_straight.h"
+#endif
 
 namespace q32::resample {
 namespace {
 
-template <class V>
+// By V; where bytes and pairs are taken as they lie, by W.
+template <class V, class W = V>
 struct WideBilinear {
     static constexpr int lines = 2, first_line = 0;
 
@@ -29,20 +34,44 @@ struct WideBilinear {
     }
 
     static void make_plan(void *memory, const Positions &columns, Span source, int samples) {
-        with_samples(samples,
-                     [&](auto constant) { plan_columns<constant>(memory, columns, source); });
+        with_samples(samples, [&](auto constant) {
+            if (!plan_doubled<constant>(memory, columns, source))
+                plan_columns<constant>(memory, columns, source);
+        });
     }
 
-    static void across(void *line, void *plan, const uint8_t *source_row) {
-        take_pairs<V>(static_cast<uint8_t *>(line), *static_cast<Plan *>(plan), source_row);
+    static void across(void *line, void *memory, const uint8_t *source_row) {
+        Plan &plan = *static_cast<Plan *>(memory);
+        if (plan.is_doubled)
+            make_doubled_line<W>(static_cast<uint8_t *>(line), plan, source_row);
+        else
+            take_pairs<V>(static_cast<uint8_t *>(line), plan, source_row);
     }
 
-    static constexpr auto down_rows = finish_rows<V>;
+    static void down_rows(uint8_t *destination, size_t stride, void *memory,
+                          const void *const *lines, const std::int32_t *row_fractions,
+                          size_t rows) {
+        const Plan &plan = *static_cast<const Plan *>(memory);
+        const auto *const above = static_cast<const uint8_t *>(lines[0]);
+        const auto *const below = static_cast<const uint8_t *>(lines[1]);
+        if (plan.is_doubled)
+            make_doubled_rows<W>(destination, stride, plan, above, below, row_fractions, rows);
+        else
+            finish_rows<V>(destination, stride, plan, above, below, row_fractions, rows);
+    }
 
     static void down(uint8_t *destination, void *plan, const void *const *pair_lines,
                      int row_fraction) {
         down_rows(destination, 0, plan, pair_lines, &row_fraction, 1);
     }
+
+#ifdef __SSE4_1__
+    static bool straight(uint8_t *destination, void *plan, const uint8_t *const *source_rows,
+                         int row_fraction) {
+        return make_straight<V, W>(destination, *static_cast<Plan *>(plan),
+                                   {source_rows[0], source_rows[1]}, row_fraction & 0xFFFF);
+    }
+#endif
 };
 
 } // namespace

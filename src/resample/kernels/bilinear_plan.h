@@ -39,6 +39,20 @@ enum class Search : int {
     pixels,     // each pixel by itself
 };
 
+// A run of samples whose pairs are found in the same way, and whose fractions are alike.
+enum class Pairing : int {
+    in_place,     // they lie in the source row as in a line
+    adjoining,    // windows of lanes follow one another
+    windows,      // each lane has a window
+    half_windows, // each half of a lane has one
+};
+enum class ColumnFractions : int { below_half, from_half, mixed };
+struct Run {
+    size_t end; // of the samples
+    Pairing pairing;
+    ColumnFractions fractions;
+};
+
 struct Plan {
     size_t columns;
     size_t samples;     // of a pixel
@@ -52,7 +66,10 @@ struct Plan {
     uint8_t *index;           // of each lane: where its pairs lie in its windows
     std::int32_t *edge_pixel; // pixels that a wide load would not find
     size_t edge_pixels;
-    uint8_t short_row[window]; // a copy of a source row that is shorter than a window
+    Run *run;                      // of all samples, filled up to blocks
+    size_t runs;                   // none before the first row that needs them
+    bool is_doubled;               // as bilinear_double.h has it: then there are no tables
+    uint8_t short_row[2 * window]; // copies of source rows that are shorter than a window
 
     // Where the last pixel of a source row begins. It is its own right neighbour.
     std::int32_t last_left() const { return std::int32_t(row_bytes - samples); }
@@ -69,9 +86,10 @@ public:
         start = take<std::int32_t>(2 * lanes);
         index = take<uint8_t>(2 * lane * lanes);
         edge_pixel = take<std::int32_t>(columns);
+        run = take<Run>(blocks_of(columns * samples));
     }
 
-    size_t fraction, left, start, index, edge_pixel; // bytes from the plan on
+    size_t fraction, left, start, index, edge_pixel, run; // bytes from the plan on
     size_t end = round_up_to_work_alignment(sizeof(Plan));
 
 private:
@@ -97,6 +115,9 @@ inline Plan &lay_out_plan(void *memory, size_t columns, Span source, size_t samp
     plan.index = bytes + tables.index;
     plan.edge_pixel = reinterpret_cast<std::int32_t *>(bytes + tables.edge_pixel);
     plan.edge_pixels = 0;
+    plan.run = reinterpret_cast<Run *>(bytes + tables.run);
+    plan.runs = 0;
+    plan.is_doubled = false;
     return plan;
 }
 
@@ -270,6 +291,57 @@ bool find_any_windows(Plan &plan) {
         return true;
     plan.search = Search::half_lanes;
     return find_windows<samples, lane / 2>(plan);
+}
+
+// --- runs ---------------------------------------------------------------------------------------
+
+inline ColumnFractions fractions_of_block(const std::uint16_t *fraction) {
+    const auto signs = [&](size_t at) {
+        return top_bits(
+            pack_i16_to_i8_in_lanes(load_16(fraction + at), load_16(fraction + at + lane)));
+    };
+    const unsigned from_half = signs(0) | unsigned(signs(2 * lane)) << 16;
+    return from_half == 0     ? ColumnFractions::below_half
+           : from_half == ~0u ? ColumnFractions::from_half
+                              : ColumnFractions::mixed;
+}
+
+constexpr LaneBytes as_they_lie = lane_by([](size_t i) { return i; });
+
+template <size_t samples>
+Pairing pairing_of_block(const Plan &plan, size_t first_lane) {
+    if (plan.search == Search::half_lanes)
+        return Pairing::half_windows;
+    const std::int32_t *const start = plan.start + first_lane;
+    for (size_t k = 1; k < block / lane; ++k)
+        if (start[k] != start[0] + std::int32_t(k * window))
+            return Pairing::windows;
+    if (samples > 1)
+        return Pairing::adjoining;
+    V16 others = zero<V16>();
+    for (size_t k = 0; k < block / lane; ++k)
+        others = others |
+                 (load_16(plan.index + (first_lane + k) * window) ^ as_vector<V16>(as_they_lie));
+    return all_zero(others) ? Pairing::in_place : Pairing::adjoining;
+}
+
+// A run goes on while its kind does, and while windows that adjoin do so from block to block.
+template <size_t samples>
+void find_runs(Plan &plan) {
+    constexpr size_t block_lanes = block / lane;
+    for (size_t b = 0; b < blocks_of(plan.row_samples); ++b) {
+        const size_t first_lane = b * block_lanes;
+        const Pairing pairing = pairing_of_block<samples>(plan, first_lane);
+        const ColumnFractions fractions = fractions_of_block(plan.fraction + b * block);
+        Run *const last = plan.run + plan.runs - 1;
+        const bool has_gap =
+            pairing < Pairing::windows && b > 0 &&
+            plan.start[first_lane] != plan.start[first_lane - 1] + std::int32_t(window);
+        if (b > 0 && last->pairing == pairing && last->fractions == fractions && !has_gap)
+            last->end += block;
+        else
+            plan.run[plan.runs++] = {(b + 1) * block, pairing, fractions};
+    }
 }
 
 #else

@@ -12,7 +12,7 @@ namespace q32::resample {
 // The forms are a struct with
 //   plan_bytes, make_plan, across
 //   lines, first_line, line_bytes, down   unless the one line is the destination row
-//   down_rows                             if there is one
+//   down_rows, straight                   if there are such
 template <class Forms>
 constexpr MethodKernels method_kernels() {
     MethodKernels kernels{};
@@ -27,6 +27,8 @@ constexpr MethodKernels method_kernels() {
     }
     if constexpr (requires { Forms::down_rows; })
         kernels.down_rows = Forms::down_rows;
+    if constexpr (requires { Forms::straight; })
+        kernels.straight = Forms::straight;
     return kernels;
 }
 

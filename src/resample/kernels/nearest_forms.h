@@ -1,9 +1,10 @@
-// The wide forms of nearest neighbour: out of windows where there is a shuffle of bytes and it
-// pays, pixel by pixel otherwise.
+// The wide forms of nearest neighbour: every second pixel where that is what columns read, out of
+// windows where there is a shuffle of bytes and it pays, pixel by pixel otherwise.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
+#include "resample/kernels/nearest_half.h"
 #include "resample/kernels/nearest_moves.h"
 #ifdef __SSE4_1__
 #include "resample/kernels/nearest_windows.h"
@@ -12,8 +13,8 @@
 namespace q32::resample {
 namespace {
 
-// By windows of the first of these vectors that can.
-template <class... Vs>
+// By windows of the first of these vectors that can; every second pixel by the vectors of halves.
+template <class Halves, class... Vs>
 struct WideNearest {
     static size_t plan_bytes(size_t columns, [[maybe_unused]] int pixel_bytes) {
         return sizeof(Plan) + (columns + spare_offsets) * sizeof(Offset) +
@@ -27,8 +28,9 @@ struct WideNearest {
         plan.source_bytes = size_t(source.count) * size_t(pixel_bytes);
         plan.pixel_bytes = pixel_bytes;
         const bool ascend = make_offsets(plan.offsets(), columns, source, pixel_bytes);
-        if (!ascend || !(plan_windows<Vs>(plan) || ...))
-            plan_moves(plan);
+        if (plan_half<Halves>(plan) || (ascend && (plan_windows<Vs>(plan) || ...)))
+            return;
+        plan_moves(plan);
     }
 
     static void across(void *line, void *memory, const uint8_t *source_row) {

@@ -22,6 +22,8 @@ constexpr size_t lane_bytes = sizeof(V16);
 
 constexpr size_t most_window_bytes = 256; // in a row: what a byte can count
 
+constexpr size_t most_runs = 4; // of columns that lie two pixels apart
+
 // Followed by the offsets of all columns, where the windows of each stretch of the row begin, and
 // for each vector which bytes of them to take (nearest_windows.h).
 struct Plan {
@@ -34,6 +36,8 @@ struct Plan {
     int pixel_bytes;
     size_t windows;
     size_t with_a_byte_more; // when pixels are moved
+    size_t runs;             // when every second pixel is kept (nearest_half.h)
+    size_t run_end[most_runs];
     Offset *starts;
     uint8_t *choices;
     // A source row that is shorter than the windows is read from here.

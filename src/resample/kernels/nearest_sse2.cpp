@@ -3,6 +3,6 @@
 
 namespace q32::resample {
 
-constexpr MethodKernels sse2_nearest_kernels = method_kernels<WideNearest<>>();
+constexpr MethodKernels sse2_nearest_kernels = method_kernels<WideNearest<V16>>();
 
 } // namespace q32::resample

@@ -3,6 +3,6 @@
 
 namespace q32::resample {
 
-constexpr MethodKernels sse41_nearest_kernels = method_kernels<WideNearest<V16>>();
+constexpr MethodKernels sse41_nearest_kernels = method_kernels<WideNearest<V16, V16>>();
 
 } // namespace q32::resample

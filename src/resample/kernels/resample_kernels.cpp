@@ -11,7 +11,7 @@ constexpr ResampleKernels sse41_kernels{&sse41_nearest_kernels, &sse41_bilinear_
                                         &sse41_bicubic_kernels};
 constexpr ResampleKernels avx2_kernels{&avx2_nearest_kernels, &avx2_bilinear_kernels,
                                        &avx2_bicubic_kernels};
-constexpr ResampleKernels avx512_kernels{&avx512_nearest_kernels, &avx2_bilinear_kernels,
+constexpr ResampleKernels avx512_kernels{&avx512_nearest_kernels, &avx512_bilinear_kernels,
                                          &avx2_bicubic_kernels};
 
 } // namespace

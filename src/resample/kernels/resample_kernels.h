@@ -76,6 +76,10 @@ struct MethodKernels {
     void (*down_rows)(std::uint8_t *destination, std::size_t stride, void *plan,
                       const void *const *lines, const std::int32_t *row_fractions,
                       std::size_t rows) = nullptr;
+    // One destination row out of the source rows themselves, faster than by lines that no other
+    // row needs; or null. False, and nothing done: this plan has no such way.
+    bool (*straight)(std::uint8_t *destination, void *plan, const std::uint8_t *const *source_rows,
+                     int row_fraction) = nullptr;
 };
 
 // One table for each method and instruction set. The scalar ones are the reference and read like
@@ -83,7 +87,7 @@ struct MethodKernels {
 extern const MethodKernels scalar_nearest_kernels, sse2_nearest_kernels, sse41_nearest_kernels,
     avx2_nearest_kernels, avx512_nearest_kernels;
 extern const MethodKernels scalar_bilinear_kernels, sse2_bilinear_kernels, sse41_bilinear_kernels,
-    avx2_bilinear_kernels;
+    avx2_bilinear_kernels, avx512_bilinear_kernels;
 extern const MethodKernels scalar_bicubic_kernels, sse2_bicubic_kernels, sse41_bicubic_kernels,
     avx2_bicubic_kernels;
 

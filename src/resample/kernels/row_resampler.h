@@ -9,6 +9,12 @@
 
 namespace q32::resample {
 
+// Whether the rows that a fetch gives are all still there when it gives another: it says so.
+template <typename Fetch>
+inline constexpr bool rows_stay = requires {
+    requires Fetch::rows_stay;
+};
+
 // Keeps the lines of the source rows that were read last, in the caller's work memory. Where lines
 // are destination rows, the row made last must still be there when the next is asked for.
 class RowResampler {
@@ -76,10 +82,12 @@ public:
             const int row = source_rows.cut(rows.index[y]);
             for (next = y + 1; next < rows.count && source_rows.cut(rows.index[next]) == row;)
                 ++next;
+            std::uint8_t *first = destination + y * stride;
+            if (next == y + 1 && make_straight(first, row, rows.fraction[y], source_rows, fetch))
+                continue;
             const void *lines[most_lines];
             if (!find_lines(lines, row, source_rows, fetch))
                 return false;
-            std::uint8_t *first = destination + y * stride;
             if (kernels_.down_rows != nullptr)
                 kernels_.down_rows(first, stride, plan_, lines, rows.fraction + y, next - y);
             else
@@ -91,6 +99,21 @@ public:
 
 private:
     static constexpr int no_row = -1;
+
+    // Of a row that lies alone between its rows of the source. False: it is to be made of lines.
+    template <typename Fetch>
+    bool make_straight(std::uint8_t *destination, int row, std::int32_t row_fraction,
+                       Span source_rows, const Fetch &fetch) {
+        if constexpr (rows_stay<Fetch>) {
+            if (kernels_.straight == nullptr)
+                return false;
+            const std::uint8_t *source_row[most_lines];
+            for (int i = 0; i < kernels_.lines; ++i)
+                source_row[i] = fetch(source_rows.cut(row + kernels_.first_line + i));
+            return kernels_.straight(destination, plan_, source_row, row_fraction);
+        }
+        return false;
+    }
 
     // Of lines that are destination rows: one that is there already is copied.
     template <typename Fetch>
@@ -161,12 +184,21 @@ struct DestinationImage {
     std::uint8_t *row(std::size_t y) const { return pixels + y * stride; }
 };
 
+// The rows of an image as RowResampler fetches them.
+struct FetchOf {
+    static constexpr bool rows_stay = true;
+
+    const SourceImage &source;
+
+    const std::uint8_t *operator()(int row) const { return source.row(row); }
+};
+
 // work: RowResampler::work_bytes of the destination's columns.
 inline void resample_image(const MethodKernels &kernels, const DestinationImage &destination,
                            const SourceImage &source, int samples, void *work) {
     RowResampler resampler(kernels, work, destination.columns, source.columns, samples);
     resampler.make_rows(destination.pixels, destination.stride, destination.rows, source.rows,
-                        [&](int row) { return source.row(row); });
+                        FetchOf{source});
 }
 
 } // namespace q32::resample
