@@ -43,6 +43,14 @@ public:
         return FillBlock(std::rotr(dword_, int(head % bytes_per_pixel * 8)));
     }
 
+    // As many double words as there are before the end; returns where they end. Memory that the
+    // caches do not hold is not read first, as it is for stores of vectors.
+    uint8_t *store_to(uint8_t *at, const uint8_t *end) const {
+        size_t dwords = size_t(end - at) / 4;
+        __asm__ volatile("rep stosl" : "+D"(at), "+c"(dwords) : "a"(dword_) : "memory");
+        return at;
+    }
+
     V vector(size_t) const { return vector_; }
     void store_head(uint8_t *at) const { simd::store(at, vector_); }
     void store(uint8_t *at) const {
@@ -120,7 +128,12 @@ inline void fill_blocks(uint8_t *destination, const uint8_t *pixel, size_t pixel
     const Block block(pixel);
     block.store_head(destination);
     const Block aligned = block.seen_from(head);
-    for (uint8_t *at = destination + head; at < last; at += Block::bytes)
+    uint8_t *at = destination + head;
+    constexpr size_t long_fill = 1 << 20; // from here on caches are of no use
+    if constexpr (bytes_per_pixel != 3)
+        if (pixels * bytes_per_pixel >= long_fill)
+            at = aligned.store_to(at, last);
+    for (; at < last; at += Block::bytes)
         aligned.store(at);
     block.store(last);
 }
