@@ -67,7 +67,7 @@ void measure(const Job &job, int pixels, double budget) {
     const bench::PairedTime time =
         bench::time_paired([&] { job.run(pixels); }, [&] { job.run(long_row); }, budget);
     const double of_long_row = time.reference / long_row;
-    std::printf("%-24s %6d %10.2f %10.4f %10.2f\n", job.name, pixels, time.job * 1e9,
+    std::printf("%-24s %6d %10.2f %10.4f %6.2f\n", job.name, pixels, time.job * 1e9,
                 time.job / pixels * 1e9, time.job / pixels / of_long_row);
     std::fflush(stdout);
 }
@@ -86,7 +86,7 @@ int main(int count, char **arguments) {
     for (unsigned i = 0; i < sizeof tables; ++i)
         tables[i] = uint8_t(i * 7);
 
-    std::printf("%-24s %6s %10s %10s %10s\n", "job", "pixels", "ns/call", "ns/pixel", "x long row");
+    std::printf("%-24s %6s %10s %10s %6s\n", "job", "pixels", "ns/call", "ns/pixel", "x long");
     for (const Job &job : jobs)
         if (std::strstr(job.name, wanted) != nullptr)
             for (const int pixels : lengths)
