@@ -42,6 +42,7 @@ both_editions "The display kernels" display
 both_editions "The buffers of Q32BASE.DLL" buffers
 both_editions "Rectangles in Q32BASE.DLL" rectangles 'build/{edition}/rectangles.txt'
 both_editions "Rectangles of plain images in Q32BASE.DLL" plain_images
+both_editions "Short rows in Q32BASE.DLL" short_rows
 both_editions "Merging in Q32BASE.DLL" merge_exports
 both_editions "Resampling in Q32BASE.DLL" resample_exports
 both_editions "Showing pictures with Q32BASE.DLL" display_exports

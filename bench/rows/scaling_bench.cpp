@@ -85,9 +85,9 @@ struct Job {
         uint8_t *small = scene.small(), *large = scene.large();
         for (size_t y = 0; y < size.height; ++y, small += small_row(), large += large_row()) {
             if (enlarge)
-                scale(large, small, size.width, factor);
+                scale({large, 0, small, 0, 1, size.width, factor});
             else
-                scale(small, large, size.width * factor, factor);
+                scale({small, 0, large, 0, 1, size.width * factor, factor});
         }
     }
 };

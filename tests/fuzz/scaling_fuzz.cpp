@@ -34,7 +34,7 @@ void run_all(Input &input, RowScaling *(*pick)(const ScalingKernels &, std::size
     compare_forms(
         levels(), [=](const ScalingKernels &kernels) { return pick(kernels, kind); }, places,
         [=](RowScaling *run, const Blocks &blocks) {
-            run(blocks[0].at(), blocks[1].at(), scale.pixels, scale.factor);
+            run({blocks[0].at(), 0, blocks[1].at(), 0, 1, scale.pixels, scale.factor});
         });
 }
 

@@ -327,6 +327,27 @@ TEST_P(RowKernel, AllBitPatterns) {
         ASSERT_TRUE(runs_exactly(bit_to_byte(kernels(), one), patterns, 8 * patterns.size()));
 }
 
+// Runs that are longer than caches are filled in another way.
+TEST_P(RowKernel, FillLongRuns) {
+    constexpr std::size_t about = 1 << 20;
+    FencedMemory memory{about + 4096};
+    for (std::size_t bytes_per_pixel = 1; bytes_per_pixel <= 4; ++bytes_per_pixel)
+        for (const std::size_t more : {0, 1, 2, 3, 5, 31, 64, 97})
+            for (const std::size_t distance : {0, 1, 2, 3, 13, 62}) {
+                const std::size_t pixels = about / bytes_per_pixel + more;
+                const Bytes pattern = random_bytes(bytes_per_pixel, 8 * more + distance);
+                const Bytes expected = model::fill(pattern, pixels);
+                std::uint8_t *const run = memory.end() - distance - expected.size();
+                std::fill(memory.begin(), memory.end(), std::uint8_t{0xEE});
+                kernels().fill[bytes_per_pixel - 1](run, pattern.data(), pixels);
+                ASSERT_TRUE(std::equal(expected.begin(), expected.end(), run))
+                    << pixels << " pixels of " << bytes_per_pixel << " bytes, " << distance;
+                ASSERT_EQ(std::count(memory.begin(), run, 0xEE), run - memory.begin());
+                ASSERT_EQ(std::count(memory.end() - distance, memory.end(), 0xEE),
+                          static_cast<std::ptrdiff_t>(distance));
+            }
+}
+
 TEST_P(RowKernel, FillAllPatternsOfTwoBytes) {
     for (unsigned i = 0; i < 65536; ++i) {
         const Bytes pattern{static_cast<std::uint8_t>(i / 256), static_cast<std::uint8_t>(i % 256)};

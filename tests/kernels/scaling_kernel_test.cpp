@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <iterator>
 #include <string>
 
@@ -100,7 +101,7 @@ protected:
         RowScaling *const kernel = scaling_.kernel(*GetParam().kernels);
         const testing::AssertionResult result =
             run_.gives(expected_, source_, to, from, [&](auto *row, auto *source_row) {
-                kernel(row, source_row, pixels_, factor_);
+                kernel({row, 0, source_row, 0, 1, pixels_, factor_});
             });
         count_compared(GetParam().name,
                        scaling_.enlarges ? pixels_ * factor_ : (pixels_ + factor_ - 1) / factor_);
@@ -222,9 +223,53 @@ TEST_P(ScalingKernel, OnePixelAtEachPlace) {
                             static_cast<std::uint8_t>(101 + 50 * byte);
                 const Bytes expected = scaling.expected(source, pixels, factor);
                 Bytes row(expected.size(), 0xEE);
-                scaling.kernel (*GetParam().kernels)(row.data(), source.data(), pixels, factor);
+                scaling.kernel (*GetParam().kernels)(
+                    {row.data(), 0, source.data(), 0, 1, pixels, factor});
                 ASSERT_EQ(row, expected) << scaling.text(pixels, factor) << ", place " << place;
             }
+}
+
+// --- several rows -------------------------------------------------------------------------------
+
+// Rows between two strides, close together and apart: each as if it were alone, and nothing between
+// them is touched.
+TEST_P(ScalingKernel, SeveralRows) {
+    constexpr std::size_t most_rows = 7, widest_gap = 40;
+    FencedRun run;
+    random_cases(3000, [&](Random &random, std::uint64_t number) {
+        const std::vector<Scaling> all = all_scalings();
+        const Scaling &scaling = all[random.below(all.size())];
+        const std::size_t factor = 1 + random.below(random.below(3) == 0 ? 60 : 9);
+        const std::size_t pixels = random.below(random.below(3) == 0 ? 400 : 70);
+        const std::size_t rows = random.below(most_rows + 1);
+
+        const std::size_t row_bytes = scaling.source_bytes(pixels, factor);
+        const std::size_t stride = row_bytes + random.below(widest_gap);
+        Bytes source(rows == 0 ? 0 : (rows - 1) * stride + row_bytes);
+        random.fill(source);
+        const std::size_t gap = random.below(2) * random.below(widest_gap);
+        Bytes expected;
+        std::size_t made_bytes = 0;
+        for (std::size_t row = 0; row < rows; ++row) {
+            const Bytes made = scaling.expected(
+                model::View{source}.subspan(row * stride, row_bytes), pixels, factor);
+            made_bytes = made.size();
+            expected.resize(row * (made_bytes + gap));
+            expected.insert(expected.end(), made.begin(), made.end());
+        }
+        const testing::AssertionResult result =
+            run.gives(expected, source, {random.below(2) == 0, random.below(64)},
+                      {random.below(2) == 0, random.below(64)}, [&](auto *to, auto *from) {
+                          // What lies between the rows is what is expected there.
+                          for (std::size_t row = 0; row + 1 < rows; ++row)
+                              std::fill_n(to + row * (made_bytes + gap) + made_bytes, gap, 0);
+                          scaling.kernel (*GetParam().kernels)(
+                              {to, made_bytes + gap, from, stride, rows, pixels, factor});
+                      });
+        EXPECT_TRUE(result) << rows << " rows, " << scaling.text(pixels, factor) << ": "
+                            << rerun(number);
+        return bool(result);
+    });
 }
 
 // --- alignments ---------------------------------------------------------------------------------

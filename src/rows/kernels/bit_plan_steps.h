@@ -5,9 +5,12 @@
 #pragma once
 
 #include "rows/kernels/bit_scaling_plans.h"
+#include "rows/kernels/few_bytes.h"
+#include "rows/kernels/with_factor.h"
 #include "simd/byte_table.h"
 #include "simd/operations.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace q32::rows {
@@ -125,10 +128,9 @@ public:
         }
         return pixels_of(bytes);
     }
-    // The same where there is one piece and it is read so many bytes earlier.
-    [[gnu::always_inline]] auto make_from(const uint8_t *source, size_t earlier) const {
-        const V places = add_u8(first_places_, repeat_u8<V>(int(earlier)));
-        return pixels_of(shuffle_u8(load<V>(source - earlier), places));
+    // The same where there is one piece, which begins at this byte of a vector.
+    [[gnu::always_inline]] auto make_from(V bytes, size_t begin) const {
+        return pixels_of(shuffle_u8(bytes, add_u8(first_places_, repeat_u8<V>(int(begin)))));
     }
 
 private:
@@ -159,12 +161,12 @@ inline size_t reduce_in_pieces(uint8_t *destination, const uint8_t *source, size
     return size_t(to - destination);
 }
 
-// Up to the end of a row, of which 16 bytes can be read at `last` and nowhere behind it.
-inline void reduce_row_end(uint8_t *destination, const uint8_t *source, size_t pixels,
-                           size_t factor, const uint8_t *last) {
-    const ReduceByPlan<V16, 1> step(factor);
-    for (; pixels > 15 * factor; destination += 2, source += 2 * factor) {
-        const auto made = step.make_from(source, source > last ? size_t(source - last) : 0);
+// Up to the end of a row. make(at): the pixels of the 16 bytes from byte `at` on.
+template <class Make>
+inline void reduce_row_end(uint8_t *destination, size_t pixels, size_t factor, Make make) {
+    size_t at = 0;
+    for (; pixels > 15 * factor; destination += 2, at += 2 * factor) {
+        const auto made = make(at);
         std::memcpy(destination, &made, sizeof made);
         if (pixels <= 16 * factor)
             return;
@@ -173,7 +175,7 @@ inline void reduce_row_end(uint8_t *destination, const uint8_t *source, size_t p
     if (pixels == 0)
         return;
     const size_t left = (pixels + factor - 1) / factor;
-    const unsigned made = step.make_from(source, source > last ? size_t(source - last) : 0);
+    const unsigned made = make(at);
     if (left <= 8) {
         *destination = uint8_t(made & 0xFF00u >> left);
     } else {
@@ -188,14 +190,21 @@ inline void reduce_bits_in_one_piece(uint8_t *destination, const uint8_t *source
                                      size_t factor) {
     if (pixels == 0)
         return;
-    if (pixels <= 15 * 8) {
-        uint8_t short_row[16] = {};
-        std::memcpy(short_row, source, (pixels + 7) / 8);
-        return reduce_row_end(destination, short_row, pixels, factor, short_row);
+    const ReduceByPlan<V16, 1> step(factor);
+    const size_t bytes = (pixels + 7) / 8;
+    if (bytes <= 16) {
+        const V16 row = load_few(source, bytes);
+        return reduce_row_end(destination, pixels, factor,
+                              [&](size_t at) { return step.make_from(row, at); });
     }
     const size_t made = reduce_in_pieces<V, 1>(destination, source, pixels / 8, factor);
-    reduce_row_end(destination + made, source + factor * made, pixels - 8 * factor * made, factor,
-                   source + (pixels + 7) / 8 - 16);
+    source += factor * made;
+    const auto last =
+        std::ptrdiff_t(bytes - factor * made) - 16; // behind these 16 bytes is nothing
+    reduce_row_end(destination + made, pixels - 8 * factor * made, factor, [&](size_t at) {
+        const std::ptrdiff_t too_far = std::max<std::ptrdiff_t>(std::ptrdiff_t(at) - last, 0);
+        return step.make_from(load_16(source + (std::ptrdiff_t(at) - too_far)), size_t(too_far));
+    });
 }
 
 // Returns the bytes that are made.
@@ -211,19 +220,16 @@ inline size_t reduce_bits_in_pieces(uint8_t *destination, const uint8_t *source,
 
 // --- factors ------------------------------------------------------------------------------------
 
-// Calls what there is for the number of pieces, which is constant in it.
-template <size_t piece, size_t pieces, class Call>
-inline auto with_pieces(size_t factor, Call call) {
-    if constexpr (pieces < pieces_of(largest_planned_factor, piece))
-        if (pieces != pieces_of(factor, piece))
-            return with_pieces<piece, pieces + 1>(factor, call);
-    return call.template operator()<pieces>();
+// Calls work<pieces>() with the number of pieces.
+template <size_t piece, class Work>
+inline void with_pieces(size_t factor, const Work &work) {
+    with_factor<2, pieces_of(largest_planned_factor, piece)>(pieces_of(factor, piece), work);
 }
 
 template <class V>
 void enlarge_bits_by_plan(uint8_t *destination, const uint8_t *source, size_t pixels,
                           size_t factor) {
-    with_pieces<sizeof(V), 2>(factor, [=]<size_t pieces>() {
+    with_pieces<sizeof(V)>(factor, [=]<size_t pieces>() {
         enlarge_bits_in_pieces<V, pieces>(destination, source, pixels, factor);
     });
 }
@@ -232,9 +238,11 @@ void enlarge_bits_by_plan(uint8_t *destination, const uint8_t *source, size_t pi
 template <class V>
 size_t reduce_bits_by_plan(uint8_t *destination, const uint8_t *source, size_t bytes,
                            size_t factor) {
-    return with_pieces<16, 2>(factor, [=]<size_t pieces>() {
-        return reduce_bits_in_pieces<V, pieces>(destination, source, bytes, factor);
+    size_t made = 0;
+    with_pieces<16>(factor, [&]<size_t pieces>() {
+        made = reduce_bits_in_pieces<V, pieces>(destination, source, bytes, factor);
     });
+    return made;
 }
 
 } // namespace

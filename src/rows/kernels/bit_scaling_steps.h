@@ -12,7 +12,9 @@
 #endif
 #include "rows/kernels/bit_table_steps.h"
 #include "rows/kernels/double_bits.h"
+#include "rows/kernels/each_row.h"
 #include "rows/kernels/row_kernels.h"
+#include "rows/kernels/with_factor.h"
 #include "simd/byte_table.h"
 #include "simd/operations.h"
 #include "simd/walk.h"
@@ -86,8 +88,15 @@ struct BitStep<V, 5> : EnlargeByPlanes<typename ByLanes<V>::Vector, 5> {};
 template <class V>
 struct BitStep<V, 6> : EnlargeByDoubledPlanes<typename ByLanes<V>::Vector, 6> {};
 
+// To select out of five planes takes more masks than there are registers, unless masks have
+// registers of their own: the table is faster.
+#ifdef __AVX512VBMI__
+inline constexpr bool has_step_by_five = true;
+#else
+inline constexpr bool has_step_by_five = false;
+#endif
 template <size_t factor>
-inline constexpr bool has_bit_step = factor < 7;
+inline constexpr bool has_bit_step = factor < 7 && (factor != 5 || has_step_by_five);
 #else
 template <size_t factor>
 inline constexpr bool has_bit_step = factor == 2 || factor == 4;
@@ -116,6 +125,31 @@ inline void enlarge_bits_by(uint8_t *destination, const uint8_t *source, size_t 
             made = pixels / 8;
     enlarge_by_table(destination + factor * made, source + made, pixels - 8 * made, factor,
                      bytes_enlarged_to_8[factor]);
+}
+
+// Rows of at most 16 bytes once they are enlarged, in one register. A single row is made sooner by
+// the table.
+template <size_t factor>
+inline void enlarge_few_bits(const ScaledRows &all) {
+    const size_t bytes = (all.pixels + 7) / 8, enlarged = (all.pixels * factor + 7) / 8;
+    const V16 behind = _mm_sll_epi64(_mm_cvtsi32_si128(0xFF >> ((all.pixels - 1) % 8 + 1)),
+                                     _mm_cvtsi32_si128(int(8 * (bytes - 1))));
+    each_row(all, [=](uint8_t *destination, const uint8_t *source) {
+        V16 bits = without(behind, load_few(source, bytes));
+        for (size_t made = 1; made < factor; made *= 2)
+            bits = double_bits(bits).low;
+        store_few(destination, bits, enlarged);
+    });
+}
+
+template <class V, size_t factor>
+inline void enlarge_bit_rows_by(const ScaledRows &all) {
+    if constexpr (factor == 2 || factor == 4)
+        if (all.rows > 1 && all.pixels != 0 && all.pixels <= 128 / factor)
+            return enlarge_few_bits<factor>(all);
+    each_row(all, [&](uint8_t *destination, const uint8_t *source) {
+        enlarge_bits_by<V, factor>(destination, source, all.pixels);
+    });
 }
 
 // --- runs ---------------------------------------------------------------------------------------
@@ -213,11 +247,13 @@ struct BitReduceStep : ReduceBits<V, factor> {};
 template <class V>
 struct BitReduceStep<V, 3> : ReduceByThree<V> {};
 
-template <size_t factor>
-inline constexpr bool has_bit_reduce_step = factor < 5;
-#else
+inline constexpr size_t last_bit_reduce_step = 4;
 template <size_t factor>
 inline constexpr bool has_bit_reduce_step = true;
+#else
+inline constexpr size_t last_bit_reduce_step = 8;
+template <size_t factor>
+inline constexpr bool has_bit_reduce_step = factor == 2 || factor == 4 || factor == 8;
 #endif
 
 // Without steps of a factor's own.
@@ -263,56 +299,57 @@ inline void reduce_bits_by(uint8_t *destination, const uint8_t *source, size_t p
                          factor);
 }
 
+template <class V, size_t factor>
+inline void reduce_bit_rows_by(const ScaledRows &all) {
+    each_row(all, [&](uint8_t *destination, const uint8_t *source) {
+        reduce_bits_by<V, factor>(destination, source, all.pixels);
+    });
+}
+
 // --- factors ------------------------------------------------------------------------------------
 
-template <class V>
-void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
-                     BitConversion *bit_to_byte) {
-    switch (factor) {
-    case 1:
-        return gather_bits(destination, source, pixels, 1);
-    case 2:
-        return enlarge_bits_by<V, 2>(destination, source, pixels);
-    case 3:
-        return enlarge_bits_by<V, 3>(destination, source, pixels);
-    case 4:
-        return enlarge_bits_by<V, 4>(destination, source, pixels);
-    case 5:
-        return enlarge_bits_by<V, 5>(destination, source, pixels);
-    case 6:
-        return enlarge_bits_by<V, 6>(destination, source, pixels);
-    case 7:
-        return enlarge_bits_by<V, 7>(destination, source, pixels);
-    case 8:
-        return bit_to_byte(destination, source, pixels, 0xFF);
-    }
-    if (factor <= 16)
-        return enlarge_by_table(destination, source, pixels, factor, bytes_enlarged_to_16[factor]);
+// By a factor of 8 and more, or 1.
+template <class V, const RowKernels &rows>
+inline void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels,
+                            size_t factor) {
+    if (factor == 1)
+        gather_bits(destination, source, pixels, 1);
+    else if (factor == 8)
+        rows.bit_to_byte(destination, source, pixels, 0xFF);
+    else if (factor <= 16)
+        enlarge_by_table(destination, source, pixels, factor, bytes_enlarged_to_16[factor]);
 #ifdef __SSE4_1__
-    if (factor <= largest_planned_factor)
-        return enlarge_bits_by_plan<typename ByLanes<V>::Vector>(destination, source, pixels,
-                                                                 factor);
+    else if (factor <= largest_planned_factor)
+        enlarge_bits_by_plan<typename ByLanes<V>::Vector>(destination, source, pixels, factor);
 #endif
-    enlarge_bits_in_runs<V>(destination, source, pixels, factor);
+    else
+        enlarge_bits_in_runs<V>(destination, source, pixels, factor);
+}
+
+template <auto scale_row>
+inline void scale_each_row(const ScaledRows &all) {
+    each_row(all, [&](uint8_t *destination, const uint8_t *source) {
+        scale_row(destination, source, all.pixels, all.factor);
+    });
+}
+
+template <class V, const RowKernels &rows>
+inline RowScaling *bit_enlarging_kernel(size_t factor) {
+    RowScaling *kernel = scale_each_row<enlarge_bit_row<V, rows>>;
+    with_factor<2, 7>(factor, [&]<size_t known>() { //
+        kernel = enlarge_bit_rows_by<V, known>;
+    });
+    return kernel;
 }
 
 template <class V>
-void reduce_bit_row(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
-    switch (factor) {
-    case 1:
-        return gather_bits(destination, source, pixels, factor);
-    case 2:
-        return reduce_bits_by<V, 2>(destination, source, pixels);
-    case 4:
-        return reduce_bits_by<V, 4>(destination, source, pixels);
-    case 8:
-        return reduce_bits_by<V, 8>(destination, source, pixels);
-#ifdef __SSE4_1__
-    case 3:
-        return reduce_bits_by<V, 3>(destination, source, pixels);
-#endif
-    }
-    reduce_bits_apart<V>(destination, source, pixels, factor);
+inline RowScaling *bit_reducing_kernel(size_t factor) {
+    RowScaling *kernel = scale_each_row<reduce_bits_apart<V>>;
+    with_factor<2, last_bit_reduce_step>(factor, [&]<size_t known>() {
+        if constexpr (has_bit_reduce_step<known>)
+            kernel = reduce_bit_rows_by<V, known>;
+    });
+    return kernel;
 }
 
 } // namespace

@@ -4,29 +4,10 @@
 #pragma once
 
 #include "rows/kernels/bit_scaling_plans.h"
-#include "simd/vectors.h"
+#include "rows/kernels/few_bytes.h"
 
 namespace q32::rows {
 namespace {
-
-// The first bytes of a vector: copying would be a call.
-inline void store_first_bytes(uint8_t *destination, V16 v, size_t bytes) {
-    if ((bytes & 8) != 0) {
-        store_8(destination, v);
-        destination += 8;
-        v = _mm_srli_si128(v, 8);
-    }
-    for (bytes %= 8; bytes != 0; --bytes, v = _mm_srli_si128(v, 1))
-        *destination++ = uint8_t(_mm_cvtsi128_si32(v));
-}
-
-template <size_t size>
-inline V16 load_entry(const uint8_t (&entry)[size]) {
-    if constexpr (size == 8)
-        return load_8(entry);
-    else
-        return load_16(entry);
-}
 
 // An entry is stored for each source byte; what is too much of it belongs to the next, or is left
 // out.
@@ -35,6 +16,7 @@ inline void enlarge_by_table(uint8_t *destination, const uint8_t *source, size_t
                              size_t factor, const EnlargedBytes<size> &table) {
     const size_t careful = size == 8 ? 7 / factor : factor != 16; // bytes of the source
     size_t bytes = pixels / 8;
+#pragma GCC unroll 4
     for (; bytes > careful; --bytes, ++source, destination += factor) {
         if constexpr (size == 8)
             store_8(destination, load_8(table.of[*source]));
@@ -42,10 +24,9 @@ inline void enlarge_by_table(uint8_t *destination, const uint8_t *source, size_t
             store_16(destination, load_16(table.of[*source]));
     }
     for (; bytes != 0; --bytes, ++source, destination += factor)
-        store_first_bytes(destination, load_entry(table.of[*source]), factor);
+        copy_few(destination, table.of[*source], factor);
     if (const size_t left = pixels % 8; left != 0)
-        store_first_bytes(destination, load_entry(table.of[*source & 0xFF00u >> left & 0xFF]),
-                          (left * factor + 7) / 8);
+        copy_few(destination, table.of[*source & 0xFF00u >> left & 0xFF], (left * factor + 7) / 8);
 }
 
 } // namespace

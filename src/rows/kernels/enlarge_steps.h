@@ -5,13 +5,15 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/scaling_kernels.h"
+#include "rows/kernels/few_bytes.h"
 #include "rows/kernels/scaling_pixels.h"
+#include "rows/kernels/scaling_walk.h"
+#include "rows/kernels/with_factor.h"
 #include "simd/byte_table.h"
 #include "simd/operations.h"
-#include "simd/walk.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <numeric>
 #include <utility>
@@ -228,42 +230,73 @@ private:
     }
 };
 
+// Rows that fit one register: every 16 bytes of the destination are a choice of bytes out of it.
+template <class Pixel, size_t factor>
+inline void enlarge_few_pixels(const ScaledRows &all) {
+    static constexpr auto places = [] {
+        std::array<LaneBytes, factor> all_lanes{};
+        for (size_t at = 0; at < 16 * factor; ++at)
+            all_lanes[at / 16].at[at % 16] = uint8_t(at / (Pixel::bytes * factor) * Pixel::bytes +
+                                                     Pixel::in_pixel(at % Pixel::bytes));
+        return all_lanes;
+    }();
+    const size_t bytes = all.pixels * Pixel::bytes, enlarged = bytes * factor;
+    each_row(all, [=](uint8_t *destination, const uint8_t *source) {
+        const V16 pixels = load_few(source, bytes);
+        const auto made = [=](size_t at) {
+            return shuffle_u8(pixels, as_vector<V16>(places[at / 16]));
+        };
+        size_t at = 0;
+        for (; at + sizeof(V16) <= enlarged; at += sizeof(V16))
+            store_16(destination + at, made(at));
+        if (at != enlarged)
+            store_few(destination + at, made(at), enlarged - at);
+    });
+}
+
 #endif
 
-template <class V, class Pixel, size_t factor>
-inline void enlarge_by(uint8_t *destination, const uint8_t *source, size_t pixels,
-                       RowScaling *shorter) {
-    if constexpr (has_enlarge_step<Pixel, factor>)
-        convert_run(destination, source, pixels, EnlargeStep<V, Pixel, factor>{},
-                    [=](uint8_t *to, const uint8_t *from, size_t count) {
-                        if constexpr (lanes<V> == 1 && factor > 4)
-                            enlarge_in_runs<V, Pixel>(to, from, count, factor);
-                        else
-                            shorter(to, from, count, factor);
-                    });
-    else
-        enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
-}
-
-// Whether the factor is this one, or one after it that has a step of its own.
-template <class V, class Pixel, size_t this_one>
-inline bool enlarge_by_one_of(uint8_t *destination, const uint8_t *source, size_t pixels,
-                              size_t factor, RowScaling *shorter) {
-    if constexpr (this_one <= last_step<Pixel>) {
-        if (factor != this_one)
-            return enlarge_by_one_of<V, Pixel, this_one + 1>(destination, source, pixels, factor,
-                                                             shorter);
-        enlarge_by<V, Pixel, this_one>(destination, source, pixels, shorter);
-        return true;
-    }
-    return false;
-}
-
 template <class V, class Pixel>
-void enlarge_pixels(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
-                    RowScaling *shorter) {
-    if (!enlarge_by_one_of<V, Pixel, 2>(destination, source, pixels, factor, shorter))
-        enlarge_in_runs<V, Pixel>(destination, source, pixels, factor);
+void enlarge_each_in_runs(const ScaledRows &all) {
+    each_row(all, [&](uint8_t *destination, const uint8_t *source) {
+        enlarge_in_runs<V, Pixel>(destination, source, all.pixels, all.factor);
+    });
+}
+
+// Rows that are too short for a step of one lane. A few pixels of several bytes are moved sooner
+// one by one.
+template <class Pixel, size_t factor>
+inline void enlarge_short_rows(const ScaledRows &all, [[maybe_unused]] RowScaling *shorter) {
+#ifdef __SSE4_1__
+    if constexpr (Pixel::bytes == 1 || factor > 4)
+        if (all.pixels * Pixel::bytes <= sizeof(V16) && all.pixels > 1)
+            return enlarge_few_pixels<Pixel, factor>(all);
+#endif
+    if constexpr (factor > 4)
+        enlarge_each_in_runs<V16, Pixel>(all);
+    else
+        shorter(all);
+}
+
+template <class V, class Pixel, size_t factor, PixelKind kind, const ScalingKernels &narrower>
+inline void enlarge_by(const ScaledRows &all) {
+    using Step = EnlargeStep<V, Pixel, factor>;
+    if (all.pixels >= Step::units)
+        convert_each_row(all, all.pixels, Step{});
+    else if constexpr (lanes<V> == 1)
+        enlarge_short_rows<Pixel, factor>(all, narrower.enlarge[size_t(kind)]);
+    else
+        narrower.enlarge[size_t(kind)](all);
+}
+
+template <class V, class Pixel, PixelKind kind, const ScalingKernels &narrower>
+inline RowScaling *enlarging_kernel(size_t factor) {
+    RowScaling *kernel = enlarge_each_in_runs<V, Pixel>;
+    with_factor<2, last_step<Pixel>>(factor, [&]<size_t known>() {
+        if constexpr (has_enlarge_step<Pixel, known>)
+            kernel = enlarge_by<V, Pixel, known, kind, narrower>;
+    });
+    return kernel;
 }
 
 } // namespace

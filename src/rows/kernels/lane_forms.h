@@ -120,6 +120,7 @@ struct WidenWords {
 template <class V>
 struct BitToByte {
     static constexpr size_t units = 8, source_bytes = 1, destination_bytes = 8;
+    static constexpr size_t shortest_in_block = 4;
     using Loaded = V; // the eight bytes, in every lane
 
     explicit BitToByte(uint8_t value) : set(repeat_u8<V>(value)) {}
@@ -145,6 +146,7 @@ template <class V>
 struct ByteToBit {
     static constexpr size_t units = 8, source_bytes = 8, destination_bytes = 1;
     static constexpr size_t vectors = 64 / sizeof(V);
+    static constexpr size_t shortest_in_block = 24;
     struct Loaded {
         V v[vectors];
     };

@@ -6,7 +6,9 @@
 
 #include "rows/kernels/bit_run_steps.h"
 #include "rows/kernels/copy_row_steps.h"
+#include "rows/kernels/few_bytes.h"
 #include "rows/kernels/row_kernels.h"
+#include "rows/kernels/short_runs.h"
 #include "simd/operations.h"
 #include "simd/walk.h"
 
@@ -22,6 +24,7 @@ namespace {
 // blocks begin at whole vectors; the ends are written over as they lie.
 //
 // A block has
+//   vector(index)               one of the three
 //   store_head(at), store(at)   what a run begins with, and all three vectors
 //   head(distance)              from a run's beginning to the first whole vector that the blocks
 //                               begin at; `distance` is that to the first one at all
@@ -40,6 +43,15 @@ public:
         return FillBlock(std::rotr(dword_, int(head % bytes_per_pixel * 8)));
     }
 
+    // As many double words as there are before the end; returns where they end. Memory that the
+    // caches do not hold is not read first, as it is for stores of vectors.
+    uint8_t *store_to(uint8_t *at, const uint8_t *end) const {
+        size_t dwords = size_t(end - at) / 4;
+        __asm__ volatile("rep stosl" : "+D"(at), "+c"(dwords) : "a"(dword_) : "memory");
+        return at;
+    }
+
+    V vector(size_t) const { return vector_; }
     void store_head(uint8_t *at) const { simd::store(at, vector_); }
     void store(uint8_t *at) const {
         for (size_t i = 0; i < 3; ++i)
@@ -93,6 +105,7 @@ public:
     }
     FillBlock seen_from(size_t) const { return *this; }
 
+    V vector(size_t index) const { return vectors_[index]; }
     void store_head(uint8_t *at) const { store(at); }
     void store(uint8_t *at) const {
         for (size_t i = 0; i < 3; ++i)
@@ -115,9 +128,30 @@ inline void fill_blocks(uint8_t *destination, const uint8_t *pixel, size_t pixel
     const Block block(pixel);
     block.store_head(destination);
     const Block aligned = block.seen_from(head);
-    for (uint8_t *at = destination + head; at < last; at += Block::bytes)
+    uint8_t *at = destination + head;
+    constexpr size_t long_fill = 1 << 20; // from here on caches are of no use
+    if constexpr (bytes_per_pixel != 3)
+        if (pixels * bytes_per_pixel >= long_fill)
+            at = aligned.store_to(at, last);
+    for (; at < last; at += Block::bytes)
         aligned.store(at);
     block.store(last);
+}
+
+// Less than a block of 16 bytes each. 16 bytes before the end of whole pixels is where the third
+// vector begins.
+template <size_t bytes_per_pixel>
+inline void fill_few(uint8_t *destination, const uint8_t *pixel, size_t pixels) {
+    const size_t bytes = pixels * bytes_per_pixel;
+    if (bytes == 0)
+        return;
+    const FillBlock<V16, bytes_per_pixel> block(pixel);
+    if (bytes < sizeof(V16))
+        return store_few(destination, block.vector(0), bytes);
+    store_16(destination, block.vector(0));
+    if (bytes > 2 * sizeof(V16))
+        store_16(destination + sizeof(V16), block.vector(1));
+    store_16(destination + bytes - sizeof(V16), block.vector(2));
 }
 
 // --- exchange -----------------------------------------------------------------------------------
@@ -164,6 +198,12 @@ struct Invert {
 
 // --- walks --------------------------------------------------------------------------------------
 
+// Whether no form is left for a run that is too short for a step.
+template <const RowKernels &narrower>
+inline constexpr bool is_narrowest = false;
+template <>
+inline constexpr bool is_narrowest<scalar_row_kernels> = true;
+
 template <class Step, auto entry, const RowKernels &narrower>
 void converted(uint8_t *destination, const uint8_t *source, size_t pixels) {
     convert_run(destination, source, pixels, Step(), narrower.*entry);
@@ -174,10 +214,15 @@ void converted(uint8_t *destination, const uint8_t *source, size_t pixels) {
 template <class Step, auto entry, const RowKernels &narrower>
 void bits_converted(uint8_t *destination, const uint8_t *source, size_t pixels, uint8_t value) {
     const size_t groups = pixels / 8;
-    convert_run(destination, source, groups, Step(value),
-                [=](uint8_t *to, const uint8_t *from, size_t count) {
-                    (narrower.*entry)(to, from, 8 * count, value);
-                });
+    if (groups < Step::units) {
+        if (is_narrowest<narrower> && pixels >= Step::shortest_in_block)
+            convert_bits_in_block(destination, source, pixels, Step(value));
+        else
+            (narrower.*entry)(destination, source, pixels, value);
+        return;
+    }
+    const Step step(value);
+    walk(groups, ConversionStep<Step>{destination, source, step});
     if (pixels % 8 != 0)
         (scalar_row_kernels.*entry)(destination + groups * Step::destination_bytes,
                                     source + groups * Step::source_bytes, pixels % 8, value);
@@ -190,10 +235,12 @@ template <class V, const RowKernels &narrower>
 struct PlainRows : NarrowerRows<narrower> {
     template <size_t bytes_per_pixel>
     static void fill(uint8_t *destination, const uint8_t *pattern, size_t pixels) {
-        if (pixels * bytes_per_pixel < FillBlock<V, bytes_per_pixel>::bytes)
-            narrower.fill[bytes_per_pixel - 1](destination, pattern, pixels);
-        else
+        if (pixels * bytes_per_pixel >= FillBlock<V, bytes_per_pixel>::bytes)
             fill_blocks<V, bytes_per_pixel>(destination, pattern, pixels);
+        else if constexpr (is_narrowest<narrower>)
+            fill_few<bytes_per_pixel>(destination, pattern, pixels);
+        else
+            narrower.fill[bytes_per_pixel - 1](destination, pattern, pixels);
     }
     static void exchange(uint8_t *a, uint8_t *b, size_t bytes) {
         if (bytes < ExchangeStep<V>::units)

@@ -5,11 +5,11 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "rows/kernels/scaling_kernels.h"
 #include "rows/kernels/scaling_pixels.h"
+#include "rows/kernels/scaling_walk.h"
+#include "rows/kernels/with_factor.h"
 #include "simd/byte_table.h"
 #include "simd/operations.h"
-#include "simd/walk.h"
 
 #include <array>
 #include <cstring>
@@ -19,10 +19,6 @@
 
 namespace q32::rows {
 namespace {
-
-inline size_t groups_of(size_t pixels, size_t factor) {
-    return (pixels + factor - 1) / factor;
-}
 
 // --- pixel by pixel -----------------------------------------------------------------------------
 
@@ -169,43 +165,44 @@ struct ReduceStep<V, Plain<1>, 3> {
 
 #endif
 
-template <class V, class Pixel, size_t factor>
-inline void reduce_by(uint8_t *destination, const uint8_t *source, size_t groups,
-                      RowScaling *shorter) {
-    if constexpr (has_reduce_step<Pixel, factor>)
-        convert_run(destination, source, groups, ReduceStep<V, Pixel, factor>{},
-                    [=](uint8_t *to, const uint8_t *from, size_t count) {
-                        shorter(to, from, factor * count, factor);
-                    });
-    else
-        reduce_in_moves<Pixel>(destination, source, groups, factor);
-}
-
-// Whether the factor is this one, or one after it that has a step of its own.
-template <class V, class Pixel, size_t this_one>
-inline bool reduce_by_one_of(uint8_t *destination, const uint8_t *source, size_t groups,
-                             size_t factor, RowScaling *shorter) {
-    if constexpr (this_one <= last_reduce_step<Pixel>) {
-        if (factor != this_one)
-            return reduce_by_one_of<V, Pixel, this_one + 1>(destination, source, groups, factor,
-                                                            shorter);
-        reduce_by<V, Pixel, this_one>(destination, source, groups, shorter);
-        return true;
-    }
-    return false;
-}
-
 // Only swapped pixels may be read to the end of an incomplete group. Of others such a group's
 // pixel is moved by itself.
-template <class V, class Pixel>
-void reduce_pixels(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor,
-                   RowScaling *shorter) {
-    const size_t groups = pixels / factor;
-    if (!reduce_by_one_of<V, Pixel, 2>(destination, source, groups, factor, shorter))
-        reduce_in_moves<Pixel>(destination, source, groups, factor);
-    if (groups_of(pixels, factor) != groups)
-        reduce_in_moves<Pixel>(destination + Pixel::bytes * groups,
-                               source + Pixel::bytes * factor * groups, 1, factor);
+template <class Pixel>
+inline void reduce_last_group(const ScaledRows &all, size_t groups) {
+    if (groups * all.factor != all.pixels)
+        each_row(all, [&](uint8_t *destination, const uint8_t *source) {
+            reduce_in_moves<Pixel>(destination + Pixel::bytes * groups,
+                                   source + Pixel::bytes * all.factor * groups, 1, all.factor);
+        });
+}
+
+template <class Pixel>
+inline void reduce_each_in_moves(const ScaledRows &all) {
+    const size_t groups = all.pixels / all.factor;
+    each_row(all, [&](uint8_t *destination, const uint8_t *source) {
+        reduce_in_moves<Pixel>(destination, source, groups, all.factor);
+    });
+    reduce_last_group<Pixel>(all, groups);
+}
+
+template <class V, class Pixel, size_t factor, PixelKind kind, const ScalingKernels &narrower>
+inline void reduce_by(const ScaledRows &all) {
+    using Step = ReduceStep<V, Pixel, factor>;
+    const size_t groups = all.pixels / factor;
+    if (groups < Step::units)
+        return narrower.reduce[size_t(kind)](all);
+    convert_each_row(all, groups, Step{});
+    reduce_last_group<Pixel>(all, groups);
+}
+
+template <class V, class Pixel, PixelKind kind, const ScalingKernels &narrower>
+inline RowScaling *reducing_kernel(size_t factor) {
+    RowScaling *kernel = reduce_each_in_moves<Pixel>;
+    with_factor<2, last_reduce_step<Pixel>>(factor, [&]<size_t known>() {
+        if constexpr (has_reduce_step<Pixel, known>)
+            kernel = reduce_by<V, Pixel, known, kind, narrower>;
+    });
+    return kernel;
 }
 
 } // namespace

@@ -6,10 +6,7 @@
 namespace q32::rows {
 namespace {
 
-struct ShorterRows : LaneRows<V16, scalar_row_kernels> {
-    static constexpr auto byte_to_bit = handed_on<scalar_row_kernels, &RowKernels::byte_to_bit>;
-};
-constexpr RowKernels shorter_row_kernels = row_table<ShorterRows>();
+constexpr RowKernels shorter_row_kernels = row_table<LaneRows<V16, scalar_row_kernels>>();
 
 using WideRows = MappingRows<V32, scalar_row_kernels, LaneRows<V32, shorter_row_kernels>>;
 

@@ -162,6 +162,7 @@ struct WidenWords {
 
 struct BitToByte {
     static constexpr size_t units = 8, source_bytes = 1, destination_bytes = 8;
+    static constexpr size_t shortest_in_block = 4;
     using Loaded = V64; // the eight bytes, over and over
 
     explicit BitToByte(uint8_t value) : set(repeat_u8<V64>(value)) {}
@@ -181,6 +182,7 @@ struct BitToByte {
 // The mask has its first byte lowest; the first pixel is the highest bit.
 struct ByteToBit {
     static constexpr size_t units = 8, source_bytes = 8, destination_bytes = 1;
+    static constexpr size_t shortest_in_block = 24;
     using Loaded = V64;
 
     explicit ByteToBit(uint8_t value) : threshold(repeat_u8<V64>(value)) {}

@@ -123,6 +123,7 @@ constexpr LaneBytes bit_of_pixel{128, 64, 32, 16, 8, 4, 2, 1, 128, 64, 32, 16, 8
 
 struct BitToByte {
     static constexpr size_t units = 8, source_bytes = 1, destination_bytes = 8;
+    static constexpr size_t shortest_in_block = 4;
     using Loaded = V16;
 
     explicit BitToByte(uint8_t value) : set(repeat_u8<V16>(value)) {}
@@ -147,6 +148,7 @@ struct BitToByte {
 // The sum of the bits of eight different pixels is their byte.
 struct ByteToBit {
     static constexpr size_t units = 8, source_bytes = 8, destination_bytes = 1;
+    static constexpr size_t shortest_in_block = 24;
     struct Loaded {
         V16 v[4];
     };

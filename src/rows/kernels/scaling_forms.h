@@ -16,22 +16,15 @@ namespace {
 // enlarged by 8 are a conversion of `rows`.
 template <class V, const ScalingKernels &narrower, const RowKernels &rows>
 struct WideScaling {
-    static void enlarge_bits(uint8_t *destination, const uint8_t *source, size_t pixels,
-                             size_t factor) {
-        enlarge_bit_row<V>(destination, source, pixels, factor, rows.bit_to_byte);
-    }
-    static void reduce_bits(uint8_t *destination, const uint8_t *source, size_t pixels,
-                            size_t factor) {
-        reduce_bit_row<V>(destination, source, pixels, factor);
+    static RowScaling *enlarge_bits(size_t factor) { return bit_enlarging_kernel<V, rows>(factor); }
+    static RowScaling *reduce_bits(size_t factor) { return bit_reducing_kernel<V>(factor); }
+    template <class Pixel, PixelKind kind>
+    static RowScaling *enlarge(size_t factor) {
+        return enlarging_kernel<V, Pixel, kind, narrower>(factor);
     }
     template <class Pixel, PixelKind kind>
-    static void enlarge(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
-        enlarge_pixels<V, Pixel>(destination, source, pixels, factor,
-                                 narrower.enlarge[size_t(kind)]);
-    }
-    template <class Pixel, PixelKind kind>
-    static void reduce(uint8_t *destination, const uint8_t *source, size_t pixels, size_t factor) {
-        reduce_pixels<V, Pixel>(destination, source, pixels, factor, narrower.reduce[size_t(kind)]);
+    static RowScaling *reduce(size_t factor) {
+        return reducing_kernel<V, Pixel, kind, narrower>(factor);
     }
 };
 

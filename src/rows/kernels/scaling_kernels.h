@@ -1,9 +1,9 @@
 // Rows enlarged and reduced by whole factors, as plain functions over pointers and counts, one
-// table of them for each instruction set. Blocks of rows, checks and odd factors of callers are the
-// exports' part.
+// table of them for each instruction set. Rows that are repeated, checks and odd factors of callers
+// are the exports' part.
 //
 // Every form gives the bytes of its scalar form, for all inputs, counts, factors and alignments. It
-// reads no byte outside the source row and writes none outside the destination row.
+// reads no byte outside the source rows and writes none outside the destination rows.
 #pragma once
 
 #include "library/process/cpu.h"
@@ -13,10 +13,18 @@
 
 namespace q32::rows {
 
-// Source and destination never overlap. A count of 0 is allowed and does nothing; factors are 1 or
-// more.
-using RowScaling = void(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels,
-                        std::size_t factor);
+// Rows of equal length: how they are made is decided once for all of them. Source and destination
+// never overlap. Counts of 0 are allowed and do nothing; factors are 1 or more.
+struct ScaledRows {
+    std::uint8_t *destination;
+    std::size_t destination_stride;
+    const std::uint8_t *source;
+    std::size_t source_stride;
+    std::size_t rows;
+    std::size_t pixels; // of a source row
+    std::size_t factor;
+};
+using RowScaling = void(const ScaledRows &rows);
 
 // Pixels move as a whole; those of the last kind have their first and third byte exchanged.
 enum class PixelKind { one_byte, two_bytes, three_bytes, four_bytes, three_bytes_swapped };

@@ -1,4 +1,5 @@
 // The scalar forms of scaling by whole factors, each as its rule says it. Speed is the wide forms'.
+#include "rows/kernels/each_row.h"
 #include "rows/kernels/scaling_table.h"
 
 #include <cstring>
@@ -37,7 +38,7 @@ unsigned bit_at(const std::uint8_t *source, std::size_t index) {
 
 // --- scalar forms ------------------------------------------------------------------------------
 
-struct ScalarScaling {
+struct ScalarRow {
     static void enlarge_bits(std::uint8_t *destination, const std::uint8_t *source,
                              std::size_t pixels, std::size_t factor) {
         BitWriter bits(destination);
@@ -55,7 +56,7 @@ struct ScalarScaling {
         bits.finish();
     }
 
-    template <class Pixel, PixelKind>
+    template <class Pixel>
     static void enlarge(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels,
                         std::size_t factor) {
         for (; pixels > 0; --pixels, source += Pixel::bytes)
@@ -72,13 +73,34 @@ struct ScalarScaling {
             }
     }
 
-    template <class Pixel, PixelKind>
+    template <class Pixel>
     static void reduce(std::uint8_t *destination, const std::uint8_t *source, std::size_t pixels,
                        std::size_t factor) {
         for (std::size_t group = 0; group < pixels; group += factor, destination += Pixel::bytes)
             for (std::size_t k = 0; k < Pixel::bytes; ++k)
                 destination[k] = source[Pixel::bytes * group + Pixel::in_group(k, factor)];
     }
+};
+
+template <auto scale_row>
+void each(const ScaledRows &all) {
+    each_row(all, [&](std::uint8_t *destination, const std::uint8_t *source) {
+        scale_row(destination, source, all.pixels, all.factor);
+    });
+}
+
+template <auto scale_row>
+RowScaling *each_by(std::size_t) {
+    return each<scale_row>;
+}
+
+struct ScalarScaling {
+    static constexpr auto enlarge_bits = each_by<ScalarRow::enlarge_bits>;
+    static constexpr auto reduce_bits = each_by<ScalarRow::reduce_bits>;
+    template <class Pixel, PixelKind>
+    static constexpr auto enlarge = each_by<ScalarRow::enlarge<Pixel>>;
+    template <class Pixel, PixelKind>
+    static constexpr auto reduce = each_by<ScalarRow::reduce<Pixel>>;
 };
 
 } // namespace
