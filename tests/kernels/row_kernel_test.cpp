@@ -327,25 +327,43 @@ TEST_P(RowKernel, AllBitPatterns) {
         ASSERT_TRUE(runs_exactly(bit_to_byte(kernels(), one), patterns, 8 * patterns.size()));
 }
 
-// Runs that are longer than caches are filled in another way.
+// The first pixel is the pattern, each other one is as the one before, and nothing lies before and
+// behind.
+void fill_exactly(rows::Filling *fill, FencedMemory &memory, const Bytes &pattern,
+                  std::size_t pixels, std::size_t distance) {
+    const std::size_t others = (pixels - 1) * pattern.size();
+    std::uint8_t *const run = memory.end() - distance - others - pattern.size();
+    std::memset(memory.begin(), 0xEE, static_cast<std::size_t>(memory.end() - memory.begin()));
+    fill(run, pattern.data(), pixels);
+    ASSERT_TRUE(std::equal(pattern.begin(), pattern.end(), run) &&
+                std::memcmp(run, run + pattern.size(), others) == 0)
+        << pixels << " pixels of " << pattern.size() << " bytes, " << distance;
+    ASSERT_EQ(std::count(memory.begin(), run, 0xEE), run - memory.begin());
+    ASSERT_EQ(std::count(memory.end() - distance, memory.end(), 0xEE),
+              static_cast<std::ptrdiff_t>(distance));
+}
+
+// Runs that are longer than the caches of a core are filled in another way, and those that are
+// longer than nearly all caches in a third.
 TEST_P(RowKernel, FillLongRuns) {
-    constexpr std::size_t about = 1 << 20;
-    FencedMemory memory{about + 4096};
-    for (std::size_t bytes_per_pixel = 1; bytes_per_pixel <= 4; ++bytes_per_pixel)
-        for (const std::size_t more : {0, 1, 2, 3, 5, 31, 64, 97})
-            for (const std::size_t distance : {0, 1, 2, 3, 13, 62}) {
-                const std::size_t pixels = about / bytes_per_pixel + more;
-                const Bytes pattern = random_bytes(bytes_per_pixel, 8 * more + distance);
-                const Bytes expected = model::fill(pattern, pixels);
-                std::uint8_t *const run = memory.end() - distance - expected.size();
-                std::fill(memory.begin(), memory.end(), std::uint8_t{0xEE});
-                kernels().fill[bytes_per_pixel - 1](run, pattern.data(), pixels);
-                ASSERT_TRUE(std::equal(expected.begin(), expected.end(), run))
-                    << pixels << " pixels of " << bytes_per_pixel << " bytes, " << distance;
-                ASSERT_EQ(std::count(memory.begin(), run, 0xEE), run - memory.begin());
-                ASSERT_EQ(std::count(memory.end() - distance, memory.end(), 0xEE),
-                          static_cast<std::ptrdiff_t>(distance));
-            }
+    struct Length {
+        std::size_t about;
+        std::vector<std::size_t> pixels_more, distances;
+    };
+    const Length lengths[] = {
+        {1 << 20, {0, 1, 2, 3, 5, 31, 64, 97}, {0, 1, 2, 3, 13, 62}},
+        {24 << 20, {0, 1, 95}, {0, 29}},
+    };
+    for (const Length &length : lengths) {
+        FencedMemory memory{length.about + 4096};
+        for (std::size_t bytes_per_pixel = 1; bytes_per_pixel <= 4; ++bytes_per_pixel)
+            for (const std::size_t more : length.pixels_more)
+                for (const std::size_t distance : length.distances)
+                    ASSERT_NO_FATAL_FAILURE(
+                        fill_exactly(kernels().fill[bytes_per_pixel - 1], memory,
+                                     random_bytes(bytes_per_pixel, 8 * more + distance),
+                                     length.about / bytes_per_pixel + more, distance));
+    }
 }
 
 TEST_P(RowKernel, FillAllPatternsOfTwoBytes) {

@@ -25,10 +25,19 @@ namespace {
 //
 // A block has
 //   vector(index)               one of the three
-//   store_head(at), store(at)   what a run begins with, and all three vectors
+//   store_head(at)              what a run begins with
 //   head(distance)              from a run's beginning to the first whole vector that the blocks
 //                               begin at; `distance` is that to the first one at all
 //   seen_from(head)             the blocks that begin there
+
+template <class V, size_t bytes_per_pixel>
+class FillBlock;
+
+template <class V, size_t bytes_per_pixel>
+void store_block(const FillBlock<V, bytes_per_pixel> &block, uint8_t *at) {
+    for (size_t i = 0; i < 3; ++i)
+        store(at + i * sizeof(V), block.vector(i));
+}
 
 // Pixels of 1, 2 and 4 bytes: every vector is the same double word throughout.
 template <class V, size_t bytes_per_pixel>
@@ -53,10 +62,6 @@ public:
 
     V vector(size_t) const { return vector_; }
     void store_head(uint8_t *at) const { simd::store(at, vector_); }
-    void store(uint8_t *at) const {
-        for (size_t i = 0; i < 3; ++i)
-            simd::store(at + i * sizeof(V), vector_);
-    }
 
 private:
     explicit FillBlock(std::uint32_t dword) : dword_(dword), vector_(repeat_u32<V>(int(dword))) {}
@@ -106,17 +111,29 @@ public:
     FillBlock seen_from(size_t) const { return *this; }
 
     V vector(size_t index) const { return vectors_[index]; }
-    void store_head(uint8_t *at) const { store(at); }
-    void store(uint8_t *at) const {
-        for (size_t i = 0; i < 3; ++i)
-            simd::store(at + i * sizeof(V), vectors_[i]);
-    }
+    void store_head(uint8_t *at) const { store_block(*this, at); }
 
 private:
     static V16 dword(std::uint32_t value) { return _mm_cvtsi32_si128(int(value)); }
 
     V vectors_[3];
 };
+
+// Fills of so many bytes are stored in other ways: more than the caches of a core hold, and more
+// than nearly all last caches do.
+constexpr size_t fewest_past_core = 1 << 20, fewest_past_caches = 24 << 20;
+
+// As many blocks as begin before the last one, which may lie over the end of them; returns where
+// they end.
+template <class Block>
+uint8_t *fill_past_caches(const Block &block, uint8_t *at, const uint8_t *last) {
+    constexpr size_t vector_bytes = Block::bytes / 3;
+    for (; at < last; at += Block::bytes)
+        for (size_t i = 0; i < 3; ++i)
+            stream(at + i * vector_bytes, block.vector(i));
+    fence_streams();
+    return at;
+}
 
 template <class V, size_t bytes_per_pixel>
 inline void fill_blocks(uint8_t *destination, const uint8_t *pixel, size_t pixels) {
@@ -129,13 +146,15 @@ inline void fill_blocks(uint8_t *destination, const uint8_t *pixel, size_t pixel
     block.store_head(destination);
     const Block aligned = block.seen_from(head);
     uint8_t *at = destination + head;
-    constexpr size_t long_fill = 1 << 20; // from here on caches are of no use
-    if constexpr (bytes_per_pixel != 3)
-        if (pixels * bytes_per_pixel >= long_fill)
+    const size_t bytes = pixels * bytes_per_pixel;
+    if (bytes >= fewest_past_caches)
+        at = fill_past_caches(aligned, at, last);
+    else if constexpr (bytes_per_pixel != 3)
+        if (bytes >= fewest_past_core)
             at = aligned.store_to(at, last);
     for (; at < last; at += Block::bytes)
-        aligned.store(at);
-    block.store(last);
+        store_block(aligned, at);
+    store_block(block, last);
 }
 
 // Less than a block of 16 bytes each. 16 bytes before the end of whole pixels is where the third
