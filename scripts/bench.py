@@ -5,6 +5,7 @@
     bench.py full               all tables, in a quarter of an hour
     bench.py growth             what a pixel costs in pictures of all sizes
     bench.py compare OLD NEW    what is faster and what is slower in the second of two files
+    bench.py levels [FILE]      where a full run had an instruction set slower than the one below it
     bench.py table [FILE]       the short table of a file
     bench.py page               docs/performance.md and its pictures, of the last run and the last growth
 
@@ -18,7 +19,7 @@ import sys
 import time
 
 sys.dont_write_bytecode = True
-from bench import compare, figures, measuring, page, table  # noqa: E402
+from bench import compare, figures, levels, measuring, page, table  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
@@ -31,7 +32,8 @@ def arguments():
     both = verbs.add_parser("compare")
     both.add_argument("old", type=pathlib.Path)
     both.add_argument("new", type=pathlib.Path)
-    verbs.add_parser("table").add_argument("file", type=pathlib.Path, nargs="?")
+    for name in ("levels", "table"):
+        verbs.add_parser(name).add_argument("file", type=pathlib.Path, nargs="?")
     return parser.parse_args()
 
 
@@ -65,6 +67,8 @@ def measure(verb):
 def run(chosen):
     if chosen.verb == "compare":
         print(*compare.report(*map(figures.read_file, (chosen.old, chosen.new))), sep="\n")
+    elif chosen.verb == "levels":
+        print(*levels.report(figures.read_file(chosen.file or needed("full"))), sep="\n")
     elif chosen.verb == "table":
         print(*table.table(figures.read_file(chosen.file or needed("short"))), sep="\n")
     elif chosen.verb == "page":

@@ -68,6 +68,7 @@ AGAIN = """\
     ./run bench growth          # the curves
     ./run bench page            # this page and its pictures
     ./run bench full            # kernels at every level and exports of both editions, beside each other
+    ./run bench levels          # where that had a wider form slower than the narrower one
 
 On a machine with two idle cores. A comparison calls a row faster or slower when its medians differ by more
 than the samples of either run are spread, and by more than `memcpy` and the other libraries differ, which

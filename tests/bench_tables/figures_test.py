@@ -8,7 +8,7 @@ import xml.etree.ElementTree
 
 sys.path.insert(0, str(pathlib.Path(sys.argv.pop(1)) / "scripts"))
 
-from bench import compare, drawing, figures, measuring, page, table  # noqa: E402
+from bench import compare, drawing, figures, levels, measuring, page, table  # noqa: E402
 from bench.figures import Job, Times  # noqa: E402
 from bench.works import WORKS, Work  # noqa: E402
 from both_editions import figures_of, rows_of  # noqa: E402
@@ -221,6 +221,31 @@ work, 7 pixels, AVX-512                                       0.500    0.250    
         lines = list(compare.report(figures.read(HEAD + PASS), figures.read(HEAD + OTHERS)))
         self.assertEqual(lines[-2:], ["0 rows: 0 faster, 0 slower, 0 the same, 0 too noisy",
                                       "1 jobs are in the old file only, 2 in the new one"])  # fmt: skip
+
+
+LEVELS = """\
+time\trows_bench\tfill_1 sse2 512x512\t0\tours\twin32\t\tns/pixel\t2 2
+time\trows_bench\tfill_1 sse2 512x512\t0\tours\twin64\t\tns/pixel\t2 2
+time\trows_bench\tfill_1 avx2 512x512\t0\tours\twin32\t\tns/pixel\t3 3
+time\trows_bench\tfill_1 avx2 512x512\t0\tours\twin64\t\tns/pixel\t2 3
+time\trows_bench\tfill_1 scalar 37x37\t0\tours\twin32\t\tns/pixel\t1 1
+time\trows_bench\ta call\t0\tours\twin32\t\tns\t5 5
+"""
+
+
+class Levels(unittest.TestCase):
+    def test_levels_of_one_job_and_of_several(self):
+        found = levels.ladders(figures.read(HEAD + PASS + LEVELS))
+        self.assertEqual([ladder[:2] for ladder in found],
+                         [("rows_peers", "fill 100 pixels"), ("rows_bench", "fill_1 512x512 win32"),
+                          ("rows_bench", "fill_1 512x512 win64")])  # fmt: skip
+        self.assertEqual(found[1].samples, {"sse2": [2, 2], "avx2": [3, 3]})
+
+    def test_slower_is_what_is_slower_in_every_round(self):
+        self.assertEqual(list(levels.report(figures.read(HEAD + PASS + LEVELS))), [
+            "rows_bench: fill_1 512x512 win32                                    SSE2    2.0000"
+            "     AVX2    3.0000   1.50",
+            "3 steps from a level to the next, 1 slower by 1.05 in every round"])  # fmt: skip
 
 
 GROWTH = """\
