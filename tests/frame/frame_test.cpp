@@ -98,6 +98,7 @@ TEST(CommonLibrary, AnswersWhatItIsTold) {
 // --- calls ---------------------------------------------------------------------------------------
 
 TEST(FailingCalls, FailTheOneTheyName) {
+    shared_library(); // whose own start must not meet the call that fails
     for (int n = 1; n <= 2; ++n) {
         SCOPED_TRACE(n);
         const Census before = Census::now();
@@ -176,6 +177,7 @@ TEST(ImportHooks, StandBeforeTheGate) {
 }
 
 TEST(TheCensus, SeesWhatABufferHolds) {
+    shared_library(); // what its own start takes is not the buffer's
     const Census before = Census::now();
     ASSERT_TRUE(api().buf32Alloc(&some_buffer, 24, 300, 200, 0, nullptr));
     Census with = Census::now();
