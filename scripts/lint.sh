@@ -3,17 +3,20 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# The compile commands of the product and of the kernels, without building anything.
+# The compile commands of the product and of the kernels, without building anything: each source by
+# itself, and without headers that another compiler has precompiled.
 mkdir -p build/log
 for preset in win32-debug native; do
-    cmake --preset "$preset" >build/log/"$preset".log 2>&1 || { cat build/log/"$preset".log >&2; exit 1; }
+    cmake --preset "$preset" -B "build/lint/$preset" -DQ32BASE_JOIN_SOURCES=OFF \
+        -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >build/log/"$preset".log 2>&1 ||
+        { cat build/log/"$preset".log >&2; exit 1; }
 done
 
 mapfile -t code < <(git ls-files --cached --others --exclude-standard '*.c' '*.cpp' '*.h')
 # Clang reads what ships and what measures it; tests have the other checks.
 units=$(printf '%s\n' "${code[@]}" | grep -E '\.cpp$' | grep -vE '^tests/|_test\.cpp$')
 # Other libraries are measured beside ours only where they are installed (./run setup bench).
-if ! grep -q '/bench/peers/' build/native/compile_commands.json; then
+if ! grep -q '/bench/peers/' build/lint/native/compile_commands.json; then
     echo "Left out: bench/peers, whose libraries are not installed"
     units=$(grep -v '^bench/peers/' <<<"$units")
 fi
@@ -46,9 +49,9 @@ done < <(i686-w64-mingw32-g++-posix -E -x c++ - -v </dev/null 2>&1 |
     sed -n '/search starts/,/End of/s/^ //p' | grep -v '/12-posix/include$')
 
 check "clang-format" clang-format --dry-run -Werror "${code[@]}"
-check "clang-tidy, natively" tidy build/native "${common_options[@]}" \
+check "clang-tidy, natively" tidy build/lint/native "${common_options[@]}" \
     < <(grep -E "$native" <<<"$units")
-check "clang-tidy, for Windows" tidy build/win32-debug "${common_options[@]}" \
+check "clang-tidy, for Windows" tidy build/lint/win32-debug "${common_options[@]}" \
     "${cross_options[@]}" < <(grep -vE "$native" <<<"$units")
 # shellcheck disable=SC2086 # names without spaces
 check "clang-tidy, samples" clang-tidy --quiet "${common_options[@]}" "${cross_options[@]}" $samples -- \
