@@ -120,6 +120,10 @@ void blend_rows_uniformly(const Recipe &recipe, const RunRows &rows) {
 }
 
 void blend_rows_by_mask(const Recipe &recipe, const RunRows &rows) {
+    if (recipe.blend_rows != nullptr && rows.first.pixels >= fewest_row_pixels)
+        return recipe.blend_rows({rows.first.result, rows.first.overlay, rows.first.mask,
+                                  rows.result_stride, rows.overlay_stride, rows.mask_stride,
+                                  rows.first.pixels, rows.count});
     merge_each_row(recipe, rows, [&recipe](const Run &row) { blend_by_mask(recipe, row); });
 }
 
@@ -239,6 +243,7 @@ bool copies_overlay(const Recipe &recipe, Rule rule) {
 void settle_masked_blend(Recipe &recipe, Rounding rounding, Rule rule) {
     const Blend &blend = blends()(rounding, rule);
     recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
+    recipe.blend_rows = recipe.samples == 3 ? blend.colour_rows : nullptr;
     recipe.reads_mask = true;
 }
 
