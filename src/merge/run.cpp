@@ -120,11 +120,15 @@ void blend_rows_uniformly(const Recipe &recipe, const RunRows &rows) {
 }
 
 void blend_rows_by_mask(const Recipe &recipe, const RunRows &rows) {
-    if (recipe.blend_rows != nullptr && rows.first.pixels >= fewest_row_pixels)
-        return recipe.blend_rows({rows.first.result, rows.first.overlay, rows.first.mask,
-                                  rows.result_stride, rows.overlay_stride, rows.mask_stride,
-                                  rows.first.pixels, rows.count});
     merge_each_row(recipe, rows, [&recipe](const Run &row) { blend_by_mask(recipe, row); });
+}
+
+void blend_rows_at_once(const Recipe &recipe, const RunRows &rows) {
+    const Run &first = rows.first;
+    if (first.pixels < fewest_row_pixels)
+        return blend_rows_by_mask(recipe, rows);
+    recipe.blend_rows({first.result, first.overlay, first.mask, rows.result_stride,
+                       rows.overlay_stride, rows.mask_stride, first.pixels, rows.count});
 }
 
 // --- pixels of other sizes ----------------------------------------------------------------------
@@ -268,7 +272,7 @@ void settle_blend(Recipe &recipe, const Request &request) {
     recipe.left_to_right = !is_premultiplied(rule);
     if (recipe.weights == Weights::mask) {
         recipe.merge_piece = blend_by_mask;
-        recipe.merge_rows = blend_rows_by_mask;
+        recipe.merge_rows = recipe.blend_rows != nullptr ? blend_rows_at_once : blend_rows_by_mask;
     } else {
         recipe.merge_piece = blend_by_weights;
         recipe.piece_pixels = scratch_pixels;
