@@ -148,6 +148,19 @@ const char *prefetched(const std::byte *address) {
     }
 }
 
+// Rows that begin and end in a cache line each, or in the same: all that is waited for is asked for
+// before the first is moved.
+[[gnu::always_inline]] inline void prefetch_few_rows(const std::byte *first, size_t stride,
+                                                     size_t row_bytes, size_t rows) {
+    constexpr size_t fewest_rows = 5;
+    if (rows < fewest_rows)
+        return;
+    for (size_t row = 0; row != rows; ++row, first += stride) {
+        _mm_prefetch(prefetched(first), _MM_HINT_T0);
+        _mm_prefetch(prefetched(first + row_bytes - 1), _MM_HINT_T0);
+    }
+}
+
 // Rows that are written are not read before: nothing but this tells the processor of them. A few
 // at a time are moved while as many more are fetched into its second cache. In long rows it soon
 // finds out by itself.
@@ -228,14 +241,7 @@ bool SmallRectangle::write_to(Record &record, const std::byte *memory) const {
     const CellRows rows = rows_in(record);
     if (rows.first == nullptr)
         return false;
-    // Rows that are read are waited for all at once, those that are written one after the other.
-    constexpr int many_rows = 5;
-    if (height_ >= many_rows)
-        for (size_t row = 0; row != size_t(height_); ++row) {
-            const std::byte *const first = rows.first + row * rows.stride;
-            _mm_prefetch(prefetched(first), _MM_HINT_T0);
-            _mm_prefetch(prefetched(first + row_bytes_ - 1), _MM_HINT_T0);
-        }
+    prefetch_few_rows(rows.first, rows.stride, row_bytes_, size_t(height_));
     rows::kernels().copy_rows(kernel_bytes(rows.first), rows.stride,
                               reinterpret_cast<const uint8_t *>(memory), row_bytes_, row_bytes_,
                               size_t(height_));
@@ -246,6 +252,7 @@ bool SmallRectangle::read_from(const Record &record, std::byte *memory) const {
     const CellRows rows = rows_in(record.owner());
     if (rows.first == nullptr)
         return false;
+    prefetch_few_rows(rows.first, rows.stride, row_bytes_, size_t(height_));
     rows::kernels().copy_rows(kernel_bytes(memory), row_bytes_, kernel_bytes(rows.first),
                               rows.stride, row_bytes_, size_t(height_));
     return true;
