@@ -71,8 +71,8 @@ std::byte *block_for_all(const Record &owner, int) {
 template <CellAddress cell_of, typename Visit>
 bool each_piece(const Record &owner, const Area &area, const PlainRows &rows, const Visit &visit) {
     const BUF32INFO &info = owner.info;
-    const int first_column = area.left / info.cell_width;
-    int band = area.top / info.cell_height;
+    const int first_column = cell_number(area.left, info.cell_width);
+    int band = cell_number(area.top, info.cell_height);
     int y_in_cell = area.top - band * info.cell_height;
     std::byte *plain_row = rows.memory;
     for (int y = area.top; y < area.bottom; ++band, y_in_cell = 0) {
@@ -148,6 +148,19 @@ const char *prefetched(const std::byte *address) {
     }
 }
 
+// Rows that begin and end in a cache line each, or in the same: all that is waited for is asked for
+// before the first is moved.
+[[gnu::always_inline]] inline void prefetch_few_rows(const std::byte *first, size_t stride,
+                                                     size_t row_bytes, size_t rows) {
+    constexpr size_t fewest_rows = 5;
+    if (rows < fewest_rows)
+        return;
+    for (size_t row = 0; row != rows; ++row, first += stride) {
+        _mm_prefetch(prefetched(first), _MM_HINT_T0);
+        _mm_prefetch(prefetched(first + row_bytes - 1), _MM_HINT_T0);
+    }
+}
+
 // Rows that are written are not read before: nothing but this tells the processor of them. A few
 // at a time are moved while as many more are fetched into its second cache. In long rows it soon
 // finds out by itself.
@@ -198,6 +211,52 @@ bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
 }
 
 } // namespace
+
+SmallRectangle::SmallRectangle(const BUF32INFO &info, int x, int y, int width, int height) {
+    constexpr unsigned most = largest_side;
+    if (unsigned(width) - 1 >= most || unsigned(height) - 1 >= most || info.bits_per_pixel < 8 ||
+        x < 0 || y < 0 || x > info.width - width || y > info.height - height)
+        return;
+    column_ = cell_number(x, info.cell_width);
+    band_ = cell_number(y, info.cell_height);
+    x_in_cell_ = x - column_ * info.cell_width;
+    y_in_cell_ = y - band_ * info.cell_height;
+    if (x_in_cell_ > info.cell_width - width || y_in_cell_ > info.cell_height - height)
+        return;
+    pixel_bytes_ = size_t(info.bytes_per_pixel);
+    row_bytes_ = size_t(width) * pixel_bytes_;
+    height_ = height;
+}
+
+SmallRectangle::CellRows SmallRectangle::rows_in(const Record &owner) const {
+    std::byte *const cell = owner.cell_address[band_ * owner.info.cell_columns + column_];
+    if (cell == nullptr)
+        return {};
+    const size_t stride =
+        column_ == owner.info.cell_columns - 1 ? owner.last_column_row_bytes : owner.cell_row_bytes;
+    return {cell + size_t(y_in_cell_) * stride + size_t(x_in_cell_) * pixel_bytes_, stride};
+}
+
+bool SmallRectangle::write_to(Record &record, const std::byte *memory) const {
+    const CellRows rows = rows_in(record);
+    if (rows.first == nullptr)
+        return false;
+    prefetch_few_rows(rows.first, rows.stride, row_bytes_, size_t(height_));
+    rows::kernels().copy_rows(kernel_bytes(rows.first), rows.stride,
+                              reinterpret_cast<const uint8_t *>(memory), row_bytes_, row_bytes_,
+                              size_t(height_));
+    return true;
+}
+
+bool SmallRectangle::read_from(const Record &record, std::byte *memory) const {
+    const CellRows rows = rows_in(record.owner());
+    if (rows.first == nullptr)
+        return false;
+    prefetch_few_rows(rows.first, rows.stride, row_bytes_, size_t(height_));
+    rows::kernels().copy_rows(kernel_bytes(memory), row_bytes_, kernel_bytes(rows.first),
+                              rows.stride, row_bytes_, size_t(height_));
+    return true;
+}
 
 bool read_cells(const Record &record, const Area &area, const PlainRows &rows) {
     return move_area<Direction::to_memory, cell_in_table>(record.owner(), area, rows);

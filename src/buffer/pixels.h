@@ -44,6 +44,39 @@ bool read_block(const Record &record, const Area &area, const PlainRows &rows);
 bool read_packed_rows(const Record &record, std::byte *pixels, const Area &area,
                       const PlainRows &rows);
 
+// A rectangle of few pixels of whole bytes that lies in one cell: it needs no cutting, no walk and
+// no numbers beyond 32 bits, which would take longer than its pixels.
+class SmallRectangle {
+public:
+    // Fewer rows than are worth being fetched ahead.
+    static constexpr int largest_side = 31;
+
+    SmallRectangle(const BUF32INFO &info, int x, int y, int width, int height);
+
+    // Whether the rectangle is one.
+    explicit operator bool() const { return height_ != 0; }
+
+    // Of the rows of plain memory that stand for it, without gaps.
+    size_t bytes() const { return row_bytes_ * size_t(height_); }
+
+    // Between such rows and the record's own cells or, to read, its owner's. False without storage.
+    bool write_to(Record &record, const std::byte *memory) const;
+    bool read_from(const Record &record, std::byte *memory) const;
+
+private:
+    // Rows of a cell.
+    struct CellRows {
+        std::byte *first;
+        size_t stride;
+    };
+    CellRows rows_in(const Record &owner) const;
+
+    int column_, band_;
+    int x_in_cell_, y_in_cell_;
+    size_t pixel_bytes_, row_bytes_;
+    int height_ = 0;
+};
+
 // Has the processor fetch the pixels of an area inside the image, which are about to be read, while
 // it does other things. Worth it where the area is not all of what lies there: what is read from
 // end to end the processor finds by itself. False when there are no such pixels in memory.

@@ -97,6 +97,14 @@ inline HBUF32 handle_of(const Record &record) {
     return reinterpret_cast<HBUF32>(&record);
 }
 
+// Which cell of a row or column of cells a pixel of the image lies in. A side is largest_cell_side
+// or reaches to the image's end; a division takes longer than a small rectangle's pixels.
+inline int cell_number(int at, int side) {
+    if (at < side)
+        return 0;
+    return side == largest_cell_side ? int(unsigned(at) / unsigned(largest_cell_side)) : at / side;
+}
+
 // For outputs that a caller may leave out.
 template <typename T>
 void store(T *output, std::type_identity_t<T> value) {

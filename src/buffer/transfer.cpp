@@ -6,6 +6,7 @@
 #include "buffer/failures.h"
 #include "buffer/pixels.h"
 #include "buffer/sharing.h"
+#include "buffer/types.h"
 #include "library/process/address_space.h"
 
 #include <cstring>
@@ -124,6 +125,10 @@ bool read_bits_over_background(const Record &record, const MemoryRectangle &bloc
 } // namespace
 
 int get_memory(Record &record, int x, int y, int width, int height, void *memory) {
+    if (const SmallRectangle small(record.info, x, y, width, height);
+        small && type_of(record).read == read_cells)
+        return small.bytes() <= room_behind(memory) &&
+               small.read_from(record, static_cast<std::byte *>(memory));
     const MemoryRectangle block(record, x, y, width, height, memory);
     if (block.is_outside())
         return fail(site::nothing_to_get);
@@ -151,6 +156,10 @@ int get_memory_with_background(Record &record, int x, int y, int width, int heig
 }
 
 int merge_memory(Record &record, int x, int y, int width, int height, const void *memory) {
+    if (const SmallRectangle small(record.info, x, y, width, height);
+        small && type_of(record).has_cells)
+        return small.bytes() <= room_behind(memory) && prepare_for_writing(record) &&
+               small.write_to(record, static_cast<const std::byte *>(memory));
     const MemoryRectangle block(record, x, y, width, height, memory);
     if (block.is_outside())
         return fail(site::nothing_to_merge);

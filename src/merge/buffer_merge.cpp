@@ -40,8 +40,7 @@ struct Job {
     HBUF32 mask; // or 0
     HBUF32 overlay;
     int bytes_per_pixel;
-    int mode;
-    int transparency;
+    LayersMerge layers_merge;
 
     bool has_mask() const { return mask != 0; }
 };
@@ -82,20 +81,20 @@ struct SourceCell {
 // Merges into rows, in coordinates of the overlay, what of them comes from one cell. Masks are
 // taken as they are: one whose cell does not hold the piece, because it is smaller or divided in
 // another way, is found out here.
-bool merge_piece(const Job &job, const SourceCell &source, const PixelRows<uint8_t> &rows,
+bool merge_piece(Job &job, const SourceCell &source, const PixelRows<uint8_t> &rows,
                  const Area &piece) {
     constexpr int mask_bytes = 1;
     if (job.has_mask() && !source.mask.holds(piece, mask_bytes))
         return false;
-    return merge_layers({.base = rows,
-                         .mask = source.mask.rows(mask_bytes),
-                         .overlay = source.overlay.rows(job.bytes_per_pixel)},
-                        piece, job.mode, job.transparency);
+    return job.layers_merge.merge({.base = rows,
+                                   .mask = source.mask.rows(mask_bytes),
+                                   .overlay = source.overlay.rows(job.bytes_per_pixel)},
+                                  piece);
 }
 
 // --- into a buffer ------------------------------------------------------------------------------
 
-bool merge_into_cell(const Job &job, const PixelRows<uint8_t> &rows, const Area &part) {
+bool merge_into_cell(Job &job, const PixelRows<uint8_t> &rows, const Area &part) {
     return each_cell(job.overlay, part, [&](int index) {
         SourceCell source;
         return source.lock(job, index) &&
@@ -103,7 +102,7 @@ bool merge_into_cell(const Job &job, const PixelRows<uint8_t> &rows, const Area 
     });
 }
 
-bool merge_into_buffer(const Job &job, HBUF32 destination, const Placement &placement) {
+bool merge_into_buffer(Job &job, HBUF32 destination, const Placement &placement) {
     // Unlocked after the sources.
     BufferLock destination_lock;
     SourceLocks source_locks;
@@ -133,8 +132,7 @@ bool has_room(const uint8_t *image, const Format &format, const Area &area) {
 }
 
 // All cells of the placed rectangle are visited, those beyond the image too.
-bool merge_into_image(const Job &job, uint8_t *image, const Format &format,
-                      const Placement &placement) {
+bool merge_into_image(Job &job, uint8_t *image, const Format &format, const Placement &placement) {
     SourceLocks locks;
     if (!has_room(image, format, placement.destination) || !locks.lock(job))
         return false;
@@ -174,7 +172,7 @@ int Q32_CALL i32MergeBufToBuf(HBUF32 destination, int x, int y, HBUF32 mask, HBU
     const Placement placement = cut(place(as_area(*rectangle), from.area(), x, y), to.area());
     if (placement.outcome != Outcome::placed)
         return placement.outcome == Outcome::nothing_left;
-    const Job job = {mask, overlay, from.bytes_per_pixel, mode, transparency};
+    Job job = {mask, overlay, from.bytes_per_pixel, LayersMerge(mode, transparency)};
     return merge_into_buffer(job, destination, placement);
 }
 
@@ -208,6 +206,6 @@ int Q32_CALL i32MergeBufToRam(void *image, int x, int y, int width, int height, 
     const Placement placement = cut(place(as_area(*rectangle), from.area(), x, y), to.area());
     if (placement.outcome != Outcome::placed)
         return placement.outcome == Outcome::nothing_left;
-    const Job job = {mask, overlay, bytes_per_pixel, mode, transparency};
+    Job job = {mask, overlay, bytes_per_pixel, LayersMerge(mode, transparency)};
     return merge_into_image(job, bytes(image), to, placement);
 }

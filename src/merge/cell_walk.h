@@ -53,10 +53,11 @@ template <typename Visit>
 bool each_cell(HBUF32 handle, const Area &area, const Visit &visit) {
     const BUF32INFO &info = buffer::record_of(handle)->info;
     const int columns = info.cell_columns;
-    const int first_column = area.left / info.cell_width;
-    const int last_column = (area.right - 1) / info.cell_width;
-    const int last_band = (area.bottom - 1) / info.cell_height;
-    for (int band = area.top / info.cell_height; band <= last_band; ++band)
+    using buffer::cell_number;
+    const int first_column = cell_number(area.left, info.cell_width);
+    const int last_column = cell_number(area.right - 1, info.cell_width);
+    const int last_band = cell_number(area.bottom - 1, info.cell_height);
+    for (int band = cell_number(area.top, info.cell_height); band <= last_band; ++band)
         for (int column = first_column; column <= last_column; ++column)
             if (!visit(band * columns + column))
                 return false;

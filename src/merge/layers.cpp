@@ -81,33 +81,36 @@ bool can_be_merged(const Layers &layers, const Area &area) {
            layers.bytes_per_pixel() <= max_bytes_per_pixel;
 }
 
-int merge_masked_layers(const Layers &layers, const Area &area, GivenMask mask, int mode_number,
-                        int transparency) {
-    const Mode *const mode = find_mode(Form::rectangle, unsigned(mode_number));
-    if (mode == nullptr || !can_be_merged(layers, area))
+const Recipe &LayersMerge::recipe_for(const Layers &layers, GivenMask mask) {
+    if (!recipe_)
+        recipe_ = settle({.mode = *mode_,
+                          .form = Form::rectangle,
+                          .bytes_per_pixel = layers.bytes_per_pixel(),
+                          .transparency = transparency_,
+                          .mask = layers.mask.memory,
+                          .mask_is_full = mask == GivenMask::full});
+    return *recipe_;
+}
+
+int LayersMerge::merge_masked(const Layers &layers, const Area &area, GivenMask mask) {
+    if (mode_ == nullptr || !can_be_merged(layers, area))
         return 0;
     WorkRows work_rows;
-    if (mode->action == Action::transfer) {
+    if (mode_->action == Action::transfer) {
         if (layers.bytes_per_pixel() != 3)
             return 0;
         if (!work_rows.make(std::uint64_t(area.width())))
             return fail(site::no_rectangle_work_rows);
     }
-    const Recipe recipe = settle({.mode = *mode,
-                                  .form = Form::rectangle,
-                                  .bytes_per_pixel = layers.bytes_per_pixel(),
-                                  .transparency = transparency,
-                                  .mask = layers.mask.memory,
-                                  .mask_is_full = mask == GivenMask::full});
-    merge_area(recipe, layers, area, bytes(work_rows.base_records.get()));
+    merge_area(recipe_for(layers, mask), layers, area, bytes(work_rows.base_records.get()));
     return 1;
 }
 
 // Quirk: the mask that stands in is made for every mode, hue and colour too, so that these weigh a
 // little differently here than in i32MergeEx.
-int merge_layers(const Layers &layers, const Area &area, int mode, int transparency) {
+int LayersMerge::merge(const Layers &layers, const Area &area) {
     if (layers.has_mask())
-        return merge_masked_layers(layers, area, GivenMask::as_it_is, mode, transparency);
+        return merge_masked(layers, area, GivenMask::as_it_is);
     if (!can_be_merged(layers, area))
         return 0;
     const std::uint64_t size = std::uint64_t(layers.overlay.stride) * unsigned(area.height()) /
@@ -122,7 +125,7 @@ int merge_layers(const Layers &layers, const Area &area, int mode, int transpare
     std::memset(full_mask.get(), 255, std::size_t(area.width()));
     Layers masked = layers;
     masked.mask = {bytes(full_mask.get()), area.left, area.top, 0, 1};
-    return merge_masked_layers(masked, area, GivenMask::full, mode, transparency);
+    return merge_masked(masked, area, GivenMask::full);
 }
 
 } // namespace q32::merge

@@ -3,9 +3,11 @@
 #pragma once
 
 #include "geometry/area.h"
+#include "merge/run.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <type_traits>
 
 namespace q32::merge {
@@ -43,15 +45,30 @@ struct Layers {
 // Whether the area has pixels, and of a size that can be merged.
 bool can_be_merged(const Layers &layers, const Area &area);
 
-// Merges with full strength in every mode where there is no mask. 0 and no report for a mode
-// outside 1 to 15, a pixel size that cannot be merged, or no memory for a mask; reports what the
-// mode itself reports. Leaves the thread's priority alone.
-int merge_layers(const Layers &layers, const Area &area, int mode, int transparency);
-
-// The same once a mask has been found, if the mode needs one: without one it is merged without. A
-// full mask is one whose bytes are all 255.
+// A full mask is one whose bytes are all 255.
 enum class GivenMask : bool { as_it_is, full };
-int merge_masked_layers(const Layers &layers, const Area &area, GivenMask mask, int mode,
-                        int transparency);
+
+// Merges areas in one mode. What comes of mode, transparency and mask is settled once: all layers
+// have pixels of one size and, all or none of them, a mask. Each call returns 0 and reports nothing
+// for a mode outside 1 to 15, a pixel size that cannot be merged, or no memory for a mask; it
+// reports what the mode itself reports. Leaves the thread's priority alone.
+class LayersMerge {
+public:
+    LayersMerge(int mode, int transparency)
+        : mode_(find_mode(Form::rectangle, unsigned(mode))), transparency_(transparency) {}
+
+    // With full strength in every mode where there is no mask.
+    int merge(const Layers &layers, const Area &area);
+
+    // Once a mask has been found, if the mode needs one: without one it is merged without.
+    int merge_masked(const Layers &layers, const Area &area, GivenMask mask);
+
+private:
+    const Recipe &recipe_for(const Layers &layers, GivenMask mask);
+
+    const Mode *mode_;
+    int transparency_;
+    std::optional<Recipe> recipe_;
+};
 
 } // namespace q32::merge

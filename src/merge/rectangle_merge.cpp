@@ -57,7 +57,7 @@ int merge_common(Layers layers, const Area &image, const Area &part, const Area 
         given = GivenMask::full;
     }
     held.priority.raise();
-    return merge_masked_layers(layers, area, given, mode, transparency);
+    return LayersMerge(mode, transparency).merge_masked(layers, area, given);
 }
 
 // A rectangle that is not there meets nothing.

@@ -123,6 +123,14 @@ void blend_rows_by_mask(const Recipe &recipe, const RunRows &rows) {
     merge_each_row(recipe, rows, [&recipe](const Run &row) { blend_by_mask(recipe, row); });
 }
 
+void blend_rows_at_once(const Recipe &recipe, const RunRows &rows) {
+    const Run &first = rows.first;
+    if (first.pixels < fewest_row_pixels)
+        return blend_rows_by_mask(recipe, rows);
+    recipe.blend_rows({first.result, first.overlay, first.mask, rows.result_stride,
+                       rows.overlay_stride, rows.mask_stride, first.pixels, rows.count});
+}
+
 // --- pixels of other sizes ----------------------------------------------------------------------
 
 // Red, green and blue where there are three samples, else the first.
@@ -239,6 +247,7 @@ bool copies_overlay(const Recipe &recipe, Rule rule) {
 void settle_masked_blend(Recipe &recipe, Rounding rounding, Rule rule) {
     const Blend &blend = blends()(rounding, rule);
     recipe.masked_blend = recipe.samples == 3 ? blend.colour : blend.grey;
+    recipe.blend_rows = recipe.samples == 3 ? blend.colour_rows : nullptr;
     recipe.reads_mask = true;
 }
 
@@ -263,7 +272,7 @@ void settle_blend(Recipe &recipe, const Request &request) {
     recipe.left_to_right = !is_premultiplied(rule);
     if (recipe.weights == Weights::mask) {
         recipe.merge_piece = blend_by_mask;
-        recipe.merge_rows = blend_rows_by_mask;
+        recipe.merge_rows = recipe.blend_rows != nullptr ? blend_rows_at_once : blend_rows_by_mask;
     } else {
         recipe.merge_piece = blend_by_weights;
         recipe.piece_pixels = scratch_pixels;

@@ -66,6 +66,7 @@ struct Recipe {
     int percent;
 
     MaskedBlend *masked_blend;
+    MaskedRowsBlend *blend_rows; // or null
     UniformBlend *uniform_blend;
     Selection *select;
     FieldTransfer *transfer;

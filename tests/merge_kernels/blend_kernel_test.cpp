@@ -347,6 +347,10 @@ TEST_P(BlendLevel, HasTheFormsThatItSays) {
         EXPECT_EQ(shifted.grey, nullptr) << rule_names[rule];
         EXPECT_EQ(shifted.colour == nullptr, premultiplied) << rule_names[rule];
         EXPECT_EQ(shifted.uniform == nullptr, premultiplied) << rule_names[rule];
+        const bool has_rows =
+            Rule(rule) == Rule::normal && &kernels() == &merge::avx2_blend_kernels;
+        EXPECT_EQ(divided.colour_rows != nullptr, has_rows) << rule_names[rule];
+        EXPECT_EQ(shifted.colour_rows != nullptr, has_rows) << rule_names[rule];
     }
     EXPECT_NE(kernels().percent_weights, nullptr);
     EXPECT_NE(kernels().scaled_weights, nullptr);
@@ -557,6 +561,75 @@ TEST_P(BlendRule, UniformRunsInMemory) {
     for (const auto &form : forms_of(levels(), pick))
         for (const std::uint8_t weight : {0, 100, 255})
             sweep(uniform_call(which, form.level, form.run, weight));
+}
+
+// --- rows in memory ---
+
+constexpr std::size_t row_count = 3;
+
+// From row to row: what a row has and so many bytes more.
+struct Gaps {
+    std::size_t destination, overlay, weights;
+
+    bool are_alike() const { return destination == overlay; }
+};
+
+// The sweep counts from 0; no row is shorter than the kernels take.
+std::size_t row_pixels(std::size_t swept) {
+    return merge::fewest_row_pixels + swept;
+}
+
+RunBytes bytes_of_rows(std::size_t samples, std::size_t gap) {
+    return [=](std::size_t swept) {
+        return row_count * samples * row_pixels(swept) + (row_count - 1) * gap;
+    };
+}
+
+// What the model makes of rows. What lies between them stays as it is.
+Bytes merged_rows(RoundedRule which, const std::vector<Bytes> &runs, std::size_t pixels,
+                  const Gaps &gaps) {
+    Bytes out = runs[0];
+    for (std::size_t row = 0; row < row_count; ++row)
+        for (std::size_t k = 0; k < 3 * pixels; ++k) {
+            std::uint8_t &sample = out[row * (3 * pixels + gaps.destination) + k];
+            sample = static_cast<std::uint8_t>(model::blend(
+                which.way(), which.mode(), sample, runs[1][row * (3 * pixels + gaps.overlay) + k],
+                runs[2][row * (pixels + gaps.weights) + k / 3], 255));
+        }
+    return out;
+}
+
+Call rows_call(RoundedRule which, const char *level, merge::MaskedRowsBlend *kernel,
+               const Gaps &gaps) {
+    Call call;
+    call.name = name_of(which) + " rows, " + level;
+    call.bytes = {bytes_of_rows(3, gaps.destination), bytes_of_rows(3, gaps.overlay),
+                  bytes_of_rows(1, gaps.weights)};
+    call.contents = [bytes = call.bytes](Random &random, std::size_t swept) {
+        return blend_contents(random, bytes, swept);
+    };
+    call.run = [=](const Addresses &runs, std::size_t swept) {
+        const std::size_t pixels = row_pixels(swept);
+        kernel({runs[0], runs[1], runs[2], 3 * pixels + gaps.destination, 3 * pixels + gaps.overlay,
+                pixels + gaps.weights, pixels, row_count});
+    };
+    call.expected = [=](const std::vector<Bytes> &runs, std::size_t swept) {
+        return merged_rows(which, runs, row_pixels(swept), gaps);
+    };
+    if (gaps.are_alike())
+        call.sharings = {{0, 0, 2}};
+    return call;
+}
+
+TEST_P(BlendRule, RowsOfColourPixelsInMemory) {
+    const RoundedRule which = GetParam();
+    const auto pick = [&](const BlendKernels &k) {
+        return k(which.rounding, which.rule).colour_rows;
+    };
+    for (const auto &form : forms_of(levels(), pick))
+        if (form.run != nullptr)
+            for (const Gaps &gaps : {Gaps{0, 0, 0}, Gaps{7, 7, 7}, Gaps{100, 1, 3}})
+                sweep(rows_call(which, form.level, form.run, gaps));
 }
 
 template <class Kernel, class Model>

@@ -123,6 +123,8 @@ TEST_F(GetMemory, IntoBlocksBeyondTheAddressSpace) {
         EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, -many, 30, many + 20, memory));
         EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, -many, 0, many + 1, 1, memory));
     }
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 0, 0, 1, 1, before_the_end(2)));
+    EXPECT_SILENT_FAILURE(api().buf32GetMem(buffer, 3, 3, 3, 3, before_the_end(26)));
     EXPECT_EQ(memory[0], 7);
 }
 

@@ -102,6 +102,27 @@ TEST_P(MemoryRectangles, BeginAndEndAtAnyBit) {
     }
 }
 
+// Rectangles of up to 31 pixels on a side that lie in one cell go another way than all others: as
+// many pixels before and behind every seam as one has, and one more.
+TEST_P(MemoryRectangles, OfFewPixelsAtSeams) {
+    constexpr int sides[] = {1, 2, 5, 16, 30, 31, 32};
+    for (Kind kind : GetParam().kinds)
+        for (int bits : {7, 8, 24, 64}) {
+            SCOPED_TRACE(std::string(name_of(kind)) + ", " + size_text(bits, 260, 170));
+            Subject subject(kind, bits, 260, 170, random);
+            for (int side : sides)
+                for (int other : {1, 31, 32})
+                    for (int from_seam : {-side - 1, -side, -side + 1, -1, 0, 1}) {
+                        const int along = int(random.below(170 - 32));
+                        if (!check(subject, {128 + from_seam, along, side, other}) ||
+                            !check(subject, {along, 128 + from_seam, other, side}) ||
+                            !check(subject, {260 + std::min(from_seam, -1), along, side, other}) ||
+                            !check(subject, {along, 170 + std::min(from_seam, -1), other, side}))
+                            return;
+                    }
+        }
+}
+
 // --- outside -----------------------------------------------------------------------------------
 
 class OutsideTheImage : public RectangleTest, public ::testing::WithParamInterface<bool> {};

@@ -72,6 +72,8 @@ TEST_F(MergeMemory, FromBlocksBeyondTheAddressSpace) {
         EXPECT_SILENT_FAILURE(api().buf32MergeMem(buffer, 0, -many, memory, 30, many + 20));
         EXPECT_SILENT_FAILURE(api().buf32MergeMem(buffer, -many, 0, memory, many + 1, 1));
     }
+    EXPECT_SILENT_FAILURE(api().buf32MergeMem(buffer, 0, 0, before_the_end(2), 1, 1));
+    EXPECT_SILENT_FAILURE(api().buf32MergeMem(buffer, 3, 3, before_the_end(26), 3, 3));
     EXPECT_EQ(read_rows(buffer).bytes(), image.bytes());
 }
 

@@ -108,6 +108,12 @@ std::vector<Area> rectangles_around(int width, int height);
 // Any rectangle that meets the image, near it.
 Area random_area(Random &random, int width, int height);
 
+// Memory that no program can have: so many bytes before the last address that one could.
+inline uint8_t *before_the_end(uintptr_t bytes) {
+    constexpr uint64_t last = frame::is_64_bit ? 0x7FFFFFFFFFFF : 0xFFFFFFFF;
+    return reinterpret_cast<uint8_t *>(uintptr_t(last) - bytes);
+}
+
 // --- what a call asks for --------------------------------------------------------------------
 
 // Sizes of the blocks that the library takes from the global heap; those over a limit are refused.

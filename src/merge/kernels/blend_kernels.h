@@ -46,10 +46,24 @@ using MaskedBlend = void(std::uint8_t *destination, const std::uint8_t *overlay,
 using UniformBlend = void(std::uint8_t *destination, const std::uint8_t *overlay,
                           std::uint8_t weight, std::size_t samples);
 
+// Runs of one length below each other, each so many bytes behind the one before, and of at least
+// this many pixels. No row overlaps another.
+inline constexpr std::size_t fewest_row_pixels = 32;
+struct MaskedRows {
+    std::uint8_t *destination;
+    const std::uint8_t *overlay, *weights;
+    std::size_t destination_stride, overlay_stride, weights_stride;
+    std::size_t pixels, rows;
+};
+using MaskedRowsBlend = void(const MaskedRows &rows);
+
 struct Blend {
     MaskedBlend *grey;     // pixels of one sample; null when shifted
     MaskedBlend *colour;   // pixels of three
     UniformBlend *uniform; // null for the premultiplied rules: without a mask they are normal
+
+    // Rows of colour; null where a call for each takes no longer.
+    MaskedRowsBlend *colour_rows;
 };
 
 // Weights of 255 x percent / 100 and the like, from mask bytes. They may replace the mask.

@@ -1,5 +1,6 @@
 // The table of an instruction set: every rule in every form. The forms are a struct with
 //   masked<R, rounding, samples>, uniform<R, rounding>, percent_weights, scaled_weights
+// and, if it has any, colour_rows<R, rounding>.
 //
 // Private to the file that includes it, as rules.h.
 #pragma once
@@ -18,6 +19,8 @@ constexpr Blend blend_of_rule() {
         blend.colour = Forms::template masked<R, rounding, 3>;
     if constexpr (!Premultiplied<R>)
         blend.uniform = Forms::template uniform<R, rounding>;
+    if constexpr (requires { Forms::template colour_rows<R, rounding>; })
+        blend.colour_rows = Forms::template colour_rows<R, rounding>;
     return blend;
 }
 
