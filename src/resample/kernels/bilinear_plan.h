@@ -45,6 +45,7 @@ enum class Pairing : int {
     adjoining,    // windows of lanes follow one another
     windows,      // each lane has a window
     half_windows, // each half of a lane has one
+    second_rgb,   // so they have, but pixels of three samples lie two pixels apart
 };
 enum class ColumnFractions : int { below_half, from_half, mixed };
 struct Run {
@@ -308,10 +309,34 @@ inline ColumnFractions fractions_of_block(const std::uint16_t *fraction) {
 
 constexpr LaneBytes as_they_lie = lane_by([](size_t i) { return i; });
 
+// In shorter rows the ends of runs cost more than is gained.
+#ifdef __AVX512VBMI__
+constexpr size_t least_second_rgb = 9 * block;
+#else
+constexpr size_t least_second_rgb = 24 * block;
+#endif
+
+// Whether pixels of three samples, from one to another, lie two pixels apart.
+inline bool lie_two_apart(const Plan &plan, size_t first, size_t last) {
+    for (size_t x = first; x < last; ++x)
+        if (plan.left[x + 1] != plan.left[x] + 6)
+            return false;
+    return true;
+}
+
+// The same of those that have samples in a block.
+inline bool block_lies_two_apart(const Plan &plan, size_t first_sample) {
+    const size_t end = std::min(first_sample + block, plan.row_samples);
+    return lie_two_apart(plan, first_sample / 3, (end - 1) / 3);
+}
+
 template <size_t samples>
 Pairing pairing_of_block(const Plan &plan, size_t first_lane) {
-    if (plan.search == Search::half_lanes)
-        return Pairing::half_windows;
+    if (plan.search == Search::half_lanes) {
+        const bool is_second_rgb = samples == 3 && plan.row_samples >= least_second_rgb &&
+                                   block_lies_two_apart(plan, first_lane * lane);
+        return is_second_rgb ? Pairing::second_rgb : Pairing::half_windows;
+    }
     const std::int32_t *const start = plan.start + first_lane;
     for (size_t k = 1; k < block / lane; ++k)
         if (start[k] != start[0] + std::int32_t(k * window))
@@ -325,19 +350,29 @@ Pairing pairing_of_block(const Plan &plan, size_t first_lane) {
     return all_zero(others) ? Pairing::in_place : Pairing::adjoining;
 }
 
-// A run goes on while its kind does, and while windows that adjoin do so from block to block.
+// Whether the pairs of a block do not follow on those of the one before.
+inline bool is_apart(const Plan &plan, Pairing pairing, size_t b) {
+    const size_t first_lane = b * (block / lane);
+    switch (pairing) {
+    case Pairing::in_place:
+    case Pairing::adjoining:
+        return plan.start[first_lane] != plan.start[first_lane - 1] + std::int32_t(window);
+    case Pairing::second_rgb:
+        return !lie_two_apart(plan, b * block / 3 - 1, b * block / 3);
+    default:
+        return false;
+    }
+}
+
+// A run goes on while its kind does, and while pairs that adjoin do so from block to block.
 template <size_t samples>
 void find_runs(Plan &plan) {
-    constexpr size_t block_lanes = block / lane;
     for (size_t b = 0; b < blocks_of(plan.row_samples); ++b) {
-        const size_t first_lane = b * block_lanes;
-        const Pairing pairing = pairing_of_block<samples>(plan, first_lane);
+        const Pairing pairing = pairing_of_block<samples>(plan, b * (block / lane));
         const ColumnFractions fractions = fractions_of_block(plan.fraction + b * block);
         Run *const last = plan.run + plan.runs - 1;
-        const bool has_gap =
-            pairing < Pairing::windows && b > 0 &&
-            plan.start[first_lane] != plan.start[first_lane - 1] + std::int32_t(window);
-        if (b > 0 && last->pairing == pairing && last->fractions == fractions && !has_gap)
+        if (b > 0 && last->pairing == pairing && last->fractions == fractions &&
+            !is_apart(plan, pairing, b))
             last->end += block;
         else
             plan.run[plan.runs++] = {(b + 1) * block, pairing, fractions};

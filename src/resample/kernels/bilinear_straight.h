@@ -10,14 +10,10 @@
 #pragma once
 
 #include "resample/kernels/bilinear_across.h"
-#include "resample/kernels/bilinear_down.h"
+#include "resample/kernels/bilinear_second_rgb.h"
 
 namespace q32::resample {
 namespace {
-
-struct SourceRows {
-    const uint8_t *above, *below;
-};
 
 // A copy of what the loops need: the compiler must think that storing samples changes the plan.
 struct TablesOf {
@@ -47,47 +43,10 @@ template <Pairing pairing, class V>
     }
 }
 
-template <ColumnFractions columns, RowFraction row, class V>
-[[gnu::always_inline]] inline V interpolated(V above, V below, V fx, V fy) {
-    const V p00 = left_of_pairs(above), difference = right_minus_left(above);
-    const V twice_c = difference & repeat_u16<V>(-2);
-    V sum = add_u16(p00, multiply_high_i16(twice_c, fx));
-    if constexpr (columns == ColumnFractions::from_half)
-        sum = add_u16(sum, twice_c);
-    else if constexpr (columns == ColumnFractions::mixed)
-        sum = add_u16(sum, twice_c & shift_right_i16<15>(fx));
-    if constexpr (row == RowFraction::none)
-        return sum;
-    const V twice_b = subtract_u16(left_of_pairs(below), p00) & repeat_u16<V>(-2);
-    const V four_d = subtract_u16(right_minus_left(below), difference) & repeat_u16<V>(-4);
-    const V f = multiply_high_u16(fy, fx);
-    sum = add_u16(sum, add_u16(multiply_high_i16(fy, twice_b), multiply_high_i16(f, four_d)));
-    if constexpr (row == RowFraction::from_half) {
-        sum = add_u16(sum, twice_b);
-        if constexpr (columns != ColumnFractions::below_half)
-            sum = add_u16(sum, four_d & shift_right_i16<15>(f));
-    }
-    return sum;
-}
-
-// The next row of a reduced image reads source rows that lie behind these, most often just so far:
-// what it will read at this place is asked for. Nothing is wrong with asking beyond the image.
-// Always inline: GCC takes a function that only asks for one that does nothing.
-[[gnu::always_inline]] inline void expect_line(const uint8_t *at) {
-    _mm_prefetch(reinterpret_cast<const char *>(at), _MM_HINT_T0);
-}
+// Where the window of a sample begins.
 template <Pairing pairing>
-[[gnu::always_inline]] inline void expect_rows(const TablesOf &tables, size_t at,
-                                               const uint8_t *above, const uint8_t *below,
-                                               SourceRows rows, std::ptrdiff_t ahead) {
-    if constexpr (pairing < Pairing::windows) {
-        expect_line(above + 2 * at);
-        expect_line(below + 2 * at);
-    } else {
-        const auto start = tables.start[pairing == Pairing::windows ? at / lane : at / (lane / 2)];
-        expect_line(rows.above + start + ahead);
-        expect_line(rows.below + start + ahead);
-    }
+[[gnu::always_inline]] inline std::ptrdiff_t start_at(const TablesOf &tables, size_t at) {
+    return tables.start[pairing == Pairing::windows ? at / lane : at / (lane / 2)];
 }
 
 using MakeRun = void(uint8_t *destination, const Plan &plan, SourceRows rows, int row_fraction,
@@ -99,14 +58,16 @@ void make_run(uint8_t *destination, const Plan &plan, SourceRows rows, int row_f
               size_t begin, size_t end) {
     const TablesOf tables(plan);
     const std::ptrdiff_t first = tables.start[begin / lane] - std::ptrdiff_t(2 * begin);
-    const uint8_t *const above = rows.above + first, *const below = rows.below + first;
-    const std::ptrdiff_t ahead = 2 * (rows.below - rows.above);
+    const SourceRows adjoining{rows.above + first, rows.below + first};
+    const std::ptrdiff_t ahead =
+        pairing < Pairing::windows ? nearly_two_rows_on(rows) : two_rows_on(rows);
     const auto made = [&]<class X>(size_t at, X fy) __attribute__((always_inline)) {
         const auto words = [&](size_t word) __attribute__((always_inline)) {
             return interpolated<columns, row, X>(
-                pairs_at<pairing, X>(rows.above, tables, word, above),
-                row == RowFraction::none ? zero<X>()
-                                         : pairs_at<pairing, X>(rows.below, tables, word, below),
+                pairs_at<pairing, X>(rows.above, tables, word, adjoining.above),
+                row == RowFraction::none
+                    ? zero<X>()
+                    : pairs_at<pairing, X>(rows.below, tables, word, adjoining.below),
                 load<X>(tables.fraction + word), fy);
         };
         return pack_i16_to_u8_in_order(words(at), words(at + sizeof(X) / 2));
@@ -115,7 +76,10 @@ void make_run(uint8_t *destination, const Plan &plan, SourceRows rows, int row_f
     size_t at = begin;
     const auto make_whole = [&]<class X>(X fy) __attribute__((always_inline)) {
         for (; at + sizeof(X) <= samples; at += sizeof(X)) {
-            expect_rows<pairing>(tables, at, above + ahead, below + ahead, rows, ahead);
+            if constexpr (pairing < Pairing::windows)
+                expect_bytes(adjoining, ahead + std::ptrdiff_t(2 * at), 2 * sizeof(X));
+            else
+                expect_bytes(rows, ahead + start_at<pairing>(tables, at), 1);
             store(destination + at, made(at, fy));
         }
     };
@@ -130,15 +94,47 @@ void make_run(uint8_t *destination, const Plan &plan, SourceRows rows, int row_f
     }
 }
 
+// What is left at the end is made out of windows for half a lane each.
+template <class V, class W, ColumnFractions columns, RowFraction row>
+void make_run_of_second_rgb(uint8_t *destination, const Plan &plan, SourceRows rows,
+                            int row_fraction, size_t begin, size_t end) {
+    using Steps = SecondRgb<V, W>;
+    constexpr size_t source_bytes = second_rgb_at(Steps::samples);
+    const TablesOf tables(plan);
+    const std::ptrdiff_t ahead = nearly_two_rows_on(rows);
+    const std::int32_t first = plan.left[begin / 3];
+    SourceRows from{rows.above + first, rows.below + first};
+    const size_t samples = std::min(end, plan.row_samples);
+    size_t at = begin / 3 * 3; // what the run before has made of a pixel is made once more
+    const auto fy = repeat_u16<typename Steps::Vector>(row_fraction);
+    for (; at + Steps::stored <= samples; at += Steps::samples) {
+        expect_bytes(from, ahead, source_bytes);
+        Steps::template make<columns, row>(destination + at, from, tables.fraction + at, fy);
+        from = {from.above + source_bytes, from.below + source_bytes};
+    }
+    make_run<V, W, Pairing::half_windows, columns, row>(destination, plan, rows, row_fraction,
+                                                        std::max(begin, at / block * block), end);
+}
+
+// --- the choice ---------------------------------------------------------------------------------
+
+template <class V, class W, Pairing pairing, ColumnFractions columns, RowFraction row>
+constexpr MakeRun *make_run_by() {
+    if constexpr (pairing == Pairing::second_rgb)
+        return make_run_of_second_rgb<V, W, columns, row>;
+    else
+        return make_run<V, W, pairing, columns, row>;
+}
+
 template <class V, class W, Pairing pairing, RowFraction row>
 MakeRun *make_run_by(ColumnFractions columns) {
     switch (columns) {
     case ColumnFractions::below_half:
-        return make_run<V, W, pairing, ColumnFractions::below_half, row>;
+        return make_run_by<V, W, pairing, ColumnFractions::below_half, row>();
     case ColumnFractions::from_half:
-        return make_run<V, W, pairing, ColumnFractions::from_half, row>;
+        return make_run_by<V, W, pairing, ColumnFractions::from_half, row>();
     default:
-        return make_run<V, W, pairing, ColumnFractions::mixed, row>;
+        return make_run_by<V, W, pairing, ColumnFractions::mixed, row>();
     }
 }
 
@@ -151,8 +147,10 @@ MakeRun *make_run_of(const Run &run) {
         return make_run_by<V, W, Pairing::adjoining, row>(run.fractions);
     case Pairing::windows:
         return make_run_by<V, W, Pairing::windows, row>(run.fractions);
+    case Pairing::half_windows:
+        return make_run_by<V, W, Pairing::half_windows, row>(run.fractions);
     default:
-        return make_run<V, W, Pairing::half_windows, ColumnFractions::mixed, row>;
+        return make_run_by<V, W, Pairing::second_rgb, row>(run.fractions);
     }
 }
 
