@@ -109,18 +109,27 @@ private:
                 std::size_t(buffer::describe_cell(destination_, place.cell).row_bytes)};
     }
 
+    // Rows of the source as RowResampler fetches them. Null: that has been reported.
+    struct Fetch {
+        CellSource &source;
+        const PieceColumns &columns;
+        const bool rows_stay;
+        mutable RowsAtHand at_hand = {};
+
+        const std::uint8_t *operator()(int row) const {
+            if (!at_hand.have(row))
+                at_hand = source.rows_around(row, columns, *columns.begin());
+            return at_hand.pixels != nullptr ? at_hand.row(row) : nullptr;
+        }
+    };
+
     // Makes so many rows at once in the target, and hands them on.
     template <typename HandOn>
     bool fill(const Plans &plans, const Positions &rows, const Target &target,
               std::size_t rows_at_once, const HandOn &hand_on) {
         const ColumnRun &all = *plans.columns.begin();
         RowResampler resampler(kernels_, all.plan, plans.lines, plans.count, pixel_bytes_);
-        RowsAtHand at_hand;
-        const auto fetch = [&](int row) -> const std::uint8_t * {
-            if (!at_hand.have(row))
-                at_hand = source_.rows_around(row, plans.columns, all);
-            return at_hand.pixels != nullptr ? at_hand.row(row) : nullptr;
-        };
+        const Fetch fetch = {source_, plans.columns, source_.rows_stay()};
         for (std::size_t y = 0, next; y < rows.count; y = next) {
             next = std::min(y + rows_at_once, rows.count);
             const Positions some = rows.part(y, next);

@@ -9,11 +9,14 @@
 
 namespace q32::resample {
 
-// Whether the rows that a fetch gives are all still there when it gives another: it says so.
+// Whether of the rows that a fetch gives those that are read together are all still there: it says
+// so, once and for all or for the source that it has.
 template <typename Fetch>
-inline constexpr bool rows_stay = requires {
-    requires Fetch::rows_stay;
-};
+bool rows_stay(const Fetch &fetch) {
+    if constexpr (requires { fetch.rows_stay; })
+        return fetch.rows_stay;
+    return false;
+}
 
 // Keeps the lines of the source rows that were read last, in the caller's work memory. Where lines
 // are destination rows, the row made last must still be there when the next is asked for.
@@ -83,8 +86,13 @@ public:
             for (next = y + 1; next < rows.count && source_rows.cut(rows.index[next]) == row;)
                 ++next;
             std::uint8_t *first = destination + y * stride;
-            if (next == y + 1 && make_straight(first, row, rows.fraction[y], source_rows, fetch))
-                continue;
+            if (next == y + 1 && kernels_.straight != nullptr && rows_stay(fetch)) {
+                const Made made = make_straight(first, row, rows.fraction[y], source_rows, fetch);
+                if (made == Made::failed)
+                    return false;
+                if (made == Made::yes)
+                    continue;
+            }
             const void *lines[most_lines];
             if (!find_lines(lines, row, source_rows, fetch))
                 return false;
@@ -100,19 +108,20 @@ public:
 private:
     static constexpr int no_row = -1;
 
-    // Of a row that lies alone between its rows of the source. False: it is to be made of lines.
+    enum class Made { no, yes, failed };
+
+    // Of a row that lies alone between its rows of the source. No: it is to be made of lines.
     template <typename Fetch>
-    bool make_straight(std::uint8_t *destination, int row, std::int32_t row_fraction,
+    Made make_straight(std::uint8_t *destination, int row, std::int32_t row_fraction,
                        Span source_rows, const Fetch &fetch) {
-        if constexpr (rows_stay<Fetch>) {
-            if (kernels_.straight == nullptr)
-                return false;
-            const std::uint8_t *source_row[most_lines];
-            for (int i = 0; i < kernels_.lines; ++i)
-                source_row[i] = fetch(source_rows.cut(row + kernels_.first_line + i));
-            return kernels_.straight(destination, plan_, source_row, row_fraction);
+        const std::uint8_t *source_row[most_lines];
+        for (int i = 0; i < kernels_.lines; ++i) {
+            source_row[i] = fetch(source_rows.cut(row + kernels_.first_line + i));
+            if (source_row[i] == nullptr)
+                return Made::failed;
         }
-        return false;
+        return kernels_.straight(destination, plan_, source_row, row_fraction) ? Made::yes
+                                                                               : Made::no;
     }
 
     // Of lines that are destination rows: one that is there already is copied.
