@@ -205,6 +205,13 @@ struct FetchOf {
 // work: RowResampler::work_bytes of the destination's columns.
 inline void resample_image(const MethodKernels &kernels, const DestinationImage &destination,
                            const SourceImage &source, int samples, void *work) {
+    if (kernels.across_rows != nullptr) {
+        void *const plan = first_aligned(work);
+        kernels.make_plan(plan, destination.columns, source.columns, samples);
+        return kernels.across_rows(destination.pixels, destination.stride, plan,
+                                   {source.pixels, source.stride, source.rows},
+                                   destination.rows.index, destination.rows.count);
+    }
     RowResampler resampler(kernels, work, destination.columns, source.columns, samples);
     resampler.make_rows(destination.pixels, destination.stride, destination.rows, source.rows,
                         FetchOf{source});
