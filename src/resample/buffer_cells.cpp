@@ -117,9 +117,10 @@ private:
         mutable RowsAtHand at_hand = {};
 
         const std::uint8_t *operator()(int row) const {
-            if (!at_hand.have(row))
-                at_hand = source.rows_around(row, columns, *columns.begin());
-            return at_hand.pixels != nullptr ? at_hand.row(row) : nullptr;
+            if (!at_hand.have(row) &&
+                !source.find_rows_around(row, columns, *columns.begin(), &at_hand))
+                return nullptr;
+            return at_hand.row(row);
         }
     };
 
@@ -195,9 +196,8 @@ private:
         const Span source_rows = source_.rows();
         std::uint8_t *const part = target.pixels + run.begin * std::size_t(pixel_bytes_);
         for (std::size_t y = 0, next; y < rows.count; y = next) {
-            const RowsAtHand at_hand =
-                source_.rows_around(source_rows.cut(rows.index[y]), columns, run);
-            if (at_hand.pixels == nullptr)
+            RowsAtHand at_hand;
+            if (!source_.find_rows_around(source_rows.cut(rows.index[y]), columns, run, &at_hand))
                 return false;
             next = end_of_rows_at_hand(rows, y, at_hand);
             kernels_.across_rows(part + y * target.stride, target.stride, run.plan,

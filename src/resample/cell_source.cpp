@@ -82,17 +82,25 @@ std::size_t CellSource::gathered_row_bytes(std::size_t columns) const {
     return columns * std::size_t(kernels_.lines) * std::size_t(pixel_bytes_);
 }
 
-RowsAtHand CellSource::rows_around(int y, const PieceColumns &columns, const ColumnRun &run) {
+bool CellSource::find_rows_around(int y, const PieceColumns &columns, const ColumnRun &run,
+                                  RowsAtHand *found) {
     switch (read_.reading) {
     case Reading::copied:
-        return at_hand().have(y) || fetch(y) ? at_hand() : RowsAtHand();
+        if (!at_hand().have(y) && !fetch(y))
+            return false;
+        *found = at_hand();
+        return true;
     case Reading::assembled:
-        return row_in_slot(y, stride_, [&](std::uint8_t *row) { cells_.assemble(row, assembly_); });
+        return find_row_in_slot(y, stride_, found,
+                                [&](std::uint8_t *row) { cells_.assemble(row, assembly_); });
     case Reading::gathered:
-        return row_in_slot(y, gathered_row_bytes(run.count),
-                           [&](std::uint8_t *row) { columns.taps().take(row, cells_); });
+        return find_row_in_slot(y, gathered_row_bytes(run.count), found,
+                                [&](std::uint8_t *row) { columns.taps().take(row, cells_); });
     default:
-        return turn_to(y) ? cells_.of_cell(run.cell, run.row_bytes).from(run.offset) : RowsAtHand();
+        if (!turn_to(y))
+            return false;
+        *found = cells_.of_cell(run.cell, run.row_bytes).from(run.offset);
+        return true;
     }
 }
 
@@ -105,16 +113,17 @@ bool CellSource::gather(std::uint8_t *taps, int y, const PieceColumns &columns) 
 
 // Rows that are read together are neighbours and have slots of their own.
 template <typename Put>
-RowsAtHand CellSource::row_in_slot(int y, std::size_t bytes, const Put &put) {
+bool CellSource::find_row_in_slot(int y, std::size_t bytes, RowsAtHand *found, const Put &put) {
     const std::size_t slot = unsigned(y) & unsigned(slots_ - 1);
     std::uint8_t *const row = pixels_ + slot * bytes;
     if (row_in_slot_[slot] != y) {
         if (!turn_to(y))
-            return {};
+            return false;
         put(row);
         row_in_slot_[slot] = y;
     }
-    return {row, 0, y, 1};
+    *found = {row, 0, y, 1};
+    return true;
 }
 
 CellRows::Assembly CellSource::assembly_of(const CellGrid &grid) const {

@@ -53,8 +53,10 @@ public:
     Span rows() const { return {0, record_.info.height}; }
 
     // The rows at hand, of which one is this, for a run of the piece's columns: as long as no
-    // others are asked for. Blocks are fetched from top to bottom. Reports when there are none.
-    RowsAtHand rows_around(int y, const PieceColumns &columns, const ColumnRun &run);
+    // others are asked for. Blocks are fetched from top to bottom. Reports and returns false when
+    // there are none. Stored field by field: a processor waits for what it is to load as a whole.
+    bool find_rows_around(int y, const PieceColumns &columns, const ColumnRun &run,
+                          RowsAtHand *found);
 
     // Whether the rows that a destination row reads are at hand together: those of cells lie where
     // they lie, and rows put together have places of their own.
@@ -73,7 +75,7 @@ private:
     std::size_t gathered_row_bytes(std::size_t columns) const;
     bool turn_to(int y);
     template <typename Put>
-    RowsAtHand row_in_slot(int y, std::size_t bytes, const Put &put);
+    bool find_row_in_slot(int y, std::size_t bytes, RowsAtHand *found, const Put &put);
     CellRows::Assembly assembly_of(const CellGrid &grid) const;
     RowsAtHand at_hand() const { return {pixels_, stride_, first_row_, end_row_ - first_row_}; }
     void prefetch_behind(int row);
