@@ -132,7 +132,7 @@ private:
         RowResampler resampler(kernels_, all.plan, plans.lines, plans.count, pixel_bytes_);
         const Fetch fetch = {source_, plans.columns, source_.rows_stay()};
         for (std::size_t y = 0, next; y < rows.count; y = next) {
-            next = std::min(y + rows_at_once, rows.count);
+            next = end_of_rows_at_once(rows, y, rows_at_once);
             const Positions some = rows.part(y, next);
             const bool done = kernels_.down == nullptr
                                   ? fill_with_lines(plans, some, target)
@@ -143,6 +143,16 @@ private:
             hand_on(y, next - y);
         }
         return true;
+    }
+
+    // Rows between the same rows of the source are made together: they are not parted.
+    static std::size_t end_of_rows_at_once(const Positions &rows, std::size_t y,
+                                           std::size_t rows_at_once) {
+        const std::size_t most = std::min(y + rows_at_once, rows.count);
+        std::size_t end = most;
+        while (end < rows.count && end > y && rows.index[end] == rows.index[end - 1])
+            --end;
+        return end > y ? end : most;
     }
 
     // So many that they stay in the cache of first level.

@@ -86,7 +86,8 @@ public:
             for (next = y + 1; next < rows.count && source_rows.cut(rows.index[next]) == row;)
                 ++next;
             std::uint8_t *first = destination + y * stride;
-            if (next == y + 1 && kernels_.straight != nullptr && rows_stay(fetch)) {
+            if (next == y + 1 && kernels_.straight != nullptr && rows_stay(fetch) &&
+                !has_line_of(row, source_rows)) {
                 const Made made = make_straight(first, row, rows.fraction[y], source_rows, fetch);
                 if (made == Made::failed)
                     return false;
@@ -124,6 +125,16 @@ private:
                                                                                : Made::no;
     }
 
+    // Whether one of the lines of a row is there: the others may serve the next row as well.
+    bool has_line_of(int row, Span source_rows) const {
+        for (int i = 0; i < kernels_.lines; ++i) {
+            const int line = source_rows.cut(row + kernels_.first_line + i);
+            if (row_in_slot_[slot_of(line)] == line)
+                return true;
+        }
+        return false;
+    }
+
     // Of lines that are destination rows: one that is there already is copied.
     template <typename Fetch>
     bool make_line(std::uint8_t *destination, int row, const Fetch &fetch) {
@@ -153,7 +164,7 @@ private:
     // Rows that are read together are neighbours and have slots of their own.
     template <typename Fetch>
     const void *line_of(int row, const Fetch &fetch) {
-        const int slot = row & (kernels_.lines - 1);
+        const std::size_t slot = slot_of(row);
         if (row_in_slot_[slot] != row) {
             const std::uint8_t *pixels = fetch(row);
             if (pixels == nullptr)
@@ -163,6 +174,8 @@ private:
         }
         return line_[slot];
     }
+
+    std::size_t slot_of(int row) const { return unsigned(row) & unsigned(kernels_.lines - 1); }
 
     const MethodKernels &kernels_;
     std::size_t row_bytes_; // of the destination
