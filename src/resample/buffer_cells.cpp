@@ -109,20 +109,30 @@ private:
                 std::size_t(buffer::describe_cell(destination_, place.cell).row_bytes)};
     }
 
+    // Rows of the source as RowResampler fetches them. Null: that has been reported.
+    struct Fetch {
+        CellSource &source;
+        const PieceColumns &columns;
+        const bool rows_stay;
+        mutable RowsAtHand at_hand = {};
+
+        const std::uint8_t *operator()(int row) const {
+            if (!at_hand.have(row) &&
+                !source.find_rows_around(row, columns, *columns.begin(), &at_hand))
+                return nullptr;
+            return at_hand.row(row);
+        }
+    };
+
     // Makes so many rows at once in the target, and hands them on.
     template <typename HandOn>
     bool fill(const Plans &plans, const Positions &rows, const Target &target,
               std::size_t rows_at_once, const HandOn &hand_on) {
         const ColumnRun &all = *plans.columns.begin();
         RowResampler resampler(kernels_, all.plan, plans.lines, plans.count, pixel_bytes_);
-        RowsAtHand at_hand;
-        const auto fetch = [&](int row) -> const std::uint8_t * {
-            if (!at_hand.have(row))
-                at_hand = source_.rows_around(row, plans.columns, all);
-            return at_hand.pixels != nullptr ? at_hand.row(row) : nullptr;
-        };
+        const Fetch fetch = {source_, plans.columns, source_.rows_stay()};
         for (std::size_t y = 0, next; y < rows.count; y = next) {
-            next = std::min(y + rows_at_once, rows.count);
+            next = end_of_rows_at_once(rows, y, rows_at_once);
             const Positions some = rows.part(y, next);
             const bool done = kernels_.down == nullptr
                                   ? fill_with_lines(plans, some, target)
@@ -133,6 +143,16 @@ private:
             hand_on(y, next - y);
         }
         return true;
+    }
+
+    // Rows between the same rows of the source are made together: they are not parted.
+    static std::size_t end_of_rows_at_once(const Positions &rows, std::size_t y,
+                                           std::size_t rows_at_once) {
+        const std::size_t most = std::min(y + rows_at_once, rows.count);
+        std::size_t end = most;
+        while (end < rows.count && end > y && rows.index[end] == rows.index[end - 1])
+            --end;
+        return end > y ? end : most;
     }
 
     // So many that they stay in the cache of first level.
@@ -173,43 +193,54 @@ private:
     // Where lines are destination rows.
     bool fill_with_lines(const Plans &plans, const Positions &rows, const Target &target) {
         if (plans.columns.read().reading == Reading::gathered)
-            return fill_runs(rows, target, plans.count, [&](std::uint8_t *line, int row) {
-                return source_.gather(line, row, plans.columns);
-            });
-        for (const ColumnRun &run : plans.columns) {
-            RowsAtHand at_hand;
-            const auto make_line = [&](std::uint8_t *line, int row) {
-                if (!at_hand.have(row))
-                    at_hand = source_.rows_around(row, plans.columns, run);
-                if (at_hand.pixels == nullptr)
-                    return false;
-                kernels_.across(line, run.plan, at_hand.row(row));
-                return true;
-            };
-            const Target part = {target.pixels + run.begin * std::size_t(pixel_bytes_),
-                                 target.stride};
-            if (!fill_runs(rows, part, run.count, make_line))
+            return fill_gathered(plans, rows, target);
+        for (const ColumnRun &run : plans.columns)
+            if (!fill_run(plans.columns, run, rows, target))
                 return false;
+        return true;
+    }
+
+    // All rows that are made of those at hand at once.
+    bool fill_run(const PieceColumns &columns, const ColumnRun &run, const Positions &rows,
+                  const Target &target) {
+        const Span source_rows = source_.rows();
+        std::uint8_t *const part = target.pixels + run.begin * std::size_t(pixel_bytes_);
+        for (std::size_t y = 0, next; y < rows.count; y = next) {
+            RowsAtHand at_hand;
+            if (!source_.find_rows_around(source_rows.cut(rows.index[y]), columns, run, &at_hand))
+                return false;
+            next = end_of_rows_at_hand(rows, y, at_hand);
+            kernels_.across_rows(part + y * target.stride, target.stride, run.plan,
+                                 {at_hand.pixels, at_hand.stride, {at_hand.first, at_hand.count}},
+                                 rows.index + y, next - y);
         }
         return true;
     }
 
+    // Positions go from top to bottom; those beyond the last row read that.
+    std::size_t end_of_rows_at_hand(const Positions &rows, std::size_t y,
+                                    const RowsAtHand &at_hand) const {
+        const int end = at_hand.first + at_hand.count;
+        if (end > source_.rows().last())
+            return rows.count;
+        return std::size_t(std::lower_bound(rows.index + y + 1, rows.index + rows.count, end) -
+                           rows.index);
+    }
+
     // Rows of one source row are made once and copied.
-    template <typename MakeLine>
-    bool fill_runs(const Positions &rows, const Target &target, std::size_t columns,
-                   const MakeLine &make_line) {
+    bool fill_gathered(const Plans &plans, const Positions &rows, const Target &target) {
         const Span source_rows = source_.rows();
         std::uint8_t *line = target.pixels;
         for (std::size_t y = 0, next; y < rows.count; y = next) {
             const int row = source_rows.cut(rows.index[y]);
             for (next = y + 1; next < rows.count && rows.index[next] == rows.index[y];)
                 ++next;
-            if (!make_line(line, row))
+            if (!source_.gather(line, row, plans.columns))
                 return false;
             const std::size_t alike = next - y - 1;
             if (alike != 0)
                 rows::kernels().copy_rows(line + target.stride, target.stride, line, 0,
-                                          columns * std::size_t(pixel_bytes_), alike);
+                                          plans.count * std::size_t(pixel_bytes_), alike);
             line += (1 + alike) * target.stride;
         }
         return true;
@@ -264,7 +295,7 @@ int cells_at_once(const BufferJob &job, const Method &method) {
     const buffer::Record &destination = *record_of(job.destination);
     const bool is_reduced = job.source_info().width >= destination.info.width;
     const bool has_neighbours = method.chosen_kernels().down != nullptr;
-    const bool gains = destination.info.bytes_per_pixel == 1 || (is_reduced && has_neighbours);
+    const bool gains = has_neighbours && (destination.info.bytes_per_pixel == 1 || is_reduced);
     if (!gains || job.progress.is_watched() || buffer::own_cell(destination, 0) == nullptr)
         return 1;
     constexpr int most = int(widest_piece) / buffer::largest_cell_side;

@@ -50,6 +50,8 @@ bool CellSource::begin(const Positions &columns, const Positions &rows) {
     stride_ = std::size_t(read_.span.count) * std::size_t(pixel_bytes_);
     rows_at_once_ = std::min(most_rows_at_once(), rows_read_.count);
 
+    slots_ = kernels_.straight != nullptr ? kernels_.lines : 1;
+    row_in_slot_.fill(no_row);
     pixels_ = block_.of_bytes(block_bytes(columns.count));
     if (pixels_ == nullptr)
         return fail(sites_.no_source_block);
@@ -68,24 +70,37 @@ std::size_t CellSource::block_bytes(std::size_t columns) const {
     case Reading::copied:
         return std::size_t(read_.span.count) * stored_pixel_bytes * std::size_t(rows_at_once_);
     case Reading::assembled:
-        return stride_;
+        return stride_ * unsigned(slots_);
     case Reading::gathered:
-        return columns * std::size_t(kernels_.lines) * stored_pixel_bytes;
+        return gathered_row_bytes(columns) * unsigned(slots_);
     default:
         return 1;
     }
 }
 
-RowsAtHand CellSource::rows_around(int y, const PieceColumns &columns, const ColumnRun &run) {
+std::size_t CellSource::gathered_row_bytes(std::size_t columns) const {
+    return columns * std::size_t(kernels_.lines) * std::size_t(pixel_bytes_);
+}
+
+bool CellSource::find_rows_around(int y, const PieceColumns &columns, const ColumnRun &run,
+                                  RowsAtHand *found) {
     switch (read_.reading) {
     case Reading::copied:
-        return at_hand().have(y) || fetch(y) ? at_hand() : RowsAtHand();
+        if (!at_hand().have(y) && !fetch(y))
+            return false;
+        *found = at_hand();
+        return true;
     case Reading::assembled:
-        return assemble(y) ? RowsAtHand{pixels_, 0, y, 1} : RowsAtHand();
+        return find_row_in_slot(y, stride_, found,
+                                [&](std::uint8_t *row) { cells_.assemble(row, assembly_); });
     case Reading::gathered:
-        return gather(pixels_, y, columns) ? RowsAtHand{pixels_, 0, y, 1} : RowsAtHand();
+        return find_row_in_slot(y, gathered_row_bytes(run.count), found,
+                                [&](std::uint8_t *row) { columns.taps().take(row, cells_); });
     default:
-        return turn_to(y) ? cells_.of_cell(run.cell, run.row_bytes).from(run.offset) : RowsAtHand();
+        if (!turn_to(y))
+            return false;
+        *found = cells_.of_cell(run.cell, run.row_bytes).from(run.offset);
+        return true;
     }
 }
 
@@ -96,10 +111,18 @@ bool CellSource::gather(std::uint8_t *taps, int y, const PieceColumns &columns) 
     return true;
 }
 
-bool CellSource::assemble(int y) {
-    if (!turn_to(y))
-        return false;
-    cells_.assemble(pixels_, assembly_);
+// Rows that are read together are neighbours and have slots of their own.
+template <typename Put>
+bool CellSource::find_row_in_slot(int y, std::size_t bytes, RowsAtHand *found, const Put &put) {
+    const std::size_t slot = unsigned(y) & unsigned(slots_ - 1);
+    std::uint8_t *const row = pixels_ + slot * bytes;
+    if (row_in_slot_[slot] != y) {
+        if (!turn_to(y))
+            return false;
+        put(row);
+        row_in_slot_[slot] = y;
+    }
+    *found = {row, 0, y, 1};
     return true;
 }
 

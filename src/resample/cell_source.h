@@ -7,6 +7,7 @@
 #include "resample/methods.h"
 #include "resample/piece_columns.h"
 
+#include <array>
 #include <cstdint>
 
 namespace q32::resample {
@@ -52,8 +53,14 @@ public:
     Span rows() const { return {0, record_.info.height}; }
 
     // The rows at hand, of which one is this, for a run of the piece's columns: as long as no
-    // others are asked for. Blocks are fetched from top to bottom. Reports when there are none.
-    RowsAtHand rows_around(int y, const PieceColumns &columns, const ColumnRun &run);
+    // others are asked for. Blocks are fetched from top to bottom. Reports and returns false when
+    // there are none. Stored field by field: a processor waits for what it is to load as a whole.
+    bool find_rows_around(int y, const PieceColumns &columns, const ColumnRun &run,
+                          RowsAtHand *found);
+
+    // Whether the rows that a destination row reads are at hand together: those of cells lie where
+    // they lie, and rows put together have places of their own.
+    bool rows_stay() const { return read_.reading != Reading::copied; }
 
     // The taps of a row, for columns that are gathered. Reports and returns false when it cannot be
     // read.
@@ -65,8 +72,10 @@ private:
     bool passes_over_rows() const;
     int most_rows_at_once() const;
     std::size_t block_bytes(std::size_t columns) const;
+    std::size_t gathered_row_bytes(std::size_t columns) const;
     bool turn_to(int y);
-    bool assemble(int y);
+    template <typename Put>
+    bool find_row_in_slot(int y, std::size_t bytes, RowsAtHand *found, const Put &put);
     CellRows::Assembly assembly_of(const CellGrid &grid) const;
     RowsAtHand at_hand() const { return {pixels_, stride_, first_row_, end_row_ - first_row_}; }
     void prefetch_behind(int row);
@@ -81,6 +90,11 @@ private:
     ReusedBlock block_{GMEM_FIXED | GMEM_ZEROINIT};
     std::uint8_t *pixels_ = nullptr;
     std::size_t stride_ = 0;
+
+    // Rows that are put together: as many are kept as are read together.
+    static constexpr int no_row = -1;
+    int slots_ = 1;
+    std::array<int, most_lines> row_in_slot_ = {};
 
     ColumnsRead read_ = {};
     CellRows cells_;

@@ -25,7 +25,7 @@ int gathered_from(const MethodKernels &kernels) {
 }
 
 // Bytes of a cell's columns that are worth a call of their own.
-constexpr std::size_t shortest_run = 96;
+constexpr std::size_t shortest_run = 32;
 
 bool is_made_without_neighbours(const MethodKernels &kernels) {
     return kernels.down == nullptr;
@@ -133,9 +133,13 @@ void KeptColumns::make(PieceColumns &piece, const Positions &columns,
     };
     const auto run_in_cell = [&](std::size_t begin, std::size_t end, int cell, const Span &span) {
         const int x_in_cell = span.first - grid_.first_pixel(cell);
+        // In a cell the pixels behind those that are read are at hand, too.
+        Span at_hand = span;
+        if (read.reading == Reading::in_cells)
+            at_hand.count = std::min(grid_.first_pixel(cell + 1), grid_.image_width) - span.first;
         return ColumnRun{begin,
                          end - begin,
-                         make_plan(columns.part(begin, end), span),
+                         make_plan(columns.part(begin, end), at_hand),
                          cell,
                          grid_.row_bytes_of(cell),
                          std::size_t(x_in_cell) * unsigned(pixel_bytes_)};

@@ -533,34 +533,58 @@ TEST_F(ResampleFailures, PixelsBehindTheFirstThatCannotBeFetched) {
     }
 }
 
+// Six cells, of which one cannot be finished.
+struct SixCells {
+    SixCells(const CellPoints &of, int bits, int cell, Random &random)
+        : points(of), fails(cell), source(bits, 150, 140, random), given(bits, 300, 200, random) {}
+
+    // Those before it are, and whoever listened has heard of it.
+    void expect_those_before(bool is_watched = true) {
+        surroundings.expect_unchanged();
+        if (is_watched) {
+            EXPECT_EQ(listener.progress(), fails + 1);
+            EXPECT_EQ(listener.heard().back(), (Message{4, 6}));
+        }
+        model::resample(points.path, source.picture, given.picture, given.cells(), fails);
+        given.expect_picture();
+    }
+
+    const CellPoints &points;
+    int fails;
+    Side source, given;
+    Surroundings surroundings{&source, &given};
+    Listener listener{0, 6};
+};
+
+template <typename Expect>
+void each_cell_that_fails(Random &random, const Expect &expect) {
+    for (const CellPoints &points : cell_points)
+        for (int bits : {8, 24})
+            for (int fails = 0; fails < 6; ++fails) {
+                SCOPED_TRACE(std::string(name_of(points.path)) + ", cell " + std::to_string(fails));
+                SixCells cells(points, bits, fails, random);
+                expect(cells);
+            }
+}
+
 // A destination with an entry of its own is written through it.
 TEST_F(ResampleFailures, PixelsThatCannotBeWritten) {
     Random random(test_seed(), 13);
-    for (const auto &[path, fetch, write] : cell_points)
-        for (int bits : {8, 24})
-            for (int fails = 0; fails < 6; ++fails) {
-                SCOPED_TRACE(std::string(name_of(path)) + ", cell " + std::to_string(fails));
-                const Side source(bits, 150, 140, random);
-                Side given(bits, 300, 200, random);
-                const Surroundings surroundings({&source, &given});
-                Listener listener(0, 6);
-                {
-                    const MergeMemoryHook hook(given, [&](auto original, HBUF32 buffer, int x,
-                                                          int y, int width, int height,
-                                                          const void *memory) {
-                        return listener.progress() > fails
-                                   ? 0
-                                   : original(buffer, x, y, width, height, memory);
-                    });
-                    EXPECT_REPORT(resample_into(given, manner_of(path), source, listener),
-                                  write.message, write.severity, write.module, write.point);
-                }
-                surroundings.expect_unchanged();
-                EXPECT_EQ(listener.progress(), fails + 1);
-                EXPECT_EQ(listener.heard().back(), (Message{4, 6}));
-                model::resample(path, source.picture, given.picture, given.cells(), fails);
-                given.expect_picture();
-            }
+    each_cell_that_fails(random, [](SixCells &cells) {
+        {
+            const MergeMemoryHook hook(cells.given, [&](auto original, HBUF32 buffer, int x, int y,
+                                                        int width, int height, const void *memory) {
+                return cells.listener.progress() > cells.fails
+                           ? 0
+                           : original(buffer, x, y, width, height, memory);
+            });
+            const Failure &write = cells.points.write;
+            EXPECT_REPORT(resample_into(cells.given, manner_of(cells.points.path), cells.source,
+                                        cells.listener),
+                          write.message, write.severity, write.module, write.point);
+        }
+        cells.expect_those_before();
+    });
 }
 
 // A new buffer that could not be finished is gone.
@@ -587,31 +611,44 @@ TEST_F(ResampleFailures, NewBufferOfPixelsThatCannotBeFetched) {
 // A cell whose rectangle cannot be had ends the work, whether somebody listens or not.
 TEST_F(ResampleFailures, CellsThatCannotBeLocked) {
     Random random(test_seed(), 15);
+    for (bool is_watched : {false, true})
+        each_cell_that_fails(random, [&](SixCells &cells) {
+            {
+                const CellLockHook hook(cells.given, [&](auto original, HBUF32 buffer, int index,
+                                                         void **address, BUF32CELL *cell) {
+                    return index == cells.fails ? 0 : original(buffer, index, address, cell);
+                });
+                const RESAMPLEPROGRESS *const progress = cells.listener;
+                EXPECT_SILENT_FAILURE(resample_into(cells.given, manner_of(cells.points.path),
+                                                    cells.source, is_watched ? progress : nullptr));
+            }
+            cells.expect_those_before(is_watched);
+        });
+}
+
+// A band of the source that has no storage: said once, whether rows are made straight from the
+// source's or by lines, and whether these lie in one cell or are put together of several.
+TEST_F(ResampleFailures, BandsOfTheSourceWithoutStorage) {
+    Random random(test_seed(), 17);
     for (const auto &[path, fetch, write] : cell_points)
         for (int bits : {8, 24})
-            for (bool is_watched : {false, true})
-                for (int fails = 0; fails < 6; ++fails) {
-                    SCOPED_TRACE(std::string(name_of(path)) + ", cell " + std::to_string(fails));
-                    const Side source(bits, 150, 140, random);
-                    Side given(bits, 300, 200, random);
+            for (int width : {50, 100, 150, 300, 900})
+                for (int columns : {20, 60, 200}) {
+                    SCOPED_TRACE(std::string(name_of(path)) + ", " + size_text(bits, width, 300) +
+                                 " to " + std::to_string(columns));
+                    const Side source(bits, width, 300, random);
+                    const Side given(bits, columns, 100, random);
+                    ASSERT_EQ(api().buf32Lock(source, BUF32_READ, nullptr), 1);
+                    ASSERT_EQ(api().buf32Unlock(source), 1);
+                    const int first_of_band = int(word(source, field_cell_columns));
                     const Surroundings surroundings({&source, &given});
-                    Listener listener(0, 6);
-                    {
-                        const CellLockHook hook(given, [&](auto original, HBUF32 buffer, int index,
-                                                           void **address, BUF32CELL *cell) {
-                            return index == fails ? 0 : original(buffer, index, address, cell);
-                        });
-                        const RESAMPLEPROGRESS *const progress = listener;
-                        EXPECT_SILENT_FAILURE(resample_into(given, manner_of(path), source,
-                                                            is_watched ? progress : nullptr));
-                    }
+                    const int lost = field_cell_address + first_of_band;
+                    const uintptr_t address = word(source, lost);
+                    set_word(source, lost, 0);
+                    EXPECT_REPORT(resample_into(given, manner_of(path), source), fetch.message,
+                                  fetch.severity, fetch.module, fetch.point);
+                    set_word(source, lost, address);
                     surroundings.expect_unchanged();
-                    if (is_watched) {
-                        EXPECT_EQ(listener.progress(), fails + 1);
-                        EXPECT_EQ(listener.heard().back(), (Message{4, 6}));
-                    }
-                    model::resample(path, source.picture, given.picture, given.cells(), fails);
-                    given.expect_picture();
                 }
 }
 

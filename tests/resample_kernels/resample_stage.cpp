@@ -23,7 +23,8 @@ using resample::Span;
 bool same_forms(const ResampleKernels &a, const ResampleKernels &b, Method method) {
     const MethodKernels &one = kernels_of(a, method), &other = kernels_of(b, method);
     return one.make_plan == other.make_plan && one.across == other.across &&
-           one.down == other.down && one.straight == other.straight;
+           one.across_rows == other.across_rows && one.down == other.down &&
+           one.straight == other.straight;
 }
 
 std::vector<ResampleLevel> distinct_levels(Method method) {
@@ -112,6 +113,12 @@ bool Stage::run(const Trial &trial, const Layout &layout) {
     for (const ResampleLevel &level : resample_levels(trial.method)) {
         const MethodKernels &kernels = kernels_of(*level.kernels, trial.method);
         right &= run_form(level.name, kernels, trial, layout, expected);
+        if (kernels.across_rows != nullptr) {
+            MethodKernels one_by_one = kernels;
+            one_by_one.across_rows = nullptr;
+            const std::string name = std::string{level.name} + " one by one";
+            right &= run_form(name.c_str(), one_by_one, trial, layout, expected);
+        }
         MethodKernels by_lines = kernels;
         by_lines.straight = nullptr;
         if (kernels.straight != nullptr) {

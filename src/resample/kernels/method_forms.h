@@ -11,7 +11,8 @@ namespace q32::resample {
 
 // The forms are a struct with
 //   plan_bytes, make_plan, across
-//   lines, first_line, line_bytes, down   unless the one line is the destination row
+//   lines, first_line, line_bytes, down   unless the one line is the destination row; then
+//   across_rows
 //   down_rows, straight                   if there are such
 template <class Forms>
 constexpr MethodKernels method_kernels() {
@@ -24,6 +25,8 @@ constexpr MethodKernels method_kernels() {
         kernels.first_line = Forms::first_line;
         kernels.line_bytes = Forms::line_bytes;
         kernels.down = Forms::down;
+    } else {
+        kernels.across_rows = Forms::across_rows;
     }
     if constexpr (requires { Forms::down_rows; })
         kernels.down_rows = Forms::down_rows;

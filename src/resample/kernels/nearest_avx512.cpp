@@ -3,6 +3,6 @@
 
 namespace q32::resample {
 
-constexpr MethodKernels avx512_nearest_kernels = method_kernels<WideNearest<V64, V64, V32>>();
+constexpr MethodKernels avx512_nearest_kernels = method_kernels<WideNearest<V64, V64, V32, V16>>();
 
 } // namespace q32::resample

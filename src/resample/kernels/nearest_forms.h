@@ -4,11 +4,8 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
-#include "resample/kernels/nearest_half.h"
 #include "resample/kernels/nearest_moves.h"
-#ifdef __SSE4_1__
-#include "resample/kernels/nearest_windows.h"
-#endif
+#include "resample/kernels/nearest_rows.h"
 
 namespace q32::resample {
 namespace {
@@ -28,14 +25,36 @@ struct WideNearest {
         plan.source_bytes = size_t(source.count) * size_t(pixel_bytes);
         plan.pixel_bytes = pixel_bytes;
         const bool ascend = make_offsets(plan.offsets(), columns, source, pixel_bytes);
-        if (plan_half<Halves>(plan) || (ascend && (plan_windows<Vs>(plan) || ...)))
-            return;
-        plan_moves(plan);
+        if (plan_half<Halves>(plan)) {
+            plan.make_rows = rows_of_halves<Halves>(plan);
+        } else if (!ascend || !(by_windows<Vs>(plan) || ...)) {
+            plan_moves(plan);
+            plan.make_rows = rows_of_moves<Halves>(plan);
+        }
     }
 
     static void across(void *line, void *memory, const uint8_t *source_row) {
         Plan &plan = *static_cast<Plan *>(memory);
         plan.make_row(static_cast<uint8_t *>(line), plan, source_row);
+    }
+
+    static void across_rows(uint8_t *destination, size_t stride, void *memory,
+                            const SourceBand &source, const std::int32_t *row_indices,
+                            size_t rows) {
+        Plan &plan = *static_cast<Plan *>(memory);
+        plan.make_rows(destination, stride, plan, source, row_indices, rows);
+    }
+
+private:
+    template <class V>
+    static bool by_windows([[maybe_unused]] Plan &plan) {
+#ifdef __SSE4_1__
+        if (plan_windows<V>(plan)) {
+            plan.make_rows = rows_of_windows<V>(plan);
+            return true;
+        }
+#endif
+        return false;
     }
 };
 

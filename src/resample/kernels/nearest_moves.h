@@ -28,8 +28,11 @@ constexpr size_t most_runs = 4; // of columns that lie two pixels apart
 // for each vector which bytes of them to take (nearest_windows.h).
 struct Plan {
     using MakeRow = void(uint8_t *destination, Plan &plan, const uint8_t *source_row);
+    using MakeRows = void(uint8_t *destination, size_t stride, Plan &plan, const SourceBand &source,
+                          const std::int32_t *row_indices, size_t rows);
 
     MakeRow *make_row;
+    MakeRows *make_rows; // several of them (nearest_rows.h)
     size_t columns;
     size_t row_bytes; // of a destination row
     size_t source_bytes;

@@ -25,6 +25,13 @@ struct ScalarNearest {
         for (std::size_t x = 0; x < plan->columns; ++x, destination += pixel_bytes)
             std::memcpy(destination, source_row + plan->column()[x], pixel_bytes);
     }
+
+    static void across_rows(std::uint8_t *destination, std::size_t stride, void *memory,
+                            const SourceBand &source, const std::int32_t *row_indices,
+                            std::size_t rows) {
+        for (std::size_t y = 0; y < rows; ++y)
+            across(destination + y * stride, memory, source.row(row_indices[y]));
+    }
 };
 
 } // namespace

@@ -24,7 +24,7 @@ struct Windows {
 
     // A window costs about as much as moving a pixel, and a little more.
     static size_t that_pay(int pixel_bytes) { return std::min(most, 12 / size_t(pixel_bytes)); }
-    static size_t choices(size_t windows) { return windows; }
+    static constexpr size_t choices(size_t windows) { return windows; }
 };
 
 #ifdef __AVX512VBMI__
@@ -35,7 +35,7 @@ struct Windows<V64> {
     static constexpr size_t most = 4;
 
     static size_t that_pay(int) { return most; }
-    static size_t choices(size_t) { return 1; }
+    static constexpr size_t choices(size_t) { return 1; }
 };
 #endif
 

@@ -56,6 +56,15 @@ inline void *first_aligned(void *work) {
 // all rows; the kernels keep scratch in it, so it serves one thread at a time. Plan, line and the
 // functions belong together: those of one instruction set do not understand another's.
 
+// Rows of a source one below the other, from the first of the span on.
+struct SourceBand {
+    const std::uint8_t *pixels;
+    std::size_t stride; // bytes from row to row
+    Span rows;
+
+    const std::uint8_t *row(int y) const { return pixels + std::size_t(rows.distance(y)) * stride; }
+};
+
 // The kernels of a method. Interpolation is of pixels of 1, 3 or 4 samples; nearest neighbour takes
 // pixels of 1 to 8 bytes, each of which counts as a sample.
 inline constexpr int most_lines = 4;
@@ -67,6 +76,11 @@ struct MethodKernels {
     void (*make_plan)(void *plan, const Positions &columns, Span source, int samples);
     // source_row points at pixel source.first.
     void (*across)(void *line, void *plan, const std::uint8_t *source_row);
+    // Where the one line is the destination row: several of them, `stride` bytes apart, each of the
+    // source row that its index says. Faster than one by one where rows are short.
+    void (*across_rows)(std::uint8_t *destination, std::size_t stride, void *plan,
+                        const SourceBand &source, const std::int32_t *row_indices,
+                        std::size_t rows) = nullptr;
     // The lines from top to bottom; some may be the same. Null where the one line is the
     // destination row: then it has no bytes of its own.
     void (*down)(std::uint8_t *destination, void *plan, const void *const *lines,

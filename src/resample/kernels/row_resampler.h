@@ -9,11 +9,14 @@
 
 namespace q32::resample {
 
-// Whether the rows that a fetch gives are all still there when it gives another: it says so.
+// Whether of the rows that a fetch gives those that are read together are all still there: it says
+// so, once and for all or for the source that it has.
 template <typename Fetch>
-inline constexpr bool rows_stay = requires {
-    requires Fetch::rows_stay;
-};
+bool rows_stay(const Fetch &fetch) {
+    if constexpr (requires { fetch.rows_stay; })
+        return fetch.rows_stay;
+    return false;
+}
 
 // Keeps the lines of the source rows that were read last, in the caller's work memory. Where lines
 // are destination rows, the row made last must still be there when the next is asked for.
@@ -83,8 +86,14 @@ public:
             for (next = y + 1; next < rows.count && source_rows.cut(rows.index[next]) == row;)
                 ++next;
             std::uint8_t *first = destination + y * stride;
-            if (next == y + 1 && make_straight(first, row, rows.fraction[y], source_rows, fetch))
-                continue;
+            if (next == y + 1 && kernels_.straight != nullptr && rows_stay(fetch) &&
+                !has_line_of(row, source_rows)) {
+                const Made made = make_straight(first, row, rows.fraction[y], source_rows, fetch);
+                if (made == Made::failed)
+                    return false;
+                if (made == Made::yes)
+                    continue;
+            }
             const void *lines[most_lines];
             if (!find_lines(lines, row, source_rows, fetch))
                 return false;
@@ -100,17 +109,28 @@ public:
 private:
     static constexpr int no_row = -1;
 
-    // Of a row that lies alone between its rows of the source. False: it is to be made of lines.
+    enum class Made { no, yes, failed };
+
+    // Of a row that lies alone between its rows of the source. No: it is to be made of lines.
     template <typename Fetch>
-    bool make_straight(std::uint8_t *destination, int row, std::int32_t row_fraction,
+    Made make_straight(std::uint8_t *destination, int row, std::int32_t row_fraction,
                        Span source_rows, const Fetch &fetch) {
-        if constexpr (rows_stay<Fetch>) {
-            if (kernels_.straight == nullptr)
-                return false;
-            const std::uint8_t *source_row[most_lines];
-            for (int i = 0; i < kernels_.lines; ++i)
-                source_row[i] = fetch(source_rows.cut(row + kernels_.first_line + i));
-            return kernels_.straight(destination, plan_, source_row, row_fraction);
+        const std::uint8_t *source_row[most_lines];
+        for (int i = 0; i < kernels_.lines; ++i) {
+            source_row[i] = fetch(source_rows.cut(row + kernels_.first_line + i));
+            if (source_row[i] == nullptr)
+                return Made::failed;
+        }
+        return kernels_.straight(destination, plan_, source_row, row_fraction) ? Made::yes
+                                                                               : Made::no;
+    }
+
+    // Whether one of the lines of a row is there: the others may serve the next row as well.
+    bool has_line_of(int row, Span source_rows) const {
+        for (int i = 0; i < kernels_.lines; ++i) {
+            const int line = source_rows.cut(row + kernels_.first_line + i);
+            if (row_in_slot_[slot_of(line)] == line)
+                return true;
         }
         return false;
     }
@@ -144,7 +164,7 @@ private:
     // Rows that are read together are neighbours and have slots of their own.
     template <typename Fetch>
     const void *line_of(int row, const Fetch &fetch) {
-        const int slot = row & (kernels_.lines - 1);
+        const std::size_t slot = slot_of(row);
         if (row_in_slot_[slot] != row) {
             const std::uint8_t *pixels = fetch(row);
             if (pixels == nullptr)
@@ -154,6 +174,8 @@ private:
         }
         return line_[slot];
     }
+
+    std::size_t slot_of(int row) const { return unsigned(row) & unsigned(kernels_.lines - 1); }
 
     const MethodKernels &kernels_;
     std::size_t row_bytes_; // of the destination
@@ -196,6 +218,13 @@ struct FetchOf {
 // work: RowResampler::work_bytes of the destination's columns.
 inline void resample_image(const MethodKernels &kernels, const DestinationImage &destination,
                            const SourceImage &source, int samples, void *work) {
+    if (kernels.across_rows != nullptr) {
+        void *const plan = first_aligned(work);
+        kernels.make_plan(plan, destination.columns, source.columns, samples);
+        return kernels.across_rows(destination.pixels, destination.stride, plan,
+                                   {source.pixels, source.stride, source.rows},
+                                   destination.rows.index, destination.rows.count);
+    }
     RowResampler resampler(kernels, work, destination.columns, source.columns, samples);
     resampler.make_rows(destination.pixels, destination.stride, destination.rows, source.rows,
                         FetchOf{source});
