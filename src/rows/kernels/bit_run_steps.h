@@ -117,18 +117,36 @@ struct MoveBytes {
     }
 };
 
-// Runs of more than Ends::bytes bytes on one side, and no fewer on the other. V: the vectors
-// between the ends.
+// Runs of Ends::bytes bytes that are made of one more in the source: a cell's rows, most often.
+template <class Ends>
+class OneEnd {
+public:
+    static bool is_all_of(const RunPlaces &run) {
+        return run.destination_bytes == Ends::bytes && run.source_bytes == Ends::bytes + 1;
+    }
+
+    explicit OneEnd(const RunPlaces &run)
+        : shift_(run.shift), around_(number(run.before) | Ends::as_last_byte(number(run.behind))) {}
+
+    void copy(uint8_t *destination, const uint8_t *source) const {
+        const V16 bytes = shift_.of(Ends::load(source), Ends::load(source + 1));
+        Ends::store(destination, select_bits(around_, Ends::load(destination), bytes));
+    }
+
+private:
+    ShiftBits<V16> shift_;
+    V16 around_; // bits of the destination that stay
+};
+
+// Runs of more than Ends::bytes bytes in the destination, and no fewer in the source. V: the
+// vectors between the ends.
 template <class Ends, class V>
 class ManyBits {
 public:
     explicit ManyBits(const RunPlaces &run)
         : run_(run), reads_behind_(run.source_bytes + run.from_byte_before > run.destination_bytes),
           last_(run.destination_bytes - Ends::bytes), narrow_(run.shift), wide_(run.shift),
-          before_(number(run.before)), behind_(Ends::as_last_byte(number(run.behind))) {
-        if (last_ == 0) // one end is all there is
-            before_ = behind_ = before_ | behind_;
-    }
+          before_(number(run.before)), behind_(Ends::as_last_byte(number(run.behind))) {}
 
     void copy(uint8_t *destination, const uint8_t *source) const {
         const uint8_t *const first = source - run_.from_byte_before;
@@ -209,7 +227,11 @@ void copy_bit_runs(uint8_t *destination, size_t destination_stride, size_t desti
         copy_each_run(one, destination, destination_stride, source, source_stride, rows);
     };
     const auto [fewest, most] = std::minmax(run.destination_bytes, run.source_bytes);
-    if (most > 16)
+    if (OneEnd<SixteenBytes>::is_all_of(run))
+        copy_all(OneEnd<SixteenBytes>(run));
+    else if (OneEnd<EightBytes>::is_all_of(run))
+        copy_all(OneEnd<EightBytes>(run));
+    else if (most > 16)
         copy_all(ManyBits<SixteenBytes, V>(run));
     else if (most > 8)
         copy_all(ManyBits<EightBytes, V16>(run));
