@@ -16,7 +16,8 @@ namespace {
 
 template <class V>
 void copy_row(uint8_t *to, const uint8_t *from, size_t bytes) {
-    if (bytes < sizeof(V)) {
+    constexpr size_t left_to_runtime = 1024; // whose own copy of so many bytes is faster
+    if (bytes < sizeof(V) || bytes >= left_to_runtime) {
         std::memcpy(to, from, bytes);
         return;
     }
