@@ -56,11 +56,9 @@ template <ColumnFractions columns, RowFraction row, size_t first, class V>
 template <ColumnFractions columns, RowFraction row, size_t first, class V>
 [[gnu::always_inline]] inline void make_second_rgb(uint8_t *to, SourceRows rows,
                                                    const std::uint16_t *fraction, V fy) {
-    const auto words = [&]<size_t from>() __attribute__((always_inline)) {
-        return second_rgb_words<columns, row, from, V>(rows, fraction, fy);
-    };
-    const V both = pack_i16_to_u8_in_lanes(words.template operator()<first>(),
-                                           words.template operator()<first + in_window>());
+    const V both = pack_i16_to_u8_in_lanes(
+        second_rgb_words<columns, row, first, V>(rows, fraction, fy),
+        second_rgb_words<columns, row, first + in_window, V>(rows, fraction, fy));
     store_lanes(to + first, 2 * in_window, shuffle_u8(both, as_vector<V>(without_gaps<V>)));
 }
 
@@ -78,12 +76,18 @@ struct SecondRgbByWindows {
     template <ColumnFractions columns, RowFraction row>
     [[gnu::always_inline]] static void make(uint8_t *to, SourceRows rows,
                                             const std::uint16_t *fraction, V fy) {
-        constexpr size_t in_step = 2 * lanes<V> * in_window;
-        const auto make_all = [&]<size_t... steps>(std::index_sequence<steps...>)
-            __attribute__((always_inline)) {
-            (make_second_rgb<columns, row, steps * in_step, V>(to, rows, fraction, fy), ...);
-        };
-        make_all(std::make_index_sequence<samples / in_step>());
+        make_steps<columns, row>(to, rows, fraction, fy,
+                                 std::make_index_sequence<samples / in_step>());
+    }
+
+private:
+    static constexpr size_t in_step = 2 * lanes<V> * in_window;
+
+    template <ColumnFractions columns, RowFraction row, size_t... steps>
+    [[gnu::always_inline]] static void make_steps(uint8_t *to, SourceRows rows,
+                                                  const std::uint16_t *fraction, V fy,
+                                                  std::index_sequence<steps...>) {
+        (make_second_rgb<columns, row, steps * in_step, V>(to, rows, fraction, fy), ...);
     }
 };
 

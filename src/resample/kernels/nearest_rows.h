@@ -199,7 +199,8 @@ Plan::MakeRows *rows_of_windows(const Plan &plan) {
     const bool is_narrow = plan.source_bytes < plan.windows * Windows<V>::bytes;
     if (is_narrow || plan.row_bytes > longest_row_of_block)
         return make_each_row<V>;
-    return take_in_rows_by<V>[plan.windows];
+    const auto &by_windows = take_in_rows_by<V>;
+    return by_windows[plan.windows];
 }
 #endif
 
