@@ -57,10 +57,12 @@ check "clang-tidy, for Windows" tidy build/lint/win32-debug "${common_options[@]
 check "clang-tidy, samples" clang-tidy --quiet "${common_options[@]}" "${cross_options[@]}" $samples -- \
     -std=c++17 -Iinclude 2>>build/log/clang-tidy.log
 # A family's wider forms hide those that they inherit: that is how a table is made (docs/decisions/0011).
-# Tests make two things alike where only their fates will differ.
+# Tests make two things alike where only their fates will differ. Lambdas with template parameters are
+# beyond the parser of version 2.10: what it cannot read in kernels the compilers and Clang have read.
 check "cppcheck" cppcheck --quiet --enable=warning,performance,portability --error-exitcode=1 \
     --inline-suppr --suppress=uninitMemberVar --suppress=leakReturnValNotUsed \
     --suppress=passedByValue --suppress='resourceLeak:tests/*' \
+    --suppress='syntaxError:src/*/kernels/*' --suppress='internalAstError:src/*/kernels/*' \
     --suppress='duplInheritedMember:src/*/kernels/*' --suppress='duplicateAssignExpression:tests/*' \
     --std=c++20 --language=c++ --platform=win32W --library=windows --library=googletest \
     -I. -Isrc -Iinclude "${code[@]}"
