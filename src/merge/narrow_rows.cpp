@@ -36,7 +36,7 @@ void merge_packed(const Recipe &recipe, const RunRows &rows) {
 bool are_narrow(const Recipe &recipe, const RunRows &rows) {
     // The narrowest vectors have 16 bytes; a single sample is merged as fast as copied twice.
     constexpr std::size_t fewest_bytes = 3, most_pixels = 15, fewest_rows = 4;
-    return rows.first.pixels <= most_pixels &&
+    return !recipe.takes_narrow_rows && rows.first.pixels <= most_pixels &&
            rows.first.pixels * recipe.pixel_bytes >= fewest_bytes && rows.count >= fewest_rows;
 }
 

@@ -125,8 +125,6 @@ void blend_rows_by_mask(const Recipe &recipe, const RunRows &rows) {
 
 void blend_rows_at_once(const Recipe &recipe, const RunRows &rows) {
     const Run &first = rows.first;
-    if (first.pixels < fewest_row_pixels)
-        return blend_rows_by_mask(recipe, rows);
     recipe.blend_rows({first.result, first.overlay, first.mask, rows.result_stride,
                        rows.overlay_stride, rows.mask_stride, first.pixels, rows.count});
 }
@@ -272,7 +270,8 @@ void settle_blend(Recipe &recipe, const Request &request) {
     recipe.left_to_right = !is_premultiplied(rule);
     if (recipe.weights == Weights::mask) {
         recipe.merge_piece = blend_by_mask;
-        recipe.merge_rows = recipe.blend_rows != nullptr ? blend_rows_at_once : blend_rows_by_mask;
+        recipe.takes_narrow_rows = recipe.blend_rows != nullptr;
+        recipe.merge_rows = recipe.takes_narrow_rows ? blend_rows_at_once : blend_rows_by_mask;
     } else {
         recipe.merge_piece = blend_by_weights;
         recipe.piece_pixels = scratch_pixels;

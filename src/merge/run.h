@@ -49,6 +49,7 @@ using MergeRows = void(const Recipe &recipe, const RunRows &rows);
 struct Recipe {
     MergePiece *merge_piece;
     MergeRows *merge_rows;    // runs below each other
+    bool takes_narrow_rows;   // without being slower there
     std::size_t piece_pixels; // most that a piece has
     std::size_t pixel_bytes;
     std::size_t samples;   // of the kernels' pixels: 1 or 3

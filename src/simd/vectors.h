@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #ifdef __AVX512F__
 // GCC 12 takes the vectors that its own header leaves undefined on purpose for a mistake.
@@ -63,6 +64,13 @@ inline V16 load_8(const void *at) {
 }
 inline void store_8(void *at, V16 v) {
     _mm_storel_epi64(static_cast<V16 *>(at), v);
+}
+
+// Likewise the lowest four bytes.
+inline V16 load_4(const void *at) {
+    int number;
+    std::memcpy(&number, at, sizeof number);
+    return _mm_cvtsi32_si128(number);
 }
 
 template <class V>

@@ -348,7 +348,8 @@ TEST_P(BlendLevel, HasTheFormsThatItSays) {
         EXPECT_EQ(shifted.colour == nullptr, premultiplied) << rule_names[rule];
         EXPECT_EQ(shifted.uniform == nullptr, premultiplied) << rule_names[rule];
         const bool has_rows =
-            Rule(rule) == Rule::normal && &kernels() == &merge::avx2_blend_kernels;
+            Rule(rule) == Rule::normal && (&kernels() == &merge::avx2_blend_kernels ||
+                                           &kernels() == &merge::avx512_blend_kernels);
         EXPECT_EQ(divided.colour_rows != nullptr, has_rows) << rule_names[rule];
         EXPECT_EQ(shifted.colour_rows != nullptr, has_rows) << rule_names[rule];
     }
@@ -565,23 +566,30 @@ TEST_P(BlendRule, UniformRunsInMemory) {
 
 // --- rows in memory ---
 
-constexpr std::size_t row_count = 3;
+// Two steps of several rows each, and a rest.
+constexpr std::size_t row_count = 11;
 
-// From row to row: what a row has and so many bytes more.
+// From row to row: what a row has and so many bytes more or, at the destination, as many as it
+// takes to whole lines of the cache.
 struct Gaps {
     std::size_t destination, overlay, weights;
+    bool to_lines = false;
 
-    bool are_alike() const { return destination == overlay; }
+    std::size_t destination_stride(std::size_t pixels) const {
+        constexpr std::size_t line = 64;
+        const std::size_t bytes = 3 * pixels + destination;
+        return to_lines ? (bytes + line - 1) / line * line : bytes;
+    }
+    std::size_t overlay_stride(std::size_t pixels) const { return 3 * pixels + overlay; }
+    std::size_t weights_stride(std::size_t pixels) const { return pixels + weights; }
+
+    bool are_alike() const { return destination == overlay && !to_lines; }
 };
 
-// The sweep counts from 0; no row is shorter than the kernels take.
-std::size_t row_pixels(std::size_t swept) {
-    return merge::fewest_row_pixels + swept;
-}
-
-RunBytes bytes_of_rows(std::size_t samples, std::size_t gap) {
-    return [=](std::size_t swept) {
-        return row_count * samples * row_pixels(swept) + (row_count - 1) * gap;
+RunBytes bytes_of_rows(std::size_t samples, const Gaps &gaps,
+                       std::size_t (Gaps::*stride)(std::size_t) const) {
+    return [=](std::size_t pixels) {
+        return samples * pixels + (row_count - 1) * (gaps.*stride)(pixels);
     };
 }
 
@@ -591,10 +599,10 @@ Bytes merged_rows(RoundedRule which, const std::vector<Bytes> &runs, std::size_t
     Bytes out = runs[0];
     for (std::size_t row = 0; row < row_count; ++row)
         for (std::size_t k = 0; k < 3 * pixels; ++k) {
-            std::uint8_t &sample = out[row * (3 * pixels + gaps.destination) + k];
+            std::uint8_t &sample = out[row * gaps.destination_stride(pixels) + k];
             sample = static_cast<std::uint8_t>(model::blend(
-                which.way(), which.mode(), sample, runs[1][row * (3 * pixels + gaps.overlay) + k],
-                runs[2][row * (pixels + gaps.weights) + k / 3], 255));
+                which.way(), which.mode(), sample, runs[1][row * gaps.overlay_stride(pixels) + k],
+                runs[2][row * gaps.weights_stride(pixels) + k / 3], 255));
         }
     return out;
 }
@@ -603,18 +611,18 @@ Call rows_call(RoundedRule which, const char *level, merge::MaskedRowsBlend *ker
                const Gaps &gaps) {
     Call call;
     call.name = name_of(which) + " rows, " + level;
-    call.bytes = {bytes_of_rows(3, gaps.destination), bytes_of_rows(3, gaps.overlay),
-                  bytes_of_rows(1, gaps.weights)};
-    call.contents = [bytes = call.bytes](Random &random, std::size_t swept) {
-        return blend_contents(random, bytes, swept);
+    call.bytes = {bytes_of_rows(3, gaps, &Gaps::destination_stride),
+                  bytes_of_rows(3, gaps, &Gaps::overlay_stride),
+                  bytes_of_rows(1, gaps, &Gaps::weights_stride)};
+    call.contents = [bytes = call.bytes](Random &random, std::size_t pixels) {
+        return blend_contents(random, bytes, pixels);
     };
-    call.run = [=](const Addresses &runs, std::size_t swept) {
-        const std::size_t pixels = row_pixels(swept);
-        kernel({runs[0], runs[1], runs[2], 3 * pixels + gaps.destination, 3 * pixels + gaps.overlay,
-                pixels + gaps.weights, pixels, row_count});
+    call.run = [=](const Addresses &runs, std::size_t pixels) {
+        kernel({runs[0], runs[1], runs[2], gaps.destination_stride(pixels),
+                gaps.overlay_stride(pixels), gaps.weights_stride(pixels), pixels, row_count});
     };
-    call.expected = [=](const std::vector<Bytes> &runs, std::size_t swept) {
-        return merged_rows(which, runs, row_pixels(swept), gaps);
+    call.expected = [=](const std::vector<Bytes> &runs, std::size_t pixels) {
+        return merged_rows(which, runs, pixels, gaps);
     };
     if (gaps.are_alike())
         call.sharings = {{0, 0, 2}};
@@ -628,7 +636,8 @@ TEST_P(BlendRule, RowsOfColourPixelsInMemory) {
     };
     for (const auto &form : forms_of(levels(), pick))
         if (form.run != nullptr)
-            for (const Gaps &gaps : {Gaps{0, 0, 0}, Gaps{7, 7, 7}, Gaps{100, 1, 3}})
+            for (const Gaps &gaps :
+                 {Gaps{0, 0, 0}, Gaps{7, 7, 7}, Gaps{100, 1, 3}, Gaps{0, 5, 2, true}})
                 sweep(rows_call(which, form.level, form.run, gaps));
 }
 

@@ -590,7 +590,7 @@ TEST(Conversion, InMemory) {
 // So many pixels at once that records go past the caches, from every place in a vector on, whole
 // words or not, up to a fence.
 TEST(Conversion, OfManyPixelsToRecords) {
-    constexpr std::size_t most = merge::fewest_past_caches + 16, before = 64;
+    constexpr std::size_t most = merge::fewest_pixels_past_caches + 16, before = 64;
     const FencedMemory from{3 * most}, to{before + merge::record_bytes * most + 3};
     Bytes expected(merge::record_bytes * most);
     Random random{test_seed(), 1};

@@ -2,7 +2,13 @@
 // Knows processor and system only; what there is for a level is each kernel family's own.
 #pragma once
 
+#include <cstddef>
+
 namespace q32 {
+
+// More than nearly all last caches hold: what is written in one run of so many bytes goes past
+// them. Where caches are larger it makes no difference at this length.
+inline constexpr std::size_t fewest_past_caches = 24 << 20;
 
 // Each level includes those before it. sse41 means SSSE3 and SSE4.1; avx512 means F, BW, VL, DQ and
 // VBMI. A level counts only when the system saves its registers too.

@@ -46,9 +46,8 @@ using MaskedBlend = void(std::uint8_t *destination, const std::uint8_t *overlay,
 using UniformBlend = void(std::uint8_t *destination, const std::uint8_t *overlay,
                           std::uint8_t weight, std::size_t samples);
 
-// Runs of one length below each other, each so many bytes behind the one before, and of at least
-// this many pixels. No row overlaps another.
-inline constexpr std::size_t fewest_row_pixels = 32;
+// Runs of one length below each other, each so many bytes behind the one before. No row overlaps
+// another.
 struct MaskedRows {
     std::uint8_t *destination;
     const std::uint8_t *overlay, *weights;

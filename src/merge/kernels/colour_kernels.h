@@ -13,9 +13,8 @@ namespace q32::merge {
 inline constexpr std::int32_t no_hue = 32767;   // hue of grey pixels
 inline constexpr std::size_t record_bytes = 12; // of an HSV or HLS pixel: three 32-bit fields
 
-// So many pixels in one run make records that few caches could hold: wide forms write them past the
-// caches. Where caches are larger it makes no difference at this length.
-inline constexpr std::size_t fewest_past_caches = 1 << 21;
+// So many pixels in one run make records that wide forms write past the caches.
+inline constexpr std::size_t fewest_pixels_past_caches = fewest_past_caches / record_bytes;
 
 // Destination and source may begin at the same address where pixels do not grow. Records lie at any
 // alignment. Fields out of range give some pixel, the same in every form.

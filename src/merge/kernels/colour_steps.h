@@ -226,7 +226,7 @@ struct WideColours {
     static void to_records(uint8_t *destination, const uint8_t *source, size_t pixels) {
         constexpr auto near = convert<change, RgbToRecords<Space, V>>;
         const auto address = reinterpret_cast<std::uintptr_t>(destination);
-        if (pixels < fewest_past_caches || address % 4 != 0) {
+        if (pixels < fewest_pixels_past_caches || address % 4 != 0) {
             near(destination, source, pixels);
             return;
         }

@@ -6,6 +6,7 @@
 
 namespace q32::merge {
 
-MaskedRowsBlend avx2_divided_normal_rows, avx2_shifted_normal_rows;
+MaskedRowsBlend avx2_divided_normal_rows, avx2_shifted_normal_rows, avx512_divided_normal_rows,
+    avx512_shifted_normal_rows;
 
 } // namespace q32::merge

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "merge/kernels/blend_steps.h"
+#include "merge/kernels/normal_strips_forms.h"
 #include "merge/rows_ahead.h"
 
 namespace q32::merge {
@@ -14,9 +15,11 @@ namespace {
 template <class V, class Half, Rounding rounding>
 class NormalRows {
 public:
-    static_assert(sizeof(V) <= fewest_row_pixels);
+    static_assert(sizeof(V) == most_strip_pixels + 1);
 
     static void merge(const MaskedRows &all) {
+        if (all.pixels <= most_strip_pixels)
+            return NormalStrips<rounding>::merge(all);
         const size_t rest = all.pixels % sizeof(V);
         if (rest == 0)
             merge_ending_with<NoStep>(all);
