@@ -187,6 +187,12 @@ void move_rows_with_next(const Piece &piece) {
 
 // --- areas --------------------------------------------------------------------------------------
 
+// Whether it may be a small rectangle that lies in several cells.
+bool is_small(const Area &area) {
+    return area.width() <= SmallRectangle::largest_side &&
+           area.height() <= SmallRectangle::largest_side;
+}
+
 template <Direction direction, CellAddress cell_of>
 bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
     if (area.is_empty())
@@ -200,8 +206,16 @@ bool move_area(const Record &owner, const Area &area, const PlainRows &rows) {
     const auto prefetch = [](const Piece &piece) __attribute__((always_inline)) {
         prefetch_pages(piece);
     };
-    if (area.height() >= many_rows && !each_piece<cell_of>(owner, area, rows, prefetch))
-        return false;
+    const auto prefetch_small = [](const Piece &piece) __attribute__((always_inline)) {
+        prefetch_few_rows(piece.cell.first_byte(), piece.cell.stride, piece.bits / 8, piece.rows);
+    };
+    if (area.height() >= many_rows) {
+        if (!each_piece<cell_of>(owner, area, rows, prefetch))
+            return false;
+    } else if (is_small(area)) {
+        if (!each_piece<cell_of>(owner, area, rows, prefetch_small))
+            return false;
+    }
     return each_piece<cell_of>(owner, area, rows, [](const Piece &piece) {
         if (direction == Direction::to_buffer && is_fetched_ahead(piece))
             move_rows_with_next<direction>(piece);
@@ -237,25 +251,29 @@ SmallRectangle::CellRows SmallRectangle::rows_in(const Record &owner) const {
     return {cell + size_t(y_in_cell_) * stride + size_t(x_in_cell_) * pixel_bytes_, stride};
 }
 
-bool SmallRectangle::write_to(Record &record, const std::byte *memory) const {
-    const CellRows rows = rows_in(record);
+// One shape for both directions.
+template <Direction direction>
+bool SmallRectangle::move(const Record &owner, std::byte *memory) const {
+    const CellRows rows = rows_in(owner);
     if (rows.first == nullptr)
         return false;
     prefetch_few_rows(rows.first, rows.stride, row_bytes_, size_t(height_));
-    rows::kernels().copy_rows(kernel_bytes(rows.first), rows.stride,
-                              reinterpret_cast<const uint8_t *>(memory), row_bytes_, row_bytes_,
-                              size_t(height_));
+    const auto &copy_rows = *rows::kernels().copy_rows;
+    if constexpr (direction == Direction::to_memory)
+        copy_rows(kernel_bytes(memory), row_bytes_, kernel_bytes(rows.first), rows.stride,
+                  row_bytes_, size_t(height_));
+    else
+        copy_rows(kernel_bytes(rows.first), rows.stride, kernel_bytes(memory), row_bytes_,
+                  row_bytes_, size_t(height_));
     return true;
 }
 
+bool SmallRectangle::write_to(Record &record, const std::byte *memory) const {
+    return move<Direction::to_buffer>(record, const_cast<std::byte *>(memory));
+}
+
 bool SmallRectangle::read_from(const Record &record, std::byte *memory) const {
-    const CellRows rows = rows_in(record.owner());
-    if (rows.first == nullptr)
-        return false;
-    prefetch_few_rows(rows.first, rows.stride, row_bytes_, size_t(height_));
-    rows::kernels().copy_rows(kernel_bytes(memory), row_bytes_, kernel_bytes(rows.first),
-                              rows.stride, row_bytes_, size_t(height_));
-    return true;
+    return move<Direction::to_memory>(record.owner(), memory);
 }
 
 bool read_cells(const Record &record, const Area &area, const PlainRows &rows) {

@@ -70,6 +70,8 @@ private:
         size_t stride;
     };
     CellRows rows_in(const Record &owner) const;
+    template <Direction direction>
+    bool move(const Record &owner, std::byte *memory) const;
 
     int column_, band_;
     int x_in_cell_, y_in_cell_;

@@ -8,6 +8,7 @@
 #include "library/process/process.h"
 #include "library/process/thread_priority.h"
 #include "resample/cell_source.h"
+#include "resample/cell_to_cell.h"
 #include "resample/kernels/row_resampler.h"
 #include "resample/position_tables.h"
 #include "rows/rows.h"
@@ -113,7 +114,7 @@ private:
     struct Fetch {
         CellSource &source;
         const PieceColumns &columns;
-        const bool rows_stay;
+        const int rows_that_stay;
         mutable RowsAtHand at_hand = {};
 
         const std::uint8_t *operator()(int row) const {
@@ -130,7 +131,7 @@ private:
               std::size_t rows_at_once, const HandOn &hand_on) {
         const ColumnRun &all = *plans.columns.begin();
         RowResampler resampler(kernels_, all.plan, plans.lines, plans.count, pixel_bytes_);
-        const Fetch fetch = {source_, plans.columns, source_.rows_stay()};
+        const Fetch fetch = {source_, plans.columns, source_.rows_that_stay()};
         for (std::size_t y = 0, next; y < rows.count; y = next) {
             next = end_of_rows_at_once(rows, y, rows_at_once);
             const Positions some = rows.part(y, next);
@@ -363,6 +364,8 @@ bool resample_by(const BufferJob &job, const Method &method) {
     BufferLock destination_lock;
     if (!destination_lock.lock(job.destination, BUF32_OVERWRITE))
         return fail(sites.format_refused);
+    if (goes_from_cell_to_cell(job, method))
+        return resample_from_cell_to_cell(job, tables, method);
     return make_cells(job, tables, method);
 }
 

@@ -54,21 +54,32 @@ public:
         std::size_t last_cell_row_bytes, end;
     };
 
-    // Puts the row turned to together, of two cells or more.
-    void assemble(std::uint8_t *row, const Assembly &assembly) const {
+    // Rows of the band from the one turned to on.
+    int rows_left() const { return rows_ - row_; }
+
+    // Puts so many rows together, from the one turned to on, each of two cells or more.
+    void assemble(std::uint8_t *rows, std::size_t stride, int count,
+                  const Assembly &assembly) const {
         const auto copy_rows = rows::kernels().copy_rows;
+        const auto copies = std::size_t(count);
         const std::size_t whole_bytes = assembly.cell_row_bytes;
         const std::size_t first_bytes = whole_bytes - assembly.offset;
-        copy_rows(row, 0, row_of_cell(first_, whole_bytes) + assembly.offset, 0, first_bytes, 1);
-        row += first_bytes;
+        copy_rows(rows, stride, row_of_cell(first_, whole_bytes) + assembly.offset, whole_bytes,
+                  first_bytes, copies);
+        rows += first_bytes;
         // Cells of a band lie one behind the other.
-        if (const int whole = last_ - first_ - 1; whole > 0) {
-            copy_rows(row, whole_bytes, row_of_cell(first_ + 1, whole_bytes),
+        if (const int whole = last_ - first_ - 1; whole > 0 && count == 1) {
+            copy_rows(rows, whole_bytes, row_of_cell(first_ + 1, whole_bytes),
                       std::size_t(band_[first_ + 1] - band_[first_]), whole_bytes,
                       std::size_t(whole));
-            row += unsigned(whole) * whole_bytes;
+            rows += unsigned(whole) * whole_bytes;
+        } else {
+            for (int column = first_ + 1; column < last_; ++column, rows += whole_bytes)
+                copy_rows(rows, stride, row_of_cell(column, whole_bytes), whole_bytes, whole_bytes,
+                          copies);
         }
-        copy_rows(row, 0, row_of_cell(last_, assembly.last_cell_row_bytes), 0, assembly.end, 1);
+        copy_rows(rows, stride, row_of_cell(last_, assembly.last_cell_row_bytes),
+                  assembly.last_cell_row_bytes, assembly.end, copies);
     }
 
 private:

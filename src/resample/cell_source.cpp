@@ -50,7 +50,7 @@ bool CellSource::begin(const Positions &columns, const Positions &rows) {
     stride_ = std::size_t(read_.span.count) * std::size_t(pixel_bytes_);
     rows_at_once_ = std::min(most_rows_at_once(), rows_read_.count);
 
-    slots_ = kernels_.straight != nullptr ? kernels_.lines : 1;
+    slots_ = slots_for();
     row_in_slot_.fill(no_row);
     pixels_ = block_.of_bytes(block_bytes(columns.count));
     if (pixels_ == nullptr)
@@ -78,6 +78,19 @@ std::size_t CellSource::block_bytes(std::size_t columns) const {
     }
 }
 
+// As many as are read together, or are worth a call of the kernels where rows are made of lines
+// that others share; a power of two.
+int CellSource::slots_for() const {
+    constexpr std::size_t most_bytes = 8 * 1024;
+    int slots = kernels_.straight != nullptr ? kernels_.lines : 1;
+    if (kernels_.make_rows == nullptr || read_.reading != Reading::assembled ||
+        std::size_t(rows_read_.count) > rows_.count)
+        return slots;
+    while (slots < most_slots && 2 * unsigned(slots) * stride_ <= most_bytes)
+        slots *= 2;
+    return slots;
+}
+
 std::size_t CellSource::gathered_row_bytes(std::size_t columns) const {
     return columns * std::size_t(kernels_.lines) * std::size_t(pixel_bytes_);
 }
@@ -91,11 +104,16 @@ bool CellSource::find_rows_around(int y, const PieceColumns &columns, const Colu
         *found = at_hand();
         return true;
     case Reading::assembled:
-        return find_row_in_slot(y, stride_, found,
-                                [&](std::uint8_t *row) { cells_.assemble(row, assembly_); });
+        return find_row_in_slot(y, stride_, found, [&](std::uint8_t *rows) {
+            const int count = rows_assembled_at(y);
+            cells_.assemble(rows, stride_, count, assembly_);
+            return count;
+        });
     case Reading::gathered:
-        return find_row_in_slot(y, gathered_row_bytes(run.count), found,
-                                [&](std::uint8_t *row) { columns.taps().take(row, cells_); });
+        return find_row_in_slot(y, gathered_row_bytes(run.count), found, [&](std::uint8_t *row) {
+            columns.taps().take(row, cells_);
+            return 1;
+        });
     default:
         if (!turn_to(y))
             return false;
@@ -111,7 +129,16 @@ bool CellSource::gather(std::uint8_t *taps, int y, const PieceColumns &columns) 
     return true;
 }
 
-// Rows that are read together are neighbours and have slots of their own.
+// The rest of its half of the slots: rows of the other half stay where they are.
+int CellSource::rows_assembled_at(int y) const {
+    if (slots_ <= kernels_.lines)
+        return 1;
+    const int half = slots_ / 2;
+    return std::min({half - y % half, cells_.rows_left(), rows_read_.last() + 1 - y});
+}
+
+// Rows that are read together are neighbours and have slots of their own. put answers how many rows
+// it has put there, one behind the other.
 template <typename Put>
 bool CellSource::find_row_in_slot(int y, std::size_t bytes, RowsAtHand *found, const Put &put) {
     const std::size_t slot = unsigned(y) & unsigned(slots_ - 1);
@@ -119,8 +146,9 @@ bool CellSource::find_row_in_slot(int y, std::size_t bytes, RowsAtHand *found, c
     if (row_in_slot_[slot] != y) {
         if (!turn_to(y))
             return false;
-        put(row);
-        row_in_slot_[slot] = y;
+        const int count = put(row);
+        for (int i = 0; i < count; ++i)
+            row_in_slot_[slot + unsigned(i)] = y + i;
     }
     *found = {row, 0, y, 1};
     return true;

@@ -58,9 +58,18 @@ public:
     bool find_rows_around(int y, const PieceColumns &columns, const ColumnRun &run,
                           RowsAtHand *found);
 
-    // Whether the rows that a destination row reads are at hand together: those of cells lie where
-    // they lie, and rows put together have places of their own.
-    bool rows_stay() const { return read_.reading != Reading::copied; }
+    // How many rows beside each other are at hand together, whichever they are: those of cells lie
+    // where they lie; rows put together have places of their own, and come by halves of these.
+    int rows_that_stay() const {
+        switch (read_.reading) {
+        case Reading::copied:
+            return 1;
+        case Reading::in_cells:
+            return record_.info.height;
+        default:
+            return slots_ > kernels_.lines ? slots_ / 2 + 1 : slots_;
+        }
+    }
 
     // The taps of a row, for columns that are gathered. Reports and returns false when it cannot be
     // read.
@@ -73,6 +82,8 @@ private:
     int most_rows_at_once() const;
     std::size_t block_bytes(std::size_t columns) const;
     std::size_t gathered_row_bytes(std::size_t columns) const;
+    int slots_for() const;
+    int rows_assembled_at(int y) const;
     bool turn_to(int y);
     template <typename Put>
     bool find_row_in_slot(int y, std::size_t bytes, RowsAtHand *found, const Put &put);
@@ -91,10 +102,10 @@ private:
     std::uint8_t *pixels_ = nullptr;
     std::size_t stride_ = 0;
 
-    // Rows that are put together: as many are kept as are read together.
-    static constexpr int no_row = -1;
+    // Rows that are put together: some are kept.
+    static constexpr int no_row = -1, most_slots = 16;
     int slots_ = 1;
-    std::array<int, most_lines> row_in_slot_ = {};
+    std::array<int, most_slots> row_in_slot_ = {};
 
     ColumnsRead read_ = {};
     CellRows cells_;

@@ -56,6 +56,64 @@ TEST_F(ResamplePixels, OfSeveralCells) {
                     }
 }
 
+// More rows than the source has, of pieces whose columns lie in one cell or in several: rows put
+// together of cells, block after block and from one band to the next; twice the size, across alone
+// or down as well.
+TEST_F(ResamplePixels, OfCellsEnlarged) {
+    Random random(test_seed(), 10);
+    struct Scaling {
+        SIZE from, into;
+    };
+    constexpr Scaling scalings[] = {
+        {{150, 140}, {300, 280}}, {{257, 131}, {514, 262}}, {{200, 150}, {513, 400}},
+        {{150, 140}, {300, 190}}, {{130, 145}, {180, 290}}, {{600, 40}, {1300, 300}},
+    };
+    for (Path path : {Path::bilinear_cells, Path::bicubic_cells})
+        for (int bits : {8, 24})
+            for (const auto &[from, into] : scalings) {
+                const Side source(bits, from.cx, from.cy, random);
+                check_new(manner_of(path), into.cx, into.cy, source);
+                if (HasFailure())
+                    return;
+            }
+}
+
+// A source whose pixels end where its memory does, with a last cell that is narrower than a vector
+// reads: nothing lies behind its last row.
+TEST_F(ResamplePixels, OfCellsThatEndWithTheirMemory) {
+    Random random(test_seed(), 11);
+    for (Path path : {Path::nearest_cells, Path::bilinear_cells, Path::bicubic_cells})
+        for (int bits : {8, 24})
+            for (const auto &[width, height] : {std::pair{192, 128}, {160, 128}, {136, 512}})
+                for (const auto &[into_width, into_height] :
+                     {std::pair{2 * width, 2 * height}, {3 * width / 2, 130}, {width - 1, 60}}) {
+                    const Side source(bits, width, height, random);
+                    check_new(manner_of(path), into_width, into_height, source);
+                    if (HasFailure())
+                        return;
+                }
+}
+
+// Both ways at once: the last cells of a band are narrower, and those of the last band lower and
+// closer together, or they are like the others. Into cells, and into one.
+TEST_F(ResamplePixels, OfSeveralBandsOfCells) {
+    Random random(test_seed(), 10);
+    constexpr std::pair<int, int> from_sizes[] = {
+        {300, 300}, {256, 256}, {513, 140}, {384, 300}, {1300, 1290}};
+    constexpr std::pair<int, int> into_sizes[] = {{140, 300}, {600, 260}, {256, 256}, {130, 129}};
+    for (Path path : {Path::nearest_cells, Path::bilinear_cells, Path::bicubic_cells})
+        for (int bits : {8, 24})
+            for (const auto &[width, height] : from_sizes)
+                for (const auto &[into_width, into_height] : into_sizes) {
+                    const Side source(bits, width, height, random);
+                    check_new(manner_of(path), into_width, into_height, source);
+                    Side given(Sort::linear, bits, into_width, into_height, random);
+                    check_given(manner_of(path), given, source);
+                    if (HasFailure())
+                        return;
+                }
+}
+
 // Whether somebody listens does not show in the pixels, although cells are then made one by one.
 TEST_F(ResamplePixels, AreTheSameWhenWatched) {
     Random random(test_seed(), 9);

@@ -130,6 +130,16 @@ TEST_P(ResampleBlocks, OfEveryLengthInAnyOrder) {
     }
 }
 
+// Tables without an entry are not read.
+TEST_P(ResampleBlocks, OfNoRows) {
+    Random random{test_seed(), 8};
+    const Line no_rows = line_by_ratio(random, method(), 0);
+    for (int length = 0; length <= all_lengths; ++length) {
+        const Line columns = line_by_ratio(random, method(), length);
+        ASSERT_TRUE(stage_.run_everywhere(trial(random, columns, no_rows), random));
+    }
+}
+
 // One row of source: nothing before and behind it but the fences.
 TEST_P(ResampleBlocks, OfOneRow) {
     Random random{test_seed(), 2};

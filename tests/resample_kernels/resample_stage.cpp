@@ -24,7 +24,7 @@ bool same_forms(const ResampleKernels &a, const ResampleKernels &b, Method metho
     const MethodKernels &one = kernels_of(a, method), &other = kernels_of(b, method);
     return one.make_plan == other.make_plan && one.across == other.across &&
            one.across_rows == other.across_rows && one.down == other.down &&
-           one.straight == other.straight;
+           one.make_rows == other.make_rows && one.straight == other.straight;
 }
 
 std::vector<ResampleLevel> distinct_levels(Method method) {
@@ -119,6 +119,12 @@ bool Stage::run(const Trial &trial, const Layout &layout) {
             const std::string name = std::string{level.name} + " one by one";
             right &= run_form(name.c_str(), one_by_one, trial, layout, expected);
         }
+        if (kernels.make_rows != nullptr) {
+            MethodKernels in_turns = kernels;
+            in_turns.make_rows = nullptr;
+            const std::string name = std::string{level.name} + " in turns";
+            right &= run_form(name.c_str(), in_turns, trial, layout, expected);
+        }
         MethodKernels by_lines = kernels;
         by_lines.straight = nullptr;
         if (kernels.straight != nullptr) {
@@ -129,6 +135,7 @@ bool Stage::run(const Trial &trial, const Layout &layout) {
             continue;
         MethodKernels row_by_row = by_lines;
         row_by_row.down_rows = nullptr;
+        row_by_row.make_rows = nullptr;
         const std::string name = std::string{level.name} + " row by row";
         right &= run_form(name.c_str(), row_by_row, trial, layout, expected);
     }

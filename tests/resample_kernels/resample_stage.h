@@ -48,8 +48,8 @@ Layout random_layout(Random &random);
 // Keeps its memory for the next trial.
 class Stage {
 public:
-    // Adds at most one failure for each form; rows straight from the source, together by lines, and
-    // one by one.
+    // Adds at most one failure for each form; rows in one call, straight from the source, together
+    // by lines, and one by one.
     bool run(const Trial &trial, const Layout &layout);
     // At every fence, and at some random places.
     bool run_everywhere(const Trial &trial, Random &random);

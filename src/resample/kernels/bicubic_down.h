@@ -4,8 +4,7 @@
 #pragma once
 
 #include "resample/kernels/bicubic_plan.h"
-
-#include <cstring>
+#include "resample/kernels/store_first.h"
 
 namespace q32::resample {
 namespace {
@@ -73,33 +72,6 @@ struct OnLine {
 };
 
 // --- the walk -----------------------------------------------------------------------------------
-
-// The first `count` bytes of a vector, which has as many.
-template <class V>
-void store_first(uint8_t *to, V v, size_t count) {
-    uint8_t bytes[sizeof(V)];
-    store(bytes, v);
-    const auto both_ends = [&](auto piece) {
-        std::memcpy(&piece, bytes, sizeof piece);
-        std::memcpy(to, &piece, sizeof piece);
-        std::memcpy(&piece, bytes + count - sizeof piece, sizeof piece);
-        std::memcpy(to + count - sizeof piece, &piece, sizeof piece);
-    };
-    if (count >= 16) {
-        store_16(to, load_16(bytes));
-        // cppcheck-suppress pointerOutOfBoundsCond
-        store_16(to + count - 16, load_16(bytes + count - 16));
-    } else if (count >= 8) {
-        store_8(to, load_8(bytes));
-        store_8(to + count - 8, load_8(bytes + count - 8));
-    } else if (count >= 4) {
-        both_ends(std::uint32_t());
-    } else if (count >= 2) {
-        both_ends(std::uint16_t());
-    } else {
-        *to = *bytes;
-    }
-}
 
 // Makes a run of samples; lines are words, or words and excess.
 template <class V, class Row, class... Lines>

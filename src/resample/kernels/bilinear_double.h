@@ -13,7 +13,8 @@
 #include "resample/kernels/bilinear_down.h"
 #include "resample/kernels/bilinear_plan.h"
 
-#include <cstring>
+#include <type_traits>
+#include <utility>
 
 namespace q32::resample {
 namespace {
@@ -67,34 +68,59 @@ void double_pixel(uint8_t *line, const uint8_t *pixel) {
         line[k] = line[samples + k] = uint8_t(~pixel[k]);
 }
 
-// Pixels that are doubled by one step.
-template <size_t samples, class V>
-constexpr size_t doubled_at_once = samples == 3 ? 8 : sizeof(V) / samples;
-
 #ifdef __SSE4_1__
 
-// Eight pixels of three bytes are doubled to three lanes: where these begin in the source, and
-// which bytes from there on they take.
-constexpr size_t lanes_of_doubled = 3;
-constexpr size_t doubled_starts[lanes_of_doubled] = {0, 6, 8};
-constexpr LaneBytes doubled_bytes(size_t k) {
-    return lane_by([=](size_t i) {
-        const size_t byte = 16 * k + i;
-        return byte / 6 * 3 + byte % 3 - doubled_starts[k];
-    });
+// Eight pixels of three bytes are doubled to three lanes. Where a lane begins in the source, and
+// which bytes from there on it takes.
+constexpr size_t start_of_doubled(size_t lane_index) {
+    constexpr size_t starts[] = {0, 6, 8};
+    return lane_index / 3 * 24 + starts[lane_index % 3];
 }
-constexpr LaneBytes doubled_lanes[lanes_of_doubled] = {doubled_bytes(0), doubled_bytes(1),
-                                                       doubled_bytes(2)};
+constexpr size_t byte_of_doubled(size_t lane_index, size_t i) {
+    const size_t byte = 16 * lane_index + i;
+    return byte / 6 * 3 + byte % 3 - start_of_doubled(lane_index);
+}
+
+// Of a vector of lanes from one on.
+template <class V, size_t first>
+constexpr VectorBytes<V> bytes_of_doubled = vector_by<V>([](size_t i) {
+    return byte_of_doubled(first + i / 16, i % 16);
+});
+
+// Doubles to the lanes of three vectors.
+template <class V, size_t... k>
+void double_rgb(uint8_t *line, const uint8_t *pixels, std::index_sequence<k...>) {
+    constexpr size_t n = lanes<V>;
+    (store(line + k * sizeof(V),
+           ~shuffle_u8(load_lanes<V>(pixels + start_of_doubled(k * n),
+                                     start_of_doubled(k * n + n - 1) - start_of_doubled(k * n)),
+                       as_vector<V>(bytes_of_doubled<V, k * n>))),
+     ...);
+}
 
 #endif
+
+#ifdef __AVX512VBMI__
+template <class V>
+using NarrowerThan = std::conditional_t<sizeof(V) == sizeof(V64), V32, V16>;
+#else
+template <class>
+using NarrowerThan = V16;
+#endif
+
+// Pixels of three bytes go by two lanes at most.
+template <size_t samples, class V>
+using DoubledBy = std::conditional_t<samples == 3 && lanes<V> == 4, NarrowerThan<V>, V>;
+
+// Pixels that are doubled by one step.
+template <size_t samples, class V>
+constexpr size_t doubled_at_once = samples == 3 ? 8 * lanes<V> : sizeof(V) / samples;
 
 template <size_t samples, class V>
 void double_pixels(uint8_t *line, const uint8_t *pixels) {
     if constexpr (samples == 3) {
 #ifdef __SSE4_1__
-        for (size_t k = 0; k < lanes_of_doubled; ++k)
-            store_16(line + 16 * k, ~shuffle_u8(load_16(pixels + doubled_starts[k]),
-                                                as_vector<V16>(doubled_lanes[k])));
+        double_rgb<V>(line, pixels, std::make_index_sequence<3>());
 #else
         for (size_t x = 0; x < doubled_at_once<samples, V>; ++x)
             double_pixel<samples>(line + 2 * samples * x, pixels + samples * x);
@@ -107,11 +133,15 @@ void double_pixels(uint8_t *line, const uint8_t *pixels) {
     }
 }
 
+// Short rows go by narrower vectors.
 template <size_t samples, class V>
 void double_row(uint8_t *line, const Plan &plan, const uint8_t *row) {
     constexpr size_t step = doubled_at_once<samples, V>;
     const uint8_t *const first = row + plan.left[0];
     const size_t pixels = (plan.columns + 1) / 2;
+    if constexpr (sizeof(V) > sizeof(V16))
+        if (pixels < step)
+            return double_row<samples, NarrowerThan<V>>(line, plan, row);
     size_t x = 0;
     for (; x + step <= pixels; x += step)
         double_pixels<samples, V>(line + 2 * samples * x, first + samples * x);
@@ -127,7 +157,9 @@ void double_row(uint8_t *line, const Plan &plan, const uint8_t *row) {
 
 template <class V>
 void make_doubled_line(uint8_t *line, const Plan &plan, const uint8_t *row) {
-    with_samples(int(plan.samples), [&](auto samples) { double_row<samples, V>(line, plan, row); });
+    with_samples(int(plan.samples), [&](auto samples) {
+        double_row<samples, DoubledBy<samples, V>>(line, plan, row);
+    });
 }
 
 // --- rows ---------------------------------------------------------------------------------------
@@ -197,11 +229,8 @@ void make_doubled_row(uint8_t *destination, const Plan &plan, const uint8_t *abo
     size_t at = 0;
     for (; at + sizeof(V) <= bytes; at += sizeof(V))
         store(destination + at, made(at));
-    if (at < bytes) {
-        uint8_t last[sizeof(V)];
-        store(last, made(at));
-        std::memcpy(destination + at, last, bytes - at);
-    }
+    if (at < bytes)
+        store_first(destination + at, made(at), bytes - at);
 }
 
 template <class V>

@@ -10,8 +10,7 @@
 #pragma once
 
 #include "resample/kernels/bilinear_plan.h"
-
-#include <cstring>
+#include "resample/kernels/store_first.h"
 
 namespace q32::resample {
 namespace {
@@ -96,11 +95,8 @@ void finish_row(uint8_t *destination, const Strip &terms, const std::uint16_t *f
     size_t at = 0;
     for (; at + sizeof(V) <= samples; at += sizeof(V))
         store(destination + at, finished(at));
-    if (at < samples) {
-        uint8_t last[sizeof(V)];
-        store(last, finished(at));
-        std::memcpy(destination + at, last, samples - at);
-    }
+    if (at < samples)
+        store_first(destination + at, finished(at), samples - at);
 }
 
 template <class V>

@@ -10,8 +10,9 @@
 #endif
 
 #include "resample/kernels/bilinear_across.h"
-#include "resample/kernels/bilinear_double.h"
 #include "resample/kernels/bilinear_down.h"
+#include "resample/kernels/bilinear_two_rows.h"
+#include "resample/kernels/rows_by_lines.h"
 #ifdef __SSE4_1__
 #include "resample/kernels/bilinear_straight.h"
 #endif
@@ -65,6 +66,19 @@ struct WideBilinear {
         down_rows(destination, 0, plan, pair_lines, &row_fraction, 1);
     }
 
+    static void make_rows(uint8_t *destination, size_t stride, void *memory, KeptLines &kept,
+                          const SourceRowList &source, const Positions &rows) {
+        Plan &plan = *static_cast<Plan *>(memory);
+        const auto make = [&](const auto &steps) {
+            make_rows_by_lines(destination, stride, kept, source, rows, steps);
+        };
+        if (plan.is_doubled)
+            with_samples(int(plan.samples),
+                         [&](auto samples) { make(DoubledSteps<samples, W>{plan}); });
+        else
+            make(AnySteps{plan});
+    }
+
 #ifdef __SSE4_1__
     static bool straight(uint8_t *destination, void *plan, const uint8_t *const *source_rows,
                          int row_fraction) {
@@ -72,6 +86,20 @@ struct WideBilinear {
                                    {source_rows[0], source_rows[1]}, row_fraction & 0xFFFF);
     }
 #endif
+
+private:
+    struct AnySteps {
+        static constexpr int lines = WideBilinear::lines, first_line = WideBilinear::first_line;
+        Plan &plan;
+
+        void across(void *line, const uint8_t *source_row) const {
+            WideBilinear::across(line, &plan, source_row);
+        }
+        void down(uint8_t *destination, size_t stride, const void *const *pair_lines,
+                  const std::int32_t *row_fractions, size_t rows) const {
+            down_rows(destination, stride, &plan, pair_lines, row_fractions, rows);
+        }
+    };
 };
 
 } // namespace

@@ -87,11 +87,8 @@ void make_run(uint8_t *destination, const Plan &plan, SourceRows rows, int row_f
         make_whole(repeat_u16<W>(row_fraction));
     const V fy = repeat_u16<V>(row_fraction);
     make_whole(fy);
-    if (at < samples) {
-        uint8_t last[sizeof(V)];
-        store(last, made(at, fy));
-        std::memcpy(destination + at, last, samples - at);
-    }
+    if (at < samples)
+        store_first(destination + at, made(at, fy), samples - at);
 }
 
 // What is left at the end is made out of windows for half a lane each.

@@ -13,7 +13,7 @@ namespace q32::resample {
 //   plan_bytes, make_plan, across
 //   lines, first_line, line_bytes, down   unless the one line is the destination row; then
 //   across_rows
-//   down_rows, straight                   if there are such
+//   down_rows, make_rows, straight, in_cells   if there are such
 template <class Forms>
 constexpr MethodKernels method_kernels() {
     MethodKernels kernels{};
@@ -30,8 +30,12 @@ constexpr MethodKernels method_kernels() {
     }
     if constexpr (requires { Forms::down_rows; })
         kernels.down_rows = Forms::down_rows;
+    if constexpr (requires { Forms::make_rows; })
+        kernels.make_rows = Forms::make_rows;
     if constexpr (requires { Forms::straight; })
         kernels.straight = Forms::straight;
+    if constexpr (requires { Forms::in_cells; })
+        kernels.in_cells = &Forms::in_cells;
     return kernels;
 }
 

@@ -4,6 +4,9 @@
 // Private to the file that includes it, as vectors.h.
 #pragma once
 
+#ifdef __SSE4_1__
+#include "resample/kernels/nearest_cells.h"
+#endif
 #include "resample/kernels/nearest_moves.h"
 #include "resample/kernels/nearest_rows.h"
 
@@ -44,6 +47,10 @@ struct WideNearest {
         Plan &plan = *static_cast<Plan *>(memory);
         plan.make_rows(destination, stride, plan, source, row_indices, rows);
     }
+
+#ifdef __SSE4_1__
+    static constexpr CellKernels in_cells = kernels_in_cells;
+#endif
 
 private:
     template <class V>

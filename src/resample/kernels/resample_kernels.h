@@ -65,9 +65,54 @@ struct SourceBand {
     const std::uint8_t *row(int y) const { return pixels + std::size_t(rows.distance(y)) * stride; }
 };
 
+// Rows of a source wherever each lies: row[0] is row `first`.
+struct SourceRowList {
+    const std::uint8_t *const *row;
+    int first;
+    Span all; // to which rows are cut
+
+    const std::uint8_t *operator[](int y) const { return row[y - first]; }
+};
+
+// Rows of a destination one below the other that are made of the same source row, and where that
+// begins.
+struct AlikeRows {
+    const std::uint8_t *source;
+    std::size_t count;
+};
+
+// Kernels for source rows that lie in cells beside each other: pixel i is pixel i % cell_pixels of
+// cell i / cell_pixels, and the rows of neighbouring cells begin cell_stride bytes apart. Only
+// those cells' rows are read of which there are pixels in the plan.
+struct CellKernels {
+    std::size_t (*plan_bytes)(std::size_t columns, int pixel_bytes);
+    // Of the pixels with these indices.
+    void (*make_plan)(void *plan, const std::int32_t *indices, std::size_t columns,
+                      std::size_t cell_pixels, int pixel_bytes);
+    // Rows `stride` bytes apart, `count` times some that are alike. The source is where the row
+    // begins in cell 0.
+    void (*make_rows)(std::uint8_t *destination, std::size_t stride, void *plan,
+                      std::size_t cell_stride, const AlikeRows *rows, std::size_t count);
+    // Pixels of more bytes are made faster one row after another: of more than these when they are
+    // reduced, of more than one otherwise.
+    int widest_reduced;
+};
+
 // The kernels of a method. Interpolation is of pixels of 1, 3 or 4 samples; nearest neighbour takes
 // pixels of 1 to 8 bytes, each of which counts as a sample.
 inline constexpr int most_lines = 4;
+
+// The lines that were made last, and of which rows of the source. Rows that are read together are
+// neighbours and have slots of their own.
+struct KeptLines {
+    static constexpr int no_row = -1;
+
+    void *line[most_lines];
+    int row[most_lines] = {no_row, no_row, no_row, no_row};
+
+    static int slot_of(int row, int lines) { return row & (lines - 1); }
+};
+
 struct MethodKernels {
     int lines = 1;      // source rows of which a destination row is made: 1, 2 or 4
     int first_line = 0; // the first of them, from the row's index on
@@ -90,10 +135,16 @@ struct MethodKernels {
     void (*down_rows)(std::uint8_t *destination, std::size_t stride, void *plan,
                       const void *const *lines, const std::int32_t *row_fractions,
                       std::size_t rows) = nullptr;
+    // The same and the lines, for rows all of whose source rows are in the list: what a call costs
+    // beside a row of a hundred bytes is paid once for all; or null.
+    void (*make_rows)(std::uint8_t *destination, std::size_t stride, void *plan, KeptLines &lines,
+                      const SourceRowList &source, const Positions &rows) = nullptr;
     // One destination row out of the source rows themselves, faster than by lines that no other
     // row needs; or null. False, and nothing done: this plan has no such way.
     bool (*straight)(std::uint8_t *destination, void *plan, const std::uint8_t *const *source_rows,
                      int row_fraction) = nullptr;
+    // Where lines are destination rows: out of cells; or null.
+    const CellKernels *in_cells = nullptr;
 };
 
 // One table for each method and instruction set. The scalar ones are the reference and read like

@@ -4,18 +4,18 @@
 
 #include "resample/kernels/resample_kernels.h"
 
-#include <array>
+#include <climits>
 #include <cstring>
 
 namespace q32::resample {
 
-// Whether of the rows that a fetch gives those that are read together are all still there: it says
-// so, once and for all or for the source that it has.
+// Of so many neighbours among the rows that a fetch gives all are still there: it says so, once and
+// for all or for the source that it has.
 template <typename Fetch>
-bool rows_stay(const Fetch &fetch) {
-    if constexpr (requires { fetch.rows_stay; })
-        return fetch.rows_stay;
-    return false;
+int rows_that_stay(const Fetch &fetch) {
+    if constexpr (requires { fetch.rows_that_stay; })
+        return fetch.rows_that_stay;
+    return 1;
 }
 
 // Keeps the lines of the source rows that were read last, in the caller's work memory. Where lines
@@ -55,10 +55,9 @@ public:
         auto *at = static_cast<std::byte *>(lines);
         if (kernels.down != nullptr)
             for (int slot = 0; slot < kernels.lines; ++slot) {
-                line_[slot] = at;
+                kept_.line[slot] = at;
                 at += round_up_to_work_alignment(kernels.line_bytes(columns, samples));
             }
-        row_in_slot_.fill(no_row);
     }
 
     // Makes the destination row that lies at a row of the source. fetch(row) gives the pixels of a
@@ -81,13 +80,16 @@ public:
                     return false;
             return true;
         }
+        if (kernels_.make_rows != nullptr && rows_that_stay(fetch) > kernels_.lines &&
+            share_lines(rows, source_rows))
+            return make_rows_of_list(destination, stride, rows, source_rows, fetch);
         for (std::size_t y = 0, next; y < rows.count; y = next) {
             const int row = source_rows.cut(rows.index[y]);
             for (next = y + 1; next < rows.count && source_rows.cut(rows.index[next]) == row;)
                 ++next;
             std::uint8_t *first = destination + y * stride;
-            if (next == y + 1 && kernels_.straight != nullptr && rows_stay(fetch) &&
-                !has_line_of(row, source_rows)) {
+            if (next == y + 1 && kernels_.straight != nullptr &&
+                rows_that_stay(fetch) >= kernels_.lines && !has_line_of(row, source_rows)) {
                 const Made made = make_straight(first, row, rows.fraction[y], source_rows, fetch);
                 if (made == Made::failed)
                     return false;
@@ -107,7 +109,53 @@ public:
     }
 
 private:
-    static constexpr int no_row = -1;
+    // Whether there are more rows than their source has.
+    static bool share_lines(const Positions &rows, Span source_rows) {
+        if (rows.count == 0)
+            return false;
+        const int first = source_rows.cut(rows.index[0]);
+        const int last = source_rows.cut(rows.index[rows.count - 1]);
+        return last >= first && std::size_t(last - first) + 1 < rows.count;
+    }
+
+    // In turns as many rows as read no more source rows than stay.
+    template <typename Fetch>
+    bool make_rows_of_list(std::uint8_t *destination, std::size_t stride, const Positions &rows,
+                           Span source_rows, const Fetch &fetch) {
+        constexpr int most_listed = 32;
+        const std::uint8_t *listed[most_listed];
+        const int most = std::min(rows_that_stay(fetch), most_listed);
+        for (std::size_t y = 0, next; y < rows.count; y = next) {
+            Span read = lines_of(rows.index[y], source_rows);
+            for (next = y + 1; next < rows.count; ++next) {
+                if (rows.index[next] == rows.index[next - 1])
+                    continue;
+                const Span more = joined(read, lines_of(rows.index[next], source_rows));
+                if (more.count > most)
+                    break;
+                read = more;
+            }
+            for (int i = 0; i < read.count; ++i)
+                if ((listed[i] = fetch(read.first + i)) == nullptr)
+                    return false;
+            kernels_.make_rows(destination + y * stride, stride, plan_, kept_,
+                               {listed, read.first, source_rows}, rows.part(y, next));
+        }
+        return true;
+    }
+
+    // The source rows of the lines of a row.
+    Span lines_of(int row_index, Span source_rows) const {
+        const int row = source_rows.cut(row_index);
+        const int first = source_rows.cut(row + kernels_.first_line);
+        const int last = source_rows.cut(row + kernels_.first_line + kernels_.lines - 1);
+        return {first, last - first + 1};
+    }
+
+    static Span joined(Span a, Span b) {
+        const int first = std::min(a.first, b.first);
+        return {first, std::max(a.last(), b.last()) - first + 1};
+    }
 
     enum class Made { no, yes, failed };
 
@@ -129,7 +177,7 @@ private:
     bool has_line_of(int row, Span source_rows) const {
         for (int i = 0; i < kernels_.lines; ++i) {
             const int line = source_rows.cut(row + kernels_.first_line + i);
-            if (row_in_slot_[slot_of(line)] == line)
+            if (kept_.row[slot_of(line)] == line)
                 return true;
         }
         return false;
@@ -138,16 +186,16 @@ private:
     // Of lines that are destination rows: one that is there already is copied.
     template <typename Fetch>
     bool make_line(std::uint8_t *destination, int row, const Fetch &fetch) {
-        if (row_in_slot_[0] != row) {
+        if (kept_.row[0] != row) {
             const std::uint8_t *pixels = fetch(row);
             if (pixels == nullptr)
                 return false;
             kernels_.across(destination, plan_, pixels);
-            row_in_slot_[0] = row;
-        } else if (line_[0] != destination) {
-            std::memcpy(destination, line_[0], row_bytes_);
+            kept_.row[0] = row;
+        } else if (kept_.line[0] != destination) {
+            std::memcpy(destination, kept_.line[0], row_bytes_);
         }
-        line_[0] = destination;
+        kept_.line[0] = destination;
         return true;
     }
 
@@ -161,27 +209,25 @@ private:
         return true;
     }
 
-    // Rows that are read together are neighbours and have slots of their own.
     template <typename Fetch>
     const void *line_of(int row, const Fetch &fetch) {
-        const std::size_t slot = slot_of(row);
-        if (row_in_slot_[slot] != row) {
+        const int slot = slot_of(row);
+        if (kept_.row[slot] != row) {
             const std::uint8_t *pixels = fetch(row);
             if (pixels == nullptr)
                 return nullptr;
-            kernels_.across(line_[slot], plan_, pixels);
-            row_in_slot_[slot] = row;
+            kernels_.across(kept_.line[slot], plan_, pixels);
+            kept_.row[slot] = row;
         }
-        return line_[slot];
+        return kept_.line[slot];
     }
 
-    std::size_t slot_of(int row) const { return unsigned(row) & unsigned(kernels_.lines - 1); }
+    int slot_of(int row) const { return KeptLines::slot_of(row, kernels_.lines); }
 
     const MethodKernels &kernels_;
     std::size_t row_bytes_; // of the destination
     void *plan_;
-    void *line_[most_lines];
-    std::array<int, most_lines> row_in_slot_;
+    KeptLines kept_;
 };
 
 // --- images -------------------------------------------------------------------------------------
@@ -208,7 +254,7 @@ struct DestinationImage {
 
 // The rows of an image as RowResampler fetches them.
 struct FetchOf {
-    static constexpr bool rows_stay = true;
+    static constexpr int rows_that_stay = INT_MAX;
 
     const SourceImage &source;
 
