@@ -272,6 +272,36 @@ TEST_P(ScalingKernel, SeveralRows) {
     });
 }
 
+// Rows of bits that fit a register, in all lengths and some beyond, between fences.
+TEST_P(ScalingKernel, SeveralRowsOfFewBits) {
+    constexpr std::size_t rows = 3, longest = 140;
+    FencedRun run;
+    for (const bool enlarges : {true, false})
+        for (const std::size_t factor : {2, 3, 4, 8})
+            for (std::size_t pixels = 1; pixels <= longest; ++pixels) {
+                const Scaling scaling{enlarges, nullptr};
+                const std::size_t stride = scaling.source_bytes(pixels, factor);
+                Random random{test_seed(), factor * 1024 + pixels};
+                Bytes source(rows * stride), expected;
+                random.fill(source);
+                std::size_t made_bytes = 0;
+                for (std::size_t row = 0; row < rows; ++row) {
+                    const Bytes made = scaling.expected(
+                        model::View{source}.subspan(row * stride, stride), pixels, factor);
+                    made_bytes = made.size();
+                    expected.insert(expected.end(), made.begin(), made.end());
+                }
+                for (const bool to_end : {true, false})
+                    ASSERT_TRUE(
+                        run.gives(expected, source, {to_end}, {to_end},
+                                  [&](auto *to, auto *from) {
+                                      scaling.kernel (*GetParam().kernels)(
+                                          {to, made_bytes, from, stride, rows, pixels, factor});
+                                  }))
+                        << scaling.text(pixels, factor) << ", " << seed_text();
+            }
+}
+
 // --- alignments ---------------------------------------------------------------------------------
 
 TEST_P(ScalingKernel, AllAlignments) {

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 namespace q32::rows {
 namespace {
@@ -21,62 +22,60 @@ inline V plan_bytes(const uint8_t (&bytes)[16]) {
     return repeat_lane<V>(load_16(bytes));
 }
 
+#ifdef __AVX2__
+
 // --- enlarging ----------------------------------------------------------------------------------
 
-// Each byte is the next one of its lane.
-inline V16 next_bytes(V16 v) {
-    return _mm_srli_si128(v, 1);
-}
-#ifdef __AVX2__
-inline V32 next_bytes(V32 v) {
-    return _mm256_srli_si256(v, 1);
-}
-#endif
-
-// 16 pixels as bytes that are all set or all clear, in every lane.
-template <class V>
-inline V pixels_as_bytes(const uint8_t *source) {
+// 16 pixels as bytes that are all set or all clear, in both lanes.
+inline V32 pixels_as_bytes(const uint8_t *source) {
     static constexpr LaneBytes places = lane_by([](int i) { return i / 8; });
     static constexpr LaneBytes bits = lane_by([](int i) { return 0x80 >> i % 8; });
     std::uint16_t two_bytes;
     std::memcpy(&two_bytes, source, sizeof two_bytes);
-#ifdef __AVX2__
-    const V repeated = repeat_u16<V>(two_bytes);
-#else
-    const V repeated = _mm_cvtsi32_si128(two_bytes); // a shuffle less
-#endif
-    const V spread = shuffle_u8(repeated, as_vector<V>(places));
-    return equal_u8(spread & as_vector<V>(bits), as_vector<V>(bits));
+    const V32 spread = shuffle_u8(repeat_u16<V32>(two_bytes), as_vector<V32>(places));
+    return equal_u8(spread & as_vector<V32>(bits), as_vector<V32>(bits));
 }
 
-template <class V, size_t pieces>
+// Pieces of 16 bytes are stored by two, the last one of an odd number by itself: of stores that
+// begin anywhere long ones more often touch two cache lines.
+template <size_t pieces>
 class EnlargeByPlan {
 public:
     explicit EnlargeByPlan(size_t factor)
-        : plan_(bit_enlarge_plans[factor]), last_(last_piece(factor, sizeof(V))) {}
+        : plan_(bit_enlarge_plans[factor]), last_(last_piece(factor, sizeof(Last))) {}
 
     // Two bytes of the source.
     [[gnu::always_inline]] void make(uint8_t *destination, const uint8_t *source) const {
-        const V pixels = pixels_as_bytes<V>(source);
-        const V meeting = select_bits(plan_bytes<V>(plan_.meets), pixels, next_bytes(pixels));
-        for (size_t k = 0; k < pieces; ++k) {
-            const size_t at = k + 1 < pieces ? k * sizeof(V) : last_;
-            const V whole = shuffle_u8(pixels, load<V>(plan_.whole + at));
-            const V shared = shuffle_u8(meeting, load<V>(plan_.shared + at));
-            store(destination + at, whole | shared);
-        }
+        const V32 pixels = pixels_as_bytes(source);
+        const V32 meeting =
+            select_bits(plan_bytes<V32>(plan_.meets), pixels, _mm256_srli_si256(pixels, 1));
+        size_t at = 0;
+        for (size_t left = pieces; left > 2; left -= 2, at += 32)
+            make_piece(destination + at, at, pixels, meeting);
+        if constexpr (pieces % 2 == 0)
+            make_piece(destination + last_, last_, pixels, meeting);
+        else
+            make_piece(destination + last_, last_, lane_of<0>(pixels), lane_of<0>(meeting));
     }
 
 private:
+    using Last = std::conditional_t<pieces % 2 == 0, V32, V16>;
+
+    template <class V>
+    void make_piece(uint8_t *destination, size_t at, V pixels, V meeting) const {
+        store(destination, shuffle_u8(pixels, load<V>(plan_.whole + at)) |
+                               shuffle_u8(meeting, load<V>(plan_.shared + at)));
+    }
+
     const BitEnlargePlan &plan_;
     size_t last_;
 };
 
 // Whole bytes, two or more. The last step is moved back to end with the row.
-template <class V, size_t pieces>
+template <size_t pieces>
 void enlarge_bytes_in_pieces(uint8_t *destination, const uint8_t *source, size_t bytes,
                              size_t factor) {
-    const EnlargeByPlan<V, pieces> step(factor);
+    const EnlargeByPlan<pieces> step(factor);
     for (size_t left = bytes;; left -= 2, source += 2, destination += 2 * factor) {
         if (left < 2) {
             --source;
@@ -88,22 +87,24 @@ void enlarge_bytes_in_pieces(uint8_t *destination, const uint8_t *source, size_t
     }
 }
 
-template <class V, size_t pieces>
+template <size_t pieces>
 inline void enlarge_bits_in_pieces(uint8_t *destination, const uint8_t *source, size_t pixels,
                                    size_t factor) {
     const size_t bytes = pixels / 8 >= 2 ? pixels / 8 : 0;
     if (bytes != 0)
-        enlarge_bytes_in_pieces<V, pieces>(destination, source, bytes, factor);
+        enlarge_bytes_in_pieces<pieces>(destination, source, bytes, factor);
     if (const size_t left = pixels - 8 * bytes; left != 0) {
         uint8_t last[2] = {source[bytes]};
         if (left > 8)
             last[1] = source[bytes + 1];
         last[left / 8] &= uint8_t(0xFF00u >> left % 8);
-        uint8_t row_end[pieces * sizeof(V)];
-        enlarge_bytes_in_pieces<V, pieces>(row_end, last, 2, factor);
+        uint8_t row_end[16 * pieces];
+        enlarge_bytes_in_pieces<pieces>(row_end, last, 2, factor);
         std::memcpy(destination + factor * bytes, row_end, (left * factor + 7) / 8);
     }
 }
+
+#endif
 
 // --- reducing -----------------------------------------------------------------------------------
 
@@ -220,26 +221,28 @@ inline size_t reduce_bits_in_pieces(uint8_t *destination, const uint8_t *source,
 
 // --- factors ------------------------------------------------------------------------------------
 
-// Calls work<pieces>() with the number of pieces.
-template <size_t piece, class Work>
+// Calls work<pieces>() with the number of pieces of 16 bytes.
+template <class Work>
 inline void with_pieces(size_t factor, const Work &work) {
-    with_factor<2, pieces_of(largest_planned_factor, piece)>(pieces_of(factor, piece), work);
+    with_factor<2, pieces_of(largest_planned_factor, 16)>(pieces_of(factor, 16), work);
 }
 
-template <class V>
-void enlarge_bits_by_plan(uint8_t *destination, const uint8_t *source, size_t pixels,
-                          size_t factor) {
-    with_pieces<sizeof(V)>(factor, [=]<size_t pieces>() {
-        enlarge_bits_in_pieces<V, pieces>(destination, source, pixels, factor);
+#ifdef __AVX2__
+inline void enlarge_bits_by_plan(uint8_t *destination, const uint8_t *source, size_t pixels,
+                                 size_t factor) {
+    with_pieces(factor, [=]<size_t pieces>() {
+        if constexpr (pieces > 2)
+            enlarge_bits_in_pieces<pieces>(destination, source, pixels, factor);
     });
 }
+#endif
 
 // By a factor above 8.
 template <class V>
 size_t reduce_bits_by_plan(uint8_t *destination, const uint8_t *source, size_t bytes,
                            size_t factor) {
     size_t made = 0;
-    with_pieces<16>(factor, [&]<size_t pieces>() {
+    with_pieces(factor, [&]<size_t pieces>() {
         made = reduce_bits_in_pieces<V, pieces>(destination, source, bytes, factor);
     });
     return made;

@@ -1,7 +1,7 @@
 // Enlarging and reducing rows of bits, written once for vectors of all sizes: which form makes
-// which factor. Powers of two are made by doubling and by halving in registers, other small factors
-// by tables or from planes, those up to 40 by plans, larger ones as runs of bytes that are all set
-// or all clear.
+// which factor. Powers of two are made in registers, other small factors by tables or from planes,
+// those up to 40 by plans, or without a byte shuffle by tables and by folding, larger ones as runs
+// of bytes that are all set or all clear.
 //
 // Private to the file that includes it, as vectors.h.
 #pragma once
@@ -9,10 +9,13 @@
 #ifdef __SSE4_1__
 #include "rows/kernels/bit_plan_steps.h"
 #include "rows/kernels/bit_plane_steps.h"
+#else
+#include "rows/kernels/bit_fold_steps.h"
 #endif
 #include "rows/kernels/bit_table_steps.h"
 #include "rows/kernels/double_bits.h"
 #include "rows/kernels/each_row.h"
+#include "rows/kernels/few_bytes.h"
 #include "rows/kernels/row_kernels.h"
 #include "rows/kernels/with_factor.h"
 #include "simd/byte_table.h"
@@ -127,13 +130,18 @@ inline void enlarge_bits_by(uint8_t *destination, const uint8_t *source, size_t 
                      bytes_enlarged_to_8[factor]);
 }
 
+// Of a row of at most 64 bits, those behind the last one in its byte.
+inline V16 bits_behind(size_t pixels) {
+    return _mm_sll_epi64(_mm_cvtsi32_si128(0xFF >> ((pixels - 1) % 8 + 1)),
+                         _mm_cvtsi32_si128(int((pixels - 1) / 8 * 8)));
+}
+
 // Rows of at most 16 bytes once they are enlarged, in one register. A single row is made sooner by
 // the table.
 template <size_t factor>
 inline void enlarge_few_bits(const ScaledRows &all) {
     const size_t bytes = (all.pixels + 7) / 8, enlarged = (all.pixels * factor + 7) / 8;
-    const V16 behind = _mm_sll_epi64(_mm_cvtsi32_si128(0xFF >> ((all.pixels - 1) % 8 + 1)),
-                                     _mm_cvtsi32_si128(int(8 * (bytes - 1))));
+    const V16 behind = bits_behind(all.pixels);
     each_row(all, [=](uint8_t *destination, const uint8_t *source) {
         V16 bits = without(behind, load_few(source, bytes));
         for (size_t made = 1; made < factor; made *= 2)
@@ -207,6 +215,16 @@ inline V halve_words(V bits) {
 }
 #endif
 
+// Every fourth bit of each number of 32 bits, as a byte in it. Of the four bits in a word the
+// product has one copy each at bits 19 to 16, in their order, and all others apart from these.
+template <class V>
+inline V quarter_numbers(V bits) {
+    constexpr int together = 1 << (19 - 7) | 1 << (18 - 3) | 1 << (17 - 15) | 1 << (16 - 11);
+    const V nibbles =
+        multiply_high_u16(bits & repeat_u8<V>(0x88), repeat_u16<V>(together)) & repeat_u16<V>(0x0F);
+    return sum_products_i16(nibbles, repeat_u32<V>(0x0001'0010));
+}
+
 // Units are bytes of the destination.
 template <class V, size_t factor>
 struct ReduceBits {
@@ -216,6 +234,10 @@ struct ReduceBits {
     Loaded load(const uint8_t *source) const {
         if constexpr (factor == 1) {
             return simd::load<V>(source);
+        } else if constexpr (factor % 4 == 0) {
+            return pack_i16_to_u8_in_lanes(
+                pack_i32_to_i16_in_lanes(quarter<0>(source), quarter<1>(source)),
+                pack_i32_to_i16_in_lanes(quarter<2>(source), quarter<3>(source)));
         } else {
             const ReduceBits<V, factor / 2> half;
             const V first = half.load(source);
@@ -224,6 +246,18 @@ struct ReduceBits {
         }
     }
     void store(uint8_t *destination, V bits) const { simd::store(destination, bits); }
+
+private:
+    // A quarter of each lane.
+    template <size_t number>
+    static V quarter(const uint8_t *source) {
+        static_assert(factor == 4 || lanes<V> == 1);
+        if constexpr (factor == 4)
+            return quarter_numbers(load_lanes<V>(source + 16 * number, 64));
+        else
+            return quarter_numbers(
+                ReduceBits<V, factor / 4>().load(source + factor / 4 * sizeof(V) * number));
+    }
 };
 
 // Eight pixels at a time from their places, and what is left over in a last byte.
@@ -251,9 +285,10 @@ inline constexpr size_t last_bit_reduce_step = 4;
 template <size_t factor>
 inline constexpr bool has_bit_reduce_step = true;
 #else
-inline constexpr size_t last_bit_reduce_step = 8;
+inline constexpr size_t last_bit_reduce_step = 16;
 template <size_t factor>
-inline constexpr bool has_bit_reduce_step = factor == 2 || factor == 4 || factor == 8;
+inline constexpr bool has_bit_reduce_step =
+    factor == 2 || factor == 4 || factor == 8 || factor == 16;
 #endif
 
 // Without steps of a factor's own.
@@ -265,11 +300,17 @@ inline void reduce_bits_apart(uint8_t *destination, const uint8_t *source, size_
         return reduce_bits_in_one_piece<V>(destination, source, pixels, factor);
     if (factor > 8 && factor <= largest_planned_factor) {
         const size_t made = reduce_bits_by_plan<V>(destination, source, pixels / 8, factor);
+#else
+    if (factor > 2 && factor <= largest_planned_factor) {
+        if (factor % 8 != 0 && reduce_in_groups(destination, source, pixels, factor))
+            return;
+        const size_t made =
+            factor % 8 != 0 ? 0 : reduce_to_first_bits(destination, source, pixels / 8, factor);
+#endif
         destination += made;
         source += factor * made;
         pixels -= 8 * factor * made;
     }
-#endif
     gather_bits(destination, source, pixels, factor);
 }
 
@@ -299,8 +340,29 @@ inline void reduce_bits_by(uint8_t *destination, const uint8_t *source, size_t p
                          factor);
 }
 
+// Rows of at most 16 bytes in one register.
+template <size_t factor>
+inline void reduce_few_bits(const ScaledRows &all) {
+    const size_t bytes = (all.pixels + 7) / 8, pixels = (all.pixels + factor - 1) / factor;
+    const size_t reduced = (pixels + 7) / 8;
+    const V16 behind = bits_behind(pixels);
+    each_row(all, [=](uint8_t *destination, const uint8_t *source) {
+        const V16 row = load_few(source, bytes);
+        V16 words;
+        if constexpr (factor == 2)
+            words = halve_words(row);
+        else
+            words = pack_i32_to_i16_in_lanes(quarter_numbers(row), zero<V16>());
+        store_few(destination, without(behind, pack_i16_to_u8_in_lanes(words, zero<V16>())),
+                  reduced);
+    });
+}
+
 template <class V, size_t factor>
 inline void reduce_bit_rows_by(const ScaledRows &all) {
+    if constexpr (factor == 2 || factor == 4)
+        if (all.rows > 1 && all.pixels != 0 && all.pixels <= 128)
+            return reduce_few_bits<factor>(all);
     each_row(all, [&](uint8_t *destination, const uint8_t *source) {
         reduce_bits_by<V, factor>(destination, source, all.pixels);
     });
@@ -318,9 +380,14 @@ inline void enlarge_bit_row(uint8_t *destination, const uint8_t *source, size_t 
         rows.bit_to_byte(destination, source, pixels, 0xFF);
     else if (factor <= 16)
         enlarge_by_table(destination, source, pixels, factor, bytes_enlarged_to_16[factor]);
-#ifdef __SSE4_1__
+#ifdef __AVX2__
     else if (factor <= largest_planned_factor)
-        enlarge_bits_by_plan<typename ByLanes<V>::Vector>(destination, source, pixels, factor);
+        enlarge_bits_by_plan(destination, source, pixels, factor);
+#else
+    else if (factor <= 32)
+        enlarge_by_halves(destination, source, pixels, factor, halves_enlarged_to_16[factor]);
+    else if (factor <= largest_planned_factor)
+        enlarge_by_halves(destination, source, pixels, factor, halves_enlarged_to_24[factor]);
 #endif
     else
         enlarge_bits_in_runs<V>(destination, source, pixels, factor);

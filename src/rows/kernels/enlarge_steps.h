@@ -258,6 +258,13 @@ inline void enlarge_few_pixels(const ScaledRows &all) {
 
 template <class V, class Pixel>
 void enlarge_each_in_runs(const ScaledRows &all) {
+    // Stores of 32 bytes that begin anywhere touch two cache lines half of the time: only where
+    // they are fewer.
+    if constexpr (sizeof(V) > sizeof(V16)) {
+        const size_t run_bytes = Pixel::bytes * all.factor;
+        if (run_bytes <= 16 || (run_bytes > 32 && run_bytes <= 48))
+            return enlarge_each_in_runs<V16, Pixel>(all);
+    }
     each_row(all, [&](uint8_t *destination, const uint8_t *source) {
         enlarge_in_runs<V, Pixel>(destination, source, all.pixels, all.factor);
     });

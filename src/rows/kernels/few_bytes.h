@@ -75,9 +75,10 @@ private:
     V16 begin_, end_;
 };
 
-// Calls work with what moves so many bytes, 1 to 16.
+// Calls work with what moves so many bytes, 1 to 16. In a function of its own what is loaded would
+// come back through memory.
 template <class Work>
-inline void with_few_bytes(size_t bytes, Work work) {
+[[gnu::always_inline]] inline void with_few_bytes(size_t bytes, Work work) {
     if (bytes >= 8)
         work(FewBytes<std::uint64_t>(bytes));
     else if (bytes >= 4)

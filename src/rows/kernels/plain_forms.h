@@ -119,9 +119,9 @@ private:
     V vectors_[3];
 };
 
-// Fills of so many bytes are stored in other ways: more than the caches of a core hold, and more
-// than nearly all last caches do.
-constexpr size_t fewest_past_core = 1 << 20, fewest_past_caches = 24 << 20;
+// Fills of so many bytes, more than the caches of a core hold, are stored in another way, and again
+// in another from fewest_past_caches on.
+constexpr size_t fewest_past_core = 1 << 20;
 
 // As many blocks as begin before the last one, which may lie over the end of them; returns where
 // they end.

@@ -22,17 +22,36 @@ namespace {
 
 // --- pixel by pixel -----------------------------------------------------------------------------
 
+// Pixels of two bytes the compiler puts together in vectors where it sees bytes, which is as good
+// as moving numbers for all others, except with the long vectors that it takes at AVX-512.
+#ifdef __AVX512VBMI__
+template <class Pixel>
+inline constexpr bool moves_as_number = !std::is_same_v<Pixel, Swapped>;
+#else
+template <class Pixel>
+inline constexpr bool moves_as_number = !std::is_same_v<Pixel, Swapped> && Pixel::bytes != 2;
+#endif
+
 template <class Pixel>
 void reduce_in_moves(uint8_t *destination, const uint8_t *source, size_t groups, size_t factor) {
-    std::array<size_t, Pixel::bytes> places;
-    for (size_t i = 0; i < Pixel::bytes; ++i)
-        places[i] = Pixel::in_group(i, factor);
-    for (; groups != 0; --groups, destination += Pixel::bytes, source += Pixel::bytes * factor)
-        if constexpr (std::is_same_v<Pixel, Plain<3>>) // as a number, as below
-            std::memcpy(destination, source, Pixel::bytes);
-        else
+    if constexpr (moves_as_number<Pixel>) {
+#pragma GCC unroll 4
+        for (; groups != 0; --groups, destination += Pixel::bytes, source += Pixel::bytes * factor)
+            if constexpr (Pixel::bytes == 1) {
+                uint8_t pixel = *source;
+                __asm__("" : "+q"(pixel)); // single bytes it would put together, and take longer
+                *destination = pixel;
+            } else {
+                std::memcpy(destination, source, Pixel::bytes);
+            }
+    } else {
+        std::array<size_t, Pixel::bytes> places;
+        for (size_t i = 0; i < Pixel::bytes; ++i)
+            places[i] = Pixel::in_group(i, factor);
+        for (; groups != 0; --groups, destination += Pixel::bytes, source += Pixel::bytes * factor)
             for (size_t i = 0; i < Pixel::bytes; ++i)
                 destination[i] = source[places[i]];
+    }
 }
 
 // --- small factors ------------------------------------------------------------------------------
@@ -104,6 +123,33 @@ private:
          ...);
     }
 };
+
+// Every other pixel of two vectors, where one instruction finds them in both.
+template <class V>
+inline V every_other(Plain<1>, V a, V b) {
+    const V even = repeat_u16<V>(0x00FF);
+    return pack_i16_to_u8_in_lanes(a & even, b & even);
+}
+template <class V>
+inline V every_other(Plain<4>, V a, V b) {
+    return even_u32_in_lanes(a, b);
+}
+
+template <class V, class Pixel>
+struct ReduceByHalf {
+    static constexpr size_t units = sizeof(V) / Pixel::bytes;
+    static constexpr size_t source_bytes = 2 * Pixel::bytes, destination_bytes = Pixel::bytes;
+    using Loaded = V;
+
+    Loaded load(const uint8_t *source) const {
+        return every_other(Pixel(), load_lanes<V>(source, 32), load_lanes<V>(source + 16, 32));
+    }
+    void store(uint8_t *destination, V pixels) const { simd::store(destination, pixels); }
+};
+template <class V>
+struct ReduceStep<V, Plain<1>, 2> : ReduceByHalf<V, Plain<1>> {};
+template <class V>
+struct ReduceStep<V, Plain<4>, 2> : ReduceByHalf<V, Plain<4>> {};
 
 #else
 
