@@ -59,9 +59,10 @@ inline int parts_of_time() {
 }
 
 // Takes samples in turns for about `budget` seconds, at least five of each, or two in a part of the
-// time.
+// time. Warm: each sample's first run is not counted, which finds in the cache what the other one
+// has left there.
 template <class Job, class Reference>
-PairedTime time_paired(Job job, Reference reference, double budget) {
+PairedTime time_paired(Job job, Reference reference, double budget, bool warm = false) {
     const int parts = parts_of_time();
     const int fewest_samples = parts > 1 ? 2 : 5;
     const int job_repeats = repeats_per_sample(job);
@@ -70,7 +71,11 @@ PairedTime time_paired(Job job, Reference reference, double budget) {
     PairedTime best{1e9, 1e9};
     const double end = seconds() + budget / parts;
     for (int sample = 0; sample < fewest_samples || seconds() < end; ++sample) {
+        if (warm)
+            job();
         best.job = std::min(best.job, time_of(job, job_repeats));
+        if (warm)
+            reference();
         best.reference = std::min(best.reference, time_of(reference, reference_repeats));
     }
     return best;

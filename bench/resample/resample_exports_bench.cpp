@@ -1,11 +1,14 @@
 // Resampling as the DLL exports it: buffers beside the same method on plain memory (vcResampleEx),
 // the cost of a pixel over sizes of pictures, and frames per second.
+//
+//     resample_exports_bench [parts of jobs' names]    of buffers, and nothing else
 #include "bench/buffers/printing.h"
 #include "bench/buffers/priority_calls.h"
 #include "bench/timing.h"
 
 #include <q32base.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -111,19 +114,27 @@ struct Scaling {
     SIZE source, destination;
 };
 constexpr Scaling scalings[] = {
-    {{512, 512}, {1024, 1024}},   {{1600, 1200}, {4000, 3000}}, {{1280, 1280}, {512, 512}},
-    {{4000, 3000}, {1600, 1200}}, {{4000, 3000}, {400, 300}},
+    {{512, 512}, {1024, 1024}}, {{1600, 1200}, {4000, 3000}}, {{640, 640}, {640, 640}},
+    {{1024, 1024}, {512, 512}}, {{1280, 1280}, {512, 512}},   {{4000, 3000}, {1600, 1200}},
+    {{1200, 1200}, {120, 120}}, {{4000, 3000}, {400, 300}},
 };
 
-void beside_plain_memory(const Scaling &scaling, int bits, const Method &method) {
+using Parts = std::vector<std::string>;
+
+void beside_plain_memory(const Scaling &scaling, int bits, const Method &method,
+                         const Parts &parts) {
+    const std::string job = name_of(scaling.source) + " to " + name_of(scaling.destination) + ", " +
+                            std::to_string(bits) + " bits, " + method.name;
+    if (!parts.empty() && std::none_of(parts.begin(), parts.end(), [&](const std::string &part) {
+            return job.find(part) != std::string::npos;
+        }))
+        return;
     Frames frames(scaling.source, scaling.destination, bits, method.number);
     Buffer source(scaling.source, bits), destination(scaling.destination, bits);
     source.fill(frames.source_pixels(), scaling.source);
     const PairedTime time =
         time_paired([&] { resample(source, destination, scaling.destination, method.number); },
-                    [&] { frames.next(); }, budget);
-    const std::string job = name_of(scaling.source) + " to " + name_of(scaling.destination) + ", " +
-                            std::to_string(bits) + " bits, " + method.name;
+                    [&] { frames.next(); }, budget, true);
     print(job.c_str(), time.job * 1e9 / pixels_of(scaling.destination), "ns/pixel", "plain memory",
           time.ratio());
 }
@@ -157,7 +168,8 @@ void frames_per_second(const Method &method, int bits) {
 
 } // namespace
 
-int main() {
+int main(int argc, char **argv) {
+    const Parts parts(argv + 1, argv + argc);
     std::printf("Buffers beside plain memory, without the calls that raise the thread's priority; "
                 "the least of\nmany samples taken in turns\n\n");
     const NoPriorityCalls without("Q32BASE.DLL");
@@ -165,7 +177,9 @@ int main() {
     for (const int bits : {24, 8})
         for (const Method &method : methods)
             for (const Scaling &scaling : scalings)
-                beside_plain_memory(scaling, bits, method);
+                beside_plain_memory(scaling, bits, method, parts);
+    if (!parts.empty())
+        return 0;
     std::printf("\nThe cost of a pixel over the size of the picture, 24 bits\n");
     for (const Method &method : methods)
         curve(method);

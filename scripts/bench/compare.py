@@ -24,8 +24,8 @@ def middle_of(samples):
 
 def control_of(old, new, job):
     """How the others of the row changed."""
-    before = {(times.kind, times.name): times for times in old.jobs[job] if times.kind != "ours"}
-    after = {(times.kind, times.name): times for times in new.jobs[job] if times.kind != "ours"}
+    before, after = ({(times.kind, times.name): times for times in figures.jobs[job]
+                      if times.kind in ("memcpy", "peer")} for figures in (old, new))  # fmt: skip
     changes = [middle_of(after[name].samples) / middle_of(before[name].samples)
                for name in before if name in after]  # fmt: skip
     return statistics.median(changes) if changes else 1.0

@@ -5,8 +5,9 @@
     others   how many processors other work took, on the average
     time     program  job  pixels  kind  name  note  unit  samples with spaces between them
 
-Kinds are memcpy (and other references), ours and peer. Each pass over the programs adds its samples
-in lines of its own (bench/peers/figures.h writes such lines, too)."""
+Kinds are memcpy (and other work of the system), ours, peer, and beside: work of ours too, which a job is
+measured beside at the level that the note names. Each pass over the programs adds its samples in lines
+of its own (bench/peers/figures.h writes such lines, too)."""
 
 import collections
 import pathlib
@@ -33,7 +34,7 @@ class Figures:
         """Later passes add to the samples of the first."""
         known = self.jobs.setdefault(job, [])
         for place, other in enumerate(known):
-            if (other.kind, other.name) == (times.kind, times.name):
+            if other[:3] == times[:3]:
                 known[place] = other._replace(samples=other.samples + times.samples)
                 return
         known.append(times)

@@ -26,8 +26,9 @@ programs, of processor time, on one core. Kernels are measured in 64 bits on the
 libraries are; *calls of the DLL* and *buffers* are those of the 32-bit DLL under Wine, without the calls
 that raise the thread's priority. A ratio below 1 says that ours is faster; it is the median of the ratios
 of all rounds. *Limit* is what `memcpy` takes for the same traffic, half of the bytes read and written, in
-the same rounds, or what is named behind it. *Spread* is how far the middle half of the ratios lies apart,
-as a part of their median; of rows without a peer, of the times. Peers marked * leave other bytes than
+the same rounds, or what is named behind it; behind *plain memory* ratios are to the same work of ours on
+that. *Spread* is how far the middle half of the ratios lies apart, as a part of their median; where there
+are none, of the times. Peers marked * leave other bytes than
 ours: they round otherwise, use another matrix or kernel, or do a smaller job; those marked + ran in a
 process of their own.
 
@@ -97,7 +98,7 @@ def told_of_run(figures):
 def bars_of(lines, best):
     groups = {}
     for line in lines:
-        if line.best_ratio is not None:
+        if line.peer is not None:
             rows = groups.setdefault(line.work.group, {})
             ratios = (line.avx2_ratio, line.best_ratio if best != "AVX2" else None)
             rows.setdefault(line.work.title, {})[line.work.place] = ratios

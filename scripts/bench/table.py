@@ -9,7 +9,8 @@ from .works import WORKS
 SETS = ["scalar", "sse2", "sse41", "avx2", "avx512"]  # slowest first
 NAMES = {"scalar": "plain", "sse2": "SSE2", "sse41": "SSE4.1", "avx2": "AVX2", "avx512": "AVX-512"}
 
-# Medians of times, and of our times for each of the best peer's; None is what there is not.
+# Medians of times, and of our times for each of the best peer's or of what they were measured beside; None
+# is what there is not.
 Line = collections.namedtuple(
     "Line", "work unit avx2 best peer avx2_ratio best_ratio limit limit_name spread peer_name note")
 
@@ -29,6 +30,12 @@ def best_peer(figures, work, ours):
     peers = [times for job in jobs if job for times in figures.of(Job(*job), "peer")
              if times.unit == ours.unit]  # fmt: skip
     return min(peers, key=lambda times: statistics.median(times.samples), default=None)
+
+
+def rival_of(figures, job, peer, ours):
+    """What the ratio of a time of ours is to: the best peer, or our own work that it was measured beside."""
+    own = (times for times in figures.of(job, "beside") if times.note == ours.name)
+    return peer or next(own, None)
 
 
 def named(peer, versions):
@@ -55,18 +62,19 @@ def line_of(figures, work):
         return None
     has_avx2 = SETS.index(level) >= SETS.index("avx2")
     avx2 = form_at(figures.of(job, "ours"), "avx2") if has_avx2 else None
-    limit = next(iter(figures.of(job, "memcpy")), None)
     ours = [avx2, best] if avx2 else [best]
     peer = best_peer(figures, work, best)
-    rounds = [ratios(times, peer) if peer else times.samples for times in ours]
+    rivals = [rival_of(figures, job, peer, times) for times in ours]
+    limit = next(iter(figures.of(job, "memcpy")), rivals[-1] if not peer else None)
+    rounds = [ratios(times, rival) if rival else times.samples for times, rival in zip(ours, rivals)]
     spreads = [values if len(values) > 1 else times.samples for values, times in zip(rounds, ours)]
 
     def middle(times):
         return statistics.median(times.samples) if times else None
 
     return Line(work, best.unit, middle(avx2), middle(best), middle(peer),
-                statistics.median(rounds[0]) if peer and avx2 else None,
-                statistics.median(rounds[-1]) if peer else None,
+                statistics.median(rounds[0]) if rivals[0] and avx2 else None,
+                statistics.median(rounds[-1]) if rivals[-1] else None,
                 middle(limit), limit.name if limit else "",
                 max(map(spread, spreads)),
                 named(peer, figures.versions) if peer else "", peer.note if peer else "")  # fmt: skip
@@ -91,7 +99,8 @@ def table(figures, works=WORKS):
     best = NAMES.get(figures.level, "best")
     yield "Nanoseconds for each pixel, medians of samples taken turn by turn; kernels in 64 bits, calls of the"
     yield "DLL in 32. limit: memcpy of the same traffic, or what is in brackets. spread: of the middle half of"
-    yield "the ratios, or of the times where there is no peer. * bytes differ from ours; + another process."
+    yield "the ratios, or of the times where there is none. * bytes differ from ours; + another process."
+    yield "Where plain memory is in brackets, ratios are to the same work of ours on it."
     yield from remark(figures)
     group, lines = None, lines_of(figures, works)
     for line in lines:
@@ -129,6 +138,7 @@ def row(line):
 def standings(lines, best):
     """Of each level that has a peer anywhere: its name, in how many rows, the ratio in the middle of
     them, and (ratio, line) where a peer is ahead, the furthest first."""
+    lines = [line for line in lines if line.peer is not None]
     columns = {"AVX2": [(line.avx2_ratio, line) for line in lines],
                best: [(line.best_ratio, line) for line in lines]}  # fmt: skip
     for name, column in columns.items():

@@ -40,6 +40,15 @@ def rectangles():
                        ("buffers_peers", f"{peer} {square}", side * side))  # fmt: skip
 
 
+def buffer_scalings():
+    for method in ("nearest", "bilinear", "bicubic"):
+        for bits in (8, 24):
+            for words, sizes in (("to twice the size", "512 x 512 to 1024 x 1024"),
+                                 ("2.5 times down", "1280 x 1280 to 512 x 512")):  # fmt: skip
+                yield Work("Scaling buffers", f"{method}, {bits} bits, {words}", "cache",
+                           "resample_exports_bench", f"{sizes}, {bits} bits, {method}", 0)  # fmt: skip
+
+
 ROWS = "Rows of pixels"
 MERGING = "Merging, 24 bits"
 COLOURS = "Colour spaces"
@@ -89,10 +98,13 @@ WORKS = [
           ("high colour, dithered, gamma", "high colour, gamma"),
           ("high colour, dithered", "high colour")),
     *rectangles(),
+    *buffer_scalings(),
     *(Work("Calls of the DLL", title, "cache", program, job, 0) for title, program, job in (
         ("merge with mask", "merge_exports_bench", "512 x 512 i32MergeEx, normal"),
         ("merge, no mask, 40 percent", "merge_exports_bench", "512 x 512 i32MergeEx, normal, no mask"),
         ("merge of buffers", "merge_exports_bench", "512 x 512 i32MergeBufToBuf, normal"),
+        ("merge of buffers moved by 5", "merge_exports_bench", "512 x 512 i32MergeBufToBuf at 5, 5"),
+        ("merge of buffers moved by 50", "merge_exports_bench", "512 x 512 i32MergeBufToBuf at 50, 50"),
         ("merge of a buffer into memory", "merge_exports_bench", "512 x 512 i32MergeBufToRam, normal"),
         ("RGB to plates, rows", "separation_bench", "rows of pixels to plates"),
         ("plates to RGB, rows", "separation_bench", "rows of plates to pixels"),

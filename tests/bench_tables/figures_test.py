@@ -33,6 +33,10 @@ OTHERS = """\
 time\tqueues_bench\tmessage\t0\tours\tavx2\t\tns\t450
 time\tqueues_bench\tmessage\t0\tours\tavx512\t\tns\t400
 time\tqueues_bench\tmessage\t0\tmemcpy\tits allocations\t\tns\t300
+time\tmerge_exports_bench\tmerge\t0\tours\tavx2\t\tns/pixel\t0.4
+time\tmerge_exports_bench\tmerge\t0\tbeside\tplain memory\tavx2\tns/pixel\t0.2
+time\tmerge_exports_bench\tmerge\t0\tours\tavx512\t\tns/pixel\t0.3
+time\tmerge_exports_bench\tmerge\t0\tbeside\tplain memory\tavx512\tns/pixel\t0.1
 time\trectangles_bench\tread\t0\tours\tavx512\t\tns/pixel\t0.6
 time\trectangles_bench\tread\t0\tours\tavx2\t\tns/pixel\t0.75
 time\tbuffers_peers\tread\t9\tpeer\tGEGL buffer\tanother process\tns/pixel\t0.5
@@ -43,6 +47,7 @@ ROWS = [
     Work("Rows", "not there", "cache", "rows_peers", "nothing", 100),
     Work("Calls", "read", "memory", "rectangles_bench", "read", 0, ("buffers_peers", "read", 9)),
     Work("Calls", "message", "cache", "queues_bench", "message", 0),
+    Work("Calls", "merge", "cache", "merge_exports_bench", "merge", 0),
 ]
 TABLE = """\
 Other work took 1.2 of the processors meanwhile: what is near 1 or spread says little.
@@ -53,6 +58,7 @@ Rows                                            AVX2  AVX-512     peer  AVX2/pee
 Calls                                           AVX2  AVX-512     peer  AVX2/peer  best/peer   limit  spread  best peer
   read, memory                                 0.750    0.600    0.500       1.50       1.20             0 %  GEGL buffer +
   message (ns)                                 450.0    400.0                                  300.0     0 %  [its allocations]
+  merge                                        0.400    0.300                2.00       3.00   0.100     0 %  [plain memory]
 
 AVX2: 2 rows with a peer, 1.00 of its time in the middle, 1 where it is ahead
     1.50  calls: read, memory
@@ -84,6 +90,7 @@ class Reading(unittest.TestCase):
                          ("2026-11-03T12:00:00+00:00", "a" * 16, False, "avx512", 1.25))  # fmt: skip
         self.assertEqual(read.versions, {"OpenCV": "4.6.0"})
         self.assertEqual(list(read.jobs), [Job("rows_peers", "fill", 100), Job("queues_bench", "message", 0),
+                                           Job("merge_exports_bench", "merge", 0),
                                            Job("rectangles_bench", "read", 0),
                                            Job("buffers_peers", "read", 9)])  # fmt: skip
         self.assertEqual(read.of(Job("rows_peers", "fill", 100), "ours"),
@@ -126,6 +133,12 @@ class UnderWine(unittest.TestCase):
             "time\tqueues_bench\tthe same, for each call\t0\tours\tavx2\t\tns\t333.5\n",
         ])  # fmt: skip
 
+    def test_lines_beside_work_of_ours(self):
+        self.assertEqual(list(measuring.lines_of("merge_bench", "avx2", "merge  3.000 ns/pixel  1.50 x plain memory\n")), [
+            "time\tmerge_bench\tmerge\t0\tours\tavx2\t\tns/pixel\t3\n",
+            "time\tmerge_bench\tmerge\t0\tbeside\tplain memory\tavx2\tns/pixel\t2\n",
+        ])  # fmt: skip
+
     def test_lines_of_both_editions(self):
         rounds = {"win32": [rows_of("title\nfill 1.500 ns/pixel 3.00 x memcpy\ncall 5.000 ns\ncall 8.000 ns\n"),
                             rows_of("title\nfill 1.600 ns/pixel 2.00 x memcpy\ncall 6.000 ns\ncall 9.000 ns\n")],
@@ -143,7 +156,7 @@ class UnderWine(unittest.TestCase):
 class Table(unittest.TestCase):
     def test_all_of_it(self):
         lines = list(table.table(figures.read(HEAD + PASS + OTHERS), ROWS))
-        self.assertEqual("\n".join(lines[3:]) + "\n", TABLE)
+        self.assertEqual("\n".join(lines[4:]) + "\n", TABLE)
 
     def test_avx2_runs_the_form_below_where_it_has_none(self):
         read = figures.read(HEAD + PASS)
@@ -202,6 +215,12 @@ class Compare(unittest.TestCase):
         self.assertEqual(self.verdict(quiet, slow, ((1.0, 1.0, 1.0), (1.2, 1.2, 1.2))), "the same")
         self.assertEqual(self.verdict(quiet, quiet, ((1.0, 1.0, 1.0), (1.2, 1.2, 1.2))), "the same")
 
+    def test_work_of_ours_is_no_control(self):
+        files = [file_of(("ours", "avx2", list(samples)), ("beside", "plain memory", list(samples)))
+                 for samples in ((1.0, 1.01, 0.99), (1.2, 1.21, 1.19))]  # fmt: skip
+        (change,) = compare.changes(*files)
+        self.assertEqual((change.corrected, change.verdict), (change.change, "slower"))
+
     def test_the_report(self):
         old = file_of(("ours", "avx2", [1.0]), ("ours", "avx512", [0.5]), ("peer", "OpenCV", [2.0]))
         new = file_of(("ours", "avx2", [1.0]), ("ours", "avx512", [0.25]), ("peer", "OpenCV", [2.0]),
@@ -220,7 +239,7 @@ work, 7 pixels, AVX-512                                       0.500    0.250    
     def test_jobs_of_one_file_are_counted(self):
         lines = list(compare.report(figures.read(HEAD + PASS), figures.read(HEAD + OTHERS)))
         self.assertEqual(lines[-2:], ["0 rows: 0 faster, 0 slower, 0 the same, 0 too noisy",
-                                      "1 jobs are in the old file only, 2 in the new one"])  # fmt: skip
+                                      "1 jobs are in the old file only, 3 in the new one"])  # fmt: skip
 
 
 LEVELS = """\
@@ -284,9 +303,10 @@ class Page(unittest.TestCase):
 
     def test_table_and_words(self):
         lines = table.lines_of(figures.read(HEAD + PASS + OTHERS), ROWS)
-        self.assertEqual(list(page.table(lines, "AVX-512"))[3:4] + list(page.table(lines, "AVX-512"))[-1:], [
+        self.assertEqual(list(page.table(lines, "AVX-512"))[3:4] + list(page.table(lines, "AVX-512"))[-2:], [
             "| fill | cache | 2.100 | 1.050 | 4.200 | 0.50 | 0.25 | 1.000 | 0 % | OpenCV 4.6.0 setTo |",
             "| message (ns) | cache | 450.0 | 400.0 |  |  |  | 300.0 (its allocations) | 0 % |  |",
+            "| merge | cache | 0.400 | 0.300 |  | 2.00 | 3.00 | 0.100 (plain memory) | 0 % |  |",
         ])  # fmt: skip
         self.assertEqual(list(page.standing(lines, "AVX-512")), [
             "At AVX2 ours takes 1.00 of the best peer's time in the middle of 2 rows, and a peer is ahead in 1: "
