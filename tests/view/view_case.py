@@ -4,6 +4,8 @@ Views are saved as BMP, which is read fast.
 """
 
 import contextlib
+import os
+import signal
 import subprocess
 
 import pictures
@@ -75,6 +77,19 @@ class OpenLaboratory(OpenViewer):
         return super().do("laboratory", *steps)
 
 
+def end(process):
+    """Kills a program with all that it started: a child would keep the pipes open, and whoever
+    reads them would wait for ever. Returns what it had said until then.
+    """
+    with contextlib.suppress(ProcessLookupError):
+        os.killpg(process.pid, signal.SIGKILL)
+    try:
+        out, err = process.communicate(timeout=10)
+    except subprocess.TimeoutExpired as stuck:
+        out, err = stuck.stdout or b"", stuck.stderr or b""
+    return text(out), text(err)
+
+
 class ViewCase(ProgramCase):
     def start(self, command, *arguments):
         return subprocess.Popen(
@@ -84,18 +99,22 @@ class ViewCase(ProgramCase):
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
+            start_new_session=True,  # a group of its own, which end() can kill
         )
+
+    def finish(self, process):
+        """Waits for a program's end; returns its output and errors."""
+        try:
+            out, err = process.communicate(timeout=60)
+        except subprocess.TimeoutExpired:
+            self.fail(f"{process.args} does not end; it said {end(process)}")
+        return text(out), text(err)
 
     def run_to_end(self, command, *arguments):
         """Returns exit code, output, errors."""
         process = self.start(command, *arguments)
-        try:
-            out, err = process.communicate(timeout=60)
-        except subprocess.TimeoutExpired:
-            process.kill()
-            process.communicate()
-            raise
-        return process.returncode, text(out), text(err)
+        out, err = self.finish(process)
+        return process.returncode, out, err
 
     def run_program(self, command, *arguments):
         """Runs a program, which must succeed without a word of trouble; returns what it says."""
@@ -119,14 +138,12 @@ class ViewCase(ProgramCase):
             yield viewer
             if ended_with is None:
                 viewer.do("end")
-            out, err = process.communicate(timeout=60)
-            self.assertEqual((text(out), text(err)), ("", ""))
+            self.assertEqual(self.finish(process), ("", ""))
             if ended_with is not None:
                 self.assertEqual(process.returncode, ended_with)
         finally:
             if process.poll() is None:
-                process.kill()
-                process.communicate()
+                end(process)
 
     def refuse(self, code, *arguments, says):
         """Runs the viewer, which must fail with one line and leave nothing."""
