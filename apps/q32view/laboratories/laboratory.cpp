@@ -194,6 +194,7 @@ void Laboratory::Stage::create(HWND parent) {
     type.style = CS_HREDRAW | CS_VREDRAW;
     type.lpszClassName = L"Q32ViewStage";
     make(type, nullptr, WS_CHILD | WS_VISIBLE, 0, parent);
+    GetCursorPos(&pointer_);
 }
 
 LRESULT Laboratory::Stage::handle(UINT message, WPARAM wide, LPARAM param) {
@@ -206,11 +207,22 @@ LRESULT Laboratory::Stage::handle(UINT message, WPARAM wide, LPARAM param) {
         return 1;
     case WM_MOUSEMOVE:
         if (!Busy::is_anything())
-            owner_.handle_pointer({GET_X_LPARAM(param), GET_Y_LPARAM(param)});
+            take_pointer({GET_X_LPARAM(param), GET_Y_LPARAM(param)});
         return 0;
     default:
         return DefWindowProcW(window_, message, wide, param);
     }
+}
+
+// The system also tells of a pointer that rests, when windows come, go or are changed. What is said
+// of its place would hide what was said last, such as that the window has been saved.
+void Laboratory::Stage::take_pointer(POINT at) {
+    const Point inside = {at.x, at.y};
+    ClientToScreen(window_, &at);
+    if (at.x == pointer_.x && at.y == pointer_.y)
+        return;
+    pointer_ = at;
+    owner_.handle_pointer(inside);
 }
 
 void Laboratory::Stage::paint() {

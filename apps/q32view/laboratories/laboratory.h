@@ -84,7 +84,9 @@ private:
     private:
         LRESULT handle(UINT message, WPARAM wide, LPARAM param) override;
         void paint();
+        void take_pointer(POINT at);
         Laboratory &owner_;
+        POINT pointer_ = {}; // where it was last, on the screen
     };
 
     LRESULT handle_message(UINT message, WPARAM wide, LPARAM param) override;
