@@ -16,6 +16,7 @@ from view_case import (
     LABORATORY,
     LEFT,
     OpenLaboratory,
+    SAVE,
     SPACE,
     UP,
     USAGE,
@@ -177,6 +178,13 @@ class Merge(LaboratoryCase):
             x, y = 269, 320  # about the middle of the area for pictures
             said = laboratory.do(f"move:{x},{y}", "told:at ", "says")
         self.assertRegex(said[0], r"^at \d+,\d+: b 200 100 50, s 90 160 220, m 128: 135 81 46$")
+
+    def test_a_pointer_that_rests_leaves_what_is_said(self):
+        rests = "move:269,320"
+        with self.laboratory("merge", "--set", "mask=off") as laboratory:
+            laboratory.do(rests, "told:at ", f"command:{SAVE}", "told:saved as saved.bmp", rests)
+            self.assertEqual(laboratory.do("says"), ["saved as saved.bmp"])
+            laboratory.do("move:270,320", "told:at ")
 
     def test_bars_without_pictures(self):
         view = self.laboratory_view("merge", "--set", "mask=off", "--set", "mode=14")

@@ -57,28 +57,52 @@ int fail(const std::wstring &what) {
     return 1;
 }
 
+// Asks again and again, for as long as a user would wait.
+template <typename Is>
+bool wait_for(const Is &is) {
+    for (const DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
+        if (is())
+            return true;
+    return false;
+}
+
 BOOL CALLBACK take_frame(HWND window, LPARAM) {
     wchar_t name[40] = {};
-    DWORD owner = 0;
-    GetWindowThreadProcessId(window, &owner);
     GetClassNameW(window, name, 40);
-    if (std::wcscmp(name, main_class) == 0 && IsWindowVisible(window) &&
-        (process_id == 0 || owner == process_id))
+    if (std::wcscmp(name, main_class) == 0 && IsWindowVisible(window))
         main_window = window;
     return main_window == nullptr;
 }
 
+// Anew each time: a window that is seen while its program ends, or has no parts yet, is none.
 bool find_windows() {
-    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(20)) {
+    return wait_for([] {
+        main_window = canvas = status = nullptr;
         EnumWindows(take_frame, 0);
         if (main_window == nullptr)
-            continue;
+            return false;
         canvas = FindWindowExW(main_window, nullptr, canvas_class, nullptr);
         status = FindWindowExW(main_window, nullptr, L"msctls_statusbar32", nullptr);
-        if (canvas != nullptr && status != nullptr)
-            return true;
-    }
-    return false;
+        return canvas != nullptr && status != nullptr;
+    });
+}
+
+// For the message, when it has not come.
+BOOL CALLBACK list_window(HWND window, LPARAM list) {
+    wchar_t name[40] = {};
+    DWORD owner = 0;
+    GetWindowThreadProcessId(window, &owner);
+    GetClassNameW(window, name, 40);
+    *reinterpret_cast<std::wstring *>(list) += L" " + std::wstring(name) + L" of process " +
+                                               std::to_wstring(owner) +
+                                               (IsWindowVisible(window) ? L"," : L" (hidden),");
+    return TRUE;
+}
+
+std::wstring windows_that_are_there() {
+    std::wstring list;
+    EnumWindows(list_window, reinterpret_cast<LPARAM>(&list));
+    return list;
 }
 
 bool send(HWND window, UINT message, WPARAM wide = 0, LPARAM param = 0) {
@@ -128,6 +152,14 @@ bool drag(const std::vector<int> &values) {
            post(canvas, WM_LBUTTONUP, 0, MAKELPARAM(values[2], values[3]));
 }
 
+// The pointer itself goes there, too: the system tells of its place again whenever it likes.
+bool move(const std::vector<int> &values) {
+    POINT at = {values[0], values[1]};
+    ClientToScreen(canvas, &at);
+    return SetCursorPos(at.x, at.y) &&
+           post(canvas, WM_MOUSEMOVE, 0, MAKELPARAM(values[0], values[1]));
+}
+
 bool press_in_control(const std::vector<int> &values) {
     const HWND control = GetDlgItem(main_window, first_control + values[0]);
     const WPARAM key = static_cast<WPARAM>(values[1]);
@@ -152,16 +184,12 @@ bool print_text(HWND window) {
     return print_wide(text_of(window).c_str());
 }
 
-template <typename Is>
-bool wait_for(const Is &is) {
-    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
-        if (is())
-            return true;
-    return false;
-}
-
 bool wait_for_text(HWND window, const std::wstring &wanted) {
-    return wait_for([&] { return text_of(window).starts_with(wanted); });
+    std::wstring said;
+    const bool came = wait_for([&] { return (said = text_of(window)).starts_with(wanted); });
+    if (!came)
+        std::fprintf(stderr, "view_driver: it says \"%ls\"\n", said.c_str());
+    return came;
 }
 
 bool close() {
@@ -182,24 +210,29 @@ bool end() {
 bool keep(const std::wstring &names) {
     const size_t comma = names.find(L',');
     const std::wstring from = names.substr(0, comma), to = names.substr(comma + 1);
-    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10))
-        if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING))
-            return true;
-    return false;
+    return wait_for(
+        [&] { return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != 0; });
 }
 
-// The window in front gets keys where it looks for them.
+// The window in front gets keys where it looks for them. What the display has to tell of that may
+// come later, and would then take keys away or let them go: so the window has to stay in front.
 bool bring_to_front() {
+    constexpr DWORD settled = 300; // milliseconds
     const DWORD thread = GetWindowThreadProcessId(main_window, nullptr);
-    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10)) {
+    DWORD since = GetTickCount();
+    return wait_for([&] {
         GUITHREADINFO info = {};
         info.cbSize = sizeof info;
-        if (GetForegroundWindow() == main_window && GetGUIThreadInfo(thread, &info) &&
-            (info.hwndFocus == main_window || (info.flags & GUI_INMENUMODE) != 0))
-            return true;
+        const bool is_in_front =
+            send(main_window, WM_NULL) && GetForegroundWindow() == main_window &&
+            GetGUIThreadInfo(thread, &info) &&
+            (info.hwndFocus == main_window || (info.flags & GUI_INMENUMODE) != 0);
+        if (is_in_front)
+            return GetTickCount() - since >= settled;
         SetForegroundWindow(main_window);
-    }
-    return false;
+        since = GetTickCount();
+        return false;
+    });
 }
 
 // Keys as they come from a keyboard.
@@ -251,14 +284,12 @@ bool save_clipboard(const std::wstring &path) {
 
 // Real keys come after what is posted: waits until what they do is to be seen.
 bool wait_for_frame(const std::wstring &wanted) {
-    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(10)) {
+    return wait_for([&] {
         const bool caption = (GetWindowLongW(main_window, GWL_STYLE) & WS_CAPTION) != 0;
         const bool line = IsWindowVisible(status) != 0;
-        if (send(main_window, WM_NULL) &&
-            (caption ? L"frame," : L"none,") + std::wstring(line ? L"line" : L"none") == wanted)
-            return true;
-    }
-    return false;
+        return send(main_window, WM_NULL) &&
+               (caption ? L"frame," : L"none,") + std::wstring(line ? L"line" : L"none") == wanted;
+    });
 }
 
 // What the status bar says of the picture. It writes its text into the memory of its own process.
@@ -268,11 +299,11 @@ bool wait_for_picture_text(const std::wstring &wanted) {
     const HANDLE process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ, FALSE, process_id);
     void *there =
         VirtualAllocEx(process, nullptr, sizeof text, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
-    bool found = false;
-    for (DWORD start = GetTickCount(); !found && GetTickCount() - start < patience; Sleep(10))
-        found = send(status, SB_GETTEXTW, picture_part, reinterpret_cast<LPARAM>(there)) &&
-                ReadProcessMemory(process, there, text, sizeof text - sizeof *text, nullptr) &&
-                text == wanted;
+    const bool found = wait_for([&] {
+        return send(status, SB_GETTEXTW, picture_part, reinterpret_cast<LPARAM>(there)) &&
+               ReadProcessMemory(process, there, text, sizeof text - sizeof *text, nullptr) &&
+               text == wanted;
+    });
     VirtualFreeEx(process, there, 0, MEM_RELEASE);
     CloseHandle(process);
     return found;
@@ -290,17 +321,21 @@ BOOL CALLBACK take_dialog(HWND window, LPARAM) {
     return dialog == nullptr;
 }
 
-bool use_dialog(const std::wstring &file) {
-    constexpr int name_field = 0x47C; // cmb13 of dlgs.h
-    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(20)) {
+bool dialog_comes() {
+    return wait_for([] {
         dialog = nullptr;
         EnumWindows(take_dialog, 0);
-        const HWND field = dialog != nullptr ? GetDlgItem(dialog, name_field) : nullptr;
-        if (field != nullptr)
-            return send(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(file.c_str())) &&
-                   post(dialog, WM_COMMAND, IDOK, 0);
-    }
-    return false;
+        return dialog != nullptr;
+    });
+}
+
+bool use_dialog(const std::wstring &file) {
+    constexpr int name_field = 0x47C; // cmb13 of dlgs.h
+    HWND field = nullptr;
+    return dialog_comes() &&
+           wait_for([&] { return (field = GetDlgItem(dialog, name_field)) != nullptr; }) &&
+           send(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(file.c_str())) &&
+           post(dialog, WM_COMMAND, IDOK, 0);
 }
 
 BOOL CALLBACK print_child(HWND window, LPARAM) {
@@ -312,15 +347,10 @@ BOOL CALLBACK print_child(HWND window, LPARAM) {
 }
 
 bool answer() {
-    for (DWORD start = GetTickCount(); GetTickCount() - start < patience; Sleep(20)) {
-        dialog = nullptr;
-        EnumWindows(take_dialog, 0);
-        if (dialog == nullptr)
-            continue;
-        EnumChildWindows(dialog, print_child, 0);
-        return post(dialog, WM_COMMAND, IDOK, 0);
-    }
-    return false;
+    if (!dialog_comes())
+        return false;
+    EnumChildWindows(dialog, print_child, 0);
+    return post(dialog, WM_COMMAND, IDOK, 0);
 }
 
 bool take_step(const std::wstring &word, const std::wstring &value) {
@@ -376,7 +406,7 @@ bool take_step(const std::wstring &word, const std::wstring &value) {
     if (word == L"drag")
         return drag(list);
     if (word == L"move")
-        return post(canvas, WM_MOUSEMOVE, 0, MAKELPARAM(list[0], list[1]));
+        return move(list);
     if (word == L"control")
         return press_in_control(list);
     if (word == L"bar")
@@ -395,7 +425,7 @@ int wmain(int count, wchar_t **arguments) {
         canvas_class = L"Q32ViewStage";
     }
     if (!find_windows())
-        return fail(L"the window does not come");
+        return fail(L"the window does not come; there are" + windows_that_are_there());
     GetWindowThreadProcessId(main_window, &process_id);
     for (int i = is_laboratory ? 2 : 1; i < count; ++i) {
         const std::wstring step = arguments[i];
