@@ -19,8 +19,8 @@ case $round in
 esac
 trap 'scripts/wine-run --stop' EXIT
 export Q32BASE_TEST_ROUND=$round
-# A program that stands still under Wine, which nobody has seen twice in a row, costs a second try and
-# not the round: CTest prints both. A test that fails is never tried again.
+# A program that stands still under Wine costs a second try, which CTest prints, and not the round. A
+# test that fails is never tried again.
 # One more at once than there are processors: programs that are driven from outside wait now and then.
 ctest --test-dir build/all --output-on-failure --no-tests=error --repeat after-timeout:2 \
     -j "$(($(nproc) + 1))" -L "$labels" ${filter:+-R "$filter"}

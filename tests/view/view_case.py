@@ -86,8 +86,10 @@ def end(process):
     try:
         out, err = process.communicate(timeout=10)
     except subprocess.TimeoutExpired as stuck:
-        out, err = stuck.stdout or b"", stuck.stderr or b""
-    return text(out), text(err)
+        out, err = stuck.stdout, stuck.stderr
+    except ValueError:  # it has ended before, and all has been read
+        out, err = None, None
+    return text(out or b""), text(err or b"")
 
 
 class ViewCase(ProgramCase):
@@ -141,6 +143,10 @@ class ViewCase(ProgramCase):
             self.assertEqual(self.finish(process), ("", ""))
             if ended_with is not None:
                 self.assertEqual(process.returncode, ended_with)
+        except AssertionError as failure:
+            code = process.poll()
+            failure.add_note(f"The viewer's exit code is {code}; it said {end(process)}")
+            raise
         finally:
             if process.poll() is None:
                 end(process)
