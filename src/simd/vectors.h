@@ -165,6 +165,15 @@ inline void store_lanes(uint8_t *at, [[maybe_unused]] size_t distance, V v) {
         store_16(at + distance, lane_of<1>(v));
 }
 
+// --- what will be read soon ---------------------------------------------------------------------
+
+// Addresses behind all memory are harmless.
+template <size_t bytes>
+inline void prefetch(const uint8_t *at) {
+    for (size_t i = 0; i < bytes; i += 64)
+        _mm_prefetch(reinterpret_cast<const char *>(at + i), _MM_HINT_T0);
+}
+
 // --- one value throughout ------------------------------------------------------------------------
 
 template <class V>

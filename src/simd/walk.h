@@ -50,6 +50,8 @@ inline void walk_apart(size_t units, Make make, MakeLast make_last) {
 //   units
 //   source_bytes, destination_bytes of one unit
 //   Loaded load(source), store(destination, Loaded)
+//   bytes_ahead, if the source is to be asked for: one that computes much for a step keeps the
+//   processor from seeing far enough ahead by itself
 template <class Conversion>
 struct ConversionStep {
     static constexpr size_t units = Conversion::units;
@@ -64,7 +66,12 @@ struct ConversionStep {
     void make(size_t at, const typename Conversion::Loaded &loaded) const {
         conversion.store(destination + at * Conversion::destination_bytes, loaded);
     }
-    void make(size_t at) const { make(at, held(at)); }
+    void make(size_t at) const {
+        if constexpr (requires { Conversion::bytes_ahead; })
+            prefetch<units * Conversion::source_bytes>(source + at * Conversion::source_bytes +
+                                                       Conversion::bytes_ahead);
+        make(at, held(at));
+    }
 };
 
 // A run that is shorter than a step goes to the shorter form.

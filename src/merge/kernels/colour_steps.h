@@ -14,13 +14,6 @@ namespace {
 
 // --- out of RGB ----------------------------------------------------------------------------------
 
-// What will be read soon. Addresses behind all memory are harmless.
-template <size_t bytes>
-inline void prefetch(const uint8_t *at) {
-    for (size_t i = 0; i < bytes; i += 64)
-        _mm_prefetch(reinterpret_cast<const char *>(at + i), _MM_HINT_T0);
-}
-
 // Where records go: into the caches, or past them, which saves reading what is overwritten.
 struct IntoCaches {
     template <class V>

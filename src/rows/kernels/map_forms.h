@@ -129,6 +129,7 @@ public:
     // Three tables that are prepared, and a last step that is mostly done twice: a run of fewer
     // steps of 32 bytes is as fast byte by byte.
     static constexpr size_t shortest = sizeof(V) == 32 ? 6 * units : units;
+    static constexpr size_t bytes_ahead = 1024;
     using Loaded = Three<V>;
 
     explicit MapThreeBytes(const uint8_t *tables) : tables_(tables) {}
