@@ -23,14 +23,9 @@ namespace {
 // --- pixel by pixel -----------------------------------------------------------------------------
 
 // Pixels of two bytes the compiler puts together in vectors where it sees bytes, which is as good
-// as moving numbers for all others, except with the long vectors that it takes at AVX-512.
-#ifdef __AVX512VBMI__
-template <class Pixel>
-inline constexpr bool moves_as_number = !std::is_same_v<Pixel, Swapped>;
-#else
+// as moving numbers for all others.
 template <class Pixel>
 inline constexpr bool moves_as_number = !std::is_same_v<Pixel, Swapped> && Pixel::bytes != 2;
-#endif
 
 template <class Pixel>
 void reduce_in_moves(uint8_t *destination, const uint8_t *source, size_t groups, size_t factor) {
