@@ -55,6 +55,25 @@ V repeat_pixel(int pixel) {
     }
 }
 
+// A pixel that another one follows: it may be read as a number that reaches into that.
+template <class V, class Pixel>
+V repeat_followed_pixel(const uint8_t *source) {
+    if constexpr (Pixel::bytes == 3) {
+        std::uint32_t number;
+        std::memcpy(&number, source, sizeof number);
+#ifdef __SSE4_1__
+        static constexpr VectorBytes<V> indices =
+            vector_by<V>([](int i) { return Pixel::in_pixel(size_t(i) % 3); });
+        return shuffle_u8(repeat_u32<V>(int(number)), as_vector<V>(indices));
+#else
+        constexpr bool is_swapped = Pixel::in_pixel(0) != 0;
+        return repeat_pixel<V, 3>(int(is_swapped ? __builtin_bswap32(number) >> 8 : number));
+#endif
+    } else {
+        return repeat_pixel<V, Pixel::bytes>(load_pixel<Pixel>(source));
+    }
+}
+
 // Of a vector, the bytes that are whole pixels.
 template <class V, size_t bytes>
 inline constexpr size_t whole_pixels = sizeof(V) / bytes *bytes;
@@ -85,16 +104,16 @@ void enlarge_in_runs(uint8_t *destination, const uint8_t *source, size_t pixels,
     const size_t run_bytes = bytes * factor;
     const size_t last = std::min(pixels, (sizeof(V) - 1 + run_bytes - 1) / run_bytes);
     const auto repeated = [&] { return repeat_pixel<V, bytes>(load_pixel<Pixel>(source)); };
-    const auto store_runs = [&](uint8_t *to, size_t count) {
+    const auto store_runs = [&](uint8_t *to, size_t count, const auto &repeat) {
         for (; count != 0; --count, source += bytes, to += run_bytes)
-            store_run<V, bytes>(to, run_bytes, repeated());
+            store_run<V, bytes>(to, run_bytes, repeat());
     };
 
-    store_runs(destination, pixels - last);
+    store_runs(destination, pixels - last, [&] { return repeat_followed_pixel<V, Pixel>(source); });
     destination += (pixels - last) * run_bytes;
     if (run_bytes < sizeof(V)) {
         uint8_t row_end[3 * sizeof(V)];
-        store_runs(row_end, last);
+        store_runs(row_end, last, repeated);
         std::memcpy(destination, row_end, last * run_bytes);
     } else if (last != 0) {
         store_last_run<V, bytes>(destination, run_bytes, repeated());
