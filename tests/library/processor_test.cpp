@@ -167,7 +167,12 @@ constexpr FamilyCall family_calls[] = {
      [](const frame::Api &api, Pixels &p) {
          return api.mem32_565To888(p.to.data(), p.from.data(), p.count);
      }},
-    {"scaling", InstructionSet::avx512,
+    {"scaling of bits", InstructionSet::avx512,
+     [](const frame::Api &api, Pixels &p) {
+         api.mem32BitEnlarge(p.to.data(), p.from.data(), 8 * p.count, 2);
+         return 1;
+     }},
+    {"scaling", InstructionSet::avx2,
      [](const frame::Api &api, Pixels &p) {
          api.mem32Enlarge(p.to.data(), p.from.data(), p.count, 2, 1, 0);
          return 1;
