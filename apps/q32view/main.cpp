@@ -56,7 +56,7 @@ void open_first_picture(MainWindow &main_window, const Options &options) {
 // program.
 int handle_messages(HWND window) {
     const HACCEL keys = LoadAcceleratorsW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_KEYS));
-    MSG message;
+    MSG message = {}; // as it stays when every laboratory is closed before the first
     while ((window != nullptr || !are_laboratories_closed()) &&
            GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (take_laboratory_message(message) || TranslateAcceleratorW(window, keys, &message))
